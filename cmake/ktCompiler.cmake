@@ -1,0 +1,36 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# Language level, warnings, sanitizers and the compiler cache, for every target of the project.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+add_compile_options(-Wall -Wextra)
+if(KT_WARNINGS_AS_ERRORS)
+    add_compile_options(-Werror)
+endif()
+
+if(KT_SANITIZE)
+    add_compile_options(-fsanitize=${KT_SANITIZE} -fno-omit-frame-pointer -g)
+    add_link_options(-fsanitize=${KT_SANITIZE})
+    if(KT_SANITIZE MATCHES "undefined")
+        add_compile_options(-fno-sanitize-recover=undefined)
+    endif()
+endif()
+
+find_program(KT_CCACHE ccache)
+if(KT_CCACHE)
+    # Relative paths and relaxed time checks let checkouts in different folders share the cache.
+    set(KT_CCACHE_LAUNCHER ${CMAKE_COMMAND} -E env
+        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${KT_CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${KT_CCACHE_LAUNCHER})
+endif()
