@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+
+#include <OpenSG/OSGNode.h>
+
+/// The host's animations. Main thread only.
+class KT_HOST_EXPORT ktAnimManager {
+public:
+    static ktAnimManager* the();
+    /// Whether an animation moves single vertices of the node's geometry (a skin or a morph). A node of a cloned tree
+    /// answers like the scene nodes that share its core.
+    bool hasVertexAnimation(const osg::NodePtr& node) const;
+};

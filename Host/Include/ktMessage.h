@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+
+#include <boost/any.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// A record of named values of any type, in the order in which the names were first set.
+class KT_HOST_EXPORT ktMessage {
+public:
+    /// Stores `value` under `name`. With `overwrite` false an existing value stays. Returns whether it was stored.
+    bool set(const std::string& name, const boost::any& value, bool overwrite);
+    /// The value under `name`, or an empty one. Valid until the next set().
+    const boost::any& get(const std::string& name) const;
+    /// Names in order.
+    std::vector<std::string> names() const;
+    /// Prints the current call trace to standard error, for diagnosing a wrong message.
+    static void printBT();
+
+private:
+    std::vector<std::pair<std::string, boost::any>> attributes;
+};

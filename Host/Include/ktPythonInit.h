@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+
+/// Registers a scripting hook for as long as the object lives; meant for static objects of a plug-in.
+class KT_HOST_EXPORT ktPythonInit {
+public:
+    /// @param hook called on the main thread with false whenever the host's scripting starts (at once, when it already
+    ///             runs), and with true when it is torn down; must not be null
+    explicit ktPythonInit(void (*hook)(bool destroy));
+    ~ktPythonInit();
+    ktPythonInit(const ktPythonInit&) = delete;
+    ktPythonInit& operator=(const ktPythonInit&) = delete;
+
+private:
+    void (*hook)(bool);
+};

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+
+/// The host's worker threads.
+class KT_HOST_EXPORT ktTBBInit {
+public:
+    static ktTBBInit* the();
+    /// Logical cores this process may run on; at least 1. Thread-safe.
+    unsigned int getNumLogicalCores() const;
+};
