@@ -7,7 +7,6 @@
 
 /// The host's undo stack: Qt's own, reached by index. Main thread only.
 class KT_HOST_EXPORT ktUndoStack : public QUndoStack {
-    Q_OBJECT
 public:
     /// The stack of a document. The stand-alone host has one document, index 0; other indices give null.
     static ktUndoStack* get(int index);
