@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "AOPreset.h"
+#include "ktAmbientOcclusionExport.h"
+#include "ktNodePtr.h"
+
+#include <cstdint>
+#include <OpenSG/OSGAction.h>
+#include <OpenSG/OSGColor.h>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGGeoPropPtrs.h>
+#include <OpenSG/OSGMaterial.h>
+#include <OpenSG/OSGMatrix.h>
+#include <OpenSG/OSGNode.h>
+#include <OSGAmbientOcclusionSettingsAttachment.h>
+#include <QList>
+#include <QMetaType>
+#include <QObject>
+#include <QString>
+#include <set>
+#include <string>
+#include <vector>
+
+class ktGeoSubdivisionList;
+class ktSampler;
+struct ktAmbientOcclusionAccess;
+
+/// The plug-in's one controller: holds the settings, runs calculations over the host's selection, keeps the presets, and
+/// tells the user interface of every change. Main thread only. Nothing here reports failure by throwing, unless memory
+/// runs out; what goes wrong is told by results, signals, the host's log and standard output, as each member says.
+class KT_AMBIENT_OCCLUSION_EXPORT ktAmbientOcclusion : public QObject {
+    Q_OBJECT
+
+public:
+    /// How the direct pass treats light.
+    enum DirectLightMode {
+        Classic = 0,        ///< the sky alone
+        Shadows = 1,        ///< the scene's lights cast shadows; one value a vertex
+        LightAndShadows = 2 ///< the lights' colour is baked as well, into texture-coordinate channel 5
+    };
+    Q_ENUM(DirectLightMode)
+
+    /// What a calculation is doing. With DirectNode to GatherNodeStep comes the id of the node's field container.
+    enum CalculationState {
+        Idle = 0,
+        Starting = 1,
+        Preparing = 2,
+        BuildingAccelerationStructure = 3,
+        RebuildingAccelerationStructure = 4,
+        DirectNode = 5,
+        DirectNodeStep = 6,
+        GatherNode = 7,
+        GatherNodeStep = 8,
+        Finishing = 9
+    };
+    Q_ENUM(CalculationState)
+
+    /// A saved copy of one geometry's two result channels; both lists have one element a position.
+    struct NodeDataType {
+        std::vector<osg::Vec4f> aoValues;     ///< channel 7
+        std::vector<osg::Vec4f> bakingValues; ///< channel 5
+    };
+
+    /// The single instance, made on first use and destroyed at process exit.
+    static ktAmbientOcclusion* the();
+
+    // --- Settings: each as stored -------------------------------------------------------------------------------
+
+    int getShadowQuality() const;                 ///< 0 to 5
+    float getMinDistance() const;                 ///< world units; nearer hits do not occlude
+    float getMaxDistance() const;                 ///< world units; farther hits do not occlude
+    DirectLightMode getMode() const;
+    bool isIndirectIlluminationEnabled() const;
+    int getGatherQuality() const;                 ///< 0 to 4
+    int getNumOfIndirections() const;             ///< bounces
+    bool isColorBleedingEnabled() const;
+    bool isOverrideMaterialColorEnabled() const;
+    osg::Color3f getMaterialColor() const;        ///< linear red, green, blue
+    bool isSubdivideEnabled() const;
+    int getSubdivisionQuality() const;            ///< 0 to 2
+    double getMinEdgeLength() const;              ///< world units; shorter edges are not split
+    double getIntensityThreshold() const;         ///< difference of light above which an edge is split; at least 0.0075
+
+    // --- Setters: a value that differs from the stored one becomes one command on the host's undo stack, which writes
+    // it and emits the setting's change signal; an equal value does nothing ----------------------------------------
+
+    void setShadowQuality(int quality);           ///< unknown levels sample like level 2
+    void setMinDistance(float distance);
+    void setMaxDistance(float distance);
+    void setMode(DirectLightMode newMode);
+    void setIndirectIlluminationEnabled(bool enable);
+    void setGatherQuality(int quality);           ///< unknown levels sample like level 4
+    void setNumOfIndirections(int count);
+    void setColorBleedingEnabled(bool enable);
+    void setOverrideMaterialColorEnabled(bool enable);
+    /// Components that all lie within 1e-6 of the stored ones count as equal.
+    void setMaterialColor(float r, float g, float b);
+    void setSubdivideEnabled(bool enable);
+    void setSubdivisionQuality(int quality);
+    void setMinEdgeLength(double length);
+    void setIntensityThreshold(double threshold); ///< raised to at least 0.0075
+
+    // --- Calculation ----------------------------------------------------------------------------------------------
+
+    /// Bakes the geometry below the host's selection, or only what has no results yet. Returns whether a run took place,
+    /// a cancelled one included; false while another run is on, without ray tracing, without a selection or when all of
+    /// it is locked (the last two have signals). The host is frozen meanwhile and always given back.
+    bool startCalculation(bool missingOnly);
+    /// Asks the running calculation to stop; it does so at its next poll. Emits calculationCanceled() in any case.
+    void cancelCalculation();
+
+    /// Sets every setting but the mode, one undo step each, and calculates. For scripts.
+    static void computeAmbientOcclusion(unsigned int quality, float minDistance, float maxDistance,
+                                        bool indirectIllumination, bool colorBleeding, unsigned int gatherQuality,
+                                        unsigned int numIndirections, bool subdivide, float minEdgeLength,
+                                        bool overrideMaterialColor = false, float materialColorR = 0.7f,
+                                        float materialColorG = 0.7f, float materialColorB = 0.7f,
+                                        int subdivisionQuality = 1, float intensityThreshold = 0.05f);
+    /// The same for geometry that has no results yet. Mind the place of `intensityThreshold`.
+    static void computeMissingAmbientOcclusion(unsigned int quality, float minDistance, float maxDistance,
+                                               bool indirectIllumination, bool colorBleeding,
+                                               unsigned int gatherQuality, unsigned int numIndirections,
+                                               bool subdivide, float minEdgeLength, float intensityThreshold,
+                                               bool overrideMaterialColor = false, float materialColorR = 0.7f,
+                                               float materialColorG = 0.7f, float materialColorB = 0.7f,
+                                               int subdivisionQuality = 1);
+    /// Sets the mode by number, 0 to 2; others are refused with a warning in the log. For scripts.
+    static void pySetAmbientOcclusionMode(int mode);
+    /// The mode's number. For scripts.
+    static int pyGetAmbientOcclusionMode();
+
+    /// Emits stateChanged() when the last emission, or the first call, lies a second or more back; else drops the report.
+    /// @param node id of the node's field container, or 0
+    void updateState(CalculationState state, unsigned int node);
+    /// Sets the progress counter to 0 and emits progressStarted().
+    void startProgress(int maxSteps);
+    /// Counts one step and emits progressStep().
+    void stepProgress();
+    /// Emits progressStopped().
+    void stopProgress();
+    /// Does nothing; kept for user interfaces that call it before the library is unloaded.
+    void cleanup();
+
+    // --- Passes: parts of a run, called by startCalculation() ------------------------------------------------------
+
+    /// The sequence of passes over the collected lists; writes timings to standard output.
+    void computeIllumination(bool indirect);
+    /// Traces the direct result of every vertex of the collected geometry into channel 7.
+    void computeDirectIllumination();
+    /// Gathers one bounce of indirect light into x, y, z of channel 7.
+    void gatherIndirectIllumination();
+    /// Records where a geometry needs more vertices. Always true. Matrices: object to world, its inverse, the inverse's
+    /// transpose; `indirect` tells which of the two results to look at. If memory runs out, nothing is recorded.
+    bool refineGeometry(const std::string& name, osg::GeometryPtr geometry, const osg::Matrix& toWorld,
+                        const osg::Matrix& inverseToWorld, const osg::Matrix& normalMatrix, bool indirect);
+
+    // --- Scene collection ------------------------------------------------------------------------------------------
+
+    /// Copies the selection's nodes (cores stay shared) under a new root and lists the geometry to calculate.
+    /// @return the new root, with one reference that the caller drops after detaching its children
+    osg::NodePtr buildGeometryNodeList(const std::vector<ktNodePtr>& selectedNodes, std::vector<osg::NodePtr>& nodes,
+                                       bool onlyMissing);
+    /// Lists the visible occluders and lights of the whole scene.
+    void buildVisibleNodeList();
+    /// Enter function of the geometry traversal.
+    osg::Action::ResultE getGeometryNodes(const osg::NodePtr& node, std::vector<osg::NodePtr>& nodes,
+                                          std::set<osg::GeometryPtr>& collectedCores);
+    /// Enter function of the visible-scene traversal.
+    osg::Action::ResultE getVisibleNodes(const osg::NodePtr& node);
+    /// The material in effect for a node, that of the nearest material group first; null if none.
+    osg::MaterialPtr getRealMaterial(const osg::NodePtr& node);
+
+    // --- Per-vertex results: channel 7 holds indirect light in x, y, z and the direct result in w; channel 5 the baked
+    // light of mode LightAndShadows, its w offset by 2 as a marker ---------------------------------------------------
+
+    /// Channel 7 with at least `count` elements: the one there is, or a new zeroed one in its place.
+    osg::GeoTexCoords4fPtr getAOData(const osg::GeometryPtr& geometry, osg::UInt32 count);
+    /// Channel 5, likewise.
+    osg::GeoTexCoords4fPtr getBakingData(const osg::GeometryPtr& geometry, osg::UInt32 count);
+    /// Turns the direct pass's raw values of the collected geometry into the stored ones.
+    void storeDirectToBakingData();
+    /// Adds channel 7 to channel 5 in mode LightAndShadows, for the collected geometry.
+    void addIndirectToBakingData();
+    /// Drops channel 5; then zeroes w of channel 7 (`clearDirect`) or takes the marker out of it. A null geometry is ignored.
+    void clearBakingData(const osg::GeometryPtr& geometry, bool clearDirect);
+    /// Whether a result that is asked for is absent. False for geometry that cannot be calculated.
+    bool isCalculationMissing(const osg::GeometryPtr& geometry, bool direct, bool indirect);
+    /// Does nothing; the counterpart of endEditGeometryFields().
+    void beginEditGeometryFields(const osg::GeometryPtr& geometry, unsigned int mask);
+    /// Announces every property field that the geometry holds as changed, whatever the mask.
+    void endEditGeometryFields(const osg::GeometryPtr& geometry, unsigned int mask);
+
+    /// Zeroes the indirect light of the collected geometry, and zeroes or drops channel 5, by the DirectLightMode `mode`.
+    void clearVertexColors(int mode);
+    /// Copies both channels; missing ones are made. Geometry without positions leaves `data` as it is.
+    void extractNodeData(const osg::NodePtr& node, NodeDataType& data);
+    /// Writes both channels back. False, and nothing is written, when the number of positions is another.
+    bool restoreNodeData(osg::NodePtr& node, const NodeDataType& data);
+
+    // --- Clearing: on the selected root nodes; "active" leaves hidden parts alone -----------------------------------
+
+    void clearActiveShadows();   ///< emits activeShadowsCleared()
+    void clearAllShadows();      ///< emits allShadowsCleared()
+    void clearActiveIndirect();  ///< emits activeIndirectCleared()
+    void clearAllIndirect();     ///< emits allIndirectCleared()
+    /// Clears the direct results below `node`; hidden parts too with `all`.
+    void clearShadows(const osg::NodePtr& node, bool all);
+    /// Clears the indirect light below `node`; hidden parts too with `all`.
+    void clearIndirect(const osg::NodePtr& node, bool all);
+
+    // --- Settings on nodes -------------------------------------------------------------------------------------------
+
+    /// A new attachment with the current settings; nobody holds a reference to it yet.
+    osg::AmbientOcclusionSettingsAttachmentPtr getAmbientOcclusionSettings();
+    /// Attaches `attachment` to `node` and everything below; replaces what was there. Locked subtrees are left alone.
+    void addAOData(const osg::NodePtr& node, const osg::AmbientOcclusionSettingsAttachmentPtr& attachment);
+    /// Writes the current settings as text keys, the older form, into `node` and everything below.
+    void addAOData(const osg::NodePtr& node);
+    /// Loads the settings stored on `node` as one undo step; nothing happens when there are none.
+    void loadFromNode(const osg::NodePtr& node);
+    /// Loads the settings of the first selected node.
+    void loadSettings();
+
+    // --- Presets -----------------------------------------------------------------------------------------------------
+
+    /// Sets the settings from a preset as one undo step and emits presetApplied(); a wrong index is ignored.
+    void applyPreset(int index);
+    /// Removes a preset (in memory) and emits presetDeleted(); a wrong index is ignored.
+    void deletePreset(int index);
+    /// Names of all presets, in order.
+    QList<QString> getPresetNames();
+    /// Appends a preset with the current settings and saves the catalogue.
+    void addPreset(const QString& name);
+    /// Appends the built-in presets and saves the catalogue.
+    void addDefaultPresets();
+    /// Loads the catalogue from the templates file; makes the file when there is none.
+    void readPreset();
+    /// Saves the catalogue; a failure is logged.
+    void writePreset();
+
+Q_SIGNALS:
+    void shadowQualityChanged(int);
+    void minDistanceChanged(float);
+    void maxDistanceChanged(float);
+    void modeChanged(ktAmbientOcclusion::DirectLightMode);
+    void indirectIlluminationChanged(bool);
+    void colorBleedingChanged(bool);
+    void overrideMaterialColorChanged(bool);
+    void materialColorChanged(OSG::Color3f);
+    void gatherQualityChanged(int);
+    void numOfIndirectionsChanged(int);
+    void minEdgeLengthChanged(double);
+    void subdivideChanged(bool);
+    void intensityThresholdChanged(double);
+    void subdivisionQualityChanged(int);
+    void stateChanged(ktAmbientOcclusion::CalculationState state, unsigned int node);
+    void calculationStarted(bool missingOnly); ///< the last act of a run
+    void calculationFailedNoSelection();
+    void calculationFailedLockedSelection();
+    void calculationCanceled();
+    void progressStarted(int maxSteps);
+    void progressStep(int counter);
+    void progressStopped();
+    void presetApplied(int);
+    void presetDeleted(int);
+    void activeShadowsCleared();
+    void allShadowsCleared();
+    void activeIndirectCleared();
+    void allIndirectCleared();
+
+private Q_SLOTS:
+    void shadowQualityCommand(); ///< sets the direct sample counts, then emits shadowQualityChanged()
+    void gatherQualityCommand(); ///< sets the gather sample count, then emits gatherQualityChanged()
+
+private:
+    friend struct ktAmbientOcclusionAccess; // the plug-in's own tests look at the members of a run
+
+    ktAmbientOcclusion();
+    ~ktAmbientOcclusion() override;
+
+    void refineNode(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld,
+                    bool isIdentity, bool indirect);
+    void recreateRefinedGeometry();
+    void releaseSubdivisionLists();
+
+    int shadowQuality;
+    float minDistance;
+    float maxDistance;
+    DirectLightMode mode;
+    bool indirectIllumination;
+    int gatherQuality;
+    int numOfIndirections;
+    bool colorBleeding;
+    bool overrideMaterialColor;
+    osg::Color3f materialColor;
+    bool subdivide;
+    int subdivisionQuality;
+    double minEdgeLength;
+    double intensityThreshold;
+
+    int directOption;           // not 0: surfaces occlude from both sides
+    int directSampleCountU;     // samples an axis of the direct pass
+    int directSampleCountV;
+    int gatherSampleCount;      // samples an axis of the indirect pass
+    unsigned int threadCount;   // logical cores of the machine
+    double directThreshold;     // the run's copies of intensityThreshold
+    double indirectThreshold;
+    bool refineDirect;          // refinement is on for this run
+    bool refineIndirect;
+    bool calculating;           // a run is under way
+    bool keepRunning;           // cleared by a cancel
+    ktSampler* directSampler;   // of one run, made and freed by the host
+    ktSampler* gatherSampler;
+    std::vector<AOPreset> presets;
+    std::vector<osg::NodePtr> geometryNodes;          // to calculate
+    std::vector<osg::NodePtr> occluderNodes;          // sorted; empty in this version
+    std::vector<osg::NodePtr> visibleGeometryNodes;   // what rays hit
+    std::vector<osg::NodePtr> visibleLightNodes;
+    bool missingOnly;
+    bool passOption;            // every node may be refined
+    std::vector<ktGeoSubdivisionList*> subdivisionLists; // owned; refinements pending in this run
+    std::uint32_t progressCounter;
+};
+
+Q_DECLARE_METATYPE(OSG::Color3f)
+
+/// Orders nodes by the address of their geometry core; a node without one comes first.
+bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b);
+/// Whether both nodes have the same geometry core, or neither has one.
+bool geomPtrEqual(const osg::NodePtr& a, const osg::NodePtr& b);
+
+/// Logs a duration as minutes, seconds and milliseconds and writes it to standard output.
+KT_AMBIENT_OCCLUSION_EXPORT void printTiming(const std::string& label, long milliseconds);
+
+/// The plug-in's version, for the host that loads it.
+extern "C" KT_AMBIENT_OCCLUSION_EXPORT const char* getPluginVersion();
