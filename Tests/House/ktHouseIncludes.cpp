@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktHouseTree.h"
+
+#include <algorithm>
+#include <map>
+#include <regex>
+#include <set>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Folders = std::vector<std::string>;
+
+bool isBelowOne(const ktHouseFile& file, const Folders& folders) {
+    return std::any_of(folders.begin(), folders.end(), [&](const std::string& folder) { return file.isBelow(folder); });
+}
+
+/// The project's folders that sources of one folder may include from.
+struct Arrow {
+    std::string from;
+    Folders to;
+};
+
+// The first row whose folder holds the file counts. Folders without a row see everything.
+const std::vector<Arrow> arrows = {
+    {"OpenSG/", {"OpenSG/"}},
+    {"Host/Include/", {"OpenSG/", "Host/Include/"}},
+    {"Host/", {"OpenSG/", "Host/"}},
+    {"AmbientOcclusion/", {"OpenSG/", "Host/Include/", "AmbientOcclusion/"}},
+};
+
+/// Headers of a library, and the folders that may include them.
+struct Library {
+    std::string name;
+    std::regex header;
+    Folders allowed;
+};
+
+// Tests and benchmarks may compare with any library.
+const std::vector<Library> libraries = {
+    {"Embree", std::regex("embree[34]/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
+    {"TBB", std::regex("(oneapi/)?tbb/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
+    {"nlohmann-json", std::regex("nlohmann/.*"), {"Host/Files/", "Tests/", "Benchmarks/"}},
+    {"Assimp", std::regex("assimp/.*"), {"Host/Files/", "Tests/", "Benchmarks/"}},
+    {"Python", std::regex("(boost/python.*|Python\\.h)"),
+     {"AmbientOcclusion/ktAmbientOcclusionPython", "Host/Scripting/", "Tests/"}},
+};
+
+bool isWindowHeader(const std::string& header, const fs::path& qtIncludeDir) {
+    const std::string name = fs::path(header).filename().string();
+    return name[0] == 'Q' && name.rfind("QUndo", 0) != 0 && fs::exists(qtIncludeDir / "QtWidgets" / name);
+}
+
+} // namespace
+
+std::vector<std::string> findIncludeBreaches(const std::vector<ktHouseFile>& house, const fs::path& qtIncludeDir) {
+    // A header's bare name, and every folder that has a header of this name.
+    std::map<std::string, std::set<std::string>> owners;
+    for (const ktHouseFile& file : house)
+        if (file.endsIn({".h"}))
+            owners[fs::path(file.path).filename().string()].insert(file.path);
+
+    static const std::regex include(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"])");
+    std::vector<std::string> breaches;
+    for (const ktHouseFile& file : house) {
+        if (!file.endsIn({".h", ".cpp"}))
+            continue;
+        const auto arrow = std::find_if(arrows.begin(), arrows.end(), [&](const Arrow& a) { return file.isBelow(a.from); });
+        for (size_t number = 0; number < file.lines.size(); ++number) {
+            std::smatch match;
+            if (!std::regex_search(file.lines[number], match, include))
+                continue;
+            const bool isQuoted = match[1] == "\"";
+            const std::string header = match[2];
+            const auto breach = [&](const std::string& reason) {
+                breaches.push_back(file.path + ":" + std::to_string(number + 1) + ": " + reason);
+            };
+
+            for (const Library& library : libraries)
+                if (std::regex_match(header, library.header) && !isBelowOne(file, library.allowed))
+                    breach(library.name + " is not used here: " + header);
+            if (isWindowHeader(header, qtIncludeDir) && !file.isBelow("Apps/Studio/") && !file.isBelow("Tests/Studio/"))
+                breach("windows belong to Apps/Studio: " + header);
+            if (isQuoted && header.find('/') != std::string::npos)
+                breach("headers are included by bare name: " + header);
+            if (header.rfind("OpenSG/", 0) == 0 && isQuoted)
+                breach("scene graph headers are included as <OpenSG/...>: " + header);
+
+            const auto owner = owners.find(fs::path(header).filename().string());
+            if (arrow == arrows.end() || owner == owners.end())
+                continue;
+            const bool isAllowed = std::any_of(owner->second.begin(), owner->second.end(), [&](const std::string& path) {
+                return std::any_of(arrow->to.begin(), arrow->to.end(),
+                                   [&](const std::string& folder) { return path.rfind(folder, 0) == 0; });
+            });
+            if (!isAllowed)
+                breach(arrow->from + " does not see " + *owner->second.begin());
+        }
+    }
+    return breaches;
+}
