@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktController.h"
+
+#include "ktCancelToken.h"
+#include "ktControllerState.h"
+#include "ktHostSignals.h"
+
+namespace {
+
+bool isBusyNow = false;
+bool isCursorShown = false;
+bool isSceneModified = false;
+
+} // namespace
+
+void ktController::setBusy(bool busy, bool showCursor) {
+    // Also when the host is busy already: whatever left it so, the run that begins has not been cancelled.
+    if (busy)
+        ktCancelToken::the().reset();
+    isCursorShown = busy && showCursor;
+    if (busy == isBusyNow)
+        return;
+    isBusyNow = busy;
+    emit ktHostSignals::the().busyChanged(busy);
+}
+
+void ktController::setModified(int modified) {
+    const bool isModified = modified != 0;
+    if (isModified == isSceneModified)
+        return;
+    isSceneModified = isModified;
+    emit ktHostSignals::the().modifiedChanged(isModified);
+}
+
+bool ktControllerState::isBusy() noexcept {
+    return isBusyNow;
+}
+
+bool ktControllerState::isBusyCursorShown() noexcept {
+    return isCursorShown;
+}
+
+bool ktControllerState::isModified() noexcept {
+    return isSceneModified;
+}
