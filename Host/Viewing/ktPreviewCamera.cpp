@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktPreviewCamera.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+using Vector = ktPreviewCamera::Vector;
+
+namespace {
+
+constexpr double margin = 0.06;            // share of the half image that stays empty at each side
+constexpr double tanHalfFieldOfView = 0.24; // a long lens: parallel edges of a part look parallel
+constexpr int centeringRounds = 4;
+
+Vector add(const Vector& a, const Vector& b, double scale) {
+    return {a[0] + scale * b[0], a[1] + scale * b[1], a[2] + scale * b[2]};
+}
+
+double dot(const Vector& a, const Vector& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+Vector cross(const Vector& a, const Vector& b) {
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+Vector normalized(const Vector& a) {
+    const double length = std::sqrt(dot(a, a));
+    return {a[0] / length, a[1] / length, a[2] / length};
+}
+
+/// Calls visit(position) for each vertex that a triangle uses and the camera cares about.
+template<typename Visit>
+void forEachVertex(const ktPreviewScene& scene, bool framedOnly, Visit visit) {
+    for (const ktPreviewMesh& mesh : scene.meshes)
+        if (mesh.isFramed || !framedOnly)
+            for (const std::uint32_t index : mesh.indices)
+                visit(Vector{mesh.positions[index][0], mesh.positions[index][1], mesh.positions[index][2]});
+}
+
+/// Moves the camera sideways until the scene lies in the middle, and back until it fits.
+void fit(ktPreviewCamera& camera, const ktPreviewScene& scene, bool framedOnly, const Vector& middle) {
+    const double halfWidth = camera.tanHalfWidth * (1 - margin), halfHeight = camera.tanHalfHeight * (1 - margin);
+    Vector target = middle;
+    for (int round = 0; round < centeringRounds; ++round) {
+        double distance = -std::numeric_limits<double>::infinity();
+        forEachVertex(scene, framedOnly, [&](const Vector& position) {
+            const Vector offset = add(position, target, -1);
+            const double depth = dot(offset, camera.forward);
+            distance = std::max({distance, std::abs(dot(offset, camera.right)) / halfWidth - depth,
+                                 std::abs(dot(offset, camera.up)) / halfHeight - depth});
+        });
+        camera.eye = add(target, camera.forward, -distance);
+
+        double left = 1e300, right = -1e300, bottom = 1e300, top = -1e300, nearest = 1e300;
+        forEachVertex(scene, framedOnly, [&](const Vector& position) {
+            const Vector offset = add(position, camera.eye, -1);
+            const double depth = dot(offset, camera.forward);
+            nearest = std::min(nearest, depth);
+            if (depth <= 0)
+                return;
+            const double x = dot(offset, camera.right) / depth, y = dot(offset, camera.up) / depth;
+            left = std::min(left, x), right = std::max(right, x);
+            bottom = std::min(bottom, y), top = std::max(top, y);
+        });
+        const double depth = dot(add(middle, camera.eye, -1), camera.forward);
+        if (left > right || depth <= 0)
+            return;
+        target = add(add(target, camera.right, (left + right) / 2 * depth), camera.up, (bottom + top) / 2 * depth);
+    }
+}
+
+} // namespace
+
+Vector ktPreviewCamera::direction(double x, double y) const {
+    return normalized(add(add(forward, right, x * tanHalfWidth), up, y * tanHalfHeight));
+}
+
+ktPreviewCamera framePreview(const ktPreviewScene& scene, double aspect) {
+    ktPreviewCamera camera;
+    const Vector worldUp = {scene.up[0], scene.up[1], scene.up[2]};
+    // The front is +z with y up and -y with z up.
+    const bool isZUp = worldUp[2] > 0.5;
+    const Vector front = isZUp ? Vector{0, -1, 0} : Vector{0, 0, 1};
+    const Vector side = cross(worldUp, front);
+    const Vector toEye = normalized(add(add(front, side, 0.75), worldUp, 0.62));
+    camera.forward = {-toEye[0], -toEye[1], -toEye[2]};
+    camera.right = normalized(cross(camera.forward, worldUp));
+    camera.up = cross(camera.right, camera.forward);
+    camera.tanHalfWidth = tanHalfFieldOfView * std::max(1.0, aspect);
+    camera.tanHalfHeight = camera.tanHalfWidth / aspect;
+
+    Vector low = {1e300, 1e300, 1e300}, high = {-1e300, -1e300, -1e300};
+    const auto grow = [&](const Vector& position) {
+        for (size_t axis = 0; axis < 3; ++axis) {
+            low[axis] = std::min(low[axis], position[axis]);
+            high[axis] = std::max(high[axis], position[axis]);
+        }
+    };
+    forEachVertex(scene, true, grow);
+    const bool framedOnly = low[0] <= high[0];
+    if (!framedOnly)
+        forEachVertex(scene, false, grow);
+    if (low[0] > high[0])
+        return camera;
+
+    const Vector middle = {(low[0] + high[0]) / 2, (low[1] + high[1]) / 2, (low[2] + high[2]) / 2};
+    fit(camera, scene, framedOnly, middle);
+    if (low == high)
+        camera.eye = add(middle, toEye, 1); // a single point
+    forEachVertex(scene, false, [&](const Vector& position) {
+        const Vector offset = add(position, camera.eye, -1);
+        camera.farDistance = std::max(camera.farDistance, 1.01 * std::sqrt(dot(offset, offset)));
+    });
+    return camera;
+}

@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktPreviewRenderer.h"
+
+#include "ktThreadCount.h"
+#include "ktTracer.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <system_error>
+#include <thread>
+
+namespace {
+
+using Color = std::array<float, 3>;
+
+constexpr int raysPerAxis = 4; // of one pixel; a pixel is one packet
+static_assert(raysPerAxis * raysPerAxis == ktRayPacket::width);
+constexpr int maxLayers = 64; // see-through surfaces and hidden backs behind one another
+
+float toSrgb(float linear) {
+    linear = std::clamp(linear, 0.0f, 1.0f);
+    return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1 / 2.4f) - 0.055f;
+}
+
+/// A grey that neither white nor dark parts vanish into, lighter towards the top. `height` from 0 (bottom) to 1.
+Color background(float height) {
+    const float grey = 0.34f + 0.22f * height;
+    return {grey, grey, grey};
+}
+
+/// The light and the colour of one layer at a hit.
+struct Layer {
+    Color color = {0, 0, 0};
+    float alpha = 1;
+};
+
+class Renderer {
+public:
+    Renderer(const ktPreviewScene& scene, const ktPreviewCamera& camera, const ktTracer& tracer, QImage& image, float exposure)
+        : scene(scene), camera(camera), tracer(tracer), image(image), bits(image.bits()), bytesPerLine(image.bytesPerLine()),
+          exposure(exposure) {}
+
+    void renderRow(int row) const {
+        auto* pixels = reinterpret_cast<QRgb*>(bits + static_cast<std::ptrdiff_t>(row) * bytesPerLine);
+        for (int column = 0; column < image.width(); ++column) {
+            const Color color = renderPixel(column, row);
+            const auto byte = [](float value) { return static_cast<int>(std::lround(255 * toSrgb(value))); };
+            pixels[column] = qRgb(byte(color[0]), byte(color[1]), byte(color[2]));
+        }
+    }
+
+private:
+    const ktPreviewScene& scene;
+    const ktPreviewCamera& camera;
+    const ktTracer& tracer;
+    const QImage& image;
+    uchar* const bits; // taken once: bits() of a QImage is not for many threads
+    const int bytesPerLine;
+    const float exposure;
+
+    void aim(ktRayPacket& rays, int column, int row) const {
+        for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane) {
+            const double x = (column + (lane % raysPerAxis + 0.5) / raysPerAxis) / image.width() * 2 - 1;
+            const double y = 1 - (row + (lane / raysPerAxis + 0.5) / raysPerAxis) / image.height() * 2;
+            const ktPreviewCamera::Vector direction = camera.direction(x, y);
+            rays.originX[lane] = static_cast<float>(camera.eye[0]);
+            rays.originY[lane] = static_cast<float>(camera.eye[1]);
+            rays.originZ[lane] = static_cast<float>(camera.eye[2]);
+            rays.directionX[lane] = static_cast<float>(direction[0]);
+            rays.directionY[lane] = static_cast<float>(direction[1]);
+            rays.directionZ[lane] = static_cast<float>(direction[2]);
+            rays.minDistance[lane] = 0;
+            rays.maxDistance[lane] = static_cast<float>(camera.farDistance);
+        }
+        rays.active = 0xFFFFu;
+    }
+
+    Color renderPixel(int column, int row) const {
+        ktRayPacket rays;
+        ktHitPacket hits;
+        aim(rays, column, row);
+        const Color behind = background(1 - (row + 0.5f) / static_cast<float>(image.height()));
+        Color sum = {0, 0, 0};
+        std::array<float, ktRayPacket::width> through;
+        through.fill(1);
+        for (int layer = 0; layer < maxLayers && rays.active != 0; ++layer) {
+            tracer.nearest(rays, true, hits);
+            for (std::uint32_t lane = 0; lane < ktRayPacket::width; ++lane) {
+                const std::uint32_t bit = 1u << lane;
+                if (!(rays.active & bit))
+                    continue;
+                if (hits.mesh[lane] == ktHitPacket::noMesh) {
+                    rays.active &= ~bit;
+                    continue;
+                }
+                const Layer seen = shade(hits, lane);
+                for (size_t i = 0; i < 3; ++i)
+                    sum[i] += through[lane] * seen.alpha * seen.color[i];
+                through[lane] *= 1 - seen.alpha;
+                // The next layer lies beyond this hit.
+                rays.minDistance[lane] = std::nextafter(hits.distance[lane] * 1.000001f, std::numeric_limits<float>::max());
+                if (through[lane] < 1e-3f)
+                    rays.active &= ~bit;
+            }
+        }
+        for (const float share : through)
+            for (size_t i = 0; i < 3; ++i)
+                sum[i] += share * behind[i];
+        for (float& value : sum)
+            value /= ktRayPacket::width;
+        return sum;
+    }
+
+    Layer shade(const ktHitPacket& hits, std::uint32_t lane) const {
+        const ktPreviewMesh& mesh = scene.meshes[hits.mesh[lane]];
+        const ktPreviewMaterial& material = scene.materials[mesh.material];
+        if (!material.isDoubleSided && (hits.backSide >> lane & 1u))
+            return {{0, 0, 0}, 0};
+
+        const std::uint32_t* corners = &mesh.indices[3 * static_cast<size_t>(hits.triangle[lane])];
+        const float u = hits.u[lane], v = hits.v[lane], weights[3] = {1 - u - v, u, v};
+        Color light = {0, 0, 0};
+        std::array<float, 4> color = {0, 0, 0, 0};
+        std::array<float, 2> texCoord = {0, 0};
+        for (int corner = 0; corner < 3; ++corner) {
+            const std::uint32_t vertex = corners[corner];
+            for (size_t i = 0; i < 3; ++i)
+                light[i] += weights[corner] * mesh.light[vertex][i];
+            for (size_t i = 0; i < 4; ++i)
+                color[i] += weights[corner] * mesh.colors[vertex][i];
+            if (!mesh.texCoords.empty())
+                for (size_t i = 0; i < 2; ++i)
+                    texCoord[i] += weights[corner] * mesh.texCoords[vertex][i];
+        }
+        if (material.texture) {
+            const std::array<float, 4> texel = material.texture(texCoord[0], texCoord[1]);
+            for (size_t i = 0; i < 4; ++i)
+                color[i] *= texel[i];
+        }
+        Layer layer;
+        for (size_t i = 0; i < 3; ++i)
+            layer.color[i] = color[i] * light[i] * exposure;
+        if (material.alpha == ktPreviewMaterial::Alpha::Mask)
+            layer.alpha = color[3] < material.alphaCutoff ? 0.0f : 1.0f;
+        else if (material.alpha == ktPreviewMaterial::Alpha::Blend)
+            layer.alpha = std::clamp(color[3], 0.0f, 1.0f);
+        return layer;
+    }
+};
+
+/// Runs work(row) for each row, on as many threads as the host uses.
+template<typename Work>
+void forEachRow(int rows, Work work) {
+    std::atomic<int> next = 0;
+    const auto run = [&] {
+        for (int row = next++; row < rows; row = next++)
+            work(row);
+    };
+    std::vector<std::thread> threads;
+    try {
+        for (unsigned int i = 1; i < ktThreadCount::get(); ++i)
+            threads.emplace_back(run);
+    } catch (const std::system_error&) {
+        // The system gives no more threads: those there are do the work.
+    }
+    run();
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+} // namespace
+
+QImage renderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width, int height,
+                     float exposure) {
+    // The tracer may read four bytes behind the last position: one more vertex that no triangle uses.
+    std::vector<std::vector<std::array<float, 3>>> positions;
+    std::vector<ktTracerMesh> meshes;
+    for (const ktPreviewMesh& mesh : scene.meshes) {
+        positions.push_back(mesh.positions);
+        positions.back().push_back({0, 0, 0});
+        ktTracerMesh traced;
+        traced.positions = positions.back().front().data();
+        traced.indices = mesh.indices.data();
+        traced.vertexCount = static_cast<std::uint32_t>(mesh.positions.size());
+        traced.triangleCount = static_cast<std::uint32_t>(mesh.indices.size() / 3);
+        meshes.push_back(traced);
+    }
+    if (!tracer.build(meshes, {}))
+        return {};
+    QImage image(width, height, QImage::Format_RGB32);
+    if (image.isNull())
+        throw std::bad_alloc();
+    const Renderer renderer(scene, camera, tracer, image, exposure);
+    forEachRow(height, [&](int row) { renderer.renderRow(row); });
+    tracer.build({}, {});
+    return image;
+}

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktPlainTracer.h"
+#include "ktPreviewRenderer.h"
+#include "ktThreadCount.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr int size = 8;
+
+/// A square at a depth before a camera at the origin that looks along -z; it fills the image.
+ktPreviewMesh makeSquare(float depth, std::array<float, 4> color, std::array<float, 3> light, std::uint32_t material = 0) {
+    const float half = 10 * depth;
+    ktPreviewMesh mesh;
+    mesh.positions = {{-half, -half, -depth}, {half, -half, -depth}, {half, half, -depth}, {-half, half, -depth}};
+    mesh.indices = {0, 1, 2, 0, 2, 3};
+    mesh.colors.assign(4, color);
+    mesh.light.assign(4, light);
+    mesh.material = material;
+    return mesh;
+}
+
+ktPreviewCamera makeCamera() {
+    ktPreviewCamera camera;
+    camera.farDistance = 100;
+    return camera;
+}
+
+QRgb middlePixel(const ktPreviewScene& scene, float exposure = 1) {
+    ktPlainTracer tracer;
+    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, exposure);
+    return image.isNull() ? 0 : image.pixel(size / 2, size / 2);
+}
+
+} // namespace
+
+TEST(PreviewRenderer, GivenLitSquare_ShowsLightTimesColorInSrgb) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 0.5f, 0, 1}, {0.5f, 0.5f, 0.5f})};
+    // Linear 0.5 is 188 in sRGB, 0.25 is 137.
+    EXPECT_EQ(middlePixel(scene), qRgb(188, 137, 0));
+    EXPECT_EQ(middlePixel(scene, 2), qRgb(255, 188, 0));
+}
+
+TEST(PreviewRenderer, GivenLightThatChangesAcross_Interpolates) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {0, 0, 0})};
+    scene.meshes[0].positions = {{-0.3f, -1, -1}, {0.3f, -1, -1}, {0.3f, 1, -1}, {-0.3f, 1, -1}};
+    scene.meshes[0].light[1] = scene.meshes[0].light[2] = {1, 1, 1};
+    ktPlainTracer tracer;
+    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, 1);
+    for (int x = 1; x < size; ++x)
+        EXPECT_GT(qRed(image.pixel(x, 3)), qRed(image.pixel(x - 1, 3)));
+}
+
+TEST(PreviewRenderer, GivenNothing_ShowsTheBackgroundLighterAtTheTop) {
+    ktPreviewScene scene;
+    ktPlainTracer tracer;
+    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, 1);
+    EXPECT_GT(qRed(image.pixel(0, 0)), qRed(image.pixel(0, size - 1)));
+    EXPECT_EQ(qRed(image.pixel(0, 0)), qBlue(image.pixel(0, 0)));
+}
+
+TEST(PreviewRenderer, GivenHalfTransparentSquare_MixesWithWhatIsBehind) {
+    ktPreviewScene scene;
+    scene.materials.resize(2);
+    scene.materials[1].alpha = ktPreviewMaterial::Alpha::Blend;
+    scene.meshes = {makeSquare(1, {0, 0, 0, 0.5f}, {1, 1, 1}, 1), makeSquare(2, {1, 1, 1, 1}, {1, 1, 1})};
+    EXPECT_EQ(middlePixel(scene), qRgb(188, 188, 188));
+}
+
+TEST(PreviewRenderer, GivenMaskedTexel_ShowsWhatIsBehind) {
+    ktPreviewScene scene;
+    scene.materials.resize(2);
+    scene.materials[1].alpha = ktPreviewMaterial::Alpha::Mask;
+    scene.materials[1].texture = [](float, float) { return std::array<float, 4>{1, 0, 0, 0.4f}; };
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1}, 1), makeSquare(2, {0, 1, 0, 1}, {1, 1, 1})};
+    EXPECT_EQ(middlePixel(scene), qRgb(0, 255, 0));
+    scene.materials[1].alphaCutoff = 0.3f;
+    EXPECT_EQ(middlePixel(scene), qRgb(255, 0, 0));
+}
+
+TEST(PreviewRenderer, GivenBackOfOneSidedSurface_SeesThroughIt) {
+    ktPreviewScene scene;
+    scene.materials.resize(2);
+    scene.materials[1].isDoubleSided = false;
+    scene.meshes = {makeSquare(1, {1, 0, 0, 1}, {1, 1, 1}, 1), makeSquare(2, {0, 1, 0, 1}, {1, 1, 1})};
+    EXPECT_EQ(middlePixel(scene), qRgb(255, 0, 0));
+    scene.meshes[0].indices = {0, 2, 1, 0, 3, 2};
+    EXPECT_EQ(middlePixel(scene), qRgb(0, 255, 0));
+}
+
+TEST(PreviewRenderer, GivenTexture_SamplesItAtTheInterpolatedCoordinate) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.materials[0].texture = [](float u, float v) { return std::array<float, 4>{u < 0.5f ? 1.f : 0.f, v < 0.5f ? 1.f : 0.f, 0, 1}; };
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
+    scene.meshes[0].texCoords = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    ktPlainTracer tracer;
+    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, 1);
+    EXPECT_EQ(image.pixel(0, size - 1), qRgb(255, 255, 0));
+    EXPECT_EQ(image.pixel(size - 1, 0), qRgb(0, 0, 0));
+}
+
+TEST(PreviewRenderer, GivenStructureThatIsNotBuilt_GivesNoImage) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
+    ktPlainTracer tracer;
+    tracer.isBuildable = false;
+    EXPECT_TRUE(renderPreview(scene, makeCamera(), tracer, size, size, 1).isNull());
+}
+
+TEST(PreviewRenderer, GivenOneOrMoreThreads_DrawsTheSame) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {0.2f, 0.4f, 0.6f, 1}, {0.1f, 0.9f, 0.7f})};
+    ktPlainTracer tracer;
+    ktThreadCount::set(1);
+    const QImage one = renderPreview(scene, makeCamera(), tracer, 33, 17, 1);
+    ktThreadCount::set(3);
+    EXPECT_EQ(renderPreview(scene, makeCamera(), tracer, 33, 17, 1), one);
+    ktThreadCount::set(0);
+}
