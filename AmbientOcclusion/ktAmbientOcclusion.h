@@ -4,6 +4,7 @@
 #include "AOPreset.h"
 #include "ktAmbientOcclusionExport.h"
 #include "ktNodePtr.h"
+#include "OSGAmbientOcclusionSettingsAttachment.h"
 
 #include <cstdint>
 #include <OpenSG/OSGAction.h>
@@ -13,7 +14,6 @@
 #include <OpenSG/OSGMaterial.h>
 #include <OpenSG/OSGMatrix.h>
 #include <OpenSG/OSGNode.h>
-#include <OSGAmbientOcclusionSettingsAttachment.h>
 #include <QList>
 #include <QMetaType>
 #include <QObject>

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The per-vertex results: texture-coordinate channels 7 and 5 of a geometry.
+#include "ktAmbientOcclusion.h"
+#include "ktAmbientOcclusionInternal.h"
+
+using namespace ktAmbientOcclusionInternal;
+
+namespace {
+
+constexpr float marker = 2.0f;          // added to w in channel 5
+constexpr float markerThreshold = 1.5f; // w from here on carries it
+constexpr float presentThreshold = 1e-6f;
+
+osg::GeoTexCoords4fPtr asResults(const osg::GeoTexCoordsPtr& property) {
+    if (property == osg::NullFC)
+        return osg::NullFC;
+    return osg::GeoTexCoords4fPtr::dcast(property);
+}
+
+osg::GeoTexCoords4fPtr makeResults(osg::UInt32 count) {
+    const osg::GeoTexCoords4fPtr results = osg::GeoTexCoords4f::create();
+    osg::beginEditCP(results);
+    osg::MFVec4f& values = *results->editFieldPtr();
+    values.resize(count);
+    for (osg::UInt32 i = 0; i < count; ++i)
+        values[i].setValues(0, 0, 0, 0);
+    osg::endEditCP(results);
+    return results;
+}
+
+// Multi-index geometry is made single-index before it is calculated, so one entry is all there is to care for.
+void mapChannel(const osg::GeometryPtr& geometry, osg::UInt16 bit) {
+    osg::MFUInt16& mapping = *geometry->editMFIndexMapping();
+    if (mapping.size() == 1)
+        mapping[0] = static_cast<osg::UInt16>(mapping[0] | bit);
+}
+
+} // namespace
+
+osg::GeoTexCoords4fPtr ktAmbientOcclusion::getAOData(const osg::GeometryPtr& geometry, osg::UInt32 count) {
+    const osg::GeoTexCoords4fPtr present = asResults(geometry->getTexCoords7());
+    if (present != osg::NullFC && present->size() >= count)
+        return present;
+    const osg::GeoTexCoords4fPtr made = makeResults(count);
+    const osg::BitVector mask = osg::GeometryBase::IndexMappingFieldMask | osg::GeometryBase::TexCoords7FieldMask;
+    osg::beginEditCP(geometry, mask);
+    geometry->setTexCoords7(made);
+    mapChannel(geometry, osg::Geometry::MapTexCoords7);
+    osg::endEditCP(geometry, mask);
+    return made;
+}
+
+osg::GeoTexCoords4fPtr ktAmbientOcclusion::getBakingData(const osg::GeometryPtr& geometry, osg::UInt32 count) {
+    const osg::GeoTexCoords4fPtr present = asResults(geometry->getTexCoords5());
+    if (present != osg::NullFC && present->size() >= count)
+        return present;
+    const osg::GeoTexCoords4fPtr made = makeResults(count);
+    const osg::BitVector mask = osg::GeometryBase::IndexMappingFieldMask | osg::GeometryBase::TexCoords5FieldMask;
+    osg::beginEditCP(geometry, mask);
+    geometry->setTexCoords5(made);
+    mapChannel(geometry, osg::Geometry::MapTexCoords5);
+    osg::endEditCP(geometry, mask);
+    return made;
+}
+
+void ktAmbientOcclusion::storeDirectToBakingData() {
+    for (const osg::NodePtr& node : geometryNodes) {
+        const osg::GeometryPtr geometry = geometryOf(node);
+        const osg::GeoPositions3fPtr positions = usablePositions(geometry);
+        if (positions == osg::NullFC)
+            continue;
+        const osg::UInt32 count = positions->size();
+        const osg::GeoTexCoords4fPtr aoData = getAOData(geometry, count);
+        if (mode == LightAndShadows) {
+            const osg::GeoTexCoords4fPtr bakingData = getBakingData(geometry, count);
+            const osg::MFVec4f& source = *aoData->getFieldPtr();
+            osg::MFVec4f& target = *bakingData->editFieldPtr();
+            const bool shared = &source == &target;
+            for (osg::UInt32 i = 0; i < count; ++i) {
+                if (!shared)
+                    target[i] = source[i];
+                if (target[i][3] < markerThreshold)
+                    target[i][3] += marker;
+            }
+            announce(aoData);
+            announce(bakingData);
+            announce(geometry, osg::GeometryBase::TexCoords5FieldMask);
+        } else {
+            clearBakingData(geometry, false);
+        }
+        for (osg::Vec4f& value : *aoData->editFieldPtr())
+            value.setValues(0, 0, 0, value[3]);
+        announce(aoData);
+    }
+}
+
+void ktAmbientOcclusion::addIndirectToBakingData() {
+    for (const osg::NodePtr& node : geometryNodes) {
+        const osg::GeometryPtr geometry = geometryOf(node);
+        const osg::GeoPositions3fPtr positions = usablePositions(geometry);
+        if (positions == osg::NullFC)
+            continue;
+        const osg::UInt32 count = positions->size();
+        const osg::GeoTexCoords4fPtr aoData = getAOData(geometry, count);
+        if (mode != LightAndShadows)
+            continue;
+        const osg::GeoTexCoords4fPtr bakingData = getBakingData(geometry, count);
+        const osg::MFVec4f& source = *aoData->getFieldPtr();
+        osg::MFVec4f& target = *bakingData->editFieldPtr();
+        for (osg::UInt32 i = 0; i < count; ++i)
+            target[i] += source[i];
+        announce(bakingData);
+        announce(geometry, osg::GeometryBase::TexCoords5FieldMask);
+    }
+}
+
+void ktAmbientOcclusion::clearBakingData(const osg::GeometryPtr& geometry, bool clearDirect) {
+    if (geometry == osg::NullFC)
+        return;
+    osg::beginEditCP(geometry);
+    geometry->setTexCoords5(osg::NullFC);
+    osg::endEditCP(geometry);
+    const osg::GeoPositions3fPtr positions = usablePositions(geometry);
+    if (positions == osg::NullFC)
+        return;
+    const osg::GeoTexCoords4fPtr aoData = getAOData(geometry, positions->size());
+    for (osg::Vec4f& value : *aoData->editFieldPtr()) {
+        if (clearDirect)
+            value[3] = 0;
+        else if (value[3] >= markerThreshold)
+            value[3] -= marker;
+    }
+    announce(aoData);
+}
+
+bool ktAmbientOcclusion::isCalculationMissing(const osg::GeometryPtr& geometry, bool direct, bool indirect) {
+    const osg::GeoPositions3fPtr positions = usablePositions(geometry);
+    if (positions == osg::NullFC || usableNormals(geometry, positions->size()) == osg::NullFC)
+        return false;
+    bool haveDirect = !direct;
+    bool haveIndirect = !indirect;
+    const osg::GeoTexCoords4fPtr aoData = asResults(geometry->getTexCoords7());
+    if (aoData != osg::NullFC && aoData->size() == positions->size()) {
+        for (const osg::Vec4f& value : *aoData->getFieldPtr()) {
+            if (haveDirect && haveIndirect)
+                break;
+            haveDirect = haveDirect || value[3] > presentThreshold;
+            haveIndirect = haveIndirect || value[0] > presentThreshold || value[1] > presentThreshold ||
+                           value[2] > presentThreshold;
+        }
+    }
+    return !(haveDirect && haveIndirect);
+}

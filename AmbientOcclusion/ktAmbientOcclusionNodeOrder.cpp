@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Lookups that the collection and the passes share: the material in effect, and nodes ordered by their geometry.
+#include "ktAmbientOcclusion.h"
+#include "ktAmbientOcclusionInternal.h"
+#include "ktScenegraph.h"
+
+#include <OpenSG/OSGMaterialDrawable.h>
+#include <OpenSG/OSGMaterialGroup.h>
+
+using namespace ktAmbientOcclusionInternal;
+
+osg::MaterialPtr ktAmbientOcclusion::getRealMaterial(const osg::NodePtr& node) {
+    if (node == osg::NullFC || node->getCore() == osg::NullFC)
+        return osg::NullFC;
+    // A group's material goes over that of everything below it; the root of the scene belongs to the host.
+    const osg::NodePtr root = ktScenegraph::getRootNode();
+    for (osg::NodePtr ancestor = node; ancestor != osg::NullFC && ancestor != root; ancestor = ancestor->getParent()) {
+        if (ancestor->getCore() == osg::NullFC)
+            continue;
+        const osg::MaterialGroupPtr group = osg::MaterialGroupPtr::dcast(ancestor->getCore());
+        if (group != osg::NullFC && group->getMaterial() != osg::NullFC)
+            return group->getMaterial();
+    }
+    const osg::MaterialGroupPtr group = osg::MaterialGroupPtr::dcast(node->getCore());
+    if (group != osg::NullFC)
+        return group->getMaterial();
+    const osg::MaterialDrawablePtr drawable = osg::MaterialDrawablePtr::dcast(node->getCore());
+    if (drawable != osg::NullFC)
+        return drawable->getMaterial();
+    return osg::NullFC;
+}
+
+bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b) {
+    const osg::GeometryPtr geometryB = geometryOf(b);
+    return geometryB != osg::NullFC && geometryOf(a) < geometryB;
+}
+
+bool geomPtrEqual(const osg::NodePtr& a, const osg::NodePtr& b) { return geometryOf(a) == geometryOf(b); }

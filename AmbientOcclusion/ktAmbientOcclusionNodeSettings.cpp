@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The settings that calculated nodes carry, as a typed attachment.
+#include "ktAmbientOcclusion.h"
+#include "ktAmbientOcclusionInternal.h"
+#include "ktAmbientOcclusionTextSettings.h"
+#include "ktNodePermission.h"
+#include "ktNodeUtils.h"
+#include "ktScenegraph.h"
+#include "ktUndoStack.h"
+#include "OSGValuePair.h"
+
+using namespace ktAmbientOcclusionInternal;
+
+osg::AmbientOcclusionSettingsAttachmentPtr ktAmbientOcclusion::getAmbientOcclusionSettings() {
+    const osg::AmbientOcclusionSettingsAttachmentPtr settings = osg::AmbientOcclusionSettingsAttachment::create();
+    osg::beginEditCP(settings);
+    settings->setMode(mode);
+    settings->setShadowQuality(shadowQuality);
+    settings->setMinDistance(minDistance);
+    settings->setMaxDistance(maxDistance);
+    settings->setIndirectIllumination(indirectIllumination);
+    settings->setGatherQuality(gatherQuality);
+    settings->setNumIndirections(numOfIndirections);
+    settings->setColorBleeding(colorBleeding);
+    settings->setOverrideMaterialColor(overrideMaterialColor);
+    settings->setMaterialColor(materialColor);
+    settings->setSubdivide(subdivide);
+    settings->setSubdivisionQuality(subdivisionQuality);
+    settings->setMinEdgeLength(static_cast<osg::Real32>(minEdgeLength));
+    settings->setIntensityThreshold(static_cast<osg::Real32>(intensityThreshold));
+    osg::endEditCP(settings);
+    return settings;
+}
+
+namespace {
+
+void attach(const osg::NodePtr& node, const osg::AttachmentPtr& attachment) {
+    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
+    node->addAttachment(attachment);
+    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
+}
+
+void detach(const osg::NodePtr& node, const osg::AttachmentPtr& attachment) {
+    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
+    node->subAttachment(attachment);
+    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
+}
+
+osg::ValuePairPtr findValuePair(const osg::NodePtr& node) {
+    const osg::AttachmentPtr found = node->findAttachment(osg::ValuePair::getClassType());
+    return found == osg::NullFC ? osg::ValuePairPtr(osg::NullFC) : osg::ValuePairPtr::dcast(found);
+}
+
+osg::AmbientOcclusionSettingsAttachmentPtr findSettings(const osg::NodePtr& node) {
+    const osg::AttachmentPtr found =
+        node->findAttachment(osg::AmbientOcclusionSettingsAttachment::getClassType());
+    return found == osg::NullFC ? osg::AmbientOcclusionSettingsAttachmentPtr(osg::NullFC)
+                                : osg::AmbientOcclusionSettingsAttachmentPtr::dcast(found);
+}
+
+void removeTextSettings(const osg::NodePtr& node) {
+    const osg::ValuePairPtr values = findValuePair(node);
+    if (values == osg::NullFC)
+        return;
+    osg::beginEditCP(values);
+    eraseTextSettings(values);
+    osg::endEditCP(values);
+    if (values->getSize() == 0)
+        detach(node, values);
+}
+
+// Children come after the node, in their order; scenes may be deeper than the stack.
+void pushChildren(std::vector<osg::NodePtr>& pending, const osg::NodePtr& node) {
+    for (osg::UInt32 i = node->getNChildren(); i > 0; --i)
+        pending.push_back(node->getChild(i - 1));
+}
+
+bool mayChange(const osg::NodePtr& node) {
+    return ktNodePermission::allows(node, ktNodePermission::ChangeIllumination);
+}
+
+} // namespace
+
+void ktAmbientOcclusion::addAOData(const osg::NodePtr& root,
+                                   const osg::AmbientOcclusionSettingsAttachmentPtr& attachment) {
+    std::vector<osg::NodePtr> pending{root};
+    while (!pending.empty()) {
+        const osg::NodePtr node = pending.back();
+        pending.pop_back();
+        if (node == osg::NullFC || !mayChange(node))
+            continue;
+        removeTextSettings(node);
+        const osg::AmbientOcclusionSettingsAttachmentPtr old = findSettings(node);
+        if (old != osg::NullFC)
+            detach(node, old);
+        attach(node, attachment);
+        pushChildren(pending, node);
+    }
+}
+
+void ktAmbientOcclusion::addAOData(const osg::NodePtr& root) {
+    std::vector<osg::NodePtr> pending{root};
+    while (!pending.empty()) {
+        const osg::NodePtr node = pending.back();
+        pending.pop_back();
+        if (node == osg::NullFC || !mayChange(node) || ktNodeUtils::isGeometryComponent(node))
+            continue;
+        osg::ValuePairPtr values = findValuePair(node);
+        if (values == osg::NullFC) {
+            values = osg::ValuePair::create();
+            attach(node, values);
+        }
+        osg::beginEditCP(values);
+        writeTextSettings(*this, values);
+        osg::endEditCP(values);
+        pushChildren(pending, node);
+    }
+}
+
+void ktAmbientOcclusion::loadFromNode(const osg::NodePtr& node) {
+    if (node == osg::NullFC)
+        return;
+    const osg::AmbientOcclusionSettingsAttachmentPtr settings = findSettings(node);
+    const osg::ValuePairPtr values = findValuePair(node);
+    if (settings == osg::NullFC && values == osg::NullFC)
+        return;
+    ktUndoStack* undoStack = ktUndoStack::get(0);
+    undoStack->beginMacro(tr("Load Ambient Occlusion From Node"));
+    if (settings != osg::NullFC) {
+        setMode(static_cast<DirectLightMode>(settings->getMode()));
+        setShadowQuality(settings->getShadowQuality());
+        setMinDistance(settings->getMinDistance());
+        setMaxDistance(settings->getMaxDistance());
+        setIndirectIlluminationEnabled(settings->getIndirectIllumination());
+        setGatherQuality(settings->getGatherQuality());
+        setNumOfIndirections(settings->getNumIndirections());
+        setColorBleedingEnabled(settings->getColorBleeding());
+        setOverrideMaterialColorEnabled(settings->getOverrideMaterialColor());
+        const osg::Color3f color = settings->getMaterialColor();
+        setMaterialColor(color[0], color[1], color[2]);
+        setSubdivideEnabled(settings->getSubdivide());
+        setSubdivisionQuality(settings->getSubdivisionQuality());
+        setMinEdgeLength(settings->getMinEdgeLength());
+        setIntensityThreshold(settings->getIntensityThreshold());
+    } else {
+        loadTextSettings(*this, values);
+    }
+    undoStack->endMacro();
+}
+
+void ktAmbientOcclusion::loadSettings() {
+    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes()) {
+        if (node != osg::NullFC) {
+            loadFromNode(node);
+            return;
+        }
+    }
+}

@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Which nodes a run calculates, and what its rays meet.
+#include "ktAmbientOcclusion.h"
+#include "ktAmbientOcclusionInternal.h"
+#include "ktLights.h"
+#include "ktNodePermission.h"
+#include "ktScenegraph.h"
+#include "OSGUEnvironmentMaterial.h"
+#include "OSGUEnvironmentSwitchMaterial.h"
+#include "OSGUShadowMaterial.h"
+
+#include <OpenSG/OSGGeoFunctions.h>
+#include <OpenSG/OSGGroup.h>
+#include <OpenSG/OSGSwitch.h>
+#include <OpenSG/OSGTransform.h>
+
+using namespace ktAmbientOcclusionInternal;
+
+namespace {
+
+// Carries the lists through the traversal, whose functions take a node alone.
+struct GeometryCollector {
+    ktAmbientOcclusion* controller;
+    std::vector<osg::NodePtr>* nodes;
+    std::set<osg::GeometryPtr>* collectedCores;
+
+    osg::Action::ResultE enter(osg::NodePtr& node) {
+        return controller->getGeometryNodes(node, *nodes, *collectedCores);
+    }
+    void traverse(const osg::NodePtr& root) {
+        osg::traverse(root, osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, GeometryCollector,
+                                                                     osg::NodePtr>(this, &GeometryCollector::enter));
+    }
+};
+
+struct VisibleCollector {
+    ktAmbientOcclusion* controller;
+
+    osg::Action::ResultE enter(osg::NodePtr& node) { return controller->getVisibleNodes(node); }
+    void traverse(const osg::NodePtr& root) {
+        osg::traverse(root, osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, VisibleCollector,
+                                                                     osg::NodePtr>(this, &VisibleCollector::enter));
+    }
+};
+
+bool isHidden(const osg::NodePtr& node) { return node->getTravMask() != 0xFFFFFFFF; }
+
+bool isLinesOrPoints(const osg::GeometryPtr& geometry) {
+    const osg::GeoPTypesPtr types = geometry->getTypes();
+    return types != osg::NullFC && types->size() > 0 && types->getValue(0) <= 3; // points, lines, line loop and strip
+}
+
+bool isMultiIndexed(const osg::GeometryPtr& geometry) { return geometry->getMFIndexMapping()->size() >= 2; }
+
+template <class MaterialPtrType>
+bool isMaterial(const osg::MaterialPtr& material) {
+    return material != osg::NullFC && MaterialPtrType::dcast(material) != osg::NullFC;
+}
+
+bool occludes(const osg::MaterialPtr& material) {
+    return material == osg::NullFC || isMaterial<osg::UEnvironmentMaterialPtr>(material) ||
+           isMaterial<osg::UEnvironmentSwitchMaterialPtr>(material) || isMaterial<osg::UShadowMaterialPtr>(material) ||
+           !material->isTransparent();
+}
+
+} // namespace
+
+osg::NodePtr ktAmbientOcclusion::buildGeometryNodeList(const std::vector<ktNodePtr>& selectedNodes,
+                                                       std::vector<osg::NodePtr>& nodes, bool onlyMissing) {
+    nodes.clear();
+    missingOnly = onlyMissing;
+
+    const osg::NodePtr workingRoot = osg::Node::create();
+    osg::addRefCP(workingRoot);
+    osg::beginEditCP(workingRoot, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
+    workingRoot->setCore(osg::Group::create());
+    for (const ktNodePtr& selected : selectedNodes) {
+        if (selected == osg::NullFC)
+            continue; // has left the scene since it was selected
+        const osg::NodePtr clone = osg::cloneTree(selected);
+        osg::Matrix parentToWorld;
+        if (selected->getParent() != osg::NullFC)
+            parentToWorld = selected->getParent()->getToWorld();
+
+        const osg::TransformPtr transform = osg::Transform::create();
+        osg::beginEditCP(transform, osg::Transform::MatrixFieldMask);
+        transform->setMatrix(parentToWorld);
+        osg::endEditCP(transform, osg::Transform::MatrixFieldMask);
+        const osg::NodePtr placed = osg::Node::create();
+        osg::beginEditCP(placed, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
+        placed->setCore(transform);
+        placed->addChild(clone);
+        osg::endEditCP(placed, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
+        workingRoot->addChild(placed);
+    }
+    osg::endEditCP(workingRoot, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
+
+    std::set<osg::GeometryPtr> collectedCores;
+    GeometryCollector{this, &nodes, &collectedCores}.traverse(workingRoot);
+    return workingRoot;
+}
+
+void ktAmbientOcclusion::buildVisibleNodeList() {
+    visibleGeometryNodes.clear();
+    visibleLightNodes.clear();
+    const osg::NodePtr root = ktScenegraph::getRootNode();
+    if (root != osg::NullFC)
+        VisibleCollector{this}.traverse(root);
+}
+
+osg::Action::ResultE ktAmbientOcclusion::getGeometryNodes(const osg::NodePtr& node, std::vector<osg::NodePtr>& nodes,
+                                                          std::set<osg::GeometryPtr>& collectedCores) {
+    if (node == osg::NullFC || node->getCore() == osg::NullFC)
+        return osg::Action::Continue;
+    if (isHidden(node))
+        return osg::Action::Skip;
+
+    const osg::SwitchPtr switchCore = osg::SwitchPtr::dcast(node->getCore());
+    if (switchCore != osg::NullFC) {
+        const osg::Int32 choice = switchCore->getChoice();
+        if (choice >= 0 && static_cast<osg::UInt32>(choice) < node->getNChildren()) {
+            const osg::NodePtr child = node->getChild(static_cast<osg::UInt32>(choice));
+            if (child != osg::NullFC)
+                GeometryCollector{this, &nodes, &collectedCores}.traverse(child);
+            return osg::Action::Skip;
+        }
+        // A choice that names no child enters them all, unlike in the visible scene.
+        return choice == osg::Switch::NONE ? osg::Action::Skip : osg::Action::Continue;
+    }
+
+    const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(node->getCore());
+    if (geometry == osg::NullFC)
+        return osg::Action::Continue;
+    if (!ktNodePermission::allows(node, ktNodePermission::ChangeIllumination))
+        return osg::Action::Continue;
+    if (isMaterial<osg::UEnvironmentMaterialPtr>(getRealMaterial(node)))
+        return osg::Action::Continue;
+
+    // Per-vertex results need properties of the geometry's own and one index for all of them.
+    osg::separateProperties(geometry);
+    if (isMultiIndexed(geometry))
+        osg::createSingleIndex(geometry);
+
+    if (missingOnly && !isCalculationMissing(geometry, true, indirectIllumination))
+        return osg::Action::Continue;
+    if (geometry->getParents().size() >= 2 && collectedCores.count(geometry) > 0)
+        return osg::Action::Continue;
+    collectedCores.insert(geometry);
+    nodes.push_back(node);
+    return osg::Action::Continue;
+}
+
+osg::Action::ResultE ktAmbientOcclusion::getVisibleNodes(const osg::NodePtr& node) {
+    if (node == osg::NullFC || node->getCore() == osg::NullFC)
+        return osg::Action::Continue;
+    if (isHidden(node))
+        return osg::Action::Skip;
+
+    const osg::SwitchPtr switchCore = osg::SwitchPtr::dcast(node->getCore());
+    if (switchCore != osg::NullFC) {
+        const osg::Int32 choice = switchCore->getChoice();
+        if (choice >= 0 && static_cast<osg::UInt32>(choice) < node->getNChildren()) {
+            const osg::NodePtr child = node->getChild(static_cast<osg::UInt32>(choice));
+            if (child != osg::NullFC)
+                VisibleCollector{this}.traverse(child);
+            return osg::Action::Skip;
+        }
+        return choice == osg::Switch::ALL ? osg::Action::Continue : osg::Action::Skip;
+    }
+
+    const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(node->getCore());
+    if (geometry == osg::NullFC) {
+        if (ktLights::isLight(node) && !ktLights::isRayFileLight(node))
+            visibleLightNodes.push_back(node);
+        return osg::Action::Continue;
+    }
+    if (isLinesOrPoints(geometry) || !occludes(getRealMaterial(node)))
+        return osg::Action::Continue;
+    if (isMultiIndexed(geometry)) {
+        osg::separateProperties(geometry);
+        osg::createSingleIndex(geometry);
+    }
+    visibleGeometryNodes.push_back(node);
+    return osg::Action::Continue;
+}

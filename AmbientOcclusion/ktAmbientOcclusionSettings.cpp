@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The setters and the two slots that their commands call.
+#include "ktAmbientOcclusion.h"
+#include "ktInvokePValUndoCommand.h"
+#include "ktUndoStack.h"
+
+namespace {
+
+constexpr double smallestIntensityThreshold = 0.0075;
+constexpr float colorTolerance = 1e-6f;
+
+bool componentsEqual(float a, float b) {
+    const float difference = a - b;
+    return difference <= colorTolerance && -difference <= colorTolerance;
+}
+
+// The stack applies the command at once: it writes the member and calls the method.
+template <class T>
+void pushChange(const QString& label, const T& value, QObject* object, const char* signature, T& member) {
+    ktUndoStack::get(0)->add(new ktInvokePValUndoCommand<T>(label, value, object, signature, nullptr, &member));
+}
+
+} // namespace
+
+void ktAmbientOcclusion::setShadowQuality(int quality) {
+    if (quality != shadowQuality)
+        pushChange(tr("Ambient Occlusion Shadow Quality"), quality, this, "shadowQualityCommand()", shadowQuality);
+}
+
+void ktAmbientOcclusion::setMinDistance(float distance) {
+    if (distance != minDistance)
+        pushChange(tr("Ambient Occlusion Min Distance"), distance, this, "minDistanceChanged(float)", minDistance);
+}
+
+void ktAmbientOcclusion::setMaxDistance(float distance) {
+    if (distance != maxDistance)
+        pushChange(tr("Ambient Occlusion Max Distance"), distance, this, "maxDistanceChanged(float)", maxDistance);
+}
+
+void ktAmbientOcclusion::setMode(DirectLightMode newMode) {
+    if (newMode != mode)
+        pushChange(tr("Ambient Occlusion Mode"), newMode, this, "modeChanged(ktAmbientOcclusion::DirectLightMode)",
+                   mode);
+}
+
+void ktAmbientOcclusion::setIndirectIlluminationEnabled(bool enable) {
+    if (enable != indirectIllumination)
+        pushChange(tr("Ambient Occlusion Indirect Illumination"), enable, this, "indirectIlluminationChanged(bool)",
+                   indirectIllumination);
+}
+
+void ktAmbientOcclusion::setGatherQuality(int quality) {
+    if (quality != gatherQuality)
+        pushChange(tr("Ambient Occlusion Gather Quality"), quality, this, "gatherQualityCommand()", gatherQuality);
+}
+
+void ktAmbientOcclusion::setNumOfIndirections(int count) {
+    if (count != numOfIndirections)
+        pushChange(tr("Ambient Occlusion Number of Indirections"), count, this, "numOfIndirectionsChanged(int)",
+                   numOfIndirections);
+}
+
+void ktAmbientOcclusion::setColorBleedingEnabled(bool enable) {
+    if (enable != colorBleeding)
+        pushChange(tr("Ambient Occlusion Color Bleeding"), enable, this, "colorBleedingChanged(bool)", colorBleeding);
+}
+
+void ktAmbientOcclusion::setOverrideMaterialColorEnabled(bool enable) {
+    if (enable != overrideMaterialColor)
+        pushChange(tr("Ambient Occlusion Override Material Color"), enable, this,
+                   "overrideMaterialColorChanged(bool)", overrideMaterialColor);
+}
+
+void ktAmbientOcclusion::setMaterialColor(float r, float g, float b) {
+    if (componentsEqual(r, materialColor[0]) && componentsEqual(g, materialColor[1]) &&
+        componentsEqual(b, materialColor[2]))
+        return;
+    pushChange(tr("Ambient Occlusion Material Color"), osg::Color3f(r, g, b), this,
+               "materialColorChanged(OSG::Color3f)", materialColor);
+}
+
+void ktAmbientOcclusion::setSubdivideEnabled(bool enable) {
+    if (enable != subdivide)
+        pushChange(tr("Ambient Occlusion Subdivide"), enable, this, "subdivideChanged(bool)", subdivide);
+}
+
+void ktAmbientOcclusion::setSubdivisionQuality(int quality) {
+    if (quality != subdivisionQuality)
+        pushChange(tr("Ambient Occlusion Subdivide Quality"), quality, this, "subdivisionQualityChanged(int)",
+                   subdivisionQuality);
+}
+
+void ktAmbientOcclusion::setMinEdgeLength(double length) {
+    if (length != minEdgeLength)
+        pushChange(tr("Ambient Occlusion Min Edge Length"), length, this, "minEdgeLengthChanged(double)",
+                   minEdgeLength);
+}
+
+void ktAmbientOcclusion::setIntensityThreshold(double threshold) {
+    if (!(threshold >= smallestIntensityThreshold)) // a NaN as well
+        threshold = smallestIntensityThreshold;
+    if (threshold != intensityThreshold)
+        pushChange(tr("Ambient Occlusion Intensity Threshold"), threshold, this, "intensityThresholdChanged(double)",
+                   intensityThreshold);
+}
+
+void ktAmbientOcclusion::shadowQualityCommand() {
+    int count = 32;
+    switch (shadowQuality) {
+    case 0: count = 8; break;
+    case 1: count = 16; break;
+    case 3: count = 48; break;
+    case 4: count = 64; break;
+    case 5: count = 128; break;
+    default: break;
+    }
+    directSampleCountU = count;
+    directSampleCountV = count;
+    Q_EMIT shadowQualityChanged(shadowQuality);
+}
+
+void ktAmbientOcclusion::gatherQualityCommand() {
+    switch (gatherQuality) {
+    case 0: gatherSampleCount = 8; break;
+    case 1: gatherSampleCount = 16; break;
+    case 2: gatherSampleCount = 24; break;
+    case 3: gatherSampleCount = 32; break;
+    default: gatherSampleCount = 48; break;
+    }
+    Q_EMIT gatherQualityChanged(gatherQuality);
+}

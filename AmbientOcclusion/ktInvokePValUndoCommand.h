@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktInvokeValueUndoBase.h"
+
+/// The undoable change of one member variable: writes the value through a pointer, then calls the method.
+template <class T>
+class ktInvokePValUndoCommand : public ktInvokeValueUndoBase<T> {
+public:
+    /// Arguments as for ktInvokeValueUndoBase.
+    /// @param valuePointer the member that holds the setting; not owned; a null one is never written
+    ktInvokePValUndoCommand(const QString& text, const T& value, QObject* object, const char* signature,
+                            QUndoCommand* parent, T* valuePointer)
+        : ktInvokeValueUndoBase<T>(text, value, object, signature, parent), valuePointer(valuePointer) {}
+
+    bool canMergeWith(const QUndoCommand* other) const override {
+        return ktInvokeValueUndoBase<T>::canMergeWith(other) &&
+               static_cast<const ktInvokePValUndoCommand*>(other)->valuePointer == valuePointer;
+    }
+
+    void setValue(const T& newValue, T& oldValue) override {
+        if (!valuePointer)
+            return;
+        oldValue = *valuePointer;
+        *valuePointer = newValue;
+    }
+
+private:
+    T* valuePointer;
+};
