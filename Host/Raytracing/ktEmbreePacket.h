@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktRayPacket.h"
+
+#include <cmath>
+#include <embree3/rtcore.h>
+#include <limits>
+
+// Embree's packets of 4, 8 and 16 rays behind one template, for ktEmbreeTracer alone.
+
+template <int Width>
+struct ktEmbreePacket;
+
+template <>
+struct ktEmbreePacket<4> {
+    using Ray = RTCRay4;
+    using RayHit = RTCRayHit4;
+    static constexpr auto occluded = rtcOccluded4;
+    static constexpr auto intersect = rtcIntersect4;
+};
+
+template <>
+struct ktEmbreePacket<8> {
+    using Ray = RTCRay8;
+    using RayHit = RTCRayHit8;
+    static constexpr auto occluded = rtcOccluded8;
+    static constexpr auto intersect = rtcIntersect8;
+};
+
+template <>
+struct ktEmbreePacket<16> {
+    using Ray = RTCRay16;
+    using RayHit = RTCRayHit16;
+    static constexpr auto occluded = rtcOccluded16;
+    static constexpr auto intersect = rtcIntersect16;
+};
+
+/// Fills the members of a packet that are the same for every ray.
+template <class Ray, int Width>
+void ktPrepareEmbreeRays(Ray& rays) {
+    for (int i = 0; i < Width; ++i) {
+        rays.time[i] = 0.0f;
+        rays.mask[i] = 0xFFFFFFFFu;
+        rays.id[i] = 0;
+        rays.flags[i] = 0;
+    }
+}
+
+/// Lets a ray pass surfaces that turn their back to it. Embree hands over one packet of hits at a time.
+inline void ktRejectBackSides(const RTCFilterFunctionNArguments* arguments) {
+    const unsigned int count = arguments->N;
+    for (unsigned int i = 0; i < count; ++i) {
+        if (arguments->valid[i] == 0)
+            continue;
+        const float dot = RTCRayN_dir_x(arguments->ray, count, i) * RTCHitN_Ng_x(arguments->hit, count, i) +
+                          RTCRayN_dir_y(arguments->ray, count, i) * RTCHitN_Ng_y(arguments->hit, count, i) +
+                          RTCRayN_dir_z(arguments->ray, count, i) * RTCHitN_Ng_z(arguments->hit, count, i);
+        if (dot > 0.0f)
+            arguments->valid[i] = 0;
+    }
+}

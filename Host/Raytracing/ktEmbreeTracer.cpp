@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktEmbreeTracer.h"
+
+#include "ktEmbreePacket.h"
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+constexpr int tileWidth = static_cast<int>(ktDirectionTile::width);
+
+// Embree takes no coordinate beyond this; such a ray is not traced and counts as open.
+bool isTraceable(float x, float y, float z) {
+    const float largest = 1.0e18f;
+    return std::fabs(x) <= largest && std::fabs(y) <= largest && std::fabs(z) <= largest;
+}
+
+bool isTraceable(const ktRayVertex& vertex) {
+    return isTraceable(vertex.origin[0], vertex.origin[1], vertex.origin[2]) &&
+           isTraceable(vertex.tangent[0], vertex.tangent[1], vertex.tangent[2]) &&
+           isTraceable(vertex.bitangent[0], vertex.bitangent[1], vertex.bitangent[2]) &&
+           isTraceable(vertex.normal[0], vertex.normal[1], vertex.normal[2]);
+}
+
+RTCIntersectContext makeContext(RTCIntersectContextFlags flags, bool bothSides) {
+    RTCIntersectContext context;
+    rtcInitIntersectContext(&context);
+    context.flags = flags;
+    context.filter = bothSides ? nullptr : ktRejectBackSides;
+    return context;
+}
+
+[[noreturn]] void throwDeviceError(RTCDevice device, const char* action) {
+    const RTCError code = rtcGetDeviceError(device);
+    const char* reason = code == RTC_ERROR_OUT_OF_MEMORY     ? "out of memory"
+                         : code == RTC_ERROR_UNSUPPORTED_CPU ? "this processor is not supported"
+                                                             : "internal error";
+    throw std::runtime_error(std::string("Embree cannot ") + action + ": " + reason + " (code " + std::to_string(code) +
+                             ")");
+}
+
+// Traces the rays of one vertex, Width at a time; hands the mask of open rays of each tile to `take`.
+template <int Width, class Take>
+void traceVertex(RTCScene scene, ktTurnTile turnTile, const ktRayVertex& vertex, const ktRayLimits& limits,
+                 Take&& take) {
+    using Packet = ktEmbreePacket<Width>;
+    const ktDirectionSet& set = vertex.directions->set;
+    if (!isTraceable(vertex)) {
+        for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile)
+            take(tile, set.laneMask(tile));
+        return;
+    }
+    RTCIntersectContext context = makeContext(RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT, limits.bothSides);
+    alignas(64) typename Packet::Ray rays;
+    alignas(64) int valid[Width];
+    alignas(64) float x[tileWidth], y[tileWidth], z[tileWidth];
+    ktPrepareEmbreeRays<typename Packet::Ray, Width>(rays);
+    for (int i = 0; i < Width; ++i) {
+        rays.org_x[i] = vertex.origin[0];
+        rays.org_y[i] = vertex.origin[1];
+        rays.org_z[i] = vertex.origin[2];
+        rays.tnear[i] = limits.minDistance;
+    }
+    for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile) {
+        turnTile(set.tiles[tile], vertex, x, y, z);
+        const std::uint32_t lanes = set.laneMask(tile);
+        std::uint32_t open = 0;
+        for (int first = 0; first < tileWidth; first += Width) {
+            std::memcpy(rays.dir_x, x + first, sizeof(rays.dir_x));
+            std::memcpy(rays.dir_y, y + first, sizeof(rays.dir_y));
+            std::memcpy(rays.dir_z, z + first, sizeof(rays.dir_z));
+            for (int i = 0; i < Width; ++i) {
+                rays.tfar[i] = limits.maxDistance;
+                valid[i] = -static_cast<int>(lanes >> (first + i) & 1u);
+            }
+            Packet::occluded(valid, scene, &context, &rays);
+            // Embree marks a ray that met something with a far end of minus infinity.
+            for (int i = 0; i < Width; ++i)
+                open |= static_cast<std::uint32_t>(rays.tfar[i] >= 0.0f) << (first + i);
+        }
+        take(tile, open & lanes);
+    }
+}
+
+template <int Width>
+void countVisibleBy(RTCScene scene, ktTurnTile turnTile, const ktRayVertex* vertices, std::uint32_t count,
+                    const ktRayLimits& limits, std::uint32_t* visible, std::uint64_t* const* masks) {
+    for (std::uint32_t v = 0; v < count; ++v) {
+        std::uint64_t* mask = masks ? masks[v] : nullptr;
+        if (mask)
+            std::memset(mask, 0, vertices[v].directions->set.wordCount() * sizeof(*mask));
+        std::uint32_t sum = 0;
+        traceVertex<Width>(scene, turnTile, vertices[v], limits, [&](std::uint32_t tile, std::uint32_t open) {
+            sum += static_cast<std::uint32_t>(__builtin_popcount(open));
+            if (mask)
+                mask[tile / 4] |= static_cast<std::uint64_t>(open) << (tile % 4 * 16);
+        });
+        visible[v] = sum;
+    }
+}
+
+// Copies rays first .. first + Width - 1 of a packet; tells which of them are traced.
+template <int Width, class Ray>
+void loadRays(const ktRayPacket& packet, int first, Ray& rays, int* valid) {
+    ktPrepareEmbreeRays<Ray, Width>(rays);
+    for (int i = 0; i < Width; ++i) {
+        const int k = first + i;
+        const bool active = (packet.active >> k & 1u) != 0 &&
+                            isTraceable(packet.originX[k], packet.originY[k], packet.originZ[k]) &&
+                            isTraceable(packet.directionX[k], packet.directionY[k], packet.directionZ[k]);
+        valid[i] = active ? -1 : 0;
+        rays.org_x[i] = packet.originX[k];
+        rays.org_y[i] = packet.originY[k];
+        rays.org_z[i] = packet.originZ[k];
+        rays.dir_x[i] = packet.directionX[k];
+        rays.dir_y[i] = packet.directionY[k];
+        rays.dir_z[i] = packet.directionZ[k];
+        rays.tnear[i] = packet.minDistance[k];
+        rays.tfar[i] = packet.maxDistance[k];
+    }
+}
+
+template <int Width>
+std::uint32_t occludedBy(RTCScene scene, const ktRayPacket& packet, bool bothSides) {
+    using Packet = ktEmbreePacket<Width>;
+    RTCIntersectContext context = makeContext(RTC_INTERSECT_CONTEXT_FLAG_COHERENT, bothSides);
+    alignas(64) typename Packet::Ray rays;
+    alignas(64) int valid[Width];
+    std::uint32_t hit = 0;
+    for (int first = 0; first < tileWidth; first += Width) {
+        loadRays<Width>(packet, first, rays, valid);
+        Packet::occluded(valid, scene, &context, &rays);
+        for (int i = 0; i < Width; ++i)
+            hit |= static_cast<std::uint32_t>(valid[i] != 0 && rays.tfar[i] < 0.0f) << (first + i);
+    }
+    return hit;
+}
+
+template <int Width>
+void nearestBy(RTCScene scene, const ktRayPacket& packet, bool bothSides, ktHitPacket& hits) {
+    using Packet = ktEmbreePacket<Width>;
+    RTCIntersectContext context = makeContext(RTC_INTERSECT_CONTEXT_FLAG_COHERENT, bothSides);
+    alignas(64) typename Packet::RayHit rays;
+    alignas(64) int valid[Width];
+    hits.backSide = 0;
+    for (int first = 0; first < tileWidth; first += Width) {
+        loadRays<Width>(packet, first, rays.ray, valid);
+        for (int i = 0; i < Width; ++i)
+            rays.hit.geomID[i] = RTC_INVALID_GEOMETRY_ID;
+        Packet::intersect(valid, scene, &context, &rays);
+        for (int i = 0; i < Width; ++i) {
+            const int k = first + i;
+            hits.mesh[k] = valid[i] != 0 ? rays.hit.geomID[i] : ktHitPacket::noMesh;
+            if (hits.mesh[k] == ktHitPacket::noMesh)
+                continue;
+            hits.triangle[k] = rays.hit.primID[i];
+            hits.u[k] = rays.hit.u[i];
+            hits.v[k] = rays.hit.v[i];
+            hits.distance[k] = rays.ray.tfar[i];
+            const float dot = rays.ray.dir_x[i] * rays.hit.Ng_x[i] + rays.ray.dir_y[i] * rays.hit.Ng_y[i] +
+                              rays.ray.dir_z[i] * rays.hit.Ng_z[i];
+            hits.backSide |= static_cast<std::uint32_t>(dot > 0.0f) << k;
+        }
+    }
+}
+
+bool reportProgress(void* progress, double share) {
+    return (*static_cast<const ktTracer::Progress*>(progress))(static_cast<float>(share));
+}
+
+} // namespace
+
+ktEmbreeTracer::ktEmbreeTracer(const char* config) : device(rtcNewDevice(config)), turnTile(ktChooseTurnTile()) {
+    static_assert(ktHitPacket::noMesh == RTC_INVALID_GEOMETRY_ID, "a miss is what Embree calls a miss");
+    if (!device)
+        throwDeviceError(nullptr, "start");
+    if (rtcGetDeviceProperty(device, RTC_DEVICE_PROPERTY_NATIVE_RAY16_SUPPORTED))
+        width = 16;
+    else if (rtcGetDeviceProperty(device, RTC_DEVICE_PROPERTY_NATIVE_RAY8_SUPPORTED))
+        width = 8;
+}
+
+ktEmbreeTracer::~ktEmbreeTracer() {
+    clear();
+    rtcReleaseDevice(device);
+}
+
+void ktEmbreeTracer::clear() {
+    if (scene)
+        rtcReleaseScene(scene);
+    scene = nullptr;
+}
+
+bool ktEmbreeTracer::build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) {
+    clear();
+    rtcGetDeviceError(device); // forgets what an earlier build left
+    scene = rtcNewScene(device);
+    if (!scene)
+        throwDeviceError(device, "make a scene");
+    rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_HIGH);
+    rtcSetSceneFlags(scene, RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
+    for (std::size_t i = 0; i < meshes.size(); ++i) {
+        const ktTracerMesh& mesh = meshes[i];
+        if (mesh.triangleCount == 0)
+            continue;
+        RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, mesh.positions, 0,
+                                   3 * sizeof(float), mesh.vertexCount);
+        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh.indices, 0,
+                                   3 * sizeof(std::uint32_t), mesh.triangleCount);
+        rtcCommitGeometry(geometry);
+        rtcAttachGeometryByID(scene, geometry, static_cast<unsigned int>(i));
+        rtcReleaseGeometry(geometry);
+    }
+    if (progress)
+        rtcSetSceneProgressMonitorFunction(scene, reportProgress, const_cast<Progress*>(&progress));
+    rtcJoinCommitScene(scene); // the workers of the caller's arena build; rtcCommitScene() would take its own
+    rtcSetSceneProgressMonitorFunction(scene, nullptr, nullptr);
+
+    const RTCError error = rtcGetDeviceError(device);
+    if (error == RTC_ERROR_NONE)
+        return true;
+    clear();
+    if (error == RTC_ERROR_CANCELLED)
+        return false;
+    throw std::runtime_error(std::string("Embree cannot build the acceleration structure") +
+                             (error == RTC_ERROR_OUT_OF_MEMORY ? ": out of memory" : "") + " (code " +
+                             std::to_string(error) + ")");
+}
+
+void ktEmbreeTracer::countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
+                                  std::uint32_t* visible, std::uint64_t* const* masks) const {
+    switch (scene ? width : 0) {
+    case 16:
+        return countVisibleBy<16>(scene, turnTile, vertices, count, limits, visible, masks);
+    case 8:
+        return countVisibleBy<8>(scene, turnTile, vertices, count, limits, visible, masks);
+    case 4:
+        return countVisibleBy<4>(scene, turnTile, vertices, count, limits, visible, masks);
+    default:
+        return ktTracer::countVisible(vertices, count, limits, visible, masks);
+    }
+}
+
+std::uint32_t ktEmbreeTracer::occluded(const ktRayPacket& rays, bool bothSides) const {
+    switch (scene ? width : 0) {
+    case 16:
+        return occludedBy<16>(scene, rays, bothSides);
+    case 8:
+        return occludedBy<8>(scene, rays, bothSides);
+    case 4:
+        return occludedBy<4>(scene, rays, bothSides);
+    default:
+        return 0;
+    }
+}
+
+void ktEmbreeTracer::nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const {
+    switch (scene ? width : 0) {
+    case 16:
+        return nearestBy<16>(scene, rays, bothSides, hits);
+    case 8:
+        return nearestBy<8>(scene, rays, bothSides, hits);
+    case 4:
+        return nearestBy<4>(scene, rays, bothSides, hits);
+    default:
+        for (std::uint32_t& mesh : hits.mesh)
+            mesh = ktHitPacket::noMesh;
+        hits.backSide = 0;
+    }
+}

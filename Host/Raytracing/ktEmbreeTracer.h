@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktTileDirections.h"
+#include "ktTracer.h"
+
+struct RTCDeviceTy;
+struct RTCSceneTy;
+
+/// Traces with Embree, in packets as wide as the processor takes. The project's only caller of Embree.
+/// Built for speed of tracing: a high-quality structure over all meshes together.
+class ktEmbreeTracer : public ktTracer {
+public:
+    /// @param config Embree's own device options ("isa=avx2", "verbose=1"); null for its defaults
+    /// @throws std::runtime_error when Embree cannot start
+    explicit ktEmbreeTracer(const char* config = nullptr);
+    ~ktEmbreeTracer() override;
+
+    bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
+    void countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
+                      std::uint32_t* visible, std::uint64_t* const* masks) const override;
+    std::uint32_t occluded(const ktRayPacket& rays, bool bothSides) const override;
+    void nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const override;
+
+    /// Rays that are traced together: 16, 8 or 4.
+    std::uint32_t packetWidth() const { return width; }
+
+private:
+    void clear();
+
+    RTCDeviceTy* device = nullptr;
+    RTCSceneTy* scene = nullptr;
+    ktTurnTile turnTile;
+    std::uint32_t width = 4;
+};

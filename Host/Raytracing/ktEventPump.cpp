@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktEventPump.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <utility>
+
+ktEventPump::ktEventPump(std::function<void()> meanwhile)
+    : meanwhile(std::move(meanwhile)), last(std::chrono::steady_clock::now()) {}
+
+void ktEventPump::breathe() {
+    if (std::chrono::steady_clock::now() - last >= interval)
+        handleEvents();
+}
+
+void ktEventPump::handleEvents() {
+    const QCoreApplication* application = QCoreApplication::instance();
+    if (application && application->thread() == QThread::currentThread())
+        QCoreApplication::processEvents();
+    if (meanwhile)
+        meanwhile();
+    last = std::chrono::steady_clock::now();
+}

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+/// Keeps the event loop of the main thread running through a long piece of work. Does nothing on other threads and
+/// in programs without an application object.
+class ktEventPump {
+public:
+    /// Time between two runs of the event loop that a piece of work aims at.
+    static constexpr std::chrono::milliseconds interval{5};
+
+    /// @param meanwhile called after each run of the event loop; may be empty
+    explicit ktEventPump(std::function<void()> meanwhile = {});
+
+    /// Runs the event loop once if `interval` has passed since the last run; cheap otherwise. Passes exceptions on.
+    void breathe();
+    /// Runs the event loop once.
+    void handleEvents();
+
+private:
+    std::function<void()> meanwhile;
+    std::chrono::steady_clock::time_point last;
+};

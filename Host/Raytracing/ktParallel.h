@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktFloatMode.h"
+
+#include <cstddef>
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+#include <tbb/parallel_sort.h>
+
+/// Parallel loops on the worker threads of the calling thread's arena (see ktWorkers); the folder's only use of TBB
+/// beside that.
+namespace ktParallel {
+
+/// Calls body(begin, end) for pieces of [0, count), none longer than `grain` (at least 1), in any order, on any
+/// thread. Exceptions of the body stop the loop and arrive here.
+template <class Body>
+void forRange(std::size_t count, std::size_t grain, const Body& body) {
+    tbb::parallel_for(
+        tbb::blocked_range<std::size_t>(0, count, grain),
+        [&body](const tbb::blocked_range<std::size_t>& range) {
+            const ktFloatMode fast;
+            body(range.begin(), range.end());
+        },
+        tbb::simple_partitioner());
+}
+
+/// Sorts; `less` must order any two elements that differ, so that the result does not depend on the threads.
+template <class Iterator, class Less>
+void sort(Iterator begin, Iterator end, const Less& less) {
+    tbb::parallel_sort(begin, end, less);
+}
+
+} // namespace ktParallel

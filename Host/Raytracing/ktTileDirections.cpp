@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktTileDirections.h"
+
+namespace {
+
+// One body for every instruction set: the compiler vectorises it for the function it is inlined into. No version
+// may fuse multiplication and addition, or results would differ between machines.
+__attribute__((always_inline)) inline void turn(const ktDirectionTile& tile, const ktRayVertex& vertex,
+                                                float* __restrict x, float* __restrict y, float* __restrict z) {
+    const float *t = vertex.tangent, *b = vertex.bitangent, *n = vertex.normal;
+    for (std::uint32_t i = 0; i < ktDirectionTile::width; ++i) {
+        const float dx = tile.x[i], dy = tile.y[i], dz = tile.z[i];
+        x[i] = dx * t[0] + dy * b[0] + dz * n[0];
+        y[i] = dx * t[1] + dy * b[1] + dz * n[1];
+        z[i] = dx * t[2] + dy * b[2] + dz * n[2];
+    }
+}
+
+void turnAnywhere(const ktDirectionTile& tile, const ktRayVertex& vertex, float* x, float* y, float* z) {
+    turn(tile, vertex, x, y, z);
+}
+
+#if defined(__x86_64__)
+__attribute__((target("avx2,no-fma"))) void turnAvx2(const ktDirectionTile& tile, const ktRayVertex& vertex, float* x,
+                                                     float* y, float* z) {
+    turn(tile, vertex, x, y, z);
+}
+#endif
+
+} // namespace
+
+ktTurnTile ktChooseTurnTile() {
+#if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx2"))
+        return turnAvx2;
+#endif
+    return turnAnywhere;
+}

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktWorkers.h"
+#include "ktEventPump.h"
+#include "ktParallel.h"
+#include "ktThreadCount.h"
+
+#include <algorithm>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <QCoreApplication>
+#include <QTimer>
+#include <set>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+#include <xmmintrin.h>
+
+namespace {
+
+// An application object for the tests that need an event loop.
+struct Application {
+    int argumentCount = 1;
+    char name[5] = "test";
+    char* arguments[2] = {name, nullptr};
+    QCoreApplication application{argumentCount, arguments};
+};
+
+struct ThreadCountGuard {
+    explicit ThreadCountGuard(unsigned count) { ktThreadCount::set(count); }
+    ~ThreadCountGuard() { ktThreadCount::set(0); }
+};
+
+} // namespace
+
+TEST(Workers, GivenLongWork_RunsEventLoopMeanwhile) {
+    const Application application;
+    int ticks = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(1);
+    ktEventPump pump;
+    ktWorkers::run([] { std::this_thread::sleep_for(std::chrono::milliseconds(200)); }, pump);
+    EXPECT_GE(ticks, 10);
+}
+
+TEST(Workers, GivenNoApplication_JustWorks) {
+    bool worked = false;
+    int calls = 0;
+    ktEventPump pump([&] { ++calls; });
+    ktWorkers::run(
+        [&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            worked = true;
+        },
+        pump);
+    EXPECT_TRUE(worked);
+    EXPECT_GT(calls, 0);
+}
+
+TEST(Workers, GivenException_ArrivesAtTheCaller) {
+    ktEventPump pump;
+    EXPECT_THROW(ktWorkers::run([] { throw std::runtime_error("broken"); }, pump), std::runtime_error);
+    EXPECT_THROW(ktWorkers::run(
+                     [] {
+                         ktParallel::forRange(1000, 1, [](std::size_t begin, std::size_t) {
+                             if (begin == 500)
+                                 throw std::runtime_error("broken");
+                         });
+                     },
+                     pump),
+                 std::runtime_error);
+}
+
+TEST(Workers, GivenExceptionInEventHandler_EndsTheWorkFirst) {
+    bool ended = false;
+    ktEventPump pump([] { throw std::runtime_error("handler"); });
+    EXPECT_THROW(ktWorkers::run(
+                     [&] {
+                         std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                         ended = true;
+                     },
+                     pump),
+                 std::runtime_error);
+    EXPECT_TRUE(ended);
+}
+
+TEST(Workers, GivenThreadCount_UsesThatMany) {
+    for (const unsigned wanted : {1u, 2u, 3u}) {
+        const ThreadCountGuard guard(wanted);
+        std::mutex mutex;
+        std::set<std::thread::id> threads;
+        ktEventPump pump;
+        ktWorkers::run(
+            [&] {
+                ktParallel::forRange(60, 1, [&](std::size_t, std::size_t) {
+                    {
+                        const std::lock_guard<std::mutex> lock(mutex);
+                        threads.insert(std::this_thread::get_id());
+                    }
+                    std::this_thread::sleep_for(std::chrono::milliseconds(3));
+                });
+            },
+            pump);
+        EXPECT_EQ(threads.size(), wanted);
+        EXPECT_EQ(threads.count(std::this_thread::get_id()), 0u);
+    }
+}
+
+TEST(Parallel, GivenRange_VisitsEachElementOnceInPiecesOfGrain) {
+    std::vector<std::atomic<int>> visits(1003);
+    ktParallel::forRange(visits.size(), 64, [&](std::size_t begin, std::size_t end) {
+        EXPECT_LE(end - begin, 64u);
+        for (std::size_t i = begin; i < end; ++i)
+            ++visits[i];
+    });
+    EXPECT_TRUE(std::all_of(visits.begin(), visits.end(), [](const auto& count) { return count == 1; }));
+    ktParallel::forRange(0, 64, [](std::size_t, std::size_t) { FAIL(); });
+}
+
+TEST(Parallel, GivenBody_RunsWithDenormalsOffAndRestoresTheThread) {
+    const unsigned before = _mm_getcsr();
+    std::atomic<int> off{0};
+    ktParallel::forRange(100, 1, [&](std::size_t, std::size_t) { off += (_mm_getcsr() & 0x8040u) == 0x8040u; });
+    EXPECT_EQ(off, 100);
+    EXPECT_EQ(_mm_getcsr() & 0x8040u, before & 0x8040u);
+}
+
+TEST(EventPump, GivenShortTime_DoesNotRunTheLoop) {
+    int calls = 0;
+    ktEventPump pump([&] { ++calls; });
+    pump.breathe();
+    EXPECT_EQ(calls, 0);
+    std::this_thread::sleep_for(2 * ktEventPump::interval);
+    pump.breathe();
+    EXPECT_EQ(calls, 1);
+}
