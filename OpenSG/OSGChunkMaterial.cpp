@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "OSGChunkMaterial.h"
+
+OSG_BEGIN_NAMESPACE
+
+FieldContainerType ChunkMaterial::_type("ChunkMaterial", "Material", NULL,
+                                        []() -> FieldContainerPtr { return ChunkMaterial::createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(ChunkMaterial, ChunkMaterialPtr)
+
+bool ChunkMaterial::isTransparent() const { return getTransparencyMode() == TransparencyForceTransparent; }
+
+OSG_END_NAMESPACE

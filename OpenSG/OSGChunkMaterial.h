@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef OSGCHUNKMATERIAL_H
+#define OSGCHUNKMATERIAL_H
+
+#include "OSGMaterial.h"
+
+OSG_BEGIN_NAMESPACE
+
+class ChunkMaterial;
+typedef FCPtr<MaterialPtr, ChunkMaterial> ChunkMaterialPtr;
+typedef RefPtr<ChunkMaterialPtr> ChunkMaterialRefPtr;
+
+/// The simplest material that can be created, and a base for a program's own materials.
+class ChunkMaterial : public Material
+{
+    typedef Material Inherited;
+
+  public:
+    typedef ChunkMaterialPtr Ptr;
+
+    OSG_FIELD_CONTAINER_DECL(ChunkMaterialPtr)
+
+    /// True when the transparency mode says so.
+    bool isTransparent() const override;
+
+  protected:
+    ChunkMaterial() = default;
+    ChunkMaterial(const ChunkMaterial &source) : Inherited(source) {}
+    virtual ~ChunkMaterial() = default;
+
+    static FieldContainerType _type;
+
+  private:
+    friend class FieldContainer;
+};
+
+OSG_FIELD_CONTAINER_INL_DEF(ChunkMaterial, ChunkMaterialPtr)
+
+OSG_END_NAMESPACE
+
+#endif

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef OSGFIELDCONTAINER_H
+#define OSGFIELDCONTAINER_H
+
+#include "OSGFieldContainerMacros.h"
+#include "OSGFieldContainerPtr.h"
+#include "OSGFieldContainerType.h"
+#include "OSGMField.h"
+#include "OSGSField.h"
+
+#include <atomic>
+
+OSG_BEGIN_NAMESPACE
+
+/// Base of everything in a scene graph that has an identity, a type, a reference count and fields.
+///
+/// Containers are made by their class' create() and destroyed by reference counting, never by new and delete.
+/// How to write a container class of one's own: Docs/scene-graph.md.
+class FieldContainer
+{
+  public:
+    enum { NextFieldId = 1 };
+    static constexpr bool isNodeCore = false;
+
+    static FieldContainerType &getClassType() { return _type; }
+    static UInt32 getClassTypeId() { return _type.getId(); }
+    static UInt16 getClassGroupId() { return _type.getGroupId(); }
+
+    /// The type of the object's own class.
+    virtual FieldContainerType &getType() { return _type; }
+    virtual const FieldContainerType &getType() const { return _type; }
+    UInt32 getTypeId() const { return getType().getId(); }
+    UInt16 getGroupId() const { return getType().getGroupId(); }
+    const Char8 *getTypeName() const { return getType().getCName(); }
+
+    /// sizeof the object's own class.
+    virtual UInt32 getContainerSize() const = 0;
+
+    /// A new container of the same class. Plain fields are copied; containers that fields point to are shared and
+    /// get a reference more; nodes are copied without parent, children and core.
+    virtual FieldContainerPtr shallowCopy() const = 0;
+
+    /// Told after an edit of the fields in whichField; derived classes bring up to date what depends on them.
+    virtual void changed(BitVector whichField, UInt32 origin);
+
+    /// Writes type, number and reference count to standard error, for debugging.
+    virtual void dump(UInt32 indent = 0, const BitVector flags = 0) const;
+
+  protected:
+    FieldContainer();
+    FieldContainer(const FieldContainer &source);
+    virtual ~FieldContainer();
+
+    /// Called before the destructor, while the object is still whole.
+    virtual void onDestroy();
+
+    /// A new object by default constructor, or by copy constructor from prototype. What create(), createEmpty() and
+    /// shallowCopy() are written with.
+    template <class PtrT>
+    static void newPtr(PtrT &result)
+    {
+        result = PtrT(new typename PtrT::StoredObjectType());
+        created(result);
+    }
+    template <class PtrT>
+    static void newPtr(PtrT &result, const typename PtrT::StoredObjectType *prototype)
+    {
+        result = PtrT(new typename PtrT::StoredObjectType(*prototype));
+        created(result);
+    }
+
+    static FieldContainerType _type;
+
+  private:
+    friend class FieldContainerPtrBase;
+    friend void addRefCP(const FieldContainerPtrBase &objectP);
+    friend void subRefCP(const FieldContainerPtrBase &objectP);
+
+    void operator=(const FieldContainer &) = delete;
+
+    static void created(const FieldContainerPtr &container);
+    static void destroy(FieldContainer *container);
+
+    std::atomic<Int32> _refCount{0};
+    UInt32 _id;
+};
+
+OSG_END_NAMESPACE
+
+#endif

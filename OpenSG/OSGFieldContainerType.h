@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef OSGFIELDCONTAINERTYPE_H
+#define OSGFIELDCONTAINERTYPE_H
+
+#include "OSGFieldContainerPtr.h"
+#include "OSGIDString.h"
+
+#include <atomic>
+
+OSG_BEGIN_NAMESPACE
+
+class AttachmentPtr;
+class FieldDescription;
+class NodePtr;
+class NodeCore;
+class AttachmentContainerPtr;
+typedef FCPtr<AttachmentContainerPtr, NodeCore> NodeCorePtr;
+
+/// Makes a new container with all fields at their defaults.
+typedef FieldContainerPtr (*PrototypeCreateF)();
+/// Called once, before the type's prototype is made.
+typedef void (*InitContainerF)();
+
+/// Run-time description of a class of containers: name, parent type, group, prototype.
+///
+/// Each class has one static object of it, which registers itself with the FieldContainerFactory. The group
+/// decides which attachments displace each other: a container holds one attachment of a group.
+class FieldContainerType
+{
+  public:
+    /// name: of the class, unique. parentName: of the base class, NULL for FieldContainer itself. groupName: NULL
+    /// for a group of the type's own, named as the type. prototypeCreate: NULL for an abstract class.
+    /// descriptions, descriptionBytes, descriptionsAddable: accepted for OpenSG 1.x's sake and not looked at, since
+    /// fields have no run-time description here.
+    explicit FieldContainerType(const Char8 *name, const Char8 *parentName = NULL, const Char8 *groupName = NULL,
+                                PrototypeCreateF prototypeCreate = NULL, InitContainerF initMethod = NULL,
+                                FieldDescription **descriptions = NULL, UInt32 descriptionBytes = 0,
+                                bool descriptionsAddable = false);
+    /// Takes the type out of the factory and gives the prototype back.
+    ~FieldContainerType();
+
+    FieldContainerType(const FieldContainerType &) = delete;
+    void operator=(const FieldContainerType &) = delete;
+
+    UInt32 getId() const { return _id; }
+    UInt16 getGroupId() const { return _groupId; }
+    const IDString &getName() const { return _name; }
+    const Char8 *getCName() const { return _name.str(); }
+    const IDString &getParentName() const { return _parentName; }
+    const Char8 *getCParentName() const { return _parentName.str(); }
+    /// NULL for FieldContainer, or when no type of the parent's name is known.
+    FieldContainerType *getParent() const;
+
+    /// True for the type itself, too.
+    bool isDerivedFrom(const FieldContainerType &other) const;
+    bool isAbstract() const { return _prototypeCreate == NULL; }
+    bool isInitialized() const { return _prototype != NullFC; }
+    bool isNode() const;
+    bool isNodeCore() const;
+    bool isAttachment() const;
+
+    /// The container that create() copies; made on first use. Null for abstract types. Safe from any thread.
+    FieldContainerPtr getPrototype() const;
+    /// Replaces the prototype; returns false, and does nothing, for null.
+    bool setPrototype(FieldContainerPtr prototype);
+
+    /// A copy of the prototype, null for abstract types and for types of another kind.
+    FieldContainerPtr createFieldContainer() const;
+    NodePtr createNode() const;
+    NodeCorePtr createNodeCore() const;
+    AttachmentPtr createAttachment() const;
+
+    bool operator==(const FieldContainerType &other) const { return _id == other._id; }
+    bool operator!=(const FieldContainerType &other) const { return _id != other._id; }
+
+  private:
+    friend class FieldContainerFactory;
+
+    UInt32 _id = 0;
+    UInt16 _groupId = 0;
+    IDString _name;
+    IDString _parentName;
+    PrototypeCreateF _prototypeCreate;
+    InitContainerF _initMethod;
+    mutable std::atomic<FieldContainerType *> _parent{NULL};
+    mutable FieldContainerPtr _prototype;
+    mutable std::atomic<bool> _prototypeReady{false};
+};
+
+OSG_END_NAMESPACE
+
+#endif

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "OSGGroup.h"
+
+OSG_BEGIN_NAMESPACE
+
+FieldContainerType Group::_type("Group", "NodeCore", NULL,
+                                []() -> FieldContainerPtr { return Group::createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(Group, GroupPtr)
+
+OSG_END_NAMESPACE

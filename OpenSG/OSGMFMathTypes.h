@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef OSGMFMATHTYPES_H
+#define OSGMFMATHTYPES_H
+
+#include "OSGMField.h"
+#include "OSGMatrix.h"
+#include "OSGQuaternion.h"
+
+OSG_BEGIN_NAMESPACE
+
+using MFMatrix = MField<Matrix>;
+using MFQuaternion = MField<Quaternion>;
+
+OSG_END_NAMESPACE
+
+#endif

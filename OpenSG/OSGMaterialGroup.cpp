@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "OSGMaterialGroup.h"
+
+OSG_BEGIN_NAMESPACE
+
+OSG_FIELD_MASK_DEF(MaterialGroup, MaterialField)
+
+FieldContainerType MaterialGroup::_type("MaterialGroup", "Group", NULL,
+                                        []() -> FieldContainerPtr { return MaterialGroup::createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(MaterialGroup, MaterialGroupPtr)
+
+OSG_END_NAMESPACE

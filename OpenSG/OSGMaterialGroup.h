@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef OSGMATERIALGROUP_H
+#define OSGMATERIALGROUP_H
+
+#include "OSGGroup.h"
+#include "OSGMaterial.h"
+
+OSG_BEGIN_NAMESPACE
+
+class MaterialGroup;
+typedef FCPtr<GroupPtr, MaterialGroup> MaterialGroupPtr;
+typedef RefPtr<MaterialGroupPtr> MaterialGroupRefPtr;
+
+/// The core of nodes that give one material to everything below them.
+class MaterialGroup : public Group
+{
+    typedef Group Inherited;
+
+  public:
+    typedef MaterialGroupPtr Ptr;
+
+    enum { MaterialFieldId = Inherited::NextFieldId, NextFieldId = MaterialFieldId + 1 };
+    static const BitVector MaterialFieldMask;
+
+    OSG_FIELD_CONTAINER_DECL(MaterialGroupPtr)
+
+    /// Null in a new group. The group references its material.
+    OSG_SFIELD_READ_ACCESS(MaterialPtr, Material)
+    void setMaterial(const MaterialPtr &value) { setRefdCP(_sfMaterial.getValue(), value); }
+
+  protected:
+    MaterialGroup() = default;
+    MaterialGroup(const MaterialGroup &source) : Inherited(source) { setMaterial(source.getMaterial()); }
+    virtual ~MaterialGroup() { setMaterial(NullFC); }
+
+    SFMaterialPtr _sfMaterial;
+    static FieldContainerType _type;
+
+  private:
+    friend class FieldContainer;
+};
+
+OSG_FIELD_CONTAINER_INL_DEF(MaterialGroup, MaterialGroupPtr)
+
+OSG_END_NAMESPACE
+
+#endif

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef OSGSFBASETYPES_H
+#define OSGSFBASETYPES_H
+
+#include "OSGSField.h"
+#include "OSGColor.h"
+#include "OSGSFSysTypes.h"
+#include <string>
+
+OSG_BEGIN_NAMESPACE
+
+using SFString = SField<std::string>;
+using SFColor3f = SField<Color3f>;
+using SFColor4f = SField<Color4f>;
+using SFColor3ub = SField<Color3ub>;
+using SFColor4ub = SField<Color4ub>;
+using SFBitVector = SField<BitVector>;
+
+OSG_END_NAMESPACE
+
+#endif

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#ifndef OSGSFMATHTYPES_H
+#define OSGSFMATHTYPES_H
+
+#include "OSGSField.h"
+#include "OSGMatrix.h"
+#include "OSGQuaternion.h"
+
+OSG_BEGIN_NAMESPACE
+
+using SFMatrix = SField<Matrix>;
+using SFQuaternion = SField<Quaternion>;
+
+OSG_END_NAMESPACE
+
+#endif

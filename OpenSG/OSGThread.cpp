@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "OSGThread.h"
+
+#include "OSGChangeList.h"
+
+#include <memory>
+
+OSG_BEGIN_NAMESPACE
+
+namespace
+{
+
+// Containers can be destroyed after the thread's own objects are, by static destructors for instance. The pointer has
+// no destructor and can be asked even then.
+thread_local ChangeList *currentList = NULL;
+thread_local bool threadIsEnding = false;
+
+struct ListOwner
+{
+    std::unique_ptr<ChangeList> list = std::make_unique<ChangeList>();
+
+    ~ListOwner()
+    {
+        currentList = NULL;
+        threadIsEnding = true;
+    }
+};
+
+} // namespace
+
+ChangeList *Thread::getCurrentChangeList()
+{
+    if (currentList == NULL && !threadIsEnding) {
+        static thread_local ListOwner owner;
+        currentList = owner.list.get();
+    }
+    return currentList;
+}
+
+OSG_END_NAMESPACE
