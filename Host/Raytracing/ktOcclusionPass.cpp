@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktOcclusionPass.h"
+
+#include "ktCancelPoint.h"
+#include "ktParallel.h"
+#include "ktVertexFrames.h"
+#include "ktVertexGroups.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint32_t pieceSize = 64;        // groups a task, neighbours along the curve
+constexpr std::uint32_t raysPerCall = 1 << 16; // few enough that a cancel is seen within milliseconds
+
+// The direct light at one vertex.
+struct Light {
+    float arriving[3] = {0, 0, 0};
+    float unshadowed[3] = {0, 0, 0};
+};
+
+// Traces one piece: up to pieceSize groups.
+class Piece {
+public:
+    Piece(const ktOcclusionTask& task, const ktVertexGroups& groups, std::size_t begin, std::size_t end)
+        : task(task), groups(groups), begin(begin), size(static_cast<std::uint32_t>(end - begin)) {
+        const ktVertexFrames frames(task.toWorld, task.directions, task.sceneSize);
+        std::fill(slot, slot + pieceSize, -1);
+        for (std::uint32_t i = 0; i < size; ++i) {
+            const std::size_t vertex = groups.first(begin + i);
+            if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, vertices[traceable])) {
+                task.toWorld.position(task.positions + 3 * vertex, points[traceable]);
+                slot[i] = static_cast<int>(traceable);
+                ++traceable;
+            }
+        }
+    }
+
+    void trace() {
+        const std::uint32_t rays = task.directions->set.count;
+        const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / rays, 1, pieceSize);
+        for (std::uint32_t first = 0; first < traceable; first += step) {
+            ktThrowIfCanceled();
+            task.tracer->countVisible(vertices + first, std::min(step, traceable - first), task.limits, visible + first,
+                                      nullptr);
+        }
+        if (task.lights)
+            for (const ktSceneLight& light : *task.lights)
+                traceLight(light);
+    }
+
+    // Writes the results of all vertices of the piece; returns how many could not be traced.
+    std::uint32_t write(osg::Vec4f* results) const {
+        std::uint32_t unusable = 0;
+        for (std::uint32_t i = 0; i < size; ++i) {
+            const osg::Vec4f result =
+                slot[i] < 0 ? osg::Vec4f(0, 0, 0, 1) : resultOf(static_cast<std::uint32_t>(slot[i]));
+            for (std::uint32_t k = groups.starts[begin + i]; k < groups.starts[begin + i + 1]; ++k) {
+                results[groups.order[k]] = result;
+                unusable += slot[i] < 0;
+            }
+        }
+        return unusable;
+    }
+
+    std::uint32_t vertexCount() const { return groups.starts[begin + size] - groups.starts[begin]; }
+
+private:
+    // One shadow ray a vertex, sixteen vertices a packet.
+    void traceLight(const ktSceneLight& light) {
+        ktThrowIfCanceled();
+        for (std::uint32_t first = 0; first < traceable; first += ktRayPacket::width) {
+            const std::uint32_t count = std::min<std::uint32_t>(ktRayPacket::width, traceable - first);
+            ktRayPacket rays;
+            float colors[ktRayPacket::width][3];
+            for (std::uint32_t i = 0; i < count; ++i) {
+                const ktRayVertex& vertex = vertices[first + i];
+                float direction[3];
+                if (!light.arrive(points[first + i], vertex.normal, colors[i]) ||
+                    !light.aim(vertex.origin, direction, rays.maxDistance[i]))
+                    continue;
+                rays.originX[i] = vertex.origin[0];
+                rays.originY[i] = vertex.origin[1];
+                rays.originZ[i] = vertex.origin[2];
+                rays.directionX[i] = direction[0];
+                rays.directionY[i] = direction[1];
+                rays.directionZ[i] = direction[2];
+                rays.minDistance[i] = task.limits.minDistance;
+                rays.active |= 1u << i;
+            }
+            if (rays.active == 0)
+                continue;
+            const std::uint32_t shadowed = task.tracer->occluded(rays, task.limits.bothSides);
+            for (std::uint32_t i = 0; i < count; ++i) {
+                if ((rays.active >> i & 1u) == 0)
+                    continue;
+                for (int c = 0; c < 3; ++c) {
+                    sums[first + i].unshadowed[c] += colors[i][c];
+                    if ((shadowed >> i & 1u) == 0)
+                        sums[first + i].arriving[c] += colors[i][c];
+                }
+            }
+        }
+    }
+
+    osg::Vec4f resultOf(std::uint32_t index) const {
+        const Light& light = sums[index];
+        const float sky = static_cast<float>(visible[index]) / static_cast<float>(task.directions->set.count);
+        const float share = (sky + ktLuminance(light.arriving)) / (1.0f + ktLuminance(light.unshadowed));
+        return osg::Vec4f(light.arriving[0], light.arriving[1], light.arriving[2],
+                          std::clamp(share, ktDarkestResult, 1.0f));
+    }
+
+    const ktOcclusionTask& task;
+    const ktVertexGroups& groups;
+    std::size_t begin;
+    std::uint32_t size;
+    std::uint32_t traceable = 0;
+    int slot[pieceSize]; // where a group's vertex is among the traced ones; -1 when it cannot be traced
+    ktRayVertex vertices[pieceSize];
+    float points[pieceSize][3]; // where the vertices are; their rays start beside
+    std::uint32_t visible[pieceSize];
+    Light sums[pieceSize];
+};
+
+} // namespace
+
+std::uint32_t ktTraceOcclusion(const ktOcclusionTask& task, osg::Vec4f* results, std::atomic<std::uint32_t>& done) {
+    const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
+    std::atomic<std::uint32_t> unusable{static_cast<std::uint32_t>(groups.unusable.size())};
+    for (std::uint32_t vertex : groups.unusable)
+        results[vertex] = osg::Vec4f(0, 0, 0, 1);
+    done += unusable;
+    ktParallel::forRange(groups.size(), pieceSize, [&](std::size_t begin, std::size_t end) {
+        ktThrowIfCanceled();
+        Piece piece(task, groups, begin, end);
+        piece.trace();
+        unusable += piece.write(results);
+        done += piece.vertexCount();
+    });
+    return unusable;
+}

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktRaytracingManager.h"
+
+#include "ktLog.h"
+#include "ktSceneRaytracing.h"
+
+#include <exception>
+
+namespace {
+
+// Null and not replaced: the host's own are made when first asked for.
+ktRaytracingUtils* current = nullptr;
+bool isReplaced = false;
+
+ktRaytracingUtils* makeOwn() noexcept {
+    try {
+        // Lives as long as the process: workers and scene graph may be gone before static objects are destroyed.
+        static ktSceneRaytracing* const own = new ktSceneRaytracing;
+        return own;
+    } catch (const std::exception& error) {
+        ktLog::error("Ray tracing is not available: %s", error.what());
+        return nullptr;
+    }
+}
+
+} // namespace
+
+ktRaytracingUtils* ktRaytracingManager::getRaytracingUtils() {
+    if (!isReplaced && !current)
+        current = makeOwn();
+    return current;
+}
+
+void ktRaytracingManager::setRaytracingUtils(ktRaytracingUtils* utils) {
+    current = utils;
+    isReplaced = true;
+}

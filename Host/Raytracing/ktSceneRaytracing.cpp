@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktSceneRaytracing.h"
+
+#include "ktCancelPoint.h"
+#include "ktHemisphereSampler.h"
+#include "ktHostSignals.h"
+#include "ktLog.h"
+#include "ktOcclusionPass.h"
+#include "ktOSGWidgetState.h"
+#include "ktSampler.h"
+#include "ktTracerFactory.h"
+#include "ktWorkers.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <exception>
+#include <limits>
+#include <OpenSG/OSGSimpleAttachments.h>
+#include <stdexcept>
+
+namespace {
+
+constexpr std::uint64_t samplerSeed = 0x6B744F6363756C65ull; // any number; the same in every run
+
+// Positions and normals are read, and results written, as plain floats.
+static_assert(sizeof(osg::Pnt3f) == 3 * sizeof(float) && sizeof(osg::Vec3f) == 3 * sizeof(float) &&
+                  sizeof(osg::Vec4f) == 4 * sizeof(float),
+              "the scene graph's vectors are their components");
+
+} // namespace
+
+ktSceneRaytracing::ktSceneRaytracing() = default;
+
+ktSceneRaytracing::ktSceneRaytracing(std::unique_ptr<ktTracer> tracer) : tracer(std::move(tracer)) {}
+
+ktSceneRaytracing::~ktSceneRaytracing() = default;
+
+ktTracer& ktSceneRaytracing::needTracer() {
+    if (!tracer)
+        tracer = ktMakeTracer();
+    return *tracer;
+}
+
+// The border of every call: nothing is thrown through it, and event handlers that call in again while a call is under
+// way are turned away.
+void ktSceneRaytracing::call(const char* action, const std::function<void()>& body) {
+    if (calling) {
+        ktLog::error("Ray tracing cannot %s while another of its calls is under way", action);
+        return;
+    }
+    struct Guard {
+        bool& flag;
+        ~Guard() { flag = false; }
+    } guard{calling = true};
+    std::string reason;
+    try {
+        body();
+        return;
+    } catch (const ktCanceled&) {
+        return;
+    } catch (const std::bad_alloc&) {
+        reason = "out of memory";
+    } catch (const std::exception& error) {
+        reason = error.what();
+    } catch (...) {
+        reason = "unknown error";
+    }
+    ktCancelToken::the().cancel();
+    ktLog::error("Ray tracing cannot %s: %s; the calculation is cancelled", action, reason.c_str());
+}
+
+void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePtr>& geometry,
+                                                   const std::vector<osg::NodePtr>& lights) {
+    call("build the acceleration structure", [&] {
+        ktThrowIfCanceled();
+        forget();
+        ktEventPump pump;
+        needTracer();
+        scene.collect(geometry, lights, pump);
+        ktWorkers::run([&] { scene.build(*tracer); }, pump);
+        if (scene.badTriangles > 0) {
+            const char* name = osg::getName(scene.geometries[scene.firstBad].node);
+            ktLog::warning("%llu triangles, the first of them in \"%s\", have positions that are not finite or indices "
+                           "out of range; they do not occlude",
+                           static_cast<unsigned long long>(scene.badTriangles), name ? name : "");
+        }
+    });
+}
+
+// The tracer refers to the scene's meshes, so it forgets them first.
+void ktSceneRaytracing::forget() {
+    if (tracer)
+        tracer->build({}, {});
+    scene.clear();
+}
+
+void ktSceneRaytracing::finishPass() {
+    reportUnusableVertices();
+}
+
+void ktSceneRaytracing::reportUnusableVertices() {
+    if (unusableVertices > 0)
+        ktLog::warning("%llu vertices have a position or normal that is not finite, or no normal; they count as open",
+                       static_cast<unsigned long long>(unusableVertices));
+    unusableVertices = 0;
+}
+
+void ktSceneRaytracing::invalidateGeometry() {}
+
+void ktSceneRaytracing::setMaterialOverride(bool, bool, const float*) {}
+
+// The last call of a run: what it traced against is not needed any more.
+void ktSceneRaytracing::restoreRaytracing(int raytracing) {
+    ktOSGWidgetState::setRaytracing(raytracing);
+    reportUnusableVertices();
+    gatheringReported = false;
+    call("free its memory", [&] { forget(); });
+}
+
+ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern, int lobe, float jitterU,
+                                            float jitterV) {
+    if (countU < 1 || countV < 1)
+        return nullptr;
+    try {
+        if (pattern != 0 || lobe != 1)
+            throw std::invalid_argument("only pattern 0 and lobe 1 are known");
+        if (static_cast<long long>(countU) * countV > std::numeric_limits<int>::max())
+            throw std::bad_alloc();
+        return new ktSampler(ktMakeHemisphereDirections(static_cast<std::uint32_t>(countU),
+                                                        static_cast<std::uint32_t>(countV), jitterU, jitterV,
+                                                        samplerSeed),
+                             needTracer());
+    } catch (const std::bad_alloc&) {
+        ktLog::error("No memory for %d by %d sample directions", countU, countV);
+    } catch (const std::exception& error) {
+        ktLog::error("Cannot make sample directions: %s", error.what());
+    }
+    return nullptr;
+}
+
+void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
+    delete sampler;
+}
+
+void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float newMaxDistance) {
+    // Not a number, or below zero, is no distance: no minimum, and nothing within the maximum.
+    minDistance = newMinDistance > 0.0f ? newMinDistance : 0.0f;
+    maxDistance = newMaxDistance > 0.0f ? std::min(newMaxDistance, FLT_MAX) : 0.0f;
+}
+
+void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,
+                                               const osg::Pnt3f* positions, const osg::Vec3f* normals,
+                                               osg::Vec4f* results, bool transform, ktSampler* sampler, bool option,
+                                               bool lightMode) {
+    if (count == 0)
+        return;
+    call("trace direct light", [&] {
+        ktThrowIfCanceled();
+        if (!sampler || !positions || !normals || !results || (transform && !toWorld))
+            throw std::invalid_argument("it was handed no sample pattern or no vertices");
+        ktOcclusionTask task;
+        task.tracer = &needTracer();
+        task.directions = sampler->prepared.get();
+        task.lights = lightMode ? &scene.lights : nullptr;
+        task.limits = {minDistance, maxDistance, option};
+        task.sceneSize = scene.diagonal;
+        if (transform)
+            task.toWorld = ktWorldTransform(*toWorld);
+        task.count = count;
+        task.positions = positions->getValues();
+        task.normals = normals->getValues();
+
+        std::atomic<std::uint32_t> done{0};
+        std::uint32_t reported = 0;
+        ktEventPump pump([&] {
+            const std::uint32_t now = done;
+            if (now != reported)
+                emit ktHostSignals::the().tracingProgress(reported = now, count);
+        });
+        std::uint32_t unusable = 0;
+        ktWorkers::run(
+            [&] {
+                std::vector<osg::Vec4f> traced(count);
+                unusable = ktTraceOcclusion(task, traced.data(), done);
+                ktThrowIfCanceled();
+                std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
+            },
+            pump);
+        unusableVertices += unusable;
+        emit ktHostSignals::the().tracingProgress(count, count);
+    });
+}
+
+void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32, const osg::Matrix*, const osg::Pnt3f*, const osg::Vec3f*,
+                                                 osg::Vec4f*, const osg::Color3f*, bool, ktSampler*, int, bool) {
+    if (!gatheringReported && !ktCancelToken::the().isCanceled())
+        ktLog::warning("This host does not gather indirect light; what was gathered before stays");
+    gatheringReported = true;
+}
+
+void ktSceneRaytracing::subdivideByIllumination(const std::string*, osg::Int32, osg::Int32, ktGeoSubdivisionList*,
+                                                osg::GeometryPtr, osg::Real32, osg::Real32, const osg::Matrix*,
+                                                const osg::Matrix*, const osg::Matrix*, bool, bool, bool) {}

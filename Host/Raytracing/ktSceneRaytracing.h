@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+#include "ktRaytracingUtils.h"
+#include "ktTracedScene.h"
+#include "ktTracer.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+/// The host's ray-tracing utilities: traces the scene with a ktTracer on all worker threads, while the main thread
+/// keeps handling events.
+///
+/// When ktCancelToken is set, the call under way ends soon and leaves its geometry as it was, and later calls return
+/// at once. An error inside a call is logged in one line and sets the token, which cancels the run.
+/// Memory: the occluders in world space, the tracer's structure, and while a call lasts some 40 bytes for each of its
+/// vertices; nothing for rays.
+class KT_HOST_EXPORT ktSceneRaytracing : public ktRaytracingUtils {
+public:
+    /// Takes the host's usual tracer, made when first needed.
+    ktSceneRaytracing();
+    /// Takes this tracer. @param tracer not null
+    explicit ktSceneRaytracing(std::unique_ptr<ktTracer> tracer);
+    ~ktSceneRaytracing() override;
+
+    void buildAccelerationStructure(const std::vector<osg::NodePtr>& geometry,
+                                    const std::vector<osg::NodePtr>& lights) override;
+    void finishPass() override;
+    void invalidateGeometry() override;
+    void setMaterialOverride(bool colorBleeding, bool overrideMaterialColor, const float* materialColor) override;
+    void restoreRaytracing(int raytracing) override;
+    ktSampler* createSampler(int countU, int countV, int pattern, int lobe, float jitterU, float jitterV) override;
+    void releaseSampler(ktSampler* sampler) override;
+    void configureTracing(int sampleCountU, int sampleCountV, float minDistance, float maxDistance) override;
+    void computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
+                                const osg::Vec3f* normals, osg::Vec4f* results, bool transform, ktSampler* sampler,
+                                bool option, bool lightMode) override;
+    void gatherVertexIllumination(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
+                                  const osg::Vec3f* normals, osg::Vec4f* results, const osg::Color3f* surfaceColor,
+                                  bool transform, ktSampler* sampler, int bounceOption, bool lightMode) override;
+    void subdivideByIllumination(const std::string* name, osg::Int32 quality, osg::Int32 samples,
+                                 ktGeoSubdivisionList* record, osg::GeometryPtr geometry, osg::Real32 threshold,
+                                 osg::Real32 minEdgeLength, const osg::Matrix* toWorld,
+                                 const osg::Matrix* inverseToWorld, const osg::Matrix* normalMatrix,
+                                 bool indirectEnabled, bool indirect, bool lightMode) override;
+
+private:
+    void call(const char* action, const std::function<void()>& body);
+    ktTracer& needTracer();
+    void forget();
+    void reportUnusableVertices();
+
+    std::unique_ptr<ktTracer> tracer;
+    ktTracedScene scene;
+    float minDistance = 0.0f, maxDistance = 0.0f;
+    bool calling = false;
+    std::uint64_t unusableVertices = 0; // since the last report
+    bool gatheringReported = false;
+};

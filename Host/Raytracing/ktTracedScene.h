@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktEventPump.h"
+#include "ktGeometryView.h"
+#include "ktSceneLight.h"
+#include "ktTracer.h"
+#include "ktWorldTransform.h"
+
+#include <memory>
+#include <OpenSG/OSGNode.h>
+#include <unordered_map>
+#include <vector>
+
+/// One occluding geometry node as the tracer sees it.
+struct ktTracedGeometry {
+    osg::NodePtr node;            ///< not referenced
+    osg::GeometryRefPtr geometry; ///< its core
+    ktWorldTransform toWorld;
+    /// Three indices of positions a triangle; triangle i is the tracer's triangle i. Shared by the uses of a core that
+    /// are mirrored alike.
+    std::shared_ptr<const std::vector<std::uint32_t>> triangles;
+    std::vector<float> positions; ///< world space, three floats a position and one spare
+};
+
+/// What rays are traced against: the occluders in world space and the lights. Copies what it needs of the scene graph,
+/// so that later changes of the scene do not reach it until the next build.
+class ktTracedScene {
+public:
+    /// A use of `geometry` is the tracer's mesh of the same index.
+    std::vector<ktTracedGeometry> geometries;
+    std::vector<ktSceneLight> lights;
+    float diagonal = 0.0f;          ///< of the occluders' bounds, world units
+    std::uint64_t badTriangles = 0; ///< left out: bad indices or positions
+    std::size_t firstBad = 0;       ///< the first of `geometries` that had such triangles
+
+    /// Takes stock of the nodes on the main thread; null nodes and nodes without geometry are left out.
+    void collect(const std::vector<osg::NodePtr>& geometryNodes, const std::vector<osg::NodePtr>& lightNodes,
+                 ktEventPump& pump);
+    /// Makes the meshes and hands them to the tracer; on a worker thread, after collect().
+    /// @throws ktCanceled, std::exception
+    void build(ktTracer& tracer);
+    /// Forgets everything. The tracer's structure must not be used any more.
+    void clear();
+
+    /// The first use of the geometry whose positions are stored there; null when it does not occlude.
+    const ktTracedGeometry* findByPositions(const void* positions) const;
+
+private:
+    void makeMesh(std::size_t index);
+
+    std::vector<ktGeometryView> views; // between collect() and build()
+    std::unordered_map<const void*, std::size_t> byPositions;
+};

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktVertexFrames.h"
+
+#include "ktRandom.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+constexpr float positionShare = 1.0f / (1 << 19); // sixteen steps between floats of a position's size
+constexpr float sceneShare = 1.0f / (1 << 20);    // the same for a triangle half as large as the scene
+
+std::uint64_t hashOf(const float* position, const float* normal) {
+    std::uint64_t hash = 0;
+    for (const float* values : {position, normal}) {
+        for (int i = 0; i < 3; ++i) {
+            std::uint32_t bits;
+            std::memcpy(&bits, values + i, sizeof(bits));
+            if (bits == 0x80000000u) // negative zero is zero
+                bits = 0;
+            hash = ktRandom::mix(hash + 0x9E3779B97F4A7C15ull + bits);
+        }
+    }
+    return hash;
+}
+
+// A unit vector across the normal (T. Duff et al., "Building an Orthonormal Basis, Revisited", 2017).
+void makeTangents(const float* n, float* tangent, float* bitangent) {
+    const float sign = std::copysign(1.0f, n[2]);
+    const float a = -1.0f / (sign + n[2]), b = n[0] * n[1] * a;
+    const float t[3] = {1.0f + sign * n[0] * n[0] * a, sign * b, -sign * n[0]};
+    const float s[3] = {b, sign + n[1] * n[1] * a, -n[1]};
+    std::copy(t, t + 3, tangent);
+    std::copy(s, s + 3, bitangent);
+}
+
+} // namespace
+
+bool ktVertexFrames::make(const float* position, const float* normal, ktRayVertex& vertex) const {
+    float point[3];
+    toWorld.position(position, point);
+    const float largest = 1.0e18f; // no tracer looks farther
+    for (float value : point)
+        if (!(std::fabs(value) <= largest))
+            return false;
+    if (!toWorld.normal(normal, vertex.normal))
+        return false;
+
+    const float offset = toWorld.magnitude(position) * positionShare + sceneSize * sceneShare;
+    float tangent[3], bitangent[3];
+    makeTangents(vertex.normal, tangent, bitangent);
+    const float turn = 6.28318531f;
+    const float azimuth = static_cast<float>(hashOf(position, normal) >> 40) * (turn / (1 << 24));
+    const float cosine = std::cos(azimuth), sine = std::sin(azimuth);
+    for (int i = 0; i < 3; ++i) {
+        vertex.origin[i] = point[i] + offset * vertex.normal[i];
+        vertex.tangent[i] = cosine * tangent[i] + sine * bitangent[i];
+        vertex.bitangent[i] = cosine * bitangent[i] - sine * tangent[i];
+    }
+    vertex.directions = directions;
+    return true;
+}

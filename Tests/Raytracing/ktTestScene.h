@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktCancelToken.h"
+#include "ktLogOutput.h"
+#include "ktSceneRaytracing.h"
+#include "ktTestMesh.h"
+
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGGroup.h>
+#include <OpenSG/OSGNode.h>
+#include <OpenSG/OSGTransform.h>
+
+/// A scene graph for tests: one root, geometry below transforms.
+class ktTestScene {
+public:
+    ktTestScene();
+    ~ktTestScene();
+
+    /// A geometry node of plain triangles below a transform. @return the node, kept by the scene
+    osg::NodePtr addMesh(const ktTestMesh& mesh, const osg::Matrix& toWorld = osg::Matrix());
+    /// Another use of the node's core.
+    osg::NodePtr addInstance(const osg::NodePtr& node, const osg::Matrix& toWorld);
+    /// A node with this core, below a transform.
+    osg::NodePtr addCore(const osg::NodeCorePtr& core, const osg::Matrix& toWorld = osg::Matrix());
+
+    std::vector<osg::NodePtr> geometryNodes;
+
+    static osg::GeometryPtr makeGeometry(const ktTestMesh& mesh);
+
+private:
+    osg::NodeRefPtr root;
+};
+
+/// Calls the host's utilities as the plug-in does, for loose vertices.
+class ktTestTracing {
+public:
+    explicit ktTestTracing(int count = 32) : ktTestTracing(std::make_unique<ktSceneRaytracing>(), count) {}
+    ktTestTracing(std::unique_ptr<ktSceneRaytracing> utils, int count);
+    ~ktTestTracing();
+
+    struct Vertex {
+        osg::Pnt3f position;
+        osg::Vec3f normal;
+    };
+
+    void build(const ktTestScene& scene, const std::vector<osg::NodePtr>& lights = {}) {
+        utils->buildAccelerationStructure(scene.geometryNodes, lights);
+    }
+    /// Results start as `untouched`.
+    std::vector<osg::Vec4f> trace(const std::vector<Vertex>& vertices, bool lightMode = false);
+    osg::Vec4f traceOne(const osg::Pnt3f& position, const osg::Vec3f& normal, bool lightMode = false) {
+        return trace({{position, normal}}, lightMode)[0];
+    }
+
+    static const osg::Vec4f untouched;
+
+    std::unique_ptr<ktSceneRaytracing> utils;
+    ktSampler* sampler;
+    const osg::Matrix* toWorld = nullptr; ///< null: not transformed
+    bool bothSides = true;
+};
+
+/// Catches the log while it lives, and withdraws a cancel at both ends.
+class ktTestLog {
+public:
+    ktTestLog() {
+        ktCancelToken::the().reset();
+        ktLogOutput::setSink([this](ktLogLevel, const std::string& line) { lines.push_back(line); });
+    }
+    ~ktTestLog() {
+        ktLogOutput::setSink({});
+        ktCancelToken::the().reset();
+    }
+
+    std::vector<std::string> lines;
+};
