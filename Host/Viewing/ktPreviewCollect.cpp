@@ -2,6 +2,7 @@
 #include "ktPreviewCollect.h"
 
 #include "ktGeometryInstances.h"
+#include "ktSurfaceColors.h"
 #include "ktTextureSample.h"
 #include "OSGUberMaterial.h"
 #include "OSGUEnvironmentMaterial.h"
@@ -12,56 +13,11 @@
 #include <cmath>
 #include <map>
 #include <OpenSG/OSGGeometry.h>
-#include <OpenSG/OSGMaterialGroup.h>
-#include <OpenSG/OSGSimpleMaterial.h>
 #include <OpenSG/OSGTriangleIterator.h>
 
 namespace {
 
 constexpr float noResult = 1e-6f; // a value up to this was never calculated
-
-/// The material in effect: that of the nearest material group from the node upwards, else the geometry's own.
-osg::MaterialPtr materialOf(const ktGeometryInstance& instance) {
-    for (osg::NodePtr node = instance.node; node != osg::NullFC; node = node->getParent()) {
-        const osg::MaterialGroupPtr group = osg::MaterialGroupPtr::dcast(node->getCore());
-        if (group != osg::NullFC && group->getMaterial() != osg::NullFC)
-            return group->getMaterial();
-    }
-    return instance.geometry->getMaterial();
-}
-
-std::array<float, 4> vertexColor(const osg::GeoColorsPtr& colors, osg::UInt32 vertex) {
-    if (const osg::GeoColors4fPtr four = osg::GeoColors4fPtr::dcast(colors);
-        four != osg::NullFC && vertex < four->getSize()) {
-        const osg::Color4f& color = four->getField()[vertex];
-        return {color[0], color[1], color[2], color[3]};
-    }
-    if (const osg::GeoColors3fPtr three = osg::GeoColors3fPtr::dcast(colors);
-        three != osg::NullFC && vertex < three->getSize()) {
-        const osg::Color3f& color = three->getField()[vertex];
-        return {color[0], color[1], color[2], 1};
-    }
-    return {1, 1, 1, 1};
-}
-
-osg::GeoTexCoordsPtr texCoordsOf(const osg::GeometryPtr& geometry, int channel) {
-    switch (channel) {
-    case 0:
-        return geometry->getTexCoords();
-    case 1:
-        return geometry->getTexCoords1();
-    case 2:
-        return geometry->getTexCoords2();
-    case 3:
-        return geometry->getTexCoords3();
-    case 4:
-        return geometry->getTexCoords4();
-    case 6:
-        return geometry->getTexCoords6();
-    default:
-        return osg::NullFC; // 5 and 7 hold results
-    }
-}
 
 /// A result channel with one element a vertex; null when there is none.
 osg::GeoTexCoords4fPtr results(const osg::GeoTexCoordsPtr& channel, osg::UInt32 count) {
@@ -76,7 +32,7 @@ public:
     void add(const ktGeometryInstance& instance) {
         const osg::GeometryPtr& geometry = instance.geometry;
         const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
-        const osg::MaterialPtr material = materialOf(instance);
+        const osg::MaterialPtr material = ktMaterialInEffect(instance.node);
         if (positions == osg::NullFC || osg::UEnvironmentMaterialPtr::dcast(material) != osg::NullFC ||
             osg::UEnvironmentSwitchMaterialPtr::dcast(material) != osg::NullFC)
             return;
@@ -167,30 +123,10 @@ private:
 
     void addSurface(ktPreviewMesh& mesh, const osg::GeometryPtr& geometry, const osg::MaterialPtr& material) {
         const osg::UberMaterialPtr uber = osg::UberMaterialPtr::dcast(material);
-        std::array<float, 4> base = {1, 1, 1, 1};
-        if (uber != osg::NullFC)
-            base = {uber->getColor()[0], uber->getColor()[1], uber->getColor()[2],
-                    uber->getAlpha() * (1 - uber->getTransmission())};
-        else if (const osg::SimpleMaterialPtr simple = osg::SimpleMaterialPtr::dcast(material); simple != osg::NullFC)
-            base = {simple->getDiffuse()[0], simple->getDiffuse()[1], simple->getDiffuse()[2],
-                    1 - simple->getTransparency()};
-        const bool hasVertexColors = uber == osg::NullFC || uber->getVertexColors();
-        for (osg::UInt32 i = 0; i < mesh.positions.size(); ++i) {
-            std::array<float, 4> color =
-                hasVertexColors ? vertexColor(geometry->getColors(), i) : std::array<float, 4>{1, 1, 1, 1};
-            for (size_t channel = 0; channel < 4; ++channel)
-                color[channel] *= base[channel];
-            mesh.colors.push_back(color);
-        }
-        if (uber != osg::NullFC && uber->getTexture().image) {
-            const osg::GeoTexCoords2fPtr texCoords =
-                osg::GeoTexCoords2fPtr::dcast(texCoordsOf(geometry, uber->getTexture().texCoords));
-            if (texCoords != osg::NullFC && texCoords->getSize() >= mesh.positions.size())
-                for (size_t i = 0; i < mesh.positions.size(); ++i) {
-                    const osg::Vec2f& texCoord = texCoords->getField()[static_cast<osg::UInt32>(i)];
-                    mesh.texCoords.push_back({texCoord[0], texCoord[1]});
-                }
-        }
+        ktSurfaceColors colors = ktReadSurfaceColors(geometry, material);
+        for (std::uint32_t i = 0; i < mesh.positions.size(); ++i)
+            mesh.colors.push_back(colors.vertexColor(i));
+        mesh.texCoords = std::move(colors.texCoords);
         mesh.material = materialIndex(material, uber);
     }
 
