@@ -128,6 +128,8 @@ TEST_F(ValuePairTest, GivenDeletion_KeepsTheOthersInOrder) {
     EXPECT_TRUE(pairs->del("b"));
     EXPECT_FALSE(pairs->del("b"));
     ASSERT_EQ(pairs->getSize(), 2u);
+    EXPECT_EQ(pairs->getKey(0), "a");
+    EXPECT_EQ(pairs->getValue(0), "a!");
     EXPECT_EQ(pairs->getKey(1), "c");
     EXPECT_EQ(pairs->getValue(1), "c!");
 }
