@@ -3,13 +3,11 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType ChunkMaterial::_type("ChunkMaterial", "Material", nullptr,
+FieldContainerType ChunkMaterial::_type("ChunkMaterial", "Material", NULL,
                                         []() -> FieldContainerPtr { return ChunkMaterial::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(ChunkMaterial, ChunkMaterialPtr)
 
-bool ChunkMaterial::isTransparent() const {
-    return getTransparencyMode() == TransparencyForceTransparent;
-}
+bool ChunkMaterial::isTransparent() const { return getTransparencyMode() == TransparencyForceTransparent; }
 
 OSG_END_NAMESPACE

@@ -12,10 +12,11 @@ typedef FCPtr<DrawablePtr, MaterialDrawable> MaterialDrawablePtr;
 typedef RefPtr<MaterialDrawablePtr> MaterialDrawableRefPtr;
 
 /// A drawable that has a material. Abstract.
-class MaterialDrawable : public Drawable {
+class MaterialDrawable : public Drawable
+{
     typedef Drawable Inherited;
 
-public:
+  public:
     typedef MaterialDrawablePtr Ptr;
 
     enum { MaterialFieldId = Inherited::NextFieldId, NextFieldId = MaterialFieldId + 1 };
@@ -25,17 +26,17 @@ public:
 
     /// Null in a new drawable. The drawable references its material.
     OSG_SFIELD_READ_ACCESS(MaterialPtr, Material)
-    void setMaterial(const MaterialPtr& value) { setRefdCP(_sfMaterial.getValue(), value); }
+    void setMaterial(const MaterialPtr &value) { setRefdCP(_sfMaterial.getValue(), value); }
 
-protected:
+  protected:
     MaterialDrawable() = default;
-    MaterialDrawable(const MaterialDrawable& source) : Inherited(source) { setMaterial(source.getMaterial()); }
-    ~MaterialDrawable() override { setMaterial(NullFC); }
+    MaterialDrawable(const MaterialDrawable &source) : Inherited(source) { setMaterial(source.getMaterial()); }
+    virtual ~MaterialDrawable() { setMaterial(NullFC); }
 
     SFMaterialPtr _sfMaterial;
     static FieldContainerType _type;
 
-private:
+  private:
     friend class FieldContainer;
 };
 

@@ -9,8 +9,9 @@ OSG_BEGIN_NAMESPACE
 class Node;
 
 /// A pointer to a node.
-class NodePtr : public FCPtr<AttachmentContainerPtr, Node> {
-public:
+class NodePtr : public FCPtr<AttachmentContainerPtr, Node>
+{
+  public:
     using ObjectType = NodePtr;
     using Inherited = AttachmentContainerPtr;
 
@@ -18,12 +19,13 @@ public:
     using FCPtr::FCPtr;
 
     template <class OtherPtrT>
-    static NodePtr dcast(const OtherPtrT& other) {
+    static NodePtr dcast(const OtherPtrT &other)
+    {
         return NodePtr(FCPtr::dcast(other));
     }
 
-private:
-    explicit NodePtr(const FCPtr& pointer) : FCPtr(pointer) {}
+  private:
+    explicit NodePtr(const FCPtr &pointer) : FCPtr(pointer) {}
 };
 
 using NodeRefPtr = RefPtr<NodePtr>;

@@ -14,10 +14,11 @@ typedef RefPtr<SimpleMaterialPtr> SimpleMaterialRefPtr;
 using SFGLenum = SField<GLenum>;
 
 /// The classic OpenGL material.
-class SimpleMaterial : public ChunkMaterial {
+class SimpleMaterial : public ChunkMaterial
+{
     typedef ChunkMaterial Inherited;
 
-public:
+  public:
     typedef SimpleMaterialPtr Ptr;
 
     enum {
@@ -59,10 +60,10 @@ public:
     /// By the transparency mode, with automatic detection by the transparency.
     bool isTransparent() const override;
 
-protected:
+  protected:
     SimpleMaterial();
-    SimpleMaterial(const SimpleMaterial& source);
-    ~SimpleMaterial() override = default;
+    SimpleMaterial(const SimpleMaterial &source);
+    virtual ~SimpleMaterial() = default;
 
     SFColor3f _sfAmbient;
     SFColor3f _sfDiffuse;
@@ -74,7 +75,7 @@ protected:
     SFGLenum _sfColorMaterial;
     static FieldContainerType _type;
 
-private:
+  private:
     friend class FieldContainer;
 };
 

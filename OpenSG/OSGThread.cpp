@@ -7,26 +7,30 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace {
+namespace
+{
 
 // Containers can be destroyed after the thread's own objects are, by static destructors for instance. The pointer has
 // no destructor and can be asked even then.
-thread_local ChangeList* currentList = nullptr;
+thread_local ChangeList *currentList = NULL;
 thread_local bool threadIsEnding = false;
 
-struct ListOwner {
+struct ListOwner
+{
     std::unique_ptr<ChangeList> list = std::make_unique<ChangeList>();
 
-    ~ListOwner() {
-        currentList = nullptr;
+    ~ListOwner()
+    {
+        currentList = NULL;
         threadIsEnding = true;
     }
 };
 
 } // namespace
 
-ChangeList* Thread::getCurrentChangeList() {
-    if (currentList == nullptr && !threadIsEnding) {
+ChangeList *Thread::getCurrentChangeList()
+{
+    if (currentList == NULL && !threadIsEnding) {
         static thread_local ListOwner owner;
         currentList = owner.list.get();
     }

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktAssetResource.h"
+
+#include "ktFileError.h"
+
+#include <algorithm>
+#include <cctype>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+
+namespace {
+
+const std::size_t gibibyte = std::size_t(1) << 30;
+
+bool hasScheme(const std::string& uri) {
+    const std::size_t colon = uri.find(':');
+    if (colon == std::string::npos || colon == 0 || !std::isalpha(static_cast<unsigned char>(uri[0])))
+        return false;
+    return std::all_of(uri.begin(), uri.begin() + static_cast<std::ptrdiff_t>(colon),
+                       [](unsigned char c) { return std::isalnum(c) || c == '+' || c == '-' || c == '.'; });
+}
+
+} // namespace
+
+ktBytes ktReadWholeFile(const QString& path, const std::string& object) {
+    const QFileInfo info(path);
+    const std::string name = path.toStdString();
+    if (!info.exists())
+        throw ktFileError(object, "'" + name + "' does not exist");
+    if (!info.isFile())
+        throw ktFileError(object, "'" + name + "' is not a regular file");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw ktFileError(object, "'" + name + "' cannot be opened: " + file.errorString().toStdString());
+    ktBytes bytes(static_cast<std::size_t>(file.size()));
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const qint64 got =
+            file.read(reinterpret_cast<char*>(bytes.data()) + done, static_cast<qint64>(bytes.size() - done));
+        if (got <= 0)
+            throw ktFileError(object, "'" + name + "' cannot be read: " + file.errorString().toStdString());
+        done += static_cast<std::size_t>(got);
+    }
+    return bytes;
+}
+
+bool ktIsDataUri(const std::string& uri) {
+    return uri.compare(0, 5, "data:") == 0;
+}
+
+ktBytes ktDecodeDataUri(const std::string& uri, const std::string& object) {
+    const std::size_t comma = uri.find(',');
+    if (comma == std::string::npos)
+        throw ktFileError(object, "data URI without data");
+    const std::size_t size = uri.size() - comma - 1;
+    if (size > gibibyte)
+        throw ktFileError(object, "data URI of more than 1 GiB");
+    const QByteArray text = QByteArray::fromRawData(uri.data() + comma + 1, static_cast<int>(size));
+    QByteArray data;
+    if (comma >= 7 && uri.compare(comma - 7, 7, ";base64") == 0) {
+        const auto decoded = QByteArray::fromBase64Encoding(text, QByteArray::AbortOnBase64DecodingErrors);
+        if (!decoded)
+            throw ktFileError(object, "data URI is not valid base64");
+        data = decoded.decoded;
+    } else {
+        data = QByteArray::fromPercentEncoding(text);
+    }
+    return ktBytes(data.begin(), data.end());
+}
+
+std::string ktEncodeDataUri(const std::uint8_t* data, std::size_t size, const std::string& object) {
+    if (size > gibibyte)
+        throw ktFileError(object, "more than 1 GiB does not fit into a data URI");
+    const QByteArray raw = QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    return "data:application/octet-stream;base64," + raw.toBase64().toStdString();
+}
+
+QString ktAssetRelativePath(const std::string& uri, const std::string& object) {
+    if (hasScheme(uri))
+        throw ktFileError(object, "URI '" + uri.substr(0, 80) + "' is not relative to the file");
+    QString path = QString::fromUtf8(QByteArray::fromPercentEncoding(QByteArray::fromStdString(uri)));
+    path.replace('\\', '/');
+    if (path.isEmpty() || path.contains(QChar(0)))
+        throw ktFileError(object, "URI is empty or not a file name");
+    if (path.startsWith('/') || (path.size() > 1 && path[1] == ':'))
+        throw ktFileError(object, "URI '" + uri.substr(0, 80) + "' is an absolute path");
+    if (path.split('/').contains(QStringLiteral("..")))
+        throw ktFileError(object, "URI '" + uri.substr(0, 80) + "' leads outside the file's folder");
+    return QDir::cleanPath(path);
+}
+
+QString ktResolveAssetUri(const QString& folder, const std::string& uri, const std::string& object) {
+    const QString relative = ktAssetRelativePath(uri, object);
+    const QFileInfo info(QDir(folder).absoluteFilePath(relative));
+    if (!info.exists())
+        throw ktFileError(object, "'" + relative.toStdString() + "' does not exist");
+    const QString inside = QFileInfo(folder).canonicalFilePath();
+    const QString canonical = info.canonicalFilePath();
+    if (!canonical.startsWith(inside.endsWith('/') ? inside : inside + '/'))
+        throw ktFileError(object, "'" + relative.toStdString() + "' is a link that leads outside the file's folder");
+    return info.absoluteFilePath();
+}
+
+std::string ktAssetUri(const QString& relativePath) {
+    return QUrl::toPercentEncoding(relativePath, "/!$&'()*+,;=@").toStdString();
+}
+
+QString ktContentHash(const std::uint8_t* data, std::size_t size) {
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    // Qt counts lengths in int.
+    for (std::size_t done = 0; done < size;) {
+        const std::size_t part = std::min(size - done, gibibyte);
+        hash.addData(reinterpret_cast<const char*>(data) + done, static_cast<int>(part));
+        done += part;
+    }
+    return QString::fromLatin1(hash.result().toHex().left(12));
+}

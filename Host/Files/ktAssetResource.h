@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstdint>
+#include <QByteArray>
+#include <QString>
+#include <string>
+#include <vector>
+
+using ktBytes = std::vector<std::uint8_t>;
+
+/// The content of a regular file. Throws ktFileError that names `object`.
+ktBytes ktReadWholeFile(const QString& path, const std::string& object);
+
+/// Whether a URI carries its data itself.
+bool ktIsDataUri(const std::string& uri);
+/// The data of a data URI, base64 or percent-encoded. Throws ktFileError that names `object`.
+ktBytes ktDecodeDataUri(const std::string& uri, const std::string& object);
+/// A data URI of type application/octet-stream. Throws ktFileError beyond 1 GiB.
+std::string ktEncodeDataUri(const std::uint8_t* data, std::size_t size, const std::string& object);
+
+/// The relative path that an asset's URI means: percent-encoding resolved, separators forward. Throws ktFileError that
+/// names `object` when the URI has a scheme, is absolute, or climbs with "..".
+QString ktAssetRelativePath(const std::string& uri, const std::string& object);
+/// The absolute path of a file that an asset in `folder` names by a URI. Throws ktFileError that names `object` as
+/// above, and when the file is missing or a link leads outside the folder.
+QString ktResolveAssetUri(const QString& folder, const std::string& uri, const std::string& object);
+/// A relative path as a URI, percent-encoded where needed.
+std::string ktAssetUri(const QString& relativePath);
+
+/// First 12 hexadecimal digits of the SHA-256 of some bytes: names files by their content.
+QString ktContentHash(const std::uint8_t* data, std::size_t size);

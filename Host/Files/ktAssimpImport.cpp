@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktAssimpImport.h"
+
+#include "ktAssimpTarget.h"
+#include "ktFileError.h"
+#include "ktFileMessages.h"
+#include "ktLimitedProcess.h"
+
+#include <assimp/commonMetaData.h>
+#include <assimp/config.h>
+#include <assimp/Importer.hpp>
+#include <assimp/postprocess.h>
+#include <cmath>
+#include <cstring>
+#include <new>
+#include <QFileInfo>
+
+namespace {
+
+// What the importing process hands back: one JSON text, then the bytes of buffer 0.
+struct Header {
+    std::uint64_t jsonSize = 0;
+    std::uint64_t dataSize = 0;
+};
+
+double metaNumber(const aiScene& scene, const char* key, double otherwise) {
+    if (!scene.mMetaData)
+        return otherwise;
+    double asDouble = 0.0;
+    float asFloat = 0.0f;
+    std::int32_t asInt = 0;
+    if (scene.mMetaData->Get(key, asInt))
+        return asInt;
+    if (scene.mMetaData->Get(key, asDouble))
+        return asDouble;
+    return scene.mMetaData->Get(key, asFloat) ? asFloat : otherwise;
+}
+
+// Metres per unit of the imported positions; 0 when the file does not say.
+double metresPerUnit(const aiScene& scene, const std::string& path) {
+    const std::string ending = path.substr(std::min(path.size(), path.rfind('.') + 1));
+    const auto is = [&](const char* name) { return QString::fromStdString(ending).toLower() == name; };
+    // Collada's importer has brought everything to metres by then.
+    if (is("dae") || is("zae"))
+        return 1.0;
+    const double centimetres = metaNumber(scene, "UnitScaleFactor", 0.0);
+    return is("fbx") && centimetres > 0.0 && std::isfinite(centimetres) ? centimetres / 100.0 : 0.0;
+}
+
+// glTF is in metres and its y axis points up.
+void standUp(ktAssimpTarget& target, double metres) {
+    const bool zUp =
+        metaNumber(target.scene, "UpAxis", 1.0) == 2.0 && metaNumber(target.scene, "UnitScaleFactor", 0.0) > 0.0;
+    const bool scaled = metres > 0.0 && metres != 1.0;
+    if ((!zUp && !scaled) || !target.json.contains("scenes"))
+        return;
+    ktJson root = {{"name", "unit"}, {"children", target.json["scenes"][0]["nodes"]}};
+    if (zUp)
+        root["rotation"] = {-std::sqrt(0.5), 0.0, 0.0, std::sqrt(0.5)};
+    if (scaled)
+        root["scale"] = {metres, metres, metres};
+    const std::size_t node = target.add("nodes", std::move(root));
+    target.json["scenes"][0]["nodes"] = {node};
+}
+
+ktJson import(const std::string& path, ktBytes& bytes) {
+    ktJson answer = ktJson::object();
+    Assimp::Importer importer;
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
+    const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
+                           aiProcess_LimitBoneWeights | aiProcess_FlipUVs;
+    const aiScene* scene = importer.ReadFile(path, steps);
+    if (!scene) {
+        const std::string reason = importer.GetErrorString();
+        if (reason.find("bad_alloc") != std::string::npos)
+            throw std::bad_alloc();
+        answer["error"] = reason;
+        return answer;
+    }
+    ktFileMessages messages;
+    ktAssimpTarget target(*scene, path.substr(0, path.rfind('/') + 1), messages);
+    ktAssimpMaterials(target);
+    ktAssimpNodes(target);
+    ktAssimpAnimations(target);
+    const double metres = metresPerUnit(*scene, path);
+    standUp(target, metres);
+    if (!target.bytes.empty())
+        target.add("buffers", {{"byteLength", target.bytes.size()}});
+    answer["hasUnit"] = metres > 0.0;
+    answer["warnings"] = ktJson::array();
+    for (const ktFileWarning& warning : messages.warnings())
+        answer["warnings"].push_back({warning.object, warning.reason, warning.detail, warning.count});
+    answer["document"] = std::move(target.json);
+    bytes.swap(target.bytes);
+    return answer;
+}
+
+void importInto(ktByteSink& sink, const std::string& path) {
+    ktBytes bytes;
+    // Names in old files may be in any encoding.
+    const std::string text = import(path, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
+    const Header header = {text.size(), bytes.size()};
+    sink.write(&header, sizeof header);
+    sink.write(text.data(), text.size());
+    sink.write(bytes.data(), bytes.size());
+}
+
+} // namespace
+
+bool ktCanImportWithAssimp(const QString& path) {
+    const QString ending = QFileInfo(path).suffix().toLower();
+    return !ending.isEmpty() && Assimp::Importer().IsExtensionSupported(ending.toStdString());
+}
+
+ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages) {
+    const QFileInfo info(path);
+    const std::string file = info.absoluteFilePath().toStdString();
+    const auto size = static_cast<std::size_t>(info.size());
+    ktProcessLimits limits;
+    limits.memory_bytes = (std::size_t(4) << 30) + 100 * size;
+    limits.time_s = 120 + static_cast<unsigned>(size >> 17);
+    const ktBytes answer = ktRunLimited(limits, [&](ktByteSink& sink) { importInto(sink, file); });
+
+    Header header;
+    if (answer.size() < sizeof header)
+        throw ktFileError("file", "cannot be imported");
+    std::memcpy(&header, answer.data(), sizeof header);
+    const char* text = reinterpret_cast<const char*>(answer.data()) + sizeof header;
+    ktJson json = ktJson::parse(text, text + header.jsonSize);
+    if (json.contains("error"))
+        throw ktFileError("file", "cannot be imported: " + json["error"].get<std::string>());
+    for (const ktJson& warning : json["warnings"])
+        for (std::size_t i = 0; i < warning[3].get<std::size_t>(); ++i)
+            messages.warn(warning[0], warning[1], warning[2]);
+
+    ktImportedFile imported;
+    imported.hasUnit = json["hasUnit"];
+    imported.document.path = info.absoluteFilePath();
+    imported.document.form = ktGltfForm::Memory;
+    imported.document.indent = 2;
+    imported.document.json = std::move(json["document"]);
+    if (header.dataSize) {
+        const auto* data = reinterpret_cast<const std::uint8_t*>(text) + header.jsonSize;
+        imported.document.buffers.push_back({ktBytes(data, data + header.dataSize), ""});
+    }
+    return imported;
+}

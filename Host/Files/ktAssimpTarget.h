@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktAssetResource.h"
+#include "ktGltfJson.h"
+
+#include <assimp/scene.h>
+#include <map>
+#include <string>
+#include <vector>
+
+class ktFileMessages;
+
+/// The glTF document that an imported scene is turned into; all data lie in buffer 0. No Qt objects with threads or
+/// events are used: this runs in a forked process.
+struct ktAssimpTarget {
+    ktAssimpTarget(const aiScene& scene, std::string folder, ktFileMessages& messages)
+        : scene(scene), folder(std::move(folder)), messages(messages) {}
+
+    /// Adds data (aligned to 4 bytes) and returns the index of its view.
+    std::size_t addView(const void* data, std::size_t size, int target = 0);
+    /// Adds an accessor of float vectors; with `limits`, minimum and maximum are given. Returns its index.
+    std::size_t addFloats(const std::vector<float>& data, const char* type, int width, bool limits, int target = 0);
+    /// Adds an accessor of indices.
+    std::size_t addIndices(const std::vector<std::uint32_t>& indices);
+    /// Adds an element to a collection of the document and returns its index.
+    std::size_t add(const char* collection, ktJson element);
+    /// Names an extension as used, once.
+    void useExtension(const char* name);
+
+    const aiScene& scene;
+    std::string folder; ///< of the imported file, with a separator at the end
+    ktFileMessages& messages;
+    ktJson json = {{"asset", {{"version", "2.0"}, {"generator", "ktAmbientOcclusion"}}}};
+    ktBytes bytes;
+    std::map<std::pair<std::size_t, std::string>, std::size_t> bareMaterials; ///< copies lacking textures
+    std::vector<std::size_t> nodes;                                           ///< glTF node of each of assimpNodes
+    std::vector<const aiNode*> assimpNodes;                                   ///< in the order of a walk, parents first
+    std::map<std::string, std::size_t> nodeOfName;                            ///< index into both of the above
+};
+
+/// Fills /materials, /textures, /images and /samplers.
+void ktAssimpMaterials(ktAssimpTarget& target);
+/// The glTF material for a mesh with these attributes: the material itself, or a copy without the textures whose
+/// coordinates the mesh lacks.
+std::size_t ktAssimpMaterialFor(ktAssimpTarget& target, std::size_t material, const ktJson& attributes);
+/// The glTF primitive of one mesh: attributes, indices, mode, material, morph targets; null when nothing of it is
+/// usable.
+ktJson ktAssimpPrimitive(ktAssimpTarget& target, const aiMesh& mesh);
+/// Fills /nodes, /meshes, /skins, /cameras, lights and /scenes.
+void ktAssimpNodes(ktAssimpTarget& target);
+/// Fills /animations.
+void ktAssimpAnimations(ktAssimpTarget& target);

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktGltfExtensions.h"
+
+#include "ktFileError.h"
+
+#include <algorithm>
+
+namespace {
+
+// Read here, or without any bearing on where light can go.
+const char* const known[] = {
+    "KHR_lights_punctual", "KHR_mesh_quantization",  "KHR_texture_transform",
+    "KHR_node_visibility", "KHR_animation_pointer",  "KHR_xmp",
+    "KHR_xmp_json_ld",     "EXT_lights_image_based",
+};
+
+// Images in another format: colours from them are missing then, which is warned about where they are needed.
+const char* const images[] = {"KHR_texture_basisu", "EXT_texture_webp", "EXT_texture_avif", "MSFT_texture_dds"};
+
+bool isKnown(const std::string& name) {
+    const auto equal = [&](const char* entry) { return name == entry; };
+    return std::any_of(std::begin(known), std::end(known), equal) ||
+           std::any_of(std::begin(images), std::end(images), equal) || name.compare(0, 14, "KHR_materials_") == 0;
+}
+
+std::string reasonFor(const std::string& name) {
+    if (name == "KHR_draco_mesh_compression" || name == "EXT_meshopt_compression" || name == "KHR_meshopt_compression")
+        return "requires the extension " + name + "; compressed geometry cannot be read, save the file without it";
+    return "requires the extension " + name + ", which is not supported";
+}
+
+} // namespace
+
+void ktCheckRequiredExtensions(const ktJson& document) {
+    for (std::size_t i = 0; i < ktJsonCount(document, "extensionsRequired"); ++i) {
+        const ktJson& name = *ktJsonElement(document, "extensionsRequired", i);
+        if (name.is_string() && !isKnown(name.get<std::string>()))
+            throw ktFileError(ktPointer("extensionsRequired", i), reasonFor(name.get<std::string>()));
+    }
+}

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktGltfPacking.h"
+
+#include "ktFileError.h"
+#include "ktFileMessages.h"
+
+#include <algorithm>
+#include <cstring>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+namespace {
+
+bool hasUri(const ktJson& json, const char* collection, std::size_t index) {
+    const ktJson* entry = ktJsonElement(json, collection, index);
+    return entry && ktJsonMember(*entry, "uri");
+}
+
+bool isAvailable(const ktGltfDocument& document, std::size_t buffer) {
+    return document.buffers[buffer].problem.empty();
+}
+
+void append(ktPackedGltf& packed, const std::uint8_t* data, std::size_t size) {
+    const std::size_t offset = (packed.binarySize + 7) / 8 * 8;
+    packed.binary.push_back({data, size, offset});
+    packed.binarySize = offset + size;
+}
+
+// An extension inside a view may refer to a buffer of its own.
+void moveReference(ktJson& holder, const std::vector<std::size_t>& newIndex, const std::vector<std::size_t>& offset) {
+    const auto buffer = ktJsonWhole(holder, "buffer");
+    if (!buffer || *buffer >= newIndex.size())
+        return;
+    const std::size_t old = static_cast<std::size_t>(*buffer);
+    holder["buffer"] = newIndex[old];
+    if (offset[old])
+        holder["byteOffset"] = ktJsonWhole(holder, "byteOffset").value_or(0) + offset[old];
+}
+
+// Puts every buffer that is there into the binary chunk; the others stay entries of their own behind it.
+void embedBuffers(const ktGltfDocument& document, ktPackedGltf& packed) {
+    const std::size_t count = document.buffers.size();
+    std::vector<std::size_t> newIndex(count, 0);
+    std::vector<std::size_t> offset(count, 0);
+    ktJson buffers = ktJson::array();
+    buffers.push_back(ktJson::object());
+    for (std::size_t i = 0; i < count; ++i) {
+        const ktJson& entry = packed.json["buffers"][i];
+        if (isAvailable(document, i)) {
+            append(packed, document.buffers[i].bytes.data(), document.buffers[i].bytes.size());
+            offset[i] = packed.binary.back().offset;
+            for (const auto& member : entry.items())
+                if (member.key() != "uri" && !buffers[0].contains(member.key()))
+                    buffers[0][member.key()] = member.value();
+        } else {
+            newIndex[i] = buffers.size();
+            buffers.push_back(entry);
+        }
+    }
+    if (packed.binary.empty())
+        return;
+    buffers[0]["byteLength"] = packed.binarySize;
+    packed.json["buffers"] = std::move(buffers);
+    for (std::size_t i = 0; i < ktJsonCount(packed.json, "bufferViews"); ++i) {
+        ktJson& view = packed.json["bufferViews"][i];
+        moveReference(view, newIndex, offset);
+        if (ktJson* extensions = ktJsonMember(view, "extensions"); extensions && extensions->is_object())
+            for (ktJson& extension : *extensions)
+                moveReference(extension, newIndex, offset);
+    }
+}
+
+const char* imageType(const ktBytes& bytes) {
+    const auto begins = [&](const char* magic, std::size_t size, std::size_t at = 0) {
+        return bytes.size() >= at + size && std::memcmp(bytes.data() + at, magic, size) == 0;
+    };
+    if (begins("\x89PNG", 4))
+        return "image/png";
+    if (begins("\xFF\xD8\xFF", 3))
+        return "image/jpeg";
+    if (begins("WEBP", 4, 8))
+        return "image/webp";
+    if (begins("\xABKTX 20", 7))
+        return "image/ktx2";
+    return nullptr;
+}
+
+// Images of other formats may not be embedded and are copied along like other resources.
+void embedImages(const ktGltfDocument& document, ktPackedGltf& packed, ktFileMessages& messages) {
+    for (std::size_t i = 0; i < ktJsonCount(packed.json, "images"); ++i) {
+        if (!hasUri(packed.json, "images", i))
+            continue;
+        ktJson& image = packed.json["images"][i];
+        const std::string uri = ktJsonText(image, "uri");
+        const std::string object = ktPointer("images", i);
+        if (ktIsDataUri(uri))
+            continue;
+        try {
+            auto bytes =
+                std::make_unique<ktBytes>(ktReadWholeFile(ktResolveAssetUri(document.folder(), uri, object), object));
+            const char* type = imageType(*bytes);
+            if (!type)
+                continue;
+            append(packed, bytes->data(), bytes->size());
+            ktJson view = {{"buffer", 0}, {"byteOffset", packed.binary.back().offset}, {"byteLength", bytes->size()}};
+            ktJson& views = ktJsonArray(packed.json, "bufferViews");
+            views.push_back(std::move(view));
+            packed.owned.push_back(std::move(bytes));
+            image.erase("uri");
+            image["bufferView"] = views.size() - 1;
+            image["mimeType"] = type;
+        } catch (const ktFileError& error) {
+            messages.warn(error.object(), "image cannot be embedded", error.reason());
+        }
+    }
+    if (packed.binary.empty())
+        return;
+    ktJson& buffers = ktJsonArray(packed.json, "buffers");
+    if (buffers.empty())
+        buffers.push_back(ktJson::object());
+    buffers[0]["byteLength"] = packed.binarySize;
+}
+
+QString withSuffix(const QString& path, const QString& suffix) {
+    const QFileInfo info(path);
+    const QString folder = info.path() == "." ? QString() : info.path() + '/';
+    const QString ending = info.suffix().isEmpty() ? QString() : '.' + info.suffix();
+    return folder + info.completeBaseName() + '-' + suffix + ending;
+}
+
+bool holds(const QString& path, const ktBytes& bytes) {
+    const QFileInfo info(path);
+    return info.isFile() && static_cast<std::size_t>(info.size()) == bytes.size() &&
+           ktReadWholeFile(path, "file") == bytes;
+}
+
+// Lets the resource that an entry refers to be found from another folder as well: under the same relative path, or,
+// where a file of other content has that name, under one that tells the content.
+void copyResource(const ktGltfDocument& document, ktJson& entry, const std::string& object, const QString& folder,
+                  ktPackedGltf& packed, ktFileMessages& messages) {
+    const std::string uri = ktJsonText(entry, "uri");
+    if (!ktJsonMember(entry, "uri") || ktIsDataUri(uri))
+        return;
+    try {
+        const QString relative = ktAssetRelativePath(uri, object);
+        auto bytes =
+            std::make_unique<ktBytes>(ktReadWholeFile(ktResolveAssetUri(document.folder(), uri, object), object));
+        QString target = relative;
+        if (QFileInfo::exists(QDir(folder).filePath(target)) && !holds(QDir(folder).filePath(target), *bytes)) {
+            target = withSuffix(relative, ktContentHash(bytes->data(), bytes->size()));
+            entry["uri"] = ktAssetUri(target);
+        }
+        if (!holds(QDir(folder).filePath(target), *bytes))
+            packed.files.push_back({target, bytes->data(), bytes->size()});
+        packed.owned.push_back(std::move(bytes));
+    } catch (const ktFileError& error) {
+        messages.warn(error.object(), "cannot be copied to the new folder", error.reason());
+    }
+}
+
+void copyResources(const ktGltfDocument& document, const QString& folder, ktPackedGltf& packed,
+                   ktFileMessages& messages) {
+    if (QFileInfo(folder).canonicalFilePath() == QFileInfo(document.folder()).canonicalFilePath())
+        return;
+    for (const char* collection : {"buffers", "images"})
+        for (std::size_t i = 0; i < ktJsonCount(packed.json, collection); ++i)
+            copyResource(document, packed.json[collection][i], ktPointer(collection, i), folder, packed, messages);
+}
+
+// A binary chunk can only be the first buffer.
+bool mustEmbed(const ktGltfDocument& document) {
+    if (document.form != ktGltfForm::Glb)
+        return true;
+    for (std::size_t i = 1; i < document.buffers.size(); ++i)
+        if (isAvailable(document, i) && !hasUri(document.json, "buffers", i))
+            return true;
+    return false;
+}
+
+} // namespace
+
+ktPackedGltf ktPackForGlb(const ktGltfDocument& document, const QString& folder, ktFileMessages& messages) {
+    ktPackedGltf packed;
+    packed.json = document.json;
+    if (mustEmbed(document)) {
+        embedBuffers(document, packed);
+        embedImages(document, packed, messages);
+    } else if (!document.buffers.empty() && isAvailable(document, 0) && !hasUri(document.json, "buffers", 0)) {
+        append(packed, document.buffers[0].bytes.data(), document.buffers[0].bytes.size());
+        packed.json["buffers"][0]["byteLength"] = packed.binarySize;
+    }
+    copyResources(document, folder, packed, messages);
+    return packed;
+}
+
+ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder, const QString& stem,
+                           ktFileMessages& messages) {
+    ktPackedGltf packed;
+    packed.json = document.json;
+    copyResources(document, folder, packed, messages);
+    bool inside = document.form == ktGltfForm::Gltf;
+    for (std::size_t i = 0; i < document.buffers.size(); ++i)
+        inside = inside &&
+                 (!hasUri(document.json, "buffers", i) || ktIsDataUri(ktJsonText(document.json["buffers"][i], "uri")));
+    for (std::size_t i = 0; i < document.buffers.size(); ++i) {
+        const ktBytes& bytes = document.buffers[i].bytes;
+        if (!isAvailable(document, i) || hasUri(document.json, "buffers", i) || bytes.empty())
+            continue;
+        ktJson& entry = packed.json["buffers"][i];
+        entry["byteLength"] = bytes.size();
+        if (inside) {
+            entry["uri"] = ktEncodeDataUri(bytes.data(), bytes.size(), ktPointer("buffers", i));
+            continue;
+        }
+        const QString name = stem + '-' + ktContentHash(bytes.data(), bytes.size()) + ".bin";
+        entry["uri"] = ktAssetUri(name);
+        packed.files.push_back({name, bytes.data(), bytes.size()});
+    }
+    return packed;
+}
+
+std::vector<QString> ktOwnBuffersBeside(const QString& path) {
+    std::vector<QString> files;
+    if (!QFileInfo(path).isFile())
+        return files;
+    try {
+        const ktBytes text = ktReadWholeFile(path, "file");
+        const ktJson json = ktParseJson(reinterpret_cast<const char*>(text.data()), text.size());
+        const QRegularExpression pattern('^' + QRegularExpression::escape(QFileInfo(path).completeBaseName()) +
+                                         "-([0-9a-f]{12})\\.bin$");
+        for (std::size_t i = 0; i < ktJsonCount(json, "buffers"); ++i) {
+            const std::string uri = ktJsonText(json["buffers"][i], "uri");
+            const QString name = ktIsDataUri(uri) || uri.empty() ? QString() : ktAssetRelativePath(uri, "file");
+            const auto match = pattern.match(name);
+            const QString file = QFileInfo(path).absoluteDir().filePath(name);
+            if (!match.hasMatch() || !QFileInfo(file).isFile())
+                continue;
+            const ktBytes bytes = ktReadWholeFile(file, "file");
+            if (ktContentHash(bytes.data(), bytes.size()) == match.captured(1))
+                files.push_back(file);
+        }
+    } catch (const ktFileError&) {
+        // What cannot be read refers to nothing that could be cleared away.
+    }
+    return files;
+}
+
+void ktRemoveUnused(const std::vector<QString>& files, const ktJson& json) {
+    for (const QString& file : files) {
+        const std::string uri = ktAssetUri(QFileInfo(file).fileName());
+        bool used = false;
+        for (std::size_t i = 0; i < ktJsonCount(json, "buffers"); ++i)
+            used = used || ktJsonText(json["buffers"][i], "uri") == uri;
+        if (!used)
+            QFile::remove(file);
+    }
+}

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktFileError.h"
+#include "ktFileMessages.h"
+#include "ktGlbContainer.h"
+#include "ktGltfDocument.h"
+#include "ktGltfExtensions.h"
+
+#include <algorithm>
+#include <cstring>
+#include <QFileInfo>
+
+namespace {
+
+// What the first line break of the text is followed by is the unit of its indentation.
+void findIndentation(const char* text, std::size_t size, ktGltfDocument& document) {
+    const char* const end = text + size;
+    const char* at = std::find(text, end, '\n');
+    if (at == end)
+        return;
+    const char* const begin = ++at;
+    while (at < end && (*at == ' ' || *at == '\t'))
+        ++at;
+    document.indent = static_cast<int>(std::min<std::ptrdiff_t>(at - begin, 16));
+    document.indentWith = begin < at ? *begin : ' ';
+}
+
+void checkAsset(const ktJson& json) {
+    if (!json.is_object())
+        throw ktFileError("file", "is no glTF: the JSON is not an object");
+    const ktJson* asset = ktJsonMember(json, "asset");
+    if (!asset)
+        throw ktFileError("/asset", "is missing, so this is no glTF");
+    const std::string version = ktJsonText(*asset, "version");
+    if (version != "2" && version.compare(0, 2, "2.") != 0)
+        throw ktFileError("/asset/version", "is '" + version.substr(0, 20) + "'; only glTF 2 can be read");
+    const std::string least = ktJsonText(*asset, "minVersion");
+    if (!least.empty() && least != "2.0")
+        throw ktFileError("/asset/minVersion", "asks for glTF " + least.substr(0, 20) + "; only glTF 2.0 can be read");
+}
+
+void cutToLength(ktGltfBuffer& buffer, const ktJson& entry, const std::string& object, ktFileMessages& messages) {
+    const auto length = ktJsonWhole(entry, "byteLength");
+    if (!length) {
+        messages.warn(object, "has no valid byteLength; the length of its data is taken");
+    } else if (*length > buffer.bytes.size()) {
+        messages.warn(object, "has less data than its byteLength says",
+                      std::to_string(buffer.bytes.size()) + " of " + std::to_string(*length) + " bytes");
+    } else {
+        buffer.bytes.resize(static_cast<std::size_t>(*length));
+    }
+}
+
+ktGltfBuffer readBuffer(const ktGltfDocument& document, std::size_t index, ktBytes& binary, bool hasBinary,
+                        ktFileMessages& messages) {
+    const std::string object = ktPointer("buffers", index);
+    const ktJson& entry = *ktJsonElement(document.json, "buffers", index);
+    ktGltfBuffer buffer;
+    try {
+        if (!entry.is_object())
+            throw ktFileError(object, "is not an object");
+        const std::string uri = ktJsonText(entry, "uri");
+        if (ktIsDataUri(uri))
+            buffer.bytes = ktDecodeDataUri(uri, object);
+        else if (ktJsonMember(entry, "uri"))
+            buffer.bytes = ktReadWholeFile(ktResolveAssetUri(document.folder(), uri, object), object);
+        else if (index == 0 && hasBinary)
+            buffer.bytes.swap(binary);
+        else
+            throw ktFileError(object, "has no data");
+        cutToLength(buffer, entry, object, messages);
+    } catch (const ktFileError& error) {
+        buffer.bytes.clear();
+        buffer.problem = error.reason();
+        messages.warn(object, error.reason());
+    }
+    return buffer;
+}
+
+} // namespace
+
+QString ktGltfDocument::folder() const {
+    return QFileInfo(path).absolutePath();
+}
+
+ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
+    ktGltfDocument document;
+    document.path = QFileInfo(path).absoluteFilePath();
+    ktBytes file = ktReadWholeFile(path, "file");
+    bool hasBinary = false;
+    if (ktIsGlb(file)) {
+        document.form = ktGltfForm::Glb;
+        ktGlbParts parts = ktSplitGlb(file, messages);
+        document.json = ktParseJson(reinterpret_cast<const char*>(file.data()) + parts.jsonBegin, parts.jsonSize);
+        document.chunks = std::move(parts.others);
+        hasBinary = parts.hasBinary;
+        // In place, so that a large file is never in memory twice.
+        const std::size_t size = parts.binarySize;
+        if (size)
+            std::memmove(file.data(), file.data() + parts.binaryBegin, size);
+        file.resize(size);
+    } else {
+        document.form = ktGltfForm::Gltf;
+        const char* text = reinterpret_cast<const char*>(file.data());
+        document.json = ktParseJson(text, file.size());
+        findIndentation(text, file.size(), document);
+        ktBytes().swap(file);
+    }
+    checkAsset(document.json);
+    ktCheckRequiredExtensions(document.json);
+    for (std::size_t i = 0; i < ktJsonCount(document.json, "buffers"); ++i)
+        document.buffers.push_back(readBuffer(document, i, file, hasBinary, messages));
+    return document;
+}
+
+bool ktIsGltf1(const QString& path) {
+    try {
+        const ktBytes file = ktReadWholeFile(path, "file");
+        if (ktIsGlb(file))
+            return file.size() > 4 && file[4] == 1;
+        const ktJson json = ktParseJson(reinterpret_cast<const char*>(file.data()), file.size());
+        const ktJson* asset = ktJsonMember(json, "asset");
+        return asset && ktJsonText(*asset, "version").compare(0, 2, "1.") == 0;
+    } catch (const ktFileError&) {
+        return false;
+    }
+}

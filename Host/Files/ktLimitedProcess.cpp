@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktLimitedProcess.h"
+
+#include "ktFileError.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+enum ExitCode { done = 0, threw = 1, outOfMemory = 2, noRoom = 3 };
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number(number) {}
+    ~Descriptor() {
+        if (number >= 0)
+            close(number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    const int number;
+};
+
+std::size_t addressSpaceNow() {
+    unsigned long pages = 0;
+    if (std::FILE* file = std::fopen("/proc/self/statm", "r")) {
+        if (std::fscanf(file, "%lu", &pages) != 1)
+            pages = 0;
+        std::fclose(file);
+    }
+    return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+void limit(int resource, std::size_t value) {
+    rlimit now;
+    if (getrlimit(resource, &now) == 0) {
+        now.rlim_cur = std::min<rlim_t>(now.rlim_max, value);
+        setrlimit(resource, &now);
+    }
+}
+
+[[noreturn]] void runCopy(const ktProcessLimits& limits, const std::function<void(ktByteSink&)>& work, int descriptor) {
+    limit(RLIMIT_AS, addressSpaceNow() + limits.memory_bytes);
+    limit(RLIMIT_CPU, limits.time_s);
+    limit(RLIMIT_CORE, 0);
+    for (const int number : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGXCPU, SIGINT, SIGTERM})
+        std::signal(number, SIG_DFL);
+    // What a crashing library has to say would only confuse; the reason is given by the caller.
+    const int nowhere = open("/dev/null", O_WRONLY);
+    if (nowhere >= 0) {
+        dup2(nowhere, STDOUT_FILENO);
+        dup2(nowhere, STDERR_FILENO);
+    }
+    int code = done;
+    try {
+        ktByteSink sink(descriptor);
+        work(sink);
+    } catch (const std::bad_alloc&) {
+        code = outOfMemory;
+    } catch (...) {
+        code = threw;
+    }
+    _exit(code);
+}
+
+std::string reasonFor(int status) {
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU)
+        return "cannot be imported: it took too long";
+    if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGINT || WTERMSIG(status) == SIGTERM))
+        return "was not imported: interrupted";
+    if (WIFEXITED(status) && (WEXITSTATUS(status) == outOfMemory || WEXITSTATUS(status) == noRoom))
+        return "cannot be imported: it asks for too much memory";
+    return "cannot be imported: the importer failed on it";
+}
+
+} // namespace
+
+void ktByteSink::write(const void* data, std::size_t size) {
+    const char* at = static_cast<const char*>(data);
+    while (size > 0) {
+        const ssize_t written = ::write(descriptor, at, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            _exit(noRoom);
+        at += written;
+        size -= static_cast<std::size_t>(written);
+    }
+}
+
+ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktByteSink&)>& work) {
+    const Descriptor memory(memfd_create("ktLimitedProcess", MFD_CLOEXEC));
+    if (memory.number < 0)
+        throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+    std::fflush(nullptr);
+    const pid_t copy = fork();
+    if (copy < 0)
+        throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+    if (copy == 0)
+        runCopy(limits, work, memory.number);
+
+    int status = 0;
+    while (waitpid(copy, &status, 0) < 0)
+        if (errno != EINTR)
+            throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != done)
+        throw ktFileError("file", reasonFor(status));
+
+    struct stat info;
+    if (fstat(memory.number, &info) != 0)
+        throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+    ktBytes bytes(static_cast<std::size_t>(info.st_size));
+    std::size_t at = 0;
+    while (at < bytes.size()) {
+        const ssize_t got = pread(memory.number, bytes.data() + at, bytes.size() - at, static_cast<off_t>(at));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            throw ktFileError("file", "cannot be imported: its data were lost");
+        at += static_cast<std::size_t>(got);
+    }
+    return bytes;
+}

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktFileError.h"
+#include "ktGltfJson.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+std::string problemOf(const std::string& text) {
+    try {
+        ktParseJson(text.data(), text.size());
+        return std::string();
+    } catch (const ktFileError& error) {
+        return error.reason();
+    }
+}
+
+} // namespace
+
+TEST(GltfJson, GivenDocument_KeepsOrderAndNumbers) {
+    const std::string text = R"({"z":1,"a":1.0,"m":[0.1,1e-07,18446744073709551615,-3],"b":{"y":null,"x":"ä\n"}})";
+    EXPECT_EQ(ktParseJson(text.data(), text.size()).dump(), text);
+}
+
+TEST(GltfJson, GivenBrokenText_NamesLineAndColumn) {
+    EXPECT_EQ(problemOf("{\n  \"a\": ]\n}"), "JSON is broken at line 2, column 8");
+    EXPECT_NE(problemOf(""), "");
+    EXPECT_NE(problemOf("{\"a\": 1"), "");
+    EXPECT_NE(problemOf("{\"a\": 1e999}"), "");
+    EXPECT_NE(problemOf("\"\xff\""), "");
+}
+
+TEST(GltfJson, GivenDeepNesting_RefusesInsteadOfOverflowing) {
+    EXPECT_EQ(problemOf(std::string(499, '[') + std::string(499, ']')), "");
+    EXPECT_THAT(problemOf(std::string(501, '[') + std::string(501, ']')), testing::HasSubstr("deeper than 500"));
+    EXPECT_THAT(problemOf(std::string(10000000, '[')), testing::HasSubstr("deeper than 500"));
+    EXPECT_EQ(problemOf("\"" + std::string(1000, '[') + "\\\"[\""), "");
+}
+
+TEST(GltfJson, GivenObjectOfCountlessMembers_RefusesInsteadOfHanging) {
+    const auto object = [](int members) {
+        std::string text = "{";
+        for (int i = 0; i < members; ++i)
+            text += (i ? ",\"" : "\"") + std::to_string(i) + "\":[1,2]";
+        return text + "}";
+    };
+    EXPECT_EQ(problemOf(object(2000)), "");
+    EXPECT_THAT(problemOf(object(20001)), testing::HasSubstr("20000 members"));
+}
+
+TEST(GltfJson, GivenValuesOfAnyType_NeverThrows) {
+    const ktJson json = {{"n", 3}, {"f", 2.0}, {"h", 2.5}, {"m", -1}, {"s", "x"}, {"l", {1, 2, 3}}, {"t", true}};
+    EXPECT_EQ(ktJsonWhole(json, "n"), 3u);
+    EXPECT_EQ(ktJsonWhole(json, "f"), 2u);
+    for (const char* key : {"h", "m", "s", "l", "t", "absent"})
+        EXPECT_FALSE(ktJsonWhole(json, key)) << key;
+    EXPECT_EQ(ktJsonText(json, "n"), "");
+    EXPECT_EQ(ktJsonNumber(json, "s", 7.0), 7.0);
+    EXPECT_TRUE(ktJsonBool(json, "n", true));
+    EXPECT_EQ(ktJsonCount(json, "s"), 0u);
+    EXPECT_EQ(ktJsonElement(json, "l", 3), nullptr);
+    EXPECT_EQ(ktJsonMember(json["l"], "n"), nullptr);
+    double three[3];
+    EXPECT_TRUE(ktJsonNumbers(json, "l", 3, three));
+    EXPECT_FALSE(ktJsonNumbers(json, "l", 4, three));
+}
+
+TEST(GltfJson, GivenFloat_WritesShortestNumberThatComesBack) {
+    EXPECT_EQ(ktJson(ktJsonFromFloat(0.05f)).dump(), "0.05");
+    for (const float value : {0.1f, 1.0f / 3.0f, 3.4e38f, 1e-45f, -0.0f, 123456.789f})
+        EXPECT_EQ(static_cast<float>(ktJsonFromFloat(value)), value);
+}
