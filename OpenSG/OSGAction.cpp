@@ -5,12 +5,10 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace
-{
+namespace {
 
 // A node on the way from the root to the current node.
-struct Frame
-{
+struct Frame {
     NodePtr node;
     UInt32 nextChild;
     // What the children returned last.
@@ -19,8 +17,7 @@ struct Frame
 
 } // namespace
 
-Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter)
-{
+Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter) {
     NodePtr first = root;
     const Action::ResultE firstResult = enter.call(first);
     if (firstResult == Action::Quit)
@@ -30,7 +27,7 @@ Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter)
 
     std::vector<Frame> stack(1, Frame{root, 0, Action::Continue});
     while (!stack.empty()) {
-        Frame &frame = stack.back();
+        Frame& frame = stack.back();
         if (frame.nextChild >= frame.node->getNChildren()) {
             stack.pop_back();
             continue;
@@ -45,16 +42,14 @@ Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter)
     return Action::Continue;
 }
 
-Action::ResultE traverse(const std::vector<NodePtr> &nodeList, const TraverseEnterFunctor enter)
-{
-    for (const NodePtr &node : nodeList)
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor enter) {
+    for (const NodePtr& node : nodeList)
         if (traverse(node, enter) == Action::Quit)
             return Action::Quit;
     return Action::Continue;
 }
 
-Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter, const TraverseLeaveFunctor leave)
-{
+Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter, const TraverseLeaveFunctor leave) {
     if (root == NullFC)
         return Action::Continue;
 
@@ -68,7 +63,7 @@ Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter, c
     };
     enterNode(root);
     while (!stack.empty()) {
-        Frame &frame = stack.back();
+        Frame& frame = stack.back();
         if (frame.result != Action::Quit && frame.nextChild < frame.node->getNChildren()) {
             enterNode(frame.node->getChild(frame.nextChild++));
             continue;
@@ -81,11 +76,10 @@ Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter, c
     return result;
 }
 
-Action::ResultE traverse(const std::vector<NodePtr> &nodeList, const TraverseEnterFunctor enter,
-                         const TraverseLeaveFunctor leave)
-{
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor enter,
+                         const TraverseLeaveFunctor leave) {
     Action::ResultE result = Action::Continue;
-    for (const NodePtr &node : nodeList) {
+    for (const NodePtr& node : nodeList) {
         result = traverse(node, enter, leave);
         if (result == Action::Quit)
             break;

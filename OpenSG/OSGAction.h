@@ -10,9 +10,8 @@
 OSG_BEGIN_NAMESPACE
 
 /// What a function that is called during a traversal says.
-class Action
-{
-  public:
+class Action {
+public:
     enum ResultE {
         /// Go on, with the node's children.
         Continue,
@@ -35,12 +34,11 @@ typedef TypedFunctor2<Action::ResultE, NodePtr, Action::ResultE> TraverseLeaveFu
 
 /// A null root is passed to enter, too, and ends there.
 Action::ResultE traverse(NodePtr root, TraverseEnterFunctor enter);
-Action::ResultE traverse(const std::vector<NodePtr> &nodeList, TraverseEnterFunctor enter);
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, TraverseEnterFunctor enter);
 
 /// leave is called for every node that was entered, also after Skip, and after Quit for it and the nodes above it.
 Action::ResultE traverse(NodePtr root, TraverseEnterFunctor enter, TraverseLeaveFunctor leave);
-Action::ResultE traverse(const std::vector<NodePtr> &nodeList, TraverseEnterFunctor enter,
-                         TraverseLeaveFunctor leave);
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, TraverseEnterFunctor enter, TraverseLeaveFunctor leave);
 
 OSG_END_NAMESPACE
 

@@ -13,11 +13,10 @@
 OSG_BEGIN_NAMESPACE
 
 /// Something that can be attached to containers, to several at a time. Knows its parents; the parents reference it.
-class Attachment : public FieldContainer
-{
+class Attachment : public FieldContainer {
     typedef FieldContainer Inherited;
 
-  public:
+public:
     typedef AttachmentPtr Ptr;
 
     enum {
@@ -31,9 +30,9 @@ class Attachment : public FieldContainer
     OSG_FIELD_CONTAINER_DECL(AttachmentPtr)
 
     /// The containers that hold it, as often as they do. Their order changes when one leaves.
-    MFFieldContainerPtr &getParents() { return _parents; }
-    const MFFieldContainerPtr &getParents() const { return _parents; }
-    MFFieldContainerPtr *getMFParents() { return &_parents; }
+    MFFieldContainerPtr& getParents() { return _parents; }
+    const MFFieldContainerPtr& getParents() const { return _parents; }
+    MFFieldContainerPtr* getMFParents() { return &_parents; }
     /// Called by the parents. subParent of a container that is no parent does nothing.
     void addParent(FieldContainerPtr parent);
     void subParent(FieldContainerPtr parent);
@@ -41,19 +40,19 @@ class Attachment : public FieldContainer
     Int32 findParent(FieldContainerPtr parent) const;
 
     /// Internal attachments are not for users' eyes.
-    SFBool &getInternal() { return _sfInternal; }
-    const SFBool &getInternal() const { return _sfInternal; }
-    SFBool *getSFInternal() { return &_sfInternal; }
+    SFBool& getInternal() { return _sfInternal; }
+    const SFBool& getInternal() const { return _sfInternal; }
+    SFBool* getSFInternal() { return &_sfInternal; }
     void setInternal(const bool value) { _sfInternal.setValue(value); }
 
-  protected:
+protected:
     Attachment() = default;
-    Attachment(const Attachment &source);
-    virtual ~Attachment() = default;
+    Attachment(const Attachment& source);
+    ~Attachment() override = default;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 
     MFFieldContainerPtr _parents;
@@ -69,11 +68,10 @@ typedef std::map<UInt32, AttachmentPtr> AttachmentMap;
 /// An attachment with one field. AttachmentDescT names the field's type, FieldTypeT, and has the static functions
 /// getTypeName, getParentTypeName and getGroupName (all const Char8 *).
 template <class AttachmentDescT>
-class SimpleAttachment : public Attachment
-{
+class SimpleAttachment : public Attachment {
     typedef Attachment Inherited;
 
-  public:
+public:
     typedef typename AttachmentDescT::FieldTypeT StoredFieldType;
     typedef SimpleAttachment<AttachmentDescT> Self;
     typedef FCPtr<AttachmentPtr, Self> PtrType;
@@ -84,29 +82,31 @@ class SimpleAttachment : public Attachment
 
     OSG_FIELD_CONTAINER_TMPL_DECL(PtrType)
 
-    StoredFieldType *getFieldPtr() { return &_field; }
-    const StoredFieldType *getFieldPtr() const { return &_field; }
-    StoredFieldType &getField() { return _field; }
-    const StoredFieldType &getField() const { return _field; }
+    StoredFieldType* getFieldPtr() { return &_field; }
+    const StoredFieldType* getFieldPtr() const { return &_field; }
+    StoredFieldType& getField() { return _field; }
+    const StoredFieldType& getField() const { return _field; }
 
-  protected:
+protected:
     SimpleAttachment() = default;
-    SimpleAttachment(const SimpleAttachment &source) : Attachment(source), _field(source._field) {}
-    virtual ~SimpleAttachment() = default;
+    SimpleAttachment(const SimpleAttachment& source) : Attachment(source), _field(source._field) {}
+    ~SimpleAttachment() override = default;
 
     StoredFieldType _field;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 
 OSG_FIELD_CONTAINER_INL_TMPL_DEF(SimpleAttachment, AttachmentDescT, PtrType)
 
 template <class AttachmentDescT>
-FieldContainerType SimpleAttachment<AttachmentDescT>::_type(
-    AttachmentDescT::getTypeName(), AttachmentDescT::getParentTypeName(), AttachmentDescT::getGroupName(),
-    []() -> FieldContainerPtr { return SimpleAttachment<AttachmentDescT>::createEmpty(); });
+FieldContainerType SimpleAttachment<AttachmentDescT>::_type(AttachmentDescT::getTypeName(),
+                                                            AttachmentDescT::getParentTypeName(),
+                                                            AttachmentDescT::getGroupName(), []() -> FieldContainerPtr {
+                                                                return SimpleAttachment<AttachmentDescT>::createEmpty();
+                                                            });
 
 OSG_END_NAMESPACE
 

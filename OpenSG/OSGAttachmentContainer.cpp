@@ -9,14 +9,14 @@ FieldContainerType AttachmentContainer::_type("AttachmentContainer", "FieldConta
 
 OSG_ABSTR_FIELD_CONTAINER_DEF(AttachmentContainer, AttachmentContainerPtr)
 
-namespace
-{
+namespace {
 
-UInt32 attachmentKey(const UInt32 groupId, const UInt16 binding) { return (groupId << 16) | binding; }
+UInt32 attachmentKey(const UInt32 groupId, const UInt16 binding) {
+    return (groupId << 16) | binding;
+}
 
 // A copy, since the last reference may go with the parent.
-void release(const AttachmentPtr attachment, const FieldContainerPtr &parent)
-{
+void release(const AttachmentPtr attachment, const FieldContainerPtr& parent) {
     beginEditCP(attachment, Attachment::ParentsFieldMask);
     attachment->subParent(parent);
     endEditCP(attachment, Attachment::ParentsFieldMask);
@@ -25,43 +25,38 @@ void release(const AttachmentPtr attachment, const FieldContainerPtr &parent)
 
 } // namespace
 
-AttachmentContainer::AttachmentContainer(const AttachmentContainer &source) : Inherited(source)
-{
-    for (const auto &entry : source._attachmentMap.getValue())
+AttachmentContainer::AttachmentContainer(const AttachmentContainer& source) : Inherited(source) {
+    for (const auto& entry : source._attachmentMap.getValue())
         attach(entry.first, entry.second);
 }
 
-AttachmentContainer::~AttachmentContainer()
-{
-    for (const auto &entry : _attachmentMap.getValue())
+AttachmentContainer::~AttachmentContainer() {
+    for (const auto& entry : _attachmentMap.getValue())
         release(entry.second, FieldContainerPtr(this));
 }
 
-void AttachmentContainer::attach(const UInt32 key, const AttachmentPtr &attachment)
-{
+void AttachmentContainer::attach(const UInt32 key, const AttachmentPtr& attachment) {
     addRefCP(attachment);
     beginEditCP(attachment, Attachment::ParentsFieldMask);
     attachment->addParent(FieldContainerPtr(this));
     endEditCP(attachment, Attachment::ParentsFieldMask);
 
-    AttachmentPtr &place = _attachmentMap.getValue()[key];
+    AttachmentPtr& place = _attachmentMap.getValue()[key];
     const AttachmentPtr previous = place;
     place = attachment;
     if (previous != NullFC)
         release(previous, FieldContainerPtr(this));
 }
 
-void AttachmentContainer::addAttachment(const AttachmentPtr &attachment, const UInt16 binding)
-{
+void AttachmentContainer::addAttachment(const AttachmentPtr& attachment, const UInt16 binding) {
     if (attachment != NullFC)
         attach(attachmentKey(attachment->getGroupId(), binding), attachment);
 }
 
-void AttachmentContainer::subAttachment(const AttachmentPtr &attachment, const UInt16 binding)
-{
+void AttachmentContainer::subAttachment(const AttachmentPtr& attachment, const UInt16 binding) {
     if (attachment == NullFC)
         return;
-    AttachmentMap &map = _attachmentMap.getValue();
+    AttachmentMap& map = _attachmentMap.getValue();
     const auto found = map.find(attachmentKey(attachment->getGroupId(), binding));
     if (found == map.end())
         return;
@@ -70,15 +65,13 @@ void AttachmentContainer::subAttachment(const AttachmentPtr &attachment, const U
     release(previous, FieldContainerPtr(this));
 }
 
-AttachmentPtr AttachmentContainer::findAttachment(const UInt32 groupId, const UInt16 binding)
-{
-    const AttachmentMap &map = _attachmentMap.getValue();
+AttachmentPtr AttachmentContainer::findAttachment(const UInt32 groupId, const UInt16 binding) {
+    const AttachmentMap& map = _attachmentMap.getValue();
     const auto found = map.find(attachmentKey(groupId, binding));
     return found != map.end() ? found->second : AttachmentPtr();
 }
 
-AttachmentPtr AttachmentContainer::findAttachment(const FieldContainerType &type, const UInt16 binding)
-{
+AttachmentPtr AttachmentContainer::findAttachment(const FieldContainerType& type, const UInt16 binding) {
     return findAttachment(type.getGroupId(), binding);
 }
 

@@ -10,11 +10,10 @@ OSG_BEGIN_NAMESPACE
 using SFAttachmentMap = SField<AttachmentMap>;
 
 /// A container that can carry attachments: one per attachment group and binding.
-class AttachmentContainer : public FieldContainer
-{
+class AttachmentContainer : public FieldContainer {
     typedef FieldContainer Inherited;
 
-  public:
+public:
     typedef AttachmentContainerPtr Ptr;
 
     enum { AttachmentsFieldId = Inherited::NextFieldId, NextFieldId = AttachmentsFieldId + 1 };
@@ -23,29 +22,29 @@ class AttachmentContainer : public FieldContainer
     OSG_ABSTR_FIELD_CONTAINER_DECL(AttachmentContainerPtr)
 
     /// Attaches it, with a reference; what its group had at this binding before is released. Null is ignored.
-    void addAttachment(const AttachmentPtr &attachment, UInt16 binding = 0);
+    void addAttachment(const AttachmentPtr& attachment, UInt16 binding = 0);
     /// Takes away what its group has at this binding. Null, or a group that has nothing, is ignored.
-    void subAttachment(const AttachmentPtr &attachment, UInt16 binding = 0);
+    void subAttachment(const AttachmentPtr& attachment, UInt16 binding = 0);
     /// Null when there is none.
     AttachmentPtr findAttachment(UInt32 groupId, UInt16 binding = 0);
     /// By the group of the type.
-    AttachmentPtr findAttachment(const FieldContainerType &type, UInt16 binding = 0);
+    AttachmentPtr findAttachment(const FieldContainerType& type, UInt16 binding = 0);
 
-    SFAttachmentMap *getSFAttachments() { return &_attachmentMap; }
-    const SFAttachmentMap *getSFAttachments() const { return &_attachmentMap; }
+    SFAttachmentMap* getSFAttachments() { return &_attachmentMap; }
+    const SFAttachmentMap* getSFAttachments() const { return &_attachmentMap; }
 
-  protected:
+protected:
     AttachmentContainer() = default;
     /// The copy shares the attachments.
-    AttachmentContainer(const AttachmentContainer &source);
-    virtual ~AttachmentContainer();
+    AttachmentContainer(const AttachmentContainer& source);
+    ~AttachmentContainer() override;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 
-    void attach(UInt32 key, const AttachmentPtr &attachment);
+    void attach(UInt32 key, const AttachmentPtr& attachment);
 
     SFAttachmentMap _attachmentMap;
 };

@@ -9,9 +9,8 @@ OSG_BEGIN_NAMESPACE
 class AttachmentContainer;
 
 /// A pointer to a container that can have attachments.
-class AttachmentContainerPtr : public FCPtr<FieldContainerPtr, AttachmentContainer>
-{
-  public:
+class AttachmentContainerPtr : public FCPtr<FieldContainerPtr, AttachmentContainer> {
+public:
     using ObjectType = AttachmentContainerPtr;
     using Inherited = FieldContainerPtr;
 
@@ -19,13 +18,12 @@ class AttachmentContainerPtr : public FCPtr<FieldContainerPtr, AttachmentContain
     using FCPtr::FCPtr;
 
     template <class OtherPtrT>
-    static AttachmentContainerPtr dcast(const OtherPtrT &other)
-    {
+    static AttachmentContainerPtr dcast(const OtherPtrT& other) {
         return AttachmentContainerPtr(FCPtr::dcast(other));
     }
 
-  private:
-    explicit AttachmentContainerPtr(const FCPtr &pointer) : FCPtr(pointer) {}
+private:
+    explicit AttachmentContainerPtr(const FCPtr& pointer) : FCPtr(pointer) {}
 };
 
 using AttachmentContainerRefPtr = RefPtr<AttachmentContainerPtr>;

@@ -9,9 +9,8 @@ OSG_BEGIN_NAMESPACE
 class Attachment;
 
 /// A pointer to an attachment.
-class AttachmentPtr : public FCPtr<FieldContainerPtr, Attachment>
-{
-  public:
+class AttachmentPtr : public FCPtr<FieldContainerPtr, Attachment> {
+public:
     using ObjectType = AttachmentPtr;
     using Inherited = FieldContainerPtr;
 
@@ -19,13 +18,12 @@ class AttachmentPtr : public FCPtr<FieldContainerPtr, Attachment>
     using FCPtr::FCPtr;
 
     template <class OtherPtrT>
-    static AttachmentPtr dcast(const OtherPtrT &other)
-    {
+    static AttachmentPtr dcast(const OtherPtrT& other) {
         return AttachmentPtr(FCPtr::dcast(other));
     }
 
-  private:
-    explicit AttachmentPtr(const FCPtr &pointer) : FCPtr(pointer) {}
+private:
+    explicit AttachmentPtr(const FCPtr& pointer) : FCPtr(pointer) {}
 };
 
 using AttachmentRefPtr = RefPtr<AttachmentPtr>;

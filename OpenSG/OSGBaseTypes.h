@@ -33,8 +33,7 @@ const Real32 Pi = 3.14159265358979323846f;
 
 /// Constants of the arithmetic types. RealReturnType is the type of lengths and distances.
 template <class T>
-struct TypeTraits
-{
+struct TypeTraits {
     using RealReturnType = Real32;
 
     static constexpr T One = T(1);
@@ -47,8 +46,7 @@ struct TypeTraits
 };
 
 template <>
-struct TypeTraits<Real64>
-{
+struct TypeTraits<Real64> {
     using RealReturnType = Real64;
 
     static constexpr Real64 One = 1.0;

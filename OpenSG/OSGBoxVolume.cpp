@@ -3,14 +3,12 @@
 
 OSG_BEGIN_NAMESPACE
 
-Real32 BoxVolume::getScalarVolume() const
-{
+Real32 BoxVolume::getScalarVolume() const {
     const Vec3f size = _max - _min;
     return isEmpty() ? 0.0f : size[0] * size[1] * size[2];
 }
 
-void BoxVolume::getBounds(Real32 &xmin, Real32 &ymin, Real32 &zmin, Real32 &xmax, Real32 &ymax, Real32 &zmax) const
-{
+void BoxVolume::getBounds(Real32& xmin, Real32& ymin, Real32& zmin, Real32& xmax, Real32& ymax, Real32& zmax) const {
     xmin = _min[0];
     ymin = _min[1];
     zmin = _min[2];
@@ -19,23 +17,20 @@ void BoxVolume::getBounds(Real32 &xmin, Real32 &ymin, Real32 &zmin, Real32 &xmax
     zmax = _max[2];
 }
 
-void BoxVolume::getSize(Real32 &sizeX, Real32 &sizeY, Real32 &sizeZ) const
-{
+void BoxVolume::getSize(Real32& sizeX, Real32& sizeY, Real32& sizeZ) const {
     sizeX = _max[0] - _min[0];
     sizeY = _max[1] - _min[1];
     sizeZ = _max[2] - _min[2];
 }
 
-void BoxVolume::setBounds(const Pnt3f &min, const Pnt3f &max)
-{
+void BoxVolume::setBounds(const Pnt3f& min, const Pnt3f& max) {
     _min = min;
     _max = max;
     setValid();
     setEmpty(false);
 }
 
-void BoxVolume::extendBy(const Pnt3f &pt)
-{
+void BoxVolume::extendBy(const Pnt3f& pt) {
     if (isUntouchable())
         return;
     if (isEmpty()) {
@@ -48,8 +43,7 @@ void BoxVolume::extendBy(const Pnt3f &pt)
     }
 }
 
-void BoxVolume::extendBy(const Volume &volume)
-{
+void BoxVolume::extendBy(const Volume& volume) {
     if (isUntouchable() || volume.isEmpty())
         return;
     if (volume.isInfinite())
@@ -60,8 +54,7 @@ void BoxVolume::extendBy(const Volume &volume)
     extendBy(max);
 }
 
-bool BoxVolume::intersect(const Pnt3f &point) const
-{
+bool BoxVolume::intersect(const Pnt3f& point) const {
     if (isEmpty())
         return false;
     if (isInfinite())
@@ -72,14 +65,12 @@ bool BoxVolume::intersect(const Pnt3f &point) const
     return true;
 }
 
-bool BoxVolume::intersect(const Line &line) const
-{
+bool BoxVolume::intersect(const Line& line) const {
     Real32 enter, exit;
     return intersect(line, enter, exit);
 }
 
-bool BoxVolume::intersect(const Line &line, Real32 &enter, Real32 &exit) const
-{
+bool BoxVolume::intersect(const Line& line, Real32& enter, Real32& exit) const {
     if (isEmpty())
         return false;
     // Slabs: the part of the line between each pair of parallel planes.
@@ -105,8 +96,7 @@ bool BoxVolume::intersect(const Line &line, Real32 &enter, Real32 &exit) const
     return true;
 }
 
-bool BoxVolume::intersect(const Volume &volume) const
-{
+bool BoxVolume::intersect(const Volume& volume) const {
     if (isEmpty() || volume.isEmpty())
         return false;
     if (isInfinite() || volume.isInfinite())
@@ -119,8 +109,7 @@ bool BoxVolume::intersect(const Volume &volume) const
     return true;
 }
 
-bool BoxVolume::isOnSurface(const Pnt3f &point) const
-{
+bool BoxVolume::isOnSurface(const Pnt3f& point) const {
     if (isEmpty() || isInfinite())
         return false;
     bool onFace = false;
@@ -132,8 +121,7 @@ bool BoxVolume::isOnSurface(const Pnt3f &point) const
     return onFace;
 }
 
-void BoxVolume::transform(const Matrix &matrix)
-{
+void BoxVolume::transform(const Matrix& matrix) {
     if (isEmpty() || isInfinite())
         return;
     // Each row of the image is a sum of intervals (Jim Arvo, Transforming Axis-Aligned Bounding Boxes, 1990).

@@ -7,15 +7,13 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace
-{
+namespace {
 
 std::atomic<bool> readWriteDefault(false);
 std::atomic<UInt32> maxChangedSize(0);
 
 template <class T>
-void append(std::vector<T> &list, const std::vector<T> &more)
-{
+void append(std::vector<T>& list, const std::vector<T>& more) {
     const std::vector<T> copy(more);
     list.insert(list.end(), copy.begin(), copy.end());
 }
@@ -24,8 +22,7 @@ void append(std::vector<T> &list, const std::vector<T> &more)
 
 ChangeList::ChangeList() : _readOnly(!readWriteDefault) {}
 
-void ChangeList::addChanged(const FieldContainerPtr &container, const BitVector whichField)
-{
+void ChangeList::addChanged(const FieldContainerPtr& container, const BitVector whichField) {
     if (_readOnly)
         return;
     if (maxChangedSize != 0 && _changed.size() > maxChangedSize)
@@ -33,34 +30,31 @@ void ChangeList::addChanged(const FieldContainerPtr &container, const BitVector 
     _changed.emplace_back(container.getFieldContainerId(), whichField);
 }
 
-void ChangeList::addAddRefd(const FieldContainerPtr &container)
-{
+void ChangeList::addAddRefd(const FieldContainerPtr& container) {
     if (!_readOnly)
         _addRefd.push_back(container.getFieldContainerId());
 }
 
-void ChangeList::addSubRefd(const FieldContainerPtr &container) { addSubRefd(container.getFieldContainerId()); }
+void ChangeList::addSubRefd(const FieldContainerPtr& container) {
+    addSubRefd(container.getFieldContainerId());
+}
 
-void ChangeList::addSubRefd(const UInt32 containerId)
-{
+void ChangeList::addSubRefd(const UInt32 containerId) {
     if (!_readOnly)
         _subRefd.push_back(containerId);
 }
 
-void ChangeList::addCreated(const UInt32 containerId)
-{
+void ChangeList::addCreated(const UInt32 containerId) {
     if (!_readOnly)
         _created.push_back(containerId);
 }
 
-void ChangeList::addDestroyed(const UInt32 containerId)
-{
+void ChangeList::addDestroyed(const UInt32 containerId) {
     if (!_readOnly)
         _destroyed.push_back(containerId);
 }
 
-void ChangeList::clearAll()
-{
+void ChangeList::clearAll() {
     _changed.clear();
     _addRefd.clear();
     _subRefd.clear();
@@ -68,8 +62,7 @@ void ChangeList::clearAll()
     _destroyed.clear();
 }
 
-void ChangeList::swap(ChangeList &other)
-{
+void ChangeList::swap(ChangeList& other) {
     _changed.swap(other._changed);
     _addRefd.swap(other._addRefd);
     _subRefd.swap(other._subRefd);
@@ -77,8 +70,7 @@ void ChangeList::swap(ChangeList &other)
     _destroyed.swap(other._destroyed);
 }
 
-bool ChangeList::merge(const ChangeList &other)
-{
+bool ChangeList::merge(const ChangeList& other) {
     append(_changed, other._changed);
     append(_addRefd, other._addRefd);
     append(_subRefd, other._subRefd);
@@ -87,22 +79,26 @@ bool ChangeList::merge(const ChangeList &other)
     return true;
 }
 
-bool ChangeList::empty() const
-{
+bool ChangeList::empty() const {
     return _changed.empty() && _addRefd.empty() && _subRefd.empty() && _created.empty() && _destroyed.empty();
 }
 
-void ChangeList::setReadWriteDefault(const bool readWrite) { readWriteDefault = readWrite; }
+void ChangeList::setReadWriteDefault(const bool readWrite) {
+    readWriteDefault = readWrite;
+}
 
-void ChangeList::setMaxChangedSize(const UInt32 size) { maxChangedSize = size; }
+void ChangeList::setMaxChangedSize(const UInt32 size) {
+    maxChangedSize = size;
+}
 
-UInt32 ChangeList::getMaxChangedSize() { return maxChangedSize; }
+UInt32 ChangeList::getMaxChangedSize() {
+    return maxChangedSize;
+}
 
-void ChangeList::compactChanged()
-{
+void ChangeList::compactChanged() {
     std::vector<ChangeEntry> compacted;
     std::unordered_map<UInt32, size_t> places;
-    for (const ChangeEntry &entry : _changed) {
+    for (const ChangeEntry& entry : _changed) {
         const auto place = places.emplace(entry.first, compacted.size());
         if (place.second)
             compacted.push_back(entry);
@@ -112,8 +108,7 @@ void ChangeList::compactChanged()
     _changed.swap(compacted);
 }
 
-void ChangeList::dump() const
-{
+void ChangeList::dump() const {
     std::fprintf(stderr, "ChangeList: %zu changed, %zu referenced, %zu unreferenced, %zu created, %zu destroyed\n",
                  _changed.size(), _addRefd.size(), _subRefd.size(), _created.size(), _destroyed.size());
 }

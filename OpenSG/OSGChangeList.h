@@ -14,9 +14,8 @@ OSG_BEGIN_NAMESPACE
 /// Each thread has one current list (Thread::getCurrentChangeList()). A list is read-only unless
 /// setReadWriteDefault() was called before the thread's first use of it, or setReadOnly(false) on it: read-only lists
 /// record nothing, so that a program that never looks at them does not fill its memory.
-class ChangeList
-{
-  public:
+class ChangeList {
+public:
     /// Container number and the fields that changed.
     typedef std::pair<UInt32, BitVector> ChangeEntry;
     /// Container number.
@@ -30,8 +29,8 @@ class ChangeList
     typedef refd_const_iterator idrefd_const_iterator;
 
     ChangeList();
-    ChangeList(const ChangeList &) = delete;
-    void operator=(const ChangeList &) = delete;
+    ChangeList(const ChangeList&) = delete;
+    void operator=(const ChangeList&) = delete;
 
     changed_size_type sizeChanged() const { return _changed.size(); }
     changed_const_iterator beginChanged() const { return _changed.begin(); }
@@ -55,18 +54,18 @@ class ChangeList
 
     // These append an entry; the edit functions of OSGFieldContainerPtr.h call them. Nothing happens to a read-only
     // list.
-    void addChanged(const FieldContainerPtr &container, BitVector whichField);
-    void addAddRefd(const FieldContainerPtr &container);
-    void addSubRefd(const FieldContainerPtr &container);
+    void addChanged(const FieldContainerPtr& container, BitVector whichField);
+    void addAddRefd(const FieldContainerPtr& container);
+    void addSubRefd(const FieldContainerPtr& container);
     void addSubRefd(UInt32 containerId);
     void addCreated(UInt32 containerId);
     void addDestroyed(UInt32 containerId);
 
     void clearAll();
     /// Exchanges the entries with those of other; each list stays read-only or not.
-    void swap(ChangeList &other);
+    void swap(ChangeList& other);
     /// Appends the entries of other, read-only or not. Returns true.
-    bool merge(const ChangeList &other);
+    bool merge(const ChangeList& other);
     bool empty() const;
 
     void setReadOnly(bool readOnly) { _readOnly = readOnly; }
@@ -82,7 +81,7 @@ class ChangeList
     /// Number of entries by kind, to standard error.
     void dump() const;
 
-  private:
+private:
     std::vector<ChangeEntry> _changed;
     std::vector<IdRefEntry> _addRefd;
     std::vector<IdRefEntry> _subRefd;

@@ -3,11 +3,13 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType ChunkMaterial::_type("ChunkMaterial", "Material", NULL,
+FieldContainerType ChunkMaterial::_type("ChunkMaterial", "Material", nullptr,
                                         []() -> FieldContainerPtr { return ChunkMaterial::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(ChunkMaterial, ChunkMaterialPtr)
 
-bool ChunkMaterial::isTransparent() const { return getTransparencyMode() == TransparencyForceTransparent; }
+bool ChunkMaterial::isTransparent() const {
+    return getTransparencyMode() == TransparencyForceTransparent;
+}
 
 OSG_END_NAMESPACE

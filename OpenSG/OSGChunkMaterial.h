@@ -11,11 +11,10 @@ typedef FCPtr<MaterialPtr, ChunkMaterial> ChunkMaterialPtr;
 typedef RefPtr<ChunkMaterialPtr> ChunkMaterialRefPtr;
 
 /// The simplest material that can be created, and a base for a program's own materials.
-class ChunkMaterial : public Material
-{
+class ChunkMaterial : public Material {
     typedef Material Inherited;
 
-  public:
+public:
     typedef ChunkMaterialPtr Ptr;
 
     OSG_FIELD_CONTAINER_DECL(ChunkMaterialPtr)
@@ -23,14 +22,14 @@ class ChunkMaterial : public Material
     /// True when the transparency mode says so.
     bool isTransparent() const override;
 
-  protected:
+protected:
     ChunkMaterial() = default;
-    ChunkMaterial(const ChunkMaterial &source) : Inherited(source) {}
-    virtual ~ChunkMaterial() = default;
+    ChunkMaterial(const ChunkMaterial& source) : Inherited(source) {}
+    ~ChunkMaterial() override = default;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

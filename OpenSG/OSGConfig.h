@@ -7,7 +7,7 @@
 // The namespace is OSG; osg is an alias, so that osg::Node and OSG::Node are one type.
 
 #define OSG_BEGIN_NAMESPACE namespace OSG {
-#define OSG_END_NAMESPACE   }
+#define OSG_END_NAMESPACE }
 #define OSG_USING_NAMESPACE using namespace OSG;
 
 // Symbols are visible by default; the macros exist so that declarations read as in OpenSG 1.x.

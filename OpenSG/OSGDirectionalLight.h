@@ -12,11 +12,10 @@ typedef FCPtr<LightPtr, DirectionalLight> DirectionalLightPtr;
 typedef RefPtr<DirectionalLightPtr> DirectionalLightRefPtr;
 
 /// A light at infinite distance.
-class DirectionalLight : public Light
-{
+class DirectionalLight : public Light {
     typedef Light Inherited;
 
-  public:
+public:
     typedef DirectionalLightPtr Ptr;
 
     enum { DirectionFieldId = Inherited::NextFieldId, NextFieldId = DirectionFieldId + 1 };
@@ -28,15 +27,15 @@ class DirectionalLight : public Light
     OSG_SFIELD_ACCESS(Vec3f, Direction)
     void setDirection(Real32 x, Real32 y, Real32 z) { setDirection(Vec3f(x, y, z)); }
 
-  protected:
+protected:
     DirectionalLight() : _sfDirection(Vec3f(0, 0, 1)) {}
-    DirectionalLight(const DirectionalLight &source) : Inherited(source), _sfDirection(source._sfDirection) {}
-    virtual ~DirectionalLight() = default;
+    DirectionalLight(const DirectionalLight& source) : Inherited(source), _sfDirection(source._sfDirection) {}
+    ~DirectionalLight() override = default;
 
     SFVec3f _sfDirection;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

@@ -11,23 +11,22 @@ typedef FCPtr<NodeCorePtr, Drawable> DrawablePtr;
 typedef RefPtr<DrawablePtr> DrawableRefPtr;
 
 /// A core that can be seen. Abstract.
-class Drawable : public NodeCore
-{
+class Drawable : public NodeCore {
     typedef NodeCore Inherited;
 
-  public:
+public:
     typedef DrawablePtr Ptr;
 
     OSG_ABSTR_FIELD_CONTAINER_DECL(DrawablePtr)
 
-  protected:
+protected:
     Drawable() = default;
-    Drawable(const Drawable &source) : Inherited(source) {}
-    virtual ~Drawable() = default;
+    Drawable(const Drawable& source) : Inherited(source) {}
+    ~Drawable() override = default;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

@@ -7,16 +7,15 @@
 OSG_BEGIN_NAMESPACE
 
 /// The volume of a node. Always a box; the class exists for the interface of OpenSG 1.x.
-class DynamicVolume : public BoxVolume
-{
-  public:
+class DynamicVolume : public BoxVolume {
+public:
     enum Type { BOX_VOLUME };
 
     using BoxVolume::BoxVolume;
 
     Type getType() const { return BOX_VOLUME; }
-    Volume &getInstance() { return *this; }
-    const Volume &getInstance() const { return *this; }
+    Volume& getInstance() { return *this; }
+    const Volume& getInstance() const { return *this; }
     void instanceChanged() {}
 };
 

@@ -13,46 +13,45 @@ FieldContainerType FieldContainer::_type("FieldContainer");
 
 FieldContainer::FieldContainer() : _id(FieldContainerFactory::the()->registerContainer(this)) {}
 
-FieldContainer::FieldContainer(const FieldContainer &) : FieldContainer() {}
+FieldContainer::FieldContainer(const FieldContainer&) : FieldContainer() {}
 
-FieldContainer::~FieldContainer() { FieldContainerFactory::the()->unregisterContainer(_id); }
+FieldContainer::~FieldContainer() {
+    FieldContainerFactory::the()->unregisterContainer(_id);
+}
 
 void FieldContainer::onDestroy() {}
 
 void FieldContainer::changed(BitVector, UInt32) {}
 
-void FieldContainer::dump(const UInt32 indent, const BitVector) const
-{
+void FieldContainer::dump(const UInt32 indent, const BitVector) const {
     std::fprintf(stderr, "%*s%s(%u), %d references\n", int(indent), "", getTypeName(), unsigned(_id),
                  int(_refCount.load()));
 }
 
-void FieldContainer::created(const FieldContainerPtr &container)
-{
-    if (ChangeList *const changes = Thread::getCurrentChangeList())
+void FieldContainer::created(const FieldContainerPtr& container) {
+    if (ChangeList* const changes = Thread::getCurrentChangeList())
         changes->addCreated(container.getFieldContainerId());
 }
 
-void FieldContainer::destroy(FieldContainer *container)
-{
+void FieldContainer::destroy(FieldContainer* container) {
     // Containers destroyed by a destructor wait in a list until it is done: destruction needs no stack however deep
     // a tree is. Last in, first out, since that finds a node at the end of its core's list of parents.
-    static thread_local std::vector<FieldContainer *> *waiting = NULL;
-    if (waiting != NULL) {
+    static thread_local std::vector<FieldContainer*>* waiting = nullptr;
+    if (waiting != nullptr) {
         waiting->push_back(container);
         return;
     }
-    std::vector<FieldContainer *> list(1, container);
+    std::vector<FieldContainer*> list(1, container);
     waiting = &list;
     while (!list.empty()) {
-        FieldContainer *const next = list.back();
+        FieldContainer* const next = list.back();
         list.pop_back();
-        if (ChangeList *const changes = Thread::getCurrentChangeList())
+        if (ChangeList* const changes = Thread::getCurrentChangeList())
             changes->addDestroyed(next->_id);
         next->onDestroy();
         delete next;
     }
-    waiting = NULL;
+    waiting = nullptr;
 }
 
 OSG_END_NAMESPACE

@@ -16,22 +16,21 @@ OSG_BEGIN_NAMESPACE
 ///
 /// Containers are made by their class' create() and destroyed by reference counting, never by new and delete.
 /// How to write a container class of one's own: Docs/scene-graph.md.
-class FieldContainer
-{
-  public:
+class FieldContainer {
+public:
     enum { NextFieldId = 1 };
     static constexpr bool isNodeCore = false;
 
-    static FieldContainerType &getClassType() { return _type; }
+    static FieldContainerType& getClassType() { return _type; }
     static UInt32 getClassTypeId() { return _type.getId(); }
     static UInt16 getClassGroupId() { return _type.getGroupId(); }
 
     /// The type of the object's own class.
-    virtual FieldContainerType &getType() { return _type; }
-    virtual const FieldContainerType &getType() const { return _type; }
+    virtual FieldContainerType& getType() { return _type; }
+    virtual const FieldContainerType& getType() const { return _type; }
     UInt32 getTypeId() const { return getType().getId(); }
     UInt16 getGroupId() const { return getType().getGroupId(); }
-    const Char8 *getTypeName() const { return getType().getCName(); }
+    const Char8* getTypeName() const { return getType().getCName(); }
 
     /// sizeof the object's own class.
     virtual UInt32 getContainerSize() const = 0;
@@ -46,9 +45,9 @@ class FieldContainer
     /// Writes type, number and reference count to standard error, for debugging.
     virtual void dump(UInt32 indent = 0, const BitVector flags = 0) const;
 
-  protected:
+protected:
     FieldContainer();
-    FieldContainer(const FieldContainer &source);
+    FieldContainer(const FieldContainer& source);
     virtual ~FieldContainer();
 
     /// Called before the destructor, while the object is still whole.
@@ -57,29 +56,27 @@ class FieldContainer
     /// A new object by default constructor, or by copy constructor from prototype. What create(), createEmpty() and
     /// shallowCopy() are written with.
     template <class PtrT>
-    static void newPtr(PtrT &result)
-    {
+    static void newPtr(PtrT& result) {
         result = PtrT(new typename PtrT::StoredObjectType());
         created(result);
     }
     template <class PtrT>
-    static void newPtr(PtrT &result, const typename PtrT::StoredObjectType *prototype)
-    {
+    static void newPtr(PtrT& result, const typename PtrT::StoredObjectType* prototype) {
         result = PtrT(new typename PtrT::StoredObjectType(*prototype));
         created(result);
     }
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainerPtrBase;
-    friend void addRefCP(const FieldContainerPtrBase &objectP);
-    friend void subRefCP(const FieldContainerPtrBase &objectP);
+    friend void addRefCP(const FieldContainerPtrBase& objectP);
+    friend void subRefCP(const FieldContainerPtrBase& objectP);
 
-    void operator=(const FieldContainer &) = delete;
+    void operator=(const FieldContainer&) = delete;
 
-    static void created(const FieldContainerPtr &container);
-    static void destroy(FieldContainer *container);
+    static void created(const FieldContainerPtr& container);
+    static void destroy(FieldContainer* container);
 
     std::atomic<Int32> _refCount{0};
     UInt32 _id;

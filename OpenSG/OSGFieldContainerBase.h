@@ -7,15 +7,13 @@
 OSG_BEGIN_NAMESPACE
 
 /// Masks over the fields of a container: bit n stands for the field with id n.
-namespace FieldBits
-{
+namespace FieldBits {
 const BitVector AllFields = ~BitVector(0);
 const BitVector NoField = 0;
 } // namespace FieldBits
 
 /// Why changed() is called.
-namespace ChangedOrigin
-{
+namespace ChangedOrigin {
 /// Somebody edited the container.
 const UInt32 External = 0x0001;
 /// The container was brought up to date with another thread's changes.

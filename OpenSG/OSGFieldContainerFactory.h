@@ -14,20 +14,19 @@
 OSG_BEGIN_NAMESPACE
 
 /// Knows all container types, and all living containers by their number. All functions are safe from any thread.
-class FieldContainerFactory
-{
-  public:
-    static FieldContainerFactory *the();
+class FieldContainerFactory {
+public:
+    static FieldContainerFactory* the();
 
-    /// NULL when there is no such type.
-    FieldContainerType *findType(UInt32 typeId) const;
-    FieldContainerType *findType(const Char8 *name) const;
+    /// nullptr when there is no such type.
+    FieldContainerType* findType(UInt32 typeId) const;
+    FieldContainerType* findType(const Char8* name) const;
     UInt32 getNumTypes() const;
 
     /// 0 when there is no such group.
-    UInt16 findGroupId(const Char8 *name) const;
-    /// NULL when there is no such group. The text lives as long as the process.
-    const Char8 *findGroupName(UInt16 groupId) const;
+    UInt16 findGroupId(const Char8* name) const;
+    /// nullptr when there is no such group. The text lives as long as the process.
+    const Char8* findGroupName(UInt16 groupId) const;
     UInt16 getNumGroups() const;
 
     /// The living container of that number, null when there is none (any more).
@@ -36,36 +35,35 @@ class FieldContainerFactory
     UInt32 getNumContainers() const;
 
     /// A new container by the name of its type; null when the type is unknown, abstract or of another kind.
-    FieldContainerPtr createFieldContainer(const Char8 *name) const;
-    NodePtr createNode(const Char8 *name) const;
-    NodeCorePtr createNodeCore(const Char8 *name) const;
-    AttachmentPtr createAttachment(const Char8 *name) const;
+    FieldContainerPtr createFieldContainer(const Char8* name) const;
+    NodePtr createNode(const Char8* name) const;
+    NodeCorePtr createNodeCore(const Char8* name) const;
+    AttachmentPtr createAttachment(const Char8* name) const;
 
-  private:
+private:
     friend class FieldContainer;
     friend class FieldContainerType;
-    friend bool osgInit(Int32 argc, Char8 **argv, UInt16 major, UInt16 minor, UInt16 release);
+    friend bool osgInit(Int32 argc, Char8** argv, UInt16 major, UInt16 minor, UInt16 release);
 
     /// Numbers grow forever, containers come and go: pages whose containers are all gone are freed.
-    struct Page
-    {
+    struct Page {
         static constexpr UInt32 size = 4096;
-        std::array<FieldContainer *, size> containers{};
+        std::array<FieldContainer*, size> containers{};
         UInt32 living = 0;
     };
 
     FieldContainerFactory() = default;
 
-    UInt32 registerContainer(FieldContainer *container);
+    UInt32 registerContainer(FieldContainer* container);
     void unregisterContainer(UInt32 containerId);
-    void registerType(FieldContainerType *type, const Char8 *groupName);
-    void unregisterType(FieldContainerType *type);
+    void registerType(FieldContainerType* type, const Char8* groupName);
+    void unregisterType(FieldContainerType* type);
     /// Makes the prototypes of all types.
     void initializeTypes();
 
     mutable std::mutex _typeLock;
-    std::vector<FieldContainerType *> _types;
-    std::map<std::string, FieldContainerType *> _typesByName;
+    std::vector<FieldContainerType*> _types;
+    std::map<std::string, FieldContainerType*> _typesByName;
     std::map<std::string, UInt16> _groupIds;
 
     mutable std::mutex _containerLock;

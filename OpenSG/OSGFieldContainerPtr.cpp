@@ -11,46 +11,43 @@ OSG_BEGIN_NAMESPACE
 
 bool FieldContainerPtr::_ignore_change = false;
 
-Int32 FieldContainerPtrBase::getRefCount() const
-{
-    return _store != NULL ? _store->_refCount.load(std::memory_order_acquire) : 0;
+Int32 FieldContainerPtrBase::getRefCount() const {
+    return _store != nullptr ? _store->_refCount.load(std::memory_order_acquire) : 0;
 }
 
-UInt32 FieldContainerPtrBase::getFieldContainerId() const { return _store != NULL ? _store->_id : 0; }
+UInt32 FieldContainerPtrBase::getFieldContainerId() const {
+    return _store != nullptr ? _store->_id : 0;
+}
 
-void addRefCP(const FieldContainerPtrBase &objectP)
-{
-    FieldContainer *const container = objectP.getBaseCPtr();
-    if (container == NULL)
+void addRefCP(const FieldContainerPtrBase& objectP) {
+    FieldContainer* const container = objectP.getBaseCPtr();
+    if (container == nullptr)
         return;
     container->_refCount.fetch_add(1, std::memory_order_relaxed);
-    if (ChangeList *const changes = Thread::getCurrentChangeList())
+    if (ChangeList* const changes = Thread::getCurrentChangeList())
         changes->addAddRefd(FieldContainerPtr(container));
 }
 
-void subRefCP(const FieldContainerPtrBase &objectP)
-{
-    FieldContainer *const container = objectP.getBaseCPtr();
-    if (container == NULL)
+void subRefCP(const FieldContainerPtrBase& objectP) {
+    FieldContainer* const container = objectP.getBaseCPtr();
+    if (container == nullptr)
         return;
     const UInt32 id = objectP.getFieldContainerId();
     if (container->_refCount.fetch_sub(1, std::memory_order_acq_rel) <= 1) {
         FieldContainer::destroy(container);
-    } else if (ChangeList *const changes = Thread::getCurrentChangeList()) {
+    } else if (ChangeList* const changes = Thread::getCurrentChangeList()) {
         // By number: another thread may have destroyed the container by now.
         changes->addSubRefd(id);
     }
 }
 
-void clearRefCP(FieldContainerPtrBase &objectP)
-{
+void clearRefCP(FieldContainerPtrBase& objectP) {
     const FieldContainerPtrBase old = objectP;
-    objectP._store = NULL;
+    objectP._store = nullptr;
     subRefCP(old);
 }
 
-void setRefdCP(FieldContainerPtrBase &objectP, const FieldContainerPtrBase &newObjectP)
-{
+void setRefdCP(FieldContainerPtrBase& objectP, const FieldContainerPtrBase& newObjectP) {
     if (objectP == newObjectP)
         return;
     const FieldContainerPtrBase old = objectP;
@@ -59,30 +56,26 @@ void setRefdCP(FieldContainerPtrBase &objectP, const FieldContainerPtrBase &newO
     subRefCP(old);
 }
 
-void beginEditCP(const FieldContainerPtr &, BitVector, UInt32) {}
+void beginEditCP(const FieldContainerPtr&, BitVector, UInt32) {}
 
-void endEditCP(const FieldContainerPtr &objectP, const BitVector whichField, const UInt32 origin)
-{
+void endEditCP(const FieldContainerPtr& objectP, const BitVector whichField, const UInt32 origin) {
     endEditNotChangedCP(objectP, whichField, origin);
     changedCP(objectP, whichField, origin);
 }
 
-void changedCP(const FieldContainerPtr &objectP, const BitVector whichField, const UInt32 origin)
-{
+void changedCP(const FieldContainerPtr& objectP, const BitVector whichField, const UInt32 origin) {
     if (objectP != NullFC && !FieldContainerPtr::_ignore_change)
         objectP->changed(whichField, origin);
 }
 
-void endEditNotChangedCP(const FieldContainerPtr &objectP, const BitVector whichField, UInt32)
-{
+void endEditNotChangedCP(const FieldContainerPtr& objectP, const BitVector whichField, UInt32) {
     if (objectP == NullFC)
         return;
-    if (ChangeList *const changes = Thread::getCurrentChangeList())
+    if (ChangeList* const changes = Thread::getCurrentChangeList())
         changes->addChanged(objectP, whichField);
 }
 
-std::ostream &operator<<(std::ostream &os, const FieldContainerPtr &fc)
-{
+std::ostream& operator<<(std::ostream& os, const FieldContainerPtr& fc) {
     if (fc == NullFC)
         return os << "NullFC";
     return os << fc->getTypeName() << '(' << fc.getFieldContainerId() << ')';

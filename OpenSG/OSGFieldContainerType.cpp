@@ -10,61 +10,60 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace
-{
+namespace {
 
 // One lock for all prototypes: making one may need the prototype of another type, on the same thread.
-std::recursive_mutex &prototypeLock()
-{
-    static std::recursive_mutex *const lock = new std::recursive_mutex;
+std::recursive_mutex& prototypeLock() {
+    static std::recursive_mutex* const lock = new std::recursive_mutex;
     return *lock;
 }
 
 } // namespace
 
-FieldContainerType::FieldContainerType(const Char8 *name, const Char8 *parentName, const Char8 *groupName,
+FieldContainerType::FieldContainerType(const Char8* name, const Char8* parentName, const Char8* groupName,
                                        const PrototypeCreateF prototypeCreate, const InitContainerF initMethod,
-                                       FieldDescription **, UInt32, bool)
-    : _name(name), _parentName(parentName), _prototypeCreate(prototypeCreate), _initMethod(initMethod)
-{
+                                       FieldDescription**, UInt32, bool)
+    : _name(name), _parentName(parentName), _prototypeCreate(prototypeCreate), _initMethod(initMethod) {
     FieldContainerFactory::the()->registerType(this, groupName);
 }
 
-FieldContainerType::~FieldContainerType()
-{
+FieldContainerType::~FieldContainerType() {
     // A library that is unloaded takes its code along, so nothing of it may stay.
     clearRefCP(_prototype);
     FieldContainerFactory::the()->unregisterType(this);
 }
 
-FieldContainerType *FieldContainerType::getParent() const
-{
-    FieldContainerType *parent = _parent.load(std::memory_order_acquire);
-    if (parent == NULL && !_parentName.isEmpty()) {
+FieldContainerType* FieldContainerType::getParent() const {
+    FieldContainerType* parent = _parent.load(std::memory_order_acquire);
+    if (parent == nullptr && !_parentName.isEmpty()) {
         parent = FieldContainerFactory::the()->findType(_parentName.str());
         _parent.store(parent, std::memory_order_release);
     }
     return parent;
 }
 
-bool FieldContainerType::isDerivedFrom(const FieldContainerType &other) const
-{
-    for (const FieldContainerType *type = this; type != NULL; type = type->getParent())
+bool FieldContainerType::isDerivedFrom(const FieldContainerType& other) const {
+    for (const FieldContainerType* type = this; type != nullptr; type = type->getParent())
         if (type == &other)
             return true;
     return false;
 }
 
-bool FieldContainerType::isNode() const { return isDerivedFrom(Node::getClassType()); }
-bool FieldContainerType::isNodeCore() const { return isDerivedFrom(NodeCore::getClassType()); }
-bool FieldContainerType::isAttachment() const { return isDerivedFrom(Attachment::getClassType()); }
+bool FieldContainerType::isNode() const {
+    return isDerivedFrom(Node::getClassType());
+}
+bool FieldContainerType::isNodeCore() const {
+    return isDerivedFrom(NodeCore::getClassType());
+}
+bool FieldContainerType::isAttachment() const {
+    return isDerivedFrom(Attachment::getClassType());
+}
 
-FieldContainerPtr FieldContainerType::getPrototype() const
-{
-    if (!_prototypeReady.load(std::memory_order_acquire) && _prototypeCreate != NULL) {
+FieldContainerPtr FieldContainerType::getPrototype() const {
+    if (!_prototypeReady.load(std::memory_order_acquire) && _prototypeCreate != nullptr) {
         const std::lock_guard<std::recursive_mutex> lock(prototypeLock());
         if (!_prototypeReady.load(std::memory_order_relaxed)) {
-            if (_initMethod != NULL)
+            if (_initMethod != nullptr)
                 _initMethod();
             _prototype = _prototypeCreate();
             addRefCP(_prototype);
@@ -74,8 +73,7 @@ FieldContainerPtr FieldContainerType::getPrototype() const
     return _prototype;
 }
 
-bool FieldContainerType::setPrototype(const FieldContainerPtr prototype)
-{
+bool FieldContainerType::setPrototype(const FieldContainerPtr prototype) {
     if (prototype == NullFC)
         return false;
     const std::lock_guard<std::recursive_mutex> lock(prototypeLock());
@@ -84,24 +82,20 @@ bool FieldContainerType::setPrototype(const FieldContainerPtr prototype)
     return true;
 }
 
-FieldContainerPtr FieldContainerType::createFieldContainer() const
-{
+FieldContainerPtr FieldContainerType::createFieldContainer() const {
     const FieldContainerPtr prototype = getPrototype();
     return prototype != NullFC ? prototype->shallowCopy() : FieldContainerPtr();
 }
 
-NodePtr FieldContainerType::createNode() const
-{
+NodePtr FieldContainerType::createNode() const {
     return isNode() ? NodePtr::dcast(createFieldContainer()) : NodePtr();
 }
 
-NodeCorePtr FieldContainerType::createNodeCore() const
-{
+NodeCorePtr FieldContainerType::createNodeCore() const {
     return isNodeCore() ? NodeCorePtr::dcast(createFieldContainer()) : NodeCorePtr();
 }
 
-AttachmentPtr FieldContainerType::createAttachment() const
-{
+AttachmentPtr FieldContainerType::createAttachment() const {
     return isAttachment() ? AttachmentPtr::dcast(createFieldContainer()) : AttachmentPtr();
 }
 

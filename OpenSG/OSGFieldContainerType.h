@@ -25,35 +25,34 @@ typedef void (*InitContainerF)();
 ///
 /// Each class has one static object of it, which registers itself with the FieldContainerFactory. The group
 /// decides which attachments displace each other: a container holds one attachment of a group.
-class FieldContainerType
-{
-  public:
-    /// name: of the class, unique. parentName: of the base class, NULL for FieldContainer itself. groupName: NULL
-    /// for a group of the type's own, named as the type. prototypeCreate: NULL for an abstract class.
+class FieldContainerType {
+public:
+    /// name: of the class, unique. parentName: of the base class, nullptr for FieldContainer itself. groupName: nullptr
+    /// for a group of the type's own, named as the type. prototypeCreate: nullptr for an abstract class.
     /// descriptions, descriptionBytes, descriptionsAddable: accepted for OpenSG 1.x's sake and not looked at, since
     /// fields have no run-time description here.
-    explicit FieldContainerType(const Char8 *name, const Char8 *parentName = NULL, const Char8 *groupName = NULL,
-                                PrototypeCreateF prototypeCreate = NULL, InitContainerF initMethod = NULL,
-                                FieldDescription **descriptions = NULL, UInt32 descriptionBytes = 0,
+    explicit FieldContainerType(const Char8* name, const Char8* parentName = nullptr, const Char8* groupName = nullptr,
+                                PrototypeCreateF prototypeCreate = nullptr, InitContainerF initMethod = nullptr,
+                                FieldDescription** descriptions = nullptr, UInt32 descriptionBytes = 0,
                                 bool descriptionsAddable = false);
     /// Takes the type out of the factory and gives the prototype back.
     ~FieldContainerType();
 
-    FieldContainerType(const FieldContainerType &) = delete;
-    void operator=(const FieldContainerType &) = delete;
+    FieldContainerType(const FieldContainerType&) = delete;
+    void operator=(const FieldContainerType&) = delete;
 
     UInt32 getId() const { return _id; }
     UInt16 getGroupId() const { return _groupId; }
-    const IDString &getName() const { return _name; }
-    const Char8 *getCName() const { return _name.str(); }
-    const IDString &getParentName() const { return _parentName; }
-    const Char8 *getCParentName() const { return _parentName.str(); }
-    /// NULL for FieldContainer, or when no type of the parent's name is known.
-    FieldContainerType *getParent() const;
+    const IDString& getName() const { return _name; }
+    const Char8* getCName() const { return _name.str(); }
+    const IDString& getParentName() const { return _parentName; }
+    const Char8* getCParentName() const { return _parentName.str(); }
+    /// nullptr for FieldContainer, or when no type of the parent's name is known.
+    FieldContainerType* getParent() const;
 
     /// True for the type itself, too.
-    bool isDerivedFrom(const FieldContainerType &other) const;
-    bool isAbstract() const { return _prototypeCreate == NULL; }
+    bool isDerivedFrom(const FieldContainerType& other) const;
+    bool isAbstract() const { return _prototypeCreate == nullptr; }
     bool isInitialized() const { return _prototype != NullFC; }
     bool isNode() const;
     bool isNodeCore() const;
@@ -70,10 +69,10 @@ class FieldContainerType
     NodeCorePtr createNodeCore() const;
     AttachmentPtr createAttachment() const;
 
-    bool operator==(const FieldContainerType &other) const { return _id == other._id; }
-    bool operator!=(const FieldContainerType &other) const { return _id != other._id; }
+    bool operator==(const FieldContainerType& other) const { return _id == other._id; }
+    bool operator!=(const FieldContainerType& other) const { return _id != other._id; }
 
-  private:
+private:
     friend class FieldContainerFactory;
 
     UInt32 _id = 0;
@@ -82,7 +81,7 @@ class FieldContainerType
     IDString _parentName;
     PrototypeCreateF _prototypeCreate;
     InitContainerF _initMethod;
-    mutable std::atomic<FieldContainerType *> _parent{NULL};
+    mutable std::atomic<FieldContainerType*> _parent{nullptr};
     mutable FieldContainerPtr _prototype;
     mutable std::atomic<bool> _prototypeReady{false};
 };

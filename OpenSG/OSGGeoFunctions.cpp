@@ -9,12 +9,10 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace
-{
+namespace {
 
 template <class PropertyPtrT, class SetT>
-void separateProperty(const GeometryPtr &geo, const PropertyPtrT property, const BitVector mask, SetT set)
-{
+void separateProperty(const GeometryPtr& geo, const PropertyPtrT property, const BitVector mask, SetT set) {
     if (property == NullFC || property->getParents().size() <= 1)
         return;
     beginEditCP(geo, mask);
@@ -24,8 +22,7 @@ void separateProperty(const GeometryPtr &geo, const PropertyPtrT property, const
 
 } // namespace
 
-void separateProperties(const GeometryPtr geo)
-{
+void separateProperties(const GeometryPtr geo) {
     if (geo == NullFC)
         return;
     typedef Geometry G;
@@ -46,16 +43,13 @@ void separateProperties(const GeometryPtr geo)
     separateProperty(geo, geo->getIndices(), G::IndicesFieldMask, &G::setIndices);
 }
 
-namespace
-{
+namespace {
 
 /// The different combinations of a vertex' indices, numbered in the order in which they appear.
-class IndexCombinations
-{
-  public:
-    IndexCombinations(const GeoIndicesPtr &indices, const UInt32 mappings)
-        : _mappings(mappings), _numbers(64, Hash{this}, Equal{this})
-    {
+class IndexCombinations {
+public:
+    IndexCombinations(const GeoIndicesPtr& indices, const UInt32 mappings)
+        : _mappings(mappings), _numbers(64, Hash{this}, Equal{this}) {
         const UInt32 vertices = indices->size() / mappings;
         _values.reserve(size_t(vertices) * mappings);
         ofVertex.reserve(vertices);
@@ -69,36 +63,31 @@ class IndexCombinations
             ofVertex.push_back(entry.first->second);
         }
     }
-    IndexCombinations(const IndexCombinations &) = delete;
-    void operator=(const IndexCombinations &) = delete;
+    IndexCombinations(const IndexCombinations&) = delete;
+    void operator=(const IndexCombinations&) = delete;
 
     UInt32 count() const { return UInt32(_values.size() / _mappings); }
-    UInt32 index(const UInt32 combination, const UInt32 mapping) const
-    {
+    UInt32 index(const UInt32 combination, const UInt32 mapping) const {
         return _values[size_t(combination) * _mappings + mapping];
     }
 
     /// Number of the combination of each vertex.
     std::vector<UInt32> ofVertex;
 
-  private:
-    struct Hash
-    {
-        const IndexCombinations *owner;
-        size_t operator()(const UInt32 combination) const
-        {
+private:
+    struct Hash {
+        const IndexCombinations* owner;
+        size_t operator()(const UInt32 combination) const {
             UInt64 hash = 0xcbf29ce484222325u;
             for (UInt32 j = 0; j < owner->_mappings; ++j)
                 hash = (hash ^ owner->index(combination, j)) * 0x100000001b3u;
             return size_t(hash ^ (hash >> 32));
         }
     };
-    struct Equal
-    {
-        const IndexCombinations *owner;
-        bool operator()(const UInt32 a, const UInt32 b) const
-        {
-            const UInt32 *const values = owner->_values.data();
+    struct Equal {
+        const IndexCombinations* owner;
+        bool operator()(const UInt32 a, const UInt32 b) const {
+            const UInt32* const values = owner->_values.data();
             return std::memcmp(values + size_t(a) * owner->_mappings, values + size_t(b) * owner->_mappings,
                                owner->_mappings * sizeof(UInt32)) == 0;
         }
@@ -111,18 +100,16 @@ class IndexCombinations
 
 /// Calls visit(mapping entry, property, map constant) for all mapped properties.
 template <class VisitT>
-void forEachMappedProperty(const GeometryPtr &geo, VisitT &&visit)
-{
+void forEachMappedProperty(const GeometryPtr& geo, VisitT&& visit) {
     for (UInt32 mapping = 0; mapping < geo->getIndexMapping().size(); ++mapping)
         for (UInt16 bit = Geometry::MapPosition; bit < Geometry::MapEmpty; bit = UInt16(bit << 1))
             // Where two entries name one property the last counts, as everywhere.
             if (geo->calcMappingIndex(bit) == Int16(mapping))
-                if (GeoPropertyArrayInterface *const property = geo->getProperty(bit))
+                if (GeoPropertyArrayInterface* const property = geo->getProperty(bit))
                     visit(mapping, *property, bit);
 }
 
-void numberIndices(const GeometryPtr &geo)
-{
+void numberIndices(const GeometryPtr& geo) {
     const GeoIndicesUI32Ptr indices = GeoIndicesUI32::create();
     beginEditCP(indices);
     for (UInt32 i = 0; i < geo->getPositions()->size(); ++i)
@@ -135,8 +122,7 @@ void numberIndices(const GeometryPtr &geo)
     endEditCP(geo, mask);
 }
 
-void writeIndices(const GeometryPtr &geo, const IndexCombinations &combinations)
-{
+void writeIndices(const GeometryPtr& geo, const IndexCombinations& combinations) {
     // In the property as it is, unless somebody else uses it or its numbers are too small.
     GeoIndicesPtr indices = geo->getIndices();
     const bool tooSmall = combinations.count() > 0x10000 && GeoIndicesUI16Ptr::dcast(indices) != NullFC;
@@ -152,8 +138,7 @@ void writeIndices(const GeometryPtr &geo, const IndexCombinations &combinations)
 
 } // namespace
 
-Int32 createSingleIndex(const GeometryPtr geo)
-{
+Int32 createSingleIndex(const GeometryPtr geo) {
     if (geo == NullFC || geo->getPositions() == NullFC) {
         logWarning("createSingleIndex: there is no geometry with positions");
         return -1;
@@ -168,7 +153,7 @@ Int32 createSingleIndex(const GeometryPtr geo)
 
     const IndexCombinations combinations(geo->getIndices(), mappings);
     bool inside = true;
-    forEachMappedProperty(geo, [&](const UInt32 mapping, const GeoPropertyArrayInterface &property, UInt16) {
+    forEachMappedProperty(geo, [&](const UInt32 mapping, const GeoPropertyArrayInterface& property, UInt16) {
         for (UInt32 i = 0; i < combinations.count() && inside; ++i)
             inside = combinations.index(i, mapping) < property.getSize();
     });
@@ -182,7 +167,7 @@ Int32 createSingleIndex(const GeometryPtr geo)
     UInt16 mapped = 0;
     BitVector changedFields = Geometry::IndicesFieldMask | Geometry::IndexMappingFieldMask;
     std::vector<UInt8> values;
-    forEachMappedProperty(geo, [&](const UInt32 mapping, GeoPropertyArrayInterface &property, const UInt16 bit) {
+    forEachMappedProperty(geo, [&](const UInt32 mapping, GeoPropertyArrayInterface& property, const UInt16 bit) {
         const size_t valueSize = property.getFormatSize() * property.getDimension() + property.getStride();
         values.assign(property.getData(), property.getData() + property.getSize() * valueSize);
         property.resize(combinations.count());
@@ -190,7 +175,7 @@ Int32 createSingleIndex(const GeometryPtr geo)
             std::memcpy(property.editData() + i * valueSize, &values[combinations.index(i, mapping) * valueSize],
                         valueSize);
         mapped |= bit;
-        const AttachmentPtr attachment(dynamic_cast<Attachment *>(&property));
+        const AttachmentPtr attachment(dynamic_cast<Attachment*>(&property));
         changedFields |= geo->getFieldMaskOf(attachment);
         endEditCP(attachment);
     });
@@ -203,8 +188,7 @@ Int32 createSingleIndex(const GeometryPtr geo)
     return Int32(combinations.count());
 }
 
-UInt32 calcPrimitiveCount(const GeometryPtr geo, UInt32 &triangle, UInt32 &line, UInt32 &point)
-{
+UInt32 calcPrimitiveCount(const GeometryPtr geo, UInt32& triangle, UInt32& line, UInt32& point) {
     triangle = line = point = 0;
     for (PrimitiveIterator it(geo); !it.isAtEnd(); ++it) {
         const UInt32 length = it.getLength();

@@ -45,14 +45,12 @@ template class GeoProperty<GeoPLengthsUI32PropertyDesc>;
 template class GeoProperty<GeoPLengthsUI16PropertyDesc>;
 template class GeoProperty<GeoPLengthsUI8PropertyDesc>;
 
-namespace detail
-{
+namespace detail {
 
-void geoPropertyChanged(const Attachment &property)
-{
+void geoPropertyChanged(const Attachment& property) {
     // A copy: a geometry's reaction may change the list.
     const std::vector<FieldContainerPtr> parents = property.getParents().getValues();
-    for (const FieldContainerPtr &parent : parents)
+    for (const FieldContainerPtr& parent : parents)
         if (const GeometryPtr geometry = GeometryPtr::dcast(parent); geometry != NullFC)
             changedCP(geometry, geometry->getFieldMaskOf(AttachmentPtr(&property)), ChangedOrigin::Child);
 }

@@ -8,8 +8,8 @@
 #include "OSGGeoPropIndices.h"
 #include "OSGGeoPropNormals.h"
 #include "OSGGeoPropPLengths.h"
-#include "OSGGeoPropPTypes.h"
 #include "OSGGeoPropPositions.h"
+#include "OSGGeoPropPTypes.h"
 #include "OSGGeoPropTexCoords.h"
 
 #endif

@@ -10,20 +10,18 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace detail
-{
+namespace detail {
 /// Tells the geometries that hold the property that its data changed.
-void geoPropertyChanged(const Attachment &property);
+void geoPropertyChanged(const Attachment& property);
 } // namespace detail
 
 /// A geometry property of one kind (positions, normals, ...), whatever the type its values are stored in.
 /// Indices below are smaller than size().
 template <class GeoPropertyDesc>
-class AbstractGeoProperty : public Attachment, public GeoPropertyArrayInterface
-{
+class AbstractGeoProperty : public Attachment, public GeoPropertyArrayInterface {
     typedef Attachment Inherited;
 
-  public:
+public:
     typedef AbstractGeoProperty<GeoPropertyDesc> PropertyType;
     typedef FCPtr<AttachmentPtr, PropertyType> PtrType;
     typedef PtrType Ptr;
@@ -35,28 +33,27 @@ class AbstractGeoProperty : public Attachment, public GeoPropertyArrayInterface
     virtual PtrType clone() = 0;
 
     virtual GenericType getValue(UInt32 index) const = 0;
-    virtual void getValue(GenericType &value, UInt32 index) const = 0;
-    virtual void setValue(const GenericType &value, UInt32 index) = 0;
-    virtual void addValue(const GenericType &value) = 0;
-    virtual void push_back(const GenericType &value) = 0;
+    virtual void getValue(GenericType& value, UInt32 index) const = 0;
+    virtual void setValue(const GenericType& value, UInt32 index) = 0;
+    virtual void addValue(const GenericType& value) = 0;
+    virtual void push_back(const GenericType& value) = 0;
     /// False, and nothing is done, when index is above size().
-    virtual bool insertValue(const GenericType &value, UInt32 index) = 0;
+    virtual bool insertValue(const GenericType& value, UInt32 index) = 0;
 
-    void changed(const BitVector whichField, const UInt32 origin) override
-    {
+    void changed(const BitVector whichField, const UInt32 origin) override {
         Inherited::changed(whichField, origin);
         if (whichField & ~(ParentsFieldMask | InternalFieldMask))
             detail::geoPropertyChanged(*this);
     }
 
-  protected:
+protected:
     AbstractGeoProperty() = default;
-    AbstractGeoProperty(const AbstractGeoProperty &source) : Inherited(source), GeoPropertyArrayInterface(source) {}
-    virtual ~AbstractGeoProperty() = default;
+    AbstractGeoProperty(const AbstractGeoProperty& source) : Inherited(source), GeoPropertyArrayInterface(source) {}
+    ~AbstractGeoProperty() override = default;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 
@@ -68,12 +65,11 @@ FieldContainerType AbstractGeoProperty<GeoPropertyDesc>::_type(GeoPropertyDesc::
 
 /// A geometry property with its storage type. GeoPropertyDesc says which: Inherited, StoredFieldType, format.
 template <class GeoPropertyDesc>
-class GeoProperty : public GeoPropertyDesc::Inherited
-{
+class GeoProperty : public GeoPropertyDesc::Inherited {
     typedef typename GeoPropertyDesc::Inherited LocalInherited;
     typedef typename LocalInherited::PtrType LocalInheritedPtr;
 
-  public:
+public:
     typedef GeoProperty<GeoPropertyDesc> PropertyType;
     typedef GeoProperty<GeoPropertyDesc> Self;
     typedef FCPtr<LocalInheritedPtr, PropertyType> PtrType;
@@ -88,15 +84,14 @@ class GeoProperty : public GeoPropertyDesc::Inherited
     OSG_FIELD_CONTAINER_TMPL_DECL(PtrType)
 
     /// The values in their own type.
-    StoredFieldType *getFieldPtr() { return &_field; }
-    const StoredFieldType *getFieldPtr() const { return &_field; }
-    StoredFieldType *editFieldPtr() { return &_field; }
-    StoredFieldType &getField() { return _field; }
-    const StoredFieldType &getField() const { return _field; }
-    StoredFieldType &editField() { return _field; }
+    StoredFieldType* getFieldPtr() { return &_field; }
+    const StoredFieldType* getFieldPtr() const { return &_field; }
+    StoredFieldType* editFieldPtr() { return &_field; }
+    StoredFieldType& getField() { return _field; }
+    const StoredFieldType& getField() const { return _field; }
+    StoredFieldType& editField() { return _field; }
 
-    LocalInheritedPtr clone() override
-    {
+    LocalInheritedPtr clone() override {
         const PtrType copy = create();
         beginEditCP(copy, GeoPropDataFieldMask);
         copy->_field.setValues(_field);
@@ -110,16 +105,15 @@ class GeoProperty : public GeoPropertyDesc::Inherited
     UInt32 getStride() const override { return 0; }
     UInt32 getSize() const override { return _field.size(); }
     UInt32 size() const override { return _field.size(); }
-    UInt8 *getData() const override { return const_cast<GeoProperty *>(this)->editData(); }
-    UInt8 *editData() override { return reinterpret_cast<UInt8 *>(_field.getValues().data()); }
+    UInt8* getData() const override { return const_cast<GeoProperty*>(this)->editData(); }
+    UInt8* editData() override { return reinterpret_cast<UInt8*>(_field.getValues().data()); }
 
     StoredGenericType getValue(const UInt32 index) const override { return toGeneric(_field[index]); }
-    void getValue(StoredGenericType &value, const UInt32 index) const override { value = toGeneric(_field[index]); }
-    void setValue(const StoredGenericType &value, const UInt32 index) override { _field[index] = toStored(value); }
-    void addValue(const StoredGenericType &value) override { _field.push_back(toStored(value)); }
-    void push_back(const StoredGenericType &value) override { _field.push_back(toStored(value)); }
-    bool insertValue(const StoredGenericType &value, const UInt32 index) override
-    {
+    void getValue(StoredGenericType& value, const UInt32 index) const override { value = toGeneric(_field[index]); }
+    void setValue(const StoredGenericType& value, const UInt32 index) override { _field[index] = toStored(value); }
+    void addValue(const StoredGenericType& value) override { _field.push_back(toStored(value)); }
+    void push_back(const StoredGenericType& value) override { _field.push_back(toStored(value)); }
+    bool insertValue(const StoredGenericType& value, const UInt32 index) override {
         if (index > _field.size())
             return false;
         _field.insert(_field.begin() + index, toStored(value));
@@ -130,23 +124,21 @@ class GeoProperty : public GeoPropertyDesc::Inherited
     void resize(const size_t newSize) override { _field.resize(newSize); }
     void shrink() override { _field.getValues().shrink_to_fit(); }
 
-  protected:
+protected:
     GeoProperty() = default;
-    GeoProperty(const GeoProperty &source) : LocalInherited(source), _field(source._field) {}
-    virtual ~GeoProperty() = default;
+    GeoProperty(const GeoProperty& source) : LocalInherited(source), _field(source._field) {}
+    ~GeoProperty() override = default;
 
     StoredFieldType _field;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 
-    static StoredGenericType toGeneric(const StoredType &value)
-    {
+    static StoredGenericType toGeneric(const StoredType& value) {
         return detail::GeoValueConversion<StoredGenericType, StoredType>::toGeneric(value);
     }
-    static StoredType toStored(const StoredGenericType &value)
-    {
+    static StoredType toStored(const StoredGenericType& value) {
         return detail::GeoValueConversion<StoredGenericType, StoredType>::toStored(value);
     }
 };
@@ -154,19 +146,20 @@ class GeoProperty : public GeoPropertyDesc::Inherited
 OSG_FIELD_CONTAINER_INL_TMPL_DEF(GeoProperty, GeoPropertyDesc, PtrType)
 
 template <class GeoPropertyDesc>
-FieldContainerType GeoProperty<GeoPropertyDesc>::_type(
-    GeoPropertyDesc::getTypeName(), GeoPropertyDesc::getParentTypeName(), GeoPropertyDesc::getGroupName(),
-    []() -> FieldContainerPtr { return GeoProperty<GeoPropertyDesc>::createEmpty(); });
+FieldContainerType GeoProperty<GeoPropertyDesc>::_type(GeoPropertyDesc::getTypeName(),
+                                                       GeoPropertyDesc::getParentTypeName(),
+                                                       GeoPropertyDesc::getGroupName(), []() -> FieldContainerPtr {
+                                                           return GeoProperty<GeoPropertyDesc>::createEmpty();
+                                                       });
 
 /// Defines the property class Geo<NAME> of the kind KIND, its pointer types, and declares their instances, which
 /// OSGGeoProperty.cpp holds.
 #define OSG_GEO_PROPERTY(KIND, NAME, FIELD, FORMAT, COMPONENT)                                                         \
-    struct NAME##PropertyDesc : public KIND##PropertyDesc                                                              \
-    {                                                                                                                  \
+    struct NAME##PropertyDesc : public KIND##PropertyDesc {                                                            \
         typedef KIND Inherited;                                                                                        \
         typedef FIELD StoredFieldType;                                                                                 \
-        static const Char8 *getTypeName() { return #NAME; }                                                            \
-        static const Char8 *getParentTypeName() { return #KIND; }                                                      \
+        static const Char8* getTypeName() { return #NAME; }                                                            \
+        static const Char8* getParentTypeName() { return #KIND; }                                                      \
         static UInt32 getFormat() { return FORMAT; }                                                                   \
         static UInt32 getFormatSize() { return sizeof(COMPONENT); }                                                    \
     };                                                                                                                 \

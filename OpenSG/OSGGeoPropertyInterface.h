@@ -10,9 +10,8 @@
 OSG_BEGIN_NAMESPACE
 
 /// The view of a geometry property as an array of untyped elements, contiguous in memory.
-class GeoPropertyArrayInterface
-{
-  public:
+class GeoPropertyArrayInterface {
+public:
     /// OpenGL code of a component's type (GL_FLOAT, ...), and its size in bytes.
     virtual UInt32 getFormat() const = 0;
     virtual UInt32 getFormatSize() const = 0;
@@ -25,8 +24,8 @@ class GeoPropertyArrayInterface
     virtual UInt32 getSize() const = 0;
     virtual UInt32 size() const = 0;
     /// First element; valid until the number of elements changes.
-    virtual UInt8 *getData() const = 0;
-    virtual UInt8 *editData() = 0;
+    virtual UInt8* getData() const = 0;
+    virtual UInt8* editData() = 0;
 
     virtual void clear() = 0;
     /// New elements are zero.
@@ -34,60 +33,53 @@ class GeoPropertyArrayInterface
     /// Releases memory kept for further elements.
     virtual void shrink() = 0;
 
-  protected:
+protected:
     virtual ~GeoPropertyArrayInterface() = default;
 };
 
 // The kinds of properties. GenericType is the type in which values of every storage type of the kind can be read and
 // written.
 
-struct GeoPositionsPropertyDesc
-{
+struct GeoPositionsPropertyDesc {
     typedef Pnt3f GenericType;
-    static const Char8 *getTypeName() { return "GeoPositions"; }
-    static const Char8 *getGroupName() { return "GeoPositions"; }
+    static const Char8* getTypeName() { return "GeoPositions"; }
+    static const Char8* getGroupName() { return "GeoPositions"; }
 };
 
-struct GeoNormalsPropertyDesc
-{
+struct GeoNormalsPropertyDesc {
     typedef Vec3f GenericType;
-    static const Char8 *getTypeName() { return "GeoNormals"; }
-    static const Char8 *getGroupName() { return "GeoNormals"; }
+    static const Char8* getTypeName() { return "GeoNormals"; }
+    static const Char8* getGroupName() { return "GeoNormals"; }
 };
 
-struct GeoColorsPropertyDesc
-{
+struct GeoColorsPropertyDesc {
     typedef Color3f GenericType;
-    static const Char8 *getTypeName() { return "GeoColors"; }
-    static const Char8 *getGroupName() { return "GeoColors"; }
+    static const Char8* getTypeName() { return "GeoColors"; }
+    static const Char8* getGroupName() { return "GeoColors"; }
 };
 
-struct GeoTexCoordsPropertyDesc
-{
+struct GeoTexCoordsPropertyDesc {
     typedef Vec2f GenericType;
-    static const Char8 *getTypeName() { return "GeoTexCoords"; }
-    static const Char8 *getGroupName() { return "GeoTexCoords"; }
+    static const Char8* getTypeName() { return "GeoTexCoords"; }
+    static const Char8* getGroupName() { return "GeoTexCoords"; }
 };
 
-struct GeoIndicesPropertyDesc
-{
+struct GeoIndicesPropertyDesc {
     typedef UInt32 GenericType;
-    static const Char8 *getTypeName() { return "GeoIndices"; }
-    static const Char8 *getGroupName() { return "GeoIndices"; }
+    static const Char8* getTypeName() { return "GeoIndices"; }
+    static const Char8* getGroupName() { return "GeoIndices"; }
 };
 
-struct GeoPTypesPropertyDesc
-{
+struct GeoPTypesPropertyDesc {
     typedef UInt32 GenericType;
-    static const Char8 *getTypeName() { return "GeoPTypes"; }
-    static const Char8 *getGroupName() { return "GeoPTypes"; }
+    static const Char8* getTypeName() { return "GeoPTypes"; }
+    static const Char8* getGroupName() { return "GeoPTypes"; }
 };
 
-struct GeoPLengthsPropertyDesc
-{
+struct GeoPLengthsPropertyDesc {
     typedef UInt32 GenericType;
-    static const Char8 *getTypeName() { return "GeoPLengths"; }
-    static const Char8 *getGroupName() { return "GeoPLengths"; }
+    static const Char8* getTypeName() { return "GeoPLengths"; }
+    static const Char8* getGroupName() { return "GeoPLengths"; }
 };
 
 OSG_END_NAMESPACE

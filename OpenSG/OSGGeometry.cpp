@@ -6,28 +6,25 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType Geometry::_type("Geometry", "MaterialDrawable", NULL,
+FieldContainerType Geometry::_type("Geometry", "MaterialDrawable", nullptr,
                                    []() -> FieldContainerPtr { return Geometry::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(Geometry, GeometryPtr)
 
-const char *Geometry::mapType(const UInt8 type)
-{
-    static const char *const names[] = {"Points",   "Lines",         "LineLoop",    "LineStrip", "Triangles",
-                                        "TriangleStrip", "TriangleFan", "Quads",     "QuadStrip", "Polygon"};
+const char* Geometry::mapType(const UInt8 type) {
+    static const char* const names[] = {"Points",        "Lines",       "LineLoop", "LineStrip", "Triangles",
+                                        "TriangleStrip", "TriangleFan", "Quads",    "QuadStrip", "Polygon"};
     return type < sizeof(names) / sizeof(names[0]) ? names[type] : "Unknown Primitive";
 }
 
-Int16 Geometry::calcMappingIndex(const UInt16 attribute) const
-{
+Int16 Geometry::calcMappingIndex(const UInt16 attribute) const {
     for (UInt32 i = _mfIndexMapping.size(); i > 0; --i)
         if (_mfIndexMapping[i - 1] & attribute)
             return Int16(i - 1);
     return -1;
 }
 
-GeoPropertyArrayInterface *Geometry::getProperty(const Int32 mapId)
-{
+GeoPropertyArrayInterface* Geometry::getProperty(const Int32 mapId) {
     switch (mapId) {
     case MapPosition:
         return getPositions().getCPtr();
@@ -54,24 +51,23 @@ GeoPropertyArrayInterface *Geometry::getProperty(const Int32 mapId)
     case MapTexCoords7:
         return getTexCoords7().getCPtr();
     default:
-        return NULL;
+        return nullptr;
     }
 }
 
-namespace
-{
+namespace {
 
 // Calls visit(field mask, getter, setter) for each vertex property, so that what is to be done for all of them is
 // written once.
 template <class VisitT>
-void forEachVertexProperty(VisitT &&visit)
-{
+void forEachVertexProperty(VisitT&& visit) {
     typedef GeometryBase G;
-    typedef const GeoTexCoordsPtr &(G::*GetTexCoords)() const;
-    visit(G::PositionsFieldMask, static_cast<const GeoPositionsPtr &(G::*)() const>(&G::getPositions), &G::setPositions);
-    visit(G::NormalsFieldMask, static_cast<const GeoNormalsPtr &(G::*)() const>(&G::getNormals), &G::setNormals);
-    visit(G::ColorsFieldMask, static_cast<const GeoColorsPtr &(G::*)() const>(&G::getColors), &G::setColors);
-    visit(G::SecondaryColorsFieldMask, static_cast<const GeoColorsPtr &(G::*)() const>(&G::getSecondaryColors),
+    typedef const GeoTexCoordsPtr& (G::*GetTexCoords)() const;
+    visit(G::PositionsFieldMask, static_cast<const GeoPositionsPtr& (G::*)() const>(&G::getPositions),
+          &G::setPositions);
+    visit(G::NormalsFieldMask, static_cast<const GeoNormalsPtr& (G::*)() const>(&G::getNormals), &G::setNormals);
+    visit(G::ColorsFieldMask, static_cast<const GeoColorsPtr& (G::*)() const>(&G::getColors), &G::setColors);
+    visit(G::SecondaryColorsFieldMask, static_cast<const GeoColorsPtr& (G::*)() const>(&G::getSecondaryColors),
           &G::setSecondaryColors);
     visit(G::TexCoordsFieldMask, static_cast<GetTexCoords>(&G::getTexCoords), &G::setTexCoords);
     visit(G::TexCoords1FieldMask, static_cast<GetTexCoords>(&G::getTexCoords1), &G::setTexCoords1);
@@ -85,19 +81,17 @@ void forEachVertexProperty(VisitT &&visit)
 
 // All properties, those that divide the vertices into primitives included.
 template <class VisitT>
-void forEachProperty(VisitT &&visit)
-{
+void forEachProperty(VisitT&& visit) {
     typedef GeometryBase G;
-    visit(G::TypesFieldMask, static_cast<const GeoPTypesPtr &(G::*)() const>(&G::getTypes), &G::setTypes);
-    visit(G::LengthsFieldMask, static_cast<const GeoPLengthsPtr &(G::*)() const>(&G::getLengths), &G::setLengths);
-    visit(G::IndicesFieldMask, static_cast<const GeoIndicesPtr &(G::*)() const>(&G::getIndices), &G::setIndices);
+    visit(G::TypesFieldMask, static_cast<const GeoPTypesPtr& (G::*)() const>(&G::getTypes), &G::setTypes);
+    visit(G::LengthsFieldMask, static_cast<const GeoPLengthsPtr& (G::*)() const>(&G::getLengths), &G::setLengths);
+    visit(G::IndicesFieldMask, static_cast<const GeoIndicesPtr& (G::*)() const>(&G::getIndices), &G::setIndices);
     forEachVertexProperty(visit);
 }
 
 } // namespace
 
-GeometryPtr Geometry::clone()
-{
+GeometryPtr Geometry::clone() {
     const GeometryPtr copy = create();
     beginEditCP(copy);
     forEachProperty([this, &copy](BitVector, auto get, auto set) {
@@ -110,8 +104,7 @@ GeometryPtr Geometry::clone()
     return copy;
 }
 
-void Geometry::unshareProperties()
-{
+void Geometry::unshareProperties() {
     const GeometryPtr self(this);
     forEachVertexProperty([this, &self](const BitVector mask, auto get, auto set) {
         if ((this->*get)().getRefCount() <= 1)
@@ -122,8 +115,7 @@ void Geometry::unshareProperties()
     });
 }
 
-BitVector Geometry::getFieldMaskOf(const AttachmentPtr &property) const
-{
+BitVector Geometry::getFieldMaskOf(const AttachmentPtr& property) const {
     BitVector result = FieldBits::NoField;
     forEachProperty([this, &property, &result](const BitVector mask, auto get, auto) {
         if ((this->*get)() == property)
@@ -132,35 +124,36 @@ BitVector Geometry::getFieldMaskOf(const AttachmentPtr &property) const
     return result;
 }
 
-PrimitiveIterator Geometry::beginPrimitives() const { return PrimitiveIterator(GeometryPtr(this)); }
+PrimitiveIterator Geometry::beginPrimitives() const {
+    return PrimitiveIterator(GeometryPtr(this));
+}
 
-PrimitiveIterator Geometry::endPrimitives() const
-{
+PrimitiveIterator Geometry::endPrimitives() const {
     PrimitiveIterator result{GeometryPtr(this)};
     result.setToEnd();
     return result;
 }
 
-TriangleIterator Geometry::beginTriangles() const { return TriangleIterator(GeometryPtr(this)); }
+TriangleIterator Geometry::beginTriangles() const {
+    return TriangleIterator(GeometryPtr(this));
+}
 
-TriangleIterator Geometry::endTriangles() const
-{
+TriangleIterator Geometry::endTriangles() const {
     TriangleIterator result{GeometryPtr(this)};
     result.setToEnd();
     return result;
 }
 
-void Geometry::changed(const BitVector whichField, const UInt32 origin)
-{
-    if (whichField & (PositionsFieldMask | TypesFieldMask | LengthsFieldMask | IndicesFieldMask | IndexMappingFieldMask)) {
+void Geometry::changed(const BitVector whichField, const UInt32 origin) {
+    if (whichField &
+        (PositionsFieldMask | TypesFieldMask | LengthsFieldMask | IndicesFieldMask | IndexMappingFieldMask)) {
         _volumeCacheValid = false;
         invalidateVolume();
     }
     Inherited::changed(whichField, origin);
 }
 
-void Geometry::adjustVolume(Volume &volume)
-{
+void Geometry::adjustVolume(Volume& volume) {
     if (!_volumeCacheValid) {
         _volumeCache = DynamicVolume();
         for (PrimitiveIterator it = beginPrimitives(); !it.isAtEnd(); ++it)

@@ -10,11 +10,10 @@ class PrimitiveIterator;
 class TriangleIterator;
 
 /// Points, lines and surfaces with values at their vertices.
-class Geometry : public GeometryBase
-{
+class Geometry : public GeometryBase {
     typedef GeometryBase Inherited;
 
-  public:
+public:
     // Bits of an index mapping's entries.
     static constexpr UInt16 MapPosition = 1;
     static constexpr UInt16 MapNormal = MapPosition << 1;
@@ -33,12 +32,12 @@ class Geometry : public GeometryBase
     OSG_FIELD_CONTAINER_DECL(GeometryPtr)
 
     /// Name of a primitive's OpenGL code, such as "TriangleStrip".
-    static const char *mapType(UInt8 type);
+    static const char* mapType(UInt8 type);
 
     /// Which of a vertex' indices counts for the property, a Map constant: -1 when the mapping does not say.
     Int16 calcMappingIndex(UInt16 attribute) const;
-    /// The property of a Map constant, NULL when there is none.
-    GeoPropertyArrayInterface *getProperty(Int32 mapId);
+    /// The property of a Map constant, nullptr when there is none.
+    GeoPropertyArrayInterface* getProperty(Int32 mapId);
 
     /// A new geometry with copies of all properties and the same material; attachments are not copied.
     GeometryPtr clone();
@@ -53,20 +52,20 @@ class Geometry : public GeometryBase
     TriangleIterator endTriangles() const;
 
     /// Fields that hold the property.
-    BitVector getFieldMaskOf(const AttachmentPtr &property) const;
+    BitVector getFieldMaskOf(const AttachmentPtr& property) const;
 
     void changed(BitVector whichField, UInt32 origin) override;
 
-  protected:
+protected:
     Geometry() = default;
-    Geometry(const Geometry &source) : Inherited(source) {}
-    virtual ~Geometry() = default;
+    Geometry(const Geometry& source) : Inherited(source) {}
+    ~Geometry() override = default;
 
-    void adjustVolume(Volume &volume) override;
+    void adjustVolume(Volume& volume) override;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 
     /// Bounds of the vertices that the primitives use.

@@ -23,8 +23,7 @@ OSG_FIELD_MASK_DEF(GeometryBase, IndicesField)
 OSG_FIELD_MASK_DEF(GeometryBase, IndexMappingField)
 
 template <class PtrT>
-void GeometryBase::setProperty(SField<PtrT> &field, const PtrT &value)
-{
+void GeometryBase::setProperty(SField<PtrT>& field, const PtrT& value) {
     const FieldContainerPtr self(this);
     const PtrT newProperty = value;
     const PtrT oldProperty = field.getValue();
@@ -45,24 +44,53 @@ void GeometryBase::setProperty(SField<PtrT> &field, const PtrT &value)
     }
 }
 
-void GeometryBase::setTypes(const GeoPTypesPtr &value) { setProperty(_sfTypes, value); }
-void GeometryBase::setLengths(const GeoPLengthsPtr &value) { setProperty(_sfLengths, value); }
-void GeometryBase::setPositions(const GeoPositionsPtr &value) { setProperty(_sfPositions, value); }
-void GeometryBase::setNormals(const GeoNormalsPtr &value) { setProperty(_sfNormals, value); }
-void GeometryBase::setColors(const GeoColorsPtr &value) { setProperty(_sfColors, value); }
-void GeometryBase::setSecondaryColors(const GeoColorsPtr &value) { setProperty(_sfSecondaryColors, value); }
-void GeometryBase::setTexCoords(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords, value); }
-void GeometryBase::setTexCoords1(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords1, value); }
-void GeometryBase::setTexCoords2(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords2, value); }
-void GeometryBase::setTexCoords3(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords3, value); }
-void GeometryBase::setTexCoords4(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords4, value); }
-void GeometryBase::setTexCoords5(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords5, value); }
-void GeometryBase::setTexCoords6(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords6, value); }
-void GeometryBase::setTexCoords7(const GeoTexCoordsPtr &value) { setProperty(_sfTexCoords7, value); }
-void GeometryBase::setIndices(const GeoIndicesPtr &value) { setProperty(_sfIndices, value); }
+void GeometryBase::setTypes(const GeoPTypesPtr& value) {
+    setProperty(_sfTypes, value);
+}
+void GeometryBase::setLengths(const GeoPLengthsPtr& value) {
+    setProperty(_sfLengths, value);
+}
+void GeometryBase::setPositions(const GeoPositionsPtr& value) {
+    setProperty(_sfPositions, value);
+}
+void GeometryBase::setNormals(const GeoNormalsPtr& value) {
+    setProperty(_sfNormals, value);
+}
+void GeometryBase::setColors(const GeoColorsPtr& value) {
+    setProperty(_sfColors, value);
+}
+void GeometryBase::setSecondaryColors(const GeoColorsPtr& value) {
+    setProperty(_sfSecondaryColors, value);
+}
+void GeometryBase::setTexCoords(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords, value);
+}
+void GeometryBase::setTexCoords1(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords1, value);
+}
+void GeometryBase::setTexCoords2(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords2, value);
+}
+void GeometryBase::setTexCoords3(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords3, value);
+}
+void GeometryBase::setTexCoords4(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords4, value);
+}
+void GeometryBase::setTexCoords5(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords5, value);
+}
+void GeometryBase::setTexCoords6(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords6, value);
+}
+void GeometryBase::setTexCoords7(const GeoTexCoordsPtr& value) {
+    setProperty(_sfTexCoords7, value);
+}
+void GeometryBase::setIndices(const GeoIndicesPtr& value) {
+    setProperty(_sfIndices, value);
+}
 
-GeometryBase::GeometryBase(const GeometryBase &source) : Inherited(source), _mfIndexMapping(source._mfIndexMapping)
-{
+GeometryBase::GeometryBase(const GeometryBase& source) : Inherited(source), _mfIndexMapping(source._mfIndexMapping) {
     setTypes(source.getTypes());
     setLengths(source.getLengths());
     setPositions(source.getPositions());
@@ -80,8 +108,7 @@ GeometryBase::GeometryBase(const GeometryBase &source) : Inherited(source), _mfI
     setIndices(source.getIndices());
 }
 
-GeometryBase::~GeometryBase()
-{
+GeometryBase::~GeometryBase() {
     setTypes(NullFC);
     setLengths(NullFC);
     setPositions(NullFC);

@@ -3,8 +3,8 @@
 #define OSGGEOMETRYBASE_H
 
 #include "OSGGeoProperty.h"
-#include "OSGMFSysTypes.h"
 #include "OSGMaterialDrawable.h"
+#include "OSGMFSysTypes.h"
 
 OSG_BEGIN_NAMESPACE
 
@@ -24,11 +24,10 @@ typedef RefPtr<GeometryPtr> GeometryRefPtr;
 ///
 /// Without lengths the (only) primitive takes all vertices. Every property may be null. A geometry references its
 /// properties; they know it as a parent; several geometries, and several fields, may share one.
-class GeometryBase : public MaterialDrawable
-{
+class GeometryBase : public MaterialDrawable {
     typedef MaterialDrawable Inherited;
 
-  public:
+public:
     typedef GeometryPtr Ptr;
 
     enum {
@@ -86,27 +85,27 @@ class GeometryBase : public MaterialDrawable
 
     // Each takes a reference to the new property and gives the old one back. Null for none. None of them announces
     // the change of the geometry.
-    void setTypes(const GeoPTypesPtr &value);
-    void setLengths(const GeoPLengthsPtr &value);
-    void setPositions(const GeoPositionsPtr &value);
-    void setNormals(const GeoNormalsPtr &value);
-    void setColors(const GeoColorsPtr &value);
-    void setSecondaryColors(const GeoColorsPtr &value);
-    void setTexCoords(const GeoTexCoordsPtr &value);
-    void setTexCoords1(const GeoTexCoordsPtr &value);
-    void setTexCoords2(const GeoTexCoordsPtr &value);
-    void setTexCoords3(const GeoTexCoordsPtr &value);
-    void setTexCoords4(const GeoTexCoordsPtr &value);
-    void setTexCoords5(const GeoTexCoordsPtr &value);
-    void setTexCoords6(const GeoTexCoordsPtr &value);
-    void setTexCoords7(const GeoTexCoordsPtr &value);
-    void setIndices(const GeoIndicesPtr &value);
+    void setTypes(const GeoPTypesPtr& value);
+    void setLengths(const GeoPLengthsPtr& value);
+    void setPositions(const GeoPositionsPtr& value);
+    void setNormals(const GeoNormalsPtr& value);
+    void setColors(const GeoColorsPtr& value);
+    void setSecondaryColors(const GeoColorsPtr& value);
+    void setTexCoords(const GeoTexCoordsPtr& value);
+    void setTexCoords1(const GeoTexCoordsPtr& value);
+    void setTexCoords2(const GeoTexCoordsPtr& value);
+    void setTexCoords3(const GeoTexCoordsPtr& value);
+    void setTexCoords4(const GeoTexCoordsPtr& value);
+    void setTexCoords5(const GeoTexCoordsPtr& value);
+    void setTexCoords6(const GeoTexCoordsPtr& value);
+    void setTexCoords7(const GeoTexCoordsPtr& value);
+    void setIndices(const GeoIndicesPtr& value);
 
-  protected:
+protected:
     GeometryBase() = default;
     /// The copy shares the properties.
-    GeometryBase(const GeometryBase &source);
-    virtual ~GeometryBase();
+    GeometryBase(const GeometryBase& source);
+    ~GeometryBase() override;
 
     SFGeoPTypesPtr _sfTypes;
     SFGeoPLengthsPtr _sfLengths;
@@ -125,9 +124,9 @@ class GeometryBase : public MaterialDrawable
     SFGeoIndicesPtr _sfIndices;
     MFUInt16 _mfIndexMapping;
 
-  private:
+private:
     template <class PtrT>
-    void setProperty(SField<PtrT> &field, const PtrT &value);
+    void setProperty(SField<PtrT>& field, const PtrT& value);
 };
 
 OSG_END_NAMESPACE

@@ -3,7 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType Group::_type("Group", "NodeCore", NULL,
+FieldContainerType Group::_type("Group", "NodeCore", nullptr,
                                 []() -> FieldContainerPtr { return Group::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(Group, GroupPtr)

@@ -11,23 +11,22 @@ typedef FCPtr<NodeCorePtr, Group> GroupPtr;
 typedef RefPtr<GroupPtr> GroupRefPtr;
 
 /// The core of nodes that only hold children.
-class Group : public NodeCore
-{
+class Group : public NodeCore {
     typedef NodeCore Inherited;
 
-  public:
+public:
     typedef GroupPtr Ptr;
 
     OSG_FIELD_CONTAINER_DECL(GroupPtr)
 
-  protected:
+protected:
     Group() = default;
-    Group(const Group &source) : Inherited(source) {}
-    virtual ~Group() = default;
+    Group(const Group& source) : Inherited(source) {}
+    ~Group() override = default;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

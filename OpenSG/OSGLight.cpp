@@ -25,11 +25,11 @@ OSG_FIELD_MASK_DEF(SpotLight, SpotExponentField)
 OSG_FIELD_MASK_DEF(SpotLight, SpotCutOffField)
 
 FieldContainerType Light::_type("Light", "Group");
-FieldContainerType DirectionalLight::_type("DirectionalLight", "Light", NULL,
+FieldContainerType DirectionalLight::_type("DirectionalLight", "Light", nullptr,
                                            []() -> FieldContainerPtr { return DirectionalLight::createEmpty(); });
-FieldContainerType PointLight::_type("PointLight", "Light", NULL,
+FieldContainerType PointLight::_type("PointLight", "Light", nullptr,
                                      []() -> FieldContainerPtr { return PointLight::createEmpty(); });
-FieldContainerType SpotLight::_type("SpotLight", "PointLight", NULL,
+FieldContainerType SpotLight::_type("SpotLight", "PointLight", nullptr,
                                     []() -> FieldContainerPtr { return SpotLight::createEmpty(); });
 
 OSG_ABSTR_FIELD_CONTAINER_DEF(Light, LightPtr)
@@ -39,16 +39,13 @@ OSG_FIELD_CONTAINER_DEF(SpotLight, SpotLightPtr)
 
 Light::Light()
     : _sfAmbient(Color4f(0, 0, 0, 1)), _sfDiffuse(Color4f(1, 1, 1, 1)), _sfSpecular(Color4f(1, 1, 1, 1)), _sfOn(true),
-      _sfConstantAttenuation(1.0f)
-{
-}
+      _sfConstantAttenuation(1.0f) {}
 
-Light::Light(const Light &source)
+Light::Light(const Light& source)
     : Inherited(source), _sfAmbient(source._sfAmbient), _sfDiffuse(source._sfDiffuse), _sfSpecular(source._sfSpecular),
       _sfOn(source._sfOn), _sfConstantAttenuation(source._sfConstantAttenuation),
       _sfLinearAttenuation(source._sfLinearAttenuation), _sfQuadraticAttenuation(source._sfQuadraticAttenuation),
-      _sfShadowIntensity(source._sfShadowIntensity), _sfShadowMode(source._sfShadowMode)
-{
+      _sfShadowIntensity(source._sfShadowIntensity), _sfShadowMode(source._sfShadowMode) {
     setBeacon(source.getBeacon());
 }
 

@@ -15,11 +15,10 @@ typedef RefPtr<LightPtr> LightRefPtr;
 ///
 /// A light shines on everything below its node. Its position and direction are in the space of the beacon, another
 /// node; without a beacon in that of its own node.
-class Light : public Group
-{
+class Light : public Group {
     typedef Group Inherited;
 
-  public:
+public:
     typedef LightPtr Ptr;
 
     enum { CAST_SHADOW_AUTO = 0, CAST_SHADOW_ON = 1, CAST_SHADOW_OFF = 2 };
@@ -54,16 +53,19 @@ class Light : public Group
     OSG_SFIELD_ACCESS(Color4f, Ambient)
     OSG_SFIELD_ACCESS(Color4f, Diffuse)
     OSG_SFIELD_ACCESS(Color4f, Specular)
-    void setAmbient(Real32 red, Real32 green, Real32 blue, Real32 alpha) { setAmbient(Color4f(red, green, blue, alpha)); }
-    void setDiffuse(Real32 red, Real32 green, Real32 blue, Real32 alpha) { setDiffuse(Color4f(red, green, blue, alpha)); }
-    void setSpecular(Real32 red, Real32 green, Real32 blue, Real32 alpha)
-    {
+    void setAmbient(Real32 red, Real32 green, Real32 blue, Real32 alpha) {
+        setAmbient(Color4f(red, green, blue, alpha));
+    }
+    void setDiffuse(Real32 red, Real32 green, Real32 blue, Real32 alpha) {
+        setDiffuse(Color4f(red, green, blue, alpha));
+    }
+    void setSpecular(Real32 red, Real32 green, Real32 blue, Real32 alpha) {
         setSpecular(Color4f(red, green, blue, alpha));
     }
 
     /// Null in a new light. The light references its beacon.
     OSG_SFIELD_READ_ACCESS(NodePtr, Beacon)
-    void setBeacon(const NodePtr &value) { setRefdCP(_sfBeacon.getValue(), value); }
+    void setBeacon(const NodePtr& value) { setRefdCP(_sfBeacon.getValue(), value); }
 
     /// True in a new light.
     OSG_SFIELD_ACCESS(bool, On)
@@ -77,10 +79,10 @@ class Light : public Group
     /// One of the CAST_SHADOW constants.
     OSG_SFIELD_ACCESS(UInt32, ShadowMode)
 
-  protected:
+protected:
     Light();
-    Light(const Light &source);
-    virtual ~Light() { setBeacon(NullFC); }
+    Light(const Light& source);
+    ~Light() override { setBeacon(NullFC); }
 
     SFColor4f _sfAmbient;
     SFColor4f _sfDiffuse;
@@ -94,7 +96,7 @@ class Light : public Group
     SFUInt32 _sfShadowMode;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

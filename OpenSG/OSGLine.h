@@ -7,26 +7,24 @@
 OSG_BEGIN_NAMESPACE
 
 /// A half line: it starts at a position and runs along a direction of length 1.
-class Line
-{
-  public:
+class Line {
+public:
     Line() : _dir(0, 0, 1) {}
-    Line(const Pnt3f &position, const Vec3f &direction) { setValue(position, direction); }
-    Line(const Pnt3f &from, const Pnt3f &through) { setValue(from, through); }
+    Line(const Pnt3f& position, const Vec3f& direction) { setValue(position, direction); }
+    Line(const Pnt3f& from, const Pnt3f& through) { setValue(from, through); }
 
     /// The direction is normalised.
-    void setValue(const Pnt3f &position, const Vec3f &direction)
-    {
+    void setValue(const Pnt3f& position, const Vec3f& direction) {
         _pos = position;
         _dir = direction;
         _dir.normalize();
     }
-    void setValue(const Pnt3f &from, const Pnt3f &through) { setValue(from, through - from); }
+    void setValue(const Pnt3f& from, const Pnt3f& through) { setValue(from, through - from); }
 
-    const Pnt3f &getPosition() const { return _pos; }
-    const Vec3f &getDirection() const { return _dir; }
+    const Pnt3f& getPosition() const { return _pos; }
+    const Vec3f& getDirection() const { return _dir; }
 
-  private:
+private:
     Pnt3f _pos;
     Vec3f _dir;
 };

@@ -6,8 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-void logWarning(const char *format, ...)
-{
+void logWarning(const char* format, ...) {
     char message[512];
     va_list arguments;
     va_start(arguments, format);

@@ -2,8 +2,8 @@
 #ifndef OSGMFBASETYPES_H
 #define OSGMFBASETYPES_H
 
-#include "OSGMField.h"
 #include "OSGColor.h"
+#include "OSGMField.h"
 #include "OSGMFSysTypes.h"
 #include <string>
 

@@ -2,8 +2,8 @@
 #ifndef OSGMFMATHTYPES_H
 #define OSGMFMATHTYPES_H
 
-#include "OSGMField.h"
 #include "OSGMatrix.h"
+#include "OSGMField.h"
 #include "OSGQuaternion.h"
 
 OSG_BEGIN_NAMESPACE

@@ -12,9 +12,8 @@ OSG_BEGIN_NAMESPACE
 /// A container's field of any number of values, contiguous in memory; it behaves as a std::vector.
 /// Changing it announces nothing: the editor of the container does (beginEditCP/endEditCP).
 template <class FieldTypeT, Int32 fieldNameSpace = 0>
-class MField
-{
-  public:
+class MField {
+public:
     using StoredType = FieldTypeT;
     using StorageType = std::vector<FieldTypeT>;
     using iterator = typename StorageType::iterator;
@@ -27,15 +26,15 @@ class MField
     MField() = default;
     explicit MField(const UInt32 size) : _values(size) {}
 
-    StorageType &getValues() { return _values; }
-    const StorageType &getValues() const { return _values; }
-    void setValues(const StorageType &values) { _values = values; }
-    void setValues(const MField &other) { _values = other._values; }
+    StorageType& getValues() { return _values; }
+    const StorageType& getValues() const { return _values; }
+    void setValues(const StorageType& values) { _values = values; }
+    void setValues(const MField& other) { _values = other._values; }
 
     reference getValue(const UInt32 index) { return _values[index]; }
     const_reference getValue(const UInt32 index) const { return _values[index]; }
-    void setValue(const FieldTypeT &value, const UInt32 index) { _values[index] = value; }
-    void addValue(const FieldTypeT &value) { _values.push_back(value); }
+    void setValue(const FieldTypeT& value, const UInt32 index) { _values[index] = value; }
+    void addValue(const FieldTypeT& value) { _values.push_back(value); }
 
     UInt32 getSize() const { return UInt32(_values.size()); }
     UInt32 size() const { return UInt32(_values.size()); }
@@ -57,22 +56,22 @@ class MField
     const_reference back() const { return _values.back(); }
 
     /// First element equal to value, or end().
-    iterator find(const FieldTypeT &value) { return std::find(_values.begin(), _values.end(), value); }
-    const_iterator find(const FieldTypeT &value) const { return std::find(_values.begin(), _values.end(), value); }
+    iterator find(const FieldTypeT& value) { return std::find(_values.begin(), _values.end(), value); }
+    const_iterator find(const FieldTypeT& value) const { return std::find(_values.begin(), _values.end(), value); }
 
     void clear() { _values.clear(); }
-    iterator insert(iterator position, const FieldTypeT &value) { return _values.insert(position, value); }
+    iterator insert(iterator position, const FieldTypeT& value) { return _values.insert(position, value); }
     iterator erase(iterator position) { return _values.erase(position); }
     iterator erase(iterator first, iterator last) { return _values.erase(first, last); }
-    void push_back(const FieldTypeT &value) { _values.push_back(value); }
-    void resize(const size_t newSize, const FieldTypeT &value = FieldTypeT()) { _values.resize(newSize, value); }
+    void push_back(const FieldTypeT& value) { _values.push_back(value); }
+    void resize(const size_t newSize, const FieldTypeT& value = FieldTypeT()) { _values.resize(newSize, value); }
     void reserve(const size_t newSize) { _values.reserve(newSize); }
-    void swap(MField &other) { _values.swap(other._values); }
+    void swap(MField& other) { _values.swap(other._values); }
 
     reference operator[](const UInt32 index) { return _values[index]; }
     const_reference operator[](const UInt32 index) const { return _values[index]; }
 
-  private:
+private:
     StorageType _values;
 };
 

@@ -17,9 +17,7 @@ OSG_ABSTR_FIELD_CONTAINER_DEF(Material, MaterialPtr)
 
 Material::Material() : _sfSortKey(0), _sfTransparencyMode(TransparencyAutoDetection) {}
 
-Material::Material(const Material &source)
-    : Inherited(source), _sfSortKey(source._sfSortKey), _sfTransparencyMode(source._sfTransparencyMode)
-{
-}
+Material::Material(const Material& source)
+    : Inherited(source), _sfSortKey(source._sfSortKey), _sfTransparencyMode(source._sfTransparencyMode) {}
 
 OSG_END_NAMESPACE

@@ -14,11 +14,10 @@ using SFMaterialPtr = SField<MaterialPtr>;
 using MFMaterialPtr = MField<MaterialPtr>;
 
 /// How a surface looks. Abstract; there is no drawing here, so a material is a description only.
-class Material : public AttachmentContainer
-{
+class Material : public AttachmentContainer {
     typedef AttachmentContainer Inherited;
 
-  public:
+public:
     typedef MaterialPtr Ptr;
 
     static const Int32 NoStateSorting;
@@ -44,16 +43,16 @@ class Material : public AttachmentContainer
     /// Whether light passes through the surface.
     virtual bool isTransparent() const = 0;
 
-  protected:
+protected:
     Material();
-    Material(const Material &source);
-    virtual ~Material() = default;
+    Material(const Material& source);
+    ~Material() override = default;
 
     SFInt32 _sfSortKey;
     SFInt32 _sfTransparencyMode;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

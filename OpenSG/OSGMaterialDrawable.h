@@ -12,11 +12,10 @@ typedef FCPtr<DrawablePtr, MaterialDrawable> MaterialDrawablePtr;
 typedef RefPtr<MaterialDrawablePtr> MaterialDrawableRefPtr;
 
 /// A drawable that has a material. Abstract.
-class MaterialDrawable : public Drawable
-{
+class MaterialDrawable : public Drawable {
     typedef Drawable Inherited;
 
-  public:
+public:
     typedef MaterialDrawablePtr Ptr;
 
     enum { MaterialFieldId = Inherited::NextFieldId, NextFieldId = MaterialFieldId + 1 };
@@ -26,17 +25,17 @@ class MaterialDrawable : public Drawable
 
     /// Null in a new drawable. The drawable references its material.
     OSG_SFIELD_READ_ACCESS(MaterialPtr, Material)
-    void setMaterial(const MaterialPtr &value) { setRefdCP(_sfMaterial.getValue(), value); }
+    void setMaterial(const MaterialPtr& value) { setRefdCP(_sfMaterial.getValue(), value); }
 
-  protected:
+protected:
     MaterialDrawable() = default;
-    MaterialDrawable(const MaterialDrawable &source) : Inherited(source) { setMaterial(source.getMaterial()); }
-    virtual ~MaterialDrawable() { setMaterial(NullFC); }
+    MaterialDrawable(const MaterialDrawable& source) : Inherited(source) { setMaterial(source.getMaterial()); }
+    ~MaterialDrawable() override { setMaterial(NullFC); }
 
     SFMaterialPtr _sfMaterial;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

@@ -5,7 +5,7 @@ OSG_BEGIN_NAMESPACE
 
 OSG_FIELD_MASK_DEF(MaterialGroup, MaterialField)
 
-FieldContainerType MaterialGroup::_type("MaterialGroup", "Group", NULL,
+FieldContainerType MaterialGroup::_type("MaterialGroup", "Group", nullptr,
                                         []() -> FieldContainerPtr { return MaterialGroup::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(MaterialGroup, MaterialGroupPtr)

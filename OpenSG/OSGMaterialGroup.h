@@ -12,11 +12,10 @@ typedef FCPtr<GroupPtr, MaterialGroup> MaterialGroupPtr;
 typedef RefPtr<MaterialGroupPtr> MaterialGroupRefPtr;
 
 /// The core of nodes that give one material to everything below them.
-class MaterialGroup : public Group
-{
+class MaterialGroup : public Group {
     typedef Group Inherited;
 
-  public:
+public:
     typedef MaterialGroupPtr Ptr;
 
     enum { MaterialFieldId = Inherited::NextFieldId, NextFieldId = MaterialFieldId + 1 };
@@ -26,17 +25,17 @@ class MaterialGroup : public Group
 
     /// Null in a new group. The group references its material.
     OSG_SFIELD_READ_ACCESS(MaterialPtr, Material)
-    void setMaterial(const MaterialPtr &value) { setRefdCP(_sfMaterial.getValue(), value); }
+    void setMaterial(const MaterialPtr& value) { setRefdCP(_sfMaterial.getValue(), value); }
 
-  protected:
+protected:
     MaterialGroup() = default;
-    MaterialGroup(const MaterialGroup &source) : Inherited(source) { setMaterial(source.getMaterial()); }
-    virtual ~MaterialGroup() { setMaterial(NullFC); }
+    MaterialGroup(const MaterialGroup& source) : Inherited(source) { setMaterial(source.getMaterial()); }
+    ~MaterialGroup() override { setMaterial(NullFC); }
 
     SFMaterialPtr _sfMaterial;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

@@ -15,9 +15,8 @@ class QuaternionBase;
 /// getValues() is what OpenGL takes and matrix[3] is the translation. Constructors and setValue() with sixteen
 /// numbers take them row by row, as a matrix is written on paper.
 template <class ValueTypeT>
-class TransformationMatrix
-{
-  public:
+class TransformationMatrix {
+public:
     using ValueType = ValueTypeT;
     using VectorType = Vector<ValueTypeT, 4>;
     using VectorType3f = Vector<ValueTypeT, 3>;
@@ -25,112 +24,107 @@ class TransformationMatrix
     using PointType3f = Point<ValueTypeT, 3>;
     using QuaternionType = QuaternionBase<ValueTypeT>;
 
-    static const TransformationMatrix &identity();
+    static const TransformationMatrix& identity();
 
     /// The identity.
     TransformationMatrix() { setIdentity(); }
     /// Columns 0 to 2, and 3 where given, by their first three rows; the rest as in the identity.
-    TransformationMatrix(const VectorType3f &column0, const VectorType3f &column1, const VectorType3f &column2)
-    {
+    TransformationMatrix(const VectorType3f& column0, const VectorType3f& column1, const VectorType3f& column2) {
         setIdentity();
         setValue(column0, column1, column2);
     }
-    TransformationMatrix(const VectorType3f &column0, const VectorType3f &column1, const VectorType3f &column2,
-                         const VectorType3f &column3)
-    {
+    TransformationMatrix(const VectorType3f& column0, const VectorType3f& column1, const VectorType3f& column2,
+                         const VectorType3f& column3) {
         setIdentity();
         setValue(column0, column1, column2, column3);
     }
     /// Row by row: rValCR is the element in column C and row R.
-    TransformationMatrix(ValueTypeT rVal00, ValueTypeT rVal10, ValueTypeT rVal20, ValueTypeT rVal30,
-                         ValueTypeT rVal01, ValueTypeT rVal11, ValueTypeT rVal21, ValueTypeT rVal31,
-                         ValueTypeT rVal02, ValueTypeT rVal12, ValueTypeT rVal22, ValueTypeT rVal32,
-                         ValueTypeT rVal03, ValueTypeT rVal13, ValueTypeT rVal23, ValueTypeT rVal33)
-    {
-        setValue(rVal00, rVal10, rVal20, rVal30, rVal01, rVal11, rVal21, rVal31, rVal02, rVal12, rVal22, rVal32,
-                 rVal03, rVal13, rVal23, rVal33);
+    TransformationMatrix(ValueTypeT rVal00, ValueTypeT rVal10, ValueTypeT rVal20, ValueTypeT rVal30, ValueTypeT rVal01,
+                         ValueTypeT rVal11, ValueTypeT rVal21, ValueTypeT rVal31, ValueTypeT rVal02, ValueTypeT rVal12,
+                         ValueTypeT rVal22, ValueTypeT rVal32, ValueTypeT rVal03, ValueTypeT rVal13, ValueTypeT rVal23,
+                         ValueTypeT rVal33) {
+        setValue(rVal00, rVal10, rVal20, rVal30, rVal01, rVal11, rVal21, rVal31, rVal02, rVal12, rVal22, rVal32, rVal03,
+                 rVal13, rVal23, rVal33);
     }
 
     void setIdentity();
-    void setValue(const TransformationMatrix &matrix) { *this = matrix; }
+    void setValue(const TransformationMatrix& matrix) { *this = matrix; }
     /// The first three rows of the columns given; all other elements stay.
-    void setValue(const VectorType3f &column0, const VectorType3f &column1, const VectorType3f &column2);
-    void setValue(const VectorType3f &column0, const VectorType3f &column1, const VectorType3f &column2,
-                  const VectorType3f &column3);
+    void setValue(const VectorType3f& column0, const VectorType3f& column1, const VectorType3f& column2);
+    void setValue(const VectorType3f& column0, const VectorType3f& column1, const VectorType3f& column2,
+                  const VectorType3f& column3);
     /// Row by row, as the constructor.
-    void setValue(ValueTypeT rVal00, ValueTypeT rVal10, ValueTypeT rVal20, ValueTypeT rVal30,
-                  ValueTypeT rVal01, ValueTypeT rVal11, ValueTypeT rVal21, ValueTypeT rVal31,
-                  ValueTypeT rVal02, ValueTypeT rVal12, ValueTypeT rVal22, ValueTypeT rVal32,
-                  ValueTypeT rVal03, ValueTypeT rVal13, ValueTypeT rVal23, ValueTypeT rVal33);
+    void setValue(ValueTypeT rVal00, ValueTypeT rVal10, ValueTypeT rVal20, ValueTypeT rVal30, ValueTypeT rVal01,
+                  ValueTypeT rVal11, ValueTypeT rVal21, ValueTypeT rVal31, ValueTypeT rVal02, ValueTypeT rVal12,
+                  ValueTypeT rVal22, ValueTypeT rVal32, ValueTypeT rVal03, ValueTypeT rVal13, ValueTypeT rVal23,
+                  ValueTypeT rVal33);
     /// Column by column.
     void setValueTransposed(ValueTypeT rVal00, ValueTypeT rVal01, ValueTypeT rVal02, ValueTypeT rVal03,
                             ValueTypeT rVal10, ValueTypeT rVal11, ValueTypeT rVal12, ValueTypeT rVal13,
                             ValueTypeT rVal20, ValueTypeT rVal21, ValueTypeT rVal22, ValueTypeT rVal23,
                             ValueTypeT rVal30, ValueTypeT rVal31, ValueTypeT rVal32, ValueTypeT rVal33);
     /// Sixteen values, column by column (the order of getValues()); row by row when transposed is false.
-    void setValue(const ValueTypeT *values, bool transposed = true);
+    void setValue(const ValueTypeT* values, bool transposed = true);
     /// Four columns.
-    void setValue(const VectorType *columns);
+    void setValue(const VectorType* columns);
 
     /// Sixteen values, column by column.
-    ValueTypeT *getValues() { return _matrix[0].getValues(); }
-    const ValueTypeT *getValues() const { return _matrix[0].getValues(); }
+    ValueTypeT* getValues() { return _matrix[0].getValues(); }
+    const ValueTypeT* getValues() const { return _matrix[0].getValues(); }
 
     // These write their part and leave all other elements alone.
     void setScale(ValueTypeT s) { setScale(s, s, s); }
     void setScale(ValueTypeT sx, ValueTypeT sy, ValueTypeT sz);
-    void setScale(const VectorType3f &s) { setScale(s[0], s[1], s[2]); }
+    void setScale(const VectorType3f& s) { setScale(s[0], s[1], s[2]); }
     void setTranslate(ValueTypeT tx, ValueTypeT ty, ValueTypeT tz);
-    void setTranslate(const PointType3f &t) { setTranslate(t[0], t[1], t[2]); }
-    void setRotate(const QuaternionType &q);
+    void setTranslate(const PointType3f& t) { setTranslate(t[0], t[1], t[2]); }
+    void setRotate(const QuaternionType& q);
 
     // These set the whole matrix: translation * rotation * scale orientation * scale * inverse scale orientation,
     // the last three around center.
-    void setTransform(const VectorType3f &translation);
-    void setTransform(const QuaternionType &rotation);
-    void setTransform(const VectorType3f &translation, const QuaternionType &rotation);
-    void setTransform(const VectorType3f &translation, const QuaternionType &rotation,
-                      const VectorType3f &scaleFactor);
-    void setTransform(const VectorType3f &translation, const QuaternionType &rotation,
-                      const VectorType3f &scaleFactor, const QuaternionType &scaleOrientation);
-    void setTransform(const VectorType3f &translation, const QuaternionType &rotation,
-                      const VectorType3f &scaleFactor, const QuaternionType &scaleOrientation,
-                      const VectorType3f &center);
+    void setTransform(const VectorType3f& translation);
+    void setTransform(const QuaternionType& rotation);
+    void setTransform(const VectorType3f& translation, const QuaternionType& rotation);
+    void setTransform(const VectorType3f& translation, const QuaternionType& rotation, const VectorType3f& scaleFactor);
+    void setTransform(const VectorType3f& translation, const QuaternionType& rotation, const VectorType3f& scaleFactor,
+                      const QuaternionType& scaleOrientation);
+    void setTransform(const VectorType3f& translation, const QuaternionType& rotation, const VectorType3f& scaleFactor,
+                      const QuaternionType& scaleOrientation, const VectorType3f& center);
     /// Takes an affine matrix apart so that setTransform() puts it together again. A mirroring matrix has negative
     /// scale factors. Algorithm: polar decomposition, then the eigenvectors of the stretch (Shoemake and Duff,
     /// Matrix Animation and Polar Decomposition, 1992). A singular matrix gives a zero scale factor.
-    void getTransform(VectorType3f &translation, QuaternionType &rotation, VectorType3f &scaleFactor,
-                      QuaternionType &scaleOrientation) const;
-    void getTransform(VectorType3f &translation, QuaternionType &rotation, VectorType3f &scaleFactor,
-                      QuaternionType &scaleOrientation, const VectorType3f &center) const;
+    void getTransform(VectorType3f& translation, QuaternionType& rotation, VectorType3f& scaleFactor,
+                      QuaternionType& scaleOrientation) const;
+    void getTransform(VectorType3f& translation, QuaternionType& rotation, VectorType3f& scaleFactor,
+                      QuaternionType& scaleOrientation, const VectorType3f& center) const;
 
     // Points take part in the translation, vectors do not. "Full" divides by the resulting w (left out when it is
     // zero), the others ignore the last row. Source and destination may be the same object.
-    void mult(const PointType3f &pntIn, PointType3f &pntOut) const;
-    void mult(const VectorType3f &vecIn, VectorType3f &vecOut) const { mult3x3(vecIn, vecOut); }
-    void mult(const PointType &pntIn, PointType &pntOut) const;
-    void mult(PointType3f &pnt) const { mult(pnt, pnt); }
-    void mult(VectorType3f &vec) const { mult3x3(vec, vec); }
-    void multFull(const PointType3f &pntIn, PointType3f &pntOut) const;
-    void mult3x3(const PointType3f &pntIn, PointType3f &pntOut) const;
-    void mult3x3(const VectorType3f &vecIn, VectorType3f &vecOut) const;
-    PointType3f operator*(const PointType3f &pnt) const;
-    VectorType3f operator*(const VectorType3f &vec) const;
-    PointType operator*(const PointType &pnt) const;
+    void mult(const PointType3f& pntIn, PointType3f& pntOut) const;
+    void mult(const VectorType3f& vecIn, VectorType3f& vecOut) const { mult3x3(vecIn, vecOut); }
+    void mult(const PointType& pntIn, PointType& pntOut) const;
+    void mult(PointType3f& pnt) const { mult(pnt, pnt); }
+    void mult(VectorType3f& vec) const { mult3x3(vec, vec); }
+    void multFull(const PointType3f& pntIn, PointType3f& pntOut) const;
+    void mult3x3(const PointType3f& pntIn, PointType3f& pntOut) const;
+    void mult3x3(const VectorType3f& vecIn, VectorType3f& vecOut) const;
+    PointType3f operator*(const PointType3f& pnt) const;
+    VectorType3f operator*(const VectorType3f& vec) const;
+    PointType operator*(const PointType& pnt) const;
 
     // The older names of the same operations.
-    void multMatrixPnt(const PointType3f &src, PointType3f &dst) const { mult(src, dst); }
-    void multMatrixPnt(PointType3f &pnt) const { mult(pnt, pnt); }
-    void multFullMatrixPnt(const PointType3f &src, PointType3f &dst) const { multFull(src, dst); }
-    void multFullMatrixPnt(PointType3f &pnt) const { multFull(pnt, pnt); }
-    void multMatrixVec(const VectorType3f &src, VectorType3f &dst) const { mult3x3(src, dst); }
-    void multMatrixVec(VectorType3f &vec) const { mult3x3(vec, vec); }
+    void multMatrixPnt(const PointType3f& src, PointType3f& dst) const { mult(src, dst); }
+    void multMatrixPnt(PointType3f& pnt) const { mult(pnt, pnt); }
+    void multFullMatrixPnt(const PointType3f& src, PointType3f& dst) const { multFull(src, dst); }
+    void multFullMatrixPnt(PointType3f& pnt) const { multFull(pnt, pnt); }
+    void multMatrixVec(const VectorType3f& src, VectorType3f& dst) const { mult3x3(src, dst); }
+    void multMatrixVec(VectorType3f& vec) const { mult3x3(vec, vec); }
 
     // Row vector times matrix, p' = p M.
-    void multLeft(const PointType3f &pntIn, PointType3f &pntOut) const;
-    void multLeft(const VectorType3f &vecIn, VectorType3f &vecOut) const;
+    void multLeft(const PointType3f& pntIn, PointType3f& pntOut) const;
+    void multLeft(const VectorType3f& vecIn, VectorType3f& vecOut) const;
 
-    bool equals(const TransformationMatrix &matrix, ValueTypeT tolerance) const;
+    bool equals(const TransformationMatrix& matrix, ValueTypeT tolerance) const;
 
     /// Determinant of the upper left 3x3 part.
     ValueTypeT det3() const;
@@ -139,37 +133,37 @@ class TransformationMatrix
     // Inverses. A determinant below 1e-30 counts as singular: the result is the identity and the return value
     // false. "From" inverts the argument into this matrix; "3" inverts the upper left 3x3 part, the rest of the
     // result is as in the identity.
-    bool inverse(TransformationMatrix &result) const;
+    bool inverse(TransformationMatrix& result) const;
     bool invert() { return inverse(*this); }
-    bool invertFrom(const TransformationMatrix &matrix) { return matrix.inverse(*this); }
-    bool inverse3(TransformationMatrix &result) const;
+    bool invertFrom(const TransformationMatrix& matrix) { return matrix.inverse(*this); }
+    bool inverse3(TransformationMatrix& result) const;
     bool invert3() { return inverse3(*this); }
-    bool invertFrom3(const TransformationMatrix &matrix) { return matrix.inverse3(*this); }
+    bool invertFrom3(const TransformationMatrix& matrix) { return matrix.inverse3(*this); }
 
     // Transposes; always true.
-    bool transposed(TransformationMatrix &result) const;
+    bool transposed(TransformationMatrix& result) const;
     bool transpose() { return transposed(*this); }
-    bool transposeFrom(const TransformationMatrix &matrix) { return matrix.transposed(*this); }
+    bool transposeFrom(const TransformationMatrix& matrix) { return matrix.transposed(*this); }
 
     /// this = this * matrix: matrix is applied first.
-    void mult(const TransformationMatrix &matrix);
+    void mult(const TransformationMatrix& matrix);
     /// this = matrix * this: matrix is applied last.
-    void multLeft(const TransformationMatrix &matrix);
-    void add(const TransformationMatrix &matrix) { addScaled(matrix, ValueTypeT(1)); }
-    void addScaled(const TransformationMatrix &matrix, ValueTypeT s);
+    void multLeft(const TransformationMatrix& matrix);
+    void add(const TransformationMatrix& matrix) { addScaled(matrix, ValueTypeT(1)); }
+    void addScaled(const TransformationMatrix& matrix, ValueTypeT s);
     /// Multiplies all sixteen elements by s.
     void scale(ValueTypeT s);
     void negate() { scale(ValueTypeT(-1)); }
 
     /// Column index, 0 to 3.
-    VectorType &operator[](UInt32 index) { return _matrix[index]; }
-    const VectorType &operator[](UInt32 index) const { return _matrix[index]; }
+    VectorType& operator[](UInt32 index) { return _matrix[index]; }
+    const VectorType& operator[](UInt32 index) const { return _matrix[index]; }
 
     /// With the tolerance Eps per element.
-    bool operator==(const TransformationMatrix &other) const { return equals(other, ValueTypeT(Eps)); }
-    bool operator!=(const TransformationMatrix &other) const { return !(*this == other); }
+    bool operator==(const TransformationMatrix& other) const { return equals(other, ValueTypeT(Eps)); }
+    bool operator!=(const TransformationMatrix& other) const { return !(*this == other); }
 
-  private:
+private:
     VectorType _matrix[4];
 };
 
@@ -179,8 +173,7 @@ using Matrix4d = TransformationMatrix<Real64>;
 
 /// Four lines, one per row.
 template <class ValueTypeT>
-std::ostream &operator<<(std::ostream &os, const TransformationMatrix<ValueTypeT> &matrix)
-{
+std::ostream& operator<<(std::ostream& os, const TransformationMatrix<ValueTypeT>& matrix) {
     for (UInt32 row = 0; row < 4; ++row)
         os << matrix[0][row] << ' ' << matrix[1][row] << ' ' << matrix[2][row] << ' ' << matrix[3][row] << '\n';
     return os;
@@ -189,7 +182,10 @@ std::ostream &operator<<(std::ostream &os, const TransformationMatrix<ValueTypeT
 OSG_END_NAMESPACE
 
 #include "OSGMatrix.inl"
+
+// Needs matrices itself, and is needed by what follows.
 #include "OSGQuaternion.h"
+
 #include "OSGMatrixTransform.inl"
 
 #endif

@@ -4,49 +4,43 @@
 OSG_BEGIN_NAMESPACE
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::setRotate(const QuaternionType &q)
-{
+inline void TransformationMatrix<ValueTypeT>::setRotate(const QuaternionType& q) {
     q.getValuesOnly(*this);
 }
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f &translation)
-{
+inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f& translation) {
     setIdentity();
     setTranslate(translation);
 }
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::setTransform(const QuaternionType &rotation)
-{
+inline void TransformationMatrix<ValueTypeT>::setTransform(const QuaternionType& rotation) {
     setIdentity();
     setRotate(rotation);
 }
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f &translation,
-                                                           const QuaternionType &rotation)
-{
+inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f& translation,
+                                                           const QuaternionType& rotation) {
     setTransform(rotation);
     setTranslate(translation);
 }
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f &translation,
-                                                           const QuaternionType &rotation,
-                                                           const VectorType3f &scaleFactor)
-{
+inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f& translation,
+                                                           const QuaternionType& rotation,
+                                                           const VectorType3f& scaleFactor) {
     setTransform(translation, rotation);
     for (UInt32 i = 0; i < 3; ++i)
         _matrix[i] *= scaleFactor[i];
 }
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f &translation,
-                                                           const QuaternionType &rotation,
-                                                           const VectorType3f &scaleFactor,
-                                                           const QuaternionType &scaleOrientation)
-{
+inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f& translation,
+                                                           const QuaternionType& rotation,
+                                                           const VectorType3f& scaleFactor,
+                                                           const QuaternionType& scaleOrientation) {
     TransformationMatrix orientation, scaling, orientationBack;
     orientation.setTransform(scaleOrientation);
     scaling.setScale(scaleFactor);
@@ -59,36 +53,30 @@ inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f &t
 }
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f &translation,
-                                                           const QuaternionType &rotation,
-                                                           const VectorType3f &scaleFactor,
-                                                           const QuaternionType &scaleOrientation,
-                                                           const VectorType3f &center)
-{
+inline void
+TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f& translation, const QuaternionType& rotation,
+                                               const VectorType3f& scaleFactor, const QuaternionType& scaleOrientation,
+                                               const VectorType3f& center) {
     TransformationMatrix fromCenter;
     fromCenter.setTranslate(-center);
     setTransform(translation + center, rotation, scaleFactor, scaleOrientation);
     mult(fromCenter);
 }
 
-namespace detail
-{
+namespace detail {
 
 /// A 3x3 matrix in double precision, element [row][column], for decompositions.
-struct Matrix3x3
-{
+struct Matrix3x3 {
     Real64 m[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 
-    Matrix3x3 times(const Matrix3x3 &b) const
-    {
+    Matrix3x3 times(const Matrix3x3& b) const {
         Matrix3x3 r;
         for (UInt32 i = 0; i < 3; ++i)
             for (UInt32 j = 0; j < 3; ++j)
                 r.m[i][j] = m[i][0] * b.m[0][j] + m[i][1] * b.m[1][j] + m[i][2] * b.m[2][j];
         return r;
     }
-    Matrix3x3 transposed() const
-    {
+    Matrix3x3 transposed() const {
         Matrix3x3 r;
         for (UInt32 i = 0; i < 3; ++i)
             for (UInt32 j = 0; j < 3; ++j)
@@ -96,19 +84,17 @@ struct Matrix3x3
         return r;
     }
     /// Rows of the result are the cross products of this matrix' rows: det * inverse transposed.
-    Matrix3x3 cofactors() const
-    {
+    Matrix3x3 cofactors() const {
         Matrix3x3 r;
         for (UInt32 i = 0; i < 3; ++i) {
-            const Real64 *a = m[(i + 1) % 3];
-            const Real64 *b = m[(i + 2) % 3];
+            const Real64* a = m[(i + 1) % 3];
+            const Real64* b = m[(i + 2) % 3];
             for (UInt32 j = 0; j < 3; ++j)
                 r.m[i][j] = a[(j + 1) % 3] * b[(j + 2) % 3] - a[(j + 2) % 3] * b[(j + 1) % 3];
         }
         return r;
     }
-    Real64 det() const
-    {
+    Real64 det() const {
         const Matrix3x3 c = cofactors();
         return m[0][0] * c.m[0][0] + m[0][1] * c.m[0][1] + m[0][2] * c.m[0][2];
     }
@@ -116,8 +102,7 @@ struct Matrix3x3
 
 /// Eigenvalues of the symmetric matrix s and its eigenvectors as columns of the rotation v: cyclic Jacobi
 /// (Golub and Van Loan, Matrix Computations, 1983).
-inline void symmetricEigen(Matrix3x3 s, Real64 (&values)[3], Matrix3x3 &v)
-{
+inline void symmetricEigen(Matrix3x3 s, Real64 (&values)[3], Matrix3x3& v) {
     v = Matrix3x3();
     const Real64 size = osgabs(s.m[0][0]) + osgabs(s.m[1][1]) + osgabs(s.m[2][2]);
     for (UInt32 sweep = 0; sweep < 30; ++sweep) {
@@ -144,8 +129,7 @@ inline void symmetricEigen(Matrix3x3 s, Real64 (&values)[3], Matrix3x3 &v)
 }
 
 /// The orthogonal matrix nearest to a, by Newton's iteration q = (q + q^-T) / 2. Returns false when a is singular.
-inline bool nearestOrthogonal(const Matrix3x3 &a, Matrix3x3 &q)
-{
+inline bool nearestOrthogonal(const Matrix3x3& a, Matrix3x3& q) {
     q = a;
     for (UInt32 step = 0; step < 100; ++step) {
         const Real64 det = q.det();
@@ -171,11 +155,10 @@ inline bool nearestOrthogonal(const Matrix3x3 &a, Matrix3x3 &q)
 } // namespace detail
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::getTransform(VectorType3f &translation, QuaternionType &rotation,
-                                                           VectorType3f &scaleFactor,
-                                                           QuaternionType &scaleOrientation) const
-{
-    const auto toQuaternion = [](const detail::Matrix3x3 &m) {
+inline void TransformationMatrix<ValueTypeT>::getTransform(VectorType3f& translation, QuaternionType& rotation,
+                                                           VectorType3f& scaleFactor,
+                                                           QuaternionType& scaleOrientation) const {
+    const auto toQuaternion = [](const detail::Matrix3x3& m) {
         TransformationMatrix matrix;
         for (UInt32 column = 0; column < 3; ++column)
             for (UInt32 row = 0; row < 3; ++row)
@@ -198,8 +181,8 @@ inline void TransformationMatrix<ValueTypeT>::getTransform(VectorType3f &transla
         return;
     }
     const Real64 flip = q.det() < 0.0 ? -1.0 : 1.0;
-    for (auto &row : q.m)
-        for (Real64 &element : row)
+    for (auto& row : q.m)
+        for (Real64& element : row)
             element *= flip;
     rotation = toQuaternion(q);
 
@@ -224,11 +207,9 @@ inline void TransformationMatrix<ValueTypeT>::getTransform(VectorType3f &transla
 }
 
 template <class ValueTypeT>
-inline void TransformationMatrix<ValueTypeT>::getTransform(VectorType3f &translation, QuaternionType &rotation,
-                                                           VectorType3f &scaleFactor,
-                                                           QuaternionType &scaleOrientation,
-                                                           const VectorType3f &center) const
-{
+inline void TransformationMatrix<ValueTypeT>::getTransform(VectorType3f& translation, QuaternionType& rotation,
+                                                           VectorType3f& scaleFactor, QuaternionType& scaleOrientation,
+                                                           const VectorType3f& center) const {
     TransformationMatrix around, toCenter;
     around.setTranslate(-center);
     toCenter.setTranslate(center);

@@ -13,34 +13,29 @@ OSG_FIELD_MASK_DEF(Node, ParentField)
 OSG_FIELD_MASK_DEF(Node, ChildrenField)
 OSG_FIELD_MASK_DEF(Node, CoreField)
 
-FieldContainerType Node::_type("Node", "AttachmentContainer", NULL,
+FieldContainerType Node::_type("Node", "AttachmentContainer", nullptr,
                                []() -> FieldContainerPtr { return Node::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(Node, NodePtr)
 
 Node::Node() : _sfTravMask(TypeTraits<UInt32>::getMax()) {}
 
-Node::Node(const Node &source)
-    : Inherited(source), _sfVolume(source._sfVolume), _sfTravMask(source._sfTravMask)
-{
-}
+Node::Node(const Node& source) : Inherited(source), _sfVolume(source._sfVolume), _sfTravMask(source._sfTravMask) {}
 
-Node::~Node()
-{
+Node::~Node() {
     if (const NodeCorePtr core = getCore(); core != NullFC) {
         beginEditCP(core, NodeCore::ParentsFieldMask);
         core->subParent(NodePtr(this));
         endEditCP(core, NodeCore::ParentsFieldMask);
         subRefCP(core);
     }
-    for (const NodePtr &child : _mfChildren) {
+    for (const NodePtr& child : _mfChildren) {
         child->setParent(NullFC);
         subRefCP(child);
     }
 }
 
-void Node::setCore(const NodeCorePtr &core)
-{
+void Node::setCore(const NodeCorePtr& core) {
     // Copies: core may be a reference into something that the old core keeps alive.
     const NodeCorePtr newCore = core;
     const NodeCorePtr oldCore = getCore();
@@ -60,16 +55,14 @@ void Node::setCore(const NodeCorePtr &core)
     invalidateVolume();
 }
 
-void Node::setParent(const NodePtr &parent)
-{
+void Node::setParent(const NodePtr& parent) {
     const NodePtr self(this);
     beginEditCP(self, ParentFieldMask);
     _sfParent.setValue(parent);
     endEditCP(self, ParentFieldMask);
 }
 
-void Node::takeFromParent(const NodePtr &child)
-{
+void Node::takeFromParent(const NodePtr& child) {
     const NodePtr parent = child->getParent();
     if (parent == NullFC)
         return;
@@ -78,16 +71,16 @@ void Node::takeFromParent(const NodePtr &child)
     endEditCP(parent, ChildrenFieldMask);
 }
 
-Int32 Node::findChild(const NodePtr &child) const
-{
+Int32 Node::findChild(const NodePtr& child) const {
     const auto found = _mfChildren.find(child);
     return found != _mfChildren.end() ? Int32(found - _mfChildren.begin()) : -1;
 }
 
-void Node::addChild(const NodePtr &child) { insertChild(TypeTraits<UInt32>::getMax(), child); }
+void Node::addChild(const NodePtr& child) {
+    insertChild(TypeTraits<UInt32>::getMax(), child);
+}
 
-void Node::insertChild(const UInt32 index, const NodePtr &childP)
-{
+void Node::insertChild(const UInt32 index, const NodePtr& childP) {
     const NodePtr child = childP;
     if (child == NullFC)
         return;
@@ -98,14 +91,12 @@ void Node::insertChild(const UInt32 index, const NodePtr &childP)
     invalidateVolume();
 }
 
-void Node::replaceChild(const UInt32 index, const NodePtr &child)
-{
+void Node::replaceChild(const UInt32 index, const NodePtr& child) {
     if (index < getNChildren())
         replaceChildBy(getChild(index), child);
 }
 
-bool Node::replaceChildBy(const NodePtr &childP, const NodePtr &newChildP)
-{
+bool Node::replaceChildBy(const NodePtr& childP, const NodePtr& newChildP) {
     const NodePtr child = childP;
     const NodePtr newChild = newChildP;
     if (newChild == NullFC || findChild(child) < 0)
@@ -123,8 +114,7 @@ bool Node::replaceChildBy(const NodePtr &childP, const NodePtr &newChildP)
     return true;
 }
 
-void Node::subChild(const NodePtr &child)
-{
+void Node::subChild(const NodePtr& child) {
     const Int32 index = findChild(child);
     if (index < 0)
         logWarning("Node::subChild: node %u is no child of node %u", unsigned(child.getFieldContainerId()),
@@ -133,8 +123,7 @@ void Node::subChild(const NodePtr &child)
         subChild(UInt32(index));
 }
 
-void Node::subChild(const UInt32 index)
-{
+void Node::subChild(const UInt32 index) {
     if (index >= getNChildren())
         return;
     const NodePtr child = getChild(index);
@@ -144,74 +133,65 @@ void Node::subChild(const UInt32 index)
     invalidateVolume();
 }
 
-Matrix Node::getToWorld() const
-{
+Matrix Node::getToWorld() const {
     Matrix result;
     getToWorld(result);
     return result;
 }
 
-void Node::getToWorld(Matrix &result) const
-{
+void Node::getToWorld(Matrix& result) const {
     // The product runs from the root down, the links lead up.
-    std::vector<NodeCore *> path;
+    std::vector<NodeCore*> path;
     path.reserve(32);
-    for (const Node *node = this; node != NULL; node = node->getParent().getCPtr())
-        if (NodeCore *const core = node->getCore().getCPtr())
+    for (const Node* node = this; node != nullptr; node = node->getParent().getCPtr())
+        if (NodeCore* const core = node->getCore().getCPtr())
             path.push_back(core);
     result.setIdentity();
     for (auto core = path.rbegin(); core != path.rend(); ++core)
         (*core)->accumulateMatrix(result);
 }
 
-DynamicVolume &Node::getVolume(const bool update)
-{
+DynamicVolume& Node::getVolume(const bool update) {
     if (update)
         updateVolume();
     return _sfVolume.getValue();
 }
 
-void Node::getWorldVolume(DynamicVolume &result)
-{
+void Node::getWorldVolume(DynamicVolume& result) {
     updateVolume();
     result = getVolume();
     if (getParent() != NullFC)
         result.transform(getParent()->getToWorld());
 }
 
-void Node::updateVolume()
-{
-    const auto outOfDate = [](const NodePtr &node) {
-        return !node->getVolume().isValid() && node->getTravMask() != 0;
-    };
+void Node::updateVolume() {
+    const auto outOfDate = [](const NodePtr& node) { return !node->getVolume().isValid() && node->getTravMask() != 0; };
     if (!outOfDate(NodePtr(this)))
         return;
     // Children before parents, by an explicit stack.
-    struct Frame
-    {
-        Node *node;
+    struct Frame {
+        Node* node;
         UInt32 nextChild;
     };
     std::vector<Frame> stack(1, Frame{this, 0});
     while (!stack.empty()) {
-        Frame &frame = stack.back();
+        Frame& frame = stack.back();
         if (frame.nextChild < frame.node->getNChildren()) {
             const NodePtr child = frame.node->getChild(frame.nextChild++);
             if (outOfDate(child))
                 stack.push_back(Frame{child.getCPtr(), 0});
         } else {
-            Node *const node = frame.node;
+            Node* const node = frame.node;
             stack.pop_back();
             node->updateOwnVolume();
         }
     }
 }
 
-void Node::updateOwnVolume()
-{
+void Node::updateOwnVolume() {
     DynamicVolume volume = getVolume();
     volume.setEmpty();
-    for (const NodePtr &child : _mfChildren)
+    for (const NodePtr& child : _mfChildren)
         if (child->getTravMask() != 0)
             volume.extendBy(child->getVolume());
     if (getCore() != NullFC)
@@ -223,10 +203,9 @@ void Node::updateOwnVolume()
     endEditCP(self, VolumeFieldMask);
 }
 
-void Node::invalidateVolume()
-{
-    for (Node *node = this; node != NULL; node = node->getParent().getCPtr()) {
-        DynamicVolume &volume = node->_sfVolume.getValue();
+void Node::invalidateVolume() {
+    for (Node* node = this; node != nullptr; node = node->getParent().getCPtr()) {
+        DynamicVolume& volume = node->_sfVolume.getValue();
         if (!volume.isValid() || volume.isStatic())
             return;
         const NodePtr self(node);
@@ -236,8 +215,7 @@ void Node::invalidateVolume()
     }
 }
 
-void Node::changed(const BitVector whichField, const UInt32 origin)
-{
+void Node::changed(const BitVector whichField, const UInt32 origin) {
     Inherited::changed(whichField, origin);
     if (whichField & (CoreFieldMask | ChildrenFieldMask))
         invalidateVolume();
@@ -249,8 +227,7 @@ void Node::changed(const BitVector whichField, const UInt32 origin)
     }
 }
 
-NodePtr makeNodeFor(const NodeCorePtr core)
-{
+NodePtr makeNodeFor(const NodeCorePtr core) {
     if (core == NullFC)
         return NullFC;
     const NodePtr node = Node::create();
@@ -260,11 +237,9 @@ NodePtr makeNodeFor(const NodeCorePtr core)
     return node;
 }
 
-namespace
-{
+namespace {
 
-NodePtr cloneNode(const NodePtr &source)
-{
+NodePtr cloneNode(const NodePtr& source) {
     const NodePtr node = Node::create();
     node->setTravMask(source->getTravMask());
     node->setCore(source->getCore());
@@ -273,12 +248,10 @@ NodePtr cloneNode(const NodePtr &source)
 
 } // namespace
 
-NodePtr cloneTree(const NodePtr &root)
-{
+NodePtr cloneTree(const NodePtr& root) {
     if (root == NullFC)
         return NullFC;
-    struct Frame
-    {
+    struct Frame {
         NodePtr source;
         NodePtr clone;
         UInt32 nextChild;
@@ -286,7 +259,7 @@ NodePtr cloneTree(const NodePtr &root)
     const NodePtr result = cloneNode(root);
     std::vector<Frame> stack(1, Frame{root, result, 0});
     while (!stack.empty()) {
-        Frame &frame = stack.back();
+        Frame& frame = stack.back();
         if (frame.nextChild < frame.source->getNChildren()) {
             const NodePtr child = frame.source->getChild(frame.nextChild++);
             const NodePtr clone = cloneNode(child);

@@ -12,11 +12,10 @@ using SFDynamicVolume = SField<DynamicVolume>;
 /// A place in the scene: it has one parent at most, children, and a core that says what it is.
 ///
 /// Children and core are referenced by the node. Trees may be of any depth: nothing here recurses.
-class Node : public AttachmentContainer
-{
+class Node : public AttachmentContainer {
     typedef AttachmentContainer Inherited;
 
-  public:
+public:
     typedef NodePtr Ptr;
     typedef DynamicVolume VolumeType;
     typedef MFNodePtr MFChildrenType;
@@ -39,7 +38,7 @@ class Node : public AttachmentContainer
 
     NodeCorePtr getCore() const { return _sfCore.getValue(); }
     /// Takes the new core, with a reference, and gives the old one back. Null for none.
-    void setCore(const NodeCorePtr &core);
+    void setCore(const NodeCorePtr& core);
 
     /// Null for a root.
     NodePtr getParent() const { return _sfParent.getValue(); }
@@ -48,17 +47,17 @@ class Node : public AttachmentContainer
     /// index: below getNChildren().
     NodePtr getChild(const UInt32 index) const { return _mfChildren[index]; }
     /// Index of the child, -1 when it is none.
-    Int32 findChild(const NodePtr &child) const;
+    Int32 findChild(const NodePtr& child) const;
 
     // A child that has a parent already leaves that one first. Null children are ignored. index at or above
     // getNChildren() inserts at the end, and replaces or removes nothing.
-    void addChild(const NodePtr &child);
-    void insertChild(UInt32 index, const NodePtr &child);
-    void replaceChild(UInt32 index, const NodePtr &child);
+    void addChild(const NodePtr& child);
+    void insertChild(UInt32 index, const NodePtr& child);
+    void replaceChild(UInt32 index, const NodePtr& child);
     /// False when child is none of the children or newChild is null.
-    bool replaceChildBy(const NodePtr &child, const NodePtr &newChild);
+    bool replaceChildBy(const NodePtr& child, const NodePtr& newChild);
     /// Removes the child, which is destroyed if nothing else references it. Warns when it is no child.
-    void subChild(const NodePtr &child);
+    void subChild(const NodePtr& child);
     void subChild(UInt32 index);
 
     /// One bit per kind of traversal; all ones, the default: visible in every one, 0: in none.
@@ -71,44 +70,44 @@ class Node : public AttachmentContainer
     /// From the node's inner space (that of its children) to world space: the product of the transformations of all
     /// nodes from the root to this one, itself included.
     Matrix getToWorld() const;
-    void getToWorld(Matrix &result) const;
+    void getToWorld(Matrix& result) const;
 
     /// Bounds of the node and all below it that has a non-zero traversal mask, in the parent's space; brought up to
     /// date first when update is true.
-    DynamicVolume &getVolume(bool update);
-    DynamicVolume &editVolume(const bool update) { return getVolume(update); }
-    const DynamicVolume &getVolume() const { return _sfVolume.getValue(); }
+    DynamicVolume& getVolume(bool update);
+    DynamicVolume& editVolume(const bool update) { return getVolume(update); }
+    const DynamicVolume& getVolume() const { return _sfVolume.getValue(); }
     /// The bounds in world space.
-    void getWorldVolume(DynamicVolume &result);
+    void getWorldVolume(DynamicVolume& result);
     void updateVolume();
     /// Marks the volume, and those of the nodes above, as out of date.
     void invalidateVolume();
 
-    const SFDynamicVolume *getSFVolume() const { return &_sfVolume; }
-    SFDynamicVolume *editSFVolume() { return &_sfVolume; }
-    const SFUInt32 *getSFTravMask() const { return &_sfTravMask; }
-    SFUInt32 *editSFTravMask() { return &_sfTravMask; }
-    const SFNodePtr *getSFParent() const { return &_sfParent; }
-    const SFNodeCorePtr *getSFCore() const { return &_sfCore; }
-    const MFNodePtr *getMFChildren() const { return &_mfChildren; }
-    MFNodePtr *getMFChildren() { return &_mfChildren; }
-    MFNodePtr *editMFChildren() { return &_mfChildren; }
+    const SFDynamicVolume* getSFVolume() const { return &_sfVolume; }
+    SFDynamicVolume* editSFVolume() { return &_sfVolume; }
+    const SFUInt32* getSFTravMask() const { return &_sfTravMask; }
+    SFUInt32* editSFTravMask() { return &_sfTravMask; }
+    const SFNodePtr* getSFParent() const { return &_sfParent; }
+    const SFNodeCorePtr* getSFCore() const { return &_sfCore; }
+    const MFNodePtr* getMFChildren() const { return &_mfChildren; }
+    MFNodePtr* getMFChildren() { return &_mfChildren; }
+    MFNodePtr* editMFChildren() { return &_mfChildren; }
 
     void changed(BitVector whichField, UInt32 origin) override;
 
-  protected:
+protected:
     Node();
     /// Copies attachments (shared), traversal mask and volume.
-    Node(const Node &source);
-    virtual ~Node();
+    Node(const Node& source);
+    ~Node() override;
 
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 
-    void setParent(const NodePtr &parent);
-    void takeFromParent(const NodePtr &child);
+    void setParent(const NodePtr& parent);
+    void takeFromParent(const NodePtr& child);
     void updateOwnVolume();
 
     SFDynamicVolume _sfVolume;
@@ -125,7 +124,7 @@ NodePtr makeNodeFor(NodeCorePtr core);
 
 /// A copy of the tree: new nodes with the same cores and traversal masks. Attachments are not copied. Null gives null.
 /// The result has no reference and no parent.
-NodePtr cloneTree(const NodePtr &root);
+NodePtr cloneTree(const NodePtr& root);
 
 OSG_END_NAMESPACE
 

@@ -12,18 +12,21 @@ FieldContainerType NodeCore::_type("NodeCore", "AttachmentContainer");
 
 OSG_ABSTR_FIELD_CONTAINER_DEF(NodeCore, NodeCorePtr)
 
-void NodeCore::invalidateVolume()
-{
-    for (const NodePtr &parent : _parents)
+void NodeCore::invalidateVolume() {
+    for (const NodePtr& parent : _parents)
         parent->invalidateVolume();
 }
 
-void NodeCore::accumulateMatrix(Matrix &) {}
+void NodeCore::accumulateMatrix(Matrix&) {}
 
-void NodeCore::adjustVolume(Volume &) {}
+void NodeCore::adjustVolume(Volume&) {}
 
-void NodeCore::addParent(const NodePtr &parent) { _parents.push_back(parent); }
+void NodeCore::addParent(const NodePtr& parent) {
+    _parents.push_back(parent);
+}
 
-void NodeCore::subParent(const NodePtr &parent) { detail::eraseParent(_parents, parent, _parentHint); }
+void NodeCore::subParent(const NodePtr& parent) {
+    detail::eraseParent(_parents, parent, _parentHint);
+}
 
 OSG_END_NAMESPACE

@@ -9,9 +9,8 @@ OSG_BEGIN_NAMESPACE
 class Node;
 
 /// A pointer to a node.
-class NodePtr : public FCPtr<AttachmentContainerPtr, Node>
-{
-  public:
+class NodePtr : public FCPtr<AttachmentContainerPtr, Node> {
+public:
     using ObjectType = NodePtr;
     using Inherited = AttachmentContainerPtr;
 
@@ -19,13 +18,12 @@ class NodePtr : public FCPtr<AttachmentContainerPtr, Node>
     using FCPtr::FCPtr;
 
     template <class OtherPtrT>
-    static NodePtr dcast(const OtherPtrT &other)
-    {
+    static NodePtr dcast(const OtherPtrT& other) {
         return NodePtr(FCPtr::dcast(other));
     }
 
-  private:
-    explicit NodePtr(const FCPtr &pointer) : FCPtr(pointer) {}
+private:
+    explicit NodePtr(const FCPtr& pointer) : FCPtr(pointer) {}
 };
 
 using NodeRefPtr = RefPtr<NodePtr>;

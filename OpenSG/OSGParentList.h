@@ -7,14 +7,12 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace detail
-{
+namespace detail {
 
 /// Index of parent in the list, or -1. Looks around the position hint first, in both directions: parents mostly leave
 /// in the order in which they came or in the reverse order, and a core or an attachment may have very many of them.
 template <class PtrT>
-inline Int32 findParent(const MField<PtrT> &parents, const PtrT &parent, const UInt32 hint)
-{
+inline Int32 findParent(const MField<PtrT>& parents, const PtrT& parent, const UInt32 hint) {
     const UInt32 count = parents.size();
     UInt32 above = osgMin(hint, count);
     UInt32 below = above;
@@ -29,8 +27,7 @@ inline Int32 findParent(const MField<PtrT> &parents, const PtrT &parent, const U
 
 /// Removes one entry of parent, if there is one, by putting the last entry in its place.
 template <class PtrT>
-inline void eraseParent(MField<PtrT> &parents, const PtrT &parent, UInt32 &hint)
-{
+inline void eraseParent(MField<PtrT>& parents, const PtrT& parent, UInt32& hint) {
     const Int32 index = findParent(parents, parent, hint);
     if (index < 0)
         return;

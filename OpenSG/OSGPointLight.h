@@ -12,11 +12,10 @@ typedef FCPtr<LightPtr, PointLight> PointLightPtr;
 typedef RefPtr<PointLightPtr> PointLightRefPtr;
 
 /// A light that shines from a point in all directions.
-class PointLight : public Light
-{
+class PointLight : public Light {
     typedef Light Inherited;
 
-  public:
+public:
     typedef PointLightPtr Ptr;
 
     enum { PositionFieldId = Inherited::NextFieldId, NextFieldId = PositionFieldId + 1 };
@@ -28,15 +27,15 @@ class PointLight : public Light
     OSG_SFIELD_ACCESS(Pnt3f, Position)
     void setPosition(Real32 x, Real32 y, Real32 z) { setPosition(Pnt3f(x, y, z)); }
 
-  protected:
+protected:
     PointLight() = default;
-    PointLight(const PointLight &source) : Inherited(source), _sfPosition(source._sfPosition) {}
-    virtual ~PointLight() = default;
+    PointLight(const PointLight& source) : Inherited(source), _sfPosition(source._sfPosition) {}
+    ~PointLight() override = default;
 
     SFPnt3f _sfPosition;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

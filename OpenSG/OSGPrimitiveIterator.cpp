@@ -6,8 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-void PrimitiveIterator::setGeo(const GeometryPtr &geometry)
-{
+void PrimitiveIterator::setGeo(const GeometryPtr& geometry) {
     *this = PrimitiveIterator();
     if (geometry == NullFC)
         return;
@@ -18,16 +17,14 @@ void PrimitiveIterator::setGeo(const GeometryPtr &geometry)
     setToBegin();
 }
 
-void PrimitiveIterator::setGeo(const NodePtr &node)
-{
+void PrimitiveIterator::setGeo(const NodePtr& node) {
     const GeometryPtr geometry = GeometryPtr::dcast(node != NullFC ? node->getCore() : NodeCorePtr());
     if (geometry == NullFC)
         logWarning("PrimitiveIterator: node %u has no geometry", unsigned(node.getFieldContainerId()));
     setGeo(geometry);
 }
 
-void PrimitiveIterator::setToBegin()
-{
+void PrimitiveIterator::setToBegin() {
     if (_geo == NullFC)
         return;
     _mappings = osgMax(UInt32(1), _geo->getIndexMapping().size());
@@ -44,22 +41,19 @@ void PrimitiveIterator::setToBegin()
     readPrimitive();
 }
 
-void PrimitiveIterator::setToEnd()
-{
+void PrimitiveIterator::setToEnd() {
     _primIndex = _types != NullFC ? _types->size() : 0;
     _length = 0;
     _ended = true;
 }
 
-void PrimitiveIterator::seek(const Int32 index)
-{
+void PrimitiveIterator::seek(const Int32 index) {
     setToBegin();
     while (!_ended && getIndex() < index)
         PrimitiveIterator::operator++();
 }
 
-void PrimitiveIterator::operator++()
-{
+void PrimitiveIterator::operator++() {
     if (_ended)
         return;
     _firstVertex += _length;
@@ -67,8 +61,7 @@ void PrimitiveIterator::operator++()
     readPrimitive();
 }
 
-void PrimitiveIterator::readPrimitive()
-{
+void PrimitiveIterator::readPrimitive() {
     if (_types == NullFC || _primIndex >= _types->size()) {
         setToEnd();
         return;

@@ -13,17 +13,16 @@ OSG_BEGIN_NAMESPACE
 /// functions zeros, when the geometry does not have the property, or the index lies outside of it. A primitive is cut
 /// short where the geometry's indices (or positions) end. The geometry must not change meanwhile, apart from values,
 /// and is not referenced.
-class PrimitiveIterator
-{
-  public:
+class PrimitiveIterator {
+public:
     /// At the end of nothing.
     PrimitiveIterator() = default;
     /// At the first primitive; at the end for null, or a node whose core is no geometry.
-    explicit PrimitiveIterator(const GeometryPtr &geometry) { setGeo(geometry); }
-    explicit PrimitiveIterator(const NodePtr &node) { setGeo(node); }
+    explicit PrimitiveIterator(const GeometryPtr& geometry) { setGeo(geometry); }
+    explicit PrimitiveIterator(const NodePtr& node) { setGeo(node); }
 
-    void setGeo(const GeometryPtr &geometry);
-    void setGeo(const NodePtr &node);
+    void setGeo(const GeometryPtr& geometry);
+    void setGeo(const NodePtr& node);
     void setToBegin();
     void setToEnd();
     /// Goes to the primitive of that number, or to the end.
@@ -44,22 +43,18 @@ class PrimitiveIterator
     Vec3f getNormal(Int32 which) const { return valueOf<Vec3f>(getNormalIndex(which), _geo->getNormals()); }
     Int32 getColorIndex(Int32 which) const { return indexOf(which, ColorSlot, _geo->getColors()); }
     Color3f getColor(Int32 which) const { return valueOf<Color3f>(getColorIndex(which), _geo->getColors()); }
-    Int32 getSecondaryColorIndex(Int32 which) const
-    {
+    Int32 getSecondaryColorIndex(Int32 which) const {
         return indexOf(which, SecondaryColorSlot, _geo->getSecondaryColors());
     }
-    Color3f getSecondaryColor(Int32 which) const
-    {
+    Color3f getSecondaryColor(Int32 which) const {
         return valueOf<Color3f>(getSecondaryColorIndex(which), _geo->getSecondaryColors());
     }
 
 #define OSG_TEX_COORDS_ACCESS(CHANNEL, SLOT)                                                                           \
-    Int32 getTexCoordsIndex##CHANNEL(Int32 which) const                                                                \
-    {                                                                                                                  \
+    Int32 getTexCoordsIndex##CHANNEL(Int32 which) const {                                                              \
         return indexOf(which, TexCoordsSlot + SLOT, _geo->getTexCoords##CHANNEL());                                    \
     }                                                                                                                  \
-    Vec2f getTexCoords##CHANNEL(Int32 which) const                                                                     \
-    {                                                                                                                  \
+    Vec2f getTexCoords##CHANNEL(Int32 which) const {                                                                   \
         return valueOf<Vec2f>(getTexCoordsIndex##CHANNEL(which), _geo->getTexCoords##CHANNEL());                       \
     }
 
@@ -74,26 +69,27 @@ class PrimitiveIterator
 #undef OSG_TEX_COORDS_ACCESS
 
     /// Place of the vertex' (first) index among the geometry's indices; the vertex' number without indices.
-    Int32 getIndexIndex(Int32 which) const { return Int32((_firstVertex + UInt32(which)) * _mappings); }
+    Int32 getIndexIndex(Int32 which) const {
+        return Int32((_firstVertex + UInt32(which)) * _mappings);
+    }
 
     void operator++();
 
-    bool operator==(const PrimitiveIterator &other) const
-    {
+    bool operator==(const PrimitiveIterator& other) const {
         return _geo == other._geo && _ended == other._ended && (_ended || _primIndex == other._primIndex);
     }
-    bool operator!=(const PrimitiveIterator &other) const { return !(*this == other); }
-    bool operator<(const PrimitiveIterator &other) const
-    {
+    bool operator!=(const PrimitiveIterator& other) const {
+        return !(*this == other);
+    }
+    bool operator<(const PrimitiveIterator& other) const {
         return _geo == other._geo && _primIndex < other._primIndex;
     }
 
-  private:
+private:
     enum Slot { PositionSlot, NormalSlot, ColorSlot, SecondaryColorSlot, TexCoordsSlot, SlotCount = TexCoordsSlot + 8 };
 
     template <class PropertyPtrT>
-    Int32 indexOf(const Int32 which, const Int32 slot, const PropertyPtrT &property) const
-    {
+    Int32 indexOf(const Int32 which, const Int32 slot, const PropertyPtrT& property) const {
         if (property == NullFC)
             return -1;
         const UInt32 vertex = _firstVertex + UInt32(which);
@@ -102,8 +98,7 @@ class PrimitiveIterator
         return index < property->size() ? Int32(index) : -1;
     }
     template <class ValueT, class PropertyPtrT>
-    static ValueT valueOf(const Int32 index, const PropertyPtrT &property)
-    {
+    static ValueT valueOf(const Int32 index, const PropertyPtrT& property) {
         return index >= 0 ? property->getValue(UInt32(index)) : ValueT();
     }
     void readPrimitive();

@@ -4,9 +4,8 @@
 OSG_BEGIN_NAMESPACE
 
 template <class ValueTypeT>
-inline QuaternionBase<ValueTypeT> QuaternionBase<ValueTypeT>::slerp(const QuaternionBase &rot0,
-                                                                    const QuaternionBase &rot1, const ValueTypeT t)
-{
+inline QuaternionBase<ValueTypeT> QuaternionBase<ValueTypeT>::slerp(const QuaternionBase& rot0,
+                                                                    const QuaternionBase& rot1, const ValueTypeT t) {
     // Ken Shoemake, Animating Rotation with Quaternion Curves, 1985.
     Real64 cosine = 0.0;
     for (UInt32 i = 0; i < 4; ++i)
@@ -26,8 +25,7 @@ inline QuaternionBase<ValueTypeT> QuaternionBase<ValueTypeT>::slerp(const Quater
 
 template <class ValueTypeT>
 inline void QuaternionBase<ValueTypeT>::setValueAsAxisRad(const ValueTypeT x, const ValueTypeT y, const ValueTypeT z,
-                                                          const ValueTypeT w)
-{
+                                                          const ValueTypeT w) {
     const ValueTypeT axisLength = std::sqrt(x * x + y * y + z * z);
     if (!(axisLength > ValueTypeT(Eps))) {
         setIdentity();
@@ -38,8 +36,7 @@ inline void QuaternionBase<ValueTypeT>::setValueAsAxisRad(const ValueTypeT x, co
 }
 
 template <class ValueTypeT>
-inline void QuaternionBase<ValueTypeT>::setValue(const MatrixType &matrix)
-{
+inline void QuaternionBase<ValueTypeT>::setValue(const MatrixType& matrix) {
     // Of the four components the largest is taken from the diagonal, so that no small number is divided by.
     const auto m = [&matrix](const UInt32 row, const UInt32 column) { return Real64(matrix[column][row]); };
     const Real64 squares[4] = {1.0 + m(0, 0) - m(1, 1) - m(2, 2), 1.0 - m(0, 0) + m(1, 1) - m(2, 2),
@@ -66,8 +63,7 @@ inline void QuaternionBase<ValueTypeT>::setValue(const MatrixType &matrix)
 }
 
 template <class ValueTypeT>
-inline void QuaternionBase<ValueTypeT>::setValue(const VectorType &rotateFrom, const VectorType &rotateTo)
-{
+inline void QuaternionBase<ValueTypeT>::setValue(const VectorType& rotateFrom, const VectorType& rotateTo) {
     VectorType from = rotateFrom;
     VectorType to = rotateTo;
     from.normalize();
@@ -90,8 +86,8 @@ inline void QuaternionBase<ValueTypeT>::setValue(const VectorType &rotateFrom, c
 }
 
 template <class ValueTypeT>
-inline void QuaternionBase<ValueTypeT>::setValue(const ValueTypeT alpha, const ValueTypeT beta, const ValueTypeT gamma)
-{
+inline void QuaternionBase<ValueTypeT>::setValue(const ValueTypeT alpha, const ValueTypeT beta,
+                                                 const ValueTypeT gamma) {
     QuaternionBase aroundX, aroundY;
     aroundX.setValueAsAxisRad(1, 0, 0, alpha);
     aroundY.setValueAsAxisRad(0, 1, 0, beta);
@@ -101,9 +97,8 @@ inline void QuaternionBase<ValueTypeT>::setValue(const ValueTypeT alpha, const V
 }
 
 template <class ValueTypeT>
-inline void QuaternionBase<ValueTypeT>::getValueAsAxisRad(ValueTypeT &x, ValueTypeT &y, ValueTypeT &z,
-                                                          ValueTypeT &w) const
-{
+inline void QuaternionBase<ValueTypeT>::getValueAsAxisRad(ValueTypeT& x, ValueTypeT& y, ValueTypeT& z,
+                                                          ValueTypeT& w) const {
     VectorType axis(_quat[0], _quat[1], _quat[2]);
     const ValueTypeT len = axis.length();
     if (len > ValueTypeT(Eps)) {
@@ -119,8 +114,7 @@ inline void QuaternionBase<ValueTypeT>::getValueAsAxisRad(ValueTypeT &x, ValueTy
 }
 
 template <class ValueTypeT>
-inline void QuaternionBase<ValueTypeT>::getValuesOnly(MatrixType &matrix) const
-{
+inline void QuaternionBase<ValueTypeT>::getValuesOnly(MatrixType& matrix) const {
     const ValueTypeT x = _quat[0], y = _quat[1], z = _quat[2], w = _quat[3];
     matrix[0][0] = 1 - 2 * (y * y + z * z);
     matrix[0][1] = 2 * (x * y + z * w);
@@ -134,34 +128,30 @@ inline void QuaternionBase<ValueTypeT>::getValuesOnly(MatrixType &matrix) const
 }
 
 template <class ValueTypeT>
-inline void QuaternionBase<ValueTypeT>::normalize()
-{
+inline void QuaternionBase<ValueTypeT>::normalize() {
     const ValueTypeT len = length();
     if (!(len > ValueTypeT(0))) {
         setIdentity();
         return;
     }
-    for (ValueTypeT &value : _quat)
+    for (ValueTypeT& value : _quat)
         value /= len;
 }
 
 template <class ValueTypeT>
-inline void QuaternionBase<ValueTypeT>::mult(const QuaternionBase &other)
-{
-    const ValueTypeT *a = _quat;
-    const ValueTypeT *b = other._quat;
+inline void QuaternionBase<ValueTypeT>::mult(const QuaternionBase& other) {
+    const ValueTypeT* a = _quat;
+    const ValueTypeT* b = other._quat;
     QuaternionBase result;
-    result.setValueAsQuat(a[3] * b[0] + a[0] * b[3] + a[1] * b[2] - a[2] * b[1],
-                          a[3] * b[1] - a[0] * b[2] + a[1] * b[3] + a[2] * b[0],
-                          a[3] * b[2] + a[0] * b[1] - a[1] * b[0] + a[2] * b[3],
-                          a[3] * b[3] - a[0] * b[0] - a[1] * b[1] - a[2] * b[2]);
+    result.setValueAsQuat(
+        a[3] * b[0] + a[0] * b[3] + a[1] * b[2] - a[2] * b[1], a[3] * b[1] - a[0] * b[2] + a[1] * b[3] + a[2] * b[0],
+        a[3] * b[2] + a[0] * b[1] - a[1] * b[0] + a[2] * b[3], a[3] * b[3] - a[0] * b[0] - a[1] * b[1] - a[2] * b[2]);
     result.normalize();
     *this = result;
 }
 
 template <class ValueTypeT>
-inline bool QuaternionBase<ValueTypeT>::equals(const QuaternionBase &rot, const ValueTypeT tolerance) const
-{
+inline bool QuaternionBase<ValueTypeT>::equals(const QuaternionBase& rot, const ValueTypeT tolerance) const {
     for (UInt32 i = 0; i < 4; ++i)
         if (!(_quat[i] - rot._quat[i] <= tolerance && rot._quat[i] - _quat[i] <= tolerance))
             return false;

@@ -2,8 +2,8 @@
 #ifndef OSGSFBASETYPES_H
 #define OSGSFBASETYPES_H
 
-#include "OSGSField.h"
 #include "OSGColor.h"
+#include "OSGSField.h"
 #include "OSGSFSysTypes.h"
 #include <string>
 

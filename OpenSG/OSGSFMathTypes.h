@@ -2,9 +2,9 @@
 #ifndef OSGSFMATHTYPES_H
 #define OSGSFMATHTYPES_H
 
-#include "OSGSField.h"
 #include "OSGMatrix.h"
 #include "OSGQuaternion.h"
+#include "OSGSField.h"
 
 OSG_BEGIN_NAMESPACE
 

@@ -9,24 +9,23 @@ OSG_BEGIN_NAMESPACE
 /// A container's field of one value. Changing the value announces nothing: the editor of the container does
 /// (beginEditCP/endEditCP). A pointer in a field holds no reference by itself.
 template <class FieldTypeT, Int32 fieldNameSpace = 0>
-class SField
-{
-  public:
+class SField {
+public:
     using StoredType = FieldTypeT;
-    using reference = FieldTypeT &;
-    using const_reference = const FieldTypeT &;
+    using reference = FieldTypeT&;
+    using const_reference = const FieldTypeT&;
 
     SField() : _value() {}
-    explicit SField(const FieldTypeT &value) : _value(value) {}
+    explicit SField(const FieldTypeT& value) : _value(value) {}
 
-    FieldTypeT &getValue() { return _value; }
-    const FieldTypeT &getValue() const { return _value; }
-    void setValue(const FieldTypeT &value) { _value = value; }
+    FieldTypeT& getValue() { return _value; }
+    const FieldTypeT& getValue() const { return _value; }
+    void setValue(const FieldTypeT& value) { _value = value; }
 
     UInt32 getSize() const { return 1; }
     bool isEmpty() const { return false; }
 
-  private:
+private:
     FieldTypeT _value;
 };
 

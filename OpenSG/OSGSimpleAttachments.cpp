@@ -8,26 +8,22 @@ OSG_BEGIN_NAMESPACE
 
 template class SimpleAttachment<NameAttachmentDesc>;
 
-namespace
-{
+namespace {
 
-NamePtr findName(const AttachmentContainerPtr &container)
-{
+NamePtr findName(const AttachmentContainerPtr& container) {
     return NamePtr::dcast(container->findAttachment(Name::getClassType()));
 }
 
 } // namespace
 
-const Char8 *getName(const AttachmentContainerPtr container)
-{
+const Char8* getName(const AttachmentContainerPtr container) {
     if (container == NullFC)
-        return NULL;
+        return nullptr;
     const NamePtr name = findName(container);
-    return name != NullFC ? name->getField().getValue().c_str() : NULL;
+    return name != NullFC ? name->getField().getValue().c_str() : nullptr;
 }
 
-void setName(const AttachmentContainerPtr container, const std::string &text)
-{
+void setName(const AttachmentContainerPtr container, const std::string& text) {
     if (container == NullFC) {
         logWarning("setName: there is no container to name \"%s\"", text.c_str());
         return;
@@ -44,9 +40,8 @@ void setName(const AttachmentContainerPtr container, const std::string &text)
     endEditCP(name, Name::SimpleFieldMask);
 }
 
-void setName(const AttachmentContainerPtr container, const Char8 *name)
-{
-    if (name != NULL) {
+void setName(const AttachmentContainerPtr container, const Char8* name) {
+    if (name != nullptr) {
         setName(container, std::string(name));
     } else if (container != NullFC) {
         beginEditCP(container, AttachmentContainer::AttachmentsFieldMask);

@@ -10,13 +10,12 @@
 
 OSG_BEGIN_NAMESPACE
 
-struct NameAttachmentDesc
-{
+struct NameAttachmentDesc {
     typedef SFString FieldTypeT;
 
-    static const Char8 *getTypeName() { return "Name"; }
-    static const Char8 *getParentTypeName() { return "Attachment"; }
-    static const Char8 *getGroupName() { return "name"; }
+    static const Char8* getTypeName() { return "Name"; }
+    static const Char8* getParentTypeName() { return "Attachment"; }
+    static const Char8* getGroupName() { return "name"; }
 };
 
 /// The attachment that holds a container's name.
@@ -25,11 +24,11 @@ typedef FCPtr<AttachmentPtr, Name> NamePtr;
 
 extern template class SimpleAttachment<NameAttachmentDesc>;
 
-/// The container's name; NULL when it has none or is null. The text lives until the name is changed.
-const Char8 *getName(AttachmentContainerPtr container);
-/// Names the container. A NULL name takes the name away. A null container is ignored with a warning.
-void setName(AttachmentContainerPtr container, const std::string &name);
-void setName(AttachmentContainerPtr container, const Char8 *name);
+/// The container's name; nullptr when it has none or is null. The text lives until the name is changed.
+const Char8* getName(AttachmentContainerPtr container);
+/// Names the container. A nullptr name takes the name away. A null container is ignored with a warning.
+void setName(AttachmentContainerPtr container, const std::string& name);
+void setName(AttachmentContainerPtr container, const Char8* name);
 
 OSG_END_NAMESPACE
 

@@ -14,11 +14,10 @@ typedef RefPtr<SimpleMaterialPtr> SimpleMaterialRefPtr;
 using SFGLenum = SField<GLenum>;
 
 /// The classic OpenGL material.
-class SimpleMaterial : public ChunkMaterial
-{
+class SimpleMaterial : public ChunkMaterial {
     typedef ChunkMaterial Inherited;
 
-  public:
+public:
     typedef SimpleMaterialPtr Ptr;
 
     enum {
@@ -60,10 +59,10 @@ class SimpleMaterial : public ChunkMaterial
     /// By the transparency mode, with automatic detection by the transparency.
     bool isTransparent() const override;
 
-  protected:
+protected:
     SimpleMaterial();
-    SimpleMaterial(const SimpleMaterial &source);
-    virtual ~SimpleMaterial() = default;
+    SimpleMaterial(const SimpleMaterial& source);
+    ~SimpleMaterial() override = default;
 
     SFColor3f _sfAmbient;
     SFColor3f _sfDiffuse;
@@ -75,7 +74,7 @@ class SimpleMaterial : public ChunkMaterial
     SFGLenum _sfColorMaterial;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

@@ -11,11 +11,10 @@ typedef FCPtr<PointLightPtr, SpotLight> SpotLightPtr;
 typedef RefPtr<SpotLightPtr> SpotLightRefPtr;
 
 /// A point light that shines into a cone.
-class SpotLight : public PointLight
-{
+class SpotLight : public PointLight {
     typedef PointLight Inherited;
 
-  public:
+public:
     typedef SpotLightPtr Ptr;
 
     enum {
@@ -40,21 +39,19 @@ class SpotLight : public PointLight
     void setSpotCutOffDeg(Real32 degrees) { setSpotCutOff(osgdegree2rad(degrees)); }
     Real32 getSpotCutOffDeg() const { return osgrad2degree(getSpotCutOff()); }
 
-  protected:
+protected:
     SpotLight() : _sfDirection(Vec3f(0, 0, 1)) {}
-    SpotLight(const SpotLight &source)
+    SpotLight(const SpotLight& source)
         : Inherited(source), _sfDirection(source._sfDirection), _sfSpotExponent(source._sfSpotExponent),
-          _sfSpotCutOff(source._sfSpotCutOff)
-    {
-    }
-    virtual ~SpotLight() = default;
+          _sfSpotCutOff(source._sfSpotCutOff) {}
+    ~SpotLight() override = default;
 
     SFVec3f _sfDirection;
     SFReal32 _sfSpotExponent;
     SFReal32 _sfSpotCutOff;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

@@ -5,7 +5,7 @@ OSG_BEGIN_NAMESPACE
 
 OSG_FIELD_MASK_DEF(Switch, ChoiceField)
 
-FieldContainerType Switch::_type("Switch", "Group", NULL,
+FieldContainerType Switch::_type("Switch", "Group", nullptr,
                                  []() -> FieldContainerPtr { return Switch::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(Switch, SwitchPtr)

@@ -12,11 +12,10 @@ typedef FCPtr<GroupPtr, Switch> SwitchPtr;
 typedef RefPtr<SwitchPtr> SwitchRefPtr;
 
 /// The core of nodes that show one of their children, all or none.
-class Switch : public Group
-{
+class Switch : public Group {
     typedef Group Inherited;
 
-  public:
+public:
     typedef SwitchPtr Ptr;
 
     enum { ALL = -2, NONE = -1 };
@@ -29,15 +28,15 @@ class Switch : public Group
     /// Index of the child shown, ALL or NONE; other values show nothing. NONE in a new switch.
     OSG_SFIELD_ACCESS(Int32, Choice)
 
-  protected:
+protected:
     Switch() : _sfChoice(NONE) {}
-    Switch(const Switch &source) : Inherited(source), _sfChoice(source._sfChoice) {}
-    virtual ~Switch() = default;
+    Switch(const Switch& source) : Inherited(source), _sfChoice(source._sfChoice) {}
+    ~Switch() override = default;
 
     SFInt32 _sfChoice;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

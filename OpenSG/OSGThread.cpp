@@ -7,30 +7,26 @@
 
 OSG_BEGIN_NAMESPACE
 
-namespace
-{
+namespace {
 
 // Containers can be destroyed after the thread's own objects are, by static destructors for instance. The pointer has
 // no destructor and can be asked even then.
-thread_local ChangeList *currentList = NULL;
+thread_local ChangeList* currentList = nullptr;
 thread_local bool threadIsEnding = false;
 
-struct ListOwner
-{
+struct ListOwner {
     std::unique_ptr<ChangeList> list = std::make_unique<ChangeList>();
 
-    ~ListOwner()
-    {
-        currentList = NULL;
+    ~ListOwner() {
+        currentList = nullptr;
         threadIsEnding = true;
     }
 };
 
 } // namespace
 
-ChangeList *Thread::getCurrentChangeList()
-{
-    if (currentList == NULL && !threadIsEnding) {
+ChangeList* Thread::getCurrentChangeList() {
+    if (currentList == nullptr && !threadIsEnding) {
         static thread_local ListOwner owner;
         currentList = owner.list.get();
     }

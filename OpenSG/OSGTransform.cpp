@@ -5,20 +5,23 @@ OSG_BEGIN_NAMESPACE
 
 OSG_FIELD_MASK_DEF(Transform, MatrixField)
 
-FieldContainerType Transform::_type("Transform", "Group", NULL,
+FieldContainerType Transform::_type("Transform", "Group", nullptr,
                                     []() -> FieldContainerPtr { return Transform::createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(Transform, TransformPtr)
 
-void Transform::changed(const BitVector whichField, const UInt32 origin)
-{
+void Transform::changed(const BitVector whichField, const UInt32 origin) {
     if (whichField & MatrixFieldMask)
         invalidateVolume();
     Inherited::changed(whichField, origin);
 }
 
-void Transform::accumulateMatrix(Matrix &result) { result.mult(getMatrix()); }
+void Transform::accumulateMatrix(Matrix& result) {
+    result.mult(getMatrix());
+}
 
-void Transform::adjustVolume(Volume &volume) { volume.transform(getMatrix()); }
+void Transform::adjustVolume(Volume& volume) {
+    volume.transform(getMatrix());
+}
 
 OSG_END_NAMESPACE

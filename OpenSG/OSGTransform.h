@@ -12,11 +12,10 @@ typedef FCPtr<GroupPtr, Transform> TransformPtr;
 typedef RefPtr<TransformPtr> TransformRefPtr;
 
 /// The core of nodes that place their children: their space times the matrix is the space around the node.
-class Transform : public Group
-{
+class Transform : public Group {
     typedef Group Inherited;
 
-  public:
+public:
     typedef TransformPtr Ptr;
 
     enum { MatrixFieldId = Inherited::NextFieldId, NextFieldId = MatrixFieldId + 1 };
@@ -28,19 +27,19 @@ class Transform : public Group
     OSG_SFIELD_ACCESS(Matrix, Matrix)
 
     void changed(BitVector whichField, UInt32 origin) override;
-    void accumulateMatrix(Matrix &result) override;
+    void accumulateMatrix(Matrix& result) override;
 
-  protected:
+protected:
     Transform() = default;
-    Transform(const Transform &source) : Inherited(source), _sfMatrix(source._sfMatrix) {}
-    virtual ~Transform() = default;
+    Transform(const Transform& source) : Inherited(source), _sfMatrix(source._sfMatrix) {}
+    ~Transform() override = default;
 
-    void adjustVolume(Volume &volume) override;
+    void adjustVolume(Volume& volume) override;
 
     SFMatrix _sfMatrix;
     static FieldContainerType _type;
 
-  private:
+private:
     friend class FieldContainer;
 };
 

@@ -3,30 +3,26 @@
 
 OSG_BEGIN_NAMESPACE
 
-void TriangleIterator::startTriangles()
-{
+void TriangleIterator::startTriangles() {
     _triIndex = 0;
     _next = 0;
     findTriangle();
 }
 
-void TriangleIterator::seek(const Int32 index)
-{
+void TriangleIterator::seek(const Int32 index) {
     setToBegin();
     while (!isAtEnd() && getIndex() < index)
         ++*this;
 }
 
-void TriangleIterator::operator++()
-{
+void TriangleIterator::operator++() {
     if (isAtEnd())
         return;
     ++_triIndex;
     findTriangle();
 }
 
-void TriangleIterator::findTriangle()
-{
+void TriangleIterator::findTriangle() {
     while (!isAtEnd()) {
         while (readTriangle()) {
             const bool strip = getType() == GL_TRIANGLE_STRIP || getType() == GL_QUAD_STRIP;
@@ -42,8 +38,7 @@ void TriangleIterator::findTriangle()
 }
 
 // Sets the corners to triangle _next of the primitive and counts on; false when the primitive has no such triangle.
-bool TriangleIterator::readTriangle()
-{
+bool TriangleIterator::readTriangle() {
     const Int32 n = Int32(_next);
     const Int32 length = Int32(getLength());
     const auto set = [this](const Int32 a, const Int32 b, const Int32 c) {

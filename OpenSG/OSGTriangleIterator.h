@@ -11,27 +11,23 @@ OSG_BEGIN_NAMESPACE
 /// are the triangles of strips that have an index twice, which only connect parts of the strip.
 ///
 /// "which" is a corner, 0 to 2; see PrimitiveIterator for the rest. getType() and getLength() are the primitive's.
-class TriangleIterator : public PrimitiveIterator
-{
+class TriangleIterator : public PrimitiveIterator {
     typedef PrimitiveIterator Inherited;
 
-  public:
+public:
     TriangleIterator() = default;
-    explicit TriangleIterator(const GeometryPtr &geometry) { setGeo(geometry); }
-    explicit TriangleIterator(const NodePtr &node) { setGeo(node); }
+    explicit TriangleIterator(const GeometryPtr& geometry) { setGeo(geometry); }
+    explicit TriangleIterator(const NodePtr& node) { setGeo(node); }
 
-    void setGeo(const GeometryPtr &geometry)
-    {
+    void setGeo(const GeometryPtr& geometry) {
         Inherited::setGeo(geometry);
         startTriangles();
     }
-    void setGeo(const NodePtr &node)
-    {
+    void setGeo(const NodePtr& node) {
         Inherited::setGeo(node);
         startTriangles();
     }
-    void setToBegin()
-    {
+    void setToBegin() {
         Inherited::setToBegin();
         startTriangles();
     }
@@ -53,11 +49,12 @@ class TriangleIterator : public PrimitiveIterator
     Color3f getSecondaryColor(Int32 which) const { return Inherited::getSecondaryColor(_corner[which]); }
 
 #define OSG_TEX_COORDS_ACCESS(CHANNEL)                                                                                 \
-    Int32 getTexCoordsIndex##CHANNEL(Int32 which) const                                                                \
-    {                                                                                                                  \
+    Int32 getTexCoordsIndex##CHANNEL(Int32 which) const {                                                              \
         return Inherited::getTexCoordsIndex##CHANNEL(_corner[which]);                                                  \
     }                                                                                                                  \
-    Vec2f getTexCoords##CHANNEL(Int32 which) const { return Inherited::getTexCoords##CHANNEL(_corner[which]); }
+    Vec2f getTexCoords##CHANNEL(Int32 which) const {                                                                   \
+        return Inherited::getTexCoords##CHANNEL(_corner[which]);                                                       \
+    }
 
     OSG_TEX_COORDS_ACCESS()
     OSG_TEX_COORDS_ACCESS(1)
@@ -69,21 +66,23 @@ class TriangleIterator : public PrimitiveIterator
     OSG_TEX_COORDS_ACCESS(7)
 #undef OSG_TEX_COORDS_ACCESS
 
-    Int32 getIndexIndex(Int32 which) const { return Inherited::getIndexIndex(_corner[which]); }
+    Int32 getIndexIndex(Int32 which) const {
+        return Inherited::getIndexIndex(_corner[which]);
+    }
 
     void operator++();
 
-    bool operator==(const TriangleIterator &other) const
-    {
+    bool operator==(const TriangleIterator& other) const {
         return Inherited::operator==(other) && (isAtEnd() || _next == other._next);
     }
-    bool operator!=(const TriangleIterator &other) const { return !(*this == other); }
-    bool operator<(const TriangleIterator &other) const
-    {
+    bool operator!=(const TriangleIterator& other) const {
+        return !(*this == other);
+    }
+    bool operator<(const TriangleIterator& other) const {
         return Inherited::operator<(other) || (Inherited::operator==(other) && !isAtEnd() && _next < other._next);
     }
 
-  private:
+private:
     void startTriangles();
     void findTriangle();
     bool readTriangle();

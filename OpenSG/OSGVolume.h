@@ -11,20 +11,17 @@ OSG_BEGIN_NAMESPACE
 ///
 /// valid: it is up to date. empty: it contains no point. static: it is not recalculated. infinite: it contains all
 /// points. A new volume is valid and empty.
-class Volume
-{
-  public:
+class Volume {
+public:
     virtual ~Volume() = default;
 
     /// A static volume keeps its validity.
-    void setValid(const bool value = true)
-    {
+    void setValid(const bool value = true) {
         if (!isStatic())
             setFlag(ValidFlag, value);
     }
     bool isValid() const { return (_state & ValidFlag) != 0; }
-    void setEmpty(const bool value = true)
-    {
+    void setEmpty(const bool value = true) {
         setFlag(EmptyFlag, value);
         if (value) {
             setFlag(ValidFlag, true);
@@ -34,8 +31,7 @@ class Volume
     bool isEmpty() const { return (_state & EmptyFlag) != 0; }
     void setStatic(const bool value = true) { setFlag(StaticFlag, value); }
     bool isStatic() const { return (_state & StaticFlag) != 0; }
-    void setInfinite(const bool value = true)
-    {
+    void setInfinite(const bool value = true) {
         setFlag(InfiniteFlag, value);
         if (value) {
             setFlag(ValidFlag, true);
@@ -48,34 +44,34 @@ class Volume
     UInt16 getState() const { return _state; }
     void setState(const UInt16 state) { _state = state; }
 
-    virtual void getCenter(Pnt3f &center) const = 0;
+    virtual void getCenter(Pnt3f& center) const = 0;
     /// Its size in cubic units; 0 when empty.
     virtual Real32 getScalarVolume() const = 0;
     /// Corners of the axis-aligned box around it.
-    virtual void getBounds(Pnt3f &min, Pnt3f &max) const = 0;
+    virtual void getBounds(Pnt3f& min, Pnt3f& max) const = 0;
 
     /// Grow to contain the argument, too.
-    virtual void extendBy(const Pnt3f &pt) = 0;
-    virtual void extendBy(const Volume &volume) = 0;
+    virtual void extendBy(const Pnt3f& pt) = 0;
+    virtual void extendBy(const Volume& volume) = 0;
 
     /// True when there is a common point.
-    virtual bool intersect(const Pnt3f &point) const = 0;
-    virtual bool intersect(const Line &line) const = 0;
+    virtual bool intersect(const Pnt3f& point) const = 0;
+    virtual bool intersect(const Line& line) const = 0;
     /// enter and exit: distances along the line; set when the result is true. enter is 0 when the line starts inside.
-    virtual bool intersect(const Line &line, Real32 &enter, Real32 &exit) const = 0;
-    virtual bool intersect(const Volume &volume) const = 0;
+    virtual bool intersect(const Line& line, Real32& enter, Real32& exit) const = 0;
+    virtual bool intersect(const Volume& volume) const = 0;
     /// Within Eps.
-    virtual bool isOnSurface(const Pnt3f &point) const = 0;
+    virtual bool isOnSurface(const Pnt3f& point) const = 0;
 
     /// Becomes a volume around its own image under the matrix.
-    virtual void transform(const Matrix &matrix) = 0;
+    virtual void transform(const Matrix& matrix) = 0;
 
-  protected:
+protected:
     Volume() = default;
-    Volume(const Volume &) = default;
-    Volume &operator=(const Volume &) = default;
+    Volume(const Volume&) = default;
+    Volume& operator=(const Volume&) = default;
 
-  private:
+private:
     enum Flag : UInt16 { ValidFlag = 1, EmptyFlag = 2, StaticFlag = 4, InfiniteFlag = 8 };
 
     void setFlag(const Flag flag, const bool value) { _state = UInt16(value ? _state | flag : _state & ~flag); }

@@ -9,7 +9,7 @@ using Vector = ktPreviewCamera::Vector;
 
 namespace {
 
-constexpr double margin = 0.06;            // share of the half image that stays empty at each side
+constexpr double margin = 0.06;             // share of the half image that stays empty at each side
 constexpr double tanHalfFieldOfView = 0.24; // a long lens: parallel edges of a part look parallel
 constexpr int centeringRounds = 4;
 
@@ -31,7 +31,7 @@ Vector normalized(const Vector& a) {
 }
 
 /// Calls visit(position) for each vertex that a triangle uses and the camera cares about.
-template<typename Visit>
+template <typename Visit>
 void forEachVertex(const ktPreviewScene& scene, bool framedOnly, Visit visit) {
     for (const ktPreviewMesh& mesh : scene.meshes)
         if (mesh.isFramed || !framedOnly)

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktParallel.h" // before Qt, whose macro `emit` is a name inside TBB
+
 #include "ktPreviewRenderer.h"
 
-#include "ktThreadCount.h"
+#include "ktEventPump.h"
 #include "ktTracer.h"
+#include "ktWorkers.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <limits>
-#include <system_error>
-#include <thread>
 
 namespace {
 
@@ -38,9 +38,10 @@ struct Layer {
 
 class Renderer {
 public:
-    Renderer(const ktPreviewScene& scene, const ktPreviewCamera& camera, const ktTracer& tracer, QImage& image, float exposure)
-        : scene(scene), camera(camera), tracer(tracer), image(image), bits(image.bits()), bytesPerLine(image.bytesPerLine()),
-          exposure(exposure) {}
+    Renderer(const ktPreviewScene& scene, const ktPreviewCamera& camera, const ktTracer& tracer, QImage& image,
+             float exposure)
+        : scene(scene), camera(camera), tracer(tracer), image(image), bits(image.bits()),
+          bytesPerLine(image.bytesPerLine()), exposure(exposure) {}
 
     void renderRow(int row) const {
         auto* pixels = reinterpret_cast<QRgb*>(bits + static_cast<std::ptrdiff_t>(row) * bytesPerLine);
@@ -100,7 +101,8 @@ private:
                     sum[i] += through[lane] * seen.alpha * seen.color[i];
                 through[lane] *= 1 - seen.alpha;
                 // The next layer lies beyond this hit.
-                rays.minDistance[lane] = std::nextafter(hits.distance[lane] * 1.000001f, std::numeric_limits<float>::max());
+                rays.minDistance[lane] =
+                    std::nextafter(hits.distance[lane] * 1.000001f, std::numeric_limits<float>::max());
                 if (through[lane] < 1e-3f)
                     rays.active &= ~bit;
             }
@@ -150,30 +152,10 @@ private:
     }
 };
 
-/// Runs work(row) for each row, on as many threads as the host uses.
-template<typename Work>
-void forEachRow(int rows, Work work) {
-    std::atomic<int> next = 0;
-    const auto run = [&] {
-        for (int row = next++; row < rows; row = next++)
-            work(row);
-    };
-    std::vector<std::thread> threads;
-    try {
-        for (unsigned int i = 1; i < ktThreadCount::get(); ++i)
-            threads.emplace_back(run);
-    } catch (const std::system_error&) {
-        // The system gives no more threads: those there are do the work.
-    }
-    run();
-    for (std::thread& thread : threads)
-        thread.join();
-}
-
 } // namespace
 
-QImage renderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width, int height,
-                     float exposure) {
+QImage renderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
+                     int height, float exposure) {
     // The tracer may read four bytes behind the last position: one more vertex that no triangle uses.
     std::vector<std::vector<std::array<float, 3>>> positions;
     std::vector<ktTracerMesh> meshes;
@@ -187,13 +169,23 @@ QImage renderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera,
         traced.triangleCount = static_cast<std::uint32_t>(mesh.indices.size() / 3);
         meshes.push_back(traced);
     }
-    if (!tracer.build(meshes, {}))
-        return {};
     QImage image(width, height, QImage::Format_RGB32);
     if (image.isNull())
         throw std::bad_alloc();
     const Renderer renderer(scene, camera, tracer, image, exposure);
-    forEachRow(height, [&](int row) { renderer.renderRow(row); });
-    tracer.build({}, {});
-    return image;
+    bool isDrawn = false;
+    ktEventPump pump;
+    ktWorkers::run(
+        [&] {
+            if (!tracer.build(meshes, {}))
+                return;
+            ktParallel::forRange(static_cast<size_t>(height), 1, [&](size_t begin, size_t end) {
+                for (size_t row = begin; row < end; ++row)
+                    renderer.renderRow(static_cast<int>(row));
+            });
+            tracer.build({}, {});
+            isDrawn = true;
+        },
+        pump);
+    return isDrawn ? image : QImage();
 }

@@ -63,8 +63,10 @@ TEST(House, GivenBadFileOnDisk_NamesFileAndLine) {
 
 TEST(HouseIncludes, GivenArrowAgainstTheOrder_IsABreach) {
     EXPECT_THAT(includeBreaches("OpenSG/OSGBad.cpp", "#include \"ktLog.h\""), ElementsAre(HasSubstr("does not see")));
-    EXPECT_THAT(includeBreaches("Host/Include/ktBad.h", "#include \"ktUndo.h\""), ElementsAre(HasSubstr("does not see")));
-    EXPECT_THAT(includeBreaches("Host/Core/ktBad.cpp", "#include \"ktPlugin.h\""), ElementsAre(HasSubstr("does not see")));
+    EXPECT_THAT(includeBreaches("Host/Include/ktBad.h", "#include \"ktUndo.h\""),
+                ElementsAre(HasSubstr("does not see")));
+    EXPECT_THAT(includeBreaches("Host/Core/ktBad.cpp", "#include \"ktPlugin.h\""),
+                ElementsAre(HasSubstr("does not see")));
     EXPECT_THAT(includeBreaches("AmbientOcclusion/ktBad.cpp", "#include \"ktUndo.h\""),
                 ElementsAre(HasSubstr("does not see")));
 }
@@ -78,7 +80,8 @@ TEST(HouseIncludes, GivenArrowAlongTheOrder_IsNoBreach) {
 TEST(HouseIncludes, GivenLibraryOutsideItsFolder_IsABreach) {
     for (const char* header : {"embree3/rtcore.h", "tbb/parallel_for.h", "nlohmann/json.hpp", "assimp/scene.h",
                                "boost/python.hpp", "Python.h", "QWidget", "QtWidgets/QLabel"})
-        EXPECT_THAT(includeBreaches("Host/Core/ktBad.cpp", "#include <" + std::string(header) + ">"), testing::SizeIs(1))
+        EXPECT_THAT(includeBreaches("Host/Core/ktBad.cpp", "#include <" + std::string(header) + ">"),
+                    testing::SizeIs(1))
             << header;
 }
 
@@ -87,7 +90,8 @@ TEST(HouseIncludes, GivenLibraryInItsFolder_IsNoBreach) {
     EXPECT_THAT(includeBreaches("Host/Raytracing/Hemisphere/ktGood.cpp", "#include <tbb/tbb.h>"), IsEmpty());
     EXPECT_THAT(includeBreaches("Host/Files/ktGood.cpp", "#include <nlohmann/json.hpp>"), IsEmpty());
     EXPECT_THAT(includeBreaches("Host/Core/ktGood.cpp", "#include <QUndoStack>"), IsEmpty());
-    EXPECT_THAT(includeBreaches("AmbientOcclusion/ktAmbientOcclusionPython.cpp", "#include <boost/python.hpp>"), IsEmpty());
+    EXPECT_THAT(includeBreaches("AmbientOcclusion/ktAmbientOcclusionPython.cpp", "#include <boost/python.hpp>"),
+                IsEmpty());
 }
 
 TEST(HouseIncludes, GivenPathInQuotes_IsABreach) {
@@ -97,9 +101,10 @@ TEST(HouseIncludes, GivenPathInQuotes_IsABreach) {
 
 TEST(HouseText, GivenForbiddenWord_IsABreach) {
     // Taken apart, as in the rules themselves.
-    for (const std::string& line : {std::string("see spec") + ".md", std::string("as Part") + " 2.1 says",
-                                   std::string("open(\"/") + "work/x\")", std::string("// TO") + "DO: later",
-                                   std::string("GTEST_") + "SKIP();", std::string("http://mirror.example/") + "debian"})
+    for (const std::string& line :
+         {std::string("see spec") + ".md", std::string("as Part") + " 2.1 says", std::string("open(\"/") + "work/x\")",
+          std::string("// TO") + "DO: later", std::string("GTEST_") + "SKIP();",
+          std::string("http://mirror.example/") + "debian"})
         EXPECT_THAT(textBreaches("Host/Core/ktBad.cpp", line), testing::SizeIs(1)) << line;
 }
 

@@ -43,7 +43,8 @@ const std::vector<Library> libraries = {
     {"TBB", std::regex("(oneapi/)?tbb/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
     {"nlohmann-json", std::regex("nlohmann/.*"), {"Host/Files/", "Tests/", "Benchmarks/"}},
     {"Assimp", std::regex("assimp/.*"), {"Host/Files/", "Tests/", "Benchmarks/"}},
-    {"Python", std::regex("(boost/python.*|Python\\.h)"),
+    {"Python",
+     std::regex("(boost/python.*|Python\\.h)"),
      {"AmbientOcclusion/ktAmbientOcclusionPython", "Host/Scripting/", "Tests/"}},
 };
 
@@ -66,7 +67,8 @@ std::vector<std::string> findIncludeBreaches(const std::vector<ktHouseFile>& hou
     for (const ktHouseFile& file : house) {
         if (!file.endsIn({".h", ".cpp"}))
             continue;
-        const auto arrow = std::find_if(arrows.begin(), arrows.end(), [&](const Arrow& a) { return file.isBelow(a.from); });
+        const auto arrow =
+            std::find_if(arrows.begin(), arrows.end(), [&](const Arrow& a) { return file.isBelow(a.from); });
         for (size_t number = 0; number < file.lines.size(); ++number) {
             std::smatch match;
             if (!std::regex_search(file.lines[number], match, include))
@@ -90,10 +92,11 @@ std::vector<std::string> findIncludeBreaches(const std::vector<ktHouseFile>& hou
             const auto owner = owners.find(fs::path(header).filename().string());
             if (arrow == arrows.end() || owner == owners.end())
                 continue;
-            const bool isAllowed = std::any_of(owner->second.begin(), owner->second.end(), [&](const std::string& path) {
-                return std::any_of(arrow->to.begin(), arrow->to.end(),
-                                   [&](const std::string& folder) { return path.rfind(folder, 0) == 0; });
-            });
+            const bool isAllowed =
+                std::any_of(owner->second.begin(), owner->second.end(), [&](const std::string& path) {
+                    return std::any_of(arrow->to.begin(), arrow->to.end(),
+                                       [&](const std::string& folder) { return path.rfind(folder, 0) == 0; });
+                });
             if (!isAllowed)
                 breach(arrow->from + " does not see " + *owner->second.begin());
         }

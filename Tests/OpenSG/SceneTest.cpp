@@ -12,11 +12,9 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 
-osg::GeometryPtr makeQuad()
-{
+osg::GeometryPtr makeQuad() {
     const osg::GeoPositions3fPtr positions = osg::GeoPositions3f::create();
     positions->push_back(osg::Pnt3f(0, 0, 0));
     positions->push_back(osg::Pnt3f(1, 0, 0));
@@ -34,8 +32,7 @@ osg::GeometryPtr makeQuad()
 
 } // namespace
 
-TEST(Scene, GivenASmallTree_IsBuiltTraversedClonedAndDestroyed)
-{
+TEST(Scene, GivenASmallTree_IsBuiltTraversedClonedAndDestroyed) {
     const osg::UInt32 before = osg::FieldContainerFactory::the()->getNumContainers();
     {
         const osg::GeometryPtr quad = makeQuad();
@@ -64,7 +61,7 @@ TEST(Scene, GivenASmallTree_IsBuiltTraversedClonedAndDestroyed)
         EXPECT_EQ(2u, quad->getParents().size());
 
         osg::UInt32 triangles = 0;
-        osg::traverse(root, [&triangles](osg::NodePtr &node) {
+        osg::traverse(root, [&triangles](osg::NodePtr& node) {
             const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(node->getCore());
             if (geometry == osg::NullFC)
                 return osg::Action::Continue;

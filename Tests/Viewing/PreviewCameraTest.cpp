@@ -10,7 +10,8 @@ namespace {
 ktPreviewMesh makeBox(std::array<float, 3> low, std::array<float, 3> high) {
     ktPreviewMesh mesh;
     for (int corner = 0; corner < 8; ++corner) {
-        mesh.positions.push_back({corner & 1 ? high[0] : low[0], corner & 2 ? high[1] : low[1], corner & 4 ? high[2] : low[2]});
+        mesh.positions.push_back(
+            {corner & 1 ? high[0] : low[0], corner & 2 ? high[1] : low[1], corner & 4 ? high[2] : low[2]});
         mesh.indices.push_back(static_cast<std::uint32_t>(corner));
     }
     mesh.indices.push_back(7); // a multiple of three
@@ -28,7 +29,8 @@ Extent project(const ktPreviewCamera& camera, const ktPreviewMesh& mesh) {
         double along[3] = {0, 0, 0};
         for (size_t i = 0; i < 3; ++i) {
             const double offset = position[i] - camera.eye[i];
-            along[0] += offset * camera.right[i], along[1] += offset * camera.up[i], along[2] += offset * camera.forward[i];
+            along[0] += offset * camera.right[i], along[1] += offset * camera.up[i],
+                along[2] += offset * camera.forward[i];
         }
         EXPECT_GT(along[2], 0) << "behind the camera";
         const double x = along[0] / along[2] / camera.tanHalfWidth, y = along[1] / along[2] / camera.tanHalfHeight;
@@ -49,7 +51,8 @@ void expectFramed(const Extent& extent) {
 } // namespace
 
 TEST(PreviewCamera, GivenBoxOfAnyShape_FramesItInTheMiddle) {
-    for (const std::array<float, 3>& high : {std::array<float, 3>{1, 1, 1}, {1000, 1, 1}, {1, 1000, 1}, {1, 1, 1000}, {1e-3f, 1e-3f, 1e-3f}}) {
+    for (const std::array<float, 3>& high :
+         {std::array<float, 3>{1, 1, 1}, {1000, 1, 1}, {1, 1000, 1}, {1, 1, 1000}, {1e-3f, 1e-3f, 1e-3f}}) {
         ktPreviewScene scene;
         scene.meshes = {makeBox({0, 0, 0}, high)};
         for (const double aspect : {4.0 / 3, 0.5})

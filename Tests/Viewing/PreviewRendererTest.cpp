@@ -10,7 +10,8 @@ namespace {
 constexpr int size = 8;
 
 /// A square at a depth before a camera at the origin that looks along -z; it fills the image.
-ktPreviewMesh makeSquare(float depth, std::array<float, 4> color, std::array<float, 3> light, std::uint32_t material = 0) {
+ktPreviewMesh makeSquare(float depth, std::array<float, 4> color, std::array<float, 3> light,
+                         std::uint32_t material = 0) {
     const float half = 10 * depth;
     ktPreviewMesh mesh;
     mesh.positions = {{-half, -half, -depth}, {half, -half, -depth}, {half, half, -depth}, {-half, half, -depth}};
@@ -96,7 +97,9 @@ TEST(PreviewRenderer, GivenBackOfOneSidedSurface_SeesThroughIt) {
 TEST(PreviewRenderer, GivenTexture_SamplesItAtTheInterpolatedCoordinate) {
     ktPreviewScene scene;
     scene.materials.resize(1);
-    scene.materials[0].texture = [](float u, float v) { return std::array<float, 4>{u < 0.5f ? 1.f : 0.f, v < 0.5f ? 1.f : 0.f, 0, 1}; };
+    scene.materials[0].texture = [](float u, float v) {
+        return std::array<float, 4>{u < 0.5f ? 1.f : 0.f, v < 0.5f ? 1.f : 0.f, 0, 1};
+    };
     scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
     scene.meshes[0].texCoords = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     ktPlainTracer tracer;

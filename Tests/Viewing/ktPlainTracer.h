@@ -37,7 +37,8 @@ public:
             for (std::uint32_t mesh = 0; mesh < meshes.size(); ++mesh)
                 for (std::uint32_t triangle = 0; triangle < meshes[mesh].triangleCount; ++triangle) {
                     const std::uint32_t* corners = meshes[mesh].indices + 3 * triangle;
-                    const Vector a = at(mesh, corners[0]), ab = minus(at(mesh, corners[1]), a), ac = minus(at(mesh, corners[2]), a);
+                    const Vector a = at(mesh, corners[0]), ab = minus(at(mesh, corners[1]), a),
+                                 ac = minus(at(mesh, corners[2]), a);
                     const Vector p = cross(direction, ac), t = minus(origin, a), q = cross(t, ab);
                     const double determinant = dot(ab, p);
                     if (std::abs(determinant) < 1e-15 || (!bothSides && determinant < 0))

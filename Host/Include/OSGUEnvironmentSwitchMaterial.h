@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+#include "OSGUEnvironmentMaterial.h"
+
+#include <OpenSG/OSGMField.h>
+
+OSG_BEGIN_NAMESPACE
+
+class UEnvironmentSwitchMaterial;
+typedef FCPtr<MaterialPtr, UEnvironmentSwitchMaterial> UEnvironmentSwitchMaterialPtr;
+
+/// Several surroundings to choose from, of which one is shown. Holds a reference to each.
+class KT_HOST_EXPORT UEnvironmentSwitchMaterial : public Material {
+    typedef Material Inherited;
+
+public:
+    typedef UEnvironmentSwitchMaterialPtr Ptr;
+
+    enum {
+        EnvironmentsFieldId = Inherited::NextFieldId,
+        ChoiceFieldId = EnvironmentsFieldId + 1,
+        NextFieldId = ChoiceFieldId + 1
+    };
+    static const BitVector EnvironmentsFieldMask;
+    static const BitVector ChoiceFieldMask;
+
+    OSG_FIELD_CONTAINER_DECL(UEnvironmentSwitchMaterialPtr)
+
+    /// Place of the one shown, from 0; a place that there is not shows none. 0 in a new material.
+    OSG_SFIELD_ACCESS(Int32, Choice)
+
+    /// Adds a choice at the end; null is ignored.
+    void addEnvironment(const UEnvironmentMaterialPtr& environment);
+    /// Takes a choice out; later ones move up. Nothing happens for a place that there is not.
+    void subEnvironment(UInt32 index);
+    UInt32 getNEnvironments() const { return _mfEnvironments.getSize(); }
+    /// `index` must be below getNEnvironments().
+    UEnvironmentMaterialPtr getEnvironment(UInt32 index) const { return _mfEnvironments[index]; }
+    /// The one shown; null when none is.
+    UEnvironmentMaterialPtr getChosenEnvironment() const;
+
+    /// Always false.
+    bool isTransparent() const override;
+
+protected:
+    UEnvironmentSwitchMaterial();
+    UEnvironmentSwitchMaterial(const UEnvironmentSwitchMaterial& source);
+    ~UEnvironmentSwitchMaterial() override;
+
+    MField<UEnvironmentMaterialPtr> _mfEnvironments;
+    SFInt32 _sfChoice;
+
+    static FieldContainerType _type;
+
+private:
+    friend class FieldContainer;
+};
+
+OSG_FIELD_CONTAINER_INL_DEF(UEnvironmentSwitchMaterial, UEnvironmentSwitchMaterialPtr)
+
+OSG_END_NAMESPACE

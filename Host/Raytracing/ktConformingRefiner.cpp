@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktConformingRefiner.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using Index = ktConformingRefiner::Index;
+using Point = ktConformingRefiner::Point;
+
+std::uint64_t cellKey(std::int64_t x, std::int64_t y, std::int64_t z) {
+    std::uint64_t key = 0x9E3779B97F4A7C15ull;
+    for (std::int64_t value : {x, y, z})
+        key = (key ^ static_cast<std::uint64_t>(value)) * 0xBF58476D1CE4E5B9ull, key ^= key >> 29;
+    return key;
+}
+
+double squaredDistance(const Point& a, const Point& b) {
+    const double x = a[0] - b[0], y = a[1] - b[1], z = a[2] - b[2];
+    return x * x + y * y + z * z;
+}
+
+} // namespace
+
+ktConformingRefiner::ktConformingRefiner(double weldDistance)
+    // A cell of the search grid needs a size even where only equal points are to meet.
+    : weldDistance(std::max(weldDistance, 1e-12)) {}
+
+ktConformingRefiner::Edge ktConformingRefiner::edgeBetween(Index placeA, Index placeB) {
+    const Edge low = std::min(placeA, placeB);
+    const Edge high = std::max(placeA, placeB);
+    return low << 32 | high;
+}
+
+ktConformingRefiner::Edge ktConformingRefiner::edge(Index triangle, int corner) const {
+    const Triangle& t = triangleList[triangle];
+    return edgeBetween(vertexList[t.vertices[corner]].place, vertexList[t.vertices[(corner + 1) % 3]].place);
+}
+
+double ktConformingRefiner::squaredLength(Edge edge) const {
+    return squaredDistance(places[edge >> 32], places[edge & 0xFFFFFFFFu]);
+}
+
+Index ktConformingRefiner::findPlace(const Point& point) const {
+    std::int64_t cell[3];
+    for (int i = 0; i < 3; ++i)
+        cell[i] = static_cast<std::int64_t>(std::floor(point[i] / weldDistance));
+    Index best = none;
+    double bestDistance = weldDistance * weldDistance;
+    for (int x = -1; x <= 1; ++x)
+        for (int y = -1; y <= 1; ++y)
+            for (int z = -1; z <= 1; ++z) {
+                const auto found = grid.find(cellKey(cell[0] + x, cell[1] + y, cell[2] + z));
+                if (found == grid.end())
+                    continue;
+                for (Index place : found->second) {
+                    const double distance = squaredDistance(places[place], point);
+                    if (distance < bestDistance || (distance == bestDistance && place < best)) {
+                        best = place;
+                        bestDistance = distance;
+                    }
+                }
+            }
+    return best;
+}
+
+Index ktConformingRefiner::placeOf(const Point& point) {
+    const Index known = findPlace(point);
+    if (known != none)
+        return known;
+    std::int64_t cell[3];
+    for (int i = 0; i < 3; ++i)
+        cell[i] = static_cast<std::int64_t>(std::floor(point[i] / weldDistance));
+    const Index place = static_cast<Index>(places.size());
+    places.push_back(point);
+    grid[cellKey(cell[0], cell[1], cell[2])].push_back(place);
+    return place;
+}
+
+Index ktConformingRefiner::addMesh(const std::vector<Point>& positions, const std::vector<Index>& indices) {
+    const Index mesh = static_cast<Index>(meshFirstVertex.size());
+    const Index first = static_cast<Index>(vertexList.size());
+    meshFirstVertex.push_back(first);
+    for (const Point& position : positions)
+        vertexList.push_back({placeOf(position), {none, none}, mesh});
+    for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
+        triangleList.push_back({{first + indices[i], first + indices[i + 1], first + indices[i + 2]}, mesh});
+        nextSide.resize(3 * triangleList.size(), none);
+        link(static_cast<Index>(triangleList.size() - 1));
+    }
+    firstNewVertex = vertexList.size();
+    return mesh;
+}
+
+void ktConformingRefiner::lockEdge(const Point& a, const Point& b) {
+    const Index placeA = findPlace(a);
+    const Index placeB = findPlace(b);
+    if (placeA != none && placeB != none && placeA != placeB)
+        locked.insert(edgeBetween(placeA, placeB));
+}
+
+void ktConformingRefiner::lockMesh(Index mesh) {
+    for (Index t = 0; t < triangleList.size(); ++t)
+        for (int corner = 0; triangleList[t].mesh == mesh && corner < 3; ++corner)
+            locked.insert(edge(t, corner));
+}
+
+void ktConformingRefiner::link(Index triangle) {
+    if (isCollapsed(triangle))
+        return; // no area: it can neither be split nor leave a gap
+    for (int corner = 0; corner < 3; ++corner) {
+        const Index side = 3 * triangle + corner;
+        const auto [entry, isNew] = edgeSides.try_emplace(edge(triangle, corner), side);
+        nextSide[side] = isNew ? none : entry->second;
+        entry->second = side;
+    }
+}
+
+void ktConformingRefiner::unlink(Index triangle) {
+    for (int corner = 0; corner < 3; ++corner) {
+        const Index side = 3 * triangle + corner;
+        const auto entry = edgeSides.find(edge(triangle, corner));
+        Index* at = &entry->second;
+        while (*at != side)
+            at = &nextSide[*at];
+        *at = nextSide[side];
+        if (entry->second == none)
+            edgeSides.erase(entry);
+    }
+}
+
+bool ktConformingRefiner::longer(Edge a, Edge b) const {
+    const double lengthA = squaredLength(a);
+    const double lengthB = squaredLength(b);
+    if (lengthA != lengthB)
+        return lengthA > lengthB;
+    // Ties are broken by where the edges lie: the numbers of places depend on what was split before.
+    const auto ends = [this](Edge edge) { return std::minmax(places[edge >> 32], places[edge & 0xFFFFFFFFu]); };
+    return ends(b) < ends(a);
+}
+
+bool ktConformingRefiner::isCollapsed(Index triangle) const {
+    const Triangle& t = triangleList[triangle];
+    const Index a = vertexList[t.vertices[0]].place, b = vertexList[t.vertices[1]].place,
+                c = vertexList[t.vertices[2]].place;
+    return a == b || b == c || c == a;
+}
+
+int ktConformingRefiner::longestCorner(Index triangle) const {
+    int best = 0;
+    for (int corner = 1; corner < 3; ++corner)
+        if (longer(edge(triangle, corner), edge(triangle, best)))
+            best = corner;
+    return best;
+}
+
+Index ktConformingRefiner::middleVertex(Index a, Index b, Index place) {
+    const auto [entry, isNew] = middleOfVertices.try_emplace(edgeBetween(a, b), static_cast<Index>(vertexList.size()));
+    if (isNew)
+        vertexList.push_back({place, {std::min(a, b), std::max(a, b)}, vertexList[a].mesh});
+    return entry->second;
+}
+
+// All triangles around `edge` have it as their longest one.
+void ktConformingRefiner::bisect(Edge edge) {
+    std::vector<Index> sides;
+    for (Index side = edgeSides.at(edge); side != none; side = nextSide[side])
+        sides.push_back(side);
+    std::sort(sides.begin(), sides.end()); // the chain's order depends on history
+
+    Point middle;
+    for (int i = 0; i < 3; ++i)
+        middle[i] = 0.5 * (places[edge >> 32][i] + places[edge & 0xFFFFFFFFu][i]);
+    // Where a neighbour has a vertex at that place already, this closes the gap.
+    Index place = placeOf(middle);
+    if (place == edge >> 32 || place == (edge & 0xFFFFFFFFu)) {
+        place = static_cast<Index>(places.size());
+        places.push_back(middle);
+    }
+
+    for (Index side : sides) {
+        const Index triangle = side / 3;
+        const int corner = static_cast<int>(side % 3);
+        const Triangle old = triangleList[triangle];
+        const Index a = old.vertices[corner], b = old.vertices[(corner + 1) % 3], c = old.vertices[(corner + 2) % 3];
+        const Index m = middleVertex(a, b, place);
+        unlink(triangle);
+        triangleList[triangle] = {{a, m, c}, old.mesh};
+        triangleList.push_back({{m, b, c}, old.mesh});
+        nextSide.resize(3 * triangleList.size(), none);
+        link(triangle);
+        link(static_cast<Index>(triangleList.size() - 1));
+    }
+}
+
+bool ktConformingRefiner::split(Edge wanted) {
+    if (isLocked(wanted) || edgeSides.find(wanted) == edgeSides.end() ||
+        vertexList.size() - firstNewVertex >= vertexLimit)
+        return false;
+    // Halves must stay well apart, or welding would fold the mesh.
+    if (squaredLength(wanted) < 64.0 * weldDistance * weldDistance)
+        return false;
+    // The path goes from an edge to the longest one of a triangle beside it, always to a longer one, so it ends; then
+    // the edges on it are bisected from the last back to the first. Each bisection may uncover a further path.
+    std::vector<Edge> path = {wanted};
+    while (!path.empty()) {
+        const Edge edge = path.back();
+        const auto sides = edgeSides.find(edge);
+        if (sides == edgeSides.end()) {
+            path.pop_back(); // bisected on the way
+            continue;
+        }
+        Edge next = edge;
+        for (Index side = sides->second; side != none && next == edge; side = nextSide[side]) {
+            next = this->edge(side / 3, longestCorner(side / 3));
+            if (isLocked(next))
+                return false;
+        }
+        if (next == edge) {
+            bisect(edge);
+            path.pop_back();
+        } else {
+            path.push_back(next);
+        }
+    }
+    return true;
+}

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+/// Splits edges of a group of triangle meshes and keeps the whole group conforming: wherever two triangles, of one
+/// mesh or of two, share an edge in space, a split of that edge splits both. Triangles are only ever bisected at their
+/// longest edge, so that shapes stay good and a set of splits gives one result in whatever order it is asked for; a
+/// triangle whose longest edge is locked stays whole. After M.-C. Rivara, "Algorithms for refining triangular grids suitable for adaptive and multigrid techniques",
+/// 1984.
+///
+/// Vertices and triangles are numbered over the whole group: those of the first mesh first. New ones are appended.
+/// Not thread-safe; reading from many threads is.
+class ktConformingRefiner {
+public:
+    using Index = std::uint32_t;
+    static constexpr Index none = 0xFFFFFFFFu;
+
+    /// A vertex: where it is in space (vertices at one place share a `place`), and for a new one the two it lies between.
+    struct Vertex {
+        Index place;
+        Index parents[2]; ///< `none` for a vertex that was there from the start
+        Index mesh;
+    };
+    struct Triangle {
+        Index vertices[3]; ///< in the orientation of the triangle it came from
+        Index mesh;
+    };
+    /// An edge in space, by its places, the smaller first.
+    using Edge = std::uint64_t;
+    using Point = std::array<double, 3>;
+
+    /// @param weldDistance vertices at most this far apart count as being at one place; world units, at least 0
+    explicit ktConformingRefiner(double weldDistance);
+
+    /// Adds a mesh; all meshes come before the first split.
+    /// @param positions x, y, z per vertex, world space, finite
+    /// @param indices   three per triangle
+    /// @return the mesh's number, from 0
+    Index addMesh(const std::vector<Point>& positions, const std::vector<Index>& indices);
+    /// Forbids splitting the edge between two points in space, because something that is not in the group has it too.
+    /// Unknown places are ignored. Comes before the first split.
+    void lockEdge(const Point& a, const Point& b);
+    /// Forbids splitting any edge of a mesh, and with it what other meshes share of these edges.
+    void lockMesh(Index mesh);
+
+    /// Splits an edge at its middle, and before it what must be split so that the group stays conforming.
+    /// @return false when the edge stays whole: it is locked, not there (any more), shorter than eight weld distances,
+    ///         cannot be reached because a longer edge beside it is locked, or the limit is reached. Longer edges may have been
+    ///         split even so; the group conforms in any case.
+    bool split(Edge edge);
+    /// New vertices beyond which split() refuses; it may be passed by the few that one split needs.
+    void setVertexLimit(std::size_t newVertices) { vertexLimit = newVertices; }
+
+    static Edge edgeBetween(Index placeA, Index placeB);
+    Edge edge(Index triangle, int corner) const; ///< from the corner to the next one
+    /// Whether two corners are at one place: such a triangle has no area, is never split and may be left out.
+    bool isCollapsed(Index triangle) const;
+    bool isLocked(Edge edge) const { return locked.count(edge) != 0; }
+    double squaredLength(Edge edge) const;
+
+    const std::vector<Vertex>& vertices() const { return vertexList; }
+    const std::vector<Triangle>& triangles() const { return triangleList; }
+    const Point& position(Index place) const { return places[place]; }
+    std::size_t originalVertexCount() const { return firstNewVertex; }
+    std::size_t meshCount() const { return meshFirstVertex.size(); }
+    /// Number of a mesh's first original vertex; its original vertices follow one another.
+    Index firstVertex(Index mesh) const { return meshFirstVertex[mesh]; }
+
+private:
+    Index placeOf(const Point& point);
+    Index findPlace(const Point& point) const;
+    void link(Index triangle);
+    void unlink(Index triangle);
+    /// Corner at which the triangle's longest edge begins.
+    int longestCorner(Index triangle) const;
+    bool longer(Edge a, Edge b) const;
+    void bisect(Edge edge);
+    Index middleVertex(Index a, Index b, Index place);
+
+    double weldDistance;
+    std::vector<Point> places;
+    std::unordered_map<std::uint64_t, std::vector<Index>> grid; // cell to places
+    std::vector<Vertex> vertexList;
+    std::vector<Triangle> triangleList;
+    std::vector<Index> meshFirstVertex;
+    std::size_t firstNewVertex = 0;
+    std::size_t vertexLimit = static_cast<std::size_t>(-1);
+    // Triangles around an edge: a chain of sides (3 * triangle + corner) that begins at edgeSides[edge].
+    std::unordered_map<Edge, Index> edgeSides;
+    std::vector<Index> nextSide;
+    std::unordered_map<Edge, Index> middleOfVertices; // keyed by two vertices
+    std::unordered_set<Edge> locked;
+};

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "OSGNodeMarksAttachment.h"
+
+OSG_BEGIN_NAMESPACE
+
+std::atomic<int> NodeMarksAttachment::livingCount{0};
+
+FieldContainerType NodeMarksAttachment::_type("NodeMarksAttachment", "Attachment", NULL,
+                                              []() -> FieldContainerPtr { return createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(NodeMarksAttachment, NodeMarksAttachmentPtr)
+
+OSG_FIELD_MASK_DEF(NodeMarksAttachment, LockedField)
+OSG_FIELD_MASK_DEF(NodeMarksAttachment, VertexAnimationField)
+OSG_FIELD_MASK_DEF(NodeMarksAttachment, GeometryComponentField)
+OSG_FIELD_MASK_DEF(NodeMarksAttachment, RayFileLightField)
+
+NodeMarksAttachment::NodeMarksAttachment()
+    : _sfLocked(false), _sfVertexAnimation(false), _sfGeometryComponent(false), _sfRayFileLight(false) {
+    ++livingCount;
+}
+
+NodeMarksAttachment::NodeMarksAttachment(const NodeMarksAttachment& source)
+    : Inherited(source), _sfLocked(source._sfLocked), _sfVertexAnimation(source._sfVertexAnimation),
+      _sfGeometryComponent(source._sfGeometryComponent), _sfRayFileLight(source._sfRayFileLight) {
+    ++livingCount;
+}
+
+NodeMarksAttachment::~NodeMarksAttachment() {
+    --livingCount;
+}
+
+bool NodeMarksAttachment::exist() {
+    return livingCount > (getClassType().isInitialized() ? 1 : 0);
+}
+
+OSG_END_NAMESPACE

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+
+#include <atomic>
+#include <OpenSG/OSGAttachment.h>
+#include <OpenSG/OSGSFSysTypes.h>
+
+OSG_BEGIN_NAMESPACE
+
+class NodeMarksAttachment;
+typedef FCPtr<AttachmentPtr, NodeMarksAttachment> NodeMarksAttachmentPtr;
+
+/// What the host knows of one node beyond its core. Set through ktNodeMarks, asked for through ktNodePermission,
+/// ktAnimManager, ktNodeUtils and ktLights.
+class KT_HOST_EXPORT NodeMarksAttachment : public Attachment {
+    typedef Attachment Inherited;
+
+public:
+    typedef NodeMarksAttachmentPtr Ptr;
+
+    enum {
+        LockedFieldId = Inherited::NextFieldId,
+        VertexAnimationFieldId = LockedFieldId + 1,
+        GeometryComponentFieldId = VertexAnimationFieldId + 1,
+        RayFileLightFieldId = GeometryComponentFieldId + 1,
+        NextFieldId = RayFileLightFieldId + 1
+    };
+    static const BitVector LockedFieldMask;
+    static const BitVector VertexAnimationFieldMask;
+    static const BitVector GeometryComponentFieldMask;
+    static const BitVector RayFileLightFieldMask;
+
+    OSG_FIELD_CONTAINER_DECL(NodeMarksAttachmentPtr)
+
+    /// The node and all below it may not be changed.
+    OSG_SFIELD_ACCESS(bool, Locked)
+    /// A skin or a morph moves single vertices of the node's geometry.
+    OSG_SFIELD_ACCESS(bool, VertexAnimation)
+    /// The node is a piece of one larger geometry.
+    OSG_SFIELD_ACCESS(bool, GeometryComponent)
+    /// The node's light sends out the rays of a measured ray file.
+    OSG_SFIELD_ACCESS(bool, RayFileLight)
+
+    /// Whether any node at all may carry marks: without one, questions need not search. Thread-safe.
+    static bool exist();
+
+protected:
+    NodeMarksAttachment();
+    NodeMarksAttachment(const NodeMarksAttachment& source);
+    ~NodeMarksAttachment() override;
+
+    SFBool _sfLocked;
+    SFBool _sfVertexAnimation;
+    SFBool _sfGeometryComponent;
+    SFBool _sfRayFileLight;
+
+    static FieldContainerType _type;
+
+private:
+    friend class FieldContainer;
+
+    static std::atomic<int> livingCount; // the type's prototype included
+};
+
+OSG_FIELD_CONTAINER_INL_DEF(NodeMarksAttachment, NodeMarksAttachmentPtr)
+
+OSG_END_NAMESPACE

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "OSGUEnvironmentSwitchMaterial.h"
+
+OSG_BEGIN_NAMESPACE
+
+FieldContainerType UEnvironmentSwitchMaterial::_type("UEnvironmentSwitchMaterial", "Material", NULL,
+                                                     []() -> FieldContainerPtr { return createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(UEnvironmentSwitchMaterial, UEnvironmentSwitchMaterialPtr)
+
+OSG_FIELD_MASK_DEF(UEnvironmentSwitchMaterial, EnvironmentsField)
+OSG_FIELD_MASK_DEF(UEnvironmentSwitchMaterial, ChoiceField)
+
+UEnvironmentSwitchMaterial::UEnvironmentSwitchMaterial() : _sfChoice(0) {}
+
+UEnvironmentSwitchMaterial::UEnvironmentSwitchMaterial(const UEnvironmentSwitchMaterial& source)
+    : Inherited(source), _mfEnvironments(source._mfEnvironments), _sfChoice(source._sfChoice) {
+    for (const UEnvironmentMaterialPtr& environment : _mfEnvironments)
+        addRefCP(environment);
+}
+
+UEnvironmentSwitchMaterial::~UEnvironmentSwitchMaterial() {
+    for (const UEnvironmentMaterialPtr& environment : _mfEnvironments)
+        subRefCP(environment);
+}
+
+void UEnvironmentSwitchMaterial::addEnvironment(const UEnvironmentMaterialPtr& environment) {
+    if (environment == NullFC)
+        return;
+    addRefCP(environment);
+    _mfEnvironments.push_back(environment);
+}
+
+void UEnvironmentSwitchMaterial::subEnvironment(UInt32 index) {
+    if (index >= getNEnvironments())
+        return;
+    const UEnvironmentMaterialPtr environment = _mfEnvironments[index];
+    _mfEnvironments.erase(_mfEnvironments.begin() + index);
+    subRefCP(environment);
+}
+
+UEnvironmentMaterialPtr UEnvironmentSwitchMaterial::getChosenEnvironment() const {
+    const Int32 choice = getChoice();
+    if (choice < 0 || static_cast<UInt32>(choice) >= getNEnvironments())
+        return NullFC;
+    return _mfEnvironments[static_cast<UInt32>(choice)];
+}
+
+bool UEnvironmentSwitchMaterial::isTransparent() const {
+    return false;
+}
+
+OSG_END_NAMESPACE

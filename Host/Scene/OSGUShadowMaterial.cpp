@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "OSGUShadowMaterial.h"
+
+OSG_BEGIN_NAMESPACE
+
+FieldContainerType UShadowMaterial::_type("UShadowMaterial", "Material", NULL,
+                                          []() -> FieldContainerPtr { return createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(UShadowMaterial, UShadowMaterialPtr)
+
+OSG_FIELD_MASK_DEF(UShadowMaterial, SourceIndexField)
+
+UShadowMaterial::UShadowMaterial() : _sfSourceIndex(-1) {}
+UShadowMaterial::UShadowMaterial(const UShadowMaterial& source) = default;
+UShadowMaterial::~UShadowMaterial() = default;
+
+bool UShadowMaterial::isTransparent() const {
+    return true;
+}
+
+OSG_END_NAMESPACE

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktAnimManager.h"
+
+#include "ktMarkQuestion.h"
+
+ktAnimManager* ktAnimManager::the() {
+    static ktAnimManager instance;
+    return &instance;
+}
+
+bool ktAnimManager::hasVertexAnimation(const osg::NodePtr& node) const {
+    return hasMark(node, &osg::NodeMarksAttachment::getSFVertexAnimation);
+}

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktAnsweringNodes.h"
+
+#include "ktScenegraph.h"
+
+bool isInScene(const osg::NodePtr& node) {
+    const osg::NodePtr root = ktScenegraph::getRootNode();
+    if (root == osg::NullFC)
+        return false;
+    osg::NodePtr above = node;
+    while (above != osg::NullFC && above != root)
+        above = above->getParent();
+    return above == root;
+}

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktLights.h"
+
+#include "ktMarkQuestion.h"
+
+#include <OpenSG/OSGLight.h>
+
+bool ktLights::isLight(const osg::NodePtr& node) {
+    return node != osg::NullFC && osg::LightPtr::dcast(node->getCore()) != osg::NullFC;
+}
+
+bool ktLights::isRayFileLight(const osg::NodePtr& node) {
+    return isLight(node) && hasMark(node, &osg::NodeMarksAttachment::getSFRayFileLight);
+}

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktNodeMarks.h"
+
+#include "OSGNodeMarksAttachment.h"
+
+namespace {
+
+using Marks = osg::NodeMarksAttachment;
+using MarksPtr = osg::NodeMarksAttachmentPtr;
+
+MarksPtr findMarks(const osg::NodePtr& node) {
+    return MarksPtr::dcast(node->findAttachment(Marks::getClassType()));
+}
+
+void attach(const osg::NodePtr& node, const MarksPtr& marks) {
+    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
+    node->addAttachment(marks);
+    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
+}
+
+void detach(const osg::NodePtr& node, const MarksPtr& marks) {
+    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
+    node->subAttachment(marks);
+    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
+}
+
+// Marks that belong to this node alone: a copied node shares those of its original.
+MarksPtr makeOwnMarks(const osg::NodePtr& node) {
+    const MarksPtr found = findMarks(node);
+    if (found != osg::NullFC && found->getParents().size() == 1)
+        return found;
+    const MarksPtr own = found == osg::NullFC ? Marks::create() : MarksPtr::dcast(found->shallowCopy());
+    attach(node, own);
+    return own;
+}
+
+bool isBare(const MarksPtr& marks) {
+    return !marks->getLocked() && !marks->getVertexAnimation() && !marks->getGeometryComponent() &&
+           !marks->getRayFileLight();
+}
+
+void setMark(const osg::NodePtr& node, osg::SFBool* (Marks::*edit)(), osg::BitVector field, bool value) {
+    if (node == osg::NullFC)
+        return;
+    const MarksPtr old = findMarks(node);
+    if (value == (old != osg::NullFC && (old.getCPtr()->*edit)()->getValue()))
+        return;
+    const MarksPtr marks = makeOwnMarks(node);
+    osg::beginEditCP(marks, field);
+    (marks.getCPtr()->*edit)()->setValue(value);
+    osg::endEditCP(marks, field);
+    if (isBare(marks))
+        detach(node, marks);
+}
+
+} // namespace
+
+void ktNodeMarks::setLocked(const osg::NodePtr& node, bool locked) {
+    setMark(node, &Marks::editSFLocked, Marks::LockedFieldMask, locked);
+}
+
+bool ktNodeMarks::isLocked(const osg::NodePtr& node) {
+    if (node == osg::NullFC)
+        return false;
+    const MarksPtr marks = findMarks(node);
+    return marks != osg::NullFC && marks->getLocked();
+}
+
+void ktNodeMarks::setVertexAnimation(const osg::NodePtr& node, bool animated) {
+    setMark(node, &Marks::editSFVertexAnimation, Marks::VertexAnimationFieldMask, animated);
+}
+
+void ktNodeMarks::setGeometryComponent(const osg::NodePtr& node, bool component) {
+    setMark(node, &Marks::editSFGeometryComponent, Marks::GeometryComponentFieldMask, component);
+}
+
+void ktNodeMarks::setRayFileLight(const osg::NodePtr& node, bool rayFile) {
+    setMark(node, &Marks::editSFRayFileLight, Marks::RayFileLightFieldMask, rayFile);
+}

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktNodeUtils.h"
+
+#include "ktMarkQuestion.h"
+
+#include <OpenSG/OSGSimpleAttachments.h>
+
+const char* ktNodeUtils::getName(const osg::NodePtr& node) {
+    const char* name = nullptr;
+    visitAnsweringNodes(node, [&](const osg::NodePtr& answering) {
+        name = osg::getName(answering);
+        if (name != nullptr && name[0] == '\0')
+            name = nullptr;
+        return name == nullptr;
+    });
+    return name;
+}
+
+bool ktNodeUtils::isGeometryComponent(const osg::NodePtr& node) {
+    return hasMark(node, &osg::NodeMarksAttachment::getSFGeometryComponent);
+}

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktSceneState.h"
+
+#include "ktHostSignals.h"
+#include "ktScenePlaces.h"
+#include "ktSceneStorage.h"
+
+#include <unordered_set>
+#include <utility>
+
+namespace {
+
+void select(std::vector<osg::UInt32> ids) {
+    ktSceneStorage& storage = ktSceneStorage::the();
+    if (ids == storage.selectedIds)
+        return;
+    storage.selectedIds = std::move(ids);
+    emit ktHostSignals::the().selectionChanged();
+}
+
+} // namespace
+
+ktSceneStorage& ktSceneStorage::the() noexcept {
+    // Never destroyed: at the end of the process the scene graph's own statics may go first.
+    static auto& storage = *new ktSceneStorage;
+    return storage;
+}
+
+void ktSceneState::setRootNode(const osg::NodePtr& root) {
+    ktSceneStorage& storage = ktSceneStorage::the();
+    if (root == storage.root)
+        return;
+    clearSelection();
+    osg::setRefdCP(storage.root, root);
+    emit ktHostSignals::the().sceneChanged();
+}
+
+std::size_t ktSceneState::setSelection(const std::vector<osg::NodePtr>& nodes) {
+    std::vector<osg::UInt32> ids;
+    std::unordered_set<osg::UInt32> seen;
+    ktScenePlaces places(ktSceneStorage::the().root, {});
+    for (const osg::NodePtr& node : nodes)
+        if (places.find(node) != ktScenePlace::OutsideScene && seen.insert(node.getFieldContainerId()).second)
+            ids.push_back(node.getFieldContainerId());
+    const std::size_t count = ids.size();
+    select(std::move(ids));
+    return count;
+}
+
+std::vector<std::string> ktSceneState::selectByName(const std::vector<std::string>& texts) {
+    std::vector<osg::NodePtr> nodes;
+    std::vector<std::string> unknown;
+    for (const std::string& text : texts) {
+        const std::vector<osg::NodePtr> found = findNodes(text);
+        if (found.empty())
+            unknown.push_back(text);
+        nodes.insert(nodes.end(), found.begin(), found.end());
+    }
+    setSelection(nodes);
+    return unknown;
+}
+
+void ktSceneState::clearSelection() {
+    select({});
+}
+
+bool ktSceneState::isUpdateEnabled() noexcept {
+    return ktSceneStorage::the().isUpdateEnabled;
+}

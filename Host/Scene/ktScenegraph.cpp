@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktScenegraph.h"
+
+#include "ktHostSignals.h"
+#include "ktScenePlaces.h"
+#include "ktSceneStorage.h"
+
+#include <OpenSG/OSGFieldContainerFactory.h>
+
+std::vector<ktNodePtr> ktScenegraph::getSelectedRootNodes() {
+    const ktSceneStorage& storage = ktSceneStorage::the();
+    std::vector<ktNodePtr> nodes;
+    ktScenePlaces places(storage.root, storage.selectedIds);
+    for (const osg::UInt32 id : storage.selectedIds) {
+        const auto node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(id));
+        const ktScenePlace place = places.find(node);
+        if (place == ktScenePlace::OutsideScene)
+            nodes.emplace_back();
+        else if (place == ktScenePlace::InScene)
+            nodes.push_back(node);
+    }
+    return nodes;
+}
+
+osg::NodePtr ktScenegraph::getRootNode() {
+    return ktSceneStorage::the().root;
+}
+
+void ktScenegraph::enableUpdate(bool enable) {
+    ktSceneStorage& storage = ktSceneStorage::the();
+    if (enable == storage.isUpdateEnabled)
+        return;
+    storage.isUpdateEnabled = enable;
+    emit ktHostSignals::the().updateEnabledChanged(enable);
+}
+
+// Views draw when they hear of the change, so there is nothing more to do for a redraw.
+void ktScenegraph::update(bool /*redraw*/) {
+    ktSceneStorage& storage = ktSceneStorage::the();
+    if (!storage.isUpdateEnabled || storage.isUpdating) // a receiver that updates would call itself
+        return;
+    storage.isUpdating = true;
+    emit ktHostSignals::the().sceneChanged();
+    storage.isUpdating = false;
+}

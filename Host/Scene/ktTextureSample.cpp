@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktTextureSample.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using Color = std::array<float, 4>;
+
+const std::array<float, 256>& linearFromSrgb() {
+    static const std::array<float, 256> table = [] {
+        std::array<float, 256> values{};
+        for (size_t i = 0; i < values.size(); ++i) {
+            const float value = static_cast<float>(i) / 255;
+            values[i] = value <= 0.04045f ? value / 12.92f : std::pow((value + 0.055f) / 1.055f, 2.4f);
+        }
+        return values;
+    }();
+    return table;
+}
+
+/// A pixel's index inside 0 to count - 1.
+int wrapped(double index, int count, osg::UberMaterialTexture::Wrap wrap) {
+    if (wrap == osg::UberMaterialTexture::ClampToEdge)
+        return static_cast<int>(std::clamp(index, 0.0, count - 1.0));
+    const double period = wrap == osg::UberMaterialTexture::MirroredRepeat ? 2.0 * count : 1.0 * count;
+    double inside = index - period * std::floor(index / period);
+    if (inside >= count)
+        inside = period - 1 - inside;
+    return std::clamp(static_cast<int>(inside), 0, count - 1);
+}
+
+Color pixel(const ktImage& image, int x, int y) {
+    const std::uint8_t* bytes =
+        &image.pixels[4 * (static_cast<size_t>(y) * static_cast<size_t>(image.width_px) + static_cast<size_t>(x))];
+    const auto& linear = linearFromSrgb();
+    return {linear[bytes[0]], linear[bytes[1]], linear[bytes[2]], static_cast<float>(bytes[3]) / 255};
+}
+
+} // namespace
+
+std::array<float, 4> sampleTexture(const osg::UberMaterialTexture& texture, float u, float v) {
+    if (!texture.image || texture.image->width_px < 1 || texture.image->height_px < 1)
+        return {1, 1, 1, 1};
+    const ktImage& image = *texture.image;
+    const double scaledU = texture.scale[0] * (std::isfinite(u) ? u : 0),
+                 scaledV = texture.scale[1] * (std::isfinite(v) ? v : 0);
+    const double c = std::cos(texture.rotation_rad), s = std::sin(texture.rotation_rad);
+    const double x = (texture.offset[0] + c * scaledU + s * scaledV) * image.width_px;
+    const double y = (texture.offset[1] - s * scaledU + c * scaledV) * image.height_px;
+    const auto at = [&](double column, double row) {
+        return pixel(image, wrapped(column, image.width_px, texture.wrapU),
+                     wrapped(row, image.height_px, texture.wrapV));
+    };
+    if (!texture.isFiltered)
+        return at(std::floor(x), std::floor(y));
+
+    // Pixels have their middle at half coordinates.
+    const double left = std::floor(x - 0.5), top = std::floor(y - 0.5);
+    const auto right = static_cast<float>(x - 0.5 - left), down = static_cast<float>(y - 0.5 - top);
+    const Color corners[4] = {at(left, top), at(left + 1, top), at(left, top + 1), at(left + 1, top + 1)};
+    Color sum{};
+    for (size_t i = 0; i < 4; ++i)
+        sum[i] = (corners[0][i] * (1 - right) + corners[1][i] * right) * (1 - down) +
+                 (corners[2][i] * (1 - right) + corners[3][i] * right) * down;
+    return sum;
+}

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktGeometryInstances.h"
+#include "ktHostExport.h"
+
+#include <OpenSG/OSGVector.h>
+
+/// An axis-parallel box in world space, in world units.
+struct KT_HOST_EXPORT ktWorldBounds {
+    osg::Pnt3f min; ///< meaningless while isEmpty
+    osg::Pnt3f max;
+    bool isEmpty = true;
+
+    void extend(const osg::Pnt3f& point);
+    /// Length of the diagonal; 0 for an empty box.
+    double diagonal() const;
+};
+
+/// The box around all vertices of the tree's geometry. Vertices that are NaN or infinite do not count.
+KT_HOST_EXPORT ktWorldBounds getWorldBounds(const osg::NodePtr& root, ktInstances which = ktInstances::All);

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktPreview.h"
+
+#include "ktPreviewCollect.h"
+#include "ktPreviewRenderer.h"
+#include "ktTracerFactory.h"
+
+#include <algorithm>
+#include <exception>
+#include <QSaveFile>
+#include <QString>
+
+namespace {
+
+constexpr double brightShare = 0.98; // of the vertices; the brightest few may clip
+
+/// The scale that brings light down to white; 1 when it is no brighter.
+float whitePoint(const ktPreviewScene& scene) {
+    std::vector<float> luminances;
+    for (const ktPreviewMesh& mesh : scene.meshes)
+        for (const auto& light : mesh.light)
+            luminances.push_back(0.212671f * light[0] + 0.715160f * light[1] + 0.072169f * light[2]);
+    if (luminances.empty())
+        return 1;
+    const auto bright =
+        luminances.begin() + static_cast<std::ptrdiff_t>(brightShare * static_cast<double>(luminances.size() - 1));
+    std::nth_element(luminances.begin(), bright, luminances.end());
+    return *bright > 1.0f ? 1 / *bright : 1.0f;
+}
+
+} // namespace
+
+std::string writePreview(const osg::NodePtr& root, const std::string& fileName, float exposure, int width, int height) {
+    try {
+        const ktPreviewScene scene = collectPreview(root);
+        const std::unique_ptr<ktTracer> tracer = ktMakeTracer();
+        const QImage image = renderPreview(scene, framePreview(scene, static_cast<double>(width) / height), *tracer,
+                                           width, height, exposure * whitePoint(scene));
+        QSaveFile file(QString::fromStdString(fileName));
+        if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
+            return file.errorString().toStdString();
+        return {};
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}

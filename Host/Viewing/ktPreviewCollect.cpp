@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktPreviewCollect.h"
+
+#include "ktGeometryInstances.h"
+#include "ktSurfaceColors.h"
+#include "ktTextureSample.h"
+#include "OSGUberMaterial.h"
+#include "OSGUEnvironmentMaterial.h"
+#include "OSGUEnvironmentSwitchMaterial.h"
+#include "OSGUShadowMaterial.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGTriangleIterator.h>
+
+namespace {
+
+constexpr float noResult = 1e-6f; // a value up to this was never calculated
+
+/// A result channel with one element a vertex; null when there is none.
+osg::GeoTexCoords4fPtr results(const osg::GeoTexCoordsPtr& channel, osg::UInt32 count) {
+    const osg::GeoTexCoords4fPtr values = osg::GeoTexCoords4fPtr::dcast(channel);
+    return values != osg::NullFC && values->getSize() >= count ? values : osg::GeoTexCoords4fPtr(osg::NullFC);
+}
+
+class Collector {
+public:
+    ktPreviewScene scene;
+
+    void add(const ktGeometryInstance& instance) {
+        const osg::GeometryPtr& geometry = instance.geometry;
+        const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
+        const osg::MaterialPtr material = ktMaterialInEffect(instance.node);
+        if (positions == osg::NullFC || osg::UEnvironmentMaterialPtr::dcast(material) != osg::NullFC ||
+            osg::UEnvironmentSwitchMaterialPtr::dcast(material) != osg::NullFC)
+            return;
+        ktPreviewMesh mesh;
+        addPositions(mesh, instance, *positions);
+        addTriangles(mesh, instance);
+        if (mesh.indices.empty())
+            return;
+        addLight(mesh, geometry);
+        if (osg::UShadowMaterialPtr::dcast(material) != osg::NullFC)
+            makeShadowPlane(mesh);
+        else
+            addSurface(mesh, geometry, material);
+        scene.meshes.push_back(std::move(mesh));
+    }
+
+private:
+    std::map<osg::UInt32, std::uint32_t> materialIndices; // by container id; 0 for none
+    std::vector<char> isUsable;                           // vertices of the mesh under way: finite in world space
+
+    void addPositions(ktPreviewMesh& mesh, const ktGeometryInstance& instance, const osg::GeoPositions3f& positions) {
+        isUsable.assign(positions.getSize(), 1);
+        for (osg::UInt32 i = 0; i < positions.getSize(); ++i) {
+            osg::Pnt3f world;
+            instance.toWorld.multMatrixPnt(positions.getField()[i], world);
+            if (!std::isfinite(world[0]) || !std::isfinite(world[1]) || !std::isfinite(world[2])) {
+                world = osg::Pnt3f(0, 0, 0);
+                isUsable[i] = 0;
+            }
+            mesh.positions.push_back({world[0], world[1], world[2]});
+        }
+    }
+
+    void addTriangles(ktPreviewMesh& mesh, const ktGeometryInstance& instance) const {
+        const bool isMirrored = instance.toWorld.det3() < 0;
+        for (osg::TriangleIterator triangle = instance.geometry->beginTriangles();
+             triangle != instance.geometry->endTriangles(); ++triangle) {
+            std::uint32_t corners[3];
+            bool isWhole = true;
+            for (int corner = 0; corner < 3; ++corner) {
+                const osg::Int32 index = triangle.getPositionIndex(corner);
+                isWhole = isWhole && index >= 0 && static_cast<size_t>(index) < isUsable.size() &&
+                          isUsable[static_cast<size_t>(index)];
+                corners[corner] = static_cast<std::uint32_t>(index);
+            }
+            if (!isWhole)
+                continue;
+            if (isMirrored)
+                std::swap(corners[1], corners[2]);
+            mesh.indices.insert(mesh.indices.end(), corners, corners + 3);
+        }
+    }
+
+    static void addLight(ktPreviewMesh& mesh, const osg::GeometryPtr& geometry) {
+        const auto count = static_cast<osg::UInt32>(mesh.positions.size());
+        const osg::GeoTexCoords4fPtr shadows = results(geometry->getTexCoords7(), count);
+        const osg::GeoTexCoords4fPtr lights = results(geometry->getTexCoords5(), count);
+        const auto hasResult = [&] {
+            for (osg::UInt32 i = 0; i < count; ++i)
+                if (shadows->getField()[i][3] > noResult)
+                    return true;
+            return false;
+        };
+        if (shadows == osg::NullFC || !hasResult()) {
+            mesh.light.assign(count, {1, 1, 1});
+            return;
+        }
+        for (osg::UInt32 i = 0; i < count; ++i) {
+            const osg::Vec4f& shadow = shadows->getField()[i];
+            std::array<float, 3> light;
+            for (osg::UInt32 channel = 0; channel < 3; ++channel)
+                light[channel] = lights != osg::NullFC ? lights->getField()[i][channel] : shadow[3];
+            mesh.light.push_back(light);
+        }
+    }
+
+    /// A ground plane is black and there where it is in shadow.
+    void makeShadowPlane(ktPreviewMesh& mesh) {
+        mesh.isFramed = false;
+        for (const auto& light : mesh.light)
+            mesh.colors.push_back({0, 0, 0, 1 - (light[0] + light[1] + light[2]) / 3});
+        mesh.light.assign(mesh.positions.size(), {1, 1, 1});
+        ktPreviewMaterial material;
+        material.alpha = ktPreviewMaterial::Alpha::Blend;
+        mesh.material = static_cast<std::uint32_t>(scene.materials.size());
+        scene.materials.push_back(material);
+    }
+
+    void addSurface(ktPreviewMesh& mesh, const osg::GeometryPtr& geometry, const osg::MaterialPtr& material) {
+        const osg::UberMaterialPtr uber = osg::UberMaterialPtr::dcast(material);
+        ktSurfaceColors colors = ktReadSurfaceColors(geometry, material);
+        for (std::uint32_t i = 0; i < mesh.positions.size(); ++i)
+            mesh.colors.push_back(colors.vertexColor(i));
+        mesh.texCoords = std::move(colors.texCoords);
+        mesh.material = materialIndex(material, uber);
+    }
+
+    std::uint32_t materialIndex(const osg::MaterialPtr& material, const osg::UberMaterialPtr& uber) {
+        const osg::UInt32 id = material == osg::NullFC ? 0 : material.getFieldContainerId();
+        const auto [entry, isNew] = materialIndices.emplace(id, static_cast<std::uint32_t>(scene.materials.size()));
+        if (!isNew)
+            return entry->second;
+        ktPreviewMaterial look;
+        if (uber != osg::NullFC) {
+            look.isDoubleSided = uber->getDoubleSided();
+            look.alphaCutoff = uber->getAlphaCutoff();
+            if (uber->isTransparent())
+                look.alpha = ktPreviewMaterial::Alpha::Blend;
+            else if (uber->getAlphaMode() == osg::UberMaterial::Mask)
+                look.alpha = ktPreviewMaterial::Alpha::Mask;
+            if (uber->getTexture().image)
+                look.texture = [texture = uber->getTexture()](float u, float v) {
+                    return sampleTexture(texture, u, v);
+                };
+        } else if (material != osg::NullFC && material->isTransparent())
+            look.alpha = ktPreviewMaterial::Alpha::Blend;
+        scene.materials.push_back(std::move(look));
+        return entry->second;
+    }
+};
+
+} // namespace
+
+ktPreviewScene collectPreview(const osg::NodePtr& root) {
+    Collector collector;
+    forEachGeometryInstance(root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+        collector.add(instance);
+        return true;
+    });
+    return std::move(collector.scene);
+}

@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktConformingRefiner.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <map>
+#include <random>
+#include <set>
+
+namespace {
+
+using Refiner = ktConformingRefiner;
+using Index = Refiner::Index;
+using Point = Refiner::Point;
+
+struct Grid {
+    std::vector<Point> positions;
+    std::vector<Index> indices;
+};
+
+// count x count quads of the given size from a corner, two triangles each.
+Grid grid(int count, double size, double x0 = 0.0, double y0 = 0.0) {
+    Grid result;
+    for (int y = 0; y <= count; ++y)
+        for (int x = 0; x <= count; ++x)
+            result.positions.push_back({x0 + x * size, y0 + y * size, 0.0});
+    const auto at = [count](int x, int y) { return static_cast<Index>(y * (count + 1) + x); };
+    for (int y = 0; y < count; ++y)
+        for (int x = 0; x < count; ++x)
+            for (Index i : {at(x, y), at(x + 1, y), at(x + 1, y + 1), at(x, y), at(x + 1, y + 1), at(x, y + 1)})
+                result.indices.push_back(i);
+    return result;
+}
+
+double doubledArea(const Refiner& refiner, Index triangle) {
+    const auto& t = refiner.triangles()[triangle];
+    Point p[3];
+    for (int i = 0; i < 3; ++i)
+        p[i] = refiner.position(refiner.vertices()[t.vertices[i]].place);
+    return (p[1][0] - p[0][0]) * (p[2][1] - p[0][1]) - (p[1][1] - p[0][1]) * (p[2][0] - p[0][0]);
+}
+
+double totalArea(const Refiner& refiner) {
+    double sum = 0.0;
+    for (Index t = 0; t < refiner.triangles().size(); ++t)
+        sum += 0.5 * doubledArea(refiner, t);
+    return sum;
+}
+
+// Vertices that lie inside an edge of a triangle (flat scenes): each is a crack.
+int countHangingVertices(const Refiner& refiner) {
+    std::set<Index> used;
+    for (const auto& t : refiner.triangles())
+        for (Index v : t.vertices)
+            used.insert(refiner.vertices()[v].place);
+    int count = 0;
+    for (Index t = 0; t < refiner.triangles().size(); ++t)
+        for (int corner = 0; corner < 3; ++corner) {
+            const Refiner::Edge edge = refiner.edge(t, corner);
+            const Point a = refiner.position(edge >> 32), b = refiner.position(edge & 0xFFFFFFFFu);
+            for (Index place : used) {
+                const Point p = refiner.position(place);
+                const double along = ((p[0] - a[0]) * (b[0] - a[0]) + (p[1] - a[1]) * (b[1] - a[1])) /
+                                     refiner.squaredLength(edge);
+                const double across = (p[0] - a[0]) * (b[1] - a[1]) - (p[1] - a[1]) * (b[0] - a[0]);
+                count += along > 1e-9 && along < 1.0 - 1e-9 && std::abs(across) < 1e-9;
+            }
+        }
+    return count;
+}
+
+void splitAtRandom(Refiner& refiner, int splits, unsigned int seed) {
+    std::mt19937 random(seed);
+    for (int i = 0; i < splits; ++i) {
+        const Index triangle = random() % refiner.triangles().size();
+        refiner.split(refiner.edge(triangle, static_cast<int>(random() % 3)));
+    }
+}
+
+// Triangles by the positions of their corners, so that numbering does not matter.
+std::multiset<std::array<Point, 3>> shapes(const Refiner& refiner) {
+    std::multiset<std::array<Point, 3>> result;
+    for (const auto& t : refiner.triangles()) {
+        std::array<Point, 3> corners;
+        for (int i = 0; i < 3; ++i)
+            corners[i] = refiner.position(refiner.vertices()[t.vertices[i]].place);
+        std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()), corners.end());
+        result.insert(corners);
+    }
+    return result;
+}
+
+} // namespace
+
+TEST(ConformingRefiner, GivenOneSplitOfAnInnerEdge_BisectsBothTriangles) {
+    Refiner refiner(1e-6);
+    const Grid quad = grid(1, 1.0);
+    refiner.addMesh(quad.positions, quad.indices);
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(0, 3)));
+    EXPECT_EQ(refiner.triangles().size(), 4u);
+    EXPECT_EQ(refiner.vertices().size(), 5u);
+    EXPECT_EQ(refiner.position(refiner.vertices()[4].place), (Point{0.5, 0.5, 0.0}));
+}
+
+TEST(ConformingRefiner, GivenASplitOfAShortEdge_SplitsTheLongerOnesFirst) {
+    Refiner refiner(1e-6);
+    const Grid quad = grid(1, 1.0);
+    refiner.addMesh(quad.positions, quad.indices);
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(0, 1)));
+    EXPECT_EQ(refiner.vertices().size(), 6u) << "the diagonal and the edge itself";
+    EXPECT_EQ(countHangingVertices(refiner), 0);
+}
+
+TEST(ConformingRefiner, GivenManyRandomSplits_StaysConformingAndKeepsAreaAndOrientation) {
+    for (unsigned int seed = 1; seed <= 5; ++seed) {
+        Refiner refiner(1e-6);
+        const Grid left = grid(3, 1.0), right = grid(3, 1.0, 3.0);
+        refiner.addMesh(left.positions, left.indices);
+        refiner.addMesh(right.positions, right.indices);
+        splitAtRandom(refiner, 120, seed);
+        ASSERT_GT(refiner.vertices().size(), refiner.originalVertexCount() + 100);
+        EXPECT_EQ(countHangingVertices(refiner), 0);
+        EXPECT_NEAR(totalArea(refiner), 18.0, 1e-9);
+        for (Index t = 0; t < refiner.triangles().size(); ++t)
+            EXPECT_GT(doubledArea(refiner, t), 0.0);
+    }
+}
+
+TEST(ConformingRefiner, GivenTwoMeshesThatShareASide_SplitsItInBothWithVerticesOfTheirOwn) {
+    Refiner refiner(1e-6);
+    const Grid left = grid(1, 1.0), right = grid(1, 1.0, 1.0);
+    refiner.addMesh(left.positions, left.indices);
+    refiner.addMesh(right.positions, right.indices);
+    const auto place = [&](Index v) { return refiner.vertices()[v].place; };
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(place(1), place(3))));
+    std::map<Index, int> middles;
+    for (std::size_t v = refiner.originalVertexCount(); v < refiner.vertices().size(); ++v)
+        if (refiner.position(refiner.vertices()[v].place) == Point{1.0, 0.5, 0.0})
+            ++middles[refiner.vertices()[v].mesh];
+    EXPECT_EQ(middles, (std::map<Index, int>{{0, 1}, {1, 1}}));
+    EXPECT_EQ(countHangingVertices(refiner), 0);
+}
+
+TEST(ConformingRefiner, GivenALockedEdge_NeverSplitsItAndStillRefinesBesideIt) {
+    Refiner refiner(1e-6);
+    const Grid quads = grid(3, 1.0);
+    refiner.addMesh(quads.positions, quads.indices);
+    refiner.lockEdge({1.0, 0.0, 0.0}, {1.0, 1.0, 0.0});
+    const Refiner::Edge locked = Refiner::edgeBetween(1, 5);
+    EXPECT_FALSE(refiner.split(locked));
+    splitAtRandom(refiner, 120, 7);
+    EXPECT_EQ(countHangingVertices(refiner), 0);
+    int left = 0;
+    for (Index t = 0; t < refiner.triangles().size(); ++t)
+        for (int corner = 0; corner < 3; ++corner)
+            left += refiner.edge(t, corner) == locked;
+    EXPECT_EQ(left, 2) << "both triangles beside the locked edge still have it whole";
+    EXPECT_GT(refiner.vertices().size(), refiner.originalVertexCount() + 20);
+}
+
+TEST(ConformingRefiner, GivenSplitsInAnotherOrder_GivesTheSameTriangles) {
+    std::vector<std::pair<Point, Point>> wanted;
+    std::multiset<std::array<Point, 3>> expected;
+    for (bool reversed : {false, true}) {
+        Refiner refiner(1e-6);
+        const Grid quads = grid(2, 1.0);
+        refiner.addMesh(quads.positions, quads.indices);
+        std::vector<Refiner::Edge> edges;
+        for (Index t = 0; t < refiner.triangles().size(); ++t)
+            edges.push_back(refiner.edge(t, static_cast<int>(t % 3)));
+        if (reversed)
+            std::reverse(edges.begin(), edges.end());
+        for (Refiner::Edge edge : edges)
+            refiner.split(edge);
+        if (!reversed)
+            expected = shapes(refiner);
+        else
+            EXPECT_EQ(shapes(refiner), expected);
+    }
+    EXPECT_GT(expected.size(), 8u);
+}
+
+TEST(ConformingRefiner, GivenANeighbourWithAVertexInTheMiddleOfASide_ClosesThatGap) {
+    Refiner refiner(1e-6);
+    const Grid whole = grid(1, 2.0), halves = grid(2, 1.0, 2.0);
+    refiner.addMesh(whole.positions, whole.indices);
+    refiner.addMesh(halves.positions, halves.indices);
+    ASSERT_GT(countHangingVertices(refiner), 0);
+    const auto place = [&](Index v) { return refiner.vertices()[v].place; };
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(place(1), place(3))));
+    EXPECT_EQ(countHangingVertices(refiner), 0);
+}
+
+TEST(ConformingRefiner, GivenASeam_SplitsBothSidesWithVerticesOfTheirOwn) {
+    Refiner refiner(1e-6);
+    // One mesh, two triangles, no vertex in common.
+    refiner.addMesh({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 1, 2, 3, 4, 5});
+    const auto place = [&](Index v) { return refiner.vertices()[v].place; };
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(place(0), place(2))));
+    ASSERT_EQ(refiner.vertices().size(), 8u);
+    EXPECT_EQ(refiner.vertices()[6].place, refiner.vertices()[7].place);
+}
+
+TEST(ConformingRefiner, GivenCollapsedTriangles_LeavesThemAloneAndSplitsTheRest) {
+    Refiner refiner(1e-6);
+    refiner.addMesh({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {0, 0, 1, 0, 1, 2});
+    EXPECT_TRUE(refiner.isCollapsed(0));
+    EXPECT_FALSE(refiner.isCollapsed(1));
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(0, 2)));
+    EXPECT_EQ(refiner.triangles().size(), 3u);
+    EXPECT_TRUE(refiner.isCollapsed(0));
+}
+
+TEST(ConformingRefiner, GivenAVertexLimit_StopsThere) {
+    Refiner refiner(1e-6);
+    const Grid quads = grid(4, 1.0);
+    refiner.addMesh(quads.positions, quads.indices);
+    refiner.setVertexLimit(10);
+    splitAtRandom(refiner, 500, 3);
+    EXPECT_GE(refiner.vertices().size(), refiner.originalVertexCount() + 10);
+    EXPECT_LT(refiner.vertices().size(), refiner.originalVertexCount() + 40);
+}

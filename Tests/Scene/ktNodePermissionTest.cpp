@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktNodePermission.h"
+
+#include "ktNodeMarks.h"
+#include "ktSceneFixture.h"
+
+#include <OpenSG/OSGGroup.h>
+
+namespace {
+
+bool allows(const osg::NodePtr& node) {
+    return ktNodePermission::allows(node, ktNodePermission::ChangeIllumination);
+}
+
+class NodePermission : public ktSceneFixture {
+protected:
+    osg::NodePtr part = addNode(root, "part");
+    osg::GeometryPtr geometry = makeGeometry();
+    osg::NodePtr first = addNode(part, "first", geometry);
+    osg::NodePtr second = addNode(root, "second", geometry);
+    // The plug-in's working copy: a clone under a temporary root.
+    osg::NodePtr temporaryRoot = keep(osg::makeNodeFor(osg::Group::create()));
+
+    osg::NodePtr cloneOf(const osg::NodePtr& node) {
+        const osg::NodePtr clone = osg::cloneTree(node);
+        temporaryRoot->addChild(clone);
+        return clone;
+    }
+};
+
+} // namespace
+
+TEST_F(NodePermission, GivenAction_HasTheValue25) {
+    EXPECT_EQ(static_cast<int>(ktNodePermission::ChangeIllumination), 25);
+}
+
+TEST_F(NodePermission, GivenNullNode_Allows) {
+    EXPECT_TRUE(allows(osg::NullFC));
+}
+
+TEST_F(NodePermission, GivenNoLock_Allows) {
+    EXPECT_TRUE(allows(root));
+    EXPECT_TRUE(allows(first));
+    EXPECT_TRUE(allows(cloneOf(first)));
+}
+
+TEST_F(NodePermission, GivenLock_RefusesNodeAndAllBelow) {
+    ktNodeMarks::setLocked(part, true);
+    EXPECT_FALSE(allows(part));
+    EXPECT_FALSE(allows(first));
+    EXPECT_TRUE(allows(root));
+    EXPECT_TRUE(allows(second));
+}
+
+TEST_F(NodePermission, GivenLockTakenAway_AllowsAgain) {
+    ktNodeMarks::setLocked(part, true);
+    ktNodeMarks::setLocked(part, false);
+    EXPECT_TRUE(allows(part));
+    EXPECT_TRUE(allows(first));
+}
+
+TEST_F(NodePermission, GivenCloneOfPartlyLockedInstances_Allows) {
+    const osg::NodePtr clone = cloneOf(part);
+    ktNodeMarks::setLocked(first, true);
+    EXPECT_TRUE(allows(clone->getChild(0))); // the second instance is free
+}
+
+TEST_F(NodePermission, GivenCloneOfLockedInstances_Refuses) {
+    const osg::NodePtr clone = cloneOf(part);
+    ktNodeMarks::setLocked(part, true);
+    ktNodeMarks::setLocked(second, true);
+    EXPECT_FALSE(allows(clone->getChild(0)));
+}
+
+TEST_F(NodePermission, GivenCloneOfNodeInLockedPart_Refuses) {
+    const osg::NodePtr single = addNode(part, "single", makeGeometry());
+    const osg::NodePtr clone = cloneOf(single);
+    ktNodeMarks::setLocked(part, true);
+    EXPECT_FALSE(allows(clone));
+}
+
+TEST_F(NodePermission, GivenTreeOutsideTheScene_AnswersForItself) {
+    const osg::NodePtr outside = addNode(temporaryRoot, "outside", makeGeometry());
+    const osg::NodePtr bare = addNode(temporaryRoot, "bare");
+    bare->setCore(osg::NullFC);
+    EXPECT_TRUE(allows(outside));
+    ktNodeMarks::setLocked(temporaryRoot, true);
+    EXPECT_FALSE(allows(outside));
+    EXPECT_FALSE(allows(bare));
+}
+
+TEST_F(NodePermission, GivenManyInstances_AsksTheCoreNotTheScene) {
+    // One instance more or less makes no difference: the first free one answers.
+    ktNodeMarks::setLocked(part, true);
+    for (int i = 0; i < 20000; ++i)
+        addNode(root, {}, geometry);
+    std::vector<osg::NodePtr> clones;
+    for (int i = 0; i < 20000; ++i)
+        clones.push_back(cloneOf(second));
+    for (const osg::NodePtr& clone : clones)
+        ASSERT_TRUE(allows(clone));
+}
