@@ -2,6 +2,7 @@
 #include "ktSceneRaytracing.h"
 
 #include "ktCancelPoint.h"
+#include "ktGatherPass.h"
 #include "ktHemisphereSampler.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
@@ -76,6 +77,7 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
     call("build the acceleration structure", [&] {
         ktThrowIfCanceled();
         forget();
+        bounces.endBounce(); // its snapshot refers to the scene
         ktEventPump pump;
         needTracer();
         scene.collect(geometry, lights, pump);
@@ -97,6 +99,7 @@ void ktSceneRaytracing::forget() {
 }
 
 void ktSceneRaytracing::finishPass() {
+    bounces.endBounce();
     reportUnusableVertices();
 }
 
@@ -109,13 +112,20 @@ void ktSceneRaytracing::reportUnusableVertices() {
 
 void ktSceneRaytracing::invalidateGeometry() {}
 
-void ktSceneRaytracing::setMaterialOverride(bool, bool, const float*) {}
+// Comes once a run, before anything is traced.
+void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor, const float* materialColor) {
+    bounces.clear();
+    bounces.settings.colorBleeding = colorBleeding;
+    bounces.settings.overrideColor = overrideMaterialColor && materialColor;
+    if (materialColor)
+        std::copy_n(materialColor, 3, bounces.settings.color);
+}
 
 // The last call of a run: what it traced against is not needed any more.
 void ktSceneRaytracing::restoreRaytracing(int raytracing) {
     ktOSGWidgetState::setRaytracing(raytracing);
     reportUnusableVertices();
-    gatheringReported = false;
+    bounces.clear();
     call("free its memory", [&] { forget(); });
 }
 
@@ -141,10 +151,12 @@ ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern,
 }
 
 void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
+    bounces.setDirect({}, false); // it may refer to this one
     delete sampler;
 }
 
 void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float newMaxDistance) {
+    bounces.endBounce();
     // Not a number, or below zero, is no distance: no minimum, and nothing within the maximum.
     minDistance = newMinDistance > 0.0f ? newMinDistance : 0.0f;
     maxDistance = newMaxDistance > 0.0f ? std::min(newMaxDistance, FLT_MAX) : 0.0f;
@@ -172,32 +184,69 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         task.positions = positions->getValues();
         task.normals = normals->getValues();
 
-        std::atomic<std::uint32_t> done{0};
-        std::uint32_t reported = 0;
-        ktEventPump pump([&] {
-            const std::uint32_t now = done;
-            if (now != reported)
-                emit ktHostSignals::the().tracingProgress(reported = now, count);
-        });
         std::uint32_t unusable = 0;
-        ktWorkers::run(
-            [&] {
-                std::vector<osg::Vec4f> traced(count);
-                unusable = ktTraceOcclusion(task, traced.data(), done);
-                ktThrowIfCanceled();
-                std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
-            },
-            pump);
+        runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
+            std::vector<osg::Vec4f> traced(count);
+            unusable = ktTraceOcclusion(task, traced.data(), done);
+            ktThrowIfCanceled();
+            std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
+        });
         unusableVertices += unusable;
-        emit ktHostSignals::the().tracingProgress(count, count);
+        bounces.setDirect(task, true);
+        if (const ktTracedGeometry* traced = scene.findByPositions(positions))
+            bounces.noteCalculated(traced->geometry);
     });
 }
 
-void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32, const osg::Matrix*, const osg::Pnt3f*, const osg::Vec3f*,
-                                                 osg::Vec4f*, const osg::Color3f*, bool, ktSampler*, int, bool) {
-    if (!gatheringReported && !ktCancelToken::the().isCanceled())
-        ktLog::warning("This host does not gather indirect light; what was gathered before stays");
-    gatheringReported = true;
+void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::Matrix* toWorld,
+                                                 const osg::Pnt3f* positions, const osg::Vec3f* normals,
+                                                 osg::Vec4f* results, const osg::Color3f* surfaceColor, bool transform,
+                                                 ktSampler* sampler, int, bool) {
+    if (count == 0)
+        return;
+    call("gather indirect light", [&] {
+        ktThrowIfCanceled();
+        if (!sampler || !positions || !normals || !results || !surfaceColor || (transform && !toWorld))
+            throw std::invalid_argument("it was handed no sample pattern or no vertices");
+        ktEventPump pump;
+        bounces.snapshot(scene, pump);
+        ktGatherTask task;
+        task.tracer = &needTracer();
+        task.directions = sampler->prepared.get();
+        task.light = &bounces;
+        task.limits = {minDistance, maxDistance, true};
+        task.sceneSize = scene.diagonal;
+        if (transform)
+            task.toWorld = ktWorldTransform(*toWorld);
+        task.count = count;
+        task.positions = positions->getValues();
+        task.normals = normals->getValues();
+
+        std::vector<float> received(3 * std::size_t(count));
+        runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
+            ktGatherLight(task, received.data(), done);
+            ktThrowIfCanceled();
+            for (std::size_t i = 0; i < count; ++i)
+                for (osg::UInt32 c = 0; c < 3; ++c)
+                    results[i][c] = std::max(received[3 * i + c] * (*surfaceColor)[c], ktDarkestResult);
+        });
+        if (const ktTracedGeometry* traced = scene.findByPositions(positions))
+            bounces.setGathered(traced->geometry, std::move(received));
+    });
+}
+
+// Traces `count` vertices on the workers while the main thread handles events and reports progress.
+void ktSceneRaytracing::runOnWorkers(std::uint32_t count,
+                                     const std::function<void(std::atomic<std::uint32_t>&)>& work) {
+    std::atomic<std::uint32_t> done{0};
+    std::uint32_t reported = 0;
+    ktEventPump pump([&] {
+        const std::uint32_t now = done;
+        if (now != reported)
+            emit ktHostSignals::the().tracingProgress(reported = now, count);
+    });
+    ktWorkers::run([&] { work(done); }, pump);
+    emit ktHostSignals::the().tracingProgress(count, count);
 }
 
 void ktSceneRaytracing::subdivideByIllumination(const std::string*, osg::Int32, osg::Int32, ktGeoSubdivisionList*,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktBounceLight.h"
 #include "ktHostExport.h"
 #include "ktRaytracingUtils.h"
 #include "ktTracedScene.h"
@@ -50,6 +51,7 @@ private:
     void call(const char* action, const std::function<void()>& body);
     ktTracer& needTracer();
     void forget();
+    void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);
     void reportUnusableVertices();
 
     std::unique_ptr<ktTracer> tracer;
@@ -57,5 +59,5 @@ private:
     float minDistance = 0.0f, maxDistance = 0.0f;
     bool calling = false;
     std::uint64_t unusableVertices = 0; // since the last report
-    bool gatheringReported = false;
+    ktBounceLight bounces;
 };

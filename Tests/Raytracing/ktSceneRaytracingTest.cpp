@@ -200,20 +200,6 @@ TEST_F(SceneRaytracing, GivenSamplerArguments_MakesOnlyWhatItKnows) {
     tracing.utils->releaseSampler(nullptr);
 }
 
-TEST_F(SceneRaytracing, GivenGather_LeavesResultsAndSaysSoOnceARun) {
-    osg::Vec4f result = ktTestTracing::untouched;
-    const osg::Color3f white(1, 1, 1);
-    for (int i = 0; i < 3; ++i)
-        tracing.utils->gatherVertexIllumination(1, nullptr, &origin, &up, &result, &white, false, tracing.sampler, 1,
-                                                false);
-    EXPECT_EQ(result, ktTestTracing::untouched);
-    EXPECT_THAT(log.lines, ElementsAre(HasSubstr("does not gather")));
-    tracing.utils->restoreRaytracing(0);
-    tracing.utils->gatherVertexIllumination(1, nullptr, &origin, &up, &result, &white, false, tracing.sampler, 1,
-                                            false);
-    EXPECT_EQ(log.lines.size(), 2u);
-}
-
 TEST_F(SceneRaytracing, GivenSubdivision_LeavesTheGeometryAsItIs) {
     const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(scene.geometryNodes[0]->getCore());
     const std::string name = "plane";

@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBounceLight.h"
+
+#include "ktSceneLight.h"
+#include "OSGUberMaterial.h"
+#include "OSGUShadowMaterial.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr float noResult = 1.0e-6f; // a component up to this holds nothing
+
+osg::GeoTexCoords4fPtr channel(const osg::GeoTexCoordsPtr& property, osg::UInt32 count) {
+    const osg::GeoTexCoords4fPtr values = osg::GeoTexCoords4fPtr::dcast(property);
+    return values != osg::NullFC && values->getSize() >= count ? values : osg::GeoTexCoords4fPtr();
+}
+
+osg::UInt32 positionCount(const osg::GeometryPtr& geometry) {
+    return geometry->getPositions() == osg::NullFC ? 0 : geometry->getPositions()->getSize();
+}
+
+void toLuminance(float* color) {
+    color[0] = color[1] = color[2] = ktLuminance(color);
+}
+
+// The colour that gathered light was multiplied by before it was stored.
+void tintOf(const osg::MaterialPtr& material, bool colorBleeding, float* tint) {
+    tint[0] = tint[1] = tint[2] = 1.0f;
+    const osg::UberMaterialPtr uber = osg::UberMaterialPtr::dcast(material);
+    if (uber == osg::NullFC)
+        return;
+    std::copy_n(uber->getColor().getValuesRGB(), 3, tint);
+    if (!colorBleeding)
+        toLuminance(tint);
+}
+
+} // namespace
+
+void ktBounceLight::clear() {
+    const ktBounceSettings kept = settings;
+    *this = ktBounceLight();
+    settings = kept;
+}
+
+void ktBounceLight::noteCalculated(const osg::GeometryPtr& geometry) {
+    calculated.insert(geometry);
+}
+
+void ktBounceLight::setDirect(const ktOcclusionTask& task, bool isValid) {
+    direct = task;
+    hasDirect = isValid;
+}
+
+void ktBounceLight::setGathered(const osg::GeometryPtr& geometry, std::vector<float> received) {
+    gatheredLight[geometry] = std::move(received);
+}
+
+const std::vector<float>* ktBounceLight::gathered(const osg::GeometryPtr& geometry) const {
+    const auto found = gatheredLight.find(geometry);
+    return found == gatheredLight.end() ? nullptr : &found->second;
+}
+
+bool ktBounceLight::holdsResult(const osg::GeometryPtr& geometry) const {
+    const osg::UInt32 count = positionCount(geometry);
+    const osg::GeoTexCoords4fPtr results = channel(geometry->getTexCoords7(), count);
+    if (results == osg::NullFC)
+        return false;
+    if (calculated.count(geometry))
+        return true;
+    const auto& field = results->getField();
+    for (osg::UInt32 i = 0; i < count; ++i)
+        if (field[i][3] > noResult)
+            return true;
+    return false;
+}
+
+// Direct light from the channels, and the indirect light of the bounce before: what this run gathered, or else what an
+// earlier run stored, with the surface's colour taken out again.
+void ktBounceLight::readReceived(const ktTracedGeometry& traced, std::vector<float>& received,
+                                 ktEventPump& pump) const {
+    const osg::UInt32 count = positionCount(traced.geometry);
+    received.assign(3 * std::size_t(count), 0.0f);
+    const osg::GeoTexCoords4fPtr results = channel(traced.geometry->getTexCoords7(), count);
+    const osg::GeoTexCoords4fPtr lights = channel(traced.geometry->getTexCoords5(), count);
+    const std::vector<float>* indirect = gathered(traced.geometry);
+    if (indirect && indirect->size() != received.size())
+        indirect = nullptr;
+    float tint[3];
+    tintOf(ktMaterialInEffect(traced.node), settings.colorBleeding, tint);
+    for (osg::UInt32 i = 0; i < count; ++i) {
+        if (i % 16384 == 0)
+            pump.breathe();
+        const osg::Vec4f result = results->getField()[i];
+        for (osg::UInt32 c = 0; c < 3; ++c) {
+            float light = lights != osg::NullFC ? lights->getField()[i][c] : std::min(result[3], 1.0f);
+            if (indirect)
+                light += (*indirect)[3 * std::size_t(i) + c];
+            else if (tint[c] > noResult && result[c] > noResult)
+                light += result[c] / tint[c];
+            received[3 * std::size_t(i) + c] = light;
+        }
+    }
+}
+
+void ktBounceLight::albedoOf(const ktTracedGeometry& traced, Surface& surface) {
+    if (settings.overrideColor) {
+        std::copy_n(settings.color, 3, surface.albedo);
+        if (!settings.colorBleeding)
+            toLuminance(surface.albedo);
+        return;
+    }
+    const osg::MaterialPtr material = ktMaterialInEffect(traced.node);
+    if (osg::UShadowMaterialPtr::dcast(material) != osg::NullFC) {
+        // It only catches shadows: there is no surface to send light on.
+        std::fill_n(surface.albedo, 3, 0.0f);
+        return;
+    }
+    auto& colors = colorsOf[{traced.geometry, material}];
+    if (!colors)
+        colors = std::make_shared<ktSurfaceColors>(ktReadSurfaceColors(traced.geometry, material));
+    surface.colors = colors;
+}
+
+void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
+    if (isFresh)
+        return;
+    surfaces.clear();
+    receivedLight.clear();
+    colorsOf.clear();
+    usesLightColor = std::any_of(calculated.begin(), calculated.end(), [](const osg::GeometryPtr& geometry) {
+        return channel(geometry->getTexCoords5(), positionCount(geometry)) != osg::NullFC;
+    });
+    for (const ktTracedGeometry& traced : scene.geometries) {
+        pump.breathe();
+        Surface surface;
+        surface.traced = &traced;
+        albedoOf(traced, surface);
+        if (holdsResult(traced.geometry)) {
+            const auto [entry, isNew] = receivedLight.try_emplace(traced.geometry);
+            if (isNew)
+                readReceived(traced, entry->second, pump);
+            surface.received = &entry->second;
+        } else if (hasDirect) {
+            std::unique_ptr<Lazy>& lazy = lazies[traced.geometry];
+            const osg::UInt32 count = positionCount(traced.geometry);
+            if (!lazy || lazy->light.size() != 3 * std::size_t(count)) {
+                lazy = std::make_unique<Lazy>();
+                lazy->toWorld = traced.toWorld;
+                lazy->light.resize(3 * std::size_t(count));
+                lazy->isTraced = std::make_unique<std::atomic<bool>[]>(count);
+            }
+            const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(traced.geometry->getPositions());
+            const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(traced.geometry->getNormals());
+            const bool canTrace = count > 0 && positions != osg::NullFC && normals != osg::NullFC &&
+                                  normals->getSize() >= count;
+            lazy->positions = canTrace ? positions->getField()[0].getValues() : nullptr;
+            lazy->normals = canTrace ? normals->getField()[0].getValues() : nullptr;
+            surface.lazy = lazy.get();
+        }
+        surfaces.push_back(std::move(surface));
+    }
+    isFresh = true;
+}
+
+// Two threads may trace the same vertex at once: they find the same light.
+void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const {
+    if (!lazy.normals)
+        return;
+    float* const stored = &lazy.light[3 * std::size_t(vertex)];
+    float traced[3];
+    if (lazy.isTraced[vertex].load(std::memory_order_acquire)) {
+        std::copy_n(stored, 3, traced);
+    } else {
+        ktOcclusionTask task = direct;
+        task.toWorld = lazy.toWorld;
+        task.count = 1;
+        task.positions = lazy.positions + 3 * std::size_t(vertex);
+        task.normals = lazy.normals + 3 * std::size_t(vertex);
+        osg::Vec4f result;
+        std::atomic<std::uint32_t> done{0};
+        ktTraceOcclusion(task, &result, done);
+        for (osg::UInt32 c = 0; c < 3; ++c)
+            traced[c] = usesLightColor ? result[c] : result[3];
+        const std::lock_guard<std::mutex> guard(*lazyLock);
+        std::copy_n(traced, 3, stored);
+        lazy.isTraced[vertex].store(true, std::memory_order_release);
+    }
+    for (int c = 0; c < 3; ++c)
+        light[c] += weight * traced[c];
+}
+
+void ktBounceLight::radiance(std::uint32_t mesh, std::uint32_t triangle, float u, float v, float* color) const {
+    const Surface& surface = surfaces[mesh];
+    const std::uint32_t* corners = &(*surface.traced->triangles)[3 * std::size_t(triangle)];
+    const float weights[3] = {1.0f - u - v, u, v};
+    color[0] = color[1] = color[2] = 0.0f;
+    for (int corner = 0; corner < 3; ++corner) {
+        if (surface.received) {
+            const float* received = &(*surface.received)[3 * std::size_t(corners[corner])];
+            for (int c = 0; c < 3; ++c)
+                color[c] += weights[corner] * received[c];
+        } else if (surface.lazy) {
+            addLazy(*surface.lazy, corners[corner], weights[corner], color);
+        }
+    }
+    float albedo[3] = {surface.albedo[0], surface.albedo[1], surface.albedo[2]};
+    if (surface.colors) {
+        std::copy_n(surface.colors->at(corners, u, v).data(), 3, albedo);
+        if (!settings.colorBleeding)
+            toLuminance(albedo);
+    }
+    for (int c = 0; c < 3; ++c)
+        color[c] *= albedo[c];
+}

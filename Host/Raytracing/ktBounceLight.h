@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktOcclusionPass.h"
+#include "ktSurfaceColors.h"
+#include "ktTracedScene.h"
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <vector>
+
+/// How light leaves a surface that it fell on.
+struct ktBounceSettings {
+    bool colorBleeding = false;    ///< light takes the surface's colour; else its luminance
+    bool overrideColor = false;    ///< every surface has `color`
+    float color[3] = {0, 0, 0};    ///< linear red, green, blue
+};
+
+/// The light that surfaces send on, bounce by bounce. Lives as long as a run of the calculation.
+///
+/// A surface sends on, times its albedo, what its vertices received: their direct light and the indirect light of the
+/// bounce before, interpolated over the triangle. All vertices of a bounce read one snapshot, so the order in which
+/// geometry is gathered does not matter. Direct light that no channel holds is traced at the first hit, kept for the
+/// run and stored nowhere.
+class ktBounceLight {
+public:
+    ktBounceSettings settings;
+
+    /// Forgets everything but the settings: a run begins or ends.
+    void clear();
+    /// Tells that the channels of this geometry's direct light belong to this run, whatever they hold.
+    void noteCalculated(const osg::GeometryPtr& geometry);
+    /// How direct light is traced that no channel holds. What the task refers to must live as long as gathering does.
+    void setDirect(const ktOcclusionTask& task, bool isValid);
+    /// The bounce under way is over: the next snapshot() takes what it gathered.
+    void endBounce() { isFresh = false; }
+
+    /// Makes sure that there is a snapshot for this bounce; main thread, before radiance().
+    void snapshot(const ktTracedScene& scene, ktEventPump& pump);
+    /// Light, linear red, green, blue, that leaves a point of a triangle. Any thread.
+    /// @param mesh, triangle, u, v as a tracer reports a hit
+    /// @throws ktCanceled
+    void radiance(std::uint32_t mesh, std::uint32_t triangle, float u, float v, float* color) const;
+
+    /// What a geometry's vertices received in the bounce under way, three floats a vertex, before the surface's own colour
+    /// tints it. Replaces what was there. Main thread.
+    void setGathered(const osg::GeometryPtr& geometry, std::vector<float> received);
+    /// The same for reading; null when nothing was gathered for it in this run.
+    const std::vector<float>* gathered(const osg::GeometryPtr& geometry) const;
+
+private:
+    /// Direct light traced at need, vertex by vertex.
+    struct Lazy {
+        ktWorldTransform toWorld;
+        const float* positions = nullptr;
+        const float* normals = nullptr; ///< null: nothing can be traced
+        std::vector<float> light;       ///< three floats a vertex, valid where `isTraced`
+        std::unique_ptr<std::atomic<bool>[]> isTraced;
+    };
+    struct Surface {
+        const ktTracedGeometry* traced = nullptr;
+        const std::vector<float>* received = nullptr; ///< three floats a vertex; null: dark
+        Lazy* lazy = nullptr;                         ///< adds to `received`
+        std::shared_ptr<const ktSurfaceColors> colors; ///< null: `albedo` everywhere
+        float albedo[3] = {1, 1, 1};
+    };
+
+    void albedoOf(const ktTracedGeometry& traced, Surface& surface);
+    void readReceived(const ktTracedGeometry& traced, std::vector<float>& received, ktEventPump& pump) const;
+    bool holdsResult(const osg::GeometryPtr& geometry) const;
+    void addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const;
+
+    std::set<osg::GeometryPtr> calculated;
+    std::map<osg::GeometryPtr, std::vector<float>> gatheredLight;
+    std::map<osg::GeometryPtr, std::vector<float>> receivedLight; ///< the snapshot
+    std::map<osg::GeometryPtr, std::unique_ptr<Lazy>> lazies;
+    std::map<std::pair<osg::GeometryPtr, osg::MaterialPtr>, std::shared_ptr<const ktSurfaceColors>> colorsOf;
+    std::vector<Surface> surfaces; ///< by the tracer's mesh
+    ktOcclusionTask direct;
+    bool hasDirect = false;
+    bool usesLightColor = false; ///< direct light is the lights' colour, not the share w
+    bool isFresh = false;
+    std::unique_ptr<std::mutex> lazyLock = std::make_unique<std::mutex>(); ///< for writing
+};

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktGatherPass.h"
+
+#include "ktCancelPoint.h"
+#include "ktParallel.h"
+#include "ktVertexFrames.h"
+#include "ktVertexGroups.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint32_t pieceSize = 64;        // groups a task, neighbours along the curve
+constexpr std::uint32_t raysPerCall = 1 << 15; // few enough that a cancel is seen within milliseconds
+
+// Adds up what the rays of each vertex bring, in the order of the rays.
+class Sums : public ktHitReceiver {
+public:
+    Sums(const ktBounceLight& light, const ktDirectionSet& directions) : light(light), directions(directions) {}
+
+    void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) override {
+        const std::uint32_t lanes = directions.laneMask(tile);
+        float* const sum = sums[first + vertex];
+        for (std::uint32_t i = 0; i < ktHitPacket::width; ++i) {
+            if ((lanes >> i & 1u) == 0 || packet.mesh[i] == ktHitPacket::noMesh)
+                continue;
+            float color[3];
+            light.radiance(packet.mesh[i], packet.triangle[i], packet.u[i], packet.v[i], color);
+            for (int c = 0; c < 3; ++c)
+                sum[c] += color[c];
+        }
+    }
+
+    std::uint32_t first = 0; // the vertex that the batch under way begins with
+    float sums[pieceSize][3] = {};
+
+private:
+    const ktBounceLight& light;
+    const ktDirectionSet& directions;
+};
+
+void gatherPiece(const ktGatherTask& task, const ktVertexGroups& groups, std::size_t begin, std::size_t end,
+                 float* received) {
+    const ktDirectionSet& directions = task.directions->set;
+    const ktVertexFrames frames(task.toWorld, task.directions, task.sceneSize);
+    ktRayVertex vertices[pieceSize];
+    std::size_t groupOf[pieceSize];
+    std::uint32_t traceable = 0;
+    for (std::size_t group = begin; group < end; ++group) {
+        const std::size_t vertex = groups.first(group);
+        if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, vertices[traceable]))
+            groupOf[traceable++] = group;
+    }
+    Sums sums(*task.light, directions);
+    const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / directions.count, 1, pieceSize);
+    for (sums.first = 0; sums.first < traceable; sums.first += step) {
+        ktThrowIfCanceled();
+        task.tracer->findNearest(vertices + sums.first, std::min(step, traceable - sums.first), task.limits, sums);
+    }
+    for (std::uint32_t i = 0; i < traceable; ++i)
+        for (std::uint32_t k = groups.starts[groupOf[i]]; k < groups.starts[groupOf[i] + 1]; ++k)
+            for (int c = 0; c < 3; ++c)
+                received[3 * std::size_t(groups.order[k]) + c] =
+                    sums.sums[i][c] / static_cast<float>(directions.count);
+}
+
+} // namespace
+
+void ktGatherLight(const ktGatherTask& task, float* received, std::atomic<std::uint32_t>& done) {
+    std::fill_n(received, 3 * std::size_t(task.count), 0.0f);
+    const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
+    done += static_cast<std::uint32_t>(groups.unusable.size());
+    ktParallel::forRange(groups.size(), pieceSize, [&](std::size_t begin, std::size_t end) {
+        ktThrowIfCanceled();
+        gatherPiece(task, groups, begin, end, received);
+        done += groups.starts[end] - groups.starts[begin];
+    });
+}
