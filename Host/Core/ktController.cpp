@@ -8,6 +8,7 @@
 namespace {
 
 bool isBusyNow = false;
+unsigned long busyCount = 0;
 bool isCursorShown = false;
 bool isSceneModified = false;
 
@@ -15,8 +16,10 @@ bool isSceneModified = false;
 
 void ktController::setBusy(bool busy, bool showCursor) {
     // Also when the host is busy already: whatever left it so, the run that begins has not been cancelled.
-    if (busy)
+    if (busy) {
         ktCancelToken::the().reset();
+        ++busyCount;
+    }
     isCursorShown = busy && showCursor;
     if (busy == isBusyNow)
         return;
@@ -34,6 +37,10 @@ void ktController::setModified(int modified) {
 
 bool ktControllerState::isBusy() noexcept {
     return isBusyNow;
+}
+
+unsigned long ktControllerState::getBusyCount() noexcept {
+    return busyCount;
 }
 
 bool ktControllerState::isBusyCursorShown() noexcept {

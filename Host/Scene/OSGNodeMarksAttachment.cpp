@@ -4,6 +4,7 @@
 OSG_BEGIN_NAMESPACE
 
 std::atomic<int> NodeMarksAttachment::livingCount{0};
+std::atomic<UInt32> NodeMarksAttachment::generation{0};
 
 FieldContainerType NodeMarksAttachment::_type("NodeMarksAttachment", "Attachment", NULL,
                                               []() -> FieldContainerPtr { return createEmpty(); });
@@ -18,16 +19,24 @@ OSG_FIELD_MASK_DEF(NodeMarksAttachment, RayFileLightField)
 NodeMarksAttachment::NodeMarksAttachment()
     : _sfLocked(false), _sfVertexAnimation(false), _sfGeometryComponent(false), _sfRayFileLight(false) {
     ++livingCount;
+    ++generation;
 }
 
 NodeMarksAttachment::NodeMarksAttachment(const NodeMarksAttachment& source)
     : Inherited(source), _sfLocked(source._sfLocked), _sfVertexAnimation(source._sfVertexAnimation),
       _sfGeometryComponent(source._sfGeometryComponent), _sfRayFileLight(source._sfRayFileLight) {
     ++livingCount;
+    ++generation;
 }
 
 NodeMarksAttachment::~NodeMarksAttachment() {
     --livingCount;
+    ++generation;
+}
+
+void NodeMarksAttachment::changed(BitVector whichField, UInt32 origin) {
+    ++generation;
+    Inherited::changed(whichField, origin);
 }
 
 bool NodeMarksAttachment::exist() {

@@ -45,6 +45,10 @@ public:
 
     /// Whether any node at all may carry marks: without one, questions need not search. Thread-safe.
     static bool exist();
+    /// Grows whenever marks are made, announced as changed, attached, taken away or destroyed. Thread-safe.
+    static UInt32 getGeneration() { return generation; }
+
+    void changed(BitVector whichField, UInt32 origin) override;
 
 protected:
     NodeMarksAttachment();
@@ -62,6 +66,7 @@ private:
     friend class FieldContainer;
 
     static std::atomic<int> livingCount; // the type's prototype included
+    static std::atomic<UInt32> generation;
 };
 
 OSG_FIELD_CONTAINER_INL_DEF(NodeMarksAttachment, NodeMarksAttachmentPtr)

@@ -2,8 +2,13 @@
 #include "ktNodePermission.h"
 
 #include "ktAnsweringNodes.h"
+#include "ktControllerState.h"
 #include "ktNodeMarks.h"
+#include "ktScenegraph.h"
 #include "OSGNodeMarksAttachment.h"
+
+#include <tuple>
+#include <unordered_map>
 
 namespace {
 
@@ -16,16 +21,49 @@ bool isLockedHereOrAbove(osg::NodePtr node) {
     return false;
 }
 
+/// The nodes of the scene that hold a core.
+enum class Holders { None, AllLocked, OneFree };
+
+Holders findHolders(const osg::NodeCorePtr& core) {
+    Holders holders = Holders::None;
+    for (const osg::NodePtr& holder : core->getParents()) {
+        if (!isInScene(holder))
+            continue;
+        if (!isLockedHereOrAbove(holder))
+            return Holders::OneFree;
+        holders = Holders::AllLocked;
+    }
+    return holders;
+}
+
+// While a long operation runs the scene keeps its shape. A part that is used ten thousand times, in locked places too,
+// has as many clones then, so the answer is kept by core until the operation, the scene or any mark is another one.
+Holders findHoldersDuringOperation(const osg::NodeCorePtr& core) {
+    static std::unordered_map<osg::UInt32, Holders> known;
+    static auto knownFor = std::make_tuple(0ul, osg::UInt32(0), osg::UInt32(0));
+    const auto now = std::make_tuple(ktControllerState::getBusyCount(), osg::NodeMarksAttachment::getGeneration(),
+                                     ktScenegraph::getRootNode().getFieldContainerId());
+    if (now != knownFor) {
+        known.clear();
+        knownFor = now;
+    }
+    const auto [entry, isNew] = known.try_emplace(core.getFieldContainerId(), Holders::None);
+    if (isNew)
+        entry->second = findHolders(core);
+    return entry->second;
+}
+
 } // namespace
 
 // A lock forbids every action, so the action makes no difference.
 bool ktNodePermission::allows(const osg::NodePtr& node, ktNodeAction /*action*/) {
     if (node == osg::NullFC || !osg::NodeMarksAttachment::exist())
         return true;
-    bool isAllowed = false;
-    visitAnsweringNodes(node, [&](const osg::NodePtr& answering) {
-        isAllowed = !isLockedHereOrAbove(answering);
-        return !isAllowed;
-    });
-    return isAllowed;
+    if (node->getCore() != osg::NullFC && !isInScene(node)) {
+        const Holders holders =
+            ktControllerState::isBusy() ? findHoldersDuringOperation(node->getCore()) : findHolders(node->getCore());
+        if (holders != Holders::None)
+            return holders == Holders::OneFree;
+    }
+    return !isLockedHereOrAbove(node);
 }

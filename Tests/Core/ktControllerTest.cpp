@@ -74,6 +74,14 @@ TEST_F(Controller, GivenRunLeftBusy_NextStartResetsTheCancel) {
     EXPECT_FALSE(ktCancelToken::the().isCanceled());
 }
 
+TEST_F(Controller, GivenEachStart_CountsIt) {
+    const unsigned long before = ktControllerState::getBusyCount();
+    ktController::setBusy(true, true);
+    ktController::setBusy(false, true);
+    ktController::setBusy(true, true);
+    EXPECT_EQ(ktControllerState::getBusyCount(), before + 2);
+}
+
 TEST_F(Controller, GivenModifiedThenSaved_AnnouncesChangesOnly) {
     ktController::setModified(1);
     ktController::setModified(1);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktNodePermission.h"
 
+#include "ktController.h"
 #include "ktNodeMarks.h"
 #include "ktSceneFixture.h"
 
@@ -14,6 +15,8 @@ bool allows(const osg::NodePtr& node) {
 
 class NodePermission : public ktSceneFixture {
 protected:
+    void TearDown() override { ktController::setBusy(false, false); }
+
     osg::NodePtr part = addNode(root, "part");
     osg::GeometryPtr geometry = makeGeometry();
     osg::NodePtr first = addNode(part, "first", geometry);
@@ -89,14 +92,51 @@ TEST_F(NodePermission, GivenTreeOutsideTheScene_AnswersForItself) {
     EXPECT_FALSE(allows(bare));
 }
 
-TEST_F(NodePermission, GivenManyInstances_AsksTheCoreNotTheScene) {
-    // One instance more or less makes no difference: the first free one answers.
-    ktNodeMarks::setLocked(part, true);
+TEST_F(NodePermission, GivenManyInstancesInLockedAndFreePlaces_AsksEachCoreOnceAnOperation) {
+    // Asking every holder for every clone would take a thousand million steps.
     for (int i = 0; i < 20000; ++i)
-        addNode(root, {}, geometry);
+        addNode(part, {}, geometry);
+    ktNodeMarks::setLocked(part, true);
     std::vector<osg::NodePtr> clones;
     for (int i = 0; i < 20000; ++i)
         clones.push_back(cloneOf(second));
+    ktController::setBusy(true, false);
     for (const osg::NodePtr& clone : clones)
         ASSERT_TRUE(allows(clone));
+    ktNodeMarks::setLocked(second, true);
+    for (const osg::NodePtr& clone : clones)
+        ASSERT_FALSE(allows(clone));
+}
+
+TEST_F(NodePermission, GivenChangeDuringOperation_AnswersAnew) {
+    const osg::NodePtr clone = cloneOf(part)->getChild(0);
+    ktController::setBusy(true, false);
+    ktNodeMarks::setLocked(part, true);
+    EXPECT_TRUE(allows(clone));
+    ktNodeMarks::setLocked(second, true);
+    EXPECT_FALSE(allows(clone));
+    ktNodeMarks::setLocked(part, false);
+    EXPECT_TRUE(allows(clone));
+}
+
+TEST_F(NodePermission, GivenNextOperation_SeesTheSceneAsItIsThen) {
+    const osg::NodePtr clone = cloneOf(part)->getChild(0);
+    ktNodeMarks::setLocked(part, true);
+    ktController::setBusy(true, false);
+    EXPECT_TRUE(allows(clone));
+    ktController::setBusy(false, false);
+    part->addChild(second); // into the locked part
+    EXPECT_FALSE(allows(clone));
+    ktController::setBusy(true, false);
+    EXPECT_FALSE(allows(clone));
+}
+
+TEST_F(NodePermission, GivenTwoTreesOutsideTheSceneWithOneCore_EachAnswersForItself) {
+    const osg::GeometryPtr shared = makeGeometry();
+    const osg::NodePtr locked = addNode(temporaryRoot, "locked", shared);
+    const osg::NodePtr open = addNode(temporaryRoot, "open", shared);
+    ktNodeMarks::setLocked(locked, true);
+    ktController::setBusy(true, false);
+    EXPECT_FALSE(allows(locked));
+    EXPECT_TRUE(allows(open));
 }
