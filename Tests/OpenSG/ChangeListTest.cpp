@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include <gtest/gtest.h>
+#include <OpenSG/OSGChangeList.h>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGGroup.h>
+#include <OpenSG/OSGNode.h>
+#include <OpenSG/OSGThread.h>
+#include <OpenSG/OSGTransform.h>
+#include <thread>
+
+using namespace osg;
+
+namespace {
+
+/// Records the test's own changes.
+class Changes : public testing::Test {
+protected:
+    Changes() : list(*Thread::getCurrentChangeList()) {
+        node = Node::create();
+        list.setReadOnly(false);
+        list.clearAll();
+    }
+    ~Changes() override {
+        list.setReadOnly(true);
+        list.clearAll();
+        FieldContainerPtr::_ignore_change = false;
+    }
+
+    /// Fields of the container that were announced, over all its entries.
+    BitVector changesOf(const FieldContainerPtr& container) const {
+        BitVector fields = 0;
+        for (auto entry = list.beginChanged(); entry != list.endChanged(); ++entry)
+            if (entry->first == container.getFieldContainerId())
+                fields |= entry->second;
+        return fields;
+    }
+
+    ChangeList& list;
+    NodeRefPtr node;
+};
+
+} // namespace
+
+TEST_F(Changes, GivenEdit_EntersContainerAndFields) {
+    beginEditCP(node.get(), Node::TravMaskFieldMask);
+    EXPECT_EQ(0u, list.sizeChanged()) << "not before the end of the edit";
+    node->setTravMask(0);
+    EXPECT_EQ(0u, list.sizeChanged()) << "setters announce nothing";
+    endEditCP(node.get(), Node::TravMaskFieldMask);
+    ASSERT_LE(1u, list.sizeChanged());
+    EXPECT_EQ(ChangeList::ChangeEntry(node.get().getFieldContainerId(), Node::TravMaskFieldMask), *list.beginChanged());
+}
+
+TEST_F(Changes, GivenAllFields_HasEveryBit) {
+    endEditCP(node.get());
+    EXPECT_EQ(~BitVector(0), changesOf(node.get()));
+}
+
+TEST_F(Changes, GivenAddChanged_EntersItAndCallsNothing) {
+    node->updateVolume();
+    list.clearAll();
+    list.addChanged(node.get(), Node::ChildrenFieldMask);
+    EXPECT_EQ(1u, list.sizeChanged());
+    EXPECT_TRUE(node->getVolume().isValid());
+    endEditNotChangedCP(node.get(), Node::ChildrenFieldMask);
+    EXPECT_EQ(2u, list.sizeChanged());
+    EXPECT_TRUE(node->getVolume().isValid());
+}
+
+TEST_F(Changes, GivenChangedCP_CallsChangedAndEntersNothingForTheContainer) {
+    const TransformPtr transform = Transform::create();
+    node->setCore(transform);
+    node->updateVolume();
+    list.clearAll();
+    changedCP(transform, Transform::MatrixFieldMask);
+    EXPECT_EQ(0u, changesOf(transform));
+    EXPECT_FALSE(node->getVolume().isValid());
+}
+
+TEST_F(Changes, GivenIgnoreChange_EntersTheEditAndCallsNothing) {
+    const TransformPtr transform = Transform::create();
+    node->setCore(transform);
+    node->updateVolume();
+    list.clearAll();
+    FieldContainerPtr::_ignore_change = true;
+    endEditCP(transform, Transform::MatrixFieldMask);
+    EXPECT_EQ(Transform::MatrixFieldMask, changesOf(transform));
+    EXPECT_TRUE(node->getVolume().isValid());
+    FieldContainerPtr::_ignore_change = false;
+    endEditCP(transform, Transform::MatrixFieldMask);
+    EXPECT_FALSE(node->getVolume().isValid());
+}
+
+TEST_F(Changes, GivenNewChild_TellsOfTheChildsParent) {
+    const NodePtr child = Node::create();
+    list.clearAll();
+    node->addChild(child);
+    EXPECT_EQ(Node::ParentFieldMask, changesOf(child) & Node::ParentFieldMask);
+    ASSERT_EQ(1u, list.sizeAddRefd());
+    EXPECT_EQ(child.getFieldContainerId(), *list.beginAddRefd());
+}
+
+TEST_F(Changes, GivenNewCore_TellsOfTheCoresParents) {
+    const GroupPtr core = Group::create();
+    list.clearAll();
+    node->setCore(core);
+    EXPECT_EQ(NodeCore::ParentsFieldMask, changesOf(core));
+}
+
+TEST_F(Changes, GivenProperty_TellsOfItsParents) {
+    const GeometryPtr geometry = Geometry::create();
+    node->setCore(geometry);
+    const GeoPositions3fPtr positions = GeoPositions3f::create();
+    list.clearAll();
+    geometry->setPositions(positions);
+    EXPECT_EQ(Attachment::ParentsFieldMask, changesOf(positions));
+    EXPECT_EQ(0u, changesOf(geometry));
+}
+
+TEST_F(Changes, GivenBirthAndDeath_EntersBoth) {
+    const GroupPtr group = Group::create();
+    const UInt32 id = group.getFieldContainerId();
+    ASSERT_EQ(1u, list.sizeCreated());
+    EXPECT_EQ(id, *list.beginCreated());
+    addRefCP(group);
+    addRefCP(group);
+    subRefCP(group);
+    ASSERT_EQ(1u, list.sizeSubRefd());
+    EXPECT_EQ(id, *list.beginSubRefd());
+    subRefCP(group);
+    ASSERT_EQ(1u, list.sizeDestroyed());
+    EXPECT_EQ(id, *list.beginDestroyed());
+}
+
+TEST_F(Changes, GivenReadOnlyList_RecordsNothing) {
+    list.setReadOnly(true);
+    endEditCP(node.get());
+    addRefCP(node.get());
+    subRefCP(node.get());
+    EXPECT_TRUE(list.empty());
+}
+
+TEST_F(Changes, GivenEntriesOfOneContainer_AreJoinedWhenCompacted) {
+    const NodeRefPtr other(Node::create());
+    list.clearAll();
+    list.addChanged(node.get(), Node::CoreFieldMask);
+    list.addChanged(other.get(), Node::CoreFieldMask);
+    list.addChanged(node.get(), Node::TravMaskFieldMask);
+    list.compactChanged();
+    ASSERT_EQ(2u, list.sizeChanged());
+    EXPECT_EQ(ChangeList::ChangeEntry(node.get().getFieldContainerId(), Node::CoreFieldMask | Node::TravMaskFieldMask),
+              *list.beginChanged());
+}
+
+TEST_F(Changes, GivenLimit_CompactsByItself) {
+    ChangeList::setMaxChangedSize(10);
+    for (int i = 0; i < 1000; ++i)
+        list.addChanged(node.get(), Node::CoreFieldMask);
+    EXPECT_GE(12u, list.sizeChanged());
+    ChangeList::setMaxChangedSize(0);
+}
+
+TEST_F(Changes, GivenTwoLists_MergeAndSwap) {
+    ChangeList other;
+    other.merge(list);
+    EXPECT_TRUE(other.empty());
+    list.addChanged(node.get(), Node::CoreFieldMask);
+    other.swap(list);
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(1u, other.sizeChanged());
+    other.merge(other);
+    EXPECT_EQ(2u, other.sizeChanged());
+}
+
+TEST_F(Changes, GivenEditorObject_AnnouncesAtTheEndOfTheBlock) {
+    const NodePtr edited = node;
+    {
+        CPEdit(edited, Node::TravMaskFieldMask);
+        EXPECT_EQ(0u, changesOf(edited));
+    }
+    EXPECT_EQ(Node::TravMaskFieldMask, changesOf(edited) & Node::TravMaskFieldMask);
+    { CPEditAll(edited); }
+    EXPECT_EQ(FieldBits::AllFields, changesOf(edited));
+}
+
+TEST_F(Changes, GivenOtherThread_HasAListOfItsOwn) {
+    ChangeList* others = nullptr;
+    bool recorded = false;
+    ChangeList::setReadWriteDefault(true);
+    std::thread([&] {
+        others = Thread::getCurrentChangeList();
+        endEditCP(node.get(), Node::CoreFieldMask);
+        recorded = others->sizeChanged() > 0;
+    }).join();
+    ChangeList::setReadWriteDefault(false);
+    EXPECT_NE(&list, others);
+    EXPECT_TRUE(recorded);
+    EXPECT_EQ(0u, changesOf(node.get()));
+    bool silent = false;
+    std::thread([&] {
+        endEditCP(node.get(), Node::CoreFieldMask);
+        silent = Thread::getCurrentChangeList()->empty();
+    }).join();
+    EXPECT_TRUE(silent) << "read-only by default";
+}

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Container classes of a program's own, written as Docs/scene-graph.md says.
+#include <gtest/gtest.h>
+#include <OpenSG/OSGAttachment.h>
+#include <OpenSG/OSGChunkMaterial.h>
+#include <OpenSG/OSGFieldContainerFactory.h>
+#include <OpenSG/OSGMFBaseTypes.h>
+#include <OpenSG/OSGNode.h>
+#include <OpenSG/OSGSFBaseTypes.h>
+#include <OpenSG/OSGTransform.h>
+
+OSG_BEGIN_NAMESPACE
+
+class TestLamp;
+typedef FCPtr<AttachmentPtr, TestLamp> TestLampPtr;
+
+class TestLamp : public Attachment {
+    typedef Attachment Inherited;
+
+public:
+    typedef TestLampPtr Ptr;
+
+    enum { PowerFieldId = Inherited::NextFieldId, TagsFieldId = PowerFieldId + 1, NextFieldId = TagsFieldId + 1 };
+    static const BitVector PowerFieldMask;
+    static const BitVector TagsFieldMask;
+
+    OSG_FIELD_CONTAINER_DECL(TestLampPtr)
+
+    OSG_SFIELD_ACCESS(Real32, Power)
+    OSG_MFIELD_ACCESS(std::string, Tags)
+
+protected:
+    TestLamp() : _sfPower(40.0f) {}
+    TestLamp(const TestLamp& source) : Inherited(source), _sfPower(source._sfPower), _mfTags(source._mfTags) {}
+    ~TestLamp() override = default;
+
+    SFReal32 _sfPower;
+    MFString _mfTags;
+    static FieldContainerType _type;
+
+private:
+    friend class FieldContainer;
+};
+
+OSG_FIELD_CONTAINER_INL_DEF(TestLamp, TestLampPtr)
+
+FieldContainerType TestLamp::_type("TestLamp", "Attachment", nullptr,
+                                   []() -> FieldContainerPtr { return TestLamp::createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(TestLamp, TestLampPtr)
+OSG_FIELD_MASK_DEF(TestLamp, PowerField)
+OSG_FIELD_MASK_DEF(TestLamp, TagsField)
+
+class TestGlass;
+typedef FCPtr<ChunkMaterialPtr, TestGlass> TestGlassPtr;
+
+class TestGlass : public ChunkMaterial {
+    typedef ChunkMaterial Inherited;
+
+public:
+    typedef TestGlassPtr Ptr;
+
+    OSG_FIELD_CONTAINER_DECL(TestGlassPtr)
+
+    bool isTransparent() const override { return true; }
+
+protected:
+    TestGlass() = default;
+    TestGlass(const TestGlass& source) : Inherited(source) {}
+    ~TestGlass() override = default;
+
+    static FieldContainerType _type;
+
+private:
+    friend class FieldContainer;
+};
+
+OSG_FIELD_CONTAINER_INL_DEF(TestGlass, TestGlassPtr)
+
+FieldContainerType TestGlass::_type("TestGlass", "ChunkMaterial", nullptr,
+                                    []() -> FieldContainerPtr { return TestGlass::createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(TestGlass, TestGlassPtr)
+
+OSG_END_NAMESPACE
+
+using namespace osg;
+
+TEST(OwnContainer, GivenAttachmentClass_IsMadeByItsTypeAndAttached) {
+    const NodeRefPtr node(Node::create());
+    const TestLampPtr lamp = TestLampPtr::dcast(FieldContainerFactory::the()->createAttachment("TestLamp"));
+    ASSERT_TRUE(lamp != NullFC);
+    EXPECT_FLOAT_EQ(40.0f, lamp->getPower());
+    node->addAttachment(lamp);
+    const TestLampPtr found = TestLampPtr::dcast(node->findAttachment(TestLamp::getClassType()));
+    EXPECT_TRUE(found == lamp);
+    EXPECT_TRUE(lamp->getType().isDerivedFrom(Attachment::getClassType()));
+    EXPECT_STREQ("TestLamp", lamp->getTypeName());
+}
+
+TEST(OwnContainer, GivenFields_AreReadWrittenAndCopied) {
+    const RefPtr<TestLampPtr> lamp(TestLamp::create());
+    lamp->setPower(60.0f);
+    lamp->editPower() += 1.0f;
+    lamp->getMFTags()->push_back("left");
+    EXPECT_EQ("left", lamp->getTags(0));
+    EXPECT_FLOAT_EQ(61.0f, lamp->getSFPower()->getValue());
+    const FieldContainerRefPtr copy(lamp->shallowCopy());
+    EXPECT_FLOAT_EQ(61.0f, TestLampPtr::dcast(copy)->getPower());
+    EXPECT_EQ(1u, TestLampPtr::dcast(copy)->getTags().size());
+    EXPECT_NE(TestLamp::PowerFieldMask, TestLamp::TagsFieldMask);
+    EXPECT_EQ(0u, TestLamp::PowerFieldMask & (Attachment::ParentsFieldMask | Attachment::InternalFieldMask));
+}
+
+TEST(OwnContainer, GivenMaterialClass_AnswersByItsBase) {
+    const RefPtr<MaterialPtr> material(TestGlass::create());
+    EXPECT_TRUE(material->isTransparent());
+    EXPECT_TRUE(TestGlassPtr::dcast(material) != NullFC);
+    EXPECT_TRUE(TransformPtr::dcast(material) == NullFC);
+}
+
+TEST(OwnContainer, GivenTypeThatGoes_LeavesTheFactory) {
+    FieldContainerFactory* const factory = FieldContainerFactory::the();
+    const UInt32 containers = factory->getNumContainers();
+    {
+        // As a library that is unloaded does.
+        FieldContainerType passing("TestPassing", "Transform", nullptr,
+                                   []() -> FieldContainerPtr { return Transform::createEmpty(); });
+        EXPECT_TRUE(factory->findType("TestPassing") == &passing);
+        EXPECT_TRUE(passing.isDerivedFrom(NodeCore::getClassType()));
+        passing.getPrototype();
+        EXPECT_EQ(containers + 1, factory->getNumContainers());
+    }
+    EXPECT_TRUE(factory->findType("TestPassing") == nullptr);
+    EXPECT_EQ(containers, factory->getNumContainers());
+}
+
+TEST(OwnContainer, GivenSecondTypeOfAName_WarnsAndKeepsTheFirst) {
+    testing::internal::CaptureStderr();
+    {
+        FieldContainerType again("TestLamp", "Attachment");
+        EXPECT_TRUE(FieldContainerFactory::the()->findType("TestLamp") == &TestLamp::getClassType());
+    }
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("TestLamp"));
+    EXPECT_TRUE(FieldContainerFactory::the()->findType("TestLamp") == &TestLamp::getClassType());
+}
