@@ -5,18 +5,14 @@
 
 namespace ktAmbientOcclusionInternal {
 
-namespace {
+std::uint64_t numRays = 0;
+std::int64_t (*wallClock_us)() = readWallClock_us;
+std::int64_t lastStateReport_us = -1;
 
 std::int64_t readWallClock_us() {
     using namespace std::chrono;
     return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
 }
-
-} // namespace
-
-std::uint64_t numRays = 0;
-std::int64_t (*wallClock_us)() = readWallClock_us;
-std::int64_t lastStateReport_us = -1;
 
 osg::GeometryPtr geometryOf(const osg::NodePtr& node) {
     if (node == osg::NullFC || node->getCore() == osg::NullFC)

@@ -13,7 +13,9 @@ namespace ktAmbientOcclusionInternal {
 /// Vertices handed to the host since the driver last set it to 0; rays at the end of a run.
 extern std::uint64_t numRays;
 
-/// Wall clock in microseconds; the tests put their own in its place.
+/// Microseconds since 1970.
+std::int64_t readWallClock_us();
+/// The clock in use: the one above, unless the tests put their own in its place.
 extern std::int64_t (*wallClock_us)();
 /// When stateChanged() was last emitted, or asked for first; negative before that.
 extern std::int64_t lastStateReport_us;

@@ -30,9 +30,7 @@ osg::MaterialPtr ktAmbientOcclusion::getRealMaterial(const osg::NodePtr& node) {
     return osg::NullFC;
 }
 
-bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b) {
-    const osg::GeometryPtr geometryB = geometryOf(b);
-    return geometryB != osg::NullFC && geometryOf(a) < geometryB;
-}
+// Null is the lowest address, so nothing comes before a node without a geometry.
+bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b) { return geometryOf(a) < geometryOf(b); }
 
 bool geomPtrEqual(const osg::NodePtr& a, const osg::NodePtr& b) { return geometryOf(a) == geometryOf(b); }
