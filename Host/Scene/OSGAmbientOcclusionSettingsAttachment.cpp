@@ -3,8 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType AmbientOcclusionSettingsAttachment::_type("AmbientOcclusionSettingsAttachment", "Attachment",
-                                                             nullptr,
+FieldContainerType AmbientOcclusionSettingsAttachment::_type("AmbientOcclusionSettingsAttachment", "Attachment", NULL,
                                                              []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(AmbientOcclusionSettingsAttachment, AmbientOcclusionSettingsAttachmentPtr)

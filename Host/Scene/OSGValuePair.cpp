@@ -5,7 +5,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType ValuePair::_type("ValuePair", "Attachment", nullptr,
+FieldContainerType ValuePair::_type("ValuePair", "Attachment", NULL,
                                     []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(ValuePair, ValuePairPtr)

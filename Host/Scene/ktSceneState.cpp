@@ -20,7 +20,7 @@ void select(std::vector<osg::UInt32> ids) {
 
 } // namespace
 
-ktSceneStorage& ktSceneStorage::the() {
+ktSceneStorage& ktSceneStorage::the() noexcept {
     // Never destroyed: at the end of the process the scene graph's own statics may go first.
     static auto& storage = *new ktSceneStorage;
     return storage;
@@ -64,6 +64,6 @@ void ktSceneState::clearSelection() {
     select({});
 }
 
-bool ktSceneState::isUpdateEnabled() {
+bool ktSceneState::isUpdateEnabled() noexcept {
     return ktSceneStorage::the().isUpdateEnabled;
 }

@@ -2,6 +2,7 @@
 #include "ktBruteForce.h"
 #include "ktEmbreeTracer.h"
 #include "ktHemisphereSampler.h"
+#include "ktHemisphereTracer.h"
 
 #include <cfloat>
 #include <gtest/gtest.h>
@@ -76,6 +77,9 @@ std::vector<Kind> tracerKinds() {
                             {"EmbreeSse42", [] { return makeEmbree("isa=sse4.2"); }}};
     if (__builtin_cpu_supports("avx2"))
         kinds.push_back({"EmbreeAvx2", [] { return makeEmbree("isa=avx2"); }});
+    for (const std::uint32_t lanes : {4u, 8u, 16u})
+        if (ktHemisphereTracer(lanes).laneCount() == lanes)
+            kinds.push_back({lanes == 4 ? "Hemisphere4" : lanes == 8 ? "Hemisphere8" : "Hemisphere16", [lanes] { return std::make_unique<ktHemisphereTracer>(lanes); }});
     return kinds;
 }
 

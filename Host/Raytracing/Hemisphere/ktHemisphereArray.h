@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <sys/mman.h>
+#include <vector>
+
+/// Memory for large arrays that are read all over: asks for large pages, so that looking up addresses does not cost more
+/// than the data.
+template <class T> struct ktLargePageAllocator {
+    using value_type = T;
+    ktLargePageAllocator() = default;
+    template <class U> ktLargePageAllocator(const ktLargePageAllocator<U>&) {}
+
+    T* allocate(std::size_t count) {
+        constexpr std::size_t page = std::size_t(2) << 20;
+        const std::size_t bytes = count * sizeof(T);
+        const std::size_t alignment = bytes >= page ? page : 64;
+        void* memory = std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+        if (!memory)
+            throw std::bad_alloc();
+        if (bytes >= page)
+            madvise(memory, bytes, MADV_HUGEPAGE); // a wish: where it fails ordinary pages do
+        return static_cast<T*>(memory);
+    }
+    void deallocate(T* memory, std::size_t) { std::free(memory); }
+    template <class U> bool operator==(const ktLargePageAllocator<U>&) const { return true; }
+    template <class U> bool operator!=(const ktLargePageAllocator<U>&) const { return false; }
+};
+
+template <class T> using ktLargeArray = std::vector<T, ktLargePageAllocator<T>>;

@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktHemisphereBuilder.h"
+
+#include "ktEmbreeBvh.h"
+#include "ktHemisphereClip.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+namespace {
+
+using Limits = ktHemisphereLimits;
+
+// Below this many triangles, triangles are cut where their boxes overlap others: dearer to build, about a tenth
+// faster to trace on assemblies of large thin triangles.
+constexpr std::size_t maxTrianglesToSplit = 1000000;
+
+// Beyond this products of coordinates overflow.
+constexpr float maxCoordinate = 1.844e18f;
+
+struct Corner {
+    const float* p[3];
+};
+
+Corner cornersOf(const ktTracerMesh& mesh, std::uint32_t triangle) {
+    const std::uint32_t* index = mesh.indices + std::size_t(3) * triangle;
+    return {{mesh.positions + std::size_t(3) * index[0], mesh.positions + std::size_t(3) * index[1],
+             mesh.positions + std::size_t(3) * index[2]}};
+}
+
+bool usable(const ktTracerMesh& mesh, std::uint32_t triangle) {
+    const std::uint32_t* index = mesh.indices + std::size_t(3) * triangle;
+    if (std::max({index[0], index[1], index[2]}) >= mesh.vertexCount)
+        return false;
+    const Corner corner = cornersOf(mesh, triangle);
+    for (const float* p : corner.p)
+        for (int axis = 0; axis < 3; ++axis)
+            if (!(std::fabs(p[axis]) < maxCoordinate))
+                return false;
+    return true;
+}
+
+ktBvhBox boxOf(const Corner& corner) {
+    ktBvhBox box;
+    for (int axis = 0; axis < 3; ++axis) {
+        const auto range = std::minmax({corner.p[0][axis], corner.p[1][axis], corner.p[2][axis]});
+        box.lower[axis] = range.first;
+        box.upper[axis] = range.second;
+    }
+    return box;
+}
+
+float halfArea(const ktBvhBox& box) {
+    const float x = box.upper[0] - box.lower[0], y = box.upper[1] - box.lower[1], z = box.upper[2] - box.lower[2];
+    return x * y + y * z + z * x;
+}
+
+// A few units in the last place of the farthest coordinate, so that a ray along a box's face does not slip by.
+ktBvhBox widened(const ktBvhBox& box) {
+    float farthest = 0;
+    for (int axis = 0; axis < 3; ++axis)
+        farthest = std::max({farthest, std::fabs(box.lower[axis]), std::fabs(box.upper[axis])});
+    const float margin = farthest * 2.5e-7f;
+    ktBvhBox wide;
+    for (int axis = 0; axis < 3; ++axis) {
+        wide.lower[axis] = box.lower[axis] - margin;
+        wide.upper[axis] = box.upper[axis] + margin;
+    }
+    return wide;
+}
+
+struct Child {
+    std::uintptr_t node;
+    ktBvhBox box;
+};
+
+} // namespace
+
+void ktHemisphereStructure::clear() {
+    nodes = {};
+    blocks = {};
+    first = {};
+    bucket = {};
+    root = 0;
+    levels = 0;
+}
+
+std::size_t ktHemisphereStructure::memory() const {
+    return nodes.capacity() * sizeof(ktHemisphereNode) + blocks.capacity() * sizeof(ktHemisphereBlock) +
+           (first.capacity() + bucket.capacity()) * sizeof(std::uint32_t);
+}
+
+void ktHemisphereStructure::numberMeshes(const std::vector<ktTracerMesh>& meshes) {
+    std::uint64_t total = 0;
+    for (const ktTracerMesh& mesh : meshes) {
+        first.push_back(static_cast<std::uint32_t>(total));
+        total += mesh.triangleCount;
+        if (total >= std::numeric_limits<std::uint32_t>::max())
+            throw std::length_error("the scene has " + std::to_string(total) +
+                                    " triangles or more; at most 4294967294 can be traced");
+    }
+    first.push_back(static_cast<std::uint32_t>(total));
+    std::uint32_t mesh = 0;
+    for (std::uint64_t id = 0; id < total; id += 1u << bucketShift) {
+        while (first[mesh + 1] <= id)
+            ++mesh;
+        bucket.push_back(mesh);
+    }
+}
+
+std::uint32_t ktHemisphereStructure::meshOf(std::uint32_t id) const {
+    std::uint32_t mesh = bucket[id >> bucketShift];
+    while (first[mesh + 1] <= id)
+        ++mesh;
+    return mesh;
+}
+
+bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& progress) try {
+    const auto goOn = [&](float share) { return !progress || progress(share); };
+    clear();
+    if (!goOn(0.0f))
+        return false;
+    numberMeshes(meshes);
+    std::vector<ktBvhPrimitive> primitives;
+    primitives.reserve(first.back() <= maxTrianglesToSplit ? std::size_t(2) * first.back() : first.back());
+    for (std::size_t m = 0; m < meshes.size(); ++m) {
+        for (std::uint32_t i = 0; i < meshes[m].triangleCount; ++i) {
+            if (!usable(meshes[m], i))
+                continue;
+            const ktBvhBox box = boxOf(cornersOf(meshes[m], i));
+            primitives.push_back({{box.lower[0], box.lower[1], box.lower[2]}, 0,
+                                  {box.upper[0], box.upper[1], box.upper[2]}, first[m] + i});
+        }
+    }
+    if (primitives.empty())
+        return true;
+    ktBvhTree::Split split;
+    if (primitives.size() <= maxTrianglesToSplit)
+        split = [&](std::uint32_t id, int axis, float position, const ktBvhBox& box, ktBvhBox& left, ktBvhBox& right) {
+            const std::uint32_t mesh = meshOf(id);
+            ktSplitTriangle(cornersOf(meshes[mesh], id - first[mesh]).p, axis, position, box, left, right);
+        };
+    ktBvhTree tree;
+    const bool built = tree.build(primitives, split, [&](float share) { return goOn(0.05f + 0.7f * share); });
+    primitives = {};
+    if (built && collapse(tree, meshes, goOn))
+        return true;
+    clear();
+    return false;
+} catch (...) {
+    clear();
+    throw;
+}
+
+bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& goOn) {
+    const auto addLeaf = [&](const ktBvhLeaf& leaf) {
+        for (std::uint32_t start = 0; start < leaf.count; start += Limits::blockTriangles) {
+            ktHemisphereBlock block{};
+            for (std::uint32_t lane = 0; lane < Limits::blockTriangles && start + lane < leaf.count; ++lane) {
+                const std::uint32_t id = leaf.ids[start + lane], mesh = meshOf(id);
+                const Corner corner = cornersOf(meshes[mesh], id - first[mesh]);
+                for (int c = 0; c < 3; ++c)
+                    for (int axis = 0; axis < 3; ++axis)
+                        block.corner[c][axis][lane] = corner.p[c][axis];
+                block.id[lane] = id;
+            }
+            blocks.push_back(block);
+        }
+    };
+    const auto blocksOf = [](const ktBvhLeaf& leaf) {
+        return (leaf.count + Limits::blockTriangles - 1) / Limits::blockTriangles;
+    };
+    if (ktBvhTree::isLeaf(tree.root())) {
+        addLeaf(ktBvhTree::leaf(tree.root()));
+        root = Limits::leafFlag | ktHemisphereRef(blocks.size() - 1) << Limits::leafCountShift;
+        return true;
+    }
+
+    struct Pending {
+        std::uintptr_t node;
+        std::uint32_t index, level;
+    };
+    std::vector<Pending> pending{{tree.root(), 0, 1}};
+    nodes.emplace_back();
+    while (!pending.empty()) {
+        const Pending here = pending.back();
+        pending.pop_back();
+        if (nodes.size() % 1024 == 0 && !goOn(0.75f + 0.25f * static_cast<float>(blocks.size() / (first.back() / 3.0 + 1))))
+            return false;
+        levels = std::max(levels, here.level);
+        if (levels > Limits::depth)
+            throw std::runtime_error("the ray tracing structure is too deep");
+
+        // Open the child of largest area until there are eight or only leaves are left.
+        Child child[Limits::children];
+        std::uint32_t count = 0;
+        const auto add = [&](std::uint32_t at, std::uintptr_t parent, int side) {
+            child[at] = {ktBvhTree::node(parent).child[side], ktBvhTree::node(parent).box[side]};
+        };
+        add(count++, here.node, 0);
+        add(count++, here.node, 1);
+        while (count < Limits::children) {
+            std::uint32_t largest = count;
+            float area = -1;
+            for (std::uint32_t i = 0; i < count; ++i) {
+                if (!ktBvhTree::isLeaf(child[i].node) && halfArea(child[i].box) > area) {
+                    area = halfArea(child[i].box);
+                    largest = i;
+                }
+            }
+            if (largest == count)
+                break;
+            const std::uintptr_t opened = child[largest].node;
+            add(largest, opened, 0);
+            add(count++, opened, 1);
+        }
+
+        ktHemisphereNode node;
+        const float none = std::numeric_limits<float>::quiet_NaN();
+        const float infinity = std::numeric_limits<float>::infinity();
+        std::fill(&node.lower[0][0], &node.lower[0][0] + 24, none);
+        std::fill(&node.upper[0][0], &node.upper[0][0] + 24, none);
+        std::fill(node.child, node.child + 8, 0u);
+        std::fill(node.ownLower, node.ownLower + 3, infinity);
+        std::fill(node.ownUpper, node.ownUpper + 3, -infinity);
+        node.firstBlock = blocks.size();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const ktBvhBox box = widened(child[i].box);
+            for (int axis = 0; axis < 3; ++axis) {
+                node.lower[axis][i] = box.lower[axis];
+                node.upper[axis][i] = box.upper[axis];
+                node.ownLower[axis] = std::min(node.ownLower[axis], box.lower[axis]);
+                node.ownUpper[axis] = std::max(node.ownUpper[axis], box.upper[axis]);
+            }
+            if (ktBvhTree::isLeaf(child[i].node)) {
+                const ktBvhLeaf& leaf = ktBvhTree::leaf(child[i].node);
+                node.child[i] = Limits::childLeafFlag | (blocksOf(leaf) - 1) << Limits::childCountShift |
+                                static_cast<std::uint32_t>(blocks.size() - node.firstBlock);
+                addLeaf(leaf);
+            } else {
+                if (nodes.size() >= Limits::childLeafFlag)
+                    throw std::length_error("the ray tracing structure has too many nodes");
+                node.child[i] = static_cast<std::uint32_t>(nodes.size());
+                nodes.emplace_back();
+                pending.push_back({child[i].node, node.child[i], here.level + 1});
+            }
+        }
+        nodes[here.index] = node;
+    }
+    nodes.shrink_to_fit();
+    blocks.shrink_to_fit();
+    return true;
+}

@@ -1,0 +1,6 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#define KT_LANES ktLanesBase
+#define KT_KERNEL ktHemisphereKernelBase
+#define KT_KERNEL_NAME "4 lanes"
+#define KT_KERNEL_LANES 4
+#include "ktHemisphereKernelSource.h"

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+// Triangles as seen from a vertex. With the vertex as origin, the plane through it and an edge of a triangle has a
+// normal; a ray hits the triangle when it lies on the inner side of all three planes. The normals are computed once for
+// a block of four triangles and serve every ray of the vertex. An edge shared by two triangles gives the same normal but
+// for its sign, to the last bit, so no ray slips between them. After "Optimizing Ray-Triangle Intersection via Automated Search",
+// Andrew Kensler, Peter Shirley, 2006, and "Watertight Ray/Triangle Intersection", Sven Woop, Carsten Benthin, Ingo Wald, 2013.
+
+#include "ktHemisphereBoxes.h"
+
+namespace KT_LANES {
+
+/// A block of four triangles seen from the vertex. Signs are such that a hit ray has only positive products.
+struct alignas(64) SeenBlock {
+    float inner[3][3][4]; ///< [edge][axis][triangle]: normals of the planes through the vertex and each edge
+    float normal[3][4];   ///< of the triangles
+    float height[4];      ///< of the vertex over the triangles' planes, times the length of `normal`
+    std::uint32_t usable; ///< bit i: triangle i can be hit at all
+    std::uint32_t front;  ///< bit i: the vertex is on its front side
+};
+
+template <int N> struct Vector {
+    Float<N> x, y, z;
+};
+
+template <int N> KT_INLINE Vector<N> operator-(Vector<N> a, Vector<N> b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+template <int N> KT_INLINE Vector<N> operator+(Vector<N> a, Vector<N> b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+template <int N> KT_INLINE Vector<N> cross(Vector<N> a, Vector<N> b) {
+    return {mulSub(a.y, b.z, a.z * b.y), mulSub(a.z, b.x, a.x * b.z), mulSub(a.x, b.y, a.y * b.x)};
+}
+template <int N> KT_INLINE Float<N> dot(Vector<N> a, Vector<N> b) {
+    return mulAdd(a.x, b.x, mulAdd(a.y, b.y, a.z * b.z));
+}
+
+template <int N> KT_INLINE Vector<N> loadVector(const float p[3][N]) {
+    return {Float<N>::load(p[0]), Float<N>::load(p[1]), Float<N>::load(p[2])};
+}
+KT_INLINE void storeFlipped(Vector<4> v, Float4 sign, float p[3][4]) {
+    flipSign(v.x, sign).store(p[0]);
+    flipSign(v.y, sign).store(p[1]);
+    flipSign(v.z, sign).store(p[2]);
+}
+
+KT_INLINE void seeBlock(const ktHemisphereBlock& block, const float* origin, const float* planeNormal, bool bothSides, SeenBlock& seen) {
+    const Vector<4> o{origin[0], origin[1], origin[2]};
+    const Vector<4> a = loadVector<4>(block.corner[0]) - o;
+    const Vector<4> b = loadVector<4>(block.corner[1]) - o;
+    const Vector<4> c = loadVector<4>(block.corner[2]) - o;
+    // Sums and differences instead of the corners themselves keep the error proportional to the edge's length.
+    const Vector<4> normal = cross(b - a, c - a);
+    const Float4 height = dot(a, normal);
+    const Float4 sign = signOf(height);
+    const Float4 zero = 0.0f;
+    const Float4 distance = flipSign(height, sign);
+    const Mask<4> front = height < zero;
+    Mask<4> usable = zero < distance;
+    if (!bothSides)
+        usable = usable & front;
+    if (planeNormal) {
+        const Vector<4> n{planeNormal[0], planeNormal[1], planeNormal[2]};
+        usable = usable & (zero < larger(dot(a, n), larger(dot(b, n), dot(c, n))));
+    }
+    seen.usable = usable.bits();
+    if (!seen.usable)
+        return;
+    storeFlipped(cross(b - c, b + c), sign, seen.inner[0]);
+    storeFlipped(cross(c - a, c + a), sign, seen.inner[1]);
+    storeFlipped(cross(a - b, a + b), sign, seen.inner[2]);
+    storeFlipped(normal, sign, seen.normal);
+    distance.store(seen.height);
+    seen.front = front.bits();
+}
+
+/// Which of 16 rays hit triangle `i` of a block between the distances.
+KT_INLINE std::uint32_t raysThroughTriangle(const SeenBlock& seen, std::uint32_t i, Vector<16> d, Float16 minDistance, Float16 maxDistance) {
+    const auto along = [&](const float n[3][4]) {
+        return mulAdd(d.x, Float16(n[0][i]), mulAdd(d.y, Float16(n[1][i]), d.z * Float16(n[2][i])));
+    };
+    const Float16 zero = 0.0f;
+    const Float16 height = seen.height[i];
+    const Float16 toward = along(seen.normal);
+    return ((zero <= along(seen.inner[0])) & (zero <= along(seen.inner[1])) & (zero <= along(seen.inner[2])) &
+            (toward * minDistance < height) & (height <= toward * maxDistance))
+        .bits();
+}
+
+/// Which of a block's four triangles may be hit by some ray of a tile.
+KT_INLINE std::uint32_t trianglesInTile(const SeenBlock& seen, const ktHemisphereWork& work, std::uint32_t tile) {
+    Mask<4> may;
+    for (int edge = 0; edge < 3; ++edge) {
+        Float4 most = 0.0f;
+        for (int axis = 0; axis < 3; ++axis) {
+            const Float4 n = Float4::load(seen.inner[edge][axis]);
+            most = mulAdd(n, work.middle[axis][tile], mulAdd(absolute(n), work.half[axis][tile], most));
+        }
+        const Mask<4> inside = Float4(0.0f) <= most;
+        may = edge ? may & inside : inside;
+    }
+    return may.bits() & seen.usable;
+}
+
+/// Which of a block's four triangles one ray hits between the distances. The same operations in the same order as for 16 rays.
+KT_INLINE std::uint32_t trianglesOnRay(const SeenBlock& seen, const float* d, Float4 minDistance, Float4 maxDistance) {
+    const auto along = [&](const float n[3][4]) {
+        return mulAdd(Float4(d[0]), Float4::load(n[0]), mulAdd(Float4(d[1]), Float4::load(n[1]), Float4(d[2]) * Float4::load(n[2])));
+    };
+    const Float4 zero = 0.0f;
+    const Float4 height = Float4::load(seen.height);
+    const Float4 toward = along(seen.normal);
+    return ((zero <= along(seen.inner[0])) & (zero <= along(seen.inner[1])) & (zero <= along(seen.inner[2])) &
+            (toward * minDistance < height) & (height <= toward * maxDistance))
+               .bits() &
+           seen.usable;
+}
+
+} // namespace KT_LANES

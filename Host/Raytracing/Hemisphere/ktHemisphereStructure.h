@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstdint>
+
+// What rays are traced against: a tree with eight children a node, whose leaves are runs of blocks of four triangles.
+// Plain data, shared by the kernels of all instruction sets: nothing here may be an inline function.
+
+/// Points to a node or to a leaf: node index, or leafFlag, number of blocks less 1 in bits 48 up, first block below.
+using ktHemisphereRef = std::uint64_t;
+
+struct ktHemisphereLimits {
+    static constexpr std::uint32_t children = 8;      ///< of a node
+    static constexpr std::uint32_t blockTriangles = 4;
+    static constexpr std::uint32_t leafBlocks = 2;    ///< at most, of a leaf
+    static constexpr std::uint32_t depth = 96;        ///< of the tree, at most
+    static constexpr std::uint32_t tiles = 64;        ///< of 16 rays, traced together
+    static constexpr std::uint32_t tileRays = 16;
+    static constexpr ktHemisphereRef leafFlag = ktHemisphereRef(1) << 63;
+    static constexpr std::uint32_t leafCountShift = 48;
+    static constexpr ktHemisphereRef leafBlockMask = (ktHemisphereRef(1) << leafCountShift) - 1;
+    static constexpr std::uint32_t childLeafFlag = 1u << 31; ///< in ktHemisphereNode::child
+    static constexpr std::uint32_t childCountShift = 16;
+    static constexpr std::uint32_t childBlockMask = 0xFFFFu;
+};
+
+/// Eight children's boxes, axis by axis, world space, widened by a few units in the last place. Lanes without a child
+/// hold NaN, which fails every comparison. Four cache lines.
+struct alignas(64) ktHemisphereNode {
+    float lower[3][8];
+    float upper[3][8];
+    /// Index of a node, or childLeafFlag, number of blocks less 1 in bits 16 up, and the first block counted from
+    /// firstBlock: the leaves of one node lie side by side.
+    std::uint32_t child[8];
+    float ownLower[3], ownUpper[3];
+    std::uint64_t firstBlock;
+};
+static_assert(sizeof(ktHemisphereNode) == 256, "four cache lines");
+
+/// Four triangles: corners a, b, c, axis by axis, world space, and each triangle's number over all meshes. Empty lanes are
+/// all zero: a triangle without area is never hit.
+struct alignas(32) ktHemisphereBlock {
+    float corner[3][3][4]; ///< [corner][axis][triangle]
+    std::uint32_t id[4];
+};
+static_assert(sizeof(ktHemisphereBlock) == 160, "forty bytes a triangle");
+
+/// The structure as the kernels see it.
+struct ktHemisphereView {
+    const ktHemisphereNode* nodes;
+    const ktHemisphereBlock* blocks;
+    ktHemisphereRef root; ///< meaningful when there is anything at all
+    bool empty;
+};

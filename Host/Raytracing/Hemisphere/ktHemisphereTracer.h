@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHemisphereBuilder.h"
+#include "ktTracer.h"
+
+struct ktHemisphereKernel;
+
+/// Traces all rays of a vertex together: whole tiles of directions go down the tree at once, since every ray of a vertex
+/// starts at the same point. Docs/hemisphere-tracer.md tells how. Rays with origins of their own (occluded(),
+/// nearest()) go one by one.
+class ktHemisphereTracer : public ktTracer {
+public:
+    /// @param lanes at most this many floats at a time (4, 8 or 16); the default takes what the processor has
+    explicit ktHemisphereTracer(std::uint32_t lanes = 16);
+
+    /// @throws std::length_error for 2^32 triangles or more, beside what ktTracer::build() says
+    bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
+    std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const override;
+    void countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
+                      std::uint32_t* visible, std::uint64_t* const* masks) const override;
+    void findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
+                     ktHitReceiver& receiver) const override;
+    std::uint32_t occluded(const ktRayPacket& rays, bool bothSides) const override;
+    void nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const override;
+
+    /// Floats that are worked on at a time: 4, 8 or 16.
+    std::uint32_t laneCount() const;
+    const ktHemisphereStructure& structure() const { return scene; }
+
+private:
+    const ktHemisphereKernel& kernel;
+    ktHemisphereStructure scene;
+};

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+// What is computed once for a vertex: its rays in world space, their reciprocals, and for each tile the intervals that
+// let a whole tile be tested against a box at once.
+
+#include "ktHemisphereKernel.h"
+#include "ktHemisphereLanes.h"
+#include "ktHemisphereTiles.h"
+
+namespace KT_LANES {
+
+// Stands for infinity: finite, so that nothing times it is not a number.
+constexpr float kHuge = 3.0e38f;
+
+// Tile directions are widened by this, which covers every rounding in the tests made with them.
+constexpr float kDirectionMargin = 1e-6f;
+
+// Exits are moved back by this share: rounding of reciprocals and products ("Robust BVH Ray Traversal", Thiago Ize, 2013).
+constexpr float kExitMargin = 1.000001f;
+constexpr float kEnterMargin = 0.999999f;
+
+// Directions of 16 lanes along one world axis. Not fused, and in the order of ktTurnTile: every tracer sends the same
+// rays, to the last bit, on every processor.
+KT_INLINE Float16 rotated(const float local[3][16], float t, float b, float n) {
+    return Float16::load(local[0]) * Float16(t) + Float16::load(local[1]) * Float16(b) + Float16::load(local[2]) * Float16(n);
+}
+
+KT_INLINE Float16 finiteReciprocal(Float16 d) {
+    const Float16 tiny = 1e-30f;
+    const Mask<16> small = (d < tiny) & (Float16(-1e-30f) < d);
+    const Float16 nearZero = flipSign(tiny, signOf(d));
+    return Float16(1.0f) / select(small, nearZero, d);
+}
+
+// A tile's directions along an axis lie in [least, most]. For a box whose slab along this axis, seen from the vertex, is
+// [low, high]:
+//   low > 0:  no ray enters before low * enterAbove, nor stays beyond high * leaveAbove;
+//   high < 0: no ray enters before high * enterBelow, nor stays beyond low * leaveBelow;
+//   else all start inside, and none stays beyond min(high * leaveAbove, low * leaveBelow).
+KT_INLINE void setIntervals(ktHemisphereWork& work, int axis, std::uint32_t firstTile, Float16 least, Float16 most) {
+    const Float16 zero = 0.0f, one = 1.0f, huge = kHuge, minusHuge = -kHuge;
+    least = least - Float16(kDirectionMargin);
+    most = most + Float16(kDirectionMargin);
+    ((least + most) * Float16(0.5f)).store(&work.middle[axis][firstTile]);
+    ((most - least) * Float16(0.5f)).store(&work.half[axis][firstTile]);
+    const Float16 overLeast = one / least, overMost = one / most;
+    select(zero < most, overMost, huge).store(&work.enterAbove[axis][firstTile]);
+    select(least < zero, overLeast, minusHuge).store(&work.enterBelow[axis][firstTile]);
+    select(zero < least, overLeast, huge).store(&work.leaveAbove[axis][firstTile]);
+    select(most < zero, overMost, minusHuge).store(&work.leaveBelow[axis][firstTile]);
+    const Float16 oneWay = select(zero < least, overLeast, overMost);
+    const Mask<16> bothWays = (least <= zero) & (zero <= most);
+    select(bothWays, huge, oneWay).store(&work.leaveFirst[axis][firstTile]);
+    select(bothWays, minusHuge, oneWay).store(&work.leaveSecond[axis][firstTile]);
+}
+
+/// `reaches`: also make ready for nearest hits.
+template <bool reaches> KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& vertex, const ktRayLimits& limits,
+                             ktHemisphereWork& work) {
+    for (int axis = 0; axis < 3; ++axis) {
+        work.origin[axis] = vertex.origin[axis];
+        work.normal[axis] = vertex.normal[axis];
+    }
+    work.minDistance = limits.minDistance;
+    work.maxDistance = limits.maxDistance;
+    work.bothSides = limits.bothSides;
+    work.lowest = batch.lowest;
+    work.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
+    work.fewTiles = batch.tileCount >= 12 ? 6 : 4;
+    for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
+        work.live[tile] = batch.live[tile];
+        work.waitingCount[tile] = 0;
+        if (reaches) {
+            work.tileReach[tile] = limits.maxDistance;
+            work.back[tile] = 0;
+            for (std::uint32_t lane = 0; lane < 16; ++lane) {
+                work.reach[tile][lane] = batch.live[tile] >> lane & 1 ? limits.maxDistance : -1.0f;
+                work.hit[tile][lane] = ktHemisphereKernel::noTriangle;
+            }
+        }
+        for (int axis = 0; axis < 3; ++axis) {
+            const Float16 d = rotated(batch.ray[tile], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
+            d.store(work.ray[tile][axis]);
+            finiteReciprocal(d).store(work.reciprocal[tile][axis]);
+        }
+    }
+    for (std::uint32_t group = 0; 16 * group < batch.tileCount; ++group) {
+        Float16 least[3], most[3];
+        for (int axis = 0; axis < 3; ++axis)
+            least[axis] = most[axis] = rotated(batch.byTile[group][0], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
+        for (int ray = 1; ray < 16; ++ray) {
+            for (int axis = 0; axis < 3; ++axis) {
+                const Float16 d = rotated(batch.byTile[group][ray], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
+                least[axis] = smaller(least[axis], d);
+                most[axis] = larger(most[axis], d);
+            }
+        }
+        for (int axis = 0; axis < 3; ++axis)
+            setIntervals(work, axis, 16 * group, least[axis], most[axis]);
+    }
+}
+
+} // namespace KT_LANES

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktEmbreeBvh.h"
+
+#include <embree3/rtcore.h>
+
+#include <atomic>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+static_assert(sizeof(ktBvhPrimitive) == sizeof(RTCBuildPrimitive), "primitives are handed over as they are");
+static_assert(sizeof(std::size_t) == 8, "leaf pointers carry a tag");
+
+struct ktBvhTree::Library {
+    RTCDevice device = nullptr;
+    RTCBVH bvh = nullptr;
+    ~Library() {
+        if (bvh)
+            rtcReleaseBVH(bvh);
+        if (device)
+            rtcReleaseDevice(device);
+    }
+};
+
+namespace {
+
+// Deeper than any tree over float boxes gets by halving; the library stops with an error beyond it.
+constexpr unsigned maxDepth = 96;
+
+struct Callbacks {
+    const ktBvhTree::Split* split;
+    const ktBvhTree::Progress* progress;
+    std::atomic<bool> stopped{false};
+};
+
+void* createNode(RTCThreadLocalAllocator allocator, unsigned, void*) {
+    return new (rtcThreadLocalAlloc(allocator, sizeof(ktBvhNode), 16)) ktBvhNode{};
+}
+
+void setChildren(void* node, void** children, unsigned count, void*) {
+    for (unsigned i = 0; i < count; ++i)
+        static_cast<ktBvhNode*>(node)->child[i] = reinterpret_cast<std::uintptr_t>(children[i]);
+}
+
+// Called before the children of a node exist: that is why boxes stand in the parent.
+void setBounds(void* node, const RTCBounds** bounds, unsigned count, void*) {
+    for (unsigned i = 0; i < count; ++i)
+        static_cast<ktBvhNode*>(node)->box[i] = {{bounds[i]->lower_x, bounds[i]->lower_y, bounds[i]->lower_z},
+                                                 {bounds[i]->upper_x, bounds[i]->upper_y, bounds[i]->upper_z}};
+}
+
+void* createLeaf(RTCThreadLocalAllocator allocator, const RTCBuildPrimitive* primitives, std::size_t count, void*) {
+    ktBvhLeaf* leaf = new (rtcThreadLocalAlloc(allocator, sizeof(ktBvhLeaf), 16)) ktBvhLeaf;
+    leaf->count = static_cast<std::uint32_t>(count);
+    for (std::size_t i = 0; i < count; ++i)
+        leaf->ids[i] = primitives[i].primID;
+    return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(leaf) | 1);
+}
+
+void splitPrimitive(const RTCBuildPrimitive* p, unsigned axis, float position, RTCBounds* left, RTCBounds* right,
+                    void* user) {
+    const ktBvhBox box{{p->lower_x, p->lower_y, p->lower_z}, {p->upper_x, p->upper_y, p->upper_z}};
+    ktBvhBox l, r;
+    (*static_cast<Callbacks*>(user)->split)(p->primID, static_cast<int>(axis), position, box, l, r);
+    *left = {l.lower[0], l.lower[1], l.lower[2], 0, l.upper[0], l.upper[1], l.upper[2], 0};
+    *right = {r.lower[0], r.lower[1], r.lower[2], 0, r.upper[0], r.upper[1], r.upper[2], 0};
+}
+
+bool reportProgress(void* user, double share) {
+    Callbacks& callbacks = *static_cast<Callbacks*>(user);
+    if (*callbacks.progress && !(*callbacks.progress)(static_cast<float>(share)))
+        callbacks.stopped = true;
+    return !callbacks.stopped;
+}
+
+} // namespace
+
+ktBvhTree::ktBvhTree() = default;
+ktBvhTree::~ktBvhTree() = default;
+
+bool ktBvhTree::build(std::vector<ktBvhPrimitive>& primitives, const Split& split, const Progress& progress) {
+    rootNode = 0;
+    library.reset();
+    if (primitives.empty())
+        return true;
+    library = std::make_unique<Library>();
+    library->device = rtcNewDevice(nullptr);
+    library->bvh = library->device ? rtcNewBVH(library->device) : nullptr;
+    if (!library->bvh)
+        throw std::runtime_error("the ray tracing library cannot be started");
+
+    Callbacks callbacks;
+    callbacks.split = &split;
+    callbacks.progress = &progress;
+    const std::size_t count = primitives.size();
+    if (split)
+        primitives.resize(count + count / 4);
+
+    RTCBuildArguments arguments = rtcDefaultBuildArguments();
+    arguments.buildQuality = split ? RTC_BUILD_QUALITY_HIGH : RTC_BUILD_QUALITY_MEDIUM;
+    arguments.maxBranchingFactor = 2;
+    arguments.maxDepth = maxDepth;
+    arguments.sahBlockSize = 4;
+    arguments.minLeafSize = 1;
+    arguments.maxLeafSize = ktBvhLeaf::maxCount;
+    arguments.traversalCost = 1.0f;
+    arguments.intersectionCost = 1.0f;
+    arguments.bvh = library->bvh;
+    arguments.primitives = reinterpret_cast<RTCBuildPrimitive*>(primitives.data());
+    arguments.primitiveCount = count;
+    arguments.primitiveArrayCapacity = primitives.size();
+    arguments.createNode = createNode;
+    arguments.setNodeChildren = setChildren;
+    arguments.setNodeBounds = setBounds;
+    arguments.createLeaf = createLeaf;
+    arguments.splitPrimitive = split ? splitPrimitive : nullptr;
+    arguments.buildProgress = reportProgress;
+    arguments.userPtr = &callbacks;
+    rootNode = reinterpret_cast<std::uintptr_t>(rtcBuildBVH(&arguments));
+    if (rootNode)
+        return true;
+    library->bvh = (rtcReleaseBVH(library->bvh), nullptr);
+    if (callbacks.stopped)
+        return false;
+    throw std::runtime_error("the ray tracing library could not build the structure (error " +
+                             std::to_string(static_cast<int>(rtcGetDeviceError(library->device))) + ")");
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+/// Axis-aligned box; same unit as the positions it was made from.
+struct ktBvhBox {
+    float lower[3];
+    float upper[3];
+};
+
+/// What a tree is built over: a box and the number of what is inside. Layout as the library wants it.
+struct alignas(32) ktBvhPrimitive {
+    float lower[3];
+    std::uint32_t group; ///< 0; the library counts its splits in the upper bits
+    float upper[3];
+    std::uint32_t id;
+};
+
+struct ktBvhLeaf {
+    static constexpr std::uint32_t maxCount = 8;
+    std::uint32_t count;
+    std::uint32_t ids[maxCount];
+};
+
+/// Inner node of a binary tree. A child is a node or a leaf; see ktBvhTree.
+struct ktBvhNode {
+    ktBvhBox box[2];
+    std::uintptr_t child[2];
+};
+
+/// A binary bounding volume hierarchy built by Embree (surface-area heuristic). Lives as long as this object.
+class ktBvhTree {
+public:
+    /// Cuts a primitive at `position` on `axis` into the boxes of both parts; called from many threads.
+    using Split = std::function<void(std::uint32_t id, int axis, float position, const ktBvhBox& box, ktBvhBox& left,
+                                     ktBvhBox& right)>;
+    /// Called now and then, from any thread, with the share done (0 to 1); false stops the build.
+    using Progress = std::function<bool(float)>;
+
+    ktBvhTree();
+    ~ktBvhTree();
+    ktBvhTree(const ktBvhTree&) = delete;
+    ktBvhTree& operator=(const ktBvhTree&) = delete;
+
+    /// @param primitives are reordered; with `split` primitives may be referenced by several leaves, and room for as
+    ///                   many again is taken
+    /// @return false when `progress` stopped it, the tree is then empty
+    /// @throws std::runtime_error when the library fails
+    bool build(std::vector<ktBvhPrimitive>& primitives, const Split& split, const Progress& progress);
+
+    /// 0 for an empty tree.
+    std::uintptr_t root() const { return rootNode; }
+    static bool isLeaf(std::uintptr_t node) { return node & 1; }
+    static const ktBvhLeaf& leaf(std::uintptr_t node) { return *reinterpret_cast<const ktBvhLeaf*>(node & ~std::uintptr_t(1)); }
+    static const ktBvhNode& node(std::uintptr_t node) { return *reinterpret_cast<const ktBvhNode*>(node); }
+
+private:
+    struct Library;
+    std::unique_ptr<Library> library;
+    std::uintptr_t rootNode = 0;
+};
