@@ -23,7 +23,7 @@ fs::path pathFromEnvironment(const char* variable) {
 }
 
 fs::path userConfigDir() {
-    const fs::path xdg = pathFromEnvironment("XDG_CONFIG_HOME");
+    fs::path xdg = pathFromEnvironment("XDG_CONFIG_HOME");
     if (xdg.is_absolute()) // a relative one is invalid and to be ignored (XDG Base Directory Specification)
         return xdg;
     const fs::path home = pathFromEnvironment("HOME");

@@ -20,7 +20,7 @@ unsigned int coresInAffinityMask() {
     struct Free {
         void operator()(cpu_set_t* set) const { CPU_FREE(set); }
     };
-    for (std::size_t capacity = 1024; capacity <= 1024 * 1024; capacity *= 4) {
+    for (std::size_t capacity = 1024; capacity <= 1048576; capacity *= 4) {
         const std::unique_ptr<cpu_set_t, Free> set(CPU_ALLOC(capacity));
         if (!set)
             return 0;

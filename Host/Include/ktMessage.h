@@ -12,7 +12,7 @@
 class KT_HOST_EXPORT ktMessage {
 public:
     /// Stores `value` under `name`. With `overwrite` false an existing value stays. Returns whether it was stored.
-    bool set(const std::string& name, const boost::any& value, bool overwrite);
+    bool set(const std::string& name, boost::any value, bool overwrite);
     /// The value under `name`, or an empty one. Valid until the next set().
     const boost::any& get(const std::string& name) const;
     /// Names in order.

@@ -35,6 +35,8 @@ public:
     void noteCalculated(const osg::GeometryPtr& geometry);
     /// How direct light is traced that no channel holds. What the task refers to must live as long as gathering does.
     void setDirect(const ktOcclusionTask& task, bool isValid);
+    /// That task; null when there is none.
+    const ktOcclusionTask* directTask() const { return hasDirect ? &direct : nullptr; }
     /// The bounce under way is over: the next snapshot() takes what it gathered.
     void endBounce() { isFresh = false; }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -191,7 +192,15 @@ void ktConformingRefiner::bisect(Edge edge) {
         nextSide.resize(3 * triangleList.size(), none);
         link(triangle);
         link(static_cast<Index>(triangleList.size() - 1));
+        changed.push_back(triangle);
+        changed.push_back(static_cast<Index>(triangleList.size() - 1));
     }
+}
+
+std::vector<Index> ktConformingRefiner::takeChanged() {
+    std::sort(changed.begin(), changed.end());
+    changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
+    return std::exchange(changed, {});
 }
 
 bool ktConformingRefiner::split(Edge wanted) {

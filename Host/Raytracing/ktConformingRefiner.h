@@ -57,6 +57,9 @@ public:
     /// New vertices beyond which split() refuses; it may be passed by the few that one split needs.
     void setVertexLimit(std::size_t newVertices) { vertexLimit = newVertices; }
 
+    /// Triangles that came into being, or changed, since the last call, in ascending order.
+    std::vector<Index> takeChanged();
+
     static Edge edgeBetween(Index placeA, Index placeB);
     Edge edge(Index triangle, int corner) const; ///< from the corner to the next one
     /// Whether two corners are at one place: such a triangle has no area, is never split and may be left out.
@@ -96,4 +99,5 @@ private:
     std::vector<Index> nextSide;
     std::unordered_map<Edge, Index> middleOfVertices; // keyed by two vertices
     std::unordered_set<Edge> locked;
+    std::vector<Index> changed;
 };

@@ -2,6 +2,8 @@
 #include "ktSceneRaytracing.h"
 
 #include "ktCancelPoint.h"
+#include "ktGeoSubdivisionList.h"
+#include "ktGeoSubdivisionRecord.h"
 #include "ktGatherPass.h"
 #include "ktHemisphereSampler.h"
 #include "ktHostSignals.h"
@@ -91,6 +93,13 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
     });
 }
 
+void ktSceneRaytracing::forgetRun() {
+    bounces.clear();
+    refinement.clear();
+    lastGather = {};
+    tints.clear();
+}
+
 // The tracer refers to the scene's meshes, so it forgets them first.
 void ktSceneRaytracing::forget() {
     if (tracer)
@@ -110,11 +119,26 @@ void ktSceneRaytracing::reportUnusableVertices() {
     unusableVertices = 0;
 }
 
-void ktSceneRaytracing::invalidateGeometry() {}
+// All geometry that is to be rebuilt is known by now, and nothing of it has been rebuilt yet.
+void ktSceneRaytracing::invalidateGeometry() {
+    if (refinement.isEmpty())
+        return;
+    call("refine geometry", [&] {
+        ktThrowIfCanceled();
+        if (!bounces.directTask())
+            return;
+        ktEventPump pump;
+        const ktRefinementLight how = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
+        const auto tintOf = [this](const osg::GeometryPtr& geometry) {
+            return tints.try_emplace(geometry, std::array<float, 3>{1, 1, 1}).first->second.data();
+        };
+        refinement.run(scene, how, bounces, tintOf, pump);
+    });
+}
 
 // Comes once a run, before anything is traced.
 void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor, const float* materialColor) {
-    bounces.clear();
+    forgetRun();
     bounces.settings.colorBleeding = colorBleeding;
     bounces.settings.overrideColor = overrideMaterialColor && materialColor;
     if (materialColor)
@@ -125,7 +149,7 @@ void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMat
 void ktSceneRaytracing::restoreRaytracing(int raytracing) {
     ktOSGWidgetState::setRaytracing(raytracing);
     reportUnusableVertices();
-    bounces.clear();
+    forgetRun();
     call("free its memory", [&] { forget(); });
 }
 
@@ -152,6 +176,7 @@ ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern,
 
 void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
     bounces.setDirect({}, false); // it may refer to this one
+    lastGather = {};
     delete sampler;
 }
 
@@ -230,8 +255,11 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
                 for (osg::UInt32 c = 0; c < 3; ++c)
                     results[i][c] = std::max(received[3 * i + c] * (*surfaceColor)[c], ktDarkestResult);
         });
-        if (const ktTracedGeometry* traced = scene.findByPositions(positions))
+        lastGather = task;
+        if (const ktTracedGeometry* traced = scene.findByPositions(positions)) {
             bounces.setGathered(traced->geometry, std::move(received));
+            tints[traced->geometry] = {surfaceColor->red(), surfaceColor->green(), surfaceColor->blue()};
+        }
     });
 }
 
@@ -249,6 +277,19 @@ void ktSceneRaytracing::runOnWorkers(std::uint32_t count,
     emit ktHostSignals::the().tracingProgress(count, count);
 }
 
-void ktSceneRaytracing::subdivideByIllumination(const std::string*, osg::Int32, osg::Int32, ktGeoSubdivisionList*,
-                                                osg::GeometryPtr, osg::Real32, osg::Real32, const osg::Matrix*,
-                                                const osg::Matrix*, const osg::Matrix*, bool, bool, bool) {}
+void ktSceneRaytracing::subdivideByIllumination(const std::string* name, osg::Int32 quality, osg::Int32,
+                                                ktGeoSubdivisionList* record, osg::GeometryPtr geometry,
+                                                osg::Real32 threshold, osg::Real32 minEdgeLength,
+                                                const osg::Matrix* toWorld, const osg::Matrix*, const osg::Matrix*,
+                                                bool, bool indirect, bool) {
+    if (ktCancelToken::the().isCanceled() || !record || geometry == osg::NullFC || !toWorld)
+        return;
+    ktRefinementRequest& request = record->record()->request;
+    request.name = name ? *name : std::string();
+    request.rounds = 2 + 2 * std::clamp<int>(quality, 0, 2);
+    request.threshold = threshold;
+    request.minEdgeLength = minEdgeLength;
+    request.toWorld = *toWorld;
+    request.indirect = indirect;
+    refinement.add(*record->record());
+}

@@ -4,11 +4,14 @@
 #include "ktBounceLight.h"
 #include "ktHostExport.h"
 #include "ktRaytracingUtils.h"
+#include "ktRefinement.h"
 #include "ktTracedScene.h"
 #include "ktTracer.h"
 
+#include <array>
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 
 /// The host's ray-tracing utilities: traces the scene with a ktTracer on all worker threads, while the main thread
@@ -51,6 +54,7 @@ private:
     void call(const char* action, const std::function<void()>& body);
     ktTracer& needTracer();
     void forget();
+    void forgetRun();
     void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);
     void reportUnusableVertices();
 
@@ -60,4 +64,7 @@ private:
     bool calling = false;
     std::uint64_t unusableVertices = 0; // since the last report
     ktBounceLight bounces;
+    ktRefinement refinement;
+    ktGatherTask lastGather; // how the newest geometry was gathered; without a tracer: none was
+    std::map<osg::GeometryPtr, std::array<float, 3>> tints; // by which gathered light is multiplied
 };

@@ -3,7 +3,8 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType AmbientOcclusionSettingsAttachment::_type("AmbientOcclusionSettingsAttachment", "Attachment", NULL,
+FieldContainerType AmbientOcclusionSettingsAttachment::_type("AmbientOcclusionSettingsAttachment", "Attachment",
+                                                             nullptr,
                                                              []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(AmbientOcclusionSettingsAttachment, AmbientOcclusionSettingsAttachmentPtr)

@@ -6,7 +6,7 @@ OSG_BEGIN_NAMESPACE
 std::atomic<int> NodeMarksAttachment::livingCount{0};
 std::atomic<UInt32> NodeMarksAttachment::generation{0};
 
-FieldContainerType NodeMarksAttachment::_type("NodeMarksAttachment", "Attachment", NULL,
+FieldContainerType NodeMarksAttachment::_type("NodeMarksAttachment", "Attachment", nullptr,
                                               []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(NodeMarksAttachment, NodeMarksAttachmentPtr)

@@ -3,7 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType SourceIndexAttachment::_type("SourceIndexAttachment", "Attachment", NULL,
+FieldContainerType SourceIndexAttachment::_type("SourceIndexAttachment", "Attachment", nullptr,
                                                 []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(SourceIndexAttachment, SourceIndexAttachmentPtr)

@@ -3,7 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType UShadowMaterial::_type("UShadowMaterial", "Material", NULL,
+FieldContainerType UShadowMaterial::_type("UShadowMaterial", "Material", nullptr,
                                           []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(UShadowMaterial, UShadowMaterialPtr)

@@ -5,7 +5,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType ValuePair::_type("ValuePair", "Attachment", NULL,
+FieldContainerType ValuePair::_type("ValuePair", "Attachment", nullptr,
                                     []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(ValuePair, ValuePairPtr)

@@ -78,7 +78,7 @@ std::vector<osg::NodePtr> ktSceneState::findNodes(const std::string& text) {
     if (text.empty())
         return {};
     const auto isNamedSo = [&](const osg::NodePtr& node) { return nameOf(node) != nullptr && text == nameOf(node); };
-    const std::vector<osg::NodePtr> found = collect(isNamedSo);
+    std::vector<osg::NodePtr> found = collect(isNamedSo);
     if (!found.empty())
         return found;
     const Path path = parsePath(text);

@@ -20,7 +20,7 @@ void select(std::vector<osg::UInt32> ids) {
 
 } // namespace
 
-ktSceneStorage& ktSceneStorage::the() noexcept {
+ktSceneStorage& ktSceneStorage::the() {
     // Never destroyed: at the end of the process the scene graph's own statics may go first.
     static auto& storage = *new ktSceneStorage;
     return storage;
@@ -64,6 +64,6 @@ void ktSceneState::clearSelection() {
     select({});
 }
 
-bool ktSceneState::isUpdateEnabled() noexcept {
+bool ktSceneState::isUpdateEnabled() {
     return ktSceneStorage::the().isUpdateEnabled;
 }

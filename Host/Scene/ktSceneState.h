@@ -30,5 +30,5 @@ public:
     static std::vector<osg::NodePtr> findNodes(const std::string& text);
 
     /// What ktScenegraph::enableUpdate() was last told; true at first.
-    static bool isUpdateEnabled() noexcept;
+    static bool isUpdateEnabled();
 };

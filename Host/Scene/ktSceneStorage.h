@@ -11,5 +11,5 @@ struct ktSceneStorage {
     bool isUpdateEnabled = true;
     bool isUpdating = false;
 
-    static ktSceneStorage& the() noexcept;
+    static ktSceneStorage& the();
 };

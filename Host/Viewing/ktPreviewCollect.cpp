@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktPreviewCollect.h"
 
+#include "ktBakedLight.h"
 #include "ktGeometryInstances.h"
 #include "ktSurfaceColors.h"
 #include "ktTextureSample.h"
@@ -16,14 +17,6 @@
 #include <OpenSG/OSGTriangleIterator.h>
 
 namespace {
-
-constexpr float noResult = 1e-6f; // a value up to this was never calculated
-
-/// A result channel with one element a vertex; null when there is none.
-osg::GeoTexCoords4fPtr results(const osg::GeoTexCoordsPtr& channel, osg::UInt32 count) {
-    const osg::GeoTexCoords4fPtr values = osg::GeoTexCoords4fPtr::dcast(channel);
-    return values != osg::NullFC && values->getSize() >= count ? values : osg::GeoTexCoords4fPtr(osg::NullFC);
-}
 
 class Collector {
 public:
@@ -41,7 +34,9 @@ public:
         addTriangles(mesh, instance);
         if (mesh.indices.empty())
             return;
-        addLight(mesh, geometry);
+        mesh.light = ktReadBakedLight(instance.node, geometry);
+        if (mesh.light.empty())
+            mesh.light.assign(mesh.positions.size(), {1, 1, 1});
         if (osg::UShadowMaterialPtr::dcast(material) != osg::NullFC)
             makeShadowPlane(mesh);
         else
@@ -86,34 +81,11 @@ private:
         }
     }
 
-    static void addLight(ktPreviewMesh& mesh, const osg::GeometryPtr& geometry) {
-        const auto count = static_cast<osg::UInt32>(mesh.positions.size());
-        const osg::GeoTexCoords4fPtr shadows = results(geometry->getTexCoords7(), count);
-        const osg::GeoTexCoords4fPtr lights = results(geometry->getTexCoords5(), count);
-        const auto hasResult = [&] {
-            for (osg::UInt32 i = 0; i < count; ++i)
-                if (shadows->getField()[i][3] > noResult)
-                    return true;
-            return false;
-        };
-        if (shadows == osg::NullFC || !hasResult()) {
-            mesh.light.assign(count, {1, 1, 1});
-            return;
-        }
-        for (osg::UInt32 i = 0; i < count; ++i) {
-            const osg::Vec4f& shadow = shadows->getField()[i];
-            std::array<float, 3> light;
-            for (osg::UInt32 channel = 0; channel < 3; ++channel)
-                light[channel] = lights != osg::NullFC ? lights->getField()[i][channel] : shadow[3];
-            mesh.light.push_back(light);
-        }
-    }
-
     /// A ground plane is black and there where it is in shadow.
     void makeShadowPlane(ktPreviewMesh& mesh) {
         mesh.isFramed = false;
         for (const auto& light : mesh.light)
-            mesh.colors.push_back({0, 0, 0, 1 - (light[0] + light[1] + light[2]) / 3});
+            mesh.colors.push_back({0, 0, 0, std::max(0.0f, 1 - (light[0] + light[1] + light[2]) / 3)});
         mesh.light.assign(mesh.positions.size(), {1, 1, 1});
         ktPreviewMaterial material;
         material.alpha = ktPreviewMaterial::Alpha::Blend;

@@ -26,7 +26,7 @@ float toSrgb(float linear) {
 
 /// A grey that neither white nor dark parts vanish into, lighter towards the top. `height` from 0 (bottom) to 1.
 Color background(float height) {
-    const float grey = 0.34f + 0.22f * height;
+    const float grey = 0.12f + 0.16f * height;
     return {grey, grey, grey};
 }
 

@@ -167,7 +167,7 @@ int ktUndoCommand::makeId(std::type_index type) {
     return ids.emplace(type, 100 + int(ids.size())).first->second;
 }
 
-bool ktMessage::set(const std::string& name, const boost::any& value, bool overwrite) {
+bool ktMessage::set(const std::string& name, boost::any value, bool overwrite) {
     for (auto& attribute : attributes) {
         if (attribute.first == name) {
             if (overwrite)

@@ -79,7 +79,8 @@ std::vector<Kind> tracerKinds() {
         kinds.push_back({"EmbreeAvx2", [] { return makeEmbree("isa=avx2"); }});
     for (const std::uint32_t lanes : {4u, 8u, 16u})
         if (ktHemisphereTracer(lanes).laneCount() == lanes)
-            kinds.push_back({lanes == 4 ? "Hemisphere4" : lanes == 8 ? "Hemisphere8" : "Hemisphere16", [lanes] { return std::make_unique<ktHemisphereTracer>(lanes); }});
+            kinds.push_back({lanes == 4 ? "Hemisphere4" : lanes == 8 ? "Hemisphere8" : "Hemisphere16",
+                             [lanes] { return std::make_unique<ktHemisphereTracer>(lanes); }});
     return kinds;
 }
 

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// Files that are never lost: replaced as a whole, or moved out of the way. Paths are in the file system's own bytes
+/// (UTF-8). Safe against other threads and processes that do the same.
+namespace ktMessageFile {
+
+/// Replaces the file `path`, or creates it, so that at any moment, also after a crash or a power cut, it holds either
+/// what it held or all of `content`: writes to a temporary file in the same directory, flushes it, renames it, flushes
+/// the directory. A symbolic link stays one: the file that it names is replaced. The permissions of an existing file
+/// are kept. Removes the temporary files that killed processes left behind. Returns false and the reason on failure,
+/// also when the existing file may not be written to; `path` is then as it was, except that a failure to flush the
+/// directory after renaming is no failure here.
+bool replace(const QByteArray& path, const QByteArray& content, QString& reason);
+
+/// Tells a file from one that is put in its place later.
+struct Identity {
+    quint64 device = 0;
+    quint64 inode = 0;
+    bool operator==(const Identity& other) const { return device == other.device && inode == other.inode; }
+};
+
+/// Whether `path` still names the file `identity`.
+bool isStill(const QByteArray& path, const Identity& identity);
+
+enum class ReadResult { Done, Missing, Failed };
+
+/// Reads all of the regular file `path`; one larger than `maxBytes` fails. `identity` is set whenever there is a file,
+/// `reason` when reading it failed.
+ReadResult read(const QByteArray& path, int maxBytes, QByteArray& content, Identity& identity, QString& reason);
+
+/// Renames the file `path` to its name with ".broken" appended, if it is still the file `identity`. An older file of
+/// that name is kept under the first free of the names ".broken.1" to ".broken.9"; when all are taken the last one
+/// goes. Returns the new name, or an empty one when the file was another one or could not be renamed.
+QByteArray setAside(const QByteArray& path, const Identity& identity);
+
+} // namespace ktMessageFile

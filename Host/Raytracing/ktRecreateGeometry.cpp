@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktRecreateGeometry.h"
+
+#include "ktGeoSubdivisionRecord.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr float bakedMarker = 2.0f; // added to w in channel 5; values of 1.5 or more carry it
+
+using Parents = std::vector<std::array<std::uint32_t, 2>>;
+
+template <class Component>
+Component mean(Component a, Component b) {
+    if constexpr (std::numeric_limits<Component>::is_integer)
+        return static_cast<Component>(std::llround((static_cast<double>(a) + static_cast<double>(b)) / 2));
+    else
+        return static_cast<Component>(0.5f * (a + b));
+}
+
+template <class Component>
+void appendMeans(osg::UInt8* data, std::size_t oldCount, std::size_t dimension, const Parents& parents) {
+    auto* const values = reinterpret_cast<Component*>(data);
+    for (std::size_t i = 0; i < parents.size(); ++i)
+        for (std::size_t c = 0; c < dimension; ++c)
+            values[(oldCount + i) * dimension + c] =
+                mean(values[parents[i][0] * dimension + c], values[parents[i][1] * dimension + c]);
+}
+
+void normalize(osg::UInt8* data, std::size_t begin, std::size_t end) {
+    auto* const values = reinterpret_cast<float*>(data);
+    for (std::size_t i = begin; i < end; ++i) {
+        float* n = values + 3 * i;
+        const double length = std::sqrt(double(n[0]) * n[0] + double(n[1]) * n[1] + double(n[2]) * n[2]);
+        for (int c = 0; length > 0 && c < 3; ++c)
+            n[c] = static_cast<float>(n[c] / length);
+    }
+}
+
+// Appends the means to a property that has one element a vertex; others stay.
+template <class PropertyPtr>
+void extend(const PropertyPtr& property, std::size_t oldCount, const Parents& parents, bool isNormal = false) {
+    if (property == osg::NullFC || property->getSize() < oldCount)
+        return;
+    beginEditCP(property);
+    property->resize(oldCount + parents.size());
+    osg::UInt8* const data = property->editData();
+    const std::size_t dimension = property->getDimension();
+    switch (property->getFormat()) {
+    case GL_FLOAT:
+        appendMeans<float>(data, oldCount, dimension, parents);
+        if (isNormal && dimension == 3)
+            normalize(data, oldCount, oldCount + parents.size());
+        break;
+    case GL_DOUBLE:
+        appendMeans<double>(data, oldCount, dimension, parents);
+        break;
+    case GL_UNSIGNED_BYTE:
+        appendMeans<osg::UInt8>(data, oldCount, dimension, parents);
+        break;
+    case GL_BYTE:
+        appendMeans<osg::Int8>(data, oldCount, dimension, parents);
+        break;
+    case GL_UNSIGNED_SHORT:
+        appendMeans<osg::UInt16>(data, oldCount, dimension, parents);
+        break;
+    case GL_SHORT:
+        appendMeans<osg::Int16>(data, oldCount, dimension, parents);
+        break;
+    case GL_UNSIGNED_INT:
+        appendMeans<osg::UInt32>(data, oldCount, dimension, parents);
+        break;
+    default:
+        break;
+    }
+    endEditCP(property);
+}
+
+void setTriangles(const osg::GeometryPtr& geometry, const std::vector<std::uint32_t>& triangles) {
+    const osg::GeoPTypesUI8Ptr types = osg::GeoPTypesUI8::create();
+    const osg::GeoPLengthsUI32Ptr lengths = osg::GeoPLengthsUI32::create();
+    const osg::GeoIndicesUI32Ptr indices = osg::GeoIndicesUI32::create();
+    beginEditCP(types);
+    types->push_back(GL_TRIANGLES);
+    endEditCP(types);
+    beginEditCP(lengths);
+    lengths->push_back(static_cast<osg::UInt32>(triangles.size()));
+    endEditCP(lengths);
+    beginEditCP(indices);
+    indices->getField().resize(triangles.size());
+    std::memcpy(indices->editData(), triangles.data(), triangles.size() * sizeof(osg::UInt32));
+    endEditCP(indices);
+    geometry->setTypes(types);
+    geometry->setLengths(lengths);
+    geometry->setIndices(indices);
+}
+
+// The traced values take the place of the means.
+void setResults(const osg::GeoTexCoordsPtr& property, std::size_t oldCount, const std::vector<osg::Vec4f>& values,
+                float marker) {
+    const osg::GeoTexCoords4fPtr channel = osg::GeoTexCoords4fPtr::dcast(property);
+    if (channel == osg::NullFC || channel->getSize() < oldCount + values.size())
+        return;
+    beginEditCP(channel);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        osg::Vec4f value = values[i];
+        value[3] += marker;
+        channel->getField()[static_cast<osg::UInt32>(oldCount + i)] = value;
+    }
+    endEditCP(channel);
+}
+
+} // namespace
+
+void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
+    if (!record.isReady || record.parents.empty())
+        return;
+    const osg::GeometryPtr geometry = record.geometry.get();
+    const std::size_t oldCount = geometry->getPositions()->getSize();
+    const Parents& parents = record.parents;
+    beginEditCP(geometry);
+    extend(geometry->getPositions(), oldCount, parents);
+    extend(geometry->getNormals(), oldCount, parents, true);
+    extend(geometry->getColors(), oldCount, parents);
+    extend(geometry->getSecondaryColors(), oldCount, parents);
+    for (const osg::GeoTexCoordsPtr& texCoords :
+         {geometry->getTexCoords(), geometry->getTexCoords1(), geometry->getTexCoords2(), geometry->getTexCoords3(),
+          geometry->getTexCoords4(), geometry->getTexCoords5(), geometry->getTexCoords6(), geometry->getTexCoords7()})
+        extend(texCoords, oldCount, parents);
+    const bool isOneChannel = geometry->getTexCoords5() == geometry->getTexCoords7();
+    setResults(geometry->getTexCoords7(), oldCount, record.results, 0.0f);
+    if (!isOneChannel)
+        setResults(geometry->getTexCoords5(), oldCount, record.baked, bakedMarker);
+    setTriangles(geometry, record.triangles);
+    endEditCP(geometry);
+}

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktEventPump.h"
+#include "ktRefinementMesh.h"
+#include "ktTracedScene.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+/// The refinements that are pending in a run, worked out together so that geometry refined in the same run fits.
+///
+/// In each round every edge longer than its minimum is tried: it is halved when light varies by more than the threshold
+/// between its ends, or between what is traced at its middle, or at points inside the faces beside it, and what
+/// interpolation would give there. Edges that geometry outside the group shares are never halved.
+/// Main thread only.
+class ktRefinement {
+public:
+    /// New vertices of one run; beyond them refinement stops with a warning.
+    static constexpr std::size_t vertexLimit = 8'000'000;
+
+    ~ktRefinement() { clear(); }
+
+    /// Puts a record on the list; it takes itself off when it is destroyed.
+    void add(ktGeoSubdivisionRecord& record);
+    bool isEmpty() const { return records.empty(); }
+    /// Takes all records off the list; they stay as they are.
+    void clear();
+
+    /// Fills the records. Geometry that cannot be refined, or whose core is used more than once in the scene, keeps its
+    /// record as it is.
+    /// @param tintOf   three floats that gathered light of a geometry is multiplied by
+    /// @param bounces  gets the light that new vertices gathered
+    /// @throws ktCanceled, std::exception; no record is then filled
+    void run(const ktTracedScene& scene, const ktRefinementLight& how, ktBounceLight& bounces,
+             const std::function<const float*(const osg::GeometryPtr&)>& tintOf, ktEventPump& pump);
+
+private:
+    std::vector<ktGeoSubdivisionRecord*> records;
+};

@@ -1,0 +1,46 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# cmake -DBUILD=... -DWORK=... -DOUTSIDE=... -DGENERATOR=... -DCXX=... -DSANITIZE=... -P InstallTest.cmake
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${ARGN}\nended with ${result}:\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
+file(RENAME ${WORK}/first ${WORK}/moved)
+
+set(flags "")
+if(SANITIZE)
+    set(flags "-fsanitize=${SANITIZE}")
+endif()
+run(${CMAKE_COMMAND} -S ${OUTSIDE} -B ${WORK}/outside -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${CXX}
+    -DCMAKE_CXX_FLAGS=${flags} -DCMAKE_PREFIX_PATH=${WORK}/moved)
+run(${CMAKE_COMMAND} --build ${WORK}/outside)
+run(${WORK}/outside/outside)
+if(NOT output MATCHES "version 10.0, 1 child, shadow quality 2")
+    message(FATAL_ERROR "The outside program says: ${output}")
+endif()
+
+run(${WORK}/moved/bin/ktbake --version)
+if(NOT output MATCHES "ktbake 10.0")
+    message(FATAL_ERROR "The installed ktbake says: ${output}")
+endif()
+
+# Nothing installed may point back at where it was built.
+file(GLOB libraries ${WORK}/moved/lib/*.so ${WORK}/moved/bin/*)
+list(LENGTH libraries count)
+if(count LESS 4)
+    message(FATAL_ERROR "Only these are installed: ${libraries}")
+endif()
+foreach(library IN LISTS libraries)
+    run(readelf -d ${library})
+    string(REGEX MATCH "R(UN)?PATH[^\n]*" rpath "${output}")
+    if(NOT rpath MATCHES "ORIGIN" OR rpath MATCHES "${BUILD}")
+        message(FATAL_ERROR "${library} looks for libraries like this: ${rpath}")
+    endif()
+endforeach()
+file(REMOVE_RECURSE ${WORK})

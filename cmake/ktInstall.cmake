@@ -1,0 +1,57 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# What is installed: libraries, headers, ktbake and the CMake package `ktAmbientOcclusion`. Included last, when all
+# targets exist. Libraries find each other relative to themselves, so the folder can be moved.
+
+include(CMakePackageConfigHelpers)
+set(kt_include ${CMAKE_INSTALL_INCLUDEDIR}/ktAmbientOcclusion)
+set(kt_package ${CMAKE_INSTALL_LIBDIR}/cmake/ktAmbientOcclusion)
+
+# kt_install_library(TARGET FOLDER...): installs a library into the package. Whoever uses it from there includes the
+# given folders below the prefix in place of those of the source tree.
+function(kt_install_library target)
+    get_target_property(folders ${target} INTERFACE_INCLUDE_DIRECTORIES)
+    set(both "")
+    foreach(folder IN LISTS folders)
+        if(folder MATCHES "^[$]<BUILD_INTERFACE:")
+            list(APPEND both ${folder})
+        elseif(folder AND NOT folder MATCHES "^[$]<INSTALL_INTERFACE:")
+            list(APPEND both $<BUILD_INTERFACE:${folder}>)
+        endif()
+    endforeach()
+    foreach(folder IN LISTS ARGN)
+        list(APPEND both $<INSTALL_INTERFACE:${folder}>)
+    endforeach()
+    set_property(TARGET ${target} PROPERTY INTERFACE_INCLUDE_DIRECTORIES "${both}")
+    install(TARGETS ${target} EXPORT ktAmbientOcclusionTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
+
+kt_install_library(ktOpenSG ${kt_include})
+kt_install_library(ktHostInterface ${kt_include}/Host/Include)
+kt_install_library(ktHost)
+kt_install_library(ktHostInternals ${kt_include}/Host/Core ${kt_include}/Host/Scene ${kt_include}/Host/Files
+    ${kt_include}/Host/Viewing)
+kt_install_library(ktAmbientOcclusion ${kt_include}/AmbientOcclusion)
+install(TARGETS ktbake RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h" PATTERN "*.inl")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h"
+    PATTERN "*Python*" EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Host/Include DESTINATION ${kt_include}/Host FILES_MATCHING PATTERN "*.h")
+# Of the folders inside the host, the headers that declare something of the library's own.
+foreach(folder Core Scene Files Viewing)
+    file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Host/${folder}/*.h)
+    foreach(header IN LISTS headers)
+        file(STRINGS ${header} exported REGEX KT_HOST_EXPORT LIMIT_COUNT 1)
+        if(exported)
+            install(FILES ${header} DESTINATION ${kt_include}/Host/${folder})
+        endif()
+    endforeach()
+endforeach()
+
+install(EXPORT ktAmbientOcclusionTargets NAMESPACE ktAmbientOcclusion:: DESTINATION ${kt_package})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ktAmbientOcclusionConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfig.cmake INSTALL_DESTINATION ${kt_package})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfig.cmake
+    ${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfigVersion.cmake DESTINATION ${kt_package})
