@@ -40,6 +40,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_includ
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Host/Include DESTINATION ${kt_include}/Host FILES_MATCHING PATTERN "*.h")
 # Of the folders inside the host, the headers that declare something of the library's own.
 foreach(folder Core Scene Files Viewing)
+    install(DIRECTORY DESTINATION ${kt_include}/Host/${folder})
     file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Host/${folder}/*.h)
     foreach(header IN LISTS headers)
         file(STRINGS ${header} exported REGEX KT_HOST_EXPORT LIMIT_COUNT 1)
