@@ -26,21 +26,51 @@ ktAmbientOcclusion* ktAmbientOcclusion::the() {
     return &instance;
 }
 
-int ktAmbientOcclusion::getShadowQuality() const { return shadowQuality; }
-float ktAmbientOcclusion::getMinDistance() const { return minDistance; }
-float ktAmbientOcclusion::getMaxDistance() const { return maxDistance; }
-ktAmbientOcclusion::DirectLightMode ktAmbientOcclusion::getMode() const { return mode; }
-bool ktAmbientOcclusion::isIndirectIlluminationEnabled() const { return indirectIllumination; }
-int ktAmbientOcclusion::getGatherQuality() const { return gatherQuality; }
-int ktAmbientOcclusion::getNumOfIndirections() const { return numOfIndirections; }
-bool ktAmbientOcclusion::isColorBleedingEnabled() const { return colorBleeding; }
-bool ktAmbientOcclusion::isOverrideMaterialColorEnabled() const { return overrideMaterialColor; }
-osg::Color3f ktAmbientOcclusion::getMaterialColor() const { return materialColor; }
-bool ktAmbientOcclusion::isSubdivideEnabled() const { return subdivide; }
-int ktAmbientOcclusion::getSubdivisionQuality() const { return subdivisionQuality; }
-double ktAmbientOcclusion::getMinEdgeLength() const { return minEdgeLength; }
-double ktAmbientOcclusion::getIntensityThreshold() const { return intensityThreshold; }
+int ktAmbientOcclusion::getShadowQuality() const {
+    return shadowQuality;
+}
+float ktAmbientOcclusion::getMinDistance() const {
+    return minDistance;
+}
+float ktAmbientOcclusion::getMaxDistance() const {
+    return maxDistance;
+}
+ktAmbientOcclusion::DirectLightMode ktAmbientOcclusion::getMode() const {
+    return mode;
+}
+bool ktAmbientOcclusion::isIndirectIlluminationEnabled() const {
+    return indirectIllumination;
+}
+int ktAmbientOcclusion::getGatherQuality() const {
+    return gatherQuality;
+}
+int ktAmbientOcclusion::getNumOfIndirections() const {
+    return numOfIndirections;
+}
+bool ktAmbientOcclusion::isColorBleedingEnabled() const {
+    return colorBleeding;
+}
+bool ktAmbientOcclusion::isOverrideMaterialColorEnabled() const {
+    return overrideMaterialColor;
+}
+osg::Color3f ktAmbientOcclusion::getMaterialColor() const {
+    return materialColor;
+}
+bool ktAmbientOcclusion::isSubdivideEnabled() const {
+    return subdivide;
+}
+int ktAmbientOcclusion::getSubdivisionQuality() const {
+    return subdivisionQuality;
+}
+double ktAmbientOcclusion::getMinEdgeLength() const {
+    return minEdgeLength;
+}
+double ktAmbientOcclusion::getIntensityThreshold() const {
+    return intensityThreshold;
+}
 
 void ktAmbientOcclusion::cleanup() {}
 
-const char* getPluginVersion() { return "10.0"; }
+const char* getPluginVersion() {
+    return "10.0";
+}

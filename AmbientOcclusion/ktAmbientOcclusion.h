@@ -26,9 +26,10 @@ class ktGeoSubdivisionList;
 class ktSampler;
 struct ktAmbientOcclusionAccess;
 
-/// The plug-in's one controller: holds the settings, runs calculations over the host's selection, keeps the presets, and
-/// tells the user interface of every change. Main thread only. Nothing here reports failure by throwing, unless memory
-/// runs out; what goes wrong is told by results, signals, the host's log and standard output, as each member says.
+/// The plug-in's one controller: holds the settings, runs calculations over the host's selection, keeps the presets,
+/// and tells the user interface of every change. Main thread only. Nothing here reports failure by throwing, unless
+/// memory runs out; what goes wrong is told by results, signals, the host's log and standard output, as each member
+/// says.
 class KT_AMBIENT_OCCLUSION_EXPORT ktAmbientOcclusion : public QObject {
     Q_OBJECT
 
@@ -67,30 +68,30 @@ public:
 
     // --- Settings: each as stored -------------------------------------------------------------------------------
 
-    int getShadowQuality() const;                 ///< 0 to 5
-    float getMinDistance() const;                 ///< world units; nearer hits do not occlude
-    float getMaxDistance() const;                 ///< world units; farther hits do not occlude
+    int getShadowQuality() const; ///< 0 to 5
+    float getMinDistance() const; ///< world units; nearer hits do not occlude
+    float getMaxDistance() const; ///< world units; farther hits do not occlude
     DirectLightMode getMode() const;
     bool isIndirectIlluminationEnabled() const;
-    int getGatherQuality() const;                 ///< 0 to 4
-    int getNumOfIndirections() const;             ///< bounces
+    int getGatherQuality() const;     ///< 0 to 4
+    int getNumOfIndirections() const; ///< bounces
     bool isColorBleedingEnabled() const;
     bool isOverrideMaterialColorEnabled() const;
-    osg::Color3f getMaterialColor() const;        ///< linear red, green, blue
+    osg::Color3f getMaterialColor() const; ///< linear red, green, blue
     bool isSubdivideEnabled() const;
-    int getSubdivisionQuality() const;            ///< 0 to 2
-    double getMinEdgeLength() const;              ///< world units; shorter edges are not split
-    double getIntensityThreshold() const;         ///< difference of light above which an edge is split; at least 0.0075
+    int getSubdivisionQuality() const;    ///< 0 to 2
+    double getMinEdgeLength() const;      ///< world units; shorter edges are not split
+    double getIntensityThreshold() const; ///< difference of light above which an edge is split; at least 0.0075
 
     // --- Setters: a value that differs from the stored one becomes one command on the host's undo stack, which writes
     // it and emits the setting's change signal; an equal value does nothing ----------------------------------------
 
-    void setShadowQuality(int quality);           ///< unknown levels sample like level 2
+    void setShadowQuality(int quality); ///< unknown levels sample like level 2
     void setMinDistance(float distance);
     void setMaxDistance(float distance);
     void setMode(DirectLightMode newMode);
     void setIndirectIlluminationEnabled(bool enable);
-    void setGatherQuality(int quality);           ///< unknown levels sample like level 4
+    void setGatherQuality(int quality); ///< unknown levels sample like level 4
     void setNumOfIndirections(int count);
     void setColorBleedingEnabled(bool enable);
     void setOverrideMaterialColorEnabled(bool enable);
@@ -103,9 +104,9 @@ public:
 
     // --- Calculation ----------------------------------------------------------------------------------------------
 
-    /// Bakes the geometry below the host's selection, or only what has no results yet. Returns whether a run took place,
-    /// a cancelled one included; false while another run is on, without ray tracing, without a selection or when all of
-    /// it is locked (the last two have signals). The host is frozen meanwhile and always given back.
+    /// Bakes the geometry below the host's selection, or only what has no results yet. Returns whether a run took
+    /// place, a cancelled one included; false while another run is on, without ray tracing, without a selection or when
+    /// all of it is locked (the last two have signals). The host is frozen meanwhile and always given back.
     bool startCalculation(bool missingOnly);
     /// Asks the running calculation to stop; it does so at its next poll. Emits calculationCanceled() in any case.
     void cancelCalculation();
@@ -120,8 +121,8 @@ public:
     /// The same for geometry that has no results yet. Mind the place of `intensityThreshold`.
     static void computeMissingAmbientOcclusion(unsigned int quality, float minDistance, float maxDistance,
                                                bool indirectIllumination, bool colorBleeding,
-                                               unsigned int gatherQuality, unsigned int numIndirections,
-                                               bool subdivide, float minEdgeLength, float intensityThreshold,
+                                               unsigned int gatherQuality, unsigned int numIndirections, bool subdivide,
+                                               float minEdgeLength, float intensityThreshold,
                                                bool overrideMaterialColor = false, float materialColorR = 0.7f,
                                                float materialColorG = 0.7f, float materialColorB = 0.7f,
                                                int subdivisionQuality = 1);
@@ -130,7 +131,8 @@ public:
     /// The mode's number. For scripts.
     static int pyGetAmbientOcclusionMode();
 
-    /// Emits stateChanged() when the last emission, or the first call, lies a second or more back; else drops the report.
+    /// Emits stateChanged() when the last emission, or the first call, lies a second or more back; else drops the
+    /// report.
     /// @param node id of the node's field container, or 0
     void updateState(CalculationState state, unsigned int node);
     /// Sets the progress counter to 0 and emits progressStarted().
@@ -182,7 +184,8 @@ public:
     void storeDirectToBakingData();
     /// Adds channel 7 to channel 5 in mode LightAndShadows, for the collected geometry.
     void addIndirectToBakingData();
-    /// Drops channel 5; then zeroes w of channel 7 (`clearDirect`) or takes the marker out of it. A null geometry is ignored.
+    /// Drops channel 5; then zeroes w of channel 7 (`clearDirect`) or takes the marker out of it. A null geometry is
+    /// ignored.
     void clearBakingData(const osg::GeometryPtr& geometry, bool clearDirect);
     /// Whether a result that is asked for is absent. False for geometry that cannot be calculated.
     bool isCalculationMissing(const osg::GeometryPtr& geometry, bool direct, bool indirect);
@@ -191,7 +194,8 @@ public:
     /// Announces every property field that the geometry holds as changed, whatever the mask.
     void endEditGeometryFields(const osg::GeometryPtr& geometry, unsigned int mask);
 
-    /// Zeroes the indirect light of the collected geometry, and zeroes or drops channel 5, by the DirectLightMode `mode`.
+    /// Zeroes the indirect light of the collected geometry, and zeroes or drops channel 5, by the DirectLightMode
+    /// `mode`.
     void clearVertexColors(int mode);
     /// Copies both channels; missing ones are made. Geometry without positions leaves `data` as it is.
     void extractNodeData(const osg::NodePtr& node, NodeDataType& data);
@@ -200,10 +204,10 @@ public:
 
     // --- Clearing: on the selected root nodes; "active" leaves hidden parts alone -----------------------------------
 
-    void clearActiveShadows();   ///< emits activeShadowsCleared()
-    void clearAllShadows();      ///< emits allShadowsCleared()
-    void clearActiveIndirect();  ///< emits activeIndirectCleared()
-    void clearAllIndirect();     ///< emits allIndirectCleared()
+    void clearActiveShadows();  ///< emits activeShadowsCleared()
+    void clearAllShadows();     ///< emits allShadowsCleared()
+    void clearActiveIndirect(); ///< emits activeIndirectCleared()
+    void clearAllIndirect();    ///< emits allIndirectCleared()
     /// Clears the direct results below `node`; hidden parts too with `all`.
     void clearShadows(const osg::NodePtr& node, bool all);
     /// Clears the indirect light below `node`; hidden parts too with `all`.
@@ -299,26 +303,26 @@ private:
     double minEdgeLength;
     double intensityThreshold;
 
-    int directOption;           // not 0: surfaces occlude from both sides
-    int directSampleCountU;     // samples an axis of the direct pass
+    int directOption;       // not 0: surfaces occlude from both sides
+    int directSampleCountU; // samples an axis of the direct pass
     int directSampleCountV;
-    int gatherSampleCount;      // samples an axis of the indirect pass
-    unsigned int threadCount;   // logical cores of the machine
-    double directThreshold;     // the run's copies of intensityThreshold
+    int gatherSampleCount;    // samples an axis of the indirect pass
+    unsigned int threadCount; // logical cores of the machine
+    double directThreshold;   // the run's copies of intensityThreshold
     double indirectThreshold;
-    bool refineDirect;          // refinement is on for this run
+    bool refineDirect; // refinement is on for this run
     bool refineIndirect;
-    bool calculating;           // a run is under way
-    bool keepRunning;           // cleared by a cancel
-    ktSampler* directSampler;   // of one run, made and freed by the host
+    bool calculating;         // a run is under way
+    bool keepRunning;         // cleared by a cancel
+    ktSampler* directSampler; // of one run, made and freed by the host
     ktSampler* gatherSampler;
     std::vector<AOPreset> presets;
-    std::vector<osg::NodePtr> geometryNodes;          // to calculate
-    std::vector<osg::NodePtr> occluderNodes;          // sorted; empty in this version
-    std::vector<osg::NodePtr> visibleGeometryNodes;   // what rays hit
+    std::vector<osg::NodePtr> geometryNodes;        // to calculate
+    std::vector<osg::NodePtr> occluderNodes;        // sorted; empty in this version
+    std::vector<osg::NodePtr> visibleGeometryNodes; // what rays hit
     std::vector<osg::NodePtr> visibleLightNodes;
     bool missingOnly;
-    bool passOption;            // every node may be refined
+    bool passOption;                                     // every node may be refined
     std::vector<ktGeoSubdivisionList*> subdivisionLists; // owned; refinements pending in this run
     std::uint32_t progressCounter;
 };

@@ -13,11 +13,17 @@ using namespace ktAmbientOcclusionInternal;
 
 namespace {
 
-double secondsSince(std::int64_t start_us) { return static_cast<double>(wallClock_us() - start_us) / 1e6; }
+double secondsSince(std::int64_t start_us) {
+    return static_cast<double>(wallClock_us() - start_us) / 1e6;
+}
 
-void printTotalTime(double seconds) { std::cout << "Ambient Occlusion Time " << seconds << " seconds" << std::endl; }
+void printTotalTime(double seconds) {
+    std::cout << "Ambient Occlusion Time " << seconds << " seconds" << std::endl;
+}
 
-std::uint64_t squared(int count) { return static_cast<std::uint64_t>(count) * static_cast<std::uint64_t>(count); }
+std::uint64_t squared(int count) {
+    return static_cast<std::uint64_t>(count) * static_cast<std::uint64_t>(count);
+}
 
 } // namespace
 
@@ -31,7 +37,8 @@ void ktAmbientOcclusion::computeIllumination(bool indirect) {
     std::uint64_t directCount = 0;
     std::uint64_t gatherCount = 0;
     if (indirect) {
-        const std::int64_t steps = static_cast<std::int64_t>(geometryNodes.size()) * (std::int64_t(numOfIndirections) + 1);
+        const std::int64_t steps =
+            static_cast<std::int64_t>(geometryNodes.size()) * (std::int64_t(numOfIndirections) + 1);
         startProgress(static_cast<int>(steps));
         updateState(BuildingAccelerationStructure, 0);
         if (!keepRunning)

@@ -31,6 +31,10 @@ osg::MaterialPtr ktAmbientOcclusion::getRealMaterial(const osg::NodePtr& node) {
 }
 
 // Null is the lowest address, so nothing comes before a node without a geometry.
-bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b) { return geometryOf(a) < geometryOf(b); }
+bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b) {
+    return geometryOf(a) < geometryOf(b);
+}
 
-bool geomPtrEqual(const osg::NodePtr& a, const osg::NodePtr& b) { return geometryOf(a) == geometryOf(b); }
+bool geomPtrEqual(const osg::NodePtr& a, const osg::NodePtr& b) {
+    return geometryOf(a) == geometryOf(b);
+}

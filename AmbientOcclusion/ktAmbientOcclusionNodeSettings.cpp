@@ -52,8 +52,7 @@ osg::ValuePairPtr findValuePair(const osg::NodePtr& node) {
 }
 
 osg::AmbientOcclusionSettingsAttachmentPtr findSettings(const osg::NodePtr& node) {
-    const osg::AttachmentPtr found =
-        node->findAttachment(osg::AmbientOcclusionSettingsAttachment::getClassType());
+    const osg::AttachmentPtr found = node->findAttachment(osg::AmbientOcclusionSettingsAttachment::getClassType());
     return found == osg::NullFC ? osg::AmbientOcclusionSettingsAttachmentPtr(osg::NullFC)
                                 : osg::AmbientOcclusionSettingsAttachmentPtr::dcast(found);
 }

@@ -28,8 +28,9 @@ struct GeometryCollector {
         return controller->getGeometryNodes(node, *nodes, *collectedCores);
     }
     void traverse(const osg::NodePtr& root) {
-        osg::traverse(root, osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, GeometryCollector,
-                                                                     osg::NodePtr>(this, &GeometryCollector::enter));
+        osg::traverse(root,
+                      osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, GeometryCollector, osg::NodePtr>(
+                          this, &GeometryCollector::enter));
     }
 };
 
@@ -38,19 +39,24 @@ struct VisibleCollector {
 
     osg::Action::ResultE enter(osg::NodePtr& node) { return controller->getVisibleNodes(node); }
     void traverse(const osg::NodePtr& root) {
-        osg::traverse(root, osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, VisibleCollector,
-                                                                     osg::NodePtr>(this, &VisibleCollector::enter));
+        osg::traverse(root,
+                      osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, VisibleCollector, osg::NodePtr>(
+                          this, &VisibleCollector::enter));
     }
 };
 
-bool isHidden(const osg::NodePtr& node) { return node->getTravMask() != 0xFFFFFFFF; }
+bool isHidden(const osg::NodePtr& node) {
+    return node->getTravMask() != 0xFFFFFFFF;
+}
 
 bool isLinesOrPoints(const osg::GeometryPtr& geometry) {
     const osg::GeoPTypesPtr types = geometry->getTypes();
     return types != osg::NullFC && types->size() > 0 && types->getValue(0) <= 3; // points, lines, line loop and strip
 }
 
-bool isMultiIndexed(const osg::GeometryPtr& geometry) { return geometry->getMFIndexMapping()->size() >= 2; }
+bool isMultiIndexed(const osg::GeometryPtr& geometry) {
+    return geometry->getMFIndexMapping()->size() >= 2;
+}
 
 template <class MaterialPtrType>
 bool isMaterial(const osg::MaterialPtr& material) {

@@ -72,4 +72,6 @@ void ktAmbientOcclusion::pySetAmbientOcclusionMode(int newMode) {
         controller->setMode(static_cast<DirectLightMode>(newMode));
 }
 
-int ktAmbientOcclusion::pyGetAmbientOcclusionMode() { return the()->getMode(); }
+int ktAmbientOcclusion::pyGetAmbientOcclusionMode() {
+    return the()->getMode();
+}

@@ -4,6 +4,8 @@
 #include "ktInvokePValUndoCommand.h"
 #include "ktUndoStack.h"
 
+#include <initializer_list>
+
 namespace {
 
 constexpr double smallestIntensityThreshold = 0.0075;
@@ -18,6 +20,12 @@ bool componentsEqual(float a, float b) {
 template <class T>
 void pushChange(const QString& label, const T& value, QObject* object, const char* signature, T& member) {
     ktUndoStack::get(0)->add(new ktInvokePValUndoCommand<T>(label, value, object, signature, nullptr, &member));
+}
+
+// Samples along one axis: `levels` by quality, `other` for a quality outside them.
+int samplesOf(int quality, std::initializer_list<int> levels, int other) {
+    const bool isLevel = quality >= 0 && static_cast<std::size_t>(quality) < levels.size();
+    return isLevel ? levels.begin()[quality] : other;
 }
 
 } // namespace
@@ -67,8 +75,8 @@ void ktAmbientOcclusion::setColorBleedingEnabled(bool enable) {
 
 void ktAmbientOcclusion::setOverrideMaterialColorEnabled(bool enable) {
     if (enable != overrideMaterialColor)
-        pushChange(tr("Ambient Occlusion Override Material Color"), enable, this,
-                   "overrideMaterialColorChanged(bool)", overrideMaterialColor);
+        pushChange(tr("Ambient Occlusion Override Material Color"), enable, this, "overrideMaterialColorChanged(bool)",
+                   overrideMaterialColor);
 }
 
 void ktAmbientOcclusion::setMaterialColor(float r, float g, float b) {
@@ -105,27 +113,12 @@ void ktAmbientOcclusion::setIntensityThreshold(double threshold) {
 }
 
 void ktAmbientOcclusion::shadowQualityCommand() {
-    int count = 32;
-    switch (shadowQuality) {
-    case 0: count = 8; break;
-    case 1: count = 16; break;
-    case 3: count = 48; break;
-    case 4: count = 64; break;
-    case 5: count = 128; break;
-    default: break;
-    }
-    directSampleCountU = count;
-    directSampleCountV = count;
+    directSampleCountU = samplesOf(shadowQuality, {8, 16, 32, 48, 64, 128}, 32);
+    directSampleCountV = directSampleCountU;
     Q_EMIT shadowQualityChanged(shadowQuality);
 }
 
 void ktAmbientOcclusion::gatherQualityCommand() {
-    switch (gatherQuality) {
-    case 0: gatherSampleCount = 8; break;
-    case 1: gatherSampleCount = 16; break;
-    case 2: gatherSampleCount = 24; break;
-    case 3: gatherSampleCount = 32; break;
-    default: gatherSampleCount = 48; break;
-    }
+    gatherSampleCount = samplesOf(gatherQuality, {8, 16, 24, 32, 48}, 48);
     Q_EMIT gatherQualityChanged(gatherQuality);
 }

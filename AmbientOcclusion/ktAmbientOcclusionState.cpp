@@ -26,7 +26,9 @@ void ktAmbientOcclusion::stepProgress() {
     Q_EMIT progressStep(static_cast<int>(progressCounter));
 }
 
-void ktAmbientOcclusion::stopProgress() { Q_EMIT progressStopped(); }
+void ktAmbientOcclusion::stopProgress() {
+    Q_EMIT progressStopped();
+}
 
 void ktAmbientOcclusion::cancelCalculation() {
     keepRunning = false;

@@ -2,4 +2,6 @@
 // The file that keeps the presets.
 #include "ktAmbientOcclusion.h"
 
-void ktAmbientOcclusion::readPreset() { presets.clear(); }
+void ktAmbientOcclusion::readPreset() {
+    presets.clear();
+}

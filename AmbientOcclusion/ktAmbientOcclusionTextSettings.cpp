@@ -27,10 +27,18 @@ constexpr const char* keys[] = {"AOShadowQuality",
                                 "AOMinEdgeLength",
                                 "AOIntensityThreshold"};
 
-std::string latin1(const QString& text) { return std::string(text.toLatin1().constData()); }
-std::string textOf(int value) { return latin1(QString::number(value, 10)); }
-std::string textOf(double value) { return latin1(QString::number(value, 'g', 6)); }
-std::string textOf(bool value) { return value ? "true" : "false"; }
+std::string latin1(const QString& text) {
+    return std::string(text.toLatin1().constData());
+}
+std::string textOf(int value) {
+    return latin1(QString::number(value, 10));
+}
+std::string textOf(double value) {
+    return latin1(QString::number(value, 'g', 6));
+}
+std::string textOf(bool value) {
+    return value ? "true" : "false";
+}
 
 // Reads like atof, but never with the user's decimal comma: the texts are written with a point everywhere.
 double realOf(const std::string& text) {

@@ -21,7 +21,8 @@ public:
     /// @param value     the new value
     /// @param object    whose method is called; not owned, not null, must outlive the command
     /// @param signature of a method with one parameter, which gets the new value, or with none; need not be normalized.
-    ///                  When the object has no such method, that is logged and applying the command only sets the value.
+    ///                  When the object has no such method, that is logged and applying the command only sets the
+    ///                  value.
     /// @param parent    macro that will own the command, or null
     ktInvokeValueUndoBase(const QString& text, const T& value, QObject* object, const char* signature,
                           QUndoCommand* parent);
@@ -68,9 +69,9 @@ void ktInvokeValueUndoBase<T>::redo() {
     T old = value;
     this->setValue(value, old);
     if (object) {
-        const QGenericArgument argument = parameterType.empty()
-                                              ? QGenericArgument()
-                                              : QGenericArgument(parameterType.c_str(), static_cast<const void*>(&value));
+        const QGenericArgument argument =
+            parameterType.empty() ? QGenericArgument()
+                                  : QGenericArgument(parameterType.c_str(), static_cast<const void*>(&value));
         if (!method.invoke(object, Qt::AutoConnection, QGenericReturnArgument(), argument))
             ktLog::error("Could not invoke: %s::%s", object->metaObject()->className(),
                          method.methodSignature().constData());

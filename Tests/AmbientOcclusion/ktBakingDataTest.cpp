@@ -109,8 +109,7 @@ TEST_F(BakingData, GivenLightAndShadows_StoresCopyWithMarkerAndClearsIndirect) {
     collect({node});
     const ktChangeRecorder changes;
     controller.storeDirectToBakingData();
-    EXPECT_THAT(channel5(geometry),
-                ElementsAre(Vec4f(1, 2, 3, 2.4f), Vec4f(4, 5, 6, 1.7f), Vec4f(7, 8, 9, 1.5f)));
+    EXPECT_THAT(channel5(geometry), ElementsAre(Vec4f(1, 2, 3, 2.4f), Vec4f(4, 5, 6, 1.7f), Vec4f(7, 8, 9, 1.5f)));
     EXPECT_THAT(channel7(geometry), ElementsAre(Vec4f(0, 0, 0, 0.4f), Vec4f(0, 0, 0, 1.7f), Vec4f(0, 0, 0, 1.5f)));
     EXPECT_THAT(changes.masksOf(geometry->getTexCoords7()), Contains(allFields));
     EXPECT_THAT(changes.masksOf(geometry->getTexCoords5()), Contains(allFields));

@@ -61,14 +61,14 @@ TEST_F(Cancel, GivenInDirectBuild_ReturnsSilently) {
 TEST_F(Cancel, GivenInDirectPassOfDirectRun_FinishesAndStores) {
     directOnly();
     cancelAt("processEvents", 2);
-    EXPECT_THAT(body(), ElementsAre("signal progressStarted(2)", "buildAccelerationStructure([a b floor], [lamp])",
-                                    "signal progressStep(1)", "processEvents(0)",
-                                    "computeVertexOcclusion(3, transform false, sampler 1, option true, lightMode false)",
-                                    "signal progressStep(2)", "processEvents(0)",
-                                    "out: Direct Illumination complete, took 0.125 seconds to complete\n",
-                                    "finishPass()", "signal progressStopped()",
-                                    "out: Ambient Occlusion Time 0.125 seconds\n", "out: Num Rays: 3072\n",
-                                    "out: MRays per second: 0.024576\n"));
+    EXPECT_THAT(body(),
+                ElementsAre("signal progressStarted(2)", "buildAccelerationStructure([a b floor], [lamp])",
+                            "signal progressStep(1)", "processEvents(0)",
+                            "computeVertexOcclusion(3, transform false, sampler 1, option true, lightMode false)",
+                            "signal progressStep(2)", "processEvents(0)",
+                            "out: Direct Illumination complete, took 0.125 seconds to complete\n", "finishPass()",
+                            "signal progressStopped()", "out: Ambient Occlusion Time 0.125 seconds\n",
+                            "out: Num Rays: 3072\n", "out: MRays per second: 0.024576\n"));
     EXPECT_THAT(channel7(geometryOfNode(a)), allAre(Vec4f(0, 0, 0, 0.4f)));
     EXPECT_THAT(channel7(geometryOfNode(b)), allAre(Vec4f(0, 0, 0, 0))) << "stored, though not calculated";
 }
@@ -118,11 +118,12 @@ TEST_F(Cancel, GivenInIndirectBuild_ReturnsSilently) {
 
 TEST_F(Cancel, GivenInDirectPassOfIndirectRun_FinishesPassPrintsTimeAndStoresNothing) {
     cancelAt("processEvents", 2);
-    EXPECT_THAT(body(), ElementsAre("signal progressStarted(4)", "buildAccelerationStructure([a b floor], [lamp])",
-                                    "signal progressStep(1)", "processEvents(0)",
-                                    "computeVertexOcclusion(3, transform false, sampler 1, option true, lightMode false)",
-                                    "signal progressStep(2)", "processEvents(0)", "finishPass()",
-                                    "out: Ambient Occlusion Time 0.125 seconds\n"));
+    EXPECT_THAT(body(),
+                ElementsAre("signal progressStarted(4)", "buildAccelerationStructure([a b floor], [lamp])",
+                            "signal progressStep(1)", "processEvents(0)",
+                            "computeVertexOcclusion(3, transform false, sampler 1, option true, lightMode false)",
+                            "signal progressStep(2)", "processEvents(0)", "finishPass()",
+                            "out: Ambient Occlusion Time 0.125 seconds\n"));
     EXPECT_THAT(channel7(geometryOfNode(a)), allAre(raytracing.directResult));
 }
 

@@ -72,11 +72,14 @@ void recordSignals(ktAmbientOcclusion& controller) {
     QObject::connect(&controller, &C::modeChanged, [](C::DirectLightMode v) { recordSignal("modeChanged", int(v)); });
     QObject::connect(&controller, &C::materialColorChanged,
                      [](osg::Color3f v) { recordSignal("materialColorChanged", v[0], v[1], v[2]); });
-    QObject::connect(&controller, &C::stateChanged,
-                     [](C::CalculationState state, unsigned int node) { recordSignal("stateChanged", int(state), node); });
+    QObject::connect(&controller, &C::stateChanged, [](C::CalculationState state, unsigned int node) {
+        recordSignal("stateChanged", int(state), node);
+    });
 }
 
-std::int64_t& ktControllerFixture::now_us() { return testClock_us; }
+std::int64_t& ktControllerFixture::now_us() {
+    return testClock_us;
+}
 
 ktControllerFixture::ktControllerFixture() : owner(makeController()), controller(*owner) {
     recordSignals(controller);

@@ -17,7 +17,9 @@ struct ktAmbientOcclusionAccess {
     static void destroy(ktAmbientOcclusion* controller) { delete controller; }
 
 #define KT_ACCESS(member)                                                                                              \
-    static auto& member(ktAmbientOcclusion& controller) { return controller.member; }
+    static auto& member(ktAmbientOcclusion& controller) {                                                              \
+        return controller.member;                                                                                      \
+    }
     KT_ACCESS(directOption)
     KT_ACCESS(directSampleCountU)
     KT_ACCESS(directSampleCountV)

@@ -34,28 +34,30 @@ std::string gathering(int count) {
     return "gatherVertexIllumination(" + std::to_string(count) +
            ", transform false, sampler 2, bounce 1, lightMode false)";
 }
-Entries stepTo(int number) { return {"signal progressStep(" + std::to_string(number) + ")", "processEvents(0)"}; }
+Entries stepTo(int number) {
+    return {"signal progressStep(" + std::to_string(number) + ")", "processEvents(0)"};
+}
 
 } // namespace
 
 TEST_F(Driver, GivenOneBounce_CallsEverythingInOrder) {
-    EXPECT_THAT(run(), ElementsAreArray(join({freezing(),
-                                              {"setModified(1)", "configureTracing(32, 32, 1, 3000)",
-                                               "signal progressStarted(4)",
-                                               "buildAccelerationStructure([a b floor], [lamp])"},
-                                              stepTo(1),
-                                              {occlusion(3)},
-                                              stepTo(2),
-                                              {occlusion(4), "finishPass()", "configureTracing(32, 32, 1, 3000)",
-                                               "out:  Start the gathering process\n",
-                                               "out: Gather the indirect illumination\n", "out: Start gathering:\n"},
-                                              stepTo(3),
-                                              {gathering(3)},
-                                              stepTo(4),
-                                              {gathering(4), "finishPass()", "signal progressStopped()",
-                                               "out: Ambient Occlusion Time 0.5 seconds\n", "out: Num Rays: 14336\n",
-                                               "out: MRays per second: 0.028672\n"},
-                                              thawing()})));
+    EXPECT_THAT(
+        run(),
+        ElementsAreArray(join(
+            {freezing(),
+             {"setModified(1)", "configureTracing(32, 32, 1, 3000)", "signal progressStarted(4)",
+              "buildAccelerationStructure([a b floor], [lamp])"},
+             stepTo(1),
+             {occlusion(3)},
+             stepTo(2),
+             {occlusion(4), "finishPass()", "configureTracing(32, 32, 1, 3000)", "out:  Start the gathering process\n",
+              "out: Gather the indirect illumination\n", "out: Start gathering:\n"},
+             stepTo(3),
+             {gathering(3)},
+             stepTo(4),
+             {gathering(4), "finishPass()", "signal progressStopped()", "out: Ambient Occlusion Time 0.5 seconds\n",
+              "out: Num Rays: 14336\n", "out: MRays per second: 0.028672\n"},
+             thawing()})));
     EXPECT_THAT(channel7(geometryOfNode(a)), allAre(Vec4f(0.25f, 0.5f, 0.75f, 0.4f)));
 }
 
@@ -73,29 +75,35 @@ TEST_F(Driver, GivenRefinedRunWithTwoBounces_CallsEverythingInOrder) {
                              "buildAccelerationStructure([a b floor], [lamp])",
                              "out: Gather the indirect illumination\n", "out: Start gathering:\n"};
     const auto bounce = [&](int firstStep) {
-        return join({rebuilding, stepTo(firstStep), {gathering(3)}, refinement("a", 32, true), stepTo(firstStep + 1),
-                     {gathering(4)}, refinement("b", 32, true), recreation, {"finishPass()"}});
+        return join({rebuilding,
+                     stepTo(firstStep),
+                     {gathering(3)},
+                     refinement("a", 32, true),
+                     stepTo(firstStep + 1),
+                     {gathering(4)},
+                     refinement("b", 32, true),
+                     recreation,
+                     {"finishPass()"}});
     };
-    EXPECT_THAT(run(), ElementsAreArray(join({freezing(48, 32),
-                                              {"setModified(1)", "configureTracing(48, 48, 1, 3000)",
-                                               "signal progressStarted(6)",
-                                               "buildAccelerationStructure([a b floor], [lamp])"},
-                                              stepTo(1),
-                                              {occlusion(3)},
-                                              refinement("a", 48, false),
-                                              stepTo(2),
-                                              {occlusion(4)},
-                                              refinement("b", 48, false),
-                                              {"finishPass()"},
-                                              recreation,
-                                              {"configureTracing(32, 32, 1, 3000)",
-                                               "out:  Start the gathering process\n"},
-                                              bounce(3),
-                                              bounce(5),
-                                              {"signal progressStopped()", "out: Ambient Occlusion Time 0.75 seconds\n",
-                                               // 48 squared times 7 and 32 squared times 14
-                                               "out: Num Rays: 30464\n", "out: MRays per second: 0.0406187\n"},
-                                              thawing()})));
+    EXPECT_THAT(run(),
+                ElementsAreArray(join({freezing(48, 32),
+                                       {"setModified(1)", "configureTracing(48, 48, 1, 3000)",
+                                        "signal progressStarted(6)", "buildAccelerationStructure([a b floor], [lamp])"},
+                                       stepTo(1),
+                                       {occlusion(3)},
+                                       refinement("a", 48, false),
+                                       stepTo(2),
+                                       {occlusion(4)},
+                                       refinement("b", 48, false),
+                                       {"finishPass()"},
+                                       recreation,
+                                       {"configureTracing(32, 32, 1, 3000)", "out:  Start the gathering process\n"},
+                                       bounce(3),
+                                       bounce(5),
+                                       {"signal progressStopped()", "out: Ambient Occlusion Time 0.75 seconds\n",
+                                        // 48 squared times 7 and 32 squared times 14
+                                        "out: Num Rays: 30464\n", "out: MRays per second: 0.0406187\n"},
+                                       thawing()})));
     EXPECT_EQ(host.liveRecords, 0);
 }
 
@@ -115,9 +123,9 @@ TEST_F(Driver, GivenRefinedDirectOnlyRun_RecreatesBeforeResultsAreStored) {
     const auto begin = std::find(log.begin(), log.end(), "invalidateGeometry()");
     ASSERT_NE(begin, log.end());
     EXPECT_THAT(Entries(begin - 1, begin + 7),
-                ElementsAre("out: Direct Illumination complete, took 0.25 seconds to complete\n", "invalidateGeometry()",
-                            "recreateGeometry(a)", "delete record(a)", "recreateGeometry(b)", "delete record(b)",
-                            "finishPass()", "signal progressStopped()"));
+                ElementsAre("out: Direct Illumination complete, took 0.25 seconds to complete\n",
+                            "invalidateGeometry()", "recreateGeometry(a)", "delete record(a)", "recreateGeometry(b)",
+                            "delete record(b)", "finishPass()", "signal progressStopped()"));
 }
 
 TEST_F(Driver, GivenIndirectRun_RecreatesBeforeResultsAreStored) {
@@ -183,9 +191,8 @@ TEST_F(Driver, GivenNoBounces_ClearsNothingAndGathersNothing) {
     run();
     EXPECT_THAT(atBuild, allAre(Vec4f(1, 1, 1, 2.5f))) << "vertex colours are not cleared";
     EXPECT_THAT(log, Contains("signal progressStarted(2)"));
-    EXPECT_THAT(entriesWith(log, "out:"),
-                ElementsAre("out: Ambient Occlusion Time 0.25 seconds\n", "out: Num Rays: 7168\n",
-                            "out: MRays per second: 0.028672\n"));
+    EXPECT_THAT(entriesWith(log, "out:"), ElementsAre("out: Ambient Occlusion Time 0.25 seconds\n",
+                                                      "out: Num Rays: 7168\n", "out: MRays per second: 0.028672\n"));
     EXPECT_THAT(entriesWith(log, "configureTracing"), SizeIs(1));
     EXPECT_THAT(log, Contains("signal progressStopped()"));
 }

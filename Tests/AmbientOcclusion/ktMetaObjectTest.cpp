@@ -25,36 +25,22 @@ std::vector<std::string> ownMethods() {
 } // namespace
 
 TEST(MetaObject, GivenController_ListsSignalsAndTwoSlotsInOrder) {
-    EXPECT_THAT(ownMethods(), testing::ElementsAre("signal shadowQualityChanged(int)",
-                                                   "signal minDistanceChanged(float)",
-                                                   "signal maxDistanceChanged(float)",
-                                                   "signal modeChanged(ktAmbientOcclusion::DirectLightMode)",
-                                                   "signal indirectIlluminationChanged(bool)",
-                                                   "signal colorBleedingChanged(bool)",
-                                                   "signal overrideMaterialColorChanged(bool)",
-                                                   "signal materialColorChanged(OSG::Color3f)",
-                                                   "signal gatherQualityChanged(int)",
-                                                   "signal numOfIndirectionsChanged(int)",
-                                                   "signal minEdgeLengthChanged(double)",
-                                                   "signal subdivideChanged(bool)",
-                                                   "signal intensityThresholdChanged(double)",
-                                                   "signal subdivisionQualityChanged(int)",
-                                                   "signal stateChanged(ktAmbientOcclusion::CalculationState,uint) state node",
-                                                   "signal calculationStarted(bool) missingOnly",
-                                                   "signal calculationFailedNoSelection()",
-                                                   "signal calculationFailedLockedSelection()",
-                                                   "signal calculationCanceled()",
-                                                   "signal progressStarted(int) maxSteps",
-                                                   "signal progressStep(int) counter",
-                                                   "signal progressStopped()",
-                                                   "signal presetApplied(int)",
-                                                   "signal presetDeleted(int)",
-                                                   "signal activeShadowsCleared()",
-                                                   "signal allShadowsCleared()",
-                                                   "signal activeIndirectCleared()",
-                                                   "signal allIndirectCleared()",
-                                                   "slot shadowQualityCommand()",
-                                                   "slot gatherQualityCommand()"));
+    EXPECT_THAT(ownMethods(),
+                testing::ElementsAre(
+                    "signal shadowQualityChanged(int)", "signal minDistanceChanged(float)",
+                    "signal maxDistanceChanged(float)", "signal modeChanged(ktAmbientOcclusion::DirectLightMode)",
+                    "signal indirectIlluminationChanged(bool)", "signal colorBleedingChanged(bool)",
+                    "signal overrideMaterialColorChanged(bool)", "signal materialColorChanged(OSG::Color3f)",
+                    "signal gatherQualityChanged(int)", "signal numOfIndirectionsChanged(int)",
+                    "signal minEdgeLengthChanged(double)", "signal subdivideChanged(bool)",
+                    "signal intensityThresholdChanged(double)", "signal subdivisionQualityChanged(int)",
+                    "signal stateChanged(ktAmbientOcclusion::CalculationState,uint) state node",
+                    "signal calculationStarted(bool) missingOnly", "signal calculationFailedNoSelection()",
+                    "signal calculationFailedLockedSelection()", "signal calculationCanceled()",
+                    "signal progressStarted(int) maxSteps", "signal progressStep(int) counter",
+                    "signal progressStopped()", "signal presetApplied(int)", "signal presetDeleted(int)",
+                    "signal activeShadowsCleared()", "signal allShadowsCleared()", "signal activeIndirectCleared()",
+                    "signal allIndirectCleared()", "slot shadowQualityCommand()", "slot gatherQualityCommand()"));
 }
 
 TEST(MetaObject, GivenController_DerivesFromQObjectAndCastsByName) {
@@ -68,8 +54,8 @@ TEST(MetaObject, GivenController_DerivesFromQObjectAndCastsByName) {
 
 TEST(MetaObject, GivenEnumerations_AreRegisteredUnderQualifiedNames) {
     ktAmbientOcclusion::the();
-    for (const char* name : {"ktAmbientOcclusion::DirectLightMode", "ktAmbientOcclusion::CalculationState",
-                             "OSG::Color3f"})
+    for (const char* name :
+         {"ktAmbientOcclusion::DirectLightMode", "ktAmbientOcclusion::CalculationState", "OSG::Color3f"})
         EXPECT_NE(QMetaType::type(name), int(QMetaType::UnknownType)) << name;
     EXPECT_EQ(QMetaType::type("OSG::Color3f"), qMetaTypeId<osg::Color3f>());
 }

@@ -147,8 +147,7 @@ TEST_F(NodeSettings, GivenSecondAttachment_ReplacesTheFirst) {
     EXPECT_NE(first, second);
     EXPECT_EQ(first.getRefCount(), 1) << "nobody but the test holds the old one";
     EXPECT_EQ(second.getRefCount(), 1);
-    EXPECT_THAT(changes.masksOf(node),
-                ElementsAre(osg::Node::AttachmentsFieldMask, osg::Node::AttachmentsFieldMask));
+    EXPECT_THAT(changes.masksOf(node), ElementsAre(osg::Node::AttachmentsFieldMask, osg::Node::AttachmentsFieldMask));
     osg::subRefCP(first);
 }
 
@@ -199,8 +198,7 @@ TEST_F(NodeSettings, GivenEmptyValuePair_IsRemovedAndAnnounced) {
     const ktChangeRecorder changes;
     attach(node);
     EXPECT_EQ(valuesOf(node), osg::NullFC);
-    EXPECT_THAT(changes.masksOf(node),
-                ElementsAre(osg::Node::AttachmentsFieldMask, osg::Node::AttachmentsFieldMask));
+    EXPECT_THAT(changes.masksOf(node), ElementsAre(osg::Node::AttachmentsFieldMask, osg::Node::AttachmentsFieldMask));
 }
 
 TEST_F(NodeSettings, GivenAttaching_IsNoUndoStep) {
@@ -241,17 +239,15 @@ TEST_F(NodeSettings, GivenAttachment_LoadsAllInOrderAsOneStep) {
     log.clear();
 
     controller.loadFromNode(node);
-    EXPECT_THAT(entriesWith(log, "add"),
-                ElementsAre("add \"Ambient Occlusion Mode\"", "add \"Ambient Occlusion Shadow Quality\"",
-                            "add \"Ambient Occlusion Min Distance\"", "add \"Ambient Occlusion Max Distance\"",
-                            "add \"Ambient Occlusion Indirect Illumination\"",
-                            "add \"Ambient Occlusion Gather Quality\"",
-                            "add \"Ambient Occlusion Number of Indirections\"",
-                            "add \"Ambient Occlusion Color Bleeding\"",
-                            "add \"Ambient Occlusion Override Material Color\"",
-                            "add \"Ambient Occlusion Material Color\"", "add \"Ambient Occlusion Subdivide\"",
-                            "add \"Ambient Occlusion Subdivide Quality\"", "add \"Ambient Occlusion Min Edge Length\"",
-                            "add \"Ambient Occlusion Intensity Threshold\""));
+    EXPECT_THAT(
+        entriesWith(log, "add"),
+        ElementsAre("add \"Ambient Occlusion Mode\"", "add \"Ambient Occlusion Shadow Quality\"",
+                    "add \"Ambient Occlusion Min Distance\"", "add \"Ambient Occlusion Max Distance\"",
+                    "add \"Ambient Occlusion Indirect Illumination\"", "add \"Ambient Occlusion Gather Quality\"",
+                    "add \"Ambient Occlusion Number of Indirections\"", "add \"Ambient Occlusion Color Bleeding\"",
+                    "add \"Ambient Occlusion Override Material Color\"", "add \"Ambient Occlusion Material Color\"",
+                    "add \"Ambient Occlusion Subdivide\"", "add \"Ambient Occlusion Subdivide Quality\"",
+                    "add \"Ambient Occlusion Min Edge Length\"", "add \"Ambient Occlusion Intensity Threshold\""));
     EXPECT_EQ(undoStack.count(), 1);
     EXPECT_EQ(undoStack.undoText(), "Load Ambient Occlusion From Node");
     EXPECT_EQ(controller.getMode(), C::LightAndShadows);

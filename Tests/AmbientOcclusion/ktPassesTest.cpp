@@ -192,9 +192,9 @@ TEST_F(DirectPass, GivenTooFewNormals_SaysSoAndKeepsOldResults) {
     geometryOfNode(shortNormals)->setNormals(osg::GeoNormals3s::create());
     osg::endEditCP(geometryOfNode(shortNormals));
     controller.computeDirectIllumination();
-    EXPECT_THAT(entriesWith(log, "out:"), ElementsAre("out: Wrong number of normals\n",
-                                                      "out: Wrong number of normals\n",
-                                                      "out: Wrong number of normals\n"));
+    EXPECT_THAT(entriesWith(log, "out:"),
+                ElementsAre("out: Wrong number of normals\n", "out: Wrong number of normals\n",
+                            "out: Wrong number of normals\n"));
     EXPECT_THAT(channel7(geometryOfNode(few)), allAre(Vec4f(9, 9, 9, 9)));
     EXPECT_EQ(geometryOfNode(none)->getTexCoords7(), osg::NullFC);
     EXPECT_EQ(numRays, 0u);
@@ -489,9 +489,8 @@ TEST_F(Refinement, GivenPassOptionOff_OnlyListedNodesAreRefined) {
     Access::occluderNodes(controller) = listed;
     controller.computeDirectIllumination();
     controller.gatherIndirectIllumination();
-    EXPECT_THAT(entriesWith(log, "new record"),
-                ElementsAre("new record(a)", "new record(c)", "new record(d)", "new record(a)", "new record(c)",
-                            "new record(d)"));
+    EXPECT_THAT(entriesWith(log, "new record"), ElementsAre("new record(a)", "new record(c)", "new record(d)",
+                                                            "new record(a)", "new record(c)", "new record(d)"));
 }
 
 TEST_F(Refinement, GivenPassOptionOffAndNodeBeforeAllListed_IsNotRefined) {

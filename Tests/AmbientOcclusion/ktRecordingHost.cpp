@@ -36,7 +36,9 @@ std::string ktRecordingHost::labels(const std::vector<osg::NodePtr>& nodes) cons
     return text;
 }
 
-void nameCore(const osg::NodeCorePtr& core, const std::string& name) { ktRecordingHost::the().names[core] = name; }
+void nameCore(const osg::NodeCorePtr& core, const std::string& name) {
+    ktRecordingHost::the().names[core] = name;
+}
 
 std::vector<std::string> entriesWith(const std::vector<std::string>& log, const std::string& prefix) {
     std::vector<std::string> found;

@@ -58,9 +58,13 @@ void ktRecordingRaytracing::buildAccelerationStructure(const std::vector<osg::No
     record("buildAccelerationStructure([", host.labels(geometry), "], [", host.labels(lights), "])");
 }
 
-void ktRecordingRaytracing::finishPass() { record("finishPass()"); }
+void ktRecordingRaytracing::finishPass() {
+    record("finishPass()");
+}
 
-void ktRecordingRaytracing::invalidateGeometry() { record("invalidateGeometry()"); }
+void ktRecordingRaytracing::invalidateGeometry() {
+    record("invalidateGeometry()");
+}
 
 void ktRecordingRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor,
                                                 const float* materialColor) {
@@ -68,7 +72,9 @@ void ktRecordingRaytracing::setMaterialOverride(bool colorBleeding, bool overrid
            materialColor[1], " ", materialColor[2], "])");
 }
 
-void ktRecordingRaytracing::restoreRaytracing(int raytracing) { record("restoreRaytracing(", raytracing, ")"); }
+void ktRecordingRaytracing::restoreRaytracing(int raytracing) {
+    record("restoreRaytracing(", raytracing, ")");
+}
 
 ktSampler* ktRecordingRaytracing::createSampler(int countU, int countV, int pattern, int lobe, float jitterU,
                                                 float jitterV) {

@@ -44,8 +44,8 @@ public:
     std::vector<Subdivision> subdivisions;
     std::vector<std::vector<float>> configurations; ///< counts and distances of configureTracing()
     std::set<ktSampler*> liveSamplers;
-    osg::Vec4f directResult{0.1f, 0.2f, 0.3f, 0.4f};   ///< what the direct pass answers for every vertex
-    osg::Vec3f gatheredLight{0.25f, 0.5f, 0.75f};      ///< what each bounce answers
+    osg::Vec4f directResult{0.1f, 0.2f, 0.3f, 0.4f}; ///< what the direct pass answers for every vertex
+    osg::Vec3f gatheredLight{0.25f, 0.5f, 0.75f};    ///< what each bounce answers
 
     void buildAccelerationStructure(const std::vector<osg::NodePtr>& geometry,
                                     const std::vector<osg::NodePtr>& lights) override;

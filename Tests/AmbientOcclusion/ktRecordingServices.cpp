@@ -25,9 +25,13 @@
 
 namespace {
 
-ktRecordingHost& host() { return ktRecordingHost::the(); }
+ktRecordingHost& host() {
+    return ktRecordingHost::the();
+}
 
-std::string text(bool value) { return value ? "true" : "false"; }
+std::string text(bool value) {
+    return value ? "true" : "false";
+}
 
 std::string formatted(const char* format, va_list arguments) {
     char line[1024];
@@ -51,13 +55,17 @@ KT_RECORD_LOG_LEVEL(info)
 void ktController::setBusy(bool busy, bool showCursor) {
     host().record("setBusy(" + text(busy) + ", " + text(showCursor) + ")");
 }
-void ktController::setModified(int modified) { host().record("setModified(" + std::to_string(modified) + ")"); }
+void ktController::setModified(int modified) {
+    host().record("setModified(" + std::to_string(modified) + ")");
+}
 
 bool ktOSGWidget::isRenderEnabled() {
     host().record("isRenderEnabled()");
     return host().isRenderEnabled;
 }
-void ktOSGWidget::enableRender(bool enable) { host().record("enableRender(" + text(enable) + ")"); }
+void ktOSGWidget::enableRender(bool enable) {
+    host().record("enableRender(" + text(enable) + ")");
+}
 int ktOSGWidget::getRaytracing() {
     host().record("getRaytracing()");
     return host().raytracing;
@@ -71,9 +79,15 @@ std::vector<ktNodePtr> ktScenegraph::getSelectedRootNodes() {
     host().record("getSelectedRootNodes()");
     return host().selection;
 }
-osg::NodePtr ktScenegraph::getRootNode() { return host().root; } // asked at every material: not worth an entry
-void ktScenegraph::enableUpdate(bool enable) { host().record("enableUpdate(" + text(enable) + ")"); }
-void ktScenegraph::update(bool redraw) { host().record("update(" + text(redraw) + ")"); }
+osg::NodePtr ktScenegraph::getRootNode() {
+    return host().root;
+} // asked at every material: not worth an entry
+void ktScenegraph::enableUpdate(bool enable) {
+    host().record("enableUpdate(" + text(enable) + ")");
+}
+void ktScenegraph::update(bool redraw) {
+    host().record("update(" + text(redraw) + ")");
+}
 
 bool ktNodePermission::allows(const osg::NodePtr& node, ktNodeAction action) {
     host().record("allows(" + host().label(node) + ", " + std::to_string(int(action)) + ")");
@@ -88,8 +102,12 @@ bool ktNodeUtils::isGeometryComponent(const osg::NodePtr& node) {
     return host().componentCores.count(node->getCore()) > 0;
 }
 
-bool ktLights::isLight(const osg::NodePtr& node) { return host().lightCores.count(node->getCore()) > 0; }
-bool ktLights::isRayFileLight(const osg::NodePtr& node) { return host().rayFileLightCores.count(node->getCore()) > 0; }
+bool ktLights::isLight(const osg::NodePtr& node) {
+    return host().lightCores.count(node->getCore()) > 0;
+}
+bool ktLights::isRayFileLight(const osg::NodePtr& node) {
+    return host().rayFileLightCores.count(node->getCore()) > 0;
+}
 
 ktAnimManager* ktAnimManager::the() {
     static ktAnimManager instance;
@@ -104,9 +122,13 @@ ktTBBInit* ktTBBInit::the() {
     static ktTBBInit instance;
     return &instance;
 }
-unsigned int ktTBBInit::getNumLogicalCores() const { return host().logicalCores; }
+unsigned int ktTBBInit::getNumLogicalCores() const {
+    return host().logicalCores;
+}
 
-QString ktPreferences::getPreferencesDir() { return QString::fromStdString(host().preferencesDirectory); }
+QString ktPreferences::getPreferencesDir() {
+    return QString::fromStdString(host().preferencesDirectory);
+}
 
 bool ktMessageRW::write(const ktMessage& message, const char* path) {
     host().record(std::string("write ") + path);
@@ -143,7 +165,9 @@ ktGeoSubdivisionList::~ktGeoSubdivisionList() {
     --host().liveRecords;
     host().record("delete record(" + data->label + ")");
 }
-void ktGeoSubdivisionList::recreateGeometry() { host().record("recreateGeometry(" + data->label + ")"); }
+void ktGeoSubdivisionList::recreateGeometry() {
+    host().record("recreateGeometry(" + data->label + ")");
+}
 
 ktUndoStack::ktUndoStack(QObject* parent) : QUndoStack(parent) {}
 ktUndoStack* ktUndoStack::get(int index) {
@@ -160,8 +184,12 @@ ktUndoCommand::ktUndoCommand(const QString& label, QUndoCommand* parent) : QUndo
     changeTime_ms = ++tick;
 }
 ktUndoCommand::~ktUndoCommand() = default;
-void ktUndoCommand::makeMessage(ktMessage& message) const { message.set("text", text().toStdString(), true); }
-bool ktUndoCommand::canMergeWith(const QUndoCommand*) const { return true; }
+void ktUndoCommand::makeMessage(ktMessage& message) const {
+    message.set("text", text().toStdString(), true);
+}
+bool ktUndoCommand::canMergeWith(const QUndoCommand*) const {
+    return true;
+}
 int ktUndoCommand::makeId(std::type_index type) {
     static std::map<std::type_index, int> ids;
     return ids.emplace(type, 100 + int(ids.size())).first->second;
@@ -191,4 +219,6 @@ std::vector<std::string> ktMessage::names() const {
         found.push_back(attribute.first);
     return found;
 }
-void ktMessage::printBT() { host().record("printBT()"); }
+void ktMessage::printBT() {
+    host().record("printBT()");
+}

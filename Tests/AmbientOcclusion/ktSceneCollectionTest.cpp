@@ -130,8 +130,8 @@ TEST_F(GeometryList, GivenNodeWithoutCore_IsPassedThrough) {
 
 TEST_F(GeometryList, GivenSwitch_FollowsItsChoice) {
     const auto collectWith = [this](osg::Int32 choice) {
-        return collect({keep(makeSwitch(choice, {makeGroup("g", {makeGeometryNode("a"), makeGeometryNode("b")}),
-                                                 makeGeometryNode("c")}))});
+        return collect({keep(makeSwitch(
+            choice, {makeGroup("g", {makeGeometryNode("a"), makeGeometryNode("b")}), makeGeometryNode("c")}))});
     };
     EXPECT_EQ(collectWith(0), "a b");
     EXPECT_EQ(collectWith(1), "c");
@@ -273,8 +273,8 @@ TEST_F(VisibleList, GivenHiddenNode_IsSkippedWithItsSubtree) {
 
 TEST_F(VisibleList, GivenSwitch_FollowsItsChoiceAndSkipsOtherwise) {
     const auto visibleWith = [this](osg::Int32 choice) {
-        host.root = keep(makeGroup("root", {makeSwitch(choice, {makeGroup("g", {makeGeometryNode("a")}),
-                                                                makeGeometryNode("b")})}));
+        host.root = keep(
+            makeGroup("root", {makeSwitch(choice, {makeGroup("g", {makeGeometryNode("a")}), makeGeometryNode("b")})}));
         return visible();
     };
     EXPECT_EQ(visibleWith(0), "a");

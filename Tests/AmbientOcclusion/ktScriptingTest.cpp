@@ -51,14 +51,19 @@ protected:
     }
 
     C& instance;
-    const std::vector<std::string> expectedSignals{
-        "signal shadowQualityChanged(3)",        "signal minDistanceChanged(0.5)",
-        "signal maxDistanceChanged(250)",        "signal indirectIlluminationChanged(false)",
-        "signal colorBleedingChanged(true)",     "signal overrideMaterialColorChanged(false)",
-        "signal materialColorChanged(0.1, 0.2, 0.3)", "signal gatherQualityChanged(4)",
-        "signal numOfIndirectionsChanged(3)",    "signal minEdgeLengthChanged(2.5)",
-        "signal subdivideChanged(true)",         "signal intensityThresholdChanged(0.25)",
-        "signal subdivisionQualityChanged(2)"};
+    const std::vector<std::string> expectedSignals{"signal shadowQualityChanged(3)",
+                                                   "signal minDistanceChanged(0.5)",
+                                                   "signal maxDistanceChanged(250)",
+                                                   "signal indirectIlluminationChanged(false)",
+                                                   "signal colorBleedingChanged(true)",
+                                                   "signal overrideMaterialColorChanged(false)",
+                                                   "signal materialColorChanged(0.1, 0.2, 0.3)",
+                                                   "signal gatherQualityChanged(4)",
+                                                   "signal numOfIndirectionsChanged(3)",
+                                                   "signal minEdgeLengthChanged(2.5)",
+                                                   "signal subdivideChanged(true)",
+                                                   "signal intensityThresholdChanged(0.25)",
+                                                   "signal subdivisionQualityChanged(2)"};
 };
 
 } // namespace
@@ -153,4 +158,6 @@ TEST_F(Scripting, GivenCurrentModeNumber_LeavesTheUndoStackAlone) {
     EXPECT_EQ(undoStack.count(), 0);
 }
 
-TEST_F(Scripting, GivenInstance_IsAlwaysTheSame) { EXPECT_EQ(C::the(), C::the()); }
+TEST_F(Scripting, GivenInstance_IsAlwaysTheSame) {
+    EXPECT_EQ(C::the(), C::the());
+}

@@ -16,9 +16,9 @@ using C = ktAmbientOcclusion;
 struct Setting {
     std::string name;
     std::string label;
-    std::function<void(C&, int)> set;           ///< 0: the default, 1 and 2: two others
+    std::function<void(C&, int)> set; ///< 0: the default, 1 and 2: two others
     std::function<std::string(const C&)> get;
-    std::array<std::string, 3> values;          ///< as get() writes them
+    std::array<std::string, 3> values; ///< as get() writes them
     std::string signal;
 };
 
@@ -27,8 +27,12 @@ std::string text(double value) {
     stream << value;
     return stream.str();
 }
-std::string text(bool value) { return value ? "true" : "false"; }
-std::string text(int value) { return std::to_string(value); }
+std::string text(bool value) {
+    return value ? "true" : "false";
+}
+std::string text(int value) {
+    return std::to_string(value);
+}
 
 template <class Value, class Get>
 Setting makeSetting(const std::string& name, const std::string& label, void (C::*set)(Value), Get get,
@@ -88,8 +92,7 @@ std::vector<Setting> allSettings() {
         makeSetting<bool>("colorBleeding", "Ambient Occlusion Color Bleeding", &C::setColorBleedingEnabled,
                           &C::isColorBleedingEnabled, {false, true, false}),
         makeSetting<bool>("overrideMaterialColor", "Ambient Occlusion Override Material Color",
-                          &C::setOverrideMaterialColorEnabled, &C::isOverrideMaterialColorEnabled,
-                          {true, false, true}),
+                          &C::setOverrideMaterialColorEnabled, &C::isOverrideMaterialColorEnabled, {true, false, true}),
         makeColorSetting(),
         makeSetting<bool>("subdivide", "Ambient Occlusion Subdivide", &C::setSubdivideEnabled, &C::isSubdivideEnabled,
                           {false, true, false}),
@@ -104,16 +107,16 @@ std::vector<Setting> allSettings() {
 
 class Setters : public ktControllerFixture, public testing::WithParamInterface<Setting> {
 protected:
-    std::string signalWith(int i) const {
-        return "signal " + GetParam().signal + "(" + GetParam().values[i] + ")";
-    }
+    std::string signalWith(int i) const { return "signal " + GetParam().signal + "(" + GetParam().values[i] + ")"; }
 };
 
 using Settings = ktControllerFixture;
 
 } // namespace
 
-TEST_P(Setters, GivenFreshController_HaveDefault) { EXPECT_EQ(GetParam().get(controller), GetParam().values[0]); }
+TEST_P(Setters, GivenFreshController_HaveDefault) {
+    EXPECT_EQ(GetParam().get(controller), GetParam().values[0]);
+}
 
 TEST_P(Setters, GivenEqualValue_DoNothing) {
     GetParam().set(controller, 0);
@@ -201,8 +204,8 @@ TEST_F(Settings, GivenShadowQuality_SetsBothSampleCounts) {
 }
 
 TEST_F(Settings, GivenGatherQuality_SetsSampleCount) {
-    for (const auto& [quality, count] : std::vector<std::pair<int, int>>{
-             {0, 8}, {1, 16}, {2, 24}, {3, 32}, {4, 48}, {5, 48}, {0, 8}, {-1, 48}}) {
+    for (const auto& [quality, count] :
+         std::vector<std::pair<int, int>>{{0, 8}, {1, 16}, {2, 24}, {3, 32}, {4, 48}, {5, 48}, {0, 8}, {-1, 48}}) {
         controller.setGatherQuality(quality);
         EXPECT_EQ(controller.getGatherQuality(), quality);
         EXPECT_EQ(Access::gatherSampleCount(controller), count) << quality;

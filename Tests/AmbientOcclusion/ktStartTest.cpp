@@ -78,8 +78,9 @@ TEST_F(Start, GivenSomeLockedNodes_CalculatesTheOthersInOrder) {
     EXPECT_EQ(settingsOf(floor), osg::NullFC);
     EXPECT_NE(settingsOf(last), osg::NullFC);
     EXPECT_EQ(settingsOf(last), settingsOf(a)) << "one attachment for all";
-    EXPECT_THAT(entriesWith(log, "computeVertexOcclusion"),
-                ElementsAre(testing::StartsWith("computeVertexOcclusion(3"), testing::StartsWith("computeVertexOcclusion(3")));
+    EXPECT_THAT(
+        entriesWith(log, "computeVertexOcclusion"),
+        ElementsAre(testing::StartsWith("computeVertexOcclusion(3"), testing::StartsWith("computeVertexOcclusion(3")));
     EXPECT_THAT(channel7(geometryOfNode(floor)), IsEmpty());
 }
 
@@ -93,8 +94,8 @@ TEST_F(Start, GivenDirectOnlyRun_CallsEverythingInOrder) {
                       "signal progressStep(2)", "processEvents(0)",
                       "computeVertexOcclusion(4, transform false, sampler 1, option true, lightMode false)",
                       "out: Direct Illumination complete, took 0.25 seconds to complete\n", "finishPass()",
-                      "signal progressStopped()", "out: Ambient Occlusion Time 0.25 seconds\n",
-                      "out: Num Rays: 7168\n", "out: MRays per second: 0.028672\n"},
+                      "signal progressStopped()", "out: Ambient Occlusion Time 0.25 seconds\n", "out: Num Rays: 7168\n",
+                      "out: MRays per second: 0.028672\n"},
                      thawing()})));
 }
 
@@ -238,7 +239,8 @@ TEST_F(Start, GivenRun_ReleasesTheWorkingCopy) {
     host.onEntry = [&](const std::string& entry) {
         base(entry);
         if (entry == "processEvents(0)")
-            for (osg::NodePtr node = Access::geometryNodes(controller)[0]; node != osg::NullFC; node = node->getParent())
+            for (osg::NodePtr node = Access::geometryNodes(controller)[0]; node != osg::NullFC;
+                 node = node->getParent())
                 workingNodes.insert(osg::getContainerId(node));
     };
     run();

@@ -112,4 +112,6 @@ TEST_F(Timing, GivenShortDuration_HasZeroes) {
                                  "out: x: 0 minutes 0 seconds 7 milliseconds\n"));
 }
 
-TEST(Version, GivenPlugin_IsTen) { EXPECT_STREQ(getPluginVersion(), "10.0"); }
+TEST(Version, GivenPlugin_IsTen) {
+    EXPECT_STREQ(getPluginVersion(), "10.0");
+}

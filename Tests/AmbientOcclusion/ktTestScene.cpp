@@ -95,7 +95,9 @@ osg::Matrix translation(float x, float y, float z) {
     return matrix;
 }
 
-osg::GeometryPtr geometryOfNode(const osg::NodePtr& node) { return osg::GeometryPtr::dcast(node->getCore()); }
+osg::GeometryPtr geometryOfNode(const osg::NodePtr& node) {
+    return osg::GeometryPtr::dcast(node->getCore());
+}
 
 void setMaterial(const osg::NodePtr& node, const osg::MaterialPtr& material) {
     const osg::GeometryPtr geometry = geometryOfNode(node);
@@ -134,8 +136,12 @@ std::vector<osg::Vec4f> valuesOf(const osg::GeoTexCoordsPtr& property) {
 
 } // namespace
 
-std::vector<osg::Vec4f> channel7(const osg::GeometryPtr& geometry) { return valuesOf(geometry->getTexCoords7()); }
-std::vector<osg::Vec4f> channel5(const osg::GeometryPtr& geometry) { return valuesOf(geometry->getTexCoords5()); }
+std::vector<osg::Vec4f> channel7(const osg::GeometryPtr& geometry) {
+    return valuesOf(geometry->getTexCoords7());
+}
+std::vector<osg::Vec4f> channel5(const osg::GeometryPtr& geometry) {
+    return valuesOf(geometry->getTexCoords5());
+}
 
 void setChannel7(const osg::GeometryPtr& geometry, const osg::GeoTexCoordsPtr& channel) {
     osg::beginEditCP(geometry, osg::Geometry::TexCoords7FieldMask);

@@ -152,7 +152,9 @@ struct SlotOrder : ktInvokeValueUndoBase<int> {
 using VirtualCall = void (*)(void*);
 
 /// Entries of an object's virtual table from `first` on; the platform keeps two destructors in front.
-VirtualCall slotOf(const void* object, int slot) { return (*static_cast<VirtualCall* const*>(object))[slot]; }
+VirtualCall slotOf(const void* object, int slot) {
+    return (*static_cast<VirtualCall* const*>(object))[slot];
+}
 
 } // namespace
 
