@@ -177,6 +177,7 @@ void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, floa
         task.count = 1;
         task.positions = lazy.positions + 3 * std::size_t(vertex);
         task.normals = lazy.normals + 3 * std::size_t(vertex);
+        task.inward = nullptr;
         osg::Vec4f result;
         std::atomic<std::uint32_t> done{0};
         ktTraceOcclusion(task, &result, done);

@@ -48,7 +48,8 @@ void gatherPiece(const ktGatherTask& task, const ktVertexGroups& groups, std::si
     std::uint32_t traceable = 0;
     for (std::size_t group = begin; group < end; ++group) {
         const std::size_t vertex = groups.first(group);
-        if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, vertices[traceable]))
+        if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, groups.inwardOf(group, task.inward),
+                        vertices[traceable]))
             groupOf[traceable++] = group;
     }
     Sums sums(*task.light, directions);
@@ -60,8 +61,7 @@ void gatherPiece(const ktGatherTask& task, const ktVertexGroups& groups, std::si
     for (std::uint32_t i = 0; i < traceable; ++i)
         for (std::uint32_t k = groups.starts[groupOf[i]]; k < groups.starts[groupOf[i] + 1]; ++k)
             for (int c = 0; c < 3; ++c)
-                received[3 * std::size_t(groups.order[k]) + c] =
-                    sums.sums[i][c] / static_cast<float>(directions.count);
+                received[3 * std::size_t(groups.order[k]) + c] = sums.sums[i][c] / static_cast<float>(directions.count);
 }
 
 } // namespace

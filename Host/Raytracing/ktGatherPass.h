@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktBounceLight.h"
+#include "ktInwardDirections.h"
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
 
@@ -20,6 +21,7 @@ struct ktGatherTask {
     std::uint32_t count = 0;
     const float* positions = nullptr; ///< object space, three floats a vertex
     const float* normals = nullptr;   ///< likewise
+    const ktInward* inward = nullptr; ///< as for ktOcclusionTask
 };
 
 /// Gathers the light that arrives at `task.count` vertices from the nearest surfaces around them: the mean over the

@@ -28,7 +28,8 @@ public:
         std::fill(slot, slot + pieceSize, -1);
         for (std::uint32_t i = 0; i < size; ++i) {
             const std::size_t vertex = groups.first(begin + i);
-            if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, vertices[traceable])) {
+            if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex,
+                            groups.inwardOf(begin + i, task.inward), vertices[traceable])) {
                 task.toWorld.position(task.positions + 3 * vertex, points[traceable]);
                 slot[i] = static_cast<int>(traceable);
                 ++traceable;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktInwardDirections.h"
 #include "ktSceneLight.h"
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
@@ -24,6 +25,9 @@ struct ktOcclusionTask {
     std::uint32_t count = 0;
     const float* positions = nullptr; ///< object space, three floats a vertex
     const float* normals = nullptr;   ///< likewise; of any length but zero
+    /// `count` elements: where each vertex's own surface lies. Null when that is not known: where a wall stands exactly
+    /// on a vertex, rays into it then pass through it.
+    const ktInward* inward = nullptr;
 };
 
 /// Traces `task.count` vertices into `results`: x, y, z the lights' direct light that arrives, w the share of all

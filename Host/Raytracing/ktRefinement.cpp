@@ -265,6 +265,8 @@ void ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how,
     std::vector<std::vector<std::uint32_t>> triangles;
     ktWorkers::run(
         [&] {
+            for (const auto& mesh : meshes)
+                mesh->lookAround();
             Group group(meshes, scene, inside, how);
             group.refine();
             triangles = group.triangles();

@@ -87,6 +87,9 @@ ktRefinementMesh::Point ktRefinementMesh::middle(Index a, Index b) const {
         point.normal[c] = 0.5f * (normals[3 * std::size_t(a) + c] + normals[3 * std::size_t(b) + c]);
     }
     normalize(point.normal);
+    // Along an edge of the surface both ends have it on the same side.
+    point.inward = inward[a];
+    point.inward.add(inward[b]);
     return point;
 }
 
@@ -120,9 +123,11 @@ std::vector<ktRefinementMesh::Traced> ktRefinementMesh::trace(const std::vector<
     if (points.empty())
         return traced;
     std::vector<float> places, directions;
+    std::vector<ktInward> sides;
     for (const Point& point : points) {
         places.insert(places.end(), point.position, point.position + 3);
         directions.insert(directions.end(), point.normal, point.normal + 3);
+        sides.push_back(point.inward);
     }
     std::atomic<std::uint32_t> done{0};
     const auto count = static_cast<std::uint32_t>(points.size());
@@ -131,6 +136,7 @@ std::vector<ktRefinementMesh::Traced> ktRefinementMesh::trace(const std::vector<
     direct.count = count;
     direct.positions = places.data();
     direct.normals = directions.data();
+    direct.inward = sides.data();
     std::vector<osg::Vec4f> results(count);
     ktTraceOcclusion(direct, results.data(), done);
     std::vector<float> received(3 * points.size(), 0.0f);
@@ -140,6 +146,7 @@ std::vector<ktRefinementMesh::Traced> ktRefinementMesh::trace(const std::vector<
         gather.count = count;
         gather.positions = places.data();
         gather.normals = directions.data();
+        gather.inward = sides.data();
         ktGatherLight(gather, received.data(), done);
     }
     for (std::size_t i = 0; i < traced.size(); ++i) {
@@ -162,6 +169,7 @@ void ktRefinementMesh::addVertex(Index a, Index b) {
     const Point point = middle(a, b);
     positions.insert(positions.end(), point.position, point.position + 3);
     normals.insert(normals.end(), point.normal, point.normal + 3);
+    inward.push_back(point.inward);
     parents.push_back({a, b});
 }
 

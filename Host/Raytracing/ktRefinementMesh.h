@@ -38,6 +38,9 @@ public:
     const std::vector<std::uint32_t>& triangles() const { return indices; }
     const ktRefinementRequest& request() const { return record.request; }
 
+    /// Finds out where the surface around each vertex lies; worker thread, before anything is ordered.
+    void lookAround() { inward = ktInwardDirections(positions.data(), vertexCount(), indices); }
+
     /// Light at a vertex of the mesh; valid for old vertices and those that finishVertices() has traced.
     const ktIllumination& illumination(Index vertex) const { return light[vertex]; }
 
@@ -61,6 +64,7 @@ public:
 private:
     struct Point {
         float position[3], normal[3];
+        ktInward inward;
     };
     /// All that is known of one traced point.
     struct Traced {
@@ -80,6 +84,7 @@ private:
     Index oldCount = 0;
     std::vector<float> positions, normals; ///< object space, three floats a vertex
     std::vector<std::uint32_t> indices;    ///< of the geometry as it is
+    std::vector<ktInward> inward;          ///< where the surface around each vertex lies
     std::vector<float> oldReceived;        ///< indirect light of the old vertices
     std::vector<ktIllumination> light;
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices

@@ -2,9 +2,9 @@
 #include "ktSceneRaytracing.h"
 
 #include "ktCancelPoint.h"
+#include "ktGatherPass.h"
 #include "ktGeoSubdivisionList.h"
 #include "ktGeoSubdivisionRecord.h"
-#include "ktGatherPass.h"
 #include "ktHemisphereSampler.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
@@ -12,6 +12,7 @@
 #include "ktOSGWidgetState.h"
 #include "ktSampler.h"
 #include "ktTracerFactory.h"
+#include "ktVertexFrames.h"
 #include "ktWorkers.h"
 
 #include <algorithm>
@@ -137,7 +138,8 @@ void ktSceneRaytracing::invalidateGeometry() {
 }
 
 // Comes once a run, before anything is traced.
-void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor, const float* materialColor) {
+void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor,
+                                            const float* materialColor) {
     forgetRun();
     bounces.settings.colorBleeding = colorBleeding;
     bounces.settings.overrideColor = overrideMaterialColor && materialColor;
@@ -201,7 +203,7 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         task.tracer = &needTracer();
         task.directions = sampler->prepared.get();
         task.lights = lightMode ? &scene.lights : nullptr;
-        task.limits = {minDistance, maxDistance, option};
+        task.limits = {std::max(minDistance, ktVertexFrames::leastDistance(scene.diagonal)), maxDistance, option};
         task.sceneSize = scene.diagonal;
         if (transform)
             task.toWorld = ktWorldTransform(*toWorld);
@@ -211,8 +213,11 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
 
         std::uint32_t unusable = 0;
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
+            const std::vector<ktInward> inward = scene.inwardDirections(task.positions, count);
+            ktOcclusionTask sided = task;
+            sided.inward = inward.empty() ? nullptr : inward.data();
             std::vector<osg::Vec4f> traced(count);
-            unusable = ktTraceOcclusion(task, traced.data(), done);
+            unusable = ktTraceOcclusion(sided, traced.data(), done);
             ktThrowIfCanceled();
             std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
         });
@@ -239,7 +244,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         task.tracer = &needTracer();
         task.directions = sampler->prepared.get();
         task.light = &bounces;
-        task.limits = {minDistance, maxDistance, true};
+        task.limits = {std::max(minDistance, ktVertexFrames::leastDistance(scene.diagonal)), maxDistance, true};
         task.sceneSize = scene.diagonal;
         if (transform)
             task.toWorld = ktWorldTransform(*toWorld);
@@ -249,7 +254,10 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
 
         std::vector<float> received(3 * std::size_t(count));
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            ktGatherLight(task, received.data(), done);
+            const std::vector<ktInward> inward = scene.inwardDirections(task.positions, count);
+            ktGatherTask sided = task;
+            sided.inward = inward.empty() ? nullptr : inward.data();
+            ktGatherLight(sided, received.data(), done);
             ktThrowIfCanceled();
             for (std::size_t i = 0; i < count; ++i)
                 for (osg::UInt32 c = 0; c < 3; ++c)

@@ -142,3 +142,11 @@ const ktTracedGeometry* ktTracedScene::findByPositions(const void* positions) co
     const auto found = byPositions.find(positions);
     return found == byPositions.end() ? nullptr : &geometries[found->second];
 }
+
+std::vector<ktInward> ktTracedScene::inwardDirections(const float* positions, std::uint32_t count) const {
+    const ktTracedGeometry* traced = findByPositions(positions);
+    // A geometry that was refined since is another one, even in the same place.
+    if (!traced || traced->positionCount() != count)
+        return {};
+    return ktInwardDirections(positions, count, *traced->triangles);
+}

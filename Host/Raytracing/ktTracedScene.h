@@ -3,6 +3,7 @@
 
 #include "ktEventPump.h"
 #include "ktGeometryView.h"
+#include "ktInwardDirections.h"
 #include "ktSceneLight.h"
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
@@ -21,6 +22,8 @@ struct ktTracedGeometry {
     /// are mirrored alike.
     std::shared_ptr<const std::vector<std::uint32_t>> triangles;
     std::vector<float> positions; ///< world space, three floats a position and one spare
+
+    std::uint32_t positionCount() const { return static_cast<std::uint32_t>(positions.size() / 3); }
 };
 
 /// What rays are traced against: the occluders in world space and the lights. Copies what it needs of the scene graph,
@@ -45,6 +48,9 @@ public:
 
     /// The first use of the geometry whose positions are stored there; null when it does not occlude.
     const ktTracedGeometry* findByPositions(const void* positions) const;
+    /// Where the surface around each vertex of that geometry lies; empty when it does not occlude. Worker thread.
+    /// @param positions `count` times three floats of the scene graph's own
+    std::vector<ktInward> inwardDirections(const float* positions, std::uint32_t count) const;
 
 private:
     void makeMesh(std::size_t index);

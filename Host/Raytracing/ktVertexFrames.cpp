@@ -36,9 +36,35 @@ void makeTangents(const float* n, float* tangent, float* bitangent) {
     std::copy(s, s + 3, bitangent);
 }
 
+// The way along the own surface in world space, as a unit vector; zero when there is none to prefer.
+void makeInward(const ktWorldTransform& toWorld, const ktInward& inward, const float* objectNormal, const float* normal,
+                float* unit) {
+    float way[3], direction[3];
+    std::fill(unit, unit + 3, 0.0f);
+    if (inward.count == 0.0f || !inward.isOneSided(objectNormal, way))
+        return;
+    toWorld.direction(way, direction);
+    double along = 0.0, square = 0.0, across[3];
+    for (int i = 0; i < 3; ++i)
+        along += double(direction[i]) * normal[i];
+    for (int i = 0; i < 3; ++i) {
+        across[i] = direction[i] - along * normal[i];
+        square += across[i] * across[i];
+    }
+    if (!(square > 1.0e-60) || !std::isfinite(square))
+        return;
+    for (int i = 0; i < 3; ++i)
+        unit[i] = static_cast<float>(across[i] / std::sqrt(square));
+}
+
 } // namespace
 
-bool ktVertexFrames::make(const float* position, const float* normal, ktRayVertex& vertex) const {
+float ktVertexFrames::leastDistance(float sceneSize) {
+    return 0.5f * sceneShare * sceneSize;
+}
+
+bool ktVertexFrames::make(const float* position, const float* normal, const ktInward& inward,
+                          ktRayVertex& vertex) const {
     float point[3];
     toWorld.position(position, point);
     const float largest = 1.0e18f; // no tracer looks farther
@@ -48,14 +74,15 @@ bool ktVertexFrames::make(const float* position, const float* normal, ktRayVerte
     if (!toWorld.normal(normal, vertex.normal))
         return false;
 
-    const float offset = toWorld.magnitude(position) * positionShare + sceneSize * sceneShare;
-    float tangent[3], bitangent[3];
+    float along[3], tangent[3], bitangent[3];
+    makeInward(toWorld, inward, normal, vertex.normal, along);
     makeTangents(vertex.normal, tangent, bitangent);
+    const float offset = toWorld.magnitude(position) * positionShare + sceneSize * sceneShare;
     const float turn = 6.28318531f;
     const float azimuth = static_cast<float>(hashOf(position, normal) >> 40) * (turn / (1 << 24));
     const float cosine = std::cos(azimuth), sine = std::sin(azimuth);
     for (int i = 0; i < 3; ++i) {
-        vertex.origin[i] = point[i] + offset * vertex.normal[i];
+        vertex.origin[i] = point[i] + offset * (vertex.normal[i] + along[i]);
         vertex.tangent[i] = cosine * tangent[i] + sine * bitangent[i];
         vertex.bitangent[i] = cosine * bitangent[i] - sine * tangent[i];
     }

@@ -77,6 +77,13 @@ int compare(const float* a, const float* b) {
 
 } // namespace
 
+ktInward ktVertexGroups::inwardOf(std::size_t group, const ktInward* inward) const {
+    ktInward sum;
+    for (std::uint32_t i = starts[group]; inward && i < starts[group + 1]; ++i)
+        sum.add(inward[order[i]]);
+    return sum;
+}
+
 ktVertexGroups ktGroupVertices(const float* positions, const float* normals, std::uint32_t count) {
     const Bounds bounds = boundsOf(positions, normals, count);
     double size = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktInwardDirections.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -14,6 +16,9 @@ struct ktVertexGroups {
     std::size_t size() const { return starts.empty() ? 0 : starts.size() - 1; }
     /// The vertex that stands for a group.
     std::uint32_t first(std::size_t group) const { return order[starts[group]]; }
+    /// Where the surface around a group lies: around all its vertices together.
+    /// @param inward one element a vertex; null when that is not known
+    ktInward inwardOf(std::size_t group, const ktInward* inward) const;
 };
 
 /// Groups `count` vertices along a space-filling curve (G. M. Morton, "A Computer Oriented Geodetic Data Base", 1966).

@@ -36,6 +36,12 @@ void ktWorldTransform::position(const float* object, float* world) const {
                                         matrix[row][2] * object[2] + matrix[row][3]);
 }
 
+void ktWorldTransform::direction(const float* object, float* world) const {
+    for (int row = 0; row < 3; ++row)
+        world[row] =
+            static_cast<float>(matrix[row][0] * object[0] + matrix[row][1] * object[1] + matrix[row][2] * object[2]);
+}
+
 bool ktWorldTransform::normal(const float* object, float* world) const {
     double turned[3];
     for (int row = 0; row < 3; ++row)

@@ -17,6 +17,8 @@ public:
 
     /// World position, three floats; not finite when the input or the matrix is not.
     void position(const float* object, float* world) const;
+    /// World direction, three floats of any length; not finite when the input or the matrix is not.
+    void direction(const float* object, float* world) const;
     /// Unit world normal by the inverse transpose; for a flattened space, that of the plane it is flattened to.
     /// @return false when there is none: the normal is zero, not finite, or the space has less than two dimensions
     bool normal(const float* object, float* world) const;

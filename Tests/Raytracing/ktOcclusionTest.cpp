@@ -143,6 +143,63 @@ TEST_F(Occlusion, GivenVertexInOwnSurface_DoesNotLeakThroughIt) {
         EXPECT_LE(tracing.trace({vertex})[0][3], 0.001f);
 }
 
+TEST_F(Occlusion, GivenVerticesExactlyInAWall_SeeTheirOwnSideOfIt) {
+    // An inner corner as parts of one mesh: floor and wall meet at x = 0, at every angle to the axes.
+    for (const double angle : {0.0, 0.3, 1.1, 2.0}) {
+        const double c = std::cos(angle), s = std::sin(angle), size = 400, length = 20000;
+        ktTestMesh corner;
+        corner.addQuad({0, 0, 0}, {size * c, size * s, 0}, {-size * s, size * c, 0});
+        // The wall has its own vertices and reaches beyond the floor on both sides.
+        corner.addQuad({length * s, -length * c, 0}, {-2 * length * s, 2 * length * c, 0}, {0, 0, length});
+        ktTestScene room;
+        osg::Matrix toWorld;
+        toWorld.setTranslate(1000, -500, 300);
+        const osg::NodePtr node = room.addMesh(corner, toWorld);
+        tracing.build(room);
+        const osg::Vec3f in(static_cast<float>(c), static_cast<float>(s), 0);
+        const auto results = tracing.traceNode(node, {up, up, up, up, in, in, in, in});
+        EXPECT_NEAR(results[0][3], 0.5, 0.01) << angle; // on the floor, in the wall
+        EXPECT_NEAR(results[3][3], 0.5, 0.01) << angle;
+        EXPECT_GT(results[1][3], 0.5) << angle;
+    }
+}
+
+TEST_F(Occlusion, GivenPartThatTouchesAnother_SeesItsOwnSideOfTheContact) {
+    ktTestMesh part; // a plate that stands on a floor much larger than it
+    part.addQuad({0, 0, 0}, {100, 0, 0}, {0, 0, 100});
+    const osg::NodePtr node = scene.addMesh(part);
+    scene.addMesh(groundPlane(1e5));
+    tracing.build(scene);
+    const osg::Vec3f away(0, -1, 0);
+    for (const osg::Vec4f& result : tracing.traceNode(node, {away, away, away, away}))
+        EXPECT_NEAR(result[3], 0.5, 0.01);
+}
+
+TEST_F(Occlusion, GivenClosedBoxWithSmoothNormals_IsDarkInside) {
+    ktTestMesh box;
+    const float s = 500;
+    std::uint32_t corners[8];
+    std::vector<osg::Vec3f> inwards, outwards;
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        const float x = i & 1 ? s : 0, y = i & 2 ? s : 0, z = i & 4 ? s : 0;
+        corners[i] = box.addVertex(x, y, z);
+        inwards.push_back(osg::Vec3f(s / 2 - x, s / 2 - y, s / 2 - z));
+        outwards.push_back(-inwards.back());
+    }
+    for (const auto& quad :
+         {std::array<int, 4>{0, 1, 3, 2}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 3, 7, 6}, {0, 2, 6, 4}, {1, 3, 7, 5}}) {
+        const auto corner = [&](std::size_t i) { return corners[quad[i]]; };
+        box.addTriangle(corner(0), corner(1), corner(2));
+        box.addTriangle(corner(0), corner(2), corner(3));
+    }
+    const osg::NodePtr node = scene.addMesh(box);
+    tracing.build(scene);
+    for (const osg::Vec4f& result : tracing.traceNode(node, inwards))
+        EXPECT_LE(result[3], 0.001f);
+    for (const osg::Vec4f& result : tracing.traceNode(node, outwards))
+        EXPECT_GE(result[3], 0.999f);
+}
+
 TEST_F(Occlusion, GivenClutter_AgreesWithBruteForce) {
     const Clutter clutter;
     scene.addMesh(clutter.mesh);

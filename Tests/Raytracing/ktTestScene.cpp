@@ -85,3 +85,13 @@ std::vector<osg::Vec4f> ktTestTracing::trace(const std::vector<Vertex>& vertices
                                   results.data(), toWorld != nullptr, sampler, bothSides, lightMode);
     return results;
 }
+
+std::vector<osg::Vec4f> ktTestTracing::traceNode(const osg::NodePtr& node, const std::vector<osg::Vec3f>& normals) {
+    const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(node->getCore());
+    const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
+    const osg::Matrix matrix = node->getToWorld();
+    std::vector<osg::Vec4f> results(normals.size(), untouched);
+    utils->computeVertexOcclusion(static_cast<osg::UInt32>(normals.size()), &matrix, &positions->getField()[0],
+                                  normals.data(), results.data(), true, sampler, bothSides, false);
+    return results;
+}

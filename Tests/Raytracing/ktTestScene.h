@@ -53,6 +53,9 @@ public:
         return trace({{position, normal}}, lightMode)[0];
     }
 
+    /// The vertices of a scene's geometry node, with these normals, by the pointers of the scene.
+    std::vector<osg::Vec4f> traceNode(const osg::NodePtr& node, const std::vector<osg::Vec3f>& normals);
+
     static const osg::Vec4f untouched;
 
     std::unique_ptr<ktSceneRaytracing> utils;

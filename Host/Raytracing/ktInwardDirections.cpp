@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktInwardDirections.h"
+
+#include "ktCancelPoint.h"
+
+#include <cmath>
+
+bool ktInward::isOneSided(const float* normal, float* way) const {
+    double along = 0.0, square = 0.0, across = 0.0;
+    for (int axis = 0; axis < 3; ++axis) {
+        along += double(sum[axis]) * normal[axis];
+        square += double(normal[axis]) * normal[axis];
+    }
+    const double rise = along / square;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double part = sum[axis] - rise * normal[axis];
+        way[axis] = static_cast<float>(part);
+        across += part * part;
+    }
+    across = std::sqrt(across);
+    // Surface all around adds up to little.
+    return across > 0.3 * count && across > 2.0 * rise * std::sqrt(square);
+}
+
+std::vector<ktInward> ktInwardDirections(const float* positions, std::uint32_t count,
+                                         const std::vector<std::uint32_t>& triangles) {
+    std::vector<ktInward> inward(count);
+    for (std::size_t first = 0; first + 2 < triangles.size(); first += 3) {
+        if (first % 65536 == 0)
+            ktThrowIfCanceled();
+        const float* corners[3];
+        for (std::size_t i = 0; i < 3; ++i)
+            corners[i] = positions + 3 * std::size_t(triangles[first + i]);
+        for (std::size_t i = 0; i < 3; ++i) {
+            // Towards the centroid is towards the middle of the opposite edge.
+            float way[3], square = 0.0f;
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                way[axis] = 0.5f * corners[(i + 1) % 3][axis] + 0.5f * corners[(i + 2) % 3][axis] - corners[i][axis];
+                square += way[axis] * way[axis];
+            }
+            if (!(square > 0.0f) || !std::isfinite(square))
+                continue;
+            const float scale = 1.0f / std::sqrt(square);
+            ktInward& sums = inward[triangles[first + i]];
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                sums.sum[axis] += way[axis] * scale;
+            sums.count += 1.0f;
+        }
+    }
+    return inward;
+}
