@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <string>
+
+/// The help texts of the scripting functions: paragraphs joined by one empty line.
+struct ktAmbientOcclusionPythonHelp {
+    std::string computeAmbientOcclusion;
+    std::string computeMissingAmbientOcclusion;
+    std::string setAmbientOcclusionMode; ///< ends with an empty line
+    std::string getAmbientOcclusionMode;
+
+    ktAmbientOcclusionPythonHelp();
+};

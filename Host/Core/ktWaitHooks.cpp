@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktWaitHooks.h"
+
+#include <thread>
+#include <utility>
+
+namespace {
+
+struct Hooks {
+    std::function<void()> before, after;
+    std::thread::id owner; // waits of other threads are none of theirs
+};
+
+Hooks& hooks() {
+    static Hooks instance;
+    return instance;
+}
+
+} // namespace
+
+void ktWaitHooks::set(std::function<void()> before, std::function<void()> after) {
+    hooks() = {std::move(before), std::move(after), std::this_thread::get_id()};
+}
+
+ktWaitHooks::Wait::Wait() : isMainThread(hooks().before && hooks().owner == std::this_thread::get_id()) {
+    if (isMainThread)
+        hooks().before();
+}
+
+ktWaitHooks::Wait::~Wait() {
+    if (isMainThread && hooks().after)
+        hooks().after();
+}
