@@ -25,23 +25,28 @@ bool hasScheme(const std::string& uri) {
 
 } // namespace
 
-ktBytes ktReadWholeFile(const QString& path, const std::string& object) {
+void ktCheckReadable(const QString& path, const std::string& object) {
     const QFileInfo info(path);
-    const std::string name = path.toStdString();
+    const std::string name = object == "file" ? std::string() : "'" + path.toStdString() + "' ";
     if (!info.exists())
-        throw ktFileError(object, "'" + name + "' does not exist");
+        throw ktFileError(object, name + "does not exist");
     if (!info.isFile())
-        throw ktFileError(object, "'" + name + "' is not a regular file");
+        throw ktFileError(object, name + "is not a regular file");
+}
+
+ktBytes ktReadWholeFile(const QString& path, const std::string& object) {
+    ktCheckReadable(path, object);
+    const std::string name = object == "file" ? std::string() : "'" + path.toStdString() + "' ";
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        throw ktFileError(object, "'" + name + "' cannot be opened: " + file.errorString().toStdString());
+        throw ktFileError(object, name + "cannot be opened: " + file.errorString().toStdString());
     ktBytes bytes(static_cast<std::size_t>(file.size()));
     std::size_t done = 0;
     while (done < bytes.size()) {
         const qint64 got =
             file.read(reinterpret_cast<char*>(bytes.data()) + done, static_cast<qint64>(bytes.size() - done));
         if (got <= 0)
-            throw ktFileError(object, "'" + name + "' cannot be read: " + file.errorString().toStdString());
+            throw ktFileError(object, name + "cannot be read: " + file.errorString().toStdString());
         done += static_cast<std::size_t>(got);
     }
     return bytes;

@@ -9,6 +9,8 @@
 
 using ktBytes = std::vector<std::uint8_t>;
 
+/// Throws ktFileError that names `object` when there is no regular file.
+void ktCheckReadable(const QString& path, const std::string& object);
 /// The content of a regular file. Throws ktFileError that names `object`.
 ktBytes ktReadWholeFile(const QString& path, const std::string& object);
 

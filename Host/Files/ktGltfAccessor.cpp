@@ -204,6 +204,11 @@ void ktGltfAccessor::convert(const std::uint32_t* which, std::size_t n, int want
 }
 
 void ktGltfAccessor::readFloats(const std::uint32_t* which, std::size_t n, int wanted, float fill, float* out) const {
+    const std::size_t packed = sizeof(float) * static_cast<std::size_t>(width);
+    if (!which && type == ktComponent::Float && wanted == width && data && stride == packed && sparseIndices.empty()) {
+        std::memcpy(out, data, n * packed);
+        return;
+    }
     switch (type) {
     case ktComponent::Byte:
         return convert<std::int8_t>(which, n, wanted, fill, out);

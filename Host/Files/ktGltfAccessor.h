@@ -28,6 +28,8 @@ public:
     std::size_t count() const { return elements; }
     int components() const { return width; }
     ktComponent componentType() const { return type; }
+    /// False when all elements are zero because nothing stands behind them.
+    bool hasData() const { return data || !sparseIndices.empty(); }
     bool isNormalized() const { return normalized; }
 
     /// Reads elements as floats; normalised integers become 0 to 1 or -1 to 1.

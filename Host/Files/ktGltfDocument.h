@@ -46,6 +46,8 @@ struct ktGltfDocument {
 /// readable, not glTF, truncated, another version than 2, an extension it requires and we lack) throws ktFileError.
 ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages);
 
+/// Whether the file begins like a .glb file, whatever its name.
+bool ktBeginsLikeGlb(const QString& path);
 /// Whether the file's content is glTF of version 1, which ktReadGltf() refuses.
 bool ktIsGltf1(const QString& path);
 

@@ -3,6 +3,7 @@
 
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktGltfStore.h"
 
 #include <algorithm>
 #include <cstring>
@@ -105,6 +106,7 @@ void embedImages(const ktGltfDocument& document, ktPackedGltf& packed, ktFileMes
                 continue;
             append(packed, bytes->data(), bytes->size());
             ktJson view = {{"buffer", 0}, {"byteOffset", packed.binary.back().offset}, {"byteLength", bytes->size()}};
+            ktMarkAsOwn(view); // so that it can move when results before it go
             ktJson& views = ktJsonArray(packed.json, "bufferViews");
             views.push_back(std::move(view));
             packed.owned.push_back(std::move(bytes));

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <QFile>
 #include <QFileInfo>
 
 namespace {
@@ -112,6 +113,11 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
     return document;
 }
 
+bool ktBeginsLikeGlb(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.read(4) == "glTF";
+}
+
 bool ktIsGltf1(const QString& path) {
     try {
         const ktBytes file = ktReadWholeFile(path, "file");
@@ -119,7 +125,10 @@ bool ktIsGltf1(const QString& path) {
             return file.size() > 4 && file[4] == 1;
         const ktJson json = ktParseJson(reinterpret_cast<const char*>(file.data()), file.size());
         const ktJson* asset = ktJsonMember(json, "asset");
-        return asset && ktJsonText(*asset, "version").compare(0, 2, "1.") == 0;
+        const std::string version = asset ? ktJsonText(*asset, "version") : std::string();
+        // The version may be missing there, but its collections were objects and not arrays.
+        const ktJson* meshes = ktJsonMember(json, "meshes");
+        return version.compare(0, 2, "1.") == 0 || (version.empty() && meshes && meshes->is_object());
     } catch (const ktFileError&) {
         return false;
     }

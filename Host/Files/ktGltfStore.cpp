@@ -16,10 +16,6 @@ bool isMarked(const ktJson& entry) {
     return extras && ktJsonMember(*extras, mark);
 }
 
-ktJson marked() {
-    return ktJson{{"extras", {{mark, true}}}};
-}
-
 std::size_t offsetOf(const ktJson& view) {
     return static_cast<std::size_t>(ktJsonWhole(view, "byteOffset").value_or(0));
 }
@@ -49,6 +45,10 @@ std::size_t place(ktJson& array, std::vector<std::size_t>& freed, ktJson entry) 
 }
 
 } // namespace
+
+void ktMarkAsOwn(ktJson& entry) {
+    entry["extras"] = {{mark, true}};
+}
 
 ktGltfStore::ktGltfStore(ktGltfDocument& document) : document(document), target(none) {
     for (const char* collection : {"accessors", "bufferViews", "buffers"}) {
@@ -157,7 +157,9 @@ void ktGltfStore::chooseBuffer() {
     }
     if (target != none)
         return;
-    buffers.push_back(document.buffers.empty() ? ktJson::object() : marked());
+    buffers.push_back(ktJson::object());
+    if (!document.buffers.empty())
+        ktMarkAsOwn(buffers.back());
     document.buffers.emplace_back();
     target = document.buffers.size() - 1;
 }
@@ -169,7 +171,7 @@ std::size_t ktGltfStore::addView(const void* data, std::size_t size, std::size_t
     if (stride)
         view["byteStride"] = stride;
     view["target"] = viewTarget;
-    view.update(marked());
+    ktMarkAsOwn(view);
     return place(list("bufferViews"), freedViews, std::move(view));
 }
 
@@ -186,6 +188,8 @@ std::size_t ktGltfStore::addAccessor(const ktGltfNewAccessor& accessor) {
         if (!numbers->empty())
             for (const float number : *numbers)
                 entry[name].push_back(static_cast<double>(number));
+    if (accessor.mark)
+        entry["extras"] = {{mark, accessor.mark}};
     return place(list("accessors"), freedAccessors, std::move(entry));
 }
 
@@ -193,7 +197,7 @@ void ktGltfStore::finish() {
     // Entries between others cannot go without renumbering what follows; they stay, small and marked for the next time.
     for (const std::size_t i : freedAccessors) {
         list("accessors")[i] = {{"componentType", 5126}, {"count", 1}, {"type", "SCALAR"}};
-        list("accessors")[i].update(marked());
+        ktMarkAsOwn(list("accessors")[i]);
     }
     if (!freedViews.empty()) {
         const char nothing[8] = {};

@@ -11,8 +11,12 @@ struct ktGltfNewAccessor {
     ktComponent component = ktComponent::Float;
     const char* type = "SCALAR";
     bool normalized = false;
+    const char* mark = nullptr;            ///< text that the extras hold under "ambientOcclusion"; null: none
     std::vector<float> min = {}, max = {}; ///< written when not empty; one number a component
 };
+
+/// Marks a buffer view, a buffer or an accessor as added by this program.
+void ktMarkAsOwn(ktJson& entry);
 
 /// Adds data to a document so that it can be told from what came in: buffer views carry "ambientOcclusion": true in
 /// their extras. Making a store first clears away what an earlier one added and nothing refers to any more, so that

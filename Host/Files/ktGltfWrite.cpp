@@ -16,7 +16,7 @@ std::size_t padded(std::size_t size) {
 }
 
 void writeGlb(const ktPackedGltf& packed, const std::vector<ktGlbChunk>& chunks, const QString& path) {
-    std::string text = packed.json.dump();
+    std::string text = packed.json.dump(-1, ' ', false, ktJson::error_handler_t::replace);
     text.resize(padded(text.size()), ' ');
     std::size_t size = 12 + 8 + text.size();
     if (packed.binarySize)
@@ -119,7 +119,8 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
     const ktPackedGltf packed = ktPackForGltf(document, target.absolutePath(), target.completeBaseName(), messages);
     FilesBeside files(target.absoluteDir());
     files.write(packed);
-    const std::string text = packed.json.dump(document.indent, document.indentWith) + "\n";
+    const std::string text =
+        packed.json.dump(document.indent, document.indentWith, false, ktJson::error_handler_t::replace) + "\n";
     ktSafeFile file(path);
     file.write(text.data(), text.size());
     file.commit();

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktAttributeSlots.h"
+
+#include "ktResultAttributes.h"
+
+#include <cstring>
+
+namespace {
+
+template <class Property>
+osg::GeoTexCoordsPtr make(const std::vector<float>& values) {
+    typedef typename Property::StoredFieldType::StoredType Stored;
+    const typename Property::PtrType property = Property::create();
+    osg::beginEditCP(property);
+    property->resize(values.size() * sizeof(float) / sizeof(Stored));
+    if (!values.empty())
+        std::memcpy(property->editData(), values.data(), values.size() * sizeof(float));
+    osg::endEditCP(property);
+    return property;
+}
+
+} // namespace
+
+std::optional<int> ktChannelOfTexCoord(std::uint64_t n) {
+    if (n <= 4)
+        return static_cast<int>(n);
+    return n == 5 ? std::optional<int>(6) : std::nullopt;
+}
+
+osg::GeoTexCoordsPtr ktGetTexCoords(const osg::GeometryPtr& geometry, int channel) {
+    switch (channel) {
+    case 0:
+        return geometry->getTexCoords();
+    case 1:
+        return geometry->getTexCoords1();
+    case 2:
+        return geometry->getTexCoords2();
+    case 3:
+        return geometry->getTexCoords3();
+    case 4:
+        return geometry->getTexCoords4();
+    case 5:
+        return geometry->getTexCoords5();
+    case 6:
+        return geometry->getTexCoords6();
+    default:
+        return geometry->getTexCoords7();
+    }
+}
+
+void ktSetTexCoords(const osg::GeometryPtr& geometry, int channel, const osg::GeoTexCoordsPtr& property) {
+    switch (channel) {
+    case 0:
+        return geometry->setTexCoords(property);
+    case 1:
+        return geometry->setTexCoords1(property);
+    case 2:
+        return geometry->setTexCoords2(property);
+    case 3:
+        return geometry->setTexCoords3(property);
+    case 4:
+        return geometry->setTexCoords4(property);
+    case 5:
+        return geometry->setTexCoords5(property);
+    case 6:
+        return geometry->setTexCoords6(property);
+    default:
+        return geometry->setTexCoords7(property);
+    }
+}
+
+osg::GeoTexCoordsPtr ktMakeTexCoords(int width, const std::vector<float>& values) {
+    switch (width) {
+    case 1:
+        return make<osg::GeoTexCoords1f>(values);
+    case 2:
+        return make<osg::GeoTexCoords2f>(values);
+    case 3:
+        return make<osg::GeoTexCoords3f>(values);
+    default:
+        return make<osg::GeoTexCoords4f>(values);
+    }
+}
+
+bool ktNeedsSlot(const std::string& attribute) {
+    if (attribute == "POSITION" || attribute == "NORMAL" || attribute == "COLOR_0")
+        return false;
+    if (attribute.compare(0, 7, "JOINTS_") == 0 || attribute.compare(0, 8, "WEIGHTS_") == 0)
+        return false;
+    return !ktIsResultAttribute(attribute);
+}

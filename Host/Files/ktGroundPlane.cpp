@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktGroundPlane.h"
+
+#include "ktFileError.h"
+#include "ktFileMessages.h"
+#include "ktGltfStore.h"
+#include "ktWorldBounds.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+struct Grid {
+    std::vector<float> positions, normals;
+    std::vector<std::uint16_t> indices;
+};
+
+Grid makeGrid(const osg::Pnt3f& low, const osg::Pnt3f& high, float y) {
+    Grid grid;
+    const int n = ktGroundPlaneSquares;
+    for (int row = 0; row <= n; ++row)
+        for (int column = 0; column <= n; ++column) {
+            const float u = static_cast<float>(column) / n, v = static_cast<float>(row) / n;
+            grid.positions.insert(grid.positions.end(),
+                                  {low[0] + u * (high[0] - low[0]), y, low[2] + v * (high[2] - low[2])});
+            grid.normals.insert(grid.normals.end(), {0.0f, 1.0f, 0.0f});
+        }
+    for (int row = 0; row < n; ++row)
+        for (int column = 0; column < n; ++column) {
+            const auto a = static_cast<std::uint16_t>(row * (n + 1) + column);
+            const auto b = static_cast<std::uint16_t>(a + n + 1);
+            for (const int corner : {int(a), int(b), b + 1, int(a), b + 1, a + 1})
+                grid.indices.push_back(static_cast<std::uint16_t>(corner));
+        }
+    return grid;
+}
+
+std::size_t addMaterial(ktJson& json) {
+    const ktJson surface = {
+        {"baseColorFactor", {0.0, 0.0, 0.0, 1.0}}, {"metallicFactor", 0.0}, {"roughnessFactor", 1.0}};
+    ktJson& materials = ktJsonArray(json, "materials");
+    materials.push_back({{"name", "ground plane"},
+                         {"pbrMetallicRoughness", surface},
+                         {"alphaMode", "BLEND"},
+                         {"extensions", {{"KHR_materials_unlit", ktJson::object()}}}});
+    const std::size_t index = materials.size() - 1;
+    ktJson& used = ktJsonArray(json, "extensionsUsed");
+    if (std::find(used.begin(), used.end(), "KHR_materials_unlit") == used.end())
+        used.push_back("KHR_materials_unlit");
+    return index;
+}
+
+std::size_t addNode(ktGltfDocument& document, const Grid& grid, const ktNodeTree& tree) {
+    ktGltfStore store(document);
+    const auto vectors = [&](const std::vector<float>& values, bool limits) {
+        ktGltfNewAccessor accessor;
+        accessor.view = store.addView(values.data(), values.size() * sizeof(float), 0, 34962);
+        accessor.byteOffset = 0;
+        accessor.count = values.size() / 3;
+        accessor.type = "VEC3";
+        if (limits) {
+            accessor.min.assign(values.begin(), values.begin() + 3);
+            accessor.max.assign(values.end() - 3, values.end());
+        }
+        return store.addAccessor(accessor);
+    };
+    const std::size_t positions = vectors(grid.positions, true);
+    const std::size_t normals = vectors(grid.normals, false);
+    ktGltfNewAccessor triangles;
+    triangles.view = store.addView(grid.indices.data(), grid.indices.size() * sizeof grid.indices[0], 0, 34963);
+    triangles.byteOffset = 0;
+    triangles.count = grid.indices.size();
+    triangles.component = ktComponent::UnsignedShort;
+    const std::size_t indices = store.addAccessor(triangles);
+    store.finish();
+
+    const ktJson primitive = {{"attributes", {{"POSITION", positions}, {"NORMAL", normals}}},
+                              {"indices", indices},
+                              {"material", addMaterial(document.json)}};
+    ktJson& meshes = ktJsonArray(document.json, "meshes");
+    meshes.push_back({{"name", "ground plane"}, {"primitives", ktJson::array({primitive})}});
+    const std::size_t mesh = meshes.size() - 1;
+    ktJson& nodes = ktJsonArray(document.json, "nodes");
+    nodes.push_back({{"name", "ground plane"}, {"mesh", mesh}, {"extras", {{"ambientOcclusionGroundPlane", true}}}});
+    const std::size_t node = nodes.size() - 1;
+    if (tree.scene)
+        ktJsonArray(document.json["scenes"][*tree.scene], "nodes").push_back(node);
+    return node;
+}
+
+} // namespace
+
+osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, ktGltfScene& scene,
+                              ktFileMessages& messages) {
+    for (const ktNodeLink& link : scene.nodes)
+        if (ktIsGroundPlaneNode(*ktJsonElement(document.json, "nodes", link.node)))
+            return link.shown;
+    // In the space below the root's own transform, as the document has it.
+    ktWorldBounds bounds;
+    osg::Matrix toDocument = scene.root->getToWorld();
+    toDocument.invert();
+    forEachGeometryInstance(scene.root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+        osg::Matrix toRoot = toDocument;
+        toRoot.mult(instance.toWorld);
+        const osg::GeoPositionsPtr positions = instance.geometry->getPositions();
+        for (osg::UInt32 i = 0; i < positions->size(); ++i) {
+            osg::Pnt3f point;
+            toRoot.mult(positions->getValue(i), point);
+            if (std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]))
+                bounds.extend(point);
+        }
+        return true;
+    });
+    const double diagonal = bounds.diagonal();
+    if (!(diagonal > 0.0) || !std::isfinite(diagonal)) {
+        messages.warn("file", "has no extent, so it gets no ground plane");
+        return osg::NullFC;
+    }
+    // Room for the shadow to fade out, and a little air against surfaces that touch the ground.
+    const float margin = std::max(bounds.max[1] - bounds.min[1], 0.25f * static_cast<float>(diagonal));
+    for (const osg::UInt32 axis : {0u, 2u}) {
+        bounds.min[axis] -= margin;
+        bounds.max[axis] += margin;
+    }
+    const float y = bounds.min[1] - 1e-4f * static_cast<float>(diagonal);
+    try {
+        const std::size_t node = addNode(document, makeGrid(bounds.min, bounds.max, y), tree);
+        ktExtendScene(scene, document, node, messages);
+        return scene.nodes.back().shown;
+    } catch (const ktFileError& error) {
+        messages.warn(error.object(), "the ground plane cannot be added: " + error.reason());
+        return osg::NullFC;
+    }
+}

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktNodeExtras.h"
+
+#include "ktFileMessages.h"
+#include "ktNodeMarks.h"
+#include "OSGValuePair.h"
+
+#include <cmath>
+#include <limits>
+#include <QString>
+
+namespace {
+
+typedef osg::AmbientOcclusionSettingsAttachment Settings;
+typedef osg::AmbientOcclusionSettingsAttachmentPtr SettingsPtr;
+
+const char* const settingsKey = "ambientOcclusion";
+const char* const lockKey = "locked";
+
+SettingsPtr findSettings(const osg::NodePtr& node) {
+    return SettingsPtr::dcast(node->findAttachment(Settings::getClassType()));
+}
+
+osg::ValuePairPtr findTexts(const osg::NodePtr& node) {
+    return osg::ValuePairPtr::dcast(node->findAttachment(osg::ValuePair::getClassType()));
+}
+
+// Calls visit(name, value) for every setting but the colour, in their order; values are given by reference.
+template <class Visit>
+void forEachSetting(const Settings& settings, const Visit& visit) {
+    visit("mode", settings.getSFMode()->getValue());
+    visit("shadowQuality", settings.getSFShadowQuality()->getValue());
+    visit("minDistance", settings.getSFMinDistance()->getValue());
+    visit("maxDistance", settings.getSFMaxDistance()->getValue());
+    visit("indirectIllumination", settings.getSFIndirectIllumination()->getValue());
+    visit("gatherQuality", settings.getSFGatherQuality()->getValue());
+    visit("numIndirections", settings.getSFNumIndirections()->getValue());
+    visit("colorBleeding", settings.getSFColorBleeding()->getValue());
+    visit("overrideMaterialColor", settings.getSFOverrideMaterialColor()->getValue());
+    visit("materialColor", settings.getSFMaterialColor()->getValue());
+    visit("subdivide", settings.getSFSubdivide()->getValue());
+    visit("subdivisionQuality", settings.getSFSubdivisionQuality()->getValue());
+    visit("minEdgeLength", settings.getSFMinEdgeLength()->getValue());
+    visit("intensityThreshold", settings.getSFIntensityThreshold()->getValue());
+}
+
+// Reading a member: false, and the value stays, when it is absent or of another kind.
+bool take(const ktJson& json, const char* key, osg::Int32& value) {
+    const double number = ktJsonNumber(json, key, std::nan(""));
+    if (!(std::fabs(number) <= std::numeric_limits<osg::Int32>::max()) || number != std::floor(number))
+        return false;
+    value = static_cast<osg::Int32>(number);
+    return true;
+}
+
+bool take(const ktJson& json, const char* key, osg::Real32& value) {
+    const double number = ktJsonNumber(json, key, std::nan(""));
+    if (!(std::fabs(number) <= static_cast<double>(std::numeric_limits<float>::max())))
+        return false;
+    value = static_cast<float>(number);
+    return true;
+}
+
+bool take(const ktJson& json, const char* key, bool& value) {
+    const ktJson* member = ktJsonMember(json, key);
+    if (!member || !member->is_boolean())
+        return false;
+    value = member->get<bool>();
+    return true;
+}
+
+bool take(const ktJson& json, const char* key, osg::Color3f& value) {
+    double numbers[3];
+    if (!ktJsonNumbers(json, key, 3, numbers))
+        return false;
+    value =
+        osg::Color3f(static_cast<float>(numbers[0]), static_cast<float>(numbers[1]), static_cast<float>(numbers[2]));
+    return true;
+}
+
+ktJson jsonOf(osg::Int32 value) {
+    return value;
+}
+
+ktJson jsonOf(bool value) {
+    return value;
+}
+
+ktJson jsonOf(osg::Real32 value) {
+    return ktJsonFromFloat(value);
+}
+
+ktJson jsonOf(const osg::Color3f& value) {
+    return {ktJsonFromFloat(value[0]), ktJsonFromFloat(value[1]), ktJsonFromFloat(value[2])};
+}
+
+SettingsPtr settingsFrom(const ktJson& json) {
+    const SettingsPtr settings = Settings::create();
+    osg::beginEditCP(settings);
+    forEachSetting(*settings, [&](const char* name, const auto& value) {
+        // The fields of a container under edit may be written.
+        take(json, name, const_cast<std::decay_t<decltype(value)>&>(value));
+    });
+    osg::endEditCP(settings);
+    return settings;
+}
+
+void writeSettings(ktJson& extras, const SettingsPtr& settings) {
+    ktJson* json = ktJsonMember(extras, settingsKey);
+    if (settings == osg::NullFC) {
+        if (json && json->is_object())
+            extras.erase(settingsKey);
+        return;
+    }
+    if (!json || !json->is_object())
+        extras[settingsKey] = ktJson::object();
+    ktJson& target = extras[settingsKey];
+    forEachSetting(*settings, [&](const char* name, const auto& value) {
+        auto old = value;
+        if (!take(target, name, old) || old != value)
+            target[name] = jsonOf(value);
+    });
+}
+
+std::string asUtf8(const std::string& text) {
+    const bool valid = QString::fromUtf8(text.data(), static_cast<int>(text.size())).toUtf8() ==
+                       QByteArray::fromRawData(text.data(), static_cast<int>(text.size()));
+    return valid ? text : QString::fromLatin1(text.data(), static_cast<int>(text.size())).toStdString();
+}
+
+void writeTexts(ktJson& extras, const osg::ValuePairPtr& texts, const std::string& object, ktFileMessages& messages) {
+    std::string ignored;
+    for (auto member = extras.begin(); member != extras.end();) {
+        const bool isGone = member->is_string() && (texts == osg::NullFC || !texts->get(member.key(), ignored));
+        member = isGone ? extras.erase(member) : std::next(member);
+    }
+    for (osg::UInt32 i = 0; texts != osg::NullFC && i < texts->getSize(); ++i) {
+        const std::string key = asUtf8(texts->getKey(i));
+        const ktJson* old = ktJsonMember(extras, key.c_str());
+        if (old && !old->is_string())
+            messages.warn(object + "/extras", "has a member of the name of a text, which is left out", key);
+        else
+            extras[key] = asUtf8(texts->getValue(i));
+    }
+}
+
+} // namespace
+
+SettingsPtr ktReadNodeExtras(const ktJson& json, const osg::NodePtr& node) {
+    SettingsPtr settings;
+    const ktJson* extras = ktJsonMember(json, "extras");
+    if (!extras || !extras->is_object())
+        return settings;
+    osg::ValuePairPtr texts;
+    for (const auto& member : extras->items())
+        if (member.value().is_string()) {
+            if (texts == osg::NullFC)
+                texts = osg::ValuePair::create();
+            osg::beginEditCP(texts);
+            texts->set(member.key(), member.value().get<std::string>());
+            osg::endEditCP(texts);
+        }
+    const ktJson* stored = ktJsonMember(*extras, settingsKey);
+    if (stored && stored->is_object())
+        settings = settingsFrom(*stored);
+    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
+    if (texts != osg::NullFC)
+        node->addAttachment(texts);
+    if (settings != osg::NullFC)
+        node->addAttachment(settings);
+    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
+    if (ktJsonBool(*extras, lockKey, false))
+        ktNodeMarks::setLocked(node, true);
+    return settings;
+}
+
+void ktWriteNodeExtras(ktJson& json, const osg::NodePtr& node, const std::string& object, ktFileMessages& messages) {
+    const SettingsPtr settings = findSettings(node);
+    const osg::ValuePairPtr texts = findTexts(node);
+    const bool locked = ktNodeMarks::isLocked(node);
+    const bool nothing = settings == osg::NullFC && (texts == osg::NullFC || texts->getSize() == 0) && !locked;
+    ktJson* extras = ktJsonMember(json, "extras");
+    if (!extras && nothing)
+        return;
+    if (extras && !extras->is_object()) {
+        if (!nothing)
+            messages.warn(object + "/extras", "are no object, so the settings of the node cannot be kept in them");
+        return;
+    }
+    const bool wasEmpty = extras && extras->empty();
+    ktJson& target = json["extras"];
+    if (target.is_null())
+        target = ktJson::object();
+    writeSettings(target, settings);
+    writeTexts(target, texts, object, messages);
+    if (locked)
+        target[lockKey] = true;
+    else if (ktJsonBool(target, lockKey, false))
+        target.erase(lockKey);
+    if (target.empty() && !wasEmpty)
+        json.erase("extras");
+}

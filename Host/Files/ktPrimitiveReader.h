@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktPrimitiveLink.h"
+#include "ktPrimitiveShape.h"
+#include "ktRestPose.h"
+
+#include <optional>
+
+/// Turns primitives of a document into geometries.
+class ktPrimitiveReader {
+public:
+    ktPrimitiveReader(const ktGltfDocument& document, ktFileMessages& messages);
+
+    /// Reads one primitive: positions in the given pose, normals (smooth ones for surfaces that have none), colours as
+    /// they first came in, further attributes in slots, and results baked before in channels 7 and 5. What is broken is
+    /// left out with a warning; empty when nothing can be used. Throws ktFileError when the document describes far more
+    /// vertices than it has data for. The geometry has no material yet.
+    std::optional<ktPrimitiveLink> read(std::size_t mesh, std::size_t primitive, const ktRestPose& pose);
+
+private:
+    struct Open;
+    void spend(std::size_t elements);
+    ktPrimitiveShape readShape(Open& open);
+    void readNormals(Open& open, std::vector<float>& normals);
+    void mendNormals(Open& open, std::vector<float>& normals);
+    void readColors(Open& open);
+    void readSlots(Open& open);
+    void readResults(Open& open);
+    bool readAttribute(Open& open, const std::string& name, int width, float fill, std::vector<float>& values);
+    std::optional<ktGltfAccessor> openAttribute(Open& open, const std::string& name);
+    void warnAboutShape(const Open& open);
+
+    const ktGltfDocument& document;
+    ktFileMessages& messages;
+    ktVertexPacker packer;
+    std::size_t budget; ///< vertices and indices that may still be read
+};

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktRefinedWriter.h"
+
+#include "ktFileMessages.h"
+#include "ktGltfStore.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <OpenSG/OSGTriangleIterator.h>
+
+namespace {
+
+const int vertexTarget = 34962;
+const int indexTarget = 34963;
+const char* const vectorTypes[] = {"", "SCALAR", "VEC2", "VEC3", "VEC4"};
+
+ktJson& primitiveOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
+    return document.json["meshes"][link.mesh]["primitives"][link.primitive];
+}
+
+// Floats of a property whose elements have at least `width` of them.
+template <class PropertyPtr>
+std::vector<float> floatsOf(const PropertyPtr& property, int width) {
+    const auto stored = static_cast<std::size_t>(property->getDimension());
+    const std::size_t count = property->size();
+    const auto* data = reinterpret_cast<const float*>(property->getData());
+    std::vector<float> out;
+    out.reserve(count * static_cast<std::size_t>(width));
+    for (std::size_t i = 0; i < count; ++i)
+        for (int c = 0; c < width; ++c)
+            out.push_back(static_cast<std::size_t>(c) < stored ? data[i * stored + static_cast<std::size_t>(c)] : 1.0f);
+    return out;
+}
+
+// Makes the first three of every `width` floats a unit vector.
+void normalize(std::vector<float>& values, std::size_t width) {
+    for (std::size_t i = 0; i + 2 < values.size(); i += width) {
+        const float length = std::hypot(values[i], values[i + 1], values[i + 2]);
+        const bool usable = length > 0.0f && std::isfinite(length);
+        for (std::size_t c = 0; c < 3; ++c)
+            values[i + c] = usable ? values[i + c] / length : (c == 0 ? 1.0f : 0.0f);
+    }
+}
+
+class Writer {
+public:
+    Writer(ktGltfDocument& document, ktGltfStore& store, const ktPrimitiveLink& link)
+        : document(document), store(store), link(link), geometry(link.geometry) {}
+
+    void write(ktFileMessages& messages);
+
+private:
+    std::size_t add(const std::vector<float>& values, int width, bool limits);
+    std::size_t addTriangles();
+    void set(const char* name, std::vector<float> values, int width);
+
+    ktGltfDocument& document;
+    ktGltfStore& store;
+    const ktPrimitiveLink& link;
+    osg::GeometryPtr geometry;
+};
+
+std::size_t Writer::add(const std::vector<float>& values, int width, bool limits) {
+    ktGltfNewAccessor accessor;
+    accessor.view = store.addView(values.data(), values.size() * sizeof(float), 0, vertexTarget);
+    accessor.byteOffset = 0;
+    accessor.count = values.size() / static_cast<std::size_t>(width);
+    accessor.type = vectorTypes[width];
+    for (int c = 0; limits && c < width; ++c) {
+        accessor.min.push_back(values[static_cast<std::size_t>(c)]);
+        accessor.max.push_back(values[static_cast<std::size_t>(c)]);
+    }
+    for (std::size_t i = 0; limits && i < values.size(); ++i) {
+        const std::size_t c = i % static_cast<std::size_t>(width);
+        accessor.min[c] = std::min(accessor.min[c], values[i]);
+        accessor.max[c] = std::max(accessor.max[c], values[i]);
+    }
+    return store.addAccessor(accessor);
+}
+
+std::size_t Writer::addTriangles() {
+    std::vector<std::uint32_t> indices;
+    for (osg::TriangleIterator triangle = geometry->beginTriangles(); triangle != geometry->endTriangles(); ++triangle)
+        for (int corner = 0; corner < 3; ++corner)
+            indices.push_back(static_cast<std::uint32_t>(triangle.getPositionIndex(corner)));
+    ktGltfNewAccessor accessor;
+    accessor.byteOffset = 0;
+    accessor.count = indices.size();
+    if (geometry->getPositions()->size() < 65535) {
+        const std::vector<std::uint16_t> small(indices.begin(), indices.end());
+        accessor.view = store.addView(small.data(), small.size() * sizeof small[0], 0, indexTarget);
+        accessor.component = ktComponent::UnsignedShort;
+    } else {
+        accessor.view = store.addView(indices.data(), indices.size() * sizeof indices[0], 0, indexTarget);
+        accessor.component = ktComponent::UnsignedInt;
+    }
+    return store.addAccessor(accessor);
+}
+
+void Writer::set(const char* name, std::vector<float> values, int width) {
+    const std::size_t accessor = add(values, width, std::strcmp(name, "POSITION") == 0);
+    primitiveOf(document, link)["attributes"][name] = accessor;
+}
+
+void Writer::write(ktFileMessages& messages) {
+    set("POSITION", floatsOf(geometry->getPositions(), 3), 3);
+    if (link.hasNormals && geometry->getNormals() != osg::NullFC) {
+        std::vector<float> normals = floatsOf(geometry->getNormals(), 3);
+        normalize(normals, 3);
+        set("NORMAL", std::move(normals), 3);
+    }
+    if (link.colorWidth && geometry->getColors() != osg::NullFC)
+        set("COLOR_0", floatsOf(geometry->getColors(), link.colorWidth), link.colorWidth);
+    for (const ktAttributeSlot& slot : link.slots) {
+        const osg::GeoTexCoordsPtr property = ktGetTexCoords(geometry, slot.channel);
+        if (property == osg::NullFC || property->size() != geometry->getPositions()->size()) {
+            messages.warn(ktPointer("meshes", link.mesh), "loses an attribute as it is refined", slot.name);
+            continue;
+        }
+        std::vector<float> values = floatsOf(property, slot.width);
+        if (slot.name == "TANGENT" && slot.width == 4) {
+            normalize(values, 4);
+            for (std::size_t i = 3; i < values.size(); i += 4)
+                values[i] = values[i] < 0.0f ? -1.0f : 1.0f;
+        }
+        set(slot.name.c_str(), std::move(values), slot.width);
+    }
+    for (const std::string& name : link.lostWhenRefined)
+        messages.warn(ktPointer("meshes", link.mesh), "loses an attribute as it is refined", name);
+
+    ktJson& attributes = primitiveOf(document, link)["attributes"];
+    for (auto entry = attributes.begin(); entry != attributes.end();)
+        entry = entry->is_null() ? attributes.erase(entry) : std::next(entry);
+    primitiveOf(document, link)["indices"] = addTriangles();
+}
+
+} // namespace
+
+void ktForgetRefined(ktGltfDocument& document, const ktPrimitiveLink& link) {
+    ktJson& primitive = primitiveOf(document, link);
+    for (ktJson& reference : primitive["attributes"])
+        reference = nullptr;
+    primitive["indices"] = nullptr;
+    if (ktJsonMember(primitive, "mode"))
+        primitive["mode"] = 4;
+}
+
+void ktWriteRefined(ktGltfDocument& document, ktGltfStore& store, const ktPrimitiveLink& link,
+                    ktFileMessages& messages) {
+    Writer(document, store, link).write(messages);
+}

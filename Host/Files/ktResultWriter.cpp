@@ -1,0 +1,310 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktResultWriter.h"
+
+#include "ktBakedColors.h"
+#include "ktGltfStore.h"
+#include "ktResultAttributes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <set>
+#include <tuple>
+
+namespace {
+
+const int vertexTarget = 34962;
+
+ktJson* attributesOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
+    ktJson* mesh = ktJsonElement(document.json, "meshes", link.mesh);
+    ktJson* primitive = mesh ? ktJsonElement(*mesh, "primitives", link.primitive) : nullptr;
+    return primitive ? ktJsonMember(*primitive, "attributes") : nullptr;
+}
+
+typedef std::array<std::uint16_t, 4> ShadedColor;
+
+std::uint16_t toShort(float value) {
+    return static_cast<std::uint16_t>(std::lround(std::clamp(value, 0.0f, 1.0f) * 65535.0f));
+}
+
+/// Results of one vertex, as they are stored.
+struct Element {
+    float occlusion = 1.0f;
+    std::array<float, 3> indirect = {0, 0, 0};
+    std::array<float, 4> baked = {1, 1, 1, 3};
+    ShadedColor color = {65535, 65535, 65535, 65535};
+
+    bool operator==(const Element& other) const {
+        return std::memcmp(&occlusion, &other.occlusion, sizeof occlusion) == 0 &&
+               std::memcmp(&indirect, &other.indirect, sizeof indirect) == 0 &&
+               std::memcmp(&baked, &other.baked, sizeof baked) == 0 && color == other.color;
+    }
+};
+
+/// Which attributes a primitive gets.
+struct Parts {
+    bool occlusion = false, indirect = false, baked = false, color = false;
+    bool operator<(const Parts& o) const {
+        return std::tie(occlusion, indirect, baked, color) < std::tie(o.occlusion, o.indirect, o.baked, o.color);
+    }
+    bool any() const { return occlusion || indirect || baked || color; }
+};
+
+/// Results laid out like one set of source vertices, filled by one primitive after the other as long as they agree.
+struct Layer {
+    std::vector<Element> elements;
+    std::vector<bool> isSet;
+    std::size_t occlusion = 0, indirect = 0, baked = 0, color = 0; ///< accessors, once written
+
+    explicit Layer(std::size_t count) : elements(count), isSet(count, false) {}
+
+    bool fits(const ktPrimitiveLink& link, const std::vector<Element>& own) const {
+        for (std::size_t i = 0; i < own.size(); ++i) {
+            const std::size_t source = link.sourceOf(i);
+            if (isSet[source] && !(elements[source] == own[i]))
+                return false;
+        }
+        return true;
+    }
+
+    void take(const ktPrimitiveLink& link, const std::vector<Element>& own) {
+        for (std::size_t i = 0; i < own.size(); ++i) {
+            elements[link.sourceOf(i)] = own[i];
+            isSet[link.sourceOf(i)] = true;
+        }
+    }
+};
+
+class Writer {
+public:
+    Writer(ktGltfDocument& document, ktGltfStore& store, const ktShading& shading)
+        : document(document), store(store), shading(shading) {}
+
+    void add(const ktPrimitiveLink& link);
+    void finish();
+
+private:
+    typedef std::tuple<std::size_t, std::int64_t, std::int64_t, Parts> GroupKey; ///< count, positions, colours, parts
+    struct Use {
+        const ktPrimitiveLink* link;
+        GroupKey group;
+        std::size_t layer;
+        bool hadColor;
+    };
+
+    std::vector<Element> elementsOf(const ktPrimitiveLink& link, const ktBakedLight& baked, const Parts& parts) const;
+    void fillUnused(const ktPrimitiveLink& link, Layer& layer);
+    template <class Value, class Get>
+    void writePart(bool Parts::*part, std::size_t Layer::*accessor, const char* type, ktComponent component,
+                   const Get& get);
+    std::size_t standInColor(std::size_t count);
+
+    ktGltfDocument& document;
+    ktGltfStore& store;
+    const ktShading& shading;
+    std::map<GroupKey, std::vector<Layer>> groups;
+    std::vector<Use> uses;
+    std::size_t standInView = static_cast<std::size_t>(-1);
+    std::map<std::size_t, std::size_t> standIns; ///< accessor by count
+};
+
+std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktBakedLight& baked,
+                                        const Parts& parts) const {
+    const std::size_t count = link.geometry->getPositions()->size();
+    const osg::GeoColors4fPtr colors = osg::GeoColors4fPtr::dcast(link.geometry->getColors());
+    const std::array<float, 3> surface = ktGatheredSurfaceColor(link.geometry);
+    std::vector<Element> elements(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        Element& element = elements[i];
+        if (parts.occlusion)
+            element.occlusion = baked.working[i][3];
+        if (parts.indirect)
+            element.indirect = {baked.working[i][0], baked.working[i][1], baked.working[i][2]};
+        if (parts.baked)
+            element.baked = {baked.light[i][0], baked.light[i][1], baked.light[i][2], baked.light[i][3]};
+        if (!parts.color)
+            continue;
+        if (link.isGroundPlane) {
+            const float shadow = baked.working.empty() ? 0.0f : 1.0f - baked.working[i][3];
+            element.color = {0, 0, 0, toShort(shadow)};
+            continue;
+        }
+        const std::array<float, 3> light = ktArrivingLight(baked, i, surface);
+        const bool hasColor = colors != osg::NullFC && i < colors->size();
+        const osg::Color4f own = hasColor ? colors->getField()[static_cast<osg::UInt32>(i)] : osg::Color4f(1, 1, 1, 1);
+        for (osg::UInt32 c = 0; c < 3; ++c)
+            element.color[c] = toShort(own[c] * light[c] * shading.exposure);
+        element.color[3] = toShort(own[3]);
+    }
+    return elements;
+}
+
+// Vertices that no primitive uses keep their colour.
+void Writer::fillUnused(const ktPrimitiveLink& link, Layer& layer) {
+    const ktJson* attributes = attributesOf(document, link);
+    const auto index = attributes ? ktJsonWhole(*attributes, "COLOR_0") : std::nullopt;
+    if (!index || link.colorWidth == 0)
+        return;
+    const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
+    std::vector<float> colors(4 * layer.elements.size());
+    accessor.readFloats(nullptr, layer.elements.size(), 4, 1.0f, colors.data());
+    for (std::size_t i = 0; i < layer.elements.size(); ++i)
+        for (std::size_t c = 0; c < 4; ++c)
+            layer.elements[i].color[c] = toShort(std::isfinite(colors[4 * i + c]) ? colors[4 * i + c] : 0.0f);
+}
+
+void Writer::add(const ktPrimitiveLink& link) {
+    const ktJson* attributes = attributesOf(document, link);
+    if (!attributes)
+        return;
+    const ktBakedLight baked = ktReadBakedLight(link.geometry);
+    Parts parts;
+    parts.occlusion = !baked.working.empty();
+    parts.indirect = baked.hasIndirect;
+    parts.baked = !baked.light.empty();
+    parts.color = link.isGroundPlane || (shading.multiply && !baked.isEmpty());
+    if (!parts.any())
+        return;
+    const auto reference = [&](const char* name) {
+        const auto index = ktJsonWhole(*attributes, name);
+        return index ? static_cast<std::int64_t>(*index) : -1;
+    };
+    const bool isRefined = link.isRefined();
+    const std::size_t count = isRefined ? link.geometry->getPositions()->size() : link.sourceCount;
+    const GroupKey key(count, reference("POSITION"), reference("COLOR_0"), parts);
+    const std::vector<Element> own = elementsOf(link, baked, parts);
+    ktPrimitiveLink inSequence; // refined geometry has no other source
+    const ktPrimitiveLink& order = isRefined ? inSequence : link;
+
+    std::vector<Layer>& layers = groups[key];
+    const auto found =
+        std::find_if(layers.begin(), layers.end(), [&](const Layer& layer) { return layer.fits(order, own); });
+    const std::size_t layer = static_cast<std::size_t>(found - layers.begin());
+    if (found == layers.end()) {
+        layers.emplace_back(count);
+        if (parts.color && !link.isGroundPlane)
+            fillUnused(link, layers.back());
+    }
+    layers[layer].take(order, own);
+    uses.push_back({&link, key, layer, link.colorWidth > 0});
+}
+
+template <class Value, class Get>
+void Writer::writePart(bool Parts::*part, std::size_t Layer::*accessor, const char* type, ktComponent component,
+                       const Get& get) {
+    std::vector<Value> values;
+    for (const auto& [key, layers] : groups)
+        if (std::get<3>(key).*part)
+            for (const Layer& layer : layers)
+                for (const Element& element : layer.elements)
+                    values.push_back(get(element));
+    if (values.empty())
+        return;
+    const std::size_t view = store.addView(values.data(), values.size() * sizeof(Value), sizeof(Value), vertexTarget);
+    std::size_t offset = 0;
+    for (auto& [key, layers] : groups)
+        if (std::get<3>(key).*part)
+            for (Layer& layer : layers) {
+                ktGltfNewAccessor entry;
+                entry.view = view;
+                entry.byteOffset = offset;
+                entry.count = layer.elements.size();
+                entry.component = component;
+                entry.type = type;
+                entry.normalized = component != ktComponent::Float;
+                layer.*accessor = store.addAccessor(entry);
+                offset += layer.elements.size() * sizeof(Value);
+            }
+}
+
+// White for any number of vertices up to the largest; all accessors share one buffer view.
+std::size_t Writer::standInColor(std::size_t count) {
+    if (standIns.count(count))
+        return standIns[count];
+    if (standInView == static_cast<std::size_t>(-1)) {
+        std::size_t largest = 0;
+        for (const Use& use : uses)
+            if (!use.hadColor)
+                largest = std::max(largest, std::get<0>(use.group));
+        const std::vector<std::uint32_t> white(largest, 0xFFFFFFFFu);
+        standInView = store.addView(white.data(), white.size() * sizeof white[0], sizeof white[0], vertexTarget);
+    }
+    ktGltfNewAccessor entry;
+    entry.view = standInView;
+    entry.byteOffset = 0;
+    entry.count = count;
+    entry.component = ktComponent::UnsignedByte;
+    entry.type = "VEC4";
+    entry.normalized = true;
+    entry.mark = ktStandInMark;
+    return standIns[count] = store.addAccessor(entry);
+}
+
+void Writer::finish() {
+    writePart<float>(&Parts::occlusion, &Layer::occlusion, "SCALAR", ktComponent::Float,
+                     [](const Element& element) { return element.occlusion; });
+    writePart<std::array<float, 3>>(&Parts::indirect, &Layer::indirect, "VEC3", ktComponent::Float,
+                                    [](const Element& element) { return element.indirect; });
+    writePart<std::array<float, 4>>(&Parts::baked, &Layer::baked, "VEC4", ktComponent::Float,
+                                    [](const Element& element) { return element.baked; });
+    writePart<ShadedColor>(&Parts::color, &Layer::color, "VEC4", ktComponent::UnsignedShort,
+                           [](const Element& element) { return element.color; });
+    for (const Use& use : uses) {
+        const Layer& layer = groups[use.group][use.layer];
+        const Parts& parts = std::get<3>(use.group);
+        ktJson& attributes = *attributesOf(document, *use.link);
+        if (parts.occlusion)
+            attributes[ktAttributeOcclusion] = layer.occlusion;
+        if (parts.indirect)
+            attributes[ktAttributeIndirect] = layer.indirect;
+        if (parts.baked)
+            attributes[ktAttributeBakedLight] = layer.baked;
+        if (!parts.color)
+            continue;
+        attributes[ktAttributeSourceColor] =
+            use.hadColor ? attributes["COLOR_0"] : ktJson(standInColor(layer.elements.size()));
+        attributes["COLOR_0"] = layer.color;
+    }
+}
+
+bool hasResults(const ktPrimitiveLink& link) {
+    return !ktReadBakedLight(link.geometry).isEmpty();
+}
+
+} // namespace
+
+void ktRemoveResults(ktGltfDocument& document, const std::vector<ktPrimitiveLink>& primitives) {
+    for (const ktPrimitiveLink& link : primitives) {
+        ktJson* attributes = attributesOf(document, link);
+        if (!attributes || !attributes->is_object())
+            continue;
+        if (ktJsonMember(*attributes, ktAttributeSourceColor)) {
+            if (ktIsStandInColor(document, *attributes))
+                attributes->erase("COLOR_0");
+            else
+                (*attributes)["COLOR_0"] = ktJson((*attributes)[ktAttributeSourceColor]);
+        }
+        for (const char* name :
+             {ktAttributeOcclusion, ktAttributeIndirect, ktAttributeBakedLight, ktAttributeSourceColor})
+            attributes->erase(name);
+    }
+}
+
+void ktWriteResults(ktGltfDocument& document, ktGltfStore& store, const std::vector<ktPrimitiveLink>& primitives,
+                    const ktShading& shading) {
+    // One geometry a primitive: the first with results, else the first.
+    std::map<std::pair<std::size_t, std::size_t>, const ktPrimitiveLink*> chosen;
+    for (const ktPrimitiveLink& link : primitives) {
+        const auto key = std::make_pair(link.mesh, link.primitive);
+        const auto [entry, isNew] = chosen.emplace(key, &link);
+        if (!isNew && !hasResults(*entry->second) && hasResults(link))
+            entry->second = &link;
+    }
+    std::set<std::pair<std::size_t, std::size_t>> done;
+    Writer writer(document, store, shading);
+    for (const ktPrimitiveLink& link : primitives)
+        if (done.insert({link.mesh, link.primitive}).second)
+            writer.add(*chosen[{link.mesh, link.primitive}]);
+    writer.finish();
+}

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktSceneFile.h"
+
+#include "ktAssimpImport.h"
+#include "ktBakedColors.h"
+#include "ktFileError.h"
+#include "ktGltfScene.h"
+#include "ktGltfStore.h"
+#include "ktGroundPlane.h"
+#include "ktNodeExtras.h"
+#include "ktRefinedWriter.h"
+#include "ktResultWriter.h"
+
+#include <new>
+#include <OpenSG/OSGGroup.h>
+#include <OpenSG/OSGTransform.h>
+#include <QFileInfo>
+
+struct ktSceneFile::Data {
+    ktGltfDocument document;
+    ktNodeTree tree;
+    ktGltfScene scene;
+    osg::NodeRefPtr root;
+    double unit_mm = 1000.0;
+};
+
+namespace {
+
+// Runs `work`; whatever it throws becomes the report's error.
+template <class Work>
+bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
+    const std::string file = path.toStdString();
+    try {
+        work();
+        return true;
+    } catch (const ktFileError& error) {
+        report.error = file + ": " + (error.object() == "file" ? "" : error.object() + ": ") + error.reason();
+    } catch (const std::bad_alloc&) {
+        report.error = file + ": needs more memory than there is";
+    } catch (const std::exception& error) {
+        report.error = file + ": " + error.what();
+    }
+    return false;
+}
+
+// Reads any format; tells whether positions are in metres.
+ktGltfDocument readDocument(const QString& path, bool& isMetres, ktFileMessages& messages) {
+    ktCheckReadable(path, "file");
+    isMetres = true;
+    const QString ending = QFileInfo(path).suffix().toLower();
+    const bool isNamedGltf = ending == "glb" || ending == "gltf";
+    if ((isNamedGltf && !ktIsGltf1(path)) || (!isNamedGltf && ktBeginsLikeGlb(path)))
+        return ktReadGltf(path, messages);
+    if (!ktCanImportWithAssimp(path))
+        throw ktFileError("file",
+                          "is no glTF, and files of the kind '." + ending.toStdString() + "' cannot be imported");
+    ktImportedFile imported = ktImportWithAssimp(path, messages);
+    isMetres = imported.hasUnit;
+    return std::move(imported.document);
+}
+
+// A compressed copy of the vertices would no longer fit what is written beside it.
+void dropCompression(ktGltfDocument& document, const ktPrimitiveLink& link, ktFileMessages& messages) {
+    ktJson& primitive = document.json["meshes"][link.mesh]["primitives"][link.primitive];
+    ktJson* extensions = ktJsonMember(primitive, "extensions");
+    if (!extensions || !ktJsonMember(*extensions, "KHR_draco_mesh_compression"))
+        return;
+    if (!link.isRefined() && ktReadBakedLight(link.geometry).isEmpty())
+        return;
+    extensions->erase("KHR_draco_mesh_compression");
+    if (extensions->empty())
+        primitive.erase("extensions");
+    messages.warn(ktPointer("meshes", link.mesh), "loses its compressed copy, which cannot hold the results");
+}
+
+} // namespace
+
+ktSceneFile::ktSceneFile(std::unique_ptr<Data> data) : data(std::move(data)) {}
+
+ktSceneFile::~ktSceneFile() = default;
+
+std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpenOptions& options,
+                                               ktFileReport& report) {
+    auto data = std::make_unique<Data>();
+    const bool good = reportOf(path, report, [&] {
+        bool isMetres = true;
+        data->document = readDocument(path, isMetres, report.messages);
+        data->tree = ktReadNodeTree(data->document, options.scene, report.messages);
+        if (options.uniqueInstances)
+            ktMakeMeshesUnique(data->document, data->tree);
+        data->scene = ktBuildScene(data->document, data->tree, report.messages);
+
+        std::string note;
+        data->unit_mm = ktDecideUnit(options.unit, ktSceneDiagonal(data->scene.root), isMetres, note);
+        if (!note.empty())
+            report.messages.note(note);
+        const osg::TransformPtr scale = osg::TransformPtr::dcast(data->scene.root->getCore());
+        osg::Matrix matrix;
+        matrix.setScale(static_cast<float>(data->unit_mm));
+        osg::beginEditCP(scale, osg::Transform::MatrixFieldMask);
+        scale->setMatrix(matrix);
+        osg::endEditCP(scale, osg::Transform::MatrixFieldMask);
+        data->root = osg::makeNodeFor(osg::Group::create());
+        osg::beginEditCP(osg::NodePtr(data->root), osg::Node::ChildrenFieldMask);
+        data->root->addChild(data->scene.root);
+        osg::endEditCP(osg::NodePtr(data->root), osg::Node::ChildrenFieldMask);
+    });
+    return good ? std::unique_ptr<ktSceneFile>(new ktSceneFile(std::move(data))) : nullptr;
+}
+
+osg::NodePtr ktSceneFile::getRoot() const {
+    return data->root;
+}
+
+std::vector<osg::NodePtr> ktSceneFile::getTopNodes() const {
+    std::vector<osg::NodePtr> nodes;
+    for (osg::UInt32 i = 0; i < data->scene.root->getNChildren(); ++i)
+        nodes.push_back(data->scene.root->getChild(i));
+    return nodes;
+}
+
+const std::vector<ktSceneCamera>& ktSceneFile::getCameras() const {
+    return data->scene.cameras;
+}
+
+double ktSceneFile::getUnit_mm() const {
+    return data->unit_mm;
+}
+
+void ktSceneFile::loadPictures(ktFileReport& report) {
+    reportOf(data->document.path, report, [&] { data->scene.materials->loadPictures(report.messages); });
+}
+
+osg::NodePtr ktSceneFile::addGroundPlane(ktFileReport& report) {
+    osg::NodePtr plane;
+    reportOf(data->document.path, report,
+             [&] { plane = ktAddGroundPlane(data->document, data->tree, data->scene, report.messages); });
+    return plane;
+}
+
+bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFileReport& report) {
+    return reportOf(path, report, [&] {
+        ktGltfDocument& document = data->document;
+        const std::vector<ktPrimitiveLink>& primitives = data->scene.primitives;
+        ktRemoveResults(document, primitives);
+        for (const ktPrimitiveLink& link : primitives) {
+            dropCompression(document, link, report.messages);
+            if (link.isRefined())
+                ktForgetRefined(document, link);
+        }
+        ktGltfStore store(document);
+        for (const ktPrimitiveLink& link : primitives)
+            if (link.isRefined())
+                ktWriteRefined(document, store, link, report.messages);
+        ktWriteResults(document, store, primitives, {options.multiplyColors, options.exposure});
+        store.finish();
+        for (const ktNodeLink& link : data->scene.nodes)
+            ktWriteNodeExtras(document.json["nodes"][link.node], link.shown, ktPointer("nodes", link.node),
+                              report.messages);
+        ktWriteGltf(document, path, report.messages);
+    });
+}
