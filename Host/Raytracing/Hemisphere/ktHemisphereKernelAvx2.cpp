@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#if !defined(__AVX2__) || !defined(__FMA__)
+#error "this unit needs the compiler options of its instruction set"
+#endif
 #define KT_LANES ktLanesAvx2
 #define KT_KERNEL ktHemisphereKernelAvx2
 #define KT_KERNEL_NAME "8 lanes"

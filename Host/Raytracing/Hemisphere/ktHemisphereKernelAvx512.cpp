@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#if !defined(__AVX512F__) || !defined(__AVX512DQ__) || !defined(__AVX512VL__)
+#error "this unit needs the compiler options of its instruction set"
+#endif
 #define KT_LANES ktLanesAvx512
 #define KT_KERNEL ktHemisphereKernelAvx512
 #define KT_KERNEL_NAME "16 lanes"
