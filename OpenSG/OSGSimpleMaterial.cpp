@@ -26,9 +26,7 @@ SimpleMaterial::SimpleMaterial(const SimpleMaterial& source)
       _sfLit(source._sfLit), _sfColorMaterial(source._sfColorMaterial) {}
 
 bool SimpleMaterial::isTransparent() const {
-    if (getTransparencyMode() != TransparencyAutoDetection)
-        return getTransparencyMode() == TransparencyForceTransparent;
-    return getTransparency() > Eps;
+    return getTransparency() > Eps || Inherited::isTransparent();
 }
 
 OSG_END_NAMESPACE

@@ -56,7 +56,7 @@ public:
     /// What vertex colours replace: an OpenGL code, GL_DIFFUSE in a new material.
     OSG_SFIELD_ACCESS(GLenum, ColorMaterial)
 
-    /// By the transparency mode, with automatic detection by the transparency.
+    /// True when the transparency is above Eps, whatever the transparency mode, and when the mode says so.
     bool isTransparent() const override;
 
 protected:

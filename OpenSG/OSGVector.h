@@ -239,12 +239,12 @@ public:
             return RealReturnType(0);
         return std::acos(osgClamp(RealReturnType(-1), RealReturnType(dot(other)) / lengths, RealReturnType(1)));
     }
-    /// Becomes its projection onto the direction toVec; returns the projection's length along toVec.
+    /// Becomes its projection onto the direction toVec, which must not be zero; returns the projection's length in
+    /// units of toVec's.
     RealReturnType projectTo(const Vector& toVec) {
-        const RealReturnType len = toVec.length();
-        const RealReturnType along = RealReturnType(dot(toVec)) / len;
-        *this = toVec * ValueTypeT(along / len);
-        return along;
+        const RealReturnType factor = RealReturnType(dot(toVec)) / toVec.squareLength();
+        *this = toVec * ValueTypeT(factor);
+        return factor;
     }
     PointType addToZero() const { return PointType(*this); }
 

@@ -71,7 +71,7 @@ TEST(Vector, GivenAnotherDirection_MeasuresAngleAndProjection) {
     EXPECT_FLOAT_EQ(Pi, Vec3f(1, 0, 0).enclosedAngle(Vec3f(-3, 0, 0)));
     EXPECT_FLOAT_EQ(0.0f, Vec3f(0, 0, 0).enclosedAngle(Vec3f(1, 0, 0)));
     Vec3f v(1, 2, 3);
-    EXPECT_FLOAT_EQ(2.0f, v.projectTo(Vec3f(0, 5, 0)));
+    EXPECT_FLOAT_EQ(0.4f, v.projectTo(Vec3f(0, 5, 0)));
     EXPECT_EQ(Vec3f(0, 2, 0), v);
 }
 
