@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakeExit.h"
+#include "ktBakeOptions.h"
+#include "ktBakeRun.h"
+#include "ktLog.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <langinfo.h>
+#include <QCoreApplication>
+
+/// File names and messages are UTF-8, also where no language is set (as in containers and jobs): Qt would otherwise
+/// take the locale "C" at its word and lose every other letter.
+static void useUtf8() {
+    std::setlocale(LC_CTYPE, "");
+    if (std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0)
+        return;
+    unsetenv("LC_ALL");
+    setenv("LC_CTYPE", "C.UTF-8", 1);
+}
+
+int main(int argc, char** argv) {
+    useUtf8();
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName("ktbake");
+    try {
+        ktBakeOptions options;
+        if (const std::optional<int> exitCode = parseBakeOptions({argv + 1, argv + argc}, options))
+            return *exitCode;
+        return runBake(options);
+    } catch (const std::exception& error) {
+        ktLog::error("%s", error.what());
+        return ktBakeExit::failed;
+    }
+}

@@ -1,0 +1,311 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakeOptions.h"
+
+#include "ktAmbientOcclusion.h"
+#include "ktBakeExit.h"
+#include "ktLengthUnit.h"
+
+#include <algorithm>
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <limits>
+#include <QString>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double minIntensityThreshold = 0.0075;
+constexpr int maxBounces = 100;
+
+std::string number(double value) {
+    return QString::number(value, 'g', 6).toStdString();
+}
+
+/// A finite number and nothing behind it, whatever the locale; empty when the text is something else.
+std::optional<double> parseNumber(const std::string& text) {
+    bool isNumber = false;
+    const double value = QString::fromStdString(text).toDouble(&isNumber);
+    if (!isNumber || !std::isfinite(value))
+        return {};
+    return value;
+}
+
+ktBakeDistance parseDistance(const std::string& option, std::string text) {
+    ktBakeDistance distance;
+    if (!text.empty() && text.back() == '%') {
+        distance.isPercent = true;
+        text.pop_back();
+    }
+    const std::optional<double> value = parseNumber(text);
+    if (!value || *value < 0 || *value > std::numeric_limits<float>::max())
+        throw CLI::ValidationError(option, "a distance is a number from 0 on, in millimetres, or a percentage of the "
+                                           "scene's diagonal such as 3%");
+    distance.value = *value;
+    return distance;
+}
+
+std::array<float, 3> parseColor(const std::string& option, const std::string& text) {
+    std::array<float, 3> color{};
+    const std::vector<std::string> parts = CLI::detail::split(text, ',');
+    for (size_t i = 0; i < 3; ++i) {
+        const std::optional<double> value = parts.size() == 3 ? parseNumber(parts[i]) : std::nullopt;
+        if (!value || *value < 0 || *value > 1)
+            throw CLI::ValidationError(option, "a colour is three numbers from 0 to 1, such as 0.7,0.7,0.7");
+        color[i] = static_cast<float>(*value);
+    }
+    return color;
+}
+
+void checkEnding(const std::string& option, const std::string& file, const std::vector<std::string>& endings) {
+    std::string ending = fs::path(file).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (std::find(endings.begin(), endings.end(), ending) == endings.end())
+        throw CLI::ValidationError(option,
+                                   "the file's name must end in " + CLI::detail::join(endings, " or ") + ": " + file);
+}
+
+/// Adds options to the parser. Each option's help ends with the value in effect without it.
+class Parser {
+public:
+    Parser(CLI::App& app, ktBakeOptions& options) : app(app), options(options) {}
+
+    void addAll() {
+        addFiles();
+        addSelection();
+        addDirect();
+        addIndirect();
+        addRefinement();
+        addPresets();
+        addRun();
+    }
+
+private:
+    CLI::App& app;
+    ktBakeOptions& options;
+    const ktAmbientOcclusion& defaults = *ktAmbientOcclusion::the();
+    std::string group;
+
+    CLI::Option* finish(CLI::Option* option, const std::string& type, const std::string& defaultValue) {
+        option->group(group)->option_text(defaultValue.empty() ? type : type + " [" + defaultValue + "]");
+        return option;
+    }
+
+    template <typename T>
+    CLI::Option* value(const char* name, T& target, const char* help, const std::string& type,
+                       const std::string& defaultValue = {}) {
+        return finish(app.add_option(name, target, help), type, defaultValue);
+    }
+
+    template <typename T, typename Parse>
+    void parsed(const std::string& name, std::optional<T>& target, Parse parse, const char* help,
+                const std::string& type, const std::string& defaultValue) {
+        finish(app.add_option_function<std::string>(
+                   name, [&target, name, parse](const std::string& text) { target = parse(name, text); }, help),
+               type, defaultValue);
+    }
+
+    /// A flag without a value. Its text is set so that the help does not list what it needs or excludes.
+    CLI::Option* flag(const std::string& name, const std::function<void()>& set, const std::string& help) {
+        return app.add_flag_callback(name, set, help)->group(group)->option_text(" ");
+    }
+
+    /// `--name` and `--no-name`.
+    void onOff(const std::string& name, std::optional<bool>& target, const std::string& help, bool defaultValue) {
+        CLI::Option* on = flag(
+            "--" + name, [&target] { target = true; }, help + (defaultValue ? " [on]" : " [off]"));
+        flag(
+            "--no-" + name, [&target] { target = false; }, "the opposite")
+            ->excludes(on);
+    }
+
+    void addFiles() {
+        group = "Files";
+        app.add_option("SCENE", options.scene, "scene to bake: glTF (.glb, .gltf), OBJ, PLY, STL, FBX, Collada, ...")
+            ->option_text(" ");
+        value("-o,--output", options.output, "baked scene", "FILE.glb|.gltf", "SCENE-baked.glb");
+        value("--preview", options.preview, "picture of the baked scene", "FILE.png");
+        value("--stats", options.stats, "times and counts of the run", "FILE.json");
+        value("--unit", options.unit, "length of one unit of the file; auto trusts glTF files of plausible size",
+              "auto|mm|cm|m|inch|foot|MM", "auto")
+            ->check([](const std::string& text) {
+                return ktParseLengthUnit(text)
+                           ? std::string()
+                           : "a unit is auto, mm, cm, m, inch, foot or a length in millimetres, not " + text;
+            });
+        finish(app.add_option_function<std::string>(
+                   "--shade", [this](const std::string& how) { options.multiplyColors = how == "multiply"; },
+                   "multiply the light into the vertex colours, for viewers"),
+               "multiply|none", "multiply")
+            ->check(CLI::IsMember({"multiply", "none"}));
+        value("--exposure", options.exposure, "scale of the light that is multiplied in", "FLOAT", "1")
+            ->check(CLI::PositiveNumber);
+        flag(
+            "--unique-instances", [this] { options.uniqueInstances = true; },
+            "give each use of a mesh its own results");
+    }
+
+    void addSelection() {
+        group = "What to do";
+        value("--select", options.select, "bake what is below these nodes only", "NAME ...", "the scene's top nodes")
+            ->allow_extra_args();
+        flag(
+            "--missing", [this] { options.missing = true; }, "bake only what has no results yet");
+        finish(app.add_option_function<std::string>(
+                   "--clear",
+                   [this](const std::string& what) {
+                       options.clear = what == "shadows" ? ktBakeClear::Shadows : ktBakeClear::Indirect;
+                   },
+                   "remove results instead of baking"),
+               "shadows|indirect", "")
+            ->check(CLI::IsMember({"shadows", "indirect"}));
+        flag(
+            "--active", [this] { options.activeOnly = true; }, "with --clear: leave hidden parts as they are")
+            ->needs("--clear");
+    }
+
+    void addDirect() {
+        group = "Shadows";
+        value("--shadow-quality", options.shadowQuality, "more rays a vertex: 64, 256, 1024, 2304, 4096, 16384", "0..5",
+              std::to_string(defaults.getShadowQuality()))
+            ->check(CLI::Range(0, 5));
+        const std::string distance = "MM|PERCENT%";
+        parsed("--min-distance", options.minDistance, parseDistance, "nearer surfaces do not occlude", distance,
+               number(defaults.getMinDistance()));
+        parsed("--max-distance", options.maxDistance, parseDistance, "farther surfaces do not occlude", distance,
+               number(defaults.getMaxDistance()));
+        static const std::vector<std::string> modes = {"classic", "shadows", "light-and-shadows"};
+        finish(app.add_option_function<std::string>(
+                   "--mode",
+                   [this](const std::string& mode) {
+                       options.mode = static_cast<int>(std::find(modes.begin(), modes.end(), mode) - modes.begin());
+                   },
+                   "the sky alone; the scene's lights as well; their colours too"),
+               "classic|shadows|light-and-shadows", modes.at(static_cast<size_t>(defaults.getMode())))
+            ->check(CLI::IsMember(modes));
+    }
+
+    void addIndirect() {
+        group = "Indirect light";
+        onOff("indirect", options.indirect, "bounced light", defaults.isIndirectIlluminationEnabled());
+        value("--gather-quality", options.gatherQuality, "more rays a vertex and bounce: 64, 256, 576, 1024, 2304",
+              "0..4", std::to_string(defaults.getGatherQuality()) + ", with 1024 rays")
+            ->check(CLI::Range(0, 4));
+        value("--bounces", options.bounces, "how often light bounces", "INT",
+              std::to_string(defaults.getNumOfIndirections()))
+            ->check(CLI::Range(0, maxBounces));
+        onOff("color-bleeding", options.colorBleeding, "bounced light takes the surfaces' colours",
+              defaults.isColorBleedingEnabled());
+        const osg::Color3f color = defaults.getMaterialColor();
+        parsed("--override-color", options.overrideColorValue, parseColor,
+               "one colour for all surfaces that light bounces off", "R,G,B",
+               number(color[0]) + "," + number(color[1]) + "," + number(color[2]));
+        flag(
+            "--no-override-color", [this] { options.overrideColor = false; },
+            "light bounces off the surfaces' own colours")
+            ->excludes("--override-color");
+    }
+
+    void addRefinement() {
+        group = "Refinement";
+        onOff("subdivide", options.subdivide, "add vertices where the light changes", defaults.isSubdivideEnabled());
+        value("--subdivision-quality", options.subdivisionQuality, "finer: at most 2, 4 or 6 rounds", "0..2",
+              std::to_string(defaults.getSubdivisionQuality()))
+            ->check(CLI::Range(0, 2));
+        parsed("--min-edge-length", options.minEdgeLength, parseDistance, "shorter edges stay whole", "MM|PERCENT%",
+               number(defaults.getMinEdgeLength()));
+        parsed(
+            "--intensity-threshold", options.intensityThreshold,
+            [](const std::string& option, const std::string& text) {
+                const std::optional<double> threshold = parseNumber(text);
+                if (!threshold || *threshold < minIntensityThreshold)
+                    throw CLI::ValidationError(option, "a number from " + number(minIntensityThreshold) + " on");
+                return *threshold;
+            },
+            "change of light across an edge that splits it", "FLOAT", number(defaults.getIntensityThreshold()));
+    }
+
+    void addPresets() {
+        group = "Presets";
+        value("--preset", options.preset, "settings by name or its beginning; other options change them", "NAME");
+        value("--settings-from", options.settingsFrom, "settings that this node was baked with", "NODE");
+        value("--save-preset", options.savePreset, "keep the settings under a name", "NAME");
+        value("--delete-preset", options.deletePreset, "remove a preset", "NAME");
+        flag(
+            "--list-presets", [this] { options.listPresets = true; }, "print the presets' names");
+    }
+
+    void addRun() {
+        group = "Run";
+        value("--threads", options.threads, "worker threads", "INT", "one a core")->check(CLI::Range(1, 1024));
+        flag(
+            "-q,--quiet", [this] { options.quiet = true; }, "print errors only");
+        app.set_help_flag("-h,--help", "print this")->group(group);
+        app.add_flag_callback(
+               "--version", [] { throw CLI::CallForVersion(std::string("ktbake ") + getPluginVersion(), 0); },
+               "print the version")
+            ->group(group);
+    }
+};
+
+/// What single options cannot see.
+void checkTogether(ktBakeOptions& options) {
+    if (options.scene.empty()) {
+        if (!options.listPresets && options.savePreset.empty() && options.deletePreset.empty())
+            throw CLI::RequiredError("SCENE");
+        for (const auto& [name, isGiven] :
+             {std::make_pair("--output", !options.output.empty()),
+              std::make_pair("--preview", !options.preview.empty()), std::make_pair("--stats", !options.stats.empty()),
+              std::make_pair("--settings-from", !options.settingsFrom.empty())})
+            if (isGiven)
+                throw CLI::ValidationError(name, "needs a SCENE");
+        return;
+    }
+    if (options.output.empty()) {
+        const fs::path scene = options.scene;
+        options.output = (scene.parent_path() / (scene.stem().string() + "-baked.glb")).string();
+    }
+    checkEnding("--output", options.output, {".glb", ".gltf"});
+    if (!options.preview.empty())
+        checkEnding("--preview", options.preview, {".png"});
+    if (options.clear != ktBakeClear::Nothing && options.missing)
+        throw CLI::ValidationError("--clear", "removes results; --missing adds them: give one of the two");
+    const auto &nearest = options.minDistance, &farthest = options.maxDistance;
+    if (nearest && farthest && nearest->isPercent == farthest->isPercent && nearest->value >= farthest->value)
+        throw CLI::ValidationError("--min-distance", "must be smaller than --max-distance");
+    if (options.minEdgeLength && options.minEdgeLength->value <= 0)
+        throw CLI::ValidationError("--min-edge-length", "must be above 0");
+}
+
+} // namespace
+
+std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, ktBakeOptions& options) {
+    CLI::App app("Bakes ambient occlusion and indirect light into the vertices of a scene.\n", "ktbake");
+    app.get_formatter()->column_width(46);
+    app.footer(
+        "\nLengths are millimetres in the scene; where a percentage is taken, it is one of the scene's diagonal.\n"
+        "Values in [brackets] hold without the option.\n"
+        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 bad input, 4 could not write, 130 cancelled.\n");
+    Parser(app, options).addAll();
+    // Required, it is not taken for one more name of --select.
+    app.get_option("SCENE")->required(std::none_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
+        return argument == "--list-presets" || argument.rfind("--save-preset", 0) == 0 ||
+               argument.rfind("--delete-preset", 0) == 0;
+    }));
+    try {
+        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+        app.parse(reversed);
+        if (options.overrideColorValue)
+            options.overrideColor = true;
+        checkTogether(options);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+            return app.exit(error, std::cout, std::cerr);
+        std::cerr << "ktbake: " << error.what() << "\nktbake --help lists the options.\n";
+        return ktBakeExit::usage;
+    }
+    return {};
+}

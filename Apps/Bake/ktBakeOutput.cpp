@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakeOutput.h"
+
+#include "ktLog.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+bool canBeWritten(const std::string& fileName) {
+    std::error_code error;
+    const fs::path file = fs::absolute(fileName, error), folder = file.parent_path();
+    std::string reason;
+    if (fs::is_directory(file, error))
+        reason = "a folder is in its place";
+    else if (!fs::is_directory(folder, error))
+        reason = "the folder " + folder.string() + " does not exist";
+    else if (access(folder.c_str(), W_OK | X_OK) != 0)
+        reason = "the folder " + folder.string() + " cannot be written: " + std::strerror(errno);
+    else if (fs::exists(file, error) && access(file.c_str(), W_OK) != 0)
+        reason = std::string("it cannot be replaced: ") + std::strerror(errno);
+    if (!reason.empty())
+        ktLog::error("%s: cannot be written: %s", fileName.c_str(), reason.c_str());
+    return reason.empty();
+}

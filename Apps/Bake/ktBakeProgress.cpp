@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakeProgress.h"
+
+#include "ktAmbientOcclusion.h"
+#include "ktCancelToken.h"
+#include "ktHostSignals.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr auto redrawInterval = std::chrono::milliseconds(100);
+constexpr int barWidth = 30;
+
+double secondsBetween(std::chrono::steady_clock::time_point from, std::chrono::steady_clock::time_point to) {
+    return std::chrono::duration<double>(to - from).count();
+}
+
+int terminalWidth() {
+    winsize size = {};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+} // namespace
+
+std::string formatDuration(double seconds) {
+    const long long whole = std::llround(std::max(0.0, seconds));
+    char text[64];
+    if (whole >= 3600)
+        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);
+    else
+        std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
+    return text;
+}
+
+std::string formatCount(double count) {
+    char text[64];
+    if (count < 999.5)
+        std::snprintf(text, sizeof text, "%.0f", count);
+    else if (count < 999.5e3)
+        std::snprintf(text, sizeof text, "%.3g k", count / 1e3);
+    else
+        std::snprintf(text, sizeof text, "%.3g M", count / 1e6);
+    return text;
+}
+
+ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount, bool isShown)
+    : vertexCount(vertexCount), isShown(isShown), isTerminal(isatty(STDERR_FILENO)) {
+    const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
+    connect(plugin, &ktAmbientOcclusion::progressStarted, this, &ktBakeProgress::onStarted);
+    connect(plugin, &ktAmbientOcclusion::progressStep, this, &ktBakeProgress::onStep);
+    connect(plugin, &ktAmbientOcclusion::progressStopped, this, &ktBakeProgress::onStopped);
+    connect(&ktHostSignals::the(), &ktHostSignals::tracingProgress, this, &ktBakeProgress::onTraced);
+}
+
+ktBakeProgress::~ktBakeProgress() {
+    clearLine();
+}
+
+double ktBakeProgress::getTracingSeconds() const {
+    return getVerticesTraced() == 0 ? 0 : secondsBetween(firstVertex, lastVertex);
+}
+
+void ktBakeProgress::onStarted(int max) {
+    maxSteps = max;
+    const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    const int bounces = plugin.isIndirectIlluminationEnabled() ? plugin.getNumOfIndirections() : 0;
+    nodeCount = max / (bounces + 1);
+    steps = 0;
+    isRunning = true;
+    started = firstVertex = lastVertex = lastShown = Clock::now();
+    show(false);
+}
+
+void ktBakeProgress::onStep(int counter) {
+    // A step is the beginning of a node: the calls for the node before have ended.
+    callsDone += callDone;
+    callDone = 0;
+    steps = counter;
+    show(false);
+}
+
+void ktBakeProgress::onStopped() {
+    lastVertex = Clock::now();
+    callsDone += callDone;
+    callDone = 0;
+    // A cancelled run may tell of its end, too; it is not complete.
+    if (!ktCancelToken::the().isCanceled())
+        show(true);
+    isRunning = false;
+}
+
+void ktBakeProgress::onTraced(std::uint64_t done, std::uint64_t) {
+    const Clock::time_point now = Clock::now();
+    if (getVerticesTraced() == 0) {
+        firstVertex = now;
+        structureSeconds = secondsBetween(started, now);
+    }
+    // A call's count starts anew when it falls.
+    if (done < callDone)
+        callsDone += callDone;
+    callDone = done;
+    lastVertex = now;
+    show(false);
+}
+
+double ktBakeProgress::share() const {
+    if (maxSteps <= 0)
+        return 0;
+    if (vertexCount == 0 || nodeCount == 0)
+        return std::clamp(static_cast<double>(steps) / maxSteps, 0.0, 0.99);
+    const double passes = static_cast<double>(maxSteps) / nodeCount;
+    return std::min(0.99, static_cast<double>(getVerticesTraced()) / (static_cast<double>(vertexCount) * passes));
+}
+
+void ktBakeProgress::show(bool isLast) {
+    if (!isShown || !isRunning)
+        return;
+    const Clock::time_point now = Clock::now();
+    const double done = isLast ? 1 : share();
+    const double tracing = secondsBetween(firstVertex, now);
+    const double rate = tracing > 0 ? static_cast<double>(getVerticesTraced()) / tracing : 0;
+    const std::string phase = getVerticesTraced() == 0 ? "Preparing" : steps <= nodeCount ? "Shadows  " : "Bounces  ";
+
+    if (!isTerminal) {
+        const int tenth = static_cast<int>(done * 10);
+        if (tenth <= lastTenth && !isLast)
+            return;
+        lastTenth = tenth;
+        std::fprintf(stderr, "%3d %%  %s vertices traced in %s\n", tenth * 10,
+                     formatCount(static_cast<double>(getVerticesTraced())).c_str(),
+                     formatDuration(secondsBetween(started, now)).c_str());
+        return;
+    }
+    if (isBarShown && !isLast && now - lastShown < redrawInterval)
+        return;
+    lastShown = now;
+    const int filled = static_cast<int>(done * barWidth);
+    std::string line = phase + " [" + std::string(static_cast<size_t>(filled), '#') +
+                       std::string(static_cast<size_t>(barWidth - filled), '-') + "] " +
+                       std::to_string(static_cast<int>(done * 100)) + " %";
+    if (rate > 0)
+        line += "  " + formatCount(rate) + " vertices/s";
+    if (isLast)
+        line += "  in " + formatDuration(secondsBetween(started, now));
+    else if (done > 0.01 && tracing > 0.5)
+        line += "  " + formatDuration(tracing / done * (1 - done)) + " left";
+    line.resize(std::min(line.size(), static_cast<size_t>(std::max(1, terminalWidth() - 1))));
+    std::fprintf(stderr, "\r\033[K%s%s", line.c_str(), isLast ? "\n" : "");
+    std::fflush(stderr);
+    isBarShown = !isLast;
+}
+
+void ktBakeProgress::clearLine() {
+    if (!isBarShown)
+        return;
+    std::fputs("\r\033[K", stderr);
+    std::fflush(stderr);
+    isBarShown = false;
+}

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakeRun.h"
+
+#include "ktAmbientOcclusion.h"
+#include "ktBakeExit.h"
+#include "ktBakeOptions.h"
+#include "ktBakeOutput.h"
+#include "ktBakePresets.h"
+#include "ktBakeProgress.h"
+#include "ktBakeScene.h"
+#include "ktBakeSettings.h"
+#include "ktBakeSignals.h"
+#include "ktBakeStats.h"
+#include "ktCancelToken.h"
+#include "ktLog.h"
+#include "ktLogOutput.h"
+#include "ktScenegraph.h"
+#include "ktThreadCount.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace {
+
+/// One bake: each step gives an exit code, and the first that is not `done` ends it.
+class Run {
+public:
+    explicit Run(const ktBakeOptions& options) : options(options) {}
+
+    int bake() {
+        ktBakeWatch whole;
+        for (const auto step : {&Run::checkOutputs, &Run::open, &Run::prepare, &Run::calculate, &Run::write}) {
+            const int exitCode = (this->*step)();
+            if (interrupts.isInterrupted() && step != &Run::write) {
+                ktLog::error("Cancelled; nothing is written.");
+                return ktBakeExit::cancelled;
+            }
+            if (exitCode != ktBakeExit::done)
+                return exitCode;
+        }
+        stats.totalSeconds = whole.lap();
+        if (!options.stats.empty() && !stats.write(options.stats))
+            return ktBakeExit::notWritten;
+        ktLog::info("%s: written in %s", options.output.c_str(), formatDuration(stats.totalSeconds).c_str());
+        return ktBakeExit::done;
+    }
+
+private:
+    const ktBakeOptions& options;
+    ktBakeSignals interrupts;
+    ktBakeScene scene;
+    ktBakeStats stats;
+    ktBakeWatch watch;
+
+    /// Before hours of tracing: can the results be written at all?
+    int checkOutputs() {
+        for (const std::string& file : {options.output, options.preview, options.stats})
+            if (!file.empty() && !canBeWritten(file))
+                return ktBakeExit::notWritten;
+        return ktBakeExit::done;
+    }
+
+    int open() {
+        watch.lap();
+        const int exitCode = scene.open(options);
+        stats.readSeconds = watch.lap();
+        if (exitCode != ktBakeExit::done)
+            return exitCode;
+        stats.scene = options.scene;
+        stats.sceneDiagonal = scene.getDiagonal();
+        stats.sceneVertices = scene.getVertexCount();
+        stats.sceneTriangles = scene.getTriangleCount();
+        return scene.addGroundPlane(options);
+    }
+
+    int prepare() {
+        osg::NodePtr settingsNode = osg::NullFC;
+        if (const int exitCode = scene.findSettingsNode(options, settingsNode); exitCode != ktBakeExit::done)
+            return exitCode;
+        if (const int exitCode = applySettings(options, settingsNode, scene.getDiagonal());
+            exitCode != ktBakeExit::done)
+            return exitCode;
+        if (const int exitCode = editPresets(options); exitCode != ktBakeExit::done)
+            return exitCode;
+        warnAboutSettings();
+        stats.settings = describeSettings();
+        return scene.select(options);
+    }
+
+    int calculate() {
+        if (options.clear != ktBakeClear::Nothing) {
+            clear();
+            return ktBakeExit::done;
+        }
+        if (options.missing && ktScenegraph::getSelectedRootNodes().empty()) {
+            ktLog::info("Nothing is missing.");
+            return ktBakeExit::done;
+        }
+        if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled())
+            scene.loadPictures();
+        const auto errorsBefore = ktLogOutput::getCount(ktLogLevel::Error);
+        ktBakeProgress progress(scene.getSelectedVertexCount(), !options.quiet);
+        watch.lap();
+        const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
+        std::cout.flush();
+        const double seconds = watch.lap();
+        stats.geometriesCalculated = progress.getNodeCount();
+        stats.verticesTraced = progress.getVerticesTraced();
+        stats.structureSeconds = progress.getStructureSeconds();
+        stats.tracingSeconds = progress.getTracingSeconds();
+        stats.storingSeconds = std::max(0.0, seconds - stats.structureSeconds - stats.tracingSeconds);
+        if (interrupts.isInterrupted())
+            return ktBakeExit::cancelled;
+        if (!hasRun) {
+            ktLog::error("%s: nothing can be calculated: every selected node is locked", options.scene.c_str());
+            return ktBakeExit::badInput;
+        }
+        // An error inside cancels a run, with a line in the log.
+        if (ktCancelToken::the().isCanceled() || ktLogOutput::getCount(ktLogLevel::Error) > errorsBefore)
+            return ktBakeExit::failed;
+        if (stats.geometriesCalculated == 0)
+            ktLog::info("%s",
+                        options.missing ? "Nothing is missing." : "The selection holds no geometry to calculate.");
+        return ktBakeExit::done;
+    }
+
+    void clear() const {
+        ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
+        if (options.clear == ktBakeClear::Shadows)
+            options.activeOnly ? plugin->clearActiveShadows() : plugin->clearAllShadows();
+        else
+            options.activeOnly ? plugin->clearActiveIndirect() : plugin->clearAllIndirect();
+    }
+
+    int write() {
+        interrupts.holdBack();
+        watch.lap();
+        if (!scene.save(options))
+            return ktBakeExit::notWritten;
+        stats.output = options.output;
+        stats.writeSeconds = watch.lap();
+        if (!options.preview.empty() && !scene.drawPreview(options))
+            return ktBakeExit::notWritten;
+        stats.previewSeconds = watch.lap();
+        return ktBakeExit::done;
+    }
+};
+
+} // namespace
+
+int runBake(const ktBakeOptions& options) {
+    ktThreadCount::set(static_cast<unsigned int>(options.threads));
+    ktLogOutput::setQuiet(options.quiet);
+    if (options.scene.empty()) {
+        int exitCode = applySettings(options, osg::NullFC, 0);
+        if (exitCode == ktBakeExit::done)
+            exitCode = editPresets(options);
+        if (exitCode == ktBakeExit::done && options.listPresets)
+            printPresets();
+        return exitCode;
+    }
+    if (options.listPresets)
+        printPresets();
+    return Run(options).bake();
+}

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakeSignals.h"
+
+#include "ktAmbientOcclusion.h"
+#include "ktCancelToken.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <memory>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <unistd.h>
+
+namespace {
+
+constexpr int handledSignals[] = {SIGINT, SIGTERM};
+
+volatile std::sig_atomic_t interrupted = 0;
+volatile std::sig_atomic_t isHeldBack = 0;
+int wakeUp[2] = {-1, -1}; // a pipe: the handler writes, the event loop reads
+struct sigaction formerActions[2];
+std::unique_ptr<QSocketNotifier> notifier;
+
+/// Only what a signal handler may do: the tracing threads stop at once, the plug-in is told by the event loop.
+void onSignal(int signal) {
+    const int error = errno;
+    if (interrupted && !isHeldBack) {
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+        return;
+    }
+    interrupted = 1;
+    ktCancelToken::the().cancel();
+    const char byte = 0;
+    [[maybe_unused]] const ssize_t written = write(wakeUp[1], &byte, 1);
+    errno = error;
+}
+
+} // namespace
+
+ktBakeSignals::ktBakeSignals() {
+    // The plug-in's own way of cancelling, whoever asks for it, stops the tracing threads as well.
+    QObject::connect(ktAmbientOcclusion::the(), &ktAmbientOcclusion::calculationCanceled, QCoreApplication::instance(),
+                     [] { ktCancelToken::the().cancel(); });
+    if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
+        return; // no handler: a signal then ends the process
+    notifier = std::make_unique<QSocketNotifier>(wakeUp[0], QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, QCoreApplication::instance(), [] {
+        char bytes[16];
+        while (read(wakeUp[0], bytes, sizeof bytes) > 0) {
+        }
+        ktAmbientOcclusion::the()->cancelCalculation();
+    });
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (int i = 0; i < 2; ++i)
+        sigaction(handledSignals[i], &action, &formerActions[i]);
+}
+
+ktBakeSignals::~ktBakeSignals() {
+    if (!notifier)
+        return;
+    for (int i = 0; i < 2; ++i)
+        sigaction(handledSignals[i], &formerActions[i], nullptr);
+    notifier.reset();
+    close(wakeUp[0]);
+    close(wakeUp[1]);
+}
+
+bool ktBakeSignals::isInterrupted() const {
+    return interrupted != 0;
+}
+
+void ktBakeSignals::holdBack() {
+    isHeldBack = 1;
+}

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <QJsonObject>
+#include <string>
+
+/// Times and counts of one run.
+struct ktBakeStats {
+    std::string scene, output; ///< output: empty when none was written
+    QJsonObject settings;
+
+    std::uint64_t sceneVertices = 0, sceneTriangles = 0; ///< stored once, however often they are used
+    double sceneDiagonal = 0;                            ///< world units
+    int geometriesCalculated = 0;                        ///< geometry that the run worked on
+    std::uint64_t verticesTraced = 0;                    ///< all passes together
+
+    double readSeconds = 0, structureSeconds = 0, tracingSeconds = 0;
+    double storingSeconds = 0; ///< the rest of the calculation: collecting, storing, refining
+    double writeSeconds = 0, previewSeconds = 0, totalSeconds = 0;
+
+    /// Writes a JSON file, with the process's threads, warnings and peak memory added.
+    /// @return false when it cannot be written; the reason is logged
+    bool write(const std::string& fileName) const;
+};
+
+/// A stop watch: seconds since it was made or last asked.
+class ktBakeWatch {
+public:
+    double lap() {
+        const auto now = std::chrono::steady_clock::now();
+        const double seconds = std::chrono::duration<double>(now - last).count();
+        last = now;
+        return seconds;
+    }
+
+private:
+    std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
+};

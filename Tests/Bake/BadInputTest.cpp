@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakedFile.h"
+#include "ktBakeProcess.h"
+#include "ktTestScene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+namespace {
+
+const std::string old = "what was there before";
+
+/// Bakes `scene` over an old output. It must fail with this exit code, name the file and a reason, leave no other file
+/// behind and the old output as it was.
+void expectRefused(const ktTestFolder& folder, const std::string& scene, const std::vector<std::string>& reasons,
+                   int exitCode = 3) {
+    folder.write("out.glb", old);
+    const auto count = [&] {
+        return std::distance(std::filesystem::directory_iterator(folder.path), std::filesystem::directory_iterator());
+    };
+    const auto before = count();
+    const ktBakeResult result = runBake(folder.path, {scene, "-o", "out.glb", "--shadow-quality", "0"});
+    EXPECT_EQ(result.exitCode, exitCode) << result.error;
+    EXPECT_THAT(result.error, HasSubstr(scene));
+    for (const std::string& reason : reasons)
+        EXPECT_THAT(result.error, HasSubstr(reason));
+    EXPECT_EQ(readFile(folder.file("out.glb")), old);
+    EXPECT_EQ(count(), before);
+}
+
+} // namespace
+
+TEST(BadInput, GivenNoSuchFile_SaysSo) {
+    expectRefused(ktTestFolder(), "nowhere.glb", {});
+}
+
+TEST(BadInput, GivenFolder_SaysSo) {
+    const ktTestFolder folder;
+    std::filesystem::create_directory(folder.path / "folder.glb");
+    expectRefused(folder, "folder.glb", {});
+}
+
+TEST(BadInput, GivenWhatIsNoScene_SaysSo) {
+    const ktTestFolder folder;
+    for (const char* name : {"a.glb", "a.gltf", "a.obj", "a.fbx", "a.txt", "a"}) {
+        folder.write(name, "this is no scene at all\n");
+        expectRefused(folder, name, {});
+        folder.write(name, "");
+        expectRefused(folder, name, {});
+    }
+}
+
+TEST(BadInput, GivenTruncatedGlb_SaysSo) {
+    const ktTestFolder folder;
+    const std::string whole = readFile(model("glTF2/BoxTextured-glTF-Binary/BoxTextured.glb"));
+    for (const size_t length : {size_t(4), size_t(12), size_t(20), size_t(100), whole.size() / 2, whole.size() - 1}) {
+        folder.write("cut.glb", whole.substr(0, length));
+        expectRefused(folder, "cut.glb", {});
+    }
+}
+
+TEST(BadInput, GivenSceneWithoutGeometry_SaysSo) {
+    const ktTestFolder folder;
+    folder.write("empty.gltf", R"({"asset": {"version": "2.0"}, "scenes": [{}], "scene": 0})");
+    expectRefused(folder, "empty.gltf", {});
+}
+
+TEST(BadInput, GivenUnknownRequiredExtension_NamesIt) {
+    const ktTestFolder folder;
+    auto scene = makeBoxes({{"box", {0, 0, 0}}});
+    scene["extensionsUsed"] = scene["extensionsRequired"] = {"EXT_unheard_of"};
+    folder.write("strange.gltf", scene.dump());
+    expectRefused(folder, "strange.gltf", {"EXT_unheard_of"});
+}
+
+TEST(BadInput, GivenOneBrokenPart_BakesTheOthersAndWarns) {
+    const ktTestFolder folder;
+    auto scene = makeBoxes({{"good", {0, 0, 0}}, {"bad", {3, 0, 0}}});
+    scene["meshes"][1]["primitives"][0]["attributes"]["POSITION"] = 99;
+    folder.write("half.gltf", scene.dump());
+    const ktBakeResult result = runBake(folder.path, {"half.gltf", "-o", "out.glb", "--shadow-quality", "0"});
+    EXPECT_EQ(result.exitCode, 0) << result.error;
+    EXPECT_THAT(result.error, AllOf(HasSubstr("half.gltf"), HasSubstr("/meshes/1")));
+    const ktBakedFile baked(folder.file("out.glb"));
+    EXPECT_EQ(baked.floats(baked.primitives().at(0), "_AO").size(), 24u);
+    EXPECT_FALSE(baked.primitives().at(1).at("attributes").contains("_AO"));
+}
+
+TEST(BadInput, GivenModelsThatAreBrokenOnPurpose_NeverCrashes) {
+    const ktTestFolder folder;
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(std::string(KT_MODELS) + "/invalid")) {
+        if (!entry.is_regular_file())
+            continue;
+        ++count;
+        const ktBakeResult result =
+            runBake(folder.path, {entry.path().string(), "-o", "out.glb", "--shadow-quality", "0", "--quiet"});
+        EXPECT_THAT(result.exitCode, testing::AnyOf(0, 3)) << entry.path() << "\n" << result.error;
+        EXPECT_EQ(result.exitCode == 3, result.error != "") << entry.path() << "\n" << result.error;
+    }
+    EXPECT_GT(count, 10u);
+}
+
+TEST(BadOutput, GivenFolderThatDoesNotExist_SaysSoBeforeTracing) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    const ktBakeResult result = runBake(folder.path, {"box.gltf", "-o", "nowhere/out.glb", "--shadow-quality", "0"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.error, HasSubstr("nowhere"));
+    EXPECT_EQ(result.out, "") << "nothing is traced for a file that cannot be written";
+}
+
+TEST(BadOutput, GivenFolderInItsPlace_SaysSo) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    std::filesystem::create_directory(folder.path / "out.glb");
+    const ktBakeResult result = runBake(folder.path, {"box.gltf", "-o", "out.glb", "--shadow-quality", "0"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.error, HasSubstr("out.glb"));
+}
+
+TEST(BadOutput, GivenPreviewOrStatsThatCannotBeWritten_SaysSo) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    for (const std::string option : {"--preview", "--stats"}) {
+        const std::string file = option == "--preview" ? "nowhere/a.png" : "nowhere/a.json";
+        const ktBakeResult result = runBake(folder.path, {"box.gltf", "--shadow-quality", "0", option, file});
+        EXPECT_EQ(result.exitCode, 4) << option;
+        EXPECT_THAT(result.error, HasSubstr("nowhere")) << option;
+    }
+}

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakedFile.h"
+#include "ktBakeProcess.h"
+#include "ktTestScene.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using testing::Each;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+const std::string engine = "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb";
+
+} // namespace
+
+TEST(Bake, GivenBoxInTheOpen_IsWhiteAndStandsBesideTheScene) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    const ktBakeResult result = runBake(folder.path, {"box.gltf", "--shadow-quality", "0"});
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    EXPECT_THAT(ktBakedFile(folder.file("box-baked.glb")).allOcclusion(),
+                testing::AllOf(testing::SizeIs(24), Each(1.0f)));
+}
+
+TEST(Bake, GivenTwoBoxesThatTouch_DarkensTheFacesBetween) {
+    const ktTestFolder folder;
+    folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {1.01f, 0, 0}}}).dump());
+    const ktBakeResult result = runBake(folder.path, {"boxes.gltf", "-o", "out.glb", "--shadow-quality", "2"});
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    const ktBakedFile baked(folder.file("out.glb"));
+    const auto primitives = baked.primitives();
+    ASSERT_EQ(primitives.size(), 2u);
+    for (size_t box = 0; box < 2; ++box) {
+        const std::vector<float> occlusion = baked.floats(primitives[box], "_AO");
+        const std::vector<float> normals = baked.floats(primitives[box], "NORMAL");
+        ASSERT_EQ(occlusion.size(), 24u);
+        const float towardsTheOther = box == 0 ? 1.0f : -1.0f;
+        for (size_t vertex = 0; vertex < 24; ++vertex) {
+            if (normals[3 * vertex] == towardsTheOther)
+                EXPECT_LT(occlusion[vertex], 0.8f);
+            else
+                EXPECT_EQ(occlusion[vertex], 1.0f);
+        }
+    }
+}
+
+TEST(Bake, GivenEngine_GivesEveryTrianglePrimitiveItsOcclusion) {
+    const ktTestFolder folder;
+    const ktBakeResult result = runBake(folder.path, {model(engine), "-o", "engine.glb", "--shadow-quality", "0"});
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    const ktBakedFile baked(folder.file("engine.glb"));
+    for (const auto& primitive : baked.primitives()) {
+        if (primitive.value("mode", 4) < 4)
+            continue;
+        const auto& position = baked.json.at("accessors").at(primitive.at("attributes").at("POSITION").get<size_t>());
+        EXPECT_EQ(baked.floats(primitive, "_AO").size(), position.at("count").get<size_t>());
+        EXPECT_TRUE(primitive.at("attributes").contains("COLOR_0"));
+    }
+    std::vector<float> occlusion = baked.allOcclusion();
+    ASSERT_FALSE(occlusion.empty());
+    EXPECT_THAT(occlusion, Each(testing::AllOf(testing::Ge(0.0f), testing::Le(1.0f))));
+    // Outside parts are light, creases and the inside are dark.
+    std::sort(occlusion.begin(), occlusion.end());
+    EXPECT_LT(occlusion[occlusion.size() / 10], 0.2f);
+    EXPECT_GT(occlusion[occlusion.size() * 9 / 10], 0.8f);
+}
+
+TEST(Bake, GivenOneOrTwoThreads_WritesEqualBits) {
+    const ktTestFolder folder;
+    for (const char* threads : {"1", "2"}) {
+        const ktBakeResult result = runBake(folder.path, {model(engine), "-o", std::string(threads) + ".glb",
+                                                          "--shadow-quality", "0", "--threads", threads});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+    }
+    EXPECT_TRUE(readFile(folder.file("1.glb")) == readFile(folder.file("2.glb")));
+}
+
+TEST(Bake, GivenBakedFile_BakesTheSameAgain) {
+    const ktTestFolder folder;
+    ASSERT_EQ(runBake(folder.path, {model(engine), "-o", "once.glb", "--shadow-quality", "0"}).exitCode, 0);
+    ASSERT_EQ(runBake(folder.path, {"once.glb", "-o", "twice.glb", "--shadow-quality", "0"}).exitCode, 0);
+    const ktBakedFile once(folder.file("once.glb")), twice(folder.file("twice.glb"));
+    EXPECT_TRUE(once.allOcclusion() == twice.allOcclusion());
+    ASSERT_EQ(once.primitives().size(), twice.primitives().size());
+    for (size_t i = 0; i < once.primitives().size(); ++i)
+        EXPECT_TRUE(once.floats(once.primitives()[i], "COLOR_0") == twice.floats(twice.primitives()[i], "COLOR_0"));
+}
+
+TEST(Bake, GivenOutputThatIsTheScene_ReplacesIt) {
+    const ktTestFolder folder;
+    ASSERT_EQ(runBake(folder.path, {model("glTF2/BoxTextured-glTF-Binary/BoxTextured.glb"), "-o", "box.glb", "--shade",
+                                    "none", "--shadow-quality", "0"})
+                  .exitCode,
+              0);
+    ASSERT_EQ(runBake(folder.path, {"box.glb", "-o", "box.glb", "--shadow-quality", "0"}).exitCode, 0);
+    const ktBakedFile baked(folder.file("box.glb"));
+    EXPECT_TRUE(baked.primitives().at(0).at("attributes").contains("COLOR_0"));
+    EXPECT_FALSE(baked.allOcclusion().empty());
+}
+
+TEST(Bake, GivenShadeNone_LeavesColorsAlone) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    ASSERT_EQ(runBake(folder.path, {"box.gltf", "--shade", "none", "--shadow-quality", "0"}).exitCode, 0);
+    const ktBakedFile baked(folder.file("box-baked.glb"));
+    EXPECT_FALSE(baked.primitives().at(0).at("attributes").contains("COLOR_0"));
+    EXPECT_TRUE(baked.primitives().at(0).at("attributes").contains("_AO"));
+}
+
+TEST(Bake, GivenDistanceInPercent_TakesItOfTheDiagonal) {
+    const ktTestFolder folder;
+    folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
+    const ktBakeResult result =
+        runBake(folder.path, {"boxes.gltf", "--max-distance", "3%", "--stats", "stats.json", "--shadow-quality", "0"});
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    const auto stats = nlohmann::json::parse(readFile(folder.file("stats.json")));
+    // Boxes of one metre, two metres apart: 3 m by 1 m by 1 m, in millimetres.
+    const double diagonal = 1000 * std::sqrt(11.0);
+    EXPECT_NEAR(stats.at("sceneDiagonalMm"), diagonal, 0.01);
+    EXPECT_NEAR(stats.at("settings").at("max-distance"), 0.03 * diagonal, 0.01);
+    // The other box stands farther away than that.
+    EXPECT_THAT(ktBakedFile(folder.file("boxes-baked.glb")).allOcclusion(), Each(1.0f));
+}
+
+TEST(Bake, GivenStats_CountsAndTimesTheRun) {
+    const ktTestFolder folder;
+    folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
+    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "--stats", "stats.json", "--shadow-quality", "1", "--threads", "1"})
+                  .exitCode,
+              0);
+    const auto stats = nlohmann::json::parse(readFile(folder.file("stats.json")));
+    EXPECT_EQ(stats.at("geometriesCalculated"), 2);
+    EXPECT_EQ(stats.at("sceneVertices"), 48);
+    EXPECT_EQ(stats.at("sceneTriangles"), 24);
+    EXPECT_EQ(stats.at("threads"), 1);
+    EXPECT_EQ(stats.at("settings").at("shadow-quality"), 1);
+    for (const char* part : {"read", "structure", "tracing", "storing", "write", "total"})
+        EXPECT_GE(stats.at("seconds").at(part).get<double>(), 0) << part;
+    EXPECT_GT(stats.at("peakMemoryMiB").get<double>(), 1);
+}
+
+TEST(Bake, GivenAnyRun_WritesTimingsToStandardOutputAndTheRestToStandardError) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    const ktBakeResult loud = runBake(folder.path, {"box.gltf", "--shadow-quality", "0"});
+    EXPECT_THAT(loud.out, HasSubstr("Num Rays: 1536\n"));
+    EXPECT_THAT(loud.out, HasSubstr("MRays per second: "));
+    EXPECT_THAT(loud.error, HasSubstr("box-baked.glb"));
+    EXPECT_THAT(loud.error, Not(HasSubstr("MRays")));
+    const ktBakeResult quiet = runBake(folder.path, {"box.gltf", "--shadow-quality", "0", "--quiet"});
+    EXPECT_EQ(quiet.error, "");
+    EXPECT_EQ(quiet.exitCode, 0);
+}
+
+TEST(Bake, GivenOtherFormats_WritesGltf) {
+    const ktTestFolder folder;
+    for (const char* name : {"OBJ/spider.obj", "PLY/Wuson.ply", "STL/Wuson.stl"}) {
+        const ktBakeResult result = runBake(folder.path, {model(name), "-o", "out.glb", "--shadow-quality", "0"});
+        EXPECT_EQ(result.exitCode, 0) << name << ": " << result.error;
+        EXPECT_FALSE(ktBakedFile(folder.file("out.glb")).allOcclusion().empty()) << name;
+    }
+}

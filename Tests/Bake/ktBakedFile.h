@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+/// A .glb file, read for tests without any code of the baker.
+class ktBakedFile {
+public:
+    /// A file that cannot be read fails the test and is empty.
+    explicit ktBakedFile(const std::string& fileName);
+
+    nlohmann::json json;
+
+    /// All primitives, mesh by mesh.
+    std::vector<nlohmann::json> primitives() const;
+    /// Values of a vertex attribute of tightly packed floats; empty when the primitive lacks it.
+    std::vector<float> floats(const nlohmann::json& primitive, const std::string& attribute) const;
+    /// `_AO` of all primitives, one after the other.
+    std::vector<float> allOcclusion() const;
+
+private:
+    std::string binary;
+};
