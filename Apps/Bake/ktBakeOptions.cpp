@@ -146,6 +146,8 @@ private:
         flag(
             "--unique-instances", [this] { options.uniqueInstances = true; },
             "give each use of a mesh its own results");
+        flag(
+            "--ground-plane", [this] { options.groundPlane = true; }, "put a plane below the scene that catches its shadow");
     }
 
     void addSelection() {

@@ -39,14 +39,22 @@ std::vector<float> ktBakedFile::floats(const nlohmann::json& primitive, const st
     const auto& view = json.at("bufferViews").at(accessor.at("bufferView").get<size_t>());
     const std::string type = accessor.at("type");
     const size_t width = type == "SCALAR" ? 1 : static_cast<size_t>(type.back() - '0');
-    const size_t count = accessor.at("count").get<size_t>() * width;
+    const size_t count = accessor.at("count").get<size_t>();
     const size_t start = view.value("byteOffset", size_t(0)) + accessor.value("byteOffset", size_t(0));
-    EXPECT_EQ(accessor.at("componentType"), 5126);
-    EXPECT_EQ(view.value("byteStride", 4 * width), 4 * width);
-    EXPECT_LE(start + 4 * count, binary.size());
-    std::vector<float> values(count);
-    if (start + 4 * count <= binary.size())
-        std::memcpy(values.data(), binary.data() + start, 4 * count);
+    // Floats, or colours as fractions of 65,535.
+    const bool isFloat = accessor.at("componentType") == 5126;
+    EXPECT_TRUE(isFloat || (accessor.at("componentType") == 5123 && accessor.value("normalized", false)));
+    const size_t size = isFloat ? 4 : 2;
+    const size_t stride = view.value("byteStride", size * width);
+    EXPECT_LE(start + stride * (count - 1) + size * width, binary.size());
+    std::vector<float> values;
+    for (size_t i = 0; i < count * width; ++i) {
+        const char* const place = binary.data() + start + stride * (i / width) + size * (i % width);
+        float value = 0;
+        std::uint16_t fraction = 0;
+        std::memcpy(isFloat ? static_cast<void*>(&value) : &fraction, place, size);
+        values.push_back(isFloat ? value : static_cast<float>(fraction) / 65535);
+    }
     return values;
 }
 
