@@ -38,17 +38,26 @@ Color pixel(const ktImage& image, int x, int y) {
     return {linear[bytes[0]], linear[bytes[1]], linear[bytes[2]], static_cast<float>(bytes[3]) / 255};
 }
 
+/// Whether the picture has all the pixels that its size promises.
+bool isWhole(const ktImage& image) {
+    return image.width_px > 0 && image.height_px > 0 &&
+           image.pixels.size() / 4 / static_cast<size_t>(image.width_px) >= static_cast<size_t>(image.height_px);
+}
+
+double finiteOr0(double value) {
+    return std::isfinite(value) ? value : 0;
+}
+
 } // namespace
 
 std::array<float, 4> sampleTexture(const osg::UberMaterialTexture& texture, float u, float v) {
-    if (!texture.image || texture.image->width_px < 1 || texture.image->height_px < 1)
+    if (!texture.image || !isWhole(*texture.image))
         return {1, 1, 1, 1};
     const ktImage& image = *texture.image;
-    const double scaledU = texture.scale[0] * (std::isfinite(u) ? u : 0),
-                 scaledV = texture.scale[1] * (std::isfinite(v) ? v : 0);
+    const double scaledU = texture.scale[0] * finiteOr0(u), scaledV = texture.scale[1] * finiteOr0(v);
     const double c = std::cos(texture.rotation_rad), s = std::sin(texture.rotation_rad);
-    const double x = (texture.offset[0] + c * scaledU + s * scaledV) * image.width_px;
-    const double y = (texture.offset[1] - s * scaledU + c * scaledV) * image.height_px;
+    const double x = finiteOr0(texture.offset[0] + c * scaledU + s * scaledV) * image.width_px;
+    const double y = finiteOr0(texture.offset[1] - s * scaledU + c * scaledV) * image.height_px;
     const auto at = [&](double column, double row) {
         return pixel(image, wrapped(column, image.width_px, texture.wrapU),
                      wrapped(row, image.height_px, texture.wrapV));

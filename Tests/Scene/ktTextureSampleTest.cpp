@@ -79,3 +79,24 @@ TEST(TextureSample, GivenTransform_MovesTheCoordinates) {
     EXPECT_THAT(sampleTexture(texture, 0.9f, 0.1f), isRed);
     EXPECT_THAT(sampleTexture(texture, 0.1f, 0.1f), isBlue);
 }
+
+TEST(TextureSample, GivenPictureWithTooFewPixels_IsWhite) {
+    auto texture = makeTexture(true);
+    auto image = std::make_shared<ktImage>(*texture.image);
+    image->pixels.resize(15);
+    texture.image = image;
+    EXPECT_THAT(sampleTexture(texture, 0.9f, 0.9f), ElementsAre(1, 1, 1, 1));
+    EXPECT_THAT(sampleTexture(texture, 0.1f, 0.1f), ElementsAre(1, 1, 1, 1));
+    image->pixels.resize(16);
+    image->height_px = 0;
+    EXPECT_THAT(sampleTexture(texture, 0.1f, 0.1f), ElementsAre(1, 1, 1, 1));
+}
+
+TEST(TextureSample, GivenTransformThatIsNoNumber_CountsAsZero) {
+    auto texture = makeTexture(false);
+    texture.offset = osg::Vec2f(std::numeric_limits<float>::quiet_NaN(), 0.5f);
+    EXPECT_THAT(sampleTexture(texture, 0.9f, 0.1f), isBlue);
+    texture.isFiltered = true;
+    texture.wrapU = osg::UberMaterialTexture::ClampToEdge;
+    EXPECT_EQ(sampleTexture(texture, 0.9f, 0.1f)[3], 1.0f); // the left column alone
+}
