@@ -112,7 +112,7 @@ TEST(DeepTree, GivenMillionLevels_VolumesAreUpdatedAndInvalidated) {
 }
 
 TEST(DeepTree, GivenManyNodesWithOneCore_LeaveItInAnyOrder) {
-    // Quadratic work would take minutes here.
+    // As instances of a part do when a scene is closed.
     const GroupRefPtr core(Group::create());
     for (const bool fromTheFront : {true, false}) {
         const NodeRefPtr root(makeNodeFor(Group::create()));
