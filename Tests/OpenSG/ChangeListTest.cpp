@@ -16,6 +16,8 @@ namespace {
 class Changes : public testing::Test {
 protected:
     Changes() : list(*Thread::getCurrentChangeList()) {
+        // The first container of a class makes the class' prototype, too, which would be recorded with it.
+        osgInit();
         node = Node::create();
         list.setReadOnly(false);
         list.clearAll();
