@@ -3,18 +3,18 @@
 
 #include "ktHostExport.h"
 
-#include <OpenSG/OSGMaterial.h>
+#include <OpenSG/OSGChunkMaterial.h>
 #include <OpenSG/OSGSFBaseTypes.h>
 #include <OpenSG/OSGSFSysTypes.h>
 
 OSG_BEGIN_NAMESPACE
 
 class UEnvironmentMaterial;
-typedef FCPtr<MaterialPtr, UEnvironmentMaterial> UEnvironmentMaterialPtr;
+typedef FCPtr<ChunkMaterialPtr, UEnvironmentMaterial> UEnvironmentMaterialPtr;
 
 /// The material of the surroundings, a sky dome for instance: it glows and receives no light.
-class KT_HOST_EXPORT UEnvironmentMaterial : public Material {
-    typedef Material Inherited;
+class KT_HOST_EXPORT UEnvironmentMaterial : public ChunkMaterial {
+    typedef ChunkMaterial Inherited;
 
 public:
     typedef UEnvironmentMaterialPtr Ptr;

@@ -9,11 +9,11 @@
 OSG_BEGIN_NAMESPACE
 
 class UEnvironmentSwitchMaterial;
-typedef FCPtr<MaterialPtr, UEnvironmentSwitchMaterial> UEnvironmentSwitchMaterialPtr;
+typedef FCPtr<ChunkMaterialPtr, UEnvironmentSwitchMaterial> UEnvironmentSwitchMaterialPtr;
 
 /// Several surroundings to choose from, of which one is shown. Holds a reference to each.
-class KT_HOST_EXPORT UEnvironmentSwitchMaterial : public Material {
-    typedef Material Inherited;
+class KT_HOST_EXPORT UEnvironmentSwitchMaterial : public ChunkMaterial {
+    typedef ChunkMaterial Inherited;
 
 public:
     typedef UEnvironmentSwitchMaterialPtr Ptr;

@@ -3,18 +3,18 @@
 
 #include "ktHostExport.h"
 
-#include <OpenSG/OSGMaterial.h>
+#include <OpenSG/OSGChunkMaterial.h>
 #include <OpenSG/OSGSFSysTypes.h>
 
 OSG_BEGIN_NAMESPACE
 
 class UShadowMaterial;
-typedef FCPtr<MaterialPtr, UShadowMaterial> UShadowMaterialPtr;
+typedef FCPtr<ChunkMaterialPtr, UShadowMaterial> UShadowMaterialPtr;
 
 /// The material of a surface that shows nothing but the shadow on it, a ground plane for instance: black where it is
 /// in shadow, invisible where it is open. It is always transparent.
-class KT_HOST_EXPORT UShadowMaterial : public Material {
-    typedef Material Inherited;
+class KT_HOST_EXPORT UShadowMaterial : public ChunkMaterial {
+    typedef ChunkMaterial Inherited;
 
 public:
     typedef UShadowMaterialPtr Ptr;

@@ -5,7 +5,7 @@
 #include "ktImage.h"
 
 #include <memory>
-#include <OpenSG/OSGMaterial.h>
+#include <OpenSG/OSGChunkMaterial.h>
 #include <OpenSG/OSGSFBaseTypes.h>
 #include <OpenSG/OSGSFSysTypes.h>
 #include <OpenSG/OSGVector.h>
@@ -13,7 +13,7 @@
 OSG_BEGIN_NAMESPACE
 
 class UberMaterial;
-typedef FCPtr<MaterialPtr, UberMaterial> UberMaterialPtr;
+typedef FCPtr<ChunkMaterialPtr, UberMaterial> UberMaterialPtr;
 
 /// The picture that multiplies a material's base colour, and how it lies on the surface. A vertex's coordinates (u, v)
 /// become, with s and c the sine and cosine of the rotation,
@@ -35,8 +35,8 @@ struct UberMaterialTexture {
 
 /// The host's surface material: colour, transparency and glow of a surface, each with what a document says of it.
 /// Colours are linear.
-class KT_HOST_EXPORT UberMaterial : public Material {
-    typedef Material Inherited;
+class KT_HOST_EXPORT UberMaterial : public ChunkMaterial {
+    typedef ChunkMaterial Inherited;
 
 public:
     typedef UberMaterialPtr Ptr;

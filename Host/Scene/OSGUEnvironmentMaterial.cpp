@@ -3,7 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType UEnvironmentMaterial::_type("UEnvironmentMaterial", "Material", nullptr,
+FieldContainerType UEnvironmentMaterial::_type("UEnvironmentMaterial", "ChunkMaterial", nullptr,
                                                []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(UEnvironmentMaterial, UEnvironmentMaterialPtr)

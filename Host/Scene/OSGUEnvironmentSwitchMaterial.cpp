@@ -3,7 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType UEnvironmentSwitchMaterial::_type("UEnvironmentSwitchMaterial", "Material", nullptr,
+FieldContainerType UEnvironmentSwitchMaterial::_type("UEnvironmentSwitchMaterial", "ChunkMaterial", nullptr,
                                                      []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(UEnvironmentSwitchMaterial, UEnvironmentSwitchMaterialPtr)

@@ -3,7 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType UShadowMaterial::_type("UShadowMaterial", "Material", nullptr,
+FieldContainerType UShadowMaterial::_type("UShadowMaterial", "ChunkMaterial", nullptr,
                                           []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(UShadowMaterial, UShadowMaterialPtr)

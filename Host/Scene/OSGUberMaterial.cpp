@@ -3,7 +3,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-FieldContainerType UberMaterial::_type("UberMaterial", "Material", nullptr,
+FieldContainerType UberMaterial::_type("UberMaterial", "ChunkMaterial", nullptr,
                                        []() -> FieldContainerPtr { return createEmpty(); });
 
 OSG_FIELD_CONTAINER_DEF(UberMaterial, UberMaterialPtr)
