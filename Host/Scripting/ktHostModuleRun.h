@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <boost/python.hpp>
+
+/// Bakes, presets and undo: functions of the module `kthost`, described in ktHostModuleHelp.h.
+namespace ktHostModuleRun {
+
+bool bake(bool missing);
+boost::python::dict settings();
+
+boost::python::list presets();
+void applyPreset(const boost::python::object& name);
+void savePreset(const boost::python::object& name);
+void deletePreset(const boost::python::object& name);
+
+bool undo();
+bool redo();
+
+} // namespace ktHostModuleRun

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktHostModuleScene.h"
+
+#include "ktControllerState.h"
+#include "ktHostModuleError.h"
+#include "ktHostModuleText.h"
+#include "ktLengthUnit.h"
+#include "ktLog.h"
+#include "ktPreview.h"
+#include "ktScenegraph.h"
+#include "ktSceneFile.h"
+#include "ktSceneState.h"
+
+#include <cmath>
+#include <memory>
+
+namespace python = boost::python;
+
+namespace {
+
+constexpr int maxPictureSize = 16384;
+
+struct OpenScene {
+    std::unique_ptr<ktSceneFile> file;
+    std::string name; // as given
+};
+
+OpenScene& scene() {
+    // Never destroyed: at the end of the process the scene graph's own statics may go first.
+    static auto& instance = *new OpenScene;
+    return instance;
+}
+
+void logMessages(const std::string& name, const ktFileReport& report) {
+    for (const ktFileWarning& warning : report.messages.warnings())
+        ktLog::warning("%s: %s", name.c_str(), warning.text().c_str());
+    for (const std::string& note : report.messages.notes())
+        ktLog::info("%s: %s", name.c_str(), note.c_str());
+}
+
+void refuseWhileBaking() {
+    if (ktControllerState::isBusy())
+        throw ktHostModuleError("a bake is under way");
+}
+
+ktSceneFile& openFile() {
+    if (!scene().file)
+        throw ktHostModuleError("no scene is open");
+    return *scene().file;
+}
+
+float checkExposure(double exposure) {
+    if (!std::isfinite(exposure) || exposure <= 0)
+        throw ktHostModuleError("the exposure must be a number above 0");
+    return static_cast<float>(exposure);
+}
+
+} // namespace
+
+void ktHostModuleScene::open(const python::object& path, const python::object& unit, bool uniqueInstances) {
+    refuseWhileBaking();
+    const std::string name = ktTextArgument(path, "path");
+    const std::string unitText =
+        ktIsPythonString(unit) ? ktTextArgument(unit, "unit") : ktTextArgument(python::str(unit), "unit");
+    const std::optional<ktLengthUnit> length = ktParseLengthUnit(unitText);
+    if (!length)
+        throw ktHostModuleError("a unit is auto, mm, cm, m, inch, foot or a length in millimetres, not " + unitText);
+    ktOpenOptions options;
+    options.unit = *length;
+    options.uniqueInstances = uniqueInstances;
+    ktFileReport report;
+    std::unique_ptr<ktSceneFile> file = ktSceneFile::open(QString::fromStdString(name), options, report);
+    logMessages(name, report);
+    if (!file)
+        throw ktHostModuleError(report.error);
+    ktSceneState::setRootNode(file->getRoot());
+    scene().file = std::move(file);
+    scene().name = name;
+    selectTopNodes();
+}
+
+void ktHostModuleScene::close() {
+    refuseWhileBaking();
+    if (!scene().file)
+        return;
+    ktSceneState::setRootNode(osg::NullFC);
+    scene().file.reset();
+}
+
+void ktHostModuleScene::save(const python::object& path, const python::object& shade, double exposure) {
+    refuseWhileBaking();
+    const std::string name = ktTextArgument(path, "path");
+    const std::string how = ktTextArgument(shade, "shade");
+    if (how != "multiply" && how != "none")
+        throw ktHostModuleError("shade is \"multiply\" or \"none\", not \"" + how + "\"");
+    ktSaveOptions options;
+    options.multiplyColors = how == "multiply";
+    options.exposure = checkExposure(exposure);
+    ktFileReport report;
+    const bool isSaved = openFile().save(QString::fromStdString(name), options, report);
+    logMessages(name, report);
+    if (!isSaved)
+        throw ktHostModuleError(report.error);
+}
+
+void ktHostModuleScene::preview(const python::object& path, int width, int height, double exposure) {
+    refuseWhileBaking();
+    const std::string name = ktTextArgument(path, "path");
+    if (width < 1 || height < 1 || width > maxPictureSize || height > maxPictureSize)
+        throw ktHostModuleError("a picture has 1 to " + std::to_string(maxPictureSize) + " pixels a side");
+    const float factor = checkExposure(exposure);
+    openFile();
+    loadPictures();
+    const std::string reason = writePreview(ktScenegraph::getRootNode(), name, factor, width, height);
+    if (!reason.empty())
+        throw ktHostModuleError(name + ": the picture cannot be written: " + reason);
+}
+
+void ktHostModuleScene::selectTopNodes() {
+    ktSceneState::setSelection(openFile().getTopNodes());
+}
+
+void ktHostModuleScene::loadPictures() {
+    if (!scene().file)
+        return;
+    ktFileReport report;
+    scene().file->loadPictures(report);
+    logMessages(scene().name, report);
+}

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <boost/python.hpp>
+
+/// The scene that scripts open, save and look at: functions of the module `kthost`, described in ktHostModuleHelp.h.
+namespace ktHostModuleScene {
+
+void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances);
+void close();
+void save(const boost::python::object& path, const boost::python::object& shade, double exposure);
+void preview(const boost::python::object& path, int width, int height, double exposure);
+
+/// Selects the top nodes of the open file. Throws ktHostModuleError without one.
+void selectTopNodes();
+/// Decodes the materials' pictures; nothing without an open file.
+void loadPictures();
+
+} // namespace ktHostModuleScene

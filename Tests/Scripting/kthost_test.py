@@ -1,0 +1,379 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""The module kthost in a plain interpreter, Python 2.7 or 3. Argument: the folder of the libraries."""
+from __future__ import print_function
+
+import os
+import pydoc
+import shutil
+import signal
+import struct
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+sys.path.insert(0, sys.argv.pop(1))
+import kthost
+import ktAmbientOcclusion as ao
+from script_scene import write_rooms
+
+try:
+    import numpy
+except ImportError:  # there is none for Python 2.7
+    numpy = None
+
+QUICK = (0, 1.0, 500.0, False, True, 0, 1, False, 80.0)
+
+
+def read(path):
+    with open(path, "rb") as opened:
+        return opened.read()
+
+
+def floats(view):
+    return struct.unpack("%df" % (len(view.tobytes()) // 4), view.tobytes())
+
+
+class Host(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        self.scene = os.path.join(self.folder, "rooms.obj")
+        write_rooms(self.scene)
+
+    def tearDown(self):
+        kthost.on_progress(None)
+        kthost.on_cancel(None)
+        kthost.close()
+        shutil.rmtree(self.folder)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def open(self, **options):
+        kthost.open(self.scene, unit="mm", **options)
+
+    def open_slow(self):
+        """A scene that takes many seconds to bake with slow()."""
+        write_rooms(self.path("many.obj"), 8, 60)
+        kthost.open(self.path("many.obj"), unit="mm")
+
+    def slow(self):
+        ao.computeAmbientOcclusion(5, 1.0, 500.0, False, True, 0, 1, False, 80.0)
+
+    def geometry(self):
+        return [node for node in kthost.nodes() if node.kind == "Geometry"]
+
+
+class Help(unittest.TestCase):
+    def test_every_name_is_described(self):
+        for name in dir(kthost):
+            if not name.startswith("__"):
+                self.assertTrue(getattr(kthost, name).__doc__, name)
+        shown = pydoc.plain(pydoc.render_doc(kthost))
+        self.assertIn("@raise kthost.Error", shown)
+        self.assertIn("millimetres", shown)
+        self.assertNotIn("C++", shown)
+
+    def test_error_is_an_ordinary_exception(self):
+        self.assertTrue(issubclass(kthost.Error, RuntimeError))
+
+
+class Files(Host):
+    def test_bad_files_are_refused_and_the_scene_stays(self):
+        self.open()
+        count = len(kthost.nodes())
+        for bad in ("missing.glb", "rooms.xyz"):
+            with self.assertRaises(kthost.Error) as caught:
+                kthost.open(self.path(bad))
+            self.assertIn(bad, str(caught.exception))
+        self.assertEqual(len(kthost.nodes()), count)
+
+    def test_wrong_arguments(self):
+        for call in (lambda: kthost.open(3), lambda: kthost.open(), lambda: kthost.select(3),
+                     lambda: kthost.on_progress(3), lambda: kthost.apply_preset(None)):
+            self.open()
+            self.assertRaises(TypeError, call)
+        self.assertRaises(kthost.Error, kthost.open, self.scene, "furlong")
+        self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), "bright")
+        self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), exposure=0)
+        self.assertRaises(kthost.Error, kthost.save, self.path("no/such/folder.glb"))
+        self.assertRaises(kthost.Error, kthost.preview, self.path("a.png"), 0, 10)
+        self.assertRaises(kthost.Error, kthost.preview, self.path("no/such/folder.png"), 10, 10)
+
+    def test_without_a_scene(self):
+        for call in (kthost.nodes, kthost.select, lambda: kthost.save(self.path("a.glb")),
+                     lambda: kthost.preview(self.path("a.png")), lambda: kthost.results("room0"), kthost.bake):
+            self.assertRaises(kthost.Error, call)
+        kthost.close()
+
+    def test_a_number_is_a_unit(self):
+        kthost.open(self.scene, unit=2.5)
+        node = self.geometry()[0]
+        ao.computeAmbientOcclusion(*QUICK)
+        self.assertEqual(len(floats(kthost.results(node)["positions"])), 3 * node.vertices)
+
+    def test_preview_has_its_size(self):
+        self.open()
+        ao.computeAmbientOcclusion(*QUICK)
+        kthost.preview(self.path("a.png"), width=64, height=48)
+        self.assertEqual(struct.unpack(">II", read(self.path("a.png"))[16:24]), (64, 48))
+
+
+class Nodes(Host):
+    def test_names_and_paths_lead_to_their_nodes(self):
+        self.open()
+        found = 0
+        for node in kthost.nodes():
+            if node.path:
+                self.assertIn(node, kthost.select(node.path))
+                found += 1
+        self.assertGreaterEqual(found, 2)
+        self.assertEqual([n.name for n in kthost.select(["room1", "room0"])], ["room1", "room0"])
+        self.assertEqual(kthost.select([]), [])
+        self.assertTrue(kthost.select())
+        self.assertEqual(kthost.select(), kthost.selection())
+
+    def test_an_unknown_name_leaves_the_selection(self):
+        self.open()
+        kthost.select("room1")
+        with self.assertRaises(kthost.Error) as caught:
+            kthost.select(["room0", "attic"])
+        self.assertIn("attic", str(caught.exception))
+        self.assertEqual([n.name for n in kthost.selection()], ["room1"])
+
+    def test_nodes_are_told_apart(self):
+        self.open()
+        nodes = kthost.nodes()
+        self.assertEqual(len(set(nodes)), len(nodes))
+        self.assertEqual(nodes, kthost.nodes())
+        self.assertIn("room0", "".join(repr(node) for node in nodes))
+
+    def test_a_node_of_a_closed_scene_is_refused(self):
+        self.open()
+        node = self.geometry()[0]
+        kthost.close()
+        self.assertRaises(kthost.Error, lambda: node.name)
+        self.assertIn("left", repr(node))
+        self.open()
+        self.assertRaises(kthost.Error, kthost.select, node)
+
+
+class Results(Host):
+    def test_only_the_selection_has_results(self):
+        self.open()
+        kthost.select("room0")
+        ao.computeAmbientOcclusion(*QUICK)
+        kthost.results("room0") if kthost.select("room0")[0].kind == "Geometry" else None
+        baked = []
+        for node in self.geometry():
+            try:
+                kthost.results(node)
+                baked.append(node)
+            except kthost.Error as error:
+                self.assertIn("results", str(error))
+        self.assertEqual(len(baked), len(self.geometry()) // 2)
+
+    def test_buffers_outlive_the_scene(self):
+        self.open()
+        ao.computeAmbientOcclusion(*QUICK)
+        node = self.geometry()[0]
+        count = node.vertices
+        views = kthost.results(node)
+        self.assertEqual(set(views), set(["positions", "triangles", "ao", "indirect", "light"]))
+        before = floats(views["ao"])
+        del node
+        kthost.close()
+        self.assertEqual(floats(views["ao"]), before)
+        self.assertEqual(views["ao"].shape[0], count)
+        self.assertEqual(tuple(views["positions"].shape), (count, 3))
+        self.assertTrue(views["ao"].readonly)
+        self.assertTrue(all(0.0 <= value <= 1.0 for value in before))
+        # The corner between floor and wall is darker than the rest.
+        self.assertLess(min(before), 0.7)
+        self.assertGreater(max(before), 0.7)
+
+    def test_numpy_takes_them_without_a_copy(self):
+        if sys.version_info[0] >= 3:
+            self.assertIsNotNone(numpy)
+        if numpy is None:
+            return
+        self.open()
+        ao.computeAmbientOcclusion(*QUICK)
+        views = kthost.results(self.geometry()[0])
+        light = numpy.asarray(views["light"])
+        self.assertEqual(light.dtype, numpy.float32)
+        self.assertEqual(light.shape, tuple(views["light"].shape))
+        self.assertFalse(light.flags.owndata)
+        self.assertFalse(light.flags.writeable)
+        self.assertEqual(light.ctypes.data, numpy.asarray(views["light"]).ctypes.data)
+        triangles = numpy.asarray(views["triangles"])
+        self.assertEqual(triangles.dtype, numpy.uint32)
+        self.assertLess(triangles.max(), len(light))
+        with self.assertRaises((ValueError, BufferError, TypeError)):
+            light[0] = 1
+
+
+class Settings(Host):
+    def test_presets_by_name(self):
+        names = kthost.presets()
+        self.assertGreaterEqual(len(names), 2)
+        ao.setAmbientOcclusionMode(0)
+        kthost.apply_preset(names[0])
+        first = kthost.settings()
+        kthost.apply_preset(names[-1])
+        self.assertNotEqual(kthost.settings(), first)
+        self.assertTrue(kthost.undo())
+        self.assertEqual(kthost.settings(), first)
+        self.assertTrue(kthost.redo())
+        self.assertNotEqual(kthost.settings(), first)
+        self.assertRaises(kthost.Error, kthost.apply_preset, "no such preset")
+
+    def test_presets_are_kept(self):
+        kthost.save_preset("of the test")
+        self.assertIn("of the test", kthost.presets())
+        kthost.delete_preset("of the test")
+        self.assertNotIn("of the test", kthost.presets())
+        self.assertRaises(kthost.Error, kthost.delete_preset, "of the test")
+
+    def test_undo_ends(self):
+        while kthost.undo():
+            pass
+        self.assertFalse(kthost.undo())
+        ao.setAmbientOcclusionMode(1)
+        self.assertTrue(kthost.undo())
+        self.assertEqual(ao.getAmbientOcclusionMode(), 0)
+        self.assertTrue(kthost.redo())
+        self.assertFalse(kthost.redo())
+        self.assertEqual(ao.getAmbientOcclusionMode(), 1)
+        ao.setAmbientOcclusionMode(0)
+
+
+class Bake(Host):
+    def test_bake_equals_a_calculation_with_the_same_settings(self):
+        self.open()
+        ao.computeAmbientOcclusion(*QUICK)
+        expected = floats(kthost.results(self.geometry()[0])["ao"])
+        self.open()
+        self.assertTrue(kthost.bake())
+        self.assertEqual(floats(kthost.results(self.geometry()[0])["ao"]), expected)
+
+    def test_missing_leaves_results(self):
+        self.open()
+        kthost.select("room0")
+        self.assertTrue(kthost.bake())
+        kthost.select()
+        self.assertTrue(kthost.bake(missing=True))
+        for node in self.geometry():
+            kthost.results(node)
+
+    def test_bake_needs_a_selection(self):
+        self.open()
+        kthost.select([])
+        self.assertRaises(kthost.Error, kthost.bake)
+
+    def test_progress_rises_to_one(self):
+        self.open()
+        shares = []
+        kthost.on_progress(shares.append)
+        ao.computeAmbientOcclusion(*QUICK)
+        self.assertEqual(shares, sorted(shares))
+        self.assertEqual((shares[0], shares[-1]), (0.0, 1.0))
+
+    def test_cancel_from_a_callback(self):
+        self.open_slow()
+        shares, cancels = [], []
+        kthost.on_progress(lambda share: (shares.append(share), kthost.cancel()))
+        kthost.on_cancel(lambda: cancels.append(True))
+        ao.computeAmbientOcclusion(*QUICK)
+        self.assertEqual(cancels, [True])
+        self.assertLess(shares[-1], 1.0)
+        self.assertFalse(kthost.bake())
+
+    def test_cancel_from_another_thread(self):
+        self.open_slow()
+        started = threading.Event()
+        kthost.on_progress(lambda share: started.set())
+
+        def cancel():
+            started.wait()
+            time.sleep(0.05)
+            kthost.cancel()
+        thread = threading.Thread(target=cancel)
+        thread.start()
+        kthost.cancel()  # nothing to cancel yet
+        begin = time.time()
+        self.slow()
+        thread.join()
+        self.assertLess(time.time() - begin, 10)
+
+    def test_what_a_callback_raises_comes_out_of_the_call(self):
+        self.open_slow()
+
+        def fail(share):
+            raise ValueError("no more")
+        kthost.on_progress(fail)
+        with self.assertRaises(ValueError) as caught:
+            self.slow()
+            self.fail("not reached")
+        self.assertEqual(str(caught.exception), "no more")
+        kthost.on_progress(None)
+        self.open()
+        self.assertTrue(kthost.bake())
+
+    def test_other_threads_count_meanwhile(self):
+        self.open_slow()
+        counted = [0]
+        ends = threading.Event()
+
+        def count():
+            while not ends.is_set():
+                counted[0] += 1
+                time.sleep(0.001)
+        thread = threading.Thread(target=count)
+        thread.start()
+        seen = []
+        kthost.on_progress(lambda share: seen.append(counted[0]))
+        ao.computeAmbientOcclusion(2, 1.0, 500.0, False, True, 0, 1, False, 80.0)
+        ends.set()
+        thread.join()
+        self.assertGreater(len(seen), 2)
+        self.assertGreater(seen[-1] - seen[1], 10)
+
+    def test_ctrl_c_ends_the_bake_and_raises(self):
+        self.open_slow()
+        pid = os.getpid()
+        sent = []
+
+        def interrupt(share):
+            if not sent:
+                sent.append(True)
+                threading.Timer(0.1, lambda: os.kill(pid, signal.SIGINT)).start()
+        kthost.on_progress(interrupt)
+        cancels = []
+        kthost.on_cancel(lambda: cancels.append(True))
+        begin = time.time()
+        with self.assertRaises(KeyboardInterrupt):
+            self.slow()
+            time.sleep(5)
+        self.assertLess(time.time() - begin, 10)
+        self.assertEqual(cancels, [True])
+        self.assertIs(signal.getsignal(signal.SIGINT), signal.default_int_handler)
+        kthost.on_progress(None)
+        self.open()
+        self.assertTrue(kthost.bake())
+
+    def test_the_same_bake_gives_the_same_file(self):
+        files = []
+        for name in ("a.glb", "b.glb"):
+            self.open()
+            ao.computeAmbientOcclusion(*QUICK)
+            kthost.save(self.path(name))
+            files.append(read(self.path(name)))
+        self.assertEqual(files[0], files[1])
+        kthost.save(self.path("c.glb"), shade="none")
+        self.assertNotEqual(read(self.path("c.glb")), files[0])
+
+
+if __name__ == "__main__":
+    unittest.main()
