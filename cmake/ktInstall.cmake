@@ -33,6 +33,9 @@ kt_install_library(ktHostInternals ${kt_include}/Host/Core ${kt_include}/Host/Sc
     ${kt_include}/Host/Viewing)
 kt_install_library(ktAmbientOcclusion ${kt_include}/AmbientOcclusion)
 install(TARGETS ktbake RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(TARGET kthost)
+    install(TARGETS kthost LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h" PATTERN "*.inl")
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h"

@@ -11,7 +11,6 @@
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
 
-#include <boost/python/stl_iterator.hpp>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGSimpleAttachments.h>
@@ -150,10 +149,13 @@ python::list ktHostModuleNodes::select(const python::object& what) {
     if (ktIsPythonString(what) || python::extract<const ktHostModuleNode&>(what).check()) {
         wanted = findNodes(what);
     } else {
-        for (python::stl_input_iterator<python::object> item(what), end; item != end; ++item) {
-            const std::vector<osg::NodePtr> found = findNodes(*item);
+        const python::handle<> items(PyObject_GetIter(what.ptr())); // throws, with TypeError, for what is no list
+        while (PyObject* const item = PyIter_Next(items.get())) {
+            const std::vector<osg::NodePtr> found = findNodes(python::object(python::handle<>(item)));
             wanted.insert(wanted.end(), found.begin(), found.end());
         }
+        if (PyErr_Occurred())
+            python::throw_error_already_set();
     }
     ktSceneState::setSelection(wanted);
     return selection();

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <memory>
 #include <QCoreApplication>
+#include <utility>
 
 namespace python = boost::python;
 
@@ -40,7 +41,10 @@ public:
                  if (!ktCancelToken::the().isCanceled())
                      report(1, true);
              },
-             [this] { call(cancelCallback, python::tuple()); }});
+             [this] {
+                 if (!std::exchange(isCancelTold, true))
+                     call(cancelCallback, python::tuple());
+             }});
         ktHostSignals& host = ktHostSignals::the();
         connect(&host, &ktHostSignals::tracingProgress, this, [this](quint64 done, quint64 total) {
             report(share(total == 0 ? 0 : static_cast<double>(done) / static_cast<double>(total)), false);
@@ -55,6 +59,7 @@ public:
 private:
     void begin() {
         isBusy = true;
+        isCancelTold = false;
         // An application that runs scripts handles its own signals.
         if (!ktScripting::isRunning())
             guard = std::make_unique<ktInterruptGuard>([] { ktScriptedPlugin::the().cancel(); });
@@ -97,11 +102,16 @@ private:
         if (callback.is_none())
             return;
         const ktPythonLock lock;
-        PyObject* const result = PyObject_CallObject(callback.ptr(), arguments.ptr());
-        if (result) {
-            Py_DECREF(result);
-            return;
-        }
+        // A Ctrl-C is not for the callback, which would not even begin.
+        if (PyErr_CheckSignals() != 0)
+            keepError();
+        const ktPythonObject result(PyObject_CallObject(callback.ptr(), arguments.ptr()));
+        if (!result)
+            keepError();
+    }
+
+    // Keeps the error that is set, and ends the bake.
+    void keepError() {
         if (errorType) {
             PyErr_Clear(); // the first one counts
             return;
@@ -114,6 +124,7 @@ private:
 
     int steps = 0, step = 0;
     double highest = 0;
+    bool isCancelTold = false;
     Clock::time_point lastCall;
     PyObject *errorType = nullptr, *errorValue = nullptr, *errorTrace = nullptr; // owned
     std::unique_ptr<ktInterruptGuard> guard;

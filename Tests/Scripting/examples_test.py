@@ -1,0 +1,86 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""The example scripts, as their users run them. Arguments: the folder of the libraries, the folder of the examples."""
+from __future__ import print_function
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from script_scene import write_rooms
+
+LIBRARIES, EXAMPLES = sys.argv.pop(1), sys.argv.pop(1)
+
+
+class Examples(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp()
+        os.mkdir(self.path("scenes"))
+        self.scene = self.path("scenes", "rooms.obj")
+        write_rooms(self.scene)
+
+    def tearDown(self):
+        shutil.rmtree(self.folder)
+
+    def path(self, *names):
+        return os.path.join(self.folder, *names)
+
+    def run_example(self, name, *arguments):
+        """Exit code and what was printed."""
+        environment = dict(os.environ, PYTHONPATH=LIBRARIES)
+        process = subprocess.Popen([sys.executable, os.path.join(EXAMPLES, name)] + list(arguments), env=environment,
+                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        output = process.communicate()[0].decode("utf-8")
+        return process.returncode, output
+
+    def test_each_tells_its_usage(self):
+        scripts = [name for name in os.listdir(EXAMPLES) if name.endswith(".py")]
+        self.assertGreaterEqual(len(scripts), 3)
+        for name in scripts:
+            code, output = self.run_example(name, "--help")
+            self.assertEqual(code, 0, output)
+            self.assertIn("usage:", output)
+            code, output = self.run_example(name, self.path("missing"), self.path("results"))
+            self.assertNotEqual(code, 0, output)
+
+    def test_presets(self):
+        code, output = self.run_example("presets.py", self.scene, self.path("pictures"), "--presets",
+                                        *self.some_presets(), "--size", "64", "48")
+        self.assertEqual(code, 0, output)
+        pictures = os.listdir(self.path("pictures"))
+        self.assertEqual(len(pictures), 2, output)
+        code, output = self.run_example("presets.py", self.scene, self.path("pictures"), "--presets", "nonsense")
+        self.assertEqual(code, 1)
+        self.assertIn("nonsense", output)
+
+    def some_presets(self):
+        script = "import kthost, json; print('|' + json.dumps(kthost.presets()[:2]))"
+        output = subprocess.check_output([sys.executable, "-c", script], env=dict(os.environ, PYTHONPATH=LIBRARIES))
+        import json
+        return json.loads(output.decode("utf-8").split("|")[-1])
+
+    def test_batch(self):
+        with open(self.path("scenes", "broken.glb"), "w") as broken:
+            broken.write("no scene")
+        code, output = self.run_example("batch.py", self.path("scenes"), self.path("baked"), "--unit", "mm")
+        self.assertEqual(code, 1, output)
+        self.assertIn("rooms.obj: baked", output)
+        self.assertIn("broken.glb: failed", output)
+        self.assertEqual(os.listdir(self.path("baked")), ["rooms-obj.glb"])
+        os.remove(self.path("scenes", "broken.glb"))
+        code, output = self.run_example("batch.py", self.path("scenes"), self.path("baked"))
+        self.assertEqual(code, 0, output)
+        self.assertIn("up to date", output)
+
+    def test_modes(self):
+        code, output = self.run_example("modes.py", self.scene, self.path("pictures"), "--quality", "0")
+        self.assertEqual(code, 0, output)
+        self.assertEqual(output.count("mean light"), 3)
+        self.assertEqual(sorted(os.listdir(self.path("pictures"))),
+                         ["classic.png", "light-and-shadows.png", "shadows.png"])
+
+
+if __name__ == "__main__":
+    unittest.main()
