@@ -74,7 +74,6 @@ python::object makeView(std::unique_ptr<Numbers> numbers, std::size_t count, int
 
 void ktInitBufferType() {
     bufferProcs.bf_getbuffer = getBuffer;
-    reinterpret_cast<PyObject*>(&bufferType)->ob_refcnt = 1; // never destroyed
     bufferType.tp_name = "kthost.Buffer";
     bufferType.tp_doc = "Owner of the numbers behind a memoryview.";
     bufferType.tp_basicsize = sizeof(BufferObject);
@@ -82,8 +81,12 @@ void ktInitBufferType() {
     bufferType.tp_free = PyObject_Free;
     bufferType.tp_as_buffer = &bufferProcs;
     bufferType.tp_flags = Py_TPFLAGS_DEFAULT;
+    // One reference that nobody gives back.
 #if PY_MAJOR_VERSION < 3
     bufferType.tp_flags |= Py_TPFLAGS_HAVE_NEWBUFFER;
+    bufferType.ob_refcnt = 1;
+#else
+    bufferType.ob_base.ob_base.ob_refcnt = 1;
 #endif
     if (PyType_Ready(&bufferType) != 0)
         python::throw_error_already_set();
