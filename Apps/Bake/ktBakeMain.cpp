@@ -2,6 +2,7 @@
 #include "ktBakeExit.h"
 #include "ktBakeOptions.h"
 #include "ktBakeRun.h"
+#include "ktBakeScript.h"
 #include "ktLog.h"
 
 #include <clocale>
@@ -29,6 +30,10 @@ int main(int argc, char** argv) {
         ktBakeOptions options;
         if (const std::optional<int> exitCode = parseBakeOptions({argv + 1, argv + argc}, options))
             return *exitCode;
+#ifdef KT_SCRIPTING
+        if (!options.script.empty())
+            return runBakeScript(options);
+#endif
         return runBake(options);
     } catch (const std::exception& error) {
         ktLog::error("%s", error.what());

@@ -242,6 +242,9 @@ private:
 
     void addRun() {
         group = "Run";
+#ifdef KT_SCRIPTING
+        value("--script", options.script, "run a Python script instead; what follows -- are its arguments", "FILE.py");
+#endif
         value("--threads", options.threads, "worker threads", "INT", "one a core")->check(CLI::Range(1, 1024));
         flag(
             "-q,--quiet", [this] { options.quiet = true; }, "print errors only");
@@ -252,6 +255,15 @@ private:
             ->group(group);
     }
 };
+
+/// A script opens scenes and makes its settings itself.
+void checkScript(const CLI::App& app) {
+    for (const CLI::Option* option : app.get_options()) {
+        const std::string name = option->get_name();
+        if (option->count() > 0 && name != "--script" && name != "--threads" && name != "--quiet")
+            throw CLI::ValidationError(name, "does not go with --script; the script's own arguments follow --");
+    }
+}
 
 /// What single options cannot see.
 void checkTogether(ktBakeOptions& options) {
@@ -290,16 +302,29 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
     app.footer(
         "\nLengths are millimetres in the scene; where a percentage is taken, it is one of the scene's diagonal.\n"
         "Values in [brackets] hold without the option.\n"
-        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 bad input, 4 could not write, 130 cancelled.\n");
+        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 bad input, 4 could not write,\n"
+        "5 the script failed, 130 cancelled.\n");
     Parser(app, options).addAll();
     // Required, it is not taken for one more name of --select.
     app.get_option("SCENE")->required(std::none_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
-        return argument == "--list-presets" || argument.rfind("--save-preset", 0) == 0 ||
+        return argument == "--list-presets" || argument.rfind("--script", 0) == 0 || argument.rfind("--save-preset", 0) == 0 ||
                argument.rfind("--delete-preset", 0) == 0;
     }));
     try {
-        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+        // What follows "--" belongs to the script, where there is one.
+        auto end = std::find(arguments.begin(), arguments.end(), "--");
+        if (std::none_of(arguments.begin(), end,
+                         [](const std::string& argument) { return argument.rfind("--script", 0) == 0; }))
+            end = arguments.end();
+        else if (end != arguments.end())
+            options.scriptArguments.assign(end + 1, arguments.end());
+        std::vector<std::string> reversed(arguments.begin(), end);
+        std::reverse(reversed.begin(), reversed.end());
         app.parse(reversed);
+        if (!options.script.empty()) {
+            checkScript(app);
+            return {};
+        }
         if (options.overrideColorValue)
             options.overrideColor = true;
         checkTogether(options);

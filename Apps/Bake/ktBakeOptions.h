@@ -53,6 +53,8 @@ struct ktBakeOptions {
     double exposure = 1;        ///< above 0
 
     std::string preview, stats; ///< file names; empty: none
+    std::string script;         ///< a file to run instead of baking `scene`; empty: none
+    std::vector<std::string> scriptArguments;
     int threads = 0;            ///< 0: one a core
     bool quiet = false;
 };

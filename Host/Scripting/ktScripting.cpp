@@ -8,6 +8,7 @@
 #include "ktWaitHooks.h"
 
 #include <algorithm>
+#include <dlfcn.h>
 #include <fstream>
 #include <iterator>
 
@@ -93,6 +94,32 @@ ktScripting::Result takeExit() {
     return result;
 }
 
+/// What scripts print comes out at once, also where the interpreter is never ended.
+void flushStreams() {
+    for (const char* stream : {"stdout", "stderr"}) {
+        PyObject* const object = PySys_GetObject(const_cast<char*>(stream)); // borrowed
+        if (object && object != Py_None)
+            const ktPythonObject done(PyObject_CallMethod(object, const_cast<char*>("flush"), nullptr));
+    }
+    PyErr_Clear();
+}
+
+/// Where the libraries lie, modules for scripts among them.
+std::string libraryFolder() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void*>(&ktScript::run), &info) == 0 || !info.dli_fname)
+        return {};
+    const std::string path = info.dli_fname;
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+void findModulesBesideLibraries() {
+    const ktPythonObject folder(ktPythonText(libraryFolder()));
+    if (PyObject* const search = PySys_GetObject(const_cast<char*>("path")))
+        PyList_Append(search, folder.get());
+}
+
 ktScripting::Result execute(const std::string& source, const char* name) {
     ktScripting::Result result;
     if (!running) {
@@ -114,11 +141,16 @@ ktScripting::Result execute(const std::string& source, const char* name) {
     }
     if (value) {
         result.succeeded = true;
+        flushStreams();
         return result;
     }
-    if (PyErr_ExceptionMatches(PyExc_SystemExit))
-        return takeExit();
+    if (PyErr_ExceptionMatches(PyExc_SystemExit)) {
+        const ktScripting::Result exit = takeExit();
+        flushStreams();
+        return exit;
+    }
     const std::string traceback = takeTraceback();
+    flushStreams(); // before the log tells of the error
     logLines(traceback);
     result.exitCode = 1;
     result.error = traceback.substr(0, traceback.find_last_not_of('\n') + 1);
@@ -134,6 +166,7 @@ void ktScripting::start() {
     if (!Py_IsInitialized()) {
         Py_InitializeEx(0); // the application handles its own signals
         emptyMainNamespace();
+        findModulesBesideLibraries();
     }
     attach();
     running = true;
@@ -141,6 +174,9 @@ void ktScripting::start() {
 }
 
 void ktScripting::attach() {
+#if PY_MAJOR_VERSION < 3
+    PyEval_InitThreads(); // the lock is not made before somebody asks for it
+#endif
     ktWaitHooks::set([] { givenUp = ktHoldsPythonLock() ? PyEval_SaveThread() : nullptr; },
                      [] {
                          if (givenUp)

@@ -2,6 +2,7 @@
 """The example scripts, as their users run them. Arguments: the folder of the libraries, the folder of the examples."""
 from __future__ import print_function
 
+import json
 import os
 import shutil
 import subprocess
@@ -11,7 +12,7 @@ import unittest
 
 from script_scene import write_rooms
 
-LIBRARIES, EXAMPLES = sys.argv.pop(1), sys.argv.pop(1)
+LIBRARIES, EXAMPLES = os.path.abspath(sys.argv.pop(1)), os.path.abspath(sys.argv.pop(1))
 
 
 class Examples(unittest.TestCase):
@@ -46,8 +47,8 @@ class Examples(unittest.TestCase):
             self.assertNotEqual(code, 0, output)
 
     def test_presets(self):
-        code, output = self.run_example("presets.py", self.scene, self.path("pictures"), "--presets",
-                                        *self.some_presets(), "--size", "64", "48")
+        arguments = [self.scene, self.path("pictures"), "--presets"] + self.some_presets() + ["--size", "64", "48"]
+        code, output = self.run_example("presets.py", *arguments)
         self.assertEqual(code, 0, output)
         pictures = os.listdir(self.path("pictures"))
         self.assertEqual(len(pictures), 2, output)
@@ -58,7 +59,6 @@ class Examples(unittest.TestCase):
     def some_presets(self):
         script = "import kthost, json; print('|' + json.dumps(kthost.presets()[:2]))"
         output = subprocess.check_output([sys.executable, "-c", script], env=dict(os.environ, PYTHONPATH=LIBRARIES))
-        import json
         return json.loads(output.decode("utf-8").split("|")[-1])
 
     def test_batch(self):
