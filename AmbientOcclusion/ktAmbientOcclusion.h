@@ -65,6 +65,7 @@ public:
 
     /// The single instance, made on first use and destroyed at process exit.
     static ktAmbientOcclusion* the();
+    ~ktAmbientOcclusion() override;
 
     // --- Settings: each as stored -------------------------------------------------------------------------------
 
@@ -281,7 +282,6 @@ private:
     friend struct ktAmbientOcclusionAccess; // the plug-in's own tests look at the members of a run
 
     ktAmbientOcclusion();
-    ~ktAmbientOcclusion() override;
 
     void refineNode(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld,
                     bool isIdentity, bool indirect);
