@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::uint32_t pieceSize = 64;        // groups a task, neighbours along the curve
-constexpr std::uint32_t raysPerCall = 1 << 16; // few enough that a cancel is seen within milliseconds
+constexpr std::uint32_t raysPerCall = 1 << 14; // few enough that a cancel is seen within a millisecond or two
 
 // The direct light at one vertex.
 struct Light {

@@ -92,7 +92,7 @@ private:
                 continue;
             const std::vector<std::uint32_t>& corners = *other.triangles;
             const auto point = [&other](std::uint32_t corner) {
-                const float* p = &other.positions[3 * std::size_t(corner)];
+                const float* p = &(*other.positions)[3 * std::size_t(corner)];
                 return Refiner::Point{p[0], p[1], p[2]};
             };
             for (std::size_t i = 0; i + 2 < corners.size(); i += 3)

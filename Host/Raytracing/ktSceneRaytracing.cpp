@@ -17,16 +17,19 @@
 
 #include <algorithm>
 #include <cfloat>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <exception>
 #include <limits>
 #include <OpenSG/OSGSimpleAttachments.h>
+#include <optional>
 #include <stdexcept>
 
 namespace {
 
-constexpr std::uint64_t samplerSeed = 0x6B744F6363756C65ull; // any number; the same in every run
+constexpr std::chrono::milliseconds longestWaitForCancel{40}; // of a build
+constexpr std::uint64_t samplerSeed = 0x6B744F6363756C65ull;  // any number; the same in every run
 
 // Positions and normals are read, and results written, as plain floats.
 static_assert(sizeof(osg::Pnt3f) == 3 * sizeof(float) && sizeof(osg::Vec3f) == 3 * sizeof(float) &&
@@ -40,6 +43,24 @@ ktSceneRaytracing::ktSceneRaytracing() = default;
 ktSceneRaytracing::ktSceneRaytracing(std::unique_ptr<ktTracer> tracer) : tracer(std::move(tracer)) {}
 
 ktSceneRaytracing::~ktSceneRaytracing() = default;
+
+// A build cannot be stopped everywhere at once. A cancelled call does not wait for it, the next one does.
+void ktSceneRaytracing::waitForLeftBuild() {
+    if (!leftBuild)
+        return;
+    bool hasEnded = true;
+    try {
+        ktEventPump pump;
+        hasEnded = leftBuild->wait(pump, [] { return ktCancelToken::the().isCanceled(); });
+    } catch (...) {
+        // How a cancelled build ended does not matter any more.
+        leftBuild->waitOut();
+    }
+    if (!hasEnded)
+        throw ktCanceled();
+    tracer->build({}, {});
+    leftBuild.reset();
+}
 
 ktTracer& ktSceneRaytracing::needTracer() {
     if (!tracer)
@@ -79,12 +100,15 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
                                                    const std::vector<osg::NodePtr>& lights) {
     call("build the acceleration structure", [&] {
         ktThrowIfCanceled();
+        waitForLeftBuild();
         forget();
         bounces.endBounce(); // its snapshot refers to the scene
-        ktEventPump pump;
-        needTracer();
-        scene.collect(geometry, lights, pump);
-        ktWorkers::run([&] { scene.build(*tracer); }, pump);
+        try {
+            makeStructure(geometry, lights);
+        } catch (...) {
+            scene.clear();
+            throw;
+        }
         if (scene.badTriangles > 0) {
             const char* name = osg::getName(scene.geometries[scene.firstBad].node);
             ktLog::warning("%llu triangles, the first of them in \"%s\", have positions that are not finite or indices "
@@ -94,6 +118,26 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
     });
 }
 
+void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
+                                      const std::vector<osg::NodePtr>& lights) {
+    needTracer();
+    ktEventPump pump;
+    scene.collect(geometry, lights, pump);
+    ktWorkers::run([&] { scene.makeMeshes(); }, pump);
+
+    auto build = std::make_unique<ktWorkers>(scene.tracerBuild(*tracer));
+    std::optional<std::chrono::steady_clock::time_point> canceled;
+    const auto isOverdue = [&canceled] {
+        if (!canceled && ktCancelToken::the().isCanceled())
+            canceled = std::chrono::steady_clock::now();
+        return canceled && std::chrono::steady_clock::now() - *canceled > longestWaitForCancel;
+    };
+    if (!build->wait(pump, isOverdue)) {
+        leftBuild = std::move(build);
+        throw ktCanceled();
+    }
+}
+
 void ktSceneRaytracing::forgetRun() {
     bounces.clear();
     refinement.clear();
@@ -101,9 +145,9 @@ void ktSceneRaytracing::forgetRun() {
     tints.clear();
 }
 
-// The tracer refers to the scene's meshes, so it forgets them first.
+// The tracer refers to the scene's meshes, so it forgets them first; a build that was left has its own hold on them.
 void ktSceneRaytracing::forget() {
-    if (tracer)
+    if (tracer && !leftBuild)
         tracer->build({}, {});
     scene.clear();
 }
@@ -199,6 +243,7 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         ktThrowIfCanceled();
         if (!sampler || !positions || !normals || !results || (transform && !toWorld))
             throw std::invalid_argument("it was handed no sample pattern or no vertices");
+        waitForLeftBuild();
         ktOcclusionTask task;
         task.tracer = &needTracer();
         task.directions = sampler->prepared.get();
@@ -238,6 +283,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         ktThrowIfCanceled();
         if (!sampler || !positions || !normals || !results || !surfaceColor || (transform && !toWorld))
             throw std::invalid_argument("it was handed no sample pattern or no vertices");
+        waitForLeftBuild();
         ktEventPump pump;
         bounces.snapshot(scene, pump);
         ktGatherTask task;

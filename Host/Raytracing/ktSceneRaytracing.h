@@ -7,6 +7,7 @@
 #include "ktRefinement.h"
 #include "ktTracedScene.h"
 #include "ktTracer.h"
+#include "ktWorkers.h"
 
 #include <array>
 #include <atomic>
@@ -53,12 +54,15 @@ public:
 private:
     void call(const char* action, const std::function<void()>& body);
     ktTracer& needTracer();
+    void makeStructure(const std::vector<osg::NodePtr>& geometry, const std::vector<osg::NodePtr>& lights);
+    void waitForLeftBuild();
     void forget();
     void forgetRun();
     void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);
     void reportUnusableVertices();
 
     std::unique_ptr<ktTracer> tracer;
+    std::unique_ptr<ktWorkers> leftBuild; // of a cancelled run: the tracer has not come out of it yet
     ktTracedScene scene;
     float minDistance = 0.0f, maxDistance = 0.0f;
     bool calling = false;

@@ -82,11 +82,12 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
     lights = ktReadLights(lightNodes);
 }
 
-void ktTracedScene::makeMesh(std::size_t index) {
+void ktTracedScene::makePositions(std::size_t index) {
     ktTracedGeometry& traced = geometries[index];
     bool anyBad = false;
     std::vector<bool> isBad;
-    traced.positions = transformAll(views[index], traced.toWorld, isBad, anyBad);
+    traced.positions =
+        std::make_shared<const std::vector<float>>(transformAll(views[index], traced.toWorld, isBad, anyBad));
     if (!anyBad)
         return;
     // A use of its own: what overflows here may be fine elsewhere.
@@ -101,9 +102,8 @@ void ktTracedScene::makeMesh(std::size_t index) {
     traced.triangles = kept;
 }
 
-void ktTracedScene::build(ktTracer& tracer) {
+void ktTracedScene::makeMeshes() {
     std::map<std::pair<const void*, bool>, std::shared_ptr<const std::vector<std::uint32_t>>> triangles;
-    std::vector<ktTracerMesh> meshes;
     Bounds bounds;
     for (std::size_t i = 0; i < geometries.size(); ++i) {
         ktThrowIfCanceled();
@@ -118,24 +118,37 @@ void ktTracedScene::build(ktTracer& tracer) {
             shared = fresh;
         }
         traced.triangles = shared;
-        makeMesh(i);
+        makePositions(i);
         if (badTriangles != badBefore && badBefore == 0)
             firstBad = i;
         for (std::uint32_t corner : *traced.triangles)
-            bounds.extend(&traced.positions[3 * std::size_t(corner)]);
-
-        ktTracerMesh mesh;
-        mesh.positions = traced.positions.data();
-        mesh.indices = traced.triangles->data();
-        mesh.vertexCount = views[i].positionCount;
-        mesh.triangleCount = static_cast<std::uint32_t>(traced.triangles->size() / 3);
-        meshes.push_back(mesh);
+            bounds.extend(&(*traced.positions)[3 * std::size_t(corner)]);
     }
     views.clear();
     views.shrink_to_fit();
     diagonal = bounds.diagonal();
-    if (!tracer.build(meshes, [](float) { return !ktCancelToken::the().isCanceled(); }))
-        throw ktCanceled();
+}
+
+std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer) const {
+    struct Arrays {
+        std::shared_ptr<const std::vector<std::uint32_t>> triangles;
+        std::shared_ptr<const std::vector<float>> positions;
+    };
+    std::vector<Arrays> arrays;
+    std::vector<ktTracerMesh> meshes;
+    for (const ktTracedGeometry& traced : geometries) {
+        arrays.push_back({traced.triangles, traced.positions});
+        ktTracerMesh mesh;
+        mesh.positions = traced.positions->data();
+        mesh.indices = traced.triangles->data();
+        mesh.vertexCount = traced.positionCount();
+        mesh.triangleCount = static_cast<std::uint32_t>(traced.triangles->size() / 3);
+        meshes.push_back(mesh);
+    }
+    return [&tracer, arrays = std::move(arrays), meshes = std::move(meshes)] {
+        if (!tracer.build(meshes, [](float) { return !ktCancelToken::the().isCanceled(); }))
+            throw ktCanceled();
+    };
 }
 
 const ktTracedGeometry* ktTracedScene::findByPositions(const void* positions) const {

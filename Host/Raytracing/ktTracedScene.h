@@ -8,6 +8,7 @@
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
 
+#include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
 #include <unordered_map>
@@ -21,9 +22,9 @@ struct ktTracedGeometry {
     /// Three indices of positions a triangle; triangle i is the tracer's triangle i. Shared by the uses of a core that
     /// are mirrored alike.
     std::shared_ptr<const std::vector<std::uint32_t>> triangles;
-    std::vector<float> positions; ///< world space, three floats a position and one spare
+    std::shared_ptr<const std::vector<float>> positions; ///< world space, three floats a position and one spare
 
-    std::uint32_t positionCount() const { return static_cast<std::uint32_t>(positions.size() / 3); }
+    std::uint32_t positionCount() const { return static_cast<std::uint32_t>(positions->size() / 3); }
 };
 
 /// What rays are traced against: the occluders in world space and the lights. Copies what it needs of the scene graph,
@@ -40,9 +41,12 @@ public:
     /// Takes stock of the nodes on the main thread; null nodes and nodes without geometry are left out.
     void collect(const std::vector<osg::NodePtr>& geometryNodes, const std::vector<osg::NodePtr>& lightNodes,
                  ktEventPump& pump);
-    /// Makes the meshes and hands them to the tracer; on a worker thread, after collect().
-    /// @throws ktCanceled, std::exception
-    void build(ktTracer& tracer);
+    /// Makes the meshes; on a worker thread, after collect(). @throws ktCanceled, std::exception
+    void makeMeshes();
+    /// What the tracer builds its structure from, after makeMeshes(): a piece of work that touches nothing but the
+    /// tracer and keeps the meshes' arrays alive by itself, even when this scene is gone. Throws ktCanceled,
+    /// std::exception.
+    std::function<void()> tracerBuild(ktTracer& tracer) const;
     /// Forgets everything. The tracer's structure must not be used any more.
     void clear();
 
@@ -53,7 +57,7 @@ public:
     std::vector<ktInward> inwardDirections(const float* positions, std::uint32_t count) const;
 
 private:
-    void makeMesh(std::size_t index);
+    void makePositions(std::size_t index);
 
     std::vector<ktGeometryView> views; // between collect() and build()
     std::unordered_map<const void*, std::size_t> byPositions;

@@ -47,8 +47,9 @@ public:
     virtual void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) = 0;
 };
 
-/// Something that finds what rays meet. build() and prepareDirections() are called from one thread at a time; all
-/// tracing functions are const and may be called from many threads at once, each with its own output. Results
+/// Something that finds what rays meet. build() is called from one thread at a time, with nothing else under way but
+/// prepareDirections(); all other functions are const and may be called from many threads at once, each with its own
+/// output. Results
 /// depend on the arguments alone, never on the thread or on how vertices are grouped into batches.
 /// Workers have flush-to-zero and denormals-are-zero set (ktFloatMode) when they trace.
 class ktTracer {
@@ -63,7 +64,7 @@ public:
     /// @throws std::exception when memory runs out or the library fails: the tracer is then empty
     virtual bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) = 0;
 
-    /// Makes a direction set ready for this tracer; works before and after build() and stays valid over builds.
+    /// Makes a direction set ready for this tracer; works before, during and after build() and stays valid over builds.
     virtual std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const;
 
     /// How many rays of each vertex meet nothing within the limits.

@@ -3,7 +3,6 @@
 
 #include "ktEventPump.h"
 #include "ktThreadCount.h"
-#include "ktWaitHooks.h"
 
 #include <condition_variable>
 #include <exception>
@@ -14,17 +13,52 @@
 
 namespace {
 
-// The thread that leads the workers, and what it left behind.
-class Leader {
+// How much work is under way. Its end at the exit of the process waits for all of it: the libraries that the work runs
+// in are still whole then.
+class Ledger {
 public:
-    explicit Leader(const std::function<void()>& work) : thread([this, &work] { lead(work); }) {}
+    static Ledger& the() {
+        static Ledger ledger;
+        return ledger;
+    }
+    ~Ledger() {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [this] { return open == 0; });
+    }
+    void begin() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        ++open;
+    }
+    void end() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        --open;
+        changed.notify_all();
+    }
+
+private:
+    std::mutex mutex;
+    std::condition_variable changed;
+    int open = 0;
+};
+
+} // namespace
+
+// The thread that leads the workers, and what it left behind.
+class ktWorkers::Leader {
+public:
+    explicit Leader(std::function<void()> newWork) : work(std::move(newWork)) {
+        Ledger::the().begin();
+        try {
+            thread = std::thread([this] { lead(); });
+        } catch (...) {
+            Ledger::the().end();
+            throw;
+        }
+    }
     ~Leader() { thread.join(); }
-    Leader(const Leader&) = delete;
-    Leader& operator=(const Leader&) = delete;
 
     // Waits a moment; true when the work has ended.
     bool waitForEnd() {
-        const ktWaitHooks::Wait wait;
         std::unique_lock<std::mutex> lock(mutex);
         return changed.wait_for(lock, ktEventPump::interval, [this] { return ended; });
     }
@@ -35,7 +69,7 @@ public:
     }
 
 private:
-    void lead(const std::function<void()>& work) {
+    void lead() {
         try {
             const int threads = static_cast<int>(ktThreadCount::get());
             // The library starts no more workers than cores unless it is told that more are wanted.
@@ -46,24 +80,42 @@ private:
         } catch (...) {
             error = std::current_exception();
         }
-        const std::lock_guard<std::mutex> lock(mutex);
-        ended = true;
-        changed.notify_one();
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            ended = true;
+            changed.notify_one();
+        }
+        Ledger::the().end();
     }
 
+    std::function<void()> work;
     std::mutex mutex;
     std::condition_variable changed;
     bool ended = false;
     std::exception_ptr error;
-    std::thread thread; // last, so that it starts when all is ready
+    std::thread thread;
 };
 
-} // namespace
+ktWorkers::ktWorkers(std::function<void()> work) : leader(std::make_unique<Leader>(std::move(work))) {}
+
+ktWorkers::~ktWorkers() = default;
+
+bool ktWorkers::wait(ktEventPump& pump, const std::function<bool()>& giveUp) {
+    while (!leader->waitForEnd()) {
+        pump.handleEvents();
+        if (giveUp && giveUp())
+            return false;
+    }
+    pump.breathe();
+    leader->rethrow();
+    return true;
+}
+
+void ktWorkers::waitOut() noexcept {
+    while (!leader->waitForEnd()) {
+    }
+}
 
 void ktWorkers::run(const std::function<void()>& work, ktEventPump& pump) {
-    Leader leader(work);
-    while (!leader.waitForEnd())
-        pump.handleEvents();
-    pump.breathe();
-    leader.rethrow();
+    ktWorkers(work).wait(pump);
 }

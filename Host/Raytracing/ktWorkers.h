@@ -2,14 +2,34 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 class ktEventPump;
 
-/// The worker threads: as many as ktThreadCount says, whatever the calling thread does meanwhile.
+/// Work on the worker threads: as many as ktThreadCount says, whatever the main thread does meanwhile. The process does
+/// not exit before all work has ended.
 class ktWorkers {
 public:
-    /// Runs `work` on worker threads, where it may use ktParallel, and returns when it has ended. The calling thread
-    /// pumps events until then.
-    /// @throws what `work` or an event handler threw; `work` has ended in either case
+    /// Starts `work` on worker threads, where it may use ktParallel. @throws std::system_error, std::bad_alloc
+    explicit ktWorkers(std::function<void()> work);
+    /// Waits for the end; what the work threw is lost.
+    ~ktWorkers();
+    ktWorkers(const ktWorkers&) = delete;
+    ktWorkers& operator=(const ktWorkers&) = delete;
+
+    /// Pumps events on the calling thread until the work has ended, or `giveUp`, asked every few milliseconds, says so.
+    /// @param giveUp may be empty
+    /// @return whether the work has ended
+    /// @throws what the work or an event handler threw
+    bool wait(ktEventPump& pump, const std::function<bool()>& giveUp = {});
+
+    /// Waits for the end of the work without pumping; what it threw stays for wait().
+    void waitOut() noexcept;
+
+    /// Starts the work and waits for its end. @throws as wait(); the work has ended in either case
     static void run(const std::function<void()>& work, ktEventPump& pump);
+
+private:
+    class Leader;
+    std::unique_ptr<Leader> leader;
 };

@@ -119,6 +119,29 @@ TEST_F(SceneRaytracing, GivenCancelWhileBuilding_IsEmptyAndQuiet) {
     EXPECT_THAT(log.lines, IsEmpty());
 }
 
+TEST_F(SceneRaytracing, GivenCancelledBuildThatDoesNotStop_ReturnsWithoutItAndWaitsBeforeTheNext) {
+    const Application application;
+    std::atomic<bool> mayEnd{false}, hasEnded{false};
+    orders.atBuild = [&] {
+        while (!mayEnd)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        hasEnded = true;
+    };
+    QTimer::singleShot(0, [] { ktCancelToken::the().cancel(); });
+    tracing.build(scene); // would hang if it waited
+    EXPECT_FALSE(hasEnded);
+    tracing.utils->restoreRaytracing(0);
+    EXPECT_FALSE(hasEnded);
+    ktCancelToken::the().reset();
+    orders.atBuild = {};
+    QTimer::singleShot(20, [&] { mayEnd = true; });
+    tracing.build(scene);
+    EXPECT_TRUE(hasEnded);
+    EXPECT_EQ(orders.builds, 2);
+    EXPECT_NE(tracing.traceOne(origin, up), ktTestTracing::untouched);
+    EXPECT_THAT(log.lines, IsEmpty());
+}
+
 TEST_F(SceneRaytracing, GivenErrorWhileTracing_CancelsTheRunWithOneLine) {
     orders.atTrace = [] { throw std::runtime_error("the tracer broke"); };
     EXPECT_THAT(tracing.trace(many(1000)), testing::Each(ktTestTracing::untouched));

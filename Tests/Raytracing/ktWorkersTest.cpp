@@ -6,6 +6,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <QCoreApplication>
@@ -85,20 +89,49 @@ TEST(Workers, GivenExceptionInEventHandler_EndsTheWorkFirst) {
     EXPECT_TRUE(ended);
 }
 
+TEST(Workers, GivenUpWaiting_LeavesTheWorkRunning) {
+    std::atomic<bool> mayEnd{false};
+    ktEventPump pump;
+    ktWorkers workers([&] {
+        while (!mayEnd)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        throw std::runtime_error("late");
+    });
+    EXPECT_FALSE(workers.wait(pump, [] { return true; }));
+    mayEnd = true;
+    workers.waitOut();
+    EXPECT_THROW(workers.wait(pump), std::runtime_error);
+}
+
+TEST(Workers, GivenWorkLeftAtTheEndOfTheProcess_EndsItFirst) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // workers of earlier tests may still be about
+    // Never destroyed: the exit alone waits.
+    EXPECT_EXIT(
+        {
+            new ktWorkers([] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                std::fputs("work ended", stderr);
+            });
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "work ended");
+}
+
 TEST(Workers, GivenThreadCount_UsesThatMany) {
     for (const unsigned wanted : {1u, 2u, 3u}) {
         const ThreadCountGuard guard(wanted);
         std::mutex mutex;
+        std::condition_variable changed;
         std::set<std::thread::id> threads;
         ktEventPump pump;
         ktWorkers::run(
             [&] {
                 ktParallel::forRange(60, 1, [&](std::size_t, std::size_t) {
-                    {
-                        const std::lock_guard<std::mutex> lock(mutex);
-                        threads.insert(std::this_thread::get_id());
-                    }
-                    std::this_thread::sleep_for(std::chrono::milliseconds(3));
+                    // Until all threads have come, however busy the machine is; in vain when there are too few.
+                    std::unique_lock<std::mutex> lock(mutex);
+                    threads.insert(std::this_thread::get_id());
+                    changed.notify_all();
+                    changed.wait_for(lock, std::chrono::seconds(10), [&] { return threads.size() >= wanted; });
                 });
             },
             pump);
