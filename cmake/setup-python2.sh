@@ -81,8 +81,10 @@ say "reading the package lists of $previous_suite"
 private_apt update >"$log" 2>&1 || fail "the package lists cannot be read (see $log)"
 
 say "unpacking the interpreter"
-for package in $packages; do
-    (cd "$apt/archives" && private_apt download "$package" >>"$log" 2>&1) ||
+download() { (cd "$apt/archives" && private_apt download "$@" >>"$log" 2>&1); }
+# All at once; where that fails, one by one to find out what is missing.
+download $packages || for package in $packages; do
+    download "$package" ||
         case " $optional " in
             *" $package "*) say "without $package" ;;
             *) fail "package $package (see $log)" ;;

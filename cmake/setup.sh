@@ -73,8 +73,10 @@ kt_configure() {
     shift
     home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build/CMakeCache.txt" 2>/dev/null)
     [ -z "$home" ] || [ "$home" = "$kt_root" ] || rm -rf "$build/CMakeCache.txt" "$build/CMakeFiles"
-    # build.ninja is written last, so a folder without it was never configured to the end.
+    # build.ninja is written last, so a folder without it was never configured to the end: what an interrupted run left
+    # behind there misleads the next one.
     [ -f "$build/build.ninja" ] && [ -f "$build/CMakeCache.txt" ] && return
+    rm -rf "$build/CMakeCache.txt" "$build/CMakeFiles"
     cmake -S "$kt_root" -B "$build" -G Ninja "$@"
 }
 
