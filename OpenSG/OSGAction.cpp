@@ -17,7 +17,7 @@ struct Frame {
 
 } // namespace
 
-Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter) {
+Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor& enter) {
     NodePtr first = root;
     const Action::ResultE firstResult = enter.call(first);
     if (firstResult == Action::Quit)
@@ -42,14 +42,14 @@ Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter) {
     return Action::Continue;
 }
 
-Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor enter) {
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor& enter) {
     for (const NodePtr& node : nodeList)
         if (traverse(node, enter) == Action::Quit)
             return Action::Quit;
     return Action::Continue;
 }
 
-Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter, const TraverseLeaveFunctor leave) {
+Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor& enter, const TraverseLeaveFunctor& leave) {
     if (root == NullFC)
         return Action::Continue;
 
@@ -76,8 +76,8 @@ Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor enter, c
     return result;
 }
 
-Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor enter,
-                         const TraverseLeaveFunctor leave) {
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor& enter,
+                         const TraverseLeaveFunctor& leave) {
     Action::ResultE result = Action::Continue;
     for (const NodePtr& node : nodeList) {
         result = traverse(node, enter, leave);

@@ -33,12 +33,13 @@ typedef TypedFunctor2<Action::ResultE, NodePtr, Action::ResultE> TraverseLeaveFu
 // destroyed.
 
 /// A null root is passed to enter, too, and ends there.
-Action::ResultE traverse(NodePtr root, TraverseEnterFunctor enter);
-Action::ResultE traverse(const std::vector<NodePtr>& nodeList, TraverseEnterFunctor enter);
+Action::ResultE traverse(NodePtr root, const TraverseEnterFunctor& enter);
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor& enter);
 
 /// leave is called for every node that was entered, also after Skip, and after Quit for it and the nodes above it.
-Action::ResultE traverse(NodePtr root, TraverseEnterFunctor enter, TraverseLeaveFunctor leave);
-Action::ResultE traverse(const std::vector<NodePtr>& nodeList, TraverseEnterFunctor enter, TraverseLeaveFunctor leave);
+Action::ResultE traverse(NodePtr root, const TraverseEnterFunctor& enter, const TraverseLeaveFunctor& leave);
+Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor& enter,
+                         const TraverseLeaveFunctor& leave);
 
 OSG_END_NAMESPACE
 
