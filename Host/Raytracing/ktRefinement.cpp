@@ -19,8 +19,7 @@ using Edge = Refiner::Edge;
 
 constexpr double weldShare = 1.0e-6;      // of the scene's diagonal: vertices nearer than this are at one place
 constexpr double probeSpacing = 1.0 / 256; // of the scene's diagonal: between points inside a face, where their number allows
-constexpr int mostProbesAlongEdge = 10; // in the first round, which looks for what the mesh knows nothing of
-constexpr int laterProbesAlongEdge = 4; // in the others, which follow up what was found
+constexpr int mostProbesAlongEdge = 10;
 
 bool isUsedOnce(const osg::GeometryPtr& geometry, const ktTracedScene& scene) {
     std::size_t traced = 0, inScene = 0;
@@ -158,8 +157,8 @@ private:
         double longest = 0;
         for (int corner = 0; corner < 3; ++corner)
             longest = std::max(longest, refiner.squaredLength(refiner.edge(trial.triangle, corner)));
-        const int most = round == 0 ? mostProbesAlongEdge : laterProbesAlongEdge;
-        const int steps = std::clamp(static_cast<int>(std::ceil(std::sqrt(longest) / spacing)), 3, most);
+        const int steps =
+            std::clamp(static_cast<int>(std::ceil(std::sqrt(longest) / spacing)), 3, mostProbesAlongEdge);
         const Index vertices[3] = {localOf[t.vertices[0]], localOf[t.vertices[1]], localOf[t.vertices[2]]};
         for (int i = 1; i < steps; ++i)
             for (int k = 1; i + k < steps; ++k) {

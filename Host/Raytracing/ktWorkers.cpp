@@ -3,6 +3,7 @@
 
 #include "ktEventPump.h"
 #include "ktThreadCount.h"
+#include "ktWaitHooks.h"
 
 #include <condition_variable>
 #include <exception>
@@ -59,6 +60,7 @@ public:
 
     // Waits a moment; true when the work has ended.
     bool waitForEnd() {
+        const ktWaitHooks::Wait wait;
         std::unique_lock<std::mutex> lock(mutex);
         return changed.wait_for(lock, ktEventPump::interval, [this] { return ended; });
     }
