@@ -58,6 +58,18 @@ std::vector<float> ktBakedFile::floats(const nlohmann::json& primitive, const st
     return values;
 }
 
+std::vector<std::uint32_t> ktBakedFile::indices(const nlohmann::json& primitive) const {
+    const auto& accessor = json.at("accessors").at(primitive.at("indices").get<size_t>());
+    const auto& view = json.at("bufferViews").at(accessor.at("bufferView").get<size_t>());
+    const size_t size = accessor.at("componentType") == 5125 ? 4 : accessor.at("componentType") == 5123 ? 2 : 1;
+    const size_t start = view.value("byteOffset", size_t(0)) + accessor.value("byteOffset", size_t(0));
+    std::vector<std::uint32_t> values(accessor.at("count").get<size_t>());
+    EXPECT_LE(start + size * values.size(), binary.size());
+    for (size_t i = 0; i < values.size(); ++i)
+        std::memcpy(&values[i], binary.data() + start + size * i, size);
+    return values;
+}
+
 std::vector<float> ktBakedFile::allOcclusion() const {
     std::vector<float> all;
     for (const auto& primitive : primitives())

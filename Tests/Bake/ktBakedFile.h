@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ public:
     std::vector<nlohmann::json> primitives() const;
     /// Values of a vertex attribute of tightly packed floats; empty when the primitive lacks it.
     std::vector<float> floats(const nlohmann::json& primitive, const std::string& attribute) const;
+    /// Vertex numbers of the triangles of an indexed primitive.
+    std::vector<std::uint32_t> indices(const nlohmann::json& primitive) const;
     /// `_AO` of all primitives, one after the other.
     std::vector<float> allOcclusion() const;
 
