@@ -96,7 +96,8 @@ say "building Boost.Python"
 (cd "$folder/boost" && private_apt source --download-only "$boost_source" >>"$log" 2>&1) ||
     fail "source package $boost_source (see $log)"
 tarball=$(ls "$folder"/boost/*.orig.tar.* | grep -v asc | head -n 1)
-tar -xf "$tarball" -C "$folder/boost" --wildcards --strip-components=1 '*/libs/python/src/*'
+tar -xf "$tarball" -C "$folder/boost" --wildcards --strip-components=1 '*/libs/python/src/*' ||
+    fail "the source package $boost_source does not unpack"
 objects=""
 cat > "$folder/boost/Makefile" <<MAKE
 sources := \$(shell find libs/python/src -name '*.cpp' ! -path '*/numpy/*')
