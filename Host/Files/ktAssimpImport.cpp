@@ -118,7 +118,7 @@ ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages)
     const auto size = static_cast<std::size_t>(info.size());
     ktProcessLimits limits;
     limits.memory_bytes = (std::size_t(4) << 30) + 100 * size;
-    limits.time_s = 120 + static_cast<unsigned>(size >> 17);
+    limits.time_s = 20 + static_cast<unsigned>(size >> 16);
     const ktBytes answer = ktRunLimited(limits, [&](ktByteSink& sink) { importInto(sink, file); });
 
     Header header;

@@ -57,7 +57,7 @@ public:
 
     void push(std::size_t node, std::size_t parent, const std::string& list) {
         if (node >= seen.size())
-            messages.warn(list, "refers to a node that does not exist", std::to_string(node));
+            messages.warn(list, "refers to a node that does not exist");
         else
             open.push_back({node, parent});
     }

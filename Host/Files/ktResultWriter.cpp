@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktResultWriter.h"
 
-#include "ktBakedColors.h"
 #include "ktGltfStore.h"
 #include "ktResultAttributes.h"
+#include "ktResultChannels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,7 +25,8 @@ ktJson* attributesOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
 typedef std::array<std::uint16_t, 4> ShadedColor;
 
 std::uint16_t toShort(float value) {
-    return static_cast<std::uint16_t>(std::lround(std::clamp(value, 0.0f, 1.0f) * 65535.0f));
+    // Not a number becomes 0.
+    return value > 0.0f ? static_cast<std::uint16_t>(std::lround(std::min(value, 1.0f) * 65535.0f)) : 0;
 }
 
 /// Results of one vertex, as they are stored.
@@ -93,7 +94,8 @@ private:
         bool hadColor;
     };
 
-    std::vector<Element> elementsOf(const ktPrimitiveLink& link, const ktBakedLight& baked, const Parts& parts) const;
+    std::vector<Element> elementsOf(const ktPrimitiveLink& link, const ktResultChannels& baked,
+                                    const Parts& parts) const;
     void fillUnused(const ktPrimitiveLink& link, Layer& layer);
     template <class Value, class Get>
     void writePart(bool Parts::*part, std::size_t Layer::*accessor, const char* type, ktComponent component,
@@ -109,11 +111,10 @@ private:
     std::map<std::size_t, std::size_t> standIns; ///< accessor by count
 };
 
-std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktBakedLight& baked,
+std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktResultChannels& baked,
                                         const Parts& parts) const {
     const std::size_t count = link.geometry->getPositions()->size();
     const osg::GeoColors4fPtr colors = osg::GeoColors4fPtr::dcast(link.geometry->getColors());
-    const std::array<float, 3> surface = ktGatheredSurfaceColor(link.geometry);
     std::vector<Element> elements(count);
     for (std::size_t i = 0; i < count; ++i) {
         Element& element = elements[i];
@@ -130,11 +131,10 @@ std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktBak
             element.color = {0, 0, 0, toShort(shadow)};
             continue;
         }
-        const std::array<float, 3> light = ktArrivingLight(baked, i, surface);
         const bool hasColor = colors != osg::NullFC && i < colors->size();
         const osg::Color4f own = hasColor ? colors->getField()[static_cast<osg::UInt32>(i)] : osg::Color4f(1, 1, 1, 1);
         for (osg::UInt32 c = 0; c < 3; ++c)
-            element.color[c] = toShort(own[c] * light[c] * shading.exposure);
+            element.color[c] = toShort(own[c] * baked.arriving[i][c] * shading.exposure);
         element.color[3] = toShort(own[3]);
     }
     return elements;
@@ -158,12 +158,12 @@ void Writer::add(const ktPrimitiveLink& link) {
     const ktJson* attributes = attributesOf(document, link);
     if (!attributes)
         return;
-    const ktBakedLight baked = ktReadBakedLight(link.geometry);
+    const ktResultChannels baked = ktReadResultChannels(link.geometry);
     Parts parts;
     parts.occlusion = !baked.working.empty();
     parts.indirect = baked.hasIndirect;
     parts.baked = !baked.light.empty();
-    parts.color = link.isGroundPlane || (shading.multiply && !baked.isEmpty());
+    parts.color = link.isGroundPlane || (shading.multiply && !baked.arriving.empty());
     if (!parts.any())
         return;
     const auto reference = [&](const char* name) {
@@ -268,10 +268,6 @@ void Writer::finish() {
     }
 }
 
-bool hasResults(const ktPrimitiveLink& link) {
-    return !ktReadBakedLight(link.geometry).isEmpty();
-}
-
 } // namespace
 
 void ktRemoveResults(ktGltfDocument& document, const std::vector<ktPrimitiveLink>& primitives) {
@@ -298,7 +294,7 @@ void ktWriteResults(ktGltfDocument& document, ktGltfStore& store, const std::vec
     for (const ktPrimitiveLink& link : primitives) {
         const auto key = std::make_pair(link.mesh, link.primitive);
         const auto [entry, isNew] = chosen.emplace(key, &link);
-        if (!isNew && !hasResults(*entry->second) && hasResults(link))
+        if (!isNew && !ktHasResults(entry->second->geometry) && ktHasResults(link.geometry))
             entry->second = &link;
     }
     std::set<std::pair<std::size_t, std::size_t>> done;

@@ -2,13 +2,13 @@
 #include "ktSceneFile.h"
 
 #include "ktAssimpImport.h"
-#include "ktBakedColors.h"
 #include "ktFileError.h"
 #include "ktGltfScene.h"
 #include "ktGltfStore.h"
 #include "ktGroundPlane.h"
 #include "ktNodeExtras.h"
 #include "ktRefinedWriter.h"
+#include "ktResultChannels.h"
 #include "ktResultWriter.h"
 
 #include <new>
@@ -65,7 +65,7 @@ void dropCompression(ktGltfDocument& document, const ktPrimitiveLink& link, ktFi
     ktJson* extensions = ktJsonMember(primitive, "extensions");
     if (!extensions || !ktJsonMember(*extensions, "KHR_draco_mesh_compression"))
         return;
-    if (!link.isRefined() && ktReadBakedLight(link.geometry).isEmpty())
+    if (!link.isRefined() && !ktHasResults(link.geometry))
         return;
     extensions->erase("KHR_draco_mesh_compression");
     if (extensions->empty())

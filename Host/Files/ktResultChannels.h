@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktPrimitiveLink.h"
+
+#include <array>
+
+/// What a geometry holds of results, one element a vertex. Values that are not finite count as 0.
+struct ktResultChannels {
+    std::vector<osg::Vec4f> working;            ///< channel 7: indirect light and direct result; empty: no result
+    std::vector<osg::Vec4f> light;              ///< channel 5, light and shadows mode; empty: none
+    std::vector<std::array<float, 3>> arriving; ///< what a viewer multiplies the surface's colour by; empty: no result
+    bool hasIndirect = false;                   ///< some indirect light was calculated
+
+    bool isEmpty() const { return working.empty() && light.empty(); }
+};
+
+/// Reads the result channels. A channel whose w are all at most ktLeastResult holds no result.
+ktResultChannels ktReadResultChannels(const osg::GeometryPtr& geometry);
+/// Whether there is anything to read in them.
+bool ktHasResults(const osg::GeometryPtr& geometry);
