@@ -119,7 +119,13 @@ void ktBounceLight::albedoOf(const ktTracedGeometry& traced, Surface& surface) {
     auto& colors = colorsOf[{traced.geometry, material}];
     if (!colors)
         colors = std::make_shared<ktSurfaceColors>(ktReadSurfaceColors(traced.geometry, material));
-    surface.colors = colors;
+    if (!colors->vertexColors.empty() || !colors->texCoords.empty()) {
+        surface.colors = colors;
+        return;
+    }
+    std::copy_n(colors->base.data(), 3, surface.albedo);
+    if (!settings.colorBleeding)
+        toLuminance(surface.albedo);
 }
 
 void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
@@ -191,8 +197,8 @@ void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, floa
         light[c] += weight * traced[c];
 }
 
-void ktBounceLight::radiance(std::uint32_t mesh, std::uint32_t triangle, float u, float v, float* color) const {
-    const Surface& surface = surfaces[mesh];
+inline void ktBounceLight::radiance(const Surface& surface, std::uint32_t triangle, float u, float v,
+                                    float* color) const {
     const std::uint32_t* corners = &(*surface.traced->triangles)[3 * std::size_t(triangle)];
     const float weights[3] = {1.0f - u - v, u, v};
     color[0] = color[1] = color[2] = 0.0f;
@@ -213,4 +219,18 @@ void ktBounceLight::radiance(std::uint32_t mesh, std::uint32_t triangle, float u
     }
     for (int c = 0; c < 3; ++c)
         color[c] *= albedo[c];
+}
+
+void ktBounceLight::addRadiance(const ktHitPacket& hits, std::uint32_t lanes, float* sum) const {
+    float total[3] = {sum[0], sum[1], sum[2]};
+    for (std::uint32_t left = lanes; left != 0; left &= left - 1) {
+        const auto i = static_cast<std::uint32_t>(__builtin_ctz(left));
+        if (hits.mesh[i] == ktHitPacket::noMesh)
+            continue;
+        float color[3];
+        radiance(surfaces[hits.mesh[i]], hits.triangle[i], hits.u[i], hits.v[i], color);
+        for (int c = 0; c < 3; ++c)
+            total[c] += color[c];
+    }
+    std::copy_n(total, 3, sum);
 }

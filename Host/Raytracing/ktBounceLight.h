@@ -40,12 +40,14 @@ public:
     /// The bounce under way is over: the next snapshot() takes what it gathered.
     void endBounce() { isFresh = false; }
 
-    /// Makes sure that there is a snapshot for this bounce; main thread, before radiance().
+    /// Makes sure that there is a snapshot for this bounce; main thread, before addRadiance().
     void snapshot(const ktTracedScene& scene, ktEventPump& pump);
-    /// Light, linear red, green, blue, that leaves a point of a triangle. Any thread.
-    /// @param mesh, triangle, u, v as a tracer reports a hit
+    /// Adds the light, linear red, green, blue, that leaves the surfaces where rays met them. Any thread.
+    /// @param hits  as a tracer reports them
+    /// @param lanes bit i: ray i counts
+    /// @param sum   three floats; the light is added ray by ray, in ascending order
     /// @throws ktCanceled
-    void radiance(std::uint32_t mesh, std::uint32_t triangle, float u, float v, float* color) const;
+    void addRadiance(const ktHitPacket& hits, std::uint32_t lanes, float* sum) const;
 
     /// What a geometry's vertices received in the bounce under way, three floats a vertex, before the surface's own colour
     /// tints it. Replaces what was there. Main thread.
@@ -71,6 +73,7 @@ private:
     };
 
     void albedoOf(const ktTracedGeometry& traced, Surface& surface);
+    void radiance(const Surface& surface, std::uint32_t triangle, float u, float v, float* color) const;
     void readReceived(const ktTracedGeometry& traced, std::vector<float>& received, ktEventPump& pump) const;
     bool holdsResult(const osg::GeometryPtr& geometry) const;
     void addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const;

@@ -138,11 +138,27 @@ std::uint32_t occludedBy(RTCScene scene, const ktRayPacket& packet, bool bothSid
     return hit;
 }
 
+// Copies the hits of rays first .. first + Width - 1 into a packet.
+template <int Width, class RayHit>
+void storeHits(const RayHit& rays, const int* valid, int first, ktHitPacket& hits) {
+    for (int i = 0; i < Width; ++i) {
+        const int k = first + i;
+        hits.mesh[k] = valid[i] != 0 ? rays.hit.geomID[i] : ktHitPacket::noMesh;
+        hits.triangle[k] = rays.hit.primID[i];
+        hits.u[k] = rays.hit.u[i];
+        hits.v[k] = rays.hit.v[i];
+        hits.distance[k] = rays.ray.tfar[i];
+        const float dot = rays.ray.dir_x[i] * rays.hit.Ng_x[i] + rays.ray.dir_y[i] * rays.hit.Ng_y[i] +
+                          rays.ray.dir_z[i] * rays.hit.Ng_z[i];
+        hits.backSide |= static_cast<std::uint32_t>(hits.mesh[k] != ktHitPacket::noMesh && dot > 0.0f) << k;
+    }
+}
+
 template <int Width>
 void nearestBy(RTCScene scene, const ktRayPacket& packet, bool bothSides, ktHitPacket& hits) {
     using Packet = ktEmbreePacket<Width>;
     RTCIntersectContext context = makeContext(RTC_INTERSECT_CONTEXT_FLAG_COHERENT, bothSides);
-    alignas(64) typename Packet::RayHit rays;
+    alignas(64) typename Packet::RayHit rays = {};
     alignas(64) int valid[Width];
     hits.backSide = 0;
     for (int first = 0; first < tileWidth; first += Width) {
@@ -150,20 +166,54 @@ void nearestBy(RTCScene scene, const ktRayPacket& packet, bool bothSides, ktHitP
         for (int i = 0; i < Width; ++i)
             rays.hit.geomID[i] = RTC_INVALID_GEOMETRY_ID;
         Packet::intersect(valid, scene, &context, &rays);
-        for (int i = 0; i < Width; ++i) {
-            const int k = first + i;
-            hits.mesh[k] = valid[i] != 0 ? rays.hit.geomID[i] : ktHitPacket::noMesh;
-            if (hits.mesh[k] == ktHitPacket::noMesh)
-                continue;
-            hits.triangle[k] = rays.hit.primID[i];
-            hits.u[k] = rays.hit.u[i];
-            hits.v[k] = rays.hit.v[i];
-            hits.distance[k] = rays.ray.tfar[i];
-            const float dot = rays.ray.dir_x[i] * rays.hit.Ng_x[i] + rays.ray.dir_y[i] * rays.hit.Ng_y[i] +
-                              rays.ray.dir_z[i] * rays.hit.Ng_z[i];
-            hits.backSide |= static_cast<std::uint32_t>(dot > 0.0f) << k;
-        }
+        storeHits<Width>(rays, valid, first, hits);
     }
+}
+
+// The nearest hits of the rays of one vertex, tile by tile.
+template <int Width>
+void nearestOfVertex(RTCScene scene, ktTurnTile turnTile, std::uint32_t index, const ktRayVertex& vertex,
+                     const ktRayLimits& limits, ktHitReceiver& receiver) {
+    using Packet = ktEmbreePacket<Width>;
+    const ktDirectionSet& set = vertex.directions->set;
+    const bool canTrace = isTraceable(vertex);
+    RTCIntersectContext context = makeContext(RTC_INTERSECT_CONTEXT_FLAG_COHERENT, limits.bothSides);
+    alignas(64) typename Packet::RayHit rays = {};
+    alignas(64) int valid[Width];
+    alignas(64) float x[tileWidth], y[tileWidth], z[tileWidth];
+    ktHitPacket hits;
+    ktPrepareEmbreeRays<typename Packet::Ray, Width>(rays.ray);
+    for (int i = 0; i < Width; ++i) {
+        rays.ray.org_x[i] = vertex.origin[0];
+        rays.ray.org_y[i] = vertex.origin[1];
+        rays.ray.org_z[i] = vertex.origin[2];
+        rays.ray.tnear[i] = limits.minDistance;
+    }
+    for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile) {
+        turnTile(set.tiles[tile], vertex, x, y, z);
+        const std::uint32_t lanes = canTrace ? set.laneMask(tile) : 0;
+        hits.backSide = 0;
+        for (int first = 0; first < tileWidth; first += Width) {
+            std::memcpy(rays.ray.dir_x, x + first, sizeof(rays.ray.dir_x));
+            std::memcpy(rays.ray.dir_y, y + first, sizeof(rays.ray.dir_y));
+            std::memcpy(rays.ray.dir_z, z + first, sizeof(rays.ray.dir_z));
+            for (int i = 0; i < Width; ++i) {
+                rays.ray.tfar[i] = limits.maxDistance;
+                rays.hit.geomID[i] = RTC_INVALID_GEOMETRY_ID;
+                valid[i] = -static_cast<int>(lanes >> (first + i) & 1u);
+            }
+            Packet::intersect(valid, scene, &context, &rays);
+            storeHits<Width>(rays, valid, first, hits);
+        }
+        receiver.hits(index, tile, hits);
+    }
+}
+
+template <int Width>
+void findNearestBy(RTCScene scene, ktTurnTile turnTile, const ktRayVertex* vertices, std::uint32_t count,
+                   const ktRayLimits& limits, ktHitReceiver& receiver) {
+    for (std::uint32_t v = 0; v < count; ++v)
+        nearestOfVertex<Width>(scene, turnTile, v, vertices[v], limits, receiver);
 }
 
 bool reportProgress(void* progress, double share) {
@@ -241,6 +291,20 @@ void ktEmbreeTracer::countVisible(const ktRayVertex* vertices, std::uint32_t cou
         return countVisibleBy<4>(scene, turnTile, vertices, count, limits, visible, masks);
     default:
         return ktTracer::countVisible(vertices, count, limits, visible, masks);
+    }
+}
+
+void ktEmbreeTracer::findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
+                                 ktHitReceiver& receiver) const {
+    switch (scene ? width : 0) {
+    case 16:
+        return findNearestBy<16>(scene, turnTile, vertices, count, limits, receiver);
+    case 8:
+        return findNearestBy<8>(scene, turnTile, vertices, count, limits, receiver);
+    case 4:
+        return findNearestBy<4>(scene, turnTile, vertices, count, limits, receiver);
+    default:
+        return ktTracer::findNearest(vertices, count, limits, receiver);
     }
 }
 

@@ -19,6 +19,8 @@ public:
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
     void countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                       std::uint32_t* visible, std::uint64_t* const* masks) const override;
+    void findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
+                     ktHitReceiver& receiver) const override;
     std::uint32_t occluded(const ktRayPacket& rays, bool bothSides) const override;
     void nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const override;
 

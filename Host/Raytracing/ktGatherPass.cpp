@@ -19,16 +19,7 @@ public:
     Sums(const ktBounceLight& light, const ktDirectionSet& directions) : light(light), directions(directions) {}
 
     void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) override {
-        const std::uint32_t lanes = directions.laneMask(tile);
-        float* const sum = sums[first + vertex];
-        for (std::uint32_t i = 0; i < ktHitPacket::width; ++i) {
-            if ((lanes >> i & 1u) == 0 || packet.mesh[i] == ktHitPacket::noMesh)
-                continue;
-            float color[3];
-            light.radiance(packet.mesh[i], packet.triangle[i], packet.u[i], packet.v[i], color);
-            for (int c = 0; c < 3; ++c)
-                sum[c] += color[c];
-        }
+        light.addRadiance(packet, directions.laneMask(tile), sums[first + vertex]);
     }
 
     std::uint32_t first = 0; // the vertex that the batch under way begins with
