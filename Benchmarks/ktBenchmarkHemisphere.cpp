@@ -7,13 +7,14 @@
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereTracer.h"
 #include "ktParallel.h"
+#include "ktVertexFrames.h"
+#include "ktVertexGroups.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
 #include <cfloat>
 #include <chrono>
-#include <cmath>
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -29,73 +30,35 @@ struct Options {
     std::size_t assembly = 5000000;
     std::size_t vertices = 16384;
     unsigned threads = 2, repeats = 5, lanes = 16;
+    float minDistance = -1; // share of the diagonal; -1: the host's least
     bool cpuTime = false, occlusionOnly = false;
 };
 
 constexpr std::size_t taskVertices = 64;
 
-// Spreads the low 21 bits of a number to every third bit (G. M. Morton, "A Computer Oriented Geodetic Data Base", 1966).
-std::uint64_t spread(std::uint64_t v) {
-    std::uint64_t out = 0;
-    for (int bit = 0; bit < 21; ++bit)
-        out |= (v >> bit & 1) << (3 * bit);
-    return out;
-}
-
-/// Vertices in the order of tracing; of large scenes evenly spaced runs of 64.
+/// Vertices as a bake traces them, mesh after mesh along a space-filling curve; of large scenes evenly spaced runs
+/// of 64.
 std::vector<ktRayVertex> makeVertices(const ktBenchmarkScene& scene, std::size_t limit) {
-    struct Place {
-        std::uint64_t code;
-        std::uint32_t mesh, vertex;
-    };
-    float lower[3] = {FLT_MAX, FLT_MAX, FLT_MAX};
-    for (const ktBenchmarkMesh& mesh : scene.meshes)
-        for (std::size_t i = 0; i < mesh.normals.size(); ++i)
-            lower[i % 3] = std::min(lower[i % 3], mesh.positions[i]);
     const float diagonal = scene.diagonal();
-    std::vector<Place> places;
-    for (std::uint32_t m = 0; m < scene.meshes.size(); ++m) {
-        for (std::uint32_t v = 0; v < scene.meshes[m].vertexCount(); ++v) {
-            const float* n = &scene.meshes[m].normals[3 * v];
-            if (!(std::fabs(n[0] * n[0] + n[1] * n[1] + n[2] * n[2] - 1) < 0.01f))
-                continue;
-            std::uint64_t code = 0;
-            for (int axis = 0; axis < 3; ++axis) {
-                const float share = (scene.meshes[m].positions[3 * v + axis] - lower[axis]) / diagonal;
-                code |= spread(static_cast<std::uint64_t>(share * 2097151)) << axis;
-            }
-            places.push_back({code, m, v});
-        }
-    }
-    std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
-        return std::tie(a.code, a.mesh, a.vertex) < std::tie(b.code, b.mesh, b.vertex);
-    });
-    std::vector<ktRayVertex> vertices;
-    const std::size_t runs = places.size() / taskVertices;
-    const std::size_t step = std::max<std::size_t>(1, runs / std::max<std::size_t>(1, limit / taskVertices));
-    for (std::size_t run = 0; run < runs; run += step) {
-        for (std::size_t i = run * taskVertices; i < (run + 1) * taskVertices; ++i) {
-            const ktBenchmarkMesh& mesh = scene.meshes[places[i].mesh];
-            const float *p = &mesh.positions[3 * places[i].vertex], *n = &mesh.normals[3 * places[i].vertex];
-            float side[3] = {0, 0, 0};
-            side[std::fabs(n[0]) < 0.6f ? 0 : std::fabs(n[1]) < 0.6f ? 1 : 2] = 1;
-            float t[3] = {side[1] * n[2] - side[2] * n[1], side[2] * n[0] - side[0] * n[2], side[0] * n[1] - side[1] * n[0]};
-            const float length = std::sqrt(t[0] * t[0] + t[1] * t[1] + t[2] * t[2]);
-            for (float& x : t)
-                x /= length;
-            const float b[3] = {n[1] * t[2] - n[2] * t[1], n[2] * t[0] - n[0] * t[2], n[0] * t[1] - n[1] * t[0]};
-            const float angle = static_cast<float>(2654435761u * static_cast<std::uint32_t>(i)) * 1.4629180e-9f;
+    const ktWorldTransform identity;
+    const ktVertexFrames frames(identity, nullptr, diagonal);
+    std::vector<ktRayVertex> all, vertices;
+    for (const ktBenchmarkMesh& mesh : scene.meshes) {
+        const float *positions = mesh.positions.data(), *normals = mesh.normals.data();
+        const ktVertexGroups groups = ktGroupVertices(positions, normals, mesh.vertexCount());
+        const std::vector<ktInward> inward = ktInwardDirections(positions, mesh.vertexCount(), mesh.indices);
+        for (std::size_t group = 0; group < groups.size(); ++group) {
+            const std::size_t first = 3 * std::size_t(groups.first(group));
             ktRayVertex vertex;
-            vertex.directions = nullptr;
-            for (int axis = 0; axis < 3; ++axis) {
-                vertex.normal[axis] = n[axis];
-                vertex.tangent[axis] = std::cos(angle) * t[axis] + std::sin(angle) * b[axis];
-                vertex.bitangent[axis] = std::cos(angle) * b[axis] - std::sin(angle) * t[axis];
-                vertex.origin[axis] = p[axis] + n[axis] * diagonal * 1e-5f;
-            }
-            vertices.push_back(vertex);
+            if (frames.make(positions + first, normals + first, groups.inwardOf(group, inward.data()), vertex))
+                all.push_back(vertex);
         }
     }
+    const std::size_t runs = all.size() / taskVertices;
+    const std::size_t step = std::max<std::size_t>(1, runs / std::max<std::size_t>(1, limit / taskVertices));
+    for (std::size_t run = 0; run < runs; run += step)
+        vertices.insert(vertices.end(), all.begin() + static_cast<std::ptrdiff_t>(run * taskVertices),
+                        all.begin() + static_cast<std::ptrdiff_t>((run + 1) * taskVertices));
     return vertices;
 }
 
@@ -106,7 +69,8 @@ double threadTime() {
 }
 
 /// Seconds that `body` takes over all vertices, 64 at a time.
-template <class Body> double seconds(const Options& options, tbb::task_arena& arena, std::size_t count, const Body& body) {
+template <class Body>
+double seconds(const Options& options, tbb::task_arena& arena, std::size_t count, const Body& body) {
     std::atomic<std::int64_t> nanoseconds{0};
     const auto start = std::chrono::steady_clock::now();
     arena.execute([&] {
@@ -133,11 +97,12 @@ struct Nothing : ktHitReceiver {
     }
 };
 
-void row(const char* scene, const char* what, std::size_t rays, const char* distance, double total, const std::vector<double>& embree,
-         const std::vector<double>& ours, double differ) {
+void row(const char* scene, const char* what, std::size_t rays, const char* distance, double total,
+         const std::vector<double>& embree, const std::vector<double>& ours, double differ) {
     const double plain = median(embree), hemisphere = median(ours);
-    std::printf("%-10s %-9s %5zu %-9s %9.1f %9.1f %7.2f %9.2f %10.1e\n", scene, what, rays, distance, total / plain / 1e6,
-                total / hemisphere / 1e6, plain / hemisphere, 1e6 * hemisphere / (total / static_cast<double>(rays)), differ);
+    std::printf("%-10s %-9s %5zu %-9s %9.1f %9.1f %7.2f %9.2f %10.1e\n", scene, what, rays, distance,
+                total / plain / 1e6, total / hemisphere / 1e6, plain / hemisphere,
+                1e6 * hemisphere / (total / static_cast<double>(rays)), differ);
     std::fflush(stdout);
 }
 
@@ -154,10 +119,13 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
     arena.execute([&] { plain.build(meshes); });
     const auto end = std::chrono::steady_clock::now();
     std::vector<ktRayVertex> vertices = makeVertices(scene, options.vertices);
-    std::printf("# %s: %zu triangles, %zu of %zu vertices, %u lanes; structure %.2f s (Embree %.2f s), %.1f bytes a triangle, depth %u\n",
+    std::printf("# %s: %zu triangles, %zu of %zu vertices, %u lanes; structure %.2f s (Embree %.2f s), %.1f bytes a "
+                "triangle, depth %u\n",
                 scene.name.c_str(), scene.triangleCount(), vertices.size(), scene.vertexCount(), tracer.laneCount(),
-                std::chrono::duration<double>(between - start).count(), std::chrono::duration<double>(end - between).count(),
-                static_cast<double>(tracer.structure().memory()) / static_cast<double>(scene.triangleCount()), tracer.structure().depth());
+                std::chrono::duration<double>(between - start).count(),
+                std::chrono::duration<double>(end - between).count(),
+                static_cast<double>(tracer.structure().memory()) / static_cast<double>(scene.triangleCount()),
+                tracer.structure().depth());
     const float diagonal = scene.diagonal();
     for (unsigned side : options.sides) {
         const ktDirectionSet set = ktMakeHemisphereDirections(side, side, 1.0f, 1.0f, 1);
@@ -165,7 +133,9 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
         for (ktRayVertex& vertex : vertices)
             vertex.directions = prepared.get();
         for (float share : {0.0f, 0.03f}) {
-            const ktRayLimits limits{1e-5f * diagonal, share > 0 ? share * diagonal : FLT_MAX, true};
+            const ktRayLimits limits{options.minDistance < 0 ? ktVertexFrames::leastDistance(diagonal)
+                                                             : options.minDistance * diagonal,
+                                     share > 0 ? share * diagonal : FLT_MAX, true};
             const char* distance = share > 0 ? "3 %" : "any";
             const double total = static_cast<double>(vertices.size()) * set.count;
             for (bool nearest : {false, true}) {
@@ -219,17 +189,23 @@ int main(int argc, char** argv) {
     app.add_option("--sides", options.sides, "Rays a vertex: the square of each");
     app.add_option("--assembly", options.assembly, "Triangles of the generated assembly");
     app.add_option("--vertices", options.vertices, "Vertices traced, about");
+    app.add_option("--min-distance", options.minDistance,
+                   "Nearest hit that counts, as a share of the diagonal; by default the host's least");
     app.add_option("--threads", options.threads, "Threads");
     app.add_option("--repeats", options.repeats, "Runs of each, in turns; the median counts");
     app.add_option("--lanes", options.lanes, "Floats at a time, at most: 4, 8, 16");
-    app.add_flag("--cpu-time", options.cpuTime, "Count the threads' processor time, for machines that do other work too");
+    app.add_flag("--cpu-time", options.cpuTime,
+                 "Count the threads' processor time, for machines that do other work too");
     app.add_flag("--occlusion-only", options.occlusionOnly, "Leave nearest hits out");
     CLI11_PARSE(app, argc, argv);
-    std::printf("%-10s %-9s %5s %-9s %9s %9s %7s %9s %10s\n", "scene", "what", "rays", "distance", "Embree", "ours", "ratio", "us/vertex", "differ");
+    std::printf("%-10s %-9s %5s %-9s %9s %9s %7s %9s %10s\n", "scene", "what", "rays", "distance", "Embree", "ours",
+                "ratio", "us/vertex", "differ");
     std::printf("%-10s %-9s %5s %-9s %9s %9s\n", "", "", "", "", "Mray/s", "Mray/s");
     for (const std::string& name : options.scenes) {
         try {
-            const std::string path = name == "bunny" ? options.models + "/stanford-bunny.obj" : name == "nefertiti" ? options.models + "/nefertiti.obj" : options.engine;
+            const std::string path = name == "bunny"       ? options.models + "/stanford-bunny.obj"
+                                     : name == "nefertiti" ? options.models + "/nefertiti.obj"
+                                                           : options.engine;
             if (name != "assembly" && !std::filesystem::exists(path)) {
                 std::printf("# %s: %s is not there\n", name.c_str(), path.c_str());
                 continue;

@@ -3,7 +3,9 @@
 
 #include <embree3/rtcore.h>
 
+#include <algorithm>
 #include <atomic>
+#include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -23,9 +25,6 @@ struct ktBvhTree::Library {
 };
 
 namespace {
-
-// Deeper than any tree over float boxes gets by halving; the library stops with an error beyond it.
-constexpr unsigned maxDepth = 96;
 
 struct Callbacks {
     const ktBvhTree::Split* split;
@@ -78,11 +77,19 @@ bool reportProgress(void* user, double share) {
 ktBvhTree::ktBvhTree() = default;
 ktBvhTree::~ktBvhTree() = default;
 
-bool ktBvhTree::build(std::vector<ktBvhPrimitive>& primitives, const Split& split, const Progress& progress) {
+bool ktBvhTree::build(Kind kind, std::vector<ktBvhPrimitive>& primitives, const Split& split,
+                      const Progress& progress) {
     rootNode = 0;
     library.reset();
+    ownNodes.clear();
+    ownLeaves.clear();
     if (primitives.empty())
         return true;
+    if (kind == Kind::Shallow) {
+        ktBvhBox box;
+        rootNode = halve(primitives.data(), primitives.data() + primitives.size(), box);
+        return !progress || progress(1.0f);
+    }
     library = std::make_unique<Library>();
     library->device = rtcNewDevice(nullptr);
     library->bvh = library->device ? rtcNewBVH(library->device) : nullptr;
@@ -124,4 +131,38 @@ bool ktBvhTree::build(std::vector<ktBvhPrimitive>& primitives, const Split& spli
         return false;
     throw std::runtime_error("the ray tracing library could not build the structure (error " +
                              std::to_string(static_cast<int>(rtcGetDeviceError(library->device))) + ")");
+}
+
+// At the median of the boxes' middles along the axis in which these extend farthest.
+std::uintptr_t ktBvhTree::halve(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box) {
+    const float big = std::numeric_limits<float>::max();
+    ktBvhBox middles{{big, big, big}, {-big, -big, -big}};
+    box = middles;
+    for (const ktBvhPrimitive* p = first; p != last; ++p) {
+        for (int axis = 0; axis < 3; ++axis) {
+            box.lower[axis] = std::min(box.lower[axis], p->lower[axis]);
+            box.upper[axis] = std::max(box.upper[axis], p->upper[axis]);
+            middles.lower[axis] = std::min(middles.lower[axis], p->lower[axis] + p->upper[axis]);
+            middles.upper[axis] = std::max(middles.upper[axis], p->lower[axis] + p->upper[axis]);
+        }
+    }
+    const std::ptrdiff_t count = last - first;
+    if (count <= static_cast<std::ptrdiff_t>(ktBvhLeaf::maxCount)) {
+        ktBvhLeaf& leaf = ownLeaves.emplace_back();
+        for (leaf.count = 0; first != last; ++first)
+            leaf.ids[leaf.count++] = first->id;
+        return reinterpret_cast<std::uintptr_t>(&leaf) | 1;
+    }
+    int widest = 0;
+    for (int axis = 1; axis < 3; ++axis)
+        if (middles.upper[axis] - middles.lower[axis] > middles.upper[widest] - middles.lower[widest])
+            widest = axis;
+    std::nth_element(first, first + count / 2, last, [&](const ktBvhPrimitive& a, const ktBvhPrimitive& b) {
+        const float x = a.lower[widest] + a.upper[widest], y = b.lower[widest] + b.upper[widest];
+        return x < y || (x == y && a.id < b.id);
+    });
+    ktBvhNode& node = ownNodes.emplace_back();
+    node.child[0] = halve(first, first + count / 2, node.box[0]);
+    node.child[1] = halve(first + count / 2, last, node.box[1]);
+    return reinterpret_cast<std::uintptr_t>(&node);
 }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -33,7 +34,8 @@ struct ktBvhNode {
     std::uintptr_t child[2];
 };
 
-/// A binary bounding volume hierarchy built by Embree (surface-area heuristic). Lives as long as this object.
+/// A binary bounding volume hierarchy, as a rule built by Embree (surface-area heuristic). Lives as long as this
+/// object.
 class ktBvhTree {
 public:
     /// Cuts a primitive at `position` on `axis` into the boxes of both parts; called from many threads.
@@ -42,25 +44,40 @@ public:
     /// Called now and then, from any thread, with the share done (0 to 1); false stops the build.
     using Progress = std::function<bool(float)>;
 
+    /// Levels of the deepest tree.
+    static constexpr unsigned maxDepth = 96;
+
     ktBvhTree();
     ~ktBvhTree();
     ktBvhTree(const ktBvhTree&) = delete;
     ktBvhTree& operator=(const ktBvhTree&) = delete;
 
-    /// @param primitives are reordered; with `split` primitives may be referenced by several leaves, and room for as
+    enum class Kind {
+        Fast,    ///< quick to trace: split where it costs least; may get too deep where sizes differ by 2^90 and more
+        Shallow, ///< halved by count: at most 30 levels; cuts nothing, asks the library for nothing
+    };
+
+    /// @param primitives are reordered and, with `split`, cut; with `split` primitives may be referenced by several
+    /// leaves, and room for as
     ///                   many again is taken
     /// @return false when `progress` stopped it, the tree is then empty
-    /// @throws std::runtime_error when the library fails
-    bool build(std::vector<ktBvhPrimitive>& primitives, const Split& split, const Progress& progress);
+    /// @throws std::runtime_error when the library fails or the tree gets deeper than maxDepth
+    bool build(Kind kind, std::vector<ktBvhPrimitive>& primitives, const Split& split, const Progress& progress);
 
     /// 0 for an empty tree.
     std::uintptr_t root() const { return rootNode; }
     static bool isLeaf(std::uintptr_t node) { return node & 1; }
-    static const ktBvhLeaf& leaf(std::uintptr_t node) { return *reinterpret_cast<const ktBvhLeaf*>(node & ~std::uintptr_t(1)); }
+    static const ktBvhLeaf& leaf(std::uintptr_t node) {
+        return *reinterpret_cast<const ktBvhLeaf*>(node & ~std::uintptr_t(1));
+    }
     static const ktBvhNode& node(std::uintptr_t node) { return *reinterpret_cast<const ktBvhNode*>(node); }
 
 private:
+    std::uintptr_t halve(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box);
+
     struct Library;
     std::unique_ptr<Library> library;
+    std::deque<ktBvhNode> ownNodes; // of a shallow tree
+    std::deque<ktBvhLeaf> ownLeaves;
     std::uintptr_t rootNode = 0;
 };

@@ -7,12 +7,14 @@
 #include <sys/mman.h>
 #include <vector>
 
-/// Memory for large arrays that are read all over: asks for large pages, so that looking up addresses does not cost more
-/// than the data.
-template <class T> struct ktLargePageAllocator {
+/// Memory for large arrays that are read all over: asks for large pages, so that looking up addresses does not cost
+/// more than the data.
+template <class T>
+struct ktLargePageAllocator {
     using value_type = T;
     ktLargePageAllocator() = default;
-    template <class U> ktLargePageAllocator(const ktLargePageAllocator<U>&) {}
+    template <class U>
+    ktLargePageAllocator(const ktLargePageAllocator<U>&) {}
 
     T* allocate(std::size_t count) {
         constexpr std::size_t page = std::size_t(2) << 20;
@@ -26,8 +28,15 @@ template <class T> struct ktLargePageAllocator {
         return static_cast<T*>(memory);
     }
     void deallocate(T* memory, std::size_t) { std::free(memory); }
-    template <class U> bool operator==(const ktLargePageAllocator<U>&) const { return true; }
-    template <class U> bool operator!=(const ktLargePageAllocator<U>&) const { return false; }
+    template <class U>
+    bool operator==(const ktLargePageAllocator<U>&) const {
+        return true;
+    }
+    template <class U>
+    bool operator!=(const ktLargePageAllocator<U>&) const {
+        return false;
+    }
 };
 
-template <class T> using ktLargeArray = std::vector<T, ktLargePageAllocator<T>>;
+template <class T>
+using ktLargeArray = std::vector<T, ktLargePageAllocator<T>>;

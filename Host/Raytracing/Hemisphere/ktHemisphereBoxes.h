@@ -16,7 +16,8 @@ struct alignas(32) Children {
 // it no number), with the child's number in the lowest bits so that no two are equal.
 KT_INLINE Float8 orderKey(Float8 distance) {
     alignas(32) static const std::uint32_t number[8] = {0, 1, 2, 3, 4, 5, 6, 7};
-    return tagged(smaller(distance + Float8(1e-30f), Float8(1e38f)), ~7u, Float8::load(reinterpret_cast<const float*>(number)));
+    return tagged(smaller(distance + Float8(1e-30f), Float8(1e38f)), ~7u,
+                  Float8::load(reinterpret_cast<const float*>(number)));
 }
 
 /// How many of the children in `among` come before `child`.
@@ -41,7 +42,8 @@ KT_INLINE std::uint64_t blockCount(ktHemisphereRef leaf) {
 }
 
 KT_INLINE void prefetch(const ktHemisphereView& view, ktHemisphereRef ref) {
-    const char* at = ref & ktHemisphereLimits::leafFlag ? reinterpret_cast<const char*>(firstBlock(view, ref)) : reinterpret_cast<const char*>(view.nodes + ref);
+    const char* at = ref & ktHemisphereLimits::leafFlag ? reinterpret_cast<const char*>(firstBlock(view, ref))
+                                                        : reinterpret_cast<const char*>(view.nodes + ref);
     __builtin_prefetch(at);
     __builtin_prefetch(at + 64);
     __builtin_prefetch(at + 128);
@@ -49,7 +51,8 @@ KT_INLINE void prefetch(const ktHemisphereView& view, ktHemisphereRef ref) {
 }
 
 /// Which of a tile's 16 rays pass through a box (relative to the vertex) between the distances.
-template <bool nearest> KT_INLINE std::uint32_t raysThroughBox(const ktHemisphereWork& work, std::uint32_t tile, const float* lower,
+template <bool nearest>
+KT_INLINE std::uint32_t raysThroughBox(const ktHemisphereWork& work, std::uint32_t tile, const float* lower,
                                        const float* upper, int stride) {
     Float16 enter = work.minDistance, leave = nearest ? Float16::load(work.reach[tile]) : Float16(work.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {

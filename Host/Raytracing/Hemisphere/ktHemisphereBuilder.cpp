@@ -13,10 +13,11 @@ namespace {
 
 using Limits = ktHemisphereLimits;
 
-// Below this many triangles, and where their sizes differ widely, triangles are cut where their boxes overlap others: six
-// times as dear to build, but a sixth faster to trace on assemblies of large thin triangles. On scans it gains nothing.
+// Below this many triangles, and where their sizes differ widely, triangles are cut where their boxes overlap others:
+// six times as dear to build, but a sixth faster to trace on assemblies of large thin triangles. On scans it gains
+// nothing.
 constexpr std::size_t maxTrianglesToSplit = 1000000;
-constexpr double minSizeSpread = 2.0; // mean of the squared size over the square of the mean: 1 when all are equal
+constexpr double minSizeSpread = 2.0;
 
 // Beyond this products of coordinates overflow.
 constexpr float maxCoordinate = 1.844e18f;
@@ -31,6 +32,10 @@ Corner cornersOf(const ktTracerMesh& mesh, std::uint32_t triangle) {
              mesh.positions + std::size_t(3) * index[2]}};
 }
 
+bool equal(const float* a, const float* b) {
+    return a[0] == b[0] && a[1] == b[1] && a[2] == b[2];
+}
+
 bool usable(const ktTracerMesh& mesh, std::uint32_t triangle) {
     const std::uint32_t* index = mesh.indices + std::size_t(3) * triangle;
     if (std::max({index[0], index[1], index[2]}) >= mesh.vertexCount)
@@ -40,7 +45,8 @@ bool usable(const ktTracerMesh& mesh, std::uint32_t triangle) {
         for (int axis = 0; axis < 3; ++axis)
             if (!(std::fabs(p[axis]) < maxCoordinate))
                 return false;
-    return true;
+    // Without an area it is never hit.
+    return !equal(corner.p[0], corner.p[1]) && !equal(corner.p[1], corner.p[2]) && !equal(corner.p[2], corner.p[0]);
 }
 
 ktBvhBox boxOf(const Corner& corner) {
@@ -76,6 +82,32 @@ float longestSide(const ktBvhBox& box) {
     return std::max({box.upper[0] - box.lower[0], box.upper[1] - box.lower[1], box.upper[2] - box.lower[2]});
 }
 
+/// The boxes of all usable triangles.
+/// @param first      number of each mesh's first triangle
+/// @param sizeSpread mean of their squared size over the square of the mean: 1 when all are equal
+std::vector<ktBvhPrimitive> collect(const std::vector<ktTracerMesh>& meshes, const std::vector<std::uint32_t>& first,
+                                    double& sizeSpread) {
+    double sizes = 0, squares = 0;
+    std::vector<ktBvhPrimitive> primitives;
+    primitives.reserve(first.back() <= maxTrianglesToSplit ? std::size_t(2) * first.back() : first.back());
+    for (std::size_t m = 0; m < meshes.size(); ++m) {
+        for (std::uint32_t i = 0; i < meshes[m].triangleCount; ++i) {
+            if (!usable(meshes[m], i))
+                continue;
+            const ktBvhBox box = boxOf(cornersOf(meshes[m], i));
+            const double size = longestSide(box);
+            sizes += size;
+            squares += size * size;
+            primitives.push_back({{box.lower[0], box.lower[1], box.lower[2]},
+                                  0,
+                                  {box.upper[0], box.upper[1], box.upper[2]},
+                                  first[m] + i});
+        }
+    }
+    sizeSpread = sizes > 0 ? squares * static_cast<double>(primitives.size()) / (sizes * sizes) : 1;
+    return primitives;
+}
+
 struct Child {
     std::uintptr_t node;
     ktBvhBox box;
@@ -84,10 +116,11 @@ struct Child {
 } // namespace
 
 void ktHemisphereStructure::clear() {
-    nodes = {};
-    blocks = {};
-    first = {};
-    bucket = {};
+    // Assigning {} would keep the memory.
+    nodes = decltype(nodes)();
+    blocks = decltype(blocks)();
+    first = decltype(first)();
+    bucket = decltype(bucket)();
     root = 0;
     levels = 0;
 }
@@ -128,33 +161,27 @@ bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const
     if (!goOn(0.0f))
         return false;
     numberMeshes(meshes);
-    std::vector<ktBvhPrimitive> primitives;
-    double sizes = 0, squares = 0; // of the triangles' boxes
-    primitives.reserve(first.back() <= maxTrianglesToSplit ? std::size_t(2) * first.back() : first.back());
-    for (std::size_t m = 0; m < meshes.size(); ++m) {
-        for (std::uint32_t i = 0; i < meshes[m].triangleCount; ++i) {
-            if (!usable(meshes[m], i))
-                continue;
-            const ktBvhBox box = boxOf(cornersOf(meshes[m], i));
-            const double size = longestSide(box);
-            sizes += size;
-            squares += size * size;
-            primitives.push_back({{box.lower[0], box.lower[1], box.lower[2]}, 0,
-                                  {box.upper[0], box.upper[1], box.upper[2]}, first[m] + i});
-        }
-    }
+    double sizeSpread = 1;
+    std::vector<ktBvhPrimitive> primitives = collect(meshes, first, sizeSpread);
     if (primitives.empty())
         return true;
     ktBvhTree::Split split;
-    const double spread = sizes > 0 ? squares * static_cast<double>(primitives.size()) / (sizes * sizes) : 1;
-    if (primitives.size() <= maxTrianglesToSplit && spread >= minSizeSpread)
+    if (primitives.size() <= maxTrianglesToSplit && sizeSpread >= minSizeSpread)
         split = [&](std::uint32_t id, int axis, float position, const ktBvhBox& box, ktBvhBox& left, ktBvhBox& right) {
             const std::uint32_t mesh = meshOf(id);
             ktSplitTriangle(cornersOf(meshes[mesh], id - first[mesh]).p, axis, position, box, left, right);
         };
     ktBvhTree tree;
-    const bool built = tree.build(primitives, split, [&](float share) { return goOn(0.05f + 0.7f * share); });
-    primitives = {};
+    const auto grow = [&](float share) { return goOn(0.05f + 0.7f * share); };
+    bool built;
+    try {
+        built = tree.build(ktBvhTree::Kind::Fast, primitives, split, grow);
+    } catch (const std::runtime_error&) {
+        // Too deep, as with triangles at a hundred scales within each other; what else can go wrong goes wrong again.
+        primitives = collect(meshes, first, sizeSpread);
+        built = tree.build(ktBvhTree::Kind::Shallow, primitives, {}, grow);
+    }
+    primitives = decltype(primitives)();
     if (built && collapse(tree, meshes, goOn))
         return true;
     clear();
@@ -164,8 +191,10 @@ bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const
     throw;
 }
 
-bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& goOn) {
-    const auto addLeaf = [&](const ktBvhLeaf& leaf) {
+bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<ktTracerMesh>& meshes,
+                                     const ktTracer::Progress& goOn) {
+    const auto addLeaf = [&](ktBvhLeaf leaf) {
+        std::sort(leaf.ids, leaf.ids + leaf.count); // the builder's order depends on its threads
         for (std::uint32_t start = 0; start < leaf.count; start += Limits::blockTriangles) {
             ktHemisphereBlock block{};
             for (std::uint32_t lane = 0; lane < Limits::blockTriangles && start + lane < leaf.count; ++lane) {
@@ -182,6 +211,7 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
     const auto blocksOf = [](const ktBvhLeaf& leaf) {
         return (leaf.count + Limits::blockTriangles - 1) / Limits::blockTriangles;
     };
+    static_assert(ktBvhTree::maxDepth <= Limits::depth, "stacks are large enough");
     if (ktBvhTree::isLeaf(tree.root())) {
         addLeaf(ktBvhTree::leaf(tree.root()));
         root = Limits::leafFlag | ktHemisphereRef(blocks.size() - 1) << Limits::leafCountShift;
@@ -197,11 +227,10 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
     while (!pending.empty()) {
         const Pending here = pending.back();
         pending.pop_back();
-        if (nodes.size() % 1024 == 0 && !goOn(0.75f + 0.25f * static_cast<float>(blocks.size() / (first.back() / 3.0 + 1))))
+        if (nodes.size() % 1024 == 0 &&
+            !goOn(0.75f + 0.25f * static_cast<float>(blocks.size() / (first.back() / 3.0 + 1))))
             return false;
         levels = std::max(levels, here.level);
-        if (levels > Limits::depth)
-            throw std::runtime_error("the ray tracing structure is too deep");
 
         // Open the child of largest area until there are eight or only leaves are left.
         Child child[Limits::children];
@@ -229,20 +258,16 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
 
         ktHemisphereNode node;
         const float none = std::numeric_limits<float>::quiet_NaN();
-        const float infinity = std::numeric_limits<float>::infinity();
         std::fill(&node.lower[0][0], &node.lower[0][0] + 24, none);
         std::fill(&node.upper[0][0], &node.upper[0][0] + 24, none);
         std::fill(node.child, node.child + 8, 0u);
-        std::fill(node.ownLower, node.ownLower + 3, infinity);
-        std::fill(node.ownUpper, node.ownUpper + 3, -infinity);
+        std::fill(node.unused, node.unused + 6, 0u);
         node.firstBlock = blocks.size();
         for (std::uint32_t i = 0; i < count; ++i) {
             const ktBvhBox box = widened(child[i].box);
             for (int axis = 0; axis < 3; ++axis) {
                 node.lower[axis][i] = box.lower[axis];
                 node.upper[axis][i] = box.upper[axis];
-                node.ownLower[axis] = std::min(node.ownLower[axis], box.lower[axis]);
-                node.ownUpper[axis] = std::max(node.ownUpper[axis], box.upper[axis]);
             }
             if (ktBvhTree::isLeaf(child[i].node)) {
                 const ktBvhLeaf& leaf = ktBvhTree::leaf(child[i].node);

@@ -11,7 +11,8 @@
 /// Owns the tree and the triangles that rays are traced against, and knows which mesh a triangle came from.
 class ktHemisphereStructure {
 public:
-    /// Builds anew. Triangles with a corner that is no number or beyond 1.8e18 are left out.
+    /// Builds anew. Triangles with a corner that is no number or beyond 1.8e18, or with two equal corners, are left
+    /// out.
     /// @return false when `progress` stopped it: the structure is then empty
     /// @throws std::exception when memory runs out, the library fails, or there are 2^32 triangles or more:
     ///         the structure is then empty

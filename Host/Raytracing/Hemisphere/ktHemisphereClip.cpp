@@ -24,7 +24,8 @@ void intersect(ktBvhBox& box, const ktBvhBox& with) {
 
 } // namespace
 
-// Spatial splits: "Spatial Splits in Bounding Volume Hierarchies", Martin Stich, Heiko Friedrich, Andreas Dietrich, 2009.
+// Spatial splits: "Spatial Splits in Bounding Volume Hierarchies", Martin Stich, Heiko Friedrich, Andreas Dietrich,
+// 2009.
 void ktSplitTriangle(const float* const corner[3], int axis, float position, const ktBvhBox& box, ktBvhBox& left,
                      ktBvhBox& right) {
     const float big = std::numeric_limits<float>::max();

@@ -5,7 +5,8 @@
 
 #include <cstdint>
 
-// The functions that are compiled once for each instruction set, and the plain data they work on. Nothing here may be an inline function.
+// The functions that are compiled once for each instruction set, and the plain data they work on. Nothing here may be
+// an inline function.
 
 struct ktHemisphereBatch;
 struct ktRayLimits;
@@ -53,12 +54,12 @@ struct alignas(64) ktHemisphereWork {
     std::uint32_t busyCount;
 
     // Nearest hits only, [tile][ray].
-    alignas(64) float reach[64][16];      ///< distance of the nearest hit so far, else the maximum distance; -1 for padding
-    alignas(64) float tileReach[64];      ///< the largest of a tile
-    std::uint32_t hit[64][16]; ///< number of the triangle
+    alignas(64) float reach[64][16]; ///< distance of the nearest hit so far, else the maximum distance; -1 for padding
+    alignas(64) float tileReach[64]; ///< the largest of a tile
+    std::uint32_t hit[64][16];       ///< number of the triangle
     alignas(64) float u[64][16];
     alignas(64) float v[64][16]; ///< weights of its second and third corner
-    std::uint32_t back[64];   ///< bit i: ray i met the back of the surface
+    std::uint32_t back[64];      ///< bit i: ray i met the back of the surface
 };
 
 /// A ray of its own.

@@ -32,5 +32,5 @@ ktHemisphereHit rayNearest(const ktHemisphereView& view, const ktHemisphereRay& 
 } // namespace
 } // namespace KT_LANES
 
-const ktHemisphereKernel KT_KERNEL = {KT_KERNEL_NAME, KT_KERNEL_LANES, KT_LANES::trace<false>, KT_LANES::trace<true>,
-                                      KT_LANES::rayOccluded, KT_LANES::rayNearest};
+const ktHemisphereKernel KT_KERNEL = {KT_KERNEL_NAME,        KT_KERNEL_LANES,       KT_LANES::trace<false>,
+                                      KT_LANES::trace<true>, KT_LANES::rayOccluded, KT_LANES::rayNearest};

@@ -16,8 +16,10 @@
 
 namespace KT_LANES {
 
-template <int N> struct Float;
-template <int N> struct Mask;
+template <int N>
+struct Float;
+template <int N>
+struct Mask;
 
 } // namespace KT_LANES
 
@@ -32,7 +34,8 @@ template <int N> struct Mask;
 namespace KT_LANES {
 
 // Two halves, for widths that the processor has no register for.
-template <int N> struct Mask {
+template <int N>
+struct Mask {
     Mask<N / 2> low, high;
     friend KT_INLINE Mask operator&(Mask a, Mask b) { return {a.low & b.low, a.high & b.high}; }
     friend KT_INLINE Mask operator|(Mask a, Mask b) { return {a.low | b.low, a.high | b.high}; }
@@ -40,7 +43,8 @@ template <int N> struct Mask {
     KT_INLINE std::uint32_t bits() const { return low.bits() | high.bits() << (N / 2); }
 };
 
-template <int N> struct Float {
+template <int N>
+struct Float {
     Float<N / 2> low, high;
     KT_INLINE Float() = default;
     KT_INLINE Float(float all) : low(all), high(all) {}
@@ -82,7 +86,9 @@ template <int N> struct Float {
 };
 
 /// Square root of a number that is at least 0.
-KT_INLINE float rootOf(float x) { return __builtin_sqrtf(x); }
+KT_INLINE float rootOf(float x) {
+    return __builtin_sqrtf(x);
+}
 
 using Float4 = Float<4>;
 using Float8 = Float<8>;

@@ -5,14 +5,16 @@
 
 namespace KT_LANES {
 
-template <> struct Mask<16> {
+template <>
+struct Mask<16> {
     __mmask16 m;
     friend KT_INLINE Mask operator&(Mask a, Mask b) { return {static_cast<__mmask16>(a.m & b.m)}; }
     friend KT_INLINE Mask operator|(Mask a, Mask b) { return {static_cast<__mmask16>(a.m | b.m)}; }
     KT_INLINE std::uint32_t bits() const { return m; }
 };
 
-template <> struct Float<16> {
+template <>
+struct Float<16> {
     __m512 v;
     KT_INLINE Float() = default;
     KT_INLINE Float(__m512 x) : v(x) {}

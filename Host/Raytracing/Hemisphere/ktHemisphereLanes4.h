@@ -13,21 +13,35 @@ namespace KT_LANES {
 
 #if defined(__SSE2__)
 
-template <> struct Mask<4> {
+template <>
+struct Mask<4> {
 #if defined(__AVX512VL__) && defined(__AVX512DQ__)
     __mmask8 m;
-    friend KT_INLINE Mask operator&(Mask a, Mask b) { return {static_cast<__mmask8>(a.m & b.m)}; }
-    friend KT_INLINE Mask operator|(Mask a, Mask b) { return {static_cast<__mmask8>(a.m | b.m)}; }
-    KT_INLINE std::uint32_t bits() const { return m; }
+    friend KT_INLINE Mask operator&(Mask a, Mask b) {
+        return {static_cast<__mmask8>(a.m & b.m)};
+    }
+    friend KT_INLINE Mask operator|(Mask a, Mask b) {
+        return {static_cast<__mmask8>(a.m | b.m)};
+    }
+    KT_INLINE std::uint32_t bits() const {
+        return m;
+    }
 #else
     __m128 m;
-    friend KT_INLINE Mask operator&(Mask a, Mask b) { return {_mm_and_ps(a.m, b.m)}; }
-    friend KT_INLINE Mask operator|(Mask a, Mask b) { return {_mm_or_ps(a.m, b.m)}; }
-    KT_INLINE std::uint32_t bits() const { return static_cast<std::uint32_t>(_mm_movemask_ps(m)); }
+    friend KT_INLINE Mask operator&(Mask a, Mask b) {
+        return {_mm_and_ps(a.m, b.m)};
+    }
+    friend KT_INLINE Mask operator|(Mask a, Mask b) {
+        return {_mm_or_ps(a.m, b.m)};
+    }
+    KT_INLINE std::uint32_t bits() const {
+        return static_cast<std::uint32_t>(_mm_movemask_ps(m));
+    }
 #endif
 };
 
-template <> struct Float<4> {
+template <>
+struct Float<4> {
     __m128 v;
     KT_INLINE Float() = default;
     KT_INLINE Float(__m128 x) : v(x) {}
@@ -41,26 +55,50 @@ template <> struct Float<4> {
     friend KT_INLINE Float smaller(Float a, Float b) { return _mm_min_ps(a.v, b.v); }
     friend KT_INLINE Float larger(Float a, Float b) { return _mm_max_ps(a.v, b.v); }
 #if defined(__FMA__)
-    friend KT_INLINE Float mulAdd(Float a, Float b, Float c) { return _mm_fmadd_ps(a.v, b.v, c.v); }
-    friend KT_INLINE Float mulSub(Float a, Float b, Float c) { return _mm_fmsub_ps(a.v, b.v, c.v); }
+    friend KT_INLINE Float mulAdd(Float a, Float b, Float c) {
+        return _mm_fmadd_ps(a.v, b.v, c.v);
+    }
+    friend KT_INLINE Float mulSub(Float a, Float b, Float c) {
+        return _mm_fmsub_ps(a.v, b.v, c.v);
+    }
 #else
-    friend KT_INLINE Float mulAdd(Float a, Float b, Float c) { return a * b + c; }
-    friend KT_INLINE Float mulSub(Float a, Float b, Float c) { return a * b - c; }
+    friend KT_INLINE Float mulAdd(Float a, Float b, Float c) {
+        return a * b + c;
+    }
+    friend KT_INLINE Float mulSub(Float a, Float b, Float c) {
+        return a * b - c;
+    }
 #endif
 #if defined(__AVX512VL__) && defined(__AVX512DQ__)
-    friend KT_INLINE Mask<4> operator<(Float a, Float b) { return {_mm_cmp_ps_mask(a.v, b.v, _CMP_LT_OQ)}; }
-    friend KT_INLINE Mask<4> operator<=(Float a, Float b) { return {_mm_cmp_ps_mask(a.v, b.v, _CMP_LE_OQ)}; }
-    friend KT_INLINE Float select(Mask<4> m, Float a, Float b) { return _mm_mask_blend_ps(m.m, b.v, a.v); }
+    friend KT_INLINE Mask<4> operator<(Float a, Float b) {
+        return {_mm_cmp_ps_mask(a.v, b.v, _CMP_LT_OQ)};
+    }
+    friend KT_INLINE Mask<4> operator<=(Float a, Float b) {
+        return {_mm_cmp_ps_mask(a.v, b.v, _CMP_LE_OQ)};
+    }
+    friend KT_INLINE Float select(Mask<4> m, Float a, Float b) {
+        return _mm_mask_blend_ps(m.m, b.v, a.v);
+    }
 #else
-    friend KT_INLINE Mask<4> operator<(Float a, Float b) { return {_mm_cmplt_ps(a.v, b.v)}; }
-    friend KT_INLINE Mask<4> operator<=(Float a, Float b) { return {_mm_cmple_ps(a.v, b.v)}; }
+    friend KT_INLINE Mask<4> operator<(Float a, Float b) {
+        return {_mm_cmplt_ps(a.v, b.v)};
+    }
+    friend KT_INLINE Mask<4> operator<=(Float a, Float b) {
+        return {_mm_cmple_ps(a.v, b.v)};
+    }
     friend KT_INLINE Float select(Mask<4> m, Float a, Float b) {
         return _mm_or_ps(_mm_and_ps(m.m, a.v), _mm_andnot_ps(m.m, b.v));
     }
 #endif
-    friend KT_INLINE Float signOf(Float a) { return _mm_and_ps(a.v, _mm_set1_ps(-0.0f)); }
-    friend KT_INLINE Float flipSign(Float a, Float sign) { return _mm_xor_ps(a.v, sign.v); }
-    friend KT_INLINE Float absolute(Float a) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), a.v); }
+    friend KT_INLINE Float signOf(Float a) {
+        return _mm_and_ps(a.v, _mm_set1_ps(-0.0f));
+    }
+    friend KT_INLINE Float flipSign(Float a, Float sign) {
+        return _mm_xor_ps(a.v, sign.v);
+    }
+    friend KT_INLINE Float absolute(Float a) {
+        return _mm_andnot_ps(_mm_set1_ps(-0.0f), a.v);
+    }
     friend KT_INLINE Float withBits(Float a, Mask<4> m, std::uint32_t bits) {
         const __m128 b = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits)));
 #if defined(__AVX512VL__) && defined(__AVX512DQ__)
@@ -80,14 +118,16 @@ template <> struct Float<4> {
 
 #else
 
-template <> struct Mask<4> {
+template <>
+struct Mask<4> {
     std::int32_t __attribute__((vector_size(16))) m;
     friend KT_INLINE Mask operator&(Mask a, Mask b) { return {a.m & b.m}; }
     friend KT_INLINE Mask operator|(Mask a, Mask b) { return {a.m | b.m}; }
     KT_INLINE std::uint32_t bits() const { return (m[0] & 1u) | (m[1] & 2u) | (m[2] & 4u) | (m[3] & 8u); }
 };
 
-template <> struct Float<4> {
+template <>
+struct Float<4> {
     typedef float V __attribute__((vector_size(16)));
     typedef std::int32_t I __attribute__((vector_size(16)));
     V v;

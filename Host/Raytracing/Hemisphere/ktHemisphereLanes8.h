@@ -5,21 +5,35 @@
 
 namespace KT_LANES {
 
-template <> struct Mask<8> {
+template <>
+struct Mask<8> {
 #if defined(__AVX512VL__) && defined(__AVX512DQ__)
     __mmask8 m;
-    friend KT_INLINE Mask operator&(Mask a, Mask b) { return {static_cast<__mmask8>(a.m & b.m)}; }
-    friend KT_INLINE Mask operator|(Mask a, Mask b) { return {static_cast<__mmask8>(a.m | b.m)}; }
-    KT_INLINE std::uint32_t bits() const { return m; }
+    friend KT_INLINE Mask operator&(Mask a, Mask b) {
+        return {static_cast<__mmask8>(a.m & b.m)};
+    }
+    friend KT_INLINE Mask operator|(Mask a, Mask b) {
+        return {static_cast<__mmask8>(a.m | b.m)};
+    }
+    KT_INLINE std::uint32_t bits() const {
+        return m;
+    }
 #else
     __m256 m;
-    friend KT_INLINE Mask operator&(Mask a, Mask b) { return {_mm256_and_ps(a.m, b.m)}; }
-    friend KT_INLINE Mask operator|(Mask a, Mask b) { return {_mm256_or_ps(a.m, b.m)}; }
-    KT_INLINE std::uint32_t bits() const { return static_cast<std::uint32_t>(_mm256_movemask_ps(m)); }
+    friend KT_INLINE Mask operator&(Mask a, Mask b) {
+        return {_mm256_and_ps(a.m, b.m)};
+    }
+    friend KT_INLINE Mask operator|(Mask a, Mask b) {
+        return {_mm256_or_ps(a.m, b.m)};
+    }
+    KT_INLINE std::uint32_t bits() const {
+        return static_cast<std::uint32_t>(_mm256_movemask_ps(m));
+    }
 #endif
 };
 
-template <> struct Float<8> {
+template <>
+struct Float<8> {
     __m256 v;
     KT_INLINE Float() = default;
     KT_INLINE Float(__m256 x) : v(x) {}
@@ -35,16 +49,32 @@ template <> struct Float<8> {
     friend KT_INLINE Float mulAdd(Float a, Float b, Float c) { return _mm256_fmadd_ps(a.v, b.v, c.v); }
     friend KT_INLINE Float mulSub(Float a, Float b, Float c) { return _mm256_fmsub_ps(a.v, b.v, c.v); }
 #if defined(__AVX512VL__) && defined(__AVX512DQ__)
-    friend KT_INLINE Mask<8> operator<(Float a, Float b) { return {_mm256_cmp_ps_mask(a.v, b.v, _CMP_LT_OQ)}; }
-    friend KT_INLINE Mask<8> operator<=(Float a, Float b) { return {_mm256_cmp_ps_mask(a.v, b.v, _CMP_LE_OQ)}; }
-    friend KT_INLINE Float select(Mask<8> m, Float a, Float b) { return _mm256_mask_blend_ps(m.m, b.v, a.v); }
+    friend KT_INLINE Mask<8> operator<(Float a, Float b) {
+        return {_mm256_cmp_ps_mask(a.v, b.v, _CMP_LT_OQ)};
+    }
+    friend KT_INLINE Mask<8> operator<=(Float a, Float b) {
+        return {_mm256_cmp_ps_mask(a.v, b.v, _CMP_LE_OQ)};
+    }
+    friend KT_INLINE Float select(Mask<8> m, Float a, Float b) {
+        return _mm256_mask_blend_ps(m.m, b.v, a.v);
+    }
 #else
-    friend KT_INLINE Mask<8> operator<(Float a, Float b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)}; }
-    friend KT_INLINE Mask<8> operator<=(Float a, Float b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ)}; }
-    friend KT_INLINE Float select(Mask<8> m, Float a, Float b) { return _mm256_blendv_ps(b.v, a.v, m.m); }
+    friend KT_INLINE Mask<8> operator<(Float a, Float b) {
+        return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)};
+    }
+    friend KT_INLINE Mask<8> operator<=(Float a, Float b) {
+        return {_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ)};
+    }
+    friend KT_INLINE Float select(Mask<8> m, Float a, Float b) {
+        return _mm256_blendv_ps(b.v, a.v, m.m);
+    }
 #endif
-    friend KT_INLINE Float signOf(Float a) { return _mm256_and_ps(a.v, _mm256_set1_ps(-0.0f)); }
-    friend KT_INLINE Float flipSign(Float a, Float sign) { return _mm256_xor_ps(a.v, sign.v); }
+    friend KT_INLINE Float signOf(Float a) {
+        return _mm256_and_ps(a.v, _mm256_set1_ps(-0.0f));
+    }
+    friend KT_INLINE Float flipSign(Float a, Float sign) {
+        return _mm256_xor_ps(a.v, sign.v);
+    }
     friend KT_INLINE Float withBits(Float a, Mask<8> m, std::uint32_t bits) {
         const __m256 b = _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(bits)));
 #if defined(__AVX512VL__) && defined(__AVX512DQ__)

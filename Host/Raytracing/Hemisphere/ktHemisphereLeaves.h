@@ -3,9 +3,10 @@
 
 // Triangles as seen from a vertex. With the vertex as origin, the plane through it and an edge of a triangle has a
 // normal; a ray hits the triangle when it lies on the inner side of all three planes. The normals are computed once for
-// a block of four triangles and serve every ray of the vertex. An edge shared by two triangles gives the same normal but
-// for its sign, to the last bit, so no ray slips between them. After "Optimizing Ray-Triangle Intersection via Automated Search",
-// Andrew Kensler, Peter Shirley, 2006, and "Watertight Ray/Triangle Intersection", Sven Woop, Carsten Benthin, Ingo Wald, 2013.
+// a block of four triangles and serve every ray of the vertex. An edge shared by two triangles gives the same normal
+// but for its sign, to the last bit, so no ray slips between them. After "Optimizing Ray-Triangle Intersection via
+// Automated Search", Andrew Kensler, Peter Shirley, 2006, and "Watertight Ray/Triangle Intersection", Sven Woop,
+// Carsten Benthin, Ingo Wald, 2013.
 
 #include "ktHemisphereBoxes.h"
 
@@ -20,20 +21,30 @@ struct alignas(64) SeenBlock {
     std::uint32_t front;  ///< bit i: the vertex is on its front side
 };
 
-template <int N> struct Vector {
+template <int N>
+struct Vector {
     Float<N> x, y, z;
 };
 
-template <int N> KT_INLINE Vector<N> operator-(Vector<N> a, Vector<N> b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-template <int N> KT_INLINE Vector<N> operator+(Vector<N> a, Vector<N> b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-template <int N> KT_INLINE Vector<N> cross(Vector<N> a, Vector<N> b) {
+template <int N>
+KT_INLINE Vector<N> operator-(Vector<N> a, Vector<N> b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+template <int N>
+KT_INLINE Vector<N> operator+(Vector<N> a, Vector<N> b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+template <int N>
+KT_INLINE Vector<N> cross(Vector<N> a, Vector<N> b) {
     return {mulSub(a.y, b.z, a.z * b.y), mulSub(a.z, b.x, a.x * b.z), mulSub(a.x, b.y, a.y * b.x)};
 }
-template <int N> KT_INLINE Float<N> dot(Vector<N> a, Vector<N> b) {
+template <int N>
+KT_INLINE Float<N> dot(Vector<N> a, Vector<N> b) {
     return mulAdd(a.x, b.x, mulAdd(a.y, b.y, a.z * b.z));
 }
 
-template <int N> KT_INLINE Vector<N> loadVector(const float p[3][N]) {
+template <int N>
+KT_INLINE Vector<N> loadVector(const float p[3][N]) {
     return {Float<N>::load(p[0]), Float<N>::load(p[1]), Float<N>::load(p[2])};
 }
 KT_INLINE void storeFlipped(Vector<4> v, Float4 sign, float p[3][4]) {
@@ -42,14 +53,17 @@ KT_INLINE void storeFlipped(Vector<4> v, Float4 sign, float p[3][4]) {
     flipSign(v.z, sign).store(p[2]);
 }
 
-KT_INLINE void seeBlock(const ktHemisphereBlock& block, const float* origin, const float* planeNormal, bool bothSides, SeenBlock& seen) {
+KT_INLINE void seeBlock(const ktHemisphereBlock& block, const float* origin, const float* planeNormal, bool bothSides,
+                        SeenBlock& seen) {
     const Vector<4> o{origin[0], origin[1], origin[2]};
-    const Vector<4> a = loadVector<4>(block.corner[0]) - o;
-    const Vector<4> b = loadVector<4>(block.corner[1]) - o;
-    const Vector<4> c = loadVector<4>(block.corner[2]) - o;
-    // Sums and differences instead of the corners themselves keep the error proportional to the edge's length.
-    const Vector<4> normal = cross(b - a, c - a);
-    const Float4 height = dot(a, normal);
+    const Vector<4> cornerA = loadVector<4>(block.corner[0]), cornerB = loadVector<4>(block.corner[1]),
+                    cornerC = loadVector<4>(block.corner[2]);
+    const Vector<4> a = cornerA - o, b = cornerB - o, c = cornerC - o;
+    const Vector<4> fromB = cornerA - cornerB, toB = cornerB - cornerC, fromA = cornerC - cornerA;
+    // In the order in which Embree does it, to the last bit: whether a vertex in the plane of a wall is before or
+    // behind the wall is decided by rounding, and both tracers shall decide alike.
+    const Vector<4> normal = cross(fromA, fromB);
+    const Float4 height = dot(normal, a);
     const Float4 sign = signOf(height);
     const Float4 zero = 0.0f;
     const Float4 distance = flipSign(height, sign);
@@ -64,16 +78,20 @@ KT_INLINE void seeBlock(const ktHemisphereBlock& block, const float* origin, con
     seen.usable = usable.bits();
     if (!seen.usable)
         return;
-    storeFlipped(cross(b - c, b + c), sign, seen.inner[0]);
-    storeFlipped(cross(c - a, c + a), sign, seen.inner[1]);
-    storeFlipped(cross(a - b, a + b), sign, seen.inner[2]);
+    // Sums and differences instead of the corners themselves keep the error proportional to the edge's length.
+    // Differences are taken before the vertex is moved to the origin: a tiny triangle would become a point, and met by
+    // every ray.
+    storeFlipped(cross(toB, b + c), sign, seen.inner[0]);
+    storeFlipped(cross(fromA, c + a), sign, seen.inner[1]);
+    storeFlipped(cross(fromB, a + b), sign, seen.inner[2]);
     storeFlipped(normal, sign, seen.normal);
     distance.store(seen.height);
     seen.front = front.bits();
 }
 
 /// Which of 16 rays hit triangle `i` of a block between the distances.
-KT_INLINE std::uint32_t raysThroughTriangle(const SeenBlock& seen, std::uint32_t i, Vector<16> d, Float16 minDistance, Float16 maxDistance) {
+KT_INLINE std::uint32_t raysThroughTriangle(const SeenBlock& seen, std::uint32_t i, Vector<16> d, Float16 minDistance,
+                                            Float16 maxDistance) {
     const auto along = [&](const float n[3][4]) {
         return mulAdd(d.x, Float16(n[0][i]), mulAdd(d.y, Float16(n[1][i]), d.z * Float16(n[2][i])));
     };
@@ -100,10 +118,12 @@ KT_INLINE std::uint32_t trianglesInTile(const SeenBlock& seen, const ktHemispher
     return may.bits() & seen.usable;
 }
 
-/// Which of a block's four triangles one ray hits between the distances. The same operations in the same order as for 16 rays.
+/// Which of a block's four triangles one ray hits between the distances. The same operations in the same order as for
+/// 16 rays.
 KT_INLINE std::uint32_t trianglesOnRay(const SeenBlock& seen, const float* d, Float4 minDistance, Float4 maxDistance) {
     const auto along = [&](const float n[3][4]) {
-        return mulAdd(Float4(d[0]), Float4::load(n[0]), mulAdd(Float4(d[1]), Float4::load(n[1]), Float4(d[2]) * Float4::load(n[2])));
+        return mulAdd(Float4(d[0]), Float4::load(n[0]),
+                      mulAdd(Float4(d[1]), Float4::load(n[1]), Float4(d[2]) * Float4::load(n[2])));
     };
     const Float4 zero = 0.0f;
     const Float4 height = Float4::load(seen.height);

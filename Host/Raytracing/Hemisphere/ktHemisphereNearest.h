@@ -8,14 +8,15 @@
 namespace KT_LANES {
 
 /// Tests 16 rays against triangle `i` of a block and keeps hits within the rays' reach.
-KT_INLINE void keepNearest(ktHemisphereWork& work, std::uint32_t tile, const ktHemisphereBlock& block, const SeenBlock& seen,
-                           std::uint32_t i) {
+KT_INLINE void keepNearest(ktHemisphereWork& work, std::uint32_t tile, const ktHemisphereBlock& block,
+                           const SeenBlock& seen, std::uint32_t i) {
     const Vector<16> d = loadVector<16>(work.ray[tile]);
     const auto along = [&](const float n[3][4]) {
         return mulAdd(d.x, Float16(n[0][i]), mulAdd(d.y, Float16(n[1][i]), d.z * Float16(n[2][i])));
     };
     const Float16 zero = 0.0f, height = seen.height[i], reach = Float16::load(work.reach[tile]);
-    const Float16 a = along(seen.inner[0]), b = along(seen.inner[1]), c = along(seen.inner[2]), toward = along(seen.normal);
+    const Float16 a = along(seen.inner[0]), b = along(seen.inner[1]), c = along(seen.inner[2]),
+                  toward = along(seen.normal);
     const Mask<16> hit = (zero <= a) & (zero <= b) & (zero <= c) & (toward * Float16(work.minDistance) < height) &
                          (height <= toward * reach);
     const std::uint32_t lanes = hit.bits();
@@ -34,12 +35,15 @@ KT_INLINE void keepNearest(ktHemisphereWork& work, std::uint32_t tile, const ktH
 
 /// Tests one ray against the four triangles of a block. `distance` is the ray's reach, and becomes shorter with a hit.
 /// @return the triangle that is hit first, or 4
-KT_INLINE std::uint32_t nearestOnRay(const SeenBlock& seen, const float* d, float minDistance, float& distance, float& u, float& v) {
+KT_INLINE std::uint32_t nearestOnRay(const SeenBlock& seen, const float* d, float minDistance, float& distance,
+                                     float& u, float& v) {
     const auto along = [&](const float n[3][4]) {
-        return mulAdd(Float4(d[0]), Float4::load(n[0]), mulAdd(Float4(d[1]), Float4::load(n[1]), Float4(d[2]) * Float4::load(n[2])));
+        return mulAdd(Float4(d[0]), Float4::load(n[0]),
+                      mulAdd(Float4(d[1]), Float4::load(n[1]), Float4(d[2]) * Float4::load(n[2])));
     };
     const Float4 zero = 0.0f, height = Float4::load(seen.height);
-    const Float4 a = along(seen.inner[0]), b = along(seen.inner[1]), c = along(seen.inner[2]), toward = along(seen.normal);
+    const Float4 a = along(seen.inner[0]), b = along(seen.inner[1]), c = along(seen.inner[2]),
+                 toward = along(seen.normal);
     std::uint32_t hits = ((zero <= a) & (zero <= b) & (zero <= c) & (toward * Float4(minDistance) < height) &
                           (height <= toward * Float4(distance)))
                              .bits() &
@@ -64,10 +68,11 @@ KT_INLINE std::uint32_t nearestOnRay(const SeenBlock& seen, const float* d, floa
 }
 
 /// The same for one ray of a tile.
-KT_INLINE void keepNearestOfRay(ktHemisphereWork& work, std::uint32_t tile, std::uint32_t lane, const ktHemisphereBlock& block,
-                                const SeenBlock& seen) {
+KT_INLINE void keepNearestOfRay(ktHemisphereWork& work, std::uint32_t tile, std::uint32_t lane,
+                                const ktHemisphereBlock& block, const SeenBlock& seen) {
     const float d[3] = {work.ray[tile][0][lane], work.ray[tile][1][lane], work.ray[tile][2][lane]};
-    const std::uint32_t i = nearestOnRay(seen, d, work.minDistance, work.reach[tile][lane], work.u[tile][lane], work.v[tile][lane]);
+    const std::uint32_t i =
+        nearestOnRay(seen, d, work.minDistance, work.reach[tile][lane], work.u[tile][lane], work.v[tile][lane]);
     if (i == 4)
         return;
     work.hit[tile][lane] = block.id[i];

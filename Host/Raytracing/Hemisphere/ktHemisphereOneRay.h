@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// A ray of its own, with its own origin: for rays to lights and single questions. Eight boxes, four triangles at a time.
+// A ray of its own, with its own origin: for rays to lights and single questions. Eight boxes, four triangles at a
+// time.
 
 #include "ktHemisphereNearest.h"
 

@@ -18,7 +18,8 @@ KT_INLINE void endRays(ktHemisphereWork& work, std::uint32_t tile, std::uint32_t
 
 /// Some rays of a tile against the triangles of a leaf.
 template <bool nearest>
-KT_INLINE void leafRays(const ktHemisphereView& view, ktHemisphereWork& work, std::uint32_t tile, std::uint32_t rays, ktHemisphereRef ref) {
+KT_INLINE void leafRays(const ktHemisphereView& view, ktHemisphereWork& work, std::uint32_t tile, std::uint32_t rays,
+                        ktHemisphereRef ref) {
     const float* planeNormal = work.lowest > 0 ? work.normal : nullptr;
     std::uint32_t hit = 0;
     const ktHemisphereBlock* block = firstBlock(view, ref);
@@ -55,7 +56,8 @@ KT_INLINE void leafRays(const ktHemisphereView& view, ktHemisphereWork& work, st
 }
 
 /// Works down the tasks of all waiting tiles, one step of each in turn: while one waits for memory, the others go on.
-template <bool nearest> inline void rayPhase(const ktHemisphereView& view, ktHemisphereWork& work) {
+template <bool nearest>
+inline void rayPhase(const ktHemisphereView& view, ktHemisphereWork& work) {
     std::uint32_t count = work.busyCount;
     std::uint32_t tops[64], next[64];
     for (std::uint32_t i = 0; i < count; ++i)
@@ -125,8 +127,10 @@ template <bool nearest> inline void rayPhase(const ktHemisphereView& view, ktHem
             for (int axis = 0; axis < 3; ++axis) {
                 lower[axis].store(box[axis]);
                 upper[axis].store(box[axis + 3]);
-                enter = larger(enter, larger(lower[axis] * Float8(work.enterAbove[axis][tile]), upper[axis] * Float8(work.enterBelow[axis][tile])));
-                leave = smaller(leave, larger(upper[axis] * Float8(work.leaveFirst[axis][tile]), lower[axis] * Float8(work.leaveSecond[axis][tile])));
+                enter = larger(enter, larger(lower[axis] * Float8(work.enterAbove[axis][tile]),
+                                             upper[axis] * Float8(work.enterBelow[axis][tile])));
+                leave = smaller(leave, larger(upper[axis] * Float8(work.leaveFirst[axis][tile]),
+                                              lower[axis] * Float8(work.leaveSecond[axis][tile])));
             }
             for (std::uint32_t left = (enter <= leave * Float8(kExitMargin)).bits(); left; left &= left - 1) {
                 const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));

@@ -10,11 +10,11 @@
 using ktHemisphereRef = std::uint64_t;
 
 struct ktHemisphereLimits {
-    static constexpr std::uint32_t children = 8;      ///< of a node
+    static constexpr std::uint32_t children = 8; ///< of a node
     static constexpr std::uint32_t blockTriangles = 4;
-    static constexpr std::uint32_t leafBlocks = 2;    ///< at most, of a leaf
-    static constexpr std::uint32_t depth = 96;        ///< of the tree, at most
-    static constexpr std::uint32_t tiles = 64;        ///< of 16 rays, traced together
+    static constexpr std::uint32_t leafBlocks = 2; ///< at most, of a leaf
+    static constexpr std::uint32_t depth = 96;     ///< of the tree, at most
+    static constexpr std::uint32_t tiles = 64;     ///< of 16 rays, traced together
     static constexpr std::uint32_t tileRays = 16;
     static constexpr ktHemisphereRef leafFlag = ktHemisphereRef(1) << 63;
     static constexpr std::uint32_t leafCountShift = 48;
@@ -32,13 +32,13 @@ struct alignas(64) ktHemisphereNode {
     /// Index of a node, or childLeafFlag, number of blocks less 1 in bits 16 up, and the first block counted from
     /// firstBlock: the leaves of one node lie side by side.
     std::uint32_t child[8];
-    float ownLower[3], ownUpper[3];
+    std::uint32_t unused[6];
     std::uint64_t firstBlock;
 };
 static_assert(sizeof(ktHemisphereNode) == 256, "four cache lines");
 
-/// Four triangles: corners a, b, c, axis by axis, world space, and each triangle's number over all meshes. Empty lanes are
-/// all zero: a triangle without area is never hit.
+/// Four triangles: corners a, b, c, axis by axis, world space, and each triangle's number over all meshes. Empty lanes
+/// are all zero: a triangle without area is never hit.
 struct alignas(32) ktHemisphereBlock {
     float corner[3][3][4]; ///< [corner][axis][triangle]
     std::uint32_t id[4];

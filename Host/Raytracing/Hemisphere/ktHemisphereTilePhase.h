@@ -10,12 +10,12 @@ namespace KT_LANES {
 
 /// The children of a node as whole tiles are tested against them.
 struct alignas(32) TileBoxes {
-    float nearest[3][8]; ///< coordinate of the box nearest to the vertex; 0 when the vertex is inside the slab
-    float upper[3][8];   ///< huge when the box is below the vertex
-    float lower[3][8];   ///< minus huge when it is above
-    float key[8];        ///< order of distance
+    float nearest[3][8];    ///< coordinate of the box nearest to the vertex; 0 when the vertex is inside the slab
+    float upper[3][8];      ///< huge when the box is below the vertex
+    float lower[3][8];      ///< minus huge when it is above
+    float key[8];           ///< order of distance
     std::uint32_t below[3]; ///< bit i: child i lies below the vertex on this axis
-    std::uint32_t left;  ///< bit i: child i cannot be left out for all tiles
+    std::uint32_t left;     ///< bit i: child i cannot be left out for all tiles
 };
 
 KT_INLINE void seeChildren(const ktHemisphereNode& node, const ktHemisphereWork& work, TileBoxes& boxes) {
@@ -50,7 +50,9 @@ KT_INLINE void seeChildren(const ktHemisphereNode& node, const ktHemisphereWork&
 }
 
 /// Which of 16 tiles may have a ray through the child's box.
-template <bool nearest> KT_INLINE std::uint32_t tilesThroughBox(const ktHemisphereWork& work, const TileBoxes& boxes, std::uint32_t child, std::uint32_t firstTile) {
+template <bool nearest>
+KT_INLINE std::uint32_t tilesThroughBox(const ktHemisphereWork& work, const TileBoxes& boxes, std::uint32_t child,
+                                        std::uint32_t firstTile) {
     Float16 enter = work.minDistance;
     Float16 leave = nearest ? Float16::load(&work.tileReach[firstTile]) : Float16(work.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {
@@ -63,11 +65,13 @@ template <bool nearest> KT_INLINE std::uint32_t tilesThroughBox(const ktHemisphe
 }
 
 // For each set of triangles of a block, their numbers in 16-bit steps.
-constexpr std::uint64_t kTriangleLists[16] = {0, 0, 1, 0x10000, 2, 0x20000, 0x20001, 0x200010000ull,
-                                              3, 0x30000, 0x30001, 0x300010000ull, 0x30002, 0x300020000ull, 0x300020001ull, 0x3000200010000ull};
+constexpr std::uint64_t kTriangleLists[16] = {
+    0, 0,       1,       0x10000,        2,       0x20000,        0x20001,        0x200010000ull,
+    3, 0x30000, 0x30001, 0x300010000ull, 0x30002, 0x300020000ull, 0x300020001ull, 0x3000200010000ull};
 
 /// Several tiles against the triangles of a leaf.
-template <bool nearest> inline void leafTiles(const ktHemisphereView& view, ktHemisphereWork& work, std::uint64_t tiles, ktHemisphereRef ref) {
+template <bool nearest>
+inline void leafTiles(const ktHemisphereView& view, ktHemisphereWork& work, std::uint64_t tiles, ktHemisphereRef ref) {
     const float* planeNormal = work.lowest > 0 ? work.normal : nullptr;
     const ktHemisphereBlock* block = firstBlock(view, ref);
     const ktHemisphereBlock* const end = block + blockCount(ref);
@@ -91,7 +95,8 @@ template <bool nearest> inline void leafTiles(const ktHemisphereView& view, ktHe
             if (nearest)
                 keepNearest(work, tile, *block, seen, pair[i] & 3);
             else
-                work.live[tile] &= ~raysThroughTriangle(seen, pair[i] & 3, loadVector<16>(work.ray[tile]), work.minDistance, work.maxDistance);
+                work.live[tile] &= ~raysThroughTriangle(seen, pair[i] & 3, loadVector<16>(work.ray[tile]),
+                                                        work.minDistance, work.maxDistance);
         }
     }
     if (nearest)
@@ -114,7 +119,8 @@ KT_INLINE std::uint64_t tilesBeyond(const ktHemisphereWork& work, float distance
     return tiles;
 }
 
-template <bool nearest> inline void tilePhase(const ktHemisphereView& view, ktHemisphereWork& work) {
+template <bool nearest>
+inline void tilePhase(const ktHemisphereView& view, ktHemisphereWork& work) {
     ktHemisphereTileTask* const stack = work.tileStack;
     std::uint32_t top = 1;
     stack[0] = {view.root, work.liveTiles, nullptr, 0.0f};
@@ -165,7 +171,8 @@ template <bool nearest> inline void tilePhase(const ktHemisphereView& view, ktHe
                 continue;
             for (std::uint32_t left = boxes.left; left; left &= left - 1) {
                 const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));
-                part[child][group] = static_cast<std::uint16_t>(tilesThroughBox<nearest>(work, boxes, child, 16 * group));
+                part[child][group] =
+                    static_cast<std::uint16_t>(tilesThroughBox<nearest>(work, boxes, child, 16 * group));
             }
         }
         std::memcpy(mask, part, sizeof mask);
@@ -179,7 +186,8 @@ template <bool nearest> inline void tilePhase(const ktHemisphereView& view, ktHe
             const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));
             const ktHemisphereRef next = refOf(node, child);
             prefetch(view, next);
-            stack[top + count - 1 - rankOf(boxes.key, hit, child)] = {next, mask[child], &node.lower[0][child], nearest ? rootOf(boxes.key[child]) * kEnterMargin : 0.0f};
+            stack[top + count - 1 - rankOf(boxes.key, hit, child)] = {
+                next, mask[child], &node.lower[0][child], nearest ? rootOf(boxes.key[child]) * kEnterMargin : 0.0f};
         }
         top += count;
     }

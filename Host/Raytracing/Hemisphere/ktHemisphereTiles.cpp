@@ -23,7 +23,9 @@ void arrange(const ktDirectionSet& set, std::uint32_t* first, std::uint32_t* las
     int widest = 0;
     float extent = -1;
     for (int axis = 0; axis < 3; ++axis) {
-        const auto less = [&](std::uint32_t a, std::uint32_t b) { return component(set, a, axis) < component(set, b, axis); };
+        const auto less = [&](std::uint32_t a, std::uint32_t b) {
+            return component(set, a, axis) < component(set, b, axis);
+        };
         const auto range = std::minmax_element(first, last, less);
         const float size = component(set, *range.second, axis) - component(set, *range.first, axis);
         if (size > extent) {

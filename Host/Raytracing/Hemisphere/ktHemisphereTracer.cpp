@@ -11,8 +11,9 @@ namespace {
 
 const ktHemisphereKernel& chooseKernel([[maybe_unused]] std::uint32_t lanes) {
 #ifdef KT_HEMISPHERE_X86
-    const bool has8 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi") &&
-                      __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("lzcnt") && __builtin_cpu_supports("popcnt");
+    const bool has8 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+                      __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
+                      __builtin_cpu_supports("lzcnt") && __builtin_cpu_supports("popcnt");
     const bool has16 = has8 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
                        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
     if (has16 && lanes >= 16)

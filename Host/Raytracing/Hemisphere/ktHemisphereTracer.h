@@ -6,8 +6,8 @@
 
 struct ktHemisphereKernel;
 
-/// Traces all rays of a vertex together: whole tiles of directions go down the tree at once, since every ray of a vertex
-/// starts at the same point. Docs/hemisphere-tracer.md tells how. Rays with origins of their own (occluded(),
+/// Traces all rays of a vertex together: whole tiles of directions go down the tree at once, since every ray of a
+/// vertex starts at the same point. Docs/hemisphere-tracer.md tells how. Rays with origins of their own (occluded(),
 /// nearest()) go one by one.
 class ktHemisphereTracer : public ktTracer {
 public:

@@ -16,14 +16,16 @@ constexpr float kHuge = 3.0e38f;
 // Tile directions are widened by this, which covers every rounding in the tests made with them.
 constexpr float kDirectionMargin = 1e-6f;
 
-// Exits are moved back by this share: rounding of reciprocals and products ("Robust BVH Ray Traversal", Thiago Ize, 2013).
+// Exits are moved back by this share: rounding of reciprocals and products ("Robust BVH Ray Traversal", Thiago Ize,
+// 2013).
 constexpr float kExitMargin = 1.000001f;
 constexpr float kEnterMargin = 0.999999f;
 
 // Directions of 16 lanes along one world axis. Not fused, and in the order of ktTurnTile: every tracer sends the same
 // rays, to the last bit, on every processor.
 KT_INLINE Float16 rotated(const float local[3][16], float t, float b, float n) {
-    return Float16::load(local[0]) * Float16(t) + Float16::load(local[1]) * Float16(b) + Float16::load(local[2]) * Float16(n);
+    return Float16::load(local[0]) * Float16(t) + Float16::load(local[1]) * Float16(b) +
+           Float16::load(local[2]) * Float16(n);
 }
 
 KT_INLINE Float16 finiteReciprocal(Float16 d) {
@@ -33,8 +35,8 @@ KT_INLINE Float16 finiteReciprocal(Float16 d) {
     return Float16(1.0f) / select(small, nearZero, d);
 }
 
-// A tile's directions along an axis lie in [least, most]. For a box whose slab along this axis, seen from the vertex, is
-// [low, high]:
+// A tile's directions along an axis lie in [least, most]. For a box whose slab along this axis, seen from the vertex,
+// is [low, high]:
 //   low > 0:  no ray enters before low * enterAbove, nor stays beyond high * leaveAbove;
 //   high < 0: no ray enters before high * enterBelow, nor stays beyond low * leaveBelow;
 //   else all start inside, and none stays beyond min(high * leaveAbove, low * leaveBelow).
@@ -56,7 +58,8 @@ KT_INLINE void setIntervals(ktHemisphereWork& work, int axis, std::uint32_t firs
 }
 
 /// `reaches`: also make ready for nearest hits.
-template <bool reaches> KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& vertex, const ktRayLimits& limits,
+template <bool reaches>
+KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& vertex, const ktRayLimits& limits,
                              ktHemisphereWork& work) {
     for (int axis = 0; axis < 3; ++axis) {
         work.origin[axis] = vertex.origin[axis];
@@ -80,7 +83,8 @@ template <bool reaches> KT_INLINE void prepareVertex(const ktHemisphereBatch& ba
             }
         }
         for (int axis = 0; axis < 3; ++axis) {
-            const Float16 d = rotated(batch.ray[tile], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
+            const Float16 d =
+                rotated(batch.ray[tile], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
             d.store(work.ray[tile][axis]);
             finiteReciprocal(d).store(work.reciprocal[tile][axis]);
         }
@@ -88,10 +92,12 @@ template <bool reaches> KT_INLINE void prepareVertex(const ktHemisphereBatch& ba
     for (std::uint32_t group = 0; 16 * group < batch.tileCount; ++group) {
         Float16 least[3], most[3];
         for (int axis = 0; axis < 3; ++axis)
-            least[axis] = most[axis] = rotated(batch.byTile[group][0], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
+            least[axis] = most[axis] =
+                rotated(batch.byTile[group][0], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
         for (int ray = 1; ray < 16; ++ray) {
             for (int axis = 0; axis < 3; ++axis) {
-                const Float16 d = rotated(batch.byTile[group][ray], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
+                const Float16 d = rotated(batch.byTile[group][ray], vertex.tangent[axis], vertex.bitangent[axis],
+                                          vertex.normal[axis]);
                 least[axis] = smaller(least[axis], d);
                 most[axis] = larger(most[axis], d);
             }
