@@ -237,6 +237,18 @@ TEST_F(GeometryList, GivenMissingOnly_LeavesOutCompleteGeometryButPreparesIt) {
     EXPECT_EQ(core->getMFIndexMapping()->size(), 1u);
 }
 
+TEST_F(GeometryList, GivenMissingOnlyAndSingleIndexed_StillSeparatesSharedProperties) {
+    const osg::NodePtr done = makeGeometryNode("done");
+    const osg::NodePtr missing = makeGeometryNode("missing");
+    const osg::GeometryPtr core = geometryOfNode(done);
+    osg::beginEditCP(core);
+    core->setPositions(geometryOfNode(missing)->getPositions());
+    osg::endEditCP(core);
+    setChannel7(core, makeChannel(std::vector<Vec4f>(3, Vec4f(1, 1, 1, 1))));
+    EXPECT_EQ(collect({add(makeGroup("g", {done, missing}))}, true), "missing");
+    EXPECT_NE(core->getPositions(), geometryOfNode(missing)->getPositions());
+}
+
 TEST_F(GeometryList, GivenMissingOnly_AsksForIndirectOnlyWhenItIsOn) {
     const osg::NodePtr node = add(makeGeometryNode("a"));
     setChannel7(geometryOfNode(node), makeChannel(std::vector<Vec4f>(3, Vec4f(0, 0, 0, 1))));
