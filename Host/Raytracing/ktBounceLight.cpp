@@ -128,6 +128,36 @@ void ktBounceLight::albedoOf(const ktTracedGeometry& traced, Surface& surface) {
         toLuminance(surface.albedo);
 }
 
+void ktBounceLight::prepareLazy(const ktTracedGeometry& traced) {
+    std::unique_ptr<Lazy>& lazy = lazies[traced.geometry];
+    const osg::UInt32 count = positionCount(traced.geometry);
+    if (!lazy || lazy->light.size() != 3 * std::size_t(count)) {
+        lazy = std::make_unique<Lazy>();
+        lazy->toWorld = traced.toWorld;
+        lazy->light.resize(3 * std::size_t(count));
+        lazy->isTraced = std::make_unique<std::atomic<bool>[]>(count);
+    }
+    const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(traced.geometry->getPositions());
+    const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(traced.geometry->getNormals());
+    const bool canTrace =
+        count > 0 && positions != osg::NullFC && normals != osg::NullFC && normals->getSize() >= count;
+    lazy->positions = canTrace ? positions->getField()[0].getValues() : nullptr;
+    lazy->normals = canTrace ? normals->getField()[0].getValues() : nullptr;
+}
+
+ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced) {
+    Surface surface;
+    surface.traced = &traced;
+    albedoOf(traced, surface);
+    if (const auto found = receivedLight.find(traced.geometry); found != receivedLight.end()) {
+        surface.received = &found->second;
+        return surface;
+    }
+    if (const auto found = lazies.find(traced.geometry); found != lazies.end())
+        surface.lazy = found->second.get();
+    return surface;
+}
+
 void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
     if (isFresh)
         return;
@@ -137,34 +167,19 @@ void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
     usesLightColor = std::any_of(calculated.begin(), calculated.end(), [](const osg::GeometryPtr& geometry) {
         return channel(geometry->getTexCoords5(), positionCount(geometry)) != osg::NullFC;
     });
+    // Where a geometry is used more than once, its first use counts.
     for (const ktTracedGeometry& traced : scene.geometries) {
         pump.breathe();
-        Surface surface;
-        surface.traced = &traced;
-        albedoOf(traced, surface);
-        if (holdsResult(traced.geometry)) {
-            const auto [entry, isNew] = receivedLight.try_emplace(traced.geometry);
-            if (isNew)
-                readReceived(traced, entry->second, pump);
-            surface.received = &entry->second;
-        } else if (hasDirect) {
-            std::unique_ptr<Lazy>& lazy = lazies[traced.geometry];
-            const osg::UInt32 count = positionCount(traced.geometry);
-            if (!lazy || lazy->light.size() != 3 * std::size_t(count)) {
-                lazy = std::make_unique<Lazy>();
-                lazy->toWorld = traced.toWorld;
-                lazy->light.resize(3 * std::size_t(count));
-                lazy->isTraced = std::make_unique<std::atomic<bool>[]>(count);
-            }
-            const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(traced.geometry->getPositions());
-            const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(traced.geometry->getNormals());
-            const bool canTrace = count > 0 && positions != osg::NullFC && normals != osg::NullFC &&
-                                  normals->getSize() >= count;
-            lazy->positions = canTrace ? positions->getField()[0].getValues() : nullptr;
-            lazy->normals = canTrace ? normals->getField()[0].getValues() : nullptr;
-            surface.lazy = lazy.get();
+        if (!holdsResult(traced.geometry)) {
+            if (hasDirect)
+                prepareLazy(traced);
+        } else if (const auto [entry, isNew] = receivedLight.try_emplace(traced.geometry); isNew) {
+            readReceived(traced, entry->second, pump);
         }
-        surfaces.push_back(std::move(surface));
+    }
+    for (const std::size_t index : scene.meshes) {
+        pump.breathe();
+        surfaces.push_back(makeSurface(scene.geometries[index]));
     }
     isFresh = true;
 }
@@ -190,8 +205,10 @@ void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, floa
         for (osg::UInt32 c = 0; c < 3; ++c)
             traced[c] = usesLightColor ? result[c] : result[3];
         const std::lock_guard<std::mutex> guard(*lazyLock);
-        std::copy_n(traced, 3, stored);
-        lazy.isTraced[vertex].store(true, std::memory_order_release);
+        if (!lazy.isTraced[vertex].load(std::memory_order_relaxed)) { // else others may be reading it
+            std::copy_n(traced, 3, stored);
+            lazy.isTraced[vertex].store(true, std::memory_order_release);
+        }
     }
     for (int c = 0; c < 3; ++c)
         light[c] += weight * traced[c];

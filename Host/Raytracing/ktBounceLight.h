@@ -73,6 +73,8 @@ private:
     };
 
     void albedoOf(const ktTracedGeometry& traced, Surface& surface);
+    void prepareLazy(const ktTracedGeometry& traced);
+    Surface makeSurface(const ktTracedGeometry& traced);
     void radiance(const Surface& surface, std::uint32_t triangle, float u, float v, float* color) const;
     void readReceived(const ktTracedGeometry& traced, std::vector<float>& received, ktEventPump& pump) const;
     bool holdsResult(const osg::GeometryPtr& geometry) const;

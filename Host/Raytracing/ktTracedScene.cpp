@@ -2,10 +2,12 @@
 #include "ktTracedScene.h"
 
 #include "ktCancelPoint.h"
+#include "ktSceneOrder.h"
 
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <tuple>
 
 namespace {
 
@@ -73,6 +75,7 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
         traced.node = node;
         traced.geometry = geometry;
         traced.toWorld = ktWorldTransform(node->getToWorld());
+        traced.surfaceKey = ktSurfaceKey(node);
         views.push_back(ktViewGeometry(geometry));
         if (views.back().stored)
             byPositions.emplace(views.back().stored, geometries.size());
@@ -80,6 +83,7 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
         pump.breathe();
     }
     lights = ktReadLights(lightNodes);
+    ktSortLights(lights);
 }
 
 void ktTracedScene::makePositions(std::size_t index) {
@@ -127,6 +131,18 @@ void ktTracedScene::makeMeshes() {
     views.clear();
     views.shrink_to_fit();
     diagonal = bounds.diagonal();
+    sortMeshes();
+}
+
+void ktTracedScene::sortMeshes() {
+    std::vector<std::tuple<std::uint64_t, std::uint64_t, std::size_t>> order;
+    for (std::size_t i = 0; i < geometries.size(); ++i) {
+        ktThrowIfCanceled();
+        order.emplace_back(ktShapeKey(*geometries[i].positions, *geometries[i].triangles), geometries[i].surfaceKey, i);
+    }
+    std::sort(order.begin(), order.end());
+    for (const auto& entry : order)
+        meshes.push_back(std::get<2>(entry));
 }
 
 std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer) const {
@@ -135,18 +151,19 @@ std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer) const {
         std::shared_ptr<const std::vector<float>> positions;
     };
     std::vector<Arrays> arrays;
-    std::vector<ktTracerMesh> meshes;
-    for (const ktTracedGeometry& traced : geometries) {
+    std::vector<ktTracerMesh> list;
+    for (const std::size_t index : meshes) {
+        const ktTracedGeometry& traced = geometries[index];
         arrays.push_back({traced.triangles, traced.positions});
         ktTracerMesh mesh;
         mesh.positions = traced.positions->data();
         mesh.indices = traced.triangles->data();
         mesh.vertexCount = traced.positionCount();
         mesh.triangleCount = static_cast<std::uint32_t>(traced.triangles->size() / 3);
-        meshes.push_back(mesh);
+        list.push_back(mesh);
     }
-    return [&tracer, arrays = std::move(arrays), meshes = std::move(meshes)] {
-        if (!tracer.build(meshes, [](float) { return !ktCancelToken::the().isCanceled(); }))
+    return [&tracer, arrays = std::move(arrays), list = std::move(list)] {
+        if (!tracer.build(list, [](float) { return !ktCancelToken::the().isCanceled(); }))
             throw ktCanceled();
     };
 }

@@ -23,6 +23,7 @@ struct ktTracedGeometry {
     /// are mirrored alike.
     std::shared_ptr<const std::vector<std::uint32_t>> triangles;
     std::shared_ptr<const std::vector<float>> positions; ///< world space, three floats a position and one spare
+    std::uint64_t surfaceKey = 0; ///< see ktSceneOrder.h
 
     std::uint32_t positionCount() const { return static_cast<std::uint32_t>(positions->size() / 3); }
 };
@@ -31,8 +32,10 @@ struct ktTracedGeometry {
 /// so that later changes of the scene do not reach it until the next build.
 class ktTracedScene {
 public:
-    /// A use of `geometry` is the tracer's mesh of the same index.
+    /// In the order in which they were collected.
     std::vector<ktTracedGeometry> geometries;
+    /// The tracer's meshes, as indices of `geometries`: an order that does not depend on that of the nodes.
+    std::vector<std::size_t> meshes;
     std::vector<ktSceneLight> lights;
     float diagonal = 0.0f;          ///< of the occluders' bounds, world units
     std::uint64_t badTriangles = 0; ///< left out: bad indices or positions
@@ -58,6 +61,7 @@ public:
 
 private:
     void makePositions(std::size_t index);
+    void sortMeshes();
 
     std::vector<ktGeometryView> views; // between collect() and build()
     std::unordered_map<const void*, std::size_t> byPositions;

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktSceneOrder.h"
+
+#include "ktRandom.h"
+#include "ktSurfaceColors.h"
+
+#include <algorithm>
+#include <cstring>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGSimpleAttachments.h>
+#include <tuple>
+
+namespace {
+
+// Stirs in `size` bytes, eight at a time.
+std::uint64_t stir(std::uint64_t key, const void* data, std::size_t size) {
+    const char* bytes = static_cast<const char*>(data);
+    for (; size > 0; size -= std::min<std::size_t>(size, 8), bytes += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes, std::min<std::size_t>(size, 8));
+        key = (key ^ word) * 0x9E3779B97F4A7C15ull;
+        key ^= key >> 32;
+    }
+    return ktRandom::mix(key);
+}
+
+auto fieldsOf(const ktSceneLight& light) {
+    return std::tie(light.kind, light.position[0], light.position[1], light.position[2], light.axis[0], light.axis[1],
+                    light.axis[2], light.color[0], light.color[1], light.color[2], light.exponent,
+                    light.cosineOfCutOff);
+}
+
+} // namespace
+
+std::uint64_t ktSurfaceKey(const osg::NodePtr& node) {
+    std::uint64_t key = 0;
+    const osg::MaterialPtr material = ktMaterialInEffect(node);
+    const ktSurfaceColors::Color base = ktReadSurfaceColors(osg::NullFC, material).base;
+    key = stir(key, base.data(), sizeof(base));
+    const osg::UInt32 type = material == osg::NullFC ? 0 : material->getType().getId();
+    key = stir(key, &type, sizeof(type));
+    if (const char* name = osg::getName(node))
+        key = stir(key, name, std::strlen(name));
+    const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(node->getCore());
+    const osg::GeoNormals3fPtr normals =
+        osg::GeoNormals3fPtr::dcast(geometry == osg::NullFC ? osg::GeoNormalsPtr() : geometry->getNormals());
+    if (normals != osg::NullFC && normals->getSize() > 0)
+        key = stir(key, normals->getField()[0].getValues(), 3 * sizeof(float) * normals->getSize());
+    return key;
+}
+
+std::uint64_t ktShapeKey(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles) {
+    const std::uint64_t key = stir(positions.size(), positions.data(), (positions.size() / 3) * 3 * sizeof(float));
+    return stir(key, triangles.data(), triangles.size() * sizeof(std::uint32_t));
+}
+
+void ktSortLights(std::vector<ktSceneLight>& lights) {
+    std::sort(lights.begin(), lights.end(),
+              [](const ktSceneLight& a, const ktSceneLight& b) { return fieldsOf(a) < fieldsOf(b); });
+}

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What must not matter to a calculation with bounces: the order of the nodes and the number of threads.
+#include "ktRoom.h"
+#include "ktWholeScene.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+struct Part {
+    std::string name;
+    ktWholeMesh mesh;
+    osg::Color3f color;
+};
+
+/// The room, each surface a node of its own, and in front of its walls panels that coincide with each other: where two
+/// surfaces are met at the same distance, nothing but their order tells them apart.
+std::vector<Part> makeParts() {
+    std::vector<Part> parts;
+    for (const ktRoomSurface& surface : ktMakeRoom(true)) {
+        parts.push_back({surface.name, {}, surface.color});
+        parts.back().mesh.addGrid(surface.corner, surface.a, surface.b, surface.columns / 3, surface.rows / 3,
+                                  surface.normal);
+    }
+    const osg::Color3f colors[] = {osg::Color3f(1, 0, 0), osg::Color3f(0, 1, 0), osg::Color3f(0, 0, 1)};
+    for (int i = 0; i < 3; ++i) {
+        parts.push_back({"panel" + std::to_string(i), {}, colors[i]});
+        parts.back().mesh.addGrid(osg::Pnt3f(100, 500, 100), osg::Vec3f(900, 300, 0), osg::Vec3f(0, 900, 500), 5, 4,
+                                  osg::Vec3f(0.2f, -0.3f, 0.9f));
+    }
+    return parts;
+}
+
+using Results = std::map<std::string, std::pair<std::vector<osg::Vec4f>, std::vector<osg::Vec4f>>>;
+
+Results bake(const std::vector<Part>& parts, const ktWholeSettings& settings) {
+    ktWholeScene scene;
+    for (const Part& part : parts)
+        scene.add(part.name, part.mesh, part.color);
+    scene.addLamp(ktRoomLamp::position_mm, ktRoomLamp::color);
+    scene.bake(settings);
+    Results results;
+    for (const Part& part : parts)
+        results[part.name] = {scene.results(part.name), scene.bakedLight(part.name)};
+    return results;
+}
+
+ktWholeSettings threeBounces(int mode) {
+    ktWholeSettings settings;
+    settings.mode = mode;
+    settings.bounces = 3;
+    settings.shadowQuality = settings.gatherQuality = 0;
+    settings.colorBleeding = true;
+    return settings;
+}
+
+double meanLight(const Results& results) {
+    double sum = 0, count = 0;
+    for (const auto& [name, channels] : results)
+        for (const osg::Vec4f& result : channels.first) {
+            sum += result[0];
+            ++count;
+        }
+    return sum / count;
+}
+
+} // namespace
+
+TEST(IndirectOrder, GivenShuffledNodes_GivesEqualBits) {
+    std::vector<Part> parts = makeParts();
+    for (const int mode : {0, 2}) {
+        const Results first = bake(parts, threeBounces(mode));
+        EXPECT_GT(meanLight(first), 0.005);
+        std::mt19937 random(7);
+        for (int round = 0; round < 4; ++round) {
+            std::shuffle(parts.begin(), parts.end(), random);
+            const Results other = bake(parts, threeBounces(mode));
+            for (const auto& [name, channels] : first)
+                EXPECT_TRUE(channels == other.at(name)) << name << ", mode " << mode << ", round " << round;
+        }
+    }
+}
+
+TEST(IndirectOrder, GivenOneTwoOrThreeThreads_GivesEqualBits) {
+    const std::vector<Part> parts = makeParts();
+    for (const int mode : {0, 1, 2}) {
+        ktWholeSettings settings = threeBounces(mode);
+        settings.threads = 1;
+        const Results one = bake(parts, settings);
+        EXPECT_GT(meanLight(one), 0.005);
+        for (const unsigned threads : {2u, 3u}) {
+            settings.threads = threads;
+            EXPECT_TRUE(one == bake(parts, settings)) << threads << " threads, mode " << mode;
+        }
+    }
+}

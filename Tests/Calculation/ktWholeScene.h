@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <OpenSG/OSGColor.h>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGNode.h>
+#include <string>
+#include <vector>
+
+/// A mesh for ktWholeScene: three floats a vertex, three indices a triangle.
+struct ktWholeMesh {
+    std::vector<osg::Pnt3f> positions;
+    std::vector<osg::Vec3f> normals;
+    std::vector<std::uint32_t> indices;
+
+    /// A parallelogram of `columns` times `rows` cells from `corner` along `a` and `b`, two triangles each, with one
+    /// normal. Vertex (column, row) is number `row * (columns + 1) + column` of those added.
+    void addGrid(const osg::Pnt3f& corner, const osg::Vec3f& a, const osg::Vec3f& b, int columns, int rows,
+                 const osg::Vec3f& normal);
+};
+
+/// The settings of a calculation that tests change.
+struct ktWholeSettings {
+    int shadowQuality = 2, gatherQuality = 4, bounces = 1, mode = 0;
+    float minDistance = 0.0f, maxDistance = 3000.0f; ///< mm
+    bool indirect = true, colorBleeding = false;
+    bool overrideColor = false;
+    osg::Color3f color = osg::Color3f(0.7f, 0.7f, 0.7f);
+    unsigned threads = 0; ///< 0: one a core
+};
+
+/// A scene in the real host, calculated by the real plug-in. There is one at a time.
+class ktWholeScene {
+public:
+    ktWholeScene();
+    ~ktWholeScene();
+    ktWholeScene(const ktWholeScene&) = delete;
+    ktWholeScene& operator=(const ktWholeScene&) = delete;
+
+    /// A geometry node of this name and surface colour, the last of the scene's top nodes.
+    void add(const std::string& name, const ktWholeMesh& mesh, const osg::Color3f& color);
+    /// A lamp that shines everywhere. @param color light at a distance of 1 m
+    void addLamp(const osg::Pnt3f& position_mm, const osg::Color3f& color);
+    /// Calculates everything, without what an earlier run stored. A run that does not take place fails the test.
+    void bake(const ktWholeSettings& settings);
+
+    osg::GeometryPtr geometry(const std::string& name) const;
+    /// Channel 7 of a node: indirect light in x, y, z, the direct result in w.
+    std::vector<osg::Vec4f> results(const std::string& name) const;
+    /// Channel 5 of a node; empty when it has none.
+    std::vector<osg::Vec4f> bakedLight(const std::string& name) const;
+
+private:
+    osg::NodeRefPtr root;
+    std::map<std::string, osg::NodePtr> nodes;
+};
