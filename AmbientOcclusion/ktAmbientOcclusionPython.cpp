@@ -11,8 +11,48 @@
 #include "ktScript.h"
 
 #include <iostream>
+#include <iterator>
+#include <string>
 
 namespace python = boost::python;
+
+namespace {
+
+/// Functions of the interpreter's own kind in front of those of the binding library, which tells every help text with a
+/// line feed before it. These tell the text alone, and hand each call on.
+class ExactHelp {
+public:
+    /// Puts the next function in front of the module's one of that name. The text must live as long as the process.
+    static void add(python::object& module, const char* name, const std::string& text) {
+        // As many as there are functions.
+        static constexpr PyCFunctionWithKeywords calls[] = {call<0>, call<1>, call<2>, call<3>};
+        static PyMethodDef definitions[std::size(calls)];
+        if (count == std::size(calls))
+            return;
+        const python::object target = module.attr(name);
+        targets[count] = python::incref(target.ptr());
+        definitions[count] = {name, reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(calls[count])),
+                              METH_VARARGS | METH_KEYWORDS, text.c_str()};
+        const python::object moduleName = module.attr("__name__");
+        module.attr(name) = python::object(
+            python::handle<>(PyCFunction_NewEx(&definitions[count], module.ptr(), moduleName.ptr())));
+        ++count;
+    }
+
+private:
+    template <int which>
+    static PyObject* call(PyObject*, PyObject* arguments, PyObject* keywords) {
+        return PyObject_Call(targets[which], arguments, keywords);
+    }
+
+    static PyObject* targets[4]; // owned, for the rest of the process, which has the module once
+    static std::size_t count;
+};
+
+PyObject* ExactHelp::targets[4];
+std::size_t ExactHelp::count = 0;
+
+} // namespace
 
 BOOST_PYTHON_FUNCTION_OVERLOADS(computeOverloads, ktAmbientOcclusion::computeAmbientOcclusion, 9, 15)
 BOOST_PYTHON_FUNCTION_OVERLOADS(computeMissingOverloads, ktAmbientOcclusion::computeMissingAmbientOcclusion, 10, 15)
@@ -21,7 +61,7 @@ BOOST_PYTHON_FUNCTION_OVERLOADS(computeMissingOverloads, ktAmbientOcclusion::com
 // PyInit_ktAmbientOcclusion() for Python 3.
 BOOST_PYTHON_MODULE(ktAmbientOcclusion) {
     using python::arg;
-    const ktAmbientOcclusionPythonHelp help;
+    static const auto& help = *new ktAmbientOcclusionPythonHelp; // for the rest of the process
     // Help is exactly the text given: no generated signatures. The former options come back at the end of the scope.
     const python::docstring_options helpOptions(true, false, false);
 
@@ -45,6 +85,10 @@ BOOST_PYTHON_MODULE(ktAmbientOcclusion) {
                 help.getAmbientOcclusionMode.c_str());
 
     python::scope module;
+    ExactHelp::add(module, "computeAmbientOcclusion", help.computeAmbientOcclusion);
+    ExactHelp::add(module, "computeMissingAmbientOcclusion", help.computeMissingAmbientOcclusion);
+    ExactHelp::add(module, "setAmbientOcclusionMode", help.setAmbientOcclusionMode);
+    ExactHelp::add(module, "getAmbientOcclusionMode", help.getAmbientOcclusionMode);
     module.attr("KT_AO_MODE_CLASSIC") = static_cast<int>(ktAmbientOcclusion::Classic);
     module.attr("KT_AO_MODE_SHADOWS") = static_cast<int>(ktAmbientOcclusion::Shadows);
     module.attr("KT_AO_MODE_LIGHT_AND_SHADOWS") = static_cast<int>(ktAmbientOcclusion::LightAndShadows);

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Bakes a scene with every preset and draws a picture of each, to choose by eye.
+"""A turntable of presets: bakes a scene with every preset and draws it from all around, to choose by eye.
 
     PYTHONPATH=build/release/lib python3 Examples/presets.py scene.glb pictures
-    ktbake --script Examples/presets.py -- scene.glb pictures
+    ktbake --script Examples/presets.py -- scene.glb pictures --views 36
+    ffmpeg -framerate 12 -pattern_type glob -i 'pictures/02-*.png' car-low-quality.mp4
 """
 from __future__ import print_function
 
@@ -16,13 +17,16 @@ import kthost
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Draws a scene once with every preset.")
+    parser = argparse.ArgumentParser(description="Draws a scene with every preset, from all around.")
     parser.add_argument("scene", help="scene to bake")
     parser.add_argument("folder", help="folder for the pictures, made when it is missing")
     parser.add_argument("--presets", nargs="+", metavar="NAME", help="only these presets")
+    parser.add_argument("--views", type=int, default=4, help="pictures of each preset, evenly around the scene")
     parser.add_argument("--size", nargs=2, type=int, default=(1280, 960), metavar=("WIDTH", "HEIGHT"),
                         help="of the pictures, in pixels")
     arguments = parser.parse_args()
+    if arguments.views < 1:
+        parser.error("argument --views: at least one")
     if not os.path.isdir(arguments.folder):
         os.makedirs(arguments.folder)
 
@@ -31,9 +35,11 @@ def main():
         kthost.apply_preset(name)
         if not kthost.bake():
             return "cancelled"
-        picture = "%02d-%s.png" % (number, re.sub(r"\W+", "-", name).strip("-"))
-        kthost.preview(os.path.join(arguments.folder, picture), *arguments.size)
-        print("%s: %s" % (picture, name))
+        label = "%02d-%s" % (number, re.sub(r"\W+", "-", name).strip("-"))
+        for view in range(arguments.views):
+            picture = os.path.join(arguments.folder, "%s-%03d.png" % (label, view))
+            kthost.preview(picture, *arguments.size, turn=360.0 * view / arguments.views)
+        print("%s-*.png: %s" % (label, name))
     return 0
 
 

@@ -30,10 +30,15 @@ int main(int argc, char** argv) {
         ktBakeOptions options;
         if (const std::optional<int> exitCode = parseBakeOptions({argv + 1, argv + argc}, options))
             return *exitCode;
+        if (!options.script.empty()) {
 #ifdef KT_SCRIPTING
-        if (!options.script.empty())
             return runBakeScript(options);
+#else
+            ktLog::error("%s: scripts cannot be run: this ktbake was built without scripting (KT_PYTHON=OFF)",
+                         options.script.c_str());
+            return ktBakeExit::usage;
 #endif
+        }
         return runBake(options);
     } catch (const std::exception& error) {
         ktLog::error("%s", error.what());

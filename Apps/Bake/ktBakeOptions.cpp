@@ -244,6 +244,8 @@ private:
         group = "Run";
 #ifdef KT_SCRIPTING
         value("--script", options.script, "run a Python script instead; what follows -- are its arguments", "FILE.py");
+#else
+        value("--script", options.script, "run a Python script: not with this ktbake, built without scripting", "FILE.py");
 #endif
         value("--threads", options.threads, "worker threads", "INT", "one a core")->check(CLI::Range(1, 1024));
         flag(

@@ -69,12 +69,13 @@ BOOST_PYTHON_MODULE(kthost) {
         .def("__repr__", &ktHostModuleNode::describe);
 
     python::def("open", &ktHostModuleScene::open,
-                (arg("path"), arg("unit") = "auto", arg("unique_instances") = false), help::open);
+                (arg("path"), arg("unit") = "auto", arg("unique_instances") = false, arg("ground_plane") = false), help::open);
     python::def("close", &ktHostModuleScene::close, help::close);
     python::def("save", &ktHostModuleScene::save, (arg("path"), arg("shade") = "multiply", arg("exposure") = 1.0),
                 help::save);
     python::def("preview", &ktHostModuleScene::preview,
-                (arg("path"), arg("width") = 1280, arg("height") = 960, arg("exposure") = 1.0), help::preview);
+                (arg("path"), arg("width") = 1280, arg("height") = 960, arg("exposure") = 1.0, arg("turn") = 0.0),
+                help::preview);
 
     python::def("nodes", &ktHostModuleNodes::nodes, help::nodes);
     python::def("select", &ktHostModuleNodes::select, arg("nodes") = python::object(), help::select);

@@ -17,13 +17,15 @@ inline const char module[] =
 inline const char error[] = "A call of kthost failed; the text names the file or the node and the reason.";
 
 inline const char open[] =
-    "open(path, unit=\"auto\", unique_instances=False)\n\n"
+    "open(path, unit=\"auto\", unique_instances=False, ground_plane=False)\n\n"
     "Opens a scene (glTF, OBJ, PLY, STL, FBX, Collada and more) in place of the one before, and selects its top\n"
     "nodes. Warnings go to the log.\n\n"
     "@param path: The file.\n@type path: str or os.PathLike\n"
     "@param unit: Length of one unit of the file: \"auto\", \"mm\", \"cm\", \"m\", \"inch\", \"foot\", or\n"
     "    millimetres as a number above 0.\n@type unit: str or float\n"
     "@param unique_instances: Gives each use of a mesh its own results.\n@type unique_instances: bool\n"
+    "@param ground_plane: Puts a plane below the scene that catches its shadow, or takes the one that is there; it is\n"
+    "    one of the top nodes.\n@type ground_plane: bool\n"
     "@raise kthost.Error: The file cannot be read or holds nothing to bake; the scene before stays open.";
 
 inline const char close[] = "close()\n\nCloses the scene. Nothing happens without one.\n\n"
@@ -39,12 +41,14 @@ inline const char save[] =
     "@raise kthost.Error: No scene is open, or the file cannot be written.";
 
 inline const char preview[] =
-    "preview(path, width=1280, height=960, exposure=1.0)\n\n"
+    "preview(path, width=1280, height=960, exposure=1.0, turn=0.0)\n\n"
     "Draws the baked scene into a PNG file.\n\n"
     "@param path: The file.\n@type path: str or os.PathLike\n"
     "@param width: Pixels, 1 to 16384.\n@type width: int\n"
     "@param height: Pixels, 1 to 16384.\n@type height: int\n"
     "@param exposure: Factor on the light, above 0.\n@type exposure: float\n"
+    "@param turn: Degrees that the camera goes round the scene, counterclockwise as seen from above.\n"
+    "@type turn: float\n"
     "@raise kthost.Error: No scene is open, a value is out of range, or the file cannot be written.";
 
 inline const char nodes[] = "nodes()\n\nAll nodes of the scene, parents before their children.\n\n"

@@ -57,7 +57,8 @@ float checkExposure(double exposure) {
 
 } // namespace
 
-void ktHostModuleScene::open(const python::object& path, const python::object& unit, bool uniqueInstances) {
+void ktHostModuleScene::open(const python::object& path, const python::object& unit, bool uniqueInstances,
+                             bool groundPlane) {
     refuseWhileBaking();
     const std::string name = ktTextArgument(path, "path");
     const std::string unitText =
@@ -73,6 +74,13 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
     logMessages(name, report);
     if (!file)
         throw ktHostModuleError(report.error);
+    if (groundPlane) {
+        ktFileReport planeReport;
+        const bool isThere = file->addGroundPlane(planeReport) != osg::NullFC;
+        logMessages(name, planeReport);
+        if (!isThere)
+            throw ktHostModuleError(name + ": the scene has no extent that a ground plane could lie below");
+    }
     ktSceneState::setRootNode(file->getRoot());
     scene().file = std::move(file);
     scene().name = name;
@@ -103,15 +111,19 @@ void ktHostModuleScene::save(const python::object& path, const python::object& s
         throw ktHostModuleError(report.error);
 }
 
-void ktHostModuleScene::preview(const python::object& path, int width, int height, double exposure) {
+void ktHostModuleScene::preview(const python::object& path, int width, int height, double exposure,
+                                double turn_degrees) {
     refuseWhileBaking();
     const std::string name = ktTextArgument(path, "path");
     if (width < 1 || height < 1 || width > maxPictureSize || height > maxPictureSize)
         throw ktHostModuleError("a picture has 1 to " + std::to_string(maxPictureSize) + " pixels a side");
+    if (!std::isfinite(turn_degrees))
+        throw ktHostModuleError("the turn must be a number of degrees");
     const float factor = checkExposure(exposure);
     openFile();
     loadPictures();
-    const std::string reason = writePreview(ktScenegraph::getRootNode(), name, factor, width, height);
+    const std::string reason = writePreview(ktScenegraph::getRootNode(), name, factor, width, height,
+                                            turn_degrees);
     if (!reason.empty())
         throw ktHostModuleError(name + ": the picture cannot be written: " + reason);
 }

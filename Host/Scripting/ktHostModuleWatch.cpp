@@ -7,7 +7,6 @@
 #include "ktInterruptGuard.h"
 #include "ktPythonObject.h"
 #include "ktScriptedPlugin.h"
-#include "ktScripting.h"
 
 #include <algorithm>
 #include <atomic>
@@ -60,9 +59,7 @@ private:
     void begin() {
         isBusy = true;
         isCancelTold = false;
-        // An application that runs scripts handles its own signals.
-        if (!ktScripting::isRunning())
-            guard = std::make_unique<ktInterruptGuard>([] { ktScriptedPlugin::the().cancel(); });
+        guard = std::make_unique<ktInterruptGuard>([] { ktScriptedPlugin::the().cancel(); });
         if (ktScriptedPlugin::the().needsPictures())
             ktHostModuleScene::loadPictures();
     }

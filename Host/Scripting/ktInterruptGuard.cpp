@@ -12,8 +12,14 @@
 
 namespace {
 
+constexpr int handledSignals[] = {SIGINT, SIGTERM};
+
 int wakeUp[2] = {-1, -1}; // a pipe: the handler writes, the event loop reads
-struct sigaction former;
+struct sigaction former[2];
+
+bool hasHandler(const struct sigaction& action) {
+    return (action.sa_flags & SA_SIGINFO) || (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN);
+}
 
 /// Only what a signal handler may do.
 void onSignal(int signal, siginfo_t* info, void* context) {
@@ -21,18 +27,18 @@ void onSignal(int signal, siginfo_t* info, void* context) {
     ktCancelToken::the().cancel();
     const char byte = 0;
     [[maybe_unused]] const ssize_t written = write(wakeUp[1], &byte, 1);
-    if (former.sa_flags & SA_SIGINFO)
-        former.sa_sigaction(signal, info, context);
+    const struct sigaction& next = former[signal == handledSignals[0] ? 0 : 1];
+    if (next.sa_flags & SA_SIGINFO)
+        next.sa_sigaction(signal, info, context);
     else
-        former.sa_handler(signal);
+        next.sa_handler(signal);
     errno = error;
 }
 
 } // namespace
 
 ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt) : onInterrupt(std::move(onInterrupt)) {
-    sigaction(SIGINT, nullptr, &former);
-    if (former.sa_handler == SIG_DFL || former.sa_handler == SIG_IGN || pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
+    if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     notifier = std::make_unique<QSocketNotifier>(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [this] {
@@ -41,16 +47,27 @@ ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt) : onInterr
         }
         this->onInterrupt();
     });
-    struct sigaction action = former;
-    action.sa_flags |= SA_SIGINFO | SA_RESTART;
-    action.sa_sigaction = onSignal;
-    sigaction(SIGINT, &action, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        sigaction(handledSignals[i], nullptr, &former[i]);
+        if (!hasHandler(former[i]))
+            continue;
+        struct sigaction action = former[i];
+        action.sa_flags |= SA_SIGINFO | SA_RESTART;
+        action.sa_sigaction = onSignal;
+        sigaction(handledSignals[i], &action, nullptr);
+    }
 }
 
 ktInterruptGuard::~ktInterruptGuard() {
     if (!notifier)
         return;
-    sigaction(SIGINT, &former, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        // Who set another handler meanwhile, keeps it.
+        struct sigaction now = {};
+        sigaction(handledSignals[i], nullptr, &now);
+        if ((now.sa_flags & SA_SIGINFO) && now.sa_sigaction == onSignal)
+            sigaction(handledSignals[i], &former[i], nullptr);
+    }
     notifier.reset();
     close(wakeUp[0]);
     close(wakeUp[1]);

@@ -5,6 +5,7 @@
 #include "ktPythonHooks.h"
 #include "ktPythonObject.h"
 #include "ktScript.h"
+#include "ktScriptInterrupt.h"
 #include "ktWaitHooks.h"
 
 #include <algorithm>
@@ -129,6 +130,7 @@ ktScripting::Result execute(const std::string& source, const char* name) {
         return result;
     }
     const ktPythonLock lock;
+    const ktScriptInterrupt::Execution execution;
     const ktPythonObject code(Py_CompileString(source.c_str(), name, Py_file_input));
     ktPythonObject value;
     if (code) {
@@ -167,6 +169,7 @@ void ktScripting::start() {
         Py_InitializeEx(0); // the application handles its own signals
         emptyMainNamespace();
         findModulesBesideLibraries();
+        ktScriptInterrupt::prepare();
     }
     attach();
     running = true;
@@ -246,16 +249,7 @@ ktScripting::Result ktScripting::runFile(const std::string& path, const std::vec
 }
 
 void ktScripting::interrupt() {
-    // Not PyErr_SetInterrupt(): that works only where the interpreter handles signals itself.
-    const auto raise = [](void*) {
-        PyErr_SetNone(PyExc_KeyboardInterrupt);
-        return -1;
-    };
-    if (!Py_IsInitialized())
-        return;
-    Py_AddPendingCall(raise, nullptr);
-    // A running loop looks for pending calls only when it is asked for the lock.
-    const ktPythonLock lock;
+    ktScriptInterrupt::request();
 }
 
 bool ktScript::run(const char* statements) {

@@ -34,6 +34,7 @@ public:
     /// The same for statements.
     static Result runStatements(const std::string& statements);
 
-    /// Makes the script under way end with KeyboardInterrupt at its next statement. Any thread, but no signal handler.
+    /// Makes the script under way end with KeyboardInterrupt at its next statement, or while it sleeps; nothing when none
+    /// is. Any thread, and signal handlers.
     static void interrupt();
 };

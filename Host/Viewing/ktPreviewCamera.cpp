@@ -77,12 +77,14 @@ Vector ktPreviewCamera::direction(double x, double y) const {
     return normalized(add(add(forward, right, x * tanHalfWidth), up, y * tanHalfHeight));
 }
 
-ktPreviewCamera framePreview(const ktPreviewScene& scene, double aspect) {
+ktPreviewCamera framePreview(const ktPreviewScene& scene, double aspect, double turn_degrees) {
     ktPreviewCamera camera;
     const Vector worldUp = {scene.up[0], scene.up[1], scene.up[2]};
     // The front is +z with y up and -y with z up.
     const bool isZUp = worldUp[2] > 0.5;
-    const Vector front = isZUp ? Vector{0, -1, 0} : Vector{0, 0, 1};
+    const Vector unturned = isZUp ? Vector{0, -1, 0} : Vector{0, 0, 1};
+    const double turn = std::fmod(turn_degrees, 360.0) * (std::acos(-1.0) / 180);
+    const Vector front = add(add({0, 0, 0}, unturned, std::cos(turn)), cross(worldUp, unturned), std::sin(turn));
     const Vector side = cross(worldUp, front);
     const Vector toEye = normalized(add(add(front, side, 0.75), worldUp, 0.62));
     camera.forward = {-toEye[0], -toEye[1], -toEye[2]};

@@ -18,5 +18,6 @@ struct ktPreviewCamera {
 
 /// A camera that looks at the scene from the front, the right and above, a little back so that everything fits.
 /// @param aspect width over height of the image
+/// @param turn_degrees how far the camera goes round the scene from there: counterclockwise, seen from above
 /// A scene without vertices gives a camera that looks at nothing.
-ktPreviewCamera framePreview(const ktPreviewScene& scene, double aspect);
+ktPreviewCamera framePreview(const ktPreviewScene& scene, double aspect, double turn_degrees = 0);

@@ -175,6 +175,15 @@ TEST(Options, GivenHelpOrVersion_PrintsItAndEndsWell) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "ktbake 10.0\n");
 }
 
+#ifndef KT_SCRIPTING
+TEST(Options, GivenScriptInABuildWithoutScripting_SaysSo) {
+    const ktTestFolder folder;
+    const ktBakeResult result = runBake(folder.path, {"--script", folder.write("script.py", "print(1)")});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.error, testing::HasSubstr("without scripting"));
+}
+#endif
+
 TEST(Options, GivenPresetName_FindsExactOrUniqueBeginning) {
     const QList<QString> names = {"Exterior", "Exterior Fine", "Interior", "Undercarriage"};
     std::string message;

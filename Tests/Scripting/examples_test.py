@@ -47,17 +47,25 @@ class Examples(unittest.TestCase):
             self.assertNotEqual(code, 0, output)
 
     def test_presets(self):
-        arguments = [self.scene, self.path("pictures"), "--presets"] + self.some_presets() + ["--size", "64", "48"]
+        arguments = [self.scene, self.path("pictures"), "--presets"] + self.some_presets() + ["--size", "64", "48", "--views", "3"]
         code, output = self.run_example("presets.py", *arguments)
         self.assertEqual(code, 0, output)
         pictures = os.listdir(self.path("pictures"))
-        self.assertEqual(len(pictures), 2, output)
+        self.assertEqual(len(pictures), 2 * 3, output)
+        contents = set()
+        for picture in pictures:
+            with open(self.path("pictures", picture), "rb") as opened:
+                contents.add(opened.read())
+        self.assertEqual(len(contents), len(pictures), "pictures from other sides, or with other presets, are equal")
         code, output = self.run_example("presets.py", self.scene, self.path("pictures"), "--presets", "nonsense")
         self.assertEqual(code, 1)
         self.assertIn("nonsense", output)
 
+        self.assertEqual(self.run_example("presets.py", self.scene, self.path("pictures"), "--views", "0")[0], 2)
+
     def some_presets(self):
-        script = "import kthost, json; print('|' + json.dumps(kthost.presets()[:2]))"
+        """Two that differ in more than what a picture can show."""
+        script = "import kthost, json; print('|' + json.dumps([kthost.presets()[1], kthost.presets()[4]]))"
         output = subprocess.check_output([sys.executable, "-c", script], env=dict(os.environ, PYTHONPATH=LIBRARIES))
         return json.loads(output.decode("utf-8").split("|")[-1])
 

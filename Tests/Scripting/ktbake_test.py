@@ -104,14 +104,14 @@ class Script(Baker):
             self.assertEqual(code, 2, output)
             self.assertIn("--script", output)
 
-    def interrupt(self, script):
+    def interrupt(self, script, what=signal.SIGINT):
         self.write("script.py", script)
         process = self.start(KTBAKE, "--script", "script.py")
         while b"ready" not in process.stdout.readline():
             self.assertIsNone(process.poll())
         time.sleep(0.2)
         begin = time.time()
-        process.send_signal(signal.SIGINT)
+        process.send_signal(what)
         output = process.communicate()[0].decode("utf-8")
         self.assertLess(time.time() - begin, 20)
         return process.returncode, output
@@ -120,6 +120,18 @@ class Script(Baker):
         code, output = self.interrupt(u"import sys\nprint('ready')\nsys.stdout.flush()\nwhile True: pass\n")
         self.assertEqual(code, 130, output)
         self.assertIn("KeyboardInterrupt", output)
+
+    def test_one_ctrl_c_ends_a_sleep(self):
+        begin = time.time()
+        code, output = self.interrupt(u"import sys, time\nprint('ready')\nsys.stdout.flush()\ntime.sleep(200)\n")
+        self.assertEqual(code, 130, output)
+        self.assertIn("KeyboardInterrupt", output)
+        self.assertLess(time.time() - begin, 60)
+
+    def test_a_request_to_terminate_ends_a_script(self):
+        code, output = self.interrupt(u"import sys, time\nprint('ready')\nsys.stdout.flush()\ntime.sleep(200)\n",
+                                      signal.SIGTERM)
+        self.assertEqual(code, 130, output)
 
     def test_ctrl_c_ends_a_bake(self):
         write_rooms(self.path("many.obj"), 8, 60)

@@ -2,6 +2,9 @@
 """The module kthost in a plain interpreter, Python 2.7 or 3. Argument: the folder of the libraries."""
 from __future__ import print_function
 
+import base64
+import io
+import json
 import os
 import pydoc
 import shutil
@@ -18,17 +21,17 @@ import kthost
 import ktAmbientOcclusion as ao
 from script_scene import write_rooms
 
-try:
-    import numpy
-except ImportError:  # there is none for Python 2.7
-    numpy = None
-
 QUICK = (0, 1.0, 500.0, False, True, 0, 1, False, 80.0)
 
 
 def read(path):
     with open(path, "rb") as opened:
         return opened.read()
+
+
+def resident_bytes():
+    with open("/proc/self/statm") as statm:
+        return int(statm.read().split()[1]) * os.sysconf("SC_PAGESIZE")
 
 
 def floats(view):
@@ -91,14 +94,22 @@ class Files(Host):
 
     def test_wrong_arguments(self):
         for call in (lambda: kthost.open(3), lambda: kthost.open(), lambda: kthost.select(3),
-                     lambda: kthost.on_progress(3), lambda: kthost.apply_preset(None)):
+                     lambda: kthost.on_progress(3), lambda: kthost.apply_preset(None), lambda: kthost.save(None),
+                     lambda: kthost.preview(1.5), lambda: kthost.on_cancel("x"), lambda: kthost.save_preset(3),
+                     lambda: kthost.delete_preset(3), lambda: kthost.select(["room0", 3]), lambda: kthost.undo(1),
+                     lambda: kthost.preview(self.path("a.png"), "wide"), lambda: kthost.bake(None, 1),
+                     lambda: kthost.open(self.scene, ground_plane="maybe", nothing=1)):
             self.open()
             self.assertRaises(TypeError, call)
         self.assertRaises(kthost.Error, kthost.open, self.scene, "furlong")
         self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), "bright")
         self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), exposure=0)
         self.assertRaises(kthost.Error, kthost.save, self.path("no/such/folder.glb"))
-        self.assertRaises(kthost.Error, kthost.preview, self.path("a.png"), 0, 10)
+        for exposure in (-1, float("nan"), float("inf")):
+            self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), exposure=exposure)
+            self.assertRaises(kthost.Error, kthost.preview, self.path("a.png"), exposure=exposure)
+        for width, height in ((0, 10), (10, 0), (-1, 10), (10, 16385)):
+            self.assertRaises(kthost.Error, kthost.preview, self.path("a.png"), width, height)
         self.assertRaises(kthost.Error, kthost.preview, self.path("no/such/folder.png"), 10, 10)
 
     def test_without_a_scene(self):
@@ -112,6 +123,30 @@ class Files(Host):
         node = self.geometry()[0]
         ao.computeAmbientOcclusion(*QUICK)
         self.assertEqual(len(floats(kthost.results(node)["positions"])), 3 * node.vertices)
+
+    def test_a_ground_plane_is_one_of_the_top_nodes(self):
+        self.open()
+        nodes, top = len(kthost.nodes()), len(kthost.select())
+        self.open(ground_plane=True)
+        self.assertEqual((len(kthost.nodes()) > nodes, len(kthost.select())), (True, top + 1))
+        ao.computeAmbientOcclusion(*QUICK)
+        kthost.save(self.path("plane.glb"))
+        count = len(kthost.nodes())
+        kthost.open(self.path("plane.glb"), ground_plane=True)
+        self.assertEqual(len(self.geometry()), len([n for n in kthost.nodes() if n.vertices]))
+        self.assertEqual(len(kthost.nodes()), count, "the plane that is there is taken")
+
+    def test_preview_turns(self):
+        self.open()
+        ao.computeAmbientOcclusion(*QUICK)
+        pictures = []
+        for turn in (0, 0.0, 90, 180.0, 360):
+            kthost.preview(self.path("a.png"), 64, 48, turn=turn)
+            pictures.append(read(self.path("a.png")))
+        self.assertEqual(len(set(pictures)), 3)
+        self.assertEqual((pictures[1], pictures[4]), (pictures[0], pictures[0]))
+        for turn in (float("nan"), float("inf")):
+            self.assertRaises(kthost.Error, kthost.preview, self.path("a.png"), turn=turn)
 
     def test_preview_has_its_size(self):
         self.open()
@@ -192,25 +227,48 @@ class Results(Host):
         self.assertLess(min(before), 0.85)
         self.assertGreater(max(before), 0.95)
 
-    def test_numpy_takes_them_without_a_copy(self):
-        if sys.version_info[0] >= 3:
-            self.assertIsNotNone(numpy)
-        if numpy is None:
-            return
+    def test_buffers_tell_their_layout(self):
         self.open()
         ao.computeAmbientOcclusion(*QUICK)
         views = kthost.results(self.geometry()[0])
-        light = numpy.asarray(views["light"])
-        self.assertEqual(light.dtype, numpy.float32)
-        self.assertEqual(light.shape, tuple(views["light"].shape))
-        self.assertFalse(light.flags.owndata)
-        self.assertFalse(light.flags.writeable)
-        self.assertEqual(light.ctypes.data, numpy.asarray(views["light"]).ctypes.data)
-        triangles = numpy.asarray(views["triangles"])
-        self.assertEqual(triangles.dtype, numpy.uint32)
-        self.assertLess(triangles.max(), len(light))
-        with self.assertRaises((ValueError, BufferError, TypeError)):
-            light[0] = 1
+        for name, item_format, columns in (("positions", "f", 3), ("triangles", "I", 3), ("ao", "f", 1),
+                                           ("indirect", "f", 3), ("light", "f", 3)):
+            view = views[name]
+            self.assertIsInstance(view, memoryview)
+            self.assertEqual((view.format, view.itemsize, view.ndim), (item_format, 4, 1 if columns == 1 else 2), name)
+            self.assertEqual(tuple(view.strides), (4,) if columns == 1 else (4 * columns, 4))
+            self.assertEqual(len(view), view.shape[0])
+            self.assertEqual(len(view.tobytes()), 4 * columns * view.shape[0])
+            with self.assertRaises((TypeError, NotImplementedError)):
+                view[0] = 0.5
+        # What takes bytes takes them as they are.
+        self.assertEqual(bytes(bytearray(views["light"])), views["light"].tobytes())
+        with open(self.path("light.bin"), "wb") as out:
+            out.write(views["light"])
+        self.assertEqual(read(self.path("light.bin")), views["light"].tobytes())
+        self.assertRaises((BufferError, TypeError), io.BytesIO(b"x" * 4096).readinto, views["light"])
+        triangles = struct.unpack("%dI" % (3 * len(views["triangles"])), views["triangles"].tobytes())
+        self.assertLess(max(triangles), len(views["positions"]))
+
+    def test_a_buffer_is_given_back_with_its_last_view(self):
+        self.open()
+        ao.computeAmbientOcclusion(*QUICK)
+        node = self.geometry()[0]
+        for _ in range(100):
+            kthost.results(node)
+        before = resident_bytes()
+        for _ in range(3000):
+            kthost.results(node)
+        self.assertLess(resident_bytes() - before, 2 << 20)
+
+    def test_only_geometry_that_is_baked_has_results(self):
+        self.open()
+        group = [node for node in kthost.nodes() if node.kind != "Geometry"][0]
+        for what, reason in ((group, "no geometry"), (self.geometry()[0], "no results"), ("attic", "attic")):
+            with self.assertRaises(kthost.Error) as caught:
+                kthost.results(what)
+            self.assertIn(reason, str(caught.exception))
+        self.assertRaises(TypeError, kthost.results, 3)
 
 
 class Settings(Host):
@@ -234,6 +292,40 @@ class Settings(Host):
         kthost.delete_preset("of the test")
         self.assertNotIn("of the test", kthost.presets())
         self.assertRaises(kthost.Error, kthost.delete_preset, "of the test")
+        self.assertRaises(kthost.Error, kthost.save_preset, "")
+
+    def test_presets_have_any_name(self):
+        for name in ("Gr\xc3\xb6\xc3\x9fe", "<\"&'>", "\xf0\x9f\x9a\x97", "n" * 10000):
+            if str is not bytes:
+                name = name.encode("latin-1").decode("utf-8")
+            kthost.save_preset(name)
+            self.assertEqual(kthost.presets()[-1], name)
+            kthost.apply_preset(name)
+            kthost.delete_preset(name)
+            self.assertNotIn(name, kthost.presets())
+
+    def test_settings_follow_the_calculation(self):
+        self.open()
+        ao.computeAmbientOcclusion(0, 2.0, 500.0, False, True, 1, 3, False, 80.0, True, 0.25, 0.5, 0.75, 2, 0.125)
+        self.assertEqual(kthost.settings(), {
+            "quality": 0, "minDistance": 2.0, "maxDistance": 500.0, "indirectIllumination": False,
+            "colorBleeding": True, "gatherQuality": 1, "numIndirections": 3, "subdivide": False,
+            "minEdgeLength": 80.0, "overrideMaterialColor": True, "materialColorR": 0.25, "materialColorG": 0.5,
+            "materialColorB": 0.75, "subdivisionQuality": 2, "intensityThreshold": 0.125, "mode": 0})
+        ao.computeAmbientOcclusion(0, 2.0, 500.0, False, True, 1, 3, False, 80.0, True, 0.25)
+        self.assertEqual([round(kthost.settings()["materialColor" + c], 6) for c in "RGB"], [0.25, 0.7, 0.7])
+        self.assertEqual(kthost.settings()["subdivisionQuality"], 1)
+        ao.computeMissingAmbientOcclusion(0, 2.0, 500.0, False, True, 1, 3, False, 80.0, 0.25)
+        self.assertEqual((kthost.settings()["intensityThreshold"], kthost.settings()["overrideMaterialColor"]),
+                         (0.25, False))
+
+    def test_an_unchanged_mode_is_no_undo_step(self):
+        while kthost.undo():
+            pass
+        ao.setAmbientOcclusionMode(ao.getAmbientOcclusionMode())
+        for mode in (-1, 3):
+            ao.setAmbientOcclusionMode(mode)
+        self.assertFalse(kthost.undo())
 
     def test_undo_ends(self):
         while kthost.undo():
@@ -270,6 +362,41 @@ class Bake(Host):
         self.open()
         kthost.select([])
         self.assertRaises(kthost.Error, kthost.bake)
+
+    def test_locked_nodes_are_told(self):
+        document = {"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}],
+                    "nodes": [{"name": "safe", "mesh": 0, "extras": {"locked": True}}],
+                    "meshes": [{"primitives": [{"attributes": {"POSITION": 0}}]}],
+                    "accessors": [{"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3",
+                                   "min": [0, 0, 0], "max": [1, 1, 0]}],
+                    "bufferViews": [{"buffer": 0, "byteLength": 36}],
+                    "buffers": [{"byteLength": 36, "uri": "data:application/octet-stream;base64," + base64.b64encode(
+                        struct.pack("<9f", 0, 0, 0, 1, 0, 0, 0, 1, 0)).decode("ascii")}]}
+        with open(self.path("safe.gltf"), "w") as scene:
+            json.dump(document, scene)
+        kthost.open(self.path("safe.gltf"))
+        self.assertEqual([n.name for n in kthost.nodes() if n.locked and n.name], ["safe"])
+        with self.assertRaises(kthost.Error) as caught:
+            kthost.bake()
+        self.assertIn("locked", str(caught.exception))
+
+    def test_calls_that_do_not_go_with_a_bake_are_refused_meanwhile(self):
+        self.open_slow()
+        refused = []
+
+        def interfere(share):
+            for call in (kthost.close, kthost.bake, kthost.undo, kthost.redo, lambda: kthost.open(self.scene),
+                         lambda: kthost.save(self.path("a.glb")), lambda: kthost.preview(self.path("a.png")),
+                         lambda: kthost.apply_preset(kthost.presets()[0])):
+                try:
+                    call()
+                except kthost.Error as error:
+                    refused.append(str(error))
+            kthost.cancel()
+        kthost.on_progress(interfere)
+        self.slow()
+        self.assertEqual(set(refused), set(["a bake is under way"]))
+        self.assertEqual(len(refused) % 8, 0)
 
     def test_progress_rises_to_one(self):
         self.open()

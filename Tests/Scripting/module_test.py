@@ -57,14 +57,14 @@ def help_text(first, name, parameters, counts):
 
 
 class Help(unittest.TestCase):
-    # The binding library puts one line feed before each overload's text.
     def check(self, function, text):
-        self.assertEqual(function.__doc__, "\n" + text)
+        self.assertEqual(function.__doc__, text)
         shown = pydoc.plain(pydoc.render_doc(function))
         for line in text.splitlines():
             self.assertIn(line, shown)
-        self.assertNotIn("C++", shown)
-        self.assertNotIn("->", shown)
+        for added in ("C++", "->", "Boost"):
+            self.assertNotIn(added, shown)
+        self.assertEqual(function.__module__, "ktAmbientOcclusion")
 
     def test_compute(self):
         self.check(ao.computeAmbientOcclusion, help_text(
@@ -99,7 +99,17 @@ class Arguments(unittest.TestCase):
         whole = dict((k, VALUES[k]) for k in keywords)
         for keyword in keywords:
             self.assertRaises(TypeError, function, **dict(whole, **{keyword: "no number"}))
+            if not isinstance(whole[keyword], bool):  # None is as good as False
+                self.assertRaises(TypeError, function, **dict(whole, **{keyword: None}))
         self.assertRaises(TypeError, function, **dict(whole, unknown=1))
+        # One argument by position and by keyword, and one that is required left out.
+        self.assertRaises(TypeError, function, 0, **whole)
+        for keyword in keywords[:least]:
+            self.assertRaises(TypeError, function, **dict((k, v) for k, v in whole.items() if k != keyword))
+        # Whole numbers that are none, or negative where there is no sign.
+        for keyword in ("quality", "gatherQuality", "numIndirections"):
+            for value in (-1, 2 ** 40, 1.5):
+                self.assertRaises((TypeError, OverflowError), function, **dict(whole, **{keyword: value}))
 
     def test_compute(self):
         self.check(ao.computeAmbientOcclusion, COMPUTE, 9)
@@ -121,6 +131,12 @@ class Modes(unittest.TestCase):
             self.assertEqual(ao.getAmbientOcclusionMode(), mode)
         ao.setAmbientOcclusionMode(mode=1)
         self.assertEqual(ao.getAmbientOcclusionMode(), 1)
+
+    def test_wrong_arguments(self):
+        for call in (lambda: ao.setAmbientOcclusionMode(), lambda: ao.setAmbientOcclusionMode(1, 2),
+                     lambda: ao.setAmbientOcclusionMode("1"), lambda: ao.setAmbientOcclusionMode(mod=1),
+                     lambda: ao.getAmbientOcclusionMode(1)):
+            self.assertRaises(TypeError, call)
 
     def test_unknown_modes_change_nothing(self):
         ao.setAmbientOcclusionMode(1)

@@ -71,6 +71,24 @@ TEST(PreviewCamera, GivenZUp_LooksFromAboveAlongZ) {
     expectFramed(project(camera, scene.meshes[0]));
 }
 
+TEST(PreviewCamera, GivenTurn_GoesRoundTheSceneAtTheSameHeight) {
+    for (const bool isZUp : {false, true}) {
+        ktPreviewScene scene;
+        scene.meshes = {makeBox({-1, -1, -1}, {1, 1, 1})};
+        if (isZUp)
+            scene.up = {0, 0, 1};
+        const ktPreviewCamera start = framePreview(scene, 1), quarter = framePreview(scene, 1, 90),
+                              whole = framePreview(scene, 1, 360);
+        // A quarter round a cube: the same picture from the next side.
+        const size_t up = isZUp ? 2 : 1, x = isZUp ? 0 : 2, y = isZUp ? 1 : 0; // x to y is counterclockwise from above
+        EXPECT_NEAR(quarter.eye[x], -start.eye[y], 1e-9) << isZUp;
+        EXPECT_NEAR(quarter.eye[y], start.eye[x], 1e-9) << isZUp;
+        EXPECT_NEAR(quarter.eye[up], start.eye[up], 1e-9) << isZUp;
+        EXPECT_EQ(whole.eye, start.eye);
+        expectFramed(project(framePreview(scene, 1, 33), scene.meshes[0]));
+    }
+}
+
 TEST(PreviewCamera, GivenGroundPlane_FramesTheRestAlone) {
     ktPreviewScene scene;
     scene.meshes = {makeBox({-1, -1, -1}, {1, 1, 1})};

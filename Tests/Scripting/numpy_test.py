@@ -1,0 +1,53 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""Results of kthost in NumPy, which there is for Python 3 alone. Argument: the folder of the libraries."""
+import os
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, sys.argv.pop(1))
+import kthost
+import ktAmbientOcclusion as ao
+import numpy
+from script_scene import write_rooms
+
+
+class Arrays(unittest.TestCase):
+    def setUp(self):
+        with tempfile.TemporaryDirectory() as folder:
+            write_rooms(os.path.join(folder, "rooms.obj"))
+            kthost.open(os.path.join(folder, "rooms.obj"), unit="mm")
+        ao.computeAmbientOcclusion(0, 1.0, 500.0, False, True, 0, 1, False, 80.0)
+        node = [node for node in kthost.nodes() if node.kind == "Geometry"][0]
+        self.views = kthost.results(node)
+
+    def tearDown(self):
+        kthost.close()
+
+    def test_nothing_is_copied(self):
+        light = numpy.asarray(self.views["light"])
+        self.assertEqual(light.dtype, numpy.float32)
+        self.assertEqual(light.shape, self.views["light"].shape)
+        self.assertFalse(light.flags.owndata)
+        self.assertFalse(light.flags.writeable)
+        self.assertEqual(light.ctypes.data, numpy.asarray(self.views["light"]).ctypes.data)
+        with self.assertRaises((ValueError, BufferError, TypeError)):
+            light[0] = 1
+
+    def test_numbers_are_those_of_the_view(self):
+        triangles = numpy.asarray(self.views["triangles"])
+        self.assertEqual(triangles.dtype, numpy.uint32)
+        self.assertLess(triangles.max(), len(self.views["positions"]))
+        self.assertEqual(numpy.asarray(self.views["ao"]).tolist(), self.views["ao"].tolist())
+        self.assertEqual(numpy.asarray(self.views["positions"]).tobytes(), self.views["positions"].tobytes())
+
+    def test_an_array_outlives_scene_and_view(self):
+        ao_values = numpy.asarray(self.views["ao"])
+        before = ao_values.copy()
+        self.views = None
+        kthost.close()
+        self.assertTrue((ao_values == before).all())
+
+
+if __name__ == "__main__":
+    unittest.main()
