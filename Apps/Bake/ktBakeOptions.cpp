@@ -248,6 +248,14 @@ private:
         value("--script", options.script, "run a Python script: not with this ktbake, built without scripting", "FILE.py");
 #endif
         value("--threads", options.threads, "worker threads", "INT", "one a core")->check(CLI::Range(1, 1024));
+        finish(app.add_option_function<std::string>(
+                   "--tracer",
+                   [this](const std::string& name) {
+                       options.tracer = name == "embree" ? ktTracerKind::Embree : ktTracerKind::Hemisphere;
+                   },
+                   "what follows the rays; the results are the same, to rounding"),
+               "embree|hemisphere", "hemisphere")
+            ->check(CLI::IsMember({"embree", "hemisphere"}));
         flag(
             "-q,--quiet", [this] { options.quiet = true; }, "print errors only");
         app.set_help_flag("-h,--help", "print this")->group(group);
@@ -262,7 +270,7 @@ private:
 void checkScript(const CLI::App& app) {
     for (const CLI::Option* option : app.get_options()) {
         const std::string name = option->get_name();
-        if (option->count() > 0 && name != "--script" && name != "--threads" && name != "--quiet")
+        if (option->count() > 0 && name != "--script" && name != "--threads" && name != "--tracer" && name != "--quiet")
             throw CLI::ValidationError(name, "does not go with --script; the script's own arguments follow --");
     }
 }

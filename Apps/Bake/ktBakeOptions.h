@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktTracerFactory.h"
+
 #include <array>
 #include <optional>
 #include <string>
@@ -56,6 +58,7 @@ struct ktBakeOptions {
     std::string script;         ///< a file to run instead of baking `scene`; empty: none
     std::vector<std::string> scriptArguments;
     int threads = 0;            ///< 0: one a core
+    ktTracerKind tracer = ktTracerKind::Hemisphere;
     bool quiet = false;
 };
 

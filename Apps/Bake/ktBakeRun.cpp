@@ -67,6 +67,7 @@ private:
         if (exitCode != ktBakeExit::done)
             return exitCode;
         stats.scene = options.scene;
+        stats.tracer = options.tracer == ktTracerKind::Embree ? "embree" : "hemisphere";
         stats.sceneDiagonal = scene.getDiagonal();
         stats.sceneVertices = scene.getVertexCount();
         stats.sceneTriangles = scene.getTriangleCount();
@@ -150,6 +151,7 @@ private:
 
 int runBake(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
+    ktChooseTracer(options.tracer);
     ktLogOutput::setQuiet(options.quiet);
     if (options.scene.empty()) {
         int exitCode = applySettings(options, osg::NullFC, 0);

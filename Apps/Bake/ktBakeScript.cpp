@@ -8,6 +8,7 @@
 #include "ktLogOutput.h"
 #include "ktScripting.h"
 #include "ktThreadCount.h"
+#include "ktTracerFactory.h"
 
 #include <csignal>
 #include <QFileInfo>
@@ -33,6 +34,7 @@ void onSignal(int signal) {
 
 int runBakeScript(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
+    ktChooseTracer(options.tracer);
     ktLogOutput::setQuiet(options.quiet);
     const QFileInfo script(QString::fromStdString(options.script));
     if (!script.isFile() || !script.isReadable()) {

@@ -19,6 +19,7 @@ bool ktBakeStats::write(const std::string& fileName) const {
         {"scene", QString::fromStdString(scene)},
         {"output", output.empty() ? QJsonValue() : QJsonValue(QString::fromStdString(output))},
         {"settings", settings},
+        {"tracer", QString::fromStdString(tracer)},
         {"sceneVertices", count(sceneVertices)},
         {"sceneTriangles", count(sceneTriangles)},
         {"sceneDiagonalMm", sceneDiagonal},

@@ -9,6 +9,7 @@
 /// Times and counts of one run.
 struct ktBakeStats {
     std::string scene, output; ///< output: empty when none was written
+    std::string tracer;        ///< as `--tracer` calls it
     QJsonObject settings;
 
     std::uint64_t sceneVertices = 0, sceneTriangles = 0; ///< stored once, however often they are used

@@ -2,7 +2,22 @@
 #include "ktTracerFactory.h"
 
 #include "ktEmbreeTracer.h"
+#include "ktHemisphereTracer.h"
+
+#include <atomic>
+
+namespace {
+
+std::atomic<ktTracerKind> chosen{ktTracerKind::Hemisphere};
+
+} // namespace
+
+void ktChooseTracer(ktTracerKind kind) noexcept {
+    chosen = kind;
+}
 
 std::unique_ptr<ktTracer> ktMakeTracer() {
-    return std::make_unique<ktEmbreeTracer>();
+    if (chosen == ktTracerKind::Embree)
+        return std::make_unique<ktEmbreeTracer>();
+    return std::make_unique<ktHemisphereTracer>();
 }

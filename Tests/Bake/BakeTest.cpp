@@ -80,6 +80,38 @@ TEST(Bake, GivenOneOrTwoThreads_WritesEqualBits) {
     EXPECT_TRUE(readFile(folder.file("1.glb")) == readFile(folder.file("2.glb")));
 }
 
+TEST(Bake, GivenEitherTracer_GivesTheSameToRounding) {
+    const ktTestFolder folder;
+    std::vector<ktBakedFile> baked;
+    for (const std::string tracer : {"embree", "hemisphere"}) {
+        const ktBakeResult result =
+            runBake(folder.path, {model(engine), "-o", tracer + ".glb", "--shadow-quality", "1", "--min-distance", "0",
+                                  "--gather-quality", "0", "--tracer", tracer, "--stats", "stats.json"});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+        EXPECT_EQ(nlohmann::json::parse(readFile(folder.file("stats.json"))).at("tracer"), tracer);
+        baked.emplace_back(folder.file(tracer + ".glb"));
+    }
+    const std::vector<float> embree = baked[0].allOcclusion(), hemisphere = baked[1].allOcclusion();
+    ASSERT_EQ(embree.size(), hemisphere.size());
+    ASSERT_GT(embree.size(), 50000u);
+    double differingRays = 0;
+    for (size_t i = 0; i < embree.size(); ++i)
+        differingRays += std::fabs(embree[i] - hemisphere[i]) * 256;
+    EXPECT_LE(differingRays, 1e-5 * 256 * static_cast<double>(embree.size()));
+    double indirect = 0, difference = 0;
+    const auto primitives = baked[0].primitives(), others = baked[1].primitives();
+    for (size_t p = 0; p < primitives.size(); ++p) {
+        const std::vector<float> a = baked[0].floats(primitives[p], "_INDIRECT"), b = baked[1].floats(others[p], "_INDIRECT");
+        ASSERT_EQ(a.size(), b.size());
+        for (size_t i = 0; i < a.size(); ++i) {
+            indirect += a[i];
+            difference += std::fabs(a[i] - b[i]);
+        }
+    }
+    EXPECT_GT(indirect, 0);
+    EXPECT_LE(difference, 1e-4 * indirect);
+}
+
 TEST(Bake, GivenBakedFile_BakesTheSameAgain) {
     const ktTestFolder folder;
     ASSERT_EQ(runBake(folder.path, {model(engine), "-o", "once.glb", "--shadow-quality", "0", "--gather-quality", "0"}).exitCode, 0);

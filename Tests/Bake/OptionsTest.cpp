@@ -40,6 +40,7 @@ TEST(Options, GivenSceneAlone_WritesBesideItAndLeavesEverySettingOpen) {
     EXPECT_TRUE(options.multiplyColors);
     EXPECT_EQ(options.unit, "auto");
     EXPECT_EQ(options.exposure, 1);
+    EXPECT_EQ(options.tracer, ktTracerKind::Hemisphere);
 }
 
 TEST(Options, GivenEverySetting_KeepsEach) {
@@ -78,6 +79,8 @@ TEST(Options, GivenEverySetting_KeepsEach) {
                                          "--unique-instances", "--ground-plane",
                                          "--threads",
                                          "2",
+                                         "--tracer",
+                                         "embree",
                                          "--stats",
                                          "s.json",
                                          "--preview",
@@ -103,6 +106,7 @@ TEST(Options, GivenEverySetting_KeepsEach) {
     EXPECT_EQ(options.exposure, 1.5);
     EXPECT_TRUE(options.uniqueInstances && options.groundPlane && options.quiet);
     EXPECT_EQ(options.threads, 2);
+    EXPECT_EQ(options.tracer, ktTracerKind::Embree);
 }
 
 TEST(Options, GivenNegatedSettings_SwitchesThemOff) {
@@ -138,6 +142,7 @@ TEST(Options, GivenWrongValue_NamesTheOption) {
     EXPECT_THAT(refuse({"a.glb", "--mode", "dark"}), HasSubstr("--mode"));
     EXPECT_THAT(refuse({"a.glb", "--unit", "parsec"}), HasSubstr("--unit"));
     EXPECT_THAT(refuse({"a.glb", "--threads", "0"}), HasSubstr("--threads"));
+    EXPECT_THAT(refuse({"a.glb", "--tracer", "gpu"}), HasSubstr("--tracer"));
     EXPECT_THAT(refuse({"a.glb", "--exposure", "0"}), HasSubstr("--exposure"));
     EXPECT_THAT(refuse({"a.glb", "--clear", "all"}), HasSubstr("--clear"));
     EXPECT_THAT(refuse({"a.glb", "--min-edge-length", "0"}), HasSubstr("--min-edge-length"));
