@@ -4,9 +4,8 @@
 #include "ktWholeScene.h"
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <random>
 
 namespace {

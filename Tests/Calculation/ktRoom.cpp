@@ -39,15 +39,16 @@ std::vector<ktRoomSurface> ktMakeRoom(bool isClosed) {
     if (isClosed)
         room.add("front", osg::Pnt3f(0, 0, 3000), y, x, white);
 
-    const float turn = 0.3f, width = 900, height = 1100;
+    const float turn = 0.3f, width = 900, height = 1000;
     const osg::Vec3f a(width * std::cos(turn), 0, width * std::sin(turn)),
         b(-width * std::sin(turn), 0, width * std::cos(turn)), up(0, height, 0);
-    const osg::Pnt3f corner(1000, 0, 700);
+    const osg::Pnt3f corner(1000, 450, 700);
     const osg::Color3f blue(0.4f, 0.45f, 0.7f);
     room.add("box back", corner, up, a, blue);
     room.add("box left", corner, b, up, blue);
     room.add("box front", corner + b, a, up, blue);
     room.add("box right", corner + a, up, b, blue);
     room.add("box top", corner + up, b, a, blue);
+    room.add("box bottom", corner, a, b, blue);
     return room.surfaces;
 }

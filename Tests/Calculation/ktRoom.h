@@ -16,7 +16,9 @@ struct ktRoomSurface {
     int columns, rows; ///< cells along a and b, 100 mm or less
 };
 
-/// A room of 3 m, its left wall red, its right wall green, and a box that stands askew on its floor.
+/// A room of 3 m, its left wall red, its right wall green, and a box that hangs askew in it: where it stood on the
+/// floor, light interpolated between vertices that it covers and others would never come near the truth, however small
+/// the triangles.
 /// @param isClosed with the wall in front, else open towards +z
 std::vector<ktRoomSurface> ktMakeRoom(bool isClosed);
 
