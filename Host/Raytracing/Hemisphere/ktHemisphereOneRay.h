@@ -16,7 +16,7 @@ inline bool traceOne(const ktHemisphereView& view, const ktHemisphereRay& ray, b
     };
     Task stack[ktHemisphereWork::stackSize];
     std::uint32_t top = 0;
-    float reach = ray.maxDistance, over[3];
+    float reach = withinReach(ray.maxDistance), over[3];
     for (int axis = 0; axis < 3; ++axis) {
         const float d = ray.direction[axis];
         over[axis] = 1.0f / (d < 1e-30f && d > -1e-30f ? (d < 0 ? -1e-30f : 1e-30f) : d);
@@ -37,7 +37,7 @@ inline bool traceOne(const ktHemisphereView& view, const ktHemisphereRay& ray, b
                 if (!seen.usable)
                     continue;
                 if (!nearest) {
-                    if (trianglesOnRay(seen, ray.direction, ray.minDistance, ray.maxDistance))
+                    if (trianglesOnRay(seen, ray.direction, ray.minDistance, reach))
                         return true;
                     continue;
                 }

@@ -16,6 +16,14 @@ constexpr float kHuge = 3.0e38f;
 // Tile directions are widened by this, which covers every rounding in the tests made with them.
 constexpr float kDirectionMargin = 1e-6f;
 
+// No hit is farther, for no coordinate is beyond 1.8e18. A box that a tile points away from is "entered" at a huge
+// distance and "left" at another: it is the limit that tells it from boxes ahead.
+constexpr float kFarthest = 1e19f;
+
+KT_INLINE float withinReach(float maxDistance) {
+    return maxDistance > kFarthest ? kFarthest : maxDistance; // what is no number stays so, and nothing is met
+}
+
 // Exits are moved back by this share: rounding of reciprocals and products ("Robust BVH Ray Traversal", Thiago Ize,
 // 2013).
 constexpr float kExitMargin = 1.000001f;
@@ -66,7 +74,7 @@ KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& 
         work.normal[axis] = vertex.normal[axis];
     }
     work.minDistance = limits.minDistance;
-    work.maxDistance = limits.maxDistance;
+    work.maxDistance = withinReach(limits.maxDistance);
     work.bothSides = limits.bothSides;
     work.lowest = batch.lowest;
     work.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
@@ -75,10 +83,10 @@ KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& 
         work.live[tile] = batch.live[tile];
         work.waitingCount[tile] = 0;
         if (reaches) {
-            work.tileReach[tile] = limits.maxDistance;
+            work.tileReach[tile] = work.maxDistance;
             work.back[tile] = 0;
             for (std::uint32_t lane = 0; lane < 16; ++lane) {
-                work.reach[tile][lane] = batch.live[tile] >> lane & 1 ? limits.maxDistance : -1.0f;
+                work.reach[tile][lane] = batch.live[tile] >> lane & 1 ? work.maxDistance : -1.0f;
                 work.hit[tile][lane] = ktHemisphereKernel::noTriangle;
             }
         }
