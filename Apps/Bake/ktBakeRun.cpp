@@ -11,6 +11,7 @@
 #include "ktBakeSettings.h"
 #include "ktBakeSignals.h"
 #include "ktBakeStats.h"
+#include "ktBakeTracing.h"
 #include "ktCancelToken.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
@@ -69,8 +70,11 @@ private:
         stats.scene = options.scene;
         stats.tracer = options.tracer == ktTracerKind::Embree ? "embree" : "hemisphere";
         stats.sceneDiagonal = scene.getDiagonal();
-        stats.sceneVertices = scene.getVertexCount();
-        stats.sceneTriangles = scene.getTriangleCount();
+        for (const ktBakeGeometry& entry : scene.getGeometries()) {
+            stats.sceneVertices += entry.vertices;
+            stats.sceneTriangles += entry.triangles;
+            stats.instancedTriangles += entry.triangles * entry.uses;
+        }
         return scene.addGroundPlane(options);
     }
 
@@ -100,11 +104,13 @@ private:
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled())
             scene.loadPictures();
         const auto errorsBefore = ktLogOutput::getCount(ktLogLevel::Error);
+        const ktBakeTracing tracing;
         ktBakeProgress progress(scene.getSelectedVertexCount(), !options.quiet);
         watch.lap();
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
         std::cout.flush();
         const double seconds = watch.lap();
+        stats.addTracing(tracing, scene.getGeometries());
         stats.geometriesCalculated = progress.getNodeCount();
         stats.verticesTraced = progress.getVerticesTraced();
         stats.structureSeconds = progress.getStructureSeconds();

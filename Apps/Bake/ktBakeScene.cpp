@@ -10,21 +10,23 @@
 #include "ktPreview.h"
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
+#include "OSGAmbientOcclusionSettingsAttachment.h"
+#include "OSGValuePair.h"
 
-#include <OpenSG/OSGTriangleIterator.h>
+#include <algorithm>
 #include <set>
 
 namespace {
 
-/// Calls visit(geometry) for each geometry below a node, each once, however often it is used.
-template <typename Visit>
-void forEachGeometry(const osg::NodePtr& root, ktInstances which, std::set<osg::UInt32>& seen, Visit visit) {
-    forEachGeometryInstance(root, which, [&](const ktGeometryInstance& instance) {
-        if (seen.insert(instance.geometry.getFieldContainerId()).second &&
-            instance.geometry->getPositions() != osg::NullFC)
-            visit(instance.geometry);
+/// Whether the plug-in can load settings from a node: typed ones, or texts of the older form.
+bool holdsSettings(const osg::NodePtr& node) {
+    if (node->findAttachment(osg::AmbientOcclusionSettingsAttachment::getClassType()) != osg::NullFC)
         return true;
-    });
+    const auto texts = osg::ValuePairPtr::dcast(node->findAttachment(osg::ValuePair::getClassType()));
+    for (osg::UInt32 i = 0; texts != osg::NullFC && i < texts->getSize(); ++i)
+        if (texts->getKey(i).compare(0, 2, "AO") == 0)
+            return true;
+    return false;
 }
 
 } // namespace
@@ -54,14 +56,11 @@ int ktBakeScene::open(const ktBakeOptions& options) {
     }
     ktSceneState::setRootNode(file->getRoot());
     diagonal = ktSceneDiagonal(file->getRoot());
-    std::set<osg::UInt32> seen;
-    forEachGeometry(file->getRoot(), ktInstances::All, seen, [&](const osg::GeometryPtr& geometry) {
-        vertexCount += geometry->getPositions()->getSize();
-        for (osg::TriangleIterator triangle = geometry->beginTriangles(); triangle != geometry->endTriangles();
-             ++triangle)
-            ++triangleCount;
-    });
     return ktBakeExit::done;
+}
+
+std::vector<ktBakeGeometry> ktBakeScene::getGeometries() const {
+    return listGeometries(file->getRoot());
 }
 
 int ktBakeScene::addGroundPlane(const ktBakeOptions& options) {
@@ -99,7 +98,13 @@ int ktBakeScene::findSettingsNode(const ktBakeOptions& options, osg::NodePtr& no
         ktLog::error("%s: no node is called \"%s\"", options.scene.c_str(), options.settingsFrom.c_str());
         return ktBakeExit::badInput;
     }
-    node = nodes.front();
+    const auto found = std::find_if(nodes.begin(), nodes.end(), holdsSettings);
+    if (found == nodes.end()) {
+        ktLog::error("%s: the node \"%s\" holds no settings: it was not baked", options.scene.c_str(),
+                     options.settingsFrom.c_str());
+        return ktBakeExit::badInput;
+    }
+    node = *found;
     return ktBakeExit::done;
 }
 
@@ -121,8 +126,12 @@ std::uint64_t ktBakeScene::getSelectedVertexCount() const {
     std::set<osg::UInt32> seen;
     std::uint64_t count = 0;
     for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
-        forEachGeometry(node, ktInstances::Visible, seen,
-                        [&](const osg::GeometryPtr& geometry) { count += geometry->getPositions()->getSize(); });
+        forEachGeometryInstance(node, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+            const osg::GeometryPtr& geometry = instance.geometry;
+            if (geometry->getPositions() != osg::NullFC && seen.insert(geometry.getFieldContainerId()).second)
+                count += geometry->getPositions()->getSize();
+            return true;
+        });
     return count;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktBakeGeometryList.h"
 #include "ktSceneFile.h"
 
 #include <cstdint>
@@ -25,7 +26,8 @@ public:
     int addGroundPlane(const ktBakeOptions& options);
     /// Decodes the materials' pictures, which bounced light and the preview need.
     void loadPictures();
-    /// The node of `--settings-from`; `node` stays as it is when that was not given.
+    /// The first node of the name given with `--settings-from` that holds settings; `node` stays as it is when that was
+    /// not given.
     /// @return exit code
     int findSettingsNode(const ktBakeOptions& options, osg::NodePtr& node) const;
     /// Selects what the options name, or the scene's top nodes; of that, with `--missing`, what has no results under
@@ -37,9 +39,9 @@ public:
     /// Draws the picture; false when it cannot be written.
     bool drawPreview(const ktBakeOptions& options);
 
-    double getDiagonal() const { return diagonal; }              ///< world units
-    std::uint64_t getVertexCount() const { return vertexCount; } ///< each geometry once
-    std::uint64_t getTriangleCount() const { return triangleCount; }
+    double getDiagonal() const { return diagonal; } ///< world units
+    /// The scene's geometry as it is now, each once.
+    std::vector<ktBakeGeometry> getGeometries() const;
     /// Vertices of the visible geometry below the selection, each geometry once.
     std::uint64_t getSelectedVertexCount() const;
 
@@ -49,5 +51,4 @@ private:
     std::string fileName; ///< as given
     std::unique_ptr<ktSceneFile> file;
     double diagonal = 0;
-    std::uint64_t vertexCount = 0, triangleCount = 0;
 };

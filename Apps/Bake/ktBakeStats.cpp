@@ -2,6 +2,8 @@
 #include "ktBakeStats.h"
 
 #include "ktAmbientOcclusion.h"
+#include "ktBakeGeometryList.h"
+#include "ktBakeTracing.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktThreadCount.h"
@@ -10,10 +12,33 @@
 #include <QSaveFile>
 #include <sys/resource.h>
 
+namespace {
+
+// JSON's numbers are exact up to 2^53.
+double count(std::uint64_t value) {
+    return static_cast<double>(value);
+}
+
+} // namespace
+
+void ktBakeStats::addTracing(const ktBakeTracing& tracing, const std::vector<ktBakeGeometry>& sceneGeometries) {
+    directRays = tracing.getDirectRays();
+    indirectRays = tracing.getIndirectRays();
+    occludingTriangles = tracing.getOccludingTriangles();
+    for (const ktBakeGeometry& entry : sceneGeometries) {
+        const ktBakeTraced traced = tracing.getTraced(entry.geometry);
+        geometries.append(QJsonObject{{"node", QString::fromStdString(entry.name)},
+                                      {"uses", count(entry.uses)},
+                                      {"vertices", count(entry.vertices)},
+                                      {"triangles", count(entry.triangles)},
+                                      {"traced", traced.vertices > 0},
+                                      {"raysTraced", count(traced.rays)}});
+    }
+}
+
 bool ktBakeStats::write(const std::string& fileName) const {
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
-    const auto count = [](std::uint64_t value) { return static_cast<double>(value); }; // exact up to 2^53
     const QJsonObject all = {
         {"version", getPluginVersion()},
         {"scene", QString::fromStdString(scene)},
@@ -22,9 +47,13 @@ bool ktBakeStats::write(const std::string& fileName) const {
         {"tracer", QString::fromStdString(tracer)},
         {"sceneVertices", count(sceneVertices)},
         {"sceneTriangles", count(sceneTriangles)},
+        {"instancedTriangles", count(instancedTriangles)},
+        {"occludingTriangles", count(occludingTriangles)},
         {"sceneDiagonalMm", sceneDiagonal},
         {"geometriesCalculated", geometriesCalculated},
         {"verticesTraced", count(verticesTraced)},
+        {"raysTraced", QJsonObject{{"direct", count(directRays)}, {"indirect", count(indirectRays)}}},
+        {"geometries", geometries},
         {"seconds", QJsonObject{{"read", readSeconds},
                                 {"structure", structureSeconds},
                                 {"tracing", tracingSeconds},

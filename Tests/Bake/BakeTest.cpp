@@ -51,7 +51,8 @@ TEST(Bake, GivenTwoBoxesThatTouch_DarkensTheFacesBetween) {
 
 TEST(Bake, GivenEngine_GivesEveryTrianglePrimitiveItsOcclusion) {
     const ktTestFolder folder;
-    const ktBakeResult result = runBake(folder.path, {model(engine), "-o", "engine.glb", "--shadow-quality", "0", "--gather-quality", "0"});
+    const ktBakeResult result =
+        runBake(folder.path, {model(engine), "-o", "engine.glb", "--shadow-quality", "0", "--gather-quality", "0"});
     ASSERT_EQ(result.exitCode, 0) << result.error;
     const ktBakedFile baked(folder.file("engine.glb"));
     for (const auto& primitive : baked.primitives()) {
@@ -73,8 +74,9 @@ TEST(Bake, GivenEngine_GivesEveryTrianglePrimitiveItsOcclusion) {
 TEST(Bake, GivenOneOrTwoThreads_WritesEqualBits) {
     const ktTestFolder folder;
     for (const char* threads : {"1", "2"}) {
-        const ktBakeResult result = runBake(folder.path, {model(engine), "-o", std::string(threads) + ".glb",
-                                                          "--shadow-quality", "0", "--gather-quality", "0", "--threads", threads});
+        const ktBakeResult result =
+            runBake(folder.path, {model(engine), "-o", std::string(threads) + ".glb", "--shadow-quality", "0",
+                                  "--gather-quality", "0", "--threads", threads});
         ASSERT_EQ(result.exitCode, 0) << result.error;
     }
     EXPECT_TRUE(readFile(folder.file("1.glb")) == readFile(folder.file("2.glb")));
@@ -114,8 +116,12 @@ TEST(Bake, GivenEitherTracer_GivesTheSameToRounding) {
 
 TEST(Bake, GivenBakedFile_BakesTheSameAgain) {
     const ktTestFolder folder;
-    ASSERT_EQ(runBake(folder.path, {model(engine), "-o", "once.glb", "--shadow-quality", "0", "--gather-quality", "0"}).exitCode, 0);
-    ASSERT_EQ(runBake(folder.path, {"once.glb", "-o", "twice.glb", "--shadow-quality", "0", "--gather-quality", "0"}).exitCode, 0);
+    ASSERT_EQ(runBake(folder.path, {model(engine), "-o", "once.glb", "--shadow-quality", "0", "--gather-quality", "0"})
+                  .exitCode,
+              0);
+    ASSERT_EQ(runBake(folder.path, {"once.glb", "-o", "twice.glb", "--shadow-quality", "0", "--gather-quality", "0"})
+                  .exitCode,
+              0);
     const ktBakedFile once(folder.file("once.glb")), twice(folder.file("twice.glb"));
     EXPECT_TRUE(once.allOcclusion() == twice.allOcclusion());
     ASSERT_EQ(once.primitives().size(), twice.primitives().size());
@@ -157,23 +163,6 @@ TEST(Bake, GivenDistanceInPercent_TakesItOfTheDiagonal) {
     EXPECT_NEAR(stats.at("settings").at("max-distance"), 0.03 * diagonal, 0.01);
     // The other box stands farther away than that.
     EXPECT_THAT(ktBakedFile(folder.file("boxes-baked.glb")).allOcclusion(), Each(1.0f));
-}
-
-TEST(Bake, GivenStats_CountsAndTimesTheRun) {
-    const ktTestFolder folder;
-    folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
-    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "--stats", "stats.json", "--shadow-quality", "1", "--threads", "1"})
-                  .exitCode,
-              0);
-    const auto stats = nlohmann::json::parse(readFile(folder.file("stats.json")));
-    EXPECT_EQ(stats.at("geometriesCalculated"), 2);
-    EXPECT_EQ(stats.at("sceneVertices"), 48);
-    EXPECT_EQ(stats.at("sceneTriangles"), 24);
-    EXPECT_EQ(stats.at("threads"), 1);
-    EXPECT_EQ(stats.at("settings").at("shadow-quality"), 1);
-    for (const char* part : {"read", "structure", "tracing", "storing", "write", "total"})
-        EXPECT_GE(stats.at("seconds").at(part).get<double>(), 0) << part;
-    EXPECT_GT(stats.at("peakMemoryMiB").get<double>(), 1);
 }
 
 TEST(Bake, GivenAnyRun_WritesTimingsToStandardOutputAndTheRestToStandardError) {

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstdint>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGNode.h>
+#include <string>
+#include <vector>
+
+/// A geometry of the scene, once, however often it is used.
+struct ktBakeGeometry {
+    std::string name; ///< of the node that uses it first, or of the one above; may be empty
+    osg::GeometryPtr geometry;
+    std::uint64_t vertices = 0, triangles = 0;
+    std::uint64_t uses = 0; ///< nodes that show it, hidden ones included
+};
+
+/// All geometries with positions below a node, in traversal order.
+std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root);
+
+/// Triangles that a geometry's primitives make; none for points, lines and null.
+std::uint64_t countTriangles(const osg::GeometryPtr& geometry);

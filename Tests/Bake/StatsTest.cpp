@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBakedFile.h"
+#include "ktBakeProcess.h"
+#include "ktTestScene.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+nlohmann::json statsOf(const ktTestFolder& folder) {
+    return nlohmann::json::parse(readFile(folder.file("stats.json")));
+}
+
+} // namespace
+
+TEST(Stats, GivenRun_CountsAndTimesIt) {
+    const ktTestFolder folder;
+    folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
+    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "--stats", "stats.json", "--shadow-quality", "1", "--threads", "1"})
+                  .exitCode,
+              0);
+    const auto stats = statsOf(folder);
+    EXPECT_EQ(stats.at("geometriesCalculated"), 2);
+    EXPECT_EQ(stats.at("sceneVertices"), 48);
+    EXPECT_EQ(stats.at("sceneTriangles"), 24);
+    EXPECT_EQ(stats.at("threads"), 1);
+    EXPECT_EQ(stats.at("settings").at("shadow-quality"), 1);
+    for (const char* part : {"read", "structure", "tracing", "storing", "write", "total"})
+        EXPECT_GE(stats.at("seconds").at(part).get<double>(), 0) << part;
+    EXPECT_GT(stats.at("peakMemoryMiB").get<double>(), 1);
+}
+
+TEST(Stats, GivenPasses_CountsTheirRays) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    const std::vector<std::string> run = {
+        "box.gltf", "--stats", "stats.json", "--shadow-quality", "1", "--gather-quality", "0", "--bounces", "3"};
+    ASSERT_EQ(runBake(folder.path, run).exitCode, 0);
+    const auto rays = statsOf(folder).at("raysTraced");
+    EXPECT_EQ(rays.at("direct"), 24 * 256);
+    EXPECT_EQ(rays.at("indirect"), 3 * 24 * 64);
+    EXPECT_EQ(statsOf(folder).at("geometries").at(0).at("raysTraced"), 24 * 256 + 3 * 24 * 64);
+}
+
+// A mesh used three times is traced once, and all three occlude.
+TEST(Stats, GivenInstances_TellsWhatIsStoredWhatIsUsedAndWhatOccludes) {
+    const ktTestFolder folder;
+    auto scene = makeBoxes({{"middle", {0, 0, 0}}, {"right", {1.01f, 0, 0}}});
+    scene["nodes"].push_back({{"name", "left"}, {"mesh", 1}, {"translation", {-1.01, 0, 0}}});
+    scene["nodes"].push_back({{"name", "top"}, {"mesh", 1}, {"translation", {0, 1.01, 0}}});
+    scene["scenes"][0]["nodes"] = {0, 1, 2, 3};
+    folder.write("boxes.gltf", scene.dump());
+    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "-o", "out.glb", "--stats", "stats.json", "--no-indirect"}).exitCode,
+              0);
+    const auto stats = statsOf(folder);
+    EXPECT_EQ(stats.at("sceneTriangles"), 24);
+    EXPECT_EQ(stats.at("instancedTriangles"), 48);
+    EXPECT_EQ(stats.at("occludingTriangles"), 48);
+    EXPECT_EQ(stats.at("verticesTraced"), 48);
+    const auto geometries = stats.at("geometries");
+    ASSERT_EQ(geometries.size(), 2u);
+    EXPECT_EQ(geometries.at(0), (nlohmann::json{{"node", "middle"},
+                                                {"uses", 1},
+                                                {"vertices", 24},
+                                                {"triangles", 12},
+                                                {"traced", true},
+                                                {"raysTraced", 24 * 1024}}));
+    EXPECT_EQ(geometries.at(1).at("node"), "right");
+    EXPECT_EQ(geometries.at(1).at("uses"), 3);
+
+    const ktBakedFile baked(folder.file("out.glb"));
+    const std::vector<float> occlusion = baked.floats(baked.primitives().at(0), "_AO");
+    const std::vector<float> normals = baked.floats(baked.primitives().at(0), "NORMAL");
+    for (size_t vertex = 0; vertex < 24; ++vertex) {
+        const float* normal = &normals[3 * vertex];
+        if (normal[0] != 0 || normal[1] > 0) {
+            EXPECT_LT(occlusion[vertex], 0.8f) << "an instance stands before it";
+        }
+    }
+}
+
+TEST(Stats, GivenSelection_TellsWhatWasNotTraced) {
+    const ktTestFolder folder;
+    folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
+    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "--select", "right", "--stats", "stats.json", "--shadow-quality", "0",
+                                    "--no-indirect"})
+                  .exitCode,
+              0);
+    const auto stats = statsOf(folder);
+    EXPECT_EQ(stats.at("geometries").at(0).at("traced"), false);
+    EXPECT_EQ(stats.at("geometries").at(0).at("raysTraced"), 0);
+    EXPECT_EQ(stats.at("geometries").at(1).at("traced"), true);
+    EXPECT_EQ(stats.at("occludingTriangles"), 24) << "what is not selected occludes as well";
+}
