@@ -49,6 +49,19 @@ std::vector<std::string> textsOf(const osg::NodePtr& node) {
     return texts;
 }
 
+/// Whether all fourteen values are the same.
+bool haveEqualValues(const Attachment& a, const Attachment& b) {
+    return a->getMode() == b->getMode() && a->getShadowQuality() == b->getShadowQuality() &&
+           a->getMinDistance() == b->getMinDistance() && a->getMaxDistance() == b->getMaxDistance() &&
+           a->getIndirectIllumination() == b->getIndirectIllumination() &&
+           a->getGatherQuality() == b->getGatherQuality() && a->getNumIndirections() == b->getNumIndirections() &&
+           a->getColorBleeding() == b->getColorBleeding() &&
+           a->getOverrideMaterialColor() == b->getOverrideMaterialColor() &&
+           a->getMaterialColor() == b->getMaterialColor() && a->getSubdivide() == b->getSubdivide() &&
+           a->getSubdivisionQuality() == b->getSubdivisionQuality() && a->getMinEdgeLength() == b->getMinEdgeLength() &&
+           a->getIntensityThreshold() == b->getIntensityThreshold();
+}
+
 class NodeSettings : public ktControllerFixture {
 protected:
     osg::NodePtr node = keep(makeGroup("node"));
@@ -262,6 +275,76 @@ TEST_F(NodeSettings, GivenAttachment_LoadsAllInOrderAsOneStep) {
     EXPECT_EQ(controller.getMaterialColor(), osg::Color3f(0.7f, 0.7f, 0.7f));
     EXPECT_EQ(controller.getMinEdgeLength(), 1);
     EXPECT_FALSE(controller.isSubdivideEnabled());
+}
+
+TEST_F(NodeSettings, GivenUndoAndRedoOfALoad_RestoresEverySettingWithEachSignalOnce) {
+    const std::vector<std::string> stored{
+        "signal modeChanged(2)",
+        "signal shadowQualityChanged(4)",
+        "signal minDistanceChanged(2.5)",
+        "signal maxDistanceChanged(1234.5)",
+        "signal indirectIlluminationChanged(false)",
+        "signal gatherQualityChanged(3)",
+        "signal numOfIndirectionsChanged(5)",
+        "signal colorBleedingChanged(true)",
+        "signal overrideMaterialColorChanged(false)",
+        "signal materialColorChanged(0.1, 0.2, 0.3)",
+        "signal subdivideChanged(true)",
+        "signal subdivisionQualityChanged(2)",
+        "signal minEdgeLengthChanged(0.123457)",
+        "signal intensityThresholdChanged(0.0123457)"};
+    const std::vector<std::string> initial{
+        "signal modeChanged(0)",
+        "signal shadowQualityChanged(2)",
+        "signal minDistanceChanged(1)",
+        "signal maxDistanceChanged(3000)",
+        "signal indirectIlluminationChanged(true)",
+        "signal gatherQualityChanged(2)",
+        "signal numOfIndirectionsChanged(1)",
+        "signal colorBleedingChanged(false)",
+        "signal overrideMaterialColorChanged(true)",
+        "signal materialColorChanged(0.7, 0.7, 0.7)",
+        "signal subdivideChanged(false)",
+        "signal subdivisionQualityChanged(0)",
+        "signal minEdgeLengthChanged(1)",
+        "signal intensityThresholdChanged(0.05)"};
+    const Attachment before = controller.getAmbientOcclusionSettings();
+    osg::addRefCP(before);
+    changeAll();
+    attach(node);
+    controller.loadFromNode(node); // rounds the two doubles, as the attachment does
+    const Attachment loaded = attachmentOf(node);
+    // Back to the start, by the same way.
+    const osg::NodePtr fresh = keep(makeGroup("fresh"));
+    controller.addAOData(fresh, before);
+    controller.loadFromNode(fresh);
+    controller.setMinEdgeLength(1);
+    controller.setIntensityThreshold(0.05);
+    undoStack.clear();
+
+    controller.loadFromNode(node);
+    EXPECT_EQ(undoStack.count(), 1);
+    for (int round = 0; round < 2; ++round) {
+        log.clear();
+        undoStack.undo();
+        EXPECT_EQ(undoStack.index(), 0) << "one step";
+        EXPECT_THAT(log, testing::UnorderedElementsAreArray(initial));
+        EXPECT_EQ(controller.getMinEdgeLength(), 1.0);
+        EXPECT_EQ(controller.getIntensityThreshold(), 0.05);
+        const Attachment now = controller.getAmbientOcclusionSettings();
+        osg::addRefCP(now);
+        EXPECT_TRUE(haveEqualValues(now, before));
+        osg::subRefCP(now);
+
+        log.clear();
+        undoStack.redo();
+        EXPECT_THAT(log, testing::UnorderedElementsAreArray(stored));
+        const Attachment again = controller.getAmbientOcclusionSettings();
+        osg::addRefCP(again);
+        EXPECT_TRUE(haveEqualValues(again, loaded));
+        osg::subRefCP(again);
+    }
+    osg::subRefCP(before);
 }
 
 TEST_F(NodeSettings, GivenNeighbours_OnlyTheNodeItselfIsLookedAt) {

@@ -6,7 +6,9 @@
 #include "ktMessageMutator.h"
 #include "ktUndoStack.h"
 
+#include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -16,6 +18,8 @@
 #include <memory>
 #include <random>
 #include <sstream>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using testing::AllOf;
@@ -240,6 +244,59 @@ TEST_F(TemplatesFile, GivenDirectoryThatTakesNoFiles_LogsAndKeepsTheCatalogue) {
                                  "Couldn't write ambient occlusion templates file!"));
     EXPECT_EQ(controller->getPresetNames().last(), "mine");
     EXPECT_EQ(contentOf(file), before);
+}
+
+TEST_F(TemplatesFile, GivenKillsAt200RandomMomentsWhileSaving_AlwaysLeavesAWholeCatalogue) {
+    // Catalogues of very different sizes, told apart by their names.
+    const auto fill = [](ktAmbientOcclusion& controller, int which) {
+        AOPreset preset;
+        preset.name = "catalogue " + std::to_string(which);
+        preset.quality = which;
+        Access::presets(controller).assign(static_cast<std::size_t>(which % 2 == 0 ? 3 : 400), preset);
+    };
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    std::mt19937 random(7);
+    int last = 0, changes = 0;
+    {
+        const Controller controller = start();
+        fill(*controller, 0);
+        controller->writePreset();
+    }
+    for (int i = 0; i < 200; ++i) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            const Controller controller = start();
+            for (int which = last + 1;; ++which) {
+                fill(*controller, which);
+                controller->writePreset();
+                if (which == last + 1 && ::write(ends[1], "x", 1) != 1)
+                    _exit(1);
+            }
+        }
+        char byte;
+        ASSERT_EQ(::read(ends[0], &byte, 1), 1);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+
+        const Controller next = start();
+        const std::vector<AOPreset>& presets = Access::presets(*next);
+        ASSERT_FALSE(presets.empty()) << "kill " << i;
+        const int which = presets[0].quality;
+        ASSERT_GT(which, last) << "kill " << i;
+        ASSERT_EQ(presets.size(), which % 2 == 0 ? 3u : 400u) << "kill " << i;
+        for (const AOPreset& preset : presets)
+            ASSERT_EQ(preset.name, "catalogue " + std::to_string(which)) << "kill " << i;
+        changes += which > last + 1;
+        last = which;
+    }
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_GT(changes, 100) << "the kills missed the saving";
+    EXPECT_THAT(log, IsEmpty());
+    EXPECT_FALSE(fs::exists(folder / "aotemplates.xml.broken"));
 }
 
 TEST_F(TemplatesFile, GivenUndoAfterApplying_RestoresEverySettingInOneStep) {

@@ -4,13 +4,15 @@
 #include "ktScript.h"
 #include "ktScripting.h"
 
+#include <cstddef>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/allocator_interface.h>
-#include <sanitizer/lsan_interface.h>
+// The sanitizer's own, whose headers are not always installed.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
+extern "C" int __lsan_do_recoverable_leak_check();
 #endif
 
 namespace {
