@@ -88,6 +88,8 @@ BOOST_PYTHON_MODULE(kthost) {
     python::def("apply_preset", &ktHostModuleRun::applyPreset, arg("name"), help::applyPreset);
     python::def("save_preset", &ktHostModuleRun::savePreset, arg("name"), help::savePreset);
     python::def("delete_preset", &ktHostModuleRun::deletePreset, arg("name"), help::deletePreset);
+    python::def("set_threads", &ktHostModuleRun::setThreads, arg("count"), help::setThreads);
+    python::def("set_tracer", &ktHostModuleRun::setTracer, arg("name"), help::setTracer);
     python::def("undo", &ktHostModuleRun::undo, help::undo);
     python::def("redo", &ktHostModuleRun::redo, help::redo);
 

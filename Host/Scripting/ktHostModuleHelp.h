@@ -102,6 +102,16 @@ inline const char deletePreset[] =
     "delete_preset(name)\n\nRemoves a preset for good.\n\n@type name: str\n"
     "@raise kthost.Error: There is no preset of that name, or the presets' file cannot be written.";
 
+inline const char setThreads[] =
+    "set_threads(count)\n\nHow many threads bakes and previews use from now on. Results are the same on any number.\n\n"
+    "@param count: 1 to 1024, or 0 for one a core, as it is at the start.\n@type count: int\n"
+    "@raise kthost.Error: The number is out of range, or a bake is under way.";
+
+inline const char setTracer[] =
+    "set_tracer(name)\n\nWhat follows the rays from now on; the results are the same, to rounding.\n\n"
+    "@param name: \"hemisphere\", as it is at the start, or \"embree\".\n@type name: str\n"
+    "@raise kthost.Error: There is no such tracer, or a bake is under way.";
+
 inline const char undo[] = "undo()\n\nTakes back the newest change of a setting.\n\n"
                            "@return: Whether there was one.\n@rtype: bool";
 

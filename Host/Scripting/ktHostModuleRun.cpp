@@ -9,6 +9,8 @@
 #include "ktLogOutput.h"
 #include "ktScenegraph.h"
 #include "ktScriptedPlugin.h"
+#include "ktThreadCount.h"
+#include "ktTracerFactory.h"
 #include "ktUndoStack.h"
 
 #include <algorithm>
@@ -113,6 +115,22 @@ void ktHostModuleRun::deletePreset(const python::object& name) {
     ktScriptedPlugin::the().deletePreset(index);
     if (!error.get().empty())
         throw ktHostModuleError(error.get());
+}
+
+void ktHostModuleRun::setThreads(int count) {
+    refuseWhileBaking();
+    if (count < 0 || count > static_cast<int>(ktThreadCount::maxThreadCount))
+        throw ktHostModuleError("threads are 1 to " + std::to_string(ktThreadCount::maxThreadCount) +
+                                ", or 0 for one a core");
+    ktThreadCount::set(static_cast<unsigned int>(count));
+}
+
+void ktHostModuleRun::setTracer(const python::object& name) {
+    refuseWhileBaking();
+    const std::string text = ktTextArgument(name, "name");
+    if (text != "embree" && text != "hemisphere")
+        throw ktHostModuleError("a tracer is \"embree\" or \"hemisphere\", not \"" + text + "\"");
+    ktChooseTracer(text == "embree" ? ktTracerKind::Embree : ktTracerKind::Hemisphere);
 }
 
 bool ktHostModuleRun::undo() {

@@ -14,6 +14,9 @@ void applyPreset(const boost::python::object& name);
 void savePreset(const boost::python::object& name);
 void deletePreset(const boost::python::object& name);
 
+void setThreads(int count);
+void setTracer(const boost::python::object& name);
+
 bool undo();
 bool redo();
 
