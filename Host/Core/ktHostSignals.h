@@ -28,6 +28,8 @@ signals:
     void sceneChanged();
     /// Vertices finished of those that the ray-tracing call under way works on.
     void tracingProgress(quint64 done, quint64 total);
+    /// Refinement is in this of its rounds, counted from 1, and has added so many vertices in the rounds before.
+    void refinementProgress(int round, int rounds, quint64 newVertices);
     /// A line of the log, quiet or not; `level` is a ktLogLevel. Emitted on the thread that logged: receivers outside
     /// the main thread's event loop must use a queued connection or be thread-safe.
     void logged(int level, const QString& line);

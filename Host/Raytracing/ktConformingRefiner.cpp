@@ -24,9 +24,9 @@ double squaredDistance(const Point& a, const Point& b) {
 
 } // namespace
 
-ktConformingRefiner::ktConformingRefiner(double weldDistance)
+ktConformingRefiner::ktConformingRefiner(double newWeldDistance)
     // A cell of the search grid needs a size even where only equal points are to meet.
-    : weldDistance(std::max(weldDistance, 1e-12)) {}
+    : weldDistance(std::max(newWeldDistance, 1e-12)), leastSize(8.0 * weldDistance) {}
 
 ktConformingRefiner::Edge ktConformingRefiner::edgeBetween(Index placeA, Index placeB) {
     const Edge low = std::min(placeA, placeB);
@@ -86,9 +86,11 @@ Index ktConformingRefiner::addMesh(const std::vector<Point>& positions, const st
     for (const Point& position : positions)
         vertexList.push_back({placeOf(position), {none, none}, mesh});
     for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
-        triangleList.push_back({{first + indices[i], first + indices[i + 1], first + indices[i + 2]}, mesh});
+        const Index triangle = static_cast<Index>(triangleList.size());
+        triangleList.push_back({{first + indices[i], first + indices[i + 1], first + indices[i + 2]}, mesh, false});
+        triangleList[triangle].isFlat = !isCollapsed(triangle) && isTooLow(triangle, longestCorner(triangle));
         nextSide.resize(3 * triangleList.size(), none);
-        link(static_cast<Index>(triangleList.size() - 1));
+        link(triangle);
     }
     firstNewVertex = vertexList.size();
     return mesh;
@@ -156,6 +158,18 @@ int ktConformingRefiner::longestCorner(Index triangle) const {
     return best;
 }
 
+bool ktConformingRefiner::isTooLow(Index triangle, int corner) const {
+    const Triangle& t = triangleList[triangle];
+    if (t.isFlat)
+        return false;
+    const Point &a = places[vertexList[t.vertices[corner]].place],
+                &b = places[vertexList[t.vertices[(corner + 1) % 3]].place],
+                &c = places[vertexList[t.vertices[(corner + 2) % 3]].place];
+    const double u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
+    const double x = u[1] * v[2] - u[2] * v[1], y = u[2] * v[0] - u[0] * v[2], z = u[0] * v[1] - u[1] * v[0];
+    return x * x + y * y + z * z < leastSize * leastSize * squaredDistance(a, b);
+}
+
 Index ktConformingRefiner::middleVertex(Index a, Index b, Index place) {
     const auto [entry, isNew] = middleOfVertices.try_emplace(edgeBetween(a, b), static_cast<Index>(vertexList.size()));
     if (isNew)
@@ -187,20 +201,13 @@ void ktConformingRefiner::bisect(Edge edge) {
         const Index a = old.vertices[corner], b = old.vertices[(corner + 1) % 3], c = old.vertices[(corner + 2) % 3];
         const Index m = middleVertex(a, b, place);
         unlink(triangle);
-        triangleList[triangle] = {{a, m, c}, old.mesh};
-        triangleList.push_back({{m, b, c}, old.mesh});
+        triangleList[triangle] = {{a, m, c}, old.mesh, old.isFlat};
+        triangleList.push_back({{m, b, c}, old.mesh, old.isFlat});
         nextSide.resize(3 * triangleList.size(), none);
         link(triangle);
         link(static_cast<Index>(triangleList.size() - 1));
-        changed.push_back(triangle);
-        changed.push_back(static_cast<Index>(triangleList.size() - 1));
+        bisections.push_back({triangle, static_cast<Index>(triangleList.size() - 1), corner});
     }
-}
-
-std::vector<Index> ktConformingRefiner::takeChanged() {
-    std::sort(changed.begin(), changed.end());
-    changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
-    return std::exchange(changed, {});
 }
 
 bool ktConformingRefiner::split(Edge wanted) {
@@ -208,7 +215,7 @@ bool ktConformingRefiner::split(Edge wanted) {
         vertexList.size() - firstNewVertex >= vertexLimit)
         return false;
     // Halves must stay well apart, or welding would fold the mesh.
-    if (squaredLength(wanted) < 64.0 * weldDistance * weldDistance)
+    if (squaredLength(wanted) < leastSize * leastSize)
         return false;
     // The path goes from an edge to the longest one of a triangle beside it, always to a longer one, so it ends; then
     // the edges on it are bisected from the last back to the first. Each bisection may uncover a further path.
@@ -222,8 +229,9 @@ bool ktConformingRefiner::split(Edge wanted) {
         }
         Edge next = edge;
         for (Index side = sides->second; side != none && next == edge; side = nextSide[side]) {
-            next = this->edge(side / 3, longestCorner(side / 3));
-            if (isLocked(next))
+            const int corner = longestCorner(side / 3);
+            next = this->edge(side / 3, corner);
+            if (isLocked(next) || isTooLow(side / 3, corner))
                 return false;
         }
         if (next == edge) {

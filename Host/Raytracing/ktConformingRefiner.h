@@ -6,13 +6,14 @@
 #include <cstdint>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 /// Splits edges of a group of triangle meshes and keeps the whole group conforming: wherever two triangles, of one
 /// mesh or of two, share an edge in space, a split of that edge splits both. Triangles are only ever bisected at their
 /// longest edge, so that shapes stay good and a set of splits gives one result in whatever order it is asked for; a
-/// triangle whose longest edge is locked stays whole. After M.-C. Rivara, "Algorithms for refining triangular grids suitable for adaptive and multigrid techniques",
-/// 1984.
+/// triangle whose longest edge is locked stays whole, and so does one so thin that its parts would vanish in rounding.
+/// After M.-C. Rivara, "Algorithms for refining triangular grids suitable for adaptive and multigrid techniques", 1984.
 ///
 /// Vertices and triangles are numbered over the whole group: those of the first mesh first. New ones are appended.
 /// Not thread-safe; reading from many threads is.
@@ -30,6 +31,13 @@ public:
     struct Triangle {
         Index vertices[3]; ///< in the orientation of the triangle it came from
         Index mesh;
+        bool isFlat; ///< came from a triangle without height: there is nothing to lose in it
+    };
+    /// What became of a triangle (a, b, c): it turned into (a, m, c), and (m, b, c) is new, m in the middle of a and b.
+    struct Bisection {
+        Index triangle;
+        Index newTriangle;
+        int corner; ///< of the triangle as it was: at a
     };
     /// An edge in space, by its places, the smaller first.
     using Edge = std::uint64_t;
@@ -50,15 +58,15 @@ public:
     void lockMesh(Index mesh);
 
     /// Splits an edge at its middle, and before it what must be split so that the group stays conforming.
-    /// @return false when the edge stays whole: it is locked, not there (any more), shorter than eight weld distances,
-    ///         cannot be reached because a longer edge beside it is locked, or the limit is reached. Longer edges may have been
-    ///         split even so; the group conforms in any case.
+    /// @return false when the edge stays whole: it is locked, not there (any more), shorter than eight weld distances, a
+    ///         triangle at it is lower than that, it cannot be reached because a longer edge beside it stays whole, or the
+    ///         limit is reached. Longer edges may have been split even so; the group conforms in any case.
     bool split(Edge edge);
     /// New vertices beyond which split() refuses; it may be passed by the few that one split needs.
     void setVertexLimit(std::size_t newVertices) { vertexLimit = newVertices; }
 
-    /// Triangles that came into being, or changed, since the last call, in ascending order.
-    std::vector<Index> takeChanged();
+    /// Bisections since the last call, in the order in which they took place.
+    std::vector<Bisection> takeBisections() { return std::exchange(bisections, {}); }
 
     static Edge edgeBetween(Index placeA, Index placeB);
     Edge edge(Index triangle, int corner) const; ///< from the corner to the next one
@@ -83,10 +91,13 @@ private:
     /// Corner at which the triangle's longest edge begins.
     int longestCorner(Index triangle) const;
     bool longer(Edge a, Edge b) const;
+    /// Whether bisecting the triangle at its side from `corner` would leave parts too thin to tell from a line.
+    bool isTooLow(Index triangle, int corner) const;
     void bisect(Edge edge);
     Index middleVertex(Index a, Index b, Index place);
 
     double weldDistance;
+    double leastSize; // of what is split: edges and, above them, triangles
     std::vector<Point> places;
     std::unordered_map<std::uint64_t, std::vector<Index>> grid; // cell to places
     std::vector<Vertex> vertexList;
@@ -99,5 +110,5 @@ private:
     std::vector<Index> nextSide;
     std::unordered_map<Edge, Index> middleOfVertices; // keyed by two vertices
     std::unordered_set<Edge> locked;
-    std::vector<Index> changed;
+    std::vector<Bisection> bisections;
 };

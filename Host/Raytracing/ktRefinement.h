@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktBounceLight.h"
 #include "ktEventPump.h"
-#include "ktRefinementMesh.h"
+#include "ktGeoSubdivisionRecord.h"
+#include "ktRefinementLight.h"
 #include "ktTracedScene.h"
 
 #include <functional>
@@ -11,9 +13,9 @@
 
 /// The refinements that are pending in a run, worked out together so that geometry refined in the same run fits.
 ///
-/// In each round every edge longer than its minimum is tried: it is halved when light varies by more than the threshold
-/// between its ends, or between what is traced at its middle, or at points inside the faces beside it, and what
-/// interpolation would give there. Edges that geometry outside the group shares are never halved.
+/// An edge longer than its minimum is halved when light varies by more than the threshold between its ends, or between what
+/// is seen at its middle, or at points inside the faces beside it, and what interpolation would give there. Edges that
+/// geometry outside the group shares are never halved. Docs/refinement.md tells how and why.
 /// Main thread only.
 class ktRefinement {
 public:

@@ -2,18 +2,11 @@
 #include "ktRefinementMesh.h"
 
 #include "ktGeometryView.h"
-#include "ktSceneLight.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace {
-
-// Brightness as an eye would compare it: differences count as they are up to full light, and by ratio above.
-float brightness(const float* color) {
-    const float luminance = ktLuminance(color);
-    return luminance <= 1.0f ? luminance : 1.0f + std::log(luminance);
-}
 
 void normalize(float* n) {
     const double length = std::sqrt(double(n[0]) * n[0] + double(n[1]) * n[1] + double(n[2]) * n[2]);
@@ -74,14 +67,27 @@ std::vector<ktConformingRefiner::Point> ktRefinementMesh::worldPositions() const
     return world;
 }
 
-ktIllumination ktRefinementMesh::measure(const Traced& traced) const {
-    if (record.request.indirect)
-        return {0.0f, brightness(traced.received)};
-    return {traced.direct[3], brightness(traced.direct.getValues())};
+bool ktRefinementMesh::comesBefore(const ktRefinementMesh& other) const {
+    if (vertexCount() != other.vertexCount())
+        return vertexCount() < other.vertexCount();
+    for (std::size_t i = 0; i < positions.size(); i += 3) {
+        std::array<float, 3> own, others;
+        toWorld.position(&positions[i], own.data());
+        other.toWorld.position(&other.positions[i], others.data());
+        if (own != others)
+            return own < others;
+    }
+    return indices < other.indices;
 }
 
-ktRefinementMesh::Point ktRefinementMesh::middle(Index a, Index b) const {
-    Point point;
+ktIllumination ktRefinementMesh::measure(const Traced& traced) const {
+    if (record.request.indirect)
+        return ktMeasureIndirect(traced.received);
+    return ktMeasureDirect(traced.direct);
+}
+
+ktSurfacePoint ktRefinementMesh::middle(Index a, Index b) const {
+    ktSurfacePoint point;
     for (std::size_t c = 0; c < 3; ++c) {
         point.position[c] = 0.5f * (positions[3 * std::size_t(a) + c] + positions[3 * std::size_t(b) + c]);
         point.normal[c] = 0.5f * (normals[3 * std::size_t(a) + c] + normals[3 * std::size_t(b) + c]);
@@ -93,8 +99,8 @@ ktRefinementMesh::Point ktRefinementMesh::middle(Index a, Index b) const {
     return point;
 }
 
-ktRefinementMesh::Point ktRefinementMesh::inside(const Index* vertices, const float* weights) const {
-    Point point = {};
+ktSurfacePoint ktRefinementMesh::inside(const Index* vertices, const float* weights) const {
+    ktSurfacePoint point;
     for (int corner = 0; corner < 3; ++corner)
         for (std::size_t c = 0; c < 3; ++c) {
             point.position[c] += weights[corner] * positions[3 * std::size_t(vertices[corner]) + c];
@@ -104,101 +110,65 @@ ktRefinementMesh::Point ktRefinementMesh::inside(const Index* vertices, const fl
     return point;
 }
 
-std::size_t ktRefinementMesh::addProbe(const Index* vertices, const float* weights) {
-    probePoints.push_back(inside(vertices, weights));
-    return probePoints.size() - 1;
-}
-
-std::size_t ktRefinementMesh::addMiddleProbe(Index a, Index b) {
-    const std::uint64_t key = ktConformingRefiner::edgeBetween(a, b);
-    const auto [entry, isNew] = middleProbes.try_emplace(key, probePoints.size());
-    if (isNew)
-        probePoints.push_back(middle(a, b));
-    return entry->second;
-}
-
-std::vector<ktRefinementMesh::Traced> ktRefinementMesh::trace(const std::vector<Point>& points,
-                                                              const ktRefinementLight& how) const {
-    std::vector<Traced> traced(points.size());
-    if (points.empty())
-        return traced;
-    std::vector<float> places, directions;
-    std::vector<ktInward> sides;
-    for (const Point& point : points) {
-        places.insert(places.end(), point.position, point.position + 3);
-        directions.insert(directions.end(), point.normal, point.normal + 3);
-        sides.push_back(point.inward);
-    }
-    std::atomic<std::uint32_t> done{0};
-    const auto count = static_cast<std::uint32_t>(points.size());
-    ktOcclusionTask direct = *how.direct;
-    direct.toWorld = toWorld;
-    direct.count = count;
-    direct.positions = places.data();
-    direct.normals = directions.data();
-    direct.inward = sides.data();
-    std::vector<osg::Vec4f> results(count);
-    ktTraceOcclusion(direct, results.data(), done);
-    std::vector<float> received(3 * points.size(), 0.0f);
-    if (how.gather) {
-        ktGatherTask gather = *how.gather;
-        gather.toWorld = toWorld;
-        gather.count = count;
-        gather.positions = places.data();
-        gather.normals = directions.data();
-        gather.inward = sides.data();
-        ktGatherLight(gather, received.data(), done);
-    }
-    for (std::size_t i = 0; i < traced.size(); ++i) {
-        traced[i].direct = results[i];
-        std::copy_n(&received[3 * i], 3, traced[i].received);
-    }
-    return traced;
-}
-
-void ktRefinementMesh::traceProbes(const ktRefinementLight& how) {
-    const std::vector<Point> open(probePoints.begin() + static_cast<std::ptrdiff_t>(probeTraced.size()),
-                                  probePoints.end());
-    for (const Traced& traced : trace(open, how)) {
-        probeTraced.push_back(traced);
-        probeLight.push_back(measure(traced));
-    }
+ktSurfacePoint ktRefinementMesh::inWorld(const ktSurfacePoint& point) const {
+    ktSurfacePoint world;
+    toWorld.position(point.position, world.position);
+    if (!toWorld.normal(point.normal, world.normal))
+        std::fill_n(world.normal, 3, 0.0f);
+    // Its length says how much the surface lies on one side, in any space.
+    const auto length = [](const float* v) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); };
+    toWorld.direction(point.inward.sum, world.inward.sum);
+    const float scale = length(point.inward.sum) / std::max(length(world.inward.sum), 1e-30f);
+    for (float& value : world.inward.sum)
+        value *= scale;
+    world.inward.count = point.inward.count;
+    return world;
 }
 
 void ktRefinementMesh::addVertex(Index a, Index b) {
-    const Point point = middle(a, b);
+    const ktSurfacePoint point = middle(a, b);
     positions.insert(positions.end(), point.position, point.position + 3);
     normals.insert(normals.end(), point.normal, point.normal + 3);
     inward.push_back(point.inward);
     parents.push_back({a, b});
 }
 
-void ktRefinementMesh::finishVertices(const ktRefinementLight& how) {
-    std::vector<Point> open;
-    std::vector<std::size_t> openVertices;
-    for (std::size_t i = tracedVertices.size(); i < parents.size(); ++i) {
-        const auto known = middleProbes.find(ktConformingRefiner::edgeBetween(parents[i][0], parents[i][1]));
-        if (known != middleProbes.end() && known->second < probeTraced.size()) {
-            tracedVertices.push_back(probeTraced[known->second]);
-        } else {
-            tracedVertices.emplace_back();
-            open.push_back(middle(parents[i][0], parents[i][1]));
-            openVertices.push_back(i);
-        }
+// New vertices lie behind each other, and behind all that are traced already.
+void ktRefinementMesh::traceNewVertices(const ktRefinementLight& how) {
+    const std::size_t first = oldCount + tracedVertices.size();
+    const auto count = static_cast<std::uint32_t>(vertexCount() - first);
+    if (count == 0)
+        return;
+    std::atomic<std::uint32_t> done{0};
+    ktOcclusionTask direct = *how.direct;
+    direct.toWorld = toWorld;
+    direct.count = count;
+    direct.positions = &positions[3 * first];
+    direct.normals = &normals[3 * first];
+    direct.inward = &inward[first];
+    std::vector<osg::Vec4f> results(count);
+    ktTraceOcclusion(direct, results.data(), done);
+    std::vector<float> received(3 * std::size_t(count), 0.0f);
+    if (how.gather) {
+        ktGatherTask gather = *how.gather;
+        gather.toWorld = toWorld;
+        gather.count = count;
+        gather.positions = direct.positions;
+        gather.normals = direct.normals;
+        gather.inward = direct.inward;
+        ktGatherLight(gather, received.data(), done);
     }
-    const std::vector<Traced> traced = trace(open, how);
-    for (std::size_t i = 0; i < traced.size(); ++i)
-        tracedVertices[openVertices[i]] = traced[i];
-    for (std::size_t i = light.size() - oldCount; i < tracedVertices.size(); ++i)
-        light.push_back(measure(tracedVertices[i]));
-    probePoints.clear();
-    probeTraced.clear();
-    probeLight.clear();
-    middleProbes.clear();
+    for (std::size_t i = 0; i < count; ++i) {
+        Traced traced;
+        traced.direct = results[i];
+        std::copy_n(&received[3 * i], 3, traced.received);
+        tracedVertices.push_back(traced);
+        light.push_back(measure(traced));
+    }
 }
 
-void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles, std::vector<float>& gathered) {
-    gathered = std::move(oldReceived);
+void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles, ktBounceLight& bounces) {
+    std::vector<float> gathered = std::move(oldReceived);
     for (const Traced& traced : tracedVertices) {
         osg::Vec4f result = traced.direct;
         // After the direct pass its colour still lies in x, y, z; later these hold the indirect light.
@@ -210,6 +180,8 @@ void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles, std::vect
         if (!gathered.empty())
             gathered.insert(gathered.end(), traced.received, traced.received + 3);
     }
+    if (!gathered.empty() && !parents.empty())
+        bounces.setGathered(record.geometry.get(), std::move(gathered));
     record.parents = std::move(parents);
     record.triangles = std::move(newTriangles);
     record.isReady = true;

@@ -3,23 +3,12 @@
 
 #include "ktBounceLight.h"
 #include "ktConformingRefiner.h"
-#include "ktGatherPass.h"
 #include "ktGeoSubdivisionRecord.h"
-#include "ktOcclusionPass.h"
+#include "ktRefinementProbes.h"
 
 #include <array>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
-
-/// How light at new points is traced: as the passes of the run trace it.
-struct ktRefinementLight {
-    const ktOcclusionTask* direct = nullptr; ///< not null
-    const ktGatherTask* gather = nullptr;    ///< null: no indirect light yet
-};
-
-/// What refinement compares: the share of direct light, or how bright indirect light is, and the lights' own brightness.
-using ktIllumination = std::array<float, 2>;
 
 /// A geometry under refinement: attributes of its vertices, old and new, and the light they receive.
 class ktRefinementMesh {
@@ -41,40 +30,37 @@ public:
     /// Finds out where the surface around each vertex lies; worker thread, before anything is ordered.
     void lookAround() { inward = ktInwardDirections(positions.data(), vertexCount(), indices); }
 
-    /// Light at a vertex of the mesh; valid for old vertices and those that finishVertices() has traced.
+    /// Light at a vertex of the mesh; valid for old vertices and those that traceNewVertices() has traced.
     const ktIllumination& illumination(Index vertex) const { return light[vertex]; }
 
-    /// Orders a trace at a point inside a triangle, given by weights of its three vertices. @return the order's number
-    std::size_t addProbe(const Index* vertices, const float* weights);
-    /// Orders a trace in the middle of an edge; the same edge has one order, and keeps what was traced.
-    std::size_t addMiddleProbe(Index a, Index b);
-    /// Traces the orders given since the last call; worker thread. @throws ktCanceled, std::bad_alloc
-    void traceProbes(const ktRefinementLight& how);
-    const ktIllumination& probe(std::size_t order) const { return probeLight[order]; }
+    /// A point inside a triangle, given by weights of its three vertices.
+    ktSurfacePoint surfacePoint(const Index* vertices, const float* weights) const { return inWorld(inside(vertices, weights)); }
+    /// The middle between two vertices.
+    ktSurfacePoint surfaceMiddle(Index a, Index b) const { return inWorld(middle(a, b)); }
 
     /// Appends a vertex between two others.
     void addVertex(Index a, Index b);
-    /// Traces new vertices that no probe has traced; worker thread. Forgets all probes.
-    void finishVertices(const ktRefinementLight& how);
+    /// Traces vertices that were added since the last call; worker thread. @throws ktCanceled, std::bad_alloc
+    void traceNewVertices(const ktRefinementLight& how);
 
-    /// Hands the new vertices and triangles to the record, and to `gathered` the light that all vertices received.
+    /// Hands the new vertices and triangles to the record, and to `bounces` the light that all vertices received.
     /// @param newTriangles three of the mesh's own vertices each
-    void finish(std::vector<std::uint32_t> newTriangles, std::vector<float>& gathered);
+    void finish(std::vector<std::uint32_t> newTriangles, ktBounceLight& bounces);
+
+    /// An order of meshes by what they are in the world alone.
+    bool comesBefore(const ktRefinementMesh& other) const;
 
 private:
-    struct Point {
-        float position[3], normal[3];
-        ktInward inward;
-    };
     /// All that is known of one traced point.
     struct Traced {
         osg::Vec4f direct = osg::Vec4f(0, 0, 0, 0); ///< as the direct pass leaves it
         float received[3] = {0, 0, 0};              ///< indirect light before the tint
     };
 
-    Point middle(Index a, Index b) const;
-    Point inside(const Index* vertices, const float* weights) const;
-    std::vector<Traced> trace(const std::vector<Point>& points, const ktRefinementLight& how) const;
+    // These in object space, the last one in world space.
+    ktSurfacePoint middle(Index a, Index b) const;
+    ktSurfacePoint inside(const Index* vertices, const float* weights) const;
+    ktSurfacePoint inWorld(const ktSurfacePoint& point) const;
     ktIllumination measure(const Traced& traced) const;
 
     ktGeoSubdivisionRecord& record;
@@ -89,9 +75,4 @@ private:
     std::vector<ktIllumination> light;
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices
     std::vector<Traced> tracedVertices;        ///< the new vertices'
-
-    std::vector<Point> probePoints;
-    std::vector<Traced> probeTraced;
-    std::vector<ktIllumination> probeLight;
-    std::unordered_map<std::uint64_t, std::size_t> middleProbes; ///< by two vertices
 };

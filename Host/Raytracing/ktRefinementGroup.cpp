@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktRefinementGroup.h"
+
+#include "ktCancelPoint.h"
+#include "ktParallel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double weldShare = 1.0e-6;        // of the scene's diagonal: vertices nearer than this are at one place
+constexpr double spacingShare = 1.0 / 128;  // of the scene's diagonal: between the first round's points, where their
+constexpr int mostPointsAlong = 24;         // number allows
+constexpr std::size_t enoughSamples = 3;    // in a triangle: it needs no more
+constexpr std::size_t cancelInterval = 1024;
+
+bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) {
+    return std::fabs(a[0] - b[0]) > threshold || std::fabs(a[1] - b[1]) > threshold;
+}
+
+} // namespace
+
+ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
+                                     const std::set<osg::GeometryPtr>& inside, const ktRefinementLight& how)
+    : meshes(meshes), how(how), refiner(weldShare * std::max(scene.diagonal, 1e-30f)),
+      spacing(spacingShare * scene.diagonal) {
+    float difference[2] = {std::numeric_limits<float>::max(), std::numeric_limits<float>::max()};
+    for (const auto& mesh : meshes) {
+        ktThrowIfCanceled();
+        refiner.addMesh(mesh->worldPositions(), mesh->triangles());
+        float& smallest = difference[mesh->request().indirect];
+        smallest = std::min(smallest, mesh->request().threshold);
+    }
+    direct = std::make_unique<ktRefinementProbes>(how, difference[0], false);
+    indirect = std::make_unique<ktRefinementProbes>(how, difference[1], true);
+    lockSharedEdges(scene, inside);
+    for (std::size_t v = 0; v < refiner.vertices().size(); ++v)
+        localOf.push_back(static_cast<Index>(v) - refiner.firstVertex(refiner.vertices()[v].mesh));
+    samples.resize(refiner.triangles().size());
+}
+
+void ktRefinementGroup::lockSharedEdges(const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside) {
+    for (const ktTracedGeometry& other : scene.geometries) {
+        if (inside.count(other.geometry.get()))
+            continue;
+        const std::vector<std::uint32_t>& corners = *other.triangles;
+        const auto point = [&other](std::uint32_t corner) {
+            const float* p = &(*other.positions)[3 * std::size_t(corner)];
+            return ktConformingRefiner::Point{p[0], p[1], p[2]};
+        };
+        for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
+            if (i % cancelInterval == 0)
+                ktThrowIfCanceled();
+            for (std::size_t c = 0; c < 3; ++c)
+                refiner.lockEdge(point(corners[i + c]), point(corners[i + (c + 1) % 3]));
+        }
+    }
+}
+
+void ktRefinementGroup::refine(ktRefinementProgress& progress) {
+    int rounds = 0;
+    for (const auto& mesh : meshes)
+        rounds = std::max(rounds, mesh->request().rounds);
+    progress.rounds = rounds;
+    active.resize(refiner.triangles().size());
+    for (Index t = 0; t < active.size(); ++t)
+        active[t] = t;
+    for (round = 0; round < rounds && !active.empty(); ++round) {
+        progress.round = round + 1;
+        findEdges();
+        splitWanted();
+        takeNewVertices();
+        progress.newVertices = newVertexCount();
+    }
+}
+
+bool ktRefinementGroup::maySplit(Edge edge, const ktRefinementRequest& request) const {
+    const double shortest = request.minEdgeLength;
+    return !refiner.isLocked(edge) && refiner.squaredLength(edge) > shortest * shortest;
+}
+
+// Edges to halve in this round.
+void ktRefinementGroup::findEdges() {
+    wanted.clear();
+    trials.clear();
+    insideWeights.clear();
+    insideOrders.clear();
+    orderedMiddles.clear();
+    direct->clear();
+    indirect->clear();
+    for (std::size_t i = 0; i < active.size(); ++i) {
+        if (i % cancelInterval == 0)
+            ktThrowIfCanceled();
+        if (!refiner.isCollapsed(active[i]) && round < meshOf(active[i]).request().rounds)
+            tryTriangle(active[i]);
+    }
+    direct->look();
+    indirect->look();
+    takeSeen();
+    for (std::size_t i = 0; i < trials.size(); ++i) {
+        if (i % cancelInterval == 0)
+            ktThrowIfCanceled();
+        judge(trials[i]);
+    }
+}
+
+// Says which edges differ at their ends already, and orders looks at the others.
+void ktRefinementGroup::tryTriangle(Index triangle) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[triangle];
+    const ktRefinementMesh& mesh = meshOf(triangle);
+    Trial trial = {triangle, {false, false, false}, insideWeights.size(), 0};
+    bool isOpen = false;
+    for (int corner = 0; corner < 3; ++corner) {
+        const Edge edge = refiner.edge(triangle, corner);
+        const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
+        if (!maySplit(edge, mesh.request()))
+            continue;
+        if (differs(lightAt(a), lightAt(b), mesh.request().threshold)) {
+            wanted.insert(edge);
+            continue;
+        }
+        isOpen = trial.hasMiddle[corner] = true;
+        const Edge ends = ktConformingRefiner::edgeBetween(a, b);
+        if (middles.count(ends) || orderedMiddles.count(ends))
+            continue;
+        const std::size_t order = probesOf(triangle).add(mesh.surfaceMiddle(localOf[a], localOf[b]));
+        orderedMiddles.emplace(ends, std::make_pair(order, mesh.request().indirect));
+    }
+    if (!isOpen)
+        return;
+    if (round == 0)
+        orderInside(triangle);
+    else if (samples[triangle].size() < enoughSamples)
+        orderPoint(triangle, 1.0f / 3, 1.0f / 3, 1.0f / 3);
+    trial.insideCount = insideWeights.size() - trial.firstInside;
+    trials.push_back(trial);
+}
+
+// Rows of points along the longest side, so close that little falls between them.
+void ktRefinementGroup::orderInside(Index triangle) {
+    double squared[3];
+    for (int corner = 0; corner < 3; ++corner)
+        squared[corner] = refiner.squaredLength(refiner.edge(triangle, corner));
+    const int first = static_cast<int>(std::max_element(squared, squared + 3) - squared);
+    const double longest = std::sqrt(squared[first]);
+    // Heron's formula, after W. Kahan.
+    double sides[3] = {std::sqrt(squared[0]), std::sqrt(squared[1]), std::sqrt(squared[2])};
+    std::sort(sides, sides + 3);
+    const double height = std::sqrt(std::max(0.0, (sides[2] + (sides[1] + sides[0])) * (sides[0] - (sides[2] - sides[1])) *
+                                                      (sides[0] + (sides[2] - sides[1])) *
+                                                      (sides[2] + (sides[1] - sides[0])))) /
+                          (2 * longest);
+    const auto countFor = [this](double length) {
+        return std::clamp(static_cast<int>(std::ceil(length / spacing)), 1, mostPointsAlong);
+    };
+    const int rows = countFor(height);
+    for (int row = 0; row < rows; ++row) {
+        const double share = rows == 1 ? 2.0 / 3 : (row + 0.5) / rows; // 0 at the tip, 1 on the longest side
+        const int points = countFor(share * longest);
+        for (int i = 0; i < points; ++i) {
+            const double along = (i + 0.5) / points;
+            float weights[3];
+            weights[first] = static_cast<float>(share * (1 - along));
+            weights[(first + 1) % 3] = static_cast<float>(share * along);
+            weights[(first + 2) % 3] = static_cast<float>(1 - share);
+            orderPoint(triangle, weights[0], weights[1], weights[2]);
+        }
+    }
+}
+
+void ktRefinementGroup::orderPoint(Index triangle, float a, float b, float c) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[triangle];
+    const Index vertices[3] = {localOf[t.vertices[0]], localOf[t.vertices[1]], localOf[t.vertices[2]]};
+    insideWeights.push_back({a, b, c});
+    insideOrders.push_back(probesOf(triangle).add(meshOf(triangle).surfacePoint(vertices, insideWeights.back().data())));
+}
+
+void ktRefinementGroup::takeSeen() {
+    for (const auto& [ends, order] : orderedMiddles)
+        middles.emplace(ends, (order.second ? *indirect : *direct)[order.first]);
+    for (const Trial& trial : trials)
+        for (std::size_t i = trial.firstInside; i < trial.firstInside + trial.insideCount; ++i) {
+            const auto& w = insideWeights[i];
+            samples[trial.triangle].push_back({{w[0], w[1], w[2]}, probesOf(trial.triangle)[insideOrders[i]]});
+        }
+}
+
+void ktRefinementGroup::judge(const Trial& trial) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
+    const float threshold = meshOf(trial.triangle).request().threshold;
+    const ktIllumination corners[3] = {lightAt(t.vertices[0]), lightAt(t.vertices[1]), lightAt(t.vertices[2])};
+    const auto isUneven = [&](const Sample& sample) {
+        ktIllumination expected = {0, 0};
+        for (std::size_t corner = 0; corner < 3; ++corner)
+            for (std::size_t k = 0; k < expected.size(); ++k)
+                expected[k] += sample.weights[corner] * corners[corner][k];
+        return differs(sample.light, expected, threshold);
+    };
+    const std::vector<Sample>& seen = samples[trial.triangle];
+    const bool wantsAll = std::any_of(seen.begin(), seen.end(), isUneven);
+    for (int corner = 0; corner < 3; ++corner) {
+        if (!trial.hasMiddle[corner])
+            continue;
+        const ktIllumination &a = corners[corner], &b = corners[(corner + 1) % 3];
+        const ktIllumination expected = {0.5f * (a[0] + b[0]), 0.5f * (a[1] + b[1])};
+        const Edge ends = ktConformingRefiner::edgeBetween(t.vertices[corner], t.vertices[(corner + 1) % 3]);
+        if (wantsAll || differs(middles.at(ends), expected, threshold))
+            wanted.insert(refiner.edge(trial.triangle, corner));
+    }
+}
+
+// In an order that depends on where they lie alone.
+std::vector<ktRefinementGroup::Edge> ktRefinementGroup::wantedInOrder() const {
+    using Ends = std::pair<ktConformingRefiner::Point, ktConformingRefiner::Point>;
+    std::vector<std::pair<Ends, Edge>> keyed;
+    keyed.reserve(wanted.size());
+    for (Edge edge : wanted)
+        keyed.emplace_back(std::minmax(refiner.position(static_cast<Index>(edge >> 32)),
+                                       refiner.position(static_cast<Index>(edge & 0xFFFFFFFFu))),
+                           edge);
+    ktParallel::sort(keyed.begin(), keyed.end(), std::less<>());
+    std::vector<Edge> edges;
+    edges.reserve(keyed.size());
+    for (const auto& entry : keyed)
+        edges.push_back(entry.second);
+    return edges;
+}
+
+void ktRefinementGroup::splitWanted() {
+    ktThrowIfCanceled();
+    const std::vector<Edge> edges = wantedInOrder();
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        if (i % cancelInterval == 0)
+            ktThrowIfCanceled();
+        refiner.split(edges[i]);
+    }
+    passOnSamples();
+    // What stays whole is smooth, and needs no samples to say so.
+    for (const Trial& trial : trials)
+        if (!std::binary_search(active.begin(), active.end(), trial.triangle))
+            std::vector<Sample>().swap(samples[trial.triangle]);
+}
+
+// The parts of a triangle get what was seen in them.
+void ktRefinementGroup::passOnSamples() {
+    active.clear();
+    samples.resize(refiner.triangles().size());
+    for (const ktConformingRefiner::Bisection& cut : refiner.takeBisections()) {
+        const std::size_t a = static_cast<std::size_t>(cut.corner), b = (a + 1) % 3, c = (a + 2) % 3;
+        const std::vector<Sample> whole = std::move(samples[cut.triangle]);
+        samples[cut.triangle].clear();
+        for (const Sample& sample : whole) {
+            const float *w = sample.weights, rest = w[a] - w[b];
+            // In the order of the corners: a, middle, c, or middle, b, c.
+            if (rest >= 0)
+                samples[cut.triangle].push_back({{rest, 2 * w[b], w[c]}, sample.light});
+            else
+                samples[cut.newTriangle].push_back({{2 * w[a], -rest, w[c]}, sample.light});
+        }
+        active.push_back(cut.triangle);
+        active.push_back(cut.newTriangle);
+    }
+    std::sort(active.begin(), active.end());
+    active.erase(std::unique(active.begin(), active.end()), active.end());
+}
+
+void ktRefinementGroup::takeNewVertices() {
+    for (std::size_t v = localOf.size(); v < refiner.vertices().size(); ++v) {
+        if (v % cancelInterval == 0)
+            ktThrowIfCanceled();
+        const ktConformingRefiner::Vertex& vertex = refiner.vertices()[v];
+        ktRefinementMesh& mesh = *meshes[vertex.mesh];
+        localOf.push_back(mesh.vertexCount());
+        mesh.addVertex(localOf[vertex.parents[0]], localOf[vertex.parents[1]]);
+        middles.erase(ktConformingRefiner::edgeBetween(vertex.parents[0], vertex.parents[1]));
+    }
+    // Many small meshes keep the workers as busy as one large one.
+    ktParallel::forRange(meshes.size(), 1, [this](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i)
+            meshes[i]->traceNewVertices(how);
+    });
+}
+
+std::vector<std::vector<std::uint32_t>> ktRefinementGroup::triangles() const {
+    std::vector<std::vector<std::uint32_t>> result(meshes.size());
+    for (Index t = 0; t < refiner.triangles().size(); ++t) {
+        if (t % cancelInterval == 0)
+            ktThrowIfCanceled();
+        if (!refiner.isCollapsed(t))
+            for (Index v : refiner.triangles()[t].vertices)
+                result[refiner.triangles()[t].mesh].push_back(localOf[v]);
+    }
+    return result;
+}

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktConformingRefiner.h"
+#include "ktRefinementMesh.h"
+#include "ktRefinementProbes.h"
+#include "ktTracedScene.h"
+
+#include <atomic>
+#include <memory>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+/// How far a refinement has come, for another thread to read.
+struct ktRefinementProgress {
+    std::atomic<int> round{0}, rounds{0};
+    std::atomic<std::size_t> newVertices{0};
+};
+
+/// Meshes that are refined together.
+///
+/// In each round light is looked at in the middles of the edges and inside the triangles that the round before made; an
+/// edge is halved where light varies across it. The first round looks at a grid of points in every triangle; what it saw
+/// goes on to the parts that the triangle is cut into, so that later rounds look only where parts have become too
+/// small to hold such a point. For one worker thread; tracing inside uses all.
+class ktRefinementGroup {
+public:
+    /// @param meshes in an order that does not depend on the scene's
+    /// @param inside what the meshes were made of: edges that other geometry of the scene shares stay whole
+    /// @throws ktCanceled, std::exception
+    ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
+                      const std::set<osg::GeometryPtr>& inside, const ktRefinementLight& how);
+
+    /// All rounds. @throws ktCanceled, std::exception
+    void refine(ktRefinementProgress& progress);
+    /// Triangles of each mesh, by its own vertices; those without area are left out.
+    std::vector<std::vector<std::uint32_t>> triangles() const;
+    std::size_t newVertexCount() const { return refiner.vertices().size() - refiner.originalVertexCount(); }
+
+private:
+    using Index = ktConformingRefiner::Index;
+    using Edge = ktConformingRefiner::Edge;
+
+    /// What was seen inside a triangle, at the mean of its corners by weights.
+    struct Sample {
+        float weights[3];
+        ktIllumination light;
+    };
+    /// Looks that were ordered for a triangle.
+    struct Trial {
+        Index triangle;
+        bool hasMiddle[3];
+        std::size_t firstInside, insideCount; ///< in `insideWeights`
+    };
+
+    void lockSharedEdges(const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside);
+    void findEdges();
+    void tryTriangle(Index triangle);
+    void orderInside(Index triangle);
+    void orderPoint(Index triangle, float a, float b, float c);
+    void takeSeen();
+    void judge(const Trial& trial);
+    std::vector<Edge> wantedInOrder() const;
+    void splitWanted();
+    void passOnSamples();
+    void takeNewVertices();
+
+    bool maySplit(Edge edge, const ktRefinementRequest& request) const;
+    ktRefinementMesh& meshOf(Index triangle) const { return *meshes[refiner.triangles()[triangle].mesh]; }
+    ktRefinementProbes& probesOf(Index triangle) { return meshOf(triangle).request().indirect ? *indirect : *direct; }
+    const ktIllumination& lightAt(Index vertex) const {
+        return meshes[refiner.vertices()[vertex].mesh]->illumination(localOf[vertex]);
+    }
+
+    std::vector<std::unique_ptr<ktRefinementMesh>>& meshes;
+    const ktRefinementLight& how;
+    ktConformingRefiner refiner;
+    std::unique_ptr<ktRefinementProbes> direct, indirect; ///< by what requests look at
+    double spacing;                                       ///< between points inside a face, in the first round
+    int round = 0;
+    std::vector<Index> localOf;               ///< the refiner's vertices in their own mesh
+    std::vector<Index> active;                ///< triangles that are new in this round
+    std::vector<std::vector<Sample>> samples; ///< by triangle
+    std::unordered_map<Edge, ktIllumination> middles; ///< what was seen there, by two vertices
+
+    // Of the round under way.
+    std::vector<Trial> trials;
+    std::vector<std::array<float, 3>> insideWeights;
+    std::vector<std::size_t> insideOrders;
+    std::unordered_map<Edge, std::pair<std::size_t, bool>> orderedMiddles; ///< order, and whether of `indirect`
+    std::unordered_set<Edge> wanted;
+};

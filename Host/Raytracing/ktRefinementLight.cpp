@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktRefinementLight.h"
+
+#include "ktSceneLight.h"
+
+#include <cmath>
+
+namespace {
+
+// Brightness as an eye would compare it: differences count as they are up to full light, and by ratio above.
+float brightness(const float* color) {
+    const float luminance = ktLuminance(color);
+    return luminance <= 1.0f ? luminance : 1.0f + std::log(luminance);
+}
+
+} // namespace
+
+ktIllumination ktMeasureDirect(const osg::Vec4f& result) {
+    return {result[3], brightness(result.getValues())};
+}
+
+ktIllumination ktMeasureIndirect(const float* received) {
+    return {0.0f, brightness(received)};
+}

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktGeoSubdivisionList.h"
+#include "ktSceneFile.h"
+#include "ktSceneRaytracing.h"
+
+#include <memory>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGNode.h>
+#include <string>
+#include <vector>
+
+/// Settings of a refinement, by default those that figures are quoted for.
+struct ktRefinementSettings {
+    int samples = 64; ///< rays along each axis of the pattern
+    int quality = 2;
+    float minEdgeLength = 1, threshold = 0.04f;
+    float minDistance = 1, maxDistance = 3000;
+};
+
+/// A model file as a scene, and the calls of the direct pass with refinement on it, as the plug-in makes them.
+class ktRefinedModel {
+public:
+    /// @throws std::runtime_error when the file cannot be read
+    ktRefinedModel(const std::string& path, bool withGroundPlane, const ktRefinementSettings& settings);
+    ~ktRefinedModel();
+
+    /// Geometry nodes of the whole scene, each core once.
+    std::vector<osg::NodePtr> nodes;
+    osg::NodePtr groundPlane; ///< null without one
+    ktRefinementSettings settings;
+
+    /// Traces the direct light of a node's vertices into its channel 7.
+    void trace(const osg::NodePtr& node);
+    /// Traces loose vertices, world space. @return their w
+    std::vector<float> trace(const std::vector<osg::Pnt3f>& positions, const osg::Vec3f& normal);
+    /// Traces and refines some nodes together. @return seconds that the refinement alone took
+    double refine(const std::vector<osg::NodePtr>& which);
+
+    static osg::GeometryPtr geometryOf(const osg::NodePtr& node) { return osg::GeometryPtr::dcast(node->getCore()); }
+    static osg::UInt32 vertexCount(const osg::NodePtr& node);
+
+private:
+    std::unique_ptr<ktSceneFile> file;
+    ktSceneRaytracing tracing;
+    ktSampler* sampler = nullptr;
+};

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Refines a model and says how well it came out: against a dense grid on its ground plane, and by what is wrong with
+// the mesh. Not part of the tests: dense grids take their time.
+#include "ktMeshFlaws.h"
+#include "ktPlaneAccuracy.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <QCoreApplication>
+#include <sys/resource.h>
+
+namespace {
+
+double peakMegabytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024;
+}
+
+void reportPlane(ktRefinedModel& model, int squares) {
+    const ktPlaneAccuracy plane = ktMeasurePlane(model, squares);
+    std::printf("ground plane: %zu vertices after refinement, against %d x %d squares\n"
+                "  root mean square difference: unrefined %.5f, refined %.5f, uniform grid %.5f\n"
+                "  unrefined by refined %.2f, uniform by refined %.2f\n"
+                "  refinement %.2f s, %.2f times the tracing of its vertices\n",
+                plane.vertices, squares, squares, plane.unrefined, plane.refined, plane.uniform,
+                plane.unrefined / plane.refined, plane.uniform / plane.refined, plane.refineSeconds,
+                plane.refineSeconds / plane.traceSeconds);
+}
+
+bool reportMesh(ktRefinedModel& model) {
+    const ktWorldTriangles before = ktReadWorldTriangles(model.nodes);
+    std::size_t verticesBefore = 0, verticesAfter = 0;
+    for (const osg::NodePtr& node : model.nodes)
+        verticesBefore += ktRefinedModel::vertexCount(node);
+    const double memoryBefore = peakMegabytes();
+    const double seconds = model.refine(model.nodes);
+    const double memoryAfter = peakMegabytes();
+    for (const osg::NodePtr& node : model.nodes)
+        verticesAfter += ktRefinedModel::vertexCount(node);
+    std::printf("all geometry: %zu nodes, vertices %zu to %zu\n", model.nodes.size(), verticesBefore, verticesAfter);
+    std::printf("  refinement %.2f s, peak memory %+.1f MB, %.0f bytes a new vertex\n", seconds,
+                memoryAfter - memoryBefore,
+                (memoryAfter - memoryBefore) * 1048576 / std::max<double>(1, double(verticesAfter - verticesBefore)));
+    const ktWorldTriangles after = ktReadWorldTriangles(model.nodes);
+    const ktMeshFlaws flaws = ktFindFlaws(before, after);
+    std::printf("  triangles %zu to %zu; hanging vertices %zu, flipped %zu, flat %zu, lost %zu, area %+.2g\n",
+                before.corners.size(), after.corners.size(), flaws.hanging, flaws.flipped, flaws.flat, flaws.lost,
+                flaws.areaChange);
+    return !flaws.any();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App options{"Refines a model and says how well it came out"};
+    std::string path;
+    ktRefinementSettings settings;
+    int squares = 512;
+    bool onlyPlane = false, onlyMesh = false, withPlane = false;
+    options.add_option("MODEL", path, "scene file")->required();
+    options.add_option("--samples", settings.samples, "rays along each axis of the pattern")->capture_default_str();
+    options.add_option("--subdivision-quality", settings.quality)->capture_default_str();
+    options.add_option("--min-edge-length", settings.minEdgeLength)->capture_default_str();
+    options.add_option("--intensity-threshold", settings.threshold)->capture_default_str();
+    options.add_option("--dense", squares, "squares along each side of the dense grid")->capture_default_str();
+    options.add_flag("--only-plane", onlyPlane, "refine the ground plane alone");
+    options.add_flag("--only-mesh", onlyMesh, "refine the model alone, without a ground plane");
+    options.add_flag("--with-plane", withPlane, "with --only-mesh: the model and a ground plane together");
+    CLI11_PARSE(options, argc, argv);
+    const QCoreApplication application(argc, argv);
+    try {
+        if (!onlyMesh) {
+            ktRefinedModel model(path, true, settings);
+            reportPlane(model, squares);
+        }
+        if (onlyPlane)
+            return 0;
+        ktRefinedModel model(path, withPlane, settings);
+        return reportMesh(model) ? 0 : 1;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 2;
+    }
+}
