@@ -55,6 +55,7 @@ ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount, bool isShown)
     connect(plugin, &ktAmbientOcclusion::progressStep, this, &ktBakeProgress::onStep);
     connect(plugin, &ktAmbientOcclusion::progressStopped, this, &ktBakeProgress::onStopped);
     connect(&ktHostSignals::the(), &ktHostSignals::tracingProgress, this, &ktBakeProgress::onTraced);
+    connect(&ktHostSignals::the(), &ktHostSignals::refinementProgress, this, &ktBakeProgress::onRefined);
 }
 
 ktBakeProgress::~ktBakeProgress() {
@@ -106,6 +107,21 @@ void ktBakeProgress::onTraced(std::uint64_t done, std::uint64_t) {
     callDone = done;
     lastVertex = now;
     show(false);
+}
+
+// How much there is to refine is known only when it is done, so this shows what came into being so far.
+void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices) {
+    const Clock::time_point now = Clock::now();
+    if (!isShown || !isRunning || round == 0 || (isTerminal ? now - lastShown < redrawInterval : round == lastRound))
+        return;
+    lastShown = now;
+    lastRound = round;
+    const std::string line = "Refining: round " + std::to_string(round) + " of " + std::to_string(rounds) + ", " +
+                             formatCount(static_cast<double>(newVertices)) + " new vertices in " +
+                             formatDuration(secondsBetween(started, now));
+    std::fprintf(stderr, isTerminal ? "\r\033[K%s" : "%s\n", line.c_str());
+    std::fflush(stderr);
+    isBarShown = isTerminal;
 }
 
 double ktBakeProgress::share() const {

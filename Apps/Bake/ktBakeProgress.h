@@ -31,6 +31,7 @@ private:
     void onStep(int counter);
     void onStopped();
     void onTraced(std::uint64_t done, std::uint64_t total);
+    void onRefined(int round, int rounds, std::uint64_t newVertices);
     double share() const; ///< 0 to 1
     void show(bool isLast);
 
@@ -43,6 +44,7 @@ private:
     Clock::time_point started, firstVertex, lastVertex, lastShown;
     double structureSeconds = 0;
     int lastTenth = -1;
+    int lastRound = 0;
     bool isRunning = false, isBarShown = false;
 };
 

@@ -26,7 +26,8 @@ double squaredDistance(const Point& a, const Point& b) {
 
 ktConformingRefiner::ktConformingRefiner(double newWeldDistance)
     // A cell of the search grid needs a size even where only equal points are to meet.
-    : weldDistance(std::max(newWeldDistance, 1e-12)), leastSize(8.0 * weldDistance) {}
+    : weldDistance(std::max(newWeldDistance, 1e-12)), cellSize(8.0 * weldDistance),
+      leastSize(8.0 * weldDistance) {}
 
 ktConformingRefiner::Edge ktConformingRefiner::edgeBetween(Index placeA, Index placeB) {
     const Edge low = std::min(placeA, placeB);
@@ -43,19 +44,24 @@ double ktConformingRefiner::squaredLength(Edge edge) const {
     return squaredDistance(places[edge >> 32], places[edge & 0xFFFFFFFFu]);
 }
 
+ktConformingRefiner::Cell ktConformingRefiner::cellOf(const Point& point, double offset) const {
+    Cell cell;
+    for (std::size_t i = 0; i < 3; ++i)
+        cell[i] = static_cast<std::int64_t>(std::floor((point[i] + offset) / cellSize));
+    return cell;
+}
+
 Index ktConformingRefiner::findPlace(const Point& point) const {
-    std::int64_t cell[3];
-    for (int i = 0; i < 3; ++i)
-        cell[i] = static_cast<std::int64_t>(std::floor(point[i] / weldDistance));
+    const Cell low = cellOf(point, -weldDistance), high = cellOf(point, weldDistance);
     Index best = none;
     double bestDistance = weldDistance * weldDistance;
-    for (int x = -1; x <= 1; ++x)
-        for (int y = -1; y <= 1; ++y)
-            for (int z = -1; z <= 1; ++z) {
-                const auto found = grid.find(cellKey(cell[0] + x, cell[1] + y, cell[2] + z));
-                if (found == grid.end())
+    for (std::int64_t x = low[0]; x <= high[0]; ++x)
+        for (std::int64_t y = low[1]; y <= high[1]; ++y)
+            for (std::int64_t z = low[2]; z <= high[2]; ++z) {
+                const auto found = firstPlace.find(cellKey(x, y, z));
+                if (found == firstPlace.end())
                     continue;
-                for (Index place : found->second) {
+                for (Index place = found->second; place != none; place = nextPlace[place]) {
                     const double distance = squaredDistance(places[place], point);
                     if (distance < bestDistance || (distance == bestDistance && place < best)) {
                         best = place;
@@ -66,17 +72,18 @@ Index ktConformingRefiner::findPlace(const Point& point) const {
     return best;
 }
 
+Index ktConformingRefiner::addPlace(const Point& point) {
+    const Index place = static_cast<Index>(places.size());
+    const Cell cell = cellOf(point, 0.0);
+    places.push_back(point);
+    const auto [entry, isNew] = firstPlace.try_emplace(cellKey(cell[0], cell[1], cell[2]), place);
+    nextPlace.push_back(isNew ? none : std::exchange(entry->second, place));
+    return place;
+}
+
 Index ktConformingRefiner::placeOf(const Point& point) {
     const Index known = findPlace(point);
-    if (known != none)
-        return known;
-    std::int64_t cell[3];
-    for (int i = 0; i < 3; ++i)
-        cell[i] = static_cast<std::int64_t>(std::floor(point[i] / weldDistance));
-    const Index place = static_cast<Index>(places.size());
-    places.push_back(point);
-    grid[cellKey(cell[0], cell[1], cell[2])].push_back(place);
-    return place;
+    return known != none ? known : addPlace(point);
 }
 
 Index ktConformingRefiner::addMesh(const std::vector<Point>& positions, const std::vector<Index>& indices) {
@@ -189,10 +196,8 @@ void ktConformingRefiner::bisect(Edge edge) {
         middle[i] = 0.5 * (places[edge >> 32][i] + places[edge & 0xFFFFFFFFu][i]);
     // Where a neighbour has a vertex at that place already, this closes the gap.
     Index place = placeOf(middle);
-    if (place == edge >> 32 || place == (edge & 0xFFFFFFFFu)) {
-        place = static_cast<Index>(places.size());
-        places.push_back(middle);
-    }
+    if (place == edge >> 32 || place == (edge & 0xFFFFFFFFu))
+        place = addPlace(middle);
 
     for (Index side : sides) {
         const Index triangle = side / 3;

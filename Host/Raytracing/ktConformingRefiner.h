@@ -84,7 +84,11 @@ public:
     Index firstVertex(Index mesh) const { return meshFirstVertex[mesh]; }
 
 private:
+    using Cell = std::array<std::int64_t, 3>;
+
+    Cell cellOf(const Point& point, double offset) const;
     Index placeOf(const Point& point);
+    Index addPlace(const Point& point);
     Index findPlace(const Point& point) const;
     void link(Index triangle);
     void unlink(Index triangle);
@@ -97,9 +101,11 @@ private:
     Index middleVertex(Index a, Index b, Index place);
 
     double weldDistance;
+    double cellSize;  // of the search grid
     double leastSize; // of what is split: edges and, above them, triangles
     std::vector<Point> places;
-    std::unordered_map<std::uint64_t, std::vector<Index>> grid; // cell to places
+    std::unordered_map<std::uint64_t, Index> firstPlace; // in a cell of the search grid
+    std::vector<Index> nextPlace;                        // in the same cell
     std::vector<Vertex> vertexList;
     std::vector<Triangle> triangleList;
     std::vector<Index> meshFirstVertex;

@@ -13,7 +13,6 @@ namespace {
 constexpr double weldShare = 1.0e-6;        // of the scene's diagonal: vertices nearer than this are at one place
 constexpr double spacingShare = 1.0 / 128;  // of the scene's diagonal: between the first round's points, where their
 constexpr int mostPointsAlong = 24;         // number allows
-constexpr std::size_t enoughSamples = 3;    // in a triangle: it needs no more
 constexpr std::size_t cancelInterval = 1024;
 
 bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) {
@@ -39,6 +38,7 @@ ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMes
     for (std::size_t v = 0; v < refiner.vertices().size(); ++v)
         localOf.push_back(static_cast<Index>(v) - refiner.firstVertex(refiner.vertices()[v].mesh));
     samples.resize(refiner.triangles().size());
+    isSmooth.resize(refiner.triangles().size(), false);
 }
 
 void ktRefinementGroup::lockSharedEdges(const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside) {
@@ -81,61 +81,91 @@ bool ktRefinementGroup::maySplit(Edge edge, const ktRefinementRequest& request) 
     return !refiner.isLocked(edge) && refiner.squaredLength(edge) > shortest * shortest;
 }
 
-// Edges to halve in this round.
+// Edges to halve in this round. Where it is known that light varies nothing is looked at any more.
 void ktRefinementGroup::findEdges() {
     wanted.clear();
     trials.clear();
-    insideWeights.clear();
-    insideOrders.clear();
-    orderedMiddles.clear();
-    direct->clear();
-    indirect->clear();
-    for (std::size_t i = 0; i < active.size(); ++i) {
-        if (i % cancelInterval == 0)
-            ktThrowIfCanceled();
-        if (!refiner.isCollapsed(active[i]) && round < meshOf(active[i]).request().rounds)
-            tryTriangle(active[i]);
+    forEach(active, [this](Index triangle) { tryTriangle(triangle); });
+    if (round == 0) {
+        forEach(trials, [this](const Trial& trial) { orderInside(trial.triangle); });
+        look();
     }
-    direct->look();
-    indirect->look();
-    takeSeen();
-    for (std::size_t i = 0; i < trials.size(); ++i) {
+    forEach(trials, [this](const Trial& trial) { judgeInside(trial); });
+    forEach(trials, [this](const Trial& trial) { orderMiddles(trial); });
+    look();
+    forEach(trials, [this](const Trial& trial) { judgeMiddles(trial); });
+    forEach(trials, [this](const Trial& trial) {
+        if (samples[trial.triangle].empty() && !isWanted(trial.triangle))
+            orderPoint(trial.triangle, 1.0f / 3, 1.0f / 3, 1.0f / 3);
+    });
+    look();
+    forEach(trials, [this](const Trial& trial) { judgeInside(trial); });
+    for (const Trial& trial : trials)
+        if (!isWanted(trial.triangle)) {
+            isSmooth[trial.triangle] = true;
+            std::vector<Sample>().swap(samples[trial.triangle]);
+        }
+}
+
+template <class Things, class Action>
+void ktRefinementGroup::forEach(const Things& things, Action&& action) {
+    for (std::size_t i = 0; i < things.size(); ++i) {
         if (i % cancelInterval == 0)
             ktThrowIfCanceled();
-        judge(trials[i]);
+        action(things[i]);
     }
 }
 
-// Says which edges differ at their ends already, and orders looks at the others.
+// Carries out what was ordered.
+void ktRefinementGroup::look() {
+    direct->look();
+    indirect->look();
+    for (const InsideOrder& order : insideOrders)
+        samples[order.triangle].push_back({order.weights, probesOf(order.triangle)[order.number]});
+    for (const MiddleOrder& order : middleOrders)
+        middles[order.ends] = probesOf(order.triangle)[order.number];
+    insideOrders.clear();
+    middleOrders.clear();
+    direct->clear();
+    indirect->clear();
+}
+
+bool ktRefinementGroup::isWanted(Index triangle) const {
+    return wanted.count(refiner.edge(triangle, 0)) || wanted.count(refiner.edge(triangle, 1)) ||
+           wanted.count(refiner.edge(triangle, 2));
+}
+
+// Takes a triangle in that has edges to split; wants those that differ at their ends.
 void ktRefinementGroup::tryTriangle(Index triangle) {
+    const ktRefinementRequest& request = meshOf(triangle).request();
+    if (refiner.isCollapsed(triangle) || round >= request.rounds)
+        return;
     const ktConformingRefiner::Triangle& t = refiner.triangles()[triangle];
-    const ktRefinementMesh& mesh = meshOf(triangle);
-    Trial trial = {triangle, {false, false, false}, insideWeights.size(), 0};
-    bool isOpen = false;
+    Trial trial = {triangle, {false, false, false}};
+    bool hasAny = false;
     for (int corner = 0; corner < 3; ++corner) {
         const Edge edge = refiner.edge(triangle, corner);
-        const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
-        if (!maySplit(edge, mesh.request()))
+        if (!maySplit(edge, request))
             continue;
-        if (differs(lightAt(a), lightAt(b), mesh.request().threshold)) {
+        hasAny = trial.isOpen[corner] = true;
+        if (differs(lightAt(t.vertices[corner]), lightAt(t.vertices[(corner + 1) % 3]), request.threshold))
             wanted.insert(edge);
-            continue;
-        }
-        isOpen = trial.hasMiddle[corner] = true;
-        const Edge ends = ktConformingRefiner::edgeBetween(a, b);
-        if (middles.count(ends) || orderedMiddles.count(ends))
-            continue;
-        const std::size_t order = probesOf(triangle).add(mesh.surfaceMiddle(localOf[a], localOf[b]));
-        orderedMiddles.emplace(ends, std::make_pair(order, mesh.request().indirect));
     }
-    if (!isOpen)
-        return;
-    if (round == 0)
-        orderInside(triangle);
-    else if (samples[triangle].size() < enoughSamples)
-        orderPoint(triangle, 1.0f / 3, 1.0f / 3, 1.0f / 3);
-    trial.insideCount = insideWeights.size() - trial.firstInside;
-    trials.push_back(trial);
+    if (hasAny)
+        trials.push_back(trial);
+}
+
+void ktRefinementGroup::orderMiddles(const Trial& trial) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
+    for (int corner = 0; corner < 3; ++corner) {
+        const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
+        const Edge ends = ktConformingRefiner::edgeBetween(a, b);
+        if (!trial.isOpen[corner] || wanted.count(refiner.edge(trial.triangle, corner)) ||
+            !middles.try_emplace(ends).second)
+            continue; // the triangle across may have ordered it
+        middleOrders.push_back({trial.triangle, ends,
+                                probesOf(trial.triangle).add(meshOf(trial.triangle).surfaceMiddle(localOf[a], localOf[b]))});
+    }
 }
 
 // Rows of points along the longest side, so close that little falls between them.
@@ -173,24 +203,16 @@ void ktRefinementGroup::orderInside(Index triangle) {
 void ktRefinementGroup::orderPoint(Index triangle, float a, float b, float c) {
     const ktConformingRefiner::Triangle& t = refiner.triangles()[triangle];
     const Index vertices[3] = {localOf[t.vertices[0]], localOf[t.vertices[1]], localOf[t.vertices[2]]};
-    insideWeights.push_back({a, b, c});
-    insideOrders.push_back(probesOf(triangle).add(meshOf(triangle).surfacePoint(vertices, insideWeights.back().data())));
+    const std::array<float, 3> weights = {a, b, c};
+    insideOrders.push_back(
+        {triangle, weights, probesOf(triangle).add(meshOf(triangle).surfacePoint(vertices, weights.data()))});
 }
 
-void ktRefinementGroup::takeSeen() {
-    for (const auto& [ends, order] : orderedMiddles)
-        middles.emplace(ends, (order.second ? *indirect : *direct)[order.first]);
-    for (const Trial& trial : trials)
-        for (std::size_t i = trial.firstInside; i < trial.firstInside + trial.insideCount; ++i) {
-            const auto& w = insideWeights[i];
-            samples[trial.triangle].push_back({{w[0], w[1], w[2]}, probesOf(trial.triangle)[insideOrders[i]]});
-        }
-}
-
-void ktRefinementGroup::judge(const Trial& trial) {
+void ktRefinementGroup::judgeInside(const Trial& trial) {
     const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
     const float threshold = meshOf(trial.triangle).request().threshold;
-    const ktIllumination corners[3] = {lightAt(t.vertices[0]), lightAt(t.vertices[1]), lightAt(t.vertices[2])};
+    const std::array<ktIllumination, 3> corners = {lightAt(t.vertices[0]), lightAt(t.vertices[1]),
+                                                   lightAt(t.vertices[2])};
     const auto isUneven = [&](const Sample& sample) {
         ktIllumination expected = {0, 0};
         for (std::size_t corner = 0; corner < 3; ++corner)
@@ -199,14 +221,23 @@ void ktRefinementGroup::judge(const Trial& trial) {
         return differs(sample.light, expected, threshold);
     };
     const std::vector<Sample>& seen = samples[trial.triangle];
-    const bool wantsAll = std::any_of(seen.begin(), seen.end(), isUneven);
+    if (std::none_of(seen.begin(), seen.end(), isUneven))
+        return;
+    for (int corner = 0; corner < 3; ++corner)
+        if (trial.isOpen[corner])
+            wanted.insert(refiner.edge(trial.triangle, corner));
+}
+
+void ktRefinementGroup::judgeMiddles(const Trial& trial) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
     for (int corner = 0; corner < 3; ++corner) {
-        if (!trial.hasMiddle[corner])
+        const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
+        const auto seen = middles.find(ktConformingRefiner::edgeBetween(a, b));
+        if (!trial.isOpen[corner] || seen == middles.end())
             continue;
-        const ktIllumination &a = corners[corner], &b = corners[(corner + 1) % 3];
-        const ktIllumination expected = {0.5f * (a[0] + b[0]), 0.5f * (a[1] + b[1])};
-        const Edge ends = ktConformingRefiner::edgeBetween(t.vertices[corner], t.vertices[(corner + 1) % 3]);
-        if (wantsAll || differs(middles.at(ends), expected, threshold))
+        const ktIllumination &lightA = lightAt(a), &lightB = lightAt(b);
+        const ktIllumination expected = {0.5f * (lightA[0] + lightB[0]), 0.5f * (lightA[1] + lightB[1])};
+        if (differs(seen->second, expected, meshOf(trial.triangle).request().threshold))
             wanted.insert(refiner.edge(trial.triangle, corner));
     }
 }
@@ -237,22 +268,24 @@ void ktRefinementGroup::splitWanted() {
         refiner.split(edges[i]);
     }
     passOnSamples();
-    // What stays whole is smooth, and needs no samples to say so.
-    for (const Trial& trial : trials)
-        if (!std::binary_search(active.begin(), active.end(), trial.triangle))
-            std::vector<Sample>().swap(samples[trial.triangle]);
 }
 
-// The parts of a triangle get what was seen in them.
+// The parts of a triangle get what was seen in them. What is known to be smooth is not looked at again, even where a
+// neighbour has cut it.
 void ktRefinementGroup::passOnSamples() {
     active.clear();
     samples.resize(refiner.triangles().size());
+    isSmooth.resize(refiner.triangles().size(), false);
     for (const ktConformingRefiner::Bisection& cut : refiner.takeBisections()) {
+        isSmooth[cut.newTriangle] = isSmooth[cut.triangle];
+        if (isSmooth[cut.triangle])
+            continue;
         const std::size_t a = static_cast<std::size_t>(cut.corner), b = (a + 1) % 3, c = (a + 2) % 3;
         const std::vector<Sample> whole = std::move(samples[cut.triangle]);
         samples[cut.triangle].clear();
         for (const Sample& sample : whole) {
-            const float *w = sample.weights, rest = w[a] - w[b];
+            const std::array<float, 3>& w = sample.weights;
+            const float rest = w[a] - w[b];
             // In the order of the corners: a, middle, c, or middle, b, c.
             if (rest >= 0)
                 samples[cut.triangle].push_back({{rest, 2 * w[b], w[c]}, sample.light});

@@ -23,8 +23,8 @@ struct ktRefinementProgress {
 ///
 /// In each round light is looked at in the middles of the edges and inside the triangles that the round before made; an
 /// edge is halved where light varies across it. The first round looks at a grid of points in every triangle; what it saw
-/// goes on to the parts that the triangle is cut into, so that later rounds look only where parts have become too
-/// small to hold such a point. For one worker thread; tracing inside uses all.
+/// goes on to the parts that the triangle is cut into, so that later rounds look only into parts too small to hold
+/// such a point. For one worker thread; tracing inside uses all.
 class ktRefinementGroup {
 public:
     /// @param meshes in an order that does not depend on the scene's
@@ -45,23 +45,37 @@ private:
 
     /// What was seen inside a triangle, at the mean of its corners by weights.
     struct Sample {
-        float weights[3];
+        std::array<float, 3> weights;
         ktIllumination light;
     };
-    /// Looks that were ordered for a triangle.
+    /// A triangle that is judged in this round.
     struct Trial {
         Index triangle;
-        bool hasMiddle[3];
-        std::size_t firstInside, insideCount; ///< in `insideWeights`
+        bool isOpen[3]; ///< by corner: the edge from there may be split
+    };
+    struct InsideOrder {
+        Index triangle;
+        std::array<float, 3> weights;
+        std::size_t number;
+    };
+    struct MiddleOrder {
+        Index triangle;
+        Edge ends; ///< two vertices
+        std::size_t number;
     };
 
     void lockSharedEdges(const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside);
     void findEdges();
+    template <class Things, class Action>
+    void forEach(const Things& things, Action&& action);
     void tryTriangle(Index triangle);
     void orderInside(Index triangle);
+    void orderMiddles(const Trial& trial);
     void orderPoint(Index triangle, float a, float b, float c);
-    void takeSeen();
-    void judge(const Trial& trial);
+    void look();
+    void judgeInside(const Trial& trial);
+    void judgeMiddles(const Trial& trial);
+    bool isWanted(Index triangle) const;
     std::vector<Edge> wantedInOrder() const;
     void splitWanted();
     void passOnSamples();
@@ -83,12 +97,12 @@ private:
     std::vector<Index> localOf;               ///< the refiner's vertices in their own mesh
     std::vector<Index> active;                ///< triangles that are new in this round
     std::vector<std::vector<Sample>> samples; ///< by triangle
+    std::vector<bool> isSmooth;               ///< by triangle: nothing to split was found in it
     std::unordered_map<Edge, ktIllumination> middles; ///< what was seen there, by two vertices
 
     // Of the round under way.
     std::vector<Trial> trials;
-    std::vector<std::array<float, 3>> insideWeights;
-    std::vector<std::size_t> insideOrders;
-    std::unordered_map<Edge, std::pair<std::size_t, bool>> orderedMiddles; ///< order, and whether of `indirect`
+    std::vector<InsideOrder> insideOrders;
+    std::vector<MiddleOrder> middleOrders;
     std::unordered_set<Edge> wanted;
 };

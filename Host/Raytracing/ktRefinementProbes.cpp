@@ -22,11 +22,11 @@ struct Arrays {
 
 } // namespace
 
-// The share of n stratified rays that a straight shadow's edge leaves errs by some 0.5 / n^0.75; a sixth of the
-// difference is left for that.
+// Shares of open sky by n times n stratified rays err by some 0.37 / n^1.5, as measured; that is to be a fifth of the
+// difference.
 std::uint32_t ktRefinementProbes::raysPerAxis(float difference) {
-    const double rays = std::pow(3.0 / std::max(double(difference), 1e-4), 4.0 / 3.0);
-    return std::max(fewestRays, static_cast<std::uint32_t>(std::ceil(std::sqrt(rays) / 4)) * 4);
+    const double rays = std::pow(5 * 0.37 / std::max(double(difference), 1e-4), 2.0 / 3.0);
+    return std::max(fewestRays, static_cast<std::uint32_t>(std::lround(rays / 4)) * 4);
 }
 
 ktRefinementProbes::ktRefinementProbes(const ktRefinementLight& how, float difference, bool indirect)

@@ -4,7 +4,6 @@
 #include "ktWorldTransform.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <OpenSG/OSGTriangleIterator.h>
 
@@ -122,9 +121,7 @@ ktPlaneAccuracy ktMeasurePlane(ktRefinedModel& model, int squares) {
     accuracy.refineSeconds = model.refine({model.groundPlane});
     accuracy.vertices = ktRefinedModel::vertexCount(model.groundPlane);
     accuracy.refined = ofPlane(model.groundPlane, dense);
-    const auto start = std::chrono::steady_clock::now();
-    model.trace(model.groundPlane);
-    accuracy.traceSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    accuracy.traceSeconds = model.trace(model.groundPlane);
 
     Grid uniform(static_cast<int>(std::ceil(std::sqrt(double(accuracy.vertices)))) - 1, low, high);
     uniform.values = model.trace(uniform.points(), up);

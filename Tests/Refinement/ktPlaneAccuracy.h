@@ -10,8 +10,8 @@ struct ktPlaneAccuracy {
     double unrefined = 0;        ///< by the plane as it was
     double refined = 0;          ///< by the refined plane
     double uniform = 0;          ///< by a grid of equal squares with at least as many vertices
-    double refineSeconds = 0;    ///< of the refinement
-    double traceSeconds = 0;     ///< of tracing the vertices of the refined plane once
+    double refineSeconds = 0;    ///< that the refinement took of all cores
+    double traceSeconds = 0;     ///< that tracing the vertices of the refined plane once takes of them
 };
 
 /// Refines the model's ground plane alone, and judges it.

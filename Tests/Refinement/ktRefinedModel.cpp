@@ -4,7 +4,7 @@
 #include "ktGeometryInstances.h"
 #include "ktSceneState.h"
 
-#include <chrono>
+#include <ctime>
 #include <set>
 #include <stdexcept>
 
@@ -43,7 +43,8 @@ osg::UInt32 ktRefinedModel::vertexCount(const osg::NodePtr& node) {
     return geometryOf(node)->getPositions()->getSize();
 }
 
-void ktRefinedModel::trace(const osg::NodePtr& node) {
+double ktRefinedModel::trace(const osg::NodePtr& node) {
+    const std::clock_t start = std::clock();
     const osg::GeometryPtr geometry = geometryOf(node);
     const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
     const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
@@ -56,6 +57,7 @@ void ktRefinedModel::trace(const osg::NodePtr& node) {
     const osg::Matrix toWorld = node->getToWorld();
     tracing.computeVertexOcclusion(positions->getSize(), &toWorld, &positions->getField()[0], &normals->getField()[0],
                                    &results->getField()[0], true, sampler, true, false);
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
 std::vector<float> ktRefinedModel::trace(const std::vector<osg::Pnt3f>& positions, const osg::Vec3f& normal) {
@@ -81,10 +83,10 @@ double ktRefinedModel::refine(const std::vector<osg::NodePtr>& which) {
                                         settings.threshold, settings.minEdgeLength, &toWorld, &toWorld, &toWorld,
                                         false, false, false);
     }
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();
     tracing.finishPass();
     tracing.invalidateGeometry();
     for (const auto& record : records)
         record->recreateGeometry();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }

@@ -31,11 +31,11 @@ public:
     osg::NodePtr groundPlane; ///< null without one
     ktRefinementSettings settings;
 
-    /// Traces the direct light of a node's vertices into its channel 7.
-    void trace(const osg::NodePtr& node);
+    /// Traces the direct light of a node's vertices into its channel 7. @return seconds of all cores
+    double trace(const osg::NodePtr& node);
     /// Traces loose vertices, world space. @return their w
     std::vector<float> trace(const std::vector<osg::Pnt3f>& positions, const osg::Vec3f& normal);
-    /// Traces and refines some nodes together. @return seconds that the refinement alone took
+    /// Traces and refines some nodes together. @return seconds that the refinement alone took of all cores
     double refine(const std::vector<osg::NodePtr>& which);
 
     static osg::GeometryPtr geometryOf(const osg::NodePtr& node) { return osg::GeometryPtr::dcast(node->getCore()); }
