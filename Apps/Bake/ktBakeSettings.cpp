@@ -33,8 +33,11 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
         plugin->setMode(static_cast<ktAmbientOcclusion::DirectLightMode>(*options.mode));
     if (options.indirect)
         plugin->setIndirectIlluminationEnabled(*options.indirect);
-    if (options.gatherQuality)
+    if (options.gatherQuality) {
+        // The number of rays follows the quality from its first change on, and what was asked for may be what it is.
+        plugin->setGatherQuality(*options.gatherQuality == 0 ? 1 : 0);
         plugin->setGatherQuality(*options.gatherQuality);
+    }
     if (options.bounces)
         plugin->setNumOfIndirections(*options.bounces);
     if (options.colorBleeding)

@@ -104,16 +104,16 @@ void ktBounceLight::readReceived(const ktTracedGeometry& traced, std::vector<flo
 }
 
 void ktBounceLight::albedoOf(const ktTracedGeometry& traced, Surface& surface) {
+    const osg::MaterialPtr material = ktMaterialInEffect(traced.node);
+    if (osg::UShadowMaterialPtr::dcast(material) != osg::NullFC) {
+        // It only catches shadows: there is no surface to send light on, whatever colour surfaces are to have.
+        std::fill_n(surface.albedo, 3, 0.0f);
+        return;
+    }
     if (settings.overrideColor) {
         std::copy_n(settings.color, 3, surface.albedo);
         if (!settings.colorBleeding)
             toLuminance(surface.albedo);
-        return;
-    }
-    const osg::MaterialPtr material = ktMaterialInEffect(traced.node);
-    if (osg::UShadowMaterialPtr::dcast(material) != osg::NullFC) {
-        // It only catches shadows: there is no surface to send light on.
-        std::fill_n(surface.albedo, 3, 0.0f);
         return;
     }
     auto& colors = colorsOf[{traced.geometry, material}];

@@ -254,15 +254,17 @@ TEST(Gathering, GivenGeometryInAnotherOrder_GivesTheSameBits) {
 
 TEST(Gathering, GivenAShadowMaterial_SendsNoLightOn) {
     ktTestLog log;
-    ktTestScene scene;
-    const Bake inside(scene.addMesh(sphere()), inwards);
-    inside.geometry->setMaterial(osg::UShadowMaterial::create());
-    ktTestTracing tracing(16);
-    tracing.utils->setMaterialOverride(true, false, osg::Color3f(1, 1, 1).getValuesRGB());
-    tracing.build(scene);
-    inside.setDirect(1.0f);
-    inside.gather(tracing);
-    EXPECT_EQ(inside.results()[5][0], floorValue);
+    for (const bool overrideColor : {false, true}) {
+        ktTestScene scene;
+        const Bake inside(scene.addMesh(sphere()), inwards);
+        inside.geometry->setMaterial(osg::UShadowMaterial::create());
+        ktTestTracing tracing(16);
+        tracing.utils->setMaterialOverride(true, overrideColor, osg::Color3f(1, 1, 1).getValuesRGB());
+        tracing.build(scene);
+        inside.setDirect(1.0f);
+        inside.gather(tracing);
+        EXPECT_EQ(inside.results()[5][0], floorValue);
+    }
 }
 
 TEST(Gathering, GivenACancel_LeavesTheResultsAsTheyWere) {
