@@ -44,6 +44,13 @@ private:
 
 } // namespace
 
+// With no arena left the library ends its workers. Started anew with every call, they come when a short call, such as that
+// for a small geometry, is nearly over: a scene of many parts was traced by one thread.
+void keepWorkers() {
+    static tbb::task_arena* const arena = new tbb::task_arena(2, 1); // never destroyed: nobody knows who ends last
+    arena->initialize();
+}
+
 // The thread that leads the workers, and what it left behind.
 class ktWorkers::Leader {
 public:
@@ -77,6 +84,7 @@ private:
             // The library starts no more workers than cores unless it is told that more are wanted.
             const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                                             static_cast<std::size_t>(threads));
+            keepWorkers();
             tbb::task_arena arena(threads, 1); // one place is this thread's own
             arena.execute(work);
         } catch (...) {
