@@ -3,7 +3,7 @@
 // incoherent flag for occlusion and the coherent one for nearest hits, vertices along a space-filling curve. Same rays,
 // same threads, in turns in one process; medians. Rays whose answers differ are judged in double precision: "wrong"
 // counts those in which the hemisphere tracer errs by more than rounding, the last column those in which Embree does.
-#include "ktBenchmarkScenes.h"
+#include "ktBenchmarkGlb.h"
 #include "ktEmbreeLoop.h"
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereTracer.h"
@@ -28,6 +28,7 @@ struct Options {
     std::string models = "models";
     std::string engine = "/usr/share/assimp/models/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb";
     std::vector<std::string> scenes{"bunny", "nefertiti", "engine", "assembly"};
+    std::string save;
     std::vector<unsigned> sides{32, 16, 8};
     std::size_t assembly = 5000000;
     std::size_t vertices = 16384;
@@ -37,9 +38,9 @@ struct Options {
 };
 
 constexpr std::size_t taskVertices = 64;
+constexpr std::size_t runVertices = 512; // of large scenes: long enough for caches to be as warm as in a bake
 
-/// Vertices as a bake traces them, mesh after mesh along a space-filling curve; of large scenes evenly spaced runs
-/// of 64.
+/// Vertices as a bake traces them, mesh after mesh along a space-filling curve; of large scenes evenly spaced runs.
 std::vector<ktRayVertex> makeVertices(const ktBenchmarkScene& scene, std::size_t limit) {
     const float diagonal = scene.diagonal();
     const ktWorldTransform identity;
@@ -56,11 +57,11 @@ std::vector<ktRayVertex> makeVertices(const ktBenchmarkScene& scene, std::size_t
                 all.push_back(vertex);
         }
     }
-    const std::size_t runs = all.size() / taskVertices;
-    const std::size_t step = std::max<std::size_t>(1, runs / std::max<std::size_t>(1, limit / taskVertices));
+    const std::size_t length = all.size() < 16 * runVertices ? taskVertices : runVertices, runs = all.size() / length;
+    const std::size_t step = std::max<std::size_t>(1, runs / std::max<std::size_t>(1, limit / length));
     for (std::size_t run = 0; run < runs; run += step)
-        vertices.insert(vertices.end(), all.begin() + static_cast<std::ptrdiff_t>(run * taskVertices),
-                        all.begin() + static_cast<std::ptrdiff_t>((run + 1) * taskVertices));
+        vertices.insert(vertices.end(), all.begin() + static_cast<std::ptrdiff_t>(run * length),
+                        all.begin() + static_cast<std::ptrdiff_t>((run + 1) * length));
     return vertices;
 }
 
@@ -211,13 +212,20 @@ int main(int argc, char** argv) {
     app.add_flag("--cpu-time", options.cpuTime,
                  "Count the threads' processor time, for machines that do other work too");
     app.add_flag("--occlusion-only", options.occlusionOnly, "Leave nearest hits out");
+    app.add_option("--save-assembly", options.save, "Write the generated assembly to a .glb file and do nothing else");
     CLI11_PARSE(app, argc, argv);
     std::printf("%-10s %-9s %5s %-9s %9s %9s %7s %9s %10s %7s %7s\n", "scene", "what", "rays", "distance", "Embree",
                 "ours", "ratio", "us/vertex", "differ", "wrong", "Embree");
     std::printf("%-10s %-9s %5s %-9s %9s %9s %7s %9s %10s %7s %7s\n", "", "", "", "", "Mray/s", "Mray/s", "", "",
                 "share", "rays", "wrong");
+    if (!options.save.empty())
+        options.scenes = {"assembly"};
     for (const std::string& name : options.scenes) {
         try {
+            if (!options.save.empty()) {
+                ktSaveBenchmarkScene(ktMakeAssembly(options.assembly), options.save);
+                return 0;
+            }
             const std::string path = name == "bunny"       ? options.models + "/stanford-bunny.obj"
                                      : name == "nefertiti" ? options.models + "/nefertiti.obj"
                                      : name == "engine"    ? options.engine
