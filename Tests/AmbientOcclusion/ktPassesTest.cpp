@@ -342,6 +342,38 @@ TEST_F(GatherPass, GivenOtherMaterialOrNone_IsWhite) {
     EXPECT_THAT(raytracing.gatherPasses, SizeIs(4));
 }
 
+TEST_F(GatherPass, GivenMaterialGroupAbove_TakesItsColour) {
+    controller.setColorBleedingEnabled(true);
+    const osg::NodePtr node = add(makeGeometryNode("a"));
+    setMaterial(node, paint(1, 0, 0));
+    keep(makeMaterialGroup(paint(0, 0.5f, 1), {node}));
+    controller.gatherIndirectIllumination();
+    EXPECT_EQ(raytracing.gatherPasses.at(0).surfaceColor, Color3f(0, 0.5f, 1));
+}
+
+TEST_F(GatherPass, GivenOverrideColour_HandsOverTheMaterialsAllTheSame) {
+    controller.setColorBleedingEnabled(true);
+    controller.setOverrideMaterialColorEnabled(true);
+    setMaterial(add(makeGeometryNode("a")), paint(0, 0.5f, 1));
+    controller.gatherIndirectIllumination();
+    EXPECT_EQ(raytracing.gatherPasses.at(0).surfaceColor, Color3f(0, 0.5f, 1));
+}
+
+TEST_F(GatherPass, GivenBakedLight_DoesNotTouchIt) {
+    const osg::NodePtr node = add(makeGeometryNode("a", 3));
+    controller.setMode(C::LightAndShadows);
+    setChannel5(geometryOfNode(node), makeChannel(std::vector<Vec4f>(3, Vec4f(1, 2, 3, 2.5f))));
+    controller.gatherIndirectIllumination();
+    EXPECT_THAT(channel5(geometryOfNode(node)), allAre(Vec4f(1, 2, 3, 2.5f)));
+}
+
+TEST_F(GatherPass, GivenMoreNormalsThanPositions_IsGathered) {
+    resizeNormals(geometryOfNode(add(makeGeometryNode("a", 10))), 12);
+    controller.gatherIndirectIllumination();
+    ASSERT_THAT(raytracing.gatherPasses, SizeIs(1));
+    EXPECT_EQ(raytracing.gatherPasses[0].count, 10u);
+}
+
 TEST_F(GatherPass, GivenUnusableGeometry_IsSkippedWithoutOutput) {
     resizeNormals(geometryOfNode(add(makeGeometryNode("few", 10))), 9);
     dropPositions(add(makeGeometryNode("none")));

@@ -10,14 +10,19 @@
 
 namespace {
 
+/// A piece of geometry, or a lamp where there is no mesh.
 struct Part {
     std::string name;
     ktWholeMesh mesh;
     osg::Color3f color;
+    osg::Pnt3f lamp_mm = osg::Pnt3f(0, 0, 0);
+
+    bool isLamp() const { return mesh.positions.empty(); }
 };
 
 /// The room, each surface a node of its own, and in front of its walls panels that coincide with each other: where two
-/// surfaces are met at the same distance, nothing but their order tells them apart.
+/// surfaces are met at the same distance, nothing but their order tells them apart. Four lamps, of which a sum in another
+/// order has other bits.
 std::vector<Part> makeParts() {
     std::vector<Part> parts;
     for (const ktRoomSurface& surface : ktMakeRoom(true)) {
@@ -31,6 +36,9 @@ std::vector<Part> makeParts() {
         parts.back().mesh.addGrid(osg::Pnt3f(100, 500, 100), osg::Vec3f(900, 300, 0), osg::Vec3f(0, 900, 500), 5, 4,
                                   osg::Vec3f(0.2f, -0.3f, 0.9f));
     }
+    for (int i = 0; i < 4; ++i)
+        parts.push_back({"lamp" + std::to_string(i), {}, osg::Color3f(0.1f, 0.3f, 0.7f) * (0.37f * (i + 1)),
+                         ktRoomLamp::position_mm + osg::Vec3f(110.0f * i, -70.0f * i, 30.0f * i)});
     return parts;
 }
 
@@ -38,13 +46,17 @@ using Results = std::map<std::string, std::pair<std::vector<osg::Vec4f>, std::ve
 
 Results bake(const std::vector<Part>& parts, const ktWholeSettings& settings) {
     ktWholeScene scene;
-    for (const Part& part : parts)
-        scene.add(part.name, part.mesh, part.color);
-    scene.addLamp(ktRoomLamp::position_mm, ktRoomLamp::color);
+    for (const Part& part : parts) {
+        if (part.isLamp())
+            scene.addLamp(part.lamp_mm, part.color);
+        else
+            scene.add(part.name, part.mesh, part.color);
+    }
     scene.bake(settings);
     Results results;
     for (const Part& part : parts)
-        results[part.name] = {scene.results(part.name), scene.bakedLight(part.name)};
+        if (!part.isLamp())
+            results[part.name] = {scene.results(part.name), scene.bakedLight(part.name)};
     return results;
 }
 
