@@ -4,6 +4,7 @@
 #include "ktWholeScene.h"
 
 #include <algorithm>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <map>
 #include <random>
@@ -42,7 +43,8 @@ std::vector<Part> makeParts() {
     return parts;
 }
 
-using Results = std::map<std::string, std::pair<std::vector<osg::Vec4f>, std::vector<osg::Vec4f>>>;
+/// Channels 7 and 5 of each part, bit for bit.
+using Results = std::map<std::string, std::pair<std::vector<std::uint32_t>, std::vector<std::uint32_t>>>;
 
 Results bake(const std::vector<Part>& parts, const ktWholeSettings& settings) {
     ktWholeScene scene;
@@ -56,7 +58,7 @@ Results bake(const std::vector<Part>& parts, const ktWholeSettings& settings) {
     Results results;
     for (const Part& part : parts)
         if (!part.isLamp())
-            results[part.name] = {scene.results(part.name), scene.bakedLight(part.name)};
+            results[part.name] = {ktBitsOf(scene.results(part.name)), ktBitsOf(scene.bakedLight(part.name))};
     return results;
 }
 
@@ -72,8 +74,10 @@ ktWholeSettings threeBounces(int mode) {
 double meanLight(const Results& results) {
     double sum = 0, count = 0;
     for (const auto& [name, channels] : results)
-        for (const osg::Vec4f& result : channels.first) {
-            sum += result[0];
+        for (std::size_t i = 0; i < channels.first.size(); i += 4) {
+            float red = 0;
+            std::memcpy(&red, &channels.first[i], sizeof(red));
+            sum += red;
             ++count;
         }
     return sum / count;

@@ -8,6 +8,7 @@
 #include "ktThreadCount.h"
 #include "OSGUberMaterial.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGPointLight.h>
@@ -45,6 +46,13 @@ void addChild(const osg::NodePtr& parent, const osg::NodePtr& child) {
 }
 
 } // namespace
+
+std::vector<std::uint32_t> ktBitsOf(const std::vector<osg::Vec4f>& results) {
+    std::vector<std::uint32_t> bits(4 * results.size());
+    if (!bits.empty())
+        std::memcpy(bits.data(), static_cast<const void*>(results.data()), 16 * results.size());
+    return bits;
+}
 
 void ktWholeMesh::addGrid(const osg::Pnt3f& corner, const osg::Vec3f& a, const osg::Vec3f& b, int columns, int rows,
                           const osg::Vec3f& normal) {

@@ -22,6 +22,9 @@ struct ktWholeMesh {
                  const osg::Vec3f& normal);
 };
 
+/// The floats of results as they lie in memory, to compare without the tolerance that their == has.
+std::vector<std::uint32_t> ktBitsOf(const std::vector<osg::Vec4f>& results);
+
 /// The settings of a calculation that tests change.
 struct ktWholeSettings {
     int shadowQuality = 2, gatherQuality = 4, bounces = 1, mode = 0;

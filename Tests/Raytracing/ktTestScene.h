@@ -6,10 +6,21 @@
 #include "ktSceneRaytracing.h"
 #include "ktTestMesh.h"
 
+#include <cstdint>
+#include <cstring>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGNode.h>
 #include <OpenSG/OSGTransform.h>
+
+/// The floats of vectors or points as they lie in memory, to compare without the tolerance that their == has.
+template <class Vector>
+std::vector<std::uint32_t> ktBitsOf(const std::vector<Vector>& vectors) {
+    std::vector<std::uint32_t> bits(vectors.size() * sizeof(Vector) / sizeof(std::uint32_t));
+    if (!bits.empty())
+        std::memcpy(bits.data(), static_cast<const void*>(vectors.data()), bits.size() * sizeof(std::uint32_t));
+    return bits;
+}
 
 /// A scene graph for tests: one root, geometry below transforms.
 class ktTestScene {
