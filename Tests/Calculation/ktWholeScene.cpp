@@ -123,6 +123,10 @@ void ktWholeScene::bake(const ktWholeSettings& settings) {
         core->setTexCoords7(osg::NullFC);
         osg::endEditCP(core);
     }
+    bakeAgain(settings);
+}
+
+void ktWholeScene::bakeAgain(const ktWholeSettings& settings) {
     std::vector<osg::NodePtr> top;
     for (osg::UInt32 i = 0; i < root->getNChildren(); ++i)
         top.push_back(root->getChild(i));
@@ -140,7 +144,10 @@ void ktWholeScene::bake(const ktWholeSettings& settings) {
     plugin->setColorBleedingEnabled(settings.colorBleeding);
     plugin->setOverrideMaterialColorEnabled(settings.overrideColor);
     plugin->setMaterialColor(settings.color[0], settings.color[1], settings.color[2]);
-    plugin->setSubdivideEnabled(false);
+    plugin->setSubdivideEnabled(settings.subdivide);
+    plugin->setSubdivisionQuality(settings.subdivisionQuality);
+    plugin->setMinEdgeLength(settings.minEdgeLength);
+    plugin->setIntensityThreshold(settings.threshold);
     testing::internal::CaptureStdout();
     const bool hasRun = plugin->startCalculation(false);
     testing::internal::GetCapturedStdout();

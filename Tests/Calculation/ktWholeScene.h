@@ -33,6 +33,9 @@ struct ktWholeSettings {
     bool overrideColor = false;
     osg::Color3f color = osg::Color3f(0.7f, 0.7f, 0.7f);
     unsigned threads = 0; ///< 0: one a core
+    bool subdivide = false;
+    int subdivisionQuality = 1;
+    float minEdgeLength = 1.0f, threshold = 0.05f; ///< mm; difference of light
 };
 
 /// A scene in the real host, calculated by the real plug-in. There is one at a time.
@@ -49,12 +52,15 @@ public:
     void addLamp(const osg::Pnt3f& position_mm, const osg::Color3f& color);
     /// Calculates everything, without what an earlier run stored. A run that does not take place fails the test.
     void bake(const ktWholeSettings& settings);
+    /// The same over what is stored.
+    void bakeAgain(const ktWholeSettings& settings);
 
     osg::GeometryPtr geometry(const std::string& name) const;
     /// Channel 7 of a node: indirect light in x, y, z, the direct result in w.
     std::vector<osg::Vec4f> results(const std::string& name) const;
     /// Channel 5 of a node; empty when it has none.
     std::vector<osg::Vec4f> bakedLight(const std::string& name) const;
+    const std::map<std::string, osg::NodePtr>& geometryNodes() const { return nodes; }
 
 private:
     osg::NodeRefPtr root;
