@@ -220,3 +220,52 @@ TEST(ConformingRefiner, GivenAVertexLimit_StopsThere) {
     EXPECT_GE(refiner.vertices().size(), refiner.originalVertexCount() + 10);
     EXPECT_LT(refiner.vertices().size(), refiner.originalVertexCount() + 40);
 }
+
+TEST(ConformingRefiner, GivenANeedle_LeavesNoPartTooThinToTellFromALine) {
+    const double weld = 1e-3;
+    Refiner refiner(weld);
+    refiner.addMesh({{0, 0, 0}, {1000, 0, 0}, {1000, 0.1, 0}}, {0, 1, 2});
+    for (int round = 0; round < 8; ++round)
+        for (Index t = 0, count = static_cast<Index>(refiner.triangles().size()); t < count; ++t)
+            for (int corner = 0; corner < 3; ++corner)
+                refiner.split(refiner.edge(t, corner));
+    EXPECT_GT(refiner.triangles().size(), 8u) << "where it is wide enough it is cut";
+    for (Index t = 0; t < refiner.triangles().size(); ++t) {
+        double longest = 0;
+        for (int corner = 0; corner < 3; ++corner)
+            longest = std::max(longest, refiner.squaredLength(refiner.edge(t, corner)));
+        EXPECT_GE(doubledArea(refiner, t) / std::sqrt(longest), 4 * weld) << t;
+    }
+}
+
+TEST(ConformingRefiner, GivenATriangleWithoutHeightBetweenTwo_SplitsThemTogether) {
+    // Fillers like this close a file's own gaps; the triangles beside them must not stay whole for their sake.
+    Refiner refiner(1e-3);
+    refiner.addMesh({{0, 0, 0}, {8, 0, 0}, {4, 6, 0}, {4, 0, 0}, {2, -1, 0}, {6, -1, 0}},
+                    {0, 1, 2, 0, 3, 1, 0, 4, 3, 3, 5, 1});
+    const auto& vertices = refiner.vertices();
+    EXPECT_TRUE(refiner.split(Refiner::edgeBetween(vertices[0].place, vertices[1].place)));
+    EXPECT_EQ(vertices.back().place, vertices[3].place) << "the vertex that was there already closes the gap";
+}
+
+TEST(ConformingRefiner, GivenBisections_TellsWhichTrianglesTheyMade) {
+    Refiner refiner(1e-6);
+    const Grid quads = grid(2, 1);
+    refiner.addMesh(quads.positions, quads.indices);
+    const std::vector<Refiner::Triangle> before = refiner.triangles();
+    ASSERT_TRUE(refiner.split(refiner.edge(0, 2)));
+    const auto cuts = refiner.takeBisections();
+    ASSERT_EQ(cuts.size(), 2u);
+    for (const auto& cut : cuts) {
+        const Refiner::Triangle &old = before[cut.triangle], &first = refiner.triangles()[cut.triangle],
+                                &second = refiner.triangles()[cut.newTriangle];
+        const Index a = old.vertices[cut.corner], b = old.vertices[(cut.corner + 1) % 3],
+                    c = old.vertices[(cut.corner + 2) % 3];
+        EXPECT_EQ(first.vertices[0], a);
+        EXPECT_EQ(first.vertices[2], c);
+        EXPECT_EQ(second.vertices[1], b);
+        EXPECT_EQ(second.vertices[2], c);
+        EXPECT_EQ(first.vertices[1], second.vertices[0]);
+    }
+    EXPECT_TRUE(refiner.takeBisections().empty());
+}

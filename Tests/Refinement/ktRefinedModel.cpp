@@ -71,7 +71,8 @@ std::vector<float> ktRefinedModel::trace(const std::vector<osg::Pnt3f>& position
     return shares;
 }
 
-double ktRefinedModel::refine(const std::vector<osg::NodePtr>& which) {
+double ktRefinedModel::refine(const std::vector<osg::NodePtr>& which,
+                              const std::function<void()>& beforeRefinement) {
     std::vector<std::unique_ptr<ktGeoSubdivisionList>> records;
     for (const osg::NodePtr& node : which) {
         const osg::GeometryPtr geometry = geometryOf(node);
@@ -83,6 +84,8 @@ double ktRefinedModel::refine(const std::vector<osg::NodePtr>& which) {
                                         settings.threshold, settings.minEdgeLength, &toWorld, &toWorld, &toWorld,
                                         false, false, false);
     }
+    if (beforeRefinement)
+        beforeRefinement();
     const std::clock_t start = std::clock();
     tracing.finishPass();
     tracing.invalidateGeometry();

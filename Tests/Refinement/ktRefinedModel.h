@@ -5,6 +5,7 @@
 #include "ktSceneFile.h"
 #include "ktSceneRaytracing.h"
 
+#include <functional>
 #include <memory>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGNode.h>
@@ -35,8 +36,10 @@ public:
     double trace(const osg::NodePtr& node);
     /// Traces loose vertices, world space. @return their w
     std::vector<float> trace(const std::vector<osg::Pnt3f>& positions, const osg::Vec3f& normal);
-    /// Traces and refines some nodes together. @return seconds that the refinement alone took of all cores
-    double refine(const std::vector<osg::NodePtr>& which);
+    /// Traces and refines some nodes together.
+    /// @param beforeRefinement called when all is traced; may be empty
+    /// @return seconds that the refinement alone took of all cores
+    double refine(const std::vector<osg::NodePtr>& which, const std::function<void()>& beforeRefinement = {});
 
     static osg::GeometryPtr geometryOf(const osg::NodePtr& node) { return osg::GeometryPtr::dcast(node->getCore()); }
     static osg::UInt32 vertexCount(const osg::NodePtr& node);

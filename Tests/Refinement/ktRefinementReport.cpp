@@ -1,16 +1,53 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Refines a model and says how well it came out: against a dense grid on its ground plane, and by what is wrong with
 // the mesh. Not part of the tests: dense grids take their time.
+#include "ktCancelToken.h"
 #include "ktMeshFlaws.h"
 #include "ktPlaneAccuracy.h"
 
+#include <algorithm>
+#include <chrono>
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <QCoreApplication>
+#include <QTimer>
 #include <sys/resource.h>
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double millisecondsSince(Clock::time_point time) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - time).count();
+}
+
+// Notes how long the event loop waits to be run, and cancels after a while when it is told to.
+class Watch {
+public:
+    explicit Watch(double cancelAfter_ms) : cancelAfter_ms(cancelAfter_ms) {
+        QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
+        timer.start(0); // due at every run of the loop
+    }
+    void tick() {
+        longest_ms = std::max(longest_ms, millisecondsSince(last));
+        last = Clock::now();
+        if (cancelAfter_ms > 0 && millisecondsSince(start) > cancelAfter_ms && !ktCancelToken::the().isCanceled()) {
+            ktCancelToken::the().cancel();
+            canceled = Clock::now();
+        }
+    }
+
+    double longest_ms = 0;
+    Clock::time_point canceled;
+
+private:
+    const double cancelAfter_ms;
+    QTimer timer;
+    const Clock::time_point start = Clock::now();
+    Clock::time_point last = start;
+};
 
 double peakMegabytes() {
     rusage usage{};
@@ -29,13 +66,21 @@ void reportPlane(ktRefinedModel& model, int squares) {
                 plane.refineSeconds / plane.traceSeconds);
 }
 
-bool reportMesh(ktRefinedModel& model, bool checksMesh) {
+bool reportMesh(ktRefinedModel& model, bool checksMesh, double cancelAfter_ms) {
     const ktWorldTriangles before = ktReadWorldTriangles(model.nodes);
     std::size_t verticesBefore = 0, verticesAfter = 0;
     for (const osg::NodePtr& node : model.nodes)
         verticesBefore += ktRefinedModel::vertexCount(node);
+    std::unique_ptr<Watch> watch;
     const double memoryBefore = peakMegabytes();
-    const double seconds = model.refine(model.nodes);
+    const double seconds = model.refine(model.nodes, [&] { watch = std::make_unique<Watch>(cancelAfter_ms); });
+    watch->tick();
+    std::printf("event loop: waited at most %.1f ms\n", watch->longest_ms);
+    if (ktCancelToken::the().isCanceled()) {
+        std::printf("cancelled: back after %.1f ms\n", millisecondsSince(watch->canceled));
+        ktCancelToken::the().reset();
+        return true;
+    }
     const double memoryAfter = peakMegabytes();
     for (const osg::NodePtr& node : model.nodes)
         verticesAfter += ktRefinedModel::vertexCount(node);
@@ -64,6 +109,7 @@ int main(int argc, char** argv) {
     std::string path;
     ktRefinementSettings settings;
     int squares = 512;
+    double cancelAfter = 0;
     bool onlyPlane = false, onlyMesh = false, withPlane = false, withoutCheck = false;
     options.add_option("MODEL", path, "scene file")->required();
     options.add_option("--samples", settings.samples, "rays along each axis of the pattern")->capture_default_str();
@@ -71,6 +117,7 @@ int main(int argc, char** argv) {
     options.add_option("--min-edge-length", settings.minEdgeLength)->capture_default_str();
     options.add_option("--intensity-threshold", settings.threshold)->capture_default_str();
     options.add_option("--dense", squares, "squares along each side of the dense grid")->capture_default_str();
+    options.add_option("--cancel-after", cancelAfter, "seconds after which the refinement of the mesh is cancelled");
     options.add_flag("--only-plane", onlyPlane, "refine the ground plane alone");
     options.add_flag("--only-mesh", onlyMesh, "refine the model alone, without a ground plane");
     options.add_flag("--with-plane", withPlane, "with --only-mesh: the model and a ground plane together");
@@ -85,7 +132,7 @@ int main(int argc, char** argv) {
         if (onlyPlane)
             return 0;
         ktRefinedModel model(path, withPlane, settings);
-        return reportMesh(model, !withoutCheck) ? 0 : 1;
+        return reportMesh(model, !withoutCheck, 1000 * cancelAfter) ? 0 : 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 2;
