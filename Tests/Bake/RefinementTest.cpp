@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What ktbake says about refinement: how far it is, and where it cannot take place.
+#include "ktBakedFile.h"
+#include "ktBakeProcess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+const char* const box = "glTF2/BoxTextured-glTF-Binary/BoxTextured.glb";
+
+std::string messages(const std::vector<std::string>& options) {
+    const ktTestFolder folder;
+    std::vector<std::string> arguments = {model(box), "-o", folder.file("out.glb"), "--ground-plane", "--subdivide"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ktBakeResult result = runBake(folder.path, arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.error;
+    return result.error;
+}
+
+} // namespace
+
+TEST(BakeRefinement, GivenALowShadowQuality_SaysThatNothingIsRefined) {
+    for (const std::string quality : {"0", "1"})
+        EXPECT_THAT(messages({"--no-indirect", "--shadow-quality", quality}),
+                    HasSubstr("Geometry is not refined with a shadow quality of " + quality));
+    EXPECT_THAT(messages({"--bounces", "0", "--shadow-quality", "1", "--gather-quality", "3"}),
+                HasSubstr("Geometry is not refined with a shadow quality of 1"));
+}
+
+TEST(BakeRefinement, GivenIndirectRefinementWithoutTheDirectOne_SaysThatItChangesNothing) {
+    const std::string said = messages({"--shadow-quality", "1", "--gather-quality", "2"});
+    EXPECT_THAT(said, HasSubstr("Refinement by indirect light alone changes no geometry"));
+    EXPECT_THAT(said, Not(HasSubstr("Refining:")));
+}
+
+TEST(BakeRefinement, GivenALowGatherQuality_SaysThatBouncesDoNotRefine) {
+    for (const std::string quality : {"0", "1"})
+        EXPECT_THAT(messages({"--gather-quality", quality}),
+                    HasSubstr("with a gather quality of " + quality + " bounces do not refine"));
+}
+
+TEST(BakeRefinement, GivenRefinementThatTakesPlace_TellsItsRoundsAndWarnsOfNothing) {
+    const std::string said = messages({"--no-indirect", "--subdivision-quality", "1"});
+    EXPECT_THAT(said, HasSubstr("Refining: round 1 of 4"));
+    EXPECT_THAT(said, HasSubstr("Refining: round 4 of 4"));
+    EXPECT_THAT(said, Not(HasSubstr("not refine")));
+    EXPECT_THAT(messages({"--gather-quality", "2"}), Not(HasSubstr("not refine")));
+}
