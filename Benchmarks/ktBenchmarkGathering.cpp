@@ -10,6 +10,7 @@
 #include "ktParallel.h"
 #include "ktSceneRaytracing.h"
 #include "ktThreadCount.h"
+#include "ktTracerFactory.h"
 #include "ktVertexFrames.h"
 #include "ktVertexGroups.h"
 #include "OSGUberMaterial.h"
@@ -21,7 +22,7 @@
 #include <cmath>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
+#include <map>
 #include <OpenSG/OSGGroup.h>
 #include <QCoreApplication>
 #include <tbb/task_arena.h>
@@ -260,7 +261,12 @@ int main(int argumentCount, char** arguments) {
     app.add_option("--samples", options.samples, "Rays a vertex: the square")->check(CLI::Range(1, 256));
     app.add_option("--threads", options.threads, "Threads")->check(CLI::PositiveNumber);
     app.add_option("--rounds", options.rounds, "Runs of each, in turns; the median counts")->check(CLI::PositiveNumber);
+    const std::map<std::string, ktTracerKind> kinds{{"embree", ktTracerKind::Embree},
+                                                    {"hemisphere", ktTracerKind::Hemisphere}};
+    std::string tracer = "hemisphere";
+    app.add_option("--tracer", tracer, "What the host traces with")->check(CLI::IsMember(kinds))->capture_default_str();
     CLI11_PARSE(app, argumentCount, arguments);
+    ktChooseTracer(kinds.at(tracer));
     const QCoreApplication application(argumentCount, arguments);
     ktThreadCount::set(options.threads);
     try {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktSceneOrder.h"
 
+#include "ktCancelPoint.h"
 #include "ktRandom.h"
 #include "ktSurfaceColors.h"
 
 #include <algorithm>
 #include <cstring>
-#include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGSimpleAttachments.h>
 #include <tuple>
 
@@ -15,9 +15,11 @@ namespace {
 // Stirs in `size` bytes, eight at a time.
 std::uint64_t stir(std::uint64_t key, const void* data, std::size_t size) {
     const char* bytes = static_cast<const char*>(data);
-    for (; size > 0; size -= std::min<std::size_t>(size, 8), bytes += 8) {
+    for (std::size_t place = 0; place < size; place += 8) {
+        if (place % (1 << 22) == 0)
+            ktThrowIfCanceled();
         std::uint64_t word = 0;
-        std::memcpy(&word, bytes, std::min<std::size_t>(size, 8));
+        std::memcpy(&word, bytes + place, std::min<std::size_t>(size - place, 8));
         key = (key ^ word) * 0x9E3779B97F4A7C15ull;
         key ^= key >> 32;
     }
@@ -41,17 +43,15 @@ std::uint64_t ktSurfaceKey(const osg::NodePtr& node) {
     key = stir(key, &type, sizeof(type));
     if (const char* name = osg::getName(node))
         key = stir(key, name, std::strlen(name));
-    const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(node->getCore());
-    const osg::GeoNormals3fPtr normals =
-        osg::GeoNormals3fPtr::dcast(geometry == osg::NullFC ? osg::GeoNormalsPtr() : geometry->getNormals());
-    if (normals != osg::NullFC && normals->getSize() > 0)
-        key = stir(key, normals->getField()[0].getValues(), 3 * sizeof(float) * normals->getSize());
     return key;
 }
 
-std::uint64_t ktShapeKey(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles) {
-    const std::uint64_t key = stir(positions.size(), positions.data(), (positions.size() / 3) * 3 * sizeof(float));
-    return stir(key, triangles.data(), triangles.size() * sizeof(std::uint32_t));
+std::uint64_t ktShapeKey(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles,
+                         const float* normals, std::size_t normalCount) {
+    const std::size_t floats = positions.size() / 3 * 3;
+    std::uint64_t key = stir(floats, positions.data(), floats * sizeof(float));
+    key = stir(key, triangles.data(), triangles.size() * sizeof(std::uint32_t));
+    return stir(key, normals, normalCount * 3 * sizeof(float));
 }
 
 void ktSortLights(std::vector<ktSceneLight>& lights) {

@@ -77,6 +77,10 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
         traced.toWorld = ktWorldTransform(node->getToWorld());
         traced.surfaceKey = ktSurfaceKey(node);
         views.push_back(ktViewGeometry(geometry));
+        const osg::GeoNormals3fPtr stored = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
+        normals.emplace_back();
+        if (stored != osg::NullFC && stored->getSize() > 0)
+            normals.back() = {stored->getField()[0].getValues(), stored->getSize()};
         if (views.back().stored)
             byPositions.emplace(views.back().stored, geometries.size());
         geometries.push_back(std::move(traced));
@@ -138,11 +142,14 @@ void ktTracedScene::sortMeshes() {
     std::vector<std::tuple<std::uint64_t, std::uint64_t, std::size_t>> order;
     for (std::size_t i = 0; i < geometries.size(); ++i) {
         ktThrowIfCanceled();
-        order.emplace_back(ktShapeKey(*geometries[i].positions, *geometries[i].triangles), geometries[i].surfaceKey, i);
+        const std::uint64_t shape =
+            ktShapeKey(*geometries[i].positions, *geometries[i].triangles, normals[i].stored, normals[i].count);
+        order.emplace_back(shape, geometries[i].surfaceKey, i);
     }
     std::sort(order.begin(), order.end());
     for (const auto& entry : order)
         meshes.push_back(std::get<2>(entry));
+    normals.clear();
 }
 
 std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer) const {

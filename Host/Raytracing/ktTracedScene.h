@@ -63,6 +63,12 @@ private:
     void makePositions(std::size_t index);
     void sortMeshes();
 
-    std::vector<ktGeometryView> views; // between collect() and build()
+    struct Normals {
+        const float* stored = nullptr; // the scene graph's own
+        std::size_t count = 0;
+    };
+
+    std::vector<ktGeometryView> views; // between collect() and makeMeshes()
+    std::vector<Normals> normals;      // likewise
     std::unordered_map<const void*, std::size_t> byPositions;
 };
