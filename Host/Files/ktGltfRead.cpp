@@ -87,6 +87,8 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
     ktGltfDocument document;
     document.path = QFileInfo(path).absoluteFilePath();
     ktBytes file = ktReadWholeFile(path, "file");
+    if (file.empty())
+        throw ktFileError("file", "is empty");
     bool hasBinary = false;
     if (ktIsGlb(file)) {
         document.form = ktGltfForm::Glb;

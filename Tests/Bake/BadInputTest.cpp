@@ -34,23 +34,31 @@ void expectRefused(const ktTestFolder& folder, const std::string& scene, const s
 } // namespace
 
 TEST(BadInput, GivenNoSuchFile_SaysSo) {
-    expectRefused(ktTestFolder(), "nowhere.glb", {});
+    expectRefused(ktTestFolder(), "nowhere.glb", {"does not exist"});
 }
 
 TEST(BadInput, GivenFolder_SaysSo) {
     const ktTestFolder folder;
     std::filesystem::create_directory(folder.path / "folder.glb");
-    expectRefused(folder, "folder.glb", {});
+    expectRefused(folder, "folder.glb", {"is not a regular file"});
 }
 
 TEST(BadInput, GivenWhatIsNoScene_SaysSo) {
     const ktTestFolder folder;
-    for (const char* name : {"a.glb", "a.gltf", "a.obj", "a.fbx", "a.txt", "a"}) {
-        folder.write(name, "this is no scene at all\n");
-        expectRefused(folder, name, {});
-        folder.write(name, "");
-        expectRefused(folder, name, {});
+    const auto expectReason = [&](const std::string& name, const std::string& content, const std::string& reason) {
+        folder.write(name, content);
+        expectRefused(folder, name, {reason});
+    };
+    const std::string text = "this is no scene at all\n";
+    for (const char* name : {"a.glb", "a.gltf"}) {
+        expectReason(name, text, "JSON is broken at line 1, column 2");
+        expectReason(name, "", "is empty");
     }
+    expectReason("a.obj", text, "no geometry that can be used");
+    for (const char* name : {"a.obj", "a.fbx", "a.ply", "a.stl"})
+        expectReason(name, "", "cannot be imported");
+    for (const char* name : {"a.txt", "a"})
+        expectReason(name, text, "is no glTF, and files of the kind");
 }
 
 TEST(BadInput, GivenTruncatedGlb_SaysSo) {
@@ -58,14 +66,16 @@ TEST(BadInput, GivenTruncatedGlb_SaysSo) {
     const std::string whole = readFile(model("glTF2/BoxTextured-glTF-Binary/BoxTextured.glb"));
     for (const size_t length : {size_t(4), size_t(12), size_t(20), size_t(100), whole.size() / 2, whole.size() - 1}) {
         folder.write("cut.glb", whole.substr(0, length));
-        expectRefused(folder, "cut.glb", {});
+        expectRefused(folder, "cut.glb", {"is truncated"});
     }
 }
 
 TEST(BadInput, GivenSceneWithoutGeometry_SaysSo) {
     const ktTestFolder folder;
     folder.write("empty.gltf", R"({"asset": {"version": "2.0"}, "scenes": [{}], "scene": 0})");
-    expectRefused(folder, "empty.gltf", {});
+    expectRefused(folder, "empty.gltf", {"has no geometry that can be used"});
+    folder.write("empty.gltf", R"({"asset": {"version": "2.0"}})");
+    expectRefused(folder, "empty.gltf", {"has no geometry that can be used"});
 }
 
 TEST(BadInput, GivenUnknownRequiredExtension_NamesIt) {
@@ -120,6 +130,21 @@ TEST(BadOutput, GivenFolderInItsPlace_SaysSo) {
     const ktBakeResult result = runBake(folder.path, {"box.gltf", "-o", "out.glb", "--shadow-quality", "0"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.error, HasSubstr("out.glb"));
+}
+
+TEST(BadOutput, GivenDiskThatFillsUp_SaysSoAndKeepsTheOldFile) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    folder.write("out.glb", old);
+    // No file may grow beyond 512 bytes.
+    const ktBakeResult result =
+        runBake(folder.path, {"box.gltf", "-o", "out.glb", "--shadow-quality", "0"}, "trap '' XFSZ; ulimit -f 1");
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.error, AllOf(HasSubstr("out.glb"), HasSubstr("cannot be written")));
+    EXPECT_EQ(readFile(folder.file("out.glb")), old);
+    const auto count =
+        std::distance(std::filesystem::directory_iterator(folder.path), std::filesystem::directory_iterator());
+    EXPECT_EQ(count, 3) << "the scene, the old output, the preferences";
 }
 
 TEST(BadOutput, GivenPreviewOrStatsThatCannotBeWritten_SaysSo) {

@@ -12,7 +12,8 @@ namespace {
 
 constexpr int patience = 240000; // milliseconds; a run takes a second, under sanitizers some more
 
-void start(QProcess& process, const std::filesystem::path& folder, const std::vector<std::string>& arguments) {
+void start(QProcess& process, const std::filesystem::path& folder, const std::vector<std::string>& arguments,
+           const std::string& before = {}) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("KT_PREFERENCES_DIR", QString::fromStdString((folder / "preferences").string() + "/"));
     process.setProcessEnvironment(environment);
@@ -20,7 +21,11 @@ void start(QProcess& process, const std::filesystem::path& folder, const std::ve
     QStringList list;
     for (const std::string& argument : arguments)
         list << QString::fromStdString(argument);
-    process.start(KT_BAKE, list);
+    if (before.empty())
+        process.start(KT_BAKE, list);
+    else
+        process.start("/bin/sh",
+                      QStringList{"-c", QString::fromStdString(before) + "; exec \"$0\" \"$@\"", KT_BAKE} + list);
     if (!process.waitForStarted(patience))
         ADD_FAILURE() << "ktbake does not start: " << process.errorString().toStdString();
 }
@@ -42,9 +47,10 @@ ktBakeResult finish(QProcess& process, std::string errorSoFar) {
 
 } // namespace
 
-ktBakeResult runBake(const std::filesystem::path& folder, const std::vector<std::string>& arguments) {
+ktBakeResult runBake(const std::filesystem::path& folder, const std::vector<std::string>& arguments,
+                     const std::string& before) {
     QProcess process;
-    start(process, folder, arguments);
+    start(process, folder, arguments, before);
     return finish(process, {});
 }
 

@@ -13,7 +13,9 @@ struct ktBakeResult {
 
 /// Runs ktbake and waits for its end. It has a preferences folder of its own, inside `folder`.
 /// @param folder working directory of the run
-ktBakeResult runBake(const std::filesystem::path& folder, const std::vector<std::string>& arguments);
+/// @param before shell commands that set up the process, such as limits; empty: none
+ktBakeResult runBake(const std::filesystem::path& folder, const std::vector<std::string>& arguments,
+                     const std::string& before = {});
 
 /// Starts ktbake, sends SIGINT once `marker` has come on standard error, and waits for its end.
 ktBakeResult interruptBake(const std::filesystem::path& folder, const std::vector<std::string>& arguments,

@@ -5,23 +5,65 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
+#include <QByteArray>
+
+namespace {
+
+std::uint32_t wordAt(const std::string& bytes, size_t offset) {
+    std::uint32_t value = 0;
+    if (offset + 4 <= bytes.size())
+        std::memcpy(&value, bytes.data() + offset, 4);
+    return value;
+}
+
+} // namespace
 
 ktBakedFile::ktBakedFile(const std::string& fileName) {
     const std::string bytes = readFile(fileName);
-    const auto word = [&](size_t offset) {
-        std::uint32_t value = 0;
-        if (offset + 4 <= bytes.size())
-            std::memcpy(&value, bytes.data() + offset, 4);
-        return value;
-    };
-    if (bytes.compare(0, 4, "glTF") != 0 || word(8) != bytes.size()) {
-        ADD_FAILURE() << fileName << " is no whole .glb file";
-        return;
+    if (bytes.compare(0, 4, "glTF") == 0)
+        openBinary(fileName, bytes);
+    else
+        json = nlohmann::json::parse(bytes, nullptr, false);
+    if (json.is_object())
+        readBuffers(fileName);
+    else
+        ADD_FAILURE() << fileName << " is no whole scene file";
+}
+
+void ktBakedFile::openBinary(const std::string& fileName, const std::string& bytes) {
+    EXPECT_EQ(wordAt(bytes, 4), 2u) << fileName;
+    EXPECT_EQ(wordAt(bytes, 8), bytes.size()) << fileName;
+    size_t chunk = 12;
+    while (chunk + 8 <= bytes.size()) {
+        const size_t length = wordAt(bytes, chunk);
+        EXPECT_EQ(length % 4, 0u) << fileName << ": chunks are aligned";
+        const std::string content = bytes.substr(chunk + 8, length);
+        EXPECT_EQ(content.size(), length) << fileName;
+        if (chunk == 12)
+            json = nlohmann::json::parse(content, nullptr, false);
+        else if (buffers.empty())
+            buffers.push_back(content);
+        chunk += 8 + length;
     }
-    const size_t jsonLength = word(12);
-    json = nlohmann::json::parse(bytes.substr(20, jsonLength));
-    const size_t binaryStart = 20 + jsonLength;
-    binary = bytes.substr(std::min(binaryStart + 8, bytes.size()), word(binaryStart));
+}
+
+void ktBakedFile::readBuffers(const std::string& fileName) {
+    const auto all = json.value("buffers", nlohmann::json::array());
+    for (size_t i = 0; i < all.size(); ++i) {
+        const std::string uri = all[i].value("uri", "");
+        const auto length = all[i].at("byteLength").get<size_t>();
+        if (uri.rfind("data:", 0) == 0)
+            buffers.push_back(
+                QByteArray::fromBase64(QByteArray::fromStdString(uri.substr(uri.find(',') + 1))).toStdString());
+        else if (!uri.empty())
+            buffers.push_back(readFile(std::filesystem::path(fileName).parent_path() /
+                                       QByteArray::fromPercentEncoding(QByteArray::fromStdString(uri)).toStdString()));
+        if (i >= buffers.size() || buffers[i].size() < length)
+            ADD_FAILURE() << fileName << ": buffer " << i << " is short";
+        buffers.resize(std::max(buffers.size(), i + 1));
+        EXPECT_LE(buffers[i].size(), uri.empty() ? length + 3 : buffers[i].size()) << fileName << ": more than padding";
+        buffers[i].resize(length);
+    }
 }
 
 std::vector<nlohmann::json> ktBakedFile::primitives() const {
@@ -46,6 +88,7 @@ std::vector<float> ktBakedFile::floats(const nlohmann::json& primitive, const st
     EXPECT_TRUE(isFloat || (accessor.at("componentType") == 5123 && accessor.value("normalized", false)));
     const size_t size = isFloat ? 4 : 2;
     const size_t stride = view.value("byteStride", size * width);
+    const std::string& binary = buffers.at(view.at("buffer").get<size_t>());
     EXPECT_LE(start + stride * (count - 1) + size * width, binary.size());
     std::vector<float> values;
     for (size_t i = 0; i < count * width; ++i) {
@@ -64,6 +107,7 @@ std::vector<std::uint32_t> ktBakedFile::indices(const nlohmann::json& primitive)
     const size_t size = accessor.at("componentType") == 5125 ? 4 : accessor.at("componentType") == 5123 ? 2 : 1;
     const size_t start = view.value("byteOffset", size_t(0)) + accessor.value("byteOffset", size_t(0));
     std::vector<std::uint32_t> values(accessor.at("count").get<size_t>());
+    const std::string& binary = buffers.at(view.at("buffer").get<size_t>());
     EXPECT_LE(start + size * values.size(), binary.size());
     for (size_t i = 0; i < values.size(); ++i)
         std::memcpy(&values[i], binary.data() + start + size * i, size);

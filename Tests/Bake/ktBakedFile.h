@@ -6,13 +6,14 @@
 #include <string>
 #include <vector>
 
-/// A .glb file, read for tests without any code of the baker.
+/// A .glb or .gltf file, read for tests without any code of the baker.
 class ktBakedFile {
 public:
     /// A file that cannot be read fails the test and is empty.
     explicit ktBakedFile(const std::string& fileName);
 
     nlohmann::json json;
+    std::vector<std::string> buffers; ///< bytes of each of the document's buffers
 
     /// All primitives, mesh by mesh.
     std::vector<nlohmann::json> primitives() const;
@@ -24,5 +25,6 @@ public:
     std::vector<float> allOcclusion() const;
 
 private:
-    std::string binary;
+    void openBinary(const std::string& fileName, const std::string& bytes);
+    void readBuffers(const std::string& fileName);
 };

@@ -185,7 +185,7 @@ TEST(GltfDocument, GivenBrokenContainer_SaysWhat) {
     for (std::size_t size : {std::size_t(5), std::size_t(12), std::size_t(19), std::size_t(100), good.size() - 1})
         EXPECT_THAT(problemWith(good.substr(0, size)), HasSubstr("truncated")) << size;
     EXPECT_THAT(problemWith("not a glTF file"), HasSubstr("JSON is broken"));
-    EXPECT_THAT(problemWith(""), HasSubstr("JSON is broken"));
+    EXPECT_THAT(problemWith(""), HasSubstr("is empty"));
     std::string version = good;
     version[4] = 3;
     EXPECT_THAT(problemWith(version), HasSubstr("version 3"));

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// node validate.js PACKAGE_FOLDER FILE: runs the official glTF validator on a .glb or .gltf file and prints its report, as JSON.
+// Files that a .gltf file names are looked for in its folder.
+"use strict";
+
+const fs = require("fs");
+const path = require("path");
+
+const [folder, file] = process.argv.slice(2);
+const validator = require(path.join(folder, "node_modules", "gltf-validator"));
+
+const options = {
+    uri: path.basename(file),
+    maxIssues: 0, // all of them
+    externalResourceFunction: (uri) =>
+        fs.promises.readFile(path.join(path.dirname(file), decodeURIComponent(uri))).then((bytes) => new Uint8Array(bytes)),
+};
+
+validator.validateBytes(new Uint8Array(fs.readFileSync(file)), options).then(
+    (report) => process.stdout.write(JSON.stringify(report)),
+    (error) => {
+        process.stderr.write(`${file}: ${error}\n`);
+        process.exitCode = 1;
+    },
+);
