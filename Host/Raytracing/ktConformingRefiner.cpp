@@ -58,10 +58,8 @@ Index ktConformingRefiner::findPlace(const Point& point) const {
     for (std::int64_t x = low[0]; x <= high[0]; ++x)
         for (std::int64_t y = low[1]; y <= high[1]; ++y)
             for (std::int64_t z = low[2]; z <= high[2]; ++z) {
-                const auto found = firstPlace.find(cellKey(x, y, z));
-                if (found == firstPlace.end())
-                    continue;
-                for (Index place = found->second; place != none; place = nextPlace[place]) {
+                const Index* first = firstPlace.find(cellKey(x, y, z));
+                for (Index place = first ? *first : none; place != none; place = nextPlace[place]) {
                     const double distance = squaredDistance(places[place], point);
                     if (distance < bestDistance || (distance == bestDistance && place < best)) {
                         best = place;
@@ -76,8 +74,8 @@ Index ktConformingRefiner::addPlace(const Point& point) {
     const Index place = static_cast<Index>(places.size());
     const Cell cell = cellOf(point, 0.0);
     places.push_back(point);
-    const auto [entry, isNew] = firstPlace.try_emplace(cellKey(cell[0], cell[1], cell[2]), place);
-    nextPlace.push_back(isNew ? none : std::exchange(entry->second, place));
+    const auto [first, isNew] = firstPlace.insert(cellKey(cell[0], cell[1], cell[2]), place);
+    nextPlace.push_back(isNew ? none : std::exchange(*first, place));
     return place;
 }
 
@@ -116,27 +114,28 @@ void ktConformingRefiner::lockMesh(Index mesh) {
             locked.insert(edge(t, corner));
 }
 
+Index ktConformingRefiner::firstSide(Edge edge) const {
+    const Index* side = edgeSides.find(edge);
+    return side ? *side : none;
+}
+
 void ktConformingRefiner::link(Index triangle) {
     if (isCollapsed(triangle))
         return; // no area: it can neither be split nor leave a gap
     for (int corner = 0; corner < 3; ++corner) {
         const Index side = 3 * triangle + corner;
-        const auto [entry, isNew] = edgeSides.try_emplace(edge(triangle, corner), side);
-        nextSide[side] = isNew ? none : entry->second;
-        entry->second = side;
+        const auto [first, isNew] = edgeSides.insert(edge(triangle, corner), side);
+        nextSide[side] = isNew ? none : std::exchange(*first, side);
     }
 }
 
 void ktConformingRefiner::unlink(Index triangle) {
     for (int corner = 0; corner < 3; ++corner) {
         const Index side = 3 * triangle + corner;
-        const auto entry = edgeSides.find(edge(triangle, corner));
-        Index* at = &entry->second;
+        Index* at = edgeSides.find(edge(triangle, corner));
         while (*at != side)
             at = &nextSide[*at];
         *at = nextSide[side];
-        if (entry->second == none)
-            edgeSides.erase(entry);
     }
 }
 
@@ -178,16 +177,16 @@ bool ktConformingRefiner::isTooLow(Index triangle, int corner) const {
 }
 
 Index ktConformingRefiner::middleVertex(Index a, Index b, Index place) {
-    const auto [entry, isNew] = middleOfVertices.try_emplace(edgeBetween(a, b), static_cast<Index>(vertexList.size()));
+    const auto [middle, isNew] = middleOfVertices.insert(edgeBetween(a, b), static_cast<Index>(vertexList.size()));
     if (isNew)
         vertexList.push_back({place, {std::min(a, b), std::max(a, b)}, vertexList[a].mesh});
-    return entry->second;
+    return *middle;
 }
 
 // All triangles around `edge` have it as their longest one.
 void ktConformingRefiner::bisect(Edge edge) {
     std::vector<Index> sides;
-    for (Index side = edgeSides.at(edge); side != none; side = nextSide[side])
+    for (Index side = firstSide(edge); side != none; side = nextSide[side])
         sides.push_back(side);
     std::sort(sides.begin(), sides.end()); // the chain's order depends on history
 
@@ -216,7 +215,7 @@ void ktConformingRefiner::bisect(Edge edge) {
 }
 
 bool ktConformingRefiner::split(Edge wanted) {
-    if (isLocked(wanted) || edgeSides.find(wanted) == edgeSides.end() ||
+    if (isLocked(wanted) || firstSide(wanted) == none ||
         vertexList.size() - firstNewVertex >= vertexLimit)
         return false;
     // Halves must stay well apart, or welding would fold the mesh.
@@ -227,13 +226,13 @@ bool ktConformingRefiner::split(Edge wanted) {
     std::vector<Edge> path = {wanted};
     while (!path.empty()) {
         const Edge edge = path.back();
-        const auto sides = edgeSides.find(edge);
-        if (sides == edgeSides.end()) {
+        const Index first = firstSide(edge);
+        if (first == none) {
             path.pop_back(); // bisected on the way
             continue;
         }
         Edge next = edge;
-        for (Index side = sides->second; side != none && next == edge; side = nextSide[side]) {
+        for (Index side = first; side != none && next == edge; side = nextSide[side]) {
             const int corner = longestCorner(side / 3);
             next = this->edge(side / 3, corner);
             if (isLocked(next) || isTooLow(side / 3, corner))

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktKeyTable.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -90,6 +91,7 @@ private:
     Index placeOf(const Point& point);
     Index addPlace(const Point& point);
     Index findPlace(const Point& point) const;
+    Index firstSide(Edge edge) const; ///< `none` when the edge is not there (any more)
     void link(Index triangle);
     void unlink(Index triangle);
     /// Corner at which the triangle's longest edge begins.
@@ -104,17 +106,17 @@ private:
     double cellSize;  // of the search grid
     double leastSize; // of what is split: edges and, above them, triangles
     std::vector<Point> places;
-    std::unordered_map<std::uint64_t, Index> firstPlace; // in a cell of the search grid
+    ktKeyTable<Index> firstPlace;                        // in a cell of the search grid
     std::vector<Index> nextPlace;                        // in the same cell
     std::vector<Vertex> vertexList;
     std::vector<Triangle> triangleList;
     std::vector<Index> meshFirstVertex;
     std::size_t firstNewVertex = 0;
     std::size_t vertexLimit = static_cast<std::size_t>(-1);
-    // Triangles around an edge: a chain of sides (3 * triangle + corner) that begins at edgeSides[edge].
-    std::unordered_map<Edge, Index> edgeSides;
+    // Triangles around an edge: a chain of sides (3 * triangle + corner) that begins at firstSide(edge).
+    ktKeyTable<Index> edgeSides;
     std::vector<Index> nextSide;
-    std::unordered_map<Edge, Index> middleOfVertices; // keyed by two vertices
+    ktKeyTable<Index> middleOfVertices; // keyed by two vertices
     std::unordered_set<Edge> locked;
     std::vector<Bisection> bisections;
 };

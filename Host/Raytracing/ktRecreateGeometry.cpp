@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktRecreateGeometry.h"
 
+#include "ktEventPump.h"
 #include "ktGeoSubdivisionRecord.h"
 
 #include <cmath>
@@ -121,19 +122,27 @@ void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
     const osg::GeometryPtr geometry = record.geometry.get();
     const std::size_t oldCount = geometry->getPositions()->getSize();
     const Parents& parents = record.parents;
+    // Until the triangles are new, at the end, those that see the geometry meanwhile see its old surface.
+    ktEventPump pump;
     beginEditCP(geometry);
     extend(geometry->getPositions(), oldCount, parents);
+    pump.breathe();
     extend(geometry->getNormals(), oldCount, parents, true);
+    pump.breathe();
     extend(geometry->getColors(), oldCount, parents);
     extend(geometry->getSecondaryColors(), oldCount, parents);
     for (const osg::GeoTexCoordsPtr& texCoords :
          {geometry->getTexCoords(), geometry->getTexCoords1(), geometry->getTexCoords2(), geometry->getTexCoords3(),
-          geometry->getTexCoords4(), geometry->getTexCoords5(), geometry->getTexCoords6(), geometry->getTexCoords7()})
+          geometry->getTexCoords4(), geometry->getTexCoords5(), geometry->getTexCoords6(), geometry->getTexCoords7()}) {
+        pump.breathe();
         extend(texCoords, oldCount, parents);
+    }
+    pump.breathe();
     const bool isOneChannel = geometry->getTexCoords5() == geometry->getTexCoords7();
     setResults(geometry->getTexCoords7(), oldCount, record.results, 0.0f);
     if (!isOneChannel)
         setResults(geometry->getTexCoords5(), oldCount, record.baked, bakedMarker);
+    pump.breathe();
     setTriangles(geometry, record.triangles);
     endEditCP(geometry);
 }

@@ -2,6 +2,7 @@
 #include "ktRefinement.h"
 
 #include "ktAnsweringNodes.h"
+#include "ktCancelPoint.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
 #include "ktRefinementGroup.h"
@@ -76,7 +77,6 @@ void ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how,
     std::sort(meshes.begin(), meshes.end(), [](const auto& a, const auto& b) { return a->comesBefore(*b); });
 
     ktRefinementProgress progress;
-    std::vector<std::vector<std::uint32_t>> triangles;
     ktEventPump reportingPump([&progress] { report(progress); });
     ktWorkers::run(
         [&] {
@@ -84,14 +84,15 @@ void ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how,
                 mesh->lookAround();
             ktRefinementGroup group(meshes, scene, inside, how);
             group.refine(progress);
-            triangles = group.triangles();
+            std::vector<std::vector<std::uint32_t>> triangles = group.triangles();
+            for (std::size_t i = 0; i < meshes.size(); ++i)
+                meshes[i]->finish(std::move(triangles[i]));
         },
         reportingPump);
+    ktThrowIfCanceled();
     report(progress);
-    for (std::size_t i = 0; i < meshes.size(); ++i) {
-        pump.breathe();
-        meshes[i]->finish(std::move(triangles[i]), bounces);
-    }
+    for (const auto& mesh : meshes)
+        mesh->handOver(bounces);
     if (progress.newVertices >= vertexLimit)
         ktLog::warning("Refinement stopped at its limit of %zu new vertices; raise the minimum edge length or the "
                        "intensity threshold",

@@ -123,7 +123,7 @@ void ktRefinementGroup::look() {
     for (const InsideOrder& order : insideOrders)
         samples[order.triangle].push_back({order.weights, probesOf(order.triangle)[order.number]});
     for (const MiddleOrder& order : middleOrders)
-        middles[order.ends] = probesOf(order.triangle)[order.number];
+        *middles.find(order.ends) = probesOf(order.triangle)[order.number];
     insideOrders.clear();
     middleOrders.clear();
     direct->clear();
@@ -161,7 +161,7 @@ void ktRefinementGroup::orderMiddles(const Trial& trial) {
         const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
         const Edge ends = ktConformingRefiner::edgeBetween(a, b);
         if (!trial.isOpen[corner] || wanted.count(refiner.edge(trial.triangle, corner)) ||
-            !middles.try_emplace(ends).second)
+            !middles.insert(ends, {}).second)
             continue; // the triangle across may have ordered it
         middleOrders.push_back({trial.triangle, ends,
                                 probesOf(trial.triangle).add(meshOf(trial.triangle).surfaceMiddle(localOf[a], localOf[b]))});
@@ -232,12 +232,12 @@ void ktRefinementGroup::judgeMiddles(const Trial& trial) {
     const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
     for (int corner = 0; corner < 3; ++corner) {
         const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
-        const auto seen = middles.find(ktConformingRefiner::edgeBetween(a, b));
-        if (!trial.isOpen[corner] || seen == middles.end())
+        const ktIllumination* const seen = middles.find(ktConformingRefiner::edgeBetween(a, b));
+        if (!trial.isOpen[corner] || !seen)
             continue;
         const ktIllumination &lightA = lightAt(a), &lightB = lightAt(b);
         const ktIllumination expected = {0.5f * (lightA[0] + lightB[0]), 0.5f * (lightA[1] + lightB[1])};
-        if (differs(seen->second, expected, meshOf(trial.triangle).request().threshold))
+        if (differs(*seen, expected, meshOf(trial.triangle).request().threshold))
             wanted.insert(refiner.edge(trial.triangle, corner));
     }
 }
@@ -307,7 +307,6 @@ void ktRefinementGroup::takeNewVertices() {
         ktRefinementMesh& mesh = *meshes[vertex.mesh];
         localOf.push_back(mesh.vertexCount());
         mesh.addVertex(localOf[vertex.parents[0]], localOf[vertex.parents[1]]);
-        middles.erase(ktConformingRefiner::edgeBetween(vertex.parents[0], vertex.parents[1]));
     }
     // Many small meshes keep the workers as busy as one large one.
     ktParallel::forRange(meshes.size(), 1, [this](std::size_t begin, std::size_t end) {

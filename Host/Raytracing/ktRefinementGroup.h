@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktConformingRefiner.h"
+#include "ktKeyTable.h"
 #include "ktRefinementMesh.h"
 #include "ktRefinementProbes.h"
 #include "ktTracedScene.h"
@@ -9,7 +10,6 @@
 #include <atomic>
 #include <memory>
 #include <set>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -98,7 +98,7 @@ private:
     std::vector<Index> active;                ///< triangles that are new in this round
     std::vector<std::vector<Sample>> samples; ///< by triangle
     std::vector<bool> isSmooth;               ///< by triangle: nothing to split was found in it
-    std::unordered_map<Edge, ktIllumination> middles; ///< what was seen there, by two vertices
+    ktKeyTable<ktIllumination> middles;       ///< what was seen there, by two vertices
 
     // Of the round under way.
     std::vector<Trial> trials;

@@ -167,8 +167,13 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementLight& how) {
     }
 }
 
-void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles, ktBounceLight& bounces) {
-    std::vector<float> gathered = std::move(oldReceived);
+void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
+    if (!oldReceived.empty())
+        received = std::move(oldReceived);
+    record.results.clear();
+    record.baked.clear();
+    record.results.reserve(tracedVertices.size());
+    record.baked.reserve(tracedVertices.size());
     for (const Traced& traced : tracedVertices) {
         osg::Vec4f result = traced.direct;
         // After the direct pass its colour still lies in x, y, z; later these hold the indirect light.
@@ -177,12 +182,15 @@ void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles, ktBounceL
                 result[c] = std::max(traced.received[c] * tint[c], ktDarkestResult);
         record.results.push_back(result);
         record.baked.push_back(traced.direct);
-        if (!gathered.empty())
-            gathered.insert(gathered.end(), traced.received, traced.received + 3);
+        if (!received.empty())
+            received.insert(received.end(), traced.received, traced.received + 3);
     }
-    if (!gathered.empty() && !parents.empty())
-        bounces.setGathered(record.geometry.get(), std::move(gathered));
     record.parents = std::move(parents);
     record.triangles = std::move(newTriangles);
+}
+
+void ktRefinementMesh::handOver(ktBounceLight& bounces) {
+    if (!received.empty() && !record.parents.empty())
+        bounces.setGathered(record.geometry.get(), std::move(received));
     record.isReady = true;
 }

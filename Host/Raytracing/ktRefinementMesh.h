@@ -43,9 +43,11 @@ public:
     /// Traces vertices that were added since the last call; worker thread. @throws ktCanceled, std::bad_alloc
     void traceNewVertices(const ktRefinementLight& how);
 
-    /// Hands the new vertices and triangles to the record, and to `bounces` the light that all vertices received.
+    /// Fills the record, which is not ready yet; worker thread.
     /// @param newTriangles three of the mesh's own vertices each
-    void finish(std::vector<std::uint32_t> newTriangles, ktBounceLight& bounces);
+    void finish(std::vector<std::uint32_t> newTriangles);
+    /// Makes the record ready, and tells `bounces` the light that all vertices received; main thread, after finish().
+    void handOver(ktBounceLight& bounces);
 
     /// An order of meshes by what they are in the world alone.
     bool comesBefore(const ktRefinementMesh& other) const;
@@ -72,6 +74,7 @@ private:
     std::vector<std::uint32_t> indices;    ///< of the geometry as it is
     std::vector<ktInward> inward;          ///< where the surface around each vertex lies
     std::vector<float> oldReceived;        ///< indirect light of the old vertices
+    std::vector<float> received;           ///< of all vertices, at the end
     std::vector<ktIllumination> light;
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices
     std::vector<Traced> tracedVertices;        ///< the new vertices'
