@@ -96,12 +96,12 @@ private:
     }
 
     void call(const python::object& callback, const python::tuple& arguments) {
-        if (callback.is_none())
-            return;
         const ktPythonLock lock;
-        // A Ctrl-C is not for the callback, which would not even begin.
+        // An interrupt ends the bake. It is not for the callback, which would not even begin.
         if (PyErr_CheckSignals() != 0)
             keepError();
+        if (callback.is_none())
+            return;
         const ktPythonObject result(PyObject_CallObject(callback.ptr(), arguments.ptr()));
         if (!result)
             keepError();

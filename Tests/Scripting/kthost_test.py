@@ -21,6 +21,11 @@ import kthost
 import ktAmbientOcclusion as ao
 from script_scene import write_rooms
 
+try:
+    from _thread import interrupt_main
+except ImportError:
+    from thread import interrupt_main
+
 QUICK = (0, 1.0, 500.0, False, True, 0, 1, False, 80.0)
 
 
@@ -501,6 +506,16 @@ class Bake(Host):
         kthost.on_progress(None)
         self.open()
         self.assertTrue(kthost.bake())
+
+    def test_an_interrupt_by_another_thread_ends_the_bake_and_raises(self):
+        self.open_slow()
+        cancels = []
+        kthost.on_cancel(lambda: cancels.append(True))
+        threading.Timer(0.2, interrupt_main).start()  # without a signal of the system
+        with self.assertRaises(KeyboardInterrupt):
+            self.slow()
+            time.sleep(5)
+        self.assertEqual(cancels, [True])
 
     def test_the_same_bake_gives_the_same_file(self):
         files = []
