@@ -30,8 +30,11 @@ void setValid(std::uint32_t lanes, int* valid) {
 
 } // namespace
 
-ktEmbreeLoop::ktEmbreeLoop() : device(rtcNewDevice(nullptr)), scene(rtcNewScene(device)), turnTile(ktChooseTurnTile()) {
+ktEmbreeLoop::ktEmbreeLoop(Mode mode)
+    : device(rtcNewDevice(nullptr)), scene(rtcNewScene(device)), turnTile(ktChooseTurnTile()) {
     rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_HIGH);
+    if (mode == Mode::Robust)
+        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
 }
 
 ktEmbreeLoop::~ktEmbreeLoop() {
@@ -42,8 +45,10 @@ ktEmbreeLoop::~ktEmbreeLoop() {
 void ktEmbreeLoop::build(const std::vector<ktTracerMesh>& meshes) {
     for (const ktTracerMesh& mesh : meshes) {
         RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
-        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, mesh.positions, 0, 12, mesh.vertexCount);
-        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh.indices, 0, 12, mesh.triangleCount);
+        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, mesh.positions, 0, 12,
+                                   mesh.vertexCount);
+        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh.indices, 0, 12,
+                                   mesh.triangleCount);
         rtcCommitGeometry(geometry);
         rtcAttachGeometry(scene, geometry);
         rtcReleaseGeometry(geometry);

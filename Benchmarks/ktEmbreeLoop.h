@@ -7,11 +7,16 @@
 struct RTCDeviceTy;
 struct RTCSceneTy;
 
-/// The fastest plain way to trace a vertex's rays with Embree, as a yardstick: packets of 16 neighbouring directions. Takes
-/// a processor on which Embree traces 16 rays at a time for its best.
+/// The fastest plain way to trace a vertex's rays with Embree, as a yardstick: packets of 16 neighbouring directions.
+/// Takes a processor on which Embree traces 16 rays at a time for its best.
 class ktEmbreeLoop {
 public:
-    ktEmbreeLoop();
+    enum class Mode {
+        Fast,  ///< Embree as it is: the yardstick
+        Robust ///< conservative boxes, watertight edges: slower, and the better judge of answers
+    };
+
+    explicit ktEmbreeLoop(Mode mode = Mode::Fast);
     ~ktEmbreeLoop();
     ktEmbreeLoop(const ktEmbreeLoop&) = delete;
     ktEmbreeLoop& operator=(const ktEmbreeLoop&) = delete;
