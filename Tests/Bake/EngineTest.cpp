@@ -55,8 +55,8 @@ TEST(BakedEngine, GivenReferenceOfSingleRays_AgreesPerVertex) {
     std::sort(differences.begin(), differences.end());
     const double rootMeanSquare = std::sqrt(sum / static_cast<double>(count));
     const double percentile99 = differences[count * 99 / 100];
-    std::printf("%zu vertices: root mean square difference %.4f, 99th percentile %.4f, largest %.4f, mean %.5f\n", count,
-                rootMeanSquare, percentile99, differences.back(), bias / static_cast<double>(count));
+    std::printf("%zu vertices: root mean square difference %.4f, 99th percentile %.4f, largest %.4f, mean %.5f\n",
+                count, rootMeanSquare, percentile99, differences.back(), bias / static_cast<double>(count));
     EXPECT_LT(rootMeanSquare, 0.02);
     EXPECT_LT(percentile99, 0.06);
 }

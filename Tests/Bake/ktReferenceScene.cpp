@@ -11,14 +11,24 @@ using Matrix = std::array<double, 16>;
 
 constexpr std::uint32_t leafSize = 4;
 
-Vector operator-(const Vector& a, const Vector& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
-Vector operator*(double s, const Vector& a) { return {s * a[0], s * a[1], s * a[2]}; }
-Vector operator+(const Vector& a, const Vector& b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
-double dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+Vector operator-(const Vector& a, const Vector& b) {
+    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+Vector operator*(double s, const Vector& a) {
+    return {s * a[0], s * a[1], s * a[2]};
+}
+Vector operator+(const Vector& a, const Vector& b) {
+    return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
+}
+double dot(const Vector& a, const Vector& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
 Vector cross(const Vector& a, const Vector& b) {
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
-Vector column(const Matrix& m, std::size_t c) { return {m[4 * c], m[4 * c + 1], m[4 * c + 2]}; }
+Vector column(const Matrix& m, std::size_t c) {
+    return {m[4 * c], m[4 * c + 1], m[4 * c + 2]};
+}
 
 Vector transform(const Matrix& m, const Vector& p) {
     return p[0] * column(m, 0) + p[1] * column(m, 1) + p[2] * column(m, 2) + column(m, 3);
@@ -47,15 +57,29 @@ Matrix localMatrix(const nlohmann::json& node) {
     const Vector move = node.value("translation", Vector{0, 0, 0}), scale = node.value("scale", Vector{1, 1, 1});
     const auto q = node.value("rotation", std::array<double, 4>{0, 0, 0, 1});
     const double x = q[0], y = q[1], z = q[2], w = q[3];
-    return {scale[0] * (1 - 2 * (y * y + z * z)), scale[0] * 2 * (x * y + z * w), scale[0] * 2 * (x * z - y * w), 0,
-            scale[1] * 2 * (x * y - z * w), scale[1] * (1 - 2 * (x * x + z * z)), scale[1] * 2 * (y * z + x * w), 0,
-            scale[2] * 2 * (x * z + y * w), scale[2] * 2 * (y * z - x * w), scale[2] * (1 - 2 * (x * x + y * y)), 0,
-            move[0], move[1], move[2], 1};
+    return {scale[0] * (1 - 2 * (y * y + z * z)),
+            scale[0] * 2 * (x * y + z * w),
+            scale[0] * 2 * (x * z - y * w),
+            0,
+            scale[1] * 2 * (x * y - z * w),
+            scale[1] * (1 - 2 * (x * x + z * z)),
+            scale[1] * 2 * (y * z + x * w),
+            0,
+            scale[2] * 2 * (x * z + y * w),
+            scale[2] * 2 * (y * z - x * w),
+            scale[2] * (1 - 2 * (x * x + y * y)),
+            0,
+            move[0],
+            move[1],
+            move[2],
+            1};
 }
 
 } // namespace
 
-Vector ktReferenceScene::Triangle::centre() const { return corner + (1.0 / 3) * (edge1 + edge2); }
+Vector ktReferenceScene::Triangle::centre() const {
+    return corner + (1.0 / 3) * (edge1 + edge2);
+}
 
 void ktReferenceScene::Box::add(const Vector& point) {
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -143,9 +167,8 @@ std::uint32_t ktReferenceScene::buildTree(std::uint32_t first, std::uint32_t cou
     const std::size_t axis = static_cast<std::size_t>(std::max_element(size.begin(), size.end()) - size.begin());
     const std::uint32_t half = count / 2;
     const auto begin = triangles.begin() + first;
-    std::nth_element(begin, begin + half, begin + count, [axis](const Triangle& a, const Triangle& b) {
-        return a.centre()[axis] < b.centre()[axis];
-    });
+    std::nth_element(begin, begin + half, begin + count,
+                     [axis](const Triangle& a, const Triangle& b) { return a.centre()[axis] < b.centre()[axis]; });
     buildTree(first, half);
     const std::uint32_t second = buildTree(first + half, count - half);
     tree[index].secondChild = second;

@@ -28,7 +28,8 @@ public:
     double diagonal() const;
     /// Share of `rays` cosine-weighted random rays that meet no triangle, of either side, between the distances.
     /// Standard error at most 0.5 / sqrt(rays).
-    double openShare(const Vertex& vertex, double minDistance, double maxDistance, int rays, std::mt19937_64& random) const;
+    double openShare(const Vertex& vertex, double minDistance, double maxDistance, int rays,
+                     std::mt19937_64& random) const;
 
 private:
     struct Triangle {
