@@ -145,4 +145,6 @@ void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
     pump.breathe();
     setTriangles(geometry, record.triangles);
     endEditCP(geometry);
+    // Many small geometries follow each other without a pause of their own.
+    pump.handleEvents();
 }
