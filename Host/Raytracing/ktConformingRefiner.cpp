@@ -26,8 +26,7 @@ double squaredDistance(const Point& a, const Point& b) {
 
 ktConformingRefiner::ktConformingRefiner(double newWeldDistance)
     // A cell of the search grid needs a size even where only equal points are to meet.
-    : weldDistance(std::max(newWeldDistance, 1e-12)), cellSize(8.0 * weldDistance),
-      leastSize(8.0 * weldDistance) {}
+    : weldDistance(std::max(newWeldDistance, 1e-12)), cellSize(8.0 * weldDistance), leastSize(8.0 * weldDistance) {}
 
 ktConformingRefiner::Edge ktConformingRefiner::edgeBetween(Index placeA, Index placeB) {
     const Edge low = std::min(placeA, placeB);
@@ -215,8 +214,7 @@ void ktConformingRefiner::bisect(Edge edge) {
 }
 
 bool ktConformingRefiner::split(Edge wanted) {
-    if (isLocked(wanted) || firstSide(wanted) == none ||
-        vertexList.size() - firstNewVertex >= vertexLimit)
+    if (isLocked(wanted) || firstSide(wanted) == none || vertexList.size() - firstNewVertex >= vertexLimit)
         return false;
     // Halves must stay well apart, or welding would fold the mesh.
     if (squaredLength(wanted) < leastSize * leastSize)

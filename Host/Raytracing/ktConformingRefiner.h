@@ -23,7 +23,8 @@ public:
     using Index = std::uint32_t;
     static constexpr Index none = 0xFFFFFFFFu;
 
-    /// A vertex: where it is in space (vertices at one place share a `place`), and for a new one the two it lies between.
+    /// A vertex: where it is in space (vertices at one place share a `place`), and for a new one the two it lies
+    /// between.
     struct Vertex {
         Index place;
         Index parents[2]; ///< `none` for a vertex that was there from the start
@@ -59,9 +60,10 @@ public:
     void lockMesh(Index mesh);
 
     /// Splits an edge at its middle, and before it what must be split so that the group stays conforming.
-    /// @return false when the edge stays whole: it is locked, not there (any more), shorter than eight weld distances, a
-    ///         triangle at it is lower than that, it cannot be reached because a longer edge beside it stays whole, or the
-    ///         limit is reached. Longer edges may have been split even so; the group conforms in any case.
+    /// @return false when the edge stays whole: it is locked, not there (any more), shorter than eight weld distances,
+    /// a
+    ///         triangle at it is lower than that, it cannot be reached because a longer edge beside it stays whole, or
+    ///         the limit is reached. Longer edges may have been split even so; the group conforms in any case.
     bool split(Edge edge);
     /// New vertices beyond which split() refuses; it may be passed by the few that one split needs.
     void setVertexLimit(std::size_t newVertices) { vertexLimit = newVertices; }
@@ -106,8 +108,8 @@ private:
     double cellSize;  // of the search grid
     double leastSize; // of what is split: edges and, above them, triangles
     std::vector<Point> places;
-    ktKeyTable<Index> firstPlace;                        // in a cell of the search grid
-    std::vector<Index> nextPlace;                        // in the same cell
+    ktKeyTable<Index> firstPlace; // in a cell of the search grid
+    std::vector<Index> nextPlace; // in the same cell
     std::vector<Vertex> vertexList;
     std::vector<Triangle> triangleList;
     std::vector<Index> meshFirstVertex;

@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-/// A map from 64-bit keys to small values, in two arrays: unlike a map of nodes it is quick to fill and is gone at once.
-/// Entries stay; a value that means "nothing" takes the place of removal. Values move when entries are added.
-/// Not thread-safe; reading from many threads is. Open addressing with linear probing (D. E. Knuth, "The Art of Computer
+/// A map from 64-bit keys to small values, in two arrays: unlike a map of nodes it is quick to fill and is gone at
+/// once. Entries stay; a value that means "nothing" takes the place of removal. Values move when entries are added. Not
+/// thread-safe; reading from many threads is. Open addressing with linear probing (D. E. Knuth, "The Art of Computer
 /// Programming", volume 3, 1973).
 template <class Value>
 class ktKeyTable {

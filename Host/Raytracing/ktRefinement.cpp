@@ -28,7 +28,8 @@ public:
         if (found != traced.end() && found->second > 1)
             return false;
         const auto parents = geometry->getParents();
-        return std::count_if(parents.begin(), parents.end(), [](const osg::NodePtr& node) { return isInScene(node); }) <= 1;
+        return std::count_if(parents.begin(), parents.end(),
+                             [](const osg::NodePtr& node) { return isInScene(node); }) <= 1;
     }
 
 private:

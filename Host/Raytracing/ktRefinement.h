@@ -13,10 +13,9 @@
 
 /// The refinements that are pending in a run, worked out together so that geometry refined in the same run fits.
 ///
-/// An edge longer than its minimum is halved when light varies by more than the threshold between its ends, or between what
-/// is seen at its middle, or at points inside the faces beside it, and what interpolation would give there. Edges that
-/// geometry outside the group shares are never halved. Docs/refinement.md tells how and why.
-/// Main thread only.
+/// An edge longer than its minimum is halved when light varies by more than the threshold between its ends, or between
+/// what is seen at its middle, or at points inside the faces beside it, and what interpolation would give there. Edges
+/// that geometry outside the group shares are never halved. Docs/refinement.md tells how and why. Main thread only.
 class ktRefinement {
 public:
     /// New vertices of one run; beyond them refinement stops with a warning.

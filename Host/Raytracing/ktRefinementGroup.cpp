@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr double weldShare = 1.0e-6;        // of the scene's diagonal: vertices nearer than this are at one place
-constexpr double spacingShare = 1.0 / 128;  // of the scene's diagonal: between the first round's points, where their
-constexpr int mostPointsAlong = 24;         // number allows
+constexpr double weldShare = 1.0e-6;       // of the scene's diagonal: vertices nearer than this are at one place
+constexpr double spacingShare = 1.0 / 128; // of the scene's diagonal: between the first round's points, where their
+constexpr int mostPointsAlong = 24;        // number allows
 constexpr std::size_t cancelInterval = 1024;
 
 bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) {
@@ -163,8 +163,9 @@ void ktRefinementGroup::orderMiddles(const Trial& trial) {
         if (!trial.isOpen[corner] || wanted.count(refiner.edge(trial.triangle, corner)) ||
             !middles.insert(ends, {}).second)
             continue; // the triangle across may have ordered it
-        middleOrders.push_back({trial.triangle, ends,
-                                probesOf(trial.triangle).add(meshOf(trial.triangle).surfaceMiddle(localOf[a], localOf[b]))});
+        middleOrders.push_back(
+            {trial.triangle, ends,
+             probesOf(trial.triangle).add(meshOf(trial.triangle).surfaceMiddle(localOf[a], localOf[b]))});
     }
 }
 
@@ -178,10 +179,10 @@ void ktRefinementGroup::orderInside(Index triangle) {
     // Heron's formula, after W. Kahan.
     double sides[3] = {std::sqrt(squared[0]), std::sqrt(squared[1]), std::sqrt(squared[2])};
     std::sort(sides, sides + 3);
-    const double height = std::sqrt(std::max(0.0, (sides[2] + (sides[1] + sides[0])) * (sides[0] - (sides[2] - sides[1])) *
-                                                      (sides[0] + (sides[2] - sides[1])) *
-                                                      (sides[2] + (sides[1] - sides[0])))) /
-                          (2 * longest);
+    const double height =
+        std::sqrt(std::max(0.0, (sides[2] + (sides[1] + sides[0])) * (sides[0] - (sides[2] - sides[1])) *
+                                    (sides[0] + (sides[2] - sides[1])) * (sides[2] + (sides[1] - sides[0])))) /
+        (2 * longest);
     const auto countFor = [this](double length) {
         return std::clamp(static_cast<int>(std::ceil(length / spacing)), 1, mostPointsAlong);
     };

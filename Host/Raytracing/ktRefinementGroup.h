@@ -22,8 +22,8 @@ struct ktRefinementProgress {
 /// Meshes that are refined together.
 ///
 /// In each round light is looked at in the middles of the edges and inside the triangles that the round before made; an
-/// edge is halved where light varies across it. The first round looks at a grid of points in every triangle; what it saw
-/// goes on to the parts that the triangle is cut into, so that later rounds look only into parts too small to hold
+/// edge is halved where light varies across it. The first round looks at a grid of points in every triangle; what it
+/// saw goes on to the parts that the triangle is cut into, so that later rounds look only into parts too small to hold
 /// such a point. For one worker thread; tracing inside uses all.
 class ktRefinementGroup {
 public:

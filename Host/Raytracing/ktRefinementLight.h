@@ -12,7 +12,8 @@ struct ktRefinementLight {
     const ktGatherTask* gather = nullptr;    ///< null: no indirect light yet
 };
 
-/// What refinement compares: the share of direct light, or how bright indirect light is, and the lights' own brightness.
+/// What refinement compares: the share of direct light, or how bright indirect light is, and the lights' own
+/// brightness.
 using ktIllumination = std::array<float, 2>;
 
 /// Of what the direct pass found. @param result as ktTraceOcclusion() leaves it

@@ -34,7 +34,9 @@ public:
     const ktIllumination& illumination(Index vertex) const { return light[vertex]; }
 
     /// A point inside a triangle, given by weights of its three vertices.
-    ktSurfacePoint surfacePoint(const Index* vertices, const float* weights) const { return inWorld(inside(vertices, weights)); }
+    ktSurfacePoint surfacePoint(const Index* vertices, const float* weights) const {
+        return inWorld(inside(vertices, weights));
+    }
     /// The middle between two vertices.
     ktSurfacePoint surfaceMiddle(Index a, Index b) const { return inWorld(middle(a, b)); }
 

@@ -16,8 +16,8 @@ struct ktSurfacePoint {
     ktInward inward;
 };
 
-/// Looks at light at points of any geometry, all at once and with no more rays than it takes to see a difference as large
-/// as refinement looks for.
+/// Looks at light at points of any geometry, all at once and with no more rays than it takes to see a difference as
+/// large as refinement looks for.
 class ktRefinementProbes {
 public:
     /// @param how        lives as long as this object

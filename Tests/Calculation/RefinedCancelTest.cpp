@@ -101,9 +101,9 @@ void expectConsistent(const std::string& name, const ktRefinedGeometry& geometry
     EXPECT_EQ(geometry.normals.size(), count) << name;
     EXPECT_TRUE(geometry.results.empty() || geometry.results.size() == count) << name;
     EXPECT_TRUE(geometry.bakedLight.empty() || geometry.bakedLight.size() == count) << name;
-    EXPECT_TRUE(std::all_of(geometry.triangles.begin(), geometry.triangles.end(),
-                            [count](std::uint32_t vertex) { return vertex < count; }))
-        << name;
+    EXPECT_TRUE(std::all_of(geometry.triangles.begin(), geometry.triangles.end(), [count](std::uint32_t vertex) {
+        return vertex < count;
+    })) << name;
     for (const osg::Vec4f& result : geometry.results)
         for (osg::UInt32 c = 0; c < 4; ++c)
             EXPECT_TRUE(std::isfinite(result[c]) && result[c] >= 0) << name;

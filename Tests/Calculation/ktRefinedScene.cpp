@@ -47,7 +47,8 @@ std::vector<std::string> ktRefinedSceneParts() {
 std::unique_ptr<ktWholeScene> ktMakeRefinedScene(const std::vector<std::string>& order) {
     auto scene = std::make_unique<ktWholeScene>();
     for (const std::string& name : order)
-        scene->add(name, makePart(name), name == "red" ? osg::Color3f(0.9f, 0.1f, 0.1f) : osg::Color3f(0.8f, 0.8f, 0.8f));
+        scene->add(name, makePart(name),
+                   name == "red" ? osg::Color3f(0.9f, 0.1f, 0.1f) : osg::Color3f(0.8f, 0.8f, 0.8f));
     scene->addLamp(osg::Pnt3f(300, 300, 1500), osg::Color3f(2, 2, 1.8f));
     return scene;
 }

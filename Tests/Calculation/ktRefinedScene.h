@@ -17,8 +17,8 @@ struct ktRefinedGeometry {
     bool operator==(const ktRefinedGeometry& other) const;
 };
 
-/// A floor of two parts that touch, a wall between them and red and white blocks, coarse enough to be refined. The parts
-/// in this order make up the scene.
+/// A floor of two parts that touch, a wall between them and red and white blocks, coarse enough to be refined. The
+/// parts in this order make up the scene.
 std::vector<std::string> ktRefinedSceneParts();
 /// @param order names of the parts, each once
 std::unique_ptr<ktWholeScene> ktMakeRefinedScene(const std::vector<std::string>& order);

@@ -95,8 +95,8 @@ void ktWholeScene::add(const std::string& name, const ktWholeMesh& mesh, const o
     const osg::GeometryPtr geometry = osg::Geometry::create();
     osg::beginEditCP(geometry);
     geometry->setTypes(makeProperty<osg::GeoPTypesUI8Ptr>(std::vector<osg::UInt8>{GL_TRIANGLES}));
-    geometry->setLengths(makeProperty<osg::GeoPLengthsUI32Ptr>(
-        std::vector<osg::UInt32>{static_cast<osg::UInt32>(mesh.indices.size())}));
+    geometry->setLengths(
+        makeProperty<osg::GeoPLengthsUI32Ptr>(std::vector<osg::UInt32>{static_cast<osg::UInt32>(mesh.indices.size())}));
     geometry->setIndices(makeProperty<osg::GeoIndicesUI32Ptr>(mesh.indices));
     geometry->setPositions(makeProperty<osg::GeoPositions3fPtr>(mesh.positions));
     geometry->setNormals(makeProperty<osg::GeoNormals3fPtr>(mesh.normals));

@@ -60,8 +60,8 @@ int countHangingVertices(const Refiner& refiner) {
             const Point a = refiner.position(edge >> 32), b = refiner.position(edge & 0xFFFFFFFFu);
             for (Index place : used) {
                 const Point p = refiner.position(place);
-                const double along = ((p[0] - a[0]) * (b[0] - a[0]) + (p[1] - a[1]) * (b[1] - a[1])) /
-                                     refiner.squaredLength(edge);
+                const double along =
+                    ((p[0] - a[0]) * (b[0] - a[0]) + (p[1] - a[1]) * (b[1] - a[1])) / refiner.squaredLength(edge);
                 const double across = (p[0] - a[0]) * (b[1] - a[1]) - (p[1] - a[1]) * (b[0] - a[0]);
                 count += along > 1e-9 && along < 1.0 - 1e-9 && std::abs(across) < 1e-9;
             }

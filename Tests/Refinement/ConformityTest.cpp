@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// That refined meshes stay whole, judged by positions in the world alone. ktRefinementReport does the same for any model.
+// That refined meshes stay whole, judged by positions in the world alone. ktRefinementReport does the same for any
+// model.
 #include "ktMeshFlaws.h"
 #include "ktRefinedModel.h"
 
@@ -77,19 +78,18 @@ TEST(MeshFlaws, GivenAGoodCut_FindsNone) {
 
 TEST(MeshFlaws, GivenAPlaceInsideAnEdge_FindsIt) {
     // One part is cut at the edge between the two, the other is not.
-    const ktWorldTriangles cut = {{{{{0, 0, 0}, {4, 0, 0}, {2, 2, 0}}},
-                                   {{{0, 0, 0}, {1, 1, 0}, {0, 4, 0}}},
-                                   {{{1, 1, 0}, {2, 2, 0}, {0, 4, 0}}}},
-                                  {0, 0, 0}};
+    const ktWorldTriangles cut = {
+        {{{{0, 0, 0}, {4, 0, 0}, {2, 2, 0}}}, {{{0, 0, 0}, {1, 1, 0}, {0, 4, 0}}}, {{{1, 1, 0}, {2, 2, 0}, {0, 4, 0}}}},
+        {0, 0, 0}};
     EXPECT_EQ(ktFindFlaws(oneTriangle(), cut).hanging, 1u);
 }
 
 TEST(MeshFlaws, GivenAGapBetweenTwoGeometries_FindsIt) {
-    const ktWorldTriangles before = {{{{{0, 0, 0}, {4, 0, 0}, {0, 4, 0}}}, {{{4, 0, 0}, {4, 4, 0}, {0, 4, 0}}}}, {0, 1}};
-    const ktWorldTriangles after = {{{{{0, 0, 0}, {4, 0, 0}, {2, 2, 0}}},
-                                     {{{0, 0, 0}, {2, 2, 0}, {0, 4, 0}}},
-                                     {{{4, 0, 0}, {4, 4, 0}, {0, 4, 0}}}},
-                                    {0, 0, 1}};
+    const ktWorldTriangles before = {{{{{0, 0, 0}, {4, 0, 0}, {0, 4, 0}}}, {{{4, 0, 0}, {4, 4, 0}, {0, 4, 0}}}},
+                                     {0, 1}};
+    const ktWorldTriangles after = {
+        {{{{0, 0, 0}, {4, 0, 0}, {2, 2, 0}}}, {{{0, 0, 0}, {2, 2, 0}, {0, 4, 0}}}, {{{4, 0, 0}, {4, 4, 0}, {0, 4, 0}}}},
+        {0, 0, 1}};
     EXPECT_EQ(ktFindFlaws(before, after).hanging, 1u);
 }
 

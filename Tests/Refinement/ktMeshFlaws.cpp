@@ -18,15 +18,23 @@ namespace {
 using Point = std::array<double, 3>;
 using Edge = std::pair<Point, Point>;
 
-Point minus(const Point& a, const Point& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
-double dot(const Point& a, const Point& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-double length(const Point& a) { return std::sqrt(dot(a, a)); }
+Point minus(const Point& a, const Point& b) {
+    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+double dot(const Point& a, const Point& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+double length(const Point& a) {
+    return std::sqrt(dot(a, a));
+}
 Point cross(const Point& a, const Point& b) {
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
 // Twice the area, times the unit normal.
-Point areaOf(const std::array<Point, 3>& t) { return cross(minus(t[1], t[0]), minus(t[2], t[0])); }
+Point areaOf(const std::array<Point, 3>& t) {
+    return cross(minus(t[1], t[0]), minus(t[2], t[0]));
+}
 
 // Twice the area by the square of the longest side: 0 is flat, 0.87 equilateral.
 double shapeOf(const std::array<Point, 3>& t) {
@@ -126,7 +134,8 @@ bool meetAt(const std::array<Point, 3>& left, const std::array<Point, 3>& right,
         if (!isOn(a, edge, tolerance, false) || !isOn(b, edge, tolerance, false))
             continue;
         const auto has = [&](const Point& p) {
-            return std::any_of(right.begin(), right.end(), [&](const Point& q) { return length(minus(p, q)) <= tolerance; });
+            return std::any_of(right.begin(), right.end(),
+                               [&](const Point& q) { return length(minus(p, q)) <= tolerance; });
         };
         if (has(edge.first) && has(edge.second))
             return true;

@@ -17,11 +17,11 @@ ktWorldTriangles ktReadWorldTriangles(const std::vector<osg::NodePtr>& nodes);
 
 /// What is wrong with a refined mesh that was right with the mesh before.
 struct ktMeshFlaws {
-    std::size_t hanging = 0;  ///< places inside an edge of a triangle that shared that edge with theirs before
-    std::size_t flipped = 0;  ///< triangles that look away from the triangle they are a part of
-    std::size_t flat = 0;     ///< triangles without area that are no part of one without area
-    std::size_t lost = 0;     ///< triangles that are no part of a triangle before
-    double areaChange = 0;    ///< relative
+    std::size_t hanging = 0; ///< places inside an edge of a triangle that shared that edge with theirs before
+    std::size_t flipped = 0; ///< triangles that look away from the triangle they are a part of
+    std::size_t flat = 0;    ///< triangles without area that are no part of one without area
+    std::size_t lost = 0;    ///< triangles that are no part of a triangle before
+    double areaChange = 0;   ///< relative
 
     bool any() const { return hanging + flipped + flat + lost > 0; }
 };

@@ -40,8 +40,12 @@ public:
     /// Corners in squares of the grid.
     void addTriangle(const double (&x)[3], const double (&y)[3], const float (&w)[3]) {
         const double area = (x[1] - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (y[1] - y[0]);
-        const auto first = [](const double (&v)[3]) { return static_cast<int>(std::ceil(std::min({v[0], v[1], v[2]}))); };
-        const auto last = [](const double (&v)[3]) { return static_cast<int>(std::floor(std::max({v[0], v[1], v[2]}))); };
+        const auto first = [](const double(&v)[3]) {
+            return static_cast<int>(std::ceil(std::min({v[0], v[1], v[2]})));
+        };
+        const auto last = [](const double(&v)[3]) {
+            return static_cast<int>(std::floor(std::max({v[0], v[1], v[2]})));
+        };
         for (int row = std::max(first(y), 0); row <= std::min(last(y), grid.squares); ++row)
             for (int column = std::max(first(x), 0); column <= std::min(last(x), grid.squares); ++column) {
                 const double u = ((column - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (row - y[0])) / area;
@@ -49,8 +53,7 @@ public:
                 if (!(u >= -1e-6 && v >= -1e-6 && u + v <= 1 + 1e-6))
                     continue;
                 // Points at the rim stand for less area. Those on an edge inside count once per triangle: they are few.
-                const double weight =
-                    (row % grid.squares == 0 ? 0.5 : 1.0) * (column % grid.squares == 0 ? 0.5 : 1.0);
+                const double weight = (row % grid.squares == 0 ? 0.5 : 1.0) * (column % grid.squares == 0 ? 0.5 : 1.0);
                 const double difference = (1 - u - v) * w[0] + u * w[1] + v * w[2] - grid.at(column, row);
                 squares += weight * difference * difference;
                 weights += weight;

@@ -16,10 +16,11 @@ ktRefinedModel::ktRefinedModel(const std::string& path, bool withGroundPlane, co
         throw std::runtime_error(report.error);
     ktSceneState::setRootNode(file->getRoot());
     if (withGroundPlane)
-        forEachGeometryInstance(file->addGroundPlane(report), ktInstances::All, [&](const ktGeometryInstance& instance) {
-            groundPlane = instance.node;
-            return false;
-        });
+        forEachGeometryInstance(file->addGroundPlane(report), ktInstances::All,
+                                [&](const ktGeometryInstance& instance) {
+                                    groundPlane = instance.node;
+                                    return false;
+                                });
     std::vector<osg::NodePtr> occluders;
     std::set<osg::GeometryPtr> known;
     forEachGeometryInstance(file->getRoot(), ktInstances::Visible, [&](const ktGeometryInstance& instance) {
@@ -71,8 +72,7 @@ std::vector<float> ktRefinedModel::trace(const std::vector<osg::Pnt3f>& position
     return shares;
 }
 
-double ktRefinedModel::refine(const std::vector<osg::NodePtr>& which,
-                              const std::function<void()>& beforeRefinement) {
+double ktRefinedModel::refine(const std::vector<osg::NodePtr>& which, const std::function<void()>& beforeRefinement) {
     std::vector<std::unique_ptr<ktGeoSubdivisionList>> records;
     for (const osg::NodePtr& node : which) {
         const osg::GeometryPtr geometry = geometryOf(node);
@@ -81,8 +81,8 @@ double ktRefinedModel::refine(const std::vector<osg::NodePtr>& which,
         trace(node);
         records.push_back(std::make_unique<ktGeoSubdivisionList>(geometry));
         tracing.subdivideByIllumination(&name, settings.quality, settings.samples, records.back().get(), geometry,
-                                        settings.threshold, settings.minEdgeLength, &toWorld, &toWorld, &toWorld,
-                                        false, false, false);
+                                        settings.threshold, settings.minEdgeLength, &toWorld, &toWorld, &toWorld, false,
+                                        false, false);
     }
     if (beforeRefinement)
         beforeRefinement();
