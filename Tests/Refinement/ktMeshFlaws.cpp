@@ -240,7 +240,8 @@ ktWorldTriangles ktReadWorldTriangles(const std::vector<osg::NodePtr>& nodes) {
 ktMeshFlaws ktFindFlaws(const ktWorldTriangles& before, const ktWorldTriangles& after) {
     ktMeshFlaws flaws;
     const double tolerance = 2e-7 * diagonalOf(before); // somewhat above the rounding of positions
-    Cells cells(std::max(2 * meanEdge(before), 100 * tolerance));
+    Cells cells(std::max(2 * meanEdge(before), 100 * tolerance)),
+        flatCells(std::max(2 * meanEdge(before), 100 * tolerance));
     Parents parents(after.corners.size());
     double areaBefore = 0, areaAfter = 0;
     for (std::size_t i = 0; i < before.corners.size(); ++i) {
@@ -253,8 +254,7 @@ ktMeshFlaws ktFindFlaws(const ktWorldTriangles& before, const ktWorldTriangles& 
             }
         areaBefore += length(areaOf(t));
         // Triangles without height tell nothing: what they are cut into has none either.
-        if (shapeOf(t) > flatShape)
-            cells.add(low, high, i);
+        (shapeOf(t) > flatShape ? cells : flatCells).add(low, high, i);
     }
     for (std::size_t i = 0; i < after.corners.size(); ++i) {
         const auto& t = after.corners[i];
@@ -273,7 +273,13 @@ ktMeshFlaws ktFindFlaws(const ktWorldTriangles& before, const ktWorldTriangles& 
         });
         flaws.lost += !isFound && shapeOf(t) > flatShape;
         flaws.flipped += isFound && !looksAlike;
-        flaws.flat += isFound && !isWell;
+        // One that came so, and lies along another's edge, was found as a part of that.
+        bool wasFlat = false;
+        if (isFound && !isWell)
+            flatCells.visit(middle, [&](std::size_t whole) {
+                wasFlat = wasFlat || (before.nodes[whole] == after.nodes[i] && before.corners[whole] == t);
+            });
+        flaws.flat += isFound && !isWell && !wasFlat;
     }
     flaws.hanging = countHanging(before, after, parents, tolerance);
     flaws.areaChange = areaAfter / areaBefore - 1;
