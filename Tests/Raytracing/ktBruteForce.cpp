@@ -1,23 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktBruteForce.h"
 
-namespace {
+#include "ktTestVector.h"
 
-struct Vector {
-    double x, y, z;
-};
-
-Vector operator-(Vector a, Vector b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-Vector cross(Vector a, Vector b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-double dot(Vector a, Vector b) {
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-
-} // namespace
+using Vector = ktTestVector;
 
 // T. Moeller, B. Trumbore, "Fast, Minimum Storage Ray/Triangle Intersection", 1997.
 ktBruteForce::Hit ktBruteForce::nearest(const double* origin, const double* direction, double minDistance,

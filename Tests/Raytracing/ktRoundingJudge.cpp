@@ -1,24 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktRoundingJudge.h"
 
+#include "ktTestVector.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace {
 
-struct Vector {
-    double x, y, z;
-};
+using Vector = ktTestVector;
 
-Vector operator-(Vector a, Vector b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-Vector cross(Vector a, Vector b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-double dot(Vector a, Vector b) {
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
 double largest(const float* p) {
     return std::max({std::fabs(double(p[0])), std::fabs(double(p[1])), std::fabs(double(p[2]))});
 }
