@@ -8,12 +8,14 @@
 
 #include <assimp/commonMetaData.h>
 #include <assimp/config.h>
+#include <assimp/DefaultIOSystem.h>
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
 #include <cmath>
 #include <cstring>
 #include <new>
 #include <QFileInfo>
+#include <sys/stat.h>
 
 namespace {
 
@@ -21,6 +23,21 @@ namespace {
 struct Header {
     std::uint64_t jsonSize = 0;
     std::uint64_t dataSize = 0;
+};
+
+// Opens what can be read to its end: a pipe or a device that a file names would keep the importer waiting.
+class RegularFiles : public Assimp::DefaultIOSystem {
+public:
+    bool Exists(const char* path) const override { return isRegular(path) && DefaultIOSystem::Exists(path); }
+    Assimp::IOStream* Open(const char* path, const char* mode) override {
+        return isRegular(path) ? DefaultIOSystem::Open(path, mode) : nullptr;
+    }
+
+private:
+    static bool isRegular(const char* path) {
+        struct stat info;
+        return stat(path, &info) == 0 && S_ISREG(info.st_mode);
+    }
 };
 
 double metaNumber(const aiScene& scene, const char* key, double otherwise) {
@@ -66,6 +83,7 @@ void standUp(ktAssimpTarget& target, double metres) {
 ktJson import(const std::string& path, ktBytes& bytes) {
     ktJson answer = ktJson::object();
     Assimp::Importer importer;
+    importer.SetIOHandler(new RegularFiles); // the importer's own from here on
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
                            aiProcess_LimitBoneWeights | aiProcess_FlipUVs;
@@ -119,6 +137,7 @@ ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages)
     ktProcessLimits limits;
     limits.memory_bytes = (std::size_t(4) << 30) + 100 * size;
     limits.time_s = 20 + static_cast<unsigned>(size >> 16);
+    limits.wait_s = 60 + 4 * limits.time_s; // the machine may be busy, the disk slow
     const ktBytes answer = ktRunLimited(limits, [&](ktByteSink& sink) { importInto(sink, file); });
 
     Header header;

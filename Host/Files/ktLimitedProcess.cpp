@@ -3,6 +3,7 @@
 
 #include "ktFileError.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <fcntl.h>
 #include <new>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -53,8 +55,12 @@ void limit(int resource, std::size_t value) {
     limit(RLIMIT_AS, addressSpaceNow() + limits.memory_bytes);
     limit(RLIMIT_CPU, limits.time_s);
     limit(RLIMIT_CORE, 0);
-    for (const int number : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGXCPU, SIGINT, SIGTERM})
+    for (const int number : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGXCPU, SIGALRM, SIGINT, SIGTERM})
         std::signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    alarm(limits.wait_s);
     // What a crashing library has to say would only confuse; the reason is given by the caller.
     const int nowhere = open("/dev/null", O_WRONLY);
     if (nowhere >= 0) {
@@ -74,7 +80,7 @@ void limit(int resource, std::size_t value) {
 }
 
 std::string reasonFor(int status) {
-    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU)
+    if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGALRM))
         return "cannot be imported: it took too long";
     if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGINT || WTERMSIG(status) == SIGTERM))
         return "was not imported: interrupted";
@@ -103,11 +109,16 @@ ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktB
     if (memory.number < 0)
         throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
     std::fflush(nullptr);
+    const pid_t self = getpid();
     const pid_t copy = fork();
     if (copy < 0)
         throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
-    if (copy == 0)
+    if (copy == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != self)
+            _exit(threw); // it ended before the line above
         runCopy(limits, work, memory.number);
+    }
 
     int status = 0;
     while (waitpid(copy, &status, 0) < 0)

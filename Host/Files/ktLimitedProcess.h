@@ -9,6 +9,7 @@
 struct ktProcessLimits {
     std::size_t memory_bytes; ///< address space beyond what this process has now; not enforced under sanitizers
     unsigned time_s;          ///< processor time
+    unsigned wait_s;          ///< time by the clock, for work that waits for what never comes
 };
 
 /// Takes the bytes that a limited process hands back.
@@ -24,5 +25,5 @@ private:
 
 /// Runs `work` in a forked copy of this process and returns what it wrote. The copy has only the calling thread: `work`
 /// must not use events, threads or locks that another thread may hold. Throws ktFileError (object "file") when the copy
-/// crashes, throws, or exceeds a limit; this process is not affected.
+/// crashes, throws, or exceeds a limit; this process is not affected. The copy does not outlive the calling thread.
 ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktByteSink&)>& work);

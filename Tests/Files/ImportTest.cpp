@@ -4,9 +4,11 @@
 #include "ktTestScene.h"
 #include "OSGUberMaterial.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using testing::ElementsAre;
@@ -62,6 +64,13 @@ TEST(Import, GivenBrokenFile_SaysSo) {
     EXPECT_THAT(ktOpeningSays(folder.path("a.stl")), SizeIs(1));
 }
 
+TEST(Import, GivenMaterialsInAPipe_DoesWithoutThem) {
+    const ktTestFolder folder;
+    ktWriteTestFile(folder.path("a.obj"), cube);
+    ASSERT_EQ(mkfifo(folder.path("a.mtl").toStdString().c_str(), 0600), 0);
+    EXPECT_THAT(ktGeometriesOf(*ktOpenTestScene(folder.path("a.obj"))), SizeIs(1));
+}
+
 TEST(Import, GivenFileThatAsksForAllMemory_IsRefusedQuickly) {
     const ktTestFolder folder;
     ktWriteTestFile(folder.path("a.off"), "OFF\n353535235358 6 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n");
@@ -94,7 +103,7 @@ TEST(Import, GivenCollada_KnowsItsUnit) {
 }
 
 TEST(LimitedProcess, GivenWork_HandsItsBytesBack) {
-    const ktBytes bytes = ktRunLimited({std::size_t(1) << 30, 10}, [](ktByteSink& sink) {
+    const ktBytes bytes = ktRunLimited({std::size_t(1) << 30, 10, 60}, [](ktByteSink& sink) {
         const std::string text(3000000, 'x');
         sink.write(text.data(), text.size());
         sink.write("end", 3);
@@ -104,7 +113,7 @@ TEST(LimitedProcess, GivenWork_HandsItsBytesBack) {
 }
 
 TEST(LimitedProcess, GivenCrash_OnlyTheCopyDies) {
-    const ktProcessLimits limits = {std::size_t(1) << 30, 10};
+    const ktProcessLimits limits = {std::size_t(1) << 30, 10, 60};
     EXPECT_THAT(failureOf([](ktByteSink&) { std::abort(); }, limits), HasSubstr("the importer failed on it"));
     EXPECT_THAT(failureOf([](ktByteSink&) { throw 1; }, limits), HasSubstr("the importer failed on it"));
     EXPECT_THAT(failureOf([](ktByteSink&) { throw std::bad_alloc(); }, limits), HasSubstr("too much memory"));
@@ -116,6 +125,18 @@ TEST(LimitedProcess, GivenEndlessLoop_IsEnded) {
             for (volatile unsigned i = 0;; i = i + 1) {
             }
         },
-        {std::size_t(1) << 30, 1});
+        {std::size_t(1) << 30, 1, 60});
+    EXPECT_THAT(reason, HasSubstr("took too long"));
+}
+
+TEST(LimitedProcess, GivenEndlessWait_IsEnded) {
+    const ktProcessLimits limits = {std::size_t(1) << 30, 10, 1};
+    EXPECT_THAT(failureOf([](ktByteSink&) { pause(); }, limits), HasSubstr("took too long"));
+    // A program that loads the host may have blocked signals.
+    sigset_t all, before;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, &before);
+    const std::string reason = failureOf([](ktByteSink&) { pause(); }, limits);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     EXPECT_THAT(reason, HasSubstr("took too long"));
 }
