@@ -68,12 +68,13 @@ void checkEnding(const std::string& option, const std::string& file, const std::
                                    "the file's name must end in " + CLI::detail::join(endings, " or ") + ": " + file);
 }
 
-/// Adds options to the parser. Each option's help ends with the value in effect without it.
+/// Adds options to the parser. Each option's help ends with the value in effect without it. What the options do when
+/// they are met refers to this object: it must live until the arguments are parsed, so it is no temporary.
 class Parser {
 public:
     Parser(CLI::App& app, ktBakeOptions& options) : app(app), options(options) {}
 
-    void addAll() {
+    void addAll() & {
         addFiles();
         addSelection();
         addDirect();
@@ -314,7 +315,8 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
         "Values in [brackets] hold without the option.\n"
         "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 bad input, 4 could not write,\n"
         "5 the script failed, 130 cancelled.\n");
-    Parser(app, options).addAll();
+    Parser parser(app, options);
+    parser.addAll();
     // Required, it is not taken for one more name of --select.
     app.get_option("SCENE")->required(std::none_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
         return argument == "--list-presets" || argument.rfind("--script", 0) == 0 || argument.rfind("--save-preset", 0) == 0 ||
