@@ -95,6 +95,19 @@ TEST_P(HemisphereAgreement, GivenNarrowAndWideKernels_CountAlike) {
     }
 }
 
+// So large that triangles are cut by halving their boxes.
+TEST(HemisphereAgreement, GivenLargeUnevenScene_AnswersAsEmbreeDoes) {
+    ktTracerComparison comparison(ktHostileMeshes::largeUneven());
+    comparison.addSurfaceVertices(120, 5);
+    const ktTracerComparison::Result occlusion = comparison.occlusion(32, 32, comparison.widest());
+    EXPECT_GT(occlusion.met, occlusion.rays / 2);
+    EXPECT_EQ(occlusion.wrong, 0u);
+    EXPECT_LE(static_cast<double>(occlusion.differing), 1e-5 * static_cast<double>(occlusion.rays));
+    const ktTracerComparison::Result nearest = comparison.nearest(16, 16, comparison.widest());
+    EXPECT_EQ(nearest.wrong, 0u);
+    EXPECT_LE(static_cast<double>(nearest.differing), 1e-5 * static_cast<double>(nearest.rays));
+}
+
 namespace {
 
 // Scenes whose occlusion is known, with the vertex at the origin looking up.

@@ -97,6 +97,10 @@ std::vector<ktTestMesh> ktHostileMeshes::soup() {
     return {scattered(4, 2000, 3, 0.1), scattered(5, 100, 3, 1), scattered(6, 10, 3, 10)};
 }
 
+std::vector<ktTestMesh> ktHostileMeshes::largeUneven() {
+    return {scattered(13, 1000000, 0.2, 0.0005), scattered(14, 2000, 3, 0.3), scattered(15, 100, 3, 3)};
+}
+
 std::vector<ktTestMesh> ktHostileMeshes::hugeAmongSmall() {
     return {scattered(7, 1000, 3, 0.3), scattered(8, 4, 1e12, 1e12), scattered(9, 4, 1e3, 1e9)};
 }

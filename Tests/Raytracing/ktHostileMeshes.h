@@ -23,5 +23,6 @@ std::vector<ktTestMesh> degenerate();     ///< points and lines among spheres
 std::vector<ktTestMesh> notFinite();      ///< corners that are no number, infinite or beyond what can be traced
 std::vector<ktTestMesh> manyScales();     ///< triangles of 162 scales within each other: makes trees deep
 std::vector<ktTestMesh> onePoint();       ///< a million triangles in one point, some of them with an area
+std::vector<ktTestMesh> largeUneven();    ///< a million small triangles in the middle of large ones
 
 } // namespace ktHostileMeshes

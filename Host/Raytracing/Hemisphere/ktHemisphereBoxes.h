@@ -25,25 +25,20 @@ KT_INLINE std::uint32_t rankOf(const float* keys, std::uint32_t among, std::uint
     return static_cast<std::uint32_t>(__builtin_popcount((Float8::load(keys) < Float8(keys[child])).bits() & among));
 }
 
-KT_INLINE ktHemisphereRef refOf(const ktHemisphereNode& node, std::uint32_t child) {
-    const std::uint32_t word = node.child[child];
-    const ktHemisphereRef count = (word & ~ktHemisphereLimits::childLeafFlag) >> ktHemisphereLimits::childCountShift;
-    const ktHemisphereRef leaf = ktHemisphereLimits::leafFlag | count << ktHemisphereLimits::leafCountShift |
-                                 (node.firstBlock + (word & ktHemisphereLimits::childBlockMask));
-    return word & ktHemisphereLimits::childLeafFlag ? leaf : word;
+KT_INLINE const ktHemisphereNode& nodeAt(ktHemisphereRef ref) {
+    return *reinterpret_cast<const ktHemisphereNode*>(ref);
 }
 
-KT_INLINE const ktHemisphereBlock* firstBlock(const ktHemisphereView& view, ktHemisphereRef leaf) {
-    return view.blocks + (leaf & ktHemisphereLimits::leafBlockMask);
+KT_INLINE const ktHemisphereBlock* firstBlock(ktHemisphereRef leaf) {
+    return reinterpret_cast<const ktHemisphereBlock*>(leaf & ktHemisphereLimits::addressMask);
 }
 
 KT_INLINE std::uint64_t blockCount(ktHemisphereRef leaf) {
-    return ((leaf & ~ktHemisphereLimits::leafFlag) >> ktHemisphereLimits::leafCountShift) + 1;
+    return ((leaf & ~ktHemisphereLimits::addressMask) >> ktHemisphereLimits::leafCountShift) + 1;
 }
 
-KT_INLINE void prefetch(const ktHemisphereView& view, ktHemisphereRef ref) {
-    const char* at = ref & ktHemisphereLimits::leafFlag ? reinterpret_cast<const char*>(firstBlock(view, ref))
-                                                        : reinterpret_cast<const char*>(view.nodes + ref);
+KT_INLINE void prefetch(ktHemisphereRef ref) {
+    const char* at = reinterpret_cast<const char*>(ref & ktHemisphereLimits::addressMask);
     __builtin_prefetch(at);
     __builtin_prefetch(at + 64);
     __builtin_prefetch(at + 128);
@@ -52,11 +47,11 @@ KT_INLINE void prefetch(const ktHemisphereView& view, ktHemisphereRef ref) {
 
 /// Which of a tile's 16 rays pass through a box (relative to the vertex) between the distances.
 template <bool nearest>
-KT_INLINE std::uint32_t raysThroughBox(const ktHemisphereWork& work, std::uint32_t tile, const float* lower,
+KT_INLINE std::uint32_t raysThroughBox(const ktHemisphereWork& work, std::uint32_t slot, const float* lower,
                                        const float* upper, int stride) {
-    Float16 enter = work.minDistance, leave = nearest ? Float16::load(work.reach[tile]) : Float16(work.maxDistance);
+    Float16 enter = work.minDistance, leave = nearest ? Float16::load(work.reach[slot]) : Float16(work.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {
-        const Float16 r = Float16::load(work.reciprocal[tile][axis]);
+        const Float16 r = Float16::load(work.reciprocal[slot][axis]);
         const Float16 a = Float16(lower[axis * stride]) * r, b = Float16(upper[axis * stride]) * r;
         enter = larger(enter, smaller(a, b));
         leave = smaller(leave, larger(a, b));

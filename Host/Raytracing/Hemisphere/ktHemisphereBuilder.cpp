@@ -13,11 +13,13 @@ namespace {
 
 using Limits = ktHemisphereLimits;
 
-// Below this many triangles, and where their sizes differ widely, triangles are cut where their boxes overlap others:
-// six times as dear to build, but a sixth faster to trace on assemblies of large thin triangles. On scans it gains
-// nothing.
-constexpr std::size_t maxTrianglesToSplit = 1000000;
+// Where the sizes of triangles differ widely, they are cut where their boxes overlap others: dearer to build, but a
+// sixth faster to trace on assemblies of large thin triangles. On scans it gains nothing.
 constexpr double minSizeSpread = 2.0;
+
+// Up to this many triangles parts get the box of what is left of the triangle; beyond, where that would take too long,
+// the half of the box.
+constexpr std::size_t maxTrianglesToClip = 1000000;
 
 // Beyond this products of coordinates overflow.
 constexpr float maxCoordinate = 1.844e18f;
@@ -89,7 +91,7 @@ std::vector<ktBvhPrimitive> collect(const std::vector<ktTracerMesh>& meshes, con
                                     double& sizeSpread) {
     double sizes = 0, squares = 0;
     std::vector<ktBvhPrimitive> primitives;
-    primitives.reserve(first.back() <= maxTrianglesToSplit ? std::size_t(2) * first.back() : first.back());
+    primitives.reserve(first.back());
     for (std::size_t m = 0; m < meshes.size(); ++m) {
         for (std::uint32_t i = 0; i < meshes[m].triangleCount; ++i) {
             if (!usable(meshes[m], i))
@@ -106,6 +108,12 @@ std::vector<ktBvhPrimitive> collect(const std::vector<ktTracerMesh>& meshes, con
     }
     sizeSpread = sizes > 0 ? squares * static_cast<double>(primitives.size()) / (sizes * sizes) : 1;
     return primitives;
+}
+
+/// Of a leaf whose blocks are not yet where they will stay: number instead of address.
+ktHemisphereRef leafRef(std::size_t firstBlock, std::size_t blockCount) {
+    return ktHemisphereRef(firstBlock) << Limits::addressShift |
+           ktHemisphereRef(blockCount - 1) << Limits::leafCountShift | Limits::leafFlag;
 }
 
 struct Child {
@@ -166,10 +174,15 @@ bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const
     if (primitives.empty())
         return true;
     ktBvhTree::Split split;
-    if (primitives.size() <= maxTrianglesToSplit && sizeSpread >= minSizeSpread)
+    if (sizeSpread >= minSizeSpread && primitives.size() <= maxTrianglesToClip)
         split = [&](std::uint32_t id, int axis, float position, const ktBvhBox& box, ktBvhBox& left, ktBvhBox& right) {
             const std::uint32_t mesh = meshOf(id);
             ktSplitTriangle(cornersOf(meshes[mesh], id - first[mesh]).p, axis, position, box, left, right);
+        };
+    else if (sizeSpread >= minSizeSpread)
+        split = [](std::uint32_t, int axis, float position, const ktBvhBox& box, ktBvhBox& left, ktBvhBox& right) {
+            left = right = box;
+            left.upper[axis] = right.lower[axis] = position;
         };
     ktBvhTree tree;
     const auto grow = [&](float share) { return goOn(0.05f + 0.7f * share); };
@@ -214,13 +227,15 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
     static_assert(ktBvhTree::maxDepth <= Limits::depth, "stacks are large enough");
     if (ktBvhTree::isLeaf(tree.root())) {
         addLeaf(ktBvhTree::leaf(tree.root()));
-        root = Limits::leafFlag | ktHemisphereRef(blocks.size() - 1) << Limits::leafCountShift;
+        root = leafRef(0, blocks.size());
+        link();
         return true;
     }
 
     struct Pending {
         std::uintptr_t node;
-        std::uint32_t index, level;
+        std::size_t index;
+        std::uint32_t level;
     };
     std::vector<Pending> pending{{tree.root(), 0, 1}};
     nodes.emplace_back();
@@ -260,9 +275,7 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
         const float none = std::numeric_limits<float>::quiet_NaN();
         std::fill(&node.lower[0][0], &node.lower[0][0] + 24, none);
         std::fill(&node.upper[0][0], &node.upper[0][0] + 24, none);
-        std::fill(node.child, node.child + 8, 0u);
-        std::fill(node.unused, node.unused + 6, 0u);
-        node.firstBlock = blocks.size();
+        std::fill(node.child, node.child + 8, ktHemisphereRef(0));
         for (std::uint32_t i = 0; i < count; ++i) {
             const ktBvhBox box = widened(child[i].box);
             for (int axis = 0; axis < 3; ++axis) {
@@ -271,20 +284,32 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
             }
             if (ktBvhTree::isLeaf(child[i].node)) {
                 const ktBvhLeaf& leaf = ktBvhTree::leaf(child[i].node);
-                node.child[i] = Limits::childLeafFlag | (blocksOf(leaf) - 1) << Limits::childCountShift |
-                                static_cast<std::uint32_t>(blocks.size() - node.firstBlock);
+                node.child[i] = leafRef(blocks.size(), blocksOf(leaf));
                 addLeaf(leaf);
             } else {
-                if (nodes.size() >= Limits::childLeafFlag)
-                    throw std::length_error("the ray tracing structure has too many nodes");
-                node.child[i] = static_cast<std::uint32_t>(nodes.size());
+                node.child[i] = ktHemisphereRef(nodes.size()) << Limits::addressShift;
+                pending.push_back({child[i].node, nodes.size(), here.level + 1});
                 nodes.emplace_back();
-                pending.push_back({child[i].node, node.child[i], here.level + 1});
             }
         }
         nodes[here.index] = node;
     }
     nodes.shrink_to_fit();
     blocks.shrink_to_fit();
+    link();
     return true;
+}
+
+void ktHemisphereStructure::link() {
+    const auto address = [&](ktHemisphereRef ref) {
+        const std::size_t index = ref >> Limits::addressShift;
+        return (ref & Limits::leafFlag ? reinterpret_cast<std::uintptr_t>(blocks.data() + index)
+                                       : reinterpret_cast<std::uintptr_t>(nodes.data() + index)) |
+               (ref & ~Limits::addressMask);
+    };
+    for (ktHemisphereNode& node : nodes)
+        for (std::uint32_t i = 0; i < Limits::children; ++i)
+            if (node.lower[0][i] <= node.upper[0][i]) // no child: not a number
+                node.child[i] = address(node.child[i]);
+    root = address(root);
 }

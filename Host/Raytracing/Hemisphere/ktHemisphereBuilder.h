@@ -18,7 +18,8 @@ public:
     ///         the structure is then empty
     bool build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& progress);
 
-    ktHemisphereView view() const { return {nodes.data(), blocks.data(), root, blocks.empty()}; }
+    /// Where every ray starts; 0 when there is nothing to meet. Valid until the next build.
+    ktHemisphereRef rootRef() const { return root; }
     /// Index of the mesh that triangle `id` belongs to.
     std::uint32_t meshOf(std::uint32_t id) const;
     /// Number of the first triangle of a mesh.
@@ -33,6 +34,8 @@ public:
 private:
     void clear();
     bool collapse(const class ktBvhTree& tree, const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& goOn);
+    /// Turns the numbers of nodes and blocks into their addresses, once both stay where they are.
+    void link();
     void numberMeshes(const std::vector<ktTracerMesh>& meshes);
 
     static constexpr std::uint32_t bucketShift = 8;

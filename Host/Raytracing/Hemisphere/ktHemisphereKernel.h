@@ -13,7 +13,7 @@ struct ktRayLimits;
 struct ktRayPacket;
 struct ktRayVertex;
 
-/// Work still to do for all tiles: a node or leaf, and which tiles go there.
+/// Work still to do for all tiles of a vertex: a node or leaf, and which tiles go there.
 struct ktHemisphereTileTask {
     ktHemisphereRef ref;
     std::uint64_t tiles;
@@ -28,38 +28,66 @@ struct ktHemisphereRayTask {
     float distance; ///< none of them enters it before
 };
 
-/// Everything about one vertex that is computed once and used all the way down, and the stacks. One per thread: about
-/// 800 KB, nearly all of it stacks that are touched only as deep as a tree is.
-struct alignas(64) ktHemisphereWork {
-    float ray[64][3][16];        ///< world-space directions, [tile][axis][ray]
-    float reciprocal[64][3][16]; ///< one over them, finite
-    // Reciprocal intervals, [axis][tile]; see ktHemisphereVertex.h.
-    float enterAbove[3][64], enterBelow[3][64], leaveAbove[3][64], leaveBelow[3][64];
-    float leaveFirst[3][64], leaveSecond[3][64];
-    float middle[3][64], half[3][64]; ///< [axis][tile]: middle and half extent of its directions
+/// A vertex under way.
+struct alignas(64) ktHemispherePoint {
     float origin[4], normal[4];
+    std::uint64_t liveTiles; ///< tiles that have rays left
+    std::uint32_t number;    ///< in the job
+    std::uint32_t busy;      ///< tiles that the ray phase has something to do for
+};
+
+/// Everything about the vertices under way that is computed once and used all the way down, and the stacks. Each vertex
+/// has a run of slots, one for each of its tiles. One per thread: about 800 KB, nearly all of it stacks that are
+/// touched only as deep as a tree is.
+struct alignas(64) ktHemisphereWork {
+    static constexpr std::uint32_t slots = 64;
+    static constexpr std::uint32_t points = 4; ///< vertices under way, at most
+
+    float ray[slots][3][16];        ///< world-space directions, [slot][axis][ray]
+    float reciprocal[slots][3][16]; ///< one over them, finite
+    // Reciprocal intervals, [axis][slot]; see ktHemisphereVertex.h.
+    float enterAbove[3][slots], enterBelow[3][slots], leaveAbove[3][slots], leaveBelow[3][slots];
+    float leaveFirst[3][slots], leaveSecond[3][slots];
+    float middle[3][slots], half[3][slots]; ///< [axis][slot]: middle and half extent of its directions
+    ktHemispherePoint point[points];
+    std::uint32_t slotShift; ///< a vertex has 1 << slotShift slots: 16, 32 or 64
     float minDistance, maxDistance;
     float lowest;
     std::uint32_t bothSides;
-    std::uint64_t liveTiles;
-    std::uint32_t live[64]; ///< rays of each tile that have met nothing yet
-    std::uint32_t fewTiles; ///< at this many tiles or fewer, a node goes on ray by ray
+    std::uint32_t live[slots]; ///< rays of each tile that have met nothing yet
+    std::uint32_t fewTiles;    ///< at this many tiles or fewer, a node goes on ray by ray
     static constexpr std::uint32_t stackSize = 7 * ktHemisphereLimits::depth + 16;
     static constexpr std::uint32_t mostWaiting = 8;
     ktHemisphereTileTask tileStack[stackSize];
-    ktHemisphereRayTask rayStack[64][stackSize];
-    ktHemisphereRayTask waiting[64][mostWaiting]; ///< [tile]: where its rays start, nearest first
-    std::uint8_t waitingCount[64];
-    std::uint8_t busy[64]; ///< tiles that have something waiting
+
+    // The ray phase: what is left to do for each slot, and the slots that have something left.
+    ktHemisphereRayTask rayStack[slots][stackSize];
+    ktHemisphereRayTask waiting[slots][mostWaiting]; ///< where its rays start, nearest first
+    std::uint32_t stackTop[slots];
+    std::uint8_t waitingCount[slots], waitingNext[slots];
+    std::uint8_t busy[slots];
     std::uint32_t busyCount;
 
-    // Nearest hits only, [tile][ray].
-    alignas(64) float reach[64][16]; ///< distance of the nearest hit so far, else the maximum distance; -1 for padding
-    alignas(64) float tileReach[64]; ///< the largest of a tile
-    std::uint32_t hit[64][16];       ///< number of the triangle
-    alignas(64) float u[64][16];
-    alignas(64) float v[64][16]; ///< weights of its second and third corner
-    std::uint32_t back[64];      ///< bit i: ray i met the back of the surface
+    // Nearest hits only, [slot][ray].
+    alignas(
+        64) float reach[slots][16]; ///< distance of the nearest hit so far, else the maximum distance; -1 for padding
+    alignas(64) float tileReach[slots]; ///< the largest of a tile
+    std::uint32_t hit[slots][16];       ///< number of the triangle
+    alignas(64) float u[slots][16];
+    alignas(64) float v[slots][16]; ///< weights of its second and third corner
+    std::uint32_t back[slots];      ///< bit i: ray i met the back of the surface
+};
+
+/// Vertices that send the same batch of directions.
+struct ktHemisphereJob {
+    const ktHemisphereBatch* batch;
+    const ktRayVertex* const* vertices;
+    std::uint32_t count;
+    const ktRayLimits* limits;
+    /// Called for each vertex when all its rays are done, in ascending order: the answers stand in the slots from
+    /// `firstSlot` on. Must not trace.
+    void (*finished)(void* receiver, std::uint32_t vertex, const ktHemisphereWork& work, std::uint32_t firstSlot);
+    void* receiver;
 };
 
 /// A ray of its own.
@@ -81,16 +109,14 @@ struct ktHemisphereKernel {
 
     const char* name; ///< for messages and benchmarks
     std::uint32_t lanes;
-    /// Which rays of a batch meet nothing within the limits; the answer is in work.live.
-    void (*occlusion)(const ktHemisphereView&, const ktHemisphereBatch&, const ktRayVertex&, const ktRayLimits&,
-                      ktHemisphereWork&);
-    /// The nearest hit of every ray of a batch; the answer is in work.hit, reach, u, v and back.
-    void (*nearest)(const ktHemisphereView&, const ktHemisphereBatch&, const ktRayVertex&, const ktRayLimits&,
-                    ktHemisphereWork&);
+    /// Which rays meet nothing within the limits; the answers are in work.live.
+    void (*occlusion)(ktHemisphereRef root, const ktHemisphereJob&, ktHemisphereWork&);
+    /// The nearest hit of every ray; the answers are in work.hit, reach, u, v and back.
+    void (*nearest)(ktHemisphereRef root, const ktHemisphereJob&, ktHemisphereWork&);
     /// Whether one ray meets something.
-    bool (*rayOccluded)(const ktHemisphereView&, const ktHemisphereRay&, bool bothSides);
+    bool (*rayOccluded)(ktHemisphereRef, const ktHemisphereRay&, bool bothSides);
     /// What one ray meets first.
-    ktHemisphereHit (*rayNearest)(const ktHemisphereView&, const ktHemisphereRay&, bool bothSides);
+    ktHemisphereHit (*rayNearest)(ktHemisphereRef, const ktHemisphereRay&, bool bothSides);
 };
 
 extern const ktHemisphereKernel ktHemisphereKernelBase;

@@ -7,25 +7,40 @@
 #include "ktHemisphereOneRay.h"
 #include "ktHemisphereTilePhase.h"
 
+#include <algorithm>
+
 namespace KT_LANES {
 namespace {
 
 template <bool reaches>
-void trace(const ktHemisphereView& view, const ktHemisphereBatch& batch, const ktRayVertex& vertex,
-           const ktRayLimits& limits, ktHemisphereWork& work) {
-    prepareVertex<reaches>(batch, vertex, limits, work);
-    if (!view.empty)
-        tilePhase<reaches>(view, work);
+void trace(ktHemisphereRef root, const ktHemisphereJob& job, ktHemisphereWork& work) {
+    prepareJob(job, work);
+    const std::uint32_t places = std::min(ktHemisphereWork::slots >> work.slotShift, ktHemisphereWork::points);
+    const auto finish = [&](std::uint32_t place) {
+        if (work.point[place].busy)
+            rayPhase<reaches>(work, &work.point[place]);
+        job.finished(job.receiver, work.point[place].number, work, place << work.slotShift);
+    };
+    for (std::uint32_t v = 0; v < job.count; ++v) {
+        const std::uint32_t place = v % places;
+        if (v >= places)
+            finish(place);
+        prepareVertex<reaches>(*job.batch, *job.vertices[v], v, place, work);
+        if (root)
+            tilePhase<reaches>(root, work, place);
+    }
+    for (std::uint32_t v = job.count - std::min(job.count, places); v < job.count; ++v)
+        finish(v % places);
 }
 
-bool rayOccluded(const ktHemisphereView& view, const ktHemisphereRay& ray, bool bothSides) {
+bool rayOccluded(ktHemisphereRef root, const ktHemisphereRay& ray, bool bothSides) {
     ktHemisphereHit none;
-    return traceOne<false>(view, ray, bothSides, none);
+    return traceOne<false>(root, ray, bothSides, none);
 }
 
-ktHemisphereHit rayNearest(const ktHemisphereView& view, const ktHemisphereRay& ray, bool bothSides) {
+ktHemisphereHit rayNearest(ktHemisphereRef root, const ktHemisphereRay& ray, bool bothSides) {
     ktHemisphereHit hit{ktHemisphereKernel::noTriangle, 0, 0, 0, false};
-    traceOne<true>(view, ray, bothSides, hit);
+    traceOne<true>(root, ray, bothSides, hit);
     return hit;
 }
 

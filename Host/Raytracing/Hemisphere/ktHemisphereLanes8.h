@@ -38,6 +38,8 @@ struct Float<8> {
     KT_INLINE Float() = default;
     KT_INLINE Float(__m256 x) : v(x) {}
     KT_INLINE Float(float all) : v(_mm256_set1_ps(all)) {}
+    KT_INLINE Float(Float<4> low, Float<4> high)
+        : v(_mm256_insertf128_ps(_mm256_castps128_ps256(low.v), high.v, 1)) {}
     static KT_INLINE Float load(const float* p) { return _mm256_load_ps(p); }
     KT_INLINE void store(float* p) const { _mm256_store_ps(p, v); }
     friend KT_INLINE Float operator+(Float a, Float b) { return _mm256_add_ps(a.v, b.v); }
@@ -74,6 +76,9 @@ struct Float<8> {
     }
     friend KT_INLINE Float flipSign(Float a, Float sign) {
         return _mm256_xor_ps(a.v, sign.v);
+    }
+    friend KT_INLINE Float absolute(Float a) {
+        return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), a.v);
     }
     friend KT_INLINE Float withBits(Float a, Mask<8> m, std::uint32_t bits) {
         const __m256 b = _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(bits)));

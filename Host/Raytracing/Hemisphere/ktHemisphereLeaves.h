@@ -12,11 +12,12 @@
 
 namespace KT_LANES {
 
-/// A block of four triangles seen from the vertex. Signs are such that a hit ray has only positive products.
-struct alignas(64) SeenBlock {
-    float inner[3][3][4]; ///< [edge][axis][triangle]: normals of the planes through the vertex and each edge
-    float normal[3][4];   ///< of the triangles
-    float height[4];      ///< of the vertex over the triangles' planes, times the length of `normal`
+/// One block of four triangles, or two, seen from the vertex. Signs are such that a hit ray has only positive products.
+template <int N>
+struct alignas(64) SeenTriangles {
+    float inner[3][3][N]; ///< [edge][axis][triangle]: normals of the planes through the vertex and each edge
+    float normal[3][N];   ///< of the triangles
+    float height[N];      ///< of the vertex over the triangles' planes, times the length of `normal`
     std::uint32_t usable; ///< bit i: triangle i can be hit at all
     std::uint32_t front;  ///< bit i: the vertex is on its front side
 };
@@ -47,32 +48,47 @@ template <int N>
 KT_INLINE Vector<N> loadVector(const float p[3][N]) {
     return {Float<N>::load(p[0]), Float<N>::load(p[1]), Float<N>::load(p[2])};
 }
-KT_INLINE void storeFlipped(Vector<4> v, Float4 sign, float p[3][4]) {
+template <int N>
+KT_INLINE void storeFlipped(Vector<N> v, Float<N> sign, float p[3][N]) {
     flipSign(v.x, sign).store(p[0]);
     flipSign(v.y, sign).store(p[1]);
     flipSign(v.z, sign).store(p[2]);
 }
 
-KT_INLINE void seeBlock(const ktHemisphereBlock& block, const float* origin, const float* planeNormal, bool bothSides,
-                        SeenBlock& seen) {
-    const Vector<4> o{origin[0], origin[1], origin[2]};
-    const Vector<4> cornerA = loadVector<4>(block.corner[0]), cornerB = loadVector<4>(block.corner[1]),
-                    cornerC = loadVector<4>(block.corner[2]);
-    const Vector<4> a = cornerA - o, b = cornerB - o, c = cornerC - o;
-    const Vector<4> fromB = cornerA - cornerB, toB = cornerB - cornerC, fromA = cornerC - cornerA;
+KT_INLINE Float4 loadTriangles(const ktHemisphereBlock* block, int corner, int axis, Float4*) {
+    return Float4::load(block->corner[corner][axis]);
+}
+KT_INLINE Float8 loadTriangles(const ktHemisphereBlock* block, int corner, int axis, Float8*) {
+    return {Float4::load(block[0].corner[corner][axis]), Float4::load(block[1].corner[corner][axis])};
+}
+template <int N>
+KT_INLINE Vector<N> loadCorners(const ktHemisphereBlock* block, int corner) {
+    Float<N>* const width = nullptr;
+    return {loadTriangles(block, corner, 0, width), loadTriangles(block, corner, 1, width),
+            loadTriangles(block, corner, 2, width)};
+}
+
+template <int N>
+KT_INLINE void seeTriangles(const ktHemisphereBlock* block, const float* origin, const float* planeNormal,
+                            bool bothSides, SeenTriangles<N>& seen) {
+    const Vector<N> o{origin[0], origin[1], origin[2]};
+    const Vector<N> cornerA = loadCorners<N>(block, 0), cornerB = loadCorners<N>(block, 1),
+                    cornerC = loadCorners<N>(block, 2);
+    const Vector<N> a = cornerA - o, b = cornerB - o, c = cornerC - o;
+    const Vector<N> fromB = cornerA - cornerB, toB = cornerB - cornerC, fromA = cornerC - cornerA;
     // In the order in which Embree does it, to the last bit: whether a vertex in the plane of a wall is before or
     // behind the wall is decided by rounding, and both tracers shall decide alike.
-    const Vector<4> normal = cross(fromA, fromB);
-    const Float4 height = dot(normal, a);
-    const Float4 sign = signOf(height);
-    const Float4 zero = 0.0f;
-    const Float4 distance = flipSign(height, sign);
-    const Mask<4> front = height < zero;
-    Mask<4> usable = zero < distance;
+    const Vector<N> normal = cross(fromA, fromB);
+    const Float<N> height = dot(normal, a);
+    const Float<N> sign = signOf(height);
+    const Float<N> zero = 0.0f;
+    const Float<N> distance = flipSign(height, sign);
+    const Mask<N> front = height < zero;
+    Mask<N> usable = zero < distance;
     if (!bothSides)
         usable = usable & front;
     if (planeNormal) {
-        const Vector<4> n{planeNormal[0], planeNormal[1], planeNormal[2]};
+        const Vector<N> n{planeNormal[0], planeNormal[1], planeNormal[2]};
         usable = usable & (zero < larger(dot(a, n), larger(dot(b, n), dot(c, n))));
     }
     seen.usable = usable.bits();
@@ -89,10 +105,11 @@ KT_INLINE void seeBlock(const ktHemisphereBlock& block, const float* origin, con
     seen.front = front.bits();
 }
 
-/// Which of 16 rays hit triangle `i` of a block between the distances.
-KT_INLINE std::uint32_t raysThroughTriangle(const SeenBlock& seen, std::uint32_t i, Vector<16> d, Float16 minDistance,
-                                            Float16 maxDistance) {
-    const auto along = [&](const float n[3][4]) {
+/// Which of 16 rays hit triangle `i` between the distances.
+template <int N>
+KT_INLINE std::uint32_t raysThroughTriangle(const SeenTriangles<N>& seen, std::uint32_t i, Vector<16> d,
+                                            Float16 minDistance, Float16 maxDistance) {
+    const auto along = [&](const float n[3][N]) {
         return mulAdd(d.x, Float16(n[0][i]), mulAdd(d.y, Float16(n[1][i]), d.z * Float16(n[2][i])));
     };
     const Float16 zero = 0.0f;
@@ -103,35 +120,55 @@ KT_INLINE std::uint32_t raysThroughTriangle(const SeenBlock& seen, std::uint32_t
         .bits();
 }
 
-/// Which of a block's four triangles may be hit by some ray of a tile.
-KT_INLINE std::uint32_t trianglesInTile(const SeenBlock& seen, const ktHemisphereWork& work, std::uint32_t tile) {
-    Mask<4> may;
+/// Which triangles may be hit by some ray of a tile.
+template <int N>
+KT_INLINE std::uint32_t trianglesInTile(const SeenTriangles<N>& seen, const ktHemisphereWork& work,
+                                        std::uint32_t slot) {
+    Mask<N> may;
     for (int edge = 0; edge < 3; ++edge) {
-        Float4 most = 0.0f;
+        Float<N> most = 0.0f;
         for (int axis = 0; axis < 3; ++axis) {
-            const Float4 n = Float4::load(seen.inner[edge][axis]);
-            most = mulAdd(n, work.middle[axis][tile], mulAdd(absolute(n), work.half[axis][tile], most));
+            const Float<N> n = Float<N>::load(seen.inner[edge][axis]);
+            most = mulAdd(n, work.middle[axis][slot], mulAdd(absolute(n), work.half[axis][slot], most));
         }
-        const Mask<4> inside = Float4(0.0f) <= most;
+        const Mask<N> inside = Float<N>(0.0f) <= most;
         may = edge ? may & inside : inside;
     }
     return may.bits() & seen.usable;
 }
 
-/// Which of a block's four triangles one ray hits between the distances. The same operations in the same order as for
-/// 16 rays.
-KT_INLINE std::uint32_t trianglesOnRay(const SeenBlock& seen, const float* d, Float4 minDistance, Float4 maxDistance) {
-    const auto along = [&](const float n[3][4]) {
-        return mulAdd(Float4(d[0]), Float4::load(n[0]),
-                      mulAdd(Float4(d[1]), Float4::load(n[1]), Float4(d[2]) * Float4::load(n[2])));
+/// Which triangles one ray hits between the distances. The same operations in the same order as for 16 rays.
+template <int N>
+KT_INLINE std::uint32_t trianglesOnRay(const SeenTriangles<N>& seen, const float* d, Float<N> minDistance,
+                                       Float<N> maxDistance) {
+    const auto along = [&](const float n[3][N]) {
+        return mulAdd(Float<N>(d[0]), Float<N>::load(n[0]),
+                      mulAdd(Float<N>(d[1]), Float<N>::load(n[1]), Float<N>(d[2]) * Float<N>::load(n[2])));
     };
-    const Float4 zero = 0.0f;
-    const Float4 height = Float4::load(seen.height);
-    const Float4 toward = along(seen.normal);
+    const Float<N> zero = 0.0f;
+    const Float<N> height = Float<N>::load(seen.height);
+    const Float<N> toward = along(seen.normal);
     return ((zero <= along(seen.inner[0])) & (zero <= along(seen.inner[1])) & (zero <= along(seen.inner[2])) &
             (toward * minDistance < height) & (height <= toward * maxDistance))
                .bits() &
            seen.usable;
+}
+
+/// Calls `body` for the leaf's triangles as seen from a vertex: with a block's four, or with eight of two blocks.
+/// `body(block, seen)` returns whether to go on.
+template <class Body>
+KT_INLINE bool eachSeen(ktHemisphereRef leaf, const float* origin, const float* planeNormal, bool bothSides,
+                        const Body& body) {
+    const ktHemisphereBlock* const block = firstBlock(leaf);
+    static_assert(ktHemisphereLimits::leafBlocks == 2, "one block or two");
+    if (blockCount(leaf) == 1) {
+        SeenTriangles<4> seen;
+        seeTriangles(block, origin, planeNormal, bothSides, seen);
+        return !seen.usable || body(block, seen);
+    }
+    SeenTriangles<8> seen;
+    seeTriangles(block, origin, planeNormal, bothSides, seen);
+    return !seen.usable || body(block, seen);
 }
 
 } // namespace KT_LANES

@@ -11,91 +11,86 @@ namespace KT_LANES {
 // At this many rays or fewer, rays are tested one by one.
 constexpr int kFewRays = 5;
 
-KT_INLINE void endRays(ktHemisphereWork& work, std::uint32_t tile, std::uint32_t rays) {
-    work.live[tile] &= ~rays;
-    work.liveTiles &= ~(std::uint64_t(!work.live[tile]) << tile);
+KT_INLINE void endRays(ktHemisphereWork& work, ktHemispherePoint& point, std::uint32_t slot, std::uint32_t rays) {
+    work.live[slot] &= ~rays;
+    point.liveTiles &= ~(std::uint64_t(!work.live[slot]) << (slot & ((1u << work.slotShift) - 1)));
 }
 
 /// Some rays of a tile against the triangles of a leaf.
 template <bool nearest>
-KT_INLINE void leafRays(const ktHemisphereView& view, ktHemisphereWork& work, std::uint32_t tile, std::uint32_t rays,
+KT_INLINE void leafRays(ktHemisphereWork& work, ktHemispherePoint& point, std::uint32_t slot, std::uint32_t rays,
                         ktHemisphereRef ref) {
-    const float* planeNormal = work.lowest > 0 ? work.normal : nullptr;
+    const float* planeNormal = work.lowest > 0 ? point.normal : nullptr;
     std::uint32_t hit = 0;
-    const ktHemisphereBlock* block = firstBlock(view, ref);
-    const ktHemisphereBlock* const end = block + blockCount(ref);
-    for (; block != end; ++block) {
-        SeenBlock seen;
-        seeBlock(*block, work.origin, planeNormal, work.bothSides, seen);
-        if (!seen.usable)
-            continue;
+    const auto test = [&](const ktHemisphereBlock* block, const auto& seen) {
+        constexpr int count = sizeof(seen.height) / sizeof(float);
         if (__builtin_popcount(rays) <= kFewRays) {
             for (std::uint32_t left = rays; left; left &= left - 1) {
                 const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
                 if (nearest) {
-                    keepNearestOfRay(work, tile, lane, *block, seen);
+                    keepNearestOfRay(work, slot, lane, block, seen);
                 } else {
-                    const float d[3] = {work.ray[tile][0][lane], work.ray[tile][1][lane], work.ray[tile][2][lane]};
-                    const bool met = trianglesOnRay(seen, d, work.minDistance, work.maxDistance);
+                    const float d[3] = {work.ray[slot][0][lane], work.ray[slot][1][lane], work.ray[slot][2][lane]};
+                    const bool met = trianglesOnRay<count>(seen, d, work.minDistance, work.maxDistance);
                     hit |= static_cast<std::uint32_t>(met) << lane;
                 }
             }
         } else {
-            const Vector<16> d = loadVector<16>(work.ray[tile]);
-            for (std::uint32_t left = trianglesInTile(seen, work, tile); left; left &= left - 1) {
+            const Vector<16> d = loadVector<16>(work.ray[slot]);
+            for (std::uint32_t left = trianglesInTile(seen, work, slot); left; left &= left - 1) {
                 const std::uint32_t i = static_cast<std::uint32_t>(__builtin_ctz(left));
                 if (nearest)
-                    keepNearest(work, tile, *block, seen, i);
+                    keepNearest(work, slot, block, seen, i);
                 else
                     hit |= raysThroughTriangle(seen, i, d, work.minDistance, work.maxDistance);
             }
         }
-    }
+        return true;
+    };
+    eachSeen(ref, point.origin, planeNormal, work.bothSides, test);
     if (!nearest)
-        endRays(work, tile, hit & rays);
+        endRays(work, point, slot, hit & rays);
 }
 
-/// Works down the tasks of all waiting tiles, one step of each in turn: while one waits for memory, the others go on.
+/// Works down the tasks of all slots, one step of each in turn: while one waits for memory, the others go on.
+/// Returns when nothing is left, or nothing for `until`.
 template <bool nearest>
-inline void rayPhase(const ktHemisphereView& view, ktHemisphereWork& work) {
-    std::uint32_t count = work.busyCount;
-    std::uint32_t tops[64], next[64];
-    for (std::uint32_t i = 0; i < count; ++i)
-        tops[i] = next[i] = 0;
-    for (std::uint32_t turn = 0; count; turn = turn + 1 < count ? turn + 1 : 0) {
-        const std::uint32_t tile = work.busy[turn];
-        ktHemisphereRayTask* const stack = work.rayStack[tile];
-        std::uint32_t top = tops[turn];
+inline void rayPhase(ktHemisphereWork& work, const ktHemispherePoint* until = nullptr) {
+    for (std::uint32_t turn = 0; work.busyCount; turn = turn + 1 < work.busyCount ? turn + 1 : 0) {
+        const std::uint32_t slot = work.busy[turn];
+        ktHemispherePoint& point = work.point[slot >> work.slotShift];
+        ktHemisphereRayTask* const stack = work.rayStack[slot];
+        std::uint32_t top = work.stackTop[slot];
         ktHemisphereRayTask task;
         if (top) {
             task = stack[--top];
-            tops[turn] = top;
-        } else if (next[turn] < work.waitingCount[tile]) {
-            task = work.waiting[tile][next[turn]++];
+            work.stackTop[slot] = top;
+        } else if (work.waitingNext[slot] < work.waitingCount[slot]) {
+            task = work.waiting[slot][work.waitingNext[slot]++];
         } else {
-            work.waitingCount[tile] = 0;
-            --count;
-            work.busy[turn] = work.busy[count];
-            tops[turn] = tops[count];
-            next[turn] = next[count];
+            work.waitingCount[slot] = work.waitingNext[slot] = 0;
+            work.busy[turn] = work.busy[--work.busyCount];
+            --point.busy;
+            if (&point == until && !point.busy)
+                return;
             continue;
         }
         const ktHemisphereRef ref = task.ref;
         std::uint32_t rays = task.rays;
         if (nearest)
-            rays &= (Float16(task.distance) <= Float16::load(work.reach[tile])).bits();
+            rays &= (Float16(task.distance) <= Float16::load(work.reach[slot])).bits();
         else
-            rays &= work.live[tile];
+            rays &= work.live[slot];
         if (!rays)
             continue;
         if (ref & ktHemisphereLimits::leafFlag) {
-            leafRays<nearest>(view, work, tile, rays, ref);
+            leafRays<nearest>(work, point, slot, rays, ref);
             continue;
         }
-        const ktHemisphereNode& node = view.nodes[ref];
+        const ktHemisphereNode& node = nodeAt(ref);
         Float8 lower[3], upper[3];
         for (int axis = 0; axis < 3; ++axis) {
-            const Float8 o = work.origin[axis];
+            const Float8 o = point.origin[axis];
             lower[axis] = Float8::load(node.lower[axis]) - o;
             upper[axis] = Float8::load(node.upper[axis]) - o;
         }
@@ -106,10 +101,10 @@ inline void rayPhase(const ktHemisphereView& view, ktHemisphereWork& work) {
             Float8 bits = 0.0f;
             for (std::uint32_t left = rays; left; left &= left - 1) {
                 const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
-                Float8 leave = nearest ? work.reach[tile][lane] : work.maxDistance;
+                Float8 leave = nearest ? work.reach[slot][lane] : work.maxDistance;
                 enter = work.minDistance;
                 for (int axis = 0; axis < 3; ++axis) {
-                    const Float8 r = work.reciprocal[tile][axis][lane];
+                    const Float8 r = work.reciprocal[slot][axis][lane];
                     const Float8 a = lower[axis] * r, b = upper[axis] * r;
                     enter = larger(enter, smaller(a, b));
                     leave = smaller(leave, larger(a, b));
@@ -123,18 +118,18 @@ inline void rayPhase(const ktHemisphereView& view, ktHemisphereWork& work) {
             bits.store(reinterpret_cast<float*>(mask));
         } else {
             alignas(32) float box[6][8];
-            Float8 leave = nearest ? work.tileReach[tile] : work.maxDistance;
+            Float8 leave = nearest ? work.tileReach[slot] : work.maxDistance;
             for (int axis = 0; axis < 3; ++axis) {
                 lower[axis].store(box[axis]);
                 upper[axis].store(box[axis + 3]);
-                enter = larger(enter, larger(lower[axis] * Float8(work.enterAbove[axis][tile]),
-                                             upper[axis] * Float8(work.enterBelow[axis][tile])));
-                leave = smaller(leave, larger(upper[axis] * Float8(work.leaveFirst[axis][tile]),
-                                              lower[axis] * Float8(work.leaveSecond[axis][tile])));
+                enter = larger(enter, larger(lower[axis] * Float8(work.enterAbove[axis][slot]),
+                                             upper[axis] * Float8(work.enterBelow[axis][slot])));
+                leave = smaller(leave, larger(upper[axis] * Float8(work.leaveFirst[axis][slot]),
+                                              lower[axis] * Float8(work.leaveSecond[axis][slot])));
             }
             for (std::uint32_t left = (enter <= leave * Float8(kExitMargin)).bits(); left; left &= left - 1) {
                 const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));
-                mask[child] = rays & raysThroughBox<nearest>(work, tile, &box[0][child], &box[3][child], 8);
+                mask[child] = rays & raysThroughBox<nearest>(work, slot, &box[0][child], &box[3][child], 8);
                 hit |= static_cast<std::uint32_t>(mask[child] != 0) << child;
             }
         }
@@ -145,13 +140,12 @@ inline void rayPhase(const ktHemisphereView& view, ktHemisphereWork& work) {
         const std::uint32_t more = static_cast<std::uint32_t>(__builtin_popcount(hit));
         for (std::uint32_t left = hit; left; left &= left - 1) {
             const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));
-            const ktHemisphereRef below = refOf(node, child);
-            prefetch(view, below);
+            const ktHemisphereRef below = node.child[child];
+            prefetch(below);
             stack[top + more - 1 - rankOf(key, hit, child)] = {below, mask[child], key[child]};
         }
-        tops[turn] = top + more;
+        work.stackTop[slot] = top + more;
     }
-    work.busyCount = 0;
 }
 
 } // namespace KT_LANES

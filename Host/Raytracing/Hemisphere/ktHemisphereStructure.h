@@ -6,7 +6,8 @@
 // What rays are traced against: a tree with eight children a node, whose leaves are runs of blocks of four triangles.
 // Plain data, shared by the kernels of all instruction sets: nothing here may be an inline function.
 
-/// Points to a node or to a leaf: node index, or leafFlag, number of blocks less 1 in bits 48 up, first block below.
+/// Points to a node or to a leaf: its address (of a leaf: of its first block), which is a multiple of 32, and below
+/// that leafFlag and the number of a leaf's blocks less 1.
 using ktHemisphereRef = std::uint64_t;
 
 struct ktHemisphereLimits {
@@ -16,12 +17,10 @@ struct ktHemisphereLimits {
     static constexpr std::uint32_t depth = 96;     ///< of the tree, at most
     static constexpr std::uint32_t tiles = 64;     ///< of 16 rays, traced together
     static constexpr std::uint32_t tileRays = 16;
-    static constexpr ktHemisphereRef leafFlag = ktHemisphereRef(1) << 63;
-    static constexpr std::uint32_t leafCountShift = 48;
-    static constexpr ktHemisphereRef leafBlockMask = (ktHemisphereRef(1) << leafCountShift) - 1;
-    static constexpr std::uint32_t childLeafFlag = 1u << 31; ///< in ktHemisphereNode::child
-    static constexpr std::uint32_t childCountShift = 16;
-    static constexpr std::uint32_t childBlockMask = 0xFFFFu;
+    static constexpr ktHemisphereRef leafFlag = 1;
+    static constexpr std::uint32_t leafCountShift = 1;
+    static constexpr std::uint32_t addressShift = 5;
+    static constexpr ktHemisphereRef addressMask = ~((ktHemisphereRef(1) << addressShift) - 1);
 };
 
 /// Eight children's boxes, axis by axis, world space, widened by a few units in the last place. Lanes without a child
@@ -29,11 +28,7 @@ struct ktHemisphereLimits {
 struct alignas(64) ktHemisphereNode {
     float lower[3][8];
     float upper[3][8];
-    /// Index of a node, or childLeafFlag, number of blocks less 1 in bits 16 up, and the first block counted from
-    /// firstBlock: the leaves of one node lie side by side.
-    std::uint32_t child[8];
-    std::uint32_t unused[6];
-    std::uint64_t firstBlock;
+    ktHemisphereRef child[8]; ///< 0 for lanes without a child
 };
 static_assert(sizeof(ktHemisphereNode) == 256, "four cache lines");
 
@@ -44,11 +39,3 @@ struct alignas(32) ktHemisphereBlock {
     std::uint32_t id[4];
 };
 static_assert(sizeof(ktHemisphereBlock) == 160, "forty bytes a triangle");
-
-/// The structure as the kernels see it.
-struct ktHemisphereView {
-    const ktHemisphereNode* nodes;
-    const ktHemisphereBlock* blocks;
-    ktHemisphereRef root; ///< meaningful when there is anything at all
-    bool empty;
-};

@@ -18,11 +18,12 @@ struct alignas(32) TileBoxes {
     std::uint32_t left;     ///< bit i: child i cannot be left out for all tiles
 };
 
-KT_INLINE void seeChildren(const ktHemisphereNode& node, const ktHemisphereWork& work, TileBoxes& boxes) {
+KT_INLINE void seeChildren(const ktHemisphereNode& node, const ktHemisphereWork& work, const ktHemispherePoint& point,
+                           TileBoxes& boxes) {
     const Float8 zero = 0.0f, huge = kHuge, minusHuge = -kHuge;
     Float8 nearSquared = zero, farSquared = zero, elevation = zero, size = zero;
     for (int axis = 0; axis < 3; ++axis) {
-        const Float8 o = work.origin[axis], n = work.normal[axis];
+        const Float8 o = point.origin[axis], n = point.normal[axis];
         const Float8 lower = Float8::load(node.lower[axis]) - o, upper = Float8::load(node.upper[axis]) - o;
         const Mask<8> below = upper <= zero, above = zero <= lower;
         boxes.below[axis] = below.bits();
@@ -52,14 +53,14 @@ KT_INLINE void seeChildren(const ktHemisphereNode& node, const ktHemisphereWork&
 /// Which of 16 tiles may have a ray through the child's box.
 template <bool nearest>
 KT_INLINE std::uint32_t tilesThroughBox(const ktHemisphereWork& work, const TileBoxes& boxes, std::uint32_t child,
-                                        std::uint32_t firstTile) {
+                                        std::uint32_t firstSlot) {
     Float16 enter = work.minDistance;
-    Float16 leave = nearest ? Float16::load(&work.tileReach[firstTile]) : Float16(work.maxDistance);
+    Float16 leave = nearest ? Float16::load(&work.tileReach[firstSlot]) : Float16(work.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {
         const float* over = (boxes.below[axis] >> child & 1 ? work.enterBelow : work.enterAbove)[axis];
-        enter = larger(enter, Float16(boxes.nearest[axis][child]) * Float16::load(over + firstTile));
-        leave = smaller(leave, Float16(boxes.upper[axis][child]) * Float16::load(&work.leaveAbove[axis][firstTile]));
-        leave = smaller(leave, Float16(boxes.lower[axis][child]) * Float16::load(&work.leaveBelow[axis][firstTile]));
+        enter = larger(enter, Float16(boxes.nearest[axis][child]) * Float16::load(over + firstSlot));
+        leave = smaller(leave, Float16(boxes.upper[axis][child]) * Float16::load(&work.leaveAbove[axis][firstSlot]));
+        leave = smaller(leave, Float16(boxes.lower[axis][child]) * Float16::load(&work.leaveBelow[axis][firstSlot]));
     }
     return (enter <= leave * Float16(kExitMargin)).bits();
 }
@@ -71,66 +72,69 @@ constexpr std::uint64_t kTriangleLists[16] = {
 
 /// Several tiles against the triangles of a leaf.
 template <bool nearest>
-inline void leafTiles(const ktHemisphereView& view, ktHemisphereWork& work, std::uint64_t tiles, ktHemisphereRef ref) {
-    const float* planeNormal = work.lowest > 0 ? work.normal : nullptr;
-    const ktHemisphereBlock* block = firstBlock(view, ref);
-    const ktHemisphereBlock* const end = block + blockCount(ref);
-    for (; block != end; ++block) {
-        SeenBlock seen;
-        seeBlock(*block, work.origin, planeNormal, work.bothSides, seen);
-        if (!seen.usable)
-            continue;
+inline void leafTiles(ktHemisphereWork& work, ktHemispherePoint& point, std::uint32_t firstSlot, std::uint64_t tiles,
+                      ktHemisphereRef ref) {
+    const float* planeNormal = work.lowest > 0 ? point.normal : nullptr;
+    const auto test = [&](const ktHemisphereBlock* block, const auto& seen) {
+        constexpr std::uint32_t count = sizeof(seen.height) / sizeof(float);
         // First all pairs of tile and triangle that may meet, then the tests: fewer branches than loops in a loop.
-        std::uint16_t pair[256 + 4];
-        std::uint32_t count = 0;
+        std::uint16_t pair[64 * count + 4];
+        std::uint32_t pairs = 0;
         for (std::uint64_t left = tiles; left; left &= left - 1) {
             const std::uint32_t tile = static_cast<std::uint32_t>(__builtin_ctzll(left));
-            const std::uint32_t may = trianglesInTile(seen, work, tile);
-            const std::uint64_t pairs = kTriangleLists[may] + tile * 0x0004000400040004ull;
-            std::memcpy(pair + count, &pairs, sizeof pairs);
-            count += static_cast<std::uint32_t>(__builtin_popcount(may));
+            const std::uint32_t may = trianglesInTile(seen, work, firstSlot + tile);
+            for (std::uint32_t from = 0; from < count; from += 4) {
+                const std::uint32_t four = may >> from & 15;
+                const std::uint64_t list = kTriangleLists[four] + (tile * count + from) * 0x0001000100010001ull;
+                std::memcpy(pair + pairs, &list, sizeof list);
+                pairs += static_cast<std::uint32_t>(__builtin_popcount(four));
+            }
         }
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const std::uint32_t tile = pair[i] >> 2;
+        for (std::uint32_t i = 0; i < pairs; ++i) {
+            const std::uint32_t slot = firstSlot + pair[i] / count, triangle = pair[i] % count;
             if (nearest)
-                keepNearest(work, tile, *block, seen, pair[i] & 3);
+                keepNearest(work, slot, block, seen, triangle);
             else
-                work.live[tile] &= ~raysThroughTriangle(seen, pair[i] & 3, loadVector<16>(work.ray[tile]),
+                work.live[slot] &= ~raysThroughTriangle(seen, triangle, loadVector<16>(work.ray[slot]),
                                                         work.minDistance, work.maxDistance);
         }
-    }
+        return true;
+    };
+    eachSeen(ref, point.origin, planeNormal, work.bothSides, test);
     if (nearest)
         return;
     for (std::uint64_t left = tiles; left; left &= left - 1) {
         const std::uint32_t tile = static_cast<std::uint32_t>(__builtin_ctzll(left));
-        work.liveTiles &= ~(std::uint64_t(!work.live[tile]) << tile);
+        point.liveTiles &= ~(std::uint64_t(!work.live[firstSlot + tile]) << tile);
     }
 }
 
-// Tiles that wait before the ray phase starts: enough to hide memory's latency.
+// Slots that are busy before the ray phase starts: enough to hide memory's latency.
 constexpr std::uint32_t kEnoughBusy = 16;
 constexpr std::uint32_t kFewLeafTiles = 2;
 
 /// Which tiles still have a ray that reaches as far as `distance`.
-KT_INLINE std::uint64_t tilesBeyond(const ktHemisphereWork& work, float distance) {
+KT_INLINE std::uint64_t tilesBeyond(const ktHemisphereWork& work, std::uint32_t firstSlot, float distance) {
     std::uint64_t tiles = 0;
-    for (std::uint32_t first = 0; first < 64; first += 16)
-        tiles |= std::uint64_t((Float16(distance) <= Float16::load(&work.tileReach[first])).bits()) << first;
+    for (std::uint32_t first = 0; first >> work.slotShift == 0; first += 16)
+        tiles |= std::uint64_t((Float16(distance) <= Float16::load(&work.tileReach[firstSlot + first])).bits())
+                 << first;
     return tiles;
 }
 
 template <bool nearest>
-inline void tilePhase(const ktHemisphereView& view, ktHemisphereWork& work) {
+inline void tilePhase(ktHemisphereRef root, ktHemisphereWork& work, std::uint32_t place) {
+    ktHemispherePoint& point = work.point[place];
+    const std::uint32_t firstSlot = place << work.slotShift;
     ktHemisphereTileTask* const stack = work.tileStack;
     std::uint32_t top = 1;
-    stack[0] = {view.root, work.liveTiles, nullptr, 0.0f};
-    work.busyCount = 0;
+    stack[0] = {root, point.liveTiles, nullptr, 0.0f};
     while (top) {
         --top;
         const ktHemisphereRef ref = stack[top].ref;
-        std::uint64_t tiles = stack[top].tiles & work.liveTiles;
+        std::uint64_t tiles = stack[top].tiles & point.liveTiles;
         if (nearest && stack[top].distance > 0)
-            tiles &= tilesBeyond(work, stack[top].distance);
+            tiles &= tilesBeyond(work, firstSlot, stack[top].distance);
         if (!tiles)
             continue;
         const bool leaf = ref & ktHemisphereLimits::leafFlag;
@@ -138,32 +142,33 @@ inline void tilePhase(const ktHemisphereView& view, ktHemisphereWork& work) {
             float lower[3], upper[3];
             const float* box = stack[top].box;
             for (int axis = 0; axis < 3; ++axis) {
-                lower[axis] = box ? box[8 * axis] - work.origin[axis] : -kHuge;
-                upper[axis] = box ? box[24 + 8 * axis] - work.origin[axis] : kHuge;
+                lower[axis] = box ? box[8 * axis] - point.origin[axis] : -kHuge;
+                upper[axis] = box ? box[24 + 8 * axis] - point.origin[axis] : kHuge;
             }
             bool full = false;
             for (std::uint64_t left = tiles; left; left &= left - 1) {
-                const std::uint32_t tile = static_cast<std::uint32_t>(__builtin_ctzll(left));
-                const std::uint32_t rays = work.live[tile] & raysThroughBox<nearest>(work, tile, lower, upper, 1);
-                const std::uint32_t place = work.waitingCount[tile];
-                work.waiting[tile][place] = {ref, rays, 0.0f};
-                work.busy[work.busyCount] = static_cast<std::uint8_t>(tile);
-                work.busyCount += (rays != 0) & (place == 0);
-                work.waitingCount[tile] = static_cast<std::uint8_t>(place + (rays != 0));
+                const std::uint32_t slot = firstSlot + static_cast<std::uint32_t>(__builtin_ctzll(left));
+                const std::uint32_t rays = work.live[slot] & raysThroughBox<nearest>(work, slot, lower, upper, 1);
+                const std::uint32_t place = work.waitingCount[slot];
+                work.waiting[slot][place] = {ref, rays, 0.0f};
+                work.busy[work.busyCount] = static_cast<std::uint8_t>(slot);
+                const std::uint32_t begins = (rays != 0) & (place == 0);
+                work.busyCount += begins;
+                point.busy += begins;
+                work.waitingCount[slot] = static_cast<std::uint8_t>(place + (rays != 0));
                 full |= place + 1 >= ktHemisphereWork::mostWaiting;
             }
-            if (full || work.busyCount >= kEnoughBusy) {
-                rayPhase<nearest>(view, work);
-            }
+            if (full || work.busyCount >= kEnoughBusy)
+                rayPhase<nearest>(work);
             continue;
         }
         if (leaf) {
-            leafTiles<nearest>(view, work, tiles, ref);
+            leafTiles<nearest>(work, point, firstSlot, tiles, ref);
             continue;
         }
-        const ktHemisphereNode& node = view.nodes[ref];
+        const ktHemisphereNode& node = nodeAt(ref);
         TileBoxes boxes;
-        seeChildren(node, work, boxes);
+        seeChildren(node, work, point, boxes);
         std::uint64_t mask[8];
         std::uint16_t part[8][4] = {};
         for (std::uint32_t group = 0; group < 4; ++group) {
@@ -172,7 +177,7 @@ inline void tilePhase(const ktHemisphereView& view, ktHemisphereWork& work) {
             for (std::uint32_t left = boxes.left; left; left &= left - 1) {
                 const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));
                 part[child][group] =
-                    static_cast<std::uint16_t>(tilesThroughBox<nearest>(work, boxes, child, 16 * group));
+                    static_cast<std::uint16_t>(tilesThroughBox<nearest>(work, boxes, child, firstSlot + 16 * group));
             }
         }
         std::memcpy(mask, part, sizeof mask);
@@ -184,14 +189,13 @@ inline void tilePhase(const ktHemisphereView& view, ktHemisphereWork& work) {
         const std::uint32_t count = static_cast<std::uint32_t>(__builtin_popcount(hit));
         for (std::uint32_t left = hit; left; left &= left - 1) {
             const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));
-            const ktHemisphereRef next = refOf(node, child);
-            prefetch(view, next);
+            const ktHemisphereRef next = node.child[child];
+            prefetch(next);
             stack[top + count - 1 - rankOf(boxes.key, hit, child)] = {
                 next, mask[child], &node.lower[0][child], nearest ? rootOf(boxes.key[child]) * kEnterMargin : 0.0f};
         }
         top += count;
     }
-    rayPhase<nearest>(view, work);
 }
 
 } // namespace KT_LANES

@@ -47,6 +47,92 @@ const std::vector<ktHemisphereBatch>& batchesOf(const ktRayVertex& vertex) {
     return static_cast<const ktHemisphereTiles*>(vertex.directions)->batches;
 }
 
+/// Vertices of a call that follow each other and have the same directions: they are traced together.
+struct Group {
+    static constexpr std::uint32_t most = 16;
+    std::uint32_t first = 0, size = 0;
+    const ktRayVertex* traceable[most];
+    std::uint32_t number[most]; ///< in the call, of traceable[i]
+    std::uint32_t traceableCount;
+    std::uint32_t open[most]; ///< numbers of those that are not traced
+    std::uint32_t openCount;
+
+    /// @param rays of a group, about; a vertex is never cut
+    Group(const ktRayVertex* v, std::uint32_t n, std::uint32_t rays) : vertices(v), count(n), mostRays(rays) { next(); }
+    void next() {
+        first += size;
+        size = traceableCount = openCount = 0;
+        if (first == count)
+            return;
+        const std::uint32_t limit = std::min(most, std::max(1u, mostRays / vertices[first].directions->set.count));
+        for (; size < limit && first + size < count; ++size) {
+            const std::uint32_t v = first + size;
+            if (vertices[v].directions != vertices[first].directions)
+                break;
+            if (isTraceable(vertices[v])) {
+                number[traceableCount] = v;
+                traceable[traceableCount++] = vertices + v;
+            } else {
+                open[openCount++] = v;
+            }
+        }
+    }
+
+private:
+    const ktRayVertex* vertices;
+    std::uint32_t count, mostRays;
+};
+
+/// Adds up what rays of a group see.
+struct VisibleCounter {
+    const Group& group;
+    const ktHemisphereBatch& batch;
+    std::uint32_t* visible;
+    std::uint64_t* const* masks;
+
+    template <class Lanes>
+    void take(std::uint32_t v, const Lanes* live) {
+        std::uint64_t* const mask = masks ? masks[v] : nullptr;
+        for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
+            visible[v] += static_cast<std::uint32_t>(__builtin_popcount(live[tile]));
+            for (std::uint32_t left = mask ? live[tile] : 0; left; left &= left - 1) {
+                const std::uint32_t ray = batch.source[tile][__builtin_ctz(left)];
+                mask[ray / 64] |= std::uint64_t(1) << (ray % 64);
+            }
+        }
+    }
+};
+
+/// Puts hits of a group where the caller's set has the rays.
+struct HitWriter {
+    const Group& group;
+    const ktHemisphereStructure& scene;
+    const ktHemisphereBatch& batch;
+    ktHitPacket* packets;
+    std::uint32_t tileCount; ///< packets a vertex
+
+    void take(std::uint32_t i, const ktHemisphereWork& work, std::uint32_t firstSlot) const {
+        ktHitPacket* const ofVertex = packets + std::size_t(group.number[i] - group.first) * tileCount;
+        for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
+            const std::uint32_t slot = firstSlot + tile;
+            for (std::uint32_t left = batch.live[tile]; left; left &= left - 1) {
+                const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
+                const std::uint32_t id = work.hit[slot][lane];
+                if (id == ktHemisphereKernel::noTriangle)
+                    continue;
+                const std::uint32_t ray = batch.source[tile][lane], to = ray % ktHitPacket::width;
+                ktHitPacket& packet = ofVertex[ray / ktHitPacket::width];
+                packet.mesh[to] = scene.meshOf(id);
+                packet.triangle[to] = id - scene.firstOf(packet.mesh[to]);
+                packet.u[to] = work.u[slot][lane];
+                packet.v[to] = work.v[slot][lane];
+                packet.distance[to] = work.reach[slot][lane];
+                packet.backSide |= (work.back[slot] >> lane & 1u) << to;
+            }
+        }
+    }
+};
+
 bool loadRay(const ktRayPacket& rays, std::uint32_t i, ktHemisphereRay& ray) {
     ray = {{rays.originX[i], rays.originY[i], rays.originZ[i]},
            {rays.directionX[i], rays.directionY[i], rays.directionZ[i]},
@@ -79,25 +165,25 @@ std::unique_ptr<ktPreparedDirections> ktHemisphereTracer::prepareDirections(cons
 void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                                       std::uint32_t* visible, std::uint64_t* const* masks) const {
     ktHemisphereWork& work = workOfThread();
-    const ktHemisphereView view = scene.view();
-    for (std::uint32_t v = 0; v < count; ++v) {
-        const ktDirectionSet& set = vertices[v].directions->set;
-        std::uint64_t* const mask = masks ? masks[v] : nullptr;
-        if (mask)
-            std::fill(mask, mask + set.wordCount(), 0);
-        const bool traceable = isTraceable(vertices[v]);
-        visible[v] = 0;
-        for (const ktHemisphereBatch& batch : batchesOf(vertices[v])) {
-            if (traceable)
-                kernel.occlusion(view, batch, vertices[v], limits, work);
-            for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-                const std::uint32_t open = traceable ? work.live[tile] : batch.live[tile];
-                visible[v] += static_cast<std::uint32_t>(__builtin_popcount(open));
-                for (std::uint32_t left = mask ? open : 0; left; left &= left - 1) {
-                    const std::uint32_t ray = batch.source[tile][__builtin_ctz(left)];
-                    mask[ray / 64] |= std::uint64_t(1) << (ray % 64);
-                }
-            }
+    for (Group group(vertices, count, ~0u); group.size; group.next()) {
+        const ktDirectionSet& set = vertices[group.first].directions->set;
+        for (std::uint32_t v = group.first; v < group.first + group.size; ++v) {
+            visible[v] = 0;
+            if (masks && masks[v])
+                std::fill(masks[v], masks[v] + set.wordCount(), 0);
+        }
+        for (const ktHemisphereBatch& batch : batchesOf(vertices[group.first])) {
+            VisibleCounter counter{group, batch, visible, masks};
+            kernel.occlusion(scene.rootRef(),
+                             {&batch, group.traceable, group.traceableCount, &limits,
+                              [](void* to, std::uint32_t i, const ktHemisphereWork& done, std::uint32_t firstSlot) {
+                                  VisibleCounter& counter = *static_cast<VisibleCounter*>(to);
+                                  counter.take(counter.group.number[i], done.live + firstSlot);
+                              },
+                              &counter},
+                             work);
+            for (std::uint32_t i = 0; i < group.openCount; ++i)
+                counter.take(group.open[i], batch.live);
         }
     }
 }
@@ -105,57 +191,49 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
 void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                                      ktHitReceiver& receiver) const {
     ktHemisphereWork& work = workOfThread();
-    const ktHemisphereView view = scene.view();
-    std::vector<ktHitPacket> packets; // of one vertex: its rays are traced in an order of their own
-    for (std::uint32_t v = 0; v < count; ++v) {
-        const ktDirectionSet& set = vertices[v].directions->set;
-        packets.resize(set.tileCount());
+    // Of a group of vertices: rays are traced in an order of their own, and the receiver may trace, too. So few that
+    // they stay in the cache.
+    constexpr std::uint32_t mostRays = 1024;
+    std::vector<ktHitPacket> packets;
+    for (Group group(vertices, count, mostRays); group.size; group.next()) {
+        const std::uint32_t tileCount = vertices[group.first].directions->set.tileCount();
+        packets.resize(std::size_t(group.size) * tileCount);
         for (ktHitPacket& packet : packets)
             clearHits(packet);
-        for (const ktHemisphereBatch& batch : batchesOf(vertices[v])) {
-            if (!isTraceable(vertices[v]))
-                break;
-            kernel.nearest(view, batch, vertices[v], limits, work);
-            for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-                for (std::uint32_t left = batch.live[tile]; left; left &= left - 1) {
-                    const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
-                    const std::uint32_t id = work.hit[tile][lane];
-                    if (id == ktHemisphereKernel::noTriangle)
-                        continue;
-                    const std::uint32_t ray = batch.source[tile][lane], to = ray % ktHitPacket::width;
-                    ktHitPacket& packet = packets[ray / ktHitPacket::width];
-                    packet.mesh[to] = scene.meshOf(id);
-                    packet.triangle[to] = id - scene.firstOf(packet.mesh[to]);
-                    packet.u[to] = work.u[tile][lane];
-                    packet.v[to] = work.v[tile][lane];
-                    packet.distance[to] = work.reach[tile][lane];
-                    packet.backSide |= (work.back[tile] >> lane & 1u) << to;
-                }
-            }
+        for (const ktHemisphereBatch& batch : batchesOf(vertices[group.first])) {
+            HitWriter writer{group, scene, batch, packets.data(), tileCount};
+            kernel.nearest(scene.rootRef(),
+                           {&batch, group.traceable, group.traceableCount, &limits,
+                            [](void* to, std::uint32_t i, const ktHemisphereWork& done, std::uint32_t firstSlot) {
+                                static_cast<const HitWriter*>(to)->take(i, done, firstSlot);
+                            },
+                            &writer},
+                           work);
         }
-        for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile)
-            receiver.hits(v, tile, packets[tile]);
+        for (std::uint32_t v = 0; v < group.size; ++v)
+            for (std::uint32_t tile = 0; tile < tileCount; ++tile)
+                receiver.hits(group.first + v, tile, packets[std::size_t(v) * tileCount + tile]);
     }
 }
 
 std::uint32_t ktHemisphereTracer::occluded(const ktRayPacket& rays, bool bothSides) const {
-    const ktHemisphereView view = scene.view();
+    const ktHemisphereRef root = scene.rootRef();
     std::uint32_t hit = 0;
     ktHemisphereRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i)
-        if (loadRay(rays, i, ray) && kernel.rayOccluded(view, ray, bothSides))
+        if (loadRay(rays, i, ray) && kernel.rayOccluded(root, ray, bothSides))
             hit |= 1u << i;
     return hit;
 }
 
 void ktHemisphereTracer::nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const {
-    const ktHemisphereView view = scene.view();
+    const ktHemisphereRef root = scene.rootRef();
     clearHits(hits);
     ktHemisphereRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i) {
         if (!loadRay(rays, i, ray))
             continue;
-        const ktHemisphereHit hit = kernel.rayNearest(view, ray, bothSides);
+        const ktHemisphereHit hit = kernel.rayNearest(root, ray, bothSides);
         if (hit.triangle == ktHemisphereKernel::noTriangle)
             continue;
         hits.mesh[i] = scene.meshOf(hit.triangle);

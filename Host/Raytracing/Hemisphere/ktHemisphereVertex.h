@@ -48,53 +48,65 @@ KT_INLINE Float16 finiteReciprocal(Float16 d) {
 //   low > 0:  no ray enters before low * enterAbove, nor stays beyond high * leaveAbove;
 //   high < 0: no ray enters before high * enterBelow, nor stays beyond low * leaveBelow;
 //   else all start inside, and none stays beyond min(high * leaveAbove, low * leaveBelow).
-KT_INLINE void setIntervals(ktHemisphereWork& work, int axis, std::uint32_t firstTile, Float16 least, Float16 most) {
+KT_INLINE void setIntervals(ktHemisphereWork& work, int axis, std::uint32_t firstSlot, Float16 least, Float16 most) {
     const Float16 zero = 0.0f, one = 1.0f, huge = kHuge, minusHuge = -kHuge;
     least = least - Float16(kDirectionMargin);
     most = most + Float16(kDirectionMargin);
-    ((least + most) * Float16(0.5f)).store(&work.middle[axis][firstTile]);
-    ((most - least) * Float16(0.5f)).store(&work.half[axis][firstTile]);
+    ((least + most) * Float16(0.5f)).store(&work.middle[axis][firstSlot]);
+    ((most - least) * Float16(0.5f)).store(&work.half[axis][firstSlot]);
     const Float16 overLeast = one / least, overMost = one / most;
-    select(zero < most, overMost, huge).store(&work.enterAbove[axis][firstTile]);
-    select(least < zero, overLeast, minusHuge).store(&work.enterBelow[axis][firstTile]);
-    select(zero < least, overLeast, huge).store(&work.leaveAbove[axis][firstTile]);
-    select(most < zero, overMost, minusHuge).store(&work.leaveBelow[axis][firstTile]);
+    select(zero < most, overMost, huge).store(&work.enterAbove[axis][firstSlot]);
+    select(least < zero, overLeast, minusHuge).store(&work.enterBelow[axis][firstSlot]);
+    select(zero < least, overLeast, huge).store(&work.leaveAbove[axis][firstSlot]);
+    select(most < zero, overMost, minusHuge).store(&work.leaveBelow[axis][firstSlot]);
     const Float16 oneWay = select(zero < least, overLeast, overMost);
     const Mask<16> bothWays = (least <= zero) & (zero <= most);
-    select(bothWays, huge, oneWay).store(&work.leaveFirst[axis][firstTile]);
-    select(bothWays, minusHuge, oneWay).store(&work.leaveSecond[axis][firstTile]);
+    select(bothWays, huge, oneWay).store(&work.leaveFirst[axis][firstSlot]);
+    select(bothWays, minusHuge, oneWay).store(&work.leaveSecond[axis][firstSlot]);
+}
+
+KT_INLINE void prepareJob(const ktHemisphereJob& job, ktHemisphereWork& work) {
+    const std::uint32_t tiles = job.batch->tileCount;
+    work.slotShift = tiles <= 16 ? 4 : tiles <= 32 ? 5 : 6;
+    work.minDistance = job.limits->minDistance;
+    work.maxDistance = withinReach(job.limits->maxDistance);
+    work.bothSides = job.limits->bothSides;
+    work.lowest = job.batch->lowest;
+    work.fewTiles = tiles >= 12 ? 6 : 4;
+    work.busyCount = 0;
 }
 
 /// `reaches`: also make ready for nearest hits.
 template <bool reaches>
-KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& vertex, const ktRayLimits& limits,
-                             ktHemisphereWork& work) {
+KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& vertex, std::uint32_t number,
+                             std::uint32_t place, ktHemisphereWork& work) {
+    ktHemispherePoint& point = work.point[place];
+    const std::uint32_t firstSlot = place << work.slotShift;
     for (int axis = 0; axis < 3; ++axis) {
-        work.origin[axis] = vertex.origin[axis];
-        work.normal[axis] = vertex.normal[axis];
+        point.origin[axis] = vertex.origin[axis];
+        point.normal[axis] = vertex.normal[axis];
     }
-    work.minDistance = limits.minDistance;
-    work.maxDistance = withinReach(limits.maxDistance);
-    work.bothSides = limits.bothSides;
-    work.lowest = batch.lowest;
-    work.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
-    work.fewTiles = batch.tileCount >= 12 ? 6 : 4;
+    point.number = number;
+    point.busy = 0;
+    point.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
     for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-        work.live[tile] = batch.live[tile];
-        work.waitingCount[tile] = 0;
+        const std::uint32_t slot = firstSlot + tile;
+        work.live[slot] = batch.live[tile];
+        work.stackTop[slot] = 0;
+        work.waitingCount[slot] = work.waitingNext[slot] = 0;
         if (reaches) {
-            work.tileReach[tile] = work.maxDistance;
-            work.back[tile] = 0;
+            work.tileReach[slot] = work.maxDistance;
+            work.back[slot] = 0;
             for (std::uint32_t lane = 0; lane < 16; ++lane) {
-                work.reach[tile][lane] = batch.live[tile] >> lane & 1 ? work.maxDistance : -1.0f;
-                work.hit[tile][lane] = ktHemisphereKernel::noTriangle;
+                work.reach[slot][lane] = batch.live[tile] >> lane & 1 ? work.maxDistance : -1.0f;
+                work.hit[slot][lane] = ktHemisphereKernel::noTriangle;
             }
         }
         for (int axis = 0; axis < 3; ++axis) {
             const Float16 d =
                 rotated(batch.ray[tile], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
-            d.store(work.ray[tile][axis]);
-            finiteReciprocal(d).store(work.reciprocal[tile][axis]);
+            d.store(work.ray[slot][axis]);
+            finiteReciprocal(d).store(work.reciprocal[slot][axis]);
         }
     }
     for (std::uint32_t group = 0; 16 * group < batch.tileCount; ++group) {
@@ -111,7 +123,7 @@ KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& 
             }
         }
         for (int axis = 0; axis < 3; ++axis)
-            setIntervals(work, axis, 16 * group, least[axis], most[axis]);
+            setIntervals(work, axis, firstSlot + 16 * group, least[axis], most[axis]);
     }
 }
 
