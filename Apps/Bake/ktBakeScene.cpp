@@ -67,9 +67,16 @@ int ktBakeScene::addGroundPlane(const ktBakeOptions& options) {
     if (!options.groundPlane)
         return ktBakeExit::done;
     ktFileReport report;
-    const osg::NodePtr plane = file->addGroundPlane(report);
-    logMessages(report);
-    return plane != osg::NullFC ? ktBakeExit::done : ktBakeExit::badInput;
+    if (file->addGroundPlane(report) != osg::NullFC) {
+        logMessages(report);
+        return ktBakeExit::done;
+    }
+    // It was asked for: the reason, a warning of the file's, is what ends the run.
+    const std::vector<ktFileWarning>& warnings = report.messages.warnings();
+    if (report.isGood() && !warnings.empty())
+        report.error = fileName + ": " + warnings.back().text();
+    ktLog::error("%s", report.error.c_str());
+    return ktBakeExit::badInput;
 }
 
 void ktBakeScene::loadPictures() {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace {
@@ -111,4 +112,15 @@ TEST(GroundPlane, GivenBodyOverIt_SendsNoLightUp) {
         for (size_t vertex = 0; vertex < with.size(); ++vertex)
             EXPECT_LE(with[vertex], without[vertex]);
     }
+}
+
+TEST(GroundPlane, GivenSceneWithoutExtent_IsRefusedWithAReason) {
+    const ktTestFolder folder;
+    nlohmann::json scene = makeBoxes({{"box", {0, 0, 0}}});
+    scene["nodes"][0]["scale"] = {0.0, 0.0, 0.0};
+    folder.write("point.gltf", scene.dump());
+    const ktBakeResult result = runBake(folder.path, {"point.gltf", "-o", "out.glb", "--ground-plane", "--quiet"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_NE(result.error.find("error: point.gltf: file: has no extent"), std::string::npos) << result.error;
+    EXPECT_FALSE(std::filesystem::exists(folder.file("out.glb")));
 }
