@@ -107,7 +107,7 @@ bool ktBvhTree::build(Kind kind, std::vector<ktBvhPrimitive>& primitives, const 
     arguments.buildQuality = split ? RTC_BUILD_QUALITY_HIGH : RTC_BUILD_QUALITY_MEDIUM;
     arguments.maxBranchingFactor = 2;
     arguments.maxDepth = maxDepth;
-    arguments.sahBlockSize = 4;
+    arguments.sahBlockSize = 8;
     arguments.minLeafSize = 1;
     arguments.maxLeafSize = ktBvhLeaf::maxCount;
     arguments.traversalCost = 1.0f;

@@ -9,7 +9,7 @@
 namespace KT_LANES {
 
 // At this many rays or fewer, rays are tested one by one.
-constexpr int kFewRays = 5;
+constexpr int kFewRays = 8;
 
 KT_INLINE void endRays(ktHemisphereWork& work, ktHemispherePoint& point, std::uint32_t slot, std::uint32_t rays) {
     work.live[slot] &= ~rays;
