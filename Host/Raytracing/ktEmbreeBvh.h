@@ -32,6 +32,9 @@ struct ktBvhLeaf {
 struct ktBvhNode {
     ktBvhBox box[2];
     std::uintptr_t child[2];
+    // Room for ktHemispherePlan.
+    float cost[8];         ///< [places in the node above]
+    std::uint8_t first[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay
 };
 
 /// A binary bounding volume hierarchy, as a rule built by Embree (surface-area heuristic). Lives as long as this
@@ -70,7 +73,7 @@ public:
     static const ktBvhLeaf& leaf(std::uintptr_t node) {
         return *reinterpret_cast<const ktBvhLeaf*>(node & ~std::uintptr_t(1));
     }
-    static const ktBvhNode& node(std::uintptr_t node) { return *reinterpret_cast<const ktBvhNode*>(node); }
+    static ktBvhNode& node(std::uintptr_t node) { return *reinterpret_cast<ktBvhNode*>(node); }
 
 private:
     std::uintptr_t halve(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box);

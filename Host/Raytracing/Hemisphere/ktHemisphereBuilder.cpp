@@ -3,6 +3,7 @@
 
 #include "ktEmbreeBvh.h"
 #include "ktHemisphereClip.h"
+#include "ktHemispherePlan.h"
 
 #include <algorithm>
 #include <cmath>
@@ -61,11 +62,6 @@ ktBvhBox boxOf(const Corner& corner) {
     return box;
 }
 
-float halfArea(const ktBvhBox& box) {
-    const float x = box.upper[0] - box.lower[0], y = box.upper[1] - box.lower[1], z = box.upper[2] - box.lower[2];
-    return x * y + y * z + z * x;
-}
-
 // A few units in the last place of the farthest coordinate, so that a ray along a box's face does not slip by.
 ktBvhBox widened(const ktBvhBox& box) {
     float farthest = 0;
@@ -115,11 +111,6 @@ ktHemisphereRef leafRef(std::size_t firstBlock, std::size_t blockCount) {
     return ktHemisphereRef(firstBlock) << Limits::addressShift |
            ktHemisphereRef(blockCount - 1) << Limits::leafCountShift | Limits::leafFlag;
 }
-
-struct Child {
-    std::uintptr_t node;
-    ktBvhBox box;
-};
 
 } // namespace
 
@@ -232,6 +223,7 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
         return true;
     }
 
+    ktHemispherePlan plan(tree.root());
     struct Pending {
         std::uintptr_t node;
         std::size_t index;
@@ -247,29 +239,8 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
             return false;
         levels = std::max(levels, here.level);
 
-        // Open the child of largest area until there are eight or only leaves are left.
-        Child child[Limits::children];
-        std::uint32_t count = 0;
-        const auto add = [&](std::uint32_t at, std::uintptr_t parent, int side) {
-            child[at] = {ktBvhTree::node(parent).child[side], ktBvhTree::node(parent).box[side]};
-        };
-        add(count++, here.node, 0);
-        add(count++, here.node, 1);
-        while (count < Limits::children) {
-            std::uint32_t largest = count;
-            float area = -1;
-            for (std::uint32_t i = 0; i < count; ++i) {
-                if (!ktBvhTree::isLeaf(child[i].node) && halfArea(child[i].box) > area) {
-                    area = halfArea(child[i].box);
-                    largest = i;
-                }
-            }
-            if (largest == count)
-                break;
-            const std::uintptr_t opened = child[largest].node;
-            add(largest, opened, 0);
-            add(count++, opened, 1);
-        }
+        ktHemisphereChild child[Limits::children];
+        const std::uint32_t count = ktHemispherePlan::children(here.node, child);
 
         ktHemisphereNode node;
         const float none = std::numeric_limits<float>::quiet_NaN();
