@@ -3,6 +3,7 @@
 
 #include "ktEmbreeBvh.h"
 #include "ktHemisphereClip.h"
+#include "ktHemisphereCut.h"
 #include "ktHemispherePlan.h"
 
 #include <algorithm>
@@ -14,13 +15,14 @@ namespace {
 
 using Limits = ktHemisphereLimits;
 
-// Where the sizes of triangles differ widely, they are cut where their boxes overlap others: dearer to build, but a
-// sixth faster to trace on assemblies of large thin triangles. On scans it gains nothing.
+// Where the sizes of triangles differ widely, they are cut where their boxes overlap others: on assemblies of large thin
+// triangles that makes tracing a sixth faster. On scans it gains nothing.
 constexpr double minSizeSpread = 2.0;
 
-// Up to this many triangles parts get the box of what is left of the triangle; beyond, where that would take too long,
-// the half of the box.
-constexpr std::size_t maxTrianglesToClip = 1000000;
+// Up to this many triangles the builder chooses the cuts, which takes it five times as long; beyond, the triangles that
+// gain most by it are cut beforehand, which is nearly as good and takes no time.
+constexpr std::size_t maxTrianglesToSplit = 1000000;
+constexpr double maxMoreParts = 0.25; // of the number of triangles
 
 // Beyond this products of coordinates overflow.
 constexpr float maxCoordinate = 1.844e18f;
@@ -165,16 +167,17 @@ bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const
     if (primitives.empty())
         return true;
     ktBvhTree::Split split;
-    if (sizeSpread >= minSizeSpread && primitives.size() <= maxTrianglesToClip)
+    if (sizeSpread >= minSizeSpread && primitives.size() <= maxTrianglesToSplit)
         split = [&](std::uint32_t id, int axis, float position, const ktBvhBox& box, ktBvhBox& left, ktBvhBox& right) {
             const std::uint32_t mesh = meshOf(id);
             ktSplitTriangle(cornersOf(meshes[mesh], id - first[mesh]).p, axis, position, box, left, right);
         };
     else if (sizeSpread >= minSizeSpread)
-        split = [](std::uint32_t, int axis, float position, const ktBvhBox& box, ktBvhBox& left, ktBvhBox& right) {
-            left = right = box;
-            left.upper[axis] = right.lower[axis] = position;
-        };
+        ktCutWastefulTriangles(primitives, maxMoreParts, [&](std::uint32_t id, const float* corner[3]) {
+            const std::uint32_t mesh = meshOf(id);
+            const Corner corners = cornersOf(meshes[mesh], id - first[mesh]);
+            std::copy(corners.p, corners.p + 3, corner);
+        });
     ktBvhTree tree;
     const auto grow = [&](float share) { return goOn(0.05f + 0.7f * share); };
     bool built;
@@ -212,9 +215,6 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
             blocks.push_back(block);
         }
     };
-    const auto blocksOf = [](const ktBvhLeaf& leaf) {
-        return (leaf.count + Limits::blockTriangles - 1) / Limits::blockTriangles;
-    };
     static_assert(ktBvhTree::maxDepth <= Limits::depth, "stacks are large enough");
     if (ktBvhTree::isLeaf(tree.root())) {
         addLeaf(ktBvhTree::leaf(tree.root()));
@@ -223,7 +223,8 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
         return true;
     }
 
-    ktHemispherePlan plan(tree.root());
+    const ktHemispherePlan plan(tree.root());
+    blocks.reserve(plan.blockCount());
     struct Pending {
         std::uintptr_t node;
         std::size_t index;
@@ -255,7 +256,7 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
             }
             if (ktBvhTree::isLeaf(child[i].node)) {
                 const ktBvhLeaf& leaf = ktBvhTree::leaf(child[i].node);
-                node.child[i] = leafRef(blocks.size(), blocksOf(leaf));
+                node.child[i] = leafRef(blocks.size(), ktHemispherePlan::blockCount(leaf));
                 addLeaf(leaf);
             } else {
                 node.child[i] = ktHemisphereRef(nodes.size()) << Limits::addressShift;
@@ -266,7 +267,6 @@ bool ktHemisphereStructure::collapse(const ktBvhTree& tree, const std::vector<kt
         nodes[here.index] = node;
     }
     nodes.shrink_to_fit();
-    blocks.shrink_to_fit();
     link();
     return true;
 }

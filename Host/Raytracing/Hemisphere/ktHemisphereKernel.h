@@ -37,11 +37,11 @@ struct alignas(64) ktHemispherePoint {
 };
 
 /// Everything about the vertices under way that is computed once and used all the way down, and the stacks. Each vertex
-/// has a run of slots, one for each of its tiles. One per thread: about 800 KB, nearly all of it stacks that are
+/// has a run of slots, one for each of its tiles. One per thread: about 1.6 MB, nearly all of it stacks that are
 /// touched only as deep as a tree is.
 struct alignas(64) ktHemisphereWork {
-    static constexpr std::uint32_t slots = 64;
-    static constexpr std::uint32_t points = 4; ///< vertices under way, at most
+    static constexpr std::uint32_t slots = 128;
+    static constexpr std::uint32_t points = 8; ///< vertices under way, at most
 
     float ray[slots][3][16];        ///< world-space directions, [slot][axis][ray]
     float reciprocal[slots][3][16]; ///< one over them, finite

@@ -8,6 +8,11 @@ namespace {
 constexpr std::uint32_t places = ktHemisphereLimits::children;
 static_assert(sizeof(ktBvhNode::cost) / sizeof(float) == places, "a cost for each number of places");
 
+float halfArea(const ktBvhBox& box) {
+    const float x = box.upper[0] - box.lower[0], y = box.upper[1] - box.lower[1], z = box.upper[2] - box.lower[2];
+    return x * y + y * z + z * x;
+}
+
 // With at most `count` places in the node above. What leaves cost does not depend on the plan.
 float costOf(std::uintptr_t child, std::uint32_t count) {
     return ktBvhTree::isLeaf(child) ? 0.0f : ktBvhTree::node(child).cost[std::min(count, places - 1)];
@@ -37,12 +42,16 @@ void plan(ktBvhNode& node, float area) {
 }
 
 // From the leaves up. Trees are at most ktBvhTree::maxDepth deep.
-void planAll(std::uintptr_t at, float area) {
+// @return blocks of all leaves below
+std::size_t planAll(std::uintptr_t at, float area) {
+    if (ktBvhTree::isLeaf(at))
+        return ktHemispherePlan::blockCount(ktBvhTree::leaf(at));
     ktBvhNode& node = ktBvhTree::node(at);
+    std::size_t blocks = 0;
     for (int side = 0; side < 2; ++side)
-        if (!ktBvhTree::isLeaf(node.child[side]))
-            planAll(node.child[side], ktHalfArea(node.box[side]));
+        blocks += planAll(node.child[side], halfArea(node.box[side]));
     plan(node, area);
+    return blocks;
 }
 
 struct Collector {
@@ -72,13 +81,12 @@ struct Collector {
 
 } // namespace
 
-float ktHalfArea(const ktBvhBox& box) {
-    const float x = box.upper[0] - box.lower[0], y = box.upper[1] - box.lower[1], z = box.upper[2] - box.lower[2];
-    return x * y + y * z + z * x;
+ktHemispherePlan::ktHemispherePlan(std::uintptr_t root) {
+    blocks = planAll(root, 0.0f); // the root is there whatever happens
 }
 
-ktHemispherePlan::ktHemispherePlan(std::uintptr_t root) {
-    planAll(root, 0.0f); // the root is there whatever happens
+std::uint32_t ktHemispherePlan::blockCount(const ktBvhLeaf& leaf) {
+    return (leaf.count + ktHemisphereLimits::blockTriangles - 1) / ktHemisphereLimits::blockTriangles;
 }
 
 std::uint32_t ktHemispherePlan::children(std::uintptr_t node, ktHemisphereChild* children) {

@@ -10,9 +10,6 @@ struct ktHemisphereChild {
     ktBvhBox box;
 };
 
-/// Half the surface of a box; what the costs are counted in.
-float ktHalfArea(const ktBvhBox& box);
-
 /// Chooses which nodes of a binary tree become nodes of eight and which are opened into their parents, so that the
 /// surface of all nodes together, and with it the number that rays visit, is least. After "Efficient Incoherent Ray
 /// Traversal on GPUs Through Compressed Wide BVHs", Henri Ylitie, Tero Karras, Samuli Laine, 2017.
@@ -21,7 +18,14 @@ public:
     /// Writes the plan into the tree. The root must not be a leaf.
     explicit ktHemispherePlan(std::uintptr_t root);
 
+    /// Blocks of four triangles that all leaves together have.
+    std::size_t blockCount() const { return blocks; }
+    static std::uint32_t blockCount(const ktBvhLeaf& leaf);
+
     /// The two to eight children that a node of the binary tree has as a node of eight.
     /// @return their number
     static std::uint32_t children(std::uintptr_t node, ktHemisphereChild* children);
+
+private:
+    std::size_t blocks = 0;
 };

@@ -110,7 +110,7 @@ inline void leafTiles(ktHemisphereWork& work, ktHemispherePoint& point, std::uin
 }
 
 // Slots that are busy before the ray phase starts: enough to hide memory's latency.
-constexpr std::uint32_t kEnoughBusy = 16;
+constexpr std::uint32_t kEnoughBusy = 32;
 constexpr std::uint32_t kFewLeafTiles = 2;
 
 /// Which tiles still have a ray that reaches as far as `distance`.
