@@ -15,8 +15,8 @@ namespace {
 
 using Limits = ktHemisphereLimits;
 
-// Where the sizes of triangles differ widely, they are cut where their boxes overlap others: on assemblies of large thin
-// triangles that makes tracing a sixth faster. On scans it gains nothing.
+// Where the sizes of triangles differ widely, they are cut where their boxes overlap others: on assemblies of large
+// thin triangles that makes tracing a sixth faster. On scans it gains nothing.
 constexpr double minSizeSpread = 2.0;
 
 // Up to this many triangles the builder chooses the cuts, which takes it five times as long; beyond, the triangles that

@@ -11,6 +11,10 @@
 /// Owns the tree and the triangles that rays are traced against, and knows which mesh a triangle came from.
 class ktHemisphereStructure {
 public:
+    ktHemisphereStructure() = default;
+    ktHemisphereStructure(const ktHemisphereStructure&) = delete; // holds addresses into itself
+    ktHemisphereStructure& operator=(const ktHemisphereStructure&) = delete;
+
     /// Builds anew. Triangles with a corner that is no number or beyond 1.8e18, or with two equal corners, are left
     /// out.
     /// @return false when `progress` stopped it: the structure is then empty

@@ -102,7 +102,8 @@ struct Cutter {
                 return;
             }
         }
-        parts.push_back({{box.lower[0], box.lower[1], box.lower[2]}, 0, {box.upper[0], box.upper[1], box.upper[2]}, id});
+        parts.push_back(
+            {{box.lower[0], box.lower[1], box.lower[2]}, 0, {box.upper[0], box.upper[1], box.upper[2]}, id});
     }
 };
 
@@ -138,8 +139,8 @@ void ktCutWastefulTriangles(std::vector<ktBvhPrimitive>& primitives, double shar
         }
     });
 
-    // The least waste to allow so that there are not too many parts: a triangle gives about as many as its waste holds the
-    // least. From classes of equal waste, so that the sums do not depend on the order.
+    // The least waste to allow so that there are not too many parts: a triangle gives about as many as its waste holds
+    // the least. From classes of equal waste, so that the sums do not depend on the order.
     std::vector<std::size_t> count(wasteClasses);
     for (float w : waste)
         if (w > 0)

@@ -9,8 +9,10 @@ namespace {
 constexpr std::uint32_t width = ktHemisphereLimits::tileRays;
 
 float component(const ktDirectionSet& set, std::uint32_t ray, int axis) {
+    // Not a choice between three arrays: GCC 12 reads the wrong element of it when it checks for undefined behaviour.
     const ktDirectionTile& tile = set.tiles[ray / width];
-    return (axis == 0 ? tile.x : axis == 1 ? tile.y : tile.z)[ray % width];
+    const float* const axes[] = {tile.x, tile.y, tile.z};
+    return axes[axis][ray % width];
 }
 
 // Median splits along the axis of largest extent, at multiples of 16, down to tiles ("Multidimensional binary search
