@@ -5,6 +5,7 @@
 #include "ktNodeUtils.h"
 
 #include <map>
+#include <OpenSG/OSGGeoFunctions.h>
 #include <OpenSG/OSGTriangleIterator.h>
 
 std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
@@ -30,10 +31,19 @@ std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
 }
 
 std::uint64_t countTriangles(const osg::GeometryPtr& geometry) {
+    if (geometry == osg::NullFC)
+        return 0;
+    bool hasStrips = false;
+    for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
+        hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
+    if (!hasStrips) {
+        osg::UInt32 triangles, lines, points;
+        osg::calcPrimitiveCount(geometry, triangles, lines, points);
+        return triangles;
+    }
+    // Those that only connect parts of a strip do not count.
     std::uint64_t count = 0;
-    if (geometry != osg::NullFC)
-        for (osg::TriangleIterator triangle = geometry->beginTriangles(); triangle != geometry->endTriangles();
-             ++triangle)
-            ++count;
+    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+        ++count;
     return count;
 }

@@ -81,7 +81,7 @@ std::size_t Writer::add(const std::vector<float>& values, int width, bool limits
 
 std::size_t Writer::addTriangles() {
     std::vector<std::uint32_t> indices;
-    for (osg::TriangleIterator triangle = geometry->beginTriangles(); triangle != geometry->endTriangles(); ++triangle)
+    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
         for (int corner = 0; corner < 3; ++corner)
             indices.push_back(static_cast<std::uint32_t>(triangle.getPositionIndex(corner)));
     ktGltfNewAccessor accessor;
