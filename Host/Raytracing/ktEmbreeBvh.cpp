@@ -77,8 +77,7 @@ bool reportProgress(void* user, double share) {
 ktBvhTree::ktBvhTree() = default;
 ktBvhTree::~ktBvhTree() = default;
 
-bool ktBvhTree::build(Kind kind, std::vector<ktBvhPrimitive>& primitives, const Split& split,
-                      const Progress& progress) {
+bool ktBvhTree::build(Kind kind, ktBvhPrimitives& primitives, const Split& split, const Progress& progress) {
     rootNode = 0;
     library.reset();
     ownNodes.clear();

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktHemisphereArray.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <vector>
 
 /// Axis-aligned box; same unit as the positions it was made from.
 struct ktBvhBox {
@@ -22,6 +23,9 @@ struct alignas(32) ktBvhPrimitive {
     std::uint32_t id;
 };
 
+/// The elements that resize() adds are not initialized.
+using ktBvhPrimitives = ktLargeArray<ktBvhPrimitive>;
+
 struct ktBvhLeaf {
     static constexpr std::uint32_t maxCount = 8;
     std::uint32_t count;
@@ -33,7 +37,10 @@ struct ktBvhNode {
     ktBvhBox box[2];
     std::uintptr_t child[2];
     // Room for ktHemispherePlan.
-    float cost[8];         ///< [places in the node above]
+    union {
+        float cost[8];       ///< [places in the node above], while these are calculated
+        std::size_t size[2]; ///< afterwards: nodes of eight and blocks of the subtree, of a node that becomes one
+    };
     std::uint8_t first[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay
 };
 
@@ -65,7 +72,7 @@ public:
     ///                   many again is taken
     /// @return false when `progress` stopped it, the tree is then empty
     /// @throws std::runtime_error when the library fails or the tree gets deeper than maxDepth
-    bool build(Kind kind, std::vector<ktBvhPrimitive>& primitives, const Split& split, const Progress& progress);
+    bool build(Kind kind, ktBvhPrimitives& primitives, const Split& split, const Progress& progress);
 
     /// 0 for an empty tree.
     std::uintptr_t root() const { return rootNode; }

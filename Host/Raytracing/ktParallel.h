@@ -25,6 +25,20 @@ void forRange(std::size_t count, std::size_t grain, const Body& body) {
         tbb::simple_partitioner());
 }
 
+/// Calls body(0) to body(count - 1), in any order, on any thread; a body may call this again, as for the branches of a
+/// tree. Numbers too small for the normal format keep their value, other than in forRange(). Exceptions of the body
+/// stop the loop and arrive here.
+template <class Body>
+void forEach(std::size_t count, const Body& body) {
+    tbb::parallel_for(
+        tbb::blocked_range<std::size_t>(0, count),
+        [&body](const tbb::blocked_range<std::size_t>& range) {
+            for (std::size_t i = range.begin(); i < range.end(); ++i)
+                body(i);
+        },
+        tbb::simple_partitioner());
+}
+
 /// Sorts; `less` must order any two elements that differ, so that the result does not depend on the threads.
 template <class Iterator, class Less>
 void sort(Iterator begin, Iterator end, const Less& less) {

@@ -5,10 +5,12 @@
 #include <cstdlib>
 #include <new>
 #include <sys/mman.h>
+#include <utility>
 #include <vector>
 
 /// Memory for large arrays that are read all over: asks for large pages, so that looking up addresses does not cost
-/// more than the data.
+/// more than the data. Elements made by resize() without a value are not initialized (as plain `T x;`), so that the
+/// threads that fill an array are the first to touch its pages.
 template <class T>
 struct ktLargePageAllocator {
     using value_type = T;
@@ -28,6 +30,14 @@ struct ktLargePageAllocator {
         return static_cast<T*>(memory);
     }
     void deallocate(T* memory, std::size_t) { std::free(memory); }
+    template <class U>
+    void construct(U* place) {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <class U, class... Arguments>
+    void construct(U* place, Arguments&&... arguments) {
+        ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+    }
     template <class U>
     bool operator==(const ktLargePageAllocator<U>&) const {
         return true;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -119,7 +120,7 @@ double upperEnd(int wasteClass) {
 
 } // namespace
 
-void ktCutWastefulTriangles(std::vector<ktBvhPrimitive>& primitives, double share,
+void ktCutWastefulTriangles(ktBvhPrimitives& primitives, double share,
                             const std::function<void(std::uint32_t id, const float* corner[3])>& corners) {
     const auto whole = [&](const ktBvhPrimitive& primitive) {
         const float* corner[3];

@@ -4,7 +4,6 @@
 #include "ktEmbreeBvh.h"
 
 #include <functional>
-#include <vector>
 
 /// Replaces triangles whose boxes hold much that is not triangle (long ones that lie askew) by parts, each with a box
 /// of its own and the triangle's number, so that any builder makes a good tree of them. The planes lie on grids of
@@ -13,5 +12,5 @@
 /// @param primitives the boxes of whole triangles; parts are appended
 /// @param share      of their number: at most so many parts are added
 /// @param corners    writes the corners of triangle `id`; called from many threads
-void ktCutWastefulTriangles(std::vector<ktBvhPrimitive>& primitives, double share,
+void ktCutWastefulTriangles(ktBvhPrimitives& primitives, double share,
                             const std::function<void(std::uint32_t id, const float* corner[3])>& corners);

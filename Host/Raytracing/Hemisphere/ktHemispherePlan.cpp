@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktHemispherePlan.h"
 
+#include "ktParallel.h"
+
 #include <algorithm>
 
 namespace {
 
 constexpr std::uint32_t places = ktHemisphereLimits::children;
 static_assert(sizeof(ktBvhNode::cost) / sizeof(float) == places, "a cost for each number of places");
+
+// Branches down to this level of the binary tree are left to other threads.
+constexpr std::uint32_t sharedDepth = 12;
 
 float halfArea(const ktBvhBox& box) {
     const float x = box.upper[0] - box.lower[0], y = box.upper[1] - box.lower[1], z = box.upper[2] - box.lower[2];
@@ -42,16 +47,18 @@ void plan(ktBvhNode& node, float area) {
 }
 
 // From the leaves up. Trees are at most ktBvhTree::maxDepth deep.
-// @return blocks of all leaves below
-std::size_t planAll(std::uintptr_t at, float area) {
+void planAll(std::uintptr_t at, float area, std::uint32_t depth) {
     if (ktBvhTree::isLeaf(at))
-        return ktHemispherePlan::blockCount(ktBvhTree::leaf(at));
+        return;
     ktBvhNode& node = ktBvhTree::node(at);
-    std::size_t blocks = 0;
-    for (int side = 0; side < 2; ++side)
-        blocks += planAll(node.child[side], halfArea(node.box[side]));
+    const auto planSide = [&](std::size_t side) { planAll(node.child[side], halfArea(node.box[side]), depth + 1); };
+    if (depth < sharedDepth) {
+        ktParallel::forEach(2, planSide);
+    } else {
+        planSide(0);
+        planSide(1);
+    }
     plan(node, area);
-    return blocks;
 }
 
 struct Collector {
@@ -79,10 +86,47 @@ struct Collector {
     }
 };
 
+// Counts what becomes of a node that is one of eight, once its costs are of no use any more.
+// @return its levels
+std::uint32_t measure(std::uintptr_t at, std::uint32_t depth) {
+    ktHemisphereChild child[places];
+    const std::uint32_t count = ktHemispherePlan::children(at, child);
+    std::uint32_t levels[places];
+    const auto measureChild = [&](std::size_t i) {
+        levels[i] = ktBvhTree::isLeaf(child[i].node) ? 0 : measure(child[i].node, depth + 1);
+    };
+    if (depth < sharedDepth / 3) // eight children are three levels of two
+        ktParallel::forEach(count, measureChild);
+    else
+        for (std::uint32_t i = 0; i < count; ++i)
+            measureChild(i);
+
+    ktHemisphereSize sum{1, 0};
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (ktBvhTree::isLeaf(child[i].node)) {
+            sum.blocks += ktHemispherePlan::blockCount(ktBvhTree::leaf(child[i].node));
+        } else {
+            const ktHemisphereSize size = ktHemispherePlan::size(child[i].node);
+            sum.nodes += size.nodes;
+            sum.blocks += size.blocks;
+        }
+    }
+    std::size_t* const size = ktBvhTree::node(at).size;
+    size[0] = sum.nodes;
+    size[1] = sum.blocks;
+    return 1 + *std::max_element(levels, levels + count);
+}
+
 } // namespace
 
 ktHemispherePlan::ktHemispherePlan(std::uintptr_t root) {
-    blocks = planAll(root, 0.0f); // the root is there whatever happens
+    planAll(root, 0.0f, 0); // the root is there whatever happens
+    levelCount = measure(root, 0);
+}
+
+ktHemisphereSize ktHemispherePlan::size(std::uintptr_t node) {
+    const std::size_t* const size = ktBvhTree::node(node).size;
+    return {size[0], size[1]};
 }
 
 std::uint32_t ktHemispherePlan::blockCount(const ktBvhLeaf& leaf) {

@@ -4,10 +4,18 @@
 #include "ktEmbreeBvh.h"
 #include "ktHemisphereStructure.h"
 
+#include <cstddef>
+
 /// A child of a node of eight: a node or leaf of the binary tree, and its box.
 struct ktHemisphereChild {
     std::uintptr_t node;
     ktBvhBox box;
+};
+
+/// What a subtree of the binary tree becomes.
+struct ktHemisphereSize {
+    std::size_t nodes = 0;  ///< of eight, its topmost one included
+    std::size_t blocks = 0; ///< of four triangles
 };
 
 /// Chooses which nodes of a binary tree become nodes of eight and which are opened into their parents, so that the
@@ -15,17 +23,19 @@ struct ktHemisphereChild {
 /// Traversal on GPUs Through Compressed Wide BVHs", Henri Ylitie, Tero Karras, Samuli Laine, 2017.
 class ktHemispherePlan {
 public:
-    /// Writes the plan into the tree. The root must not be a leaf.
+    /// Writes the plan into the tree, on all threads. The root must not be a leaf.
     explicit ktHemispherePlan(std::uintptr_t root);
 
-    /// Blocks of four triangles that all leaves together have.
-    std::size_t blockCount() const { return blocks; }
+    /// Levels of nodes of eight.
+    std::uint32_t levels() const { return levelCount; }
     static std::uint32_t blockCount(const ktBvhLeaf& leaf);
 
+    /// Of a node that becomes one of eight, once the plan is made.
+    static ktHemisphereSize size(std::uintptr_t node);
     /// The two to eight children that a node of the binary tree has as a node of eight.
     /// @return their number
     static std::uint32_t children(std::uintptr_t node, ktHemisphereChild* children);
 
 private:
-    std::size_t blocks = 0;
+    std::uint32_t levelCount = 0;
 };

@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktHemisphereBuilder.h"
+#include "ktHostileMeshes.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <set>
+#include <tbb/global_control.h>
+#include <tbb/task_arena.h>
+#include <thread>
+
+namespace {
+
+std::vector<ktTracerMesh> viewsOf(std::vector<ktTestMesh>& meshes) {
+    std::vector<ktTracerMesh> views;
+    for (ktTestMesh& mesh : meshes)
+        views.push_back(mesh.view());
+    return views;
+}
+
+std::vector<ktTestMesh> fineSphere() {
+    std::vector<ktTestMesh> meshes(1);
+    meshes[0].addSphere(3, 200, 400); // 159,200 triangles
+    return meshes;
+}
+
+void buildOn(int threads, ktHemisphereStructure& structure, const std::vector<ktTracerMesh>& meshes) {
+    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
+    tbb::task_arena arena(threads);
+    arena.execute([&] { EXPECT_TRUE(structure.build(meshes, {})); });
+}
+
+using Limits = ktHemisphereLimits;
+
+std::uint32_t blocksOf(ktHemisphereRef leaf) {
+    return static_cast<std::uint32_t>((leaf & ~Limits::addressMask) >> Limits::leafCountShift) + 1;
+}
+
+template <class T>
+const T* at(ktHemisphereRef ref) {
+    return reinterpret_cast<const T*>(static_cast<std::uintptr_t>(ref & Limits::addressMask));
+}
+
+/// Everything that hangs on a root.
+struct Walk {
+    std::vector<const ktHemisphereNode*> nodes; // depth first
+    std::vector<ktHemisphereRef> leaves;
+    std::vector<std::uint32_t> ids;               // ascending
+    std::vector<const ktHemisphereBlock*> blocks; // likewise
+
+    explicit Walk(const ktHemisphereStructure& structure) {
+        if (structure.rootRef())
+            visit(structure.rootRef());
+        std::sort(ids.begin(), ids.end());
+        std::sort(blocks.begin(), blocks.end());
+    }
+
+    void visit(ktHemisphereRef ref) {
+        if (ref & Limits::leafFlag) {
+            leaves.push_back(ref);
+            for (std::uint32_t i = 0; i < blocksOf(ref); ++i) {
+                const ktHemisphereBlock* block = at<ktHemisphereBlock>(ref) + i;
+                blocks.push_back(block);
+                for (std::uint32_t lane = 0; lane < Limits::blockTriangles; ++lane)
+                    if (block->corner[0][0][lane] != block->corner[1][0][lane] ||
+                        block->corner[0][1][lane] != block->corner[1][1][lane] ||
+                        block->corner[0][2][lane] != block->corner[1][2][lane])
+                        ids.push_back(block->id[lane]);
+            }
+            return;
+        }
+        const ktHemisphereNode* node = at<ktHemisphereNode>(ref);
+        nodes.push_back(node);
+        for (const ktHemisphereRef child : node->child)
+            if (child)
+                visit(child);
+    }
+};
+
+void expectSame(const ktHemisphereStructure& a, const ktHemisphereStructure& b) {
+    EXPECT_EQ(a.memory(), b.memory());
+    EXPECT_EQ(a.depth(), b.depth());
+    EXPECT_EQ(a.nodeCount(), b.nodeCount());
+    EXPECT_EQ(a.blockCount(), b.blockCount());
+    const Walk left(a), right(b);
+    ASSERT_EQ(left.nodes.size(), right.nodes.size());
+    ASSERT_EQ(left.leaves.size(), right.leaves.size());
+    for (std::size_t i = 0; i < left.nodes.size(); ++i) {
+        ASSERT_EQ(left.nodes[i] - left.nodes[0], right.nodes[i] - right.nodes[0]) << i;
+        ASSERT_EQ(std::memcmp(left.nodes[i]->lower, right.nodes[i]->lower, sizeof(ktHemisphereNode::lower)), 0) << i;
+        ASSERT_EQ(std::memcmp(left.nodes[i]->upper, right.nodes[i]->upper, sizeof(ktHemisphereNode::upper)), 0) << i;
+    }
+    const ktHemisphereBlock *const firstLeft = left.blocks.front(), *const firstRight = right.blocks.front();
+    for (std::size_t i = 0; i < left.leaves.size(); ++i) {
+        const auto *l = at<ktHemisphereBlock>(left.leaves[i]), *r = at<ktHemisphereBlock>(right.leaves[i]);
+        ASSERT_EQ(l - firstLeft, r - firstRight) << i;
+        ASSERT_EQ(blocksOf(left.leaves[i]), blocksOf(right.leaves[i])) << i;
+        ASSERT_EQ(std::memcmp(l, r, blocksOf(left.leaves[i]) * sizeof *l), 0) << i;
+    }
+}
+
+} // namespace
+
+TEST(HemisphereBuilder, GivenOneThreadOrFour_BuildsTheSame) {
+    for (std::vector<ktTestMesh> meshes : {fineSphere(), ktHostileMeshes::soup(), ktHostileMeshes::largeUneven()}) {
+        const std::vector<ktTracerMesh> views = viewsOf(meshes);
+        ktHemisphereStructure one, four;
+        buildOn(1, one, views);
+        buildOn(4, four, views);
+        expectSame(one, four);
+    }
+}
+
+TEST(HemisphereBuilder, GivenManyTriangles_GivesEachNodeAndBlockItsOwnPlace) {
+    std::vector<ktTestMesh> meshes = fineSphere();
+    const std::vector<ktTracerMesh> views = viewsOf(meshes);
+    ktHemisphereStructure structure;
+    buildOn(4, structure, views);
+    const Walk walk(structure);
+    EXPECT_EQ(walk.nodes.size(), structure.nodeCount());
+    EXPECT_EQ(std::set<const ktHemisphereNode*>(walk.nodes.begin(), walk.nodes.end()).size(), structure.nodeCount());
+    EXPECT_EQ(walk.blocks.size(), structure.blockCount());
+    EXPECT_EQ(std::adjacent_find(walk.blocks.begin(), walk.blocks.end()), walk.blocks.end());
+    ASSERT_EQ(walk.ids.size(), views[0].triangleCount);
+    std::uint32_t next = 0;
+    for (const std::uint32_t id : walk.ids)
+        ASSERT_EQ(id, next++);
+    // Arrays without gaps, the root in front.
+    for (const ktHemisphereNode* node : walk.nodes)
+        ASSERT_TRUE(node >= walk.nodes[0] && node < walk.nodes[0] + structure.nodeCount());
+    EXPECT_EQ(walk.blocks.back() - walk.blocks.front() + 1, static_cast<std::ptrdiff_t>(structure.blockCount()));
+}
+
+TEST(HemisphereBuilder, GivenUnusableTriangles_LeavesThemOutAndNumbersTheRest) {
+    ktTestMesh mesh;
+    std::vector<std::uint32_t> usable;
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::uint32_t bad = mesh.addVertex(nan, 0, 0);
+    for (std::uint32_t i = 0; i < 60000; ++i) {
+        const double x = i % 300, y = i / 300;
+        const std::uint32_t a = mesh.addVertex(x, y, 0), b = mesh.addVertex(x + 0.8, y, 0),
+                            c = mesh.addVertex(x, y + 0.8, 0);
+        if (i % 3 == 0 || (i >= 14000 && i < 40000)) { // many in a row as well
+            const std::uint32_t wrong[3] = {a, bad, 4000000000u};
+            mesh.addTriangle(a, b, wrong[i % 7 % 3]);
+        } else {
+            mesh.addTriangle(a, b, c);
+            usable.push_back(i);
+        }
+    }
+    ktTestMesh empty;
+    std::vector<ktTestMesh> meshes{empty, mesh, empty, mesh};
+    ktHemisphereStructure structure;
+    buildOn(4, structure, viewsOf(meshes));
+    std::vector<std::uint32_t> expected = usable;
+    for (const std::uint32_t id : usable)
+        expected.push_back(60000 + id);
+    EXPECT_EQ(Walk(structure).ids, expected);
+    EXPECT_EQ(structure.meshOf(59999), 1u);
+    EXPECT_EQ(structure.meshOf(60000), 3u);
+}
+
+TEST(HemisphereBuilder, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
+    struct Step {
+        float from;
+        bool isLarge;
+    };
+    // Looking at the triangles, cutting them, the binary tree, the nodes of eight.
+    for (const Step step : {Step{0, false}, Step{0.001f, false}, Step{0.05f, true}, Step{0.2f, false},
+                            Step{0.75f, false}, Step{0.8f, false}}) {
+        std::vector<ktTestMesh> meshes = step.isLarge ? ktHostileMeshes::largeUneven() : fineSphere();
+        const std::vector<ktTracerMesh> views = viewsOf(meshes);
+        ktHemisphereStructure structure;
+        ASSERT_TRUE(structure.build({views[0]}, {})); // stopping forgets that, too
+        std::atomic<int> asking{0}, later{0};
+        std::atomic<bool> stopped{false}, sideBySide{false};
+        EXPECT_FALSE(structure.build(views, [&](float share) {
+            sideBySide = sideBySide || asking++ > 0;
+            later += stopped;
+            std::this_thread::sleep_for(std::chrono::microseconds(100)); // so that others come meanwhile
+            stopped = stopped || share >= step.from;
+            --asking;
+            return !stopped;
+        })) << step.from;
+        EXPECT_TRUE(stopped) << step.from;
+        EXPECT_EQ(later, 0) << step.from;
+        EXPECT_FALSE(sideBySide) << step.from;
+        EXPECT_EQ(structure.memory(), 0u) << step.from;
+        EXPECT_EQ(structure.rootRef(), 0u) << step.from;
+        EXPECT_EQ(structure.nodeCount() + structure.blockCount(), 0u) << step.from;
+    }
+}
+
+TEST(HemisphereBuilder, GivenProgress_TellsSharesUpToTheEnd) {
+    std::vector<ktTestMesh> meshes = fineSphere();
+    ktHemisphereStructure structure;
+    std::vector<float> shares;
+    EXPECT_TRUE(structure.build(viewsOf(meshes), [&](float share) {
+        shares.push_back(share); // one call at a time
+        return true;
+    }));
+    for (const float share : shares)
+        EXPECT_TRUE(share >= 0.0f && share <= 1.0f) << share;
+    EXPECT_EQ(shares.front(), 0.0f);
+    EXPECT_GT(shares.back(), 0.75f);
+    EXPECT_GT(shares.size(), 8u);
+}
