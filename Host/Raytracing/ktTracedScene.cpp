@@ -2,9 +2,11 @@
 #include "ktTracedScene.h"
 
 #include "ktCancelPoint.h"
+#include "ktParallel.h"
 #include "ktSceneOrder.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <map>
 #include <tuple>
@@ -29,6 +31,13 @@ struct Bounds {
         any = true;
     }
 
+    void extend(const Bounds& other) {
+        if (!other.any)
+            return;
+        extend(other.low);
+        extend(other.high);
+    }
+
     float diagonal() const {
         double square = 0;
         for (int axis = 0; axis < 3; ++axis)
@@ -37,22 +46,47 @@ struct Bounds {
     }
 };
 
+constexpr std::size_t pieceSize = 65536; // positions or corners; some of a millisecond
+
+// Bounds of all corners.
+Bounds boundsOf(const std::vector<float>& positions, const std::vector<std::uint32_t>& corners) {
+    std::vector<Bounds> pieces((corners.size() + pieceSize - 1) / pieceSize);
+    ktParallel::forEach(pieces.size(), [&](std::size_t piece) {
+        const std::size_t first = piece * pieceSize;
+        for (std::size_t i = first; i < std::min(first + pieceSize, corners.size()); ++i)
+            pieces[piece].extend(&positions[3 * std::size_t(corners[i])]);
+    });
+    Bounds bounds;
+    for (const Bounds& piece : pieces)
+        bounds.extend(piece);
+    return bounds;
+}
+
 // World positions; those that are not finite become the origin, and triangles that use them must go.
-std::vector<float> transformAll(const ktGeometryView& view, const ktWorldTransform& toWorld, std::vector<bool>& isBad,
-                                bool& anyBad) {
+// @param isBad one a position; empty when none is
+std::vector<float> transformAll(const ktGeometryView& view, const ktWorldTransform& toWorld, std::vector<char>& isBad) {
     const float largest = 1.0e18f; // no tracer looks farther
-    std::vector<float> world(3 * std::size_t(view.positionCount) + 1);
-    for (std::size_t i = 0; i < view.positionCount; ++i) {
-        if (i % 65536 == 0)
-            ktThrowIfCanceled();
+    const std::size_t count = view.positionCount;
+    std::vector<float> world(3 * count + 1);
+    const auto transform = [&](std::size_t i) {
         float* p = &world[3 * i];
         toWorld.position(view.positions() + 3 * i, p);
         if (std::fabs(p[0]) <= largest && std::fabs(p[1]) <= largest && std::fabs(p[2]) <= largest)
-            continue;
+            return true;
         p[0] = p[1] = p[2] = 0.0f;
-        if (!anyBad)
-            isBad.resize(view.positionCount);
-        anyBad = isBad[i] = true;
+        return false;
+    };
+    std::atomic<bool> anyBad{false};
+    ktParallel::forEach((count + pieceSize - 1) / pieceSize, [&](std::size_t piece) {
+        ktThrowIfCanceled();
+        for (std::size_t i = piece * pieceSize; i < std::min((piece + 1) * pieceSize, count); ++i)
+            if (!transform(i))
+                anyBad = true;
+    });
+    if (anyBad) {
+        isBad.resize(count);
+        for (std::size_t i = 0; i < count; ++i)
+            isBad[i] = !transform(i);
     }
     return world;
 }
@@ -90,62 +124,80 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
     ktSortLights(lights);
 }
 
-void ktTracedScene::makePositions(std::size_t index) {
+// Returns how many triangles must go.
+std::uint64_t ktTracedScene::makePositions(std::size_t index) {
     ktTracedGeometry& traced = geometries[index];
-    bool anyBad = false;
-    std::vector<bool> isBad;
-    traced.positions =
-        std::make_shared<const std::vector<float>>(transformAll(views[index], traced.toWorld, isBad, anyBad));
-    if (!anyBad)
-        return;
+    std::vector<char> isBad;
+    traced.positions = std::make_shared<const std::vector<float>>(transformAll(views[index], traced.toWorld, isBad));
+    if (isBad.empty())
+        return 0;
     // A use of its own: what overflows here may be fine elsewhere.
     auto kept = std::make_shared<std::vector<std::uint32_t>>();
+    std::uint64_t bad = 0;
     for (std::size_t i = 0; i + 2 < traced.triangles->size(); i += 3) {
         const std::uint32_t* corners = &(*traced.triangles)[i];
         if (isBad[corners[0]] || isBad[corners[1]] || isBad[corners[2]])
-            ++badTriangles;
+            ++bad;
         else
             kept->insert(kept->end(), corners, corners + 3);
     }
     traced.triangles = kept;
+    return bad;
+}
+
+// Each shape once for its uses that are mirrored alike; bad triangles count for the first use.
+void ktTracedScene::readTriangles(std::vector<std::uint64_t>& bad) {
+    std::map<std::pair<const void*, bool>, std::size_t> firstUses;
+    std::vector<std::size_t> firstUseOf, distinct;
+    for (std::size_t i = 0; i < geometries.size(); ++i) {
+        const bool isMirrored = geometries[i].toWorld.isMirrored();
+        firstUseOf.push_back(firstUses.try_emplace({geometries[i].geometry.getCPtr(), isMirrored}, i).first->second);
+        if (firstUseOf[i] == i)
+            distinct.push_back(i);
+    }
+    ktParallel::forEach(distinct.size(), [&](std::size_t shape) {
+        ktThrowIfCanceled();
+        const std::size_t i = distinct[shape];
+        auto triangles = std::make_shared<std::vector<std::uint32_t>>(ktReadTriangles(views[i], bad[i]));
+        if (geometries[i].toWorld.isMirrored())
+            flip(*triangles);
+        triangles->shrink_to_fit();
+        geometries[i].triangles = triangles;
+    });
+    for (std::size_t i = 0; i < geometries.size(); ++i)
+        geometries[i].triangles = geometries[firstUseOf[i]].triangles;
 }
 
 void ktTracedScene::makeMeshes() {
-    std::map<std::pair<const void*, bool>, std::shared_ptr<const std::vector<std::uint32_t>>> triangles;
-    Bounds bounds;
-    for (std::size_t i = 0; i < geometries.size(); ++i) {
+    std::vector<std::uint64_t> bad(geometries.size());
+    readTriangles(bad);
+    std::vector<Bounds> bounds(geometries.size());
+    ktParallel::forEach(geometries.size(), [&](std::size_t i) {
         ktThrowIfCanceled();
-        ktTracedGeometry& traced = geometries[i];
-        const std::uint64_t badBefore = badTriangles;
-        auto& shared = triangles[{traced.geometry.getCPtr(), traced.toWorld.isMirrored()}];
-        if (!shared) {
-            auto fresh = std::make_shared<std::vector<std::uint32_t>>(ktReadTriangles(views[i], badTriangles));
-            if (traced.toWorld.isMirrored())
-                flip(*fresh);
-            fresh->shrink_to_fit();
-            shared = fresh;
-        }
-        traced.triangles = shared;
-        makePositions(i);
-        if (badTriangles != badBefore && badBefore == 0)
-            firstBad = i;
-        for (std::uint32_t corner : *traced.triangles)
-            bounds.extend(&(*traced.positions)[3 * std::size_t(corner)]);
-    }
+        bad[i] += makePositions(i);
+        bounds[i] = boundsOf(*geometries[i].positions, *geometries[i].triangles);
+    });
     views.clear();
     views.shrink_to_fit();
-    diagonal = bounds.diagonal();
+    Bounds all;
+    for (std::size_t i = 0; i < geometries.size(); ++i) {
+        all.extend(bounds[i]);
+        if (bad[i] > 0 && badTriangles == 0)
+            firstBad = i;
+        badTriangles += bad[i];
+    }
+    diagonal = all.diagonal();
     sortMeshes();
 }
 
 void ktTracedScene::sortMeshes() {
-    std::vector<std::tuple<std::uint64_t, std::uint64_t, std::size_t>> order;
-    for (std::size_t i = 0; i < geometries.size(); ++i) {
+    std::vector<std::tuple<std::uint64_t, std::uint64_t, std::size_t>> order(geometries.size());
+    ktParallel::forEach(geometries.size(), [&](std::size_t i) {
         ktThrowIfCanceled();
         const std::uint64_t shape =
             ktShapeKey(*geometries[i].positions, *geometries[i].triangles, normals[i].stored, normals[i].count);
-        order.emplace_back(shape, geometries[i].surfaceKey, i);
-    }
+        order[i] = {shape, geometries[i].surfaceKey, i};
+    });
     std::sort(order.begin(), order.end());
     for (const auto& entry : order)
         meshes.push_back(std::get<2>(entry));

@@ -23,7 +23,7 @@ struct ktTracedGeometry {
     /// are mirrored alike.
     std::shared_ptr<const std::vector<std::uint32_t>> triangles;
     std::shared_ptr<const std::vector<float>> positions; ///< world space, three floats a position and one spare
-    std::uint64_t surfaceKey = 0; ///< see ktSceneOrder.h
+    std::uint64_t surfaceKey = 0;                        ///< see ktSceneOrder.h
 
     std::uint32_t positionCount() const { return static_cast<std::uint32_t>(positions->size() / 3); }
 };
@@ -44,7 +44,8 @@ public:
     /// Takes stock of the nodes on the main thread; null nodes and nodes without geometry are left out.
     void collect(const std::vector<osg::NodePtr>& geometryNodes, const std::vector<osg::NodePtr>& lightNodes,
                  ktEventPump& pump);
-    /// Makes the meshes; on a worker thread, after collect(). @throws ktCanceled, std::exception
+    /// Makes the meshes, on the threads of the calling thread's arena; not on the main thread, after collect(). @throws
+    /// ktCanceled, std::exception
     void makeMeshes();
     /// What the tracer builds its structure from, after makeMeshes(): a piece of work that touches nothing but the
     /// tracer and keeps the meshes' arrays alive by itself, even when this scene is gone. Throws ktCanceled,
@@ -60,7 +61,8 @@ public:
     std::vector<ktInward> inwardDirections(const float* positions, std::uint32_t count) const;
 
 private:
-    void makePositions(std::size_t index);
+    void readTriangles(std::vector<std::uint64_t>& bad);
+    std::uint64_t makePositions(std::size_t index);
     void sortMeshes();
 
     struct Normals {
