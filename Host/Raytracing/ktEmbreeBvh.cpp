@@ -69,7 +69,10 @@ bool reportProgress(void* user, double share) {
     Callbacks& callbacks = *static_cast<Callbacks*>(user);
     if (*callbacks.progress && !(*callbacks.progress)(static_cast<float>(share)))
         callbacks.stopped = true;
-    return !callbacks.stopped;
+    // The library's builder does not heed the answer, but ends soon by an exception, which it catches.
+    if (callbacks.stopped)
+        throw std::runtime_error("stopped");
+    return true;
 }
 
 } // namespace

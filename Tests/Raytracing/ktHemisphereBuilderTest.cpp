@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktHemisphereBuilder.h"
+#include "ktEmbreeBvh.h"
 #include "ktHostileMeshes.h"
 
 #include <algorithm>
@@ -178,14 +179,17 @@ TEST(HemisphereBuilder, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
         ASSERT_TRUE(structure.build({views[0]}, {})); // stopping forgets that, too
         std::atomic<int> asking{0}, later{0};
         std::atomic<bool> stopped{false}, sideBySide{false};
-        EXPECT_FALSE(structure.build(views, [&](float share) {
+        const auto stop = [&](float share) {
             sideBySide = sideBySide || asking++ > 0;
             later += stopped;
             std::this_thread::sleep_for(std::chrono::microseconds(100)); // so that others come meanwhile
             stopped = stopped || share >= step.from;
             --asking;
             return !stopped;
-        })) << step.from;
+        };
+        // With many threads the last of the branches begin before the first is done.
+        const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 2);
+        tbb::task_arena(2).execute([&] { EXPECT_FALSE(structure.build(views, stop)) << step.from; });
         EXPECT_TRUE(stopped) << step.from;
         EXPECT_EQ(later, 0) << step.from;
         EXPECT_FALSE(sideBySide) << step.from;
@@ -208,4 +212,28 @@ TEST(HemisphereBuilder, GivenProgress_TellsSharesUpToTheEnd) {
     EXPECT_EQ(shares.front(), 0.0f);
     EXPECT_GT(shares.back(), 0.75f);
     EXPECT_GT(shares.size(), 8u);
+}
+
+TEST(BvhTree, GivenStop_EndsSoonAndIsEmpty) {
+    ktBvhPrimitives boxes(100000);
+    for (std::uint32_t i = 0; i < boxes.size(); ++i) {
+        const float x = static_cast<float>(i % 317), y = static_cast<float>(i / 317);
+        boxes[i] = {{x, y, 0}, 0, {x + 0.5f, y + 0.5f, 0.5f}, i};
+    }
+    ktBvhTree tree;
+    std::atomic<bool> stopped{false};
+    std::atomic<int> later{0};
+    const auto stop = [&](float share) {
+        later += stopped;
+        stopped = stopped || share > 0.1f;
+        return !stopped;
+    };
+    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 4);
+    tbb::task_arena arena(4);
+    arena.execute([&] { EXPECT_FALSE(tree.build(ktBvhTree::Kind::Fast, boxes, {}, stop)); });
+    EXPECT_TRUE(stopped);
+    EXPECT_LT(later, 4) << "the other threads may just be telling theirs";
+    EXPECT_EQ(tree.root(), 0u);
+    EXPECT_TRUE(tree.build(ktBvhTree::Kind::Fast, boxes, {}, {}));
+    EXPECT_NE(tree.root(), 0u);
 }

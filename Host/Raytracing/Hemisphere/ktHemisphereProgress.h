@@ -12,12 +12,12 @@ public:
     /// @param receiver may be empty
     explicit ktHemisphereProgress(const ktTracer::Progress& receiver) : receiver(receiver) {}
 
-    /// Tells the share done, unless another thread is just telling it. Any thread.
+    /// Tells the share done, unless it was told to stop before. Any thread; shares may come a little out of order.
     /// @return false once the receiver has said stop
     bool goOn(float share) {
         if (!stopped && receiver) {
-            const std::unique_lock<std::mutex> lock(telling, std::try_to_lock);
-            if (lock && !stopped && !receiver(share))
+            const std::lock_guard<std::mutex> lock(telling);
+            if (!stopped && !receiver(share))
                 stopped = true;
         }
         return !stopped;
