@@ -133,7 +133,6 @@ TEST_F(SceneRaytracing, GivenCancelledBuildThatDoesNotStop_ReturnsWithoutItAndWa
     tracing.utils->restoreRaytracing(0);
     EXPECT_FALSE(hasEnded);
     ktCancelToken::the().reset();
-    orders.atBuild = {};
     QTimer::singleShot(20, [&] { mayEnd = true; });
     tracing.build(scene);
     EXPECT_TRUE(hasEnded);
