@@ -7,13 +7,25 @@
 #include <algorithm>
 #include <cmath>
 
+#ifdef KT_HEMISPHERE_X86
+#include <cpuid.h>
+#endif
+
 namespace {
+
+#ifdef KT_HEMISPHERE_X86
+// Not __builtin_cpu_supports("lzcnt"), which clang refuses to compile.
+bool hasLzcnt() {
+    unsigned int a, b, c, d;
+    return __get_cpuid(0x80000001u, &a, &b, &c, &d) && (c & bit_LZCNT);
+}
+#endif
 
 const ktHemisphereKernel& chooseKernel([[maybe_unused]] std::uint32_t lanes) {
 #ifdef KT_HEMISPHERE_X86
     const bool has8 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
                       __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
-                      __builtin_cpu_supports("lzcnt") && __builtin_cpu_supports("popcnt");
+                      __builtin_cpu_supports("popcnt") && hasLzcnt();
     const bool has16 = has8 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
                        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
     if (has16 && lanes >= 16)
