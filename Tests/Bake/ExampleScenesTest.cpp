@@ -17,15 +17,14 @@ protected:
 
     ExampleScenes() {
         QProcess script;
-        script.start(KT_PYTHON_PROGRAM,
-                     {KT_EXAMPLES "/scenes.py", QString::fromStdString(folder.file("scenes"))});
-        EXPECT_TRUE(script.waitForFinished()) << script.errorString().toStdString();
+        script.start(KT_PYTHON_PROGRAM, {KT_EXAMPLES "/scenes.py", QString::fromStdString(folder.file("scenes"))});
+        EXPECT_TRUE(script.waitForFinished(300000)) << script.errorString().toStdString();
         EXPECT_EQ(script.exitCode(), 0) << script.readAllStandardError().toStdString();
     }
 
     ktBakedFile bake(const std::string& scene, std::vector<std::string> options) {
-        options.insert(options.begin(), {"scenes/" + scene, "-o", "out.glb", "--shadow-quality", "0", "--gather-quality", "0",
-                                         "--preview", "out.png"});
+        options.insert(options.begin(), {"scenes/" + scene, "-o", "out.glb", "--shadow-quality", "0",
+                                         "--gather-quality", "0", "--preview", "out.png"});
         const ktBakeResult result = runBake(folder.path, options);
         EXPECT_EQ(result.exitCode, 0) << result.error;
         return ktBakedFile(folder.file("out.glb"));
