@@ -30,6 +30,7 @@ struct ktBvhLeaf {
     static constexpr std::uint32_t maxCount = 8;
     std::uint32_t count;
     std::uint32_t ids[maxCount];
+    std::uint32_t lines; ///< room for ktHemispherePlan: cache lines of its patches
 };
 
 /// Inner node of a binary tree. A child is a node or a leaf; see ktBvhTree.
@@ -39,7 +40,8 @@ struct ktBvhNode {
     // Room for ktHemispherePlan.
     union {
         float cost[8];       ///< [places in the node above], while these are calculated
-        std::size_t size[2]; ///< afterwards: nodes of eight and blocks of the subtree, of a node that becomes one
+        std::size_t size[2]; ///< afterwards: nodes of eight and cache lines of patches of the subtree, of a node that
+                             ///< becomes one
     };
     std::uint8_t first[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay
 };
@@ -77,9 +79,7 @@ public:
     /// 0 for an empty tree.
     std::uintptr_t root() const { return rootNode; }
     static bool isLeaf(std::uintptr_t node) { return node & 1; }
-    static const ktBvhLeaf& leaf(std::uintptr_t node) {
-        return *reinterpret_cast<const ktBvhLeaf*>(node & ~std::uintptr_t(1));
-    }
+    static ktBvhLeaf& leaf(std::uintptr_t node) { return *reinterpret_cast<ktBvhLeaf*>(node & ~std::uintptr_t(1)); }
     static ktBvhNode& node(std::uintptr_t node) { return *reinterpret_cast<ktBvhNode*>(node); }
 
 private:

@@ -23,6 +23,7 @@ void PrintTo(const Case& testCase, std::ostream* out) {
 
 class HemisphereAgreement : public testing::TestWithParam<Case> {
 protected:
+    void expectAgreement(ktHemisphereLeafKind kind) const;
     void expectAgreement(const ktTracerComparison::Result& result, const char* what) const {
         SCOPED_TRACE(what);
         EXPECT_EQ(result.wrong, 0u);
@@ -56,8 +57,8 @@ const Case cases[] = {
 INSTANTIATE_TEST_SUITE_P(All, HemisphereAgreement, testing::ValuesIn(cases),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST_P(HemisphereAgreement, GivenHostileScene_AnswersAsEmbreeDoes) {
-    ktTracerComparison comparison(GetParam().make());
+void HemisphereAgreement::expectAgreement(ktHemisphereLeafKind kind) const {
+    ktTracerComparison comparison(GetParam().make(), 16, kind);
     comparison.addSurfaceVertices(150, 1);
     ASSERT_EQ(comparison.vertexCount(), 150u);
     ktRayLimits limits = comparison.widest();
@@ -78,6 +79,28 @@ TEST_P(HemisphereAgreement, GivenHostileScene_AnswersAsEmbreeDoes) {
     expectAgreement(comparison.nearest(16, 16, comparison.widest()), "nearest");
     limits.bothSides = false;
     expectAgreement(comparison.nearest(7, 5, limits), "nearest front sides from 0");
+}
+
+TEST_P(HemisphereAgreement, GivenHostileScene_AnswersAsEmbreeDoes) {
+    expectAgreement(ktHemisphereLeafKind::Wide);
+}
+
+TEST_P(HemisphereAgreement, GivenHostileSceneInPatches_AnswersAsEmbreeDoes) {
+    expectAgreement(ktHemisphereLeafKind::Patches);
+}
+
+TEST_P(HemisphereAgreement, GivenPatchesOrWideLeaves_AnswersTheSame) {
+    const std::vector<ktTestMesh> meshes = GetParam().make();
+    for (const std::uint32_t lanes : {16u, 8u, 4u}) {
+        std::vector<std::uint32_t> visible[2];
+        for (const auto kind : {ktHemisphereLeafKind::Wide, ktHemisphereLeafKind::Patches}) {
+            ktTracerComparison comparison(meshes, lanes, kind);
+            comparison.addSurfaceVertices(100, 3);
+            visible[kind == ktHemisphereLeafKind::Patches] = comparison.visible(32, 32, comparison.widest());
+        }
+        ASSERT_EQ(visible[0].size(), 100u);
+        EXPECT_EQ(visible[0], visible[1]) << lanes << " lanes";
+    }
 }
 
 TEST_P(HemisphereAgreement, GivenNarrowAndWideKernels_CountAlike) {

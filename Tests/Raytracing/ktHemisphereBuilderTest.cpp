@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktHemisphereBuilder.h"
 #include "ktEmbreeBvh.h"
+#include "ktHemisphereWalk.h"
 #include "ktHostileMeshes.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
@@ -29,65 +31,21 @@ std::vector<ktTestMesh> fineSphere() {
     return meshes;
 }
 
-void buildOn(int threads, ktHemisphereStructure& structure, const std::vector<ktTracerMesh>& meshes) {
+void buildOn(int threads, ktHemisphereStructure& structure, const std::vector<ktTracerMesh>& meshes,
+             ktHemisphereLeafKind kind = ktHemisphereLeafKind::ByCount) {
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
     tbb::task_arena arena(threads);
-    arena.execute([&] { EXPECT_TRUE(structure.build(meshes, {})); });
+    arena.execute([&] { EXPECT_TRUE(structure.build(meshes, {}, kind)); });
 }
 
-using Limits = ktHemisphereLimits;
-
-std::uint32_t blocksOf(ktHemisphereRef leaf) {
-    return static_cast<std::uint32_t>((leaf & ~Limits::addressMask) >> Limits::leafCountShift) + 1;
-}
-
-template <class T>
-const T* at(ktHemisphereRef ref) {
-    return reinterpret_cast<const T*>(static_cast<std::uintptr_t>(ref & Limits::addressMask));
-}
-
-/// Everything that hangs on a root.
-struct Walk {
-    std::vector<const ktHemisphereNode*> nodes; // depth first
-    std::vector<ktHemisphereRef> leaves;
-    std::vector<std::uint32_t> ids;               // ascending
-    std::vector<const ktHemisphereBlock*> blocks; // likewise
-
-    explicit Walk(const ktHemisphereStructure& structure) {
-        if (structure.rootRef())
-            visit(structure.rootRef());
-        std::sort(ids.begin(), ids.end());
-        std::sort(blocks.begin(), blocks.end());
-    }
-
-    void visit(ktHemisphereRef ref) {
-        if (ref & Limits::leafFlag) {
-            leaves.push_back(ref);
-            for (std::uint32_t i = 0; i < blocksOf(ref); ++i) {
-                const ktHemisphereBlock* block = at<ktHemisphereBlock>(ref) + i;
-                blocks.push_back(block);
-                for (std::uint32_t lane = 0; lane < Limits::blockTriangles; ++lane)
-                    if (block->corner[0][0][lane] != block->corner[1][0][lane] ||
-                        block->corner[0][1][lane] != block->corner[1][1][lane] ||
-                        block->corner[0][2][lane] != block->corner[1][2][lane])
-                        ids.push_back(block->id[lane]);
-            }
-            return;
-        }
-        const ktHemisphereNode* node = at<ktHemisphereNode>(ref);
-        nodes.push_back(node);
-        for (const ktHemisphereRef child : node->child)
-            if (child)
-                visit(child);
-    }
-};
+constexpr ktHemisphereLeafKind leafKinds[] = {ktHemisphereLeafKind::Wide, ktHemisphereLeafKind::Patches};
 
 void expectSame(const ktHemisphereStructure& a, const ktHemisphereStructure& b) {
     EXPECT_EQ(a.memory(), b.memory());
     EXPECT_EQ(a.depth(), b.depth());
     EXPECT_EQ(a.nodeCount(), b.nodeCount());
-    EXPECT_EQ(a.blockCount(), b.blockCount());
-    const Walk left(a), right(b);
+    EXPECT_EQ(a.lineCount(), b.lineCount());
+    const ktHemisphereWalk left(a), right(b);
     ASSERT_EQ(left.nodes.size(), right.nodes.size());
     ASSERT_EQ(left.leaves.size(), right.leaves.size());
     for (std::size_t i = 0; i < left.nodes.size(); ++i) {
@@ -95,12 +53,12 @@ void expectSame(const ktHemisphereStructure& a, const ktHemisphereStructure& b) 
         ASSERT_EQ(std::memcmp(left.nodes[i]->lower, right.nodes[i]->lower, sizeof(ktHemisphereNode::lower)), 0) << i;
         ASSERT_EQ(std::memcmp(left.nodes[i]->upper, right.nodes[i]->upper, sizeof(ktHemisphereNode::upper)), 0) << i;
     }
-    const ktHemisphereBlock *const firstLeft = left.blocks.front(), *const firstRight = right.blocks.front();
+    const ktHemisphereLine *const firstLeft = left.firstLine(), *const firstRight = right.firstLine();
     for (std::size_t i = 0; i < left.leaves.size(); ++i) {
-        const auto *l = at<ktHemisphereBlock>(left.leaves[i]), *r = at<ktHemisphereBlock>(right.leaves[i]);
-        ASSERT_EQ(l - firstLeft, r - firstRight) << i;
-        ASSERT_EQ(blocksOf(left.leaves[i]), blocksOf(right.leaves[i])) << i;
-        ASSERT_EQ(std::memcmp(l, r, blocksOf(left.leaves[i]) * sizeof *l), 0) << i;
+        const ktStoredTriangles &l = left.leaves[i], &r = right.leaves[i];
+        ASSERT_EQ(l.line - firstLeft, r.line - firstRight) << i;
+        ASSERT_EQ(l.lineCount, r.lineCount) << i;
+        ASSERT_EQ(std::memcmp(l.line, r.line, l.lineCount * sizeof *l.line), 0) << i;
     }
 }
 
@@ -109,31 +67,99 @@ void expectSame(const ktHemisphereStructure& a, const ktHemisphereStructure& b) 
 TEST(HemisphereBuilder, GivenOneThreadOrFour_BuildsTheSame) {
     for (std::vector<ktTestMesh> meshes : {fineSphere(), ktHostileMeshes::soup(), ktHostileMeshes::largeUneven()}) {
         const std::vector<ktTracerMesh> views = viewsOf(meshes);
-        ktHemisphereStructure one, four;
-        buildOn(1, one, views);
-        buildOn(4, four, views);
-        expectSame(one, four);
+        for (const ktHemisphereLeafKind kind : leafKinds) {
+            ktHemisphereStructure one, four;
+            buildOn(1, one, views, kind);
+            buildOn(4, four, views, kind);
+            expectSame(one, four);
+        }
     }
 }
 
-TEST(HemisphereBuilder, GivenManyTriangles_GivesEachNodeAndBlockItsOwnPlace) {
+TEST(HemisphereBuilder, GivenManyTriangles_GivesEachNodeAndLeafItsOwnPlace) {
     std::vector<ktTestMesh> meshes = fineSphere();
     const std::vector<ktTracerMesh> views = viewsOf(meshes);
-    ktHemisphereStructure structure;
-    buildOn(4, structure, views);
-    const Walk walk(structure);
-    EXPECT_EQ(walk.nodes.size(), structure.nodeCount());
-    EXPECT_EQ(std::set<const ktHemisphereNode*>(walk.nodes.begin(), walk.nodes.end()).size(), structure.nodeCount());
-    EXPECT_EQ(walk.blocks.size(), structure.blockCount());
-    EXPECT_EQ(std::adjacent_find(walk.blocks.begin(), walk.blocks.end()), walk.blocks.end());
-    ASSERT_EQ(walk.ids.size(), views[0].triangleCount);
-    std::uint32_t next = 0;
-    for (const std::uint32_t id : walk.ids)
-        ASSERT_EQ(id, next++);
-    // Arrays without gaps, the root in front.
-    for (const ktHemisphereNode* node : walk.nodes)
-        ASSERT_TRUE(node >= walk.nodes[0] && node < walk.nodes[0] + structure.nodeCount());
-    EXPECT_EQ(walk.blocks.back() - walk.blocks.front() + 1, static_cast<std::ptrdiff_t>(structure.blockCount()));
+    for (const ktHemisphereLeafKind kind : leafKinds) {
+        ktHemisphereStructure structure;
+        buildOn(4, structure, views, kind);
+        ktHemisphereWalk walk(structure);
+        EXPECT_EQ(std::set<const ktHemisphereNode*>(walk.nodes.begin(), walk.nodes.end()).size(),
+                  structure.nodeCount());
+        EXPECT_EQ(walk.nodes.size(), structure.nodeCount());
+        ASSERT_EQ(walk.ids.size(), views[0].triangleCount);
+        std::uint32_t next = 0;
+        for (const std::uint32_t id : walk.ids)
+            ASSERT_EQ(id, next++);
+        // Arrays without gaps, the root in front.
+        for (const ktHemisphereNode* node : walk.nodes)
+            ASSERT_TRUE(node >= walk.nodes[0] && node < walk.nodes[0] + structure.nodeCount());
+        std::sort(walk.leaves.begin(), walk.leaves.end(),
+                  [](const ktStoredTriangles& a, const ktStoredTriangles& b) { return a.line < b.line; });
+        const ktHemisphereLine *const first = walk.leaves[0].line, *line = first;
+        for (const ktStoredTriangles& leaf : walk.leaves) {
+            ASSERT_EQ(leaf.line, line);
+            line += leaf.lineCount;
+        }
+        EXPECT_EQ(line - first, static_cast<std::ptrdiff_t>(structure.lineCount()));
+    }
+}
+
+TEST(HemisphereBuilder, GivenAnyTriangles_KeepsTheirCornersToTheLastBit) {
+    for (std::vector<ktTestMesh> meshes : {fineSphere(), ktHostileMeshes::soup()}) {
+        const std::vector<ktTracerMesh> views = viewsOf(meshes);
+        for (const ktHemisphereLeafKind kind : leafKinds) {
+            ktHemisphereStructure structure;
+            buildOn(4, structure, views, kind);
+            const ktHemisphereWalk walk(structure);
+            ASSERT_FALSE(walk.leaves.empty());
+            for (const ktStoredTriangles& leaf : walk.leaves) {
+                ASSERT_EQ(leaf.pointCount != 0, kind == ktHemisphereLeafKind::Patches);
+                ASSERT_TRUE(leaf.restIsFlat);
+                for (std::size_t i = 0; i < leaf.ids.size(); ++i) {
+                    const std::uint32_t mesh = structure.meshOf(leaf.ids[i]);
+                    const std::uint32_t* index = views[mesh].indices + 3 * (leaf.ids[i] - structure.firstOf(mesh));
+                    for (std::size_t c = 0; c < 3; ++c)
+                        ASSERT_EQ(std::memcmp(&leaf.corners[i][3 * c], views[mesh].positions + 3 * index[c], 12), 0);
+                }
+            }
+        }
+    }
+}
+
+TEST(HemisphereBuilder, GivenPatches_KeepsCornersThatTrianglesShareOnce) {
+    ktTestMesh fan; // eight triangles round a point, each with corners of its own in the mesh
+    ktTestMesh apart;
+    for (int i = 0; i < 8; ++i) {
+        const double a = i * M_PI / 4, b = (i + 1) % 8 * M_PI / 4, x = 1e-3 * i;
+        fan.addTriangle(fan.addVertex(0, 0, 0), fan.addVertex(std::cos(a), std::sin(a), 0),
+                        fan.addVertex(std::cos(b), std::sin(b), 0));
+        apart.addTriangle(apart.addVertex(x, 0, x), apart.addVertex(x, 1, 0), apart.addVertex(x, 0, 1));
+    }
+    ktHemisphereStructure one, two;
+    buildOn(1, one, {fan.view()}, ktHemisphereLeafKind::Patches);
+    buildOn(1, two, {apart.view()}, ktHemisphereLeafKind::Patches);
+    const ktHemisphereWalk shared(one), separate(two);
+    ASSERT_EQ(shared.nodes.size(), 0u);
+    ASSERT_EQ(shared.leaves.size(), 1u);
+    EXPECT_EQ(shared.leaves[0].pointCount, 9u);
+    EXPECT_EQ(one.lineCount(), 3u); // 172 bytes
+    // 24 points do not fit into one patch: five triangles in one, three in another.
+    ASSERT_EQ(separate.nodes.size(), 0u);
+    ASSERT_EQ(separate.leaves.size(), 2u);
+    EXPECT_EQ(separate.leaves[0].pointCount, 15u);
+    EXPECT_EQ(separate.leaves[0].ids.size(), 5u);
+    EXPECT_EQ(separate.leaves[1].pointCount, 9u);
+    EXPECT_EQ(separate.leaves[1].ids.size(), 3u);
+    EXPECT_EQ(two.lineCount(), 4u + 3u);
+}
+
+TEST(HemisphereBuilder, GivenMoreThanAMillionTriangles_MakesPatches) {
+    std::vector<ktTestMesh> few = fineSphere(), many = ktHostileMeshes::largeUneven();
+    for (std::vector<ktTestMesh>* meshes : {&few, &many}) {
+        ktHemisphereStructure structure;
+        buildOn(4, structure, viewsOf(*meshes));
+        EXPECT_EQ(ktHemisphereWalk(structure).leaves[0].pointCount != 0, meshes == &many);
+    }
 }
 
 TEST(HemisphereBuilder, GivenUnusableTriangles_LeavesThemOutAndNumbersTheRest) {
@@ -160,7 +186,7 @@ TEST(HemisphereBuilder, GivenUnusableTriangles_LeavesThemOutAndNumbersTheRest) {
     std::vector<std::uint32_t> expected = usable;
     for (const std::uint32_t id : usable)
         expected.push_back(60000 + id);
-    EXPECT_EQ(Walk(structure).ids, expected);
+    EXPECT_EQ(ktHemisphereWalk(structure).ids, expected);
     EXPECT_EQ(structure.meshOf(59999), 1u);
     EXPECT_EQ(structure.meshOf(60000), 3u);
 }
@@ -195,7 +221,7 @@ TEST(HemisphereBuilder, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
         EXPECT_FALSE(sideBySide) << step.from;
         EXPECT_EQ(structure.memory(), 0u) << step.from;
         EXPECT_EQ(structure.rootRef(), 0u) << step.from;
-        EXPECT_EQ(structure.nodeCount() + structure.blockCount(), 0u) << step.from;
+        EXPECT_EQ(structure.nodeCount() + structure.lineCount(), 0u) << step.from;
     }
 }
 

@@ -62,8 +62,8 @@ void count(const ktRoundingJudge& judge, const float* origin, const float* direc
 
 } // namespace
 
-ktTracerComparison::ktTracerComparison(std::vector<ktTestMesh> shapes, std::uint32_t lanes)
-    : meshes(std::move(shapes)), tracer(new ktHemisphereTracer(lanes)) {
+ktTracerComparison::ktTracerComparison(std::vector<ktTestMesh> shapes, std::uint32_t lanes, ktHemisphereLeafKind kind)
+    : meshes(std::move(shapes)), tracer(new ktHemisphereTracer(lanes, kind)) {
     for (ktTestMesh& mesh : meshes)
         views.push_back(mesh.view());
     tracer->build(views, {});

@@ -7,11 +7,12 @@
 #include <cfloat>
 #include <gtest/gtest.h>
 #include <limits>
+#include <string>
 
 namespace {
 
 struct Kind {
-    const char* name;
+    std::string name;
     std::function<std::unique_ptr<ktTracer>()> make;
 };
 
@@ -79,13 +80,15 @@ std::vector<Kind> tracerKinds() {
         kinds.push_back({"EmbreeAvx2", [] { return makeEmbree("isa=avx2"); }});
     for (const std::uint32_t lanes : {4u, 8u, 16u})
         if (ktHemisphereTracer(lanes).laneCount() == lanes)
-            kinds.push_back({lanes == 4 ? "Hemisphere4" : lanes == 8 ? "Hemisphere8" : "Hemisphere16",
-                             [lanes] { return std::make_unique<ktHemisphereTracer>(lanes); }});
+            for (const auto kind : {ktHemisphereLeafKind::Wide, ktHemisphereLeafKind::Patches})
+                kinds.push_back({"Hemisphere" + std::to_string(lanes) +
+                                     (kind == ktHemisphereLeafKind::Wide ? "" : "Patches"),
+                                 [=] { return std::make_unique<ktHemisphereTracer>(lanes, kind); }});
     return kinds;
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Tracer, testing::ValuesIn(tracerKinds()),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& info) { return info.param.name; });
 
 TEST_P(Tracer, GivenNothingBuilt_SeesNothing) {
     EXPECT_EQ(openShare(vertexAt(0, 0, 0), unlimited), 1.0);

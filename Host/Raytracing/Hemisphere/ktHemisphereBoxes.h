@@ -26,32 +26,27 @@ KT_INLINE std::uint32_t rankOf(const float* keys, std::uint32_t among, std::uint
 }
 
 KT_INLINE const ktHemisphereNode& nodeAt(ktHemisphereRef ref) {
-    return *reinterpret_cast<const ktHemisphereNode*>(ref);
-}
-
-KT_INLINE const ktHemisphereBlock* firstBlock(ktHemisphereRef leaf) {
-    return reinterpret_cast<const ktHemisphereBlock*>(leaf & ktHemisphereLimits::addressMask);
-}
-
-KT_INLINE std::uint64_t blockCount(ktHemisphereRef leaf) {
-    return ((leaf & ~ktHemisphereLimits::addressMask) >> ktHemisphereLimits::leafCountShift) + 1;
+    return *reinterpret_cast<const ktHemisphereNode*>(ref - ktHemisphereLimits::nodeFlags);
 }
 
 KT_INLINE void prefetch(ktHemisphereRef ref) {
     const char* at = reinterpret_cast<const char*>(ref & ktHemisphereLimits::addressMask);
+    // The last line's begin: of points - 1 points and of a patch's end.
+    const std::uint64_t points = ref >> ktHemisphereLimits::pointShift & (ktHemisphereLimits::patchPoints - 1);
+    const std::uint64_t last = (points * 12 + 75) & ~std::uint64_t(63);
     __builtin_prefetch(at);
     __builtin_prefetch(at + 64);
-    __builtin_prefetch(at + 128);
-    __builtin_prefetch(at + 192);
+    __builtin_prefetch(at + (last < 128 ? last : 128));
+    __builtin_prefetch(at + last);
 }
 
 /// Which of a tile's 16 rays pass through a box (relative to the vertex) between the distances.
 template <bool nearest>
-KT_INLINE std::uint32_t raysThroughBox(const ktHemisphereWork& work, std::uint32_t slot, const float* lower,
+KT_INLINE std::uint32_t raysThroughBox(const ktHemisphereWork& work, const ktHemisphereSlot& slot, const float* lower,
                                        const float* upper, int stride) {
-    Float16 enter = work.minDistance, leave = nearest ? Float16::load(work.reach[slot]) : Float16(work.maxDistance);
+    Float16 enter = work.minDistance, leave = nearest ? Float16::load(slot.reach) : Float16(work.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {
-        const Float16 r = Float16::load(work.reciprocal[slot][axis]);
+        const Float16 r = Float16::load(slot.reciprocal[axis]);
         const Float16 a = Float16(lower[axis * stride]) * r, b = Float16(upper[axis * stride]) * r;
         enter = larger(enter, smaller(a, b));
         leave = smaller(leave, larger(a, b));

@@ -33,11 +33,12 @@ void ktHemisphereStructure::clear() {
 }
 
 std::size_t ktHemisphereStructure::memory() const {
-    return tree.nodes.capacity() * sizeof(ktHemisphereNode) + tree.blocks.capacity() * sizeof(ktHemisphereBlock) +
+    return tree.nodes.capacity() * sizeof(ktHemisphereNode) + tree.lines.capacity() * sizeof(ktHemisphereLine) +
            numbers.memory();
 }
 
-bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& receiver) try {
+bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& receiver,
+                                  ktHemisphereLeafKind kind) try {
     ktHemisphereProgress progress(receiver);
     clear();
     if (!progress.goOn(0.0f))
@@ -46,7 +47,7 @@ bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const
     ktBvhTree binary;
     if (grow(binary, meshes, progress)) {
         if (binary.root())
-            tree = ktEmitHemisphere(binary, meshes, numbers, progress, grown);
+            tree = ktEmitHemisphere(binary, meshes, numbers, kind, progress, grown);
         if (!progress.isStopped())
             return true;
     }

@@ -21,7 +21,8 @@ public:
     /// @return false when `progress` stopped it: the structure is then empty
     /// @throws std::exception when memory runs out, the library fails, or there are 2^32 triangles or more:
     ///         the structure is then empty
-    bool build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& progress);
+    bool build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& progress,
+               ktHemisphereLeafKind kind = ktHemisphereLeafKind::ByCount);
 
     /// Where every ray starts; 0 when there is nothing to meet. Valid until the next build.
     ktHemisphereRef rootRef() const { return tree.root; }
@@ -34,7 +35,8 @@ public:
     /// Levels of nodes from the root to the deepest leaf.
     std::uint32_t depth() const { return tree.levels; }
     std::size_t nodeCount() const { return tree.nodes.size(); }
-    std::size_t blockCount() const { return tree.blocks.size(); }
+    /// Cache lines of leaves.
+    std::size_t lineCount() const { return tree.lines.size(); }
 
 private:
     bool grow(ktBvhTree& binary, const std::vector<ktTracerMesh>& meshes, ktHemisphereProgress& progress) const;

@@ -13,8 +13,11 @@ namespace {
 
 using Limits = ktHemisphereLimits;
 
-// A subtree with so many blocks is worth several threads; some milliseconds of one.
-constexpr std::size_t manyBlocks = 4096;
+// Beyond this tracing waits for memory more than it works, and short leaves are the quicker ones.
+constexpr std::uint32_t maxTrianglesWide = 1000000;
+
+// A subtree with so many lines is worth several threads; some milliseconds of one.
+constexpr std::size_t manyLines = 10240;
 
 // A few units in the last place of the farthest coordinate, so that a ray along a box's face does not slip by.
 ktBvhBox widened(const ktBvhBox& box) {
@@ -39,35 +42,23 @@ void clear(ktHemisphereNode& node) {
 
 /// Where a node of eight and what is below it go.
 struct Place {
-    std::uintptr_t node;               ///< of the binary tree
-    std::size_t index;                 ///< its own, among the nodes
-    std::size_t firstNode, firstBlock; ///< below it
+    std::uintptr_t node;              ///< of the binary tree
+    std::size_t index;                ///< its own, among the nodes
+    std::size_t firstNode, firstLine; ///< below it
 };
 
 class Emitter {
 public:
-    Emitter(ktHemisphereTree& tree, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
-            ktHemisphereProgress& progress, float firstShare)
-        : tree(tree), meshes(meshes), numbers(numbers), progress(progress), firstShare(firstShare) {}
+    static ktHemisphereRef refTo(const ktHemisphereNode& node) {
+        return reinterpret_cast<std::uintptr_t>(&node) | Limits::nodeFlags;
+    }
 
-    ktHemisphereRef emitLeaf(ktBvhLeaf leaf, std::size_t firstBlock) {
-        std::sort(leaf.ids, leaf.ids + leaf.count); // the builder's order depends on its threads
-        const std::uint32_t count = ktHemispherePlan::blockCount(leaf);
-        for (std::uint32_t i = 0; i < count; ++i) {
-            ktHemisphereBlock block{};
-            const std::uint32_t start = i * Limits::blockTriangles;
-            for (std::uint32_t lane = 0; lane < Limits::blockTriangles && start + lane < leaf.count; ++lane) {
-                const std::uint32_t id = leaf.ids[start + lane];
-                const ktTriangleCorners corner(meshes, numbers, id);
-                for (int c = 0; c < 3; ++c)
-                    for (int axis = 0; axis < 3; ++axis)
-                        block.corner[c][axis][lane] = corner.p[c][axis];
-                block.id[lane] = id;
-            }
-            tree.blocks[firstBlock + i] = block;
-        }
-        return address(&tree.blocks[firstBlock]) | ktHemisphereRef(count - 1) << Limits::leafCountShift |
-               Limits::leafFlag;
+    Emitter(ktHemisphereTree& tree, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
+            ktHemisphereLeafKind kind, ktHemisphereProgress& progress, float firstShare)
+        : tree(tree), meshes(meshes), numbers(numbers), kind(kind), progress(progress), firstShare(firstShare) {}
+
+    ktHemisphereRef emitLeaf(const ktBvhLeaf& leaf, std::size_t firstLine) {
+        return ktHemisphereLeafWriter(leaf, meshes, numbers, kind).write(&tree.lines[firstLine]);
     }
 
     void emit(const Place& place) {
@@ -75,7 +66,7 @@ public:
         const std::uint32_t count = ktHemispherePlan::children(place.node, child);
         Place inner[Limits::children];
         std::uint32_t innerCount = 0;
-        std::size_t nextNode = place.firstNode, nextBlock = place.firstBlock;
+        std::size_t nextNode = place.firstNode, nextLine = place.firstLine;
 
         ktHemisphereNode node;
         clear(node);
@@ -87,10 +78,10 @@ public:
             }
             if (ktBvhTree::isLeaf(child[i].node)) {
                 const ktBvhLeaf& leaf = ktBvhTree::leaf(child[i].node);
-                node.child[i] = emitLeaf(leaf, nextBlock);
-                nextBlock += ktHemispherePlan::blockCount(leaf);
+                node.child[i] = emitLeaf(leaf, nextLine);
+                nextLine += leaf.lines;
             } else {
-                node.child[i] = address(&tree.nodes[nextNode]);
+                node.child[i] = refTo(tree.nodes[nextNode]);
                 inner[innerCount++] = {child[i].node, nextNode++, 0, 0};
             }
         }
@@ -98,12 +89,12 @@ public:
 
         for (std::uint32_t i = innerCount; i-- > 0;) {
             inner[i].firstNode = nextNode;
-            inner[i].firstBlock = nextBlock;
+            inner[i].firstLine = nextLine;
             const ktHemisphereSize size = ktHemispherePlan::size(inner[i].node);
             nextNode += size.nodes - 1;
-            nextBlock += size.blocks;
+            nextLine += size.lines;
         }
-        if (nextBlock - place.firstBlock < manyBlocks)
+        if (nextLine - place.firstLine < manyLines)
             for (std::uint32_t i = innerCount; i-- > 0;)
                 emit(inner[i]);
         else
@@ -111,47 +102,49 @@ public:
     }
 
 private:
-    static ktHemisphereRef address(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
-
-    // Of a node that has many blocks below it; its branches may have few.
+    // Of a node that has many lines below it; its branches may have few.
     void emitBranch(const Place& place) {
-        const float share = static_cast<float>(done) / static_cast<float>(tree.blocks.size());
+        const float share = static_cast<float>(done) / static_cast<float>(tree.lines.size());
         if (!progress.goOn(firstShare + (1 - firstShare) * share))
             return;
         emit(place);
-        if (const std::size_t blocks = ktHemispherePlan::size(place.node).blocks; blocks < manyBlocks)
-            done += blocks;
+        if (const std::size_t lines = ktHemispherePlan::size(place.node).lines; lines < manyLines)
+            done += lines;
     }
 
     ktHemisphereTree& tree;
     const std::vector<ktTracerMesh>& meshes;
     const ktTriangleNumbers& numbers;
+    const ktHemisphereLeafKind kind;
     ktHemisphereProgress& progress;
     const float firstShare;
-    std::atomic<std::size_t> done{0}; // blocks
+    std::atomic<std::size_t> done{0}; // lines
 };
 
 } // namespace
 
 ktHemisphereTree ktEmitHemisphere(const ktBvhTree& binary, const std::vector<ktTracerMesh>& meshes,
-                                  const ktTriangleNumbers& numbers, ktHemisphereProgress& progress, float firstShare) {
+                                  const ktTriangleNumbers& numbers, ktHemisphereLeafKind kind,
+                                  ktHemisphereProgress& progress, float firstShare) {
     static_assert(ktBvhTree::maxDepth <= Limits::depth, "stacks are large enough");
+    if (kind == ktHemisphereLeafKind::ByCount)
+        kind = numbers.total() > maxTrianglesWide ? ktHemisphereLeafKind::Patches : ktHemisphereLeafKind::Wide;
     ktHemisphereTree tree;
-    Emitter emitter(tree, meshes, numbers, progress, firstShare);
+    Emitter emitter(tree, meshes, numbers, kind, progress, firstShare);
     if (ktBvhTree::isLeaf(binary.root())) {
         const ktBvhLeaf& leaf = ktBvhTree::leaf(binary.root());
-        tree.blocks.resize(ktHemispherePlan::blockCount(leaf));
+        tree.lines.resize(ktHemisphereLeafWriter(leaf, meshes, numbers, kind).lineCount());
         tree.root = emitter.emitLeaf(leaf, 0);
         return tree;
     }
-    const ktHemispherePlan plan(binary.root());
+    const ktHemispherePlan plan(binary.root(), meshes, numbers, kind);
     if (!progress.goOn(firstShare))
         return {};
     const ktHemisphereSize size = ktHemispherePlan::size(binary.root());
     tree.nodes.resize(size.nodes);
-    tree.blocks.resize(size.blocks);
+    tree.lines.resize(size.lines);
     tree.levels = plan.levels();
-    tree.root = reinterpret_cast<std::uintptr_t>(tree.nodes.data());
+    tree.root = Emitter::refTo(tree.nodes[0]);
     emitter.emit({binary.root(), 0, 1, 0});
     return tree;
 }

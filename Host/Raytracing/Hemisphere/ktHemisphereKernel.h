@@ -36,46 +36,62 @@ struct alignas(64) ktHemispherePoint {
     std::uint32_t busy;      ///< tiles that the ray phase has something to do for
 };
 
+/// A tile of a vertex under way: its rays, and what the ray phase has left to do for it.
+struct alignas(64) ktHemisphereSlot {
+    static constexpr std::uint32_t mostWaiting = 8;
+
+    ktHemisphereRayTask* stack; ///< its own
+    ktHemisphereRayTask* top;   ///< behind the next task; equal to `stack` when there is none
+    ktHemispherePoint* point;   ///< the vertex
+    std::uint64_t tile;         ///< its bit among those of the vertex
+    float origin[3];            ///< of the vertex
+    std::uint32_t live;         ///< rays that have met nothing yet
+    std::uint32_t number;       ///< among all slots
+    std::uint32_t waitingCount, waitingNext;
+    alignas(64) float reciprocal[3][16];      ///< one over the rays, finite; [axis][ray]
+    float ray[3][16];                         ///< world-space directions
+    float middle[3], half[3];                 ///< middle and half extent of the directions
+    ktHemisphereRayTask waiting[mostWaiting]; ///< where its rays start, nearest first
+
+    // Nearest hits only, of each ray.
+    alignas(64) float reach[16]; ///< distance of the nearest hit so far, else the maximum distance; -1 for padding
+    std::uint32_t hit[16];       ///< number of the triangle
+    float u[16], v[16];          ///< weights of its second and third corner
+    std::uint32_t back;          ///< bit i: ray i met the back of the surface
+};
+
+/// A leaf that some rays of a slot have come to.
+struct ktHemisphereLeafTask {
+    ktHemisphereRef ref;
+    ktHemisphereSlot* slot;
+    std::uint32_t rays;
+};
+
 /// Everything about the vertices under way that is computed once and used all the way down, and the stacks. Each vertex
 /// has a run of slots, one for each of its tiles. One per thread: about 1.6 MB, nearly all of it stacks that are
 /// touched only as deep as a tree is.
 struct alignas(64) ktHemisphereWork {
     static constexpr std::uint32_t slots = 128;
     static constexpr std::uint32_t points = 8; ///< vertices under way, at most
+    static constexpr std::uint32_t stackSize = 7 * ktHemisphereLimits::depth + 16;
 
-    float ray[slots][3][16];        ///< world-space directions, [slot][axis][ray]
-    float reciprocal[slots][3][16]; ///< one over them, finite
-    // Reciprocal intervals, [axis][slot]; see ktHemisphereVertex.h.
-    float enterAbove[3][slots], enterBelow[3][slots], leaveAbove[3][slots], leaveBelow[3][slots];
-    float leaveFirst[3][slots], leaveSecond[3][slots];
-    float middle[3][slots], half[3][slots]; ///< [axis][slot]: middle and half extent of its directions
-    ktHemispherePoint point[points];
-    std::uint32_t slotShift; ///< a vertex has 1 << slotShift slots: 16, 32 or 64
     float minDistance, maxDistance;
     float lowest;
     std::uint32_t bothSides;
-    std::uint32_t live[slots]; ///< rays of each tile that have met nothing yet
-    std::uint32_t fewTiles;    ///< at this many tiles or fewer, a node goes on ray by ray
-    static constexpr std::uint32_t stackSize = 7 * ktHemisphereLimits::depth + 16;
-    static constexpr std::uint32_t mostWaiting = 8;
+    std::uint32_t slotShift; ///< a vertex has 1 << slotShift slots: 16, 32 or 64
+    std::uint32_t fewTiles;  ///< at this many tiles or fewer, a node goes on ray by ray
+    std::uint64_t busyCount;
+    ktHemisphereSlot* busy[slots]; ///< slots that have something left to do in the ray phase
+    ktHemisphereLeafTask leafTask[slots];
+    ktHemispherePoint point[points];
+    // Reciprocal intervals, [axis][slot]; see ktHemisphereVertex.h.
+    alignas(64) float enterAbove[3][slots];
+    float enterBelow[3][slots], leaveAbove[3][slots], leaveBelow[3][slots];
+    float leaveFirst[3][slots], leaveSecond[3][slots];
+    float tileReach[slots]; ///< nearest hits only: the largest reach of each slot's rays
+    ktHemisphereSlot slot[slots];
     ktHemisphereTileTask tileStack[stackSize];
-
-    // The ray phase: what is left to do for each slot, and the slots that have something left.
     ktHemisphereRayTask rayStack[slots][stackSize];
-    ktHemisphereRayTask waiting[slots][mostWaiting]; ///< where its rays start, nearest first
-    std::uint32_t stackTop[slots];
-    std::uint8_t waitingCount[slots], waitingNext[slots];
-    std::uint8_t busy[slots];
-    std::uint32_t busyCount;
-
-    // Nearest hits only, [slot][ray].
-    alignas(
-        64) float reach[slots][16]; ///< distance of the nearest hit so far, else the maximum distance; -1 for padding
-    alignas(64) float tileReach[slots]; ///< the largest of a tile
-    std::uint32_t hit[slots][16];       ///< number of the triangle
-    alignas(64) float u[slots][16];
-    alignas(64) float v[slots][16]; ///< weights of its second and third corner
-    std::uint32_t back[slots];      ///< bit i: ray i met the back of the surface
 };
 
 /// Vertices that send the same batch of directions.
@@ -109,9 +125,9 @@ struct ktHemisphereKernel {
 
     const char* name; ///< for messages and benchmarks
     std::uint32_t lanes;
-    /// Which rays meet nothing within the limits; the answers are in work.live.
+    /// Which rays meet nothing within the limits; the answers are in the slots' `live`.
     void (*occlusion)(ktHemisphereRef root, const ktHemisphereJob&, ktHemisphereWork&);
-    /// The nearest hit of every ray; the answers are in work.hit, reach, u, v and back.
+    /// The nearest hit of every ray; the answers are in the slots' `hit`, `reach`, `u`, `v` and `back`.
     void (*nearest)(ktHemisphereRef root, const ktHemisphereJob&, ktHemisphereWork&);
     /// Whether one ray meets something.
     bool (*rayOccluded)(ktHemisphereRef, const ktHemisphereRay&, bool bothSides);

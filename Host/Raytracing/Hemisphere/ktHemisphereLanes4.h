@@ -15,29 +15,10 @@ namespace KT_LANES {
 
 template <>
 struct Mask<4> {
-#if defined(__AVX512VL__) && defined(__AVX512DQ__)
-    __mmask8 m;
-    friend KT_INLINE Mask operator&(Mask a, Mask b) {
-        return {static_cast<__mmask8>(a.m & b.m)};
-    }
-    friend KT_INLINE Mask operator|(Mask a, Mask b) {
-        return {static_cast<__mmask8>(a.m | b.m)};
-    }
-    KT_INLINE std::uint32_t bits() const {
-        return m;
-    }
-#else
     __m128 m;
-    friend KT_INLINE Mask operator&(Mask a, Mask b) {
-        return {_mm_and_ps(a.m, b.m)};
-    }
-    friend KT_INLINE Mask operator|(Mask a, Mask b) {
-        return {_mm_or_ps(a.m, b.m)};
-    }
-    KT_INLINE std::uint32_t bits() const {
-        return static_cast<std::uint32_t>(_mm_movemask_ps(m));
-    }
-#endif
+    friend KT_INLINE Mask operator&(Mask a, Mask b) { return {_mm_and_ps(a.m, b.m)}; }
+    friend KT_INLINE Mask operator|(Mask a, Mask b) { return {_mm_or_ps(a.m, b.m)}; }
+    KT_INLINE std::uint32_t bits() const { return static_cast<std::uint32_t>(_mm_movemask_ps(m)); }
 };
 
 template <>
@@ -69,17 +50,6 @@ struct Float<4> {
         return a * b - c;
     }
 #endif
-#if defined(__AVX512VL__) && defined(__AVX512DQ__)
-    friend KT_INLINE Mask<4> operator<(Float a, Float b) {
-        return {_mm_cmp_ps_mask(a.v, b.v, _CMP_LT_OQ)};
-    }
-    friend KT_INLINE Mask<4> operator<=(Float a, Float b) {
-        return {_mm_cmp_ps_mask(a.v, b.v, _CMP_LE_OQ)};
-    }
-    friend KT_INLINE Float select(Mask<4> m, Float a, Float b) {
-        return _mm_mask_blend_ps(m.m, b.v, a.v);
-    }
-#else
     friend KT_INLINE Mask<4> operator<(Float a, Float b) {
         return {_mm_cmplt_ps(a.v, b.v)};
     }
@@ -89,7 +59,6 @@ struct Float<4> {
     friend KT_INLINE Float select(Mask<4> m, Float a, Float b) {
         return _mm_or_ps(_mm_and_ps(m.m, a.v), _mm_andnot_ps(m.m, b.v));
     }
-#endif
     friend KT_INLINE Float signOf(Float a) {
         return _mm_and_ps(a.v, _mm_set1_ps(-0.0f));
     }
@@ -101,11 +70,7 @@ struct Float<4> {
     }
     friend KT_INLINE Float withBits(Float a, Mask<4> m, std::uint32_t bits) {
         const __m128 b = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits)));
-#if defined(__AVX512VL__) && defined(__AVX512DQ__)
-        return _mm_mask_or_ps(a.v, m.m, a.v, b);
-#else
         return _mm_or_ps(a.v, _mm_and_ps(m.m, b));
-#endif
     }
     friend KT_INLINE float largestOf(Float a) {
         const __m128 pairs = _mm_max_ps(a.v, _mm_movehl_ps(a.v, a.v));

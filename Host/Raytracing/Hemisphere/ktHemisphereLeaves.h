@@ -3,23 +3,25 @@
 
 // Triangles as seen from a vertex. With the vertex as origin, the plane through it and an edge of a triangle has a
 // normal; a ray hits the triangle when it lies on the inner side of all three planes. The normals are computed once for
-// a block of four triangles and serve every ray of the vertex. An edge shared by two triangles gives the same normal
+// a patch of triangles and serve every ray of the vertex. An edge shared by two triangles gives the same normal
 // but for its sign, to the last bit, so no ray slips between them. After "Optimizing Ray-Triangle Intersection via
 // Automated Search", Andrew Kensler, Peter Shirley, 2006, and "Watertight Ray/Triangle Intersection", Sven Woop,
 // Carsten Benthin, Ingo Wald, 2013.
 
 #include "ktHemisphereBoxes.h"
+#include "ktHemisphereTable.h"
 
 namespace KT_LANES {
 
-/// One block of four triangles, or two, seen from the vertex. Signs are such that a hit ray has only positive products.
-template <int N>
+constexpr int kPatch = ktHemisphereLimits::patchTriangles;
+
+/// A patch of triangles seen from the vertex. Signs are such that a hit ray has only positive products.
 struct alignas(64) SeenTriangles {
-    float inner[3][3][N]; ///< [edge][axis][triangle]: normals of the planes through the vertex and each edge
-    float normal[3][N];   ///< of the triangles
-    float height[N];      ///< of the vertex over the triangles' planes, times the length of `normal`
-    std::uint32_t usable; ///< bit i: triangle i can be hit at all
-    std::uint32_t front;  ///< bit i: the vertex is on its front side
+    float inner[3][3][kPatch]; ///< [edge][axis][triangle]: normals of the planes through the vertex and each edge
+    float normal[3][kPatch];   ///< of the triangles
+    float height[kPatch];      ///< of the vertex over the triangles' planes, times the length of `normal`
+    std::uint32_t usable;      ///< bit i: triangle i can be hit at all
+    std::uint32_t front;       ///< bit i: the vertex is on its front side
 };
 
 template <int N>
@@ -55,25 +57,52 @@ KT_INLINE void storeFlipped(Vector<N> v, Float<N> sign, float p[3][N]) {
     flipSign(v.z, sign).store(p[2]);
 }
 
-KT_INLINE Float4 loadTriangles(const ktHemisphereBlock* block, int corner, int axis, Float4*) {
-    return Float4::load(block->corner[corner][axis]);
-}
-KT_INLINE Float8 loadTriangles(const ktHemisphereBlock* block, int corner, int axis, Float8*) {
-    return {Float4::load(block[0].corner[corner][axis]), Float4::load(block[1].corner[corner][axis])};
-}
-template <int N>
-KT_INLINE Vector<N> loadCorners(const ktHemisphereBlock* block, int corner) {
-    Float<N>* const width = nullptr;
-    return {loadTriangles(block, corner, 0, width), loadTriangles(block, corner, 1, width),
-            loadTriangles(block, corner, 2, width)};
+/// A patch as it stands in memory.
+struct Patch {
+    const float* points;
+    std::uint32_t pointCount;
+
+    KT_INLINE const ktHemispherePatch* end() const {
+        return reinterpret_cast<const ktHemispherePatch*>(points + 3 * pointCount);
+    }
+    /// @param count of the next one's points
+    KT_INLINE Patch next(std::uint32_t count) const {
+        const std::uint64_t lines = (12 * pointCount + 127) / 64;
+        return {points + 16 * lines, count};
+    }
+};
+
+KT_INLINE Patch firstPatch(ktHemisphereRef leaf) {
+    return {
+        reinterpret_cast<const float*>(leaf & ktHemisphereLimits::addressMask),
+        (static_cast<std::uint32_t>(leaf >> ktHemisphereLimits::pointShift) & (ktHemisphereLimits::patchPoints - 1)) +
+            1};
 }
 
-template <int N>
-KT_INLINE void seeTriangles(const ktHemisphereBlock* block, const float* origin, const float* planeNormal,
-                            bool bothSides, SeenTriangles<N>& seen) {
+/// The corners of a leaf's triangles.
+struct Corners {
+    Vector<kPatch> a, b, c;
+};
+
+KT_INLINE Corners cornersOf(const ktHemisphereWideLeaf& leaf) {
+    return {loadVector<kPatch>(leaf.corner[0]), loadVector<kPatch>(leaf.corner[1]), loadVector<kPatch>(leaf.corner[2])};
+}
+
+KT_INLINE Corners cornersOf(const Patch& patch) {
+    const ktHemispherePatch* end = patch.end();
+    const Table x(patch.points), y(patch.points + patch.pointCount), z(patch.points + 2 * patch.pointCount);
+    const auto corners = [&](int corner) {
+        const Picks picks(end->corner[corner]);
+        return Vector<kPatch>{x[picks], y[picks], z[picks]};
+    };
+    return {corners(0), corners(1), corners(2)};
+}
+
+KT_INLINE void seeTriangles(const Corners& corners, const float* origin, const float* planeNormal, bool bothSides,
+                            SeenTriangles& seen) {
+    constexpr int N = kPatch;
+    const Vector<N> cornerA = corners.a, cornerB = corners.b, cornerC = corners.c;
     const Vector<N> o{origin[0], origin[1], origin[2]};
-    const Vector<N> cornerA = loadCorners<N>(block, 0), cornerB = loadCorners<N>(block, 1),
-                    cornerC = loadCorners<N>(block, 2);
     const Vector<N> a = cornerA - o, b = cornerB - o, c = cornerC - o;
     const Vector<N> fromB = cornerA - cornerB, toB = cornerB - cornerC, fromA = cornerC - cornerA;
     // In the order in which Embree does it, to the last bit: whether a vertex in the plane of a wall is before or
@@ -106,10 +135,9 @@ KT_INLINE void seeTriangles(const ktHemisphereBlock* block, const float* origin,
 }
 
 /// Which of 16 rays hit triangle `i` between the distances.
-template <int N>
-KT_INLINE std::uint32_t raysThroughTriangle(const SeenTriangles<N>& seen, std::uint32_t i, Vector<16> d,
+KT_INLINE std::uint32_t raysThroughTriangle(const SeenTriangles& seen, std::uint32_t i, Vector<16> d,
                                             Float16 minDistance, Float16 maxDistance) {
-    const auto along = [&](const float n[3][N]) {
+    const auto along = [&](const float n[3][kPatch]) {
         return mulAdd(d.x, Float16(n[0][i]), mulAdd(d.y, Float16(n[1][i]), d.z * Float16(n[2][i])));
     };
     const Float16 zero = 0.0f;
@@ -121,54 +149,56 @@ KT_INLINE std::uint32_t raysThroughTriangle(const SeenTriangles<N>& seen, std::u
 }
 
 /// Which triangles may be hit by some ray of a tile.
-template <int N>
-KT_INLINE std::uint32_t trianglesInTile(const SeenTriangles<N>& seen, const ktHemisphereWork& work,
-                                        std::uint32_t slot) {
-    Mask<N> may;
+KT_INLINE std::uint32_t trianglesInTile(const SeenTriangles& seen, const ktHemisphereSlot& slot) {
+    Mask<8> may;
     for (int edge = 0; edge < 3; ++edge) {
-        Float<N> most = 0.0f;
+        Float8 most = 0.0f;
         for (int axis = 0; axis < 3; ++axis) {
-            const Float<N> n = Float<N>::load(seen.inner[edge][axis]);
-            most = mulAdd(n, work.middle[axis][slot], mulAdd(absolute(n), work.half[axis][slot], most));
+            const Float8 n = Float8::load(seen.inner[edge][axis]);
+            most = mulAdd(n, slot.middle[axis], mulAdd(absolute(n), slot.half[axis], most));
         }
-        const Mask<N> inside = Float<N>(0.0f) <= most;
+        const Mask<8> inside = Float8(0.0f) <= most;
         may = edge ? may & inside : inside;
     }
     return may.bits() & seen.usable;
 }
 
 /// Which triangles one ray hits between the distances. The same operations in the same order as for 16 rays.
-template <int N>
-KT_INLINE std::uint32_t trianglesOnRay(const SeenTriangles<N>& seen, const float* d, Float<N> minDistance,
-                                       Float<N> maxDistance) {
-    const auto along = [&](const float n[3][N]) {
-        return mulAdd(Float<N>(d[0]), Float<N>::load(n[0]),
-                      mulAdd(Float<N>(d[1]), Float<N>::load(n[1]), Float<N>(d[2]) * Float<N>::load(n[2])));
+KT_INLINE std::uint32_t trianglesOnRay(const SeenTriangles& seen, const float* d, Float8 minDistance,
+                                       Float8 maxDistance) {
+    const auto along = [&](const float n[3][kPatch]) {
+        return mulAdd(Float8(d[0]), Float8::load(n[0]),
+                      mulAdd(Float8(d[1]), Float8::load(n[1]), Float8(d[2]) * Float8::load(n[2])));
     };
-    const Float<N> zero = 0.0f;
-    const Float<N> height = Float<N>::load(seen.height);
-    const Float<N> toward = along(seen.normal);
+    const Float8 zero = 0.0f;
+    const Float8 height = Float8::load(seen.height);
+    const Float8 toward = along(seen.normal);
     return ((zero <= along(seen.inner[0])) & (zero <= along(seen.inner[1])) & (zero <= along(seen.inner[2])) &
             (toward * minDistance < height) & (height <= toward * maxDistance))
                .bits() &
            seen.usable;
 }
 
-/// Calls `body` for the leaf's triangles as seen from a vertex: with a block's four, or with eight of two blocks.
-/// `body(block, seen)` returns whether to go on.
+/// Calls `body` for the leaf's triangles as seen from a vertex, patch by patch.
+/// `body(ids, seen)` returns whether to go on.
 template <class Body>
 KT_INLINE bool eachSeen(ktHemisphereRef leaf, const float* origin, const float* planeNormal, bool bothSides,
                         const Body& body) {
-    const ktHemisphereBlock* const block = firstBlock(leaf);
-    static_assert(ktHemisphereLimits::leafBlocks == 2, "one block or two");
-    if (blockCount(leaf) == 1) {
-        SeenTriangles<4> seen;
-        seeTriangles(block, origin, planeNormal, bothSides, seen);
-        return !seen.usable || body(block, seen);
+    SeenTriangles seen;
+    if (leaf & ktHemisphereLimits::wideFlag) {
+        const auto& wide = *reinterpret_cast<const ktHemisphereWideLeaf*>(leaf & ktHemisphereLimits::addressMask);
+        seeTriangles(cornersOf(wide), origin, planeNormal, bothSides, seen);
+        return !seen.usable || body(wide.id, seen);
     }
-    SeenTriangles<8> seen;
-    seeTriangles(block, origin, planeNormal, bothSides, seen);
-    return !seen.usable || body(block, seen);
+    for (Patch patch = firstPatch(leaf);;) {
+        seeTriangles(cornersOf(patch), origin, planeNormal, bothSides, seen);
+        const ktHemispherePatch* end = patch.end();
+        if (seen.usable && !body(end->id, seen))
+            return false;
+        if (!end->nextPoints)
+            return true;
+        patch = patch.next(end->nextPoints);
+    }
 }
 
 } // namespace KT_LANES

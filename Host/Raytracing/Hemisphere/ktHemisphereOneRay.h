@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// A ray of its own, with its own origin: for rays to lights and single questions. Eight boxes, four triangles at a
+// A ray of its own, with its own origin: for rays to lights and single questions. Eight boxes, eight triangles at a
 // time.
 
 #include "ktHemisphereNearest.h"
@@ -30,11 +30,10 @@ inline bool traceOne(ktHemisphereRef root, const ktHemisphereRay& ray, bool both
         if (nearest && task.distance > hit.distance)
             continue;
         if (task.ref & ktHemisphereLimits::leafFlag) {
-            const auto test = [&](const ktHemisphereBlock* block, const auto& seen) {
-                constexpr int count = sizeof(seen.height) / sizeof(float);
+            const auto test = [&](const std::uint32_t* ids, const SeenTriangles& seen) {
                 if (!nearest)
-                    return !trianglesOnRay<count>(seen, ray.direction, ray.minDistance, maxDistance);
-                nearestOnRay(block, seen, ray.direction, ray.minDistance, maxDistance, hit);
+                    return !trianglesOnRay(seen, ray.direction, ray.minDistance, maxDistance);
+                nearestOnRay(ids, seen, ray.direction, ray.minDistance, maxDistance, hit);
                 return true;
             };
             if (!eachSeen(task.ref, ray.origin, nullptr, bothSides, test))

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktHemispherePlan.h"
 
+#include "ktHemisphereStructure.h"
 #include "ktParallel.h"
 
 #include <algorithm>
@@ -86,51 +87,62 @@ struct Collector {
     }
 };
 
-// Counts what becomes of a node that is one of eight, once its costs are of no use any more.
-// @return its levels
-std::uint32_t measure(std::uintptr_t at, std::uint32_t depth) {
-    ktHemisphereChild child[places];
-    const std::uint32_t count = ktHemispherePlan::children(at, child);
-    std::uint32_t levels[places];
-    const auto measureChild = [&](std::size_t i) {
-        levels[i] = ktBvhTree::isLeaf(child[i].node) ? 0 : measure(child[i].node, depth + 1);
-    };
-    if (depth < sharedDepth / 3) // eight children are three levels of two
-        ktParallel::forEach(count, measureChild);
-    else
-        for (std::uint32_t i = 0; i < count; ++i)
-            measureChild(i);
+/// Counts what becomes of nodes that are nodes of eight, once their costs are of no use any more.
+struct Measure {
+    const std::vector<ktTracerMesh>& meshes;
+    const ktTriangleNumbers& numbers;
+    const ktHemisphereLeafKind kind;
 
-    ktHemisphereSize sum{1, 0};
-    for (std::uint32_t i = 0; i < count; ++i) {
-        if (ktBvhTree::isLeaf(child[i].node)) {
-            sum.blocks += ktHemispherePlan::blockCount(ktBvhTree::leaf(child[i].node));
-        } else {
-            const ktHemisphereSize size = ktHemispherePlan::size(child[i].node);
-            sum.nodes += size.nodes;
-            sum.blocks += size.blocks;
+    // @return levels
+    std::uint32_t operator()(std::uintptr_t at, std::uint32_t depth) const {
+        ktHemisphereChild child[places];
+        const std::uint32_t count = ktHemispherePlan::children(at, child);
+        std::uint32_t levels[places];
+        const auto measureChild = [&](std::size_t i) {
+            levels[i] = 0;
+            if (ktBvhTree::isLeaf(child[i].node))
+                measureLeaf(ktBvhTree::leaf(child[i].node));
+            else
+                levels[i] = (*this)(child[i].node, depth + 1);
+        };
+        if (depth < sharedDepth / 3) // eight children are three levels of two
+            ktParallel::forEach(count, measureChild);
+        else
+            for (std::uint32_t i = 0; i < count; ++i)
+                measureChild(i);
+
+        ktHemisphereSize sum{1, 0};
+        for (std::uint32_t i = 0; i < count; ++i) {
+            if (ktBvhTree::isLeaf(child[i].node)) {
+                sum.lines += ktBvhTree::leaf(child[i].node).lines;
+            } else {
+                const ktHemisphereSize size = ktHemispherePlan::size(child[i].node);
+                sum.nodes += size.nodes;
+                sum.lines += size.lines;
+            }
         }
+        std::size_t* const size = ktBvhTree::node(at).size;
+        size[0] = sum.nodes;
+        size[1] = sum.lines;
+        return 1 + *std::max_element(levels, levels + count);
     }
-    std::size_t* const size = ktBvhTree::node(at).size;
-    size[0] = sum.nodes;
-    size[1] = sum.blocks;
-    return 1 + *std::max_element(levels, levels + count);
-}
+
+    void measureLeaf(ktBvhLeaf& leaf) const {
+        leaf.lines = static_cast<std::uint32_t>(ktHemisphereLeafWriter(leaf, meshes, numbers, kind).lineCount());
+    }
+};
 
 } // namespace
 
-ktHemispherePlan::ktHemispherePlan(std::uintptr_t root) {
+ktHemispherePlan::ktHemispherePlan(std::uintptr_t root, const std::vector<ktTracerMesh>& meshes,
+                                   const ktTriangleNumbers& numbers, ktHemisphereLeafKind kind) {
     planAll(root, 0.0f, 0); // the root is there whatever happens
-    levelCount = measure(root, 0);
+    levelCount = Measure{meshes, numbers, kind}(root, 0);
 }
 
 ktHemisphereSize ktHemispherePlan::size(std::uintptr_t node) {
     const std::size_t* const size = ktBvhTree::node(node).size;
     return {size[0], size[1]};
-}
-
-std::uint32_t ktHemispherePlan::blockCount(const ktBvhLeaf& leaf) {
-    return (leaf.count + ktHemisphereLimits::blockTriangles - 1) / ktHemisphereLimits::blockTriangles;
 }
 
 std::uint32_t ktHemispherePlan::children(std::uintptr_t node, ktHemisphereChild* children) {

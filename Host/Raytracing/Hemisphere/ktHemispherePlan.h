@@ -2,9 +2,12 @@
 #pragma once
 
 #include "ktEmbreeBvh.h"
-#include "ktHemisphereStructure.h"
+#include "ktHemisphereLeafWriter.h"
+#include "ktTracer.h"
+#include "ktTriangleNumbers.h"
 
 #include <cstddef>
+#include <vector>
 
 /// A child of a node of eight: a node or leaf of the binary tree, and its box.
 struct ktHemisphereChild {
@@ -14,8 +17,8 @@ struct ktHemisphereChild {
 
 /// What a subtree of the binary tree becomes.
 struct ktHemisphereSize {
-    std::size_t nodes = 0;  ///< of eight, its topmost one included
-    std::size_t blocks = 0; ///< of four triangles
+    std::size_t nodes = 0; ///< of eight, its topmost one included
+    std::size_t lines = 0; ///< of its leaves
 };
 
 /// Chooses which nodes of a binary tree become nodes of eight and which are opened into their parents, so that the
@@ -24,11 +27,12 @@ struct ktHemisphereSize {
 class ktHemispherePlan {
 public:
     /// Writes the plan into the tree, on all threads. The root must not be a leaf.
-    explicit ktHemispherePlan(std::uintptr_t root);
+    /// @param kind of leaves, not ByCount
+    ktHemispherePlan(std::uintptr_t root, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
+                     ktHemisphereLeafKind kind);
 
     /// Levels of nodes of eight.
     std::uint32_t levels() const { return levelCount; }
-    static std::uint32_t blockCount(const ktBvhLeaf& leaf);
 
     /// Of a node that becomes one of eight, once the plan is made.
     static ktHemisphereSize size(std::uintptr_t node);

@@ -3,23 +3,27 @@
 
 #include <cstdint>
 
-// What rays are traced against: a tree with eight children a node, whose leaves are runs of blocks of four triangles.
+// What rays are traced against: a tree with eight children a node, whose leaves have up to eight triangles. There are
+// two kinds of leaves: wide ones, quicker to read, and patches, three fifths as long.
 // Plain data, shared by the kernels of all instruction sets: nothing here may be an inline function.
 
-/// Points to a node or to a leaf: its address (of a leaf: of its first block), which is a multiple of 32, and below
-/// that leafFlag and the number of a leaf's blocks less 1.
+/// Points to a node or to a leaf: the address of the node, of the wide leaf, or of the leaf's first patch, all at the
+/// begin of a cache line, and below it leafFlag, wideFlag and the number of the patch's points less 1. References of
+/// nodes and of wide leaves have 15 there: a patch of 16 points is as long as a node.
 using ktHemisphereRef = std::uint64_t;
 
 struct ktHemisphereLimits {
     static constexpr std::uint32_t children = 8; ///< of a node
-    static constexpr std::uint32_t blockTriangles = 4;
-    static constexpr std::uint32_t leafBlocks = 2; ///< at most, of a leaf
-    static constexpr std::uint32_t depth = 96;     ///< of the tree, at most
-    static constexpr std::uint32_t tiles = 64;     ///< of 16 rays, traced together
+    static constexpr std::uint32_t patchTriangles = 8;
+    static constexpr std::uint32_t patchPoints = 16;
+    static constexpr std::uint32_t depth = 96; ///< of the tree, at most
+    static constexpr std::uint32_t tiles = 64; ///< of 16 rays, traced together
     static constexpr std::uint32_t tileRays = 16;
     static constexpr ktHemisphereRef leafFlag = 1;
-    static constexpr std::uint32_t leafCountShift = 1;
-    static constexpr std::uint32_t addressShift = 5;
+    static constexpr std::uint32_t pointShift = 1;
+    static constexpr ktHemisphereRef nodeFlags = (patchPoints - 1) << pointShift;
+    static constexpr ktHemisphereRef wideFlag = 32;
+    static constexpr std::uint32_t addressShift = 6;
     static constexpr ktHemisphereRef addressMask = ~((ktHemisphereRef(1) << addressShift) - 1);
 };
 
@@ -32,10 +36,25 @@ struct alignas(64) ktHemisphereNode {
 };
 static_assert(sizeof(ktHemisphereNode) == 256, "four cache lines");
 
-/// Four triangles: corners a, b, c, axis by axis, world space, and each triangle's number over all meshes. Empty lanes
-/// are all zero: a triangle without area is never hit.
-struct alignas(32) ktHemisphereBlock {
-    float corner[3][3][4]; ///< [corner][axis][triangle]
-    std::uint32_t id[4];
+/// What leaves are made of.
+struct alignas(64) ktHemisphereLine {
+    unsigned char byte[64];
 };
-static_assert(sizeof(ktHemisphereBlock) == 160, "forty bytes a triangle");
+
+/// A leaf with each triangle's corners side by side, world space. Lanes without a triangle are all zero: a triangle
+/// without area is never hit. Five cache lines.
+struct alignas(64) ktHemisphereWideLeaf {
+    float corner[3][3][8]; ///< [corner][axis][triangle]
+    std::uint32_t id[8];   ///< numbers of the triangles over all meshes
+};
+static_assert(sizeof(ktHemisphereWideLeaf) == 320, "forty bytes a triangle");
+
+/// The end of a patch: triangles that share points. Before it stand the points' coordinates, world space: x of all, y
+/// of all, z of all. Sharing makes a patch of eight triangles three cache lines long instead of five.
+struct ktHemispherePatch {
+    std::uint32_t nextPoints;  ///< of another patch of the leaf, which begins at the next cache line; 0 for the last
+    std::uint32_t count;       ///< triangles
+    std::uint8_t corner[3][8]; ///< [corner][triangle]: which point. Lanes without a triangle have none with an area
+    std::uint32_t id[8];       ///< numbers of the triangles over all meshes
+};
+static_assert(sizeof(ktHemispherePatch) == 64 && alignof(ktHemispherePatch) == 4, "a line's length, behind any point");

@@ -75,14 +75,14 @@ template <bool nearest>
 inline void leafTiles(ktHemisphereWork& work, ktHemispherePoint& point, std::uint32_t firstSlot, std::uint64_t tiles,
                       ktHemisphereRef ref) {
     const float* planeNormal = work.lowest > 0 ? point.normal : nullptr;
-    const auto test = [&](const ktHemisphereBlock* block, const auto& seen) {
-        constexpr std::uint32_t count = sizeof(seen.height) / sizeof(float);
+    const auto test = [&](const std::uint32_t* ids, const SeenTriangles& seen) {
+        constexpr std::uint32_t count = kPatch;
         // First all pairs of tile and triangle that may meet, then the tests: fewer branches than loops in a loop.
         std::uint16_t pair[64 * count + 4];
         std::uint32_t pairs = 0;
         for (std::uint64_t left = tiles; left; left &= left - 1) {
             const std::uint32_t tile = static_cast<std::uint32_t>(__builtin_ctzll(left));
-            const std::uint32_t may = trianglesInTile(seen, work, firstSlot + tile);
+            const std::uint32_t may = trianglesInTile(seen, work.slot[firstSlot + tile]);
             for (std::uint32_t from = 0; from < count; from += 4) {
                 const std::uint32_t four = may >> from & 15;
                 const std::uint64_t list = kTriangleLists[four] + (tile * count + from) * 0x0001000100010001ull;
@@ -91,12 +91,13 @@ inline void leafTiles(ktHemisphereWork& work, ktHemispherePoint& point, std::uin
             }
         }
         for (std::uint32_t i = 0; i < pairs; ++i) {
-            const std::uint32_t slot = firstSlot + pair[i] / count, triangle = pair[i] % count;
+            ktHemisphereSlot& slot = work.slot[firstSlot + pair[i] / count];
+            const std::uint32_t triangle = pair[i] % count;
             if (nearest)
-                keepNearest(work, slot, block, seen, triangle);
+                keepNearest(work, slot, ids, seen, triangle);
             else
-                work.live[slot] &= ~raysThroughTriangle(seen, triangle, loadVector<16>(work.ray[slot]),
-                                                        work.minDistance, work.maxDistance);
+                slot.live &=
+                    ~raysThroughTriangle(seen, triangle, loadVector<16>(slot.ray), work.minDistance, work.maxDistance);
         }
         return true;
     };
@@ -105,7 +106,7 @@ inline void leafTiles(ktHemisphereWork& work, ktHemispherePoint& point, std::uin
         return;
     for (std::uint64_t left = tiles; left; left &= left - 1) {
         const std::uint32_t tile = static_cast<std::uint32_t>(__builtin_ctzll(left));
-        point.liveTiles &= ~(std::uint64_t(!work.live[firstSlot + tile]) << tile);
+        point.liveTiles &= ~(std::uint64_t(!work.slot[firstSlot + tile].live) << tile);
     }
 }
 
@@ -147,16 +148,16 @@ inline void tilePhase(ktHemisphereRef root, ktHemisphereWork& work, std::uint32_
             }
             bool full = false;
             for (std::uint64_t left = tiles; left; left &= left - 1) {
-                const std::uint32_t slot = firstSlot + static_cast<std::uint32_t>(__builtin_ctzll(left));
-                const std::uint32_t rays = work.live[slot] & raysThroughBox<nearest>(work, slot, lower, upper, 1);
-                const std::uint32_t place = work.waitingCount[slot];
-                work.waiting[slot][place] = {ref, rays, 0.0f};
-                work.busy[work.busyCount] = static_cast<std::uint8_t>(slot);
-                const std::uint32_t begins = (rays != 0) & (place == 0);
+                ktHemisphereSlot& slot = work.slot[firstSlot + static_cast<std::uint32_t>(__builtin_ctzll(left))];
+                const std::uint32_t rays = slot.live & raysThroughBox<nearest>(work, slot, lower, upper, 1);
+                const std::uint32_t place = slot.waitingCount;
+                slot.waiting[place] = {ref, rays, 0.0f};
+                work.busy[work.busyCount] = &slot;
+                const bool begins = (rays != 0) & (place == 0);
                 work.busyCount += begins;
                 point.busy += begins;
-                work.waitingCount[slot] = static_cast<std::uint8_t>(place + (rays != 0));
-                full |= place + 1 >= ktHemisphereWork::mostWaiting;
+                slot.waitingCount = place + (rays != 0);
+                full |= place + 1 >= ktHemisphereSlot::mostWaiting;
             }
             if (full || work.busyCount >= kEnoughBusy)
                 rayPhase<nearest>(work);

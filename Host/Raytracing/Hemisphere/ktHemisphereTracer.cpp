@@ -102,12 +102,14 @@ struct VisibleCounter {
     std::uint32_t* visible;
     std::uint64_t* const* masks;
 
-    template <class Lanes>
-    void take(std::uint32_t v, const Lanes* live) {
+    /// @param liveOf the rays of a tile that meet nothing
+    template <class LiveOf>
+    void take(std::uint32_t v, const LiveOf& liveOf) {
         std::uint64_t* const mask = masks ? masks[v] : nullptr;
         for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-            visible[v] += static_cast<std::uint32_t>(__builtin_popcount(live[tile]));
-            for (std::uint32_t left = mask ? live[tile] : 0; left; left &= left - 1) {
+            const std::uint32_t live = liveOf(tile);
+            visible[v] += static_cast<std::uint32_t>(__builtin_popcount(live));
+            for (std::uint32_t left = mask ? live : 0; left; left &= left - 1) {
                 const std::uint32_t ray = batch.source[tile][__builtin_ctz(left)];
                 mask[ray / 64] |= std::uint64_t(1) << (ray % 64);
             }
@@ -126,20 +128,20 @@ struct HitWriter {
     void take(std::uint32_t i, const ktHemisphereWork& work, std::uint32_t firstSlot) const {
         ktHitPacket* const ofVertex = packets + std::size_t(group.number[i] - group.first) * tileCount;
         for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-            const std::uint32_t slot = firstSlot + tile;
+            const ktHemisphereSlot& slot = work.slot[firstSlot + tile];
             for (std::uint32_t left = batch.live[tile]; left; left &= left - 1) {
                 const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
-                const std::uint32_t id = work.hit[slot][lane];
+                const std::uint32_t id = slot.hit[lane];
                 if (id == ktHemisphereKernel::noTriangle)
                     continue;
                 const std::uint32_t ray = batch.source[tile][lane], to = ray % ktHitPacket::width;
                 ktHitPacket& packet = ofVertex[ray / ktHitPacket::width];
                 packet.mesh[to] = scene.meshOf(id);
                 packet.triangle[to] = id - scene.firstOf(packet.mesh[to]);
-                packet.u[to] = work.u[slot][lane];
-                packet.v[to] = work.v[slot][lane];
-                packet.distance[to] = work.reach[slot][lane];
-                packet.backSide |= (work.back[slot] >> lane & 1u) << to;
+                packet.u[to] = slot.u[lane];
+                packet.v[to] = slot.v[lane];
+                packet.distance[to] = slot.reach[lane];
+                packet.backSide |= (slot.back >> lane & 1u) << to;
             }
         }
     }
@@ -160,14 +162,15 @@ void clearHits(ktHitPacket& hits) {
 
 } // namespace
 
-ktHemisphereTracer::ktHemisphereTracer(std::uint32_t lanes) : kernel(chooseKernel(lanes)) {}
+ktHemisphereTracer::ktHemisphereTracer(std::uint32_t lanes, ktHemisphereLeafKind kind)
+    : kernel(chooseKernel(lanes)), leafKind(kind) {}
 
 std::uint32_t ktHemisphereTracer::laneCount() const {
     return kernel.lanes;
 }
 
 bool ktHemisphereTracer::build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) {
-    return scene.build(meshes, progress);
+    return scene.build(meshes, progress, leafKind);
 }
 
 std::unique_ptr<ktPreparedDirections> ktHemisphereTracer::prepareDirections(const ktDirectionSet& set) const {
@@ -190,12 +193,13 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
                              {&batch, group.traceable, group.traceableCount, &limits,
                               [](void* to, std::uint32_t i, const ktHemisphereWork& done, std::uint32_t firstSlot) {
                                   VisibleCounter& counter = *static_cast<VisibleCounter*>(to);
-                                  counter.take(counter.group.number[i], done.live + firstSlot);
+                                  counter.take(counter.group.number[i],
+                                               [&](std::uint32_t tile) { return done.slot[firstSlot + tile].live; });
                               },
                               &counter},
                              work);
             for (std::uint32_t i = 0; i < group.openCount; ++i)
-                counter.take(group.open[i], batch.live);
+                counter.take(group.open[i], [&](std::uint32_t tile) { return batch.live[tile]; });
         }
     }
 }

@@ -12,7 +12,8 @@ struct ktHemisphereKernel;
 class ktHemisphereTracer : public ktTracer {
 public:
     /// @param lanes at most this many floats at a time (4, 8 or 16); the default takes what the processor has
-    explicit ktHemisphereTracer(std::uint32_t lanes = 16);
+    /// @param kind  how leaves are stored; answers do not depend on it
+    explicit ktHemisphereTracer(std::uint32_t lanes = 16, ktHemisphereLeafKind kind = ktHemisphereLeafKind::ByCount);
 
     /// @throws std::length_error for 2^32 triangles or more, beside what ktTracer::build() says
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
@@ -30,5 +31,6 @@ public:
 
 private:
     const ktHemisphereKernel& kernel;
+    const ktHemisphereLeafKind leafKind;
     ktHemisphereStructure scene;
 };

@@ -52,8 +52,13 @@ KT_INLINE void setIntervals(ktHemisphereWork& work, int axis, std::uint32_t firs
     const Float16 zero = 0.0f, one = 1.0f, huge = kHuge, minusHuge = -kHuge;
     least = least - Float16(kDirectionMargin);
     most = most + Float16(kDirectionMargin);
-    ((least + most) * Float16(0.5f)).store(&work.middle[axis][firstSlot]);
-    ((most - least) * Float16(0.5f)).store(&work.half[axis][firstSlot]);
+    alignas(64) float middle[16], half[16];
+    ((least + most) * Float16(0.5f)).store(middle);
+    ((most - least) * Float16(0.5f)).store(half);
+    for (std::uint32_t i = 0; i < 16; ++i) {
+        work.slot[firstSlot + i].middle[axis] = middle[i];
+        work.slot[firstSlot + i].half[axis] = half[i];
+    }
     const Float16 overLeast = one / least, overMost = one / most;
     select(zero < most, overMost, huge).store(&work.enterAbove[axis][firstSlot]);
     select(least < zero, overLeast, minusHuge).store(&work.enterBelow[axis][firstSlot]);
@@ -90,23 +95,28 @@ KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& 
     point.busy = 0;
     point.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
     for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-        const std::uint32_t slot = firstSlot + tile;
-        work.live[slot] = batch.live[tile];
-        work.stackTop[slot] = 0;
-        work.waitingCount[slot] = work.waitingNext[slot] = 0;
+        const std::uint32_t number = firstSlot + tile;
+        ktHemisphereSlot& slot = work.slot[number];
+        slot.stack = slot.top = work.rayStack[number];
+        slot.point = &point;
+        slot.tile = std::uint64_t(1) << tile;
+        slot.live = batch.live[tile];
+        slot.number = number;
+        slot.waitingCount = slot.waitingNext = 0;
         if (reaches) {
-            work.tileReach[slot] = work.maxDistance;
-            work.back[slot] = 0;
+            work.tileReach[number] = work.maxDistance;
+            slot.back = 0;
             for (std::uint32_t lane = 0; lane < 16; ++lane) {
-                work.reach[slot][lane] = batch.live[tile] >> lane & 1 ? work.maxDistance : -1.0f;
-                work.hit[slot][lane] = ktHemisphereKernel::noTriangle;
+                slot.reach[lane] = batch.live[tile] >> lane & 1 ? work.maxDistance : -1.0f;
+                slot.hit[lane] = ktHemisphereKernel::noTriangle;
             }
         }
         for (int axis = 0; axis < 3; ++axis) {
+            slot.origin[axis] = vertex.origin[axis];
             const Float16 d =
                 rotated(batch.ray[tile], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
-            d.store(work.ray[slot][axis]);
-            finiteReciprocal(d).store(work.reciprocal[slot][axis]);
+            d.store(slot.ray[axis]);
+            finiteReciprocal(d).store(slot.reciprocal[axis]);
         }
     }
     for (std::uint32_t group = 0; 16 * group < batch.tileCount; ++group) {
