@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QSocketNotifier>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -66,8 +67,9 @@ ktBakeSignals::~ktBakeSignals() {
     for (int i = 0; i < 2; ++i)
         sigaction(handledSignals[i], &formerActions[i], nullptr);
     notifier.reset();
-    close(wakeUp[0]);
-    close(wakeUp[1]);
+    // A handler that was set meanwhile may still call ours: it must not write to who gets the number next.
+    for (int& end : wakeUp)
+        close(std::exchange(end, -1));
 }
 
 bool ktBakeSignals::isInterrupted() const {

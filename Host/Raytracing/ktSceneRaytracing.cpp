@@ -16,6 +16,7 @@
 #include "ktWorkers.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cfloat>
 #include <chrono>
 #include <cmath>
@@ -125,7 +126,8 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     scene.collect(geometry, lights, pump);
     ktWorkers::run([&] { scene.makeMeshes(); }, pump);
 
-    auto build = std::make_unique<ktWorkers>(scene.tracerBuild(*tracer));
+    const auto isLeft = std::make_shared<std::atomic<bool>>(false);
+    auto build = std::make_unique<ktWorkers>(scene.tracerBuild(*tracer, isLeft));
     std::optional<std::chrono::steady_clock::time_point> canceled;
     const auto isOverdue = [&canceled] {
         if (!canceled && ktCancelToken::the().isCanceled())
@@ -133,6 +135,7 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
         return canceled && std::chrono::steady_clock::now() - *canceled > longestWaitForCancel;
     };
     if (!build->wait(pump, isOverdue)) {
+        *isLeft = true; // the token may be reset before the build looks at it again
         leftBuild = std::move(build);
         throw ktCanceled();
     }

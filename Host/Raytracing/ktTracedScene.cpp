@@ -204,7 +204,8 @@ void ktTracedScene::sortMeshes() {
     normals.clear();
 }
 
-std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer) const {
+std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer,
+                                                 std::shared_ptr<const std::atomic<bool>> isLeft) const {
     struct Arrays {
         std::shared_ptr<const std::vector<std::uint32_t>> triangles;
         std::shared_ptr<const std::vector<float>> positions;
@@ -221,8 +222,8 @@ std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer) const {
         mesh.triangleCount = static_cast<std::uint32_t>(traced.triangles->size() / 3);
         list.push_back(mesh);
     }
-    return [&tracer, arrays = std::move(arrays), list = std::move(list)] {
-        if (!tracer.build(list, [](float) { return !ktCancelToken::the().isCanceled(); }))
+    return [&tracer, arrays = std::move(arrays), list = std::move(list), isLeft = std::move(isLeft)] {
+        if (!tracer.build(list, [&](float) { return !*isLeft && !ktCancelToken::the().isCanceled(); }))
             throw ktCanceled();
     };
 }

@@ -8,6 +8,7 @@
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
@@ -50,7 +51,8 @@ public:
     /// What the tracer builds its structure from, after makeMeshes(): a piece of work that touches nothing but the
     /// tracer and keeps the meshes' arrays alive by itself, even when this scene is gone. Throws ktCanceled,
     /// std::exception.
-    std::function<void()> tracerBuild(ktTracer& tracer) const;
+    /// @param isLeft set when nobody waits for it any more: it then ends, even if the cancel token has been reset
+    std::function<void()> tracerBuild(ktTracer& tracer, std::shared_ptr<const std::atomic<bool>> isLeft) const;
     /// Forgets everything. The tracer's structure must not be used any more.
     void clear();
 

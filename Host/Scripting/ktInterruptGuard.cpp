@@ -69,6 +69,7 @@ ktInterruptGuard::~ktInterruptGuard() {
             sigaction(handledSignals[i], &former[i], nullptr);
     }
     notifier.reset();
-    close(wakeUp[0]);
-    close(wakeUp[1]);
+    // A handler that was set meanwhile may still call ours: it must not write to who gets the number next.
+    for (int& end : wakeUp)
+        close(std::exchange(end, -1));
 }

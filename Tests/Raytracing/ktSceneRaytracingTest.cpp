@@ -35,7 +35,7 @@ struct Application {
 class FakeTracer : public ktTracer {
 public:
     struct Orders {
-        std::atomic<int> traced{0}, builds{0};
+        std::atomic<int> traced{0}, builds{0}, stoppedBuilds{0};
         std::function<void()> atBuild, atTrace;
     };
     explicit FakeTracer(Orders& orders) : orders(orders) {}
@@ -46,7 +46,9 @@ public:
         ++orders.builds;
         if (orders.atBuild)
             orders.atBuild();
-        return !progress || progress(0.5f);
+        const bool goesOn = !progress || progress(0.5f);
+        orders.stoppedBuilds += !goesOn;
+        return goesOn;
     }
     void countVisible(const ktRayVertex*, std::uint32_t count, const ktRayLimits&, std::uint32_t* visible,
                       std::uint64_t* const*) const override {
@@ -137,6 +139,7 @@ TEST_F(SceneRaytracing, GivenCancelledBuildThatDoesNotStop_ReturnsWithoutItAndWa
     tracing.build(scene);
     EXPECT_TRUE(hasEnded);
     EXPECT_EQ(orders.builds, 2);
+    EXPECT_EQ(orders.stoppedBuilds, 1); // the left one, though the token was reset before it looked
     EXPECT_NE(tracing.traceOne(origin, up), ktTestTracing::untouched);
     EXPECT_THAT(log.lines, IsEmpty());
 }
