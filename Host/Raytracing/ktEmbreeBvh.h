@@ -37,11 +37,15 @@ struct ktBvhLeaf {
 struct ktBvhNode {
     ktBvhBox box[2];
     std::uintptr_t child[2];
-    // Room for ktHemispherePlan.
+    /// Room for those who work on a finished tree, one after the other.
     union {
-        float cost[8];       ///< [places in the node above], while these are calculated
-        std::size_t size[2]; ///< afterwards: nodes of eight and cache lines of patches of the subtree, of a node that
-                             ///< becomes one
+        struct {
+            std::uintptr_t parent; ///< 0 for the root
+            std::uint32_t height;  ///< levels from this node to its deepest leaf, both counted
+        } place;                   ///< of ktReinsertNodes
+        float cost[8];             ///< of ktHemispherePlan: [places in the node above], while these are calculated
+        std::size_t size[2];       ///< afterwards: nodes of eight and cache lines of patches of the subtree, of a node
+                                   ///< that becomes one
     };
     std::uint8_t first[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay
 };

@@ -5,6 +5,7 @@
 #include "ktHemisphereClip.h"
 #include "ktHemisphereCollect.h"
 #include "ktHemisphereCut.h"
+#include "ktHemisphereReinsertion.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -18,10 +19,10 @@ constexpr double minSizeSpread = 2.0;
 // Up to this many triangles the builder chooses the cuts, which takes it five times as long; beyond, the triangles that
 // gain most by it are cut beforehand, which is nearly as good and takes no time.
 constexpr std::size_t maxTrianglesToSplit = 1000000;
-constexpr double maxMoreParts = 0.25; // of the number of triangles
+constexpr double maxMoreParts = 0.1; // of the number of triangles
 
 // How far a build is when its steps end.
-constexpr float collected = 0.05f, grown = 0.75f;
+constexpr float collected = 0.05f, grown = 0.75f, reinserted = 0.8f;
 
 struct Stopped {};
 
@@ -47,7 +48,9 @@ bool ktHemisphereStructure::build(const std::vector<ktTracerMesh>& meshes, const
     ktBvhTree binary;
     if (grow(binary, meshes, progress)) {
         if (binary.root())
-            tree = ktEmitHemisphere(binary, meshes, numbers, kind, progress, grown);
+            ktReinsertNodes(binary.root(), progress, grown);
+        if (binary.root() && !progress.isStopped())
+            tree = ktEmitHemisphere(binary, meshes, numbers, kind, progress, reinserted);
         if (!progress.isStopped())
             return true;
     }
