@@ -30,7 +30,7 @@ struct ktBvhLeaf {
     static constexpr std::uint32_t maxCount = 8;
     std::uint32_t count;
     std::uint32_t ids[maxCount];
-    std::uint32_t lines; ///< room for ktHemispherePlan: cache lines of its patches
+    std::uint32_t lines; ///< room for ktHemispherePlan: its cache lines, written
 };
 
 /// Inner node of a binary tree. A child is a node or a leaf; see ktBvhTree.
@@ -44,7 +44,7 @@ struct ktBvhNode {
             std::uint32_t height;  ///< levels from this node to its deepest leaf, both counted
         } place;                   ///< of ktReinsertNodes
         float cost[8];             ///< of ktHemispherePlan: [places in the node above], while these are calculated
-        std::size_t size[2];       ///< afterwards: nodes of eight and cache lines of patches of the subtree, of a node
+        std::size_t size[2];       ///< afterwards: nodes of eight and cache lines of leaves of the subtree, of a node
                                    ///< that becomes one
     };
     std::uint8_t first[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay

@@ -7,11 +7,6 @@
 
 namespace KT_LANES {
 
-/// The children of a node, moved so that the vertex is the origin.
-struct alignas(32) Children {
-    float lower[3][8], upper[3][8];
-};
-
 // Distances become keys that order children: never zero (denormals compare equal), never infinite (the tag would make
 // it no number), with the child's number in the lowest bits so that no two are equal.
 KT_INLINE Float8 orderKey(Float8 distance) {
