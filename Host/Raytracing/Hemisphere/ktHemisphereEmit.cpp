@@ -53,13 +53,9 @@ public:
         return reinterpret_cast<std::uintptr_t>(&node) | Limits::nodeFlags;
     }
 
-    Emitter(ktHemisphereTree& tree, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
-            ktHemisphereLeafKind kind, ktHemisphereProgress& progress, float firstShare)
-        : tree(tree), meshes(meshes), numbers(numbers), kind(kind), progress(progress), firstShare(firstShare) {}
-
-    ktHemisphereRef emitLeaf(const ktBvhLeaf& leaf, std::size_t firstLine) {
-        return ktHemisphereLeafWriter(leaf, meshes, numbers, kind).write(&tree.lines[firstLine]);
-    }
+    Emitter(ktHemisphereTree& tree, const ktHemisphereLeafWriter& writer, ktHemisphereProgress& progress,
+            float firstShare)
+        : tree(tree), writer(writer), progress(progress), firstShare(firstShare) {}
 
     void emit(const Place& place) {
         ktHemisphereChild child[Limits::children];
@@ -78,7 +74,7 @@ public:
             }
             if (ktBvhTree::isLeaf(child[i].node)) {
                 const ktBvhLeaf& leaf = ktBvhTree::leaf(child[i].node);
-                node.child[i] = emitLeaf(leaf, nextLine);
+                node.child[i] = writer.write(leaf, &tree.lines[nextLine]);
                 nextLine += leaf.lines;
             } else {
                 node.child[i] = refTo(tree.nodes[nextNode]);
@@ -113,9 +109,7 @@ private:
     }
 
     ktHemisphereTree& tree;
-    const std::vector<ktTracerMesh>& meshes;
-    const ktTriangleNumbers& numbers;
-    const ktHemisphereLeafKind kind;
+    const ktHemisphereLeafWriter& writer;
     ktHemisphereProgress& progress;
     const float firstShare;
     std::atomic<std::size_t> done{0}; // lines
@@ -130,14 +124,14 @@ ktHemisphereTree ktEmitHemisphere(const ktBvhTree& binary, const std::vector<ktT
     if (kind == ktHemisphereLeafKind::ByCount)
         kind = numbers.total() > maxTrianglesWide ? ktHemisphereLeafKind::Patches : ktHemisphereLeafKind::Wide;
     ktHemisphereTree tree;
-    Emitter emitter(tree, meshes, numbers, kind, progress, firstShare);
+    const ktHemisphereLeafWriter writer(meshes, numbers, kind);
     if (ktBvhTree::isLeaf(binary.root())) {
         const ktBvhLeaf& leaf = ktBvhTree::leaf(binary.root());
-        tree.lines.resize(ktHemisphereLeafWriter(leaf, meshes, numbers, kind).lineCount());
-        tree.root = emitter.emitLeaf(leaf, 0);
+        tree.lines.resize(writer.lineCount(leaf));
+        tree.root = writer.write(leaf, tree.lines.data());
         return tree;
     }
-    const ktHemispherePlan plan(binary.root(), meshes, numbers, kind);
+    const ktHemispherePlan plan(binary.root(), writer);
     if (!progress.goOn(firstShare))
         return {};
     const ktHemisphereSize size = ktHemispherePlan::size(binary.root());
@@ -145,6 +139,6 @@ ktHemisphereTree ktEmitHemisphere(const ktBvhTree& binary, const std::vector<ktT
     tree.lines.resize(size.lines);
     tree.levels = plan.levels();
     tree.root = Emitter::refTo(tree.nodes[0]);
-    emitter.emit({binary.root(), 0, 1, 0});
+    Emitter(tree, writer, progress, firstShare).emit({binary.root(), 0, 1, 0});
     return tree;
 }

@@ -17,66 +17,85 @@ std::size_t linesOf(std::uint32_t pointCount) {
     return (bytes + sizeof(ktHemisphereLine) - 1) / sizeof(ktHemisphereLine);
 }
 
+ktBvhLeaf sorted(ktBvhLeaf leaf) { // the builder's order depends on its threads
+    std::sort(leaf.ids, leaf.ids + leaf.count);
+    return leaf;
+}
+
+/// Triangles of which equal corners are one point.
+struct Patch {
+    std::uint32_t pointCount = 0;
+    float point[Limits::patchPoints][3];
+    ktHemispherePatch end{};
+};
+
+/// The patches of a leaf.
+struct Patches {
+    static constexpr std::uint32_t most = 2; // eight triangles without a common corner have 24 points
+    Patch patch[most];
+    std::uint32_t count = 1;
+
+    Patches(const ktBvhLeaf& leaf, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers) {
+        static_assert(ktBvhLeaf::maxCount <= Limits::patchTriangles &&
+                          ktBvhLeaf::maxCount <= most * (Limits::patchPoints / 3),
+                      "the patches hold any leaf");
+        const ktBvhLeaf ids = sorted(leaf);
+        for (std::uint32_t i = 0; i < ids.count; ++i)
+            add(ktTriangleCorners(meshes, numbers, ids.ids[i]), ids.ids[i]);
+    }
+
+private:
+    void add(const ktTriangleCorners& corners, std::uint32_t id) {
+        Patch* to = &patch[count - 1];
+        std::uint32_t number[3], points = to->pointCount;
+        for (int c = 0; c < 3; ++c) {
+            const float* corner = corners.p[c];
+            std::uint32_t i = 0;
+            while (i < points && std::memcmp(to->point[i], corner, sizeof to->point[i]) != 0)
+                ++i;
+            if (i == Limits::patchPoints) {
+                ++count;
+                add(corners, id);
+                return;
+            }
+            if (i == points)
+                std::memcpy(to->point[points++], corner, sizeof to->point[i]);
+            number[c] = i;
+        }
+        to->pointCount = points;
+        const std::uint32_t lane = to->end.count++;
+        for (int c = 0; c < 3; ++c)
+            to->end.corner[c][lane] = static_cast<std::uint8_t>(number[c]);
+        to->end.id[lane] = id;
+    }
+};
+
 } // namespace
 
-ktHemisphereLeafWriter::ktHemisphereLeafWriter(const ktBvhLeaf& leaf, const std::vector<ktTracerMesh>& meshes,
-                                               const ktTriangleNumbers& numbers, ktHemisphereLeafKind leafKind)
-    : kind(leafKind) {
-    static_assert(ktBvhLeaf::maxCount <= Limits::patchTriangles &&
-                      ktBvhLeaf::maxCount <= most * (Limits::patchPoints / 3),
-                  "the patches hold any leaf");
-    ktBvhLeaf sorted = leaf;
-    std::sort(sorted.ids, sorted.ids + sorted.count); // the builder's order depends on its threads
-    for (std::uint32_t i = 0; i < sorted.count; ++i)
-        add(ktTriangleCorners(meshes, numbers, sorted.ids[i]), sorted.ids[i]);
-}
-
-void ktHemisphereLeafWriter::add(const ktTriangleCorners& corners, std::uint32_t id) {
-    Patch* to = &patch[count - 1];
-    std::uint32_t number[3], points = to->pointCount;
-    for (int c = 0; c < 3; ++c) {
-        const float* corner = corners.p[c];
-        std::uint32_t i = 0;
-        while (i < points && std::memcmp(to->point[i], corner, sizeof to->point[i]) != 0)
-            ++i;
-        if (i == Limits::patchPoints) {
-            ++count;
-            add(corners, id);
-            return;
-        }
-        if (i == points)
-            std::memcpy(to->point[points++], corner, sizeof to->point[i]);
-        number[c] = i;
-    }
-    to->pointCount = points;
-    const std::uint32_t lane = to->end.count++;
-    for (int c = 0; c < 3; ++c)
-        to->end.corner[c][lane] = static_cast<std::uint8_t>(number[c]);
-    to->end.id[lane] = id;
-}
-
-std::size_t ktHemisphereLeafWriter::lineCount() const {
+std::uint32_t ktHemisphereLeafWriter::lineCount(const ktBvhLeaf& leaf) const {
     if (kind == ktHemisphereLeafKind::Wide)
         return sizeof(ktHemisphereWideLeaf) / sizeof(ktHemisphereLine);
+    const Patches patches(leaf, meshes, numbers);
     std::size_t lines = 0;
-    for (std::uint32_t i = 0; i < count; ++i)
-        lines += linesOf(patch[i].pointCount);
-    return lines;
+    for (std::uint32_t i = 0; i < patches.count; ++i)
+        lines += linesOf(patches.patch[i].pointCount);
+    return static_cast<std::uint32_t>(lines);
 }
 
-ktHemisphereRef ktHemisphereLeafWriter::write(ktHemisphereLine* to) const {
+ktHemisphereRef ktHemisphereLeafWriter::write(const ktBvhLeaf& leaf, ktHemisphereLine* to) const {
     if (kind == ktHemisphereLeafKind::Wide)
-        return writeWide(to);
-    const ktHemisphereRef ref =
-        reinterpret_cast<std::uintptr_t>(to) | (patch[0].pointCount - 1) << Limits::pointShift | Limits::leafFlag;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const Patch& from = patch[i];
+        return writeWide(leaf, to);
+    const Patches patches(leaf, meshes, numbers);
+    const ktHemisphereRef ref = reinterpret_cast<std::uintptr_t>(to) |
+                                (patches.patch[0].pointCount - 1) << Limits::pointShift | Limits::leafFlag;
+    for (std::uint32_t i = 0; i < patches.count; ++i) {
+        const Patch& from = patches.patch[i];
         char bytes[sizeof(ktHemisphereLine) * 4] = {};
         for (std::uint32_t p = 0; p < from.pointCount; ++p)
             for (std::uint32_t axis = 0; axis < 3; ++axis)
                 std::memcpy(bytes + sizeof(float) * (axis * from.pointCount + p), &from.point[p][axis], sizeof(float));
         ktHemispherePatch end = from.end;
-        end.nextPoints = i + 1 < count ? patch[i + 1].pointCount : 0;
+        end.nextPoints = i + 1 < patches.count ? patches.patch[i + 1].pointCount : 0;
         std::memcpy(bytes + bytesOfPoints(from.pointCount), &end, sizeof end);
         const std::size_t lines = linesOf(from.pointCount);
         std::memcpy(to, bytes, lines * sizeof(ktHemisphereLine));
@@ -85,17 +104,16 @@ ktHemisphereRef ktHemisphereLeafWriter::write(ktHemisphereLine* to) const {
     return ref;
 }
 
-ktHemisphereRef ktHemisphereLeafWriter::writeWide(ktHemisphereLine* to) const {
-    ktHemisphereWideLeaf leaf{};
-    std::uint32_t lane = 0;
-    for (std::uint32_t p = 0; p < count; ++p) {
-        for (std::uint32_t i = 0; i < patch[p].end.count; ++i, ++lane) {
-            for (std::uint32_t c = 0; c < 3; ++c)
-                for (std::uint32_t axis = 0; axis < 3; ++axis)
-                    leaf.corner[c][axis][lane] = patch[p].point[patch[p].end.corner[c][i]][axis];
-            leaf.id[lane] = patch[p].end.id[i];
-        }
+ktHemisphereRef ktHemisphereLeafWriter::writeWide(const ktBvhLeaf& leaf, ktHemisphereLine* to) const {
+    const ktBvhLeaf ids = sorted(leaf);
+    ktHemisphereWideLeaf wide{};
+    for (std::uint32_t i = 0; i < ids.count; ++i) {
+        const ktTriangleCorners corners(meshes, numbers, ids.ids[i]);
+        for (std::uint32_t c = 0; c < 3; ++c)
+            for (std::uint32_t axis = 0; axis < 3; ++axis)
+                wide.corner[c][axis][i] = corners.p[c][axis];
+        wide.id[i] = ids.ids[i];
     }
-    std::memcpy(to, &leaf, sizeof leaf);
+    std::memcpy(to, &wide, sizeof wide);
     return reinterpret_cast<std::uintptr_t>(to) | Limits::leafFlag | Limits::wideFlag | Limits::nodeFlags;
 }

@@ -6,7 +6,6 @@
 #include "ktTracer.h"
 #include "ktTriangleNumbers.h"
 
-#include <cstddef>
 #include <vector>
 
 /// How leaves are stored.
@@ -16,31 +15,24 @@ enum class ktHemisphereLeafKind {
     Patches,
 };
 
-/// A leaf of the binary tree, made ready to be written.
+/// Writes leaves of a binary tree of these meshes. May be used by many threads at a time.
 class ktHemisphereLeafWriter {
 public:
     /// @param kind not ByCount
-    ktHemisphereLeafWriter(const ktBvhLeaf& leaf, const std::vector<ktTracerMesh>& meshes,
-                           const ktTriangleNumbers& numbers, ktHemisphereLeafKind kind);
+    ktHemisphereLeafWriter(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
+                           ktHemisphereLeafKind kind)
+        : meshes(meshes), numbers(numbers), kind(kind) {}
 
-    /// Cache lines that it takes.
-    std::size_t lineCount() const;
-    /// Writes it to lineCount() lines from `to` on.
+    /// Cache lines that a leaf takes.
+    std::uint32_t lineCount(const ktBvhLeaf& leaf) const;
+    /// Writes a leaf to lineCount() lines from `to` on.
     /// @return what a node refers to it with
-    ktHemisphereRef write(ktHemisphereLine* to) const;
+    ktHemisphereRef write(const ktBvhLeaf& leaf, ktHemisphereLine* to) const;
 
 private:
-    void add(const ktTriangleCorners& corners, std::uint32_t id);
-    ktHemisphereRef writeWide(ktHemisphereLine* to) const;
+    ktHemisphereRef writeWide(const ktBvhLeaf& leaf, ktHemisphereLine* to) const;
 
-    /// Triangles of which equal corners are one point.
-    struct Patch {
-        std::uint32_t pointCount = 0;
-        float point[ktHemisphereLimits::patchPoints][3];
-        ktHemispherePatch end{};
-    };
-    static constexpr std::uint32_t most = 2; // eight triangles without a common corner have 24 points
-    Patch patch[most];
-    std::uint32_t count = 1;
-    ktHemisphereLeafKind kind;
+    const std::vector<ktTracerMesh>& meshes;
+    const ktTriangleNumbers& numbers;
+    const ktHemisphereLeafKind kind;
 };

@@ -89,9 +89,7 @@ struct Collector {
 
 /// Counts what becomes of nodes that are nodes of eight, once their costs are of no use any more.
 struct Measure {
-    const std::vector<ktTracerMesh>& meshes;
-    const ktTriangleNumbers& numbers;
-    const ktHemisphereLeafKind kind;
+    const ktHemisphereLeafWriter& writer;
 
     // @return levels
     std::uint32_t operator()(std::uintptr_t at, std::uint32_t depth) const {
@@ -100,10 +98,12 @@ struct Measure {
         std::uint32_t levels[places];
         const auto measureChild = [&](std::size_t i) {
             levels[i] = 0;
-            if (ktBvhTree::isLeaf(child[i].node))
-                measureLeaf(ktBvhTree::leaf(child[i].node));
-            else
+            if (!ktBvhTree::isLeaf(child[i].node)) {
                 levels[i] = (*this)(child[i].node, depth + 1);
+                return;
+            }
+            ktBvhLeaf& leaf = ktBvhTree::leaf(child[i].node);
+            leaf.lines = writer.lineCount(leaf);
         };
         if (depth < sharedDepth / 3) // eight children are three levels of two
             ktParallel::forEach(count, measureChild);
@@ -126,18 +126,13 @@ struct Measure {
         size[1] = sum.lines;
         return 1 + *std::max_element(levels, levels + count);
     }
-
-    void measureLeaf(ktBvhLeaf& leaf) const {
-        leaf.lines = static_cast<std::uint32_t>(ktHemisphereLeafWriter(leaf, meshes, numbers, kind).lineCount());
-    }
 };
 
 } // namespace
 
-ktHemispherePlan::ktHemispherePlan(std::uintptr_t root, const std::vector<ktTracerMesh>& meshes,
-                                   const ktTriangleNumbers& numbers, ktHemisphereLeafKind kind) {
+ktHemispherePlan::ktHemispherePlan(std::uintptr_t root, const ktHemisphereLeafWriter& writer) {
     planAll(root, 0.0f, 0); // the root is there whatever happens
-    levelCount = Measure{meshes, numbers, kind}(root, 0);
+    levelCount = Measure{writer}(root, 0);
 }
 
 ktHemisphereSize ktHemispherePlan::size(std::uintptr_t node) {

@@ -3,11 +3,8 @@
 
 #include "ktEmbreeBvh.h"
 #include "ktHemisphereLeafWriter.h"
-#include "ktTracer.h"
-#include "ktTriangleNumbers.h"
 
 #include <cstddef>
-#include <vector>
 
 /// A child of a node of eight: a node or leaf of the binary tree, and its box.
 struct ktHemisphereChild {
@@ -27,9 +24,7 @@ struct ktHemisphereSize {
 class ktHemispherePlan {
 public:
     /// Writes the plan into the tree, on all threads. The root must not be a leaf.
-    /// @param kind of leaves, not ByCount
-    ktHemispherePlan(std::uintptr_t root, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
-                     ktHemisphereLeafKind kind);
+    ktHemispherePlan(std::uintptr_t root, const ktHemisphereLeafWriter& writer);
 
     /// Levels of nodes of eight.
     std::uint32_t levels() const { return levelCount; }

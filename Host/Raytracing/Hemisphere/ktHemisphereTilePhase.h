@@ -65,7 +65,7 @@ KT_INLINE std::uint32_t tilesThroughBox(const ktHemisphereWork& work, const Tile
     return (enter <= leave * Float16(kExitMargin)).bits();
 }
 
-// For each set of triangles of a block, their numbers in 16-bit steps.
+// For each set of four triangles, their numbers in 16-bit steps.
 constexpr std::uint64_t kTriangleLists[16] = {
     0, 0,       1,       0x10000,        2,       0x20000,        0x20001,        0x200010000ull,
     3, 0x30000, 0x30001, 0x300010000ull, 0x30002, 0x300020000ull, 0x300020001ull, 0x3000200010000ull};
