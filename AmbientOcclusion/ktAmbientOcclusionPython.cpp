@@ -34,8 +34,8 @@ public:
         definitions[count] = {name, reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(calls[count])),
                               METH_VARARGS | METH_KEYWORDS, text.c_str()};
         const python::object moduleName = module.attr("__name__");
-        module.attr(name) = python::object(
-            python::handle<>(PyCFunction_NewEx(&definitions[count], module.ptr(), moduleName.ptr())));
+        module.attr(name) =
+            python::object(python::handle<>(PyCFunction_NewEx(&definitions[count], module.ptr(), moduleName.ptr())));
         ++count;
     }
 
@@ -73,12 +73,12 @@ BOOST_PYTHON_MODULE(ktAmbientOcclusion) {
                                   arg("intensityThreshold")),
                                  help.computeAmbientOcclusion.c_str()));
     python::def("computeMissingAmbientOcclusion", &ktAmbientOcclusion::computeMissingAmbientOcclusion,
-                computeMissingOverloads(
-                    (arg("quality"), arg("minDistance"), arg("maxDistance"), arg("indirectIllumination"),
-                     arg("colorBleeding"), arg("gatherQuality"), arg("numIndirections"), arg("subdivide"),
-                     arg("minEdgeLength"), arg("intensityThreshold"), arg("overrideMaterialColor"),
-                     arg("materialColorR"), arg("materialColorG"), arg("materialColorB"), arg("subdivisionQuality")),
-                    help.computeMissingAmbientOcclusion.c_str()));
+                computeMissingOverloads((arg("quality"), arg("minDistance"), arg("maxDistance"),
+                                         arg("indirectIllumination"), arg("colorBleeding"), arg("gatherQuality"),
+                                         arg("numIndirections"), arg("subdivide"), arg("minEdgeLength"),
+                                         arg("intensityThreshold"), arg("overrideMaterialColor"), arg("materialColorR"),
+                                         arg("materialColorG"), arg("materialColorB"), arg("subdivisionQuality")),
+                                        help.computeMissingAmbientOcclusion.c_str()));
     python::def("setAmbientOcclusionMode", &ktAmbientOcclusion::pySetAmbientOcclusionMode, arg("mode"),
                 help.setAmbientOcclusionMode.c_str());
     python::def("getAmbientOcclusionMode", &ktAmbientOcclusion::pyGetAmbientOcclusionMode,

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Rays a second of a bounce of indirect light, as the host gathers it, against a bare Embree loop of nearest hits:
 // packets of 16 neighbouring directions, the coherent flag, vertices along a space-filling curve. Same rays, same
-// threads, in turns in one process. The ratio is the median of those of the rounds: what else the machine does meanwhile
-// slows neighbours alike.
+// threads, in turns in one process. The ratio is the median of those of the rounds: what else the machine does
+// meanwhile slows neighbours alike.
 #include "ktBenchmarkScenes.h"
 #include "ktEmbreeLoop.h"
 #include "ktFloatMode.h"
@@ -133,8 +133,8 @@ public:
         utils.buildAccelerationStructure(nodes, {});
         for (const osg::NodePtr& node : nodes) {
             const Arrays arrays(node);
-            utils.computeVertexOcclusion(arrays.count, nullptr, arrays.positions, arrays.normals, arrays.results,
-                                         false, sampler, true, false);
+            utils.computeVertexOcclusion(arrays.count, nullptr, arrays.positions, arrays.normals, arrays.results, false,
+                                         sampler, true, false);
         }
         utils.finishPass();
     }
@@ -144,8 +144,8 @@ public:
         return secondsOf([&] {
             for (const osg::NodePtr& node : nodes) {
                 const Arrays arrays(node);
-                utils.gatherVertexIllumination(arrays.count, nullptr, arrays.positions, arrays.normals,
-                                               arrays.results, &white, false, sampler, 1, false);
+                utils.gatherVertexIllumination(arrays.count, nullptr, arrays.positions, arrays.normals, arrays.results,
+                                               &white, false, sampler, 1, false);
             }
             utils.finishPass();
         });
@@ -225,10 +225,11 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
     const float maxDistance = scene.diagonal();
     BareLoop bare(scene, options, maxDistance);
     Bounces bounces(scene, options, maxDistance);
-    std::printf("%s: %zu triangles in %zu meshes, %zu vertices, %.0f traced, %u x %u rays each, %u threads, median of %u\n",
-                scene.name.c_str(), scene.triangleCount(), scene.meshes.size(), scene.vertexCount(),
-                bare.rayCount() / (options.samples * options.samples), options.samples, options.samples,
-                options.threads, options.rounds);
+    std::printf(
+        "%s: %zu triangles in %zu meshes, %zu vertices, %.0f traced, %u x %u rays each, %u threads, median of %u\n",
+        scene.name.c_str(), scene.triangleCount(), scene.meshes.size(), scene.vertexCount(),
+        bare.rayCount() / (options.samples * options.samples), options.samples, options.samples, options.threads,
+        options.rounds);
     std::printf("%-30s %10s %8s\n", "", "Mrays/s", "ratio");
     for (const bool overrideColor : {true, false}) {
         bounces.prepare(overrideColor);
@@ -271,8 +272,8 @@ int main(int argumentCount, char** arguments) {
     ktThreadCount::set(options.threads);
     try {
         for (const std::string& name : options.scenes)
-            measure(options, ktLoadBenchmarkScene(
-                                 name, name == "bunny" ? options.models + "/stanford-bunny.obj" : options.engine));
+            measure(options, ktLoadBenchmarkScene(name, name == "bunny" ? options.models + "/stanford-bunny.obj"
+                                                                        : options.engine));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "ktBenchmarkGathering: %s\n", error.what());
         return 1;

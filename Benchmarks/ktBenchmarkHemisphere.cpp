@@ -2,8 +2,8 @@
 // Rays a second of the hemisphere tracer against the best plain Embree loop: packets of 16 neighbouring directions, the
 // incoherent flag for occlusion and the coherent one for nearest hits, vertices along a space-filling curve. Same rays,
 // same threads, in turns in one process; medians. Answers are compared with those of Embree's robust mode; rays that
-// differ are judged in double precision: "wrong" counts those in which the hemisphere tracer errs by more than rounding,
-// the last column those in which Embree does.
+// differ are judged in double precision: "wrong" counts those in which the hemisphere tracer errs by more than
+// rounding, the last column those in which Embree does.
 #include "ktBenchmarkGlb.h"
 #include "ktEmbreeLoop.h"
 #include "ktHemisphereSampler.h"

@@ -99,7 +99,8 @@ Placement turned(Random& random, Vec offset) {
 }
 
 // A grid of (columns + 1) x (rows + 1) points with normals from its own faces.
-void addPatch(ktBenchmarkMesh& mesh, const Placement& place, int columns, int rows, const std::function<Vec(double, double)>& point) {
+void addPatch(ktBenchmarkMesh& mesh, const Placement& place, int columns, int rows,
+              const std::function<Vec(double, double)>& point) {
     const std::uint32_t first = mesh.vertexCount();
     if (!mesh.positions.empty())
         mesh.positions.pop_back();
@@ -107,7 +108,8 @@ void addPatch(ktBenchmarkMesh& mesh, const Placement& place, int columns, int ro
         for (int c = 0; c <= columns; ++c) {
             const double u = double(c) / columns, v = double(r) / rows, e = 1e-4;
             const Vec p = place(point(u, v));
-            const Vec l = place(point(u - e, v)), h = place(point(u + e, v)), b = place(point(u, v - e)), t = place(point(u, v + e));
+            const Vec l = place(point(u - e, v)), h = place(point(u + e, v)), b = place(point(u, v - e)),
+                      t = place(point(u, v + e));
             const Vec s{h.x - l.x, h.y - l.y, h.z - l.z}, w{t.x - b.x, t.y - b.y, t.z - b.z};
             Vec n{s.y * w.z - s.z * w.y, s.z * w.x - s.x * w.z, s.x * w.y - s.y * w.x};
             double length = std::sqrt(n.x * n.x + n.y * n.y + n.z * n.z);
@@ -133,7 +135,8 @@ void addPatch(ktBenchmarkMesh& mesh, const Placement& place, int columns, int ro
 }
 
 // A body of revolution round z; `profile` gives radius (x) and height (z).
-void addTurned(ktBenchmarkMesh& mesh, const Placement& place, int around, int along, const std::function<Vec(double)>& profile) {
+void addTurned(ktBenchmarkMesh& mesh, const Placement& place, int around, int along,
+               const std::function<Vec(double)>& profile) {
     addPatch(mesh, place, around, along, [&](double u, double v) {
         const Vec p = profile(v);
         return Vec{p.x * std::cos(2 * M_PI * u), p.x * std::sin(2 * M_PI * u), p.z};
@@ -146,7 +149,9 @@ void addDisc(ktBenchmarkMesh& mesh, const Placement& place, int around, double i
 
 void addBolt(ktBenchmarkMesh& mesh, const Placement& place, Random& random) {
     const double r = random.between(0.05, 0.12), length = random.between(0.4, 0.9);
-    addTurned(mesh, place, 36, 48, [=](double v) { return Vec{r * (1 + 0.12 * std::sin(v * 48 * M_PI)), 0, v * length}; });
+    addTurned(mesh, place, 36, 48, [=](double v) {
+        return Vec{r * (1 + 0.12 * std::sin(v * 48 * M_PI)), 0, v * length};
+    });
     addTurned(mesh, place, 6, 1, [=](double v) { return Vec{1.8 * r, 0, length + v * r}; });
     addDisc(mesh, place, 6, 0, 1.8 * r, length + r);
 }
@@ -166,10 +171,14 @@ void addGear(ktBenchmarkMesh& mesh, const Placement& place, Random& random) {
         const double wave = std::max(-1.0, std::min(1.0, 2.5 * std::sin(2 * M_PI * teeth * u)));
         return radius * (1 + 0.06 * wave);
     };
-    const auto ring = [=](double u, double r, double z) { return Vec{r * std::cos(2 * M_PI * u), r * std::sin(2 * M_PI * u), z}; };
+    const auto ring = [=](double u, double r, double z) {
+        return Vec{r * std::cos(2 * M_PI * u), r * std::sin(2 * M_PI * u), z};
+    };
     addPatch(mesh, place, teeth * 12, 1, [=](double u, double v) { return ring(u, outline(u), v * thick); });
-    addPatch(mesh, place, teeth * 12, 1, [=](double u, double v) { return ring(u, outline(u) * (1 - v) + 0.3 * radius * v, thick); });
-    addPatch(mesh, place, teeth * 12, 1, [=](double u, double v) { return ring(u, 0.3 * radius * (1 - v) + outline(u) * v, 0); });
+    addPatch(mesh, place, teeth * 12, 1,
+             [=](double u, double v) { return ring(u, outline(u) * (1 - v) + 0.3 * radius * v, thick); });
+    addPatch(mesh, place, teeth * 12, 1,
+             [=](double u, double v) { return ring(u, 0.3 * radius * (1 - v) + outline(u) * v, 0); });
     addTurned(mesh, place, 48, 4, [=](double v) { return Vec{0.3 * radius, 0, thick * (1 - v)}; });
 }
 
@@ -197,7 +206,8 @@ void addPlate(ktBenchmarkMesh& mesh, const Placement& place, double width, doubl
 
 ktBenchmarkScene ktLoadBenchmarkScene(const std::string& name, const std::string& path) {
     Assimp::Importer importer;
-    const aiScene* scene = importer.ReadFile(path, aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_GenSmoothNormals | aiProcess_SortByPType);
+    const aiScene* scene = importer.ReadFile(path, aiProcess_Triangulate | aiProcess_JoinIdenticalVertices |
+                                                       aiProcess_GenSmoothNormals | aiProcess_SortByPType);
     if (!scene)
         throw std::runtime_error(path + ": " + importer.GetErrorString());
     ktBenchmarkScene out;
@@ -213,12 +223,14 @@ ktBenchmarkScene ktMakeAssembly(std::size_t triangles) {
     // Cells of size 1 hold one part each; an average part has about 2,600 triangles.
     const double cells = double(triangles) / 2600;
     const int depth = std::max(1, static_cast<int>(std::lround(std::cbrt(cells / 3.75))));
-    const int height = std::max(1, static_cast<int>(std::lround(1.5 * depth))), width = std::max(1, static_cast<int>(std::lround(2.5 * depth)));
+    const int height = std::max(1, static_cast<int>(std::lround(1.5 * depth))),
+              width = std::max(1, static_cast<int>(std::lround(2.5 * depth)));
     std::size_t count = 0;
     for (int i = 0; count < triangles; ++i) {
         const int x = i % width, y = i / width % height, z = i / (width * height);
         ktBenchmarkMesh mesh;
-        const Placement place = turned(random, {x + random.between(0.3, 0.7), y + random.between(0.3, 0.7), z + random.between(0.3, 0.7)});
+        const Placement place =
+            turned(random, {x + random.between(0.3, 0.7), y + random.between(0.3, 0.7), z + random.between(0.3, 0.7)});
         const double kind = random.next();
         if (kind < 0.35)
             addBolt(mesh, place, random);
@@ -237,7 +249,9 @@ ktBenchmarkScene ktMakeAssembly(std::size_t triangles) {
     Placement at;
     for (int side = 0; side < 3; ++side) {
         ktBenchmarkMesh mesh;
-        at.offset = side == 0 ? Vec{width / 2.0, height / 2.0, -0.6} : side == 1 ? Vec{width / 2.0, -0.6, depth / 2.0} : Vec{-0.6, height / 2.0, depth / 2.0};
+        at.offset = side == 0   ? Vec{width / 2.0, height / 2.0, -0.6}
+                    : side == 1 ? Vec{width / 2.0, -0.6, depth / 2.0}
+                                : Vec{-0.6, height / 2.0, depth / 2.0};
         at.x = side == 2 ? Vec{0, 1, 0} : Vec{1, 0, 0};
         at.y = side == 0 ? Vec{0, 1, 0} : Vec{0, 0, 1};
         at.z = side == 0 ? Vec{0, 0, 1} : side == 1 ? Vec{0, -1, 0} : Vec{1, 0, 0};

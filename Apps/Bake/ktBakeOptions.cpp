@@ -148,7 +148,8 @@ private:
             "--unique-instances", [this] { options.uniqueInstances = true; },
             "give each use of a mesh its own results");
         flag(
-            "--ground-plane", [this] { options.groundPlane = true; }, "put a plane below the scene that catches its shadow");
+            "--ground-plane", [this] { options.groundPlane = true; },
+            "put a plane below the scene that catches its shadow");
     }
 
     void addSelection() {
@@ -246,7 +247,8 @@ private:
 #ifdef KT_SCRIPTING
         value("--script", options.script, "run a Python script instead; what follows -- are its arguments", "FILE.py");
 #else
-        value("--script", options.script, "run a Python script: not with this ktbake, built without scripting", "FILE.py");
+        value("--script", options.script, "run a Python script: not with this ktbake, built without scripting",
+              "FILE.py");
 #endif
         value("--threads", options.threads, "worker threads", "INT", "one a core")->check(CLI::Range(1, 1024));
         finish(app.add_option_function<std::string>(
@@ -319,8 +321,8 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
     parser.addAll();
     // Required, it is not taken for one more name of --select.
     app.get_option("SCENE")->required(std::none_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
-        return argument == "--list-presets" || argument.rfind("--script", 0) == 0 || argument.rfind("--save-preset", 0) == 0 ||
-               argument.rfind("--delete-preset", 0) == 0;
+        return argument == "--list-presets" || argument.rfind("--script", 0) == 0 ||
+               argument.rfind("--save-preset", 0) == 0 || argument.rfind("--delete-preset", 0) == 0;
     }));
     try {
         // What follows "--" belongs to the script, where there is one.

@@ -57,7 +57,7 @@ struct ktBakeOptions {
     std::string preview, stats; ///< file names; empty: none
     std::string script;         ///< a file to run instead of baking `scene`; empty: none
     std::vector<std::string> scriptArguments;
-    int threads = 0;            ///< 0: one a core
+    int threads = 0; ///< 0: one a core
     ktTracerKind tracer = ktTracerKind::Hemisphere;
     bool quiet = false;
 };

@@ -3,8 +3,8 @@
 
 #include "ktHostExport.h"
 
-#include <OpenSG/OSGGeometry.h>
 #include <memory>
+#include <OpenSG/OSGGeometry.h>
 
 struct ktGeoSubdivisionRecord;
 

@@ -12,9 +12,9 @@ class ktMessage;
 /// most 4 MiB, 4,096 values and 200,000 list entries.
 class KT_HOST_EXPORT ktMessageRW {
 public:
-    /// Writes `message` to the file `path` (UTF-8): beside it first, flushed, then renamed into place, so that a failure
-    /// leaves an existing file as it was. Returns false, with a line in the log that says why, on failure or when a
-    /// value has no file form.
+    /// Writes `message` to the file `path` (UTF-8): beside it first, flushed, then renamed into place, so that a
+    /// failure leaves an existing file as it was. Returns false, with a line in the log that says why, on failure or
+    /// when a value has no file form.
     static bool write(const ktMessage& message, const char* path);
     /// Reads the file `path` (UTF-8) into `message`, which is emptied first. A non-empty `filter` keeps only the
     /// value of that name. Returns false when the file is missing, without a word, or when it cannot be read or is

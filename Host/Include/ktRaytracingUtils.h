@@ -15,8 +15,8 @@ class ktGeoSubdivisionList;
 class ktSampler;
 
 /// The host's ray-tracing utilities. All calls come from the main thread; each returns when its work is done, and may
-/// let the event loop run meanwhile. World units are those of the scene's root. No call throws: on an error inside, the run is cancelled and
-/// the reason logged.
+/// let the event loop run meanwhile. World units are those of the scene's root. No call throws: on an error inside, the
+/// run is cancelled and the reason logged.
 class ktRaytracingUtils {
 public:
     virtual ~ktRaytracingUtils() = default;
@@ -79,8 +79,8 @@ public:
     /// @param indirect        refine by the indirect results, else by the direct ones
     /// @param lightMode       as for computeVertexOcclusion()
     virtual void subdivideByIllumination(const std::string* name, osg::Int32 quality, osg::Int32 samples,
-                                         ktGeoSubdivisionList* record, osg::GeometryPtr geometry,
-                                         osg::Real32 threshold, osg::Real32 minEdgeLength, const osg::Matrix* toWorld,
+                                         ktGeoSubdivisionList* record, osg::GeometryPtr geometry, osg::Real32 threshold,
+                                         osg::Real32 minEdgeLength, const osg::Matrix* toWorld,
                                          const osg::Matrix* inverseToWorld, const osg::Matrix* normalMatrix,
                                          bool indirectEnabled, bool indirect, bool lightMode) = 0;
 };

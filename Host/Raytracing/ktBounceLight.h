@@ -14,9 +14,9 @@
 
 /// How light leaves a surface that it fell on.
 struct ktBounceSettings {
-    bool colorBleeding = false;    ///< light takes the surface's colour; else its luminance
-    bool overrideColor = false;    ///< every surface has `color`
-    float color[3] = {0, 0, 0};    ///< linear red, green, blue
+    bool colorBleeding = false; ///< light takes the surface's colour; else its luminance
+    bool overrideColor = false; ///< every surface has `color`
+    float color[3] = {0, 0, 0}; ///< linear red, green, blue
 };
 
 /// The light that surfaces send on, bounce by bounce. Lives as long as a run of the calculation.
@@ -49,8 +49,8 @@ public:
     /// @throws ktCanceled
     void addRadiance(const ktHitPacket& hits, std::uint32_t lanes, float* sum) const;
 
-    /// What a geometry's vertices received in the bounce under way, three floats a vertex, before the surface's own colour
-    /// tints it. Replaces what was there. Main thread.
+    /// What a geometry's vertices received in the bounce under way, three floats a vertex, before the surface's own
+    /// colour tints it. Replaces what was there. Main thread.
     void setGathered(const osg::GeometryPtr& geometry, std::vector<float> received);
     /// The same for reading; null when nothing was gathered for it in this run.
     const std::vector<float>* gathered(const osg::GeometryPtr& geometry) const;
@@ -66,8 +66,8 @@ private:
     };
     struct Surface {
         const ktTracedGeometry* traced = nullptr;
-        const std::vector<float>* received = nullptr; ///< three floats a vertex; null: dark
-        Lazy* lazy = nullptr;                         ///< adds to `received`
+        const std::vector<float>* received = nullptr;  ///< three floats a vertex; null: dark
+        Lazy* lazy = nullptr;                          ///< adds to `received`
         std::shared_ptr<const ktSurfaceColors> colors; ///< null: `albedo` everywhere
         float albedo[3] = {1, 1, 1};
     };

@@ -7,8 +7,8 @@
 struct RTCDeviceTy;
 struct RTCSceneTy;
 
-/// Traces with Embree, in packets as wide as the processor takes. Beside ktEmbreeBvh the project's only caller of Embree.
-/// Built for speed of tracing: a high-quality structure over all meshes together.
+/// Traces with Embree, in packets as wide as the processor takes. Beside ktEmbreeBvh the project's only caller of
+/// Embree. Built for speed of tracing: a high-quality structure over all meshes together.
 class ktEmbreeTracer : public ktTracer {
 public:
     /// @param config Embree's own device options ("isa=avx2", "verbose=1"); null for its defaults

@@ -11,12 +11,12 @@
 
 /// How a geometry is to be refined, as subdivideByIllumination() was told.
 struct ktRefinementRequest {
-    std::string name;            ///< of the node, for messages
-    int rounds = 0;              ///< how often edges may be halved
-    float threshold = 0;         ///< difference of light
-    float minEdgeLength = 0;     ///< world units
-    osg::Matrix toWorld;         ///< object to world
-    bool indirect = false;       ///< look at the indirect light; else at the direct one
+    std::string name;        ///< of the node, for messages
+    int rounds = 0;          ///< how often edges may be halved
+    float threshold = 0;     ///< difference of light
+    float minEdgeLength = 0; ///< world units
+    osg::Matrix toWorld;     ///< object to world
+    bool indirect = false;   ///< look at the indirect light; else at the direct one
 };
 
 /// What a pending refinement holds: the request, and, once it is worked out, the new mesh.

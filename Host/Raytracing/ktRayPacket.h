@@ -4,9 +4,9 @@
 #include <cstdint>
 
 /// What a ray may hit. Distances are world units along a ray of unit direction, counted from its origin. A surface that
-/// the origin lies in, to within rounding, is met or not as rounding has it: callers move origins off surfaces, and ask for a
-/// minimum distance that rounding does not reach (ktVertexFrames). Results are exact to rounding for coordinates up to
-/// 1e12; beyond, products of three of them are no floats any more.
+/// the origin lies in, to within rounding, is met or not as rounding has it: callers move origins off surfaces, and ask
+/// for a minimum distance that rounding does not reach (ktVertexFrames). Results are exact to rounding for coordinates
+/// up to 1e12; beyond, products of three of them are no floats any more.
 struct ktRayLimits {
     float minDistance = 0.0f; ///< at least 0; nearer hits do not count and do not stop the ray
     float maxDistance = 0.0f; ///< farther hits do not count; may be the largest finite float

@@ -44,8 +44,8 @@ private:
 
 } // namespace
 
-// With no arena left the library ends its workers. Started anew with every call, they come when a short call, such as that
-// for a small geometry, is nearly over: a scene of many parts was traced by one thread.
+// With no arena left the library ends its workers. Started anew with every call, they come when a short call, such as
+// that for a small geometry, is nearly over: a scene of many parts was traced by one thread.
 void keepWorkers() {
     static tbb::task_arena* const arena = new tbb::task_arena(2, 1); // never destroyed: nobody knows who ends last
     arena->initialize();

@@ -18,9 +18,9 @@ KT_HOST_EXPORT osg::MaterialPtr ktMaterialInEffect(const osg::NodePtr& node);
 struct KT_HOST_EXPORT ktSurfaceColors {
     using Color = std::array<float, 4>; ///< linear red, green, blue, and alpha
 
-    Color base = {1, 1, 1, 1};       ///< of the material; white for a material without a colour
-    std::vector<Color> vertexColors; ///< multiply `base`; one a position, or empty
-    osg::UberMaterialTexture texture; ///< multiplies both; used only with `texCoords`
+    Color base = {1, 1, 1, 1};                   ///< of the material; white for a material without a colour
+    std::vector<Color> vertexColors;             ///< multiply `base`; one a position, or empty
+    osg::UberMaterialTexture texture;            ///< multiplies both; used only with `texCoords`
     std::vector<std::array<float, 2>> texCoords; ///< one a position, or empty
 
     /// Colour of the material and of the vertex, without the texture.

@@ -69,7 +69,8 @@ BOOST_PYTHON_MODULE(kthost) {
         .def("__repr__", &ktHostModuleNode::describe);
 
     python::def("open", &ktHostModuleScene::open,
-                (arg("path"), arg("unit") = "auto", arg("unique_instances") = false, arg("ground_plane") = false), help::open);
+                (arg("path"), arg("unit") = "auto", arg("unique_instances") = false, arg("ground_plane") = false),
+                help::open);
     python::def("close", &ktHostModuleScene::close, help::close);
     python::def("save", &ktHostModuleScene::save, (arg("path"), arg("shade") = "multiply", arg("exposure") = 1.0),
                 help::save);

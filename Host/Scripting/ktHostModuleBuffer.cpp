@@ -19,8 +19,7 @@ struct Numbers {
 };
 
 struct BufferObject {
-    PyObject_HEAD
-    Numbers* numbers;
+    PyObject_HEAD Numbers* numbers;
 };
 
 int getBuffer(PyObject* self, Py_buffer* view, int flags) {
@@ -33,7 +32,7 @@ int getBuffer(PyObject* self, Py_buffer* view, int flags) {
     static char floatFormat[] = "f", integerFormat[] = "I";
     static float empty[1]; // never null, also without rows
     const std::size_t count = std::max(numbers.floats.size(), numbers.integers.size());
-    view->buf = count == 0       ? static_cast<void*>(empty)
+    view->buf = count == 0        ? static_cast<void*>(empty)
                 : numbers.isFloat ? static_cast<void*>(numbers.floats.data())
                                   : static_cast<void*>(numbers.integers.data());
     view->obj = self;

@@ -7,8 +7,8 @@
 #include "ktLengthUnit.h"
 #include "ktLog.h"
 #include "ktPreview.h"
-#include "ktScenegraph.h"
 #include "ktSceneFile.h"
+#include "ktScenegraph.h"
 #include "ktSceneState.h"
 
 #include <cmath>
@@ -122,8 +122,7 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
     const float factor = checkExposure(exposure);
     openFile();
     loadPictures();
-    const std::string reason = writePreview(ktScenegraph::getRootNode(), name, factor, width, height,
-                                            turn_degrees);
+    const std::string reason = writePreview(ktScenegraph::getRootNode(), name, factor, width, height, turn_degrees);
     if (!reason.empty())
         throw ktHostModuleError(name + ": the picture cannot be written: " + reason);
 }

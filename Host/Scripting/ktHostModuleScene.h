@@ -6,8 +6,7 @@
 /// The scene that scripts open, save and look at: functions of the module `kthost`, described in ktHostModuleHelp.h.
 namespace ktHostModuleScene {
 
-void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances,
-          bool groundPlane);
+void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances, bool groundPlane);
 void close();
 void save(const boost::python::object& path, const boost::python::object& shade, double exposure);
 void preview(const boost::python::object& path, int width, int height, double exposure, double turn_degrees);

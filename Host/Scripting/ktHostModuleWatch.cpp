@@ -25,25 +25,24 @@ constexpr auto callInterval = std::chrono::milliseconds(50);
 class Watch : public QObject {
 public:
     Watch() {
-        ktScriptedPlugin::the().listen(
-            {[this](int count) {
-                 steps = count;
-                 step = 0;
-                 highest = 0;
-                 report(0, true);
-             },
-             [this](int begun) {
-                 step = begun;
-                 report(share(0), false);
-             },
-             [this] {
-                 if (!ktCancelToken::the().isCanceled())
-                     report(1, true);
-             },
-             [this] {
-                 if (!std::exchange(isCancelTold, true))
-                     call(cancelCallback, python::tuple());
-             }});
+        ktScriptedPlugin::the().listen({[this](int count) {
+                                            steps = count;
+                                            step = 0;
+                                            highest = 0;
+                                            report(0, true);
+                                        },
+                                        [this](int begun) {
+                                            step = begun;
+                                            report(share(0), false);
+                                        },
+                                        [this] {
+                                            if (!ktCancelToken::the().isCanceled())
+                                                report(1, true);
+                                        },
+                                        [this] {
+                                            if (!std::exchange(isCancelTold, true))
+                                                call(cancelCallback, python::tuple());
+                                        }});
         ktHostSignals& host = ktHostSignals::the();
         connect(&host, &ktHostSignals::tracingProgress, this, [this](quint64 done, quint64 total) {
             report(share(total == 0 ? 0 : static_cast<double>(done) / static_cast<double>(total)), false);

@@ -37,8 +37,8 @@ void ktScriptInterrupt::prepare() {
     PyErr_Clear();
     sigaction(SIGINT, &former, nullptr);
 
-    // Without SA_RESTART, so that a script that sleeps or reads wakes up. Its default is to be ignored: a stray one hurts
-    // nobody.
+    // Without SA_RESTART, so that a script that sleeps or reads wakes up. Its default is to be ignored: a stray one
+    // hurts nobody.
     struct sigaction action = {}, urgent = {};
     sigaction(SIGURG, nullptr, &urgent);
     if (!(urgent.sa_flags & SA_SIGINFO) && urgent.sa_handler == SIG_DFL) {

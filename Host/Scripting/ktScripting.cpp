@@ -54,9 +54,9 @@ std::string takeTraceback() {
     const ktPythonObject module(PyImport_ImportModule("traceback"));
     std::string text;
     if (module) {
-        const ktPythonObject lines(PyObject_CallMethod(
-            module.get(), const_cast<char*>("format_exception"), const_cast<char*>("OOO"), type,
-            value ? value : Py_None, trace ? trace : Py_None));
+        const ktPythonObject lines(PyObject_CallMethod(module.get(), const_cast<char*>("format_exception"),
+                                                       const_cast<char*>("OOO"), type, value ? value : Py_None,
+                                                       trace ? trace : Py_None));
         const Py_ssize_t count = lines ? PySequence_Size(lines.get()) : 0;
         for (Py_ssize_t i = 0; i < count; ++i) {
             const ktPythonObject line(PySequence_GetItem(lines.get(), i));

@@ -35,8 +35,9 @@ std::string writePreview(const osg::NodePtr& root, const std::string& fileName, 
     try {
         const ktPreviewScene scene = collectPreview(root);
         const std::unique_ptr<ktTracer> tracer = ktMakeTracer();
-        const QImage image = renderPreview(scene, framePreview(scene, static_cast<double>(width) / height, turn_degrees),
-                                           *tracer, width, height, exposure * whitePoint(scene));
+        const QImage image =
+            renderPreview(scene, framePreview(scene, static_cast<double>(width) / height, turn_degrees), *tracer, width,
+                          height, exposure * whitePoint(scene));
         QSaveFile file(QString::fromStdString(fileName));
         if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
             return file.errorString().toStdString();

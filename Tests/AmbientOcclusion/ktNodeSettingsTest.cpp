@@ -278,36 +278,34 @@ TEST_F(NodeSettings, GivenAttachment_LoadsAllInOrderAsOneStep) {
 }
 
 TEST_F(NodeSettings, GivenUndoAndRedoOfALoad_RestoresEverySettingWithEachSignalOnce) {
-    const std::vector<std::string> stored{
-        "signal modeChanged(2)",
-        "signal shadowQualityChanged(4)",
-        "signal minDistanceChanged(2.5)",
-        "signal maxDistanceChanged(1234.5)",
-        "signal indirectIlluminationChanged(false)",
-        "signal gatherQualityChanged(3)",
-        "signal numOfIndirectionsChanged(5)",
-        "signal colorBleedingChanged(true)",
-        "signal overrideMaterialColorChanged(false)",
-        "signal materialColorChanged(0.1, 0.2, 0.3)",
-        "signal subdivideChanged(true)",
-        "signal subdivisionQualityChanged(2)",
-        "signal minEdgeLengthChanged(0.123457)",
-        "signal intensityThresholdChanged(0.0123457)"};
-    const std::vector<std::string> initial{
-        "signal modeChanged(0)",
-        "signal shadowQualityChanged(2)",
-        "signal minDistanceChanged(1)",
-        "signal maxDistanceChanged(3000)",
-        "signal indirectIlluminationChanged(true)",
-        "signal gatherQualityChanged(2)",
-        "signal numOfIndirectionsChanged(1)",
-        "signal colorBleedingChanged(false)",
-        "signal overrideMaterialColorChanged(true)",
-        "signal materialColorChanged(0.7, 0.7, 0.7)",
-        "signal subdivideChanged(false)",
-        "signal subdivisionQualityChanged(0)",
-        "signal minEdgeLengthChanged(1)",
-        "signal intensityThresholdChanged(0.05)"};
+    const std::vector<std::string> stored{"signal modeChanged(2)",
+                                          "signal shadowQualityChanged(4)",
+                                          "signal minDistanceChanged(2.5)",
+                                          "signal maxDistanceChanged(1234.5)",
+                                          "signal indirectIlluminationChanged(false)",
+                                          "signal gatherQualityChanged(3)",
+                                          "signal numOfIndirectionsChanged(5)",
+                                          "signal colorBleedingChanged(true)",
+                                          "signal overrideMaterialColorChanged(false)",
+                                          "signal materialColorChanged(0.1, 0.2, 0.3)",
+                                          "signal subdivideChanged(true)",
+                                          "signal subdivisionQualityChanged(2)",
+                                          "signal minEdgeLengthChanged(0.123457)",
+                                          "signal intensityThresholdChanged(0.0123457)"};
+    const std::vector<std::string> initial{"signal modeChanged(0)",
+                                           "signal shadowQualityChanged(2)",
+                                           "signal minDistanceChanged(1)",
+                                           "signal maxDistanceChanged(3000)",
+                                           "signal indirectIlluminationChanged(true)",
+                                           "signal gatherQualityChanged(2)",
+                                           "signal numOfIndirectionsChanged(1)",
+                                           "signal colorBleedingChanged(false)",
+                                           "signal overrideMaterialColorChanged(true)",
+                                           "signal materialColorChanged(0.7, 0.7, 0.7)",
+                                           "signal subdivideChanged(false)",
+                                           "signal subdivisionQualityChanged(0)",
+                                           "signal minEdgeLengthChanged(1)",
+                                           "signal intensityThresholdChanged(0.05)"};
     const Attachment before = controller.getAmbientOcclusionSettings();
     osg::addRefCP(before);
     changeAll();

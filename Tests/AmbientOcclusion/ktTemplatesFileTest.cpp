@@ -68,8 +68,8 @@ bool equal(const AOPreset& a, const AOPreset& b) {
 class TemplatesFile : public testing::Test {
 protected:
     void SetUp() override {
-        std::string pattern = access("/dev/shm", W_OK) == 0 ? "/dev/shm/ktTemplates-XXXXXX"
-                                                            : testing::TempDir() + "ktTemplates-XXXXXX";
+        std::string pattern =
+            access("/dev/shm", W_OK) == 0 ? "/dev/shm/ktTemplates-XXXXXX" : testing::TempDir() + "ktTemplates-XXXXXX";
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         folder = pattern;
         file = folder / "aotemplates.xml";

@@ -103,7 +103,8 @@ TEST(Bake, GivenEitherTracer_GivesTheSameToRounding) {
     double indirect = 0, difference = 0;
     const auto primitives = baked[0].primitives(), others = baked[1].primitives();
     for (size_t p = 0; p < primitives.size(); ++p) {
-        const std::vector<float> a = baked[0].floats(primitives[p], "_INDIRECT"), b = baked[1].floats(others[p], "_INDIRECT");
+        const std::vector<float> a = baked[0].floats(primitives[p], "_INDIRECT"),
+                                 b = baked[1].floats(others[p], "_INDIRECT");
         ASSERT_EQ(a.size(), b.size());
         for (size_t i = 0; i < a.size(); ++i) {
             indirect += a[i];

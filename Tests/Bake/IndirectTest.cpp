@@ -34,9 +34,11 @@ nlohmann::json makeRedAndWhite() {
 nlohmann::json makeLitRedAndWhite() {
     nlohmann::json scene = makeRedAndWhite();
     scene["extensionsUsed"] = {"KHR_lights_punctual"};
-    scene["extensions"]["KHR_lights_punctual"]["lights"] = {{{"type", "point"}, {"intensity", 4.0}, {"color", {1.0, 0.5, 0.25}}}};
+    scene["extensions"]["KHR_lights_punctual"]["lights"] = {
+        {{"type", "point"}, {"intensity", 4.0}, {"color", {1.0, 0.5, 0.25}}}};
     scene["scenes"][0]["nodes"].push_back(2);
-    scene["nodes"].push_back({{"translation", {0.6, 1.5, 0.0}}, {"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
+    scene["nodes"].push_back(
+        {{"translation", {0.6, 1.5, 0.0}}, {"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
     return scene;
 }
 
@@ -90,7 +92,8 @@ void shuffleNodes(const std::string& from, const std::string& to, unsigned seed)
     std::string text = json.dump(), file = bytes.substr(0, 20);
     text.resize((text.size() + 3) / 4 * 4, ' ');
     file += text + bytes.substr(20 + length);
-    const auto textLength = static_cast<std::uint32_t>(text.size()), fileLength = static_cast<std::uint32_t>(file.size());
+    const auto textLength = static_cast<std::uint32_t>(text.size()),
+               fileLength = static_cast<std::uint32_t>(file.size());
     std::memcpy(&file[8], &fileLength, 4);
     std::memcpy(&file[12], &textLength, 4);
     std::ofstream(to, std::ios::binary) << file;

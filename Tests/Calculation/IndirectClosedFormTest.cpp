@@ -38,8 +38,7 @@ protected:
         ktWholeMesh wall, box;
         wall.addGrid(osg::Pnt3f(0, 0, -1000), osg::Vec3f(0, 2000, 0), osg::Vec3f(0, 0, 2000), 10, 10,
                      osg::Vec3f(1, 0, 0));
-        box.addGrid(osg::Pnt3f(200, 0, -300), osg::Vec3f(0, 0, 600), osg::Vec3f(0, 600, 0), 4, 4,
-                    osg::Vec3f(-1, 0, 0));
+        box.addGrid(osg::Pnt3f(200, 0, -300), osg::Vec3f(0, 0, 600), osg::Vec3f(0, 600, 0), 4, 4, osg::Vec3f(-1, 0, 0));
         facing = box.positions.size();
         box.addGrid(osg::Pnt3f(200, 600, -300), osg::Vec3f(0, 0, 600), osg::Vec3f(600, 0, 0), 4, 4,
                     osg::Vec3f(0, 1, 0));

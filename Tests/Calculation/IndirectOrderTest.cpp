@@ -22,8 +22,8 @@ struct Part {
 };
 
 /// The room, each surface a node of its own, and in front of its walls panels that coincide with each other: where two
-/// surfaces are met at the same distance, nothing but their order tells them apart. Four lamps, of which a sum in another
-/// order has other bits.
+/// surfaces are met at the same distance, nothing but their order tells them apart. Four lamps, of which a sum in
+/// another order has other bits.
 std::vector<Part> makeParts() {
     std::vector<Part> parts;
     for (const ktRoomSurface& surface : ktMakeRoom(true)) {
@@ -38,7 +38,9 @@ std::vector<Part> makeParts() {
                                   osg::Vec3f(0.2f, -0.3f, 0.9f));
     }
     for (int i = 0; i < 4; ++i)
-        parts.push_back({"lamp" + std::to_string(i), {}, osg::Color3f(0.1f, 0.3f, 0.7f) * (0.37f * (i + 1)),
+        parts.push_back({"lamp" + std::to_string(i),
+                         {},
+                         osg::Color3f(0.1f, 0.3f, 0.7f) * (0.37f * (i + 1)),
                          ktRoomLamp::position_mm + osg::Vec3f(110.0f * i, -70.0f * i, 30.0f * i)});
     return parts;
 }

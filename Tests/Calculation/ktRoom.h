@@ -26,4 +26,4 @@ std::vector<ktRoomSurface> ktMakeRoom(bool isClosed);
 namespace ktRoomLamp {
 extern const osg::Pnt3f position_mm;
 extern const osg::Color3f color; ///< light at a distance of 1 m
-}
+} // namespace ktRoomLamp

@@ -42,8 +42,9 @@ double ktRoomReference::Random::share() {
 ktRoomReference::ktRoomReference(const std::vector<ktRoomSurface>& room, const Settings& settings)
     : settings(settings) {
     for (const ktRoomSurface& surface : room) {
-        Rectangle rectangle{toVector(surface.corner), toVector(surface.a), toVector(surface.b),
-                            toVector(surface.normal), 0, 0, toVector(surface.color), surface.columns, surface.rows};
+        Rectangle rectangle{
+            toVector(surface.corner), toVector(surface.a), toVector(surface.b), toVector(surface.normal), 0, 0,
+            toVector(surface.color),  surface.columns,     surface.rows};
         rectangle.squareA = dot(rectangle.a, rectangle.a);
         rectangle.squareB = dot(rectangle.b, rectangle.b);
         surfaces.push_back(rectangle);
@@ -56,8 +57,8 @@ Vector ktRoomReference::pointOff(const Place& place) {
     const double s = std::clamp(place.s, 1e-6, 1 - 1e-6), t = std::clamp(place.t, 1e-6, 1 - 1e-6);
     Vector point;
     for (std::size_t axis = 0; axis < 3; ++axis)
-        point[axis] = surface.corner[axis] + s * surface.a[axis] + t * surface.b[axis] +
-                      offSurface_mm * surface.normal[axis];
+        point[axis] =
+            surface.corner[axis] + s * surface.a[axis] + t * surface.b[axis] + offSurface_mm * surface.normal[axis];
     return point;
 }
 
@@ -71,8 +72,7 @@ Vector ktRoomReference::randomDirection(const Rectangle& surface, Random& random
     return direction;
 }
 
-bool ktRoomReference::findNearest(const Vector& origin, const Vector& direction, double maxDistance,
-                                  Place& hit) const {
+bool ktRoomReference::findNearest(const Vector& origin, const Vector& direction, double maxDistance, Place& hit) const {
     double nearest = maxDistance;
     hit.surface = nullptr;
     for (const Rectangle& surface : surfaces) {
@@ -96,7 +96,8 @@ bool ktRoomReference::findNearest(const Vector& origin, const Vector& direction,
 }
 
 std::array<ktRoomReference::Corner, 3> ktRoomReference::cornersAround(const Place& place) const {
-    const int columns = settings.tessellation * place.surface->columns, rows = settings.tessellation * place.surface->rows;
+    const int columns = settings.tessellation * place.surface->columns,
+              rows = settings.tessellation * place.surface->rows;
     const double x = std::min(place.s * columns, columns - 1e-9), y = std::min(place.t * rows, rows - 1e-9);
     const double column = std::floor(x), row = std::floor(y), u = x - column, v = y - row;
     const auto corner = [&](int right, int up, double weight) -> Corner {
@@ -166,7 +167,8 @@ ktRoomReference::Light ktRoomReference::path(Place from, Random& random) const {
 ktRoomReference::Light ktRoomReference::received(std::size_t surface, int column, int row, int paths) const {
     const Rectangle& rectangle = surfaces[surface];
     const Place vertex{&rectangle, double(column) / rectangle.columns, double(row) / rectangle.rows};
-    const std::uint64_t number = (surface * 1000 + static_cast<std::uint64_t>(row)) * 1000 + static_cast<std::uint64_t>(column);
+    const std::uint64_t number =
+        (surface * 1000 + static_cast<std::uint64_t>(row)) * 1000 + static_cast<std::uint64_t>(column);
     Light sum{0, 0, 0};
     for (int i = 0; i < paths; ++i) {
         Random random(static_cast<std::uint64_t>(i), number);

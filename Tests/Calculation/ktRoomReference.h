@@ -14,9 +14,9 @@
 class ktRoomReference {
 public:
     struct Settings {
-        bool hasLamp = true;         ///< direct light: the lamp's; else the share of the sky that is seen
-        double skyDistance = 0;      ///< mm; farther surfaces do not hide the sky
-        double gatherDistance = 0;   ///< mm; farther surfaces send no light
+        bool hasLamp = true;       ///< direct light: the lamp's; else the share of the sky that is seen
+        double skyDistance = 0;    ///< mm; farther surfaces do not hide the sky
+        double gatherDistance = 0; ///< mm; farther surfaces send no light
         int bounces = 1;
         /// 0: light is that of the very point that a path meets. Else surfaces have so many times their own columns and
         /// rows, light is known at the corners of their triangles, and is interpolated in between.

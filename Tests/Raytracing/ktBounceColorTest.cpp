@@ -142,7 +142,8 @@ TEST_F(BounceColor, GivenSurfaceFartherThanTheDistance_SendsNothing) {
     }
     osg::Vec4f result(9, 9, 9, 0.5f);
     tracing.utils->configureTracing(16, 16, 1050.0f, 2000.0f); // nor does one that is nearer than the minimum
-    tracing.utils->gatherVertexIllumination(1, nullptr, &middle, &up, &result, &white, false, tracing.sampler, 1, false);
+    tracing.utils->gatherVertexIllumination(1, nullptr, &middle, &up, &result, &white, false, tracing.sampler, 1,
+                                            false);
     for (const osg::UInt32 c : {0u, 1u, 2u})
         EXPECT_EQ(result[c], 2e-6f);
     EXPECT_EQ(result[3], 0.5f);

@@ -30,13 +30,9 @@ struct Bake {
     }
 
     osg::UInt32 count() const { return geometry->getPositions()->getSize(); }
-    osg::Pnt3f* positions() const {
-        return &osg::GeoPositions3fPtr::dcast(geometry->getPositions())->getField()[0];
-    }
+    osg::Pnt3f* positions() const { return &osg::GeoPositions3fPtr::dcast(geometry->getPositions())->getField()[0]; }
     osg::Vec3f* normals() const { return &osg::GeoNormals3fPtr::dcast(geometry->getNormals())->getField()[0]; }
-    osg::Vec4f* results() const {
-        return &osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7())->getField()[0];
-    }
+    osg::Vec4f* results() const { return &osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7())->getField()[0]; }
 
     void direct(ktTestTracing& tracing) const {
         tracing.utils->computeVertexOcclusion(count(), nullptr, positions(), normals(), results(), false,
@@ -235,8 +231,8 @@ TEST(Gathering, GivenGeometryInAnotherOrder_GivesTheSameBits) {
         ktTestTracing tracing(16);
         tracing.utils->setMaterialOverride(false, true, osg::Color3f(0.7f, 0.7f, 0.7f).getValuesRGB());
         tracing.build(scene);
-        const std::vector<const Bake*> order = reversed ? std::vector<const Bake*>{&wall, &floor}
-                                                        : std::vector<const Bake*>{&floor, &wall};
+        const std::vector<const Bake*> order =
+            reversed ? std::vector<const Bake*>{&wall, &floor} : std::vector<const Bake*>{&floor, &wall};
         for (const Bake* bake : order)
             bake->direct(tracing);
         tracing.utils->finishPass();

@@ -73,8 +73,7 @@ protected:
         const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
         tracing.utils->computeVertexOcclusion(positionsOf(geometry)->getSize(), &identity,
                                               &positionsOf(geometry)->getField()[0], &normals->getField()[0],
-                                              &resultsOf(geometry)->getField()[0], false, tracing.sampler, true,
-                                              false);
+                                              &resultsOf(geometry)->getField()[0], false, tracing.sampler, true, false);
     }
 
     void request(ktGeoSubdivisionList& record, const osg::GeometryPtr& geometry, int quality = 2,
@@ -335,8 +334,8 @@ TEST_F(Refinement, GivenGeometryInAnotherOrder_GivesTheSameBits) {
     for (bool reversed : {false, true}) {
         ktTestScene other;
         const osg::GeometryPtr left = makeGrid(3, 100), right = makeGrid(3, 100, 300);
-        for (const osg::GeometryPtr& geometry : reversed ? std::vector<osg::GeometryPtr>{right, left}
-                                                         : std::vector<osg::GeometryPtr>{left, right})
+        for (const osg::GeometryPtr& geometry :
+             reversed ? std::vector<osg::GeometryPtr>{right, left} : std::vector<osg::GeometryPtr>{left, right})
             other.geometryNodes.push_back(other.addCore(geometry));
         ktTestMesh lid;
         lid.addQuad({250, 100, 30}, {130, 0, 0}, {0, 120, 0});

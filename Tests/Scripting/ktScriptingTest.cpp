@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The embedded interpreter: hooks, namespace, errors, restarts.
+#include "ktScripting.h"
 #include "ktAmbientOcclusion.h"
 #include "ktLogOutput.h"
 #include "ktPythonInit.h"
 #include "ktScript.h"
-#include "ktScripting.h"
 #include "ktUndoStack.h"
 
 #include <chrono>
