@@ -15,7 +15,7 @@ OSG_BEGIN_NAMESPACE
 /// Base of everything in a scene graph that has an identity, a type, a reference count and fields.
 ///
 /// Containers are made by their class' create() and destroyed by reference counting, never by new and delete.
-/// How to write a container class of one's own: Docs/scene-graph.md.
+/// How to write a container class of one's own: Docs/inside/scene-graph.md.
 class FieldContainer {
 public:
     enum { NextFieldId = 1 };

@@ -10,7 +10,7 @@
 
 class ktMessage;
 
-/// The text form of messages, without the file around it; Docs/templates-file.md describes it.
+/// The text form of messages, without the file around it; Docs/using/presets.md describes it.
 namespace ktMessageXml {
 
 /// Value types with a text form, alone and as std::vector; any other type cannot be written.

@@ -36,7 +36,7 @@ struct ktFileReport {
 };
 
 /// A scene that came from a file, with everything the file holds beside it: what is not understood here goes out again
-/// as it came in. No member throws. Main thread only. See Docs/files.md for what is read and written.
+/// as it came in. No member throws. Main thread only. See Docs/using/files.md for what is read and written.
 class KT_HOST_EXPORT ktSceneFile {
 public:
     /// Reads a glTF file, or one of another format that can be imported. Null, and report.error, when nothing can be

@@ -15,7 +15,8 @@
 ///
 /// An edge longer than its minimum is halved when light varies by more than the threshold between its ends, or between
 /// what is seen at its middle, or at points inside the faces beside it, and what interpolation would give there. Edges
-/// that geometry outside the group shares are never halved. Docs/refinement.md tells how and why. Main thread only.
+/// that geometry outside the group shares are never halved. Docs/inside/refinement.md tells how and why. Main thread
+/// only.
 class ktRefinement {
 public:
     /// New vertices of one run; beyond them refinement stops with a warning.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Container classes of a program's own, written as Docs/scene-graph.md says.
+// Container classes of a program's own, written as Docs/inside/scene-graph.md says.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGAttachment.h>
 #include <OpenSG/OSGChunkMaterial.h>

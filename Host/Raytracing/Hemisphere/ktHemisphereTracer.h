@@ -7,8 +7,8 @@
 struct ktHemisphereKernel;
 
 /// Traces all rays of a vertex together: whole tiles of directions go down the tree at once, since every ray of a
-/// vertex starts at the same point. Docs/hemisphere-tracer.md tells how. Rays with origins of their own (occluded(),
-/// nearest()) go one by one.
+/// vertex starts at the same point. Docs/inside/hemisphere-tracer.md tells how. Rays with different origins
+/// (occluded(), nearest()) are traced one by one.
 class ktHemisphereTracer : public ktTracer {
 public:
     /// @param lanes at most this many floats at a time (4, 8 or 16); the default takes what the processor has
