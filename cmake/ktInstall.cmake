@@ -41,10 +41,10 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} FILES_M
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h"
     PATTERN "*Python*" EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Host/Include DESTINATION ${kt_include}/Host FILES_MATCHING PATTERN "*.h")
-# Of the folders inside the host, the headers that declare something of the library's own.
+# Of the folders inside the host, the headers that declare something of the library's own; the rooms of a folder together.
 foreach(folder Core Scene Files Viewing)
     install(DIRECTORY DESTINATION ${kt_include}/Host/${folder})
-    file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Host/${folder}/*.h)
+    file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Host/${folder}/*.h)
     foreach(header IN LISTS headers)
         file(STRINGS ${header} exported REGEX KT_HOST_EXPORT LIMIT_COUNT 1)
         if(exported)
