@@ -71,6 +71,47 @@ TEST(HouseIncludes, GivenArrowAgainstTheOrder_IsABreach) {
                 ElementsAre(HasSubstr("does not see")));
 }
 
+TEST(HouseIncludes, GivenArrowBetweenRoomsAgainstTheOrder_IsABreach) {
+    const auto breaches = [](const std::string& path, const std::string& header) {
+        return findIncludeBreaches(
+            {makeFile(header, {}), makeFile(path, {"#include \"" + header.substr(header.rfind('/') + 1) + "\""})},
+            KT_QT_INCLUDE_DIR);
+    };
+    EXPECT_THAT(breaches("Host/Raytracing/Scene/ktBad.cpp", "Host/Raytracing/Light/ktPass.h"),
+                ElementsAre("Host/Raytracing/Scene/ktBad.cpp:2: Host/Raytracing/Scene/ does not see "
+                            "Host/Raytracing/Light/ktPass.h"));
+    EXPECT_THAT(breaches("Host/Files/Gltf/ktBad.h", "Host/Files/Read/ktScene.h"), testing::SizeIs(1));
+    EXPECT_THAT(breaches("Host/Raytracing/Light/ktBad.cpp", "Host/Raytracing/Hemisphere/Build/ktTree.h"),
+                testing::SizeIs(1));
+    EXPECT_THAT(breaches("Host/Raytracing/Light/ktGood.cpp", "Host/Raytracing/Scene/ktView.h"), IsEmpty());
+    EXPECT_THAT(breaches("Host/Files/Read/ktGood.cpp", "Host/Files/Gltf/ktJson.h"), IsEmpty());
+}
+
+TEST(HouseIncludes, GivenRoomWithoutARow_IsABreach) {
+    EXPECT_THAT(includeBreaches("Host/Raytracing/Attic/ktBad.cpp", "#include <vector>"),
+                ElementsAre(HasSubstr("has no row")));
+}
+
+TEST(HouseRooms, GivenThisProject_HasSmallRoomsWithReadmes) {
+    EXPECT_THAT(findRoomBreaches(readHouse(KT_SOURCE_DIR)), IsEmpty());
+}
+
+TEST(HouseRooms, GivenFullRoom_IsABreach) {
+    std::vector<ktHouseFile> house = {makeFile("Host/Core/README.md", {})};
+    for (int i = 0; i < 24; ++i)
+        house.push_back(makeFile("Host/Core/kt" + std::to_string(i) + ".h", {}));
+    EXPECT_THAT(findRoomBreaches(house), IsEmpty());
+    house.push_back(makeFile("Host/Core/Room/README.md", {}));
+    EXPECT_THAT(findRoomBreaches(house), ElementsAre("Host/Core/:1: 26 entries, more than 25"));
+}
+
+TEST(HouseRooms, GivenMissingOrLongReadme_IsABreach) {
+    ktHouseFile readme = makeFile("Host/Core/README.md", {});
+    EXPECT_THAT(findRoomBreaches({makeFile("Host/Core/ktLog.cpp", {})}), ElementsAre(HasSubstr("no README.md")));
+    readme.lines.resize(16);
+    EXPECT_THAT(findRoomBreaches({readme}), ElementsAre(HasSubstr("over 15 lines")));
+}
+
 TEST(HouseIncludes, GivenArrowAlongTheOrder_IsNoBreach) {
     EXPECT_THAT(includeBreaches("Host/Core/ktGood.cpp", "#include <OpenSG/OSGNode.h>"), IsEmpty());
     EXPECT_THAT(includeBreaches("AmbientOcclusion/ktGood.cpp", "#include \"ktLog.h\""), IsEmpty());
@@ -86,9 +127,9 @@ TEST(HouseIncludes, GivenLibraryOutsideItsFolder_IsABreach) {
 }
 
 TEST(HouseIncludes, GivenLibraryInItsFolder_IsNoBreach) {
-    EXPECT_THAT(includeBreaches("Host/Raytracing/ktGood.cpp", "#include <embree3/rtcore.h>"), IsEmpty());
-    EXPECT_THAT(includeBreaches("Host/Raytracing/Hemisphere/ktGood.cpp", "#include <tbb/tbb.h>"), IsEmpty());
-    EXPECT_THAT(includeBreaches("Host/Files/ktGood.cpp", "#include <nlohmann/json.hpp>"), IsEmpty());
+    EXPECT_THAT(includeBreaches("Host/Raytracing/Embree/ktGood.cpp", "#include <embree3/rtcore.h>"), IsEmpty());
+    EXPECT_THAT(includeBreaches("Host/Raytracing/Threads/ktGood.cpp", "#include <tbb/tbb.h>"), IsEmpty());
+    EXPECT_THAT(includeBreaches("Host/Files/Gltf/ktGood.cpp", "#include <nlohmann/json.hpp>"), IsEmpty());
     EXPECT_THAT(includeBreaches("Host/Core/ktGood.cpp", "#include <QUndoStack>"), IsEmpty());
     EXPECT_THAT(includeBreaches("AmbientOcclusion/ktAmbientOcclusionPython.cpp", "#include <boost/python.hpp>"),
                 IsEmpty());

@@ -27,3 +27,8 @@ std::vector<std::string> findIncludeBreaches(const std::vector<ktHouseFile>& hou
 
 /// Length, licence line, names and words of every file: one line "path:line: reason" for each breach.
 std::vector<std::string> findTextBreaches(const std::vector<ktHouseFile>& house);
+
+/// Rooms of the host: each folder below Host/ has at most 25 entries and a README.md of at most 15 lines. Host/Include
+/// may have more entries: plug-ins include its headers by bare name from one folder. One line "path:line: reason" for
+/// each breach.
+std::vector<std::string> findRoomBreaches(const std::vector<ktHouseFile>& house);

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktHouseTree.h"
+
+#include <map>
+#include <set>
+
+namespace {
+
+constexpr size_t maxEntries = 25;
+constexpr size_t maxReadmeLines = 15;
+
+} // namespace
+
+std::vector<std::string> findRoomBreaches(const std::vector<ktHouseFile>& house) {
+    std::map<std::string, std::set<std::string>> entries; // of each folder
+    std::vector<std::string> breaches;
+    for (const ktHouseFile& file : house) {
+        if (!file.isBelow("Host/"))
+            continue;
+        for (size_t slash = file.path.find('/'); slash != std::string::npos; slash = file.path.find('/', slash + 1)) {
+            const size_t next = file.path.find('/', slash + 1);
+            entries[file.path.substr(0, slash + 1)].insert(file.path.substr(slash + 1, next - slash - 1));
+        }
+        if (file.endsIn({"/README.md"}) && file.lines.size() > maxReadmeLines)
+            breaches.push_back(file.path + ":" + std::to_string(maxReadmeLines + 1) + ": over 15 lines");
+    }
+    for (const auto& [folder, names] : entries) {
+        if (folder == "Host/" && names.size() == 1)
+            continue; // a part of the project, as tests make them
+        if (names.size() > maxEntries && folder != "Host/Include/")
+            breaches.push_back(folder + ":1: " + std::to_string(names.size()) + " entries, more than 25");
+        if (names.count("README.md") == 0)
+            breaches.push_back(folder + ":1: no README.md");
+    }
+    return breaches;
+}
