@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Bakes all scenes of a folder into another one. Scenes that fail are named at the end, the others are baked.
+"""Bakes all scenes of a folder into another folder. If a scene fails, prints the reason and continues with the next.
 
     PYTHONPATH=build/release/lib python3 Examples/batch.py scenes baked --preset NAME
     ktbake --script Examples/batch.py -- scenes baked
@@ -19,10 +19,10 @@ ENDINGS = (".glb", ".gltf", ".obj", ".ply", ".stl", ".fbx", ".dae")
 def main():
     parser = argparse.ArgumentParser(description="Bakes all scenes of a folder.")
     parser.add_argument("scenes", help="folder with the scenes: " + ", ".join(ENDINGS))
-    parser.add_argument("baked", help="folder for the results, made when it is missing")
+    parser.add_argument("baked", help="folder for the results; created if missing")
     parser.add_argument("--preset", metavar="NAME", help="settings to bake with")
-    parser.add_argument("--unit", default="auto", help="of the files: auto, mm, cm, m, inch, foot or millimetres")
-    parser.add_argument("--again", action="store_true", help="bake scenes again whose results are up to date")
+    parser.add_argument("--unit", default="auto", help="of the files: auto, mm, cm, m, inch, foot or a number of mm")
+    parser.add_argument("--again", action="store_true", help="also bake scenes whose results are up to date")
     arguments = parser.parse_args()
     if not os.path.isdir(arguments.baked):
         os.makedirs(arguments.baked)

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Bakes a scene in each mode: the sky alone, shadows of the lights, their light too. Draws a picture of each and prints
-how much light arrives on average.
+"""Bakes a scene in each mode: light from the sky only, shadows of the lights, colours of the lights too.
+
+Draws a picture of each result and prints the mean light.
 
     PYTHONPATH=build/release/lib python3 Examples/modes.py scene.glb pictures
     ktbake --script Examples/modes.py -- scene.glb pictures
@@ -21,7 +22,7 @@ MODES = (("classic", ao.KT_AO_MODE_CLASSIC), ("shadows", ao.KT_AO_MODE_SHADOWS),
 
 
 def mean_light():
-    """Over all vertices that have results, and red, green and blue. With NumPy: numpy.asarray(view).mean()."""
+    """Mean over red, green and blue of all vertices with results. With NumPy: numpy.asarray(view).mean()."""
     total, count = 0.0, 0
     for node in kthost.nodes():
         if node.vertices:
@@ -38,8 +39,8 @@ def mean_light():
 def main():
     parser = argparse.ArgumentParser(description="Compares the modes on a scene.")
     parser.add_argument("scene", help="scene to bake")
-    parser.add_argument("folder", help="folder for the pictures, made when it is missing")
-    parser.add_argument("--quality", type=int, default=2, choices=range(6), help="of the shadows")
+    parser.add_argument("folder", help="folder for the pictures; created if missing")
+    parser.add_argument("--quality", type=int, default=2, choices=range(6), help="shadow quality")
     arguments = parser.parse_args()
     if not os.path.isdir(arguments.folder):
         os.makedirs(arguments.folder)

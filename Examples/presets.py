@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""A turntable of presets: bakes a scene with every preset and draws it from all around, to choose by eye.
+"""Bakes a scene with every preset and draws each result from all sides, so that you can choose by eye.
 
     PYTHONPATH=build/release/lib python3 Examples/presets.py scene.glb pictures
     ktbake --script Examples/presets.py -- scene.glb pictures --views 36
@@ -17,13 +17,13 @@ import kthost
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Draws a scene with every preset, from all around.")
+    parser = argparse.ArgumentParser(description="Draws a scene with every preset from all sides.")
     parser.add_argument("scene", help="scene to bake")
-    parser.add_argument("folder", help="folder for the pictures, made when it is missing")
+    parser.add_argument("folder", help="folder for the pictures; created if missing")
     parser.add_argument("--presets", nargs="+", metavar="NAME", help="only these presets")
-    parser.add_argument("--views", type=int, default=4, help="pictures of each preset, evenly around the scene")
+    parser.add_argument("--views", type=int, default=4, help="number of pictures per preset, evenly around the scene")
     parser.add_argument("--size", nargs=2, type=int, default=(1280, 960), metavar=("WIDTH", "HEIGHT"),
-                        help="of the pictures, in pixels")
+                        help="size of the pictures in pixels")
     arguments = parser.parse_args()
     if arguments.views < 1:
         parser.error("argument --views: at least one")
@@ -31,7 +31,7 @@ def main():
         os.makedirs(arguments.folder)
 
     for number, name in enumerate(arguments.presets or kthost.presets(), 1):
-        kthost.open(arguments.scene)  # anew, so that no preset starts from the results of another
+        kthost.open(arguments.scene)  # opened again, so that no preset starts from the results of another
         kthost.apply_preset(name)
         if not kthost.bake():
             return "cancelled"

@@ -5,7 +5,7 @@
     ktbake FOLDER/room.glb --mode light-and-shadows --bounces 3 --color-bleeding --no-override-color
     ktbake FOLDER/car.glb --ground-plane --subdivide
 
-Takes nothing but Python itself, 2.7 or 3. Lengths are metres, y is up."""
+Needs only Python, 2.7 or 3. Lengths are in metres, y is up."""
 from __future__ import print_function
 
 import argparse
@@ -24,7 +24,7 @@ class Mesh(object):
         self.points, self.normals, self.corners = [], [], []
 
     def add_grid(self, columns, rows, point_at):
-        """A sheet: point_at(u, v) for u and v from 0 to 1. Its front is where u runs right and v up. Normals are smooth."""
+        """A sheet of point_at(u, v), u and v from 0 to 1. From the front, u runs right, v up. Normals are smooth."""
         first = len(self.points)
         for row in range(rows + 1):
             for column in range(columns + 1):
@@ -41,7 +41,7 @@ class Mesh(object):
                       lambda u, v: [corner[i] + u * right[i] + v * up[i] for i in range(3)])
 
     def add_box(self, low, high, turn=0.0, cell=0.05):
-        """A box that stands on its lowest face; that face is left out. `turn` about its upright axis, in radians."""
+        """A box without its lowest face. `turn` rotates it about its vertical axis, in radians."""
         (x0, y0, z0), (x1, y1, z1) = low, high
         middle = [(x0 + x1) / 2, 0.0, (z0 + z1) / 2]
 
@@ -65,7 +65,7 @@ class Mesh(object):
             middle[2] + radius * math.sin(math.pi * v) * math.cos(2 * math.pi * u)])
 
     def finish(self):
-        """Smooth normals, the same wherever points coincide within one smooth sheet."""
+        """Computes smooth normals. Points of a smooth mesh at the same position get the same normal."""
         sums = {}
         for i in range(0, len(self.corners), 3):
             a, b, c = [self.points[k] for k in self.corners[i:i + 3]]
@@ -90,7 +90,7 @@ class Mesh(object):
 
 
 class FlatMesh(Mesh):
-    """The same for sheets with sharp edges between them: points are shared inside a sheet only."""
+    """A mesh with sharp edges between its sheets: normals are smooth only inside a sheet."""
 
     def smooth_key(self, index, normal):
         return index
@@ -109,7 +109,7 @@ def length(a):
 
 
 def write_glb(path, meshes, lights=()):
-    """A binary glTF 2.0 file. `lights` are positions with red, green, blue of the light at one metre."""
+    """Writes a binary glTF 2.0 file. `lights` are pairs: position; red, green, blue of the light at one metre."""
     scene = {"asset": {"version": "2.0", "generator": "scenes.py"}, "scene": 0, "scenes": [{"nodes": []}], "nodes": [],
              "meshes": [], "materials": [], "accessors": [], "bufferViews": []}
     data = bytearray()
@@ -126,7 +126,7 @@ def write_glb(path, meshes, lights=()):
 
     for mesh in meshes:
         mesh.finish()
-        # What the file holds are 32-bit floats, and so are the bounds.
+        # The file holds 32-bit floats, so the bounds are computed from 32-bit floats too.
         flat = struct.unpack("<%df" % (3 * len(mesh.points)),
                              struct.pack("<%df" % (3 * len(mesh.points)), *[x for p in mesh.points for x in p]))
         positions = add_accessor(flat, "f", 5126, "VEC3", 34962)
@@ -160,7 +160,7 @@ def write_glb(path, meshes, lights=()):
 
 
 def make_room(path):
-    """Four by four metres, 2.8 m high. All walls show their inside only, so that one looks into it from anywhere."""
+    """A room of 4 by 4 m, 2.8 m high. Walls are visible only from inside, so that a camera outside sees in."""
     white = (0.78, 0.77, 0.74)
     red, green = FlatMesh("red wall", (0.72, 0.06, 0.04)), FlatMesh("green wall", (0.09, 0.55, 0.10))
     plain, floor = FlatMesh("plain walls", white), FlatMesh("floor", (0.70, 0.66, 0.60))
@@ -173,7 +173,7 @@ def make_room(path):
     box, ball = FlatMesh("box", white), Mesh("ball", white)
     box.add_box([-1.55, 0, -0.75], [-0.85, 1.3, -0.05], 0.35, 0.04)
     ball.add_sphere([0.35, 0.45, -1.15], 0.45, 64)
-    # The lamp: a shade over a ring of seven small lights, whose shadows are soft.
+    # The lamp: a shade over seven small lights, so that shadows are soft.
     shade = Mesh("shade", (0.30, 0.30, 0.32))
     for side in (1, -1):
         shade.add_grid(32, 8, lambda u, v: [0.1 + 0.34 * (1 - v) * math.sin(side * 2 * math.pi * u),
@@ -190,13 +190,13 @@ def make_room(path):
 
 
 def rounded(angle, power):
-    """A point of a rounded square of half width 1: the superellipse of this power."""
+    """A point of a rounded square of half width 1: a superellipse of this power."""
     c, s = math.cos(angle), math.sin(angle)
     return [math.copysign(abs(x) ** (2.0 / power), x) for x in (c, s)]
 
 
 def between(x, knots):
-    """A smooth curve through knots (x, value), level at each of them."""
+    """A smooth curve through knots (x, value), horizontal at each knot."""
     for (x0, y0), (x1, y1) in zip(knots, knots[1:]):
         if x <= x1:
             t = min(1.0, max(0.0, (x - x0) / (x1 - x0)))
@@ -220,7 +220,7 @@ def body_section(x):
 
 
 def arch(x, low):
-    """Where the body ends above the ground: higher over the wheels."""
+    """Height of the lower edge of the body: higher over the wheels."""
     for wheel in WHEELS:
         if abs(x - wheel) <= ARCH_RADIUS:
             return max(low, WHEEL_RADIUS + math.sqrt(ARCH_RADIUS ** 2 - (x - wheel) ** 2))
@@ -228,7 +228,7 @@ def arch(x, low):
 
 
 def body_point(x, low, u):
-    """A point of the skin: from one side's lower rim (u = 0) over the top to the other's, never below `low`."""
+    """A point of the skin: from one lower rim (u = 0) over the top to the other (u = 1), never below `low`."""
     width, bottom, top = body_section(x)
     power, height = 5.0, top - bottom
     share = min(0.98, max(0.0, (low - bottom) / height)) if height > 0 else 0.0
@@ -244,7 +244,7 @@ def body_point(x, low, u):
 
 
 def add_body(skin, under):
-    """Skin and underside, cut where the wheel arches begin and end."""
+    """Adds skin and underside, cut where the wheel arches begin and end."""
     cuts = [-2.2]
     for wheel in WHEELS:
         cuts += [wheel - ARCH_RADIUS, wheel + ARCH_RADIUS]
@@ -273,7 +273,7 @@ def add_body(skin, under):
         skin.add_grid(80, columns, skin_at)
         under.add_grid(40, columns, lambda u, v: under_at(1 - u, v))
         if over_wheel:
-            for x, side in ((x0, 1), (x1, -1)): # the upright ends of the arch
+            for x, side in ((x0, 1), (x1, -1)): # the vertical ends of the arch
                 bottom = body_section(x)[1]
                 rim = body_point(x, bottom, 0.0)
                 under.add_quad([x, bottom, rim[2] * side], [0, 0, -2 * rim[2] * side],
@@ -281,7 +281,7 @@ def add_body(skin, under):
 
 
 def make_car(path):
-    """A body of 4.4 m with a cabin and four wheels, its front towards +x, its wheels on y = 0."""
+    """A car body of 4.4 m with a cabin and four wheels. Its front points to +x, its wheels touch y = 0."""
     paint, glass, rubber, steel = (0.62, 0.09, 0.06), (0.10, 0.13, 0.16), (0.06, 0.06, 0.06), (0.55, 0.56, 0.58)
 
     def cabin_at(u, v):
@@ -321,7 +321,7 @@ def make_car(path):
 
 def main():
     parser = argparse.ArgumentParser(description="Writes two scenes to bake, room.glb and car.glb.")
-    parser.add_argument("folder", help="where they go; it is made when it is not there")
+    parser.add_argument("folder", help="folder for the scenes; created if missing")
     folder = parser.parse_args().folder
     try:
         if not os.path.isdir(folder):

@@ -21,7 +21,7 @@ endif()
 if(KT_SANITIZE)
     add_compile_options(-fsanitize=${KT_SANITIZE} -fno-omit-frame-pointer -g)
     add_link_options(-fsanitize=${KT_SANITIZE})
-    # Wrong more often than right in instrumented code; the builds without sanitizers keep it.
+    # This warning is mostly wrong in instrumented code. Builds without sanitizers keep it.
     add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     if(KT_SANITIZE MATCHES "undefined")
         add_compile_options(-fno-sanitize-recover=undefined)

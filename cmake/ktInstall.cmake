@@ -6,8 +6,8 @@ include(CMakePackageConfigHelpers)
 set(kt_include ${CMAKE_INSTALL_INCLUDEDIR}/ktAmbientOcclusion)
 set(kt_package ${CMAKE_INSTALL_LIBDIR}/cmake/ktAmbientOcclusion)
 
-# kt_install_library(TARGET FOLDER...): installs a library into the package. Whoever uses it from there includes the
-# given folders below the prefix in place of those of the source tree.
+# kt_install_library(TARGET FOLDER...): installs a library into the package. Programs that use the installed library
+# include the given folders below the prefix instead of those of the source tree.
 function(kt_install_library target)
     get_target_property(folders ${target} INTERFACE_INCLUDE_DIRECTORIES)
     set(both "")

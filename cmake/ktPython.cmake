@@ -13,7 +13,7 @@ set(KT_PYTHON2_FOLDER "${PROJECT_SOURCE_DIR}/build/python2" CACHE PATH "Folder f
 
 set(KT_PYTHON_ENVIRONMENT "")
 if(KT_PYTHON STREQUAL "3")
-    # The distribution's interpreter, which its Boost.Python is built for; others on the PATH do not fit.
+    # Debian's interpreter, because Debian's Boost.Python is built for it. Others on the PATH do not fit.
     set(Python3_FIND_VIRTUALENV STANDARD)
     if(NOT Python3_EXECUTABLE AND EXISTS /usr/bin/python3)
         set(Python3_EXECUTABLE /usr/bin/python3)
@@ -36,10 +36,10 @@ elseif(KT_PYTHON STREQUAL "2")
     target_link_libraries(ktPython INTERFACE ${KT_PYTHON2_BOOST} ${KT_PYTHON2_LIBRARY})
     set(KT_PYTHON_EXECUTABLE ${root}/bin/python2.7)
     set(KT_PYTHON_ENVIRONMENT "PYTHONHOME=${root}" "LD_LIBRARY_PATH=${library_folder}:${KT_PYTHON2_FOLDER}/lib")
-    # Boost.Python 1.74 meets this compiler with std::auto_ptr and register in the interpreter's headers.
+    # Boost.Python 1.74 uses std::auto_ptr, and the interpreter's headers use register.
     target_compile_options(ktPython INTERFACE -Wno-register -Wno-deprecated-declarations)
 endif()
 if(TARGET ktPython AND KT_SANITIZE MATCHES "undefined")
-    # Boost.Python looks at the type of a holder that it has just destroyed, where this check leaves none.
+    # Boost.Python reads the type of a holder after its destruction; this check clears it.
     target_compile_options(ktPython INTERFACE -fno-sanitize=vptr)
 endif()

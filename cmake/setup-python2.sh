@@ -1,10 +1,10 @@
 #!/bin/sh
 # SPDX-License-Identifier: LGPL-2.1-or-later
 # setup-python2.sh FOLDER: unpacks Python 2.7 with its development files into FOLDER/root and builds Boost.Python for it
-# into FOLDER/lib. Nothing is installed on the system, no package source is added to it, no rights are needed.
-# Packages come from the previous stable suite of the mirror that this system's own sources name, with a private apt
-# configuration; Boost.Python comes from the distribution's boost source package. Prints one line a step; a second
-# call returns at once. Exit code 1 with a reason when Python 2.7 cannot be had.
+# into FOLDER/lib. Installs nothing on the system, adds no package source, needs no root rights.
+# The packages come from the previous stable suite, through the mirror in this system's package sources, with a private
+# apt configuration. Boost.Python comes from Debian's boost source package. Prints one line per step. A second call
+# returns at once. On failure, prints the reason and ends with exit code 1.
 set -eu
 
 folder=${1:?usage: setup-python2.sh FOLDER}
@@ -17,12 +17,12 @@ packages="libpython2.7-minimal python2.7-minimal libpython2.7-stdlib python2.7 l
 optional="libffi7 libssl1.1"
 
 say() { echo "python 2.7: $*"; }
-fail() { say "cannot be had: $*"; exit 1; }
+fail() { say "not available: $*"; exit 1; }
 
 [ -e "$folder/done" ] && exit 0
 
-# The first source of packages that serves this system's own suite: "URI" and, where given, the key file behind it.
-# Both file formats are read: one-line (*.list) and stanzas (*.sources).
+# The first package source of this system's suite: its URI and, if given, the key file.
+# Reads both file formats: one-line (*.list) and stanzas (*.sources).
 find_mirror() {
     codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-bookworm}")
     for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
@@ -55,7 +55,7 @@ find_mirror() {
 }
 
 set -- $(find_mirror | head -n 1)
-[ $# -ge 1 ] || fail "no source of packages for this system's suite is configured"
+[ $# -ge 1 ] || fail "no package source is configured for this system's suite"
 mirror=$1
 key=${2:-}
 [ -n "$key" ] || key=/usr/share/keyrings/debian-archive-keyring.gpg
@@ -78,26 +78,26 @@ private_apt() {
 
 log=$folder/setup.log
 say "reading the package lists of $previous_suite"
-private_apt update >"$log" 2>&1 || fail "the package lists cannot be read (see $log)"
+private_apt update >"$log" 2>&1 || fail "could not read the package lists (see $log)"
 
 say "unpacking the interpreter"
 download() { (cd "$apt/archives" && private_apt download "$@" >>"$log" 2>&1); }
-# All at once; where that fails, one by one to find out what is missing.
+# All at once. If that fails, one by one, to find out what is missing.
 download $packages || for package in $packages; do
     download "$package" ||
         case " $optional " in
             *" $package "*) say "without $package" ;;
-            *) fail "package $package (see $log)" ;;
+            *) fail "could not download the package $package (see $log)" ;;
         esac
 done
 for file in "$apt"/archives/*.deb; do dpkg-deb -x "$file" "$folder/root"; done
 
 say "building Boost.Python"
 (cd "$folder/boost" && private_apt source --download-only "$boost_source" >>"$log" 2>&1) ||
-    fail "source package $boost_source (see $log)"
+    fail "could not download the source package $boost_source (see $log)"
 tarball=$(ls "$folder"/boost/*.orig.tar.* | grep -v asc | head -n 1)
 tar -xf "$tarball" -C "$folder/boost" --wildcards --strip-components=1 '*/libs/python/src/*' ||
-    fail "the source package $boost_source does not unpack"
+    fail "could not unpack the source package $boost_source"
 objects=""
 cat > "$folder/boost/Makefile" <<MAKE
 sources := \$(shell find libs/python/src -name '*.cpp' ! -path '*/numpy/*')
@@ -107,7 +107,7 @@ $folder/lib/libboost_python27.so: \$(objects)
 %.o: %.cpp
 	g++ -O2 -fPIC -w -DBOOST_PYTHON_SOURCE -DBOOST_PYTHON_DYN_LINK -I$folder/root/usr/include/python2.7 -I$folder/root/usr/include -c \$< -o \$@
 MAKE
-make -C "$folder/boost" -j"$(nproc)" >>"$log" 2>&1 || fail "Boost.Python does not build (see $log)"
+make -C "$folder/boost" -j"$(nproc)" >>"$log" 2>&1 || fail "could not build Boost.Python (see $log)"
 rm -rf "$folder/boost" "$apt/archives" "$apt/lists"
 touch "$folder/done"
 say "ready in $folder"

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 # shellcheck shell=bash
-# Shared by ./bake and ./test (bash): installs the packages that are missing, then configures and builds quietly.
-# Nothing but the distribution's own packages is used, and the package sources are left as they are.
+# Shared by ./bake and ./test (bash): installs missing packages, then configures and builds quietly.
+# Uses only Debian packages and does not change the package sources.
 # Every message goes to standard error.
 
 kt_root=$(cd -P "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,12 +9,12 @@ kt_root=$(cd -P "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 kt_say() { printf '%s\n' "$*" >&2; }
 kt_fail() { kt_say "$@"; exit 1; }
 
-# kt_packages USE...: the packages of cmake/packages.txt whose second column is one of the words.
+# kt_packages USE...: prints the packages of cmake/packages.txt whose second column is one of the words.
 kt_packages() {
     awk -v uses=" $* " '!/^[[:space:]]*(#|$)/ && index(uses, " " $2 " ") { print $1 }' "$kt_root/cmake/packages.txt"
 }
 
-# kt_missing PACKAGE...: those that are not installed.
+# kt_missing PACKAGE...: prints those that are not installed.
 kt_missing() {
     local package
     for package; do
@@ -22,15 +22,15 @@ kt_missing() {
     done
 }
 
-# Runs apt-get as root, without questions; waits for another package manager that is at work.
+# Runs apt-get as root, without questions. Waits while another package manager runs.
 kt_apt_get() {
     local as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=600 "$@"
 }
 
-# kt_install PACKAGE...: installs them from the package lists at hand, which are fetched when they do not know a package
-# or have grown too old to be installed from.
+# kt_install PACKAGE...: installs packages. Fetches the package lists first if a package is not in them, and again if
+# they are too old to install from.
 kt_install() {
     local package
     for package; do
@@ -44,7 +44,7 @@ kt_install() {
     kt_apt_get update && kt_apt_get install --no-install-recommends "$@"
 }
 
-# kt_setup USE...: makes sure that the packages for these uses are installed, or ends with a message.
+# kt_setup USE...: installs the packages for these uses, or ends with a message.
 kt_setup() {
     local packages missing log status=0
     mapfile -t packages < <(kt_packages "$@")
@@ -63,24 +63,24 @@ kt_setup() {
     kt_install "${missing[@]}" </dev/null >"$log" 2>&1 || status=$?
     if [ "$status" -ne 0 ]; then
         tail -n 20 "$log" >&2
-        kt_fail "The packages could not be installed. All of it: $log"
+        kt_fail "Could not install the packages. Full log: $log"
     fi
 }
 
-# kt_configure BUILD OPTION...: configures the build folder with CMake, the first time or when the checkout has moved.
+# kt_configure BUILD OPTION...: configures the build folder with CMake, the first time or if the checkout has moved.
 kt_configure() {
     local build=$1 home
     shift
     home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build/CMakeCache.txt" 2>/dev/null)
     [ -z "$home" ] || [ "$home" = "$kt_root" ] || rm -rf "$build/CMakeCache.txt" "$build/CMakeFiles"
-    # build.ninja is written last, so a folder without it was never configured to the end: what an interrupted run left
-    # behind there misleads the next one.
+    # build.ninja is written last. A folder without it was never fully configured, and files from the interrupted run
+    # would mislead the next one.
     [ -f "$build/build.ninja" ] && [ -f "$build/CMakeCache.txt" ] && return
     rm -rf "$build/CMakeCache.txt" "$build/CMakeFiles"
     cmake -S "$kt_root" -B "$build" -G Ninja "$@"
 }
 
-# On a terminal, the last line of a build's output in place of the one before.
+# On a terminal: shows the last line of the build output in place of the previous one.
 kt_show_progress() {
     local line
     while IFS= read -r line; do
@@ -89,8 +89,8 @@ kt_show_progress() {
     printf '\r\033[K' >&2
 }
 
-# kt_build BUILD TARGET OPTION...: brings the target up to date. What the tools say goes to a log file, which is shown
-# when they fail.
+# kt_build BUILD TARGET OPTION...: brings the target up to date. The output goes to a log file; its end is shown if the
+# build fails.
 kt_build() {
     local build=$1 target=$2 log="$1/build.log"
     shift 2
@@ -103,7 +103,7 @@ kt_build() {
             cmake --build "$build" --target "$target" --parallel "$(nproc)"
     } 9>&- 2>&1 </dev/null | tee "$log" | if [ -t 2 ]; then kt_show_progress; else cat >/dev/null; fi; then
         tail -n 60 "$log" >&2
-        kt_fail "The build failed. All of it: $log"
+        kt_fail "The build failed. Full log: $log"
     fi
     touch "$build/.built"
     exec 9>&-
