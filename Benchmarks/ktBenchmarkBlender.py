@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Ambient occlusion into vertex colours: ktbake against the distribution's Blender (Cycles, headless), same rays.
+"""Ambient occlusion into vertex colours: compares ktbake with Debian's Blender (Cycles, headless), with the same rays.
 
-Both read the same file, trace the same number of rays a sample without a maximum distance and use the same number of
-threads; reading and writing are not counted, structures are. Blender samples every corner of every triangle, ktbake every
-vertex once: the table gives both the seconds that a bake takes and the rays a second."""
+Both read the same file, trace the same number of rays per sample without a maximum distance, and use the same number of
+threads. The time includes building the structure, but not reading and writing. Blender samples every corner of every
+triangle, ktbake samples every vertex once. So the table gives the seconds of a bake and also the rays per second."""
 
 import argparse
 import json
@@ -19,7 +19,7 @@ MARK = "ktBenchmarkBlender "
 
 
 def inside_blender(path, rays, threads):
-    """Bakes one file; runs in Blender's own Python."""
+    """Bakes one file. Runs in Blender's Python."""
     import time
 
     import bpy
@@ -37,7 +37,7 @@ def inside_blender(path, rays, threads):
     scene.cycles.device = "CPU"
     scene.cycles.samples = rays
     scene.cycles.use_adaptive_sampling = False
-    scene.cycles.use_denoising = False  # the distribution's build has none, and then bakes nothing at all
+    scene.cycles.use_denoising = False  # Debian's build has no denoiser, and bakes nothing if it is on
     scene.render.threads_mode = "FIXED"
     scene.render.threads = threads
     scene.world = bpy.data.worlds.new("world")
@@ -98,7 +98,7 @@ def main():
     parser.add_argument("--blender", default="blender")
     parser.add_argument("--quality", type=int, choices=RAYS, default=2, help="64, 256, 1024, 2304, 4096, 16384 rays")
     parser.add_argument("--threads", type=int, default=2)
-    parser.add_argument("--repeats", type=int, default=3, help="in turns; the median counts")
+    parser.add_argument("--repeats", type=int, default=3, help="number of alternating runs; the median counts")
     arguments = parser.parse_args()
     if not shutil.which(arguments.blender):
         print("Blender is not installed (apt-get install blender): nothing to compare with.")

@@ -41,7 +41,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} FILES_M
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h"
     PATTERN "*Python*" EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Host/Include DESTINATION ${kt_include}/Host FILES_MATCHING PATTERN "*.h")
-# Of the folders inside the host, the headers that declare something of the library's own; the rooms of a folder together.
+# From the rooms of the host, only headers that declare exported symbols. The rooms of a folder are installed together.
 foreach(folder Core Scene Files Viewing)
     install(DIRECTORY DESTINATION ${kt_include}/Host/${folder})
     file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Host/${folder}/*.h)

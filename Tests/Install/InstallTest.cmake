@@ -30,7 +30,7 @@ if(NOT output MATCHES "ktbake 10.0")
     message(FATAL_ERROR "The installed ktbake says: ${output}")
 endif()
 
-# Nothing installed may point back at where it was built.
+# No installed file may refer to the folder where it was built.
 file(GLOB libraries ${WORK}/moved/lib/*.so ${WORK}/moved/bin/*)
 list(LENGTH libraries count)
 if(count LESS 4)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // node validate.js PACKAGE_FOLDER FILE: runs the official glTF validator on a .glb or .gltf file and prints its report, as JSON.
-// Files that a .gltf file names are looked for in its folder.
+// Files that a .gltf file names are read from its folder.
 "use strict";
 
 const fs = require("fs");
