@@ -9,9 +9,9 @@ class ktInvokePValUndoCommand : public ktInvokeValueUndoBase<T> {
 public:
     /// Arguments as for ktInvokeValueUndoBase.
     /// @param valuePointer the member that holds the setting; not owned; a null one is never written
-    ktInvokePValUndoCommand(const QString& text, const T& value, QObject* object, const char* signature,
-                            QUndoCommand* parent, T* valuePointer)
-        : ktInvokeValueUndoBase<T>(text, value, object, signature, parent), valuePointer(valuePointer) {}
+    ktInvokePValUndoCommand(const QString& text, const T& value_, QObject* object_, const char* signature,
+                            QUndoCommand* parent, T* valuePointer_)
+        : ktInvokeValueUndoBase<T>(text, value_, object_, signature, parent), valuePointer(valuePointer_) {}
 
     bool canMergeWith(const QUndoCommand* other) const override {
         return ktInvokeValueUndoBase<T>::canMergeWith(other) &&

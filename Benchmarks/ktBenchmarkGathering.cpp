@@ -110,8 +110,8 @@ private:
 /// The host's bounces over a scene graph, called as a plug-in calls them.
 class Bounces {
 public:
-    Bounces(const ktBenchmarkScene& scene, const Options& options, float maxDistance)
-        : samples(static_cast<int>(options.samples)), maxDistance(maxDistance) {
+    Bounces(const ktBenchmarkScene& scene, const Options& options, float maxDistance_)
+        : samples(static_cast<int>(options.samples)), maxDistance(maxDistance_) {
         osg::beginEditCP(root.get());
         root->setCore(osg::Group::create());
         for (const ktBenchmarkMesh& mesh : scene.meshes) {

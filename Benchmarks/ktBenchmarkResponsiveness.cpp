@@ -32,10 +32,10 @@ public:
         timer.start(0); // due at every run of the loop
     }
 
-    void begin(double cancelAfter = -1.0) {
+    void begin(double newCancelAfter = -1.0) {
         started = last = Clock::now();
         longest = Clock::duration::zero();
-        this->cancelAfter = cancelAfter;
+        cancelAfter = newCancelAfter;
         canceled = false;
     }
     // Milliseconds since begin(); the way back to the caller counts as a gap, too.
@@ -69,8 +69,8 @@ private:
 // One geometry through the host's utilities, as the plug-in calls them.
 class Run {
 public:
-    Run(std::unique_ptr<ktTracer> tracer, const osg::NodePtr& node, int count)
-        : utils(std::move(tracer)), node(node), sampler(utils.createSampler(count, count, 0, 1, 0.25f, 0.25f)) {
+    Run(std::unique_ptr<ktTracer> tracer, const osg::NodePtr& node_, int count)
+        : utils(std::move(tracer)), node(node_), sampler(utils.createSampler(count, count, 0, 1, 0.25f, 0.25f)) {
         const osg::GeometryPtr geometry = osg::GeometryPtr::dcast(node->getCore());
         positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
         normals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());

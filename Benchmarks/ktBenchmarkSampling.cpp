@@ -20,7 +20,7 @@ constexpr std::uint32_t referenceCount = 256; // 65,536 rays
 // Occlusion of every `step`th vertex of a surface.
 class Measure {
 public:
-    Measure(const ktBenchmarkSurface& surface, std::uint32_t step) : surface(surface), size(surface.diagonal()) {
+    Measure(const ktBenchmarkSurface& surface_, std::uint32_t step) : surface(surface_), size(surface_.diagonal()) {
         ktTracerMesh mesh;
         mesh.positions = surface.positions.data();
         mesh.indices = surface.indices.data();

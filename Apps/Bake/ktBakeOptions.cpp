@@ -72,7 +72,7 @@ void checkEnding(const std::string& option, const std::string& file, const std::
 /// they are met refers to this object: it must live until the arguments are parsed, so it is no temporary.
 class Parser {
 public:
-    Parser(CLI::App& app, ktBakeOptions& options) : app(app), options(options) {}
+    Parser(CLI::App& app_, ktBakeOptions& options_) : app(app_), options(options_) {}
 
     void addAll() & {
         addFiles();

@@ -48,8 +48,8 @@ std::string formatCount(double count) {
     return text;
 }
 
-ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount, bool isShown)
-    : vertexCount(vertexCount), isShown(isShown), isTerminal(isatty(STDERR_FILENO)) {
+ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount_, bool isShown_)
+    : vertexCount(vertexCount_), isShown(isShown_), isTerminal(isatty(STDERR_FILENO)) {
     const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
     connect(plugin, &ktAmbientOcclusion::progressStarted, this, &ktBakeProgress::onStarted);
     connect(plugin, &ktAmbientOcclusion::progressStep, this, &ktBakeProgress::onStep);

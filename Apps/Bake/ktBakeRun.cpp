@@ -26,7 +26,7 @@ namespace {
 /// One bake: each step gives an exit code, and the first that is not `done` ends it.
 class Run {
 public:
-    explicit Run(const ktBakeOptions& options) : options(options) {}
+    explicit Run(const ktBakeOptions& options_) : options(options_) {}
 
     int bake() {
         ktBakeWatch whole;

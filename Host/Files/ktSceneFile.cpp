@@ -75,7 +75,7 @@ void dropCompression(ktGltfDocument& document, const ktPrimitiveLink& link, ktFi
 
 } // namespace
 
-ktSceneFile::ktSceneFile(std::unique_ptr<Data> data) : data(std::move(data)) {}
+ktSceneFile::ktSceneFile(std::unique_ptr<Data> data_) : data(std::move(data_)) {}
 
 ktSceneFile::~ktSceneFile() = default;
 

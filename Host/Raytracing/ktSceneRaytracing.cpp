@@ -41,7 +41,7 @@ static_assert(sizeof(osg::Pnt3f) == 3 * sizeof(float) && sizeof(osg::Vec3f) == 3
 
 ktSceneRaytracing::ktSceneRaytracing() = default;
 
-ktSceneRaytracing::ktSceneRaytracing(std::unique_ptr<ktTracer> tracer) : tracer(std::move(tracer)) {}
+ktSceneRaytracing::ktSceneRaytracing(std::unique_ptr<ktTracer> tracer_) : tracer(std::move(tracer_)) {}
 
 ktSceneRaytracing::~ktSceneRaytracing() = default;
 

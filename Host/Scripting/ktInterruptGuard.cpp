@@ -37,7 +37,7 @@ void onSignal(int signal, siginfo_t* info, void* context) {
 
 } // namespace
 
-ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt) : onInterrupt(std::move(onInterrupt)) {
+ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt_) : onInterrupt(std::move(onInterrupt_)) {
     if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     notifier = std::make_unique<QSocketNotifier>(wakeUp[0], QSocketNotifier::Read);
@@ -45,7 +45,7 @@ ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt) : onInterr
         char bytes[16];
         while (read(wakeUp[0], bytes, sizeof bytes) > 0) {
         }
-        this->onInterrupt();
+        onInterrupt();
     });
     for (int i = 0; i < 2; ++i) {
         sigaction(handledSignals[i], nullptr, &former[i]);

@@ -11,7 +11,7 @@ class ktPythonObject {
 public:
     ktPythonObject() = default;
     /// Takes the reference over.
-    explicit ktPythonObject(PyObject* object) : object(object) {}
+    explicit ktPythonObject(PyObject* object_) : object(object_) {}
     ktPythonObject(ktPythonObject&& other) noexcept : object(std::exchange(other.object, nullptr)) {}
     ktPythonObject& operator=(ktPythonObject&& other) noexcept {
         std::swap(object, other.object);

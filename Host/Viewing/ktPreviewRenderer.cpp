@@ -38,10 +38,10 @@ struct Layer {
 
 class Renderer {
 public:
-    Renderer(const ktPreviewScene& scene, const ktPreviewCamera& camera, const ktTracer& tracer, QImage& image,
-             float exposure)
-        : scene(scene), camera(camera), tracer(tracer), image(image), bits(image.bits()),
-          bytesPerLine(image.bytesPerLine()), exposure(exposure) {}
+    Renderer(const ktPreviewScene& scene_, const ktPreviewCamera& camera_, const ktTracer& tracer_, QImage& image_,
+             float exposure_)
+        : scene(scene_), camera(camera_), tracer(tracer_), image(image_), bits(image_.bits()),
+          bytesPerLine(image_.bytesPerLine()), exposure(exposure_) {}
 
     void renderRow(int row) const {
         auto* pixels = reinterpret_cast<QRgb*>(bits + static_cast<std::ptrdiff_t>(row) * bytesPerLine);

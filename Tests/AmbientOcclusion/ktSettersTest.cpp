@@ -167,7 +167,7 @@ TEST_P(Setters, GivenSeveralChanges_MergeIntoOneStep) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Setters, testing::ValuesIn(allSettings()),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& setting) { return setting.param.name; });
 
 TEST_F(Settings, GivenFreshController_HaveWorkingDefaults) {
     EXPECT_EQ(Access::directOption(controller), 1);

@@ -163,14 +163,14 @@ TEST_F(UndoCommands, GivenVirtualTable_ExtendsTheBasesInOrder) {
     int number = 1;
     const ktInvokePValUndoCommand<int> derived("Label", 2, object(), "shadowQualityCommand()", nullptr, &number);
     const SlotOrder base("Label", 2, object(), "shadowQualityCommand()", nullptr);
-    const ktUndoCommand host("Label");
+    const ktUndoCommand hostCommand("Label");
     enum { Undo = 2, Redo, Id, MergeWith, MakeMessage, CanMergeWith, SetValue };
     EXPECT_EQ(slotOf(&derived, Undo), slotOf(&base, Undo)) << "undo() is the base's";
     EXPECT_EQ(slotOf(&derived, Redo), slotOf(&base, Redo));
     EXPECT_EQ(slotOf(&derived, Id), slotOf(&base, Id));
     EXPECT_EQ(slotOf(&derived, MergeWith), slotOf(&base, MergeWith));
-    EXPECT_EQ(slotOf(&derived, MakeMessage), slotOf(&host, MakeMessage)) << "makeMessage() is the host's";
-    EXPECT_NE(slotOf(&base, CanMergeWith), slotOf(&host, CanMergeWith));
+    EXPECT_EQ(slotOf(&derived, MakeMessage), slotOf(&hostCommand, MakeMessage)) << "makeMessage() is the host's";
+    EXPECT_NE(slotOf(&base, CanMergeWith), slotOf(&hostCommand, CanMergeWith));
     EXPECT_NE(slotOf(&derived, CanMergeWith), slotOf(&base, CanMergeWith));
     EXPECT_NE(slotOf(&derived, SetValue), slotOf(&base, SetValue));
 }

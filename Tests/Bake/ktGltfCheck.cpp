@@ -26,7 +26,7 @@ struct Values {
 
 class Check {
 public:
-    explicit Check(const ktBakedFile& file) : file(file), json(file.json) {}
+    explicit Check(const ktBakedFile& file_) : file(file_), json(file_.json) {}
 
     std::vector<std::string> run() {
         checkViews();

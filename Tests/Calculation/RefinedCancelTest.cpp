@@ -24,7 +24,7 @@ int livePatterns = 0;
 /// What a sampler holds of a tracer: it tells how many samplers there are.
 class CountedDirections : public ktPreparedDirections {
 public:
-    explicit CountedDirections(const ktDirectionSet& set) : ktPreparedDirections(set) { ++livePatterns; }
+    explicit CountedDirections(const ktDirectionSet& set_) : ktPreparedDirections(set_) { ++livePatterns; }
     ~CountedDirections() override { --livePatterns; }
 };
 
@@ -51,7 +51,7 @@ private:
 /// Counts how often the event loop runs, and cancels at one of these times as an application does.
 class Canceler {
 public:
-    explicit Canceler(int at) : at(at) {
+    explicit Canceler(int at_) : at(at_) {
         QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
         timer.start(0); // due at every run of the loop
         canceled = QObject::connect(ktAmbientOcclusion::the(), &ktAmbientOcclusion::calculationCanceled,

@@ -39,8 +39,8 @@ double ktRoomReference::Random::share() {
     return next() * (1.0 / 4294967296.0);
 }
 
-ktRoomReference::ktRoomReference(const std::vector<ktRoomSurface>& room, const Settings& settings)
-    : settings(settings) {
+ktRoomReference::ktRoomReference(const std::vector<ktRoomSurface>& room, const Settings& settings_)
+    : settings(settings_) {
     for (const ktRoomSurface& surface : room) {
         Rectangle rectangle{
             toVector(surface.corner), toVector(surface.a), toVector(surface.b), toVector(surface.normal), 0, 0,

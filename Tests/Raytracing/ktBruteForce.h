@@ -15,7 +15,7 @@ public:
         bool backSide = false;
     };
 
-    explicit ktBruteForce(const std::vector<ktTestMesh>& meshes) : meshes(meshes) {}
+    explicit ktBruteForce(const std::vector<ktTestMesh>& meshes_) : meshes(meshes_) {}
 
     Hit nearest(const double* origin, const double* direction, double minDistance, double maxDistance,
                 bool bothSides) const;

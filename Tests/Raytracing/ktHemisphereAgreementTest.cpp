@@ -55,7 +55,7 @@ const Case cases[] = {
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(All, HemisphereAgreement, testing::ValuesIn(cases),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& tested) { return std::string(tested.param.name); });
 
 void HemisphereAgreement::expectAgreement(ktHemisphereLeafKind kind) const {
     ktTracerComparison comparison(GetParam().make(), 16, kind);

@@ -43,7 +43,7 @@ struct Tree {
     std::deque<ktBvhNode> nodes;
     std::uintptr_t root;
 
-    explicit Tree(const std::vector<ktBvhBox>& boxes) : boxes(boxes) {
+    explicit Tree(const std::vector<ktBvhBox>& boxes_) : boxes(boxes_) {
         ktBvhBox box;
         root = make(0, boxes.size(), box);
     }
@@ -80,7 +80,7 @@ struct Walk {
     std::vector<std::uint32_t> ids; // of the leaves, depth first
     std::vector<unsigned> depths;   // likewise
 
-    explicit Walk(const Tree& tree) : tree(tree) { visit(tree.root, 1); }
+    explicit Walk(const Tree& tree_) : tree(tree_) { visit(tree.root, 1); }
 
     ktBvhBox visit(std::uintptr_t at, unsigned level) {
         levels = std::max(levels, level);
@@ -113,7 +113,7 @@ private:
 /// Tries every move there is but of the root's children, each by calculating the whole tree anew.
 class EveryMove {
 public:
-    explicit EveryMove(const Tree& tree) : tree(tree) {}
+    explicit EveryMove(const Tree& tree_) : tree(tree_) {}
 
     double leastSurface() {
         std::vector<std::uintptr_t> all;

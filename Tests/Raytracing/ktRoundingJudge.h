@@ -23,7 +23,7 @@ public:
     };
 
     /// @param meshes must outlive the judge
-    explicit ktRoundingJudge(const std::vector<ktTracerMesh>& meshes) : meshes(meshes) {}
+    explicit ktRoundingJudge(const std::vector<ktTracerMesh>& meshes_) : meshes(meshes_) {}
 
     /// @param origin, direction world space; direction of unit length
     Verdict judge(const float* origin, const float* direction, const ktRayLimits& limits) const;

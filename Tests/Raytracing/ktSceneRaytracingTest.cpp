@@ -38,7 +38,7 @@ public:
         std::atomic<int> traced{0}, builds{0}, stoppedBuilds{0};
         std::function<void()> atBuild, atTrace;
     };
-    explicit FakeTracer(Orders& orders) : orders(orders) {}
+    explicit FakeTracer(Orders& orders_) : orders(orders_) {}
 
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override {
         if (meshes.empty())

@@ -70,8 +70,6 @@ ktRayPacket onePacket(const std::vector<std::array<double, 6>>& rays, float minD
     return packet;
 }
 
-} // namespace
-
 // One tracer for each packet width that this processor has.
 std::vector<Kind> tracerKinds() {
     std::vector<Kind> kinds{{"Embree", [] { return makeEmbree(nullptr); }},
@@ -87,8 +85,10 @@ std::vector<Kind> tracerKinds() {
     return kinds;
 }
 
+} // namespace
+
 INSTANTIATE_TEST_SUITE_P(All, Tracer, testing::ValuesIn(tracerKinds()),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& tested) { return tested.param.name; });
 
 TEST_P(Tracer, GivenNothingBuilt_SeesNothing) {
     EXPECT_EQ(openShare(vertexAt(0, 0, 0), unlimited), 1.0);

@@ -49,7 +49,7 @@ constexpr double flatShape = 1e-5;
 // Things in space, found by the cell of a regular grid.
 class Cells {
 public:
-    explicit Cells(double size) : size(size) {}
+    explicit Cells(double size_) : size(size_) {}
 
     void add(const Point& low, const Point& high, std::size_t thing) {
         std::int64_t from[3], to[3];

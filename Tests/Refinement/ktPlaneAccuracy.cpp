@@ -15,7 +15,7 @@ struct Grid {
     osg::Pnt3f low, high; // corners of the plane, in the world; y is the same
     std::vector<float> values;
 
-    Grid(int squares, const osg::Pnt3f& low, const osg::Pnt3f& high) : squares(squares), low(low), high(high) {}
+    Grid(int squares_, const osg::Pnt3f& low_, const osg::Pnt3f& high_) : squares(squares_), low(low_), high(high_) {}
 
     std::vector<osg::Pnt3f> points() const {
         std::vector<osg::Pnt3f> all;
@@ -35,7 +35,7 @@ struct Grid {
 // Root mean square of what a triangle mesh over the grid's area differs from the grid, by area.
 class Difference {
 public:
-    explicit Difference(Grid& grid) : grid(grid) {}
+    explicit Difference(Grid& grid_) : grid(grid_) {}
 
     /// Corners in squares of the grid.
     void addTriangle(const double (&x)[3], const double (&y)[3], const float (&w)[3]) {

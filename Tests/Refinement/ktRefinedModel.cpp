@@ -8,8 +8,8 @@
 #include <set>
 #include <stdexcept>
 
-ktRefinedModel::ktRefinedModel(const std::string& path, bool withGroundPlane, const ktRefinementSettings& settings)
-    : settings(settings) {
+ktRefinedModel::ktRefinedModel(const std::string& path, bool withGroundPlane, const ktRefinementSettings& settings_)
+    : settings(settings_) {
     ktFileReport report;
     file = ktSceneFile::open(QString::fromStdString(path), ktOpenOptions(), report);
     if (!file)

@@ -26,7 +26,7 @@ double millisecondsSince(Clock::time_point time) {
 // Notes how long the event loop waits to be run, and cancels after a while when it is told to.
 class Watch {
 public:
-    explicit Watch(double cancelAfter_ms) : cancelAfter_ms(cancelAfter_ms) {
+    explicit Watch(double cancelAfter_ms_) : cancelAfter_ms(cancelAfter_ms_) {
         QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
         timer.start(0); // due at every run of the loop
     }

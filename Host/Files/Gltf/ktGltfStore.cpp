@@ -50,7 +50,7 @@ void ktMarkAsOwn(ktJson& entry) {
     entry["extras"] = {{mark, true}};
 }
 
-ktGltfStore::ktGltfStore(ktGltfDocument& document) : document(document), target(none) {
+ktGltfStore::ktGltfStore(ktGltfDocument& document_) : document(document_), target(none) {
     for (const char* collection : {"accessors", "bufferViews", "buffers"}) {
         if (!ktJsonMember(document.json, collection))
             madeCollections.push_back(collection);

@@ -60,7 +60,7 @@ void writeGlb(const ktPackedGltf& packed, const std::vector<ktGlbChunk>& chunks,
 // nothing: their names are new.
 class FilesBeside {
 public:
-    explicit FilesBeside(const QDir& folder) : folder(folder) {}
+    explicit FilesBeside(const QDir& folder_) : folder(folder_) {}
     ~FilesBeside() {
         for (const QString& path : written)
             QFile::remove(path);

@@ -26,7 +26,7 @@ const char* mimeType(const std::uint8_t* data, std::size_t size) {
 
 class Materials {
 public:
-    explicit Materials(ktAssimpTarget& target) : target(target) {}
+    explicit Materials(ktAssimpTarget& target_) : target(target_) {}
 
     ktJson convert(const aiMaterial& material);
 

@@ -75,7 +75,7 @@ ktJson extrasOf(const aiMetadata& data) {
 
 class Nodes {
 public:
-    explicit Nodes(ktAssimpTarget& target) : target(target), animated(animatedNames(target.scene)) {}
+    explicit Nodes(ktAssimpTarget& target_) : target(target_), animated(animatedNames(target_.scene)) {}
 
     void convert();
 

@@ -14,8 +14,8 @@ class ktFileMessages;
 /// The glTF document that an imported scene is turned into; all data lie in buffer 0. No Qt objects with threads or
 /// events are used: this runs in a forked process.
 struct ktAssimpTarget {
-    ktAssimpTarget(const aiScene& scene, std::string folder, ktFileMessages& messages)
-        : scene(scene), folder(std::move(folder)), messages(messages) {}
+    ktAssimpTarget(const aiScene& scene_, std::string folder_, ktFileMessages& messages_)
+        : scene(scene_), folder(std::move(folder_)), messages(messages_) {}
 
     /// Adds data (aligned to 4 bytes) and returns the index of its view.
     std::size_t addView(const void* data, std::size_t size, int target = 0);

@@ -23,7 +23,7 @@ enum ExitCode { done = 0, threw = 1, outOfMemory = 2, noRoom = 3 };
 
 class Descriptor {
 public:
-    explicit Descriptor(int number) : number(number) {}
+    explicit Descriptor(int number_) : number(number_) {}
     ~Descriptor() {
         if (number >= 0)
             close(number);

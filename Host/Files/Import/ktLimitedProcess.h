@@ -15,7 +15,7 @@ struct ktProcessLimits {
 /// Takes the bytes that a limited process hands back.
 class ktByteSink {
 public:
-    explicit ktByteSink(int descriptor) : descriptor(descriptor) {}
+    explicit ktByteSink(int descriptor_) : descriptor(descriptor_) {}
     /// Ends the process when there is no room.
     void write(const void* data, std::size_t size);
 

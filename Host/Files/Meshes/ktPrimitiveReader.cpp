@@ -57,8 +57,8 @@ struct ktPrimitiveReader::Open {
     ktPrimitiveShape shape;
 };
 
-ktPrimitiveReader::ktPrimitiveReader(const ktGltfDocument& document, ktFileMessages& messages)
-    : document(document), messages(messages), budget(budgetOf(document)) {}
+ktPrimitiveReader::ktPrimitiveReader(const ktGltfDocument& document_, ktFileMessages& messages_)
+    : document(document_), messages(messages_), budget(budgetOf(document_)) {}
 
 void ktPrimitiveReader::spend(std::size_t elements) {
     if (elements > budget)

@@ -16,8 +16,8 @@ namespace {
 
 class Builder {
 public:
-    Builder(const ktGltfDocument& document, const ktNodeTree& tree, ktFileMessages& messages)
-        : document(document), tree(tree), messages(messages), primitives(document, messages) {}
+    Builder(const ktGltfDocument& document_, const ktNodeTree& tree_, ktFileMessages& messages_)
+        : document(document_), tree(tree_), messages(messages_), primitives(document_, messages_) {}
 
     ktGltfScene build();
     void addNodes(ktGltfScene& target);

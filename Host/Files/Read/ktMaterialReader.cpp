@@ -46,8 +46,8 @@ std::optional<std::uint64_t> imageOf(const ktJson& texture) {
 
 } // namespace
 
-ktMaterialReader::ktMaterialReader(const ktGltfDocument& document, ktFileMessages& messages)
-    : document(document), messages(messages) {}
+ktMaterialReader::ktMaterialReader(const ktGltfDocument& document_, ktFileMessages& messages_)
+    : document(document_), messages(messages_) {}
 
 ktMaterialReader::~ktMaterialReader() {
     for (const auto& entry : materials)

@@ -44,8 +44,8 @@ std::vector<std::size_t> nodesWithoutParent(const ktJson& json) {
 /// Walks the references from nodes to nodes; nothing recursive, since chains may be of any length.
 class Walk {
 public:
-    Walk(const ktGltfDocument& document, ktNodeTree& tree, ktFileMessages& messages)
-        : json(document.json), tree(tree), messages(messages), seen(ktJsonCount(json, "nodes"), false) {}
+    Walk(const ktGltfDocument& document, ktNodeTree& tree_, ktFileMessages& messages_)
+        : json(document.json), tree(tree_), messages(messages_), seen(ktJsonCount(json, "nodes"), false) {}
 
     void run(const std::vector<std::size_t>& roots, const std::string& rootList) {
         for (std::size_t r = 0; r < roots.size(); ++r) {

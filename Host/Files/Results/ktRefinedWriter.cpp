@@ -45,8 +45,8 @@ void normalize(std::vector<float>& values, std::size_t width) {
 
 class Writer {
 public:
-    Writer(ktGltfDocument& document, ktGltfStore& store, const ktPrimitiveLink& link)
-        : document(document), store(store), link(link), geometry(link.geometry) {}
+    Writer(ktGltfDocument& document_, ktGltfStore& store_, const ktPrimitiveLink& link_)
+        : document(document_), store(store_), link(link_), geometry(link_.geometry) {}
 
     void write(ktFileMessages& messages);
 

@@ -79,8 +79,8 @@ struct Layer {
 
 class Writer {
 public:
-    Writer(ktGltfDocument& document, ktGltfStore& store, const ktShading& shading)
-        : document(document), store(store), shading(shading) {}
+    Writer(ktGltfDocument& document_, ktGltfStore& store_, const ktShading& shading_)
+        : document(document_), store(store_), shading(shading_) {}
 
     void add(const ktPrimitiveLink& link);
     void finish();

@@ -192,9 +192,9 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
             kernel.occlusion(scene.rootRef(),
                              {&batch, group.traceable, group.traceableCount, &limits,
                               [](void* to, std::uint32_t i, const ktHemisphereWork& done, std::uint32_t firstSlot) {
-                                  VisibleCounter& counter = *static_cast<VisibleCounter*>(to);
-                                  counter.take(counter.group.number[i],
-                                               [&](std::uint32_t tile) { return done.slot[firstSlot + tile].live; });
+                                  VisibleCounter& receiver = *static_cast<VisibleCounter*>(to);
+                                  receiver.take(receiver.group.number[i],
+                                                [&](std::uint32_t tile) { return done.slot[firstSlot + tile].live; });
                               },
                               &counter},
                              work);

@@ -16,7 +16,7 @@ constexpr std::uint32_t raysPerCall = 1 << 15; // few enough that a cancel is se
 // Adds up what the rays of each vertex bring, in the order of the rays.
 class Sums : public ktHitReceiver {
 public:
-    Sums(const ktBounceLight& light, const ktDirectionSet& directions) : light(light), directions(directions) {}
+    Sums(const ktBounceLight& light_, const ktDirectionSet& directions_) : light(light_), directions(directions_) {}
 
     void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) override {
         light.addRadiance(packet, directions.laneMask(tile), sums[first + vertex]);

@@ -22,8 +22,8 @@ struct Light {
 // Traces one piece: up to pieceSize groups.
 class Piece {
 public:
-    Piece(const ktOcclusionTask& task, const ktVertexGroups& groups, std::size_t begin, std::size_t end)
-        : task(task), groups(groups), begin(begin), size(static_cast<std::uint32_t>(end - begin)) {
+    Piece(const ktOcclusionTask& task_, const ktVertexGroups& groups_, std::size_t begin_, std::size_t end)
+        : task(task_), groups(groups_), begin(begin_), size(static_cast<std::uint32_t>(end - begin_)) {
         const ktVertexFrames frames(task.toWorld, task.directions, task.sceneSize);
         std::fill(slot, slot + pieceSize, -1);
         for (std::uint32_t i = 0; i < size; ++i) {

@@ -16,8 +16,8 @@ public:
     /// @param toWorld    object to world; must outlive this object
     /// @param directions what the vertices trace
     /// @param sceneSize  diagonal of the occluders' bounds, world units
-    ktVertexFrames(const ktWorldTransform& toWorld, const ktPreparedDirections* directions, float sceneSize)
-        : toWorld(toWorld), directions(directions), sceneSize(sceneSize) {}
+    ktVertexFrames(const ktWorldTransform& toWorld_, const ktPreparedDirections* directions_, float sceneSize_)
+        : toWorld(toWorld_), directions(directions_), sceneSize(sceneSize_) {}
 
     /// The azimuth of the tangent is random, but the same whenever position and normal are the same, so that the errors
     /// of neighbours do not add up to a pattern.

@@ -21,7 +21,7 @@ struct ktRefinementRequest {
 
 /// What a pending refinement holds: the request, and, once it is worked out, the new mesh.
 struct ktGeoSubdivisionRecord {
-    explicit ktGeoSubdivisionRecord(const osg::GeometryPtr& geometry) : geometry(geometry) {}
+    explicit ktGeoSubdivisionRecord(const osg::GeometryPtr& geometry_) : geometry(geometry_) {}
     ~ktGeoSubdivisionRecord() {
         if (onDestroy)
             onDestroy(this);

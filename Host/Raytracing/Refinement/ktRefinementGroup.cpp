@@ -21,9 +21,10 @@ bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) 
 
 } // namespace
 
-ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
-                                     const std::set<osg::GeometryPtr>& inside, const ktRefinementLight& how)
-    : meshes(meshes), how(how), refiner(weldShare * std::max(scene.diagonal, 1e-30f)),
+ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes_,
+                                     const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside,
+                                     const ktRefinementLight& how_)
+    : meshes(meshes_), how(how_), refiner(weldShare * std::max(scene.diagonal, 1e-30f)),
       spacing(spacingShare * scene.diagonal) {
     float difference[2] = {std::numeric_limits<float>::max(), std::numeric_limits<float>::max()};
     for (const auto& mesh : meshes) {

@@ -23,8 +23,8 @@ bool hasOnlySurfaces(const ktGeometryView& view) {
 
 } // namespace
 
-ktRefinementMesh::ktRefinementMesh(ktGeoSubdivisionRecord& record, const ktBounceLight& bounces, const float* newTint)
-    : record(record), toWorld(record.request.toWorld), tint{newTint[0], newTint[1], newTint[2]} {
+ktRefinementMesh::ktRefinementMesh(ktGeoSubdivisionRecord& record_, const ktBounceLight& bounces, const float* newTint)
+    : record(record_), toWorld(record_.request.toWorld), tint{newTint[0], newTint[1], newTint[2]} {
     const osg::GeometryPtr geometry = record.geometry.get();
     const osg::GeoPositions3fPtr storedPositions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
     const osg::GeoNormals3fPtr storedNormals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
@@ -44,9 +44,9 @@ ktRefinementMesh::ktRefinementMesh(ktGeoSubdivisionRecord& record, const ktBounc
     const float* firstNormal = storedNormals->getField()[0].getValues();
     normals.assign(firstNormal, firstNormal + 3 * std::size_t(oldCount));
 
-    const std::vector<float>* received = bounces.gathered(geometry);
-    if (received && received->size() == 3 * std::size_t(oldCount))
-        oldReceived = *received;
+    const std::vector<float>* gathered = bounces.gathered(geometry);
+    if (gathered && gathered->size() == 3 * std::size_t(oldCount))
+        oldReceived = *gathered;
     for (Index i = 0; i < oldCount; ++i) {
         Traced traced;
         traced.direct = results->getField()[i];
@@ -148,7 +148,7 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementLight& how) {
     direct.inward = &inward[first];
     std::vector<osg::Vec4f> results(count);
     ktTraceOcclusion(direct, results.data(), done);
-    std::vector<float> received(3 * std::size_t(count), 0.0f);
+    std::vector<float> gathered(3 * std::size_t(count), 0.0f);
     if (how.gather) {
         ktGatherTask gather = *how.gather;
         gather.toWorld = toWorld;
@@ -156,12 +156,12 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementLight& how) {
         gather.positions = direct.positions;
         gather.normals = direct.normals;
         gather.inward = direct.inward;
-        ktGatherLight(gather, received.data(), done);
+        ktGatherLight(gather, gathered.data(), done);
     }
     for (std::size_t i = 0; i < count; ++i) {
         Traced traced;
         traced.direct = results[i];
-        std::copy_n(&received[3 * i], 3, traced.received);
+        std::copy_n(&gathered[3 * i], 3, traced.received);
         tracedVertices.push_back(traced);
         light.push_back(measure(traced));
     }

@@ -29,14 +29,14 @@ std::uint32_t ktRefinementProbes::raysPerAxis(float difference) {
     return std::max(fewestRays, static_cast<std::uint32_t>(std::lround(rays / 4)) * 4);
 }
 
-ktRefinementProbes::ktRefinementProbes(const ktRefinementLight& how, float difference, bool indirect)
-    : how(how), indirect(indirect && how.gather) {
-    directions = this->indirect ? how.gather->directions : how.direct->directions;
+ktRefinementProbes::ktRefinementProbes(const ktRefinementLight& how_, float difference, bool indirect_)
+    : how(how_), indirect(indirect_ && how_.gather) {
+    directions = indirect ? how.gather->directions : how.direct->directions;
     const std::uint32_t rays = raysPerAxis(difference);
     if (rays * rays >= directions->set.count)
         return;
     ownDirections = ktMakeHemisphereDirections(rays, rays, 0.25f, 0.25f, seed);
-    prepared = (this->indirect ? how.gather->tracer : how.direct->tracer)->prepareDirections(ownDirections);
+    prepared = (indirect ? how.gather->tracer : how.direct->tracer)->prepareDirections(ownDirections);
     directions = prepared.get();
 }
 

@@ -22,7 +22,7 @@ ktGeometryView::Integers viewIntegers(const PropertyPtr& property) {
 // Collects the triangles of a geometry primitive by primitive.
 class Reader {
 public:
-    Reader(const ktGeometryView& view, std::uint64_t& badTriangles) : view(view), bad(badTriangles) {
+    Reader(const ktGeometryView& view_, std::uint64_t& badTriangles) : view(view_), bad(badTriangles) {
         vertexCount = view.hasIndices ? view.indices.size / view.indexStride : view.positionCount;
     }
 

@@ -5,8 +5,8 @@
 #include <QThread>
 #include <utility>
 
-ktEventPump::ktEventPump(std::function<void()> meanwhile)
-    : meanwhile(std::move(meanwhile)), last(std::chrono::steady_clock::now()) {}
+ktEventPump::ktEventPump(std::function<void()> meanwhile_)
+    : meanwhile(std::move(meanwhile_)), last(std::chrono::steady_clock::now()) {}
 
 void ktEventPump::breathe() {
     if (std::chrono::steady_clock::now() - last >= interval)

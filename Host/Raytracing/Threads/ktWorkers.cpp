@@ -42,14 +42,14 @@ private:
     int open = 0;
 };
 
-} // namespace
-
 // With no arena left the library ends its workers. Started anew with every call, they come when a short call, such as
 // that for a small geometry, is nearly over: a scene of many parts was traced by one thread.
 void keepWorkers() {
     static tbb::task_arena* const arena = new tbb::task_arena(2, 1); // never destroyed: nobody knows who ends last
     arena->initialize();
 }
+
+} // namespace
 
 // The thread that leads the workers, and what it left behind.
 class ktWorkers::Leader {

@@ -22,7 +22,7 @@ struct ktTracerMesh {
 /// Immutable; may be read from any thread. Refers to the set, which must outlive it.
 class ktPreparedDirections {
 public:
-    explicit ktPreparedDirections(const ktDirectionSet& set) : set(set) {}
+    explicit ktPreparedDirections(const ktDirectionSet& set_) : set(set_) {}
     virtual ~ktPreparedDirections() = default;
     ktPreparedDirections(const ktPreparedDirections&) = delete;
     ktPreparedDirections& operator=(const ktPreparedDirections&) = delete;

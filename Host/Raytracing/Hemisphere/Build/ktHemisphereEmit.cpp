@@ -53,9 +53,9 @@ public:
         return reinterpret_cast<std::uintptr_t>(&node) | Limits::nodeFlags;
     }
 
-    Emitter(ktHemisphereTree& tree, const ktHemisphereLeafWriter& writer, ktHemisphereProgress& progress,
-            float firstShare)
-        : tree(tree), writer(writer), progress(progress), firstShare(firstShare) {}
+    Emitter(ktHemisphereTree& tree_, const ktHemisphereLeafWriter& writer_, ktHemisphereProgress& progress_,
+            float firstShare_)
+        : tree(tree_), writer(writer_), progress(progress_), firstShare(firstShare_) {}
 
     void emit(const Place& place) {
         ktHemisphereChild child[Limits::children];

@@ -19,9 +19,9 @@ enum class ktHemisphereLeafKind {
 class ktHemisphereLeafWriter {
 public:
     /// @param kind not ByCount
-    ktHemisphereLeafWriter(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
-                           ktHemisphereLeafKind kind)
-        : meshes(meshes), numbers(numbers), kind(kind) {}
+    ktHemisphereLeafWriter(const std::vector<ktTracerMesh>& meshes_, const ktTriangleNumbers& numbers_,
+                           ktHemisphereLeafKind kind_)
+        : meshes(meshes_), numbers(numbers_), kind(kind_) {}
 
     /// Cache lines that a leaf takes.
     std::uint32_t lineCount(const ktBvhLeaf& leaf) const;

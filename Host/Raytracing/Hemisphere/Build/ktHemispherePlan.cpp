@@ -66,20 +66,20 @@ struct Collector {
     ktHemisphereChild* children;
     std::uint32_t count = 0;
 
-    void open(const ktBvhNode& node, std::uint32_t places) {
-        const std::uint32_t first = node.first[places];
+    void open(const ktBvhNode& node, std::uint32_t most) {
+        const std::uint32_t first = node.first[most];
         add(node, 0, first);
-        add(node, 1, places - first);
+        add(node, 1, most - first);
     }
-    void add(const ktBvhNode& parent, int side, std::uint32_t places) {
+    void add(const ktBvhNode& parent, int side, std::uint32_t most) {
         const std::uintptr_t child = parent.child[side];
         if (!ktBvhTree::isLeaf(child)) {
             const ktBvhNode& node = ktBvhTree::node(child);
-            places = std::min(places, ::places - 1);
-            while (places > 1 && !node.first[places])
-                --places;
-            if (places > 1) {
-                open(node, places);
+            most = std::min(most, places - 1);
+            while (most > 1 && !node.first[most])
+                --most;
+            if (most > 1) {
+                open(node, most);
                 return;
             }
         }

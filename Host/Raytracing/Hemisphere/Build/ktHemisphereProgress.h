@@ -10,7 +10,7 @@
 class ktHemisphereProgress {
 public:
     /// @param receiver may be empty
-    explicit ktHemisphereProgress(const ktTracer::Progress& receiver) : receiver(receiver) {}
+    explicit ktHemisphereProgress(const ktTracer::Progress& receiver_) : receiver(receiver_) {}
 
     /// Tells the share done, unless it was told to stop before. Any thread; shares may come a little out of order.
     /// @return false once the receiver has said stop

@@ -112,8 +112,8 @@ void move(Slot from, Slot to) {
 
 class Reinsertion {
 public:
-    Reinsertion(std::uintptr_t root, ktHemisphereProgress& progress, float share)
-        : root(ktBvhTree::node(root)), progress(progress), share(share) {}
+    Reinsertion(std::uintptr_t root_, ktHemisphereProgress& progress_, float share_)
+        : root(ktBvhTree::node(root_)), progress(progress_), share(share_) {}
 
     void run() {
         root.place.parent = 0;

@@ -150,14 +150,14 @@ inline void tilePhase(ktHemisphereRef root, ktHemisphereWork& work, std::uint32_
             for (std::uint64_t left = tiles; left; left &= left - 1) {
                 ktHemisphereSlot& slot = work.slot[firstSlot + static_cast<std::uint32_t>(__builtin_ctzll(left))];
                 const std::uint32_t rays = slot.live & raysThroughBox<nearest>(work, slot, lower, upper, 1);
-                const std::uint32_t place = slot.waitingCount;
-                slot.waiting[place] = {ref, rays, 0.0f};
+                const std::uint32_t count = slot.waitingCount;
+                slot.waiting[count] = {ref, rays, 0.0f};
                 work.busy[work.busyCount] = &slot;
-                const bool begins = (rays != 0) & (place == 0);
+                const bool begins = (rays != 0) & (count == 0);
                 work.busyCount += begins;
                 point.busy += begins;
-                slot.waitingCount = place + (rays != 0);
-                full |= place + 1 >= ktHemisphereSlot::mostWaiting;
+                slot.waitingCount = count + (rays != 0);
+                full |= count + 1 >= ktHemisphereSlot::mostWaiting;
             }
             if (full || work.busyCount >= kEnoughBusy)
                 rayPhase<nearest>(work);

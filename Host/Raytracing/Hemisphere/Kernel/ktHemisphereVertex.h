@@ -95,16 +95,16 @@ KT_INLINE void prepareVertex(const ktHemisphereBatch& batch, const ktRayVertex& 
     point.busy = 0;
     point.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
     for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-        const std::uint32_t number = firstSlot + tile;
-        ktHemisphereSlot& slot = work.slot[number];
-        slot.stack = slot.top = work.rayStack[number];
+        const std::uint32_t slotNumber = firstSlot + tile;
+        ktHemisphereSlot& slot = work.slot[slotNumber];
+        slot.stack = slot.top = work.rayStack[slotNumber];
         slot.point = &point;
         slot.tile = std::uint64_t(1) << tile;
         slot.live = batch.live[tile];
-        slot.number = number;
+        slot.number = slotNumber;
         slot.waitingCount = slot.waitingNext = 0;
         if (reaches) {
-            work.tileReach[number] = work.maxDistance;
+            work.tileReach[slotNumber] = work.maxDistance;
             slot.back = 0;
             for (std::uint32_t lane = 0; lane < 16; ++lane) {
                 slot.reach[lane] = batch.live[tile] >> lane & 1 ? work.maxDistance : -1.0f;

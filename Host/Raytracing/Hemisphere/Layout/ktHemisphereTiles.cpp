@@ -50,7 +50,7 @@ void arrange(const ktDirectionSet& set, std::uint32_t* first, std::uint32_t* las
 
 } // namespace
 
-ktHemisphereTiles::ktHemisphereTiles(const ktDirectionSet& set) : ktPreparedDirections(set) {
+ktHemisphereTiles::ktHemisphereTiles(const ktDirectionSet& set_) : ktPreparedDirections(set_) {
     std::vector<std::uint32_t> order(set.count);
     std::iota(order.begin(), order.end(), 0u);
     arrange(set, order.data(), order.data() + order.size());
