@@ -17,6 +17,8 @@ add_compile_options(-Wall -Wextra)
 if(KT_WARNINGS_AS_ERRORS)
     add_compile_options(-Werror)
 endif()
+# Each top folder of this tree adds these for itself: a project around this one keeps its own choice.
+set(kt_own_warnings $<$<CXX_COMPILER_ID:GNU>:-Wshadow> $<$<CXX_COMPILER_ID:GNU>:-Wmissing-declarations>)
 
 if(KT_SANITIZE)
     add_compile_options(-fsanitize=${KT_SANITIZE} -fno-omit-frame-pointer -g)
