@@ -11,7 +11,7 @@
 std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
     std::vector<ktBakeGeometry> list;
     std::map<osg::UInt32, std::size_t> places;
-    forEachGeometryInstance(root, ktInstances::All, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(root, ktInstances::All, [&](const ktGeometryInstance& instance) {
         const osg::GeometryPtr& geometry = instance.geometry;
         if (geometry->getPositions() == osg::NullFC)
             return true;

@@ -133,7 +133,7 @@ std::uint64_t ktBakeScene::getSelectedVertexCount() const {
     std::set<osg::UInt32> seen;
     std::uint64_t count = 0;
     for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
-        forEachGeometryInstance(node, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+        ktForEachGeometryInstance(node, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
             const osg::GeometryPtr& geometry = instance.geometry;
             if (geometry->getPositions() != osg::NullFC && seen.insert(geometry.getFieldContainerId()).second)
                 count += geometry->getPositions()->getSize();
@@ -145,7 +145,7 @@ std::uint64_t ktBakeScene::getSelectedVertexCount() const {
 bool ktBakeScene::drawPreview(const ktBakeOptions& options) {
     loadPictures();
     const std::string reason =
-        writePreview(ktScenegraph::getRootNode(), options.preview, static_cast<float>(options.exposure));
+        ktWritePreview(ktScenegraph::getRootNode(), options.preview, static_cast<float>(options.exposure));
     if (!reason.empty())
         ktLog::error("%s: the picture cannot be written: %s", options.preview.c_str(), reason.c_str());
     return reason.empty();

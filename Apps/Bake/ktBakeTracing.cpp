@@ -23,7 +23,7 @@ ktBakeTraced ktBakeTracing::getTraced(const osg::GeometryPtr& geometry) const {
 
 void ktBakeTracing::findGeometries() {
     geometries.clear();
-    forEachGeometryInstance(ktScenegraph::getRootNode(), ktInstances::All, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(ktScenegraph::getRootNode(), ktInstances::All, [&](const ktGeometryInstance& instance) {
         const auto positions = osg::GeoPositions3fPtr::dcast(instance.geometry->getPositions());
         if (positions != osg::NullFC && positions->size() > 0)
             geometries.emplace(&positions->getField()[0], instance.geometry.getFieldContainerId());

@@ -100,7 +100,7 @@ osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, 
     ktWorldBounds bounds;
     osg::Matrix toDocument = scene.root->getToWorld();
     toDocument.invert();
-    forEachGeometryInstance(scene.root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(scene.root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
         osg::Matrix toRoot = toDocument;
         toRoot.mult(instance.toWorld);
         const osg::GeoPositionsPtr positions = instance.geometry->getPositions();

@@ -44,7 +44,7 @@ double ktSceneDiagonal(const osg::NodePtr& root) {
     double low[3], high[3];
     std::fill_n(low, 3, std::numeric_limits<double>::max());
     std::fill_n(high, 3, std::numeric_limits<double>::lowest());
-    forEachGeometryInstance(root, ktInstances::All, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(root, ktInstances::All, [&](const ktGeometryInstance& instance) {
         const auto positions = osg::GeoPositions3fPtr::dcast(instance.geometry->getPositions());
         if (positions == osg::NullFC || osg::UShadowMaterialPtr::dcast(instance.geometry->getMaterial()) != osg::NullFC)
             return true;

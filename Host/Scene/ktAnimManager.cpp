@@ -9,5 +9,5 @@ ktAnimManager* ktAnimManager::the() {
 }
 
 bool ktAnimManager::hasVertexAnimation(const osg::NodePtr& node) const {
-    return hasMark(node, &osg::NodeMarksAttachment::getSFVertexAnimation);
+    return ktHasMark(node, &osg::NodeMarksAttachment::getSFVertexAnimation);
 }

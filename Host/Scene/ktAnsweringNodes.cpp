@@ -3,7 +3,7 @@
 
 #include "ktScenegraph.h"
 
-bool isInScene(const osg::NodePtr& node) {
+bool ktIsInScene(const osg::NodePtr& node) {
     const osg::NodePtr root = ktScenegraph::getRootNode();
     if (root == osg::NullFC)
         return false;

@@ -28,8 +28,8 @@ void chooseChildren(Frame& frame, ktInstances which) {
 
 } // namespace
 
-void forEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
-                             const std::function<bool(const ktGeometryInstance&)>& visit) {
+void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
+                               const std::function<bool(const ktGeometryInstance&)>& visit) {
     std::vector<Frame> frames;
 
     // Returns false when the visitor has had enough.

@@ -23,5 +23,5 @@ enum class ktInstances {
 /// Calls visit(instance) for each geometry node of the tree, in traversal order, until it returns false. A null root
 /// has none. Nodes above the root count for the world matrices but not for the visibility. Does not recurse, so trees
 /// may be of any depth; `visit` must not change the tree.
-KT_HOST_EXPORT void forEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
-                                            const std::function<bool(const ktGeometryInstance&)>& visit);
+KT_HOST_EXPORT void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
+                                              const std::function<bool(const ktGeometryInstance&)>& visit);

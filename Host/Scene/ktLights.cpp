@@ -10,5 +10,5 @@ bool ktLights::isLight(const osg::NodePtr& node) {
 }
 
 bool ktLights::isRayFileLight(const osg::NodePtr& node) {
-    return isLight(node) && hasMark(node, &osg::NodeMarksAttachment::getSFRayFileLight);
+    return isLight(node) && ktHasMark(node, &osg::NodeMarksAttachment::getSFRayFileLight);
 }

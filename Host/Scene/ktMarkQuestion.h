@@ -5,11 +5,11 @@
 #include "OSGNodeMarksAttachment.h"
 
 /// Whether one of the nodes that answer for `node` carries the mark, e.g. &osg::NodeMarksAttachment::getSFLocked.
-inline bool hasMark(const osg::NodePtr& node, const osg::SFBool* (osg::NodeMarksAttachment::*mark)() const) {
+inline bool ktHasMark(const osg::NodePtr& node, const osg::SFBool* (osg::NodeMarksAttachment::*mark)() const) {
     if (!osg::NodeMarksAttachment::exist())
         return false;
     bool isMarked = false;
-    visitAnsweringNodes(node, [&](const osg::NodePtr& answering) {
+    ktForEachAnsweringNode(node, [&](const osg::NodePtr& answering) {
         const auto marks =
             osg::NodeMarksAttachmentPtr::dcast(answering->findAttachment(osg::NodeMarksAttachment::getClassType()));
         isMarked = marks != osg::NullFC && (marks.getCPtr()->*mark)()->getValue();

@@ -27,7 +27,7 @@ enum class Holders { None, AllLocked, OneFree };
 Holders findHolders(const osg::NodeCorePtr& core) {
     Holders holders = Holders::None;
     for (const osg::NodePtr& holder : core->getParents()) {
-        if (!isInScene(holder))
+        if (!ktIsInScene(holder))
             continue;
         if (!isLockedHereOrAbove(holder))
             return Holders::OneFree;
@@ -59,7 +59,7 @@ Holders findHoldersDuringOperation(const osg::NodeCorePtr& core) {
 bool ktNodePermission::allows(const osg::NodePtr& node, ktNodeAction /*action*/) {
     if (node == osg::NullFC || !osg::NodeMarksAttachment::exist())
         return true;
-    if (node->getCore() != osg::NullFC && !isInScene(node)) {
+    if (node->getCore() != osg::NullFC && !ktIsInScene(node)) {
         const Holders holders =
             ktControllerState::isBusy() ? findHoldersDuringOperation(node->getCore()) : findHolders(node->getCore());
         if (holders != Holders::None)

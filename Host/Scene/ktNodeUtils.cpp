@@ -7,7 +7,7 @@
 
 const char* ktNodeUtils::getName(const osg::NodePtr& node) {
     const char* name = nullptr;
-    visitAnsweringNodes(node, [&](const osg::NodePtr& answering) {
+    ktForEachAnsweringNode(node, [&](const osg::NodePtr& answering) {
         name = osg::getName(answering);
         if (name != nullptr && name[0] == '\0')
             name = nullptr;
@@ -17,5 +17,5 @@ const char* ktNodeUtils::getName(const osg::NodePtr& node) {
 }
 
 bool ktNodeUtils::isGeometryComponent(const osg::NodePtr& node) {
-    return hasMark(node, &osg::NodeMarksAttachment::getSFGeometryComponent);
+    return ktHasMark(node, &osg::NodeMarksAttachment::getSFGeometryComponent);
 }

@@ -23,9 +23,9 @@ double ktWorldBounds::diagonal() const {
     return std::hypot(double(max[0]) - min[0], double(max[1]) - min[1], double(max[2]) - min[2]);
 }
 
-ktWorldBounds getWorldBounds(const osg::NodePtr& root, ktInstances which) {
+ktWorldBounds ktMeasureWorldBounds(const osg::NodePtr& root, ktInstances which) {
     ktWorldBounds bounds;
-    forEachGeometryInstance(root, which, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(root, which, [&](const ktGeometryInstance& instance) {
         const osg::GeoPositionsPtr positions = instance.geometry->getPositions();
         const osg::UInt32 count = positions == osg::NullFC ? 0 : positions->getSize();
         for (osg::UInt32 i = 0; i < count; ++i) {

@@ -18,4 +18,4 @@ struct KT_HOST_EXPORT ktWorldBounds {
 };
 
 /// The box around all vertices of the tree's geometry. Vertices that are NaN or infinite do not count.
-KT_HOST_EXPORT ktWorldBounds getWorldBounds(const osg::NodePtr& root, ktInstances which = ktInstances::All);
+KT_HOST_EXPORT ktWorldBounds ktMeasureWorldBounds(const osg::NodePtr& root, ktInstances which = ktInstances::All);

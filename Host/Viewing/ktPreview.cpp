@@ -30,14 +30,14 @@ float whitePoint(const ktPreviewScene& scene) {
 
 } // namespace
 
-std::string writePreview(const osg::NodePtr& root, const std::string& fileName, float exposure, int width, int height,
-                         double turn_degrees) {
+std::string ktWritePreview(const osg::NodePtr& root, const std::string& fileName, float exposure, int width, int height,
+                           double turn_degrees) {
     try {
-        const ktPreviewScene scene = collectPreview(root);
+        const ktPreviewScene scene = ktCollectPreview(root);
         const std::unique_ptr<ktTracer> tracer = ktMakeTracer();
         const QImage image =
-            renderPreview(scene, framePreview(scene, static_cast<double>(width) / height, turn_degrees), *tracer, width,
-                          height, exposure * whitePoint(scene));
+            ktRenderPreview(scene, ktFramePreview(scene, static_cast<double>(width) / height, turn_degrees), *tracer,
+                            width, height, exposure * whitePoint(scene));
         QSaveFile file(QString::fromStdString(fileName));
         if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
             return file.errorString().toStdString();

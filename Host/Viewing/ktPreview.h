@@ -12,5 +12,5 @@
 /// @param width, height pixels
 /// @param turn_degrees how far round the scene it is seen from, from the usual place: counterclockwise, seen from above
 /// @return empty when it is written; else the reason, and a file that was there before is as it was
-KT_HOST_EXPORT std::string writePreview(const osg::NodePtr& root, const std::string& fileName, float exposure = 1,
-                                        int width = 1280, int height = 960, double turn_degrees = 0);
+KT_HOST_EXPORT std::string ktWritePreview(const osg::NodePtr& root, const std::string& fileName, float exposure = 1,
+                                          int width = 1280, int height = 960, double turn_degrees = 0);

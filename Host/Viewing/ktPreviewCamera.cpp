@@ -77,7 +77,7 @@ Vector ktPreviewCamera::direction(double x, double y) const {
     return normalized(add(add(forward, right, x * tanHalfWidth), up, y * tanHalfHeight));
 }
 
-ktPreviewCamera framePreview(const ktPreviewScene& scene, double aspect, double turn_degrees) {
+ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, double turn_degrees) {
     ktPreviewCamera camera;
     const Vector worldUp = {scene.up[0], scene.up[1], scene.up[2]};
     // The front is +z with y up and -y with z up.

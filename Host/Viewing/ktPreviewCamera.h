@@ -20,4 +20,4 @@ struct ktPreviewCamera {
 /// @param aspect width over height of the image
 /// @param turn_degrees how far the camera goes round the scene from there: counterclockwise, seen from above
 /// A scene without vertices gives a camera that looks at nothing.
-ktPreviewCamera framePreview(const ktPreviewScene& scene, double aspect, double turn_degrees = 0);
+ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, double turn_degrees = 0);

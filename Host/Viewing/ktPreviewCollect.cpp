@@ -116,7 +116,7 @@ private:
                 look.alpha = ktPreviewMaterial::Alpha::Mask;
             if (uber->getTexture().image)
                 look.texture = [texture = uber->getTexture()](float u, float v) {
-                    return sampleTexture(texture, u, v);
+                    return ktSampleTexture(texture, u, v);
                 };
         } else if (material != osg::NullFC && material->isTransparent())
             look.alpha = ktPreviewMaterial::Alpha::Blend;
@@ -127,9 +127,9 @@ private:
 
 } // namespace
 
-ktPreviewScene collectPreview(const osg::NodePtr& root) {
+ktPreviewScene ktCollectPreview(const osg::NodePtr& root) {
     Collector collector;
-    forEachGeometryInstance(root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
         collector.add(instance);
         return true;
     });

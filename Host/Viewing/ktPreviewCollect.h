@@ -9,4 +9,4 @@
 /// without results is shown in full light. Ground planes are drawn but not framed; environments are left out.
 /// @param root may be null: nothing is shown
 /// @throws std::bad_alloc when memory runs out
-ktPreviewScene collectPreview(const osg::NodePtr& root);
+ktPreviewScene ktCollectPreview(const osg::NodePtr& root);

@@ -154,8 +154,8 @@ private:
 
 } // namespace
 
-QImage renderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
-                     int height, float exposure) {
+QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
+                       int height, float exposure) {
     // The tracer may read four bytes behind the last position: one more vertex that no triangle uses.
     std::vector<std::vector<std::array<float, 3>>> positions;
     std::vector<ktTracerMesh> meshes;

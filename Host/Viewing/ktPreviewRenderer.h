@@ -15,5 +15,5 @@ class ktTracer;
 /// @param exposure scale of the light
 /// @return opaque 32-bit image in sRGB; null when the tracer's structure could not be built
 /// @throws std::bad_alloc when memory runs out
-QImage renderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
-                     int height, float exposure);
+QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
+                       int height, float exposure);

@@ -40,7 +40,7 @@ std::vector<std::string> ktSaveTestScene(ktSceneFile& file, const QString& path,
 
 std::vector<ktSeenGeometry> ktGeometriesOf(const ktSceneFile& file) {
     std::vector<ktSeenGeometry> seen;
-    forEachGeometryInstance(file.getRoot(), ktInstances::All, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(file.getRoot(), ktInstances::All, [&](const ktGeometryInstance& instance) {
         seen.push_back({osg::NodeRefPtr(instance.node), osg::GeometryRefPtr(instance.geometry), instance.toWorld});
         return true;
     });

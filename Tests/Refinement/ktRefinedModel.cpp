@@ -16,14 +16,14 @@ ktRefinedModel::ktRefinedModel(const std::string& path, bool withGroundPlane, co
         throw std::runtime_error(report.error);
     ktSceneState::setRootNode(file->getRoot());
     if (withGroundPlane)
-        forEachGeometryInstance(file->addGroundPlane(report), ktInstances::All,
-                                [&](const ktGeometryInstance& instance) {
-                                    groundPlane = instance.node;
-                                    return false;
-                                });
+        ktForEachGeometryInstance(file->addGroundPlane(report), ktInstances::All,
+                                  [&](const ktGeometryInstance& instance) {
+                                      groundPlane = instance.node;
+                                      return false;
+                                  });
     std::vector<osg::NodePtr> occluders;
     std::set<osg::GeometryPtr> known;
-    forEachGeometryInstance(file->getRoot(), ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(file->getRoot(), ktInstances::Visible, [&](const ktGeometryInstance& instance) {
         occluders.push_back(instance.node);
         if (known.insert(instance.geometry).second)
             nodes.push_back(instance.node);

@@ -21,7 +21,7 @@ protected:
     }
     static std::vector<osg::NodePtr> nodesBelow(const osg::NodePtr& start, ktInstances which) {
         std::vector<osg::NodePtr> nodes;
-        forEachGeometryInstance(start, which, [&](const ktGeometryInstance& instance) {
+        ktForEachGeometryInstance(start, which, [&](const ktGeometryInstance& instance) {
             nodes.push_back(instance.node);
             return true;
         });
@@ -37,7 +37,7 @@ TEST_F(GeometryInstances, GivenTree_VisitsGeometryInTraversalOrderWithItsCore) {
     const osg::NodePtr belowGeometry = addNode(a, "below", makeGeometry());
     const osg::NodePtr b = addNode(addNode(root, "group"), "b", geometry);
     EXPECT_THAT(nodesBelow(root, ktInstances::All), ElementsAre(a, belowGeometry, b));
-    forEachGeometryInstance(b, ktInstances::All, [&](const ktGeometryInstance& instance) {
+    ktForEachGeometryInstance(b, ktInstances::All, [&](const ktGeometryInstance& instance) {
         EXPECT_EQ(instance.geometry, geometry);
         return true;
     });
@@ -49,7 +49,7 @@ TEST_F(GeometryInstances, GivenTransforms_ReturnsTheNodesWorldMatrix) {
     const osg::NodePtr body = addNode(inner, "body", makeGeometry());
     for (const osg::NodePtr& start : {root, inner, body}) {
         int visits = 0;
-        forEachGeometryInstance(start, ktInstances::All, [&](const ktGeometryInstance& instance) {
+        ktForEachGeometryInstance(start, ktInstances::All, [&](const ktGeometryInstance& instance) {
             EXPECT_EQ(instance.toWorld, body->getToWorld());
             EXPECT_EQ(instance.toWorld[3][0], 11.0f);
             ++visits;
@@ -86,7 +86,7 @@ TEST_F(GeometryInstances, GivenVisitorThatHasEnough_Stops) {
     addNode(root, "a", makeGeometry());
     addNode(root, "b", makeGeometry());
     int visits = 0;
-    forEachGeometryInstance(root, ktInstances::All, [&](const ktGeometryInstance&) {
+    ktForEachGeometryInstance(root, ktInstances::All, [&](const ktGeometryInstance&) {
         ++visits;
         return false;
     });

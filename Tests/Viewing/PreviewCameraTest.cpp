@@ -56,7 +56,7 @@ TEST(PreviewCamera, GivenBoxOfAnyShape_FramesItInTheMiddle) {
         ktPreviewScene scene;
         scene.meshes = {makeBox({0, 0, 0}, high)};
         for (const double aspect : {4.0 / 3, 0.5})
-            expectFramed(project(framePreview(scene, aspect), scene.meshes[0]));
+            expectFramed(project(ktFramePreview(scene, aspect), scene.meshes[0]));
     }
 }
 
@@ -64,7 +64,7 @@ TEST(PreviewCamera, GivenZUp_LooksFromAboveAlongZ) {
     ktPreviewScene scene;
     scene.meshes = {makeBox({-1, -1, -1}, {1, 1, 1})};
     scene.up = {0, 0, 1};
-    const ktPreviewCamera camera = framePreview(scene, 1);
+    const ktPreviewCamera camera = ktFramePreview(scene, 1);
     EXPECT_GT(camera.up[2], 0.5);
     EXPECT_GT(camera.eye[2], 0);
     EXPECT_LT(camera.eye[1], 0);
@@ -77,34 +77,34 @@ TEST(PreviewCamera, GivenTurn_GoesRoundTheSceneAtTheSameHeight) {
         scene.meshes = {makeBox({-1, -1, -1}, {1, 1, 1})};
         if (isZUp)
             scene.up = {0, 0, 1};
-        const ktPreviewCamera start = framePreview(scene, 1), quarter = framePreview(scene, 1, 90),
-                              whole = framePreview(scene, 1, 360);
+        const ktPreviewCamera start = ktFramePreview(scene, 1), quarter = ktFramePreview(scene, 1, 90),
+                              whole = ktFramePreview(scene, 1, 360);
         // A quarter round a cube: the same picture from the next side.
         const size_t up = isZUp ? 2 : 1, x = isZUp ? 0 : 2, y = isZUp ? 1 : 0; // x to y is counterclockwise from above
         EXPECT_NEAR(quarter.eye[x], -start.eye[y], 1e-9) << isZUp;
         EXPECT_NEAR(quarter.eye[y], start.eye[x], 1e-9) << isZUp;
         EXPECT_NEAR(quarter.eye[up], start.eye[up], 1e-9) << isZUp;
         EXPECT_EQ(whole.eye, start.eye);
-        expectFramed(project(framePreview(scene, 1, 33), scene.meshes[0]));
+        expectFramed(project(ktFramePreview(scene, 1, 33), scene.meshes[0]));
     }
 }
 
 TEST(PreviewCamera, GivenGroundPlane_FramesTheRestAlone) {
     ktPreviewScene scene;
     scene.meshes = {makeBox({-1, -1, -1}, {1, 1, 1})};
-    const ktPreviewCamera alone = framePreview(scene, 1);
+    const ktPreviewCamera alone = ktFramePreview(scene, 1);
     scene.meshes.push_back(makeBox({-50, -1, -50}, {50, -1, 50}));
     scene.meshes[1].isFramed = false;
-    EXPECT_EQ(framePreview(scene, 1).eye, alone.eye);
+    EXPECT_EQ(ktFramePreview(scene, 1).eye, alone.eye);
     scene.meshes[1].isFramed = true;
-    EXPECT_NE(framePreview(scene, 1).eye, alone.eye);
+    EXPECT_NE(ktFramePreview(scene, 1).eye, alone.eye);
 }
 
 TEST(PreviewCamera, GivenNothingOrAPoint_StaysFinite) {
     ktPreviewScene scene;
-    EXPECT_TRUE(std::isfinite(framePreview(scene, 1).eye[0]));
+    EXPECT_TRUE(std::isfinite(ktFramePreview(scene, 1).eye[0]));
     scene.meshes = {makeBox({2, 2, 2}, {2, 2, 2})};
-    const ktPreviewCamera camera = framePreview(scene, 1);
+    const ktPreviewCamera camera = ktFramePreview(scene, 1);
     EXPECT_TRUE(std::isfinite(camera.eye[0]));
     EXPECT_GT(camera.farDistance, 0);
 }

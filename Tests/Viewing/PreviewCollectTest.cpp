@@ -68,8 +68,8 @@ protected:
 } // namespace
 
 TEST_F(PreviewCollect, GivenNothing_IsEmpty) {
-    EXPECT_TRUE(collectPreview(osg::NullFC).meshes.empty());
-    EXPECT_TRUE(collectPreview(root).meshes.empty());
+    EXPECT_TRUE(ktCollectPreview(osg::NullFC).meshes.empty());
+    EXPECT_TRUE(ktCollectPreview(root).meshes.empty());
 }
 
 TEST_F(PreviewCollect, GivenSquareBelowTransform_StandsInWorldSpace) {
@@ -78,7 +78,7 @@ TEST_F(PreviewCollect, GivenSquareBelowTransform_StandsInWorldSpace) {
     matrix.setTranslate(10, 0, 0);
     transform->setMatrix(matrix);
     add(makeSquare(), add(transform, root));
-    const ktPreviewScene scene = collectPreview(root);
+    const ktPreviewScene scene = ktCollectPreview(root);
     ASSERT_EQ(scene.meshes.size(), 1u);
     EXPECT_THAT(scene.meshes[0].positions[2], ElementsAre(11, 1, 0));
     EXPECT_THAT(scene.meshes[0].indices, ElementsAre(0, 1, 2, 0, 2, 3));
@@ -91,7 +91,7 @@ TEST_F(PreviewCollect, GivenMirroredTransform_KeepsTheFrontInFront) {
     matrix.setScale(-1, 1, 1);
     transform->setMatrix(matrix);
     add(makeSquare(), add(transform, root));
-    EXPECT_THAT(collectPreview(root).meshes.at(0).indices, ElementsAre(0, 2, 1, 0, 3, 2));
+    EXPECT_THAT(ktCollectPreview(root).meshes.at(0).indices, ElementsAre(0, 2, 1, 0, 3, 2));
 }
 
 TEST_F(PreviewCollect, GivenVertexThatIsNotFinite_DropsItsTriangles) {
@@ -99,14 +99,14 @@ TEST_F(PreviewCollect, GivenVertexThatIsNotFinite_DropsItsTriangles) {
     osg::GeoPositions3fPtr::dcast(square->getPositions())->getFieldPtr()->operator[](3)[1] =
         std::numeric_limits<float>::quiet_NaN();
     add(square, root);
-    EXPECT_THAT(collectPreview(root).meshes.at(0).indices, ElementsAre(0, 1, 2));
+    EXPECT_THAT(ktCollectPreview(root).meshes.at(0).indices, ElementsAre(0, 1, 2));
 }
 
 TEST_F(PreviewCollect, GivenShadows_TakesThemAsGreyLight) {
     osg::GeometryPtr square = makeSquare();
     square->setTexCoords7(makeResults(osg::Vec4f(0, 0, 0, 0.25f)));
     add(square, root);
-    EXPECT_THAT(collectPreview(root).meshes.at(0).light, Each(Each(0.25f)));
+    EXPECT_THAT(ktCollectPreview(root).meshes.at(0).light, Each(Each(0.25f)));
 }
 
 TEST_F(PreviewCollect, GivenBakedLight_TakesItsColor) {
@@ -114,7 +114,7 @@ TEST_F(PreviewCollect, GivenBakedLight_TakesItsColor) {
     square->setTexCoords7(makeResults(osg::Vec4f(0, 0, 0, 0.25f)));
     square->setTexCoords5(makeResults(osg::Vec4f(0.5f, 1, 2, 2.25f)));
     add(square, root);
-    EXPECT_THAT(collectPreview(root).meshes.at(0).light, Each(ElementsAre(0.5f, 1, 2)));
+    EXPECT_THAT(ktCollectPreview(root).meshes.at(0).light, Each(ElementsAre(0.5f, 1, 2)));
 }
 
 TEST_F(PreviewCollect, GivenResultsThatAreAllZeroOrTooFew_CountsThemAsNone) {
@@ -123,7 +123,7 @@ TEST_F(PreviewCollect, GivenResultsThatAreAllZeroOrTooFew_CountsThemAsNone) {
     few->setTexCoords7(makeResults(osg::Vec4f(0, 0, 0, 0.5f), 3));
     add(zero, root);
     add(few, root);
-    for (const ktPreviewMesh& mesh : collectPreview(root).meshes)
+    for (const ktPreviewMesh& mesh : ktCollectPreview(root).meshes)
         EXPECT_THAT(mesh.light, Each(Each(1.0f)));
 }
 
@@ -139,7 +139,7 @@ TEST_F(PreviewCollect, GivenMaterialGroup_TakesItBeforeTheOwnMaterial) {
     outside->setMaterial(own);
     add(inside, add(group, root));
     add(outside, root);
-    const ktPreviewScene scene = collectPreview(root);
+    const ktPreviewScene scene = ktCollectPreview(root);
     EXPECT_THAT(scene.meshes.at(0).colors, Each(ElementsAre(1, 0, 0, 1)));
     EXPECT_THAT(scene.meshes.at(1).colors, Each(ElementsAre(0, 1, 0, 1)));
     EXPECT_TRUE(scene.materials.at(scene.meshes[0].material).isDoubleSided);
@@ -157,7 +157,7 @@ TEST_F(PreviewCollect, GivenVertexColors_MultipliesThem) {
     material->setAlphaMode(osg::UberMaterial::Blend);
     square->setMaterial(material);
     add(square, root);
-    const ktPreviewScene scene = collectPreview(root);
+    const ktPreviewScene scene = ktCollectPreview(root);
     EXPECT_THAT(scene.meshes.at(0).colors, Each(ElementsAre(0.5f, 0.5f, 0, 0.5f)));
     EXPECT_EQ(scene.materials.at(scene.meshes[0].material).alpha, ktPreviewMaterial::Alpha::Blend);
 }
@@ -169,7 +169,7 @@ TEST_F(PreviewCollect, GivenGroundPlaneAndEnvironment_DrawsTheShadowAloneAndNoEn
     sky->setMaterial(osg::UEnvironmentMaterial::create());
     add(ground, root);
     add(sky, root);
-    const ktPreviewScene scene = collectPreview(root);
+    const ktPreviewScene scene = ktCollectPreview(root);
     ASSERT_EQ(scene.meshes.size(), 1u);
     EXPECT_FALSE(scene.meshes[0].isFramed);
     EXPECT_THAT(scene.meshes[0].colors, Each(ElementsAre(0, 0, 0, 0.75f)));

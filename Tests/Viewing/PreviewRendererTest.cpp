@@ -30,7 +30,7 @@ ktPreviewCamera makeCamera() {
 
 QRgb middlePixel(const ktPreviewScene& scene, float exposure = 1) {
     ktPlainTracer tracer;
-    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, exposure);
+    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, exposure);
     return image.isNull() ? 0 : image.pixel(size / 2, size / 2);
 }
 
@@ -52,7 +52,7 @@ TEST(PreviewRenderer, GivenLightThatChangesAcross_Interpolates) {
     scene.meshes[0].positions = {{-0.3f, -1, -1}, {0.3f, -1, -1}, {0.3f, 1, -1}, {-0.3f, 1, -1}};
     scene.meshes[0].light[1] = scene.meshes[0].light[2] = {1, 1, 1};
     ktPlainTracer tracer;
-    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, 1);
+    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, 1);
     for (int x = 1; x < size; ++x)
         EXPECT_GT(qRed(image.pixel(x, 3)), qRed(image.pixel(x - 1, 3)));
 }
@@ -60,7 +60,7 @@ TEST(PreviewRenderer, GivenLightThatChangesAcross_Interpolates) {
 TEST(PreviewRenderer, GivenNothing_ShowsTheBackgroundLighterAtTheTop) {
     ktPreviewScene scene;
     ktPlainTracer tracer;
-    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, 1);
+    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, 1);
     EXPECT_GT(qRed(image.pixel(0, 0)), qRed(image.pixel(0, size - 1)));
     EXPECT_EQ(qRed(image.pixel(0, 0)), qBlue(image.pixel(0, 0)));
 }
@@ -103,7 +103,7 @@ TEST(PreviewRenderer, GivenTexture_SamplesItAtTheInterpolatedCoordinate) {
     scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
     scene.meshes[0].texCoords = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     ktPlainTracer tracer;
-    const QImage image = renderPreview(scene, makeCamera(), tracer, size, size, 1);
+    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, 1);
     EXPECT_EQ(image.pixel(0, size - 1), qRgb(255, 255, 0));
     EXPECT_EQ(image.pixel(size - 1, 0), qRgb(0, 0, 0));
 }
@@ -114,7 +114,7 @@ TEST(PreviewRenderer, GivenStructureThatIsNotBuilt_GivesNoImage) {
     scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
     ktPlainTracer tracer;
     tracer.isBuildable = false;
-    EXPECT_TRUE(renderPreview(scene, makeCamera(), tracer, size, size, 1).isNull());
+    EXPECT_TRUE(ktRenderPreview(scene, makeCamera(), tracer, size, size, 1).isNull());
 }
 
 TEST(PreviewRenderer, GivenOneOrMoreThreads_DrawsTheSame) {
@@ -123,8 +123,8 @@ TEST(PreviewRenderer, GivenOneOrMoreThreads_DrawsTheSame) {
     scene.meshes = {makeSquare(1, {0.2f, 0.4f, 0.6f, 1}, {0.1f, 0.9f, 0.7f})};
     ktPlainTracer tracer;
     ktThreadCount::set(1);
-    const QImage one = renderPreview(scene, makeCamera(), tracer, 33, 17, 1);
+    const QImage one = ktRenderPreview(scene, makeCamera(), tracer, 33, 17, 1);
     ktThreadCount::set(3);
-    EXPECT_EQ(renderPreview(scene, makeCamera(), tracer, 33, 17, 1), one);
+    EXPECT_EQ(ktRenderPreview(scene, makeCamera(), tracer, 33, 17, 1), one);
     ktThreadCount::set(0);
 }

@@ -34,7 +34,7 @@ const std::uint8_t* rangeInView(const ktGltfDocument& document, const ktJson& ob
     const auto view = ktJsonWhole(object, "bufferView");
     if (!view)
         throw ktFileError(pointer, "has no valid bufferView");
-    const ktGltfViewRange range = ktGltfView(document, static_cast<std::size_t>(*view));
+    const ktGltfViewRange range = ktFindGltfView(document, static_cast<std::size_t>(*view));
     std::uint64_t offset = 0;
     if (ktJsonMember(object, "byteOffset")) {
         const auto given = ktJsonWhole(object, "byteOffset");
@@ -109,7 +109,7 @@ int ktComponentCount(const std::string& type) {
     return 0;
 }
 
-ktGltfViewRange ktGltfView(const ktGltfDocument& document, std::size_t index) {
+ktGltfViewRange ktFindGltfView(const ktGltfDocument& document, std::size_t index) {
     const std::string pointer = ktPointer("bufferViews", index);
     const ktJson* view = ktJsonElement(document.json, "bufferViews", index);
     if (!view)

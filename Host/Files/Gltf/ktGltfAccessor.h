@@ -66,4 +66,4 @@ struct ktGltfViewRange {
     std::size_t size;
     std::size_t stride; ///< 0: tightly packed
 };
-ktGltfViewRange ktGltfView(const ktGltfDocument& document, std::size_t index);
+ktGltfViewRange ktFindGltfView(const ktGltfDocument& document, std::size_t index);

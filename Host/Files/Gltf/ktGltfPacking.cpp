@@ -146,13 +146,13 @@ void copyResource(const ktGltfDocument& document, ktJson& entry, const std::stri
     if (!ktJsonMember(entry, "uri") || ktIsDataUri(uri))
         return;
     try {
-        const QString relative = ktAssetRelativePath(uri, object);
+        const QString relative = ktDecodeAssetUri(uri, object);
         auto bytes =
             std::make_unique<ktBytes>(ktReadWholeFile(ktResolveAssetUri(document.folder(), uri, object), object));
         QString target = relative;
         if (QFileInfo::exists(QDir(folder).filePath(target)) && !holds(QDir(folder).filePath(target), *bytes)) {
-            target = withSuffix(relative, ktContentHash(bytes->data(), bytes->size()));
-            entry["uri"] = ktAssetUri(target);
+            target = withSuffix(relative, ktHashContent(bytes->data(), bytes->size()));
+            entry["uri"] = ktEncodeAssetUri(target);
         }
         if (!holds(QDir(folder).filePath(target), *bytes))
             packed.files.push_back({target, bytes->data(), bytes->size()});
@@ -216,14 +216,14 @@ ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder
             entry["uri"] = ktEncodeDataUri(bytes.data(), bytes.size(), ktPointer("buffers", i));
             continue;
         }
-        const QString name = stem + '-' + ktContentHash(bytes.data(), bytes.size()) + ".bin";
-        entry["uri"] = ktAssetUri(name);
+        const QString name = stem + '-' + ktHashContent(bytes.data(), bytes.size()) + ".bin";
+        entry["uri"] = ktEncodeAssetUri(name);
         packed.files.push_back({name, bytes.data(), bytes.size()});
     }
     return packed;
 }
 
-std::vector<QString> ktOwnBuffersBeside(const QString& path) {
+std::vector<QString> ktFindOwnBuffers(const QString& path) {
     std::vector<QString> files;
     if (!QFileInfo(path).isFile())
         return files;
@@ -234,13 +234,13 @@ std::vector<QString> ktOwnBuffersBeside(const QString& path) {
                                          "-([0-9a-f]{12})\\.bin$");
         for (std::size_t i = 0; i < ktJsonCount(json, "buffers"); ++i) {
             const std::string uri = ktJsonText(json["buffers"][i], "uri");
-            const QString name = ktIsDataUri(uri) || uri.empty() ? QString() : ktAssetRelativePath(uri, "file");
+            const QString name = ktIsDataUri(uri) || uri.empty() ? QString() : ktDecodeAssetUri(uri, "file");
             const auto match = pattern.match(name);
             const QString file = QFileInfo(path).absoluteDir().filePath(name);
             if (!match.hasMatch() || !QFileInfo(file).isFile())
                 continue;
             const ktBytes bytes = ktReadWholeFile(file, "file");
-            if (ktContentHash(bytes.data(), bytes.size()) == match.captured(1))
+            if (ktHashContent(bytes.data(), bytes.size()) == match.captured(1))
                 files.push_back(file);
         }
     } catch (const ktFileError&) {
@@ -251,7 +251,7 @@ std::vector<QString> ktOwnBuffersBeside(const QString& path) {
 
 void ktRemoveUnused(const std::vector<QString>& files, const ktJson& json) {
     for (const QString& file : files) {
-        const std::string uri = ktAssetUri(QFileInfo(file).fileName());
+        const std::string uri = ktEncodeAssetUri(QFileInfo(file).fileName());
         bool used = false;
         for (std::size_t i = 0; i < ktJsonCount(json, "buffers"); ++i)
             used = used || ktJsonText(json["buffers"][i], "uri") == uri;

@@ -43,6 +43,6 @@ ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder
 
 /// Absolute paths of the buffer files that the .gltf file `path` refers to and that were written by ktPackForGltf():
 /// their name ends in the hash of their content. Empty when there is no such file.
-std::vector<QString> ktOwnBuffersBeside(const QString& path);
+std::vector<QString> ktFindOwnBuffers(const QString& path);
 /// Removes those of `files` that `json` refers to no more.
 void ktRemoveUnused(const std::vector<QString>& files, const ktJson& json);

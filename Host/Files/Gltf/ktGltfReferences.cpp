@@ -35,7 +35,7 @@ void useInstancing(std::vector<bool>& used, const ktJson& node) {
 
 } // namespace
 
-std::vector<bool> ktUsedAccessors(const ktJson& document) {
+std::vector<bool> ktFindUsedAccessors(const ktJson& document) {
     std::vector<bool> used(ktJsonCount(document, "accessors"));
     for (std::size_t i = 0; i < ktJsonCount(document, "meshes"); ++i)
         useMesh(used, *ktJsonElement(document, "meshes", i));
@@ -53,7 +53,7 @@ std::vector<bool> ktUsedAccessors(const ktJson& document) {
     return used;
 }
 
-std::vector<bool> ktUsedViews(const ktJson& document) {
+std::vector<bool> ktFindUsedViews(const ktJson& document) {
     std::vector<bool> used(ktJsonCount(document, "bufferViews"));
     for (std::size_t i = 0; i < ktJsonCount(document, "accessors"); ++i) {
         const ktJson& accessor = *ktJsonElement(document, "accessors", i);

@@ -6,6 +6,6 @@
 #include <vector>
 
 /// For each accessor of a document, whether a mesh, an animation, a skin or a node's instancing refers to it.
-std::vector<bool> ktUsedAccessors(const ktJson& document);
+std::vector<bool> ktFindUsedAccessors(const ktJson& document);
 /// For each buffer view of a document, whether an accessor or an image refers to it.
-std::vector<bool> ktUsedViews(const ktJson& document);
+std::vector<bool> ktFindUsedViews(const ktJson& document);

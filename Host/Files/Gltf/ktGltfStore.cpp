@@ -86,7 +86,7 @@ void ktGltfStore::findOwnRegions() {
 
 void ktGltfStore::reclaimAccessors() {
     ktJson& accessors = list("accessors");
-    const std::vector<bool> used = ktUsedAccessors(document.json);
+    const std::vector<bool> used = ktFindUsedAccessors(document.json);
     for (std::size_t i = 0; i < accessors.size(); ++i) {
         const auto index = ktJsonWhole(accessors[i], "bufferView");
         const ktJson* view =
@@ -101,7 +101,7 @@ void ktGltfStore::reclaimAccessors() {
 
 void ktGltfStore::reclaimViews() {
     ktJson& views = list("bufferViews");
-    const std::vector<bool> used = ktUsedViews(document.json);
+    const std::vector<bool> used = ktFindUsedViews(document.json);
     for (std::size_t i = 0; i < views.size(); ++i)
         if (!used[i] && isMarked(views[i]))
             freedViews.push_back(i);

@@ -115,7 +115,7 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
         files.keep();
         return;
     }
-    const std::vector<QString> replaced = ktOwnBuffersBeside(path);
+    const std::vector<QString> replaced = ktFindOwnBuffers(path);
     const ktPackedGltf packed = ktPackForGltf(document, target.absolutePath(), target.completeBaseName(), messages);
     FilesBeside files(target.absoluteDir());
     files.write(packed);

@@ -22,7 +22,7 @@ bool readNumbers(const ktJson& node, const char* key, std::size_t count, double*
 
 } // namespace
 
-ktMatrix ktNodeMatrix(const ktJson& node, bool& valid) {
+ktMatrix ktReadNodeMatrix(const ktJson& node, bool& valid) {
     ktMatrix matrix = ktIdentity;
     valid = readNumbers(node, "matrix", 16, matrix.data());
     if (ktJsonMember(node, "matrix"))

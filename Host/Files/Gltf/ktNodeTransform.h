@@ -13,7 +13,7 @@ const ktMatrix ktIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
 /// The transform of a node, given as matrix or as translation, rotation and scale. With values that are not finite or a
 /// rotation without length, `valid` becomes false and the identity is returned.
-ktMatrix ktNodeMatrix(const ktJson& node, bool& valid);
+ktMatrix ktReadNodeMatrix(const ktJson& node, bool& valid);
 /// What does b first and then a.
 ktMatrix ktMultiply(const ktMatrix& a, const ktMatrix& b);
 /// The inverse of a matrix whose last row is 0, 0, 0, 1; false, and nothing written, when there is none.

@@ -62,7 +62,7 @@ void addNodeChannels(ktAssimpTarget& target, ktJson& animation, const aiNodeAnim
 
 } // namespace
 
-void ktAssimpAnimations(ktAssimpTarget& target) {
+void ktConvertAssimpAnimations(ktAssimpTarget& target) {
     for (unsigned a = 0; a < target.scene.mNumAnimations; ++a) {
         const aiAnimation& source = *target.scene.mAnimations[a];
         ktJson animation = ktJson::object();

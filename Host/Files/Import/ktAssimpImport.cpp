@@ -97,9 +97,9 @@ ktJson import(const std::string& path, ktBytes& bytes) {
     }
     ktFileMessages messages;
     ktAssimpTarget target(*scene, path.substr(0, path.rfind('/') + 1), messages);
-    ktAssimpMaterials(target);
-    ktAssimpNodes(target);
-    ktAssimpAnimations(target);
+    ktConvertAssimpMaterials(target);
+    ktConvertAssimpNodes(target);
+    ktConvertAssimpAnimations(target);
     const double metres = metresPerUnit(*scene, path);
     standUp(target, metres);
     if (!target.bytes.empty())

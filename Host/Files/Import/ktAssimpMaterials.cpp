@@ -174,21 +174,21 @@ ktJson Materials::fileNamed(std::string name) {
     tries.push_back(fs::path("textures") / given.filename());
     for (const fs::path& candidate : tries)
         if (!candidate.empty() && fs::is_regular_file(target.folder / candidate, ignored))
-            return {{"uri", ktAssetUri(QString::fromStdString(candidate.string()))}};
+            return {{"uri", ktEncodeAssetUri(QString::fromStdString(candidate.string()))}};
     target.messages.warn(name, "image not found beside the file");
     return nullptr;
 }
 
 } // namespace
 
-void ktAssimpMaterials(ktAssimpTarget& target) {
+void ktConvertAssimpMaterials(ktAssimpTarget& target) {
     Materials materials(target);
     for (unsigned i = 0; i < target.scene.mNumMaterials; ++i)
         target.add("materials",
                    target.scene.mMaterials[i] ? materials.convert(*target.scene.mMaterials[i]) : ktJson::object());
 }
 
-std::size_t ktAssimpMaterialFor(ktAssimpTarget& target, std::size_t material, const ktJson& attributes) {
+std::size_t ktChooseAssimpMaterial(ktAssimpTarget& target, std::size_t material, const ktJson& attributes) {
     ktJson copy = target.json["materials"][material];
     std::string dropped;
     const auto check = [&](ktJson& holder, const char* key) {

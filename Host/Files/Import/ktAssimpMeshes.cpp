@@ -53,7 +53,7 @@ std::vector<float> normals(ktAssimpTarget& target, const aiMesh& mesh, const std
             continue;
         if (smooth.empty()) {
             target.messages.warn(mesh.mName.C_Str(), "normals without direction replaced");
-            smooth = ktSmoothNormals(positions.data(), mesh.mNumVertices, triangles);
+            smooth = ktMakeSmoothNormals(positions.data(), mesh.mNumVertices, triangles);
         }
         std::copy_n(&smooth[i], 3, &out[i]);
     }
@@ -132,7 +132,7 @@ std::pair<unsigned, int> kindOf(const aiMesh& mesh) {
 
 } // namespace
 
-ktJson ktAssimpPrimitive(ktAssimpTarget& target, const aiMesh& mesh) {
+ktJson ktConvertAssimpMesh(ktAssimpTarget& target, const aiMesh& mesh) {
     const auto [corners, mode] = kindOf(mesh);
     if (!mesh.HasPositions() || !corners)
         return nullptr;
@@ -178,7 +178,7 @@ ktJson ktAssimpPrimitive(ktAssimpTarget& target, const aiMesh& mesh) {
         primitive["indices"] = target.addIndices(indices);
     primitive["mode"] = mode;
     if (mesh.mMaterialIndex < target.scene.mNumMaterials)
-        primitive["material"] = ktAssimpMaterialFor(target, mesh.mMaterialIndex, attributes);
+        primitive["material"] = ktChooseAssimpMaterial(target, mesh.mMaterialIndex, attributes);
     for (unsigned m = 0; m < mesh.mNumAnimMeshes; ++m)
         if (mesh.mAnimMeshes[m] && mesh.mAnimMeshes[m]->mNumVertices == mesh.mNumVertices)
             primitive["targets"].push_back(morphTarget(target, mesh, *mesh.mAnimMeshes[m]));

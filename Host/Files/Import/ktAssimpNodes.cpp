@@ -162,7 +162,7 @@ void Nodes::addMeshTo(std::size_t node, const std::vector<unsigned>& meshes, con
         ktJson mesh = {{"primitives", ktJson::array()}};
         for (const unsigned index : meshes) {
             if (!primitives.count(index))
-                primitives[index] = ktAssimpPrimitive(target, *target.scene.mMeshes[index]);
+                primitives[index] = ktConvertAssimpMesh(target, *target.scene.mMeshes[index]);
             if (!primitives[index].is_null())
                 mesh["primitives"].push_back(primitives[index]);
         }
@@ -277,6 +277,6 @@ void Nodes::addCameras() {
 
 } // namespace
 
-void ktAssimpNodes(ktAssimpTarget& target) {
+void ktConvertAssimpNodes(ktAssimpTarget& target) {
     Nodes(target).convert();
 }

@@ -40,14 +40,14 @@ struct ktAssimpTarget {
 };
 
 /// Fills /materials, /textures, /images and /samplers.
-void ktAssimpMaterials(ktAssimpTarget& target);
+void ktConvertAssimpMaterials(ktAssimpTarget& target);
 /// The glTF material for a mesh with these attributes: the material itself, or a copy without the textures whose
 /// coordinates the mesh lacks.
-std::size_t ktAssimpMaterialFor(ktAssimpTarget& target, std::size_t material, const ktJson& attributes);
+std::size_t ktChooseAssimpMaterial(ktAssimpTarget& target, std::size_t material, const ktJson& attributes);
 /// The glTF primitive of one mesh: attributes, indices, mode, material, morph targets; null when nothing of it is
 /// usable.
-ktJson ktAssimpPrimitive(ktAssimpTarget& target, const aiMesh& mesh);
+ktJson ktConvertAssimpMesh(ktAssimpTarget& target, const aiMesh& mesh);
 /// Fills /nodes, /meshes, /skins, /cameras, lights and /scenes.
-void ktAssimpNodes(ktAssimpTarget& target);
+void ktConvertAssimpNodes(ktAssimpTarget& target);
 /// Fills /animations.
-void ktAssimpAnimations(ktAssimpTarget& target);
+void ktConvertAssimpAnimations(ktAssimpTarget& target);

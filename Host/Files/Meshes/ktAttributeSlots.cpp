@@ -21,7 +21,7 @@ osg::GeoTexCoordsPtr make(const std::vector<float>& values) {
 
 } // namespace
 
-std::optional<int> ktChannelOfTexCoord(std::uint64_t n) {
+std::optional<int> ktFindTexCoordChannel(std::uint64_t n) {
     if (n <= 4)
         return static_cast<int>(n);
     return n == 5 ? std::optional<int>(6) : std::nullopt;

@@ -16,7 +16,7 @@ struct ktAttributeSlot {
 
 /// The texture coordinate channel that TEXCOORD_n is always kept in, since materials refer to it: n up to 4, 6 for
 /// TEXCOORD_5; empty for others.
-std::optional<int> ktChannelOfTexCoord(std::uint64_t n);
+std::optional<int> ktFindTexCoordChannel(std::uint64_t n);
 
 /// The property in one of the geometry's texture coordinate channels.
 osg::GeoTexCoordsPtr ktGetTexCoords(const osg::GeometryPtr& geometry, int channel);

@@ -161,7 +161,7 @@ void ktPrimitiveReader::warnAboutShape(const Open& open) {
     warn(shape.badPositions, "has positions that are not finite; what uses them is left out");
     warn(shape.incomplete, "has vertices at its end that make no whole primitive");
     if (shape.mode == 4)
-        warn(ktCountDegenerate(shape.positions, ktTrianglesOf(shape)), "has triangles without an area");
+        warn(ktCountDegenerate(shape.positions, ktTriangulate(shape)), "has triangles without an area");
 }
 
 std::optional<ktGltfAccessor> ktPrimitiveReader::openAttribute(Open& open, const std::string& name) {
@@ -200,7 +200,7 @@ void ktPrimitiveReader::mendNormals(Open& open, std::vector<float>& normals) {
     const std::vector<float>& positions = open.shape.positions;
     if (normals.empty()) {
         if (open.shape.mode >= 4)
-            normals = ktSmoothNormals(positions.data(), open.shape.vertexCount(), ktTrianglesOf(open.shape));
+            normals = ktMakeSmoothNormals(positions.data(), open.shape.vertexCount(), ktTriangulate(open.shape));
         return;
     }
     std::vector<float> smooth;
@@ -209,7 +209,7 @@ void ktPrimitiveReader::mendNormals(Open& open, std::vector<float>& normals) {
         if (isUnit(&normals[i]) || normalize(&normals[i]))
             continue;
         if (smooth.empty())
-            smooth = ktSmoothNormals(positions.data(), open.shape.vertexCount(), ktTrianglesOf(open.shape));
+            smooth = ktMakeSmoothNormals(positions.data(), open.shape.vertexCount(), ktTriangulate(open.shape));
         std::copy_n(&smooth[i], 3, &normals[i]);
         ++bad;
     }
@@ -251,7 +251,7 @@ void ktPrimitiveReader::readSlots(Open& open) {
         std::optional<int> channel;
         if (name.size() == 10 && name.compare(0, 9, "TEXCOORD_") == 0 &&
             std::isdigit(static_cast<unsigned char>(name[9])))
-            channel = ktChannelOfTexCoord(static_cast<std::uint64_t>(name[9] - '0'));
+            channel = ktFindTexCoordChannel(static_cast<std::uint64_t>(name[9] - '0'));
         if (channel)
             keep(name, *channel);
         else

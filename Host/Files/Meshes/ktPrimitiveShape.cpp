@@ -152,7 +152,7 @@ void ktVertexPacker::packUsed(ktPrimitiveShape& shape, const ktGltfAccessor& pos
     positions.readFloats(shape.sourceOrNull(), shape.vertexCount(), 3, 0.0f, shape.positions.data());
 }
 
-std::vector<std::uint32_t> ktTrianglesOf(const ktPrimitiveShape& shape) {
+std::vector<std::uint32_t> ktTriangulate(const ktPrimitiveShape& shape) {
     if (shape.mode < 4)
         return {};
     return listOf(shape.mode, shape.indices.empty() ? sequence(shape.vertexCount()) : shape.indices);

@@ -33,6 +33,6 @@ private:
 };
 
 /// The triangles of a shape, three vertices each, wound alike; none for points and lines.
-std::vector<std::uint32_t> ktTrianglesOf(const ktPrimitiveShape& shape);
+std::vector<std::uint32_t> ktTriangulate(const ktPrimitiveShape& shape);
 /// Triangles without an area.
 std::size_t ktCountDegenerate(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles);

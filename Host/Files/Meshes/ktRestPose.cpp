@@ -160,8 +160,8 @@ void normalizeAll(std::vector<float>& normals) {
 
 } // namespace
 
-ktRestPose ktRestPoseOf(const ktGltfDocument& document, std::size_t node,
-                        const std::vector<std::optional<ktMatrix>>& toScene, ktFileMessages& messages) {
+ktRestPose ktReadRestPose(const ktGltfDocument& document, std::size_t node,
+                          const std::vector<std::optional<ktMatrix>>& toScene, ktFileMessages& messages) {
     ktRestPose pose;
     const ktJson& shown = *ktJsonElement(document.json, "nodes", node);
     const ktJson* mesh =

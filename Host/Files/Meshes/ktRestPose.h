@@ -18,8 +18,8 @@ struct ktRestPose {
 
 /// The pose of the mesh that `node` shows. What cannot be used of a skin or of weights is warned about and left out.
 /// @param toScene per node of the document its transform in the scene; empty for nodes outside the scene
-ktRestPose ktRestPoseOf(const ktGltfDocument& document, std::size_t node,
-                        const std::vector<std::optional<ktMatrix>>& toScene, ktFileMessages& messages);
+ktRestPose ktReadRestPose(const ktGltfDocument& document, std::size_t node,
+                          const std::vector<std::optional<ktMatrix>>& toScene, ktFileMessages& messages);
 
 /// Moves the vertices of a primitive.
 /// @param source    source vertex of each vertex; null: all in sequence

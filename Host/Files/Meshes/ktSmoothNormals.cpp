@@ -90,8 +90,8 @@ void forEachCorner(const Vector* positions, const std::vector<std::uint32_t>& tr
 
 } // namespace
 
-std::vector<float> ktSmoothNormals(const float* positions, std::size_t count,
-                                   const std::vector<std::uint32_t>& triangles) {
+std::vector<float> ktMakeSmoothNormals(const float* positions, std::size_t count,
+                                       const std::vector<std::uint32_t>& triangles) {
     std::vector<float> out(3 * count, 0.0f);
     const auto* places = reinterpret_cast<const Vector*>(positions);
     auto* normals = reinterpret_cast<Vector*>(out.data());

@@ -12,5 +12,5 @@
 /// @param positions x, y, z of each vertex, finite
 /// @param triangles three indices each, below `count`
 /// @return x, y, z of each vertex, unit length
-std::vector<float> ktSmoothNormals(const float* positions, std::size_t count,
-                                   const std::vector<std::uint32_t>& triangles);
+std::vector<float> ktMakeSmoothNormals(const float* positions, std::size_t count,
+                                       const std::vector<std::uint32_t>& triangles);

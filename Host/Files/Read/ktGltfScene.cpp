@@ -85,7 +85,7 @@ void Builder::addNodes(ktGltfScene& target) {
 
 osg::NodePtr Builder::makeNode(std::size_t index, const ktJson& json) {
     bool valid = false;
-    const ktMatrix matrix = ktNodeMatrix(json, valid);
+    const ktMatrix matrix = ktReadNodeMatrix(json, valid);
     if (!valid)
         messages.warn(ktPointer("nodes", index), "has no valid transform; it stays where its parent is");
     osg::GroupPtr core;
@@ -118,8 +118,8 @@ osg::NodePtr Builder::makeNode(std::size_t index, const ktJson& json) {
 
 ktRestPose Builder::poseOf(std::size_t index, const ktJson& json) {
     if (ktJsonMember(json, "skin") && matrices.empty())
-        matrices = ktNodeMatrices(document, tree);
-    return ktRestPoseOf(document, index, matrices, messages);
+        matrices = ktFindNodeMatrices(document, tree);
+    return ktReadRestPose(document, index, matrices, messages);
 }
 
 void Builder::addMesh(std::size_t index, const ktJson& json, const osg::NodePtr& node) {

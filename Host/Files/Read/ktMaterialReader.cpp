@@ -154,7 +154,7 @@ void ktMaterialReader::readTexture(const ktJson& info, const osg::UberMaterialPt
         out.rotation_rad = static_cast<float>(ktJsonNumber(*transform, "rotation", 0.0));
         coordinates = ktJsonWhole(*transform, "texCoord").value_or(coordinates);
     }
-    const auto channel = ktChannelOfTexCoord(coordinates);
+    const auto channel = ktFindTexCoordChannel(coordinates);
     if (!channel) {
         messages.warn(object, "uses texture coordinates beyond TEXCOORD_5; its colour is left out");
         return;

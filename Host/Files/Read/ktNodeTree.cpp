@@ -112,11 +112,11 @@ ktNodeTree ktReadNodeTree(const ktGltfDocument& document, std::optional<std::siz
     return tree;
 }
 
-std::vector<std::optional<ktMatrix>> ktNodeMatrices(const ktGltfDocument& document, const ktNodeTree& tree) {
+std::vector<std::optional<ktMatrix>> ktFindNodeMatrices(const ktGltfDocument& document, const ktNodeTree& tree) {
     std::vector<std::optional<ktMatrix>> matrices(ktJsonCount(document.json, "nodes"));
     for (const ktNodeTree::Entry& entry : tree.entries) {
         bool valid = false;
-        const ktMatrix own = ktNodeMatrix(*ktJsonElement(document.json, "nodes", entry.node), valid);
+        const ktMatrix own = ktReadNodeMatrix(*ktJsonElement(document.json, "nodes", entry.node), valid);
         matrices[entry.node] =
             entry.parent == ktNodeTree::none ? own : ktMultiply(*matrices[tree.entries[entry.parent].node], own);
     }

@@ -26,7 +26,7 @@ struct ktNodeTree {
 ktNodeTree ktReadNodeTree(const ktGltfDocument& document, std::optional<std::size_t> scene, ktFileMessages& messages);
 
 /// Per node of the document its transform in the scene; empty for nodes that are not in the tree.
-std::vector<std::optional<ktMatrix>> ktNodeMatrices(const ktGltfDocument& document, const ktNodeTree& tree);
+std::vector<std::optional<ktMatrix>> ktFindNodeMatrices(const ktGltfDocument& document, const ktNodeTree& tree);
 
 /// Gives each node of the tree a mesh of its own, by copying meshes that several nodes show. Their data stay shared.
 void ktMakeMeshesUnique(ktGltfDocument& document, const ktNodeTree& tree);

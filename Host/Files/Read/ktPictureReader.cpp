@@ -15,7 +15,7 @@ const std::int64_t pixelLimit = std::int64_t(1) << 28;
 
 ktBytes encodedBytes(const ktGltfDocument& document, const ktJson& image, const std::string& object) {
     if (const auto view = ktJsonWhole(image, "bufferView")) {
-        const ktGltfViewRange range = ktGltfView(document, static_cast<std::size_t>(*view));
+        const ktGltfViewRange range = ktFindGltfView(document, static_cast<std::size_t>(*view));
         return ktBytes(range.data, range.data + range.size);
     }
     const std::string uri = ktJsonText(image, "uri");

@@ -83,7 +83,7 @@ std::string ktEncodeDataUri(const std::uint8_t* data, std::size_t size, const st
     return "data:application/octet-stream;base64," + raw.toBase64().toStdString();
 }
 
-QString ktAssetRelativePath(const std::string& uri, const std::string& object) {
+QString ktDecodeAssetUri(const std::string& uri, const std::string& object) {
     if (hasScheme(uri))
         throw ktFileError(object, "URI '" + uri.substr(0, 80) + "' is not relative to the file");
     QString path = QString::fromUtf8(QByteArray::fromPercentEncoding(QByteArray::fromStdString(uri)));
@@ -98,7 +98,7 @@ QString ktAssetRelativePath(const std::string& uri, const std::string& object) {
 }
 
 QString ktResolveAssetUri(const QString& folder, const std::string& uri, const std::string& object) {
-    const QString relative = ktAssetRelativePath(uri, object);
+    const QString relative = ktDecodeAssetUri(uri, object);
     const QFileInfo info(QDir(folder).absoluteFilePath(relative));
     if (!info.exists())
         throw ktFileError(object, "'" + relative.toStdString() + "' does not exist");
@@ -109,11 +109,11 @@ QString ktResolveAssetUri(const QString& folder, const std::string& uri, const s
     return info.absoluteFilePath();
 }
 
-std::string ktAssetUri(const QString& relativePath) {
+std::string ktEncodeAssetUri(const QString& relativePath) {
     return QUrl::toPercentEncoding(relativePath, "/!$&'()*+,;=@").toStdString();
 }
 
-QString ktContentHash(const std::uint8_t* data, std::size_t size) {
+QString ktHashContent(const std::uint8_t* data, std::size_t size) {
     QCryptographicHash hash(QCryptographicHash::Sha256);
     // Qt counts lengths in int.
     for (std::size_t done = 0; done < size;) {

@@ -23,12 +23,12 @@ std::string ktEncodeDataUri(const std::uint8_t* data, std::size_t size, const st
 
 /// The relative path that an asset's URI means: percent-encoding resolved, separators forward. Throws ktFileError that
 /// names `object` when the URI has a scheme, is absolute, or climbs with "..".
-QString ktAssetRelativePath(const std::string& uri, const std::string& object);
+QString ktDecodeAssetUri(const std::string& uri, const std::string& object);
 /// The absolute path of a file that an asset in `folder` names by a URI. Throws ktFileError that names `object` as
 /// above, and when the file is missing or a link leads outside the folder.
 QString ktResolveAssetUri(const QString& folder, const std::string& uri, const std::string& object);
 /// A relative path as a URI, percent-encoded where needed.
-std::string ktAssetUri(const QString& relativePath);
+std::string ktEncodeAssetUri(const QString& relativePath);
 
 /// First 12 hexadecimal digits of the SHA-256 of some bytes: names files by their content.
-QString ktContentHash(const std::uint8_t* data, std::size_t size);
+QString ktHashContent(const std::uint8_t* data, std::size_t size);

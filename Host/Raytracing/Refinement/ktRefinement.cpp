@@ -29,7 +29,7 @@ public:
             return false;
         const auto parents = geometry->getParents();
         return std::count_if(parents.begin(), parents.end(),
-                             [](const osg::NodePtr& node) { return isInScene(node); }) <= 1;
+                             [](const osg::NodePtr& node) { return ktIsInScene(node); }) <= 1;
     }
 
 private:

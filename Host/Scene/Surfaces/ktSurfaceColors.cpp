@@ -80,7 +80,7 @@ Color ktSurfaceColors::at(const std::uint32_t* corners, float u, float v) const 
     Color color = vertexColors.empty() ? base : product(base, interpolate(vertexColors, corners, u, v));
     if (!texCoords.empty() && texture.image) {
         const std::array<float, 2> place = interpolate(texCoords, corners, u, v);
-        color = product(color, sampleTexture(texture, place[0], place[1]));
+        color = product(color, ktSampleTexture(texture, place[0], place[1]));
     }
     return color;
 }

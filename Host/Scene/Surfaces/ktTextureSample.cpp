@@ -50,7 +50,7 @@ double finiteOr0(double value) {
 
 } // namespace
 
-std::array<float, 4> sampleTexture(const osg::UberMaterialTexture& texture, float u, float v) {
+std::array<float, 4> ktSampleTexture(const osg::UberMaterialTexture& texture, float u, float v) {
     if (!texture.image || !isWhole(*texture.image))
         return {1, 1, 1, 1};
     const ktImage& image = *texture.image;

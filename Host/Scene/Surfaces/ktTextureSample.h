@@ -9,4 +9,4 @@
 /// transform, wrapped, and interpolated between the four pixels around it where the texture is filtered. White without
 /// a picture, or when it has fewer pixels than its size promises. Coordinates that are not finite, before or after the
 /// transform, count as 0. Thread-safe.
-std::array<float, 4> sampleTexture(const osg::UberMaterialTexture& texture, float u, float v);
+std::array<float, 4> ktSampleTexture(const osg::UberMaterialTexture& texture, float u, float v);

@@ -82,7 +82,7 @@ std::vector<std::uint32_t> readTriangles(const osg::GeometryPtr& geometry) {
 
 osg::NodePtr ktHostModuleNode::get() const {
     const osg::NodePtr node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(id));
-    if (node == osg::NullFC || !isInScene(node))
+    if (node == osg::NullFC || !ktIsInScene(node))
         throw ktHostModuleError("the node is not in the scene any more");
     return node;
 }

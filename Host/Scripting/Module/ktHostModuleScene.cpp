@@ -122,7 +122,7 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
     const float factor = checkExposure(exposure);
     openFile();
     loadPictures();
-    const std::string reason = writePreview(ktScenegraph::getRootNode(), name, factor, width, height, turn_degrees);
+    const std::string reason = ktWritePreview(ktScenegraph::getRootNode(), name, factor, width, height, turn_degrees);
     if (!reason.empty())
         throw ktHostModuleError(name + ": the picture cannot be written: " + reason);
 }
