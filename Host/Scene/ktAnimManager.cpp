@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktAnimManager.h"
 
-#include "ktMarkQuestion.h"
+#include "ktNodeMarkQuery.h"
 
 ktAnimManager* ktAnimManager::the() {
     static ktAnimManager instance;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktLights.h"
 
-#include "ktMarkQuestion.h"
+#include "ktNodeMarkQuery.h"
 
 #include <OpenSG/OSGLight.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktNodePermission.h"
 
-#include "ktAnsweringNodes.h"
 #include "ktControllerState.h"
 #include "ktNodeMarks.h"
+#include "ktOriginalNodes.h"
 #include "ktScenegraph.h"
 #include "OSGNodeMarksAttachment.h"
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktNodeUtils.h"
 
-#include "ktMarkQuestion.h"
+#include "ktNodeMarkQuery.h"
 
 #include <OpenSG/OSGSimpleAttachments.h>
 
 const char* ktNodeUtils::getName(const osg::NodePtr& node) {
     const char* name = nullptr;
-    ktForEachAnsweringNode(node, [&](const osg::NodePtr& answering) {
-        name = osg::getName(answering);
+    ktForEachOriginal(node, [&](const osg::NodePtr& original) {
+        name = osg::getName(original);
         if (name != nullptr && name[0] == '\0')
             name = nullptr;
         return name == nullptr;

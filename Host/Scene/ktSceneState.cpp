@@ -2,7 +2,7 @@
 #include "ktSceneState.h"
 
 #include "ktHostSignals.h"
-#include "ktScenePlaces.h"
+#include "ktNodeLocator.h"
 #include "ktSceneStorage.h"
 
 #include <unordered_set>
@@ -38,9 +38,9 @@ void ktSceneState::setRootNode(const osg::NodePtr& root) {
 std::size_t ktSceneState::setSelection(const std::vector<osg::NodePtr>& nodes) {
     std::vector<osg::UInt32> ids;
     std::unordered_set<osg::UInt32> seen;
-    ktScenePlaces places(ktSceneStorage::the().root, {});
+    ktNodeLocator locator(ktSceneStorage::the().root, {});
     for (const osg::NodePtr& node : nodes)
-        if (places.find(node) != ktScenePlace::OutsideScene && seen.insert(node.getFieldContainerId()).second)
+        if (locator.find(node) != ktNodeLocation::OutsideScene && seen.insert(node.getFieldContainerId()).second)
             ids.push_back(node.getFieldContainerId());
     const std::size_t count = ids.size();
     select(std::move(ids));

@@ -2,7 +2,7 @@
 #include "ktScenegraph.h"
 
 #include "ktHostSignals.h"
-#include "ktScenePlaces.h"
+#include "ktNodeLocator.h"
 #include "ktSceneStorage.h"
 
 #include <OpenSG/OSGFieldContainerFactory.h>
@@ -10,13 +10,13 @@
 std::vector<ktNodePtr> ktScenegraph::getSelectedRootNodes() {
     const ktSceneStorage& storage = ktSceneStorage::the();
     std::vector<ktNodePtr> nodes;
-    ktScenePlaces places(storage.root, storage.selectedIds);
+    ktNodeLocator locator(storage.root, storage.selectedIds);
     for (const osg::UInt32 id : storage.selectedIds) {
         const auto node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(id));
-        const ktScenePlace place = places.find(node);
-        if (place == ktScenePlace::OutsideScene)
+        const ktNodeLocation location = locator.find(node);
+        if (location == ktNodeLocation::OutsideScene)
             nodes.emplace_back();
-        else if (place == ktScenePlace::InScene)
+        else if (location == ktNodeLocation::InScene)
             nodes.push_back(node);
     }
     return nodes;

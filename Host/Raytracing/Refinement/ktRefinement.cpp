@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktRefinement.h"
 
-#include "ktAnsweringNodes.h"
 #include "ktCancelPoint.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
+#include "ktOriginalNodes.h"
 #include "ktRefinementGroup.h"
 #include "ktWorkers.h"
 

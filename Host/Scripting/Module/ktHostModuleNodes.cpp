@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktHostModuleNodes.h"
 
-#include "ktAnsweringNodes.h"
 #include "ktBakedLight.h"
 #include "ktHostModuleBuffer.h"
 #include "ktHostModuleError.h"
 #include "ktHostModuleScene.h"
 #include "ktHostModuleText.h"
 #include "ktNodePermission.h"
+#include "ktOriginalNodes.h"
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
 

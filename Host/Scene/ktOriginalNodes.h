@@ -8,12 +8,12 @@
 /// Whether the node is the root of the scene or below it; false for null. Takes time in proportion to its depth.
 KT_HOST_EXPORT bool ktIsInScene(const osg::NodePtr& node);
 
-/// Calls visit(node) for each node that answers a question about `node`, until it returns false. That is the node
-/// itself if it is in the scene; else those nodes of the scene that hold its core: a cloned tree shares cores with the
-/// scene but carries no attachments. Where there are none, the node answers for itself. A null node has no answer.
-/// The nodes come from the core's own list of parents, so the scene is not searched.
+/// Calls visit(original) for each original of `node`, until it returns false. A node in the scene is its own original.
+/// A node outside the scene may be a clone: it shares its core with nodes of the scene, but has no attachments. These
+/// nodes are its originals. Without them it is its own original. A null node has none.
+/// The nodes come from the core's list of parents, so the scene is not searched.
 template <class Visitor>
-void ktForEachAnsweringNode(const osg::NodePtr& node, Visitor visit) {
+void ktForEachOriginal(const osg::NodePtr& node, Visitor visit) {
     if (node == osg::NullFC)
         return;
     bool hasSceneNode = false;

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktAnsweringNodes.h"
+#include "ktOriginalNodes.h"
 #include "OSGNodeMarksAttachment.h"
 
-/// Whether one of the nodes that answer for `node` carries the mark, e.g. &osg::NodeMarksAttachment::getSFLocked.
+/// Whether an original of `node` (ktOriginalNodes.h) carries the mark, e.g. &osg::NodeMarksAttachment::getSFLocked.
 inline bool ktHasMark(const osg::NodePtr& node, const osg::SFBool* (osg::NodeMarksAttachment::*mark)() const) {
     if (!osg::NodeMarksAttachment::exist())
         return false;
     bool isMarked = false;
-    ktForEachAnsweringNode(node, [&](const osg::NodePtr& answering) {
+    ktForEachOriginal(node, [&](const osg::NodePtr& original) {
         const auto marks =
-            osg::NodeMarksAttachmentPtr::dcast(answering->findAttachment(osg::NodeMarksAttachment::getClassType()));
+            osg::NodeMarksAttachmentPtr::dcast(original->findAttachment(osg::NodeMarksAttachment::getClassType()));
         isMarked = marks != osg::NullFC && (marks.getCPtr()->*mark)()->getValue();
         return !isMarked;
     });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "ktAnsweringNodes.h"
+#include "ktOriginalNodes.h"
 
 #include "ktScenegraph.h"
 
