@@ -89,10 +89,11 @@ kt_show_progress() {
     printf '\r\033[K' >&2
 }
 
-# kt_build BUILD TARGET OPTION...: brings the target up to date. The output goes to a log file; its end is shown if the
-# build fails.
+# kt_build BUILD TARGETS OPTION...: brings the targets (one word, divided by spaces) up to date. The output goes to a log
+# file; its end is shown if the build fails.
 kt_build() {
-    local build=$1 target=$2 log="$1/build.log"
+    local build=$1 targets log="$1/build.log"
+    read -ra targets <<<"$2"
     shift 2
     mkdir -p "$build"
     exec 9>"$build/.lock"
@@ -100,7 +101,7 @@ kt_build() {
     [ -f "$build/.built" ] || kt_say "Building in $build; the first time takes some minutes."
     if ! {
         kt_configure "$build" "$@" &&
-            cmake --build "$build" --target "$target" --parallel "$(nproc)"
+            cmake --build "$build" --target "${targets[@]}" --parallel "$(nproc)"
     } 9>&- 2>&1 </dev/null | tee "$log" | if [ -t 2 ]; then kt_show_progress; else cat >/dev/null; fi; then
         tail -n 60 "$log" >&2
         kt_fail "The build failed. Full log: $log"
