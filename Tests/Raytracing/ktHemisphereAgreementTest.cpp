@@ -23,7 +23,7 @@ void PrintTo(const Case& testCase, std::ostream* out) {
 
 class HemisphereAgreement : public testing::TestWithParam<Case> {
 protected:
-    void expectAgreement(ktHemisphereLeafKind kind) const;
+    void expectAgreement(ktLeafKind kind) const;
     void expectAgreement(const ktTracerComparison::Result& result, const char* what) const {
         SCOPED_TRACE(what);
         EXPECT_EQ(result.wrong, 0u);
@@ -57,7 +57,7 @@ const Case cases[] = {
 INSTANTIATE_TEST_SUITE_P(All, HemisphereAgreement, testing::ValuesIn(cases),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
-void HemisphereAgreement::expectAgreement(ktHemisphereLeafKind kind) const {
+void HemisphereAgreement::expectAgreement(ktLeafKind kind) const {
     ktTracerComparison comparison(GetParam().make(), 16, kind);
     comparison.addSurfaceVertices(150, 1);
     ASSERT_EQ(comparison.vertexCount(), 150u);
@@ -82,21 +82,21 @@ void HemisphereAgreement::expectAgreement(ktHemisphereLeafKind kind) const {
 }
 
 TEST_P(HemisphereAgreement, GivenHostileScene_AnswersAsEmbreeDoes) {
-    expectAgreement(ktHemisphereLeafKind::Wide);
+    expectAgreement(ktLeafKind::Wide);
 }
 
 TEST_P(HemisphereAgreement, GivenHostileSceneInPatches_AnswersAsEmbreeDoes) {
-    expectAgreement(ktHemisphereLeafKind::Patches);
+    expectAgreement(ktLeafKind::Patches);
 }
 
 TEST_P(HemisphereAgreement, GivenPatchesOrWideLeaves_AnswersTheSame) {
     const std::vector<ktTestMesh> meshes = GetParam().make();
     for (const std::uint32_t lanes : {16u, 8u, 4u}) {
         std::vector<std::uint32_t> visible[2];
-        for (const auto kind : {ktHemisphereLeafKind::Wide, ktHemisphereLeafKind::Patches}) {
+        for (const auto kind : {ktLeafKind::Wide, ktLeafKind::Patches}) {
             ktTracerComparison comparison(meshes, lanes, kind);
             comparison.addSurfaceVertices(100, 3);
-            visible[kind == ktHemisphereLeafKind::Patches] = comparison.visible(32, 32, comparison.widest());
+            visible[kind == ktLeafKind::Patches] = comparison.visible(32, 32, comparison.widest());
         }
         ASSERT_EQ(visible[0].size(), 100u);
         EXPECT_EQ(visible[0], visible[1]) << lanes << " lanes";

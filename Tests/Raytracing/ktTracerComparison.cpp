@@ -62,7 +62,7 @@ void count(const ktRoundingJudge& judge, const float* origin, const float* direc
 
 } // namespace
 
-ktTracerComparison::ktTracerComparison(std::vector<ktTestMesh> shapes, std::uint32_t lanes, ktHemisphereLeafKind kind)
+ktTracerComparison::ktTracerComparison(std::vector<ktTestMesh> shapes, std::uint32_t lanes, ktLeafKind kind)
     : meshes(std::move(shapes)), tracer(new ktHemisphereTracer(lanes, kind)) {
     for (ktTestMesh& mesh : meshes)
         views.push_back(mesh.view());

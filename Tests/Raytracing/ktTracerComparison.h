@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktHemisphereLeafWriter.h"
+#include "ktLeafWriter.h"
 #include "ktTestMesh.h"
 #include "ktTracer.h"
 
@@ -23,7 +23,7 @@ public:
     /// Builds the tracer over the meshes.
     /// @param lanes width of the hemisphere tracer's kernel
     explicit ktTracerComparison(std::vector<ktTestMesh> meshes, std::uint32_t lanes = 16,
-                                ktHemisphereLeafKind kind = ktHemisphereLeafKind::ByCount);
+                                ktLeafKind kind = ktLeafKind::ByCount);
 
     /// Places `count` vertices on the surfaces, at corners and between, as the host does; either side up.
     void addSurfaceVertices(std::size_t count, unsigned seed);

@@ -78,10 +78,9 @@ std::vector<Kind> tracerKinds() {
         kinds.push_back({"EmbreeAvx2", [] { return makeEmbree("isa=avx2"); }});
     for (const std::uint32_t lanes : {4u, 8u, 16u})
         if (ktHemisphereTracer(lanes).laneCount() == lanes)
-            for (const auto kind : {ktHemisphereLeafKind::Wide, ktHemisphereLeafKind::Patches})
-                kinds.push_back(
-                    {"Hemisphere" + std::to_string(lanes) + (kind == ktHemisphereLeafKind::Wide ? "" : "Patches"),
-                     [=] { return std::make_unique<ktHemisphereTracer>(lanes, kind); }});
+            for (const auto kind : {ktLeafKind::Wide, ktLeafKind::Patches})
+                kinds.push_back({"Hemisphere" + std::to_string(lanes) + (kind == ktLeafKind::Wide ? "" : "Patches"),
+                                 [=] { return std::make_unique<ktHemisphereTracer>(lanes, kind); }});
     return kinds;
 }
 

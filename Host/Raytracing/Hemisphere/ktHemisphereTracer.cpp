@@ -2,7 +2,7 @@
 #include "ktHemisphereTracer.h"
 
 #include "ktHemisphereKernel.h"
-#include "ktHemisphereTiles.h"
+#include "ktTiledDirections.h"
 
 #include <algorithm>
 #include <cmath>
@@ -37,10 +37,10 @@ const ktHemisphereKernel& chooseKernel([[maybe_unused]] std::uint32_t lanes) {
 }
 
 // One a thread, made when the thread traces its first vertex.
-ktHemisphereWork& workOfThread() {
-    thread_local std::unique_ptr<ktHemisphereWork> work;
+ktTraversalState& workOfThread() {
+    thread_local std::unique_ptr<ktTraversalState> work;
     if (!work)
-        work.reset(new ktHemisphereWork);
+        work.reset(new ktTraversalState);
     return *work;
 }
 
@@ -55,8 +55,8 @@ bool isTraceable(const ktRayVertex& vertex) {
            isTraceable(vertex.normal);
 }
 
-const std::vector<ktHemisphereBatch>& batchesOf(const ktRayVertex& vertex) {
-    return static_cast<const ktHemisphereTiles*>(vertex.directions)->batches;
+const std::vector<ktTileBatch>& batchesOf(const ktRayVertex& vertex) {
+    return static_cast<const ktTiledDirections*>(vertex.directions)->batches;
 }
 
 /// Vertices of a call that follow each other and have the same directions: they are traced together.
@@ -98,7 +98,7 @@ private:
 /// Adds up what rays of a group see.
 struct VisibleCounter {
     const Group& group;
-    const ktHemisphereBatch& batch;
+    const ktTileBatch& batch;
     std::uint32_t* visible;
     std::uint64_t* const* masks;
 
@@ -120,15 +120,15 @@ struct VisibleCounter {
 /// Puts hits of a group where the caller's set has the rays.
 struct HitWriter {
     const Group& group;
-    const ktHemisphereStructure& scene;
-    const ktHemisphereBatch& batch;
+    const ktWideBvh& scene;
+    const ktTileBatch& batch;
     ktHitPacket* packets;
     std::uint32_t tileCount; ///< packets a vertex
 
-    void take(std::uint32_t i, const ktHemisphereWork& work, std::uint32_t firstSlot) const {
+    void take(std::uint32_t i, const ktTraversalState& work, std::uint32_t firstSlot) const {
         ktHitPacket* const ofVertex = packets + std::size_t(group.number[i] - group.first) * tileCount;
         for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-            const ktHemisphereSlot& slot = work.slot[firstSlot + tile];
+            const ktTileState& slot = work.slot[firstSlot + tile];
             for (std::uint32_t left = batch.live[tile]; left; left &= left - 1) {
                 const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
                 const std::uint32_t id = slot.hit[lane];
@@ -147,7 +147,7 @@ struct HitWriter {
     }
 };
 
-bool loadRay(const ktRayPacket& rays, std::uint32_t i, ktHemisphereRay& ray) {
+bool loadRay(const ktRayPacket& rays, std::uint32_t i, ktKernelRay& ray) {
     ray = {{rays.originX[i], rays.originY[i], rays.originZ[i]},
            {rays.directionX[i], rays.directionY[i], rays.directionZ[i]},
            rays.minDistance[i],
@@ -162,7 +162,7 @@ void clearHits(ktHitPacket& hits) {
 
 } // namespace
 
-ktHemisphereTracer::ktHemisphereTracer(std::uint32_t lanes, ktHemisphereLeafKind kind)
+ktHemisphereTracer::ktHemisphereTracer(std::uint32_t lanes, ktLeafKind kind)
     : kernel(chooseKernel(lanes)), leafKind(kind) {}
 
 std::uint32_t ktHemisphereTracer::laneCount() const {
@@ -174,12 +174,12 @@ bool ktHemisphereTracer::build(const std::vector<ktTracerMesh>& meshes, const Pr
 }
 
 std::unique_ptr<ktPreparedDirections> ktHemisphereTracer::prepareDirections(const ktDirectionSet& set) const {
-    return std::make_unique<ktHemisphereTiles>(set);
+    return std::make_unique<ktTiledDirections>(set);
 }
 
 void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                                       std::uint32_t* visible, std::uint64_t* const* masks) const {
-    ktHemisphereWork& work = workOfThread();
+    ktTraversalState& work = workOfThread();
     for (Group group(vertices, count, ~0u); group.size; group.next()) {
         const ktDirectionSet& set = vertices[group.first].directions->set;
         for (std::uint32_t v = group.first; v < group.first + group.size; ++v) {
@@ -187,14 +187,14 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
             if (masks && masks[v])
                 std::fill(masks[v], masks[v] + set.wordCount(), 0);
         }
-        for (const ktHemisphereBatch& batch : batchesOf(vertices[group.first])) {
+        for (const ktTileBatch& batch : batchesOf(vertices[group.first])) {
             VisibleCounter counter{group, batch, visible, masks};
             kernel.occlusion(scene.rootRef(),
                              {&batch, group.traceable, group.traceableCount, &limits,
-                              [](void* to, std::uint32_t i, const ktHemisphereWork& done, std::uint32_t firstSlot) {
-                                  VisibleCounter& receiver = *static_cast<VisibleCounter*>(to);
-                                  receiver.take(receiver.group.number[i],
-                                                [&](std::uint32_t tile) { return done.slot[firstSlot + tile].live; });
+                              [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstSlot) {
+                                  VisibleCounter& counter = *static_cast<VisibleCounter*>(to);
+                                  counter.take(counter.group.number[i],
+                                               [&](std::uint32_t tile) { return done.slot[firstSlot + tile].live; });
                               },
                               &counter},
                              work);
@@ -206,7 +206,7 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
 
 void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                                      ktHitReceiver& receiver) const {
-    ktHemisphereWork& work = workOfThread();
+    ktTraversalState& work = workOfThread();
     // Of a group of vertices: rays are traced in an order of their own, and the receiver may trace, too. So few that
     // they stay in the cache.
     constexpr std::uint32_t mostRays = 1024;
@@ -216,11 +216,11 @@ void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t 
         packets.resize(std::size_t(group.size) * tileCount);
         for (ktHitPacket& packet : packets)
             clearHits(packet);
-        for (const ktHemisphereBatch& batch : batchesOf(vertices[group.first])) {
+        for (const ktTileBatch& batch : batchesOf(vertices[group.first])) {
             HitWriter writer{group, scene, batch, packets.data(), tileCount};
             kernel.nearest(scene.rootRef(),
                            {&batch, group.traceable, group.traceableCount, &limits,
-                            [](void* to, std::uint32_t i, const ktHemisphereWork& done, std::uint32_t firstSlot) {
+                            [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstSlot) {
                                 static_cast<const HitWriter*>(to)->take(i, done, firstSlot);
                             },
                             &writer},
@@ -233,9 +233,9 @@ void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t 
 }
 
 std::uint32_t ktHemisphereTracer::occluded(const ktRayPacket& rays, bool bothSides) const {
-    const ktHemisphereRef root = scene.rootRef();
+    const ktWideBvhRef root = scene.rootRef();
     std::uint32_t hit = 0;
-    ktHemisphereRay ray;
+    ktKernelRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i)
         if (loadRay(rays, i, ray) && kernel.rayOccluded(root, ray, bothSides))
             hit |= 1u << i;
@@ -243,13 +243,13 @@ std::uint32_t ktHemisphereTracer::occluded(const ktRayPacket& rays, bool bothSid
 }
 
 void ktHemisphereTracer::nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const {
-    const ktHemisphereRef root = scene.rootRef();
+    const ktWideBvhRef root = scene.rootRef();
     clearHits(hits);
-    ktHemisphereRay ray;
+    ktKernelRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i) {
         if (!loadRay(rays, i, ray))
             continue;
-        const ktHemisphereHit hit = kernel.rayNearest(root, ray, bothSides);
+        const ktKernelHit hit = kernel.rayNearest(root, ray, bothSides);
         if (hit.triangle == ktHemisphereKernel::noTriangle)
             continue;
         hits.mesh[i] = scene.meshOf(hit.triangle);

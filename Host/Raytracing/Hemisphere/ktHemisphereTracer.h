@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktHemisphereBuilder.h"
 #include "ktTracer.h"
+#include "ktWideBvh.h"
 
 struct ktHemisphereKernel;
 
@@ -13,7 +13,7 @@ class ktHemisphereTracer : public ktTracer {
 public:
     /// @param lanes at most this many floats at a time (4, 8 or 16); the default takes what the processor has
     /// @param kind  how leaves are stored; answers do not depend on it
-    explicit ktHemisphereTracer(std::uint32_t lanes = 16, ktHemisphereLeafKind kind = ktHemisphereLeafKind::ByCount);
+    explicit ktHemisphereTracer(std::uint32_t lanes = 16, ktLeafKind kind = ktLeafKind::ByCount);
 
     /// @throws std::length_error for 2^32 triangles or more, beside what ktTracer::build() says
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
@@ -27,10 +27,10 @@ public:
 
     /// Floats that are worked on at a time: 4, 8 or 16.
     std::uint32_t laneCount() const;
-    const ktHemisphereStructure& structure() const { return scene; }
+    const ktWideBvh& structure() const { return scene; }
 
 private:
     const ktHemisphereKernel& kernel;
-    const ktHemisphereLeafKind leafKind;
-    ktHemisphereStructure scene;
+    const ktLeafKind leafKind;
+    ktWideBvh scene;
 };

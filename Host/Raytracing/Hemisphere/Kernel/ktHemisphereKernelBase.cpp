@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#define KT_LANES ktLanesBase
+#define KT_ISA ktIsaBase
 #define KT_KERNEL ktHemisphereKernelBase
 #define KT_KERNEL_NAME "4 lanes"
 #define KT_KERNEL_LANES 4

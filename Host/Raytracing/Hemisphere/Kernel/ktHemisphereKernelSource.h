@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// The kernel's source, included by one unit for each instruction set. KT_LANES names the namespace, KT_KERNEL the table
+// The kernel's source, included by one unit for each instruction set. KT_ISA names the namespace, KT_KERNEL the table
 // that the rest of the host sees.
 
-#include "ktHemisphereOneRay.h"
-#include "ktHemisphereTilePhase.h"
+#include "ktSingleRay.h"
+#include "ktTilePhase.h"
 
 #include <algorithm>
 
-namespace KT_LANES {
+namespace KT_ISA {
 namespace {
 
 template <bool reaches>
-void trace(ktHemisphereRef root, const ktHemisphereJob& job, ktHemisphereWork& work) {
+void trace(ktWideBvhRef root, const ktKernelJob& job, ktTraversalState& work) {
     prepareJob(job, work);
-    const std::uint32_t places = std::min(ktHemisphereWork::slots >> work.slotShift, ktHemisphereWork::points);
+    const std::uint32_t places = std::min(ktTraversalState::slots >> work.slotShift, ktTraversalState::points);
     const auto finish = [&](std::uint32_t place) {
         if (work.point[place].busy)
             rayPhase<reaches>(work, &work.point[place]);
@@ -33,19 +33,19 @@ void trace(ktHemisphereRef root, const ktHemisphereJob& job, ktHemisphereWork& w
         finish(v % places);
 }
 
-bool rayOccluded(ktHemisphereRef root, const ktHemisphereRay& ray, bool bothSides) {
-    ktHemisphereHit none;
+bool rayOccluded(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides) {
+    ktKernelHit none;
     return traceOne<false>(root, ray, bothSides, none);
 }
 
-ktHemisphereHit rayNearest(ktHemisphereRef root, const ktHemisphereRay& ray, bool bothSides) {
-    ktHemisphereHit hit{ktHemisphereKernel::noTriangle, 0, 0, 0, false};
+ktKernelHit rayNearest(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides) {
+    ktKernelHit hit{ktHemisphereKernel::noTriangle, 0, 0, 0, false};
     traceOne<true>(root, ray, bothSides, hit);
     return hit;
 }
 
 } // namespace
-} // namespace KT_LANES
+} // namespace KT_ISA
 
-const ktHemisphereKernel KT_KERNEL = {KT_KERNEL_NAME,        KT_KERNEL_LANES,       KT_LANES::trace<false>,
-                                      KT_LANES::trace<true>, KT_LANES::rayOccluded, KT_LANES::rayNearest};
+const ktHemisphereKernel KT_KERNEL = {KT_KERNEL_NAME,      KT_KERNEL_LANES,     KT_ISA::trace<false>,
+                                      KT_ISA::trace<true>, KT_ISA::rayOccluded, KT_ISA::rayNearest};

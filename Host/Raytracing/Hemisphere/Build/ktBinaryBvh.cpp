@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktBinaryBvh.h"
+
+#include <embree3/rtcore.h>
+
+#include <algorithm>
+#include <atomic>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+static_assert(sizeof(ktBvhPrimitive) == sizeof(RTCBuildPrimitive), "primitives are handed over as they are");
+static_assert(sizeof(std::size_t) == 8, "leaf pointers carry a tag");
+
+struct ktBinaryBvh::Library {
+    RTCDevice device = nullptr;
+    RTCBVH bvh = nullptr;
+    ~Library() {
+        if (bvh)
+            rtcReleaseBVH(bvh);
+        if (device)
+            rtcReleaseDevice(device);
+    }
+};
+
+namespace {
+
+struct Callbacks {
+    const ktBinaryBvh::Split* split;
+    const ktBinaryBvh::Progress* progress;
+    std::atomic<bool> stopped{false};
+};
+
+void* createNode(RTCThreadLocalAllocator allocator, unsigned, void*) {
+    return new (rtcThreadLocalAlloc(allocator, sizeof(ktBinaryBvhNode), 16)) ktBinaryBvhNode{};
+}
+
+void setChildren(void* node, void** children, unsigned count, void*) {
+    for (unsigned i = 0; i < count; ++i)
+        static_cast<ktBinaryBvhNode*>(node)->child[i] = reinterpret_cast<std::uintptr_t>(children[i]);
+}
+
+// Called before the children of a node exist: that is why boxes stand in the parent.
+void setBounds(void* node, const RTCBounds** bounds, unsigned count, void*) {
+    for (unsigned i = 0; i < count; ++i)
+        static_cast<ktBinaryBvhNode*>(node)->box[i] = {{bounds[i]->lower_x, bounds[i]->lower_y, bounds[i]->lower_z},
+                                                       {bounds[i]->upper_x, bounds[i]->upper_y, bounds[i]->upper_z}};
+}
+
+void* createLeaf(RTCThreadLocalAllocator allocator, const RTCBuildPrimitive* primitives, std::size_t count, void*) {
+    ktBinaryBvhLeaf* leaf = new (rtcThreadLocalAlloc(allocator, sizeof(ktBinaryBvhLeaf), 16)) ktBinaryBvhLeaf;
+    leaf->count = static_cast<std::uint32_t>(count);
+    for (std::size_t i = 0; i < count; ++i)
+        leaf->ids[i] = primitives[i].primID;
+    return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(leaf) | 1);
+}
+
+void splitPrimitive(const RTCBuildPrimitive* p, unsigned axis, float position, RTCBounds* left, RTCBounds* right,
+                    void* user) {
+    const ktBvhBox box{{p->lower_x, p->lower_y, p->lower_z}, {p->upper_x, p->upper_y, p->upper_z}};
+    ktBvhBox l, r;
+    (*static_cast<Callbacks*>(user)->split)(p->primID, static_cast<int>(axis), position, box, l, r);
+    *left = {l.lower[0], l.lower[1], l.lower[2], 0, l.upper[0], l.upper[1], l.upper[2], 0};
+    *right = {r.lower[0], r.lower[1], r.lower[2], 0, r.upper[0], r.upper[1], r.upper[2], 0};
+}
+
+bool reportProgress(void* user, double share) {
+    Callbacks& callbacks = *static_cast<Callbacks*>(user);
+    if (*callbacks.progress && !(*callbacks.progress)(static_cast<float>(share)))
+        callbacks.stopped = true;
+    // The library's builder does not heed the answer, but ends soon by an exception, which it catches.
+    if (callbacks.stopped)
+        throw std::runtime_error("stopped");
+    return true;
+}
+
+} // namespace
+
+ktBinaryBvh::ktBinaryBvh() = default;
+ktBinaryBvh::~ktBinaryBvh() = default;
+
+bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& split, const Progress& progress) {
+    rootNode = 0;
+    library.reset();
+    ownNodes.clear();
+    ownLeaves.clear();
+    if (primitives.empty())
+        return true;
+    if (kind == Kind::Shallow) {
+        ktBvhBox box;
+        rootNode = halve(primitives.data(), primitives.data() + primitives.size(), box);
+        return !progress || progress(1.0f);
+    }
+    library = std::make_unique<Library>();
+    library->device = rtcNewDevice(nullptr);
+    library->bvh = library->device ? rtcNewBVH(library->device) : nullptr;
+    if (!library->bvh)
+        throw std::runtime_error("the ray tracing library cannot be started");
+
+    Callbacks callbacks;
+    callbacks.split = &split;
+    callbacks.progress = &progress;
+    const std::size_t count = primitives.size();
+    if (split)
+        primitives.resize(count + count / 4);
+
+    RTCBuildArguments arguments = rtcDefaultBuildArguments();
+    arguments.buildQuality = split ? RTC_BUILD_QUALITY_HIGH : RTC_BUILD_QUALITY_MEDIUM;
+    arguments.maxBranchingFactor = 2;
+    arguments.maxDepth = maxDepth;
+    arguments.sahBlockSize = 8;
+    arguments.minLeafSize = 1;
+    arguments.maxLeafSize = ktBinaryBvhLeaf::maxCount;
+    arguments.traversalCost = 1.0f;
+    arguments.intersectionCost = 1.0f;
+    arguments.bvh = library->bvh;
+    arguments.primitives = reinterpret_cast<RTCBuildPrimitive*>(primitives.data());
+    arguments.primitiveCount = count;
+    arguments.primitiveArrayCapacity = primitives.size();
+    arguments.createNode = createNode;
+    arguments.setNodeChildren = setChildren;
+    arguments.setNodeBounds = setBounds;
+    arguments.createLeaf = createLeaf;
+    arguments.splitPrimitive = split ? splitPrimitive : nullptr;
+    arguments.buildProgress = reportProgress;
+    arguments.userPtr = &callbacks;
+    rootNode = reinterpret_cast<std::uintptr_t>(rtcBuildBVH(&arguments));
+    if (rootNode)
+        return true;
+    library->bvh = (rtcReleaseBVH(library->bvh), nullptr);
+    if (callbacks.stopped)
+        return false;
+    throw std::runtime_error("the ray tracing library could not build the structure (error " +
+                             std::to_string(static_cast<int>(rtcGetDeviceError(library->device))) + ")");
+}
+
+// At the median of the boxes' middles along the axis in which these extend farthest.
+std::uintptr_t ktBinaryBvh::halve(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box) {
+    const float big = std::numeric_limits<float>::max();
+    ktBvhBox middles{{big, big, big}, {-big, -big, -big}};
+    box = middles;
+    for (const ktBvhPrimitive* p = first; p != last; ++p) {
+        for (int axis = 0; axis < 3; ++axis) {
+            box.lower[axis] = std::min(box.lower[axis], p->lower[axis]);
+            box.upper[axis] = std::max(box.upper[axis], p->upper[axis]);
+            middles.lower[axis] = std::min(middles.lower[axis], p->lower[axis] + p->upper[axis]);
+            middles.upper[axis] = std::max(middles.upper[axis], p->lower[axis] + p->upper[axis]);
+        }
+    }
+    const std::ptrdiff_t count = last - first;
+    if (count <= static_cast<std::ptrdiff_t>(ktBinaryBvhLeaf::maxCount)) {
+        ktBinaryBvhLeaf& leaf = ownLeaves.emplace_back();
+        for (leaf.count = 0; first != last; ++first)
+            leaf.ids[leaf.count++] = first->id;
+        return reinterpret_cast<std::uintptr_t>(&leaf) | 1;
+    }
+    int widest = 0;
+    for (int axis = 1; axis < 3; ++axis)
+        if (middles.upper[axis] - middles.lower[axis] > middles.upper[widest] - middles.lower[widest])
+            widest = axis;
+    std::nth_element(first, first + count / 2, last, [&](const ktBvhPrimitive& a, const ktBvhPrimitive& b) {
+        const float x = a.lower[widest] + a.upper[widest], y = b.lower[widest] + b.upper[widest];
+        return x < y || (x == y && a.id < b.id);
+    });
+    ktBinaryBvhNode& node = ownNodes.emplace_back();
+    node.child[0] = halve(first, first + count / 2, node.box[0]);
+    node.child[1] = halve(first + count / 2, last, node.box[1]);
+    return reinterpret_cast<std::uintptr_t>(&node);
+}

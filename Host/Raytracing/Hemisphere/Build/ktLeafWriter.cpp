@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktLeafWriter.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+using Limits = ktWideBvhLayout;
+
+std::size_t bytesOfPoints(std::uint32_t count) {
+    return 3 * sizeof(float) * count;
+}
+
+std::size_t linesOf(std::uint32_t pointCount) {
+    const std::size_t bytes = bytesOfPoints(pointCount) + sizeof(ktPatchFooter);
+    return (bytes + sizeof(ktCacheLine) - 1) / sizeof(ktCacheLine);
+}
+
+ktBinaryBvhLeaf sorted(ktBinaryBvhLeaf leaf) { // the builder's order depends on its threads
+    std::sort(leaf.ids, leaf.ids + leaf.count);
+    return leaf;
+}
+
+/// Triangles of which equal corners are one point.
+struct Patch {
+    std::uint32_t pointCount = 0;
+    float point[Limits::patchPoints][3];
+    ktPatchFooter end{};
+};
+
+/// The patches of a leaf.
+struct Patches {
+    static constexpr std::uint32_t most = 2; // eight triangles without a common corner have 24 points
+    Patch patch[most];
+    std::uint32_t count = 1;
+
+    Patches(const ktBinaryBvhLeaf& leaf, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers) {
+        static_assert(ktBinaryBvhLeaf::maxCount <= Limits::patchTriangles &&
+                          ktBinaryBvhLeaf::maxCount <= most * (Limits::patchPoints / 3),
+                      "the patches hold any leaf");
+        const ktBinaryBvhLeaf ids = sorted(leaf);
+        for (std::uint32_t i = 0; i < ids.count; ++i)
+            add(ktTriangleCorners(meshes, numbers, ids.ids[i]), ids.ids[i]);
+    }
+
+private:
+    void add(const ktTriangleCorners& corners, std::uint32_t id) {
+        Patch* to = &patch[count - 1];
+        std::uint32_t number[3], points = to->pointCount;
+        for (int c = 0; c < 3; ++c) {
+            const float* corner = corners.p[c];
+            std::uint32_t i = 0;
+            while (i < points && std::memcmp(to->point[i], corner, sizeof to->point[i]) != 0)
+                ++i;
+            if (i == Limits::patchPoints) {
+                ++count;
+                add(corners, id);
+                return;
+            }
+            if (i == points)
+                std::memcpy(to->point[points++], corner, sizeof to->point[i]);
+            number[c] = i;
+        }
+        to->pointCount = points;
+        const std::uint32_t lane = to->end.count++;
+        for (int c = 0; c < 3; ++c)
+            to->end.corner[c][lane] = static_cast<std::uint8_t>(number[c]);
+        to->end.id[lane] = id;
+    }
+};
+
+} // namespace
+
+std::uint32_t ktLeafWriter::lineCount(const ktBinaryBvhLeaf& leaf) const {
+    if (kind == ktLeafKind::Wide)
+        return sizeof(ktUnindexedLeaf) / sizeof(ktCacheLine);
+    const Patches patches(leaf, meshes, numbers);
+    std::size_t lines = 0;
+    for (std::uint32_t i = 0; i < patches.count; ++i)
+        lines += linesOf(patches.patch[i].pointCount);
+    return static_cast<std::uint32_t>(lines);
+}
+
+ktWideBvhRef ktLeafWriter::write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
+    if (kind == ktLeafKind::Wide)
+        return writeWide(leaf, to);
+    const Patches patches(leaf, meshes, numbers);
+    const ktWideBvhRef ref = reinterpret_cast<std::uintptr_t>(to) |
+                             (patches.patch[0].pointCount - 1) << Limits::pointShift | Limits::leafFlag;
+    for (std::uint32_t i = 0; i < patches.count; ++i) {
+        const Patch& from = patches.patch[i];
+        char bytes[sizeof(ktCacheLine) * 4] = {};
+        for (std::uint32_t p = 0; p < from.pointCount; ++p)
+            for (std::uint32_t axis = 0; axis < 3; ++axis)
+                std::memcpy(bytes + sizeof(float) * (axis * from.pointCount + p), &from.point[p][axis], sizeof(float));
+        ktPatchFooter end = from.end;
+        end.nextPoints = i + 1 < patches.count ? patches.patch[i + 1].pointCount : 0;
+        std::memcpy(bytes + bytesOfPoints(from.pointCount), &end, sizeof end);
+        const std::size_t lines = linesOf(from.pointCount);
+        std::memcpy(to, bytes, lines * sizeof(ktCacheLine));
+        to += lines;
+    }
+    return ref;
+}
+
+ktWideBvhRef ktLeafWriter::writeWide(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
+    const ktBinaryBvhLeaf ids = sorted(leaf);
+    ktUnindexedLeaf wide{};
+    for (std::uint32_t i = 0; i < ids.count; ++i) {
+        const ktTriangleCorners corners(meshes, numbers, ids.ids[i]);
+        for (std::uint32_t c = 0; c < 3; ++c)
+            for (std::uint32_t axis = 0; axis < 3; ++axis)
+                wide.corner[c][axis][i] = corners.p[c][axis];
+        wide.id[i] = ids.ids[i];
+    }
+    std::memcpy(to, &wide, sizeof wide);
+    return reinterpret_cast<std::uintptr_t>(to) | Limits::leafFlag | Limits::wideFlag | Limits::nodeFlags;
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+// Short vectors of 4, 8 and 16 floats. The tracer's code is written once with these three widths; each width is one
+// register where the processor has one that wide, else two of half the width. The kernel is compiled once for each
+// instruction set, in a namespace of its own (KT_ISA), so that the linker never mixes them up.
+
+#include <cstdint>
+#include <cstring>
+
+#ifndef KT_ISA
+#error "compile this through one of the ktHemisphereKernel units, which name the instruction set"
+#endif
+
+#define KT_INLINE inline __attribute__((always_inline))
+
+namespace KT_ISA {
+
+template <int N>
+struct Float;
+template <int N>
+struct Mask;
+
+} // namespace KT_ISA
+
+#include "ktSimd4.h"
+#if defined(__AVX2__) && defined(__FMA__)
+#include "ktSimd8.h"
+#endif
+#if defined(__AVX512F__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
+#include "ktSimd16.h"
+#endif
+
+namespace KT_ISA {
+
+// Two halves, for widths that the processor has no register for.
+template <int N>
+struct Mask {
+    Mask<N / 2> low, high;
+    friend KT_INLINE Mask operator&(Mask a, Mask b) { return {a.low & b.low, a.high & b.high}; }
+    friend KT_INLINE Mask operator|(Mask a, Mask b) { return {a.low | b.low, a.high | b.high}; }
+    /// Bit i: lane i.
+    KT_INLINE std::uint32_t bits() const { return low.bits() | high.bits() << (N / 2); }
+};
+
+template <int N>
+struct Float {
+    Float<N / 2> low, high;
+    KT_INLINE Float() = default;
+    KT_INLINE Float(float all) : low(all), high(all) {}
+    KT_INLINE Float(Float<N / 2> l, Float<N / 2> h) : low(l), high(h) {}
+    static KT_INLINE Float load(const float* p) { return {Float<N / 2>::load(p), Float<N / 2>::load(p + N / 2)}; }
+    KT_INLINE void store(float* p) const {
+        low.store(p);
+        high.store(p + N / 2);
+    }
+    friend KT_INLINE Float operator+(Float a, Float b) { return {a.low + b.low, a.high + b.high}; }
+    friend KT_INLINE Float operator-(Float a, Float b) { return {a.low - b.low, a.high - b.high}; }
+    friend KT_INLINE Float operator*(Float a, Float b) { return {a.low * b.low, a.high * b.high}; }
+    friend KT_INLINE Float operator/(Float a, Float b) { return {a.low / b.low, a.high / b.high}; }
+    friend KT_INLINE Mask<N> operator<(Float a, Float b) { return {a.low < b.low, a.high < b.high}; }
+    friend KT_INLINE Mask<N> operator<=(Float a, Float b) { return {a.low <= b.low, a.high <= b.high}; }
+    friend KT_INLINE Float smaller(Float a, Float b) { return {smaller(a.low, b.low), smaller(a.high, b.high)}; }
+    friend KT_INLINE Float larger(Float a, Float b) { return {larger(a.low, b.low), larger(a.high, b.high)}; }
+    friend KT_INLINE Float mulAdd(Float a, Float b, Float c) {
+        return {mulAdd(a.low, b.low, c.low), mulAdd(a.high, b.high, c.high)};
+    }
+    friend KT_INLINE Float mulSub(Float a, Float b, Float c) {
+        return {mulSub(a.low, b.low, c.low), mulSub(a.high, b.high, c.high)};
+    }
+    friend KT_INLINE Float select(Mask<N> m, Float a, Float b) {
+        return {select(m.low, a.low, b.low), select(m.high, a.high, b.high)};
+    }
+    friend KT_INLINE Float signOf(Float a) { return {signOf(a.low), signOf(a.high)}; }
+    friend KT_INLINE Float flipSign(Float a, Float sign) {
+        return {flipSign(a.low, sign.low), flipSign(a.high, sign.high)};
+    }
+    friend KT_INLINE Float absolute(Float a) { return {absolute(a.low), absolute(a.high)}; }
+    friend KT_INLINE Float withBits(Float a, Mask<N> m, std::uint32_t bits) {
+        return {withBits(a.low, m.low, bits), withBits(a.high, m.high, bits)};
+    }
+    friend KT_INLINE float largestOf(Float a) { return largestOf(larger(a.low, a.high)); }
+    friend KT_INLINE Float tagged(Float a, std::uint32_t keep, Float tags) {
+        return {tagged(a.low, keep, tags.low), tagged(a.high, keep, tags.high)};
+    }
+};
+
+/// Square root of a number that is at least 0.
+KT_INLINE float rootOf(float x) {
+    return __builtin_sqrtf(x);
+}
+
+using Float4 = Float<4>;
+using Float8 = Float<8>;
+using Float16 = Float<16>;
+
+} // namespace KT_ISA

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktTiledDirections.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace {
+
+constexpr std::uint32_t width = ktWideBvhLayout::tileRays;
+
+float component(const ktDirectionSet& set, std::uint32_t ray, int axis) {
+    // Not a choice between three arrays: GCC 12 reads the wrong element of it when it checks for undefined behaviour.
+    const ktDirectionTile& tile = set.tiles[ray / width];
+    const float* const axes[] = {tile.x, tile.y, tile.z};
+    return axes[axis][ray % width];
+}
+
+// Median splits along the axis of largest extent, at multiples of 16, down to tiles ("Multidimensional binary search
+// trees used for associative searching", Jon Louis Bentley, 1975). Any sampling pattern falls into narrow tiles, and
+// neighbouring tiles stand together.
+void arrange(const ktDirectionSet& set, std::uint32_t* first, std::uint32_t* last) {
+    const std::uint32_t count = static_cast<std::uint32_t>(last - first);
+    if (count <= width)
+        return;
+    int widest = 0;
+    float extent = -1;
+    for (int axis = 0; axis < 3; ++axis) {
+        const auto less = [&](std::uint32_t a, std::uint32_t b) {
+            return component(set, a, axis) < component(set, b, axis);
+        };
+        const auto range = std::minmax_element(first, last, less);
+        const float size = component(set, *range.second, axis) - component(set, *range.first, axis);
+        if (size > extent) {
+            extent = size;
+            widest = axis;
+        }
+    }
+    const std::uint32_t tiles = (count + width - 1) / width;
+    std::uint32_t leftTiles = 1;
+    while (leftTiles * 2 < tiles)
+        leftTiles *= 2;
+    std::uint32_t* middle = first + leftTiles * width;
+    std::nth_element(first, middle, last, [&](std::uint32_t a, std::uint32_t b) {
+        const float x = component(set, a, widest), y = component(set, b, widest);
+        return x < y || (x == y && a < b);
+    });
+    arrange(set, first, middle);
+    arrange(set, middle, last);
+}
+
+} // namespace
+
+ktTiledDirections::ktTiledDirections(const ktDirectionSet& set) : ktPreparedDirections(set) {
+    std::vector<std::uint32_t> order(set.count);
+    std::iota(order.begin(), order.end(), 0u);
+    arrange(set, order.data(), order.data() + order.size());
+
+    constexpr std::uint32_t batchRays = ktWideBvhLayout::tiles * width;
+    batches.resize((set.count + batchRays - 1) / batchRays);
+    for (std::size_t b = 0; b < batches.size(); ++b) {
+        ktTileBatch& batch = batches[b];
+        const std::uint32_t start = static_cast<std::uint32_t>(b) * batchRays;
+        const std::uint32_t rays = std::min(set.count - start, batchRays);
+        batch.tileCount = (rays + width - 1) / width;
+        batch.lowest = 1;
+        for (std::uint32_t tile = 0; tile < ktWideBvhLayout::tiles; ++tile) {
+            const std::uint32_t base = tile < batch.tileCount ? tile * width : 0;
+            batch.live[tile] = 0;
+            for (std::uint32_t lane = 0; lane < width; ++lane) {
+                const std::uint32_t slot = std::min(base + lane, rays - 1);
+                const std::uint32_t ray = order[start + slot];
+                batch.source[tile][lane] = ray;
+                if (tile < batch.tileCount && base + lane < rays)
+                    batch.live[tile] = static_cast<std::uint16_t>(batch.live[tile] | 1u << lane);
+                for (int axis = 0; axis < 3; ++axis) {
+                    const float value = component(set, ray, axis);
+                    batch.ray[tile][axis][lane] = value;
+                    batch.byTile[tile / 16][lane][axis][tile % 16] = value;
+                }
+                batch.lowest = std::min(batch.lowest, component(set, ray, 2));
+            }
+        }
+    }
+}
