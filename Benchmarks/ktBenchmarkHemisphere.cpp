@@ -132,8 +132,8 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
                 scene.name.c_str(), scene.triangleCount(), vertices.size(), scene.vertexCount(), tracer.laneCount(),
                 std::chrono::duration<double>(between - start).count(),
                 std::chrono::duration<double>(end - between).count(),
-                static_cast<double>(tracer.structure().memory()) / static_cast<double>(scene.triangleCount()),
-                tracer.structure().depth());
+                static_cast<double>(tracer.wideBvh().memory()) / static_cast<double>(scene.triangleCount()),
+                tracer.wideBvh().depth());
     const float diagonal = scene.diagonal();
     const ktRoundingJudge judge(meshes);
     for (unsigned side : options.sides) {

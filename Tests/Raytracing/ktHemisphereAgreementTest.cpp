@@ -82,7 +82,7 @@ void HemisphereAgreement::expectAgreement(ktLeafKind kind) const {
 }
 
 TEST_P(HemisphereAgreement, GivenHostileScene_AnswersAsEmbreeDoes) {
-    expectAgreement(ktLeafKind::Wide);
+    expectAgreement(ktLeafKind::Unindexed);
 }
 
 TEST_P(HemisphereAgreement, GivenHostileSceneInPatches_AnswersAsEmbreeDoes) {
@@ -93,7 +93,7 @@ TEST_P(HemisphereAgreement, GivenPatchesOrWideLeaves_AnswersTheSame) {
     const std::vector<ktTestMesh> meshes = GetParam().make();
     for (const std::uint32_t lanes : {16u, 8u, 4u}) {
         std::vector<std::uint32_t> visible[2];
-        for (const auto kind : {ktLeafKind::Wide, ktLeafKind::Patches}) {
+        for (const auto kind : {ktLeafKind::Unindexed, ktLeafKind::Patches}) {
             ktTracerComparison comparison(meshes, lanes, kind);
             comparison.addSurfaceVertices(100, 3);
             visible[kind == ktLeafKind::Patches] = comparison.visible(32, 32, comparison.widest());

@@ -20,7 +20,7 @@ double bytesPerTriangle(std::vector<ktTestMesh> meshes) {
     }
     ktHemisphereTracer tracer;
     EXPECT_TRUE(tracer.build(views, {}));
-    return static_cast<double>(tracer.structure().memory()) / static_cast<double>(triangles);
+    return static_cast<double>(tracer.wideBvh().memory()) / static_cast<double>(triangles);
 }
 
 } // namespace
@@ -47,17 +47,17 @@ TEST(HemisphereLimits, GivenMoreTrianglesThanNumbers_SaysSo) {
     } catch (const std::length_error& error) {
         EXPECT_NE(std::string(error.what()).find("4294967296"), std::string::npos) << error.what();
     }
-    EXPECT_EQ(tracer.structure().memory(), 0u);
+    EXPECT_EQ(tracer.wideBvh().memory(), 0u);
 }
 
 TEST(HemisphereLimits, GivenTrianglesOfManyScales_StaysWithinItsStacks) {
     std::vector<ktTestMesh> meshes = ktHostileMeshes::manyScales();
     ktHemisphereTracer tracer;
     ASSERT_TRUE(tracer.build({meshes[0].view()}, {}));
-    EXPECT_GT(tracer.structure().depth(), 3u);
-    EXPECT_LE(tracer.structure().depth(), ktWideBvhLayout::depth);
+    EXPECT_GT(tracer.wideBvh().depth(), 3u);
+    EXPECT_LE(tracer.wideBvh().depth(), ktWideBvhLayout::maxDepth);
     EXPECT_FALSE(tracer.build({meshes[0].view()}, [](float share) { return share < 0.5f; }));
-    EXPECT_EQ(tracer.structure().memory(), 0u);
+    EXPECT_EQ(tracer.wideBvh().memory(), 0u);
 }
 
 TEST(HemisphereLimits, GivenCoordinatesBeyondRange_TracesToAnEnd) {

@@ -78,9 +78,10 @@ std::vector<Kind> tracerKinds() {
         kinds.push_back({"EmbreeAvx2", [] { return makeEmbree("isa=avx2"); }});
     for (const std::uint32_t lanes : {4u, 8u, 16u})
         if (ktHemisphereTracer(lanes).laneCount() == lanes)
-            for (const auto kind : {ktLeafKind::Wide, ktLeafKind::Patches})
-                kinds.push_back({"Hemisphere" + std::to_string(lanes) + (kind == ktLeafKind::Wide ? "" : "Patches"),
-                                 [=] { return std::make_unique<ktHemisphereTracer>(lanes, kind); }});
+            for (const auto kind : {ktLeafKind::Unindexed, ktLeafKind::Patches})
+                kinds.push_back(
+                    {"Hemisphere" + std::to_string(lanes) + (kind == ktLeafKind::Unindexed ? "" : "Patches"),
+                     [=] { return std::make_unique<ktHemisphereTracer>(lanes, kind); }});
     return kinds;
 }
 

@@ -38,13 +38,13 @@ void buildOn(int threads, ktWideBvh& structure, const std::vector<ktTracerMesh>&
     arena.execute([&] { EXPECT_TRUE(structure.build(meshes, {}, kind)); });
 }
 
-constexpr ktLeafKind leafKinds[] = {ktLeafKind::Wide, ktLeafKind::Patches};
+constexpr ktLeafKind leafKinds[] = {ktLeafKind::Unindexed, ktLeafKind::Patches};
 
 void expectSame(const ktWideBvh& a, const ktWideBvh& b) {
     EXPECT_EQ(a.memory(), b.memory());
     EXPECT_EQ(a.depth(), b.depth());
     EXPECT_EQ(a.nodeCount(), b.nodeCount());
-    EXPECT_EQ(a.lineCount(), b.lineCount());
+    EXPECT_EQ(a.cacheLineCount(), b.cacheLineCount());
     const ktWideBvhWalk left(a), right(b);
     ASSERT_EQ(left.nodes.size(), right.nodes.size());
     ASSERT_EQ(left.leaves.size(), right.leaves.size());
@@ -57,8 +57,8 @@ void expectSame(const ktWideBvh& a, const ktWideBvh& b) {
     for (std::size_t i = 0; i < left.leaves.size(); ++i) {
         const ktStoredTriangles &l = left.leaves[i], &r = right.leaves[i];
         ASSERT_EQ(l.line - firstLeft, r.line - firstRight) << i;
-        ASSERT_EQ(l.lineCount, r.lineCount) << i;
-        ASSERT_EQ(std::memcmp(l.line, r.line, l.lineCount * sizeof *l.line), 0) << i;
+        ASSERT_EQ(l.cacheLineCount, r.cacheLineCount) << i;
+        ASSERT_EQ(std::memcmp(l.line, r.line, l.cacheLineCount * sizeof *l.line), 0) << i;
     }
 }
 
@@ -97,9 +97,9 @@ TEST(WideBvh, GivenManyTriangles_GivesEachNodeAndLeafItsOwnPlace) {
         const ktCacheLine *const first = walk.leaves[0].line, *line = first;
         for (const ktStoredTriangles& leaf : walk.leaves) {
             ASSERT_EQ(leaf.line, line);
-            line += leaf.lineCount;
+            line += leaf.cacheLineCount;
         }
-        EXPECT_EQ(line - first, static_cast<std::ptrdiff_t>(structure.lineCount()));
+        EXPECT_EQ(line - first, static_cast<std::ptrdiff_t>(structure.cacheLineCount()));
     }
 }
 
@@ -141,7 +141,7 @@ TEST(WideBvh, GivenPatches_KeepsCornersThatTrianglesShareOnce) {
     ASSERT_EQ(shared.nodes.size(), 0u);
     ASSERT_EQ(shared.leaves.size(), 1u);
     EXPECT_EQ(shared.leaves[0].pointCount, 9u);
-    EXPECT_EQ(one.lineCount(), 3u); // 172 bytes
+    EXPECT_EQ(one.cacheLineCount(), 3u); // 172 bytes
     // 24 points do not fit into one patch: five triangles in one, three in another.
     ASSERT_EQ(separate.nodes.size(), 0u);
     ASSERT_EQ(separate.leaves.size(), 2u);
@@ -149,7 +149,7 @@ TEST(WideBvh, GivenPatches_KeepsCornersThatTrianglesShareOnce) {
     EXPECT_EQ(separate.leaves[0].ids.size(), 5u);
     EXPECT_EQ(separate.leaves[1].pointCount, 9u);
     EXPECT_EQ(separate.leaves[1].ids.size(), 3u);
-    EXPECT_EQ(two.lineCount(), 4u + 3u);
+    EXPECT_EQ(two.cacheLineCount(), 4u + 3u);
 }
 
 TEST(WideBvh, GivenMoreThanAMillionTriangles_MakesPatches) {
@@ -220,7 +220,7 @@ TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
         EXPECT_FALSE(sideBySide) << step.from;
         EXPECT_EQ(structure.memory(), 0u) << step.from;
         EXPECT_EQ(structure.rootRef(), 0u) << step.from;
-        EXPECT_EQ(structure.nodeCount() + structure.lineCount(), 0u) << step.from;
+        EXPECT_EQ(structure.nodeCount() + structure.cacheLineCount(), 0u) << step.from;
     }
 }
 
@@ -255,10 +255,10 @@ TEST(BinaryBvh, GivenStop_EndsSoonAndIsEmpty) {
     };
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 4);
     tbb::task_arena arena(4);
-    arena.execute([&] { EXPECT_FALSE(tree.build(ktBinaryBvh::Kind::Fast, boxes, {}, stop)); });
+    arena.execute([&] { EXPECT_FALSE(tree.build(ktBinaryBvh::Kind::Sah, boxes, {}, stop)); });
     EXPECT_TRUE(stopped);
     EXPECT_LT(later, 4) << "the other threads may just be telling theirs";
     EXPECT_EQ(tree.root(), 0u);
-    EXPECT_TRUE(tree.build(ktBinaryBvh::Kind::Fast, boxes, {}, {}));
+    EXPECT_TRUE(tree.build(ktBinaryBvh::Kind::Sah, boxes, {}, {}));
     EXPECT_NE(tree.root(), 0u);
 }

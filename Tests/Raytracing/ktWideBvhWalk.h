@@ -13,26 +13,26 @@ struct ktStoredTriangles {
     using Limits = ktWideBvhLayout;
 
     const ktCacheLine* line;
-    std::size_t lineCount;
+    std::size_t cacheLineCount;
     std::uint32_t pointCount = 0; ///< of a patch
-    std::uint32_t nextPoints = 0;
+    std::uint32_t nextPointCount = 0;
     std::vector<std::uint32_t> ids;
     std::vector<std::array<float, 9>> corners; ///< of each triangle: a, b, c
     bool restIsFlat = true;                    ///< lanes without a triangle have no area
 
-    explicit ktStoredTriangles(const ktCacheLine* begin) : line(begin), lineCount(5) {
+    explicit ktStoredTriangles(const ktCacheLine* begin) : line(begin), cacheLineCount(5) {
         ktUnindexedLeaf leaf;
         std::memcpy(&leaf, line, sizeof leaf);
-        for (std::uint32_t i = 0; i < Limits::patchTriangles; ++i)
+        for (std::uint32_t i = 0; i < Limits::leafTriangles; ++i)
             add(leaf.id[i], [&](std::uint32_t c, std::uint32_t axis) { return leaf.corner[c][axis][i]; });
     }
 
     ktStoredTriangles(const ktCacheLine* begin, std::uint32_t points)
-        : line(begin), lineCount((12 * points + sizeof(ktPatchFooter) + 63) / 64), pointCount(points) {
+        : line(begin), cacheLineCount((12 * points + sizeof(ktPatchFooter) + 63) / 64), pointCount(points) {
         ktPatchFooter end;
         std::memcpy(&end, line->byte + std::size_t(12) * points, sizeof end);
-        nextPoints = end.nextPoints;
-        for (std::uint32_t i = 0; i < Limits::patchTriangles; ++i)
+        nextPointCount = end.nextPointCount;
+        for (std::uint32_t i = 0; i < Limits::leafTriangles; ++i)
             add(end.id[i], [&](std::uint32_t c, std::uint32_t axis) {
                 float value;
                 std::memcpy(&value, line->byte + sizeof value * (std::size_t(axis) * points + end.corner[c][i]),
@@ -91,15 +91,15 @@ private:
             return;
         }
         const auto* line = reinterpret_cast<const ktCacheLine*>(address);
-        if (ref & Limits::wideFlag) {
+        if (ref & Limits::unindexedFlag) {
             leaves.emplace_back(line);
             ids.insert(ids.end(), leaves.back().ids.begin(), leaves.back().ids.end());
             return;
         }
         std::uint32_t points = (static_cast<std::uint32_t>(ref) >> Limits::pointShift & 15) + 1;
-        for (; points; points = leaves.back().nextPoints) {
+        for (; points; points = leaves.back().nextPointCount) {
             leaves.emplace_back(line, points);
-            line += leaves.back().lineCount;
+            line += leaves.back().cacheLineCount;
             ids.insert(ids.end(), leaves.back().ids.begin(), leaves.back().ids.end());
         }
     }

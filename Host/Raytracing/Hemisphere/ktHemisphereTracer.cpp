@@ -37,11 +37,11 @@ const ktHemisphereKernel& chooseKernel([[maybe_unused]] std::uint32_t lanes) {
 }
 
 // One a thread, made when the thread traces its first vertex.
-ktTraversalState& workOfThread() {
-    thread_local std::unique_ptr<ktTraversalState> work;
-    if (!work)
-        work.reset(new ktTraversalState);
-    return *work;
+ktTraversalState& stateOfThread() {
+    thread_local std::unique_ptr<ktTraversalState> state;
+    if (!state)
+        state.reset(new ktTraversalState);
+    return *state;
 }
 
 // Beyond this products overflow; such a ray is not traced and counts as open.
@@ -61,22 +61,22 @@ const std::vector<ktTileBatch>& batchesOf(const ktRayVertex& vertex) {
 
 /// Vertices of a call that follow each other and have the same directions: they are traced together.
 struct Group {
-    static constexpr std::uint32_t most = 16;
+    static constexpr std::uint32_t maxSize = 16;
     std::uint32_t first = 0, size = 0;
-    const ktRayVertex* traceable[most];
-    std::uint32_t number[most]; ///< in the call, of traceable[i]
+    const ktRayVertex* traceable[maxSize];
+    std::uint32_t number[maxSize]; ///< in the call, of traceable[i]
     std::uint32_t traceableCount;
-    std::uint32_t open[most]; ///< numbers of those that are not traced
+    std::uint32_t open[maxSize]; ///< numbers of those that are not traced
     std::uint32_t openCount;
 
     /// @param rays of a group, about; a vertex is never cut
-    Group(const ktRayVertex* v, std::uint32_t n, std::uint32_t rays) : vertices(v), count(n), mostRays(rays) { next(); }
+    Group(const ktRayVertex* v, std::uint32_t n, std::uint32_t rays) : vertices(v), count(n), maxRays(rays) { next(); }
     void next() {
         first += size;
         size = traceableCount = openCount = 0;
         if (first == count)
             return;
-        const std::uint32_t limit = std::min(most, std::max(1u, mostRays / vertices[first].directions->set.count));
+        const std::uint32_t limit = std::min(maxSize, std::max(1u, maxRays / vertices[first].directions->set.count));
         for (; size < limit && first + size < count; ++size) {
             const std::uint32_t v = first + size;
             if (vertices[v].directions != vertices[first].directions)
@@ -92,7 +92,7 @@ struct Group {
 
 private:
     const ktRayVertex* vertices;
-    std::uint32_t count, mostRays;
+    std::uint32_t count, maxRays;
 };
 
 /// Adds up what rays of a group see.
@@ -104,13 +104,13 @@ struct VisibleCounter {
 
     /// @param liveOf the rays of a tile that meet nothing
     template <class LiveOf>
-    void take(std::uint32_t v, const LiveOf& liveOf) {
+    void add(std::uint32_t v, const LiveOf& liveOf) {
         std::uint64_t* const mask = masks ? masks[v] : nullptr;
-        for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-            const std::uint32_t live = liveOf(tile);
+        for (std::uint32_t t = 0; t < batch.tileCount; ++t) {
+            const std::uint32_t live = liveOf(t);
             visible[v] += static_cast<std::uint32_t>(__builtin_popcount(live));
-            for (std::uint32_t left = mask ? live : 0; left; left &= left - 1) {
-                const std::uint32_t ray = batch.source[tile][__builtin_ctz(left)];
+            for (std::uint32_t remaining = mask ? live : 0; remaining; remaining &= remaining - 1) {
+                const std::uint32_t ray = batch.sourceRay[t][__builtin_ctz(remaining)];
                 mask[ray / 64] |= std::uint64_t(1) << (ray % 64);
             }
         }
@@ -120,28 +120,28 @@ struct VisibleCounter {
 /// Puts hits of a group where the caller's set has the rays.
 struct HitWriter {
     const Group& group;
-    const ktWideBvh& scene;
+    const ktWideBvh& bvh;
     const ktTileBatch& batch;
     ktHitPacket* packets;
     std::uint32_t tileCount; ///< packets a vertex
 
-    void take(std::uint32_t i, const ktTraversalState& work, std::uint32_t firstSlot) const {
+    void add(std::uint32_t i, const ktTraversalState& state, std::uint32_t firstTile) const {
         ktHitPacket* const ofVertex = packets + std::size_t(group.number[i] - group.first) * tileCount;
-        for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-            const ktTileState& slot = work.slot[firstSlot + tile];
-            for (std::uint32_t left = batch.live[tile]; left; left &= left - 1) {
-                const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
-                const std::uint32_t id = slot.hit[lane];
+        for (std::uint32_t t = 0; t < batch.tileCount; ++t) {
+            const ktTileState& tile = state.tile[firstTile + t];
+            for (std::uint32_t remaining = batch.validRays[t]; remaining; remaining &= remaining - 1) {
+                const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(remaining));
+                const std::uint32_t id = tile.hit[lane];
                 if (id == ktHemisphereKernel::noTriangle)
                     continue;
-                const std::uint32_t ray = batch.source[tile][lane], to = ray % ktHitPacket::width;
+                const std::uint32_t ray = batch.sourceRay[t][lane], to = ray % ktHitPacket::width;
                 ktHitPacket& packet = ofVertex[ray / ktHitPacket::width];
-                packet.mesh[to] = scene.meshOf(id);
-                packet.triangle[to] = id - scene.firstOf(packet.mesh[to]);
-                packet.u[to] = slot.u[lane];
-                packet.v[to] = slot.v[lane];
-                packet.distance[to] = slot.reach[lane];
-                packet.backSide |= (slot.back >> lane & 1u) << to;
+                packet.mesh[to] = bvh.meshOf(id);
+                packet.triangle[to] = id - bvh.firstOf(packet.mesh[to]);
+                packet.u[to] = tile.u[lane];
+                packet.v[to] = tile.v[lane];
+                packet.distance[to] = tile.tFar[lane];
+                packet.backSide |= (tile.backSide >> lane & 1u) << to;
             }
         }
     }
@@ -170,7 +170,7 @@ std::uint32_t ktHemisphereTracer::laneCount() const {
 }
 
 bool ktHemisphereTracer::build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) {
-    return scene.build(meshes, progress, leafKind);
+    return bvh.build(meshes, progress, leafKind);
 }
 
 std::unique_ptr<ktPreparedDirections> ktHemisphereTracer::prepareDirections(const ktDirectionSet& set) const {
@@ -179,7 +179,7 @@ std::unique_ptr<ktPreparedDirections> ktHemisphereTracer::prepareDirections(cons
 
 void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                                       std::uint32_t* visible, std::uint64_t* const* masks) const {
-    ktTraversalState& work = workOfThread();
+    ktTraversalState& state = stateOfThread();
     for (Group group(vertices, count, ~0u); group.size; group.next()) {
         const ktDirectionSet& set = vertices[group.first].directions->set;
         for (std::uint32_t v = group.first; v < group.first + group.size; ++v) {
@@ -189,51 +189,51 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
         }
         for (const ktTileBatch& batch : batchesOf(vertices[group.first])) {
             VisibleCounter counter{group, batch, visible, masks};
-            kernel.occlusion(scene.rootRef(),
+            kernel.occlusion(bvh.rootRef(),
                              {&batch, group.traceable, group.traceableCount, &limits,
-                              [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstSlot) {
-                                  VisibleCounter& counter = *static_cast<VisibleCounter*>(to);
-                                  counter.take(counter.group.number[i],
-                                               [&](std::uint32_t tile) { return done.slot[firstSlot + tile].live; });
+                              [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstTile) {
+                                  VisibleCounter& receiver = *static_cast<VisibleCounter*>(to);
+                                  receiver.add(receiver.group.number[i],
+                                               [&](std::uint32_t t) { return done.tile[firstTile + t].live; });
                               },
                               &counter},
-                             work);
+                             state);
             for (std::uint32_t i = 0; i < group.openCount; ++i)
-                counter.take(group.open[i], [&](std::uint32_t tile) { return batch.live[tile]; });
+                counter.add(group.open[i], [&](std::uint32_t t) { return batch.validRays[t]; });
         }
     }
 }
 
 void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                                      ktHitReceiver& receiver) const {
-    ktTraversalState& work = workOfThread();
+    ktTraversalState& state = stateOfThread();
     // Of a group of vertices: rays are traced in an order of their own, and the receiver may trace, too. So few that
     // they stay in the cache.
-    constexpr std::uint32_t mostRays = 1024;
+    constexpr std::uint32_t maxRays = 1024;
     std::vector<ktHitPacket> packets;
-    for (Group group(vertices, count, mostRays); group.size; group.next()) {
+    for (Group group(vertices, count, maxRays); group.size; group.next()) {
         const std::uint32_t tileCount = vertices[group.first].directions->set.tileCount();
         packets.resize(std::size_t(group.size) * tileCount);
         for (ktHitPacket& packet : packets)
             clearHits(packet);
         for (const ktTileBatch& batch : batchesOf(vertices[group.first])) {
-            HitWriter writer{group, scene, batch, packets.data(), tileCount};
-            kernel.nearest(scene.rootRef(),
+            HitWriter writer{group, bvh, batch, packets.data(), tileCount};
+            kernel.nearest(bvh.rootRef(),
                            {&batch, group.traceable, group.traceableCount, &limits,
-                            [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstSlot) {
-                                static_cast<const HitWriter*>(to)->take(i, done, firstSlot);
+                            [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstTile) {
+                                static_cast<const HitWriter*>(to)->add(i, done, firstTile);
                             },
                             &writer},
-                           work);
+                           state);
         }
         for (std::uint32_t v = 0; v < group.size; ++v)
-            for (std::uint32_t tile = 0; tile < tileCount; ++tile)
-                receiver.hits(group.first + v, tile, packets[std::size_t(v) * tileCount + tile]);
+            for (std::uint32_t t = 0; t < tileCount; ++t)
+                receiver.hits(group.first + v, t, packets[std::size_t(v) * tileCount + t]);
     }
 }
 
 std::uint32_t ktHemisphereTracer::occluded(const ktRayPacket& rays, bool bothSides) const {
-    const ktWideBvhRef root = scene.rootRef();
+    const ktWideBvhRef root = bvh.rootRef();
     std::uint32_t hit = 0;
     ktKernelRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i)
@@ -243,7 +243,7 @@ std::uint32_t ktHemisphereTracer::occluded(const ktRayPacket& rays, bool bothSid
 }
 
 void ktHemisphereTracer::nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const {
-    const ktWideBvhRef root = scene.rootRef();
+    const ktWideBvhRef root = bvh.rootRef();
     clearHits(hits);
     ktKernelRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i) {
@@ -252,11 +252,11 @@ void ktHemisphereTracer::nearest(const ktRayPacket& rays, bool bothSides, ktHitP
         const ktKernelHit hit = kernel.rayNearest(root, ray, bothSides);
         if (hit.triangle == ktHemisphereKernel::noTriangle)
             continue;
-        hits.mesh[i] = scene.meshOf(hit.triangle);
-        hits.triangle[i] = hit.triangle - scene.firstOf(hits.mesh[i]);
+        hits.mesh[i] = bvh.meshOf(hit.triangle);
+        hits.triangle[i] = hit.triangle - bvh.firstOf(hits.mesh[i]);
         hits.u[i] = hit.u;
         hits.v[i] = hit.v;
         hits.distance[i] = hit.distance;
-        hits.backSide |= static_cast<std::uint32_t>(hit.back) << i;
+        hits.backSide |= static_cast<std::uint32_t>(hit.backSide) << i;
     }
 }

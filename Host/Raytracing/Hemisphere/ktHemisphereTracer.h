@@ -27,10 +27,10 @@ public:
 
     /// Floats that are worked on at a time: 4, 8 or 16.
     std::uint32_t laneCount() const;
-    const ktWideBvh& structure() const { return scene; }
+    const ktWideBvh& wideBvh() const { return bvh; }
 
 private:
     const ktHemisphereKernel& kernel;
     const ktLeafKind leafKind;
-    ktWideBvh scene;
+    ktWideBvh bvh;
 };

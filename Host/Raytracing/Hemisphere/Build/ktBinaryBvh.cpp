@@ -13,10 +13,10 @@
 static_assert(sizeof(ktBvhPrimitive) == sizeof(RTCBuildPrimitive), "primitives are handed over as they are");
 static_assert(sizeof(std::size_t) == 8, "leaf pointers carry a tag");
 
-struct ktBinaryBvh::Library {
+struct ktBinaryBvh::Embree {
     RTCDevice device = nullptr;
     RTCBVH bvh = nullptr;
-    ~Library() {
+    ~Embree() {
         if (bvh)
             rtcReleaseBVH(bvh);
         if (device)
@@ -82,21 +82,21 @@ ktBinaryBvh::~ktBinaryBvh() = default;
 
 bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& split, const Progress& progress) {
     rootNode = 0;
-    library.reset();
-    ownNodes.clear();
-    ownLeaves.clear();
+    embree.reset();
+    medianNodes.clear();
+    medianLeaves.clear();
     if (primitives.empty())
         return true;
-    if (kind == Kind::Shallow) {
+    if (kind == Kind::Median) {
         ktBvhBox box;
-        rootNode = halve(primitives.data(), primitives.data() + primitives.size(), box);
+        rootNode = splitAtMedian(primitives.data(), primitives.data() + primitives.size(), box);
         return !progress || progress(1.0f);
     }
-    library = std::make_unique<Library>();
-    library->device = rtcNewDevice(nullptr);
-    library->bvh = library->device ? rtcNewBVH(library->device) : nullptr;
-    if (!library->bvh)
-        throw std::runtime_error("the ray tracing library cannot be started");
+    embree = std::make_unique<Embree>();
+    embree->device = rtcNewDevice(nullptr);
+    embree->bvh = embree->device ? rtcNewBVH(embree->device) : nullptr;
+    if (!embree->bvh)
+        throw std::runtime_error("the ray tracing embree cannot be started");
 
     Callbacks callbacks;
     callbacks.split = &split;
@@ -114,7 +114,7 @@ bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& spl
     arguments.maxLeafSize = ktBinaryBvhLeaf::maxCount;
     arguments.traversalCost = 1.0f;
     arguments.intersectionCost = 1.0f;
-    arguments.bvh = library->bvh;
+    arguments.bvh = embree->bvh;
     arguments.primitives = reinterpret_cast<RTCBuildPrimitive*>(primitives.data());
     arguments.primitiveCount = count;
     arguments.primitiveArrayCapacity = primitives.size();
@@ -128,43 +128,43 @@ bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& spl
     rootNode = reinterpret_cast<std::uintptr_t>(rtcBuildBVH(&arguments));
     if (rootNode)
         return true;
-    library->bvh = (rtcReleaseBVH(library->bvh), nullptr);
+    embree->bvh = (rtcReleaseBVH(embree->bvh), nullptr);
     if (callbacks.stopped)
         return false;
-    throw std::runtime_error("the ray tracing library could not build the structure (error " +
-                             std::to_string(static_cast<int>(rtcGetDeviceError(library->device))) + ")");
+    throw std::runtime_error("the ray tracing embree could not build the structure (error " +
+                             std::to_string(static_cast<int>(rtcGetDeviceError(embree->device))) + ")");
 }
 
 // At the median of the boxes' middles along the axis in which these extend farthest.
-std::uintptr_t ktBinaryBvh::halve(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box) {
-    const float big = std::numeric_limits<float>::max();
-    ktBvhBox middles{{big, big, big}, {-big, -big, -big}};
-    box = middles;
+std::uintptr_t ktBinaryBvh::splitAtMedian(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box) {
+    const float huge = std::numeric_limits<float>::max();
+    ktBvhBox centroids{{huge, huge, huge}, {-huge, -huge, -huge}};
+    box = centroids;
     for (const ktBvhPrimitive* p = first; p != last; ++p) {
         for (int axis = 0; axis < 3; ++axis) {
             box.lower[axis] = std::min(box.lower[axis], p->lower[axis]);
             box.upper[axis] = std::max(box.upper[axis], p->upper[axis]);
-            middles.lower[axis] = std::min(middles.lower[axis], p->lower[axis] + p->upper[axis]);
-            middles.upper[axis] = std::max(middles.upper[axis], p->lower[axis] + p->upper[axis]);
+            centroids.lower[axis] = std::min(centroids.lower[axis], p->lower[axis] + p->upper[axis]);
+            centroids.upper[axis] = std::max(centroids.upper[axis], p->lower[axis] + p->upper[axis]);
         }
     }
     const std::ptrdiff_t count = last - first;
     if (count <= static_cast<std::ptrdiff_t>(ktBinaryBvhLeaf::maxCount)) {
-        ktBinaryBvhLeaf& leaf = ownLeaves.emplace_back();
+        ktBinaryBvhLeaf& leaf = medianLeaves.emplace_back();
         for (leaf.count = 0; first != last; ++first)
             leaf.ids[leaf.count++] = first->id;
         return reinterpret_cast<std::uintptr_t>(&leaf) | 1;
     }
     int widest = 0;
     for (int axis = 1; axis < 3; ++axis)
-        if (middles.upper[axis] - middles.lower[axis] > middles.upper[widest] - middles.lower[widest])
+        if (centroids.upper[axis] - centroids.lower[axis] > centroids.upper[widest] - centroids.lower[widest])
             widest = axis;
     std::nth_element(first, first + count / 2, last, [&](const ktBvhPrimitive& a, const ktBvhPrimitive& b) {
         const float x = a.lower[widest] + a.upper[widest], y = b.lower[widest] + b.upper[widest];
         return x < y || (x == y && a.id < b.id);
     });
-    ktBinaryBvhNode& node = ownNodes.emplace_back();
-    node.child[0] = halve(first, first + count / 2, node.box[0]);
-    node.child[1] = halve(first + count / 2, last, node.box[1]);
+    ktBinaryBvhNode& node = medianNodes.emplace_back();
+    node.child[0] = splitAtMedian(first, first + count / 2, node.box[0]);
+    node.child[1] = splitAtMedian(first + count / 2, last, node.box[1]);
     return reinterpret_cast<std::uintptr_t>(&node);
 }

@@ -30,7 +30,7 @@ struct ktBinaryBvhLeaf {
     static constexpr std::uint32_t maxCount = 8;
     std::uint32_t count;
     std::uint32_t ids[maxCount];
-    std::uint32_t lines; ///< room for ktBvhCollapse: its cache lines, written
+    std::uint32_t cacheLines; ///< room for ktBvhCollapse: its cache lines, written
 };
 
 /// Inner node of a binary tree. A child is a node or a leaf; see ktBinaryBvh.
@@ -42,12 +42,12 @@ struct ktBinaryBvhNode {
         struct {
             std::uintptr_t parent; ///< 0 for the root
             std::uint32_t height;  ///< levels from this node to its deepest leaf, both counted
-        } place;                   ///< of ktReinsertNodes
+        } links;                   ///< of ktReinsertNodes
         float cost[8];             ///< of ktBvhCollapse: [places in the node above], while these are calculated
         std::size_t size[2];       ///< afterwards: nodes of eight and cache lines of leaves of the subtree, of a node
                                    ///< that becomes one
     };
-    std::uint8_t first[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay
+    std::uint8_t leftSlots[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay
 };
 
 /// A binary bounding volume hierarchy, as a rule built by Embree (surface-area heuristic). Lives as long as this
@@ -69,8 +69,8 @@ public:
     ktBinaryBvh& operator=(const ktBinaryBvh&) = delete;
 
     enum class Kind {
-        Fast,    ///< quick to trace: split where it costs least; may get too deep where sizes differ by 2^90 and more
-        Shallow, ///< halved by count: at most 30 levels; cuts nothing, asks the library for nothing
+        Sah,    ///< quick to trace: split where it costs least; may get too deep where sizes differ by 2^90 and more
+        Median, ///< halved by count: at most 30 levels; cuts nothing, asks the library for nothing
     };
 
     /// @param primitives are reordered and, with `split`, cut; with `split` primitives may be referenced by several
@@ -89,11 +89,11 @@ public:
     static ktBinaryBvhNode& node(std::uintptr_t node) { return *reinterpret_cast<ktBinaryBvhNode*>(node); }
 
 private:
-    std::uintptr_t halve(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box);
+    std::uintptr_t splitAtMedian(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box);
 
-    struct Library;
-    std::unique_ptr<Library> library;
-    std::deque<ktBinaryBvhNode> ownNodes; // of a shallow tree
-    std::deque<ktBinaryBvhLeaf> ownLeaves;
+    struct Embree;
+    std::unique_ptr<Embree> embree;
+    std::deque<ktBinaryBvhNode> medianNodes; // of a shallow tree
+    std::deque<ktBinaryBvhLeaf> medianLeaves;
     std::uintptr_t rootNode = 0;
 };

@@ -10,7 +10,7 @@
 class ktBuildProgress {
 public:
     /// @param receiver may be empty
-    explicit ktBuildProgress(const ktTracer::Progress& receiver) : receiver(receiver) {}
+    explicit ktBuildProgress(const ktTracer::Progress& receiver_) : receiver(receiver_) {}
 
     /// Tells the share done, unless it was told to stop before. Any thread; shares may come a little out of order.
     /// @return false once the receiver has said stop

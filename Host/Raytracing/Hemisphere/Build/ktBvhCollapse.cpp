@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr std::uint32_t places = ktWideBvhLayout::children;
-static_assert(sizeof(ktBinaryBvhNode::cost) / sizeof(float) == places, "a cost for each number of places");
+constexpr std::uint32_t width = ktWideBvhLayout::children;
+static_assert(sizeof(ktBinaryBvhNode::cost) / sizeof(float) == width, "a cost for each number of places");
 
 // Branches down to this level of the binary tree are left to other threads.
 constexpr std::uint32_t sharedDepth = 12;
@@ -21,65 +21,67 @@ float halfArea(const ktBvhBox& box) {
 
 // With at most `count` places in the node above. What leaves cost does not depend on the plan.
 float costOf(std::uintptr_t child, std::uint32_t count) {
-    return ktBinaryBvh::isLeaf(child) ? 0.0f : ktBinaryBvh::node(child).cost[std::min(count, places - 1)];
+    return ktBinaryBvh::isLeaf(child) ? 0.0f : ktBinaryBvh::node(child).cost[std::min(count, width - 1)];
 }
 
-void plan(ktBinaryBvhNode& node, float area) {
-    float open[places + 1];
-    for (std::uint32_t count = 2; count <= places; ++count) {
+void collapseNode(ktBinaryBvhNode& node, float area) {
+    float openCost[width + 1];
+    for (std::uint32_t count = 2; count <= width; ++count) {
         std::uint32_t best = 1;
         for (std::uint32_t first = 1; first < count; ++first) {
             const float cost = costOf(node.child[0], first) + costOf(node.child[1], count - first);
-            if (first == 1 || cost < open[count]) {
-                open[count] = cost;
+            if (first == 1 || cost < openCost[count]) {
+                openCost[count] = cost;
                 best = first;
             }
         }
-        node.first[count] = static_cast<std::uint8_t>(best);
+        node.leftSlots[count] = static_cast<std::uint8_t>(best);
     }
     node.cost[0] = 0; // not used: every child has a place
-    node.cost[1] = area + open[places];
-    for (std::uint32_t count = 2; count < places; ++count) {
-        const bool opened = open[count] <= node.cost[count - 1];
-        node.cost[count] = opened ? open[count] : node.cost[count - 1];
-        if (!opened)
-            node.first[count] = 0;
+    node.cost[1] = area + openCost[width];
+    for (std::uint32_t count = 2; count < width; ++count) {
+        const bool opens = openCost[count] <= node.cost[count - 1];
+        node.cost[count] = opens ? openCost[count] : node.cost[count - 1];
+        if (!opens)
+            node.leftSlots[count] = 0;
     }
 }
 
 // From the leaves up. Trees are at most ktBinaryBvh::maxDepth deep.
-void planAll(std::uintptr_t at, float area, std::uint32_t depth) {
+void collapseSubtree(std::uintptr_t at, float area, std::uint32_t depth) {
     if (ktBinaryBvh::isLeaf(at))
         return;
     ktBinaryBvhNode& node = ktBinaryBvh::node(at);
-    const auto planSide = [&](std::size_t side) { planAll(node.child[side], halfArea(node.box[side]), depth + 1); };
+    const auto collapseSide = [&](std::size_t side) {
+        collapseSubtree(node.child[side], halfArea(node.box[side]), depth + 1);
+    };
     if (depth < sharedDepth) {
-        ktParallel::forEach(2, planSide);
+        ktParallel::forEach(2, collapseSide);
     } else {
-        planSide(0);
-        planSide(1);
+        collapseSide(0);
+        collapseSide(1);
     }
-    plan(node, area);
+    collapseNode(node, area);
 }
 
-struct Collector {
+struct ChildCollector {
     ktWideBvhChild* children;
     std::uint32_t count = 0;
 
-    void open(const ktBinaryBvhNode& node, std::uint32_t places) {
-        const std::uint32_t first = node.first[places];
+    void open(const ktBinaryBvhNode& node, std::uint32_t slots) {
+        const std::uint32_t first = node.leftSlots[slots];
         add(node, 0, first);
-        add(node, 1, most - first);
+        add(node, 1, slots - first);
     }
-    void add(const ktBinaryBvhNode& parent, int side, std::uint32_t places) {
+    void add(const ktBinaryBvhNode& parent, int side, std::uint32_t slots) {
         const std::uintptr_t child = parent.child[side];
         if (!ktBinaryBvh::isLeaf(child)) {
             const ktBinaryBvhNode& node = ktBinaryBvh::node(child);
-            places = std::min(places, ::places - 1);
-            while (places > 1 && !node.first[places])
-                --places;
-            if (places > 1) {
-                open(node, places);
+            slots = std::min(slots, width - 1);
+            while (slots > 1 && !node.leftSlots[slots])
+                --slots;
+            if (slots > 1) {
+                open(node, slots);
                 return;
             }
         }
@@ -88,42 +90,42 @@ struct Collector {
 };
 
 /// Counts what becomes of nodes that are nodes of eight, once their costs are of no use any more.
-struct Measure {
+struct SubtreeCounter {
     const ktLeafWriter& writer;
 
     // @return levels
     std::uint32_t operator()(std::uintptr_t at, std::uint32_t depth) const {
-        ktWideBvhChild child[places];
+        ktWideBvhChild child[width];
         const std::uint32_t count = ktBvhCollapse::children(at, child);
-        std::uint32_t levels[places];
-        const auto measureChild = [&](std::size_t i) {
+        std::uint32_t levels[width];
+        const auto countChild = [&](std::size_t i) {
             levels[i] = 0;
             if (!ktBinaryBvh::isLeaf(child[i].node)) {
                 levels[i] = (*this)(child[i].node, depth + 1);
                 return;
             }
             ktBinaryBvhLeaf& leaf = ktBinaryBvh::leaf(child[i].node);
-            leaf.lines = writer.lineCount(leaf);
+            leaf.cacheLines = writer.cacheLineCount(leaf);
         };
         if (depth < sharedDepth / 3) // eight children are three levels of two
-            ktParallel::forEach(count, measureChild);
+            ktParallel::forEach(count, countChild);
         else
             for (std::uint32_t i = 0; i < count; ++i)
-                measureChild(i);
+                countChild(i);
 
         ktWideBvhSize sum{1, 0};
         for (std::uint32_t i = 0; i < count; ++i) {
             if (ktBinaryBvh::isLeaf(child[i].node)) {
-                sum.lines += ktBinaryBvh::leaf(child[i].node).lines;
+                sum.cacheLines += ktBinaryBvh::leaf(child[i].node).cacheLines;
             } else {
                 const ktWideBvhSize size = ktBvhCollapse::size(child[i].node);
                 sum.nodes += size.nodes;
-                sum.lines += size.lines;
+                sum.cacheLines += size.cacheLines;
             }
         }
         std::size_t* const size = ktBinaryBvh::node(at).size;
         size[0] = sum.nodes;
-        size[1] = sum.lines;
+        size[1] = sum.cacheLines;
         return 1 + *std::max_element(levels, levels + count);
     }
 };
@@ -131,8 +133,8 @@ struct Measure {
 } // namespace
 
 ktBvhCollapse::ktBvhCollapse(std::uintptr_t root, const ktLeafWriter& writer) {
-    planAll(root, 0.0f, 0); // the root is there whatever happens
-    levelCount = Measure{writer}(root, 0);
+    collapseSubtree(root, 0.0f, 0); // the root is there whatever happens
+    levelCount = SubtreeCounter{writer}(root, 0);
 }
 
 ktWideBvhSize ktBvhCollapse::size(std::uintptr_t node) {
@@ -141,7 +143,7 @@ ktWideBvhSize ktBvhCollapse::size(std::uintptr_t node) {
 }
 
 std::uint32_t ktBvhCollapse::children(std::uintptr_t node, ktWideBvhChild* children) {
-    Collector collector{children};
-    collector.open(ktBinaryBvh::node(node), places);
+    ChildCollector collector{children};
+    collector.open(ktBinaryBvh::node(node), width);
     return collector.count;
 }

@@ -14,8 +14,8 @@ struct ktWideBvhChild {
 
 /// What a subtree of the binary tree becomes.
 struct ktWideBvhSize {
-    std::size_t nodes = 0; ///< of eight, its topmost one included
-    std::size_t lines = 0; ///< of its leaves
+    std::size_t nodes = 0;      ///< of eight, its topmost one included
+    std::size_t cacheLines = 0; ///< of its leaves
 };
 
 /// Chooses which nodes of a binary tree become nodes of eight and which are opened into their parents, so that the

@@ -16,13 +16,13 @@ namespace {
 // more.
 constexpr std::size_t candidateShare = 8, minCandidates = 4000, maxCandidates = 50000;
 constexpr int maxPasses = 8;
-constexpr double leastPassGain = 0.002;  // of all surface
+constexpr double minPassGain = 0.002;    // of all surface
 constexpr std::uint32_t maxVisits = 100; // of nodes beside the path upwards, in one search; most need three
-constexpr double leastGain = 1e-6;       // of the surface of a node's parent: what rounding gains is none
+constexpr double minRelativeGain = 1e-6; // of the surface of a node's parent: what rounding gains is none
 
 // Branches down to this level are left to other threads.
 constexpr std::uint32_t sharedDepth = 12;
-constexpr std::size_t searchesToAsk = 256; // below a few milliseconds
+constexpr std::size_t searchesPerProgressCall = 256; // below a few milliseconds
 
 double halfArea(const ktBvhBox& box) {
     const double x = double(box.upper[0]) - box.lower[0], y = double(box.upper[1]) - box.lower[1],
@@ -44,67 +44,67 @@ bool isSame(const ktBvhBox& a, const ktBvhBox& b) {
 }
 
 std::uint32_t heightOf(std::uintptr_t at) {
-    return ktBinaryBvh::isLeaf(at) ? 1 : ktBinaryBvh::node(at).place.height;
+    return ktBinaryBvh::isLeaf(at) ? 1 : ktBinaryBvh::node(at).links.height;
 }
 
 void measureHeight(ktBinaryBvhNode& node) {
-    node.place.height = 1 + std::max(heightOf(node.child[0]), heightOf(node.child[1]));
+    node.links.height = 1 + std::max(heightOf(node.child[0]), heightOf(node.child[1]));
 }
 
 /// Where a child hangs: a node and one of its sides.
-class Slot {
+class Edge {
 public:
-    Slot() = default;
-    Slot(ktBinaryBvhNode& node, std::size_t side) : bits(reinterpret_cast<std::uintptr_t>(&node) | side) {}
+    Edge() = default;
+    Edge(ktBinaryBvhNode& node, std::size_t side) : bits(reinterpret_cast<std::uintptr_t>(&node) | side) {}
     ktBinaryBvhNode& node() const { return ktBinaryBvh::node(bits & ~std::uintptr_t(1)); }
     std::size_t side() const { return bits & 1; }
     std::uintptr_t& child() const { return node().child[side()]; }
     ktBvhBox& box() const { return node().box[side()]; }
-    Slot sibling() const { return Slot(node(), 1 - side()); }
+    Edge sibling() const { return Edge(node(), 1 - side()); }
 
 private:
     std::uintptr_t bits = 0;
 };
 
 /// Of a node that is not the root.
-Slot slotOf(const ktBinaryBvhNode& node) {
-    ktBinaryBvhNode& parent = ktBinaryBvh::node(node.place.parent);
-    return Slot(parent, parent.child[1] == reinterpret_cast<std::uintptr_t>(&node));
+Edge edgeAbove(const ktBinaryBvhNode& node) {
+    ktBinaryBvhNode& parent = ktBinaryBvh::node(node.links.parent);
+    return Edge(parent, parent.child[1] == reinterpret_cast<std::uintptr_t>(&node));
 }
 
-void hang(Slot slot, std::uintptr_t child) {
-    slot.child() = child;
+void attach(Edge edge, std::uintptr_t child) {
+    edge.child() = child;
     if (!ktBinaryBvh::isLeaf(child))
-        ktBinaryBvh::node(child).place.parent = reinterpret_cast<std::uintptr_t>(&slot.node());
+        ktBinaryBvh::node(child).links.parent = reinterpret_cast<std::uintptr_t>(&edge.node());
 }
 
 // The heights of a node and of those above it, and all their boxes, once something below the node has changed.
 void refit(ktBinaryBvhNode* node) {
     for (;;) {
-        const std::uint32_t height = node->place.height;
+        const std::uint32_t height = node->links.height;
         measureHeight(*node);
-        if (!node->place.parent)
+        if (!node->links.parent)
             return;
-        const Slot slot = slotOf(*node);
+        const Edge edge = edgeAbove(*node);
         const ktBvhBox box = joined(node->box[0], node->box[1]);
-        if (height == node->place.height && isSame(box, slot.box()))
+        if (height == node->links.height && isSame(box, edge.box()))
             return;
-        slot.box() = box;
-        node = &slot.node();
+        edge.box() = box;
+        node = &edge.node();
     }
 }
 
 // The child and its parent go together; the sibling takes the parent's place.
-void move(Slot from, Slot to) {
+void reinsert(Edge from, Edge to) {
     ktBinaryBvhNode& parent = from.node();
-    const Slot place = slotOf(parent), rest = from.sibling();
-    place.box() = rest.box();
-    hang(place, rest.child());
-    refit(&place.node());
+    const Edge above = edgeAbove(parent), rest = from.sibling();
+    above.box() = rest.box();
+    attach(above, rest.child());
+    refit(&above.node());
 
     rest.box() = to.box();
-    hang(rest, to.child());
-    hang(to, reinterpret_cast<std::uintptr_t>(&parent));
+    attach(rest, to.child());
+    attach(to, reinterpret_cast<std::uintptr_t>(&parent));
     to.box() = joined(parent.box[0], parent.box[1]);
     measureHeight(parent);
     refit(&to.node());
@@ -112,18 +112,18 @@ void move(Slot from, Slot to) {
 
 class Reinsertion {
 public:
-    Reinsertion(std::uintptr_t root, ktBuildProgress& progress, float share)
-        : root(ktBinaryBvh::node(root)), progress(progress), share(share) {}
+    Reinsertion(std::uintptr_t root_, ktBuildProgress& progress_, float share_)
+        : root(ktBinaryBvh::node(root_)), progress(progress_), share(share_) {}
 
     void run() {
-        root.place.parent = 0;
+        root.links.parent = 0;
         const Sum sum = prepare(root, 0);
         candidateCount = std::clamp(2 * sum.nodes / candidateShare, minCandidates, maxCandidates);
         double surface = sum.surface;
         for (int pass = 0; pass < maxPasses && !progress.isStopped(); ++pass) {
-            choose();
-            const double gain = improve();
-            if (!(gain > leastPassGain * surface))
+            selectCandidates();
+            const double gain = reinsertCandidates();
+            if (!(gain > minPassGain * surface))
                 break;
             surface -= gain;
         }
@@ -132,21 +132,21 @@ public:
 private:
     struct Candidate {
         float area;
-        std::uint32_t order;
-        Slot slot;
+        std::uint32_t sequence;
+        Edge edge;
         bool operator<(const Candidate& other) const {
-            return area < other.area || (area == other.area && order > other.order);
+            return area < other.area || (area == other.area && sequence > other.sequence);
         }
     };
     struct Sum {
         double surface = 0; // half of it
         std::size_t nodes = 0;
     };
-    struct Place {
-        Slot slot;
+    struct Target {
+        Edge edge;
         double gain = 0;
     };
-    struct Branch {
+    struct SearchNode {
         ktBinaryBvhNode* node;
         double saved;
         std::uint32_t level; // of the node; the root's is 1
@@ -162,7 +162,7 @@ private:
             if (ktBinaryBvh::isLeaf(node.child[side]))
                 return;
             ktBinaryBvhNode& child = ktBinaryBvh::node(node.child[side]);
-            child.place.parent = reinterpret_cast<std::uintptr_t>(&node);
+            child.links.parent = reinterpret_cast<std::uintptr_t>(&node);
             below[side] = prepare(child, depth + 1);
             node.box[side] = joined(child.box[0], child.box[1]);
         };
@@ -178,39 +178,39 @@ private:
     }
 
     // A node is no smaller than what is below it: from the top down, the largest first.
-    void choose() {
+    void selectCandidates() {
         candidates.clear();
         heap.clear();
-        std::uint32_t order = 0;
+        std::uint32_t sequence = 0;
         const auto push = [&](ktBinaryBvhNode& node) {
             for (std::size_t side = 0; side < 2; ++side) {
-                heap.push_back({static_cast<float>(halfArea(node.box[side])), order++, Slot(node, side)});
+                heap.push_back({static_cast<float>(halfArea(node.box[side])), sequence++, Edge(node, side)});
                 std::push_heap(heap.begin(), heap.end());
             }
         };
         push(root);
         while (!heap.empty() && candidates.size() < candidateCount) {
             std::pop_heap(heap.begin(), heap.end());
-            const Slot slot = heap.back().slot;
+            const Edge edge = heap.back().edge;
             heap.pop_back();
-            if (&slot.node() != &root) // which cannot be taken out together with its child
-                candidates.push_back(slot);
-            if (!ktBinaryBvh::isLeaf(slot.child()))
-                push(ktBinaryBvh::node(slot.child()));
+            if (&edge.node() != &root) // which cannot be taken out together with its child
+                candidates.push_back(edge);
+            if (!ktBinaryBvh::isLeaf(edge.child()))
+                push(ktBinaryBvh::node(edge.child()));
         }
     }
 
-    double improve() {
+    double reinsertCandidates() {
         double gain = 0;
         std::size_t searches = 0;
-        for (const Slot slot : candidates) {
-            if (searches++ % searchesToAsk == 0 && !progress.goOn(share))
+        for (const Edge edge : candidates) {
+            if (searches++ % searchesPerProgressCall == 0 && !progress.goOn(share))
                 break;
             // Of what hangs here now: moves before it may have changed that.
-            const Place place = search(slot);
-            if (place.gain > 0) {
-                move(slot, place.slot);
-                gain += place.gain;
+            const Target target = findTarget(edge);
+            if (target.gain > 0) {
+                reinsert(edge, target.edge);
+                gain += target.gain;
             }
         }
         return gain;
@@ -218,94 +218,94 @@ private:
 
     std::uint32_t levelOf(const ktBinaryBvhNode& node) const {
         std::uint32_t level = 1;
-        for (std::uintptr_t at = node.place.parent; at; at = ktBinaryBvh::node(at).place.parent)
+        for (std::uintptr_t at = node.links.parent; at; at = ktBinaryBvh::node(at).links.parent)
             ++level;
         return level;
     }
 
     // The place where what hangs in a slot saves most; gain 0 where it had better stay. `saved` is the surface that
     // goes when the node is taken out and its parent with it, less that by which the nodes on the way down grow.
-    Place search(Slot from) {
-        box = from.box();
-        area = halfArea(box);
-        height = heightOf(from.child());
+    Target findTarget(Edge from) {
+        nodeBox = from.box();
+        nodeArea = halfArea(nodeBox);
+        nodeHeight = heightOf(from.child());
         visitsLeft = maxVisits;
         ktBinaryBvhNode* parent = &from.node();
         std::uint32_t level = levelOf(*parent);
-        double saved = halfArea(slotOf(*parent).box());
-        const double least = leastGain * saved;
-        best = {Slot(), least};
+        double saved = halfArea(edgeAbove(*parent).box());
+        const double minGain = minRelativeGain * saved;
+        best = {Edge(), minGain};
 
-        ktBvhBox without = from.sibling().box();                       // what the nodes above shrink to
-        searchBelow(from.sibling().child(), halfArea(without), level); // which rises to the parent's level
-        while (parent->place.parent) {
-            const Slot slot = slotOf(*parent), other = slot.sibling();
+        ktBvhBox shrunk = from.sibling().box();                       // what the nodes above shrink to
+        searchBelow(from.sibling().child(), halfArea(shrunk), level); // which rises to the parent's level
+        while (parent->links.parent) {
+            const Edge edge = edgeAbove(*parent), other = edge.sibling();
             searchAt(other, saved, level);
-            parent = &slot.node();
+            parent = &edge.node();
             --level;
-            without = joined(without, other.box());
-            saved += halfArea(joined(slot.box(), other.box())) - halfArea(without);
+            shrunk = joined(shrunk, other.box());
+            saved += halfArea(joined(edge.box(), other.box())) - halfArea(shrunk);
         }
-        return best.gain > least ? best : Place{Slot(), 0};
+        return best.gain > minGain ? best : Target{Edge(), 0};
     }
 
     // Puts the node beside what hangs in `slot` at that level.
-    void consider(Slot slot, double gain, std::uint32_t level) {
-        if (gain > best.gain && level + std::max(height, heightOf(slot.child())) <= ktBinaryBvh::maxDepth)
-            best = {slot, gain};
+    void consider(Edge edge, double gain, std::uint32_t level) {
+        if (gain > best.gain && level + std::max(nodeHeight, heightOf(edge.child())) <= ktBinaryBvh::maxDepth)
+            best = {edge, gain};
     }
 
-    void searchAt(Slot slot, double saved, std::uint32_t level) {
+    void searchAt(Edge edge, double saved, std::uint32_t level) {
         if (!canGain(saved))
             return;
-        const double both = halfArea(joined(slot.box(), box));
-        consider(slot, saved - both, level);
-        searchBelow(slot.child(), saved - (both - halfArea(slot.box())), level);
+        const double enlargedArea = halfArea(joined(edge.box(), nodeBox));
+        consider(edge, saved - enlargedArea, level);
+        searchBelow(edge.child(), saved - (enlargedArea - halfArea(edge.box())), level);
     }
 
     // Below a node at that level; the better branches first.
     void searchBelow(std::uintptr_t at, double saved, std::uint32_t level) {
-        branches.clear();
+        searchStack.clear();
         push(at, saved, level);
-        for (; !branches.empty() && visitsLeft > 0; --visitsLeft) {
-            const Branch branch = branches.back();
-            branches.pop_back();
-            if (!canGain(branch.saved))
+        for (; !searchStack.empty() && visitsLeft > 0; --visitsLeft) {
+            const SearchNode current = searchStack.back();
+            searchStack.pop_back();
+            if (!canGain(current.saved))
                 continue;
             double below[2];
             for (std::size_t side = 0; side < 2; ++side) {
-                const ktBvhBox& sideBox = branch.node->box[side];
-                const double both = halfArea(joined(sideBox, box));
-                consider(Slot(*branch.node, side), branch.saved - both, branch.level + 1);
-                below[side] = branch.saved - (both - halfArea(sideBox));
+                const ktBvhBox& sideBox = current.node->box[side];
+                const double enlargedArea = halfArea(joined(sideBox, nodeBox));
+                consider(Edge(*current.node, side), current.saved - enlargedArea, current.level + 1);
+                below[side] = current.saved - (enlargedArea - halfArea(sideBox));
             }
             const std::size_t better = below[1] > below[0];
             for (const std::size_t side : {1 - better, better})
-                push(branch.node->child[side], below[side], branch.level + 1);
+                push(current.node->child[side], below[side], current.level + 1);
         }
     }
 
     void push(std::uintptr_t at, double saved, std::uint32_t level) {
         if (!ktBinaryBvh::isLeaf(at) && canGain(saved))
-            branches.push_back({&ktBinaryBvh::node(at), saved, level});
+            searchStack.push_back({&ktBinaryBvh::node(at), saved, level});
     }
 
     // The new parent is no smaller than the node.
-    bool canGain(double saved) const { return saved - area > best.gain; }
+    bool canGain(double saved) const { return saved - nodeArea > best.gain; }
 
     ktBinaryBvhNode& root;
     ktBuildProgress& progress;
     const float share;
     std::size_t candidateCount = 0;
-    std::vector<Slot> candidates;
-    std::vector<Candidate> heap;  // of choose
-    std::vector<Branch> branches; // still to search
+    std::vector<Edge> candidates;
+    std::vector<Candidate> heap;         // of choose
+    std::vector<SearchNode> searchStack; // still to search
 
     // Of the node whose place is sought.
-    ktBvhBox box{};
-    double area = 0;
-    std::uint32_t height = 0, visitsLeft = 0;
-    Place best;
+    ktBvhBox nodeBox{};
+    double nodeArea = 0;
+    std::uint32_t nodeHeight = 0, visitsLeft = 0;
+    Target best;
 };
 
 } // namespace

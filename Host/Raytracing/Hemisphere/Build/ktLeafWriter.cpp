@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktLeafWriter.h"
 
+#include "ktTriangleCorners.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -8,12 +10,12 @@ namespace {
 
 using Limits = ktWideBvhLayout;
 
-std::size_t bytesOfPoints(std::uint32_t count) {
+std::size_t pointBytes(std::uint32_t count) {
     return 3 * sizeof(float) * count;
 }
 
-std::size_t linesOf(std::uint32_t pointCount) {
-    const std::size_t bytes = bytesOfPoints(pointCount) + sizeof(ktPatchFooter);
+std::size_t cacheLinesOf(std::uint32_t pointCount) {
+    const std::size_t bytes = pointBytes(pointCount) + sizeof(ktPatchFooter);
     return (bytes + sizeof(ktCacheLine) - 1) / sizeof(ktCacheLine);
 }
 
@@ -26,18 +28,18 @@ ktBinaryBvhLeaf sorted(ktBinaryBvhLeaf leaf) { // the builder's order depends on
 struct Patch {
     std::uint32_t pointCount = 0;
     float point[Limits::patchPoints][3];
-    ktPatchFooter end{};
+    ktPatchFooter footer{};
 };
 
 /// The patches of a leaf.
 struct Patches {
-    static constexpr std::uint32_t most = 2; // eight triangles without a common corner have 24 points
-    Patch patch[most];
+    static constexpr std::uint32_t maxPatches = 2; // eight triangles without a common corner have 24 points
+    Patch patch[maxPatches];
     std::uint32_t count = 1;
 
     Patches(const ktBinaryBvhLeaf& leaf, const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers) {
-        static_assert(ktBinaryBvhLeaf::maxCount <= Limits::patchTriangles &&
-                          ktBinaryBvhLeaf::maxCount <= most * (Limits::patchPoints / 3),
+        static_assert(ktBinaryBvhLeaf::maxCount <= Limits::leafTriangles &&
+                          ktBinaryBvhLeaf::maxCount <= maxPatches * (Limits::patchPoints / 3),
                       "the patches hold any leaf");
         const ktBinaryBvhLeaf ids = sorted(leaf);
         for (std::uint32_t i = 0; i < ids.count; ++i)
@@ -47,7 +49,7 @@ struct Patches {
 private:
     void add(const ktTriangleCorners& corners, std::uint32_t id) {
         Patch* to = &patch[count - 1];
-        std::uint32_t number[3], points = to->pointCount;
+        std::uint32_t pointIndex[3], points = to->pointCount;
         for (int c = 0; c < 3; ++c) {
             const float* corner = corners.p[c];
             std::uint32_t i = 0;
@@ -60,31 +62,31 @@ private:
             }
             if (i == points)
                 std::memcpy(to->point[points++], corner, sizeof to->point[i]);
-            number[c] = i;
+            pointIndex[c] = i;
         }
         to->pointCount = points;
-        const std::uint32_t lane = to->end.count++;
+        const std::uint32_t lane = to->footer.count++;
         for (int c = 0; c < 3; ++c)
-            to->end.corner[c][lane] = static_cast<std::uint8_t>(number[c]);
-        to->end.id[lane] = id;
+            to->footer.corner[c][lane] = static_cast<std::uint8_t>(pointIndex[c]);
+        to->footer.id[lane] = id;
     }
 };
 
 } // namespace
 
-std::uint32_t ktLeafWriter::lineCount(const ktBinaryBvhLeaf& leaf) const {
-    if (kind == ktLeafKind::Wide)
+std::uint32_t ktLeafWriter::cacheLineCount(const ktBinaryBvhLeaf& leaf) const {
+    if (kind == ktLeafKind::Unindexed)
         return sizeof(ktUnindexedLeaf) / sizeof(ktCacheLine);
     const Patches patches(leaf, meshes, numbers);
-    std::size_t lines = 0;
+    std::size_t cacheLines = 0;
     for (std::uint32_t i = 0; i < patches.count; ++i)
-        lines += linesOf(patches.patch[i].pointCount);
-    return static_cast<std::uint32_t>(lines);
+        cacheLines += cacheLinesOf(patches.patch[i].pointCount);
+    return static_cast<std::uint32_t>(cacheLines);
 }
 
 ktWideBvhRef ktLeafWriter::write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
-    if (kind == ktLeafKind::Wide)
-        return writeWide(leaf, to);
+    if (kind == ktLeafKind::Unindexed)
+        return writeUnindexed(leaf, to);
     const Patches patches(leaf, meshes, numbers);
     const ktWideBvhRef ref = reinterpret_cast<std::uintptr_t>(to) |
                              (patches.patch[0].pointCount - 1) << Limits::pointShift | Limits::leafFlag;
@@ -94,26 +96,26 @@ ktWideBvhRef ktLeafWriter::write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) c
         for (std::uint32_t p = 0; p < from.pointCount; ++p)
             for (std::uint32_t axis = 0; axis < 3; ++axis)
                 std::memcpy(bytes + sizeof(float) * (axis * from.pointCount + p), &from.point[p][axis], sizeof(float));
-        ktPatchFooter end = from.end;
-        end.nextPoints = i + 1 < patches.count ? patches.patch[i + 1].pointCount : 0;
-        std::memcpy(bytes + bytesOfPoints(from.pointCount), &end, sizeof end);
-        const std::size_t lines = linesOf(from.pointCount);
-        std::memcpy(to, bytes, lines * sizeof(ktCacheLine));
-        to += lines;
+        ktPatchFooter footer = from.footer;
+        footer.nextPointCount = i + 1 < patches.count ? patches.patch[i + 1].pointCount : 0;
+        std::memcpy(bytes + pointBytes(from.pointCount), &footer, sizeof footer);
+        const std::size_t cacheLines = cacheLinesOf(from.pointCount);
+        std::memcpy(to, bytes, cacheLines * sizeof(ktCacheLine));
+        to += cacheLines;
     }
     return ref;
 }
 
-ktWideBvhRef ktLeafWriter::writeWide(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
+ktWideBvhRef ktLeafWriter::writeUnindexed(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
     const ktBinaryBvhLeaf ids = sorted(leaf);
-    ktUnindexedLeaf wide{};
+    ktUnindexedLeaf leafData{};
     for (std::uint32_t i = 0; i < ids.count; ++i) {
         const ktTriangleCorners corners(meshes, numbers, ids.ids[i]);
         for (std::uint32_t c = 0; c < 3; ++c)
             for (std::uint32_t axis = 0; axis < 3; ++axis)
-                wide.corner[c][axis][i] = corners.p[c][axis];
-        wide.id[i] = ids.ids[i];
+                leafData.corner[c][axis][i] = corners.p[c][axis];
+        leafData.id[i] = ids.ids[i];
     }
-    std::memcpy(to, &wide, sizeof wide);
-    return reinterpret_cast<std::uintptr_t>(to) | Limits::leafFlag | Limits::wideFlag | Limits::nodeFlags;
+    std::memcpy(to, &leafData, sizeof leafData);
+    return reinterpret_cast<std::uintptr_t>(to) | Limits::leafFlag | Limits::unindexedFlag | Limits::nodeFlags;
 }

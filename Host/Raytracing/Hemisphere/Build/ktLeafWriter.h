@@ -11,7 +11,7 @@
 /// How leaves are stored.
 enum class ktLeafKind {
     ByCount, ///< wide, of scenes of more than a million triangles as patches
-    Wide,
+    Unindexed,
     Patches,
 };
 
@@ -19,17 +19,17 @@ enum class ktLeafKind {
 class ktLeafWriter {
 public:
     /// @param kind not ByCount
-    ktLeafWriter(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers, ktLeafKind kind)
-        : meshes(meshes), numbers(numbers), kind(kind) {}
+    ktLeafWriter(const std::vector<ktTracerMesh>& meshes_, const ktTriangleNumbers& numbers_, ktLeafKind kind_)
+        : meshes(meshes_), numbers(numbers_), kind(kind_) {}
 
     /// Cache lines that a leaf takes.
-    std::uint32_t lineCount(const ktBinaryBvhLeaf& leaf) const;
+    std::uint32_t cacheLineCount(const ktBinaryBvhLeaf& leaf) const;
     /// Writes a leaf to lineCount() lines from `to` on.
     /// @return what a node refers to it with
     ktWideBvhRef write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const;
 
 private:
-    ktWideBvhRef writeWide(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const;
+    ktWideBvhRef writeUnindexed(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const;
 
     const std::vector<ktTracerMesh>& meshes;
     const ktTriangleNumbers& numbers;

@@ -12,5 +12,5 @@
 /// @param primitives the boxes of whole triangles; parts are appended
 /// @param share      of their number: at most so many parts are added
 /// @param corners    writes the corners of triangle `id`; called from many threads
-void ktPreSplitTriangles(ktBvhPrimitives& primitives, double share,
+void ktPreSplitTriangles(ktBvhPrimitives& primitives, double extraShare,
                          const std::function<void(std::uint32_t id, const float* corner[3])>& corners);

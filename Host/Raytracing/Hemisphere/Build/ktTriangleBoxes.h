@@ -19,4 +19,4 @@ struct ktTriangleBoxes {
 /// @param moreShare room is left for so many more boxes, as a share of the triangles
 /// @param progress  told shares from 0 to `lastShare`; when it is stopped the result is of no use
 ktTriangleBoxes ktCollectTriangleBoxes(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
-                                       double moreShare, ktBuildProgress& progress, float lastShare);
+                                       double spareShare, ktBuildProgress& progress, float endShare);

@@ -35,22 +35,3 @@ private:
     std::vector<std::uint32_t> first;  // number of each mesh's first triangle, and one beyond the last
     std::vector<std::uint32_t> bucket; // mesh of every 256th triangle
 };
-
-/// The corners of a triangle, three floats each, where the mesh has them.
-struct ktTriangleCorners {
-    const float* p[3];
-
-    ktTriangleCorners(const ktTracerMesh& mesh, std::uint32_t triangle) {
-        const std::uint32_t* index = mesh.indices + std::size_t(3) * triangle;
-        for (int i = 0; i < 3; ++i)
-            p[i] = mesh.positions + std::size_t(3) * index[i];
-    }
-    /// @param id numbered over all meshes
-    ktTriangleCorners(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers, std::uint32_t id)
-        : ktTriangleCorners(meshes, numbers, numbers.meshOf(id), id) {}
-
-private:
-    ktTriangleCorners(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers, std::uint32_t mesh,
-                      std::uint32_t id)
-        : ktTriangleCorners(meshes[mesh], id - numbers.firstOf(mesh)) {}
-};

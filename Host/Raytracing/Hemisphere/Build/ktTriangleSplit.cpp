@@ -28,8 +28,8 @@ void intersect(ktBvhBox& box, const ktBvhBox& with) {
 // 2009.
 void ktSplitTriangle(const float* const corner[3], int axis, float position, const ktBvhBox& box, ktBvhBox& left,
                      ktBvhBox& right) {
-    const float big = std::numeric_limits<float>::max();
-    left = right = {{big, big, big}, {-big, -big, -big}};
+    const float huge = std::numeric_limits<float>::max();
+    left = right = {{huge, huge, huge}, {-huge, -huge, -huge}};
     for (int i = 0; i < 3; ++i) {
         const float *a = corner[i], *b = corner[(i + 1) % 3];
         if (a[axis] <= position)
@@ -38,10 +38,10 @@ void ktSplitTriangle(const float* const corner[3], int axis, float position, con
             extend(right, a);
         if ((a[axis] < position) == (b[axis] < position) || a[axis] == position || b[axis] == position)
             continue;
-        const double share = (double(position) - a[axis]) / (double(b[axis]) - a[axis]);
+        const double t = (double(position) - a[axis]) / (double(b[axis]) - a[axis]);
         float crossing[3];
         for (int k = 0; k < 3; ++k)
-            crossing[k] = static_cast<float>(a[k] + share * (double(b[k]) - a[k]));
+            crossing[k] = static_cast<float>(a[k] + t * (double(b[k]) - a[k]));
         crossing[axis] = position;
         extend(left, crossing);
         extend(right, crossing);

@@ -25,7 +25,7 @@ public:
                ktLeafKind kind = ktLeafKind::ByCount);
 
     /// Where every ray starts; 0 when there is nothing to meet. Valid until the next build.
-    ktWideBvhRef rootRef() const { return tree.root; }
+    ktWideBvhRef rootRef() const { return arrays.root; }
     /// Index of the mesh that triangle `id` belongs to.
     std::uint32_t meshOf(std::uint32_t id) const { return numbers.meshOf(id); }
     /// Number of the first triangle of a mesh.
@@ -33,15 +33,15 @@ public:
     /// Bytes held, the caller's geometry not counted.
     std::size_t memory() const;
     /// Levels of nodes from the root to the deepest leaf.
-    std::uint32_t depth() const { return tree.levels; }
-    std::size_t nodeCount() const { return tree.nodes.size(); }
+    std::uint32_t depth() const { return arrays.levels; }
+    std::size_t nodeCount() const { return arrays.nodes.size(); }
     /// Cache lines of leaves.
-    std::size_t lineCount() const { return tree.lines.size(); }
+    std::size_t cacheLineCount() const { return arrays.cacheLines.size(); }
 
 private:
-    bool grow(ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes, ktBuildProgress& progress) const;
+    bool buildBinary(ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes, ktBuildProgress& progress) const;
     void clear();
 
-    ktWideBvhArrays tree;
+    ktWideBvhArrays arrays;
     ktTriangleNumbers numbers;
 };

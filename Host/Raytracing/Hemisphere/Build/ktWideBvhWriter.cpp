@@ -14,10 +14,10 @@ namespace {
 using Limits = ktWideBvhLayout;
 
 // Beyond this tracing waits for memory more than it works, and short leaves are the quicker ones.
-constexpr std::uint32_t maxTrianglesWide = 1000000;
+constexpr std::uint32_t maxUnindexedTriangles = 1000000;
 
 // A subtree with so many lines is worth several threads; some milliseconds of one.
-constexpr std::size_t manyLines = 10240;
+constexpr std::size_t parallelCacheLines = 10240;
 
 // A few units in the last place of the farthest coordinate, so that a ray along a box's face does not slip by.
 ktBvhBox widened(const ktBvhBox& box) {
@@ -41,27 +41,27 @@ void clear(ktWideBvhNode& node) {
 }
 
 /// Where a node of eight and what is below it go.
-struct Place {
-    std::uintptr_t node;              ///< of the binary tree
-    std::size_t index;                ///< its own, among the nodes
-    std::size_t firstNode, firstLine; ///< below it
+struct Destination {
+    std::uintptr_t node;                   ///< of the binary tree
+    std::size_t index;                     ///< its own, among the nodes
+    std::size_t firstNode, firstCacheLine; ///< below it
 };
 
-class Emitter {
+class Writer {
 public:
     static ktWideBvhRef refTo(const ktWideBvhNode& node) {
         return reinterpret_cast<std::uintptr_t>(&node) | Limits::nodeFlags;
     }
 
-    Emitter(ktWideBvhArrays& tree, const ktLeafWriter& writer, ktBuildProgress& progress, float firstShare)
-        : tree(tree), writer(writer), progress(progress), firstShare(firstShare) {}
+    Writer(ktWideBvhArrays& arrays_, const ktLeafWriter& leafWriter_, ktBuildProgress& progress_, float startShare_)
+        : arrays(arrays_), leafWriter(leafWriter_), progress(progress_), startShare(startShare_) {}
 
-    void emit(const Place& place) {
+    void write(const Destination& destination) {
         ktWideBvhChild child[Limits::children];
-        const std::uint32_t count = ktBvhCollapse::children(place.node, child);
-        Place inner[Limits::children];
+        const std::uint32_t count = ktBvhCollapse::children(destination.node, child);
+        Destination inner[Limits::children];
         std::uint32_t innerCount = 0;
-        std::size_t nextNode = place.firstNode, nextLine = place.firstLine;
+        std::size_t nextNode = destination.firstNode, nextCacheLine = destination.firstCacheLine;
 
         ktWideBvhNode node;
         clear(node);
@@ -73,44 +73,45 @@ public:
             }
             if (ktBinaryBvh::isLeaf(child[i].node)) {
                 const ktBinaryBvhLeaf& leaf = ktBinaryBvh::leaf(child[i].node);
-                node.child[i] = writer.write(leaf, &tree.lines[nextLine]);
-                nextLine += leaf.lines;
+                node.child[i] = leafWriter.write(leaf, &arrays.cacheLines[nextCacheLine]);
+                nextCacheLine += leaf.cacheLines;
             } else {
-                node.child[i] = refTo(tree.nodes[nextNode]);
+                node.child[i] = refTo(arrays.nodes[nextNode]);
                 inner[innerCount++] = {child[i].node, nextNode++, 0, 0};
             }
         }
-        tree.nodes[place.index] = node;
+        arrays.nodes[destination.index] = node;
 
         for (std::uint32_t i = innerCount; i-- > 0;) {
             inner[i].firstNode = nextNode;
-            inner[i].firstLine = nextLine;
+            inner[i].firstCacheLine = nextCacheLine;
             const ktWideBvhSize size = ktBvhCollapse::size(inner[i].node);
             nextNode += size.nodes - 1;
-            nextLine += size.lines;
+            nextCacheLine += size.cacheLines;
         }
-        if (nextLine - place.firstLine < manyLines)
+        if (nextCacheLine - destination.firstCacheLine < parallelCacheLines)
             for (std::uint32_t i = innerCount; i-- > 0;)
-                emit(inner[i]);
+                write(inner[i]);
         else
-            ktParallel::forEach(innerCount, [&](std::size_t i) { emitBranch(inner[i]); });
+            ktParallel::forEach(innerCount, [&](std::size_t i) { writeBranch(inner[i]); });
     }
 
 private:
     // Of a node that has many lines below it; its branches may have few.
-    void emitBranch(const Place& place) {
-        const float share = static_cast<float>(done) / static_cast<float>(tree.lines.size());
-        if (!progress.goOn(firstShare + (1 - firstShare) * share))
+    void writeBranch(const Destination& destination) {
+        const float share = static_cast<float>(done) / static_cast<float>(arrays.cacheLines.size());
+        if (!progress.goOn(startShare + (1 - startShare) * share))
             return;
-        emit(place);
-        if (const std::size_t lines = ktBvhCollapse::size(place.node).lines; lines < manyLines)
-            done += lines;
+        write(destination);
+        if (const std::size_t cacheLines = ktBvhCollapse::size(destination.node).cacheLines;
+            cacheLines < parallelCacheLines)
+            done += cacheLines;
     }
 
-    ktWideBvhArrays& tree;
-    const ktLeafWriter& writer;
+    ktWideBvhArrays& arrays;
+    const ktLeafWriter& leafWriter;
     ktBuildProgress& progress;
-    const float firstShare;
+    const float startShare;
     std::atomic<std::size_t> done{0}; // lines
 };
 
@@ -118,26 +119,26 @@ private:
 
 ktWideBvhArrays ktWriteWideBvh(const ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes,
                                const ktTriangleNumbers& numbers, ktLeafKind kind, ktBuildProgress& progress,
-                               float firstShare) {
-    static_assert(ktBinaryBvh::maxDepth <= Limits::depth, "stacks are large enough");
+                               float startShare) {
+    static_assert(ktBinaryBvh::maxDepth <= Limits::maxDepth, "stacks are large enough");
     if (kind == ktLeafKind::ByCount)
-        kind = numbers.total() > maxTrianglesWide ? ktLeafKind::Patches : ktLeafKind::Wide;
-    ktWideBvhArrays tree;
-    const ktLeafWriter writer(meshes, numbers, kind);
+        kind = numbers.total() > maxUnindexedTriangles ? ktLeafKind::Patches : ktLeafKind::Unindexed;
+    ktWideBvhArrays arrays;
+    const ktLeafWriter leafWriter(meshes, numbers, kind);
     if (ktBinaryBvh::isLeaf(binary.root())) {
         const ktBinaryBvhLeaf& leaf = ktBinaryBvh::leaf(binary.root());
-        tree.lines.resize(writer.lineCount(leaf));
-        tree.root = writer.write(leaf, tree.lines.data());
-        return tree;
+        arrays.cacheLines.resize(leafWriter.cacheLineCount(leaf));
+        arrays.root = leafWriter.write(leaf, arrays.cacheLines.data());
+        return arrays;
     }
-    const ktBvhCollapse plan(binary.root(), writer);
-    if (!progress.goOn(firstShare))
+    const ktBvhCollapse collapse(binary.root(), leafWriter);
+    if (!progress.goOn(startShare))
         return {};
     const ktWideBvhSize size = ktBvhCollapse::size(binary.root());
-    tree.nodes.resize(size.nodes);
-    tree.lines.resize(size.lines);
-    tree.levels = plan.levels();
-    tree.root = Emitter::refTo(tree.nodes[0]);
-    Emitter(tree, writer, progress, firstShare).emit({binary.root(), 0, 1, 0});
-    return tree;
+    arrays.nodes.resize(size.nodes);
+    arrays.cacheLines.resize(size.cacheLines);
+    arrays.levels = collapse.levels();
+    arrays.root = Writer::refTo(arrays.nodes[0]);
+    Writer(arrays, leafWriter, progress, startShare).write({binary.root(), 0, 1, 0});
+    return arrays;
 }

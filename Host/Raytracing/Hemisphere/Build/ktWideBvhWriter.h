@@ -14,7 +14,7 @@
 /// Nodes of eight and leaves, and where rays start: addresses of these.
 struct ktWideBvhArrays {
     ktLargeArray<ktWideBvhNode> nodes;
-    ktLargeArray<ktCacheLine> lines; ///< leaves, one after the other
+    ktLargeArray<ktCacheLine> cacheLines; ///< leaves, one after the other
     ktWideBvhRef root = 0;
     std::uint32_t levels = 0; ///< of nodes from the root to the deepest leaf
 };
@@ -25,4 +25,4 @@ struct ktWideBvhArrays {
 /// @param progress told shares from `firstShare` to 1; when it is stopped the result is of no use
 ktWideBvhArrays ktWriteWideBvh(const ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes,
                                const ktTriangleNumbers& numbers, ktLeafKind kind, ktBuildProgress& progress,
-                               float firstShare);
+                               float startShare);

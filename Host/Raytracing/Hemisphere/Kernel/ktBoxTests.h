@@ -9,10 +9,10 @@ namespace KT_ISA {
 
 // Distances become keys that order children: never zero (denormals compare equal), never infinite (the tag would make
 // it no number), with the child's number in the lowest bits so that no two are equal.
-KT_INLINE Float8 orderKey(Float8 distance) {
+KT_INLINE Float8 sortKey(Float8 distance) {
     alignas(32) static const std::uint32_t number[8] = {0, 1, 2, 3, 4, 5, 6, 7};
-    return tagged(smaller(distance + Float8(1e-30f), Float8(1e38f)), ~7u,
-                  Float8::load(reinterpret_cast<const float*>(number)));
+    return mergeBits(min(distance + Float8(1e-30f), Float8(1e38f)), ~7u,
+                     Float8::load(reinterpret_cast<const float*>(number)));
 }
 
 /// How many of the children in `among` come before `child`.
@@ -37,14 +37,14 @@ KT_INLINE void prefetch(ktWideBvhRef ref) {
 
 /// Which of a tile's 16 rays pass through a box (relative to the vertex) between the distances.
 template <bool nearest>
-KT_INLINE std::uint32_t raysThroughBox(const ktTraversalState& work, const ktTileState& slot, const float* lower,
+KT_INLINE std::uint32_t raysThroughBox(const ktTraversalState& state, const ktTileState& tile, const float* lower,
                                        const float* upper, int stride) {
-    Float16 enter = work.minDistance, leave = nearest ? Float16::load(slot.reach) : Float16(work.maxDistance);
+    Float16 enter = state.minDistance, leave = nearest ? Float16::load(tile.tFar) : Float16(state.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {
-        const Float16 r = Float16::load(slot.reciprocal[axis]);
+        const Float16 r = Float16::load(tile.reciprocal[axis]);
         const Float16 a = Float16(lower[axis * stride]) * r, b = Float16(upper[axis * stride]) * r;
-        enter = larger(enter, smaller(a, b));
-        leave = smaller(leave, larger(a, b));
+        enter = max(enter, min(a, b));
+        leave = min(leave, max(a, b));
     }
     return (enter <= leave * Float16(kExitMargin)).bits();
 }

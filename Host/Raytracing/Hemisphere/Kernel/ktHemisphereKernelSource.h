@@ -12,35 +12,36 @@
 namespace KT_ISA {
 namespace {
 
-template <bool reaches>
-void trace(ktWideBvhRef root, const ktKernelJob& job, ktTraversalState& work) {
-    prepareJob(job, work);
-    const std::uint32_t places = std::min(ktTraversalState::slots >> work.slotShift, ktTraversalState::points);
-    const auto finish = [&](std::uint32_t place) {
-        if (work.point[place].busy)
-            rayPhase<reaches>(work, &work.point[place]);
-        job.finished(job.receiver, work.point[place].number, work, place << work.slotShift);
+template <bool nearest>
+void trace(ktWideBvhRef root, const ktKernelJob& job, ktTraversalState& state) {
+    prepareJob(job, state);
+    const std::uint32_t inFlight =
+        std::min(ktTraversalState::maxTiles >> state.tileShift, ktTraversalState::maxVertices);
+    const auto finish = [&](std::uint32_t vertexIndex) {
+        if (state.vertex[vertexIndex].activeTiles)
+            rayPhase<nearest>(state, &state.vertex[vertexIndex]);
+        job.finished(job.receiver, state.vertex[vertexIndex].jobIndex, state, vertexIndex << state.tileShift);
     };
     for (std::uint32_t v = 0; v < job.count; ++v) {
-        const std::uint32_t place = v % places;
-        if (v >= places)
-            finish(place);
-        prepareVertex<reaches>(*job.batch, *job.vertices[v], v, place, work);
+        const std::uint32_t vertexIndex = v % inFlight;
+        if (v >= inFlight)
+            finish(vertexIndex);
+        prepareVertex<nearest>(*job.batch, *job.vertices[v], v, vertexIndex, state);
         if (root)
-            tilePhase<reaches>(root, work, place);
+            tilePhase<nearest>(root, state, vertexIndex);
     }
-    for (std::uint32_t v = job.count - std::min(job.count, places); v < job.count; ++v)
-        finish(v % places);
+    for (std::uint32_t v = job.count - std::min(job.count, inFlight); v < job.count; ++v)
+        finish(v % inFlight);
 }
 
 bool rayOccluded(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides) {
     ktKernelHit none;
-    return traceOne<false>(root, ray, bothSides, none);
+    return traceSingleRay<false>(root, ray, bothSides, none);
 }
 
 ktKernelHit rayNearest(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides) {
     ktKernelHit hit{ktHemisphereKernel::noTriangle, 0, 0, 0, false};
-    traceOne<true>(root, ray, bothSides, hit);
+    traceSingleRay<true>(root, ray, bothSides, hit);
     return hit;
 }
 

@@ -14,49 +14,51 @@ constexpr float kSurelyNearer = 0.999999f;
 constexpr float kSurelyFarther = 1.000001f;
 
 /// Tests 16 rays against triangle `i` of a patch and keeps hits within the rays' reach.
-KT_INLINE void keepNearest(ktTraversalState& work, ktTileState& slot, const std::uint32_t* ids,
-                           const SeenTriangles& seen, std::uint32_t i) {
-    const Vector<16> d = loadVector<16>(slot.ray);
-    const auto along = [&](const float n[3][kPatch]) {
+KT_INLINE void updateNearest(ktTraversalState& state, ktTileState& tile, const std::uint32_t* ids,
+                             const PreparedTriangles& triangles, std::uint32_t i) {
+    const Vector<16> d = loadVector<16>(tile.direction);
+    const auto dirDot = [&](const float n[3][kLeafTriangles]) {
         return mulAdd(d.x, Float16(n[0][i]), mulAdd(d.y, Float16(n[1][i]), d.z * Float16(n[2][i])));
     };
-    const Float16 zero = 0.0f, height = seen.height[i], reach = Float16::load(slot.reach);
-    const Float16 a = along(seen.inner[0]), b = along(seen.inner[1]), c = along(seen.inner[2]),
-                  toward = along(seen.normal);
-    const Mask<16> inside = (zero <= a) & (zero <= b) & (zero <= c) & (toward * Float16(work.minDistance) < height);
-    const Mask<16> nearer = inside & (height < toward * (reach * Float16(kSurelyNearer)));
+    const Float16 zero = 0.0f, height = triangles.height[i], tFar = Float16::load(tile.tFar);
+    const Float16 a = dirDot(triangles.edgeNormal[0]), b = dirDot(triangles.edgeNormal[1]),
+                  c = dirDot(triangles.edgeNormal[2]), dirDotNormal = dirDot(triangles.normal);
+    const Mask<16> inside =
+        (zero <= a) & (zero <= b) & (zero <= c) & (dirDotNormal * Float16(state.minDistance) < height);
+    const Mask<16> nearer = inside & (height < dirDotNormal * (tFar * Float16(kSurelyNearer)));
     const std::uint32_t lanes = nearer.bits();
-    const std::uint32_t doubtful = (inside & (height <= toward * (reach * Float16(kSurelyFarther)))).bits() & ~lanes;
+    const std::uint32_t doubtful =
+        (inside & (height <= dirDotNormal * (tFar * Float16(kSurelyFarther)))).bits() & ~lanes;
     if (!(lanes | doubtful))
         return;
-    const Float16 distance = height / toward, share = Float16(1.0f) / (a + b + c);
-    const Float16 second = b * share, third = c * share, reached = select(nearer, distance, reach);
-    reached.store(slot.reach);
-    select(nearer, second, Float16::load(slot.u)).store(slot.u);
-    select(nearer, third, Float16::load(slot.v)).store(slot.v);
-    const std::uint32_t id = ids[i], backs = seen.front >> i & 1 ? 0 : ~0u;
-    for (std::uint32_t left = lanes; left; left &= left - 1)
-        slot.hit[__builtin_ctz(left)] = id;
-    slot.back = (slot.back & ~lanes) | (backs & lanes);
+    const Float16 distance = height / dirDotNormal, inverseSum = Float16(1.0f) / (a + b + c);
+    const Float16 u = b * inverseSum, v = c * inverseSum, newTFar = select(nearer, distance, tFar);
+    newTFar.store(tile.tFar);
+    select(nearer, u, Float16::load(tile.u)).store(tile.u);
+    select(nearer, v, Float16::load(tile.v)).store(tile.v);
+    const std::uint32_t id = ids[i], backMask = triangles.front >> i & 1 ? 0 : ~0u;
+    for (std::uint32_t remaining = lanes; remaining; remaining &= remaining - 1)
+        tile.hit[__builtin_ctz(remaining)] = id;
+    tile.backSide = (tile.backSide & ~lanes) | (backMask & lanes);
     if (doubtful) {
-        alignas(64) float far[16], lanesSecond[16], lanesThird[16];
-        smaller(distance, work.maxDistance).store(far);
-        second.store(lanesSecond);
-        third.store(lanesThird);
-        const std::uint32_t withinLimit = (height <= toward * Float16(work.maxDistance)).bits();
-        for (std::uint32_t left = doubtful & withinLimit; left; left &= left - 1) {
-            const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(left));
-            float& best = slot.reach[lane];
-            if (far[lane] > best || (far[lane] == best && id >= slot.hit[lane]))
+        alignas(64) float distances[16], laneU[16], laneV[16];
+        min(distance, state.maxDistance).store(distances);
+        u.store(laneU);
+        v.store(laneV);
+        const std::uint32_t withinLimit = (height <= dirDotNormal * Float16(state.maxDistance)).bits();
+        for (std::uint32_t remaining = doubtful & withinLimit; remaining; remaining &= remaining - 1) {
+            const std::uint32_t lane = static_cast<std::uint32_t>(__builtin_ctz(remaining));
+            float& best = tile.tFar[lane];
+            if (distances[lane] > best || (distances[lane] == best && id >= tile.hit[lane]))
                 continue;
-            best = far[lane];
-            slot.u[lane] = lanesSecond[lane];
-            slot.v[lane] = lanesThird[lane];
-            slot.hit[lane] = id;
-            slot.back = (slot.back & ~(1u << lane)) | (backs & 1u << lane);
+            best = distances[lane];
+            tile.u[lane] = laneU[lane];
+            tile.v[lane] = laneV[lane];
+            tile.hit[lane] = id;
+            tile.backSide = (tile.backSide & ~(1u << lane)) | (backMask & 1u << lane);
         }
     }
-    work.tileReach[slot.number] = largestOf(reached); // a hair too large after doubt
+    state.tileTFar[tile.index] = reduceMax(newTFar); // a hair too large after doubt
 }
 
 /// A ray's nearest hit so far.
@@ -64,32 +66,33 @@ struct NearestHit {
     float distance; ///< the maximum distance when there is none
     std::uint32_t triangle;
     float u, v;
-    bool back;
+    bool backSide;
 };
 
 /// Tests one ray against the triangles of a patch and keeps what is nearer than `hit`.
 /// @return whether something was
-KT_INLINE bool nearestOnRay(const std::uint32_t* ids, const SeenTriangles& seen, const float* d, float minDistance,
-                            float maxDistance, NearestHit& hit) {
-    const auto along = [&](const float n[3][kPatch]) {
+KT_INLINE bool nearestOnRay(const std::uint32_t* ids, const PreparedTriangles& triangles, const float* d,
+                            float minDistance, float maxDistance, NearestHit& hit) {
+    const auto dirDot = [&](const float n[3][kLeafTriangles]) {
         return mulAdd(Float8(d[0]), Float8::load(n[0]),
                       mulAdd(Float8(d[1]), Float8::load(n[1]), Float8(d[2]) * Float8::load(n[2])));
     };
-    const Float8 zero = 0.0f, height = Float8::load(seen.height);
-    const Float8 a = along(seen.inner[0]), b = along(seen.inner[1]), c = along(seen.inner[2]),
-                 toward = along(seen.normal);
-    const Mask<8> inside = (zero <= a) & (zero <= b) & (zero <= c) & (toward * Float8(minDistance) < height);
-    std::uint32_t hits = (inside & (height <= toward * Float8(hit.distance * kSurelyFarther))).bits() & seen.usable;
+    const Float8 zero = 0.0f, height = Float8::load(triangles.height);
+    const Float8 a = dirDot(triangles.edgeNormal[0]), b = dirDot(triangles.edgeNormal[1]),
+                 c = dirDot(triangles.edgeNormal[2]), dirDotNormal = dirDot(triangles.normal);
+    const Mask<8> inside = (zero <= a) & (zero <= b) & (zero <= c) & (dirDotNormal * Float8(minDistance) < height);
+    std::uint32_t hits =
+        (inside & (height <= dirDotNormal * Float8(hit.distance * kSurelyFarther))).bits() & triangles.usable;
     if (!hits)
         return false;
-    const std::uint32_t nearer = (height < toward * Float8(hit.distance * kSurelyNearer)).bits();
-    const std::uint32_t withinLimit = (height <= toward * Float8(maxDistance)).bits();
-    alignas(64) float far[kPatch], second[kPatch], third[kPatch];
-    const Float8 share = Float8(1.0f) / (a + b + c);
-    smaller(height / toward, Float8(maxDistance)).store(far);
-    (b * share).store(second);
-    (c * share).store(third);
-    const auto keep = [&](std::uint32_t i) { hit = {far[i], ids[i], second[i], third[i], !(seen.front >> i & 1)}; };
+    const std::uint32_t nearer = (height < dirDotNormal * Float8(hit.distance * kSurelyNearer)).bits();
+    const std::uint32_t withinLimit = (height <= dirDotNormal * Float8(maxDistance)).bits();
+    alignas(64) float distances[kLeafTriangles], u[kLeafTriangles], v[kLeafTriangles];
+    const Float8 inverseSum = Float8(1.0f) / (a + b + c);
+    min(height / dirDotNormal, Float8(maxDistance)).store(distances);
+    (b * inverseSum).store(u);
+    (c * inverseSum).store(v);
+    const auto keep = [&](std::uint32_t i) { hit = {distances[i], ids[i], u[i], v[i], !(triangles.front >> i & 1)}; };
     if ((hits & (hits - 1)) == 0 && (hits & nearer)) {
         keep(static_cast<std::uint32_t>(__builtin_ctz(hits)));
         return true;
@@ -97,7 +100,7 @@ KT_INLINE bool nearestOnRay(const std::uint32_t* ids, const SeenTriangles& seen,
     bool found = false;
     for (hits &= withinLimit; hits; hits &= hits - 1) {
         const std::uint32_t i = static_cast<std::uint32_t>(__builtin_ctz(hits));
-        if (far[i] < hit.distance || (far[i] == hit.distance && ids[i] < hit.triangle)) {
+        if (distances[i] < hit.distance || (distances[i] == hit.distance && ids[i] < hit.triangle)) {
             keep(i);
             found = true;
         }
@@ -106,18 +109,18 @@ KT_INLINE bool nearestOnRay(const std::uint32_t* ids, const SeenTriangles& seen,
 }
 
 /// The same for one ray of a tile.
-KT_INLINE void keepNearestOfRay(ktTraversalState& work, ktTileState& slot, std::uint32_t lane, const std::uint32_t* ids,
-                                const SeenTriangles& seen) {
-    const float d[3] = {slot.ray[0][lane], slot.ray[1][lane], slot.ray[2][lane]};
-    NearestHit hit{slot.reach[lane], slot.hit[lane], 0, 0, false};
-    if (!nearestOnRay(ids, seen, d, work.minDistance, work.maxDistance, hit))
+KT_INLINE void updateNearestOfRay(ktTraversalState& state, ktTileState& tile, std::uint32_t lane,
+                                  const std::uint32_t* ids, const PreparedTriangles& triangles) {
+    const float d[3] = {tile.direction[0][lane], tile.direction[1][lane], tile.direction[2][lane]};
+    NearestHit hit{tile.tFar[lane], tile.hit[lane], 0, 0, false};
+    if (!nearestOnRay(ids, triangles, d, state.minDistance, state.maxDistance, hit))
         return;
-    slot.reach[lane] = hit.distance;
-    slot.hit[lane] = hit.triangle;
-    slot.u[lane] = hit.u;
-    slot.v[lane] = hit.v;
-    slot.back = (slot.back & ~(1u << lane)) | static_cast<std::uint32_t>(hit.back) << lane;
-    work.tileReach[slot.number] = largestOf(Float16::load(slot.reach));
+    tile.tFar[lane] = hit.distance;
+    tile.hit[lane] = hit.triangle;
+    tile.u[lane] = hit.u;
+    tile.v[lane] = hit.v;
+    tile.backSide = (tile.backSide & ~(1u << lane)) | static_cast<std::uint32_t>(hit.backSide) << lane;
+    state.tileTFar[tile.index] = reduceMax(Float16::load(tile.tFar));
 }
 
 } // namespace KT_ISA

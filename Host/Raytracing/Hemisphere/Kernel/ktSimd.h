@@ -60,8 +60,8 @@ struct Float {
     friend KT_INLINE Float operator/(Float a, Float b) { return {a.low / b.low, a.high / b.high}; }
     friend KT_INLINE Mask<N> operator<(Float a, Float b) { return {a.low < b.low, a.high < b.high}; }
     friend KT_INLINE Mask<N> operator<=(Float a, Float b) { return {a.low <= b.low, a.high <= b.high}; }
-    friend KT_INLINE Float smaller(Float a, Float b) { return {smaller(a.low, b.low), smaller(a.high, b.high)}; }
-    friend KT_INLINE Float larger(Float a, Float b) { return {larger(a.low, b.low), larger(a.high, b.high)}; }
+    friend KT_INLINE Float min(Float a, Float b) { return {min(a.low, b.low), min(a.high, b.high)}; }
+    friend KT_INLINE Float max(Float a, Float b) { return {max(a.low, b.low), max(a.high, b.high)}; }
     friend KT_INLINE Float mulAdd(Float a, Float b, Float c) {
         return {mulAdd(a.low, b.low, c.low), mulAdd(a.high, b.high, c.high)};
     }
@@ -71,22 +71,22 @@ struct Float {
     friend KT_INLINE Float select(Mask<N> m, Float a, Float b) {
         return {select(m.low, a.low, b.low), select(m.high, a.high, b.high)};
     }
-    friend KT_INLINE Float signOf(Float a) { return {signOf(a.low), signOf(a.high)}; }
+    friend KT_INLINE Float signBit(Float a) { return {signBit(a.low), signBit(a.high)}; }
     friend KT_INLINE Float flipSign(Float a, Float sign) {
         return {flipSign(a.low, sign.low), flipSign(a.high, sign.high)};
     }
-    friend KT_INLINE Float absolute(Float a) { return {absolute(a.low), absolute(a.high)}; }
-    friend KT_INLINE Float withBits(Float a, Mask<N> m, std::uint32_t bits) {
-        return {withBits(a.low, m.low, bits), withBits(a.high, m.high, bits)};
+    friend KT_INLINE Float abs(Float a) { return {abs(a.low), abs(a.high)}; }
+    friend KT_INLINE Float orBits(Float a, Mask<N> m, std::uint32_t bits) {
+        return {orBits(a.low, m.low, bits), orBits(a.high, m.high, bits)};
     }
-    friend KT_INLINE float largestOf(Float a) { return largestOf(larger(a.low, a.high)); }
-    friend KT_INLINE Float tagged(Float a, std::uint32_t keep, Float tags) {
-        return {tagged(a.low, keep, tags.low), tagged(a.high, keep, tags.high)};
+    friend KT_INLINE float reduceMax(Float a) { return reduceMax(max(a.low, a.high)); }
+    friend KT_INLINE Float mergeBits(Float a, std::uint32_t keep, Float tags) {
+        return {mergeBits(a.low, keep, tags.low), mergeBits(a.high, keep, tags.high)};
     }
 };
 
 /// Square root of a number that is at least 0.
-KT_INLINE float rootOf(float x) {
+KT_INLINE float squareRoot(float x) {
     return __builtin_sqrtf(x);
 }
 

@@ -33,8 +33,8 @@ struct Float<4> {
     friend KT_INLINE Float operator-(Float a, Float b) { return _mm_sub_ps(a.v, b.v); }
     friend KT_INLINE Float operator*(Float a, Float b) { return _mm_mul_ps(a.v, b.v); }
     friend KT_INLINE Float operator/(Float a, Float b) { return _mm_div_ps(a.v, b.v); }
-    friend KT_INLINE Float smaller(Float a, Float b) { return _mm_min_ps(a.v, b.v); }
-    friend KT_INLINE Float larger(Float a, Float b) { return _mm_max_ps(a.v, b.v); }
+    friend KT_INLINE Float min(Float a, Float b) { return _mm_min_ps(a.v, b.v); }
+    friend KT_INLINE Float max(Float a, Float b) { return _mm_max_ps(a.v, b.v); }
 #if defined(__FMA__)
     friend KT_INLINE Float mulAdd(Float a, Float b, Float c) {
         return _mm_fmadd_ps(a.v, b.v, c.v);
@@ -59,24 +59,24 @@ struct Float<4> {
     friend KT_INLINE Float select(Mask<4> m, Float a, Float b) {
         return _mm_or_ps(_mm_and_ps(m.m, a.v), _mm_andnot_ps(m.m, b.v));
     }
-    friend KT_INLINE Float signOf(Float a) {
+    friend KT_INLINE Float signBit(Float a) {
         return _mm_and_ps(a.v, _mm_set1_ps(-0.0f));
     }
     friend KT_INLINE Float flipSign(Float a, Float sign) {
         return _mm_xor_ps(a.v, sign.v);
     }
-    friend KT_INLINE Float absolute(Float a) {
+    friend KT_INLINE Float abs(Float a) {
         return _mm_andnot_ps(_mm_set1_ps(-0.0f), a.v);
     }
-    friend KT_INLINE Float withBits(Float a, Mask<4> m, std::uint32_t bits) {
+    friend KT_INLINE Float orBits(Float a, Mask<4> m, std::uint32_t bits) {
         const __m128 b = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits)));
         return _mm_or_ps(a.v, _mm_and_ps(m.m, b));
     }
-    friend KT_INLINE float largestOf(Float a) {
+    friend KT_INLINE float reduceMax(Float a) {
         const __m128 pairs = _mm_max_ps(a.v, _mm_movehl_ps(a.v, a.v));
         return _mm_cvtss_f32(_mm_max_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
     }
-    friend KT_INLINE Float tagged(Float a, std::uint32_t keep, Float tags) {
+    friend KT_INLINE Float mergeBits(Float a, std::uint32_t keep, Float tags) {
         return _mm_or_ps(_mm_and_ps(a.v, _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(keep)))), tags.v);
     }
 };
@@ -105,24 +105,24 @@ struct Float<4> {
     friend KT_INLINE Float operator-(Float a, Float b) { return a.v - b.v; }
     friend KT_INLINE Float operator*(Float a, Float b) { return a.v * b.v; }
     friend KT_INLINE Float operator/(Float a, Float b) { return a.v / b.v; }
-    friend KT_INLINE Float smaller(Float a, Float b) { return a.v < b.v ? a.v : b.v; }
-    friend KT_INLINE Float larger(Float a, Float b) { return a.v > b.v ? a.v : b.v; }
+    friend KT_INLINE Float min(Float a, Float b) { return a.v < b.v ? a.v : b.v; }
+    friend KT_INLINE Float max(Float a, Float b) { return a.v > b.v ? a.v : b.v; }
     friend KT_INLINE Float mulAdd(Float a, Float b, Float c) { return a.v * b.v + c.v; }
     friend KT_INLINE Float mulSub(Float a, Float b, Float c) { return a.v * b.v - c.v; }
     friend KT_INLINE Mask<4> operator<(Float a, Float b) { return {a.v < b.v}; }
     friend KT_INLINE Mask<4> operator<=(Float a, Float b) { return {a.v <= b.v}; }
     friend KT_INLINE Float select(Mask<4> m, Float a, Float b) { return m.m ? a.v : b.v; }
-    friend KT_INLINE Float signOf(Float a) { return (V)((I)a.v & INT32_MIN); }
+    friend KT_INLINE Float signBit(Float a) { return (V)((I)a.v & INT32_MIN); }
     friend KT_INLINE Float flipSign(Float a, Float sign) { return (V)((I)a.v ^ (I)sign.v); }
-    friend KT_INLINE Float absolute(Float a) { return (V)((I)a.v & INT32_MAX); }
-    friend KT_INLINE float largestOf(Float a) {
+    friend KT_INLINE Float abs(Float a) { return (V)((I)a.v & INT32_MAX); }
+    friend KT_INLINE float reduceMax(Float a) {
         const float x = a.v[0] > a.v[1] ? a.v[0] : a.v[1], y = a.v[2] > a.v[3] ? a.v[2] : a.v[3];
         return x > y ? x : y;
     }
-    friend KT_INLINE Float withBits(Float a, Mask<4> m, std::uint32_t bits) {
+    friend KT_INLINE Float orBits(Float a, Mask<4> m, std::uint32_t bits) {
         return (V)((I)a.v | (m.m & static_cast<std::int32_t>(bits)));
     }
-    friend KT_INLINE Float tagged(Float a, std::uint32_t keep, Float tags) {
+    friend KT_INLINE Float mergeBits(Float a, std::uint32_t keep, Float tags) {
         return (V)(((I)a.v & static_cast<std::int32_t>(keep)) | (I)tags.v);
     }
 };

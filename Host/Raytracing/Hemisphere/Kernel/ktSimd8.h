@@ -28,24 +28,24 @@ struct Float<8> {
     friend KT_INLINE Float operator-(Float a, Float b) { return _mm256_sub_ps(a.v, b.v); }
     friend KT_INLINE Float operator*(Float a, Float b) { return _mm256_mul_ps(a.v, b.v); }
     friend KT_INLINE Float operator/(Float a, Float b) { return _mm256_div_ps(a.v, b.v); }
-    friend KT_INLINE Float smaller(Float a, Float b) { return _mm256_min_ps(a.v, b.v); }
-    friend KT_INLINE Float larger(Float a, Float b) { return _mm256_max_ps(a.v, b.v); }
+    friend KT_INLINE Float min(Float a, Float b) { return _mm256_min_ps(a.v, b.v); }
+    friend KT_INLINE Float max(Float a, Float b) { return _mm256_max_ps(a.v, b.v); }
     friend KT_INLINE Float mulAdd(Float a, Float b, Float c) { return _mm256_fmadd_ps(a.v, b.v, c.v); }
     friend KT_INLINE Float mulSub(Float a, Float b, Float c) { return _mm256_fmsub_ps(a.v, b.v, c.v); }
     friend KT_INLINE Mask<8> operator<(Float a, Float b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)}; }
     friend KT_INLINE Mask<8> operator<=(Float a, Float b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ)}; }
     friend KT_INLINE Float select(Mask<8> m, Float a, Float b) { return _mm256_blendv_ps(b.v, a.v, m.m); }
-    friend KT_INLINE Float signOf(Float a) { return _mm256_and_ps(a.v, _mm256_set1_ps(-0.0f)); }
+    friend KT_INLINE Float signBit(Float a) { return _mm256_and_ps(a.v, _mm256_set1_ps(-0.0f)); }
     friend KT_INLINE Float flipSign(Float a, Float sign) { return _mm256_xor_ps(a.v, sign.v); }
-    friend KT_INLINE Float absolute(Float a) { return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), a.v); }
-    friend KT_INLINE Float withBits(Float a, Mask<8> m, std::uint32_t bits) {
+    friend KT_INLINE Float abs(Float a) { return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), a.v); }
+    friend KT_INLINE Float orBits(Float a, Mask<8> m, std::uint32_t bits) {
         const __m256 b = _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(bits)));
         return _mm256_or_ps(a.v, _mm256_and_ps(m.m, b));
     }
-    friend KT_INLINE float largestOf(Float a) {
-        return largestOf(larger(Float<4>(_mm256_castps256_ps128(a.v)), Float<4>(_mm256_extractf128_ps(a.v, 1))));
+    friend KT_INLINE float reduceMax(Float a) {
+        return reduceMax(max(Float<4>(_mm256_castps256_ps128(a.v)), Float<4>(_mm256_extractf128_ps(a.v, 1))));
     }
-    friend KT_INLINE Float tagged(Float a, std::uint32_t keep, Float tags) {
+    friend KT_INLINE Float mergeBits(Float a, std::uint32_t keep, Float tags) {
         const __m256 kept = _mm256_and_ps(a.v, _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(keep))));
         return _mm256_or_ps(kept, tags.v);
     }

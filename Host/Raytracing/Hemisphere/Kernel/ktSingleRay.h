@@ -9,19 +9,19 @@
 namespace KT_ISA {
 
 template <bool nearest>
-inline bool traceOne(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides, ktKernelHit& found) {
+inline bool traceSingleRay(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides, ktKernelHit& found) {
     struct Task {
         ktWideBvhRef ref;
         float distance;
     };
     Task stack[ktTraversalState::stackSize];
     std::uint32_t top = 0;
-    const float maxDistance = withinReach(ray.maxDistance);
+    const float maxDistance = clampMaxDistance(ray.maxDistance);
     NearestHit hit{maxDistance, ktHemisphereKernel::noTriangle, 0, 0, false};
-    float over[3];
+    float reciprocal[3];
     for (int axis = 0; axis < 3; ++axis) {
         const float d = ray.direction[axis];
-        over[axis] = 1.0f / (d < 1e-30f && d > -1e-30f ? (d < 0 ? -1e-30f : 1e-30f) : d);
+        reciprocal[axis] = 1.0f / (d < 1e-30f && d > -1e-30f ? (d < 0 ? -1e-30f : 1e-30f) : d);
     }
     if (root)
         stack[top++] = {root, 0.0f};
@@ -30,35 +30,35 @@ inline bool traceOne(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides, 
         if (nearest && task.distance > hit.distance)
             continue;
         if (task.ref & ktWideBvhLayout::leafFlag) {
-            const auto test = [&](const std::uint32_t* ids, const SeenTriangles& seen) {
+            const auto test = [&](const std::uint32_t* ids, const PreparedTriangles& triangles) {
                 if (!nearest)
-                    return !trianglesOnRay(seen, ray.direction, ray.minDistance, maxDistance);
-                nearestOnRay(ids, seen, ray.direction, ray.minDistance, maxDistance, hit);
+                    return !trianglesOnRay(triangles, ray.direction, ray.minDistance, maxDistance);
+                nearestOnRay(ids, triangles, ray.direction, ray.minDistance, maxDistance, hit);
                 return true;
             };
-            if (!eachSeen(task.ref, ray.origin, nullptr, bothSides, test))
+            if (!forEachPrepared(task.ref, ray.origin, nullptr, bothSides, test))
                 return true;
             continue;
         }
         const ktWideBvhNode& node = nodeAt(task.ref);
         Float8 enter = ray.minDistance, leave = hit.distance;
         for (int axis = 0; axis < 3; ++axis) {
-            const Float8 o = ray.origin[axis], r = over[axis];
+            const Float8 o = ray.origin[axis], r = reciprocal[axis];
             const Float8 a = (Float8::load(node.lower[axis]) - o) * r, b = (Float8::load(node.upper[axis]) - o) * r;
-            enter = larger(enter, smaller(a, b));
-            leave = smaller(leave, larger(a, b));
+            enter = max(enter, min(a, b));
+            leave = min(leave, max(a, b));
         }
         const std::uint32_t through = (enter <= leave * Float8(kExitMargin)).bits();
         alignas(32) float key[8];
-        orderKey(enter * Float8(kEnterMargin)).store(key);
-        const std::uint32_t more = static_cast<std::uint32_t>(__builtin_popcount(through));
-        for (std::uint32_t left = through; left; left &= left - 1) {
-            const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(left));
-            stack[top + more - 1 - rankOf(key, through, child)] = {node.child[child], key[child]};
+        sortKey(enter * Float8(kEnterMargin)).store(key);
+        const std::uint32_t hitCount = static_cast<std::uint32_t>(__builtin_popcount(through));
+        for (std::uint32_t remaining = through; remaining; remaining &= remaining - 1) {
+            const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(remaining));
+            stack[top + hitCount - 1 - rankOf(key, through, child)] = {node.child[child], key[child]};
         }
-        top += more;
+        top += hitCount;
     }
-    found = {hit.triangle, hit.u, hit.v, hit.distance, hit.back};
+    found = {hit.triangle, hit.u, hit.v, hit.distance, hit.backSide};
     return hit.triangle != ktHemisphereKernel::noTriangle;
 }
 

@@ -13,15 +13,16 @@
 
 namespace KT_ISA {
 
-constexpr int kPatch = ktWideBvhLayout::patchTriangles;
+constexpr int kLeafTriangles = ktWideBvhLayout::leafTriangles;
 
 /// A patch of triangles seen from the vertex. Signs are such that a hit ray has only positive products.
-struct alignas(64) SeenTriangles {
-    float inner[3][3][kPatch]; ///< [edge][axis][triangle]: normals of the planes through the vertex and each edge
-    float normal[3][kPatch];   ///< of the triangles
-    float height[kPatch];      ///< of the vertex over the triangles' planes, times the length of `normal`
-    std::uint32_t usable;      ///< bit i: triangle i can be hit at all
-    std::uint32_t front;       ///< bit i: the vertex is on its front side
+struct alignas(64) PreparedTriangles {
+    float edgeNormal[3][3][kLeafTriangles]; ///< [edge][axis][triangle]: normals of the planes through the vertex and
+                                            ///< each edge
+    float normal[3][kLeafTriangles];        ///< of the triangles
+    float height[kLeafTriangles];           ///< of the vertex over the triangles' planes, times the length of `normal`
+    std::uint32_t usable;                   ///< bit i: triangle i can be hit at all
+    std::uint32_t front;                    ///< bit i: the vertex is on its front side
 };
 
 template <int N>
@@ -62,7 +63,7 @@ struct Patch {
     const float* points;
     std::uint32_t pointCount;
 
-    KT_INLINE const ktPatchFooter* end() const {
+    KT_INLINE const ktPatchFooter* footer() const {
         return reinterpret_cast<const ktPatchFooter*>(points + 3 * pointCount);
     }
     /// @param count of the next one's points
@@ -78,27 +79,28 @@ KT_INLINE Patch firstPatch(ktWideBvhRef leaf) {
 }
 
 /// The corners of a leaf's triangles.
-struct Corners {
-    Vector<kPatch> a, b, c;
+struct LeafCorners {
+    Vector<kLeafTriangles> a, b, c;
 };
 
-KT_INLINE Corners cornersOf(const ktUnindexedLeaf& leaf) {
-    return {loadVector<kPatch>(leaf.corner[0]), loadVector<kPatch>(leaf.corner[1]), loadVector<kPatch>(leaf.corner[2])};
+KT_INLINE LeafCorners cornersOf(const ktUnindexedLeaf& leaf) {
+    return {loadVector<kLeafTriangles>(leaf.corner[0]), loadVector<kLeafTriangles>(leaf.corner[1]),
+            loadVector<kLeafTriangles>(leaf.corner[2])};
 }
 
-KT_INLINE Corners cornersOf(const Patch& patch) {
-    const ktPatchFooter* end = patch.end();
-    const Table x(patch.points), y(patch.points + patch.pointCount), z(patch.points + 2 * patch.pointCount);
+KT_INLINE LeafCorners cornersOf(const Patch& patch) {
+    const ktPatchFooter* footer = patch.footer();
+    const Floats16 x(patch.points), y(patch.points + patch.pointCount), z(patch.points + 2 * patch.pointCount);
     const auto corners = [&](int corner) {
-        const Picks picks(end->corner[corner]);
-        return Vector<kPatch>{x[picks], y[picks], z[picks]};
+        const Indices8 indices(footer->corner[corner]);
+        return Vector<kLeafTriangles>{permute16(x, indices), permute16(y, indices), permute16(z, indices)};
     };
     return {corners(0), corners(1), corners(2)};
 }
 
-KT_INLINE void seeTriangles(const Corners& corners, const float* origin, const float* planeNormal, bool bothSides,
-                            SeenTriangles& seen) {
-    constexpr int N = kPatch;
+KT_INLINE void prepareTriangles(const LeafCorners& corners, const float* origin, const float* planeNormal,
+                                bool bothSides, PreparedTriangles& triangles) {
+    constexpr int N = kLeafTriangles;
     const Vector<N> cornerA = corners.a, cornerB = corners.b, cornerC = corners.c;
     const Vector<N> o{origin[0], origin[1], origin[2]};
     const Vector<N> a = cornerA - o, b = cornerB - o, c = cornerC - o;
@@ -107,7 +109,7 @@ KT_INLINE void seeTriangles(const Corners& corners, const float* origin, const f
     // behind the wall is decided by rounding, and both tracers shall decide alike.
     const Vector<N> normal = cross(fromA, fromB);
     const Float<N> height = dot(normal, a);
-    const Float<N> sign = signOf(height);
+    const Float<N> sign = signBit(height);
     const Float<N> zero = 0.0f;
     const Float<N> distance = flipSign(height, sign);
     const Mask<N> front = height < zero;
@@ -116,86 +118,88 @@ KT_INLINE void seeTriangles(const Corners& corners, const float* origin, const f
         usable = usable & front;
     if (planeNormal) {
         const Vector<N> n{planeNormal[0], planeNormal[1], planeNormal[2]};
-        usable = usable & (zero < larger(dot(a, n), larger(dot(b, n), dot(c, n))));
+        usable = usable & (zero < max(dot(a, n), max(dot(b, n), dot(c, n))));
     }
-    seen.usable = usable.bits();
-    if (!seen.usable)
+    triangles.usable = usable.bits();
+    if (!triangles.usable)
         return;
     // Sums and differences instead of the corners themselves keep the error proportional to the edge's length.
     // Differences are taken before the vertex is moved to the origin: a tiny triangle would become a point, and met by
     // every ray.
-    storeFlipped(cross(toB, b + c), sign, seen.inner[0]);
-    storeFlipped(cross(fromA, c + a), sign, seen.inner[1]);
-    storeFlipped(cross(fromB, a + b), sign, seen.inner[2]);
-    storeFlipped(normal, sign, seen.normal);
-    distance.store(seen.height);
-    seen.front = front.bits();
+    storeFlipped(cross(toB, b + c), sign, triangles.edgeNormal[0]);
+    storeFlipped(cross(fromA, c + a), sign, triangles.edgeNormal[1]);
+    storeFlipped(cross(fromB, a + b), sign, triangles.edgeNormal[2]);
+    storeFlipped(normal, sign, triangles.normal);
+    distance.store(triangles.height);
+    triangles.front = front.bits();
 }
 
 /// Which of 16 rays hit triangle `i` between the distances.
-KT_INLINE std::uint32_t raysThroughTriangle(const SeenTriangles& seen, std::uint32_t i, Vector<16> d,
+KT_INLINE std::uint32_t raysThroughTriangle(const PreparedTriangles& triangles, std::uint32_t i, Vector<16> d,
                                             Float16 minDistance, Float16 maxDistance) {
-    const auto along = [&](const float n[3][kPatch]) {
+    const auto dirDot = [&](const float n[3][kLeafTriangles]) {
         return mulAdd(d.x, Float16(n[0][i]), mulAdd(d.y, Float16(n[1][i]), d.z * Float16(n[2][i])));
     };
     const Float16 zero = 0.0f;
-    const Float16 height = seen.height[i];
-    const Float16 toward = along(seen.normal);
-    return ((zero <= along(seen.inner[0])) & (zero <= along(seen.inner[1])) & (zero <= along(seen.inner[2])) &
-            (toward * minDistance < height) & (height <= toward * maxDistance))
+    const Float16 height = triangles.height[i];
+    const Float16 dirDotNormal = dirDot(triangles.normal);
+    return ((zero <= dirDot(triangles.edgeNormal[0])) & (zero <= dirDot(triangles.edgeNormal[1])) &
+            (zero <= dirDot(triangles.edgeNormal[2])) & (dirDotNormal * minDistance < height) &
+            (height <= dirDotNormal * maxDistance))
         .bits();
 }
 
 /// Which triangles may be hit by some ray of a tile.
-KT_INLINE std::uint32_t trianglesInTile(const SeenTriangles& seen, const ktTileState& slot) {
-    Mask<8> may;
+KT_INLINE std::uint32_t trianglesInTile(const PreparedTriangles& triangles, const ktTileState& tile) {
+    Mask<8> candidates;
     for (int edge = 0; edge < 3; ++edge) {
-        Float8 most = 0.0f;
+        Float8 upperBound = 0.0f;
         for (int axis = 0; axis < 3; ++axis) {
-            const Float8 n = Float8::load(seen.inner[edge][axis]);
-            most = mulAdd(n, slot.middle[axis], mulAdd(absolute(n), slot.half[axis], most));
+            const Float8 n = Float8::load(triangles.edgeNormal[edge][axis]);
+            upperBound = mulAdd(n, tile.center[axis], mulAdd(abs(n), tile.halfExtent[axis], upperBound));
         }
-        const Mask<8> inside = Float8(0.0f) <= most;
-        may = edge ? may & inside : inside;
+        const Mask<8> inside = Float8(0.0f) <= upperBound;
+        candidates = edge ? candidates & inside : inside;
     }
-    return may.bits() & seen.usable;
+    return candidates.bits() & triangles.usable;
 }
 
 /// Which triangles one ray hits between the distances. The same operations in the same order as for 16 rays.
-KT_INLINE std::uint32_t trianglesOnRay(const SeenTriangles& seen, const float* d, Float8 minDistance,
+KT_INLINE std::uint32_t trianglesOnRay(const PreparedTriangles& triangles, const float* d, Float8 minDistance,
                                        Float8 maxDistance) {
-    const auto along = [&](const float n[3][kPatch]) {
+    const auto dirDot = [&](const float n[3][kLeafTriangles]) {
         return mulAdd(Float8(d[0]), Float8::load(n[0]),
                       mulAdd(Float8(d[1]), Float8::load(n[1]), Float8(d[2]) * Float8::load(n[2])));
     };
     const Float8 zero = 0.0f;
-    const Float8 height = Float8::load(seen.height);
-    const Float8 toward = along(seen.normal);
-    return ((zero <= along(seen.inner[0])) & (zero <= along(seen.inner[1])) & (zero <= along(seen.inner[2])) &
-            (toward * minDistance < height) & (height <= toward * maxDistance))
+    const Float8 height = Float8::load(triangles.height);
+    const Float8 dirDotNormal = dirDot(triangles.normal);
+    return ((zero <= dirDot(triangles.edgeNormal[0])) & (zero <= dirDot(triangles.edgeNormal[1])) &
+            (zero <= dirDot(triangles.edgeNormal[2])) & (dirDotNormal * minDistance < height) &
+            (height <= dirDotNormal * maxDistance))
                .bits() &
-           seen.usable;
+           triangles.usable;
 }
 
 /// Calls `body` for the leaf's triangles as seen from a vertex, patch by patch.
 /// `body(ids, seen)` returns whether to go on.
 template <class Body>
-KT_INLINE bool eachSeen(ktWideBvhRef leaf, const float* origin, const float* planeNormal, bool bothSides,
-                        const Body& body) {
-    SeenTriangles seen;
-    if (leaf & ktWideBvhLayout::wideFlag) {
+KT_INLINE bool forEachPrepared(ktWideBvhRef leaf, const float* origin, const float* planeNormal, bool bothSides,
+                               const Body& body) {
+    PreparedTriangles triangles;
+    if (leaf & ktWideBvhLayout::unindexedFlag) {
         const auto& wide = *reinterpret_cast<const ktUnindexedLeaf*>(leaf & ktWideBvhLayout::addressMask);
-        seeTriangles(cornersOf(wide), origin, planeNormal, bothSides, seen);
-        return !seen.usable || body(wide.id, seen);
+        prepareTriangles(cornersOf(wide), origin, planeNormal, bothSides, triangles);
+        return !triangles.usable || body(wide.id, triangles);
     }
     for (Patch patch = firstPatch(leaf);;) {
-        seeTriangles(cornersOf(patch), origin, planeNormal, bothSides, seen);
-        const ktPatchFooter* end = patch.end();
-        if (seen.usable && !body(end->id, seen))
+        prepareTriangles(cornersOf(patch), origin, planeNormal, bothSides, triangles);
+        const ktPatchFooter* footer = patch.footer();
+        if (triangles.usable && !body(footer->id, triangles))
             return false;
-        if (!end->nextPoints)
+        if (!footer->nextPointCount)
             return true;
-        patch = patch.next(end->nextPoints);
+        patch = patch.next(footer->nextPointCount);
     }
 }
 

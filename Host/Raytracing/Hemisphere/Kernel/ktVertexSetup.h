@@ -20,7 +20,7 @@ constexpr float kDirectionMargin = 1e-6f;
 // distance and "left" at another: it is the limit that tells it from boxes ahead.
 constexpr float kFarthest = 1e19f;
 
-KT_INLINE float withinReach(float maxDistance) {
+KT_INLINE float clampMaxDistance(float maxDistance) {
     return maxDistance > kFarthest ? kFarthest : maxDistance; // what is no number stays so, and nothing is met
 }
 
@@ -39,7 +39,7 @@ KT_INLINE Float16 rotated(const float local[3][16], float t, float b, float n) {
 KT_INLINE Float16 finiteReciprocal(Float16 d) {
     const Float16 tiny = 1e-30f;
     const Mask<16> small = (d < tiny) & (Float16(-1e-30f) < d);
-    const Float16 nearZero = flipSign(tiny, signOf(d));
+    const Float16 nearZero = flipSign(tiny, signBit(d));
     return Float16(1.0f) / select(small, nearZero, d);
 }
 
@@ -48,92 +48,93 @@ KT_INLINE Float16 finiteReciprocal(Float16 d) {
 //   low > 0:  no ray enters before low * enterAbove, nor stays beyond high * leaveAbove;
 //   high < 0: no ray enters before high * enterBelow, nor stays beyond low * leaveBelow;
 //   else all start inside, and none stays beyond min(high * leaveAbove, low * leaveBelow).
-KT_INLINE void setIntervals(ktTraversalState& work, int axis, std::uint32_t firstSlot, Float16 least, Float16 most) {
+KT_INLINE void setIntervals(ktTraversalState& state, int axis, std::uint32_t firstTile, Float16 minDir,
+                            Float16 maxDir) {
     const Float16 zero = 0.0f, one = 1.0f, huge = kHuge, minusHuge = -kHuge;
-    least = least - Float16(kDirectionMargin);
-    most = most + Float16(kDirectionMargin);
-    alignas(64) float middle[16], half[16];
-    ((least + most) * Float16(0.5f)).store(middle);
-    ((most - least) * Float16(0.5f)).store(half);
+    minDir = minDir - Float16(kDirectionMargin);
+    maxDir = maxDir + Float16(kDirectionMargin);
+    alignas(64) float center[16], halfExtent[16];
+    ((minDir + maxDir) * Float16(0.5f)).store(center);
+    ((maxDir - minDir) * Float16(0.5f)).store(halfExtent);
     for (std::uint32_t i = 0; i < 16; ++i) {
-        work.slot[firstSlot + i].middle[axis] = middle[i];
-        work.slot[firstSlot + i].half[axis] = half[i];
+        state.tile[firstTile + i].center[axis] = center[i];
+        state.tile[firstTile + i].halfExtent[axis] = halfExtent[i];
     }
-    const Float16 overLeast = one / least, overMost = one / most;
-    select(zero < most, overMost, huge).store(&work.enterAbove[axis][firstSlot]);
-    select(least < zero, overLeast, minusHuge).store(&work.enterBelow[axis][firstSlot]);
-    select(zero < least, overLeast, huge).store(&work.leaveAbove[axis][firstSlot]);
-    select(most < zero, overMost, minusHuge).store(&work.leaveBelow[axis][firstSlot]);
-    const Float16 oneWay = select(zero < least, overLeast, overMost);
-    const Mask<16> bothWays = (least <= zero) & (zero <= most);
-    select(bothWays, huge, oneWay).store(&work.leaveFirst[axis][firstSlot]);
-    select(bothWays, minusHuge, oneWay).store(&work.leaveSecond[axis][firstSlot]);
+    const Float16 inverseMin = one / minDir, inverseMax = one / maxDir;
+    select(zero < maxDir, inverseMax, huge).store(&state.enterAbove[axis][firstTile]);
+    select(minDir < zero, inverseMin, minusHuge).store(&state.enterBelow[axis][firstTile]);
+    select(zero < minDir, inverseMin, huge).store(&state.leaveAbove[axis][firstTile]);
+    select(maxDir < zero, inverseMax, minusHuge).store(&state.leaveBelow[axis][firstTile]);
+    const Float16 sameSign = select(zero < minDir, inverseMin, inverseMax);
+    const Mask<16> spansZero = (minDir <= zero) & (zero <= maxDir);
+    select(spansZero, huge, sameSign).store(&state.leaveFirst[axis][firstTile]);
+    select(spansZero, minusHuge, sameSign).store(&state.leaveSecond[axis][firstTile]);
 }
 
-KT_INLINE void prepareJob(const ktKernelJob& job, ktTraversalState& work) {
+KT_INLINE void prepareJob(const ktKernelJob& job, ktTraversalState& state) {
     const std::uint32_t tiles = job.batch->tileCount;
-    work.slotShift = tiles <= 16 ? 4 : tiles <= 32 ? 5 : 6;
-    work.minDistance = job.limits->minDistance;
-    work.maxDistance = withinReach(job.limits->maxDistance);
-    work.bothSides = job.limits->bothSides;
-    work.lowest = job.batch->lowest;
-    work.fewTiles = tiles >= 12 ? 6 : 4;
-    work.busyCount = 0;
+    state.tileShift = tiles <= 16 ? 4 : tiles <= 32 ? 5 : 6;
+    state.minDistance = job.limits->minDistance;
+    state.maxDistance = clampMaxDistance(job.limits->maxDistance);
+    state.bothSides = job.limits->bothSides;
+    state.minCosine = job.batch->minCosine;
+    state.fewTiles = tiles >= 12 ? 6 : 4;
+    state.activeCount = 0;
 }
 
 /// `reaches`: also make ready for nearest hits.
-template <bool reaches>
-KT_INLINE void prepareVertex(const ktTileBatch& batch, const ktRayVertex& vertex, std::uint32_t number,
-                             std::uint32_t place, ktTraversalState& work) {
-    ktVertexState& point = work.point[place];
-    const std::uint32_t firstSlot = place << work.slotShift;
+template <bool nearest>
+KT_INLINE void prepareVertex(const ktTileBatch& batch, const ktRayVertex& rayVertex, std::uint32_t jobIndex,
+                             std::uint32_t vertexIndex, ktTraversalState& state) {
+    ktVertexState& vertex = state.vertex[vertexIndex];
+    const std::uint32_t firstTile = vertexIndex << state.tileShift;
     for (int axis = 0; axis < 3; ++axis) {
-        point.origin[axis] = vertex.origin[axis];
-        point.normal[axis] = vertex.normal[axis];
+        vertex.origin[axis] = rayVertex.origin[axis];
+        vertex.normal[axis] = rayVertex.normal[axis];
     }
-    point.number = number;
-    point.busy = 0;
-    point.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
-    for (std::uint32_t tile = 0; tile < batch.tileCount; ++tile) {
-        const std::uint32_t number = firstSlot + tile;
-        ktTileState& slot = work.slot[number];
-        slot.stack = slot.top = work.rayStack[number];
-        slot.point = &point;
-        slot.tile = std::uint64_t(1) << tile;
-        slot.live = batch.live[tile];
-        slot.number = slotNumber;
-        slot.waitingCount = slot.waitingNext = 0;
-        if (reaches) {
-            work.tileReach[slotNumber] = work.maxDistance;
-            slot.back = 0;
+    vertex.jobIndex = jobIndex;
+    vertex.activeTiles = 0;
+    vertex.liveTiles = batch.tileCount < 64 ? (std::uint64_t(1) << batch.tileCount) - 1 : ~std::uint64_t(0);
+    for (std::uint32_t t = 0; t < batch.tileCount; ++t) {
+        const std::uint32_t index = firstTile + t;
+        ktTileState& tile = state.tile[index];
+        tile.stack = tile.top = state.rayStack[index];
+        tile.vertex = &vertex;
+        tile.bit = std::uint64_t(1) << t;
+        tile.live = batch.validRays[t];
+        tile.index = index;
+        tile.pendingCount = tile.pendingNext = 0;
+        if (nearest) {
+            state.tileTFar[index] = state.maxDistance;
+            tile.backSide = 0;
             for (std::uint32_t lane = 0; lane < 16; ++lane) {
-                slot.reach[lane] = batch.live[tile] >> lane & 1 ? work.maxDistance : -1.0f;
-                slot.hit[lane] = ktHemisphereKernel::noTriangle;
+                tile.tFar[lane] = batch.validRays[t] >> lane & 1 ? state.maxDistance : -1.0f;
+                tile.hit[lane] = ktHemisphereKernel::noTriangle;
             }
         }
         for (int axis = 0; axis < 3; ++axis) {
-            slot.origin[axis] = vertex.origin[axis];
+            tile.origin[axis] = rayVertex.origin[axis];
             const Float16 d =
-                rotated(batch.ray[tile], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
-            d.store(slot.ray[axis]);
-            finiteReciprocal(d).store(slot.reciprocal[axis]);
+                rotated(batch.direction[t], rayVertex.tangent[axis], rayVertex.bitangent[axis], rayVertex.normal[axis]);
+            d.store(tile.direction[axis]);
+            finiteReciprocal(d).store(tile.reciprocal[axis]);
         }
     }
     for (std::uint32_t group = 0; 16 * group < batch.tileCount; ++group) {
-        Float16 least[3], most[3];
+        Float16 minDir[3], maxDir[3];
         for (int axis = 0; axis < 3; ++axis)
-            least[axis] = most[axis] =
-                rotated(batch.byTile[group][0], vertex.tangent[axis], vertex.bitangent[axis], vertex.normal[axis]);
+            minDir[axis] = maxDir[axis] = rotated(batch.transposed[group][0], rayVertex.tangent[axis],
+                                                  rayVertex.bitangent[axis], rayVertex.normal[axis]);
         for (int ray = 1; ray < 16; ++ray) {
             for (int axis = 0; axis < 3; ++axis) {
-                const Float16 d = rotated(batch.byTile[group][ray], vertex.tangent[axis], vertex.bitangent[axis],
-                                          vertex.normal[axis]);
-                least[axis] = smaller(least[axis], d);
-                most[axis] = larger(most[axis], d);
+                const Float16 d = rotated(batch.transposed[group][ray], rayVertex.tangent[axis],
+                                          rayVertex.bitangent[axis], rayVertex.normal[axis]);
+                minDir[axis] = min(minDir[axis], d);
+                maxDir[axis] = max(maxDir[axis], d);
             }
         }
         for (int axis = 0; axis < 3; ++axis)
-            setIntervals(work, axis, firstSlot + 16 * group, least[axis], most[axis]);
+            setIntervals(state, axis, firstTile + 16 * group, minDir[axis], maxDir[axis]);
     }
 }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::uint32_t width = ktWideBvhLayout::tileRays;
+constexpr std::uint32_t width = ktTileBatch::tileRays;
 
 float component(const ktDirectionSet& set, std::uint32_t ray, int axis) {
     // Not a choice between three arrays: GCC 12 reads the wrong element of it when it checks for undefined behaviour.
@@ -18,7 +18,7 @@ float component(const ktDirectionSet& set, std::uint32_t ray, int axis) {
 // Median splits along the axis of largest extent, at multiples of 16, down to tiles ("Multidimensional binary search
 // trees used for associative searching", Jon Louis Bentley, 1975). Any sampling pattern falls into narrow tiles, and
 // neighbouring tiles stand together.
-void arrange(const ktDirectionSet& set, std::uint32_t* first, std::uint32_t* last) {
+void sortIntoTiles(const ktDirectionSet& set, std::uint32_t* first, std::uint32_t* last) {
     const std::uint32_t count = static_cast<std::uint32_t>(last - first);
     if (count <= width)
         return;
@@ -44,40 +44,40 @@ void arrange(const ktDirectionSet& set, std::uint32_t* first, std::uint32_t* las
         const float x = component(set, a, widest), y = component(set, b, widest);
         return x < y || (x == y && a < b);
     });
-    arrange(set, first, middle);
-    arrange(set, middle, last);
+    sortIntoTiles(set, first, middle);
+    sortIntoTiles(set, middle, last);
 }
 
 } // namespace
 
-ktTiledDirections::ktTiledDirections(const ktDirectionSet& set) : ktPreparedDirections(set) {
+ktTiledDirections::ktTiledDirections(const ktDirectionSet& set_) : ktPreparedDirections(set_) {
     std::vector<std::uint32_t> order(set.count);
     std::iota(order.begin(), order.end(), 0u);
-    arrange(set, order.data(), order.data() + order.size());
+    sortIntoTiles(set, order.data(), order.data() + order.size());
 
-    constexpr std::uint32_t batchRays = ktWideBvhLayout::tiles * width;
+    constexpr std::uint32_t batchRays = ktTileBatch::maxTiles * width;
     batches.resize((set.count + batchRays - 1) / batchRays);
     for (std::size_t b = 0; b < batches.size(); ++b) {
         ktTileBatch& batch = batches[b];
         const std::uint32_t start = static_cast<std::uint32_t>(b) * batchRays;
         const std::uint32_t rays = std::min(set.count - start, batchRays);
         batch.tileCount = (rays + width - 1) / width;
-        batch.lowest = 1;
-        for (std::uint32_t tile = 0; tile < ktWideBvhLayout::tiles; ++tile) {
+        batch.minCosine = 1;
+        for (std::uint32_t tile = 0; tile < ktTileBatch::maxTiles; ++tile) {
             const std::uint32_t base = tile < batch.tileCount ? tile * width : 0;
-            batch.live[tile] = 0;
+            batch.validRays[tile] = 0;
             for (std::uint32_t lane = 0; lane < width; ++lane) {
-                const std::uint32_t slot = std::min(base + lane, rays - 1);
-                const std::uint32_t ray = order[start + slot];
-                batch.source[tile][lane] = ray;
+                const std::uint32_t position = std::min(base + lane, rays - 1);
+                const std::uint32_t ray = order[start + position];
+                batch.sourceRay[tile][lane] = ray;
                 if (tile < batch.tileCount && base + lane < rays)
-                    batch.live[tile] = static_cast<std::uint16_t>(batch.live[tile] | 1u << lane);
+                    batch.validRays[tile] = static_cast<std::uint16_t>(batch.validRays[tile] | 1u << lane);
                 for (int axis = 0; axis < 3; ++axis) {
                     const float value = component(set, ray, axis);
-                    batch.ray[tile][axis][lane] = value;
-                    batch.byTile[tile / 16][lane][axis][tile % 16] = value;
+                    batch.direction[tile][axis][lane] = value;
+                    batch.transposed[tile / 16][lane][axis][tile % 16] = value;
                 }
-                batch.lowest = std::min(batch.lowest, component(set, ray, 2));
+                batch.minCosine = std::min(batch.minCosine, component(set, ray, 2));
             }
         }
     }

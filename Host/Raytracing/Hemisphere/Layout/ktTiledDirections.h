@@ -9,12 +9,15 @@
 
 /// Up to 1,024 directions of the local frame in 64 tiles of 16 neighbours, and the same tables by tile. Plain data.
 struct alignas(64) ktTileBatch {
-    float ray[64][3][16];         ///< [tile][axis][ray], unit vectors, z along the normal
-    float byTile[4][16][3][16];   ///< [group of 16 tiles][ray][axis][tile]: the same, transposed
-    std::uint16_t live[64];       ///< bit i: ray i of the tile is a ray of its own, not padding
-    std::uint32_t source[64][16]; ///< number of the ray in the caller's set
-    std::uint32_t tileCount;      ///< 1 to 64; tiles beyond hold copies of the first
-    float lowest;                 ///< smallest z of all rays
+    static constexpr std::uint32_t maxTiles = 64;
+    static constexpr std::uint32_t tileRays = 16;
+
+    float direction[64][3][16];      ///< [tile][axis][ray], unit vectors, z along the normal
+    float transposed[4][16][3][16];  ///< [group of 16 tiles][ray][axis][tile]: the same, transposed
+    std::uint16_t validRays[64];     ///< bit i: ray i of the tile is a ray of its own, not padding
+    std::uint32_t sourceRay[64][16]; ///< number of the ray in the caller's set
+    std::uint32_t tileCount;         ///< 1 to 64; tiles beyond hold copies of the first
+    float minCosine;                 ///< smallest z of all rays
 };
 
 /// A direction set cut into batches.

@@ -14,15 +14,13 @@ using ktWideBvhRef = std::uint64_t;
 
 struct ktWideBvhLayout {
     static constexpr std::uint32_t children = 8; ///< of a node
-    static constexpr std::uint32_t patchTriangles = 8;
+    static constexpr std::uint32_t leafTriangles = 8;
     static constexpr std::uint32_t patchPoints = 16;
-    static constexpr std::uint32_t depth = 96; ///< of the tree, at most
-    static constexpr std::uint32_t tiles = 64; ///< of 16 rays, traced together
-    static constexpr std::uint32_t tileRays = 16;
+    static constexpr std::uint32_t maxDepth = 96; ///< of the tree, at most
     static constexpr ktWideBvhRef leafFlag = 1;
     static constexpr std::uint32_t pointShift = 1;
     static constexpr ktWideBvhRef nodeFlags = (patchPoints - 1) << pointShift;
-    static constexpr ktWideBvhRef wideFlag = 32;
+    static constexpr ktWideBvhRef unindexedFlag = 32;
     static constexpr std::uint32_t addressShift = 6;
     static constexpr ktWideBvhRef addressMask = ~((ktWideBvhRef(1) << addressShift) - 1);
 };
@@ -52,9 +50,9 @@ static_assert(sizeof(ktUnindexedLeaf) == 320, "forty bytes a triangle");
 /// The end of a patch: triangles that share points. Before it stand the points' coordinates, world space: x of all, y
 /// of all, z of all. Sharing makes a patch of eight triangles three cache lines long instead of five.
 struct ktPatchFooter {
-    std::uint32_t nextPoints;  ///< of another patch of the leaf, which begins at the next cache line; 0 for the last
-    std::uint32_t count;       ///< triangles
-    std::uint8_t corner[3][8]; ///< [corner][triangle]: which point. Lanes without a triangle have none with an area
-    std::uint32_t id[8];       ///< numbers of the triangles over all meshes
+    std::uint32_t nextPointCount; ///< of another patch of the leaf, which begins at the next cache line; 0 for the last
+    std::uint32_t count;          ///< triangles
+    std::uint8_t corner[3][8];    ///< [corner][triangle]: which point. Lanes without a triangle have none with an area
+    std::uint32_t id[8];          ///< numbers of the triangles over all meshes
 };
 static_assert(sizeof(ktPatchFooter) == 64 && alignof(ktPatchFooter) == 4, "a line's length, behind any point");
