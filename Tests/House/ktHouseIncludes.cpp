@@ -143,8 +143,8 @@ std::vector<std::string> findIncludeBreaches(const std::vector<ktHouseFile>& hou
             for (const Library& library : libraries)
                 if (std::regex_match(header, library.header) && !isBelowOne(file, library.allowed))
                     breach(library.name + " is not used here: " + header);
-            if (isWindowHeader(header, qtIncludeDir) && !file.isBelow("Apps/Studio/") && !file.isBelow("Tests/Studio/"))
-                breach("windows belong to Apps/Studio: " + header);
+            if (isWindowHeader(header, qtIncludeDir))
+                breach("windows are not used here: " + header);
             if (isQuoted && header.find('/') != std::string::npos)
                 breach("headers are included by bare name: " + header);
             if (header.rfind("OpenSG/", 0) == 0 && isQuoted)
