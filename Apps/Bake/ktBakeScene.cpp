@@ -7,6 +7,7 @@
 #include "ktGeometryInstances.h"
 #include "ktLengthUnit.h"
 #include "ktLog.h"
+#include "ktNodeAttachments.h"
 #include "ktPreview.h"
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
@@ -20,9 +21,9 @@ namespace {
 
 /// Whether the plug-in can load settings from a node: typed ones, or texts of the older form.
 bool holdsSettings(const osg::NodePtr& node) {
-    if (node->findAttachment(osg::AmbientOcclusionSettingsAttachment::getClassType()) != osg::NullFC)
+    if (ktFindAttachment<osg::AmbientOcclusionSettingsAttachment>(node) != osg::NullFC)
         return true;
-    const auto texts = osg::ValuePairPtr::dcast(node->findAttachment(osg::ValuePair::getClassType()));
+    const auto texts = ktFindAttachment<osg::ValuePair>(node);
     for (osg::UInt32 i = 0; texts != osg::NullFC && i < texts->getSize(); ++i)
         if (texts->getKey(i).compare(0, 2, "AO") == 0)
             return true;

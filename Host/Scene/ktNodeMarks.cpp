@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktNodeMarks.h"
 
+#include "ktNodeAttachments.h"
 #include "OSGNodeMarksAttachment.h"
 
 namespace {
@@ -8,29 +9,13 @@ namespace {
 using Marks = osg::NodeMarksAttachment;
 using MarksPtr = osg::NodeMarksAttachmentPtr;
 
-MarksPtr findMarks(const osg::NodePtr& node) {
-    return MarksPtr::dcast(node->findAttachment(Marks::getClassType()));
-}
-
-void attach(const osg::NodePtr& node, const MarksPtr& marks) {
-    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
-    node->addAttachment(marks);
-    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
-}
-
-void detach(const osg::NodePtr& node, const MarksPtr& marks) {
-    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
-    node->subAttachment(marks);
-    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
-}
-
 // Marks that belong to this node alone: a copied node shares those of its original.
 MarksPtr makeOwnMarks(const osg::NodePtr& node) {
-    const MarksPtr found = findMarks(node);
+    const MarksPtr found = ktFindAttachment<Marks>(node);
     if (found != osg::NullFC && found->getParents().size() == 1)
         return found;
     const MarksPtr own = found == osg::NullFC ? Marks::create() : MarksPtr::dcast(found->shallowCopy());
-    attach(node, own);
+    ktAttach(node, own);
     return own;
 }
 
@@ -42,7 +27,7 @@ bool isBare(const MarksPtr& marks) {
 void setMark(const osg::NodePtr& node, osg::SFBool* (Marks::*edit)(), osg::BitVector field, bool value) {
     if (node == osg::NullFC)
         return;
-    const MarksPtr old = findMarks(node);
+    const MarksPtr old = ktFindAttachment<Marks>(node);
     if (value == (old != osg::NullFC && (old.getCPtr()->*edit)()->getValue()))
         return;
     const MarksPtr marks = makeOwnMarks(node);
@@ -50,7 +35,7 @@ void setMark(const osg::NodePtr& node, osg::SFBool* (Marks::*edit)(), osg::BitVe
     (marks.getCPtr()->*edit)()->setValue(value);
     osg::endEditCP(marks, field);
     if (isBare(marks))
-        detach(node, marks);
+        ktDetach(node, marks);
 }
 
 } // namespace
@@ -62,7 +47,7 @@ void ktNodeMarks::setLocked(const osg::NodePtr& node, bool locked) {
 bool ktNodeMarks::isLocked(const osg::NodePtr& node) {
     if (node == osg::NullFC)
         return false;
-    const MarksPtr marks = findMarks(node);
+    const MarksPtr marks = ktFindAttachment<Marks>(node);
     return marks != osg::NullFC && marks->getLocked();
 }
 

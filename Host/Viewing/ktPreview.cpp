@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktPreview.h"
 
+#include "ktLuminance.h"
 #include "ktPreviewCollect.h"
 #include "ktPreviewRenderer.h"
 #include "ktTracerFactory.h"
@@ -19,7 +20,7 @@ float whitePoint(const ktPreviewScene& scene) {
     std::vector<float> luminances;
     for (const ktPreviewMesh& mesh : scene.meshes)
         for (const auto& light : mesh.light)
-            luminances.push_back(0.212671f * light[0] + 0.715160f * light[1] + 0.072169f * light[2]);
+            luminances.push_back(ktLuminance(light.data()));
     if (luminances.empty())
         return 1;
     const auto bright =

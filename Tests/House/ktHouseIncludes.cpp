@@ -58,7 +58,7 @@ const std::vector<Arrow> arrows = {
       "Host/Core/"}},
     {"Host/Files/Storage/", {}},
     {"Host/Files/Gltf/", {"Host/Files/Storage/"}},
-    {"Host/Files/Meshes/", {"Host/Files/Gltf/", "Host/Files/Storage/"}},
+    {"Host/Files/Meshes/", {"Host/Files/Gltf/", "Host/Files/Storage/", "Host/Scene/Surfaces/"}},
     {"Host/Files/Read/", {"Host/Files/Meshes/", "Host/Files/Gltf/", "Host/Files/Storage/", "Host/Scene/"}},
     {"Host/Files/Import/", {"Host/Files/Meshes/", "Host/Files/Gltf/", "Host/Files/Storage/"}},
     {"Host/Files/Results/", {"Host/Files/Meshes/", "Host/Files/Gltf/", "Host/Files/Storage/", "Host/Scene/Surfaces/"}},

@@ -27,48 +27,6 @@ std::optional<int> ktFindTexCoordChannel(std::uint64_t n) {
     return n == 5 ? std::optional<int>(6) : std::nullopt;
 }
 
-osg::GeoTexCoordsPtr ktGetTexCoords(const osg::GeometryPtr& geometry, int channel) {
-    switch (channel) {
-    case 0:
-        return geometry->getTexCoords();
-    case 1:
-        return geometry->getTexCoords1();
-    case 2:
-        return geometry->getTexCoords2();
-    case 3:
-        return geometry->getTexCoords3();
-    case 4:
-        return geometry->getTexCoords4();
-    case 5:
-        return geometry->getTexCoords5();
-    case 6:
-        return geometry->getTexCoords6();
-    default:
-        return geometry->getTexCoords7();
-    }
-}
-
-void ktSetTexCoords(const osg::GeometryPtr& geometry, int channel, const osg::GeoTexCoordsPtr& property) {
-    switch (channel) {
-    case 0:
-        return geometry->setTexCoords(property);
-    case 1:
-        return geometry->setTexCoords1(property);
-    case 2:
-        return geometry->setTexCoords2(property);
-    case 3:
-        return geometry->setTexCoords3(property);
-    case 4:
-        return geometry->setTexCoords4(property);
-    case 5:
-        return geometry->setTexCoords5(property);
-    case 6:
-        return geometry->setTexCoords6(property);
-    default:
-        return geometry->setTexCoords7(property);
-    }
-}
-
 osg::GeoTexCoordsPtr ktMakeTexCoords(int width, const std::vector<float>& values) {
     switch (width) {
     case 1:

@@ -18,9 +18,6 @@ struct ktAttributeSlot {
 /// TEXCOORD_5; empty for others.
 std::optional<int> ktFindTexCoordChannel(std::uint64_t n);
 
-/// The property in one of the geometry's texture coordinate channels.
-osg::GeoTexCoordsPtr ktGetTexCoords(const osg::GeometryPtr& geometry, int channel);
-void ktSetTexCoords(const osg::GeometryPtr& geometry, int channel, const osg::GeoTexCoordsPtr& property);
 /// A new property of 1 to 4 floats an element.
 osg::GeoTexCoordsPtr ktMakeTexCoords(int width, const std::vector<float>& values);
 

@@ -5,6 +5,7 @@
 #include "ktFileMessages.h"
 #include "ktResultAttributes.h"
 #include "ktSmoothNormals.h"
+#include "ktTexCoordChannel.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,6 +4,7 @@
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktLightReader.h"
+#include "ktNodeAttachments.h"
 #include "ktNodeExtras.h"
 #include "ktNodeMarks.h"
 #include "ktPrimitiveReader.h"
@@ -175,12 +176,8 @@ std::vector<std::size_t> Builder::readMesh(std::size_t mesh, const ktJson& node,
 
 // Everything that belongs to a node of the document was calculated with the node's settings.
 void Builder::shareSettings(const osg::NodePtr& node, const osg::AmbientOcclusionSettingsAttachmentPtr& settings) {
-    for (osg::UInt32 i = 0; i < node->getNChildren(); ++i) {
-        const osg::NodePtr child = node->getChild(i);
-        osg::beginEditCP(child, osg::Node::AttachmentsFieldMask);
-        child->addAttachment(settings);
-        osg::endEditCP(child, osg::Node::AttachmentsFieldMask);
-    }
+    for (osg::UInt32 i = 0; i < node->getNChildren(); ++i)
+        ktAttach(node->getChild(i), settings);
 }
 
 void Builder::addCamera(const ktJson& json, const osg::NodePtr& node) {

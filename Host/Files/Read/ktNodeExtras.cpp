@@ -2,6 +2,7 @@
 #include "ktNodeExtras.h"
 
 #include "ktFileMessages.h"
+#include "ktNodeAttachments.h"
 #include "ktNodeMarks.h"
 #include "OSGValuePair.h"
 
@@ -16,14 +17,6 @@ typedef osg::AmbientOcclusionSettingsAttachmentPtr SettingsPtr;
 
 const char* const settingsKey = "ambientOcclusion";
 const char* const lockKey = "locked";
-
-SettingsPtr findSettings(const osg::NodePtr& node) {
-    return SettingsPtr::dcast(node->findAttachment(Settings::getClassType()));
-}
-
-osg::ValuePairPtr findTexts(const osg::NodePtr& node) {
-    return osg::ValuePairPtr::dcast(node->findAttachment(osg::ValuePair::getClassType()));
-}
 
 // Calls visit(name, value) for every setting but the colour, in their order; values are given by reference.
 template <class Visit>
@@ -175,8 +168,8 @@ SettingsPtr ktReadNodeExtras(const ktJson& json, const osg::NodePtr& node) {
 }
 
 void ktWriteNodeExtras(ktJson& json, const osg::NodePtr& node, const std::string& object, ktFileMessages& messages) {
-    const SettingsPtr settings = findSettings(node);
-    const osg::ValuePairPtr texts = findTexts(node);
+    const SettingsPtr settings = ktFindAttachment<Settings>(node);
+    const osg::ValuePairPtr texts = ktFindAttachment<osg::ValuePair>(node);
     const bool locked = ktNodeMarks::isLocked(node);
     const bool nothing = settings == osg::NullFC && (texts == osg::NullFC || texts->getSize() == 0) && !locked;
     ktJson* extras = ktJsonMember(json, "extras");

@@ -3,6 +3,7 @@
 
 #include "ktFileMessages.h"
 #include "ktGltfStore.h"
+#include "ktTexCoordChannel.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,9 @@
 #include "ktResultChannels.h"
 
 #include "ktBakedLight.h"
+#include "ktNodeAttachments.h"
 #include "ktResultAttributes.h"
+#include "ktTexCoordChannel.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
 #include <algorithm>
@@ -39,7 +41,7 @@ osg::NodePtr nodeOf(const osg::GeometryPtr& geometry) {
     typedef osg::AmbientOcclusionSettingsAttachment Settings;
     const auto& parents = geometry->getParents();
     for (osg::UInt32 i = 0; i < parents.size(); ++i)
-        if (parents[i]->findAttachment(Settings::getClassType()) != osg::NullFC)
+        if (ktFindAttachment<Settings>(parents[i]) != osg::NullFC)
             return parents[i];
     return parents.size() > 0 ? osg::NodePtr(parents[0]) : osg::NodePtr(osg::NullFC);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktBounceLight.h"
 
-#include "ktSceneLight.h"
+#include "ktLuminance.h"
 #include "OSGUberMaterial.h"
 #include "OSGUShadowMaterial.h"
 

@@ -2,6 +2,7 @@
 #include "ktOcclusionPass.h"
 
 #include "ktCancelPoint.h"
+#include "ktLuminance.h"
 #include "ktParallel.h"
 #include "ktVertexFrames.h"
 #include "ktVertexGroups.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktRefinementLight.h"
 
-#include "ktSceneLight.h"
+#include "ktLuminance.h"
 
 #include <cmath>
 

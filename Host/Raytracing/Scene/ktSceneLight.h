@@ -38,8 +38,3 @@ private:
 /// The lights of these nodes that are on and shine. Nodes without a light of a known kind, or with values that are not
 /// finite, are left out. Main thread only.
 std::vector<ktSceneLight> ktReadLights(const std::vector<osg::NodePtr>& nodes);
-
-/// Luminance of a linear colour, by the weights of ITU-R BT.709.
-inline float ktLuminance(const float* color) {
-    return 0.212671f * color[0] + 0.71516f * color[1] + 0.072169f * color[2];
-}

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktBakedLight.h"
 
+#include "ktLuminance.h"
+#include "ktNodeAttachments.h"
 #include "ktSurfaceColors.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
@@ -20,11 +22,10 @@ osg::Color3f gatheredColor(const osg::NodePtr& node) {
     if (material == osg::NullFC)
         return osg::Color3f(1, 1, 1);
     const osg::Color3f color = material->getColor();
-    const auto settings = osg::AmbientOcclusionSettingsAttachmentPtr::dcast(
-        node->findAttachment(osg::AmbientOcclusionSettingsAttachment::getClassType().getGroupId()));
+    const auto settings = ktFindAttachment<osg::AmbientOcclusionSettingsAttachment>(node);
     if (settings != osg::NullFC && settings->getColorBleeding())
         return color;
-    const float luminance = 0.212671f * color[0] + 0.71516f * color[1] + 0.072169f * color[2];
+    const float luminance = ktLuminance(color.getValuesRGB());
     return osg::Color3f(luminance, luminance, luminance);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktSurfaceColors.h"
 
+#include "ktTexCoordChannel.h"
 #include "ktTextureSample.h"
 
 #include <OpenSG/OSGMaterialGroup.h>
@@ -9,25 +10,6 @@
 namespace {
 
 using Color = ktSurfaceColors::Color;
-
-osg::GeoTexCoordsPtr texCoordsOf(const osg::GeometryPtr& geometry, int channel) {
-    switch (channel) {
-    case 0:
-        return geometry->getTexCoords();
-    case 1:
-        return geometry->getTexCoords1();
-    case 2:
-        return geometry->getTexCoords2();
-    case 3:
-        return geometry->getTexCoords3();
-    case 4:
-        return geometry->getTexCoords4();
-    case 6:
-        return geometry->getTexCoords6();
-    default:
-        return osg::NullFC; // 5 and 7 hold results
-    }
-}
 
 std::vector<Color> readVertexColors(const osg::GeoColorsPtr& colors, osg::UInt32 count) {
     std::vector<Color> result;
@@ -101,9 +83,9 @@ ktSurfaceColors ktReadSurfaceColors(const osg::GeometryPtr& geometry, const osg:
         result.vertexColors = readVertexColors(geometry->getColors(), count);
     if (uber == osg::NullFC || !uber->getTexture().image)
         return result;
-    const osg::GeoTexCoords2fPtr texCoords =
-        osg::GeoTexCoords2fPtr::dcast(texCoordsOf(geometry, uber->getTexture().texCoords));
-    if (texCoords == osg::NullFC || texCoords->getSize() < count)
+    const int channel = uber->getTexture().texCoords;
+    const osg::GeoTexCoords2fPtr texCoords = osg::GeoTexCoords2fPtr::dcast(ktGetTexCoords(geometry, channel));
+    if (ktIsResultChannel(channel) || texCoords == osg::NullFC || texCoords->getSize() < count)
         return result;
     result.texture = uber->getTexture();
     for (osg::UInt32 i = 0; i < count; ++i)
