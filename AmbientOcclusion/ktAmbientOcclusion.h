@@ -7,6 +7,7 @@
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
 #include <cstdint>
+#include <functional>
 #include <OpenSG/OSGAction.h>
 #include <OpenSG/OSGColor.h>
 #include <OpenSG/OSGGeometry.h>
@@ -25,6 +26,9 @@
 class ktGeoSubdivisionList;
 class ktSampler;
 struct ktAmbientOcclusionAccess;
+namespace ktAmbientOcclusionInternal {
+struct PassVertices;
+}
 
 /// The plug-in's one controller: holds the settings, runs calculations over the host's selection, keeps the presets,
 /// and tells the user interface of every change. Main thread only. Nothing here reports failure by throwing, unless
@@ -283,6 +287,9 @@ private:
 
     ktAmbientOcclusion();
 
+    /// One pass over the collected geometry: calls `trace` for each that has usable vertices, and refines it when this
+    /// kind of pass refines. Ends early when the run is cancelled.
+    void tracePass(bool indirect, const std::function<void(const ktAmbientOcclusionInternal::PassVertices&)>& trace);
     void refineNode(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld,
                     bool isIdentity, bool indirect);
     void recreateRefinedGeometry();

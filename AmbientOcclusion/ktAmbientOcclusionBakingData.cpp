@@ -35,32 +35,32 @@ void mapChannel(const osg::GeometryPtr& geometry, osg::UInt16 bit) {
         mapping[0] = static_cast<osg::UInt16>(mapping[0] | bit);
 }
 
-} // namespace
-
-osg::GeoTexCoords4fPtr ktAmbientOcclusion::getAOData(const osg::GeometryPtr& geometry, osg::UInt32 count) {
-    const osg::GeoTexCoords4fPtr present = asResults(geometry->getTexCoords7());
+// The results in a channel, or new ones that are put there when it holds none or too few.
+osg::GeoTexCoords4fPtr provideResults(const osg::GeometryPtr& geometry, const osg::GeoTexCoordsPtr& property,
+                                      osg::UInt32 count, osg::BitVector field, osg::UInt16 mappingBit,
+                                      void (osg::GeometryBase::*put)(const osg::GeoTexCoordsPtr&)) {
+    const osg::GeoTexCoords4fPtr present = asResults(property);
     if (present != osg::NullFC && present->size() >= count)
         return present;
     const osg::GeoTexCoords4fPtr made = makeResults(count);
-    const osg::BitVector mask = osg::GeometryBase::IndexMappingFieldMask | osg::GeometryBase::TexCoords7FieldMask;
+    const osg::BitVector mask = osg::GeometryBase::IndexMappingFieldMask | field;
     osg::beginEditCP(geometry, mask);
-    geometry->setTexCoords7(made);
-    mapChannel(geometry, osg::Geometry::MapTexCoords7);
+    (geometry.getCPtr()->*put)(made);
+    mapChannel(geometry, mappingBit);
     osg::endEditCP(geometry, mask);
     return made;
 }
 
+} // namespace
+
+osg::GeoTexCoords4fPtr ktAmbientOcclusion::getAOData(const osg::GeometryPtr& geometry, osg::UInt32 count) {
+    return provideResults(geometry, geometry->getTexCoords7(), count, osg::GeometryBase::TexCoords7FieldMask,
+                          osg::Geometry::MapTexCoords7, &osg::GeometryBase::setTexCoords7);
+}
+
 osg::GeoTexCoords4fPtr ktAmbientOcclusion::getBakingData(const osg::GeometryPtr& geometry, osg::UInt32 count) {
-    const osg::GeoTexCoords4fPtr present = asResults(geometry->getTexCoords5());
-    if (present != osg::NullFC && present->size() >= count)
-        return present;
-    const osg::GeoTexCoords4fPtr made = makeResults(count);
-    const osg::BitVector mask = osg::GeometryBase::IndexMappingFieldMask | osg::GeometryBase::TexCoords5FieldMask;
-    osg::beginEditCP(geometry, mask);
-    geometry->setTexCoords5(made);
-    mapChannel(geometry, osg::Geometry::MapTexCoords5);
-    osg::endEditCP(geometry, mask);
-    return made;
+    return provideResults(geometry, geometry->getTexCoords5(), count, osg::GeometryBase::TexCoords5FieldMask,
+                          osg::Geometry::MapTexCoords5, &osg::GeometryBase::setTexCoords5);
 }
 
 void ktAmbientOcclusion::storeDirectToBakingData() {
@@ -88,8 +88,7 @@ void ktAmbientOcclusion::storeDirectToBakingData() {
         } else {
             clearBakingData(geometry, false);
         }
-        for (osg::Vec4f& value : *aoData->editFieldPtr())
-            value.setValues(0, 0, 0, value[3]);
+        zeroIndirectLight(aoData);
         announce(aoData);
     }
 }

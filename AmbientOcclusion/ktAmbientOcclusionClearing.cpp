@@ -5,36 +5,20 @@
 #include "ktNodePermission.h"
 #include "ktScenegraph.h"
 
-#include <OpenSG/OSGGL.h>
 #include <OpenSG/OSGSwitch.h>
 
 using namespace ktAmbientOcclusionInternal;
 
 namespace {
 
-constexpr osg::UInt32 shownMask = 0xFFFFFFFF;
-
-/// Points and lines never receive results; the first primitive tells. Geometry without primitives counts as surface.
-bool isPointsOrLines(const osg::GeometryPtr& geometry) {
-    const osg::GeoPTypesPtr types = geometry->getTypes();
-    if (types == osg::NullFC || types->getSize() == 0)
-        return false;
-    const osg::UInt32 first = types->getValue(0);
-    return first == GL_POINTS || first == GL_LINES || first == GL_LINE_LOOP || first == GL_LINE_STRIP;
-}
-
-/// Puts the children to visit on top of `pending`, the first uppermost: all, or those that a switch shows.
-void pushChildren(const osg::NodePtr& node, bool all, std::vector<osg::NodePtr>& pending) {
-    const osg::UInt32 count = node->getNChildren();
+/// Puts the children to visit on top of `pending`: all, the first uppermost, or the one that a switch shows.
+void pushToVisit(const osg::NodePtr& node, bool all, std::vector<osg::NodePtr>& pending) {
     const osg::SwitchPtr selector = osg::SwitchPtr::dcast(node->getCore());
-    if (!all && selector != osg::NullFC && selector->getChoice() != osg::Switch::ALL) {
-        const osg::Int32 choice = selector->getChoice();
-        if (choice >= 0 && static_cast<osg::UInt32>(choice) < count)
-            pending.push_back(node->getChild(static_cast<osg::UInt32>(choice)));
-        return;
-    }
-    for (osg::UInt32 i = count; i > 0; --i)
-        pending.push_back(node->getChild(i - 1));
+    if (all || selector == osg::NullFC || selector->getChoice() == osg::Switch::ALL)
+        return pushChildren(node, pending);
+    const osg::Int32 choice = selector->getChoice();
+    if (choice >= 0 && static_cast<osg::UInt32>(choice) < node->getNChildren())
+        pending.push_back(node->getChild(static_cast<osg::UInt32>(choice)));
 }
 
 /// Calls `clear` with the surface geometry below `root`, each parent before its children. Scenes may be deeper than the
@@ -48,12 +32,12 @@ void clearBelow(const osg::NodePtr& root, bool all, Clear clear) {
         if (node == osg::NullFC || node->getCore() == osg::NullFC ||
             !ktNodePermission::allows(node, ktNodePermission::ChangeIllumination))
             continue;
-        if (!all && node->getTravMask() != shownMask)
+        if (!all && isHidden(node))
             continue;
         const osg::GeometryPtr geometry = geometryOf(node);
-        if (geometry != osg::NullFC && !isPointsOrLines(geometry))
+        if (geometry != osg::NullFC && !isLinesOrPoints(geometry))
             clear(geometry);
-        pushChildren(node, all, pending);
+        pushToVisit(node, all, pending);
     }
 }
 
@@ -65,8 +49,7 @@ void clearIndirectLight(const osg::GeometryPtr& geometry) {
     if (results == osg::NullFC)
         return;
     osg::beginEditCP(results);
-    for (osg::Vec4f& value : *results->editFieldPtr())
-        value.setValues(0, 0, 0, value[3]);
+    zeroIndirectLight(results);
     osg::endEditCP(results);
     osg::beginEditCP(geometry);
     geometry->setTexCoords7(results);

@@ -25,6 +25,9 @@ std::uint64_t squared(int count) {
     return static_cast<std::uint64_t>(count) * static_cast<std::uint64_t>(count);
 }
 
+/// What a run writes to standard output when a cancel ends it before a step.
+enum class OnCancel { SayNothing, TellTime };
+
 } // namespace
 
 void ktAmbientOcclusion::computeIllumination(bool indirect) {
@@ -36,65 +39,47 @@ void ktAmbientOcclusion::computeIllumination(bool indirect) {
 
     std::uint64_t directCount = 0;
     std::uint64_t gatherCount = 0;
-    if (indirect) {
-        const std::int64_t steps =
-            static_cast<std::int64_t>(geometryNodes.size()) * (std::int64_t(numOfIndirections) + 1);
-        startProgress(static_cast<int>(steps));
-        updateState(BuildingAccelerationStructure, 0);
-        if (!keepRunning)
-            return;
+    const auto build = [&] { utils->buildAccelerationStructure(visibleGeometryNodes, visibleLightNodes); };
+    const auto clearColors = [&] {
         if (numOfIndirections != 0)
             clearVertexColors(mode);
-        if (!keepRunning)
-            return;
-        utils->buildAccelerationStructure(visibleGeometryNodes, visibleLightNodes);
-        if (!keepRunning)
-            return;
+    };
+    const auto traceDirect = [&] {
         computeDirectIllumination();
         utils->finishPass();
         if (refineDirect)
             recreateRefinedGeometry();
-        if (!keepRunning) {
-            printTotalTime(secondsSince(start_us));
-            return;
-        }
+    };
+    const auto storeDirect = [&] {
         storeDirectToBakingData();
         directCount = numRays;
-
-        if (numOfIndirections != 0) {
-            numRays = 0;
-            // With the lights' own light baked, bounced light counts from any distance.
-            const float gatherDistance = mode == LightAndShadows ? std::numeric_limits<float>::max() : maxDistance;
-            utils->configureTracing(gatherSampleCount, gatherSampleCount, minDistance, gatherDistance);
-            std::cout << " Start the gathering process" << std::endl;
-            for (int bounce = 0; bounce < numOfIndirections; ++bounce) {
-                if (!keepRunning) {
-                    printTotalTime(secondsSince(start_us));
-                    return;
-                }
-                if (refineDirect) {
-                    std::cout << "Now rebuild the acceleration structure since we have refine turned on" << std::endl;
-                    updateState(RebuildingAccelerationStructure, 0);
-                    utils->buildAccelerationStructure(visibleGeometryNodes, visibleLightNodes);
-                }
-                std::cout << "Gather the indirect illumination" << std::endl;
-                gatherIndirectIllumination();
-                if (refineDirect)
-                    recreateRefinedGeometry();
-                utils->finishPass();
-            }
-            gatherCount = numRays;
-        }
-    } else {
-        if (!keepRunning) {
-            printTotalTime(secondsSince(start_us));
+        if (numOfIndirections == 0)
             return;
+        numRays = 0;
+        // With the lights' own light baked, bounced light counts from any distance.
+        const float gatherDistance = mode == LightAndShadows ? std::numeric_limits<float>::max() : maxDistance;
+        utils->configureTracing(gatherSampleCount, gatherSampleCount, minDistance, gatherDistance);
+        std::cout << " Start the gathering process" << std::endl;
+    };
+    const auto gatherBounce = [&] {
+        if (refineDirect) {
+            std::cout << "Now rebuild the acceleration structure since we have refine turned on" << std::endl;
+            updateState(RebuildingAccelerationStructure, 0);
+            build();
         }
+        std::cout << "Gather the indirect illumination" << std::endl;
+        gatherIndirectIllumination();
+        if (refineDirect)
+            recreateRefinedGeometry();
+        utils->finishPass();
+        gatherCount = numRays;
+    };
+    const auto startDirectOnly = [&] {
         startProgress(static_cast<int>(geometryNodes.size()));
         updateState(BuildingAccelerationStructure, 0);
-        utils->buildAccelerationStructure(visibleGeometryNodes, visibleLightNodes);
-        if (!keepRunning)
-            return;
+        build();
+    };
+    const auto traceAndStoreDirect = [&] {
         const std::int64_t passStart_us = wallClock_us();
         computeDirectIllumination();
         std::cout << "Direct Illumination complete, took " << secondsSince(passStart_us) << " seconds to complete"
@@ -104,7 +89,32 @@ void ktAmbientOcclusion::computeIllumination(bool indirect) {
             recreateRefinedGeometry();
         utils->finishPass();
         storeDirectToBakingData();
+    };
+
+    // One step of the run. False, and the step is left out, when the run was cancelled before it.
+    const auto step = [&](OnCancel onCancel, const auto& action) {
+        if (!keepRunning) {
+            if (onCancel == OnCancel::TellTime)
+                printTotalTime(secondsSince(start_us));
+            return false;
+        }
+        action();
+        return true;
+    };
+    bool isComplete = false;
+    if (indirect) {
+        const std::int64_t passes = std::int64_t(numOfIndirections) + 1;
+        startProgress(static_cast<int>(static_cast<std::int64_t>(geometryNodes.size()) * passes));
+        updateState(BuildingAccelerationStructure, 0);
+        isComplete = step(OnCancel::SayNothing, clearColors) && step(OnCancel::SayNothing, build) &&
+                     step(OnCancel::SayNothing, traceDirect) && step(OnCancel::TellTime, storeDirect);
+        for (int bounce = 0; isComplete && bounce < numOfIndirections; ++bounce)
+            isComplete = step(OnCancel::TellTime, gatherBounce);
+    } else {
+        isComplete = step(OnCancel::TellTime, startDirectOnly) && step(OnCancel::SayNothing, traceAndStoreDirect);
     }
+    if (!isComplete)
+        return;
 
     stopProgress();
     numRays = squared(directSampleCountU) * directCount + squared(gatherSampleCount) * gatherCount;

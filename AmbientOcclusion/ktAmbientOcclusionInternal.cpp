@@ -2,6 +2,7 @@
 #include "ktAmbientOcclusionInternal.h"
 
 #include <chrono>
+#include <OpenSG/OSGGL.h>
 
 namespace ktAmbientOcclusionInternal {
 
@@ -36,6 +37,28 @@ osg::GeoNormals3fPtr usableNormals(const osg::GeometryPtr& geometry, osg::UInt32
     if (normals == osg::NullFC || normals->size() < count)
         return osg::NullFC;
     return normals;
+}
+
+void zeroIndirectLight(const osg::GeoTexCoords4fPtr& results) {
+    for (osg::Vec4f& value : *results->editFieldPtr())
+        value.setValues(0, 0, 0, value[3]);
+}
+
+bool isLinesOrPoints(const osg::GeometryPtr& geometry) {
+    const osg::GeoPTypesPtr types = geometry->getTypes();
+    if (types == osg::NullFC || types->getSize() == 0)
+        return false;
+    const osg::UInt32 first = types->getValue(0);
+    return first == GL_POINTS || first == GL_LINES || first == GL_LINE_LOOP || first == GL_LINE_STRIP;
+}
+
+bool isHidden(const osg::NodePtr& node) {
+    return node->getTravMask() != 0xFFFFFFFF;
+}
+
+void pushChildren(const osg::NodePtr& node, std::vector<osg::NodePtr>& pending) {
+    for (osg::UInt32 i = node->getNChildren(); i > 0; --i)
+        pending.push_back(node->getChild(i - 1));
 }
 
 bool isIdentityMatrix(const osg::Matrix& matrix) {

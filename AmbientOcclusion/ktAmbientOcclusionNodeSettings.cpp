@@ -3,6 +3,7 @@
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 #include "ktAmbientOcclusionTextSettings.h"
+#include "ktNodeAttachments.h"
 #include "ktNodePermission.h"
 #include "ktNodeUtils.h"
 #include "ktScenegraph.h"
@@ -34,44 +35,15 @@ osg::AmbientOcclusionSettingsAttachmentPtr ktAmbientOcclusion::getAmbientOcclusi
 
 namespace {
 
-void attach(const osg::NodePtr& node, const osg::AttachmentPtr& attachment) {
-    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
-    node->addAttachment(attachment);
-    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
-}
-
-void detach(const osg::NodePtr& node, const osg::AttachmentPtr& attachment) {
-    osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
-    node->subAttachment(attachment);
-    osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
-}
-
-osg::ValuePairPtr findValuePair(const osg::NodePtr& node) {
-    const osg::AttachmentPtr found = node->findAttachment(osg::ValuePair::getClassType());
-    return found == osg::NullFC ? osg::ValuePairPtr(osg::NullFC) : osg::ValuePairPtr::dcast(found);
-}
-
-osg::AmbientOcclusionSettingsAttachmentPtr findSettings(const osg::NodePtr& node) {
-    const osg::AttachmentPtr found = node->findAttachment(osg::AmbientOcclusionSettingsAttachment::getClassType());
-    return found == osg::NullFC ? osg::AmbientOcclusionSettingsAttachmentPtr(osg::NullFC)
-                                : osg::AmbientOcclusionSettingsAttachmentPtr::dcast(found);
-}
-
 void removeTextSettings(const osg::NodePtr& node) {
-    const osg::ValuePairPtr values = findValuePair(node);
+    const auto values = ktFindAttachment<osg::ValuePair>(node);
     if (values == osg::NullFC)
         return;
     osg::beginEditCP(values);
     eraseTextSettings(values);
     osg::endEditCP(values);
     if (values->getSize() == 0)
-        detach(node, values);
-}
-
-// Children come after the node, in their order; scenes may be deeper than the stack.
-void pushChildren(std::vector<osg::NodePtr>& pending, const osg::NodePtr& node) {
-    for (osg::UInt32 i = node->getNChildren(); i > 0; --i)
-        pending.push_back(node->getChild(i - 1));
+        ktDetach(node, values);
 }
 
 bool mayChange(const osg::NodePtr& node) {
@@ -89,11 +61,11 @@ void ktAmbientOcclusion::addAOData(const osg::NodePtr& root,
         if (node == osg::NullFC || !mayChange(node))
             continue;
         removeTextSettings(node);
-        const osg::AmbientOcclusionSettingsAttachmentPtr old = findSettings(node);
+        const auto old = ktFindAttachment<osg::AmbientOcclusionSettingsAttachment>(node);
         if (old != osg::NullFC)
-            detach(node, old);
-        attach(node, attachment);
-        pushChildren(pending, node);
+            ktDetach(node, old);
+        ktAttach(node, attachment);
+        pushChildren(node, pending);
     }
 }
 
@@ -104,23 +76,23 @@ void ktAmbientOcclusion::addAOData(const osg::NodePtr& root) {
         pending.pop_back();
         if (node == osg::NullFC || !mayChange(node) || ktNodeUtils::isGeometryComponent(node))
             continue;
-        osg::ValuePairPtr values = findValuePair(node);
+        osg::ValuePairPtr values = ktFindAttachment<osg::ValuePair>(node);
         if (values == osg::NullFC) {
             values = osg::ValuePair::create();
-            attach(node, values);
+            ktAttach(node, values);
         }
         osg::beginEditCP(values);
         writeTextSettings(*this, values);
         osg::endEditCP(values);
-        pushChildren(pending, node);
+        pushChildren(node, pending);
     }
 }
 
 void ktAmbientOcclusion::loadFromNode(const osg::NodePtr& node) {
     if (node == osg::NullFC)
         return;
-    const osg::AmbientOcclusionSettingsAttachmentPtr settings = findSettings(node);
-    const osg::ValuePairPtr values = findValuePair(node);
+    const auto settings = ktFindAttachment<osg::AmbientOcclusionSettingsAttachment>(node);
+    const auto values = ktFindAttachment<osg::ValuePair>(node);
     if (settings == osg::NullFC && values == osg::NullFC)
         return;
     ktUndoStack* undoStack = ktUndoStack::get(0);

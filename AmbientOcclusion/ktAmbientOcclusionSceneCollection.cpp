@@ -45,13 +45,15 @@ struct VisibleCollector {
     }
 };
 
-bool isHidden(const osg::NodePtr& node) {
-    return node->getTravMask() != 0xFFFFFFFF;
-}
-
-bool isLinesOrPoints(const osg::GeometryPtr& geometry) {
-    const osg::GeoPTypesPtr types = geometry->getTypes();
-    return types != osg::NullFC && types->size() > 0 && types->getValue(0) <= 3; // points, lines, line loop and strip
+// Traverses the child that a switch chooses; false when the choice names none.
+template <class Collector>
+bool enterChoice(const osg::NodePtr& node, osg::Int32 choice, Collector collector) {
+    if (choice < 0 || static_cast<osg::UInt32>(choice) >= node->getNChildren())
+        return false;
+    const osg::NodePtr child = node->getChild(static_cast<osg::UInt32>(choice));
+    if (child != osg::NullFC)
+        collector.traverse(child);
+    return true;
 }
 
 bool isMultiIndexed(const osg::GeometryPtr& geometry) {
@@ -124,12 +126,8 @@ osg::Action::ResultE ktAmbientOcclusion::getGeometryNodes(const osg::NodePtr& no
     const osg::SwitchPtr switchCore = osg::SwitchPtr::dcast(node->getCore());
     if (switchCore != osg::NullFC) {
         const osg::Int32 choice = switchCore->getChoice();
-        if (choice >= 0 && static_cast<osg::UInt32>(choice) < node->getNChildren()) {
-            const osg::NodePtr child = node->getChild(static_cast<osg::UInt32>(choice));
-            if (child != osg::NullFC)
-                GeometryCollector{this, &nodes, &collectedCores}.traverse(child);
+        if (enterChoice(node, choice, GeometryCollector{this, &nodes, &collectedCores}))
             return osg::Action::Skip;
-        }
         // A choice that names no child enters them all, unlike in the visible scene.
         return choice == osg::Switch::NONE ? osg::Action::Skip : osg::Action::Continue;
     }
@@ -165,12 +163,8 @@ osg::Action::ResultE ktAmbientOcclusion::getVisibleNodes(const osg::NodePtr& nod
     const osg::SwitchPtr switchCore = osg::SwitchPtr::dcast(node->getCore());
     if (switchCore != osg::NullFC) {
         const osg::Int32 choice = switchCore->getChoice();
-        if (choice >= 0 && static_cast<osg::UInt32>(choice) < node->getNChildren()) {
-            const osg::NodePtr child = node->getChild(static_cast<osg::UInt32>(choice));
-            if (child != osg::NullFC)
-                VisibleCollector{this}.traverse(child);
+        if (enterChoice(node, choice, VisibleCollector{this}))
             return osg::Action::Skip;
-        }
         return choice == osg::Switch::ALL ? osg::Action::Continue : osg::Action::Skip;
     }
 

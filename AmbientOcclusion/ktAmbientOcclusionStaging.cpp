@@ -43,8 +43,7 @@ void ktAmbientOcclusion::clearVertexColors(int lightMode) {
             continue;
         const osg::UInt32 count = positions->size();
         const osg::GeoTexCoords4fPtr aoData = getAOData(geometry, count);
-        for (osg::Vec4f& value : *aoData->editFieldPtr())
-            value.setValues(0, 0, 0, value[3]);
+        zeroIndirectLight(aoData);
         announce(aoData);
 
         if (lightMode == LightAndShadows) {
