@@ -6,10 +6,11 @@
 #include "ktBakeTracing.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
+#include "ktSafeFile.h"
 #include "ktThreadCount.h"
 
+#include <QFile>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <sys/resource.h>
 
 namespace {
@@ -65,11 +66,9 @@ bool ktBakeStats::write(const std::string& fileName) const {
         {"warnings", count(ktLogOutput::getCount(ktLogLevel::Warning))},
         {"peakMemoryMiB", static_cast<double>(usage.ru_maxrss) / 1024},
     };
-    QSaveFile file(QString::fromStdString(fileName));
-    const QByteArray text = QJsonDocument(all).toJson();
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        ktLog::error("%s: the statistics cannot be written: %s", fileName.c_str(), qPrintable(file.errorString()));
-        return false;
-    }
-    return true;
+    QString reason;
+    if (ktSafeFile::replace(QFile::encodeName(QString::fromStdString(fileName)), QJsonDocument(all).toJson(), reason))
+        return true;
+    ktLog::error("%s: the statistics cannot be written: %s", fileName.c_str(), qPrintable(reason));
+    return false;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktNodeAttachments.h"
 #include "ktOriginalNodes.h"
 #include "OSGNodeMarksAttachment.h"
 
@@ -10,8 +11,7 @@ inline bool ktHasMark(const osg::NodePtr& node, const osg::SFBool* (osg::NodeMar
         return false;
     bool isMarked = false;
     ktForEachOriginal(node, [&](const osg::NodePtr& original) {
-        const auto marks =
-            osg::NodeMarksAttachmentPtr::dcast(original->findAttachment(osg::NodeMarksAttachment::getClassType()));
+        const auto marks = ktFindAttachment<osg::NodeMarksAttachment>(original);
         isMarked = marks != osg::NullFC && (marks.getCPtr()->*mark)()->getValue();
         return !isMarked;
     });

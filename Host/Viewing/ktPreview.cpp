@@ -4,12 +4,13 @@
 #include "ktLuminance.h"
 #include "ktPreviewCollect.h"
 #include "ktPreviewRenderer.h"
+#include "ktSafeFile.h"
 #include "ktTracerFactory.h"
 
 #include <algorithm>
 #include <exception>
-#include <QSaveFile>
-#include <QString>
+#include <QBuffer>
+#include <QFile>
 
 namespace {
 
@@ -39,10 +40,12 @@ std::string ktWritePreview(const osg::NodePtr& root, const std::string& fileName
         const QImage image =
             ktRenderPreview(scene, ktFramePreview(scene, static_cast<double>(width) / height, turn_degrees), *tracer,
                             width, height, exposure * whitePoint(scene));
-        QSaveFile file(QString::fromStdString(fileName));
-        if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
-            return file.errorString().toStdString();
-        return {};
+        QBuffer picture;
+        if (!image.save(&picture, "PNG"))
+            return "the picture cannot be encoded";
+        QString reason; // stays empty when all is well
+        ktSafeFile::replace(QFile::encodeName(QString::fromStdString(fileName)), picture.data(), reason);
+        return reason.toStdString();
     } catch (const std::exception& error) {
         return error.what();
     }

@@ -4,17 +4,9 @@
 #include <QByteArray>
 #include <QString>
 
-/// Files that are never lost: replaced as a whole, or moved out of the way. Paths are in the file system's own bytes
-/// (UTF-8). Safe against other threads and processes that do the same.
+/// Reading a message's file, and moving a broken one out of the way. ktSafeFile writes them. Paths are in the file
+/// system's own bytes (UTF-8). Safe against other threads and processes that do the same.
 namespace ktMessageFile {
-
-/// Replaces the file `path`, or creates it, so that at any moment, also after a crash or a power cut, it holds either
-/// what it held or all of `content`: writes to a temporary file in the same directory, flushes it, renames it, flushes
-/// the directory. A symbolic link stays one: the file that it names is replaced. The permissions of an existing file
-/// are kept. Removes the temporary files that killed processes left behind. Returns false and the reason on failure,
-/// also when the existing file may not be written to; `path` is then as it was, except that a failure to flush the
-/// directory after renaming is no failure here.
-bool replace(const QByteArray& path, const QByteArray& content, QString& reason);
 
 /// Tells a file from one that is put in its place later.
 struct Identity {

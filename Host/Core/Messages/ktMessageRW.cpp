@@ -5,11 +5,12 @@
 #include "ktMessage.h"
 #include "ktMessageFile.h"
 #include "ktMessageXml.h"
+#include "ktSafeFile.h"
 
 bool ktMessageRW::write(const ktMessage& message, const char* path) {
     QByteArray xml;
     QString reason;
-    if (ktMessageXml::write(message, xml, reason) && ktMessageFile::replace(path, xml, reason))
+    if (ktMessageXml::write(message, xml, reason) && ktSafeFile::replace(path, xml, reason))
         return true;
     ktLog::error("Couldn't write %s: %s", path, reason.toUtf8().constData());
     return false;

@@ -3,7 +3,7 @@
 #include "ktFileMessages.h"
 #include "ktGlbContainer.h"
 #include "ktGltfPacking.h"
-#include "ktSafeFile.h"
+#include "ktOutputFile.h"
 
 #include <limits>
 #include <QDir>
@@ -27,7 +27,7 @@ void writeGlb(const ktPackedGltf& packed, const std::vector<ktGlbChunk>& chunks,
         throw ktFileError("file",
                           "would be larger than the 4 GiB that a .glb file can hold; write a .gltf file instead");
 
-    ktSafeFile file(path);
+    ktOutputFile file(path);
     file.writeWord(ktGlbMagic);
     file.writeWord(2);
     file.writeWord(size);
@@ -80,7 +80,7 @@ private:
         try {
             if (!QDir().mkpath(QFileInfo(path).absolutePath()))
                 throw ktFileError("file", "cannot be written: its folder cannot be made");
-            ktSafeFile file(path);
+            ktOutputFile file(path);
             file.write(resource.data, resource.size);
             file.commit();
         } catch (const ktFileError& error) {
@@ -121,7 +121,7 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
     files.write(packed);
     const std::string text =
         packed.json.dump(document.indent, document.indentWith, false, ktJson::error_handler_t::replace) + "\n";
-    ktSafeFile file(path);
+    ktOutputFile file(path);
     file.write(text.data(), text.size());
     file.commit();
     files.keep();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktLimitedProcess.h"
 
+#include "ktDescriptor.h"
 #include "ktFileError.h"
 
 #include <algorithm>
@@ -20,18 +21,6 @@
 namespace {
 
 enum ExitCode { done = 0, threw = 1, outOfMemory = 2, noRoom = 3 };
-
-class Descriptor {
-public:
-    explicit Descriptor(int number_) : number(number_) {}
-    ~Descriptor() {
-        if (number >= 0)
-            close(number);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    const int number;
-};
 
 std::size_t addressSpaceNow() {
     unsigned long pages = 0;
@@ -105,7 +94,7 @@ void ktByteSink::write(const void* data, std::size_t size) {
 }
 
 ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktByteSink&)>& work) {
-    const Descriptor memory(memfd_create("ktLimitedProcess", MFD_CLOEXEC));
+    const ktDescriptor memory(memfd_create("ktLimitedProcess", MFD_CLOEXEC));
     if (memory.number < 0)
         throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
     std::fflush(nullptr);

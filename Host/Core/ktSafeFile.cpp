@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktSafeFile.h"
+
+#include "ktDescriptor.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+struct ktSafeFile::Temporary {
+    Temporary(int number, const QByteArray& name_) : file(number), name(name_) {}
+    ~Temporary() {
+        if (!isRenamed)
+            unlink(name.constData());
+    }
+
+    const ktDescriptor file;
+    const QByteArray name;
+    bool isRenamed = false;
+};
+
+namespace {
+
+const char temporaryMark[] = ".tmp-";
+constexpr int mostLinks = 40; // as the system itself follows
+
+QByteArray directoryOf(const QByteArray& path) {
+    const int slash = path.lastIndexOf('/');
+    return slash < 0 ? QByteArray("./") : path.left(slash + 1);
+}
+
+/// Whether `name` still names this open file.
+bool isStillNamed(int file, const QByteArray& name) {
+    struct stat opened, named;
+    return fstat(file, &opened) == 0 && stat(name.constData(), &named) == 0 && opened.st_dev == named.st_dev &&
+           opened.st_ino == named.st_ino;
+}
+
+/// A new file beside `path`, locked for as long as it is open. Negative on failure, see errno.
+int createTemporary(const QByteArray& path, QByteArray& name) {
+    static std::atomic<unsigned> counter{0};
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        name = path + temporaryMark + QByteArray::number(static_cast<qint64>(getpid())) + '-' +
+               QByteArray::number(counter++);
+        const int file = open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file < 0 && errno == EEXIST)
+            continue;
+        if (file < 0)
+            return -1;
+        // A file system without locks answers with an error; then nobody cleans up there either.
+        while (flock(file, LOCK_EX) != 0 && errno == EINTR) {
+        }
+        if (isStillNamed(file, name))
+            return file;
+        close(file); // another process took it for a left-behind one before it was locked
+    }
+    return -1;
+}
+
+/// Whether the rest of a name, behind the mark, is a process and a number.
+bool isOurs(const char* rest) {
+    const std::size_t process = std::strspn(rest, "0123456789");
+    if (process == 0 || rest[process] != '-')
+        return false;
+    const char* const number = rest + process + 1;
+    const std::size_t digits = std::strspn(number, "0123456789");
+    return digits > 0 && number[digits] == '\0';
+}
+
+void removeLeftBehind(const QByteArray& path) {
+    const QByteArray directory = directoryOf(path);
+    const QByteArray prefix = path.mid(path.lastIndexOf('/') + 1) + temporaryMark;
+    DIR* listing = opendir(directory.constData());
+    if (!listing)
+        return;
+    while (const dirent* entry = readdir(listing)) {
+        if (std::strncmp(entry->d_name, prefix.constData(), static_cast<std::size_t>(prefix.size())) != 0 ||
+            !isOurs(entry->d_name + prefix.size()))
+            continue;
+        const QByteArray name = directory + entry->d_name;
+        const ktDescriptor file(open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+        struct stat status;
+        if (file.number >= 0 && fstat(file.number, &status) == 0 && S_ISREG(status.st_mode) &&
+            flock(file.number, LOCK_EX | LOCK_NB) == 0 && isStillNamed(file.number, name))
+            unlink(name.constData());
+    }
+    closedir(listing);
+}
+
+} // namespace
+
+QByteArray ktSafeFile::targetOf(const QByteArray& path) {
+    QByteArray file = path;
+    for (int links = 0; links < mostLinks; ++links) {
+        char next[4096];
+        const ssize_t length = readlink(file.constData(), next, sizeof next);
+        if (length <= 0 || length == static_cast<ssize_t>(sizeof next))
+            return file;
+        const QByteArray named(next, static_cast<int>(length));
+        file = named.startsWith('/') ? named : directoryOf(file) + named;
+    }
+    return path;
+}
+
+ktSafeFile::ktSafeFile(const QByteArray& path) : target(targetOf(path)) {
+    removeLeftBehind(target);
+    struct stat old;
+    const bool exists = stat(target.constData(), &old) == 0;
+    const bool isFolder = exists && S_ISDIR(old.st_mode);
+    if (isFolder || (access(target.constData(), W_OK) != 0 && errno != ENOENT)) {
+        errno = isFolder ? EISDIR : errno;
+        fail("the file may not be changed");
+        return;
+    }
+    QByteArray name;
+    const int file = createTemporary(target, name);
+    if (file < 0) {
+        fail("cannot create a file in its directory");
+        return;
+    }
+    temporary = std::make_unique<Temporary>(file, name);
+    if (exists)
+        fchmod(file, old.st_mode & 0777); // as far as the file system has permissions
+}
+
+ktSafeFile::~ktSafeFile() = default;
+
+bool ktSafeFile::fail(const char* what) {
+    const int error = errno;
+    reason = QString("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(std::strerror(error)));
+    temporary.reset();
+    return false;
+}
+
+bool ktSafeFile::write(const void* data, std::size_t size) {
+    if (!temporary)
+        return false;
+    const char* next = static_cast<const char*>(data);
+    while (size > 0) {
+        const ssize_t written = ::write(temporary->file.number, next, size);
+        if (written < 0 && errno != EINTR)
+            return fail("cannot write");
+        if (written > 0) {
+            next += written;
+            size -= static_cast<std::size_t>(written);
+        }
+    }
+    return true;
+}
+
+bool ktSafeFile::commit() {
+    if (!temporary)
+        return false;
+    if (fsync(temporary->file.number) != 0)
+        return fail("cannot write to the disk");
+    if (rename(temporary->name.constData(), target.constData()) != 0)
+        return fail("cannot rename the new file");
+    temporary->isRenamed = true;
+    temporary.reset();
+    const ktDescriptor directory(open(directoryOf(target).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (directory.number >= 0)
+        fsync(directory.number);
+    return true;
+}
+
+bool ktSafeFile::replace(const QByteArray& path, const QByteArray& content, QString& why) {
+    ktSafeFile file(path);
+    if (file.write(content.constData(), static_cast<std::size_t>(content.size())) && file.commit())
+        return true;
+    why = file.error();
+    return false;
+}

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktOutputFile.h"
+
+#include "ktFileError.h"
+#include "ktSafeFile.h"
+
+#include <QFile>
+
+ktOutputFile::ktOutputFile(const QString& path) : file(std::make_unique<ktSafeFile>(QFile::encodeName(path))) {
+    check(file->error().isEmpty());
+}
+
+ktOutputFile::~ktOutputFile() = default;
+
+void ktOutputFile::write(const void* data, std::size_t size) {
+    check(file->write(data, size));
+}
+
+void ktOutputFile::writeWord(std::size_t word) {
+    const unsigned char bytes[4] = {static_cast<unsigned char>(word), static_cast<unsigned char>(word >> 8),
+                                    static_cast<unsigned char>(word >> 16), static_cast<unsigned char>(word >> 24)};
+    write(bytes, sizeof bytes);
+}
+
+void ktOutputFile::commit() {
+    check(file->commit());
+}
+
+void ktOutputFile::check(bool isDone) const {
+    if (!isDone)
+        throw ktFileError("file", "cannot be written: " + file->error().toStdString());
+}
