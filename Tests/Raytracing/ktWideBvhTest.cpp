@@ -31,11 +31,11 @@ std::vector<ktTestMesh> fineSphere() {
     return meshes;
 }
 
-void buildOn(int threads, ktWideBvh& structure, const std::vector<ktTracerMesh>& meshes,
+void buildOn(int threads, ktWideBvh& bvh, const std::vector<ktTracerMesh>& meshes,
              ktLeafKind kind = ktLeafKind::ByCount) {
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
     tbb::task_arena arena(threads);
-    arena.execute([&] { EXPECT_TRUE(structure.build(meshes, {}, kind)); });
+    arena.execute([&] { EXPECT_TRUE(bvh.build(meshes, {}, kind)); });
 }
 
 constexpr ktLeafKind leafKinds[] = {ktLeafKind::Unindexed, ktLeafKind::Patches};
@@ -80,18 +80,18 @@ TEST(WideBvh, GivenManyTriangles_GivesEachNodeAndLeafItsOwnPlace) {
     std::vector<ktTestMesh> meshes = fineSphere();
     const std::vector<ktTracerMesh> views = viewsOf(meshes);
     for (const ktLeafKind kind : leafKinds) {
-        ktWideBvh structure;
-        buildOn(4, structure, views, kind);
-        ktWideBvhWalk walk(structure);
-        EXPECT_EQ(std::set<const ktWideBvhNode*>(walk.nodes.begin(), walk.nodes.end()).size(), structure.nodeCount());
-        EXPECT_EQ(walk.nodes.size(), structure.nodeCount());
+        ktWideBvh bvh;
+        buildOn(4, bvh, views, kind);
+        ktWideBvhWalk walk(bvh);
+        EXPECT_EQ(std::set<const ktWideBvhNode*>(walk.nodes.begin(), walk.nodes.end()).size(), bvh.nodeCount());
+        EXPECT_EQ(walk.nodes.size(), bvh.nodeCount());
         ASSERT_EQ(walk.ids.size(), views[0].triangleCount);
         std::uint32_t next = 0;
         for (const std::uint32_t id : walk.ids)
             ASSERT_EQ(id, next++);
         // Arrays without gaps, the root in front.
         for (const ktWideBvhNode* node : walk.nodes)
-            ASSERT_TRUE(node >= walk.nodes[0] && node < walk.nodes[0] + structure.nodeCount());
+            ASSERT_TRUE(node >= walk.nodes[0] && node < walk.nodes[0] + bvh.nodeCount());
         std::sort(walk.leaves.begin(), walk.leaves.end(),
                   [](const ktStoredTriangles& a, const ktStoredTriangles& b) { return a.line < b.line; });
         const ktCacheLine *const first = walk.leaves[0].line, *line = first;
@@ -99,7 +99,7 @@ TEST(WideBvh, GivenManyTriangles_GivesEachNodeAndLeafItsOwnPlace) {
             ASSERT_EQ(leaf.line, line);
             line += leaf.cacheLineCount;
         }
-        EXPECT_EQ(line - first, static_cast<std::ptrdiff_t>(structure.cacheLineCount()));
+        EXPECT_EQ(line - first, static_cast<std::ptrdiff_t>(bvh.cacheLineCount()));
     }
 }
 
@@ -107,16 +107,16 @@ TEST(WideBvh, GivenAnyTriangles_KeepsTheirCornersToTheLastBit) {
     for (std::vector<ktTestMesh> meshes : {fineSphere(), ktHostileMeshes::soup()}) {
         const std::vector<ktTracerMesh> views = viewsOf(meshes);
         for (const ktLeafKind kind : leafKinds) {
-            ktWideBvh structure;
-            buildOn(4, structure, views, kind);
-            const ktWideBvhWalk walk(structure);
+            ktWideBvh bvh;
+            buildOn(4, bvh, views, kind);
+            const ktWideBvhWalk walk(bvh);
             ASSERT_FALSE(walk.leaves.empty());
             for (const ktStoredTriangles& leaf : walk.leaves) {
                 ASSERT_EQ(leaf.pointCount != 0, kind == ktLeafKind::Patches);
                 ASSERT_TRUE(leaf.restIsFlat);
                 for (std::size_t i = 0; i < leaf.ids.size(); ++i) {
-                    const std::uint32_t mesh = structure.meshOf(leaf.ids[i]);
-                    const std::uint32_t* index = views[mesh].indices + 3 * (leaf.ids[i] - structure.firstOf(mesh));
+                    const std::uint32_t mesh = bvh.meshOf(leaf.ids[i]);
+                    const std::uint32_t* index = views[mesh].indices + 3 * (leaf.ids[i] - bvh.firstOf(mesh));
                     for (std::size_t c = 0; c < 3; ++c)
                         ASSERT_EQ(std::memcmp(&leaf.corners[i][3 * c], views[mesh].positions + 3 * index[c], 12), 0);
                 }
@@ -155,9 +155,9 @@ TEST(WideBvh, GivenPatches_KeepsCornersThatTrianglesShareOnce) {
 TEST(WideBvh, GivenMoreThanAMillionTriangles_MakesPatches) {
     std::vector<ktTestMesh> few = fineSphere(), many = ktHostileMeshes::largeUneven();
     for (std::vector<ktTestMesh>* meshes : {&few, &many}) {
-        ktWideBvh structure;
-        buildOn(4, structure, viewsOf(*meshes));
-        EXPECT_EQ(ktWideBvhWalk(structure).leaves[0].pointCount != 0, meshes == &many);
+        ktWideBvh bvh;
+        buildOn(4, bvh, viewsOf(*meshes));
+        EXPECT_EQ(ktWideBvhWalk(bvh).leaves[0].pointCount != 0, meshes == &many);
     }
 }
 
@@ -180,14 +180,14 @@ TEST(WideBvh, GivenUnusableTriangles_LeavesThemOutAndNumbersTheRest) {
     }
     ktTestMesh empty;
     std::vector<ktTestMesh> meshes{empty, mesh, empty, mesh};
-    ktWideBvh structure;
-    buildOn(4, structure, viewsOf(meshes));
+    ktWideBvh bvh;
+    buildOn(4, bvh, viewsOf(meshes));
     std::vector<std::uint32_t> expected = usable;
     for (const std::uint32_t id : usable)
         expected.push_back(60000 + id);
-    EXPECT_EQ(ktWideBvhWalk(structure).ids, expected);
-    EXPECT_EQ(structure.meshOf(59999), 1u);
-    EXPECT_EQ(structure.meshOf(60000), 3u);
+    EXPECT_EQ(ktWideBvhWalk(bvh).ids, expected);
+    EXPECT_EQ(bvh.meshOf(59999), 1u);
+    EXPECT_EQ(bvh.meshOf(60000), 3u);
 }
 
 TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
@@ -195,13 +195,13 @@ TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
         float from;
         bool isLarge;
     };
-    // Looking at the triangles, cutting them, the binary tree, the nodes of eight.
+    // Collecting the triangles, splitting them, the binary tree, the wide BVH.
     for (const Step step : {Step{0, false}, Step{0.001f, false}, Step{0.05f, true}, Step{0.2f, false},
                             Step{0.75f, false}, Step{0.8f, false}}) {
         std::vector<ktTestMesh> meshes = step.isLarge ? ktHostileMeshes::largeUneven() : fineSphere();
         const std::vector<ktTracerMesh> views = viewsOf(meshes);
-        ktWideBvh structure;
-        ASSERT_TRUE(structure.build({views[0]}, {})); // stopping forgets that, too
+        ktWideBvh bvh;
+        ASSERT_TRUE(bvh.build({views[0]}, {})); // stopping forgets that, too
         std::atomic<int> asking{0}, later{0};
         std::atomic<bool> stopped{false}, sideBySide{false};
         const auto stop = [&](float share) {
@@ -214,21 +214,21 @@ TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
         };
         // With many threads the last of the branches begin before the first is done.
         const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 2);
-        tbb::task_arena(2).execute([&] { EXPECT_FALSE(structure.build(views, stop)) << step.from; });
+        tbb::task_arena(2).execute([&] { EXPECT_FALSE(bvh.build(views, stop)) << step.from; });
         EXPECT_TRUE(stopped) << step.from;
         EXPECT_EQ(later, 0) << step.from;
         EXPECT_FALSE(sideBySide) << step.from;
-        EXPECT_EQ(structure.memory(), 0u) << step.from;
-        EXPECT_EQ(structure.rootRef(), 0u) << step.from;
-        EXPECT_EQ(structure.nodeCount() + structure.cacheLineCount(), 0u) << step.from;
+        EXPECT_EQ(bvh.memory(), 0u) << step.from;
+        EXPECT_EQ(bvh.rootRef(), 0u) << step.from;
+        EXPECT_EQ(bvh.nodeCount() + bvh.cacheLineCount(), 0u) << step.from;
     }
 }
 
 TEST(WideBvh, GivenProgress_TellsSharesUpToTheEnd) {
     std::vector<ktTestMesh> meshes = fineSphere();
-    ktWideBvh structure;
+    ktWideBvh bvh;
     std::vector<float> shares;
-    EXPECT_TRUE(structure.build(viewsOf(meshes), [&](float share) {
+    EXPECT_TRUE(bvh.build(viewsOf(meshes), [&](float share) {
         shares.push_back(share); // one call at a time
         return true;
     }));

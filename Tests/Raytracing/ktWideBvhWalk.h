@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-/// A wide leaf, or a patch of a leaf, read back from a structure.
+/// An unindexed leaf, or a patch of a leaf, read back from a wide BVH.
 struct ktStoredTriangles {
     using Limits = ktWideBvhLayout;
 
@@ -49,7 +49,7 @@ private:
         for (std::uint32_t c = 0; c < 3; ++c)
             for (std::uint32_t axis = 0; axis < 3; ++axis)
                 triangle[3 * c + axis] = corner(c, axis);
-        if (std::memcmp(&triangle[0], &triangle[3], 12) == 0) { // such a triangle is in no structure
+        if (std::memcmp(&triangle[0], &triangle[3], 12) == 0) { // such a triangle is never stored
             restIsFlat = restIsFlat && std::memcmp(&triangle[3], &triangle[6], 12) == 0;
             return;
         }
@@ -58,7 +58,7 @@ private:
     }
 };
 
-/// Everything that hangs on the root of a structure.
+/// All nodes and leaves of a wide BVH.
 struct ktWideBvhWalk {
     using Limits = ktWideBvhLayout;
 
@@ -66,9 +66,9 @@ struct ktWideBvhWalk {
     std::vector<ktStoredTriangles> leaves;   // likewise
     std::vector<std::uint32_t> ids;          // ascending
 
-    explicit ktWideBvhWalk(const ktWideBvh& structure) {
-        if (structure.rootRef())
-            visit(structure.rootRef());
+    explicit ktWideBvhWalk(const ktWideBvh& bvh) {
+        if (bvh.rootRef())
+            visit(bvh.rootRef());
         std::sort(ids.begin(), ids.end());
     }
 

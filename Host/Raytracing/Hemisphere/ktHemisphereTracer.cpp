@@ -14,7 +14,7 @@
 namespace {
 
 #ifdef KT_HEMISPHERE_X86
-// Not __builtin_cpu_supports("lzcnt"), which clang refuses to compile.
+// clang does not compile __builtin_cpu_supports("lzcnt").
 bool hasLzcnt() {
     unsigned int a, b, c, d;
     return __get_cpuid(0x80000001u, &a, &b, &c, &d) && (c & bit_LZCNT);
@@ -36,7 +36,7 @@ const ktHemisphereKernel& chooseKernel([[maybe_unused]] std::uint32_t lanes) {
     return ktHemisphereKernelBase;
 }
 
-// One a thread, made when the thread traces its first vertex.
+// Created when a thread traces its first vertex.
 ktTraversalState& stateOfThread() {
     thread_local std::unique_ptr<ktTraversalState> state;
     if (!state)
@@ -44,7 +44,7 @@ ktTraversalState& stateOfThread() {
     return *state;
 }
 
-// Beyond this products overflow; such a ray is not traced and counts as open.
+// Beyond this, products overflow. Such a ray is not traced and counts as visible.
 bool isTraceable(const float* p) {
     const float largest = 1.0e18f;
     return std::fabs(p[0]) <= largest && std::fabs(p[1]) <= largest && std::fabs(p[2]) <= largest;
@@ -59,21 +59,21 @@ const std::vector<ktTileBatch>& batchesOf(const ktRayVertex& vertex) {
     return static_cast<const ktTiledDirections*>(vertex.directions)->batches;
 }
 
-/// Vertices of a call that follow each other and have the same directions: they are traced together.
+/// Consecutive vertices of a call with the same directions; they are traced together.
 struct Group {
     static constexpr std::uint32_t maxSize = 16;
     std::uint32_t first = 0, size = 0;
     const ktRayVertex* traceable[maxSize];
-    std::uint32_t number[maxSize]; ///< in the call, of traceable[i]
+    std::uint32_t index[maxSize]; ///< of traceable[i], in the call
     std::uint32_t traceableCount;
-    std::uint32_t open[maxSize]; ///< numbers of those that are not traced
-    std::uint32_t openCount;
+    std::uint32_t untraced[maxSize]; ///< indices of the vertices that are not traced
+    std::uint32_t untracedCount;
 
-    /// @param rays of a group, about; a vertex is never cut
+    /// @param rays about as many rays per group; a vertex is never divided
     Group(const ktRayVertex* v, std::uint32_t n, std::uint32_t rays) : vertices(v), count(n), maxRays(rays) { next(); }
     void next() {
         first += size;
-        size = traceableCount = openCount = 0;
+        size = traceableCount = untracedCount = 0;
         if (first == count)
             return;
         const std::uint32_t limit = std::min(maxSize, std::max(1u, maxRays / vertices[first].directions->set.count));
@@ -82,10 +82,10 @@ struct Group {
             if (vertices[v].directions != vertices[first].directions)
                 break;
             if (isTraceable(vertices[v])) {
-                number[traceableCount] = v;
+                index[traceableCount] = v;
                 traceable[traceableCount++] = vertices + v;
             } else {
-                open[openCount++] = v;
+                untraced[untracedCount++] = v;
             }
         }
     }
@@ -95,14 +95,14 @@ private:
     std::uint32_t count, maxRays;
 };
 
-/// Adds up what rays of a group see.
+/// Counts the rays of a group that hit nothing.
 struct VisibleCounter {
     const Group& group;
     const ktTileBatch& batch;
     std::uint32_t* visible;
     std::uint64_t* const* masks;
 
-    /// @param liveOf the rays of a tile that meet nothing
+    /// @param liveOf gives the rays of a tile that hit nothing
     template <class LiveOf>
     void add(std::uint32_t v, const LiveOf& liveOf) {
         std::uint64_t* const mask = masks ? masks[v] : nullptr;
@@ -117,16 +117,16 @@ struct VisibleCounter {
     }
 };
 
-/// Puts hits of a group where the caller's set has the rays.
+/// Writes the hits of a group to the packets, in the order of the caller's set.
 struct HitWriter {
     const Group& group;
     const ktWideBvh& bvh;
     const ktTileBatch& batch;
     ktHitPacket* packets;
-    std::uint32_t tileCount; ///< packets a vertex
+    std::uint32_t tileCount; ///< packets per vertex
 
     void add(std::uint32_t i, const ktTraversalState& state, std::uint32_t firstTile) const {
-        ktHitPacket* const ofVertex = packets + std::size_t(group.number[i] - group.first) * tileCount;
+        ktHitPacket* const ofVertex = packets + std::size_t(group.index[i] - group.first) * tileCount;
         for (std::uint32_t t = 0; t < batch.tileCount; ++t) {
             const ktTileState& tile = state.tile[firstTile + t];
             for (std::uint32_t remaining = batch.validRays[t]; remaining; remaining &= remaining - 1) {
@@ -193,13 +193,13 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
                              {&batch, group.traceable, group.traceableCount, &limits,
                               [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstTile) {
                                   VisibleCounter& receiver = *static_cast<VisibleCounter*>(to);
-                                  receiver.add(receiver.group.number[i],
+                                  receiver.add(receiver.group.index[i],
                                                [&](std::uint32_t t) { return done.tile[firstTile + t].live; });
                               },
                               &counter},
                              state);
-            for (std::uint32_t i = 0; i < group.openCount; ++i)
-                counter.add(group.open[i], [&](std::uint32_t t) { return batch.validRays[t]; });
+            for (std::uint32_t i = 0; i < group.untracedCount; ++i)
+                counter.add(group.untraced[i], [&](std::uint32_t t) { return batch.validRays[t]; });
         }
     }
 }
@@ -207,8 +207,8 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
 void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                                      ktHitReceiver& receiver) const {
     ktTraversalState& state = stateOfThread();
-    // Of a group of vertices: rays are traced in an order of their own, and the receiver may trace, too. So few that
-    // they stay in the cache.
+    // The hits of a group are collected here: rays are traced in another order, and the receiver may trace too. The
+    // groups are small, so that the hits stay in the cache.
     constexpr std::uint32_t maxRays = 1024;
     std::vector<ktHitPacket> packets;
     for (Group group(vertices, count, maxRays); group.size; group.next()) {

@@ -6,16 +6,16 @@
 
 struct ktHemisphereKernel;
 
-/// Traces all rays of a vertex together: whole tiles of directions go down the tree at once, since every ray of a
-/// vertex starts at the same point. Docs/inside/hemisphere-tracer.md tells how. Rays with different origins
-/// (occluded(), nearest()) are traced one by one.
+/// Traces all rays of a vertex together. Since they start at one point, whole tiles of directions go down the tree at
+/// once; Docs/inside/hemisphere-tracer.md explains how. Rays with different origins (occluded(), nearest()) are traced
+/// one by one.
 class ktHemisphereTracer : public ktTracer {
 public:
-    /// @param lanes at most this many floats at a time (4, 8 or 16); the default takes what the processor has
-    /// @param kind  how leaves are stored; answers do not depend on it
+    /// @param lanes at most this many floats at a time (4, 8 or 16); the default uses all that the processor has
+    /// @param kind  how leaves are stored; results do not depend on it
     explicit ktHemisphereTracer(std::uint32_t lanes = 16, ktLeafKind kind = ktLeafKind::ByCount);
 
-    /// @throws std::length_error for 2^32 triangles or more, beside what ktTracer::build() says
+    /// @throws std::length_error for 2^32 triangles or more, besides what ktTracer::build() says
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
     std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const override;
     void countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
@@ -25,7 +25,7 @@ public:
     std::uint32_t occluded(const ktRayPacket& rays, bool bothSides) const override;
     void nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const override;
 
-    /// Floats that are worked on at a time: 4, 8 or 16.
+    /// Floats that the kernel handles at a time: 4, 8 or 16.
     std::uint32_t laneCount() const;
     const ktWideBvh& wideBvh() const { return bvh; }
 

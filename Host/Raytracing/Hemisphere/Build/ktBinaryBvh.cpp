@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Calls Embree's builder, or splits at the median.
 #include "ktBinaryBvh.h"
 
 #include <embree3/rtcore.h>
@@ -41,7 +42,7 @@ void setChildren(void* node, void** children, unsigned count, void*) {
         static_cast<ktBinaryBvhNode*>(node)->child[i] = reinterpret_cast<std::uintptr_t>(children[i]);
 }
 
-// Called before the children of a node exist: that is why boxes stand in the parent.
+// Called before the node's children exist. So the boxes are in the parent.
 void setBounds(void* node, const RTCBounds** bounds, unsigned count, void*) {
     for (unsigned i = 0; i < count; ++i)
         static_cast<ktBinaryBvhNode*>(node)->box[i] = {{bounds[i]->lower_x, bounds[i]->lower_y, bounds[i]->lower_z},
@@ -69,7 +70,7 @@ bool reportProgress(void* user, double share) {
     Callbacks& callbacks = *static_cast<Callbacks*>(user);
     if (*callbacks.progress && !(*callbacks.progress)(static_cast<float>(share)))
         callbacks.stopped = true;
-    // The library's builder does not heed the answer, but ends soon by an exception, which it catches.
+    // Embree's builder ignores the result, but it catches exceptions and ends soon.
     if (callbacks.stopped)
         throw std::runtime_error("stopped");
     return true;
@@ -135,7 +136,7 @@ bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& spl
                              std::to_string(static_cast<int>(rtcGetDeviceError(embree->device))) + ")");
 }
 
-// At the median of the boxes' middles along the axis in which these extend farthest.
+// Splits at the median of the centroids, on the axis of their largest extent.
 std::uintptr_t ktBinaryBvh::splitAtMedian(ktBvhPrimitive* first, ktBvhPrimitive* last, ktBvhBox& box) {
     const float huge = std::numeric_limits<float>::max();
     ktBvhBox centroids{{huge, huge, huge}, {-huge, -huge, -huge}};

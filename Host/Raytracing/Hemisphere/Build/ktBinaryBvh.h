@@ -9,55 +9,53 @@
 #include <functional>
 #include <memory>
 
-/// Axis-aligned box; same unit as the positions it was made from.
+/// Axis-aligned box, in the unit of the positions that it is around.
 struct ktBvhBox {
     float lower[3];
     float upper[3];
 };
 
-/// What a tree is built over: a box and the number of what is inside. Layout as the library wants it.
+/// What a tree is built over: the box of a triangle, or of a part of it. Embree requires this layout.
 struct alignas(32) ktBvhPrimitive {
     float lower[3];
-    std::uint32_t group; ///< 0; the library counts its splits in the upper bits
+    std::uint32_t group; ///< 0; Embree counts splits in the upper bits
     float upper[3];
     std::uint32_t id;
 };
 
-/// The elements that resize() adds are not initialized.
+/// New elements of resize() are uninitialized.
 using ktBvhPrimitives = ktLargeArray<ktBvhPrimitive>;
 
 struct ktBinaryBvhLeaf {
     static constexpr std::uint32_t maxCount = 8;
     std::uint32_t count;
     std::uint32_t ids[maxCount];
-    std::uint32_t cacheLines; ///< room for ktBvhCollapse: its cache lines, written
+    std::uint32_t cacheLines; ///< for ktBvhCollapse: what the leaf takes when written
 };
 
-/// Inner node of a binary tree. A child is a node or a leaf; see ktBinaryBvh.
+/// Inner node of a binary tree. A child is a node or a leaf; see ktBinaryBvh::isLeaf().
 struct ktBinaryBvhNode {
     ktBvhBox box[2];
     std::uintptr_t child[2];
-    /// Room for those who work on a finished tree, one after the other.
+    /// The steps after the build use this memory one after the other.
     union {
         struct {
             std::uintptr_t parent; ///< 0 for the root
-            std::uint32_t height;  ///< levels from this node to its deepest leaf, both counted
-        } links;                   ///< of ktReinsertNodes
-        float cost[8];             ///< of ktBvhCollapse: [places in the node above], while these are calculated
-        std::size_t size[2];       ///< afterwards: nodes of eight and cache lines of leaves of the subtree, of a node
-                                   ///< that becomes one
+            std::uint32_t height;  ///< levels from this node to its deepest leaf, both included
+        } links;                   ///< for ktReinsertNodes
+        float cost[8];             ///< for ktBvhCollapse, first: least cost with [that many] child slots
+        std::size_t size[2];       ///< for ktBvhCollapse, then: wide nodes and cache lines of the subtree
     };
-    std::uint8_t leftSlots[9]; ///< [places]: how many of them the first child gets; 0: opening does not pay
+    std::uint8_t leftSlots[9]; ///< [child slots]: how many of them the first child gets; 0: the node is not opened
 };
 
-/// A binary bounding volume hierarchy, as a rule built by Embree (surface-area heuristic). Lives as long as this
-/// object.
+/// A binary bounding volume hierarchy (BVH). Embree builds it as a rule. This object owns nodes and leaves.
 class ktBinaryBvh {
 public:
-    /// Cuts a primitive at `position` on `axis` into the boxes of both parts; called from many threads.
+    /// Splits a primitive at `position` on `axis` and returns the boxes of both parts. Called from many threads.
     using Split = std::function<void(std::uint32_t id, int axis, float position, const ktBvhBox& box, ktBvhBox& left,
                                      ktBvhBox& right)>;
-    /// Called now and then, from any thread, with the share done (0 to 1); false stops the build.
+    /// Called now and then, from any thread, with the share done (0 to 1). Returning false stops the build.
     using Progress = std::function<bool(float)>;
 
     /// Levels of the deepest tree.
@@ -69,15 +67,14 @@ public:
     ktBinaryBvh& operator=(const ktBinaryBvh&) = delete;
 
     enum class Kind {
-        Sah,    ///< quick to trace: split where it costs least; may get too deep where sizes differ by 2^90 and more
-        Median, ///< halved by count: at most 30 levels; cuts nothing, asks the library for nothing
+        Sah,    ///< surface area heuristic; may get too deep if triangle sizes differ by 2^90 or more
+        Median, ///< split at the median: at most 30 levels; no spatial splits, no Embree
     };
 
-    /// @param primitives are reordered and, with `split`, cut; with `split` primitives may be referenced by several
-    /// leaves, and room for as
-    ///                   many again is taken
-    /// @return false when `progress` stopped it, the tree is then empty
-    /// @throws std::runtime_error when the library fails or the tree gets deeper than maxDepth
+    /// @param primitives reordered. With `split`, they are split too: several leaves may refer to one primitive, and
+    ///                   the array grows by a quarter
+    /// @return false if `progress` stopped it; the tree is then empty
+    /// @throws std::runtime_error if Embree fails or the tree gets deeper than maxDepth
     bool build(Kind kind, ktBvhPrimitives& primitives, const Split& split, const Progress& progress);
 
     /// 0 for an empty tree.
@@ -93,7 +90,7 @@ private:
 
     struct Embree;
     std::unique_ptr<Embree> embree;
-    std::deque<ktBinaryBvhNode> medianNodes; // of a shallow tree
+    std::deque<ktBinaryBvhNode> medianNodes; // of Kind::Median
     std::deque<ktBinaryBvhLeaf> medianLeaves;
     std::uintptr_t rootNode = 0;
 };

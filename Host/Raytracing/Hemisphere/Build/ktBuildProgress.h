@@ -6,14 +6,15 @@
 #include <atomic>
 #include <mutex>
 
-/// Passes the progress of a build on from many threads, one call at a time. Refers to the receiver.
+/// Passes the progress of a build from many threads to one receiver, one call at a time. Keeps a reference to it.
 class ktBuildProgress {
 public:
     /// @param receiver may be empty
     explicit ktBuildProgress(const ktTracer::Progress& receiver_) : receiver(receiver_) {}
 
-    /// Tells the share done, unless it was told to stop before. Any thread; shares may come a little out of order.
-    /// @return false once the receiver has said stop
+    /// Reports the share done, unless the receiver has stopped the build. Any thread; shares may be a little out of
+    /// order.
+    /// @return false if the receiver has stopped the build
     bool goOn(float share) {
         if (!stopped && receiver) {
             const std::lock_guard<std::mutex> lock(telling);
@@ -22,7 +23,7 @@ public:
         }
         return !stopped;
     }
-    /// Whether the receiver has said stop. Any thread.
+    /// Whether the receiver has stopped the build. Any thread.
     bool isStopped() const { return stopped; }
 
 private:

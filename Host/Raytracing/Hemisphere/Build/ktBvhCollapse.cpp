@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Dynamic programming from the leaves up: the least cost of each subtree for each number of child slots.
 #include "ktBvhCollapse.h"
 
 #include "ktParallel.h"
@@ -11,7 +12,7 @@ namespace {
 constexpr std::uint32_t width = ktWideBvhLayout::children;
 static_assert(sizeof(ktBinaryBvhNode::cost) / sizeof(float) == width, "a cost for each number of places");
 
-// Branches down to this level of the binary tree are left to other threads.
+// Subtrees down to this level of the binary tree may go to other threads.
 constexpr std::uint32_t sharedDepth = 12;
 
 float halfArea(const ktBvhBox& box) {
@@ -19,7 +20,7 @@ float halfArea(const ktBvhBox& box) {
     return x * y + y * z + z * x;
 }
 
-// With at most `count` places in the node above. What leaves cost does not depend on the plan.
+// Cost of a subtree that may take `count` child slots of a wide node. The cost of leaves is always the same.
 float costOf(std::uintptr_t child, std::uint32_t count) {
     return ktBinaryBvh::isLeaf(child) ? 0.0f : ktBinaryBvh::node(child).cost[std::min(count, width - 1)];
 }
@@ -37,7 +38,7 @@ void collapseNode(ktBinaryBvhNode& node, float area) {
         }
         node.leftSlots[count] = static_cast<std::uint8_t>(best);
     }
-    node.cost[0] = 0; // not used: every child has a place
+    node.cost[0] = 0; // unused: every child takes a slot
     node.cost[1] = area + openCost[width];
     for (std::uint32_t count = 2; count < width; ++count) {
         const bool opens = openCost[count] <= node.cost[count - 1];
@@ -47,7 +48,7 @@ void collapseNode(ktBinaryBvhNode& node, float area) {
     }
 }
 
-// From the leaves up. Trees are at most ktBinaryBvh::maxDepth deep.
+// From the leaves up. Trees have at most ktBinaryBvh::maxDepth levels.
 void collapseSubtree(std::uintptr_t at, float area, std::uint32_t depth) {
     if (ktBinaryBvh::isLeaf(at))
         return;
@@ -89,11 +90,11 @@ struct ChildCollector {
     }
 };
 
-/// Counts what becomes of nodes that are nodes of eight, once their costs are of no use any more.
+/// Counts the size of the subtree of each wide node, in the memory that held the costs.
 struct SubtreeCounter {
     const ktLeafWriter& writer;
 
-    // @return levels
+    // @return levels of wide nodes
     std::uint32_t operator()(std::uintptr_t at, std::uint32_t depth) const {
         ktWideBvhChild child[width];
         const std::uint32_t count = ktBvhCollapse::children(at, child);
@@ -107,7 +108,7 @@ struct SubtreeCounter {
             ktBinaryBvhLeaf& leaf = ktBinaryBvh::leaf(child[i].node);
             leaf.cacheLines = writer.cacheLineCount(leaf);
         };
-        if (depth < sharedDepth / 3) // eight children are three levels of two
+        if (depth < sharedDepth / 3) // one wide level is three binary levels
             ktParallel::forEach(count, countChild);
         else
             for (std::uint32_t i = 0; i < count; ++i)
@@ -133,7 +134,7 @@ struct SubtreeCounter {
 } // namespace
 
 ktBvhCollapse::ktBvhCollapse(std::uintptr_t root, const ktLeafWriter& writer) {
-    collapseSubtree(root, 0.0f, 0); // the root is there whatever happens
+    collapseSubtree(root, 0.0f, 0); // the root always becomes a wide node
     levelCount = SubtreeCounter{writer}(root, 0);
 }
 

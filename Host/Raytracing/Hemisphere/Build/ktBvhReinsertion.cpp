@@ -1,4 +1,24 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// One step of reinsertion moves a node N beside a target T. X' is X after the step, X + N the box around both,
+// and area() half the surface area.
+//
+//          pivot                        pivot
+//         /     \                      /     \        the pivot keeps its box: N is below it before and after
+//        A       C                    A'      C'
+//       / \     / \                  / \     / \      A shrinks without N, C grows by N
+//      P   .   T   .                S   .   P'  .
+//     / \                                  / \        P is removed, P' is new
+//    N   S                                T   N
+//
+//    gain =   area(P)                   P is removed: its sibling S takes its position
+//           + area(A) - area(A')        for each A between pivot and P
+//           - (area(C + N) - area(C))   for each C between pivot and T
+//           - area(T + N)               P' is inserted as parent of T and N
+//
+// `saved` is the sum of the first three terms up to where the search is. The search goes up from P, so that each
+// ancestor is the pivot once, and from there down into the other subtree. As area(T + N) >= area(N), it leaves out
+// subtrees with saved - area(N) below the best gain. If T is below S, S + N is the box of P: `saved` starts with
+// area(S).
 #include "ktBvhReinsertion.h"
 
 #include "ktBinaryBvh.h"
@@ -10,19 +30,18 @@
 
 namespace {
 
-// How much is tried. An eighth of the nodes adds nothing noticeable to the 0.31 s that the structure of an engine of
-// 121,000 triangles takes; all of them add 0.07 s for rays no faster. Of an assembly of 5 million triangles, 50,000
-// take 0.2 s and save a vertex of 1,024 rays one or two of 28 microseconds; 200,000 take more than 1 s and save no
-// more.
+// How much is tried. Engine of 121,000 triangles: an eighth of the nodes adds nothing measurable to 0.31 s for the
+// build; all nodes add 0.07 s, and rays do not get faster. Assembly of 5 million triangles: 50,000 nodes take 0.2 s and
+// save one or two of 28 microseconds per vertex of 1,024 rays; 200,000 take more than 1 s and do not save more.
 constexpr std::size_t candidateShare = 8, minCandidates = 4000, maxCandidates = 50000;
 constexpr int maxPasses = 8;
-constexpr double minPassGain = 0.002;    // of all surface
-constexpr std::uint32_t maxVisits = 100; // of nodes beside the path upwards, in one search; most need three
-constexpr double minRelativeGain = 1e-6; // of the surface of a node's parent: what rounding gains is none
+constexpr double minPassGain = 0.002;    // as a share of the total surface area
+constexpr std::uint32_t maxVisits = 100; // nodes per search, without the ancestors; most searches need three
+constexpr double minRelativeGain = 1e-6; // as a share of the parent's surface area; less may be rounding
 
-// Branches down to this level are left to other threads.
+// Subtrees down to this level may go to other threads.
 constexpr std::uint32_t sharedDepth = 12;
-constexpr std::size_t searchesPerProgressCall = 256; // below a few milliseconds
+constexpr std::size_t searchesPerProgressCall = 256; // a few milliseconds at most
 
 double halfArea(const ktBvhBox& box) {
     const double x = double(box.upper[0]) - box.lower[0], y = double(box.upper[1]) - box.lower[1],
@@ -51,7 +70,7 @@ void measureHeight(ktBinaryBvhNode& node) {
     node.links.height = 1 + std::max(heightOf(node.child[0]), heightOf(node.child[1]));
 }
 
-/// Where a child hangs: a node and one of its sides.
+/// An edge of the tree: a node and one of its two sides, where a child is attached.
 class Edge {
 public:
     Edge() = default;
@@ -66,7 +85,7 @@ private:
     std::uintptr_t bits = 0;
 };
 
-/// Of a node that is not the root.
+/// The edge to a node that is not the root.
 Edge edgeAbove(const ktBinaryBvhNode& node) {
     ktBinaryBvhNode& parent = ktBinaryBvh::node(node.links.parent);
     return Edge(parent, parent.child[1] == reinterpret_cast<std::uintptr_t>(&node));
@@ -78,7 +97,7 @@ void attach(Edge edge, std::uintptr_t child) {
         ktBinaryBvh::node(child).links.parent = reinterpret_cast<std::uintptr_t>(&edge.node());
 }
 
-// The heights of a node and of those above it, and all their boxes, once something below the node has changed.
+// Updates heights and boxes from a node up, after a change below it.
 void refit(ktBinaryBvhNode* node) {
     for (;;) {
         const std::uint32_t height = node->links.height;
@@ -94,7 +113,7 @@ void refit(ktBinaryBvhNode* node) {
     }
 }
 
-// The child and its parent go together; the sibling takes the parent's place.
+// Moves the child at `from`, with its parent P, beside the child at `to`.
 void reinsert(Edge from, Edge to) {
     ktBinaryBvhNode& parent = from.node();
     const Edge above = edgeAbove(parent), rest = from.sibling();
@@ -139,7 +158,7 @@ private:
         }
     };
     struct Sum {
-        double surface = 0; // half of it
+        double surface = 0; // half of the surface area
         std::size_t nodes = 0;
     };
     struct Target {
@@ -149,11 +168,11 @@ private:
     struct SearchNode {
         ktBinaryBvhNode* node;
         double saved;
-        std::uint32_t level; // of the node; the root's is 1
+        std::uint32_t level; // of the node; the root has 1
     };
 
-    // Parents, heights and exact boxes (those of cut triangles' parts may be smaller than the builder knew).
-    // @return the sum over the inner nodes, `node` included
+    // Sets parents, heights and exact boxes: Embree's may be too large for split triangles.
+    // @return the sum over the inner nodes, including `node`
     Sum prepare(ktBinaryBvhNode& node, std::uint32_t depth) {
         Sum below[2];
         if (depth == sharedDepth && !progress.goOn(share))
@@ -177,7 +196,7 @@ private:
                 below[0].nodes + below[1].nodes + 1};
     }
 
-    // A node is no smaller than what is below it: from the top down, the largest first.
+    // Selects the nodes of largest surface area, from the top down: no child is larger than its parent.
     void selectCandidates() {
         candidates.clear();
         heap.clear();
@@ -193,7 +212,7 @@ private:
             std::pop_heap(heap.begin(), heap.end());
             const Edge edge = heap.back().edge;
             heap.pop_back();
-            if (&edge.node() != &root) // which cannot be taken out together with its child
+            if (&edge.node() != &root) // the root stays, so its children cannot move
                 candidates.push_back(edge);
             if (!ktBinaryBvh::isLeaf(edge.child()))
                 push(ktBinaryBvh::node(edge.child()));
@@ -206,7 +225,7 @@ private:
         for (const Edge edge : candidates) {
             if (searches++ % searchesPerProgressCall == 0 && !progress.goOn(share))
                 break;
-            // Of what hangs here now: moves before it may have changed that.
+            // The child that is here now; earlier moves may have changed it.
             const Target target = findTarget(edge);
             if (target.gain > 0) {
                 reinsert(edge, target.edge);
@@ -223,8 +242,7 @@ private:
         return level;
     }
 
-    // The place where what hangs in a slot saves most; gain 0 where it had better stay. `saved` is the surface that
-    // goes when the node is taken out and its parent with it, less that by which the nodes on the way down grow.
+    // Finds where the child at `from` gains most; gain 0 if it should stay.
     Target findTarget(Edge from) {
         nodeBox = from.box();
         nodeArea = halfArea(nodeBox);
@@ -236,8 +254,8 @@ private:
         const double minGain = minRelativeGain * saved;
         best = {Edge(), minGain};
 
-        ktBvhBox shrunk = from.sibling().box();                       // what the nodes above shrink to
-        searchBelow(from.sibling().child(), halfArea(shrunk), level); // which rises to the parent's level
+        ktBvhBox shrunk = from.sibling().box();                       // A' of the current ancestor
+        searchBelow(from.sibling().child(), halfArea(shrunk), level); // S is at the level of P then
         while (parent->links.parent) {
             const Edge edge = edgeAbove(*parent), other = edge.sibling();
             searchAt(other, saved, level);
@@ -249,7 +267,7 @@ private:
         return best.gain > minGain ? best : Target{Edge(), 0};
     }
 
-    // Puts the node beside what hangs in `slot` at that level.
+    // Considers the child at `edge` as target T; the new parent would have this level.
     void consider(Edge edge, double gain, std::uint32_t level) {
         if (gain > best.gain && level + std::max(nodeHeight, heightOf(edge.child())) <= ktBinaryBvh::maxDepth)
             best = {edge, gain};
@@ -263,7 +281,7 @@ private:
         searchBelow(edge.child(), saved - (enlargedArea - halfArea(edge.box())), level);
     }
 
-    // Below a node at that level; the better branches first.
+    // Searches below a node at this level, the better side first.
     void searchBelow(std::uintptr_t at, double saved, std::uint32_t level) {
         searchStack.clear();
         push(at, saved, level);
@@ -290,7 +308,7 @@ private:
             searchStack.push_back({&ktBinaryBvh::node(at), saved, level});
     }
 
-    // The new parent is no smaller than the node.
+    // The new parent is at least as large as the node.
     bool canGain(double saved) const { return saved - nodeArea > best.gain; }
 
     ktBinaryBvhNode& root;
@@ -298,10 +316,10 @@ private:
     const float share;
     std::size_t candidateCount = 0;
     std::vector<Edge> candidates;
-    std::vector<Candidate> heap;         // of choose
-    std::vector<SearchNode> searchStack; // still to search
+    std::vector<Candidate> heap;         // of selectCandidates()
+    std::vector<SearchNode> searchStack; // subtrees left to search
 
-    // Of the node whose place is sought.
+    // Of the node N that findTarget() searches for.
     ktBvhBox nodeBox{};
     double nodeArea = 0;
     std::uint32_t nodeHeight = 0, visitsLeft = 0;

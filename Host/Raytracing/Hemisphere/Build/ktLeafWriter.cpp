@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes leaves, unindexed or as patches.
 #include "ktLeafWriter.h"
 
 #include "ktTriangleCorners.h"
@@ -24,7 +25,7 @@ ktBinaryBvhLeaf sorted(ktBinaryBvhLeaf leaf) { // the builder's order depends on
     return leaf;
 }
 
-/// Triangles of which equal corners are one point.
+/// Triangles that share points: corners with equal bits are one point.
 struct Patch {
     std::uint32_t pointCount = 0;
     float point[Limits::patchPoints][3];
@@ -33,7 +34,7 @@ struct Patch {
 
 /// The patches of a leaf.
 struct Patches {
-    static constexpr std::uint32_t maxPatches = 2; // eight triangles without a common corner have 24 points
+    static constexpr std::uint32_t maxPatches = 2; // eight triangles have up to 24 points
     Patch patch[maxPatches];
     std::uint32_t count = 1;
 

@@ -8,14 +8,14 @@
 
 #include <vector>
 
-/// How leaves are stored.
+/// How leaves are stored; see ktWideBvhLayout.h.
 enum class ktLeafKind {
-    ByCount, ///< wide, of scenes of more than a million triangles as patches
+    ByCount, ///< Unindexed up to a million triangles, Patches above
     Unindexed,
     Patches,
 };
 
-/// Writes leaves of a binary tree of these meshes. May be used by many threads at a time.
+/// Writes the leaves of a binary tree to memory. Thread-safe.
 class ktLeafWriter {
 public:
     /// @param kind not ByCount
@@ -24,8 +24,8 @@ public:
 
     /// Cache lines that a leaf takes.
     std::uint32_t cacheLineCount(const ktBinaryBvhLeaf& leaf) const;
-    /// Writes a leaf to lineCount() lines from `to` on.
-    /// @return what a node refers to it with
+    /// Writes a leaf to the cacheLineCount() cache lines at `to`.
+    /// @return reference for the parent node
     ktWideBvhRef write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const;
 
 private:

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Splits a triangle while its excess area is above a threshold. A histogram gives the threshold.
 #include "ktPreSplit.h"
 
 #include "ktParallel.h"
@@ -11,15 +12,15 @@
 
 namespace {
 
-/// What is left of a triangle after cuts.
+/// A part of a triangle.
 struct Polygon {
-    static constexpr std::uint32_t maxCorners = 32; // every cut adds one corner at most
+    static constexpr std::uint32_t maxCorners = 32; // each split adds at most one corner
     std::array<double, 3> corner[maxCorners];
     std::uint32_t count = 0;
     void add(const std::array<double, 3>& point) { corner[count++] = point; }
 };
 
-constexpr std::uint32_t maxSplits = Polygon::maxCorners - 3; // one after the other
+constexpr std::uint32_t maxSplits = Polygon::maxCorners - 3; // per triangle and path
 
 ktBvhBox boxOf(const Polygon& polygon) {
     const float huge = std::numeric_limits<float>::max();
@@ -34,8 +35,8 @@ ktBvhBox boxOf(const Polygon& polygon) {
     return box;
 }
 
-// Half the surface of the box, less what any number of boxes around parts of the polygon must have together: its
-// shadows along the axes.
+// Half the surface area of the box, less the least that boxes around any parts of the polygon can have in total: the
+// areas of its projections along the axes.
 double excessAreaOf(const Polygon& polygon, const ktBvhBox& box) {
     const double x = double(box.upper[0]) - box.lower[0], y = double(box.upper[1]) - box.lower[1],
                  z = double(box.upper[2]) - box.lower[2];
@@ -51,7 +52,7 @@ double excessAreaOf(const Polygon& polygon, const ktBvhBox& box) {
     return x * y + y * z + z * x - std::fabs(area[0]) - std::fabs(area[1]) - std::fabs(area[2]);
 }
 
-/// The coarsest multiple of a power of two between two numbers; the middle where there is none.
+/// The plane of the coarsest power-of-two grid between two coordinates; the middle if there is none.
 double gridPlane(double low, double high) {
     int exponent;
     std::frexp(high - low, &exponent);
@@ -108,7 +109,7 @@ struct Splitter {
     }
 };
 
-constexpr int binCount = 512; // half powers of two
+constexpr int binCount = 512; // two bins per power of two
 
 int binOf(double excess) {
     return std::clamp(static_cast<int>(2 * std::log2(excess)) + binCount / 2, 0, binCount - 1);
@@ -140,8 +141,8 @@ void ktPreSplitTriangles(ktBvhPrimitives& primitives, double extraShare,
         }
     });
 
-    // The least waste to allow so that there are not too many parts: a triangle gives about as many as its waste holds
-    // the least. From classes of equal waste, so that the sums do not depend on the order.
+    // Finds the lowest threshold that does not give too many parts: a triangle gives about excess / threshold parts.
+    // Counts in bins, so that sums do not depend on their order.
     std::vector<std::size_t> count(binCount);
     for (float w : excess)
         if (w > 0)
@@ -164,7 +165,7 @@ void ktPreSplitTriangles(ktBvhPrimitives& primitives, double extraShare,
                 if (!(excess[i] > maxExcess))
                     continue;
                 Splitter{maxExcess, primitives[i].id, parts[chunk]}.split(polygonOf(primitives[i]), 0);
-                primitives[i] = parts[chunk].back(); // one of them takes the triangle's place
+                primitives[i] = parts[chunk].back(); // one part replaces the triangle
                 parts[chunk].pop_back();
             }
         }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Collects the boxes of usable triangles in chunks, then joins the chunks.
 #include "ktTriangleBoxes.h"
 
 #include "ktParallel.h"
@@ -10,10 +11,10 @@
 
 namespace {
 
-// Beyond this products of coordinates overflow.
+// Beyond this, products of coordinates overflow.
 constexpr float maxCoordinate = 1.844e18f;
 
-constexpr std::size_t chunkSize = 16384; // triangles
+constexpr std::size_t chunkSize = 16384; // triangles per chunk
 
 struct Chunk {
     std::size_t usable = 0;
@@ -33,7 +34,7 @@ bool isUsable(const ktTracerMesh& mesh, std::uint32_t triangle) {
         for (int axis = 0; axis < 3; ++axis)
             if (!(std::fabs(p[axis]) < maxCoordinate))
                 return false;
-    // Without an area it is never hit.
+    // Without area it is never hit.
     return !isEqual(corner.p[0], corner.p[1]) && !isEqual(corner.p[1], corner.p[2]) &&
            !isEqual(corner.p[2], corner.p[0]);
 }
@@ -83,7 +84,7 @@ ktTriangleBoxes ktCollectTriangleBoxes(const std::vector<ktTracerMesh>& meshes, 
     boxes.reserve(total + static_cast<std::size_t>(spareShare * static_cast<double>(total)));
     boxes.resize(total);
 
-    // Each piece of the triangles fills the beginning of its piece of the boxes.
+    // Each chunk of triangles fills the start of its chunk of boxes.
     std::vector<Chunk> chunks((total + chunkSize - 1) / chunkSize);
     std::atomic<std::size_t> done{0};
     ktParallel::forEach(chunks.size(), [&](std::size_t i) {

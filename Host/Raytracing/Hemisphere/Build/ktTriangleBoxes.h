@@ -8,15 +8,15 @@
 
 #include <vector>
 
-/// The boxes that a tree is built over.
+/// The boxes of triangles, over which a tree is built.
 struct ktTriangleBoxes {
-    ktBvhPrimitives boxes; ///< of all usable triangles, numbers ascending
-    double sizeSpread = 1; ///< mean of their squared size over the square of the mean: 1 when all are equal
+    ktBvhPrimitives boxes; ///< of all usable triangles, by ascending id
+    double sizeSpread = 1; ///< mean of the squared box sizes over the square of their mean: 1 if all are equal
 };
 
-/// Looks for usable triangles, on all threads: those whose corners are numbers below 1.8e18 and differ from each other.
-/// The result does not depend on the number of threads.
-/// @param moreShare room is left for so many more boxes, as a share of the triangles
-/// @param progress  told shares from 0 to `lastShare`; when it is stopped the result is of no use
+/// Collects the boxes of usable triangles, on all threads. A triangle is usable if its corners are finite, below 1.8e18
+/// and different from each other. The result does not depend on the number of threads.
+/// @param spareShare memory is reserved for so many more boxes, as a share of the triangles
+/// @param progress   gets shares from 0 to `endShare`; if it stops the build, the result is invalid
 ktTriangleBoxes ktCollectTriangleBoxes(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
                                        double spareShare, ktBuildProgress& progress, float endShare);

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-/// The corners of a triangle, three floats each, where the mesh has them.
+/// Pointers to the corners of a triangle in its mesh, three floats each.
 struct ktTriangleCorners {
     const float* p[3];
 
@@ -17,7 +17,7 @@ struct ktTriangleCorners {
         for (int i = 0; i < 3; ++i)
             p[i] = mesh.positions + std::size_t(3) * index[i];
     }
-    /// @param id numbered over all meshes
+    /// @param id of the triangle, over all meshes
     ktTriangleCorners(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers, std::uint32_t id)
         : ktTriangleCorners(meshes, numbers, numbers.meshOf(id), id) {}
 

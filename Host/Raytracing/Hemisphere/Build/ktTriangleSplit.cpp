@@ -24,7 +24,7 @@ void intersect(ktBvhBox& box, const ktBvhBox& with) {
 
 } // namespace
 
-// Spatial splits: "Spatial Splits in Bounding Volume Hierarchies", Martin Stich, Heiko Friedrich, Andreas Dietrich,
+// A spatial split: "Spatial Splits in Bounding Volume Hierarchies", Martin Stich, Heiko Friedrich, Andreas Dietrich,
 // 2009.
 void ktSplitTriangle(const float* const corner[3], int axis, float position, const ktBvhBox& box, ktBvhBox& left,
                      ktBvhBox& right) {

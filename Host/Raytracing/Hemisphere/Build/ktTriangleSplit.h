@@ -3,9 +3,8 @@
 
 struct ktBvhBox;
 
-/// Cuts the part of a triangle inside `box` by the plane at `position` on `axis`.
-/// @param corner    three corners, x, y, z each
-/// @param box       box of the part to cut
-/// @param left,right receive boxes that hold the part below and above the plane; never larger than `box`
+/// Splits the part of a triangle inside `box` by the plane at `position` on `axis`.
+/// @param corner     three corners: x, y, z each
+/// @param left,right receive the boxes of the parts below and above the plane, each inside `box`
 void ktSplitTriangle(const float* const corner[3], int axis, float position, const ktBvhBox& box, ktBvhBox& left,
                      ktBvhBox& right);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The steps of a build: boxes, splits, binary tree, reinsertion, collapse.
 #include "ktWideBvh.h"
 
 #include "ktBinaryBvh.h"
@@ -13,16 +14,16 @@
 
 namespace {
 
-// Where the sizes of triangles differ widely, they are cut where their boxes overlap others: on assemblies of large
-// thin triangles that makes tracing a sixth faster. On scans it gains nothing.
+// Triangles are split only if their sizes differ by this much. On assemblies with large thin triangles, splitting makes
+// tracing a sixth faster; on scans it gains nothing.
 constexpr double minSizeSpread = 2.0;
 
-// Up to this many triangles the builder chooses the cuts, which takes it five times as long; beyond, the triangles that
-// gain most by it are cut beforehand, which is nearly as good and takes no time.
+// Up to this many triangles, Embree's builder chooses the splits, which makes it five times slower. Above, triangles
+// are split before the build: nearly as good, in almost no time.
 constexpr std::size_t maxSplitBuildTriangles = 1000000;
-constexpr double maxExtraParts = 0.1; // of the number of triangles
+constexpr double maxExtraParts = 0.1; // as a share of the triangles
 
-// How far a build is when its steps end.
+// Share of the build that is done after each step.
 constexpr float collected = 0.05f, binaryBuilt = 0.75f, reinserted = 0.8f;
 
 struct Stopped {};
@@ -63,7 +64,7 @@ bool ktWideBvh::build(const std::vector<ktTracerMesh>& meshes, const ktTracer::P
 }
 
 /// Builds the binary tree.
-/// @return false when it was stopped
+/// @return false if it was stopped
 bool ktWideBvh::buildBinary(ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes,
                             ktBuildProgress& progress) const try {
     ktTriangleBoxes primitives = ktCollectTriangleBoxes(meshes, numbers, maxExtraParts, progress, collected);
@@ -86,7 +87,7 @@ bool ktWideBvh::buildBinary(ktBinaryBvh& binary, const std::vector<ktTracerMesh>
     try {
         return binary.build(ktBinaryBvh::Kind::Sah, primitives.boxes, split, goOn);
     } catch (const std::runtime_error&) {
-        // Too deep, as with triangles at a hundred scales within each other; what else can go wrong goes wrong again.
+        // Too deep, for instance a hundred scales of triangles inside each other. Any other error occurs again.
         primitives = {};
         primitives = ktCollectTriangleBoxes(meshes, numbers, 0, progress, collected);
         return !progress.isStopped() && binary.build(ktBinaryBvh::Kind::Median, primitives.boxes, {}, goOn);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes each subtree to its final position, which follows from the sizes that ktBvhCollapse counted.
 #include "ktWideBvhWriter.h"
 
 #include "ktBvhCollapse.h"
@@ -13,13 +14,13 @@ namespace {
 
 using Limits = ktWideBvhLayout;
 
-// Beyond this tracing waits for memory more than it works, and short leaves are the quicker ones.
+// Above this, tracing mostly waits for memory, so smaller leaves are faster.
 constexpr std::uint32_t maxUnindexedTriangles = 1000000;
 
-// A subtree with so many lines is worth several threads; some milliseconds of one.
+// A subtree of this size is worth several threads: some milliseconds of one thread.
 constexpr std::size_t parallelCacheLines = 10240;
 
-// A few units in the last place of the farthest coordinate, so that a ray along a box's face does not slip by.
+// Enlarges a box by a few units in the last place of its largest coordinate: rays along a face must not miss it.
 ktBvhBox widened(const ktBvhBox& box) {
     float farthest = 0;
     for (int axis = 0; axis < 3; ++axis)
@@ -40,11 +41,11 @@ void clear(ktWideBvhNode& node) {
     std::fill(node.child, node.child + Limits::children, ktWideBvhRef(0));
 }
 
-/// Where a node of eight and what is below it go.
+/// A wide node to write, and where it and its subtree go.
 struct Destination {
     std::uintptr_t node;                   ///< of the binary tree
-    std::size_t index;                     ///< its own, among the nodes
-    std::size_t firstNode, firstCacheLine; ///< below it
+    std::size_t index;                     ///< of the node, in the array of nodes
+    std::size_t firstNode, firstCacheLine; ///< where its subtree starts
 };
 
 class Writer {
@@ -97,7 +98,7 @@ public:
     }
 
 private:
-    // Of a node that has many lines below it; its branches may have few.
+    // Writes a child of a large node. The child's subtree may be small.
     void writeBranch(const Destination& destination) {
         const float share = static_cast<float>(done) / static_cast<float>(arrays.cacheLines.size());
         if (!progress.goOn(startShare + (1 - startShare) * share))
@@ -112,7 +113,7 @@ private:
     const ktLeafWriter& leafWriter;
     ktBuildProgress& progress;
     const float startShare;
-    std::atomic<std::size_t> done{0}; // lines
+    std::atomic<std::size_t> done{0}; // cache lines
 };
 
 } // namespace

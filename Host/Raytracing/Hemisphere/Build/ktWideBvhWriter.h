@@ -11,18 +11,18 @@
 
 #include <vector>
 
-/// Nodes of eight and leaves, and where rays start: addresses of these.
+/// The arrays of a wide BVH. Nodes refer to addresses in them.
 struct ktWideBvhArrays {
     ktLargeArray<ktWideBvhNode> nodes;
-    ktLargeArray<ktCacheLine> cacheLines; ///< leaves, one after the other
+    ktLargeArray<ktCacheLine> cacheLines; ///< of the leaves, in sequence
     ktWideBvhRef root = 0;
-    std::uint32_t levels = 0; ///< of nodes from the root to the deepest leaf
+    std::uint32_t levels = 0; ///< of nodes, from the root to the deepest leaf
 };
 
-/// Turns a binary tree into one of nodes of eight, on all threads. Children of a node lie next to each other, and so do
-/// all nodes and all leaves below a node. The result does not depend on the number of threads.
-/// @param binary   not empty; gets a plan written into it
-/// @param progress told shares from `firstShare` to 1; when it is stopped the result is of no use
+/// Collapses a binary tree and writes the wide nodes and leaves, on all threads. Children of a node follow each other,
+/// and so do all nodes and all leaves of a subtree. The result does not depend on the number of threads.
+/// @param binary   not empty; ktBvhCollapse uses the memory of its nodes
+/// @param progress gets shares from `startShare` to 1; if it stops the build, the result is invalid
 ktWideBvhArrays ktWriteWideBvh(const ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes,
                                const ktTriangleNumbers& numbers, ktLeafKind kind, ktBuildProgress& progress,
                                float startShare);

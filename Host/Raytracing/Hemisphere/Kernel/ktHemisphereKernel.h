@@ -6,52 +6,52 @@
 
 #include <cstdint>
 
-// The functions that are compiled once for each instruction set, and the plain data they work on. Nothing here may be
-// an inline function.
+// The interface of the kernels; there is one kernel for each instruction set. Nothing here may be an inline function:
+// the linker would keep one version of it, of any instruction set.
 
 struct ktTileBatch;
 struct ktRayLimits;
 struct ktRayPacket;
 struct ktRayVertex;
 
-/// Vertices that send the same batch of directions.
+/// Vertices to trace that all use the same batch of directions.
 struct ktKernelJob {
     const ktTileBatch* batch;
     const ktRayVertex* const* vertices;
     std::uint32_t count;
     const ktRayLimits* limits;
-    /// Called for each vertex when all its rays are done, in ascending order: the answers stand in the slots from
-    /// `firstSlot` on. Must not trace.
+    /// Called in ascending order for each vertex, when all its rays are done. The answers are in the tile states from
+    /// `firstTile` on. Must not trace.
     void (*finished)(void* receiver, std::uint32_t vertex, const ktTraversalState& state, std::uint32_t firstTile);
     void* receiver;
 };
 
-/// A ray of its own.
+/// A single ray.
 struct ktKernelRay {
     float origin[3], direction[3];
     float minDistance, maxDistance;
 };
 
-/// What it met first.
+/// Its nearest hit.
 struct ktKernelHit {
-    std::uint32_t triangle; ///< noTriangle: nothing
+    std::uint32_t triangle; ///< id, or noTriangle
     float u, v, distance;
     bool backSide;
 };
 
-/// The kernel of one instruction set.
+/// The functions of one kernel.
 struct ktHemisphereKernel {
     static constexpr std::uint32_t noTriangle = 0xFFFFFFFFu;
 
     const char* name; ///< for messages and benchmarks
     std::uint32_t lanes;
-    /// Which rays meet nothing within the limits; the answers are in the slots' `live`.
+    /// Finds the rays that hit nothing within the limits: `live` of the tile states.
     void (*occlusion)(ktWideBvhRef root, const ktKernelJob&, ktTraversalState&);
-    /// The nearest hit of every ray; the answers are in the slots' `hit`, `reach`, `u`, `v` and `back`.
+    /// Finds the nearest hit of every ray: `hit`, `tFar`, `u`, `v` and `backSide` of the tile states.
     void (*nearest)(ktWideBvhRef root, const ktKernelJob&, ktTraversalState&);
-    /// Whether one ray meets something.
+    /// Whether a single ray hits something.
     bool (*rayOccluded)(ktWideBvhRef, const ktKernelRay&, bool bothSides);
-    /// What one ray meets first.
+    /// The nearest hit of a single ray.
     ktKernelHit (*rayNearest)(ktWideBvhRef, const ktKernelRay&, bool bothSides);
 };
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// The kernel's source, included by one unit for each instruction set. KT_ISA names the namespace, KT_KERNEL the table
-// that the rest of the host sees.
+// The source of all kernels. One unit for each instruction set includes it. KT_ISA names the namespace, KT_KERNEL the
+// function table that the host uses.
 
 #include "ktSingleRay.h"
 #include "ktTilePhase.h"

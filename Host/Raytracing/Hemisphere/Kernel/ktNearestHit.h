@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// Nearest hits: the same way down as for occlusion, but a hit shortens its ray's reach instead of ending it.
+// Nearest hits: a hit shortens its ray instead of ending it. The traversal is the same as for occlusion.
 
 #include "ktTriangleTests.h"
 
 namespace KT_ISA {
 
-// Of triangles at the same distance, as in two equal sheets, the one with the lowest number counts, so that the answer
-// does not depend on the order in which they are met. What is nearer or farther than the reach by more than these
-// shares is so without a doubt; distances in between are compared exactly, which is slow and rare.
+// Of triangles at the same distance, for instance in two equal sheets, the one with the lowest id counts. So the result
+// does not depend on the order of the tests. Beyond these factors of tFar, a hit is surely nearer or farther. Distances
+// between them are compared exactly, which is slow and rare.
 constexpr float kSurelyNearer = 0.999999f;
 constexpr float kSurelyFarther = 1.000001f;
 
-/// Tests 16 rays against triangle `i` of a patch and keeps hits within the rays' reach.
+/// Tests 16 rays against triangle `i` and keeps the hits that are nearer than tFar.
 KT_INLINE void updateNearest(ktTraversalState& state, ktTileState& tile, const std::uint32_t* ids,
                              const PreparedTriangles& triangles, std::uint32_t i) {
     const Vector<16> d = loadVector<16>(tile.direction);
@@ -58,19 +58,19 @@ KT_INLINE void updateNearest(ktTraversalState& state, ktTileState& tile, const s
             tile.backSide = (tile.backSide & ~(1u << lane)) | (backMask & 1u << lane);
         }
     }
-    state.tileTFar[tile.index] = reduceMax(newTFar); // a hair too large after doubt
+    state.tileTFar[tile.index] = reduceMax(newTFar); // may be slightly too large after doubtful hits
 }
 
-/// A ray's nearest hit so far.
+/// The nearest hit of a ray so far.
 struct NearestHit {
-    float distance; ///< the maximum distance when there is none
+    float distance; ///< the maximum distance if there is none
     std::uint32_t triangle;
     float u, v;
     bool backSide;
 };
 
-/// Tests one ray against the triangles of a patch and keeps what is nearer than `hit`.
-/// @return whether something was
+/// Tests one ray against eight triangles and keeps what is nearer than `hit`.
+/// @return whether `hit` changed
 KT_INLINE bool nearestOnRay(const std::uint32_t* ids, const PreparedTriangles& triangles, const float* d,
                             float minDistance, float maxDistance, NearestHit& hit) {
     const auto dirDot = [&](const float n[3][kLeafTriangles]) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// Sixteen floats of which eight lanes each pick one. Reads all sixteen, wherever the table's own end is.
+// permute16: each of eight lanes picks one of sixteen floats. All sixteen are read, even if fewer are in use.
 
 #include "ktSimd.h"
 
@@ -9,7 +9,7 @@ namespace KT_ISA {
 
 #if defined(__AVX512F__) && defined(__AVX512DQ__) && defined(__AVX512VL__)
 
-/// Which float each lane picks: eight numbers below 16.
+/// The index that each lane picks: eight numbers below 16.
 struct Indices8 {
     __m512i index;
     explicit KT_INLINE Indices8(const std::uint8_t* indices)
@@ -30,7 +30,7 @@ KT_INLINE Float<8> permute16(Floats16 floats, Indices8 indices) {
 
 struct Indices8 {
     __m256i index;
-    __m256 isHigh; // by the sign
+    __m256 isHigh; // index is 8 or more, in the sign bit
     explicit KT_INLINE Indices8(const std::uint8_t* indices)
         : index(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(indices)))),
           isHigh(_mm256_castsi256_ps(_mm256_slli_epi32(index, 28))) {}

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// Short vectors of 4, 8 and 16 floats. The tracer's code is written once with these three widths; each width is one
-// register where the processor has one that wide, else two of half the width. The kernel is compiled once for each
-// instruction set, in a namespace of its own (KT_ISA), so that the linker never mixes them up.
+// SIMD vectors of 4, 8 and 16 floats. The kernel's code uses these three widths. A vector is one register if the
+// processor has one of this width, else two vectors of half the width. The kernel is compiled once for each instruction
+// set. Each has a separate namespace (KT_ISA), so that the linker does not mix them up.
 
 #include <cstdint>
 #include <cstring>
@@ -33,13 +33,13 @@ struct Mask;
 
 namespace KT_ISA {
 
-// Two halves, for widths that the processor has no register for.
+// Two halves, for widths without a register.
 template <int N>
 struct Mask {
     Mask<N / 2> low, high;
     friend KT_INLINE Mask operator&(Mask a, Mask b) { return {a.low & b.low, a.high & b.high}; }
     friend KT_INLINE Mask operator|(Mask a, Mask b) { return {a.low | b.low, a.high | b.high}; }
-    /// Bit i: lane i.
+    /// Bit i is lane i.
     KT_INLINE std::uint32_t bits() const { return low.bits() | high.bits() << (N / 2); }
 };
 
@@ -85,7 +85,7 @@ struct Float {
     }
 };
 
-/// Square root of a number that is at least 0.
+/// @param x at least 0
 KT_INLINE float squareRoot(float x) {
     return __builtin_sqrtf(x);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// Sixteen lanes in one AVX-512 register. See ktSimd4.h for what the functions mean.
+// Sixteen lanes in one AVX-512 register. ktSimd4.h says what the functions do.
 
 namespace KT_ISA {
 

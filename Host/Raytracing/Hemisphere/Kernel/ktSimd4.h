@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// Four lanes: SSE2 registers, or the compiler's own vectors where there is no SSE2.
-// Comparisons are ordered: false when either side is not a number. smaller() and larger() return their second
-// argument in that case.
+// Four lanes in an SSE2 register; without SSE2, in the compiler's vector type.
+// Comparisons with NaN are false. min() and max() return their second argument if one is NaN.
+//   signBit(a)          the sign bit only           flipSign(a, s)          a with its sign flipped where s is negative
+//   orBits(a, m, bits)  sets `bits` where m is set  mergeBits(a, keep, b)   the bits `keep` of a, and all bits of b
+//   reduceMax(a)        largest lane
 
 #if defined(__SSE2__)
 #include <immintrin.h>

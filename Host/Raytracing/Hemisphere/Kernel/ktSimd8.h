@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// Eight lanes in one AVX2 register, with fused multiply-add. See ktSimd4.h for what the functions mean.
-// Masks are vectors where there are mask registers, too: several comparisons would become a chain, each waiting for the
-// one before.
+// Eight lanes in one AVX2 register, with fused multiply-add. ktSimd4.h says what the functions do. Masks are vectors
+// even with AVX-512: in mask registers, each comparison would wait for the one before.
 
 namespace KT_ISA {
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// A ray of its own, with its own origin: for rays to lights and single questions. Eight boxes, eight triangles at a
-// time.
+// Traces a single ray with any origin, for instance to a light: against eight boxes or eight triangles at a time.
 
 #include "ktNearestHit.h"
 

@@ -1,21 +1,38 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// The way down for all tiles of a vertex together: whole tiles against the boxes of a node's children, until so few
-// tiles are left for a node that their rays go on by themselves.
+// The tile phase: traces all tiles of one vertex together, whole tiles against boxes. Where few tiles are left, it
+// hands the node over to the ray phase (ktRayPhase.h), which traces rays.
+//
+//    TILE PHASE, one vertex                       RAY PHASE, tiles of all vertices in flight
+//
+//    stack                                        active tiles     each has: pending     stack
+//    +-------------------------+                  +---------+      +-------------+       +-------------+
+//    | node  tiles 1111011011  |   few tiles      | tile 3  | ---> | node, rays  | ----> | node, rays  |
+//    | node  tiles 0000000100  | ---------------> | tile 7  |      | leaf, rays  |       | node, rays  |
+//    | leaf  tiles 1100010011  |   node, rays     | ...     |      +-------------+       +-------------+
+//    +-------------------------+                  +---------+
+//        | many tiles                                 | in rounds: each active tile takes one task
+//        v                                            v
+//    node: tiles x 8 boxes,                       node: rays x 8 boxes, push and prefetch the children hit
+//          push the children hit                  leaf: tested at the end of the round: rays x triangles
+//    leaf: tiles x triangles                      none: the tile is no longer active
+//
+// The tile phase pauses when 32 tiles are active or a tile has 8 pending tasks. Then the ray phase runs until no tile
+// is active. Before the answers of a vertex are given out, it runs until that vertex has no active tile.
 
 #include "ktRayPhase.h"
 
 namespace KT_ISA {
 
-/// The children of a node as whole tiles are tested against them.
+/// The children of a node, prepared for tests of whole tiles. Coordinates are relative to the vertex.
 struct alignas(32) ChildBoxes {
-    float nearest[3][8];      ///< coordinate of the box nearest to the vertex; 0 when the vertex is inside the slab
-    float upper[3][8];        ///< huge when the box is below the vertex
-    float lower[3][8];        ///< minus huge when it is above
-    float key[8];             ///< order of distance
-    std::uint32_t below[3];   ///< bit i: child i lies below the vertex on this axis
-    std::uint32_t candidates; ///< bit i: child i cannot be left out for all tiles
+    float nearest[3][8];      ///< coordinate of the box nearest to the vertex; 0 if the vertex is inside the slab
+    float upper[3][8];        ///< huge if the box is below the vertex
+    float lower[3][8];        ///< minus huge if the box is above the vertex
+    float key[8];             ///< sorts by distance
+    std::uint32_t below[3];   ///< bit i: child i is below the vertex on this axis
+    std::uint32_t candidates; ///< bit i: a ray of some tile can hit child i
 };
 
 KT_INLINE void prepareChildren(const ktWideBvhNode& node, const ktTraversalState& state, const ktVertexState& vertex,
@@ -29,7 +46,7 @@ KT_INLINE void prepareChildren(const ktWideBvhNode& node, const ktTraversalState
         boxes.below[axis] = below.bits();
         select(below, huge, upper).store(boxes.upper[axis]);
         select(above, minusHuge, lower).store(boxes.lower[axis]);
-        // NaN as second argument stays NaN.
+        // A NaN as second argument stays NaN.
         const Float8 nearest = max(zero, lower) + min(zero, upper);
         nearest.store(boxes.nearest[axis]);
         nearSquared = mulAdd(nearest, nearest, nearSquared);
@@ -39,7 +56,7 @@ KT_INLINE void prepareChildren(const ktWideBvhNode& node, const ktTraversalState
         size = size + farthest;
     }
     sortKey(nearSquared).store(boxes.key);
-    // All rays rise by at least `lowest` per unit of way; nothing in the box is higher than `elevation`.
+    // A ray rises by at least `minCosine` per unit of length; nothing in the box is higher than `elevation`.
     const Float8 margin = size * Float8(1e-6f);
     const Float8 top = max(zero, elevation + margin);
     const Float8 minCosine = state.minCosine;
@@ -50,7 +67,7 @@ KT_INLINE void prepareChildren(const ktWideBvhNode& node, const ktTraversalState
                            .bits();
 }
 
-/// Which of 16 tiles may have a ray through the child's box.
+/// Which of 16 tiles can have a ray through the child's box. Conservative.
 template <bool nearest>
 KT_INLINE std::uint32_t tilesThroughBox(const ktTraversalState& state, const ChildBoxes& boxes, std::uint32_t child,
                                         std::uint32_t firstTile) {
@@ -65,19 +82,19 @@ KT_INLINE std::uint32_t tilesThroughBox(const ktTraversalState& state, const Chi
     return (enter <= leave * Float16(kExitMargin)).bits();
 }
 
-// For each set of four triangles, their numbers in 16-bit steps.
+// For each set of four triangles, their indices in steps of 16 bits.
 constexpr std::uint64_t kTriangleLists[16] = {
     0, 0,       1,       0x10000,        2,       0x20000,        0x20001,        0x200010000ull,
     3, 0x30000, 0x30001, 0x300010000ull, 0x30002, 0x300020000ull, 0x300020001ull, 0x3000200010000ull};
 
-/// Several tiles against the triangles of a leaf.
+/// Tests several tiles against the triangles of a leaf.
 template <bool nearest>
 inline void leafTiles(ktTraversalState& state, ktVertexState& vertex, std::uint32_t firstTile, std::uint64_t tiles,
                       ktWideBvhRef ref) {
     const float* planeNormal = state.minCosine > 0 ? vertex.normal : nullptr;
     const auto test = [&](const std::uint32_t* ids, const PreparedTriangles& triangles) {
         constexpr std::uint32_t count = kLeafTriangles;
-        // First all pairs of tile and triangle that may meet, then the tests: fewer branches than loops in a loop.
+        // First lists all pairs of tile and triangle that can meet, then tests them: fewer branches than nested loops.
         std::uint16_t pair[64 * count + 4];
         std::uint32_t pairs = 0;
         for (std::uint64_t remaining = tiles; remaining; remaining &= remaining - 1) {
@@ -110,11 +127,11 @@ inline void leafTiles(ktTraversalState& state, ktVertexState& vertex, std::uint3
     }
 }
 
-// Slots that are busy before the ray phase starts: enough to hide memory's latency.
+// With this many active tiles, the ray phase starts: they hide the latency of memory.
 constexpr std::uint32_t kEnoughActive = 32;
 constexpr std::uint32_t kFewLeafTiles = 2;
 
-/// Which tiles still have a ray that reaches as far as `distance`.
+/// Which tiles still have a ray with a tFar of at least `distance`.
 KT_INLINE std::uint64_t tilesBeyond(const ktTraversalState& state, std::uint32_t firstTile, float distance) {
     std::uint64_t tiles = 0;
     for (std::uint32_t first = 0; first >> state.tileShift == 0; first += 16)

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// Triangles as seen from a vertex. With the vertex as origin, the plane through it and an edge of a triangle has a
-// normal; a ray hits the triangle when it lies on the inner side of all three planes. The normals are computed once for
-// a patch of triangles and serve every ray of the vertex. An edge shared by two triangles gives the same normal
-// but for its sign, to the last bit, so no ray slips between them. After "Optimizing Ray-Triangle Intersection via
-// Automated Search", Andrew Kensler, Peter Shirley, 2006, and "Watertight Ray/Triangle Intersection", Sven Woop,
-// Carsten Benthin, Ingo Wald, 2013.
+// Triangle tests for rays that start at one vertex. Take the vertex as origin. The vertex and an edge of the triangle
+// span a plane; a ray hits the triangle if it lies on the inner side of all three planes. Their normals are computed
+// once per leaf and serve all rays of the vertex. Two triangles compute the same normal for a shared edge, except for
+// the sign, so no ray passes between them. After "Optimizing Ray-Triangle Intersection via Automated Search", Andrew
+// Kensler, Peter Shirley, 2006, and "Watertight Ray/Triangle Intersection", Sven Woop, Carsten Benthin, Ingo Wald,
+// 2013.
 
 #include "ktBoxTests.h"
 #include "ktPermute16.h"
@@ -15,13 +15,12 @@ namespace KT_ISA {
 
 constexpr int kLeafTriangles = ktWideBvhLayout::leafTriangles;
 
-/// A patch of triangles seen from the vertex. Signs are such that a hit ray has only positive products.
+/// Eight triangles, prepared for a vertex. The signs are such that a ray that hits has no negative product.
 struct alignas(64) PreparedTriangles {
-    float edgeNormal[3][3][kLeafTriangles]; ///< [edge][axis][triangle]: normals of the planes through the vertex and
-                                            ///< each edge
-    float normal[3][kLeafTriangles];        ///< of the triangles
-    float height[kLeafTriangles];           ///< of the vertex over the triangles' planes, times the length of `normal`
-    std::uint32_t usable;                   ///< bit i: triangle i can be hit at all
+    float edgeNormal[3][3][kLeafTriangles]; ///< [edge][axis][triangle]: normal of the plane through vertex and edge
+    float normal[3][kLeafTriangles];        ///< of the triangles, [axis][triangle]
+    float height[kLeafTriangles];           ///< of the vertex over the triangle's plane, times the length of `normal`
+    std::uint32_t usable;                   ///< bit i: triangle i can be hit
     std::uint32_t front;                    ///< bit i: the vertex is on its front side
 };
 
@@ -58,7 +57,7 @@ KT_INLINE void storeFlipped(Vector<N> v, Float<N> sign, float p[3][N]) {
     flipSign(v.z, sign).store(p[2]);
 }
 
-/// A patch as it stands in memory.
+/// A patch in memory.
 struct Patch {
     const float* points;
     std::uint32_t pointCount;
@@ -66,7 +65,7 @@ struct Patch {
     KT_INLINE const ktPatchFooter* footer() const {
         return reinterpret_cast<const ktPatchFooter*>(points + 3 * pointCount);
     }
-    /// @param count of the next one's points
+    /// @param count number of points of the next patch
     KT_INLINE Patch next(std::uint32_t count) const {
         const std::uint64_t lines = (12 * pointCount + 127) / 64;
         return {points + 16 * lines, count};
@@ -78,7 +77,7 @@ KT_INLINE Patch firstPatch(ktWideBvhRef leaf) {
             (static_cast<std::uint32_t>(leaf >> ktWideBvhLayout::pointShift) & (ktWideBvhLayout::patchPoints - 1)) + 1};
 }
 
-/// The corners of a leaf's triangles.
+/// The corners of eight triangles.
 struct LeafCorners {
     Vector<kLeafTriangles> a, b, c;
 };
@@ -105,8 +104,8 @@ KT_INLINE void prepareTriangles(const LeafCorners& corners, const float* origin,
     const Vector<N> o{origin[0], origin[1], origin[2]};
     const Vector<N> a = cornerA - o, b = cornerB - o, c = cornerC - o;
     const Vector<N> fromB = cornerA - cornerB, toB = cornerB - cornerC, fromA = cornerC - cornerA;
-    // In the order in which Embree does it, to the last bit: whether a vertex in the plane of a wall is before or
-    // behind the wall is decided by rounding, and both tracers shall decide alike.
+    // Embree's order of operations, to the last bit. If a vertex lies in the plane of a wall, rounding decides on which
+    // side it is, and both tracers must decide alike.
     const Vector<N> normal = cross(fromA, fromB);
     const Float<N> height = dot(normal, a);
     const Float<N> sign = signBit(height);
@@ -123,9 +122,8 @@ KT_INLINE void prepareTriangles(const LeafCorners& corners, const float* origin,
     triangles.usable = usable.bits();
     if (!triangles.usable)
         return;
-    // Sums and differences instead of the corners themselves keep the error proportional to the edge's length.
-    // Differences are taken before the vertex is moved to the origin: a tiny triangle would become a point, and met by
-    // every ray.
+    // With sums and differences of corners, the error is proportional to the length of the edge. Differences are taken
+    // before the vertex becomes the origin. Otherwise, a tiny triangle would become a point, which every ray hits.
     storeFlipped(cross(toB, b + c), sign, triangles.edgeNormal[0]);
     storeFlipped(cross(fromA, c + a), sign, triangles.edgeNormal[1]);
     storeFlipped(cross(fromB, a + b), sign, triangles.edgeNormal[2]);
@@ -149,7 +147,7 @@ KT_INLINE std::uint32_t raysThroughTriangle(const PreparedTriangles& triangles, 
         .bits();
 }
 
-/// Which triangles may be hit by some ray of a tile.
+/// Which triangles a ray of the tile can hit. Conservative.
 KT_INLINE std::uint32_t trianglesInTile(const PreparedTriangles& triangles, const ktTileState& tile) {
     Mask<8> candidates;
     for (int edge = 0; edge < 3; ++edge) {
@@ -164,7 +162,7 @@ KT_INLINE std::uint32_t trianglesInTile(const PreparedTriangles& triangles, cons
     return candidates.bits() & triangles.usable;
 }
 
-/// Which triangles one ray hits between the distances. The same operations in the same order as for 16 rays.
+/// Which triangles one ray hits between the distances. Same operations in the same order as for 16 rays.
 KT_INLINE std::uint32_t trianglesOnRay(const PreparedTriangles& triangles, const float* d, Float8 minDistance,
                                        Float8 maxDistance) {
     const auto dirDot = [&](const float n[3][kLeafTriangles]) {
@@ -181,8 +179,8 @@ KT_INLINE std::uint32_t trianglesOnRay(const PreparedTriangles& triangles, const
            triangles.usable;
 }
 
-/// Calls `body` for the leaf's triangles as seen from a vertex, patch by patch.
-/// `body(ids, seen)` returns whether to go on.
+/// Prepares a leaf's triangles for a vertex and calls `body(ids, triangles)`, patch by patch, until it returns false.
+/// @return false if `body` returned false
 template <class Body>
 KT_INLINE bool forEachPrepared(ktWideBvhRef leaf, const float* origin, const float* planeNormal, bool bothSides,
                                const Body& body) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// What is computed once for a vertex: its rays in world space, their reciprocals, and for each tile the intervals that
-// let a whole tile be tested against a box at once.
+// What is computed once for a vertex: its rays in world space, their reciprocals, and for each tile the intervals of
+// its directions, with which a whole tile is tested against a box.
 
 #include "ktHemisphereKernel.h"
 #include "ktSimd.h"
@@ -10,27 +10,27 @@
 
 namespace KT_ISA {
 
-// Stands for infinity: finite, so that nothing times it is not a number.
+// Used as infinity. It is finite, so that zero times it is not NaN.
 constexpr float kHuge = 3.0e38f;
 
-// Tile directions are widened by this, which covers every rounding in the tests made with them.
+// Enlarges the intervals of tile directions. It covers the rounding of all tests that use them.
 constexpr float kDirectionMargin = 1e-6f;
 
-// No hit is farther, for no coordinate is beyond 1.8e18. A box that a tile points away from is "entered" at a huge
-// distance and "left" at another: it is the limit that tells it from boxes ahead.
+// No hit is farther, because no coordinate exceeds 1.8e18. If a tile points away from a box, the entry and exit
+// distances are both huge. This limit rejects such a box.
 constexpr float kFarthest = 1e19f;
 
 KT_INLINE float clampMaxDistance(float maxDistance) {
-    return maxDistance > kFarthest ? kFarthest : maxDistance; // what is no number stays so, and nothing is met
+    return maxDistance > kFarthest ? kFarthest : maxDistance; // NaN stays NaN; then nothing is hit
 }
 
-// Exits are moved back by this share: rounding of reciprocals and products ("Robust BVH Ray Traversal", Thiago Ize,
-// 2013).
+// Exit distances are enlarged by this factor because reciprocals and products are rounded ("Robust BVH Ray Traversal",
+// Thiago Ize, 2013).
 constexpr float kExitMargin = 1.000001f;
 constexpr float kEnterMargin = 0.999999f;
 
-// Directions of 16 lanes along one world axis. Not fused, and in the order of ktTurnTile: every tracer sends the same
-// rays, to the last bit, on every processor.
+// Rotates 16 directions to one world axis. No fused operations, and the order of ktTileDirections.h: all tracers use
+// the same rays to the last bit, on every processor.
 KT_INLINE Float16 rotated(const float local[3][16], float t, float b, float n) {
     return Float16::load(local[0]) * Float16(t) + Float16::load(local[1]) * Float16(b) +
            Float16::load(local[2]) * Float16(n);
@@ -43,11 +43,12 @@ KT_INLINE Float16 finiteReciprocal(Float16 d) {
     return Float16(1.0f) / select(small, nearZero, d);
 }
 
-// A tile's directions along an axis lie in [least, most]. For a box whose slab along this axis, seen from the vertex,
-// is [low, high]:
-//   low > 0:  no ray enters before low * enterAbove, nor stays beyond high * leaveAbove;
-//   high < 0: no ray enters before high * enterBelow, nor stays beyond low * leaveBelow;
-//   else all start inside, and none stays beyond min(high * leaveAbove, low * leaveBelow).
+// The directions of a tile along an axis are in [minDir, maxDir]. A box is in [low, high] along this axis, relative to
+// the vertex.
+//   low > 0:  rays enter at low * enterAbove or later, and leave at high * leaveAbove or earlier;
+//   high < 0: rays enter at high * enterBelow or later, and leave at low * leaveBelow or earlier;
+//   else rays start inside, and leave at min(high * leaveAbove, low * leaveBelow) or earlier.
+// leaveFirst and leaveSecond give the exit as one maximum: huge if the directions have both signs.
 KT_INLINE void setIntervals(ktTraversalState& state, int axis, std::uint32_t firstTile, Float16 minDir,
                             Float16 maxDir) {
     const Float16 zero = 0.0f, one = 1.0f, huge = kHuge, minusHuge = -kHuge;
@@ -82,7 +83,7 @@ KT_INLINE void prepareJob(const ktKernelJob& job, ktTraversalState& state) {
     state.activeCount = 0;
 }
 
-/// `reaches`: also make ready for nearest hits.
+/// @param nearest also prepares for nearest hits
 template <bool nearest>
 KT_INLINE void prepareVertex(const ktTileBatch& batch, const ktRayVertex& rayVertex, std::uint32_t jobIndex,
                              std::uint32_t vertexIndex, ktTraversalState& state) {

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-/// Memory for large arrays that are read all over: asks for large pages, so that looking up addresses does not cost
-/// more than the data. Elements made by resize() without a value are not initialized (as plain `T x;`), so that the
-/// threads that fill an array are the first to touch its pages.
+/// Allocates large arrays that are read at random: on large pages, so that translating addresses does not cost more
+/// than the data. resize() without a value leaves new elements uninitialized, as in `T x;`. So the threads that fill an
+/// array are the first to touch its pages.
 template <class T>
 struct ktLargePageAllocator {
     using value_type = T;
@@ -26,7 +26,7 @@ struct ktLargePageAllocator {
         if (!memory)
             throw std::bad_alloc();
         if (bytes >= page)
-            madvise(memory, bytes, MADV_HUGEPAGE); // a wish: where it fails ordinary pages do
+            madvise(memory, bytes, MADV_HUGEPAGE); // only a hint: if it fails, ordinary pages do
         return static_cast<T*>(memory);
     }
     void deallocate(T* memory, std::size_t) { std::free(memory); }

@@ -9,15 +9,15 @@ namespace {
 constexpr std::uint32_t width = ktTileBatch::tileRays;
 
 float component(const ktDirectionSet& set, std::uint32_t ray, int axis) {
-    // Not a choice between three arrays: GCC 12 reads the wrong element of it when it checks for undefined behaviour.
+    // A choice between three arrays would do, but GCC 12 with -fsanitize=undefined reads the wrong element of it.
     const ktDirectionTile& tile = set.tiles[ray / width];
     const float* const axes[] = {tile.x, tile.y, tile.z};
     return axes[axis][ray % width];
 }
 
-// Median splits along the axis of largest extent, at multiples of 16, down to tiles ("Multidimensional binary search
-// trees used for associative searching", Jon Louis Bentley, 1975). Any sampling pattern falls into narrow tiles, and
-// neighbouring tiles stand together.
+// Sorts rays into tiles: median splits along the axis of largest extent, at multiples of 16 ("Multidimensional binary
+// search trees used for associative searching", Jon Louis Bentley, 1975). So tiles are narrow for any sampling pattern,
+// and neighbouring tiles follow each other.
 void sortIntoTiles(const ktDirectionSet& set, std::uint32_t* first, std::uint32_t* last) {
     const std::uint32_t count = static_cast<std::uint32_t>(last - first);
     if (count <= width)
