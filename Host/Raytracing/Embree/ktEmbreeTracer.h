@@ -7,7 +7,7 @@
 struct RTCDeviceTy;
 struct RTCSceneTy;
 
-/// Traces with Embree, in packets as wide as the processor takes. Beside ktEmbreeBvh the project's only caller of
+/// Traces with Embree, in packets as wide as the processor takes. Beside ktBinaryBvh the project's only caller of
 /// Embree. Built for speed of tracing: a high-quality structure over all meshes together.
 class ktEmbreeTracer : public ktTracer {
 public:

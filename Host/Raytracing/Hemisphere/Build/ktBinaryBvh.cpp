@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <string>
 
-static_assert(sizeof(ktBvhPrimitive) == sizeof(RTCBuildPrimitive), "primitives are handed over as they are");
+static_assert(sizeof(ktBvhPrimitive) == sizeof(RTCBuildPrimitive), "Embree gets our primitives without a copy");
 static_assert(sizeof(std::size_t) == 8, "leaf pointers carry a tag");
 
 struct ktBinaryBvh::Embree {

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr std::uint32_t width = ktWideBvhLayout::children;
-static_assert(sizeof(ktBinaryBvhNode::cost) / sizeof(float) == width, "a cost for each number of places");
+static_assert(sizeof(ktBinaryBvhNode::cost) / sizeof(float) == width, "a cost for each number of child slots");
 
 // Subtrees down to this level of the binary tree may go to other threads.
 constexpr std::uint32_t sharedDepth = 12;

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-// The way down for some rays of one tile: the tile's intervals against eight boxes, then its rays against each box that
-// is left; when only a few rays are left, each against eight boxes, and eight triangles, at once.
+// The ray phase: traces rays of the tiles that the tile phase handed over (ktTilePhase.h draws this). With many rays,
+// the tile's intervals are tested against eight boxes, then its rays against each box left. With few rays, each ray is
+// tested against eight boxes or eight triangles at once.
 
 #include "ktNearestHit.h"
 
 namespace KT_ISA {
 
-// At this many rays or fewer, rays are tested one by one.
+// Up to this many rays are tested one by one.
 constexpr int kFewRays = 8;
 
 KT_INLINE void endRays(ktTileState& tile, std::uint32_t rays) {
@@ -16,7 +17,7 @@ KT_INLINE void endRays(ktTileState& tile, std::uint32_t rays) {
     tile.vertex->liveTiles &= ~(tile.live ? 0 : tile.bit);
 }
 
-/// Some rays of a tile against the triangles of a leaf.
+/// Tests some rays of a tile against the triangles of a leaf.
 template <bool nearest>
 KT_INLINE void leafRays(ktTraversalState& state, ktTileState& tile, std::uint32_t rays, ktWideBvhRef ref) {
     const float* planeNormal = state.minCosine > 0 ? tile.vertex->normal : nullptr;
@@ -50,8 +51,8 @@ KT_INLINE void leafRays(ktTraversalState& state, ktTileState& tile, std::uint32_
         endRays(tile, hit & rays);
 }
 
-/// The leaves that slots have come to in a round of the ray phase. A function of its own, and not inlined: together
-/// with the way down it needs so many registers that compilers keep loop variables in memory.
+/// Tests the leaves that tiles reached in a round. Not inlined: inside rayPhase() it needs so many registers that
+/// compilers keep loop variables in memory.
 template <bool nearest>
 __attribute__((noinline)) void leafPhase(ktTraversalState& state, std::uint64_t count) {
     for (std::uint64_t i = 0; i < count; ++i) {
@@ -60,8 +61,8 @@ __attribute__((noinline)) void leafPhase(ktTraversalState& state, std::uint64_t 
     }
 }
 
-/// Works down the tasks of all slots, one step of each in a round: while one waits for memory, the others go on.
-/// Returns when nothing is left, or nothing for `until`.
+/// Processes the tasks of all active tiles in rounds, one task per tile: while a tile waits for memory, others advance.
+/// @param stopVertex returns when this vertex has no active tile; null: when no tile is active
 template <bool nearest>
 inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = nullptr) {
     std::uint64_t leafCount = 0;
@@ -74,7 +75,7 @@ inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = 
         ktRayTask *top = tile.top, *const stack = tile.stack;
         ktWideBvhRef ref = 0;
         std::uint32_t rays = 0;
-        // Takes a task; whether some of its rays go on.
+        // Takes a task; returns whether some of its rays can still hit.
         const auto take = [&](const ktRayTask& task) {
             ref = task.ref;
             rays = task.rays & (nearest ? (Float16(task.distance) <= Float16::load(tile.tFar)).bits() : tile.live);

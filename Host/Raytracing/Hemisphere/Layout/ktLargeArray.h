@@ -31,12 +31,12 @@ struct ktLargePageAllocator {
     }
     void deallocate(T* memory, std::size_t) { std::free(memory); }
     template <class U>
-    void construct(U* place) {
-        ::new (static_cast<void*>(place)) U;
+    void construct(U* address) {
+        ::new (static_cast<void*>(address)) U;
     }
     template <class U, class... Arguments>
-    void construct(U* place, Arguments&&... arguments) {
-        ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+    void construct(U* address, Arguments&&... arguments) {
+        ::new (static_cast<void*>(address)) U(std::forward<Arguments>(arguments)...);
     }
     template <class U>
     bool operator==(const ktLargePageAllocator<U>&) const {

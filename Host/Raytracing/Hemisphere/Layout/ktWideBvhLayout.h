@@ -45,7 +45,7 @@ struct alignas(64) ktUnindexedLeaf {
     float corner[3][3][8]; ///< [corner][axis][triangle]
     std::uint32_t id[8];   ///< of the triangles, over all meshes
 };
-static_assert(sizeof(ktUnindexedLeaf) == 320, "forty bytes a triangle");
+static_assert(sizeof(ktUnindexedLeaf) == 320, "five cache lines");
 
 /// The end of a patch, that is of up to eight triangles that share points. The coordinates of its points come before
 /// it, in world space: all x, all y, all z. A patch of eight triangles usually takes three cache lines instead of five.
@@ -55,4 +55,4 @@ struct ktPatchFooter {
     std::uint8_t corner[3][8];    ///< [corner][triangle]: index of a point; unused lanes form triangles without area
     std::uint32_t id[8];          ///< of the triangles, over all meshes
 };
-static_assert(sizeof(ktPatchFooter) == 64 && alignof(ktPatchFooter) == 4, "a line's length, behind any point");
+static_assert(sizeof(ktPatchFooter) == 64 && alignof(ktPatchFooter) == 4, "one cache line, after any number of points");
