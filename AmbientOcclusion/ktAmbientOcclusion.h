@@ -3,6 +3,7 @@
 
 #include "AOPreset.h"
 #include "ktAmbientOcclusionExport.h"
+#include "ktAmbientOcclusionSettings.h"
 #include "ktNodePtr.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
@@ -295,43 +296,44 @@ private:
     void recreateRefinedGeometry();
     void releaseSubdivisionLists();
 
-    int shadowQuality;
-    float minDistance;
-    float maxDistance;
-    DirectLightMode mode;
-    bool indirectIllumination;
-    int gatherQuality;
-    int numOfIndirections;
-    bool colorBleeding;
-    bool overrideMaterialColor;
-    osg::Color3f materialColor;
-    bool subdivide;
-    int subdivisionQuality;
-    double minEdgeLength;
-    double intensityThreshold;
+    // Settings.
+    int shadowQuality = ktAmbientOcclusionSettings::ShadowQuality::initial;
+    float minDistance = ktAmbientOcclusionSettings::MinDistance::initial;
+    float maxDistance = ktAmbientOcclusionSettings::MaxDistance::initial;
+    DirectLightMode mode = DirectLightMode(ktAmbientOcclusionSettings::Mode::initial);
+    bool indirectIllumination = ktAmbientOcclusionSettings::IndirectIllumination::initial;
+    int gatherQuality = ktAmbientOcclusionSettings::GatherQuality::initial;
+    int numOfIndirections = ktAmbientOcclusionSettings::NumIndirections::initial;
+    bool colorBleeding = ktAmbientOcclusionSettings::ColorBleeding::initial;
+    bool overrideMaterialColor = ktAmbientOcclusionSettings::OverrideMaterialColor::initial;
+    osg::Color3f materialColor = ktAmbientOcclusionSettings::MaterialColor::initial;
+    bool subdivide = ktAmbientOcclusionSettings::Subdivide::initial;
+    int subdivisionQuality = ktAmbientOcclusionSettings::SubdivisionQuality::initial;
+    double minEdgeLength = ktAmbientOcclusionSettings::MinEdgeLength::initial;
+    double intensityThreshold = ktAmbientOcclusionSettings::IntensityThreshold::initial;
 
-    int directOption;       // not 0: surfaces occlude from both sides
-    int directSampleCountU; // samples an axis of the direct pass
-    int directSampleCountV;
-    int gatherSampleCount;    // samples an axis of the indirect pass
-    unsigned int threadCount; // logical cores of the machine
-    double directThreshold;   // the run's copies of intensityThreshold
-    double indirectThreshold;
-    bool refineDirect; // refinement is on for this run
-    bool refineIndirect;
-    bool calculating;         // a run is under way
-    bool keepRunning;         // cleared by a cancel
-    ktSampler* directSampler; // of one run, made and freed by the host
-    ktSampler* gatherSampler;
+    int directOption = 1;        // not 0: surfaces occlude from both sides
+    int directSampleCountU = 32; // samples an axis of the direct pass
+    int directSampleCountV = 32;
+    int gatherSampleCount = ktAmbientOcclusionSettings::GatherQuality::initialSamples; // an axis of the indirect pass
+    unsigned int threadCount;                                                          // logical cores of the machine
+    double directThreshold = 0; // the run's copies of intensityThreshold
+    double indirectThreshold = 0;
+    bool refineDirect = false; // refinement is on for this run
+    bool refineIndirect = false;
+    bool calculating = false;           // a run is under way
+    bool keepRunning = false;           // cleared by a cancel
+    ktSampler* directSampler = nullptr; // of one run, made and freed by the host
+    ktSampler* gatherSampler = nullptr;
     std::vector<AOPreset> presets;
     std::vector<osg::NodePtr> geometryNodes;        // to calculate
     std::vector<osg::NodePtr> occluderNodes;        // sorted; empty in this version
     std::vector<osg::NodePtr> visibleGeometryNodes; // what rays hit
     std::vector<osg::NodePtr> visibleLightNodes;
-    bool missingOnly;
-    bool passOption;                                     // every node may be refined
+    bool missingOnly = false;
+    bool passOption = true;                              // every node may be refined
     std::vector<ktGeoSubdivisionList*> subdivisionLists; // owned; refinements pending in this run
-    std::uint32_t progressCounter;
+    std::uint32_t progressCounter = 0;
 };
 
 Q_DECLARE_METATYPE(OSG::Color3f)

@@ -15,20 +15,7 @@ using namespace ktAmbientOcclusionInternal;
 osg::AmbientOcclusionSettingsAttachmentPtr ktAmbientOcclusion::getAmbientOcclusionSettings() {
     const osg::AmbientOcclusionSettingsAttachmentPtr settings = osg::AmbientOcclusionSettingsAttachment::create();
     osg::beginEditCP(settings);
-    settings->setMode(mode);
-    settings->setShadowQuality(shadowQuality);
-    settings->setMinDistance(minDistance);
-    settings->setMaxDistance(maxDistance);
-    settings->setIndirectIllumination(indirectIllumination);
-    settings->setGatherQuality(gatherQuality);
-    settings->setNumIndirections(numOfIndirections);
-    settings->setColorBleeding(colorBleeding);
-    settings->setOverrideMaterialColor(overrideMaterialColor);
-    settings->setMaterialColor(materialColor);
-    settings->setSubdivide(subdivide);
-    settings->setSubdivisionQuality(subdivisionQuality);
-    settings->setMinEdgeLength(static_cast<osg::Real32>(minEdgeLength));
-    settings->setIntensityThreshold(static_cast<osg::Real32>(intensityThreshold));
+    ktAmbientOcclusionSettings::forEachSetting([&](auto row) { row.setOnNode(*settings, row.get(*this)); });
     osg::endEditCP(settings);
     return settings;
 }
@@ -98,21 +85,7 @@ void ktAmbientOcclusion::loadFromNode(const osg::NodePtr& node) {
     ktUndoStack* undoStack = ktUndoStack::get(0);
     undoStack->beginMacro(tr("Load Ambient Occlusion From Node"));
     if (settings != osg::NullFC) {
-        setMode(static_cast<DirectLightMode>(settings->getMode()));
-        setShadowQuality(settings->getShadowQuality());
-        setMinDistance(settings->getMinDistance());
-        setMaxDistance(settings->getMaxDistance());
-        setIndirectIlluminationEnabled(settings->getIndirectIllumination());
-        setGatherQuality(settings->getGatherQuality());
-        setNumOfIndirections(settings->getNumIndirections());
-        setColorBleedingEnabled(settings->getColorBleeding());
-        setOverrideMaterialColorEnabled(settings->getOverrideMaterialColor());
-        const osg::Color3f color = settings->getMaterialColor();
-        setMaterialColor(color[0], color[1], color[2]);
-        setSubdivideEnabled(settings->getSubdivide());
-        setSubdivisionQuality(settings->getSubdivisionQuality());
-        setMinEdgeLength(settings->getMinEdgeLength());
-        setIntensityThreshold(settings->getIntensityThreshold());
+        ktAmbientOcclusionSettings::forEachSetting([&](auto row) { row.set(*this, row.getOnNode(*settings)); });
     } else {
         loadTextSettings(*this, values);
     }

@@ -3,11 +3,29 @@
 #include "ktAmbientOcclusion.h"
 #include "ktUndoStack.h"
 
+#include <type_traits>
+
 namespace {
 
-/// Presets keep qualities four times finer than the controller. Wraps where the number does not fit.
-int toPresetUnits(int quality) {
-    return static_cast<int>(static_cast<unsigned int>(quality) * 4u);
+namespace Settings = ktAmbientOcclusionSettings;
+
+/// Puts a value of the controller into a preset, in the preset's type and units. Wraps where the number does not fit.
+template <class Row>
+void setInPreset(Row row, AOPreset& preset, const typename Row::Value& value) {
+    auto& member = row.inPreset(preset);
+    if constexpr (row.presetUnits != 1)
+        member = static_cast<int>(static_cast<unsigned int>(value) * static_cast<unsigned int>(row.presetUnits));
+    else
+        member = static_cast<std::decay_t<decltype(member)>>(value);
+}
+
+/// A preset's value for the controller, rounded toward zero to its units.
+template <class Row>
+typename Row::Value getFromPreset(Row row, const AOPreset& preset) {
+    if constexpr (row.presetUnits != 1)
+        return row.inPreset(preset) / row.presetUnits;
+    else
+        return row.inPreset(preset);
 }
 
 struct BuiltInPreset {
@@ -20,7 +38,7 @@ struct BuiltInPreset {
     float intensityThreshold;
 };
 
-// The rest is the same in all of them. Those of the ground plane keep an indirect quality though it is off.
+// All other settings have their initial values. Those of the ground plane keep an indirect quality though it is off.
 const BuiltInPreset builtInPresets[] = {
     {QT_TRANSLATE_NOOP("ktAmbientOcclusion", "Car Low Quality"), 0, true, 0, false, 0, 0.05f},
     {QT_TRANSLATE_NOOP("ktAmbientOcclusion", "Car Medium Quality"), 8, true, 8, false, 0, 0.05f},
@@ -39,19 +57,7 @@ void ktAmbientOcclusion::applyPreset(int index) {
     const AOPreset preset = presets[static_cast<std::size_t>(index)];
     ktUndoStack* undoStack = ktUndoStack::get(0);
     undoStack->beginMacro(tr("Apply Ambient Occlusion Preset"));
-    setShadowQuality(preset.quality / 4);
-    setMinDistance(preset.minDistance);
-    setMaxDistance(preset.maxDistance);
-    setIndirectIlluminationEnabled(preset.indirect);
-    setColorBleedingEnabled(preset.colorBleeding);
-    setOverrideMaterialColorEnabled(preset.materialOverride);
-    setMaterialColor(preset.materialColor[0], preset.materialColor[1], preset.materialColor[2]);
-    setGatherQuality(preset.indirectQuality / 4);
-    setNumOfIndirections(preset.numIndirections);
-    setMinEdgeLength(preset.minEdgeLength);
-    setSubdivideEnabled(preset.subdivision);
-    setIntensityThreshold(preset.intensityThreshold);
-    setSubdivisionQuality(preset.subdivisionQuality);
+    Settings::forEachSetting<&Settings::Places::presets>([&](auto row) { row.set(*this, getFromPreset(row, preset)); });
     undoStack->endMacro();
     Q_EMIT presetApplied(index);
 }
@@ -73,19 +79,7 @@ QList<QString> ktAmbientOcclusion::getPresetNames() {
 void ktAmbientOcclusion::addPreset(const QString& name) {
     AOPreset preset;
     preset.name = name.toUtf8().toStdString();
-    preset.quality = toPresetUnits(shadowQuality);
-    preset.minDistance = minDistance;
-    preset.maxDistance = maxDistance;
-    preset.indirect = indirectIllumination;
-    preset.indirectQuality = toPresetUnits(gatherQuality);
-    preset.materialOverride = overrideMaterialColor;
-    preset.materialColor = materialColor;
-    preset.colorBleeding = colorBleeding;
-    preset.numIndirections = numOfIndirections;
-    preset.subdivision = subdivide;
-    preset.subdivisionQuality = subdivisionQuality;
-    preset.minEdgeLength = static_cast<float>(minEdgeLength);
-    preset.intensityThreshold = static_cast<float>(intensityThreshold);
+    Settings::forEachSetting<&Settings::Places::presets>([&](auto row) { setInPreset(row, preset, row.get(*this)); });
     presets.push_back(preset);
     writePreset();
 }
@@ -94,18 +88,12 @@ void ktAmbientOcclusion::addDefaultPresets() {
     for (const BuiltInPreset& builtIn : builtInPresets) {
         AOPreset preset;
         preset.name = tr(builtIn.name).toUtf8().toStdString();
+        Settings::forEachSetting<&Settings::Places::presets>([&](auto row) { setInPreset(row, preset, row.initial); });
         preset.quality = builtIn.quality;
-        preset.minDistance = 1.0f;
-        preset.maxDistance = 3000.0f;
         preset.indirect = builtIn.indirect;
         preset.indirectQuality = builtIn.indirectQuality;
-        preset.materialOverride = true;
-        preset.materialColor = osg::Color3f(0.7f, 0.7f, 0.7f);
-        preset.colorBleeding = false;
-        preset.numIndirections = 1;
         preset.subdivision = builtIn.subdivision;
         preset.subdivisionQuality = builtIn.subdivisionQuality;
-        preset.minEdgeLength = 1.0f;
         preset.intensityThreshold = builtIn.intensityThreshold;
         presets.push_back(preset);
     }

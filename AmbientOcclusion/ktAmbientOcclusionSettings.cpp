@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The setters and the two slots that their commands call.
+// The getters, the setters and the two slots that their commands call.
 #include "ktAmbientOcclusion.h"
 #include "ktInvokePValUndoCommand.h"
 #include "ktUndoStack.h"
@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr double smallestIntensityThreshold = 0.0075;
 constexpr float colorTolerance = 1e-6f;
 
 bool componentsEqual(float a, float b) {
@@ -29,6 +28,49 @@ int samplesOf(int quality, std::initializer_list<int> levels, int other) {
 }
 
 } // namespace
+
+int ktAmbientOcclusion::getShadowQuality() const {
+    return shadowQuality;
+}
+float ktAmbientOcclusion::getMinDistance() const {
+    return minDistance;
+}
+float ktAmbientOcclusion::getMaxDistance() const {
+    return maxDistance;
+}
+ktAmbientOcclusion::DirectLightMode ktAmbientOcclusion::getMode() const {
+    return mode;
+}
+bool ktAmbientOcclusion::isIndirectIlluminationEnabled() const {
+    return indirectIllumination;
+}
+int ktAmbientOcclusion::getGatherQuality() const {
+    return gatherQuality;
+}
+int ktAmbientOcclusion::getNumOfIndirections() const {
+    return numOfIndirections;
+}
+bool ktAmbientOcclusion::isColorBleedingEnabled() const {
+    return colorBleeding;
+}
+bool ktAmbientOcclusion::isOverrideMaterialColorEnabled() const {
+    return overrideMaterialColor;
+}
+osg::Color3f ktAmbientOcclusion::getMaterialColor() const {
+    return materialColor;
+}
+bool ktAmbientOcclusion::isSubdivideEnabled() const {
+    return subdivide;
+}
+int ktAmbientOcclusion::getSubdivisionQuality() const {
+    return subdivisionQuality;
+}
+double ktAmbientOcclusion::getMinEdgeLength() const {
+    return minEdgeLength;
+}
+double ktAmbientOcclusion::getIntensityThreshold() const {
+    return intensityThreshold;
+}
 
 void ktAmbientOcclusion::setShadowQuality(int quality) {
     if (quality != shadowQuality)
@@ -105,8 +147,9 @@ void ktAmbientOcclusion::setMinEdgeLength(double length) {
 }
 
 void ktAmbientOcclusion::setIntensityThreshold(double threshold) {
-    if (!(threshold >= smallestIntensityThreshold)) // a NaN as well
-        threshold = smallestIntensityThreshold;
+    constexpr double least = ktAmbientOcclusionSettings::IntensityThreshold::range.least;
+    if (!(threshold >= least)) // a NaN as well
+        threshold = least;
     if (threshold != intensityThreshold)
         pushChange(tr("Ambient Occlusion Intensity Threshold"), threshold, this, "intensityThresholdChanged(double)",
                    intensityThreshold);

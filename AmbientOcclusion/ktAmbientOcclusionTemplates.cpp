@@ -8,14 +8,19 @@
 #include "ktMessageRW.h"
 #include "ktPreferences.h"
 
+#include <type_traits>
+#include <utility>
+
 namespace {
+
+namespace Settings = ktAmbientOcclusionSettings;
 
 std::string templatesPath() {
     return (ktPreferences::getPreferencesDir() + "aotemplates.xml").toUtf8().toStdString();
 }
 
 template <class T, class GetField>
-void setColumn(ktMessage& message, const char* name, const std::vector<AOPreset>& presets, GetField getField) {
+void setColumn(ktMessage& message, const std::string& name, const std::vector<AOPreset>& presets, GetField getField) {
     std::vector<T> column;
     column.reserve(presets.size());
     for (const AOPreset& preset : presets)
@@ -27,7 +32,7 @@ void setColumn(ktMessage& message, const char* name, const std::vector<AOPreset>
 template <class T>
 class Column {
 public:
-    Column(const ktMessage& message, const char* name, T entryWhenMissing) : whenMissing(entryWhenMissing) {
+    Column(const ktMessage& message, const std::string& name, T entryWhenMissing) : whenMissing(entryWhenMissing) {
         getFromMessage(message, name, entries);
     }
     T operator[](std::size_t index) const { return index < entries.size() ? T(entries[index]) : whenMissing; }
@@ -37,6 +42,45 @@ private:
     T whenMissing;
 };
 
+template <class T, class SetField>
+void getColumn(const ktMessage& message, const std::string& name, T entryWhenMissing, std::vector<AOPreset>& presets,
+               SetField setField) {
+    const Column<T> column(message, name, entryWhenMissing);
+    for (std::size_t i = 0; i < presets.size(); ++i)
+        setField(presets[i], column[i]);
+}
+
+// A colour has three columns, with these ends.
+constexpr const char* components[] = {"R", "G", "B"};
+
+/// Type of a setting in a preset.
+template <class Row>
+using Member = std::decay_t<decltype(Row::inPreset(std::declval<AOPreset&>()))>;
+
+template <class Row>
+void setColumns(ktMessage& message, Row row, const std::vector<AOPreset>& presets) {
+    if constexpr (std::is_same_v<Member<Row>, osg::Color3f>)
+        for (osg::UInt32 c = 0; c < 3; ++c)
+            setColumn<float>(message, row.names.column + std::string(components[c]), presets,
+                             [row, c](const AOPreset& preset) { return row.inPreset(preset)[c]; });
+    else
+        setColumn<Member<Row>>(message, row.names.column, presets,
+                               [row](const AOPreset& preset) { return row.inPreset(preset); });
+}
+
+template <class Row>
+void getColumns(const ktMessage& message, Row row, std::vector<AOPreset>& presets) {
+    if constexpr (std::is_same_v<Member<Row>, osg::Color3f>) {
+        const osg::Color3f whenMissing = row.fileFallback;
+        for (osg::UInt32 c = 0; c < 3; ++c)
+            getColumn<float>(message, row.names.column + std::string(components[c]), whenMissing[c], presets,
+                             [row, c](AOPreset& preset, float entry) { row.inPreset(preset)[c] = entry; });
+    } else {
+        getColumn<Member<Row>>(message, row.names.column, row.fileFallback, presets,
+                               [row](AOPreset& preset, Member<Row> entry) { row.inPreset(preset) = entry; });
+    }
+}
+
 } // namespace
 
 void ktAmbientOcclusion::writePreset() {
@@ -44,21 +88,7 @@ void ktAmbientOcclusion::writePreset() {
     ktMessage message;
     message.set("AOPreset", static_cast<unsigned long>(presets.size()), true);
     setColumn<std::string>(message, "name", presets, [](const AOPreset& p) { return p.name; });
-    setColumn<int>(message, "quality", presets, [](const AOPreset& p) { return p.quality; });
-    setColumn<float>(message, "minDistance", presets, [](const AOPreset& p) { return p.minDistance; });
-    setColumn<float>(message, "maxDistance", presets, [](const AOPreset& p) { return p.maxDistance; });
-    setColumn<bool>(message, "indirect", presets, [](const AOPreset& p) { return p.indirect; });
-    setColumn<int>(message, "indirectQuality", presets, [](const AOPreset& p) { return p.indirectQuality; });
-    setColumn<bool>(message, "colorBleeding", presets, [](const AOPreset& p) { return p.colorBleeding; });
-    setColumn<bool>(message, "materialOverride", presets, [](const AOPreset& p) { return p.materialOverride; });
-    setColumn<float>(message, "materialColorR", presets, [](const AOPreset& p) { return p.materialColor[0]; });
-    setColumn<float>(message, "materialColorG", presets, [](const AOPreset& p) { return p.materialColor[1]; });
-    setColumn<float>(message, "materialColorB", presets, [](const AOPreset& p) { return p.materialColor[2]; });
-    setColumn<int>(message, "numIndirections", presets, [](const AOPreset& p) { return p.numIndirections; });
-    setColumn<bool>(message, "subdivision", presets, [](const AOPreset& p) { return p.subdivision; });
-    setColumn<int>(message, "subdivisionQuality", presets, [](const AOPreset& p) { return p.subdivisionQuality; });
-    setColumn<float>(message, "minEdgeLength", presets, [](const AOPreset& p) { return p.minEdgeLength; });
-    setColumn<float>(message, "intensityThreshold", presets, [](const AOPreset& p) { return p.intensityThreshold; });
+    Settings::forEachSetting<&Settings::Places::texts>([&](auto row) { setColumns(message, row, presets); });
     if (!ktMessageRW::write(message, path.c_str()))
         ktLog::error("Couldn't write ambient occlusion templates file!");
 }
@@ -79,44 +109,14 @@ void ktAmbientOcclusion::readPreset() {
     getFromMessage(message, "AOPreset", count);
     std::vector<std::string> names;
     const bool hasNames = getFromMessage(message, "name", names);
-    const Column<int> quality(message, "quality", 2);
-    const Column<float> minDistances(message, "minDistance", 1.0f);
-    const Column<float> maxDistances(message, "maxDistance", 3000.0f);
-    const Column<bool> indirect(message, "indirect", false);
-    const Column<int> indirectQuality(message, "indirectQuality", 2);
-    const Column<bool> colorBleedings(message, "colorBleeding", false);
-    const Column<bool> materialOverride(message, "materialOverride", false);
-    const Column<float> red(message, "materialColorR", 0.7f);
-    const Column<float> green(message, "materialColorG", 0.7f);
-    const Column<float> blue(message, "materialColorB", 0.7f);
-    const Column<int> numIndirections(message, "numIndirections", 1);
-    const Column<bool> subdivision(message, "subdivision", false);
-    const Column<int> subdivisionQualities(message, "subdivisionQuality", 0);
-    const Column<float> minEdgeLengths(message, "minEdgeLength", 5.0f);
-    const Column<float> intensityThresholds(message, "intensityThreshold", 0.05f);
+    std::vector<AOPreset> stored(names.size());
+    Settings::forEachSetting<&Settings::Places::texts>([&](auto row) { getColumns(message, row, stored); });
     if (!hasNames) {
         ktLog::error("Couldn't read ambient occlusion templates file!");
         return;
     }
 
-    presets.clear();
-    presets.reserve(names.size());
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        AOPreset preset;
-        preset.name = std::move(names[i]);
-        preset.quality = quality[i];
-        preset.minDistance = minDistances[i];
-        preset.maxDistance = maxDistances[i];
-        preset.indirect = indirect[i];
-        preset.indirectQuality = indirectQuality[i];
-        preset.materialOverride = materialOverride[i];
-        preset.materialColor = osg::Color3f(red[i], green[i], blue[i]);
-        preset.colorBleeding = colorBleedings[i];
-        preset.numIndirections = numIndirections[i];
-        preset.subdivision = subdivision[i];
-        preset.subdivisionQuality = subdivisionQualities[i];
-        preset.minEdgeLength = minEdgeLengths[i];
-        preset.intensityThreshold = intensityThresholds[i];
-        presets.push_back(std::move(preset));
-    }
+    for (std::size_t i = 0; i < names.size(); ++i)
+        stored[i].name = std::move(names[i]);
+    presets = std::move(stored);
 }

@@ -5,39 +5,36 @@
 
 #include <clocale>
 #include <cstdlib>
+#include <type_traits>
 
 namespace ktAmbientOcclusionInternal {
 
 namespace {
 
-// In the order in which they are written and deleted.
-constexpr const char* keys[] = {"AOShadowQuality",
-                                "AOMinDistance",
-                                "AOMaxDistance",
-                                "AOIndirectIllumination",
-                                "AOIndirectIlluminationQuality",
-                                "AOColorBleeding",
-                                "AOMaterialColorOverride",
-                                "AOMaterialColorR",
-                                "AOMaterialColorG",
-                                "AOMaterialColorB",
-                                "AONumIndirections",
-                                "AOSubdivision",
-                                "AOSubdivisionQuality",
-                                "AOMinEdgeLength",
-                                "AOIntensityThreshold"};
+namespace Settings = ktAmbientOcclusionSettings;
+
+// A colour has three keys, with these ends.
+constexpr const char* components[] = {"R", "G", "B"};
 
 std::string latin1(const QString& text) {
     return std::string(text.toLatin1().constData());
 }
-std::string textOf(int value) {
-    return latin1(QString::number(value, 10));
+
+void write(const osg::ValuePairPtr& values, const std::string& key, int value) {
+    values->set(key, latin1(QString::number(value, 10)));
 }
-std::string textOf(double value) {
-    return latin1(QString::number(value, 'g', 6));
+void write(const osg::ValuePairPtr& values, const std::string& key, double value) {
+    values->set(key, latin1(QString::number(value, 'g', 6)));
 }
-std::string textOf(bool value) {
-    return value ? "true" : "false";
+void write(const osg::ValuePairPtr& values, const std::string& key, float value) {
+    write(values, key, static_cast<double>(value));
+}
+void write(const osg::ValuePairPtr& values, const std::string& key, bool value) {
+    values->set(key, value ? "true" : "false");
+}
+void write(const osg::ValuePairPtr& values, const std::string& key, const osg::Color3f& value) {
+    for (osg::UInt32 i = 0; i < 3; ++i)
+        write(values, key + components[i], value[i]);
 }
 
 // Reads like atof, but never with the user's decimal comma: the texts are written with a point everywhere.
@@ -46,75 +43,64 @@ double realOf(const std::string& text) {
     return strtod_l(text.c_str(), nullptr, neutral);
 }
 
-void load(const osg::ValuePairPtr& values, const char* key, ktAmbientOcclusion& controller,
-          void (ktAmbientOcclusion::*set)(int)) {
-    std::string text;
-    if (values->get(key, text))
-        (controller.*set)(std::atoi(text.c_str()));
+void parse(const std::string& text, int& value) {
+    value = std::atoi(text.c_str());
 }
-
-void load(const osg::ValuePairPtr& values, const char* key, ktAmbientOcclusion& controller,
-          void (ktAmbientOcclusion::*set)(bool)) {
-    std::string text;
-    if (values->get(key, text))
-        (controller.*set)(text == "true");
+void parse(const std::string& text, bool& value) {
+    value = text == "true";
 }
-
 template <class Real>
-void load(const osg::ValuePairPtr& values, const char* key, ktAmbientOcclusion& controller,
-          void (ktAmbientOcclusion::*set)(Real)) {
+void parse(const std::string& text, Real& value) {
+    value = static_cast<Real>(realOf(text));
+}
+
+// Reading: false, and the value stays, when a key is absent.
+template <class Value>
+bool read(const osg::ValuePairPtr& values, const std::string& key, Value& value) {
     std::string text;
-    if (values->get(key, text))
-        (controller.*set)(static_cast<Real>(realOf(text)));
+    if (!values->get(key, text))
+        return false;
+    parse(text, value);
+    return true;
+}
+bool read(const osg::ValuePairPtr& values, const std::string& key, osg::Color3f& value) {
+    osg::Color3f color;
+    for (osg::UInt32 i = 0; i < 3; ++i)
+        if (!read(values, key + components[i], color[i]))
+            return false;
+    value = color;
+    return true;
+}
+
+template <class Row>
+void erase(const osg::ValuePairPtr& values, Row row) {
+    const std::string key = row.names.textKey;
+    if constexpr (std::is_base_of_v<Settings::Color, Row>)
+        for (const char* component : components)
+            values->del(key + component);
+    else
+        values->del(key);
 }
 
 } // namespace
 
 void writeTextSettings(const ktAmbientOcclusion& controller, const osg::ValuePairPtr& values) {
-    const osg::Color3f color = controller.getMaterialColor();
-    const std::string texts[] = {textOf(controller.getShadowQuality()),
-                                 textOf(double(controller.getMinDistance())),
-                                 textOf(double(controller.getMaxDistance())),
-                                 textOf(controller.isIndirectIlluminationEnabled()),
-                                 textOf(controller.getGatherQuality()),
-                                 textOf(controller.isColorBleedingEnabled()),
-                                 textOf(controller.isOverrideMaterialColorEnabled()),
-                                 textOf(double(color[0])),
-                                 textOf(double(color[1])),
-                                 textOf(double(color[2])),
-                                 textOf(controller.getNumOfIndirections()),
-                                 textOf(controller.isSubdivideEnabled()),
-                                 textOf(controller.getSubdivisionQuality()),
-                                 textOf(controller.getMinEdgeLength()),
-                                 textOf(controller.getIntensityThreshold())};
-    static_assert(sizeof(texts) / sizeof(*texts) == sizeof(keys) / sizeof(*keys));
-    for (std::size_t i = 0; i < sizeof(keys) / sizeof(*keys); ++i)
-        values->set(keys[i], texts[i]);
+    Settings::forEachSetting<&Settings::Places::texts>(
+        [&](auto row) { write(values, row.names.textKey, row.get(controller)); });
 }
 
 void eraseTextSettings(const osg::ValuePairPtr& values) {
-    for (const char* key : keys)
-        values->del(key);
+    Settings::forEachSetting<&Settings::Places::texts>([&](auto row) { erase(values, row); });
 }
 
 void loadTextSettings(ktAmbientOcclusion& controller, const osg::ValuePairPtr& values) {
-    using Controller = ktAmbientOcclusion;
-    load(values, "AOShadowQuality", controller, &Controller::setShadowQuality);
-    load(values, "AOMinDistance", controller, &Controller::setMinDistance);
-    load(values, "AOMaxDistance", controller, &Controller::setMaxDistance);
-    load(values, "AOIndirectIllumination", controller, &Controller::setIndirectIlluminationEnabled);
-    load(values, "AOIndirectIlluminationQuality", controller, &Controller::setGatherQuality);
-    load(values, "AONumIndirections", controller, &Controller::setNumOfIndirections);
-    load(values, "AOColorBleeding", controller, &Controller::setColorBleedingEnabled);
-    load(values, "AOMaterialColorOverride", controller, &Controller::setOverrideMaterialColorEnabled);
-    std::string r, g, b;
-    if (values->get("AOMaterialColorR", r) && values->get("AOMaterialColorG", g) && values->get("AOMaterialColorB", b))
-        controller.setMaterialColor(static_cast<float>(realOf(r)), static_cast<float>(realOf(g)),
-                                    static_cast<float>(realOf(b)));
-    load(values, "AOSubdivision", controller, &Controller::setSubdivideEnabled);
-    load(values, "AOSubdivisionQuality", controller, &Controller::setSubdivisionQuality);
-    load(values, "AOMinEdgeLength", controller, &Controller::setMinEdgeLength);
-    load(values, "AOIntensityThreshold", controller, &Controller::setIntensityThreshold);
+    Settings::forEachSetting([&](auto row) {
+        if constexpr (row.places.texts > 0) {
+            auto value = row.get(controller);
+            if (read(values, row.names.textKey, value))
+                row.set(controller, value);
+        }
+    });
 }
 
 } // namespace ktAmbientOcclusionInternal

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <iterator>
 #include <limits>
 #include <QString>
 
@@ -18,11 +19,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr double minIntensityThreshold = 0.0075;
-constexpr int maxBounces = 100;
+namespace Settings = ktAmbientOcclusionSettings;
 
 std::string number(double value) {
     return QString::number(value, 'g', 6).toStdString();
+}
+
+template <class Row>
+std::string optionOf(Row row) {
+    return std::string("--") + row.names.option;
 }
 
 /// A finite number and nothing behind it, whatever the locale; empty when the text is something else.
@@ -77,9 +82,7 @@ public:
     void addAll() & {
         addFiles();
         addSelection();
-        addDirect();
-        addIndirect();
-        addRefinement();
+        addSettings();
         addPresets();
         addRun();
     }
@@ -171,65 +174,76 @@ private:
             ->needs("--clear");
     }
 
-    void addDirect() {
-        group = "Shadows";
-        value("--shadow-quality", options.shadowQuality, "more rays a vertex: 64, 256, 1024, 2304, 4096, 16384", "0..5",
-              std::to_string(defaults.getShadowQuality()))
-            ->check(CLI::Range(0, 5));
-        const std::string distance = "MM|PERCENT%";
-        parsed("--min-distance", options.minDistance, parseDistance, "nearer surfaces do not occlude", distance,
-               number(defaults.getMinDistance()));
-        parsed("--max-distance", options.maxDistance, parseDistance, "farther surfaces do not occlude", distance,
-               number(defaults.getMaxDistance()));
-        static const std::vector<std::string> modes = {"classic", "shadows", "light-and-shadows"};
+    void addSettings() {
+        Settings::forEachSetting<&Settings::Places::options>([this](auto row) {
+            group = row.group;
+            addSetting(row, row);
+        });
+    }
+
+    // One option a setting. The second argument picks the overload for the setting's kind.
+
+    template <class Row>
+    void addSetting(Row row, Settings::Integer) {
+        const int least = static_cast<int>(row.range.least), most = static_cast<int>(row.range.most);
+        const std::string range = std::to_string(least) + ".." + std::to_string(most);
+        value(optionOf(row).c_str(), options.given(row), row.help, row.argument ? row.argument : range,
+              std::to_string(row.get(defaults)) + row.initialNote)
+            ->check(CLI::Range(least, most));
+    }
+
+    template <class Row>
+    void addSetting(Row row, Settings::Choice) {
+        const std::vector<std::string> choices(std::begin(row.choices), std::end(row.choices));
+        std::optional<int>& target = options.given(row);
         finish(app.add_option_function<std::string>(
-                   "--mode",
-                   [this](const std::string& mode) {
-                       options.mode = static_cast<int>(std::find(modes.begin(), modes.end(), mode) - modes.begin());
+                   optionOf(row),
+                   [&target, choices](const std::string& choice) {
+                       target = static_cast<int>(std::find(choices.begin(), choices.end(), choice) - choices.begin());
                    },
-                   "the sky alone; the scene's lights as well; their colours too"),
-               "classic|shadows|light-and-shadows", modes.at(static_cast<size_t>(defaults.getMode())))
-            ->check(CLI::IsMember(modes));
+                   row.help),
+               CLI::detail::join(choices, "|"), choices.at(static_cast<size_t>(row.get(defaults))))
+            ->check(CLI::IsMember(choices));
     }
 
-    void addIndirect() {
-        group = "Indirect light";
-        onOff("indirect", options.indirect, "bounced light", defaults.isIndirectIlluminationEnabled());
-        value("--gather-quality", options.gatherQuality, "more rays a vertex and bounce: 64, 256, 576, 1024, 2304",
-              "0..4", std::to_string(defaults.getGatherQuality()) + ", with 1024 rays")
-            ->check(CLI::Range(0, 4));
-        value("--bounces", options.bounces, "how often light bounces", "INT",
-              std::to_string(defaults.getNumOfIndirections()))
-            ->check(CLI::Range(0, maxBounces));
-        onOff("color-bleeding", options.colorBleeding, "bounced light takes the surfaces' colours",
-              defaults.isColorBleedingEnabled());
-        const osg::Color3f color = defaults.getMaterialColor();
-        parsed("--override-color", options.overrideColorValue, parseColor,
-               "one colour for all surfaces that light bounces off", "R,G,B",
+    template <class Row>
+    void addSetting(Row row, Settings::Switch) {
+        onOff(row.names.option, options.given(row), row.help, row.get(defaults));
+    }
+
+    template <class Row, class Value>
+    void addSetting(Row row, Settings::Length<Value>) {
+        parsed(optionOf(row), options.given(row), parseDistance, row.help, "MM|PERCENT%", number(row.get(defaults)));
+    }
+
+    template <class Row>
+    void addSetting(Row row, Settings::Real) {
+        const auto parse = [row](const std::string& option, const std::string& text) {
+            const std::optional<double> value = parseNumber(text);
+            if (!value || *value < row.range.least || *value > row.range.most)
+                throw CLI::ValidationError(
+                    option, "a number from " + number(row.range.least) +
+                                (std::isinf(row.range.most) ? std::string(" on") : " to " + number(row.range.most)));
+            return *value;
+        };
+        parsed(optionOf(row), options.given(row), parse, row.help, "FLOAT", number(row.get(defaults)));
+    }
+
+    template <class Row>
+    void addSetting(Row row, Settings::Color) {
+        const osg::Color3f color = row.get(defaults);
+        parsed(optionOf(row), options.given(row), parseColor, row.help, "R,G,B",
                number(color[0]) + "," + number(color[1]) + "," + number(color[2]));
-        flag(
-            "--no-override-color", [this] { options.overrideColor = false; },
-            "light bounces off the surfaces' own colours")
-            ->excludes("--override-color");
     }
 
-    void addRefinement() {
-        group = "Refinement";
-        onOff("subdivide", options.subdivide, "add vertices where the light changes", defaults.isSubdivideEnabled());
-        value("--subdivision-quality", options.subdivisionQuality, "finer: at most 2, 4 or 6 rounds", "0..2",
-              std::to_string(defaults.getSubdivisionQuality()))
-            ->check(CLI::Range(0, 2));
-        parsed("--min-edge-length", options.minEdgeLength, parseDistance, "shorter edges stay whole", "MM|PERCENT%",
-               number(defaults.getMinEdgeLength()));
-        parsed(
-            "--intensity-threshold", options.intensityThreshold,
-            [](const std::string& option, const std::string& text) {
-                const std::optional<double> threshold = parseNumber(text);
-                if (!threshold || *threshold < minIntensityThreshold)
-                    throw CLI::ValidationError(option, "a number from " + number(minIntensityThreshold) + " on");
-                return *threshold;
-            },
-            "change of light across an edge that splits it", "FLOAT", number(defaults.getIntensityThreshold()));
+    /// Giving a colour switches this on, so there is only an option that switches it off. The colour's option comes
+    /// before it.
+    template <class Row>
+    void addSetting(Row row, Settings::OverrideMaterialColor) {
+        const std::string colorOption = Settings::MaterialColor::names.option;
+        flag(
+            "--no-" + colorOption, [this] { options.overrideColor = false; }, row.help)
+            ->excludes("--" + colorOption);
     }
 
     void addPresets() {
@@ -303,8 +317,11 @@ void checkTogether(ktBakeOptions& options) {
     const auto &nearest = options.minDistance, &farthest = options.maxDistance;
     if (nearest && farthest && nearest->isPercent == farthest->isPercent && nearest->value >= farthest->value)
         throw CLI::ValidationError("--min-distance", "must be smaller than --max-distance");
-    if (options.minEdgeLength && options.minEdgeLength->value <= 0)
-        throw CLI::ValidationError("--min-edge-length", "must be above 0");
+    Settings::forEachSetting([&options](auto row) {
+        if constexpr (row.isLeastExcluded)
+            if (options.given(row) && options.given(row)->value <= row.range.least)
+                throw CLI::ValidationError(optionOf(row), "must be above " + number(row.range.least));
+    });
 }
 
 } // namespace

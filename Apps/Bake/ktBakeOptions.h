@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktAmbientOcclusionSettings.h"
 #include "ktTracerFactory.h"
 
 #include <array>
@@ -17,6 +18,14 @@ struct ktBakeDistance {
     double inWorldUnits(double sceneDiagonal) const { return isPercent ? value / 100 * sceneDiagonal : value; }
 };
 
+// The type that an option's value has, by the kind of the setting. Never called.
+int ktBakeValueOf(ktAmbientOcclusionSettings::Integer); ///< of a Choice: the number of the choice
+bool ktBakeValueOf(ktAmbientOcclusionSettings::Switch);
+double ktBakeValueOf(ktAmbientOcclusionSettings::Real);
+template <class Value>
+ktBakeDistance ktBakeValueOf(ktAmbientOcclusionSettings::Length<Value>);
+std::array<float, 3> ktBakeValueOf(ktAmbientOcclusionSettings::Color); ///< linear red, green, blue, 0 to 1
+
 /// What to remove instead of baking.
 enum class ktBakeClear { Nothing, Shadows, Indirect };
 
@@ -26,18 +35,17 @@ struct ktBakeOptions {
     std::string scene;  ///< may be empty only when listing or deleting presets, or saving one
     std::string output; ///< never empty when `scene` is not: SCENE-baked.glb beside the scene unless given
 
-    std::optional<int> shadowQuality; ///< 0 to 5
-    std::optional<ktBakeDistance> minDistance, maxDistance;
-    std::optional<int> mode; ///< 0 classic, 1 shadows, 2 light and shadows
-    std::optional<bool> indirect;
-    std::optional<int> gatherQuality; ///< 0 to 4
-    std::optional<int> bounces;       ///< 0 to 100
-    std::optional<bool> colorBleeding, overrideColor;
-    std::optional<std::array<float, 3>> overrideColorValue; ///< linear red, green, blue, 0 to 1
-    std::optional<bool> subdivide;
-    std::optional<int> subdivisionQuality;       ///< 0 to 2
-    std::optional<ktBakeDistance> minEdgeLength; ///< above 0
-    std::optional<double> intensityThreshold;    ///< at least 0.0075
+    // One member for each setting, such as std::optional<int> shadowQuality, and given(row) for loops over the rows.
+#define KT_OPTION(Row, member)                                                                                         \
+    std::optional<decltype(ktBakeValueOf(ktAmbientOcclusionSettings::Row()))> member;                                  \
+    auto& given(ktAmbientOcclusionSettings::Row) {                                                                     \
+        return member;                                                                                                 \
+    }                                                                                                                  \
+    const auto& given(ktAmbientOcclusionSettings::Row) const {                                                         \
+        return member;                                                                                                 \
+    }
+    KT_AMBIENT_OCCLUSION_SETTINGS(KT_OPTION)
+#undef KT_OPTION
 
     std::string preset, savePreset, deletePreset; ///< names; empty: not given
     bool listPresets = false;

@@ -8,6 +8,38 @@
 #include "ktLog.h"
 
 #include <QJsonArray>
+#include <type_traits>
+
+namespace {
+
+namespace Settings = ktAmbientOcclusionSettings;
+
+/// The plug-in's value for what an option gives.
+template <class Row, class Given>
+typename Row::Value settingOf(Row, const Given& given, double) {
+    return given;
+}
+template <class Row>
+typename Row::Value settingOf(Row, const ktBakeDistance& given, double sceneDiagonal) {
+    return static_cast<typename Row::Value>(given.inWorldUnits(sceneDiagonal));
+}
+template <class Row>
+typename Row::Value settingOf(Row, const std::array<float, 3>& given, double) {
+    return {given[0], given[1], given[2]};
+}
+
+/// A value for the statistics.
+template <class Row>
+QJsonValue describe(Row row, const typename Row::Value& value) {
+    if constexpr (std::is_base_of_v<Settings::Choice, Row>)
+        return row.choices[value];
+    else if constexpr (std::is_base_of_v<Settings::Color, Row>)
+        return QJsonArray{static_cast<double>(value[0]), static_cast<double>(value[1]), static_cast<double>(value[2])};
+    else
+        return value;
+}
+
+} // namespace
 
 int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode, double sceneDiagonal) {
     ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
@@ -23,39 +55,14 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
     if (settingsNode != osg::NullFC)
         plugin->loadFromNode(settingsNode);
 
-    if (options.shadowQuality)
-        plugin->setShadowQuality(*options.shadowQuality);
-    if (options.minDistance)
-        plugin->setMinDistance(static_cast<float>(options.minDistance->inWorldUnits(sceneDiagonal)));
-    if (options.maxDistance)
-        plugin->setMaxDistance(static_cast<float>(options.maxDistance->inWorldUnits(sceneDiagonal)));
-    if (options.mode)
-        plugin->setMode(static_cast<ktAmbientOcclusion::DirectLightMode>(*options.mode));
-    if (options.indirect)
-        plugin->setIndirectIlluminationEnabled(*options.indirect);
-    if (options.gatherQuality) {
-        // The number of rays follows the quality from its first change on, and what was asked for may be what it is.
-        plugin->setGatherQuality(*options.gatherQuality == 0 ? 1 : 0);
-        plugin->setGatherQuality(*options.gatherQuality);
-    }
-    if (options.bounces)
-        plugin->setNumOfIndirections(*options.bounces);
-    if (options.colorBleeding)
-        plugin->setColorBleedingEnabled(*options.colorBleeding);
-    if (options.overrideColor)
-        plugin->setOverrideMaterialColorEnabled(*options.overrideColor);
-    if (options.overrideColorValue) {
-        const auto& color = *options.overrideColorValue;
-        plugin->setMaterialColor(color[0], color[1], color[2]);
-    }
-    if (options.subdivide)
-        plugin->setSubdivideEnabled(*options.subdivide);
-    if (options.subdivisionQuality)
-        plugin->setSubdivisionQuality(*options.subdivisionQuality);
-    if (options.minEdgeLength)
-        plugin->setMinEdgeLength(options.minEdgeLength->inWorldUnits(sceneDiagonal));
-    if (options.intensityThreshold)
-        plugin->setIntensityThreshold(*options.intensityThreshold);
+    Settings::forEachSetting([&](auto row) {
+        const auto& given = options.given(row);
+        if (!given)
+            return;
+        if constexpr (row.needsAChange)
+            row.set(*plugin, *given == row.range.least ? *given + 1 : *given - 1);
+        row.set(*plugin, settingOf(row, *given, sceneDiagonal));
+    });
 
     if (!(plugin->getMinDistance() < plugin->getMaxDistance())) {
         ktLog::error("The minimum distance (%g mm) must be smaller than the maximum distance (%g mm).",
@@ -86,21 +93,7 @@ void warnAboutSettings() {
 
 QJsonObject describeSettings() {
     const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
-    static const char* const modes[] = {"classic", "shadows", "light-and-shadows"};
-    const osg::Color3f color = plugin.getMaterialColor();
-    return {{"shadow-quality", plugin.getShadowQuality()},
-            {"min-distance", static_cast<double>(plugin.getMinDistance())},
-            {"max-distance", static_cast<double>(plugin.getMaxDistance())},
-            {"mode", modes[plugin.getMode()]},
-            {"indirect", plugin.isIndirectIlluminationEnabled()},
-            {"gather-quality", plugin.getGatherQuality()},
-            {"bounces", plugin.getNumOfIndirections()},
-            {"color-bleeding", plugin.isColorBleedingEnabled()},
-            {"override", plugin.isOverrideMaterialColorEnabled()},
-            {"override-color",
-             QJsonArray{static_cast<double>(color[0]), static_cast<double>(color[1]), static_cast<double>(color[2])}},
-            {"subdivide", plugin.isSubdivideEnabled()},
-            {"subdivision-quality", plugin.getSubdivisionQuality()},
-            {"min-edge-length", plugin.getMinEdgeLength()},
-            {"intensity-threshold", plugin.getIntensityThreshold()}};
+    QJsonObject settings;
+    Settings::forEachSetting([&](auto row) { settings.insert(row.names.option, describe(row, row.get(plugin))); });
+    return settings;
 }

@@ -5,6 +5,8 @@
 
 namespace {
 
+namespace Settings = ktAmbientOcclusionSettings;
+
 class ScriptedAmbientOcclusion : public ktScriptedPlugin {
 public:
     bool start(bool missingOnly) override { return plugin.startCalculation(missingOnly); }
@@ -12,25 +14,10 @@ public:
     bool needsPictures() const override { return plugin.isIndirectIlluminationEnabled(); }
 
     std::vector<Setting> getSettings() const override {
-        const osg::Color3f color = plugin.getMaterialColor();
-        const auto number = [](float value) { return static_cast<double>(value); };
-        const auto flag = [](bool value) { return value ? 1.0 : 0.0; };
-        return {{"quality", static_cast<double>(plugin.getShadowQuality()), Setting::Integer},
-                {"minDistance", number(plugin.getMinDistance()), Setting::Real},
-                {"maxDistance", number(plugin.getMaxDistance()), Setting::Real},
-                {"indirectIllumination", flag(plugin.isIndirectIlluminationEnabled()), Setting::Switch},
-                {"colorBleeding", flag(plugin.isColorBleedingEnabled()), Setting::Switch},
-                {"gatherQuality", static_cast<double>(plugin.getGatherQuality()), Setting::Integer},
-                {"numIndirections", static_cast<double>(plugin.getNumOfIndirections()), Setting::Integer},
-                {"subdivide", flag(plugin.isSubdivideEnabled()), Setting::Switch},
-                {"minEdgeLength", plugin.getMinEdgeLength(), Setting::Real},
-                {"overrideMaterialColor", flag(plugin.isOverrideMaterialColorEnabled()), Setting::Switch},
-                {"materialColorR", number(color[0]), Setting::Real},
-                {"materialColorG", number(color[1]), Setting::Real},
-                {"materialColorB", number(color[2]), Setting::Real},
-                {"subdivisionQuality", static_cast<double>(plugin.getSubdivisionQuality()), Setting::Integer},
-                {"intensityThreshold", plugin.getIntensityThreshold(), Setting::Real},
-                {"mode", static_cast<double>(plugin.getMode()), Setting::Integer}};
+        std::vector<Setting> settings;
+        Settings::forEachSetting<&Settings::Places::scripts>(
+            [&](auto row) { append(settings, row.names.script, row.get(plugin)); });
+        return settings;
     }
 
     std::vector<std::string> getPresetNames() const override {
@@ -54,6 +41,24 @@ public:
     }
 
 private:
+    static void append(std::vector<Setting>& settings, const std::string& name, int value) {
+        settings.push_back({name, static_cast<double>(value), Setting::Integer});
+    }
+    static void append(std::vector<Setting>& settings, const std::string& name, bool value) {
+        settings.push_back({name, value ? 1.0 : 0.0, Setting::Switch});
+    }
+    static void append(std::vector<Setting>& settings, const std::string& name, double value) {
+        settings.push_back({name, value, Setting::Real});
+    }
+    static void append(std::vector<Setting>& settings, const std::string& name, float value) {
+        append(settings, name, static_cast<double>(value));
+    }
+    static void append(std::vector<Setting>& settings, const std::string& name, const osg::Color3f& value) {
+        append(settings, name + "R", value[0]);
+        append(settings, name + "G", value[1]);
+        append(settings, name + "B", value[2]);
+    }
+
     ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
 };
 

@@ -24,7 +24,7 @@ public:
 
     /// A setting as a script sees it: a number, or true or false.
     struct Setting {
-        const char* name;
+        std::string name;
         double value;
         enum Kind { Integer, Real, Switch } kind;
     };

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
 #include "ktBakeOptions.h"
 #include "ktBakePresets.h"
 #include "ktBakeProgress.h"
+#include "ktBakeSettings.h"
+#include "ktSettingRows.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +30,41 @@ std::string refuse(const std::vector<std::string>& arguments) {
     return testing::internal::GetCapturedStderr();
 }
 
+/// Arguments that give a setting this value.
+template <class Row>
+std::vector<std::string> argumentsFor(Row row, const typename Row::Value& value) {
+    namespace Settings = ktAmbientOcclusionSettings;
+    const std::string option = row.names.option;
+    if constexpr (std::is_same_v<Settings::OverrideMaterialColor, Row>)
+        return {"--no-override-color"};
+    else if constexpr (std::is_base_of_v<Settings::Switch, Row>)
+        return {(value ? "--" : "--no-") + option};
+    else if constexpr (std::is_base_of_v<Settings::Choice, Row>)
+        return {"--" + option, row.choices[value]};
+    else if constexpr (std::is_base_of_v<Settings::Color, Row>)
+        return {"--" + option, testing::PrintToString(value[0]) + "," + testing::PrintToString(value[1]) + "," +
+                                   testing::PrintToString(value[2])};
+    else
+        return {"--" + option, testing::PrintToString(value)};
+}
+
 } // namespace
+
+TEST(Options, GivenEverySettingsOption_ReachesThePlugInAndTheStatistics) {
+    ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    ktAmbientOcclusionSettings::forEachSetting([&](auto row) {
+        std::vector<std::string> arguments = argumentsFor(row, otherThanInitial(row));
+        arguments.insert(arguments.begin(), "a.glb");
+        const ktBakeOptions options = parse(arguments);
+        EXPECT_TRUE(options.given(row)) << row.names.option;
+        const QJsonValue before = describeSettings()[row.names.option];
+        EXPECT_FALSE(before.isUndefined()) << row.names.option;
+        EXPECT_EQ(applySettings(options, osg::NullFC, 1000), ktBakeExit::done) << row.names.option;
+        EXPECT_EQ(row.get(plugin), otherThanInitial(row)) << row.names.option;
+        EXPECT_NE(describeSettings()[row.names.option], before) << row.names.option;
+        row.set(plugin, row.initial);
+    });
+}
 
 TEST(Options, GivenSceneAlone_WritesBesideItAndLeavesEverySettingOpen) {
     const ktBakeOptions options = parse({"some/where/car.obj"});

@@ -2,6 +2,7 @@
 #include "ktNodeMarks.h"
 #include "ktNodePermission.h"
 #include "ktSceneState.h"
+#include "ktSettingRows.h"
 #include "ktTestScene.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 #include "OSGValuePair.h"
@@ -111,6 +112,21 @@ TEST_F(NodeExtras, GivenNewAttachment_WritesAllSettingsInOrder) {
     const auto again = ktOpenTestScene(folder.path("out.glb"));
     EXPECT_EQ(settingsOf(again->getTopNodes()[0])->getMaterialColor(), osg::Color3f(1.0f / 3.0f, 0, 1));
     EXPECT_EQ(settingsOf(again->getTopNodes()[0])->getMinEdgeLength(), 0.05f);
+}
+
+TEST_F(NodeExtras, GivenEverySettingChanged_BringsEachBack) {
+    const auto file = open({{"own", 1}});
+    const SettingsPtr settings = Settings::create();
+    ktAmbientOcclusionSettings::forEachSetting([&](auto row) { row.setOnNode(*settings, otherThanInitial(row)); });
+    file->getTopNodes()[0]->addAttachment(settings);
+    save(*file);
+    const auto again = ktOpenTestScene(folder.path("out.glb"));
+    const SettingsPtr read = settingsOf(again->getTopNodes()[0]);
+    ASSERT_NE(read, osg::NullFC);
+    ktAmbientOcclusionSettings::forEachSetting([&](auto row) {
+        EXPECT_EQ(row.getOnNode(*read), static_cast<typename decltype(row)::Field>(otherThanInitial(row)))
+            << row.names.json;
+    });
 }
 
 TEST_F(NodeExtras, GivenChangedSetting_ChangesThatMemberAlone) {

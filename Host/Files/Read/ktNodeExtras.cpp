@@ -18,25 +18,6 @@ typedef osg::AmbientOcclusionSettingsAttachmentPtr SettingsPtr;
 const char* const settingsKey = "ambientOcclusion";
 const char* const lockKey = "locked";
 
-// Calls visit(name, value) for every setting but the colour, in their order; values are given by reference.
-template <class Visit>
-void forEachSetting(const Settings& settings, const Visit& visit) {
-    visit("mode", settings.getSFMode()->getValue());
-    visit("shadowQuality", settings.getSFShadowQuality()->getValue());
-    visit("minDistance", settings.getSFMinDistance()->getValue());
-    visit("maxDistance", settings.getSFMaxDistance()->getValue());
-    visit("indirectIllumination", settings.getSFIndirectIllumination()->getValue());
-    visit("gatherQuality", settings.getSFGatherQuality()->getValue());
-    visit("numIndirections", settings.getSFNumIndirections()->getValue());
-    visit("colorBleeding", settings.getSFColorBleeding()->getValue());
-    visit("overrideMaterialColor", settings.getSFOverrideMaterialColor()->getValue());
-    visit("materialColor", settings.getSFMaterialColor()->getValue());
-    visit("subdivide", settings.getSFSubdivide()->getValue());
-    visit("subdivisionQuality", settings.getSFSubdivisionQuality()->getValue());
-    visit("minEdgeLength", settings.getSFMinEdgeLength()->getValue());
-    visit("intensityThreshold", settings.getSFIntensityThreshold()->getValue());
-}
-
 // Reading a member: false, and the value stays, when it is absent or of another kind.
 bool take(const ktJson& json, const char* key, osg::Int32& value) {
     const double number = ktJsonNumber(json, key, std::nan(""));
@@ -90,9 +71,10 @@ ktJson jsonOf(const osg::Color3f& value) {
 SettingsPtr settingsFrom(const ktJson& json) {
     const SettingsPtr settings = Settings::create();
     osg::beginEditCP(settings);
-    forEachSetting(*settings, [&](const char* name, const auto& value) {
-        // The fields of a container under edit may be written.
-        take(json, name, const_cast<std::decay_t<decltype(value)>&>(value));
+    ktAmbientOcclusionSettings::forEachSetting([&](auto row) {
+        auto value = row.getOnNode(*settings);
+        if (take(json, row.names.json, value))
+            row.setOnNode(*settings, value);
     });
     osg::endEditCP(settings);
     return settings;
@@ -108,10 +90,11 @@ void writeSettings(ktJson& extras, const SettingsPtr& settings) {
     if (!json || !json->is_object())
         extras[settingsKey] = ktJson::object();
     ktJson& target = extras[settingsKey];
-    forEachSetting(*settings, [&](const char* name, const auto& value) {
+    ktAmbientOcclusionSettings::forEachSetting([&](auto row) {
+        const auto value = row.getOnNode(*settings);
         auto old = value;
-        if (!take(target, name, old) || old != value)
-            target[name] = jsonOf(value);
+        if (!take(target, row.names.json, old) || old != value)
+            target[row.names.json] = jsonOf(value);
     });
 }
 
