@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Chooses the kernel, passes it groups of vertices, and collects the answers.
 #include "ktHemisphereTracer.h"
 
 #include "ktHemisphereKernel.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Ids of triangles over all meshes.
 #include "ktTriangleNumbers.h"
 
 #include <limits>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Splits a triangle by a plane, for Embree's builder.
 #include "ktTriangleSplit.h"
 
 #include "ktBinaryBvh.h"

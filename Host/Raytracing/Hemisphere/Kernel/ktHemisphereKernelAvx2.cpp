@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The kernel for AVX2: vectors of 8 lanes.
 #if !defined(__AVX2__) || !defined(__FMA__)
 #error "this unit needs the compiler options of its instruction set"
 #endif

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Divides a direction set into tiles of neighbours.
 #include "ktTiledDirections.h"
 
 #include <algorithm>
