@@ -6,7 +6,7 @@
 
 namespace {
 
-// A node that was entered, and which of its children are still to be entered.
+// An entered node and its children that are still to be entered.
 struct Frame {
     osg::NodePtr node;
     osg::Matrix toWorld;
@@ -32,7 +32,7 @@ void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
                                const std::function<bool(const ktGeometryInstance&)>& visit) {
     std::vector<Frame> frames;
 
-    // Returns false when the visitor has had enough.
+    // Returns false if visit() did.
     const auto enter = [&](const osg::NodePtr& node, const osg::Matrix& parentToWorld) {
         if (node == osg::NullFC || (which == ktInstances::Visible && !node->getActive()))
             return true;
