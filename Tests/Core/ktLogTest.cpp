@@ -90,7 +90,7 @@ TEST_F(Log, GivenQuiet_StillAnnouncesEveryLine) {
     std::vector<std::pair<int, std::string>> announced;
     QObject::connect(&ktHostSignals::the(), &ktHostSignals::logged, &receiver, [&](int level, const QString& line) {
         announced.emplace_back(level, line.toStdString());
-        ktLog::info("a receiver that logs"); // must not call itself for ever
+        ktLog::info("a receiver that logs"); // must not recurse without end
     });
     ktLog::warning("odd");
     EXPECT_THAT(announced, ElementsAre(Pair(static_cast<int>(ktLogLevel::Warning), "odd")));

@@ -6,12 +6,12 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-/// From the start of the program on large blocks go back to the system when they are freed; else the memory that a test
-/// had before would help it to stay below a limit.
+/// Makes free() return large blocks to the system. Otherwise memory that was freed before the limit was set would not
+/// count towards the limit.
 inline const int ktLargeBlocksAreReturned = mallopt(M_MMAP_THRESHOLD, 128 << 10);
 
-/// For as long as it lives, the process may grow by so many bytes of address space; a larger allocation fails. Does
-/// nothing under the address and thread sanitizers, which map memory of their own without measure.
+/// During its lifetime the process may grow by a given number of bytes of address space; larger allocations fail. Does
+/// nothing under the address and thread sanitizers, which reserve large amounts of memory themselves.
 class ktMemoryLimit {
 public:
     explicit ktMemoryLimit(rlim_t growth_bytes) {

@@ -67,7 +67,7 @@ ktMessageMutator::ktMessageMutator(unsigned seed) : random(seed) {
 }
 
 int ktMessageMutator::below(int bound) {
-    // The distributions of the standard library differ from one to the next; the generator does not.
+    // The distributions of standard libraries differ; the generator does not.
     return bound > 0 ? static_cast<int>(random() % static_cast<unsigned>(bound)) : 0;
 }
 
@@ -100,14 +100,14 @@ void ktMessageMutator::mutate(QByteArray& xml) {
         xml.insert(at, fragments[below(static_cast<int>(std::size(fragments)))]);
         break;
     case 5: {
-        // Most files have small numbers and words in them; change these without breaking the structure.
+        // Most files contain small numbers and words. Change these without breaking the structure.
         const int digit = xml.indexOf('>', at) + 1;
         if (digit > 0 && digit < xml.size() && xml[digit] != '\n')
             xml.insert(digit, static_cast<char>('0' + below(10)));
         break;
     }
     case 6: {
-        // A whole line out, or twice.
+        // Remove or repeat a whole line.
         const int begin = xml.lastIndexOf('\n', at) + 1;
         const int end = xml.indexOf('\n', at) + 1;
         if (end > begin && below(2))

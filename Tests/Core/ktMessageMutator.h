@@ -5,12 +5,12 @@
 #include <random>
 #include <vector>
 
-/// Makes broken templates files out of the good ones in Tests/Fuzz/Seeds. The same seed gives the same files
-/// everywhere.
+/// Makes broken templates files from the valid ones in Tests/Fuzz/Seeds. The same seed gives the same files on every
+/// machine.
 class ktMessageMutator {
 public:
     explicit ktMessageMutator(unsigned seed);
-    /// The next file: one to eight changes to one of the good ones.
+    /// The next file: a valid one with one to eight changes.
     QByteArray next();
 
 private:

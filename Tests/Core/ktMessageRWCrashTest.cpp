@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Processes that are killed, or run out of disk, or save at the same time.
+// Processes that are killed, that run out of disk space, or that save at the same time.
 #include "ktMessageRW.h"
 
 #include "ktLogOutput.h"
@@ -34,7 +34,7 @@ protected:
         fs::remove_all(folder);
     }
 
-    /// A message whose parts all say the same number; of more than a few disk blocks.
+    /// A message, larger than a few disk blocks, whose parts all hold the same number.
     static ktMessage uniform(int value) {
         ktMessage message;
         message.set("first", value, true);
@@ -42,7 +42,7 @@ protected:
         message.set("last", value, true);
         return message;
     }
-    /// The number that all parts of the file say, or -1 when it is missing or torn.
+    /// The number that all parts of the file hold, or -1 if the file is missing or incomplete.
     int readUniform() {
         ktMessage message;
         if (!ktMessageRW::read(message, path.c_str(), ""))
@@ -52,7 +52,7 @@ protected:
                            boost::any_cast<std::vector<int>>(message.get("numbers")) == std::vector<int>(2000, value);
         return whole ? value : -1;
     }
-    /// A process that saves `count` times, with numbers from `first` on; writes a byte to `pipe` after the first save.
+    /// Starts a process that saves the numbers from `first` on and writes a byte to `pipe` after the first save.
     pid_t startSaving(int first, int count, int pipe = -1) {
         const pid_t child = fork();
         if (child == 0) {
@@ -75,7 +75,7 @@ protected:
     std::vector<std::string> log;
 };
 
-/// Exit status of a child; -1 when a signal ended it.
+/// Exit status of a child; -1 if a signal ended it.
 int statusOf(pid_t child) {
     int status = 0;
     waitpid(child, &status, 0);
@@ -102,7 +102,7 @@ TEST_F(MessageRWCrash, GivenKillsAt200RandomMoments_AlwaysLeavesAWholeFile) {
         }
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 8000));
         kill(child, SIGKILL);
-        ASSERT_EQ(statusOf(child), -1) << "the child ended by itself";
+        ASSERT_EQ(statusOf(child), -1) << "the child ended before the kill";
         const int after = readUniform();
         ASSERT_GE(after, before) << "kill " << i;
         advanced += after > before;
@@ -111,11 +111,11 @@ TEST_F(MessageRWCrash, GivenKillsAt200RandomMoments_AlwaysLeavesAWholeFile) {
     close(ends[0]);
     close(ends[1]);
     EXPECT_TRUE(log.empty()) << log.front();
-    // Else the kills missed the saving.
+    // Otherwise most kills did not happen during a save.
     EXPECT_GE(advanced, 100);
     EXPECT_GT(leftBehind, 5);
     ASSERT_TRUE(ktMessageRW::write(uniform(1), path.c_str()));
-    EXPECT_EQ(fileCount(), 1u) << "files of the killed stay";
+    EXPECT_EQ(fileCount(), 1u) << "files of killed processes were not removed";
 }
 
 TEST_F(MessageRWCrash, GivenTwoProcessesAtOnce_LeavesOneWholeFile) {
@@ -135,7 +135,7 @@ TEST_F(MessageRWCrash, GivenTwoProcessesAtOnce_LeavesOneWholeFile) {
 
 TEST_F(MessageRWCrash, GivenFullDisk_LeavesTheOldFileAndNoOther) {
     ASSERT_TRUE(ktMessageRW::write(uniform(3), path.c_str()));
-    // A limit on file sizes stops the writing half-way, as a full disk does.
+    // A limit on the file size stops the writing half-way, as a full disk does.
     rlimit before;
     getrlimit(RLIMIT_FSIZE, &before);
     rlimit small = before;

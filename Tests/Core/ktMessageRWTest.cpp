@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Message files: found, missing, broken, and never lost.
+// Message files: found, missing, broken, and kept.
 #include "ktMessageRW.h"
 
 #include "ktLogOutput.h"
@@ -151,7 +151,7 @@ TEST_F(MessageRW, GivenUnwritableDirectory_LeavesTheOldFileAndSaysWhy) {
     path = (folder / "missing" / "templates.xml").string();
     EXPECT_FALSE(write(6));
     EXPECT_THAT(log, ElementsAre(AllOf(HasSubstr("Couldn't write " + path), HasSubstr("No such file or directory"))));
-    path = "/proc/templates.xml"; // no one, not even root, can make a file there
+    path = "/proc/templates.xml"; // nobody, not even root, can create a file there
     EXPECT_FALSE(write(6));
     path = goodPath;
     EXPECT_EQ(read(), 5);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Texts that are no messages, by mistake or by malice: refused with a place and a reason, cheaply.
+// Texts that are not messages, by mistake or by intent, are rejected cheaply with a position and a reason.
 #include "ktMessageXml.h"
 
 #include "ktMemoryLimit.h"
@@ -16,7 +16,7 @@ QByteArray wrapped(const QByteArray& content) {
     return "<message version=\"1\">\n" + content + "</message>";
 }
 
-/// "line:column: reason" of a refused text.
+/// "line:column: reason" of a rejected text.
 std::string problemOf(const QByteArray& xml) {
     ktMessage message;
     message.set("old", 1, true);
@@ -26,7 +26,7 @@ std::string problemOf(const QByteArray& xml) {
     return std::to_string(problem.line) + ":" + std::to_string(problem.column) + ": " + problem.reason.toStdString();
 }
 
-/// Whether two messages hold the same, by their texts.
+/// Whether two messages have the same text form.
 bool equal(const ktMessage& a, const ktMessage& b) {
     QByteArray textA, textB;
     QString reason;
@@ -75,7 +75,7 @@ TEST(MessageXmlHostile, GivenSlipOfThePen_NamesPlaceAndReason) {
 }
 
 TEST(MessageXmlHostile, GivenTextBehindTheEnd_RefusesItWhereverItBegins) {
-    // The parser gets the text in slices of 64 KiB.
+    // The reader feeds its parser slices of 64 KiB.
     for (int padding = 65490; padding < 65560; ++padding) {
         const QByteArray xml = "<message version='1'><!--" + QByteArray(padding - 41, ' ') + "--></message>";
         EXPECT_THAT(problemOf(xml + "x"), HasSubstr("1:")) << xml.size();
@@ -106,7 +106,7 @@ TEST(MessageXmlHostile, GivenOtherEncodings_RefusesThem) {
     EXPECT_EQ(problemOf("\xEF\xBB\xBF" + wrapped("<!-- €\xE4 -->")), "2:7: not UTF-8 text");
     const QString text = QString::fromUtf8(wrapped(""));
     EXPECT_THAT(problemOf(QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2)), HasSubstr(": "));
-    // What an encoding declaration says is not followed: "+ADw-" would be "<" in UTF-7.
+    // The encoding declaration is ignored: in UTF-7, "+ADw-" would be "<".
     EXPECT_THAT(problemOf("<?xml version='1.0' encoding='UTF-7'?>+ADw-message version='1'/+AD4-"), HasSubstr(": "));
 }
 
@@ -178,7 +178,7 @@ TEST(MessageXmlHostile, GivenTenThousandMutations_ReadsOrRefusesThem) {
         ASSERT_TRUE(ktMessageXml::read(again, back, "", problem)) << "mutation " << i;
         ASSERT_TRUE(equal(message, back)) << "mutation " << i;
     }
-    // Else the mutations are too rough to reach far into the reader, or too tame.
+    // Otherwise the mutations are too strong to reach far into the reader, or too weak.
     EXPECT_GT(accepted, 1000);
     EXPECT_LT(accepted, 9000);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The text form of messages: every type there and back, and what a person may write by hand.
+// The text form of messages: every type is written and read back; texts that a person may write by hand.
 #include "ktMessageXml.h"
 
 #include "ktMessage.h"
@@ -53,7 +53,7 @@ Real fromBits(Bits bits) {
     return value;
 }
 
-/// A message around hand-written content.
+/// Puts hand-written content into a message.
 QByteArray wrapped(const QByteArray& content) {
     return "<message version=\"1\">" + content + "</message>";
 }
@@ -88,7 +88,7 @@ TEST(MessageXml, GivenEveryType_ComesBackAsThatType) {
 
 TEST(MessageXml, GivenAnyFloatBits_ReturnsThemExactly) {
     std::vector<float> values = {0.f, -0.f, 1e-45f, 1.17549421e-38f, 3.40282347e38f, INFINITY, -INFINITY, NAN, -NAN};
-    values.push_back(fromBits<float>(0x7F800001u)); // signalling
+    values.push_back(fromBits<float>(0x7F800001u)); // signalling NaN
     values.push_back(fromBits<float>(0xFFC12345u));
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i)
@@ -118,7 +118,7 @@ TEST(MessageXml, GivenEveryCodePoint_ReturnsItsText) {
         }
         texts.push_back(text.toStdString());
     }
-    // In portions: a message has a bounded size.
+    // In parts, because the size of a message is limited.
     for (std::size_t first = 0; first < texts.size(); first += 8192) {
         const std::vector<std::string> portion(texts.begin() + first,
                                                texts.begin() + std::min(first + 8192, texts.size()));
@@ -128,7 +128,7 @@ TEST(MessageXml, GivenEveryCodePoint_ReturnsItsText) {
 
 TEST(MessageXml, GivenEveryLowCharacterAlone_ReturnsIt) {
     std::vector<std::string> texts;
-    for (int c = 0; c < 256; ++c) { // above 127 these are no UTF-8
+    for (int c = 0; c < 256; ++c) { // bytes above 127 are not UTF-8
         texts.push_back(std::string(1, static_cast<char>(c)));
         texts.push_back("a" + texts.back() + "b");
     }

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Sets an environment variable, or removes it, for the time of one test.
+// Sets or removes an environment variable for one test.
 class Environment {
 public:
     Environment(const char* name, const std::optional<std::string>& value) : variable(name) {

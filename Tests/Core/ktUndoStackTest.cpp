@@ -12,7 +12,7 @@
 
 namespace {
 
-// Puts a value in place, like the settings' commands: undo and redo swap.
+// Sets a value like the commands of the settings: undo and redo swap.
 class SetValue : public ktUndoCommand {
 public:
     SetValue(int newValue, int* target, int commandId, int* deadCommands)
@@ -126,7 +126,7 @@ TEST_F(UndoStack, GivenClear_DeletesCommandsAndLeavesTheValues) {
 }
 
 TEST_F(UndoStack, GivenCommandThatThrows_LogsAndStaysUsable) {
-    static QUndoCommand* thrower = nullptr; // the stack never saw the end of it, so it stays ours
+    static QUndoCommand* thrower = nullptr; // the stack does not own it after an exception
     struct Throw : QUndoCommand {
         void redo() override { throw std::runtime_error("no room"); }
     };

@@ -16,14 +16,14 @@ bool isBelowOne(const ktHouseFile& file, const Folders& folders) {
     return std::any_of(folders.begin(), folders.end(), [&](const std::string& folder) { return file.isBelow(folder); });
 }
 
-/// A folder, and the other folders whose headers its files may include. Both without what is below them.
+/// A folder, and the other folders whose headers its files may include. Subfolders do not count.
 struct Arrow {
     std::string from;
     Folders to;
 };
 
-// Rooms see OpenSG/ and Host/Include/ too. A file below OpenSG/, Host/ or AmbientOcclusion/ needs a row; other files
-// see everything.
+// Folders of Host/ and AmbientOcclusion/ may also include headers of OpenSG/ and Host/Include/. Files below OpenSG/,
+// Host/ or AmbientOcclusion/ need a row; other files may include everything.
 const std::vector<Arrow> arrows = {
     {"OpenSG/", {}},
     {"Host/Include/", {}},
@@ -74,7 +74,7 @@ const std::vector<Arrow> arrows = {
       "Host/Raytracing/"}},
 };
 
-/// The folder of a file, with a '/' at its end.
+/// The folder of a file, with a trailing '/'.
 std::string folderOf(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
 }
@@ -96,7 +96,7 @@ struct Library {
     Folders allowed;
 };
 
-// Tests and benchmarks may compare with any library.
+// Tests and benchmarks may use any of these libraries to compare with.
 const std::vector<Library> libraries = {
     {"Embree", std::regex("embree[34]/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
     {"TBB", std::regex("(oneapi/)?tbb/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
@@ -114,41 +114,41 @@ bool isWindowHeader(const std::string& header, const fs::path& qtIncludeDir) {
 
 } // namespace
 
-std::vector<std::string> findIncludeBreaches(const std::vector<ktHouseFile>& house, const fs::path& qtIncludeDir) {
-    // A header's bare name, and every folder that has a header of this name.
+std::vector<std::string> findIncludeViolations(const std::vector<ktHouseFile>& files, const fs::path& qtIncludeDir) {
+    // Every header of the project, by its name without the folder.
     std::map<std::string, std::set<std::string>> owners;
-    for (const ktHouseFile& file : house)
+    for (const ktHouseFile& file : files)
         if (file.endsIn({".h"}))
             owners[fs::path(file.path).filename().string()].insert(file.path);
 
     static const std::regex include(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"])");
-    std::vector<std::string> breaches;
-    for (const ktHouseFile& file : house) {
+    std::vector<std::string> violations;
+    for (const ktHouseFile& file : files) {
         if (!file.endsIn({".h", ".cpp"}))
             continue;
         const auto arrow =
             std::find_if(arrows.begin(), arrows.end(), [&](const Arrow& a) { return folderOf(file.path) == a.from; });
         if (arrow == arrows.end() && needsRow(file))
-            breaches.push_back(file.path + ":1: its folder has no row in the list of what folders may include");
+            violations.push_back(file.path + ":1: its folder has no row in `arrows` (Tests/House/ktHouseIncludes.cpp)");
         for (size_t number = 0; number < file.lines.size(); ++number) {
             std::smatch match;
             if (!std::regex_search(file.lines[number], match, include))
                 continue;
             const bool isQuoted = match[1] == "\"";
             const std::string header = match[2];
-            const auto breach = [&](const std::string& reason) {
-                breaches.push_back(file.path + ":" + std::to_string(number + 1) + ": " + reason);
+            const auto report = [&](const std::string& reason) {
+                violations.push_back(file.path + ":" + std::to_string(number + 1) + ": " + reason);
             };
 
             for (const Library& library : libraries)
                 if (std::regex_match(header, library.header) && !isBelowOne(file, library.allowed))
-                    breach(library.name + " is not used here: " + header);
+                    report("files in this folder may not include headers of " + library.name + ": " + header);
             if (isWindowHeader(header, qtIncludeDir))
-                breach("windows are not used here: " + header);
+                report("the project may not include headers of QtWidgets: " + header);
             if (isQuoted && header.find('/') != std::string::npos)
-                breach("headers are included by bare name: " + header);
+                report("include headers by bare name, without a folder: " + header);
             if (header.rfind("OpenSG/", 0) == 0 && isQuoted)
-                breach("scene graph headers are included as <OpenSG/...>: " + header);
+                report("include scene graph headers as <OpenSG/...>: " + header);
 
             const auto owner = owners.find(fs::path(header).filename().string());
             if (arrow == arrows.end() || owner == owners.end())
@@ -156,8 +156,8 @@ std::vector<std::string> findIncludeBreaches(const std::vector<ktHouseFile>& hou
             const bool isAllowed = std::any_of(owner->second.begin(), owner->second.end(),
                                                [&](const std::string& path) { return sees(*arrow, folderOf(path)); });
             if (!isAllowed)
-                breach(arrow->from + " does not see " + *owner->second.begin());
+                report("files in " + arrow->from + " may not include " + *owner->second.begin());
         }
     }
-    return breaches;
+    return violations;
 }

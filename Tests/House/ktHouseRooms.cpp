@@ -11,10 +11,10 @@ constexpr size_t maxReadmeLines = 15;
 
 } // namespace
 
-std::vector<std::string> findRoomBreaches(const std::vector<ktHouseFile>& house) {
-    std::map<std::string, std::set<std::string>> entries; // of each folder
-    std::vector<std::string> breaches;
-    for (const ktHouseFile& file : house) {
+std::vector<std::string> findRoomViolations(const std::vector<ktHouseFile>& files) {
+    std::map<std::string, std::set<std::string>> entries; // by folder
+    std::vector<std::string> violations;
+    for (const ktHouseFile& file : files) {
         if (!file.isBelow("Host/"))
             continue;
         for (size_t slash = file.path.find('/'); slash != std::string::npos; slash = file.path.find('/', slash + 1)) {
@@ -22,15 +22,15 @@ std::vector<std::string> findRoomBreaches(const std::vector<ktHouseFile>& house)
             entries[file.path.substr(0, slash + 1)].insert(file.path.substr(slash + 1, next - slash - 1));
         }
         if (file.endsIn({"/README.md"}) && file.lines.size() > maxReadmeLines)
-            breaches.push_back(file.path + ":" + std::to_string(maxReadmeLines + 1) + ": over 15 lines");
+            violations.push_back(file.path + ":" + std::to_string(maxReadmeLines + 1) + ": over 15 lines");
     }
     for (const auto& [folder, names] : entries) {
         if (folder == "Host/" && names.size() == 1)
-            continue; // a part of the project, as tests make them
+            continue; // only in tests, which check a part of a project
         if (names.size() > maxEntries && folder != "Host/Include/")
-            breaches.push_back(folder + ":1: " + std::to_string(names.size()) + " entries, more than 25");
+            violations.push_back(folder + ":1: " + std::to_string(names.size()) + " entries, more than 25");
         if (names.count("README.md") == 0)
-            breaches.push_back(folder + ":1: no README.md");
+            violations.push_back(folder + ":1: no README.md");
     }
-    return breaches;
+    return violations;
 }

@@ -9,24 +9,19 @@ namespace {
 
 constexpr size_t maxLines = 600;
 
-struct Word {
+struct BannedText {
     std::regex pattern;
     std::string reason;
 };
 
-// Each pattern is put together from pieces, so that this file does not hold what it looks for.
-const std::vector<Word> words = {
+// Patterns are split into pieces, so that they do not match this file.
+const std::vector<BannedText> bannedTexts = {
     {std::regex("(^|[^A-Za-z0-9_.}\\)])/"
                 "work/|/home/[a-z]"),
-     "a path of one machine"},
-    {std::regex("\\bspec"
-                "\\.md\\b|\\bspecification"
-                "\\b|\\bPart"
-                "s? [0-9]+(\\.[0-9]+)?\\b"),
-     "a paper that is not here"},
+     "absolute path that exists only on one machine"},
     {std::regex("https?://[a-z.]+/"
                 "debian"),
-     "the address of a package source"},
+     "fixed address of a package mirror; use the package sources of the system"},
     {std::regex("GTEST_"
                 "SKIP|\\bDISABLED"
                 "_|\\bTO"
@@ -35,7 +30,7 @@ const std::vector<Word> words = {
                 "X\\b|not imple"
                 "mented|place"
                 "holder"),
-     "unfinished or switched off"},
+     "mark of unfinished work, or of a test that is switched off"},
 };
 
 bool isNamed(const ktHouseFile& file, const std::string& prefix) {
@@ -44,11 +39,11 @@ bool isNamed(const ktHouseFile& file, const std::string& prefix) {
 
 } // namespace
 
-std::vector<std::string> findTextBreaches(const std::vector<ktHouseFile>& house) {
-    std::vector<std::string> breaches;
-    for (const ktHouseFile& file : house) {
-        const auto breach = [&](size_t line, const std::string& reason) {
-            breaches.push_back(file.path + ":" + std::to_string(line) + ": " + reason);
+std::vector<std::string> findTextViolations(const std::vector<ktHouseFile>& files) {
+    std::vector<std::string> violations;
+    for (const ktHouseFile& file : files) {
+        const auto report = [&](size_t line, const std::string& reason) {
+            violations.push_back(file.path + ":" + std::to_string(line) + ": " + reason);
         };
         const auto headHolds = [&](size_t count, const std::string& text) {
             const auto end = file.lines.begin() + std::min(count, file.lines.size());
@@ -59,22 +54,22 @@ std::vector<std::string> findTextBreaches(const std::vector<ktHouseFile>& house)
         const bool isCode = file.endsIn({".h", ".cpp", ".py"});
         if (isCode || file.endsIn({".sh", ".cmake", "CMakeLists.txt"}))
             if (!headHolds(2, "SPDX-License-Identifier: LGPL-2.1-or-later"))
-                breach(1, "no SPDX line at the top");
+                report(1, "no SPDX line at the top");
         if (isCode && file.lines.size() > maxLines && !headHolds(12, "Over 600 lines because"))
-            breach(maxLines, "over 600 lines, and no line \"Over 600 lines because ...\" at the top");
+            report(maxLines, "over 600 lines, and no line \"Over 600 lines because ...\" at the top");
         if (file.endsIn({".h", ".cpp"})) {
-            // The host's node types carry the scene graph's prefix, and the preset record has a name of its own.
+            // Exceptions: the host's node types have the scene graph's prefix, and AOPreset has no prefix.
             const bool isHostName = isNamed(file, "kt") || isNamed(file, "OSG");
             const bool isPluginName = isNamed(file, "kt") || isNamed(file, "AOPreset");
             if ((file.isBelow("Host/") && !isHostName) || (file.isBelow("AmbientOcclusion/") && !isPluginName))
-                breach(1, "file names here begin with kt");
+                report(1, "file names in this folder must begin with kt");
             if (file.isBelow("OpenSG/") && !isNamed(file, "OSG"))
-                breach(1, "file names here begin with OSG");
+                report(1, "file names in this folder must begin with OSG");
         }
         for (size_t number = 0; number < file.lines.size(); ++number)
-            for (const Word& word : words)
-                if (std::regex_search(file.lines[number], word.pattern))
-                    breach(number + 1, word.reason + ": " + file.lines[number].substr(0, 120));
+            for (const BannedText& banned : bannedTexts)
+                if (std::regex_search(file.lines[number], banned.pattern))
+                    report(number + 1, banned.reason + ": " + file.lines[number].substr(0, 120));
     }
-    return breaches;
+    return violations;
 }

@@ -19,8 +19,8 @@ static bool isLeftOut(const fs::path& folder) {
            (name[0] == '.' && name != ".ci");
 }
 
-std::vector<ktHouseFile> readHouse(const fs::path& folder) {
-    std::vector<ktHouseFile> house;
+std::vector<ktHouseFile> readProject(const fs::path& folder) {
+    std::vector<ktHouseFile> files;
     for (auto entry = fs::recursive_directory_iterator(folder); entry != fs::recursive_directory_iterator(); ++entry) {
         if (entry->is_directory()) {
             if (isLeftOut(entry->path()))
@@ -38,8 +38,8 @@ std::vector<ktHouseFile> readHouse(const fs::path& folder) {
         file.path = fs::relative(entry->path(), folder).generic_string();
         for (std::string line; std::getline(text, line);)
             file.lines.push_back(line);
-        house.push_back(std::move(file));
+        files.push_back(std::move(file));
     }
-    std::sort(house.begin(), house.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
-    return house;
+    std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
+    return files;
 }

@@ -16,7 +16,7 @@ namespace {
 class Changes : public testing::Test {
 protected:
     Changes() : list(*Thread::getCurrentChangeList()) {
-        // The first container of a class makes the class' prototype, too, which would be recorded with it.
+        // The first container of a class creates the class's prototype, which would be recorded as well.
         osgInit();
         node = Node::create();
         list.setReadOnly(false);
@@ -28,7 +28,7 @@ protected:
         FieldContainerPtr::_ignore_change = false;
     }
 
-    /// Fields of the container that were announced, over all its entries.
+    /// Mask of all announced fields of the container.
     BitVector changesOf(const FieldContainerPtr& container) const {
         BitVector fields = 0;
         for (auto entry = list.beginChanged(); entry != list.endChanged(); ++entry)

@@ -34,7 +34,7 @@ TEST(Material, GivenTransparencyMode_DecidesTransparency) {
     simple->setTransparency(0.5f);
     EXPECT_TRUE(simple->isTransparent());
     simple->setTransparencyMode(Material::TransparencyForceOpaque);
-    EXPECT_TRUE(simple->isTransparent()) << "the field outweighs the mode";
+    EXPECT_TRUE(simple->isTransparent()) << "the field overrides the mode";
     simple->setTransparency(0.0f);
     EXPECT_FALSE(simple->isTransparent());
     simple->setTransparencyMode(Material::TransparencyForceTransparent);

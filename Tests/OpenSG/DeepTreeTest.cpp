@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A tree a million nodes deep, in a thread with a small stack: whatever recursed once per level would overflow it.
+// A tree with a million levels, in a thread with a small stack: recursion once per level would overflow it.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGAction.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
@@ -15,7 +15,7 @@ namespace {
 constexpr UInt32 depth = 1000000;
 constexpr size_t stackSize_bytes = 256 * 1024;
 
-/// Runs work in a thread with the small stack and waits for it.
+/// Runs work in a thread with a small stack and waits for it.
 template <class WorkT>
 void runOnSmallStack(WorkT work) {
     pthread_attr_t attributes;
@@ -31,7 +31,7 @@ void runOnSmallStack(WorkT work) {
     pthread_attr_destroy(&attributes);
 }
 
-/// A chain of nodes below a new root; core: the core of all of them, null for a group each. Returns the lowest node.
+/// Creates a chain of nodes below a new root. Returns the lowest one. core: of all nodes; null: a group for each.
 NodePtr makeChain(NodeRefPtr& root, const NodeCorePtr& core) {
     root = makeNodeFor(core == NullFC ? NodeCorePtr(Group::create()) : core);
     NodePtr lowest = root;
@@ -56,7 +56,7 @@ UInt32 countNodes(const NodePtr& root) {
 
 TEST(DeepTree, GivenMillionLevels_IsBuiltTraversedClonedAndDestroyed) {
     runOnSmallStack([] {
-        delete new int; // keeps the thread's allocator from counting as growth
+        delete new int; // initialises the thread's allocator before memory is measured
         const NodeRefPtr warmUp(makeNodeFor(Group::create()));
         const UInt32 before = FieldContainerFactory::the()->getNumContainers();
         NodeRefPtr root;
@@ -112,7 +112,7 @@ TEST(DeepTree, GivenMillionLevels_VolumesAreUpdatedAndInvalidated) {
 }
 
 TEST(DeepTree, GivenManyNodesWithOneCore_LeaveItInAnyOrder) {
-    // As instances of a part do when a scene is closed.
+    // Like the instances of a part when a scene is closed.
     const GroupRefPtr core(Group::create());
     for (const bool fromTheFront : {true, false}) {
         const NodeRefPtr root(makeNodeFor(Group::create()));

@@ -84,7 +84,7 @@ TEST(FieldContainer, GivenSetRefd_ReferencesTheNewAndReleasesTheOld) {
 
 TEST(FieldContainerPtr, GivenAnyKind_IsOnePointerWide) {
     static_assert(sizeof(NodePtr) == sizeof(void*) && sizeof(GeometryPtr) == sizeof(void*), "one pointer");
-    static_assert(std::is_trivially_copyable<NodePtr>::value, "copied like a number");
+    static_assert(std::is_trivially_copyable<NodePtr>::value, "copied like an integer");
 }
 
 TEST(FieldContainerPtr, GivenNull_ComparesAndConverts) {

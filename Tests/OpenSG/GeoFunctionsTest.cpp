@@ -45,7 +45,7 @@ TEST(SeparateProperties, GivenSharedProperties_CopiesThemForThisGeometry) {
     EXPECT_EQ(Pnt3f(1, 1, 0), a->getPositions()->getValue(2));
     EXPECT_EQ(1u, b->getPositions()->getParents().size());
     EXPECT_TRUE(a->getNormals() == normals) << "has no other parent";
-    EXPECT_TRUE(a->getTypes() == referenced.get()) << "a reference alone does not share";
+    EXPECT_TRUE(a->getTypes() == referenced.get()) << "a reference without a parent does not count as sharing";
     separateProperties(NullFC);
 }
 
@@ -70,7 +70,7 @@ TEST(CreateSingleIndex, GivenInterleavedIndices_MakesAVertexOfEachCombination) {
     EXPECT_EQ(Geometry::MapPosition | Geometry::MapNormal, geometry->getIndexMapping(0));
     EXPECT_EQ(corners, cornersOf(geometry));
     for (UInt32 i = 0; i < 6; ++i)
-        EXPECT_EQ(i, geometry->getIndices()->getValue(i)) << "in the order in which they appear";
+        EXPECT_EQ(i, geometry->getIndices()->getValue(i)) << "in order of first appearance";
 }
 
 TEST(CreateSingleIndex, GivenRepeatedCombinations_SharesTheirVertex) {

@@ -9,7 +9,7 @@ using namespace osg;
 
 namespace {
 
-/// Two squares that meet at a right angle along the y axis; a point beside them that no triangle uses.
+/// Two squares that meet at a right angle along the y axis, and a point that no triangle uses.
 GeometryPtr makeCorner() {
     const GeometryPtr geometry = Geometry::create();
     geometry->setPositions(makePositions({Pnt3f(0, 0, 0), Pnt3f(0, 1, 0), Pnt3f(1, 0, 0), Pnt3f(1, 1, 0),
@@ -116,8 +116,8 @@ TEST(CalcFaceNormals, GivenStrip_EachTriangleHasItsOwn) {
     for (Int32 i = 0; i < 3; ++i)
         EXPECT_EQ(Vec3f(0, 0, 1), it.getNormal(i));
     ++it;
-    EXPECT_EQ(unit(Vec3f(-5, -5, 0)), it.getNormal(0)) << "orientation of the strip kept";
-    EXPECT_EQ(Color3f(3, 0, 0), it.getColor(2)) << "other properties still fit";
+    EXPECT_EQ(unit(Vec3f(-5, -5, 0)), it.getNormal(0)) << "the strip's orientation is kept";
+    EXPECT_EQ(Color3f(3, 0, 0), it.getColor(2)) << "other properties are kept";
     ++it;
     EXPECT_TRUE(it.isAtEnd());
 }

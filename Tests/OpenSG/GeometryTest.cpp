@@ -137,7 +137,7 @@ TEST(Geometry, GivenReferencedProperties_UnshareCopiesThoseOfVertices) {
     geometry->unshareProperties();
     EXPECT_TRUE(geometry->getPositions() != positions.get());
     EXPECT_EQ(Pnt3f(1, 0, 0), geometry->getPositions()->getValue(1));
-    EXPECT_TRUE(geometry->getNormals() == normals) << "nobody else has it";
+    EXPECT_TRUE(geometry->getNormals() == normals) << "not shared";
     EXPECT_TRUE(geometry->getTypes() == types.get()) << "not a vertex property";
 }
 

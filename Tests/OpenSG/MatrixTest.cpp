@@ -104,7 +104,7 @@ TEST(Matrix, GivenVerySmallScale_IsInvertedAccurately) {
     Matrix inverse;
     ASSERT_TRUE(m.inverse(inverse));
     const Pnt3f back = inverse * (m * Pnt3f(1, 2, 3));
-    // The image keeps about four digits of the point beside the translation.
+    // The tolerance is large because float keeps about four digits of the image beside the translation.
     EXPECT_TRUE(back.equals(Pnt3f(1, 2, 3), 0.5f)) << back;
     EXPECT_TRUE(
         (inverse * Vec3f(0.001f, 0, 0)).equals(Vec3f((m.inverse3(inverse), inverse * Vec3f(0.001f, 0, 0))), 1e-5f));

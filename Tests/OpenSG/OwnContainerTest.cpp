@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Container classes of a program's own, written as Docs/inside/scene-graph.md says.
+// Container classes that a program defines itself, as Docs/inside/scene-graph.md describes.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGAttachment.h>
 #include <OpenSG/OSGChunkMaterial.h>
@@ -123,7 +123,7 @@ TEST(OwnContainer, GivenTypeThatGoes_LeavesTheFactory) {
     FieldContainerFactory* const factory = FieldContainerFactory::the();
     const UInt32 containers = factory->getNumContainers();
     {
-        // As a library that is unloaded does.
+        // Like a type in a library that is unloaded.
         FieldContainerType passing("TestPassing", "Transform", nullptr,
                                    []() -> FieldContainerPtr { return Transform::createEmpty(); });
         EXPECT_TRUE(factory->findType("TestPassing") == &passing);

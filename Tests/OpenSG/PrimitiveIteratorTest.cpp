@@ -64,7 +64,7 @@ TEST(PrimitiveIterator, GivenInterleavedIndices_EachPropertyTakesItsOwn) {
     geometry->setTexCoords3(texCoords);
     geometry->setLengths(makeLengths({1, 3}));
     geometry->setTypes(makeTypes({GL_POINTS, GL_TRIANGLES}));
-    // Three indices a vertex: normal, position, texture coordinate.
+    // Three indices per vertex: normal, position, texture coordinate.
     geometry->setIndices(makeIndices({1, 5, 2, /**/ 0, 4, 0, /**/ 1, 3, 1, /**/ 0, 2, 2}));
     geometry->getIndexMapping().setValues({Geometry::MapNormal, Geometry::MapPosition, Geometry::MapTexCoords3});
     PrimitiveIterator it(geometry.get());
@@ -88,7 +88,7 @@ TEST(PrimitiveIterator, GivenBrokenGeometry_StaysInside) {
     EXPECT_EQ(-1, it.getPositionIndex(2)) << "index outside";
     EXPECT_EQ(Pnt3f(0, 0, 0), it.getPosition(2));
     ++it;
-    EXPECT_EQ(2u, it.getLength()) << "cut where the indices end";
+    EXPECT_EQ(2u, it.getLength()) << "cut short where the indices end";
     ++it;
     EXPECT_EQ(0u, it.getLength()) << "no length";
     ++it;

@@ -23,7 +23,7 @@ TEST(Quaternion, GivenAxisAndAngle_TurnsCounterClockwise) {
 }
 
 TEST(Quaternion, GivenMatrix_FindsItsRotation) {
-    // Angles near half a turn around each axis make each component the largest once.
+    // Angles near half a turn around each axis: each component is the largest once.
     const Vec3f axes[] = {Vec3f(1, 0.1f, 0.2f), Vec3f(0.1f, 1, 0), Vec3f(0, 0.2f, 1), Vec3f(1, 1, 1)};
     for (const Vec3f& axis : axes)
         for (const Real32 angle : {0.1f, 1.0f, 3.1f}) {

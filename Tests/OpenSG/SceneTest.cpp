@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A small scene from end to end: built, placed, traversed, cloned, destroyed.
+// A small scene from end to end: create, place, traverse, clone, destroy.
 #include <OpenSG/OSGAction.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <OpenSG/OSGGeoFunctions.h>
@@ -73,7 +73,7 @@ TEST(Scene, GivenASmallTree_IsBuiltTraversedClonedAndDestroyed) {
         });
         EXPECT_EQ(2u, triangles);
     }
-    // Prototypes made meanwhile stay; a second round must leave nothing behind.
+    // The prototypes created so far stay. A second run must leave nothing else behind.
     const osg::UInt32 after = osg::FieldContainerFactory::the()->getNumContainers();
     EXPECT_LT(after, before + 20);
 }

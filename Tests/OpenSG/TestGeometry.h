@@ -5,7 +5,7 @@
 #include <OpenSG/OSGPrimitiveIterator.h>
 #include <vector>
 
-/// Makers of small geometries for the tests.
+/// Functions that create small geometries for the tests.
 
 inline osg::GeoPTypesPtr makeTypes(const std::vector<osg::UInt8>& values) {
     const osg::GeoPTypesUI8Ptr property = osg::GeoPTypesUI8::create();
@@ -37,7 +37,7 @@ inline osg::GeoNormalsPtr makeNormals(const std::vector<osg::Vec3f>& values) {
     return property;
 }
 
-/// One primitive over count positions (i, 0, 0).
+/// One primitive with count positions (i, 0, 0).
 inline osg::GeometryPtr makeRow(osg::UInt8 type, osg::UInt32 count) {
     const osg::GeometryPtr geometry = osg::Geometry::create();
     const osg::GeoPositionsPtr positions = osg::GeoPositions3f::create();

@@ -123,7 +123,7 @@ TEST(NodeVolume, GivenChangeBelow_IsOutOfDateUntilUpdated) {
     beginEditCP(positions);
     positions->push_back(Pnt3f(4, 0, 0));
     endEditCP(positions);
-    EXPECT_EQ(Pnt3f(8, 2, 2), root->getVolume(true).getMax()) << "the geometry hears of its property's edit";
+    EXPECT_EQ(Pnt3f(8, 2, 2), root->getVolume(true).getMax()) << "the geometry is notified of its property's edit";
 
     root->addChild(makeNodeFor(makePoints({Pnt3f(100, 0, 0)})));
     EXPECT_EQ(Pnt3f(100, 2, 2), root->getVolume(true).getMax());

@@ -65,7 +65,7 @@ TEST_F(NodePermission, GivenLockTakenAway_AllowsAgain) {
 TEST_F(NodePermission, GivenCloneOfPartlyLockedInstances_Allows) {
     const osg::NodePtr clone = cloneOf(part);
     ktNodeMarks::setLocked(first, true);
-    EXPECT_TRUE(allows(clone->getChild(0))); // the second instance is free
+    EXPECT_TRUE(allows(clone->getChild(0))); // the second instance is not locked
 }
 
 TEST_F(NodePermission, GivenCloneOfLockedInstances_Refuses) {
@@ -93,7 +93,7 @@ TEST_F(NodePermission, GivenTreeOutsideTheScene_AnswersForItself) {
 }
 
 TEST_F(NodePermission, GivenManyInstancesInLockedAndFreePlaces_AsksEachCoreOnceAnOperation) {
-    // Asking every holder for every clone would take a thousand million steps.
+    // Without the cache this would take on the order of a billion steps.
     for (int i = 0; i < 20000; ++i)
         addNode(part, {}, geometry);
     ktNodeMarks::setLocked(part, true);

@@ -7,18 +7,18 @@
 #include <string>
 #include <vector>
 
-/// A scene of groups and geometry to ask the host about. Empty but for its unnamed root at first; closed at the end.
+/// Provides a scene that has only an unnamed root at first, and closes it at the end of the test.
 class ktSceneFixture : public testing::Test {
 protected:
     ktSceneFixture();
     ~ktSceneFixture() override;
 
-    /// A new node below `parent`; with a new group as core where none is given, without a name where that is empty.
+    /// Adds a node below `parent`. Default core: a new group. An empty name means no name.
     static osg::NodePtr addNode(const osg::NodePtr& parent, const std::string& name,
                                 const osg::NodeCorePtr& core = osg::NullFC);
-    /// A geometry of the points alone.
+    /// A geometry with only the points.
     static osg::GeometryPtr makeGeometry(const std::vector<osg::Pnt3f>& points = {osg::Pnt3f(0, 0, 0)});
-    /// A node without parent, referenced until the end of the test, as the plug-in's working copies are.
+    /// References a node without parent until the end of the test, like the plug-in's working copies.
     osg::NodePtr keep(const osg::NodePtr& node);
 
     osg::NodePtr root;

@@ -72,7 +72,7 @@ TEST_F(Scenegraph, GivenSelectedNodeMovedOutOfTheScene_ReturnsNullUntilItIsBack)
 }
 
 TEST_F(Scenegraph, GivenChainOfSelectedNodes_AnswersInOnePass) {
-    // With one walk to the root for each node this would take a hundred thousand million steps.
+    // With one walk to the root per node this would take about 10^11 steps.
     std::vector<osg::NodePtr> nodes;
     osg::NodePtr end = root;
     for (int i = 0; i < 500000; ++i)

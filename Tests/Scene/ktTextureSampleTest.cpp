@@ -9,7 +9,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// Two by two pixels: red, green above blue, white with half alpha.
+/// Two by two pixels: red, green; below them blue, white with alpha 0.5.
 osg::UberMaterialTexture makeTexture(bool isFiltered) {
     auto image = std::make_shared<ktImage>();
     image->width_px = image->height_px = 2;
@@ -40,7 +40,7 @@ TEST(TextureSample, GivenFiltered_InterpolatesLinearLight) {
     const auto texture = makeTexture(true);
     EXPECT_THAT(ktSampleTexture(texture, 0.25f, 0.25f), isRed);
     EXPECT_THAT(ktSampleTexture(texture, 0.5f, 0.25f), ElementsAre(0.5f, 0.5f, 0, 1));
-    // Across the border the first pixel is the neighbour of the last.
+    // Across the border, the first pixel is adjacent to the last one.
     EXPECT_THAT(ktSampleTexture(texture, 0.0f, 0.25f), ElementsAre(0.5f, 0.5f, 0, 1));
 }
 
@@ -75,7 +75,7 @@ TEST(TextureSample, GivenTransform_MovesTheCoordinates) {
     texture.scale = osg::Vec2f(2, 1);
     EXPECT_THAT(ktSampleTexture(texture, 0.3f, 0.1f), isGreen);
     texture.scale = osg::Vec2f(1, 1);
-    texture.rotation_rad = 1.5707964f; // a quarter turn: (u, v) looks up (v, -u)
+    texture.rotation_rad = 1.5707964f; // a quarter turn: (u, v) becomes (v, -u)
     EXPECT_THAT(ktSampleTexture(texture, 0.9f, 0.1f), isRed);
     EXPECT_THAT(ktSampleTexture(texture, 0.1f, 0.1f), isBlue);
 }
@@ -98,5 +98,5 @@ TEST(TextureSample, GivenTransformThatIsNoNumber_CountsAsZero) {
     EXPECT_THAT(ktSampleTexture(texture, 0.9f, 0.1f), isBlue);
     texture.isFiltered = true;
     texture.wrapU = osg::UberMaterialTexture::ClampToEdge;
-    EXPECT_EQ(ktSampleTexture(texture, 0.9f, 0.1f)[3], 1.0f); // the left column alone
+    EXPECT_EQ(ktSampleTexture(texture, 0.9f, 0.1f)[3], 1.0f); // only the left column
 }

@@ -31,7 +31,7 @@ TEST_F(WorldBounds, GivenScaledAndMovedGeometry_IsInWorldUnits) {
         const ktWorldBounds bounds = ktMeasureWorldBounds(start);
         EXPECT_EQ(bounds.min, osg::Pnt3f(-900, 0, 0));
         EXPECT_EQ(bounds.max, osg::Pnt3f(2100, 4000, 12000));
-        EXPECT_DOUBLE_EQ(bounds.diagonal(), 13000.0); // 3, 4, 12 make 13
+        EXPECT_DOUBLE_EQ(bounds.diagonal(), 13000.0); // sides 3, 4, 12 have the diagonal 13
     }
 }
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""The example scripts, as their users run them. Arguments: the folder of the libraries, the folder of the examples."""
+"""Runs the example scripts as users do. Arguments: the folder of the libraries, the folder of the examples."""
 from __future__ import print_function
 
 import json
@@ -29,7 +29,7 @@ class Examples(unittest.TestCase):
         return os.path.join(self.folder, *names)
 
     def run_example(self, name, *arguments):
-        """Exit code and what was printed."""
+        """Returns the exit code and the output."""
         environment = dict(os.environ, PYTHONPATH=LIBRARIES)
         process = subprocess.Popen([sys.executable, os.path.join(EXAMPLES, name)] + list(arguments), env=environment,
                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
@@ -56,7 +56,7 @@ class Examples(unittest.TestCase):
         for picture in pictures:
             with open(self.path("pictures", picture), "rb") as opened:
                 contents.add(opened.read())
-        self.assertEqual(len(contents), len(pictures), "pictures from other sides, or with other presets, are equal")
+        self.assertEqual(len(contents), len(pictures), "pictures of different views or presets are equal")
         code, output = self.run_example("presets.py", self.scene, self.path("pictures"), "--presets", "nonsense")
         self.assertEqual(code, 1)
         self.assertIn("nonsense", output)
@@ -64,7 +64,7 @@ class Examples(unittest.TestCase):
         self.assertEqual(self.run_example("presets.py", self.scene, self.path("pictures"), "--views", "0")[0], 2)
 
     def some_presets(self):
-        """Two that differ in more than what a picture can show."""
+        """Two presets that give different pictures."""
         script = "import kthost, json; print('|' + json.dumps([kthost.presets()[1], kthost.presets()[4]]))"
         output = subprocess.check_output([sys.executable, "-c", script], env=dict(os.environ, PYTHONPATH=LIBRARIES))
         return json.loads(output.decode("utf-8").split("|")[-1])

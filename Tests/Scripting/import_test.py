@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Both modules in a plain interpreter, by nothing but the path. Argument: the folder of the libraries, where they have
-to come from, whatever else is there."""
+"""Imports both modules into a plain interpreter. Argument: the folder of the libraries. The modules must come from
+that folder, even if others are installed."""
 from __future__ import print_function
 
 import os

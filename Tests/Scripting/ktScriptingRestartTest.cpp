@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Scripting that is restarted again and again in one process.
+// Restarts scripting many times in one process.
 #include "ktAmbientOcclusion.h"
 #include "ktScript.h"
 #include "ktScripting.h"
@@ -10,14 +10,14 @@
 #include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__)
-// The sanitizer's own, whose headers are not always installed.
+// Declared here because the sanitizer's headers are not always installed.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 extern "C" int __lsan_do_recoverable_leak_check();
 #endif
 
 namespace {
 
-/// What the process uses; under the address sanitizer, which keeps freed memory for a while, what it has allocated.
+/// Resident memory; under the address sanitizer, which frees memory late, the allocated memory.
 long usedBytes() {
 #if defined(__SANITIZE_ADDRESS__)
     return static_cast<long>(__sanitizer_get_current_allocated_bytes());
@@ -29,7 +29,7 @@ long usedBytes() {
 #endif
 }
 
-/// Scripts that leave behind what is easily leaked: cycles, classes, modules of the plug-in's, open files, threads.
+/// Runs scripts that leave behind things that leak easily: cycles, classes, the plug-in's modules, files, threads.
 void runAndRestart(int count) {
     for (int i = 0; i < count; ++i) {
         ASSERT_TRUE(ktScript::run("import sys, threading\n"

@@ -32,7 +32,7 @@ class Scripting : public testing::Test {
 protected:
     Scripting() {
         ktLogOutput::setSink([this](ktLogLevel, const std::string& line) { log.push_back(line); });
-        // Linking alone does not load a library that nothing is used of.
+        // The linker drops a library that is not used.
         ktAmbientOcclusion::the();
         ktScripting::start();
     }
@@ -119,7 +119,7 @@ TEST_F(Scripting, GivenManyInterrupts_EndsEachScriptAndNeverHangs) {
             std::this_thread::sleep_for(std::chrono::microseconds(37 * i));
             ktScripting::interrupt();
         });
-        ktScript::run("n = 0\nwhile n < 100000: n += 1"); // may be faster
+        ktScript::run("n = 0\nwhile n < 100000: n += 1"); // may end before the interrupt
         impatient.join();
         ASSERT_TRUE(ktScript::run("pass")) << i;
     }

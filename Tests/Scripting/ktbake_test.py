@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Scripts run by ktbake, and the README's script against ktbake. Arguments: the folder of the libraries, README.md."""
+"""Tests scripts in ktbake, and the README's script. Arguments: the folder of the libraries, README.md."""
 from __future__ import print_function
 
 import io
@@ -43,7 +43,7 @@ class Baker(unittest.TestCase):
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
     def run_all(self, *command):
-        """Exit code and what was printed."""
+        """Returns the exit code and the output."""
         process = self.start(*command)
         output = process.communicate()[0].decode("utf-8", "replace")
         return process.returncode, output
@@ -61,7 +61,7 @@ class Readme(Baker):
         expected = self.read("engine.glb"), self.read("engine.png")
         os.remove(self.path("engine.glb"))
 
-        # Nine arguments mean no override colour, subdivision quality 1 and threshold 0.05.
+        # Nine arguments: no override colour, subdivision quality 1 and threshold 0.05.
         code, output = self.run_all(
             KTBAKE, scene, "-o", "b.glb", "--preview", "b.png", "--shadow-quality", "1", "--min-distance", "1",
             "--max-distance", "500", "--indirect", "--color-bleeding", "--gather-quality", "0", "--bounces", "1",

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""The module kthost in a plain interpreter, Python 2.7 or 3. Argument: the folder of the libraries."""
+"""Tests the module kthost in a plain interpreter, Python 2.7 or 3. Argument: the folder of the libraries."""
 from __future__ import print_function
 
 import base64
@@ -62,7 +62,7 @@ class Host(unittest.TestCase):
         kthost.open(self.scene, unit="mm", **options)
 
     def open_slow(self):
-        """A scene that takes many seconds to bake with slow()."""
+        """Opens a scene that slow() bakes for many seconds."""
         write_rooms(self.path("many.obj"), 8, 60)
         kthost.open(self.path("many.obj"), unit="mm")
 
@@ -139,7 +139,7 @@ class Files(Host):
         count = len(kthost.nodes())
         kthost.open(self.path("plane.glb"), ground_plane=True)
         self.assertEqual(len(self.geometry()), len([n for n in kthost.nodes() if n.vertices]))
-        self.assertEqual(len(kthost.nodes()), count, "the plane that is there is taken")
+        self.assertEqual(len(kthost.nodes()), count, "the existing plane is used")
 
     def test_preview_turns(self):
         self.open()
@@ -246,7 +246,7 @@ class Results(Host):
             self.assertEqual(len(view.tobytes()), 4 * columns * view.shape[0])
             with self.assertRaises((TypeError, NotImplementedError)):
                 view[0] = 0.5
-        # What takes bytes takes them as they are.
+        # Functions that accept bytes accept the view.
         self.assertEqual(bytes(bytearray(views["light"])), views["light"].tobytes())
         with open(self.path("light.bin"), "wb") as out:
             out.write(views["light"])
@@ -483,7 +483,7 @@ class Bake(Host):
                 time.sleep(0.001)
         thread = threading.Thread(target=count)
         thread.start()
-        # No callback: the main thread runs no Python code before the bake has ended.
+        # No callback is set: the main thread runs no Python code before the bake has ended.
         before = counted[0]
         ao.computeAmbientOcclusion(4, 1.0, 500.0, False, True, 0, 1, False, 80.0)
         after = counted[0]
@@ -494,7 +494,7 @@ class Bake(Host):
     def test_ctrl_c_ends_the_bake_and_raises(self):
         self.open_slow()
         pid = os.getpid()
-        # No progress callback, in which the interpreter would look for signals.
+        # No progress callback is set, in which the interpreter would check for signals.
         cancels = []
         kthost.on_cancel(lambda: cancels.append(True))
         threading.Timer(0.2, lambda: os.kill(pid, signal.SIGINT)).start()
@@ -511,7 +511,7 @@ class Bake(Host):
         self.open_slow()
         cancels = []
         kthost.on_cancel(lambda: cancels.append(True))
-        threading.Timer(0.2, interrupt_main).start()  # without a signal of the system
+        threading.Timer(0.2, interrupt_main).start()  # no operating system signal
         with self.assertRaises(KeyboardInterrupt):
             self.slow()
             time.sleep(5)

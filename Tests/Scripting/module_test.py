@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""The scripting module in a plain interpreter, Python 2.7 or 3. Argument: the folder of the libraries."""
+"""Tests the scripting module in a plain interpreter, Python 2.7 or 3. Argument: the folder of the libraries."""
 from __future__ import print_function
 
 import pydoc
@@ -99,14 +99,14 @@ class Arguments(unittest.TestCase):
         whole = dict((k, VALUES[k]) for k in keywords)
         for keyword in keywords:
             self.assertRaises(TypeError, function, **dict(whole, **{keyword: "no number"}))
-            if not isinstance(whole[keyword], bool):  # None is as good as False
+            if not isinstance(whole[keyword], bool):  # None counts as False
                 self.assertRaises(TypeError, function, **dict(whole, **{keyword: None}))
         self.assertRaises(TypeError, function, **dict(whole, unknown=1))
-        # One argument by position and by keyword, and one that is required left out.
+        # An argument both by position and by keyword, and a required one missing.
         self.assertRaises(TypeError, function, 0, **whole)
         for keyword in keywords[:least]:
             self.assertRaises(TypeError, function, **dict((k, v) for k, v in whole.items() if k != keyword))
-        # Whole numbers that are none, or negative where there is no sign.
+        # Not integers, or negative numbers for unsigned parameters.
         for keyword in ("quality", "gatherQuality", "numIndirections"):
             for value in (-1, 2 ** 40, 1.5):
                 self.assertRaises((TypeError, OverflowError), function, **dict(whole, **{keyword: value}))

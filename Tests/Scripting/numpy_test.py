@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Results of kthost in NumPy, which there is for Python 3 alone. Argument: the folder of the libraries."""
+"""Reads results of kthost with NumPy, which is available only for Python 3. Argument: the folder of the libraries."""
 import os
 import sys
 import tempfile

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Writes small scenes for the script tests: plain Wavefront files, with coordinates in millimetres."""
+"""Writes small scenes for the script tests: Wavefront OBJ files with coordinates in millimetres."""
 from __future__ import print_function
 
 
 def write_rooms(path, rooms=2, cells=4):
-    """Rooms beside each other, each a floor of cells x cells quads and a wall, named room0, room1, ..."""
+    """Writes rooms side by side, named room0, room1, ... Each has a floor of cells x cells quads and a wall."""
     lines = []
     count = 0
     for room in range(rooms):

@@ -22,7 +22,7 @@ struct Extent {
     double left = 1e300, right = -1e300, bottom = 1e300, top = -1e300;
 };
 
-/// Where the vertices lie in the image, from -1 to 1.
+/// Bounds of the vertices in the image, from -1 to 1.
 Extent project(const ktPreviewCamera& camera, const ktPreviewMesh& mesh) {
     Extent extent;
     for (const auto& position : mesh.positions) {
@@ -79,7 +79,7 @@ TEST(PreviewCamera, GivenTurn_GoesRoundTheSceneAtTheSameHeight) {
             scene.up = {0, 0, 1};
         const ktPreviewCamera start = ktFramePreview(scene, 1), quarter = ktFramePreview(scene, 1, 90),
                               whole = ktFramePreview(scene, 1, 360);
-        // A quarter round a cube: the same picture from the next side.
+        // A quarter turn around a cube shows the same picture from the next side.
         const size_t up = isZUp ? 2 : 1, x = isZUp ? 0 : 2, y = isZUp ? 1 : 0; // x to y is counterclockwise from above
         EXPECT_NEAR(quarter.eye[x], -start.eye[y], 1e-9) << isZUp;
         EXPECT_NEAR(quarter.eye[y], start.eye[x], 1e-9) << isZUp;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int size = 8;
 
-/// A square at a depth before a camera at the origin that looks along -z; it fills the image.
+/// A square in front of a camera at the origin that looks along -z. The square fills the image.
 ktPreviewMesh makeSquare(float depth, std::array<float, 4> color, std::array<float, 3> light,
                          std::uint32_t material = 0) {
     const float half = 10 * depth;
@@ -40,7 +40,7 @@ TEST(PreviewRenderer, GivenLitSquare_ShowsLightTimesColorInSrgb) {
     ktPreviewScene scene;
     scene.materials.resize(1);
     scene.meshes = {makeSquare(1, {1, 0.5f, 0, 1}, {0.5f, 0.5f, 0.5f})};
-    // Linear 0.5 is 188 in sRGB, 0.25 is 137.
+    // In sRGB, linear 0.5 is 188 and linear 0.25 is 137.
     EXPECT_EQ(middlePixel(scene), qRgb(188, 137, 0));
     EXPECT_EQ(middlePixel(scene, 2), qRgb(255, 188, 0));
 }

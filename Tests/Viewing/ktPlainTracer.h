@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 
-/// Tests every triangle for every ray: slow, and simple enough to be right.
+/// Tests every triangle for every ray: slow, but simple enough to be correct.
 class ktPlainTracer : public ktTracer {
 public:
     bool build(const std::vector<ktTracerMesh>& newMeshes, const Progress&) override {
@@ -24,7 +24,7 @@ public:
         return mask;
     }
 
-    /// After J. Moeller and B. Trumbore, Fast, Minimum Storage Ray/Triangle Intersection, 1997.
+    /// Source: T. Moeller and B. Trumbore, Fast, Minimum Storage Ray/Triangle Intersection, 1997.
     void nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const override {
         hits.backSide = 0;
         for (std::uint32_t lane = 0; lane < ktRayPacket::width; ++lane) {
