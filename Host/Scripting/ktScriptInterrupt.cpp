@@ -18,7 +18,7 @@ pthread_t mainThread;
 void onWakeUp(int) {
     const int error = errno;
     if (depth > 0)
-        PyErr_SetInterrupt(); // made for signal handlers
+        PyErr_SetInterrupt(); // signal-safe
     errno = error;
 }
 

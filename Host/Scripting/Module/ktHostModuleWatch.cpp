@@ -157,7 +157,7 @@ void ktHostModuleWatch::cancel() {
     if (!watch().isBusy)
         return;
     ktCancelToken::the().cancel();
-    // The plug-in is told on the main thread, by its event loop.
+    // Through the event loop, because the plug-in must be called on the main thread.
     QMetaObject::invokeMethod(
         &watch(),
         [] {
