@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktChangeRecorder.h"
 #include "ktControllerFixture.h"
-#include "ktTestScene.h"
+#include "ktSceneParts.h"
 
 using testing::Contains;
 using testing::ElementsAre;

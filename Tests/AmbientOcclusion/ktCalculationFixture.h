@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ktControllerFixture.h"
-#include "ktTestScene.h"
+#include "ktSceneParts.h"
 
 /// A scene with a car (two parts, 3 and 4 vertices) that is selected, a floor and a lamp that are not. The clock moves
 /// an eighth of a second with every geometry that is traced.

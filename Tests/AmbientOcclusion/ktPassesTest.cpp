@@ -3,7 +3,7 @@
 #include "ktAmbientOcclusionInternal.h"
 #include "ktChangeRecorder.h"
 #include "ktControllerFixture.h"
-#include "ktTestScene.h"
+#include "ktSceneParts.h"
 #include "OSGUberMaterial.h"
 #include "OSGUShadowMaterial.h"
 

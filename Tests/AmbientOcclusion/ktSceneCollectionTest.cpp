@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktControllerFixture.h"
-#include "ktTestScene.h"
+#include "ktSceneParts.h"
 #include "OSGUberMaterial.h"
 #include "OSGUEnvironmentMaterial.h"
 #include "OSGUEnvironmentSwitchMaterial.h"

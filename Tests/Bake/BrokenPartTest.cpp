@@ -2,7 +2,7 @@
 // A scene of two parts, one of them broken: the other is baked all the same; and the broken one alone.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
-#include "ktTestScene.h"
+#include "ktBoxScene.h"
 
 #include <cstring>
 #include <functional>

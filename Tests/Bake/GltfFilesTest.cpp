@@ -2,8 +2,8 @@
 // What comes out is glTF as it should be, and holds what came in.
 #include "ktBakedModels.h"
 #include "ktBakeProcess.h"
+#include "ktBoxScene.h"
 #include "ktGltfCheck.h"
-#include "ktTestScene.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // What comes out, as the official validator sees it.
 #include "ktBakedModels.h"
 #include "ktBakeProcess.h"
-#include "ktTestScene.h"
+#include "ktBoxScene.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

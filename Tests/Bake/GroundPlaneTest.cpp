@@ -2,7 +2,7 @@
 // A plane under the scene that catches its shadow.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
-#include "ktTestScene.h"
+#include "ktBoxScene.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 // The options of indirect light, each by what it does to the file.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
-#include "ktTestScene.h"
+#include "ktBoxScene.h"
 
 #include <cmath>
 #include <cstdint>

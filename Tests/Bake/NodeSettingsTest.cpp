@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
-#include "ktTestScene.h"
+#include "ktBoxScene.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

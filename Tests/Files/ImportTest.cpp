@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktFileError.h"
 #include "ktLimitedProcess.h"
-#include "ktTestScene.h"
+#include "ktSavedScene.h"
 #include "OSGUberMaterial.h"
 
 #include <csignal>

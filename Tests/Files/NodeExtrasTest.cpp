@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktNodeMarks.h"
 #include "ktNodePermission.h"
+#include "ktSavedScene.h"
 #include "ktSceneState.h"
 #include "ktSettingRows.h"
-#include "ktTestScene.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 #include "OSGValuePair.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What colour light has after a bounce: material, vertex colours, texture, and light stored by an earlier run.
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 #include "OSGUberMaterial.h"
 
 #include <cfloat>
@@ -68,7 +68,7 @@ protected:
     }
 
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     osg::NodePtr node;
     osg::GeometryPtr geometry;
     osg::UberMaterialPtr material = osg::UberMaterial::create();

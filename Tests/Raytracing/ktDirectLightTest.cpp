@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktOcclusionPass.h"
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 
 #include <cfloat>
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ protected:
     }
 
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     ktTestTracing tracing{64};
     std::vector<osg::NodePtr> lights;
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Indirect light against closed forms.
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 #include "OSGUberMaterial.h"
 #include "OSGUShadowMaterial.h"
 
@@ -81,7 +81,7 @@ void setColor(const osg::GeometryPtr& geometry, const osg::Color3f& color) {
 
 /// A white floor beside a red wall that receives full direct light; what the floor gathers beside the wall.
 osg::Vec4f floorBesideRedWall(bool colorBleeding) {
-    ktTestScene scene;
+    ktTriangleScene scene;
     ktTestMesh wallMesh;
     wallMesh.addQuad({0, -1000, 0}, {0, 2000, 0}, {0, 0, 2000});
     const Bake wall(scene.addMesh(wallMesh), [](const osg::Pnt3f&) { return osg::Vec3f(1, 0, 0); });
@@ -105,7 +105,7 @@ osg::Vec4f floorBesideRedWall(bool colorBleeding) {
 TEST(Gathering, GivenASphereOfOneAlbedo_SumsTheSeriesBounceByBounce) {
     ktTestLog log;
     const float albedo = 0.6f, light = 0.8f;
-    ktTestScene scene;
+    ktTriangleScene scene;
     const Bake inside(scene.addMesh(sphere()), inwards);
     ktTestTracing tracing(48);
     tracing.utils->setMaterialOverride(false, true, osg::Color3f(albedo, albedo, albedo).getValuesRGB());
@@ -126,7 +126,7 @@ TEST(Gathering, GivenASphereOfOneAlbedo_SumsTheSeriesBounceByBounce) {
 
 TEST(Gathering, GivenASurfaceColor_TintsTheResultButNotWhatTheNextBounceReads) {
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     const Bake inside(scene.addMesh(sphere()), inwards);
     ktTestTracing tracing(32);
     tracing.utils->setMaterialOverride(true, true, osg::Color3f(0.5f, 0.5f, 0.5f).getValuesRGB());
@@ -145,7 +145,7 @@ TEST(Gathering, GivenASurfaceColor_TintsTheResultButNotWhatTheNextBounceReads) {
 
 TEST(Gathering, GivenAnOpenPlane_GathersNothing) {
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     const Bake plane(scene.addMesh(floorQuad()), upwards);
     ktTestTracing tracing;
     tracing.utils->setMaterialOverride(false, false, osg::Color3f(1, 1, 1).getValuesRGB());
@@ -162,7 +162,7 @@ TEST(Gathering, GivenAnOpenPlane_GathersNothing) {
 TEST(Gathering, GivenTheOverrideColor_TakesItsLuminanceWithoutColorBleeding) {
     ktTestLog log;
     for (bool bleeding : {false, true}) {
-        ktTestScene scene;
+        ktTriangleScene scene;
         const Bake inside(scene.addMesh(sphere()), inwards);
         ktTestTracing tracing;
         tracing.utils->setMaterialOverride(bleeding, true, osg::Color3f(0.9f, 0.3f, 0.1f).getValuesRGB());
@@ -192,7 +192,7 @@ TEST(Gathering, GivenARedWall_TintsTheFloorOnlyWithColorBleeding) {
 
 TEST(Gathering, GivenGeometryWithoutAResult_TracesItsDirectLightAndStoresNothing) {
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     // The ceiling is not calculated: it holds no channel at all. It hangs over a floor that is.
     const Bake floor(scene.addMesh(floorQuad(1000)), upwards);
     ktTestMesh ceilingMesh;
@@ -223,7 +223,7 @@ TEST(Gathering, GivenGeometryInAnotherOrder_GivesTheSameBits) {
     ktTestLog log;
     std::vector<osg::Vec4f> first;
     for (bool reversed : {false, true}) {
-        ktTestScene scene;
+        ktTriangleScene scene;
         const Bake floor(scene.addMesh(floorQuad()), upwards);
         ktTestMesh wallMesh;
         wallMesh.addQuad({0, -500, 0}, {0, 1000, 0}, {0, 0, 1000});
@@ -254,7 +254,7 @@ TEST(Gathering, GivenGeometryInAnotherOrder_GivesTheSameBits) {
 TEST(Gathering, GivenAShadowMaterial_SendsNoLightOn) {
     ktTestLog log;
     for (const bool overrideColor : {false, true}) {
-        ktTestScene scene;
+        ktTriangleScene scene;
         const Bake inside(scene.addMesh(sphere()), inwards);
         inside.geometry->setMaterial(osg::UShadowMaterial::create());
         ktTestTracing tracing(16);
@@ -268,7 +268,7 @@ TEST(Gathering, GivenAShadowMaterial_SendsNoLightOn) {
 
 TEST(Gathering, GivenACancel_LeavesTheResultsAsTheyWere) {
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     const Bake inside(scene.addMesh(sphere()), inwards);
     ktTestTracing tracing(16);
     tracing.build(scene);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktGeometryView.h"
 #include "ktCancelPoint.h"
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktBruteForce.h"
 #include "ktOcclusionPass.h"
-#include "ktTestScene.h"
 #include "ktThreadCount.h"
+#include "ktTriangleScene.h"
 
 #include <cfloat>
 #include <cstring>
@@ -59,7 +59,7 @@ bool isSame(const std::vector<osg::Vec4f>& a, const std::vector<osg::Vec4f>& b) 
 class Occlusion : public testing::Test {
 protected:
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     ktTestTracing tracing{finestCount};
 };
 
@@ -107,7 +107,7 @@ TEST_F(Occlusion, GivenInsideOfClosedSphere_IsDarkButCalculated) {
 TEST_F(Occlusion, GivenOutsideOfConvexShape_IsOneEvenFarFromTheOrigin) {
     const ktTestMesh sphere = sphereOf(100);
     for (const float away : {0.0f, 1000.0f, 100000.0f}) {
-        ktTestScene far;
+        ktTriangleScene far;
         osg::Matrix toWorld;
         toWorld.setTranslate(away, 2 * away, -away);
         far.addMesh(sphere, toWorld);
@@ -151,7 +151,7 @@ TEST_F(Occlusion, GivenVerticesExactlyInAWall_SeeTheirOwnSideOfIt) {
         corner.addQuad({0, 0, 0}, {size * c, size * s, 0}, {-size * s, size * c, 0});
         // The wall has its own vertices and reaches beyond the floor on both sides.
         corner.addQuad({length * s, -length * c, 0}, {-2 * length * s, 2 * length * c, 0}, {0, 0, length});
-        ktTestScene room;
+        ktTriangleScene room;
         osg::Matrix toWorld;
         toWorld.setTranslate(1000, -500, 300);
         const osg::NodePtr node = room.addMesh(corner, toWorld);
@@ -247,7 +247,7 @@ TEST_F(Occlusion, GivenDistances_CountsOnlyHitsBetweenThem) {
 
 TEST_F(Occlusion, GivenFrontSidesOnly_PassesBacksAlsoWhereTransformsMirror) {
     for (const bool mirrored : {false, true}) {
-        ktTestScene turned;
+        ktTriangleScene turned;
         osg::Matrix toWorld;
         toWorld.setScale(mirrored ? -2.0f : 2.0f, 2.0f, 2.0f);
         turned.addMesh(sphereOf(100), toWorld); // faces out

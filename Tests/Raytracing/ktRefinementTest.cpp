@@ -2,7 +2,7 @@
 // Refinement from the request to the rebuilt geometry.
 #include "ktGeoSubdivisionList.h"
 #include "ktGeoSubdivisionRecord.h"
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 
 #include <cfloat>
 #include <cmath>
@@ -26,7 +26,7 @@ osg::GeometryPtr makeGrid(int quads, float size, float x0 = 0, float y0 = 0) {
             mesh.addTriangle(at(x, y), at(x + 1, y), at(x + 1, y + 1));
             mesh.addTriangle(at(x, y), at(x + 1, y + 1), at(x, y + 1));
         }
-    const osg::GeometryPtr geometry = ktTestScene::makeGeometry(mesh);
+    const osg::GeometryPtr geometry = ktTriangleScene::makeGeometry(mesh);
     const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
     const osg::GeoNormals3fPtr normals = osg::GeoNormals3f::create();
     const osg::GeoTexCoords2fPtr texCoords = osg::GeoTexCoords2f::create();
@@ -92,7 +92,7 @@ protected:
     }
 
     ktTestLog log;
-    ktTestScene scene;
+    ktTriangleScene scene;
     ktTestTracing tracing{32};
 };
 
@@ -247,7 +247,7 @@ TEST_F(Refinement, GivenACoreUsedTwice_LeavesItAlone) {
 TEST_F(Refinement, GivenHigherLevelsAndLowerThresholds_SplitsMore) {
     std::vector<osg::UInt32> counts;
     for (int level : {0, 1, 2}) {
-        ktTestScene other;
+        ktTriangleScene other;
         const osg::GeometryPtr ground = makeGrid(4, 250);
         other.geometryNodes.push_back(other.addCore(ground));
         ktTestMesh lid;
@@ -332,7 +332,7 @@ TEST_F(Refinement, GivenGeometryInAnotherOrder_GivesTheSameBits) {
     std::vector<osg::Vec4f> first;
     std::vector<osg::Pnt3f> firstPositions;
     for (bool reversed : {false, true}) {
-        ktTestScene other;
+        ktTriangleScene other;
         const osg::GeometryPtr left = makeGrid(3, 100), right = makeGrid(3, 100, 300);
         for (const osg::GeometryPtr& geometry :
              reversed ? std::vector<osg::GeometryPtr>{right, left} : std::vector<osg::GeometryPtr>{left, right})

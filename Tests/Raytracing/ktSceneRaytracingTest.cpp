@@ -4,7 +4,7 @@
 #include "ktOSGWidget.h"
 #include "ktRaytracingManager.h"
 #include "ktSampler.h"
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 
 #include <atomic>
 #include <chrono>
@@ -81,7 +81,7 @@ protected:
 
     ktTestLog log;
     FakeTracer::Orders orders;
-    ktTestScene scene;
+    ktTriangleScene scene;
     ktTestTracing tracing{std::make_unique<ktSceneRaytracing>(std::make_unique<FakeTracer>(orders)), 8};
 };
 
@@ -242,7 +242,7 @@ TEST_F(SceneRaytracing, GivenEndOfRun_RestoresTheViewAndForgetsTheScene) {
     ktTestTracing real;
     ktTestMesh sphere;
     sphere.addSphere(100, 20, 20);
-    ktTestScene closed;
+    ktTriangleScene closed;
     closed.addMesh(sphere);
     real.build(closed);
     EXPECT_LT(real.traceOne(origin, up)[3], 0.001f);

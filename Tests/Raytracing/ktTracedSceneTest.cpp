@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktTracedScene.h"
 #include "ktCancelPoint.h"
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ osg::Matrix scaling(osg::Real32 x, osg::Real32 y, osg::Real32 z) {
 }
 
 // As with more processors than there may be.
-void makeOnFourThreads(ktTracedScene& traced, const ktTestScene& scene) {
+void makeOnFourThreads(ktTracedScene& traced, const ktTriangleScene& scene) {
     ktEventPump pump;
     traced.collect(scene.geometryNodes, {}, pump);
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 4);
@@ -38,7 +38,7 @@ TEST(TracedScene, GivenBadTriangles_CountsThemForEachUseThatReadsThemAndKnowsThe
     broken.addTriangle(0, 1, 99); // no such position
     ktTestMesh far = square();
     far.addTriangle(0, 1, far.addVertex(1e17, 0, 0));
-    ktTestScene scene;
+    ktTriangleScene scene;
     scene.addMesh(square());
     scene.addMesh(far);                         // as it stands it is fine
     scene.addMesh(far, scaling(100, 1, 1));     // 1
@@ -70,7 +70,7 @@ TEST(TracedScene, GivenLargeMesh_TransformsEveryPositionAndLeavesOutTheBad) {
                             c = mesh.addVertex(x, y + 0.5, i == 69999 ? 4 : 0);
         mesh.addTriangle(a, b, c);
     }
-    ktTestScene scene;
+    ktTriangleScene scene;
     const osg::Matrix matrix = scaling(2, 3, 5);
     scene.addMesh(mesh, matrix);
     ktTracedScene traced;
@@ -93,7 +93,7 @@ TEST(TracedScene, GivenLargeMesh_TransformsEveryPositionAndLeavesOutTheBad) {
 }
 
 TEST(TracedScene, GivenCancel_Throws) {
-    ktTestScene scene;
+    ktTriangleScene scene;
     scene.addMesh(square());
     ktTracedScene traced;
     const ktTestLog log; // withdraws the cancel

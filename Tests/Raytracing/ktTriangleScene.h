@@ -23,10 +23,10 @@ std::vector<std::uint32_t> ktBitsOf(const std::vector<Vector>& vectors) {
 }
 
 /// A scene graph for tests: one root, geometry below transforms.
-class ktTestScene {
+class ktTriangleScene {
 public:
-    ktTestScene();
-    ~ktTestScene();
+    ktTriangleScene();
+    ~ktTriangleScene();
 
     /// A geometry node of plain triangles below a transform. @return the node, kept by the scene
     osg::NodePtr addMesh(const ktTestMesh& mesh, const osg::Matrix& toWorld = osg::Matrix());
@@ -55,7 +55,7 @@ public:
         osg::Vec3f normal;
     };
 
-    void build(const ktTestScene& scene, const std::vector<osg::NodePtr>& lights = {}) {
+    void build(const ktTriangleScene& scene, const std::vector<osg::NodePtr>& lights = {}) {
         utils->buildAccelerationStructure(scene.geometryNodes, lights);
     }
     /// Results start as `untouched`.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "ktTestScene.h"
+#include "ktSceneParts.h"
 
 #include "ktRecordingHost.h"
 

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "ktTestScene.h"
+#include "ktTriangleScene.h"
 
 #include <cfloat>
 
 const osg::Vec4f ktTestTracing::untouched(7, 8, 9, 10);
 
-ktTestScene::ktTestScene() : root(osg::Node::create()) {
+ktTriangleScene::ktTriangleScene() : root(osg::Node::create()) {
     beginEditCP(root.get(), osg::Node::CoreFieldMask);
     root->setCore(osg::Group::create());
     endEditCP(root.get(), osg::Node::CoreFieldMask);
 }
 
-ktTestScene::~ktTestScene() = default;
+ktTriangleScene::~ktTriangleScene() = default;
 
-osg::GeometryPtr ktTestScene::makeGeometry(const ktTestMesh& mesh) {
+osg::GeometryPtr ktTriangleScene::makeGeometry(const ktTestMesh& mesh) {
     const osg::GeometryPtr geometry = osg::Geometry::create();
     const osg::GeoPTypesUI8Ptr types = osg::GeoPTypesUI8::create();
     const osg::GeoPLengthsUI32Ptr lengths = osg::GeoPLengthsUI32::create();
@@ -34,7 +34,7 @@ osg::GeometryPtr ktTestScene::makeGeometry(const ktTestMesh& mesh) {
     return geometry;
 }
 
-osg::NodePtr ktTestScene::addCore(const osg::NodeCorePtr& core, const osg::Matrix& toWorld) {
+osg::NodePtr ktTriangleScene::addCore(const osg::NodeCorePtr& core, const osg::Matrix& toWorld) {
     const osg::NodePtr above = osg::Node::create(), node = osg::Node::create();
     const osg::TransformPtr transform = osg::Transform::create();
     beginEditCP(transform);
@@ -53,13 +53,13 @@ osg::NodePtr ktTestScene::addCore(const osg::NodeCorePtr& core, const osg::Matri
     return node;
 }
 
-osg::NodePtr ktTestScene::addMesh(const ktTestMesh& mesh, const osg::Matrix& toWorld) {
+osg::NodePtr ktTriangleScene::addMesh(const ktTestMesh& mesh, const osg::Matrix& toWorld) {
     const osg::NodePtr node = addCore(makeGeometry(mesh), toWorld);
     geometryNodes.push_back(node);
     return node;
 }
 
-osg::NodePtr ktTestScene::addInstance(const osg::NodePtr& node, const osg::Matrix& toWorld) {
+osg::NodePtr ktTriangleScene::addInstance(const osg::NodePtr& node, const osg::Matrix& toWorld) {
     geometryNodes.push_back(addCore(node->getCore(), toWorld));
     return geometryNodes.back();
 }
