@@ -8,6 +8,27 @@
 #include <OpenSG/OSGGeoFunctions.h>
 #include <OpenSG/OSGTriangleIterator.h>
 
+namespace {
+
+/// Triangles that a geometry's primitives make; none for points and lines.
+std::uint64_t countTriangles(const osg::GeometryPtr& geometry) {
+    bool hasStrips = false;
+    for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
+        hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
+    if (!hasStrips) {
+        osg::UInt32 triangles, lines, points;
+        osg::calcPrimitiveCount(geometry, triangles, lines, points);
+        return triangles;
+    }
+    // Those that only connect parts of a strip do not count.
+    std::uint64_t count = 0;
+    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+        ++count;
+    return count;
+}
+
+} // namespace
+
 std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
     std::vector<ktBakeGeometry> list;
     std::map<osg::UInt32, std::size_t> places;
@@ -28,22 +49,4 @@ std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
         return true;
     });
     return list;
-}
-
-std::uint64_t countTriangles(const osg::GeometryPtr& geometry) {
-    if (geometry == osg::NullFC)
-        return 0;
-    bool hasStrips = false;
-    for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
-        hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
-    if (!hasStrips) {
-        osg::UInt32 triangles, lines, points;
-        osg::calcPrimitiveCount(geometry, triangles, lines, points);
-        return triangles;
-    }
-    // Those that only connect parts of a strip do not count.
-    std::uint64_t count = 0;
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
-        ++count;
-    return count;
 }

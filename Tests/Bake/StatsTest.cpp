@@ -4,6 +4,7 @@
 #include "ktBoxScene.h"
 
 #include <gtest/gtest.h>
+#include <QByteArray>
 
 namespace {
 
@@ -39,6 +40,9 @@ TEST(Stats, GivenPasses_CountsTheirRays) {
     const auto rays = statsOf(folder).at("raysTraced");
     EXPECT_EQ(rays.at("direct"), 24 * 256);
     EXPECT_EQ(rays.at("indirect"), 3 * 24 * 64);
+    EXPECT_EQ(statsOf(folder).at("raysShared"), (nlohmann::json{{"direct", 0}, {"indirect", 0}}));
+    EXPECT_EQ(statsOf(folder).at("refinement"),
+              (nlohmann::json{{"addedVertices", 0}, {"raysTraced", {{"direct", 0}, {"indirect", 0}}}}));
     EXPECT_EQ(statsOf(folder).at("geometries").at(0).at("raysTraced"), 24 * 256 + 3 * 24 * 64);
 }
 
@@ -91,4 +95,55 @@ TEST(Stats, GivenSelection_TellsWhatWasNotTraced) {
     EXPECT_EQ(stats.at("geometries").at(0).at("raysTraced"), 0);
     EXPECT_EQ(stats.at("geometries").at(1).at("traced"), true);
     EXPECT_EQ(stats.at("occludingTriangles"), 24) << "what is not selected occludes as well";
+}
+
+// A square of two triangles without indices: two of its six vertices are equal to others.
+TEST(Stats, GivenEqualVertices_CountsTheRaysThatTheyShare) {
+    const float corners[6][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}};
+    std::vector<float> values;
+    for (const auto& corner : corners)
+        values.insert(values.end(), {corner[0], corner[1], 0});
+    for (int i = 0; i < 6; ++i)
+        values.insert(values.end(), {0, 0, 1});
+    const QByteArray bytes(reinterpret_cast<const char*>(values.data()), static_cast<int>(4 * values.size()));
+    nlohmann::json scene = makeBoxes({{"square", {0, 0, 0}}});
+    scene["buffers"][0] = {{"byteLength", bytes.size()},
+                           {"uri", "data:application/octet-stream;base64," + bytes.toBase64().toStdString()}};
+    scene["bufferViews"] = {{{"buffer", 0}, {"byteOffset", 0}, {"byteLength", 72}},
+                            {{"buffer", 0}, {"byteOffset", 72}, {"byteLength", 72}}};
+    scene["accessors"].erase(2);
+    for (int i = 0; i < 2; ++i)
+        scene["accessors"][i]["count"] = 6;
+    scene["accessors"][0]["min"] = {0, 0, 0};
+    scene["accessors"][0]["max"] = {1, 1, 0};
+    scene["meshes"][0]["primitives"][0].erase("indices");
+    const ktTestFolder folder;
+    folder.write("square.gltf", scene.dump());
+    ASSERT_EQ(runBake(folder.path, {"square.gltf", "-o", "out.glb", "--stats", "stats.json", "--shadow-quality", "1",
+                                    "--gather-quality", "0"})
+                  .exitCode,
+              0);
+    const auto stats = statsOf(folder);
+    EXPECT_EQ(stats.at("raysTraced"), (nlohmann::json{{"direct", 6 * 256}, {"indirect", 6 * 64}}));
+    EXPECT_EQ(stats.at("raysShared"), (nlohmann::json{{"direct", 2 * 256}, {"indirect", 2 * 64}}));
+}
+
+TEST(Stats, GivenRefinement_CountsVerticesAndRaysThatItAdded) {
+    const ktTestFolder folder;
+    folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {1.3f, 0, 0}}}).dump());
+    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "-o", "out.glb", "--stats", "stats.json", "--no-indirect",
+                                    "--shadow-quality", "2", "--subdivide", "--min-edge-length", "200"})
+                  .exitCode,
+              0);
+    const ktBakedFile baked(folder.file("out.glb"));
+    std::size_t written = 0;
+    for (const auto& primitive : baked.primitives())
+        written += baked.floats(primitive, "_AO").size();
+    const auto stats = statsOf(folder);
+    const auto added = stats.at("refinement").at("addedVertices").get<std::size_t>();
+    EXPECT_GT(added, 0u);
+    EXPECT_EQ(added, written - 48);
+    EXPECT_EQ(stats.at("raysTraced").at("direct"), 48 * 1024) << "without those of refinement";
+    EXPECT_GT(stats.at("refinement").at("raysTraced").at("direct").get<double>(), 1024.0 * static_cast<double>(added));
+    EXPECT_EQ(stats.at("refinement").at("raysTraced").at("indirect"), 0);
 }

@@ -2,6 +2,7 @@
 // Refinement from the request to the rebuilt geometry.
 #include "ktGeoSubdivisionList.h"
 #include "ktGeoSubdivisionRecord.h"
+#include "ktRefinementProbes.h"
 #include "ktTriangleScene.h"
 
 #include <cfloat>
@@ -365,4 +366,32 @@ TEST_F(Refinement, GivenGeometryInAnotherOrder_GivesTheSameBits) {
         }
     }
     EXPECT_GT(first.size(), 60u);
+}
+
+TEST_F(Refinement, GivenPenumbra_CountsVerticesAndRaysThatItAdded) {
+    const osg::GeometryPtr ground = makeGrid(8, 100);
+    add(ground);
+    addLid(400, 400, 300, 50);
+    tracing.build(scene);
+    const float threshold = 0.1f;
+    const std::uint64_t before = positionsOf(ground)->getSize(), rays = 32 * 32;
+    refine(ground, 1, threshold);
+    const ktTracingStatistics& statistics = tracing.utils->getStatistics();
+    const std::uint64_t added = positionsOf(ground)->getSize() - before;
+    ASSERT_GT(added, 0u);
+    EXPECT_EQ(statistics.addedVertices, added);
+    EXPECT_EQ(statistics.requested.direct, before * rays) << "the pass, without what refinement added";
+    ASSERT_GT(statistics.refining.direct, added * rays) << "the new vertices, and the points where it looked";
+    const std::uint64_t axis = ktRefinementProbes::raysPerAxis(threshold);
+    EXPECT_EQ((statistics.refining.direct - added * rays) % (axis * axis), 0u);
+    EXPECT_EQ(statistics.refining.indirect, 0u);
+}
+
+TEST_F(Refinement, GivenEvenLight_CountsTheRaysThatFoundNothing) {
+    const osg::GeometryPtr ground = makeGrid(2, 100);
+    add(ground);
+    tracing.build(scene);
+    refine(ground);
+    EXPECT_EQ(tracing.utils->getStatistics().addedVertices, 0u);
+    EXPECT_GT(tracing.utils->getStatistics().refining.direct, 0u);
 }
