@@ -127,8 +127,15 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     needTracer();
     ktEventPump pump;
     scene.collect(geometry, lights, pump);
-    for (const ktTracedGeometry& traced : scene.geometries)
+    statistics.occludingTriangles = 0;
+    std::map<ktGeometryNumber, std::uint64_t> triangles;
+    for (const ktTracedGeometry& traced : scene.geometries) {
         numbers.add(traced.geometry.get());
+        const auto [entry, isNew] = triangles.try_emplace(traced.number, 0);
+        if (isNew)
+            entry->second = ktCountTriangles(traced.geometry.get());
+        statistics.occludingTriangles += entry->second;
+    }
     // Geometry that does not occlude is calculated, too.
     ktForEachGeometryInstance(ktScenegraph::getRootNode(), ktInstances::All, [&](const ktGeometryInstance& instance) {
         numbers.add(instance.geometry);
@@ -150,7 +157,6 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
         leftBuild = std::move(build);
         throw ktCanceled();
     }
-    statistics.occludingTriangles = scene.triangleCount();
 }
 
 void ktSceneRaytracing::forgetRun() {

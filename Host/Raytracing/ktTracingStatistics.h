@@ -23,7 +23,7 @@ struct ktTracingStatistics {
     ktRayCounts
         refining; ///< traced by refinement, at the points where it looks and at new vertices; not in `requested`
     std::uint64_t addedVertices = 0;                 ///< by refinement
-    std::uint64_t occludingTriangles = 0;            ///< that rays could meet after the last build; each use counts
+    std::uint64_t occludingTriangles = 0;            ///< given at the last build, each use counts
     std::map<ktGeometryNumber, Geometry> geometries; ///< those that the scene holds
 };
 

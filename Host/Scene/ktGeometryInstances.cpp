@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktGeometryInstances.h"
 
+#include <OpenSG/OSGGeoFunctions.h>
 #include <OpenSG/OSGSwitch.h>
+#include <OpenSG/OSGTriangleIterator.h>
 #include <vector>
 
 namespace {
@@ -64,4 +66,20 @@ void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
         if (!enter(child, toWorld))
             return;
     }
+}
+
+std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry) {
+    bool hasStrips = false;
+    for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
+        hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
+    if (!hasStrips) {
+        osg::UInt32 triangles, lines, points;
+        osg::calcPrimitiveCount(geometry, triangles, lines, points);
+        return triangles;
+    }
+    // Those that only connect parts of a strip do not count.
+    std::uint64_t count = 0;
+    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+        ++count;
+    return count;
 }

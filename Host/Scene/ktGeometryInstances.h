@@ -3,6 +3,7 @@
 
 #include "ktHostExport.h"
 
+#include <cstdint>
 #include <functional>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGMatrix.h>
@@ -25,3 +26,8 @@ enum class ktInstances {
 /// may have any depth. `visit` must not change the tree.
 KT_HOST_EXPORT void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
                                               const std::function<bool(const ktGeometryInstance&)>& visit);
+
+/// Triangles that a geometry's primitives make, those without area included; none for points and lines. Those that only
+/// connect parts of a strip do not count.
+/// @param geometry not null
+KT_HOST_EXPORT std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry);

@@ -80,6 +80,12 @@ TEST_F(TracingStatistics, GivenInstances_CountsTheTrianglesOfEachUse) {
     scene.addInstance(node, osg::Matrix());
     tracing.build(scene);
     EXPECT_EQ(statistics().occludingTriangles, 4u);
+    ktTestMesh flat;
+    const std::uint32_t corner = flat.addVertex(0, 0, 0);
+    flat.addTriangle(corner, corner, corner);
+    scene.addMesh(flat);
+    tracing.build(scene);
+    EXPECT_EQ(statistics().occludingTriangles, 5u) << "as given, even without area";
 }
 
 TEST_F(TracingStatistics, GivenAnotherRun_BeginsAgain) {

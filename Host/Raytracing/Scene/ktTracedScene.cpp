@@ -233,13 +233,6 @@ const ktTracedGeometry* ktTracedScene::find(ktGeometryNumber geometry) const {
     return found == firstUses.end() ? nullptr : &geometries[found->second];
 }
 
-std::uint64_t ktTracedScene::triangleCount() const {
-    std::uint64_t count = 0;
-    for (const ktTracedGeometry& traced : geometries)
-        count += traced.triangles->size() / 3;
-    return count;
-}
-
 std::vector<ktInward> ktTracedScene::inwardDirections(ktGeometryNumber geometry, const float* positions,
                                                       std::uint32_t count) const {
     const ktTracedGeometry* traced = find(geometry);

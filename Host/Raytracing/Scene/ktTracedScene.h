@@ -65,8 +65,6 @@ public:
     /// @param positions `count` times three floats
     std::vector<ktInward> inwardDirections(ktGeometryNumber geometry, const float* positions,
                                            std::uint32_t count) const;
-    /// Triangles of all uses.
-    std::uint64_t triangleCount() const;
 
 private:
     void readTriangles(std::vector<std::uint64_t>& bad);
