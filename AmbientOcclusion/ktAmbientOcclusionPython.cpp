@@ -127,4 +127,4 @@ void pythonInit(bool destroy) {
 
 } // namespace
 
-static ktPythonInit _pythonInit(&pythonInit);
+static ktPythonInit startWithPython(&pythonInit);

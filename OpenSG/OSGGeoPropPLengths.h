@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-// Number of vertices of each primitive.
+// Lengths of primitives, in vertices.
 
 OSG_GEO_PROPERTY_KIND(GeoPLengths)
 

@@ -57,7 +57,8 @@ GeoPropertyArrayInterface* Geometry::getProperty(const Int32 mapId) {
 
 namespace {
 
-// Calls visit(field mask, getter, setter) for each vertex property.
+// Calls visit(field mask, getter, setter) for each vertex property, so that what is to be done for all of them is
+// written once.
 template <class VisitT>
 void forEachVertexProperty(VisitT&& visit) {
     typedef GeometryBase G;
@@ -78,7 +79,7 @@ void forEachVertexProperty(VisitT&& visit) {
     visit(G::TexCoords7FieldMask, static_cast<GetTexCoords>(&G::getTexCoords7), &G::setTexCoords7);
 }
 
-// Also visits the properties that divide the vertices into primitives.
+// All properties, those that divide the vertices into primitives included.
 template <class VisitT>
 void forEachProperty(VisitT&& visit) {
     typedef GeometryBase G;

@@ -21,7 +21,9 @@ endif()
 set(kt_own_warnings $<$<CXX_COMPILER_ID:GNU>:-Wshadow> $<$<CXX_COMPILER_ID:GNU>:-Wmissing-declarations>)
 
 if(KT_SANITIZE)
-    add_compile_options(-fsanitize=${KT_SANITIZE} -fno-omit-frame-pointer -g)
+    add_compile_options(-fsanitize=${KT_SANITIZE} -fno-omit-frame-pointer)
+    # Reports name lines. Other build types have what they need for that.
+    add_compile_options($<$<CONFIG:Release>:-g1>)
     add_link_options(-fsanitize=${KT_SANITIZE})
     # This warning is mostly wrong in instrumented code. Builds without sanitizers keep it.
     add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)

@@ -15,11 +15,13 @@
 /// File names and messages are UTF-8, also where no language is set (as in containers and jobs): Qt would otherwise
 /// take the locale "C" at its word and lose every other letter.
 static void useUtf8() {
+    // No other thread runs yet. NOLINTBEGIN(concurrency-mt-unsafe)
     std::setlocale(LC_CTYPE, "");
     if (std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0)
         return;
     unsetenv("LC_ALL");
     setenv("LC_CTYPE", "C.UTF-8", 1);
+    // NOLINTEND(concurrency-mt-unsafe)
 }
 
 int main(int argc, char** argv) {

@@ -4,8 +4,8 @@
 #include "ktLog.h"
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
+#include <system_error>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -19,9 +19,9 @@ bool canBeWritten(const std::string& fileName) {
     else if (!fs::is_directory(folder, error))
         reason = "the folder " + folder.string() + " does not exist";
     else if (access(folder.c_str(), W_OK | X_OK) != 0)
-        reason = "the folder " + folder.string() + " cannot be written: " + std::strerror(errno);
+        reason = "the folder " + folder.string() + " cannot be written: " + std::generic_category().message(errno);
     else if (fs::exists(file, error) && access(file.c_str(), W_OK) != 0)
-        reason = std::string("it cannot be replaced: ") + std::strerror(errno);
+        reason = "it cannot be replaced: " + std::generic_category().message(errno);
     if (!reason.empty())
         ktLog::error("%s: cannot be written: %s", fileName.c_str(), reason.c_str());
     return reason.empty();

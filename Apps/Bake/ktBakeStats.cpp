@@ -3,6 +3,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeGeometryList.h"
+#include "ktBakeTracing.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktSafeFile.h"
@@ -19,17 +20,14 @@ double count(std::uint64_t value) {
     return static_cast<double>(value);
 }
 
-QJsonObject byLight(const ktRayCounts& rays) {
-    return {{"direct", count(rays.direct)}, {"indirect", count(rays.indirect)}};
-}
-
 } // namespace
 
-void ktBakeStats::addTracing(const ktTracingStatistics& counts, const std::vector<ktBakeGeometry>& sceneGeometries) {
-    tracing = counts;
+void ktBakeStats::addTracing(const ktBakeTracing& tracing, const std::vector<ktBakeGeometry>& sceneGeometries) {
+    directRays = tracing.getDirectRays();
+    indirectRays = tracing.getIndirectRays();
+    occludingTriangles = tracing.getOccludingTriangles();
     for (const ktBakeGeometry& entry : sceneGeometries) {
-        const auto found = tracing.geometries.find(ktGetGeometryNumber(entry.geometry));
-        const auto traced = found != tracing.geometries.end() ? found->second : ktTracingStatistics::Geometry();
+        const ktBakeTraced traced = tracing.getTraced(entry.geometry);
         geometries.append(QJsonObject{{"node", QString::fromStdString(entry.name)},
                                       {"uses", count(entry.uses)},
                                       {"vertices", count(entry.vertices)},
@@ -51,14 +49,11 @@ bool ktBakeStats::write(const std::string& fileName) const {
         {"sceneVertices", count(sceneVertices)},
         {"sceneTriangles", count(sceneTriangles)},
         {"instancedTriangles", count(instancedTriangles)},
-        {"occludingTriangles", count(tracing.occludingTriangles)},
+        {"occludingTriangles", count(occludingTriangles)},
         {"sceneDiagonalMm", sceneDiagonal},
         {"geometriesCalculated", geometriesCalculated},
         {"verticesTraced", count(verticesTraced)},
-        {"raysTraced", byLight(tracing.requested)},
-        {"raysShared", byLight(tracing.shared)},
-        {"refinement",
-         QJsonObject{{"addedVertices", count(tracing.addedVertices)}, {"raysTraced", byLight(tracing.refining)}}},
+        {"raysTraced", QJsonObject{{"direct", count(directRays)}, {"indirect", count(indirectRays)}}},
         {"geometries", geometries},
         {"seconds", QJsonObject{{"read", readSeconds},
                                 {"structure", structureSeconds},

@@ -3,15 +3,15 @@
 
 #include "ktHostExport.h"
 
-/// The state that ktController was set to, for the host and its applications. Main thread only. ktHostSignals announces
-/// changes.
+/// What ktController was told, for the host and its applications. Main thread only. Changes are announced by
+/// ktHostSignals.
 class KT_HOST_EXPORT ktControllerState {
 public:
-    /// Whether a long operation runs. Meanwhile the application accepts no input except cancel.
+    /// Whether a long operation runs; the application takes no input but cancel then.
     static bool isBusy() noexcept;
-    /// Number of long operations so far; identifies the current one.
+    /// How often a long operation began: tells one from the next.
     static unsigned long getBusyCount() noexcept;
-    /// Whether the pointer shows it; false if not busy.
+    /// Whether the pointer should show it; false when not busy.
     static bool isBusyCursorShown() noexcept;
     /// Whether the scene has unsaved changes.
     static bool isModified() noexcept;

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
 
 struct ktSafeFile::Temporary {
     Temporary(int number, const QByteArray& name_) : file(number), name(name_) {}
@@ -27,7 +28,7 @@ struct ktSafeFile::Temporary {
 namespace {
 
 const char temporaryMark[] = ".tmp-";
-constexpr int mostLinks = 40; // as the system does
+constexpr int mostLinks = 40; // as the system itself follows
 
 QByteArray directoryOf(const QByteArray& path) {
     const int slash = path.lastIndexOf('/');
@@ -41,7 +42,7 @@ bool isStillNamed(int file, const QByteArray& name) {
            opened.st_ino == named.st_ino;
 }
 
-/// Creates a file beside `path` and locks it while it is open. Negative on failure, see errno.
+/// A new file beside `path`, locked for as long as it is open. Negative on failure, see errno.
 int createTemporary(const QByteArray& path, QByteArray& name) {
     static std::atomic<unsigned> counter{0};
     for (int attempt = 0; attempt < 100; ++attempt) {
@@ -52,17 +53,17 @@ int createTemporary(const QByteArray& path, QByteArray& name) {
             continue;
         if (file < 0)
             return -1;
-        // Fails on a file system without locks. There, left-behind files are not removed either.
+        // A file system without locks answers with an error; then nobody cleans up there either.
         while (flock(file, LOCK_EX) != 0 && errno == EINTR) {
         }
         if (isStillNamed(file, name))
             return file;
-        close(file); // another process deleted it before it was locked
+        close(file); // another process took it for a left-behind one before it was locked
     }
     return -1;
 }
 
-/// Whether the rest of a name, after the mark, is a process id and a number.
+/// Whether the rest of a name, behind the mark, is a process and a number.
 bool isOurs(const char* rest) {
     const std::size_t process = std::strspn(rest, "0123456789");
     if (process == 0 || rest[process] != '-')
@@ -78,6 +79,7 @@ void removeLeftBehind(const QByteArray& path) {
     DIR* listing = opendir(directory.constData());
     if (!listing)
         return;
+    // Only this function reads the listing. NOLINTNEXTLINE(concurrency-mt-unsafe)
     while (const dirent* entry = readdir(listing)) {
         if (std::strncmp(entry->d_name, prefix.constData(), static_cast<std::size_t>(prefix.size())) != 0 ||
             !isOurs(entry->d_name + prefix.size()))
@@ -125,14 +127,14 @@ ktSafeFile::ktSafeFile(const QByteArray& path) : target(targetOf(path)) {
     }
     temporary = std::make_unique<Temporary>(file, name);
     if (exists)
-        fchmod(file, old.st_mode & 0777); // fails harmlessly on file systems without permissions
+        fchmod(file, old.st_mode & 0777); // as far as the file system has permissions
 }
 
 ktSafeFile::~ktSafeFile() = default;
 
 bool ktSafeFile::fail(const char* what) {
-    const int error = errno;
-    reason = QString("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(std::strerror(error)));
+    const std::string cause = std::generic_category().message(errno);
+    reason = QString("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(cause.c_str()));
     temporary.reset();
     return false;
 }

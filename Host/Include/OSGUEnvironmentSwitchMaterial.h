@@ -11,7 +11,7 @@ OSG_BEGIN_NAMESPACE
 class UEnvironmentSwitchMaterial;
 typedef FCPtr<ChunkMaterialPtr, UEnvironmentSwitchMaterial> UEnvironmentSwitchMaterialPtr;
 
-/// Several environments, of which one is shown. References each of them.
+/// Several surroundings to choose from, of which one is shown. Holds a reference to each.
 class KT_HOST_EXPORT UEnvironmentSwitchMaterial : public ChunkMaterial {
     typedef ChunkMaterial Inherited;
 
@@ -28,17 +28,17 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(UEnvironmentSwitchMaterialPtr)
 
-    /// Index of the environment shown. An index out of range shows none. 0 in a new material.
+    /// Place of the one shown, from 0; a place that there is not shows none. 0 in a new material.
     OSG_SFIELD_ACCESS(Int32, Choice)
 
-    /// Adds an environment at the end. Ignores null.
+    /// Adds a choice at the end; null is ignored.
     void addEnvironment(const UEnvironmentMaterialPtr& environment);
-    /// Removes an environment; later ones move up. Does nothing if the index is out of range.
+    /// Takes a choice out; later ones move up. Nothing happens for a place that there is not.
     void subEnvironment(UInt32 index);
     UInt32 getNEnvironments() const { return _mfEnvironments.getSize(); }
     /// `index` must be below getNEnvironments().
     UEnvironmentMaterialPtr getEnvironment(UInt32 index) const { return _mfEnvironments[index]; }
-    /// The environment shown, or null.
+    /// The one shown; null when none is.
     UEnvironmentMaterialPtr getChosenEnvironment() const;
 
     /// Always false.

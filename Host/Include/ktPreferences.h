@@ -5,9 +5,9 @@
 
 #include <QString>
 
-/// The user's preferences.
+/// Where the host keeps what belongs to the user.
 class KT_HOST_EXPORT ktPreferences {
 public:
-    /// Absolute path of the user's preferences directory, ending in a separator. Creates the directory if needed.
+    /// Absolute directory of the user's preferences, ending in a separator; it is made when it does not exist.
     static QString getPreferencesDir();
 };

@@ -3,7 +3,6 @@
 
 #include "ktLog.h"
 #include "ktSceneRaytracing.h"
-#include "ktTracingStatistics.h"
 
 #include <exception>
 
@@ -35,9 +34,4 @@ ktRaytracingUtils* ktRaytracingManager::getRaytracingUtils() {
 void ktRaytracingManager::setRaytracingUtils(ktRaytracingUtils* utils) {
     current = utils;
     isReplaced = true;
-}
-
-ktTracingStatistics ktReadTracingStatistics() {
-    const auto* const own = dynamic_cast<const ktSceneRaytracing*>(current);
-    return own ? own->getStatistics() : ktTracingStatistics();
 }

@@ -4,10 +4,10 @@
 #include <OpenSG/OSGNode.h>
 #include <vector>
 
-/// Data of ktScenegraph and ktSceneState.
+/// What ktScenegraph and ktSceneState keep.
 struct ktSceneStorage {
     osg::NodePtr root;                    ///< referenced
-    std::vector<osg::UInt32> selectedIds; ///< container ids, which are never reused
+    std::vector<osg::UInt32> selectedIds; ///< container numbers, which are never used twice
     bool isUpdateEnabled = true;
     bool isUpdating = false;
 

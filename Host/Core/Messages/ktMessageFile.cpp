@@ -6,15 +6,15 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace {
 
 bool fail(QString& reason, const char* what) {
-    const int error = errno;
-    reason = QString("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(std::strerror(error)));
+    const std::string cause = std::generic_category().message(errno);
+    reason = QString("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(cause.c_str()));
     return false;
 }
 
@@ -31,7 +31,7 @@ bool ktMessageFile::isStill(const QByteArray& path, const Identity& identity) {
 
 ktMessageFile::ReadResult ktMessageFile::read(const QByteArray& path, int maxBytes, QByteArray& content,
                                               Identity& identity, QString& reason) {
-    // O_NONBLOCK, because opening a pipe of that name would block.
+    // Not blocking, lest a pipe of that name hold everything up.
     const ktDescriptor file(open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status;
     if (file.number < 0) {

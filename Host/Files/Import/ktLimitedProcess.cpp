@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <new>
 #include <sys/mman.h>
@@ -16,6 +15,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -96,12 +96,12 @@ void ktByteSink::write(const void* data, std::size_t size) {
 ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktByteSink&)>& work) {
     const ktDescriptor memory(memfd_create("ktLimitedProcess", MFD_CLOEXEC));
     if (memory.number < 0)
-        throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+        throw ktFileError("file", "cannot be imported: " + std::generic_category().message(errno));
     std::fflush(nullptr);
     const pid_t self = getpid();
     const pid_t copy = fork();
     if (copy < 0)
-        throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+        throw ktFileError("file", "cannot be imported: " + std::generic_category().message(errno));
     if (copy == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != self)
@@ -112,13 +112,13 @@ ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktB
     int status = 0;
     while (waitpid(copy, &status, 0) < 0)
         if (errno != EINTR)
-            throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+            throw ktFileError("file", "cannot be imported: " + std::generic_category().message(errno));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != done)
         throw ktFileError("file", reasonFor(status));
 
     struct stat info;
     if (fstat(memory.number, &info) != 0)
-        throw ktFileError("file", std::string("cannot be imported: ") + std::strerror(errno));
+        throw ktFileError("file", "cannot be imported: " + std::generic_category().message(errno));
     ktBytes bytes(static_cast<std::size_t>(info.st_size));
     std::size_t at = 0;
     while (at < bytes.size()) {

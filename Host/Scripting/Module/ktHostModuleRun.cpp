@@ -20,7 +20,7 @@ namespace python = boost::python;
 
 namespace {
 
-/// Stores the first error that is logged during its lifetime.
+/// Remembers the first error that is logged while it lives.
 class FirstError {
 public:
     FirstError() {

@@ -22,11 +22,11 @@ constexpr int maxPictureSize = 16384;
 
 struct OpenScene {
     std::unique_ptr<ktSceneFile> file;
-    std::string name; // as the script gave it
+    std::string name; // as given
 };
 
 OpenScene& scene() {
-    // Never destroyed: at the end of the process the scene graph's static objects may be destroyed first.
+    // Never destroyed: at the end of the process the scene graph's own statics may go first.
     static auto& instance = *new OpenScene;
     return instance;
 }
