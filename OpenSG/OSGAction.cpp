@@ -11,7 +11,7 @@ namespace {
 struct Frame {
     NodePtr node;
     UInt32 nextChild;
-    // What the children returned last.
+    // Result of the child visited last.
     Action::ResultE result;
 };
 
@@ -57,7 +57,7 @@ Action::ResultE traverse(const NodePtr root, const TraverseEnterFunctor& enter, 
     std::vector<Frame> stack;
     const auto enterNode = [&enter, &stack](NodePtr node) {
         const Action::ResultE entered = enter.call(node);
-        // A node that is not gone into has no more children to visit.
+        // The children of a skipped node are not visited.
         const UInt32 nextChild = entered == Action::Continue ? 0 : TypeTraits<UInt32>::getMax();
         stack.push_back(Frame{node, nextChild, entered == Action::Quit ? Action::Quit : Action::Continue});
     };

@@ -9,13 +9,13 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// What a function that is called during a traversal says.
+/// Holds the results that a function called during a traversal can return.
 class Action {
 public:
     enum ResultE {
-        /// Go on, with the node's children.
+        /// Continue with the node's children.
         Continue,
-        /// Go on without the node's children.
+        /// Continue without the node's children.
         Skip,
         /// End the traversal.
         Quit
@@ -24,19 +24,19 @@ public:
 
 /// Called before a node's children.
 typedef TypedFunctor1<Action::ResultE, NodePtr> TraverseEnterFunctor;
-/// Called after a node's children, with the result so far: Quit when the traversal is ending.
+/// Called after a node's children, with the result so far: Quit if the traversal is ending.
 typedef TypedFunctor2<Action::ResultE, NodePtr, Action::ResultE> TraverseLeaveFunctor;
 
-// Depth first, in the order of the children. Traversal masks and switches are not looked at: enter decides. Trees may
-// be of any depth. Returns Quit when a function did, else Continue (with a leave function: the last root's result of
-// leave). Children that enter adds to the node are visited, too; a node that waits for its children must not be
-// destroyed.
+// Depth first, in the order of the children, for trees of any depth. Traversal masks and switches are ignored: enter
+// decides. Returns Quit if a function returned it, else Continue (with a leave function: its result for the last
+// root). Children that enter adds to its node are visited too. Do not destroy a node before its children have been
+// visited.
 
-/// A null root is passed to enter, too, and ends there.
+/// A null root is passed to enter as well; the traversal then ends.
 Action::ResultE traverse(NodePtr root, const TraverseEnterFunctor& enter);
 Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor& enter);
 
-/// leave is called for every node that was entered, also after Skip, and after Quit for it and the nodes above it.
+/// Calls leave for every entered node: also after Skip, and after Quit for that node and the nodes above it.
 Action::ResultE traverse(NodePtr root, const TraverseEnterFunctor& enter, const TraverseLeaveFunctor& leave);
 Action::ResultE traverse(const std::vector<NodePtr>& nodeList, const TraverseEnterFunctor& enter,
                          const TraverseLeaveFunctor& leave);

@@ -12,7 +12,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Something that can be attached to containers, to several at a time. Knows its parents; the parents reference it.
+/// Data that is attached to one or more containers. It knows its parents, and the parents reference it.
 class Attachment : public FieldContainer {
     typedef FieldContainer Inherited;
 
@@ -29,17 +29,17 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(AttachmentPtr)
 
-    /// The containers that hold it, as often as they do. Their order changes when one leaves.
+    /// The containers that hold it, one entry per use. The order changes when a parent is removed.
     MFFieldContainerPtr& getParents() { return _parents; }
     const MFFieldContainerPtr& getParents() const { return _parents; }
     MFFieldContainerPtr* getMFParents() { return &_parents; }
-    /// Called by the parents. subParent of a container that is no parent does nothing.
+    /// Called by the parents. subParent does nothing for a container that is not a parent.
     void addParent(FieldContainerPtr parent);
     void subParent(FieldContainerPtr parent);
-    /// Index in getParents(), -1 when it is no parent.
+    /// Index in getParents(); -1 if it is not a parent.
     Int32 findParent(FieldContainerPtr parent) const;
 
-    /// Internal attachments are not for users' eyes.
+    /// True for internal attachments, which a user interface does not show.
     SFBool& getInternal() { return _sfInternal; }
     const SFBool& getInternal() const { return _sfInternal; }
     SFBool* getSFInternal() { return &_sfInternal; }

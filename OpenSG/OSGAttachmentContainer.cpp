@@ -15,7 +15,7 @@ UInt32 attachmentKey(const UInt32 groupId, const UInt16 binding) {
     return (groupId << 16) | binding;
 }
 
-// A copy, since the last reference may go with the parent.
+// Takes a copy of the pointer: the caller's may be destroyed with the parent.
 void release(const AttachmentPtr attachment, const FieldContainerPtr& parent) {
     beginEditCP(attachment, Attachment::ParentsFieldMask);
     attachment->subParent(parent);

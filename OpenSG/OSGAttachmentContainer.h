@@ -21,13 +21,13 @@ public:
 
     OSG_ABSTR_FIELD_CONTAINER_DECL(AttachmentContainerPtr)
 
-    /// Attaches it, with a reference; what its group had at this binding before is released. Null is ignored.
+    /// Attaches it and references it. Releases the attachment that its group had at this binding. Ignores null.
     void addAttachment(const AttachmentPtr& attachment, UInt16 binding = 0);
-    /// Takes away what its group has at this binding. Null, or a group that has nothing, is ignored.
+    /// Removes the attachment that its group has at this binding. Does nothing for null or if there is none.
     void subAttachment(const AttachmentPtr& attachment, UInt16 binding = 0);
-    /// Null when there is none.
+    /// Null if there is none.
     AttachmentPtr findAttachment(UInt32 groupId, UInt16 binding = 0);
-    /// By the group of the type.
+    /// Finds by the group of the type.
     AttachmentPtr findAttachment(const FieldContainerType& type, UInt16 binding = 0);
 
     SFAttachmentMap* getSFAttachments() { return &_attachmentMap; }

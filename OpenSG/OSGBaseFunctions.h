@@ -78,7 +78,7 @@ inline T osgMax(const T a, const T b) {
     return a < b ? b : a;
 }
 
-/// value, moved into [lowest, highest].
+/// Clamps value to [lowest, highest].
 template <class T>
 inline T osgClamp(const T lowest, const T value, const T highest) {
     return value < lowest ? lowest : (highest < value ? highest : value);
@@ -93,8 +93,8 @@ inline T osgrad2degree(const T radians) {
     return T(radians * (180.0 / 3.14159265358979323846));
 }
 
-/// Starts the scene graph: creates the prototypes of all types known so far. Optional (a type makes its
-/// prototype on first use otherwise), may be called again. The arguments are not looked at. Returns true.
+/// Starts the scene graph: creates the prototypes of all types known so far. Optional, since a type otherwise creates
+/// its prototype on first use. May be called again. Ignores its arguments. Returns true.
 bool osgInit(Int32 argc = 0, Char8** argv = nullptr, UInt16 major = 1, UInt16 minor = 8, UInt16 release = 0);
 
 /// Ends the use of the scene graph. Containers that are still referenced stay alive. Returns true.

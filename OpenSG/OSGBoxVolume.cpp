@@ -73,7 +73,7 @@ bool BoxVolume::intersect(const Line& line) const {
 bool BoxVolume::intersect(const Line& line, Real32& enter, Real32& exit) const {
     if (isEmpty())
         return false;
-    // Slabs: the part of the line between each pair of parallel planes.
+    // Slab test: clips the line against each pair of parallel planes.
     Real32 from = 0.0f;
     Real32 to = TypeTraits<Real32>::getMax();
     for (UInt32 i = 0; i < 3 && !isInfinite(); ++i) {

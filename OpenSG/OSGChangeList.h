@@ -9,16 +9,16 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// The edits, references, births and deaths of containers in one thread, in the order of their happening.
+/// Records one thread's edits, references, creations and destructions of containers, in order.
 ///
-/// Each thread has one current list (Thread::getCurrentChangeList()). A list is read-only unless
-/// setReadWriteDefault() was called before the thread's first use of it, or setReadOnly(false) on it: read-only lists
-/// record nothing, so that a program that never looks at them does not fill its memory.
+/// Each thread has one current list (Thread::getCurrentChangeList()). A list is read-only unless setReadWriteDefault()
+/// was called before the thread's first use of it, or setReadOnly(false) on it. Read-only lists record nothing, so that
+/// they take no memory in programs that do not use them.
 class ChangeList {
 public:
-    /// Container number and the fields that changed.
+    /// Container id and the fields that changed.
     typedef std::pair<UInt32, BitVector> ChangeEntry;
-    /// Container number.
+    /// Container id.
     typedef UInt32 IdRefEntry;
 
     typedef std::vector<ChangeEntry>::size_type changed_size_type;
@@ -52,8 +52,8 @@ public:
     idrefd_const_iterator beginDestroyed() const { return _destroyed.begin(); }
     idrefd_const_iterator endDestroyed() const { return _destroyed.end(); }
 
-    // These append an entry; the edit functions of OSGFieldContainerPtr.h call them. Nothing happens to a read-only
-    // list.
+    // These append an entry and are called by the edit functions of OSGFieldContainerPtr.h. They do nothing on a
+    // read-only list.
     void addChanged(const FieldContainerPtr& container, BitVector whichField);
     void addAddRefd(const FieldContainerPtr& container);
     void addSubRefd(const FieldContainerPtr& container);
@@ -62,23 +62,23 @@ public:
     void addDestroyed(UInt32 containerId);
 
     void clearAll();
-    /// Exchanges the entries with those of other; each list stays read-only or not.
+    /// Exchanges the entries with those of other. Neither list changes between read-only and read-write.
     void swap(ChangeList& other);
-    /// Appends the entries of other, read-only or not. Returns true.
+    /// Appends the entries of other, even if this list is read-only. Returns true.
     bool merge(const ChangeList& other);
     bool empty() const;
 
     void setReadOnly(bool readOnly) { _readOnly = readOnly; }
-    /// Whether lists made from now on record changes.
+    /// Sets whether lists created from now on record changes.
     static void setReadWriteDefault(bool readWrite = true);
 
-    /// Once more than size changes are recorded they are compacted; 0 (the default) for never.
+    /// Compacts the changes when more than size are recorded. 0 (the default) means never.
     static void setMaxChangedSize(UInt32 size);
     static UInt32 getMaxChangedSize();
-    /// Joins the changes of each container into one entry, at the place of its first.
+    /// Merges all changes of a container into one entry, at the position of its first change.
     void compactChanged();
 
-    /// Number of entries by kind, to standard error.
+    /// Writes the number of entries by kind to standard error.
     void dump() const;
 
 private:

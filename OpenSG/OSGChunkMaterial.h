@@ -10,7 +10,7 @@ class ChunkMaterial;
 typedef FCPtr<MaterialPtr, ChunkMaterial> ChunkMaterialPtr;
 typedef RefPtr<ChunkMaterialPtr> ChunkMaterialRefPtr;
 
-/// The simplest material that can be created, and a base for a program's own materials.
+/// The simplest material that can be created. Programs derive their own materials from it.
 class ChunkMaterial : public Material {
     typedef Material Inherited;
 
@@ -19,7 +19,7 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(ChunkMaterialPtr)
 
-    /// True when the transparency mode says so.
+    /// True if the transparency mode says so.
     bool isTransparent() const override;
 
 protected:

@@ -28,7 +28,7 @@ public:
     ValueTypeT& operator[](const UInt32 index) { return _values[index]; }
     const ValueTypeT& operator[](const UInt32 index) const { return _values[index]; }
 
-    // Component by component, with one number or with another colour.
+    // Component by component, with a number or with another colour.
 #define OSG_COLOR_OPERATOR(OP, ASSIGN_OP)                                                                              \
     void operator ASSIGN_OP(const ValueTypeT value) {                                                                  \
         for (ValueTypeT & component : _values)                                                                         \
@@ -55,7 +55,7 @@ public:
     OSG_COLOR_OPERATOR(/, /=)
 #undef OSG_COLOR_OPERATOR
 
-    /// True when no component differs by more than tolerance.
+    /// True if no component differs by more than tolerance.
     bool equals(const DerivedT& other, const ValueTypeT tolerance) const {
         return within(other, tolerance);
     }

@@ -23,7 +23,7 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(DirectionalLightPtr)
 
-    /// Points to the light, against the way the light travels; any length but zero. (0, 0, 1) in a new light.
+    /// Points towards the light, opposite to the light's travel. Must not be zero. (0, 0, 1) in a new light.
     OSG_SFIELD_ACCESS(Vec3f, Direction)
     void setDirection(Real32 x, Real32 y, Real32 z) { setDirection(Vec3f(x, y, z)); }
 

@@ -10,7 +10,7 @@ class Drawable;
 typedef FCPtr<NodeCorePtr, Drawable> DrawablePtr;
 typedef RefPtr<DrawablePtr> DrawableRefPtr;
 
-/// A core that can be seen. Abstract.
+/// A core that can be drawn. Abstract.
 class Drawable : public NodeCore {
     typedef NodeCore Inherited;
 

@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// The volume of a node. Always a box; the class exists for the interface of OpenSG 1.x.
+/// The volume of a node. Always a box. The class exists for compatibility with OpenSG 1.x.
 class DynamicVolume : public BoxVolume {
 public:
     enum Type { BOX_VOLUME };

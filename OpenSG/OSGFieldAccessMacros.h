@@ -2,11 +2,11 @@
 #ifndef OSGFIELDACCESSMACROS_H
 #define OSGFIELDACCESSMACROS_H
 
-// Accessors and masks of a container class' fields, in the form that OpenSG 1.x's classes have them. Nothing else is
-// needed for them than the field classes, so that a class written with them compiles with OpenSG 1.x, too.
+// Accessors and masks of a container class's fields, in the form of OpenSG 1.x's classes. They need only the field
+// classes, so a class that uses them also compiles with OpenSG 1.x.
 
-// Public accessors of a single field _sf<Name> of the type SField<OSG_TYPE>: the field itself (editSF, getSF) and its
-// value (edit, get, set). None of them announces anything.
+// Public accessors of a single field _sf<Name> of type SField<OSG_TYPE>: the field itself (editSF, getSF) and its value
+// (edit, get, set). None of them announces a change.
 #define OSG_SFIELD_ACCESS(OSG_TYPE, OSG_NAME)                                                                          \
     auto* editSF##OSG_NAME(void) {                                                                                     \
         return &_sf##OSG_NAME;                                                                                         \
@@ -30,7 +30,7 @@
         _sf##OSG_NAME.setValue(value);                                                                                 \
     }
 
-// Same without the setter, for fields whose setter counts references.
+// The same without the setter, for fields whose setter counts references.
 #define OSG_SFIELD_READ_ACCESS(OSG_TYPE, OSG_NAME)                                                                     \
     const auto* getSF##OSG_NAME(void) const {                                                                          \
         return &_sf##OSG_NAME;                                                                                         \
@@ -45,7 +45,7 @@
         return _sf##OSG_NAME.getValue();                                                                               \
     }
 
-// Public accessors of a multi field _mf<Name> of the type MField<OSG_TYPE>.
+// Public accessors of a multi field _mf<Name> of type MField<OSG_TYPE>.
 #define OSG_MFIELD_ACCESS(OSG_TYPE, OSG_NAME)                                                                          \
     auto* editMF##OSG_NAME(void) {                                                                                     \
         return &_mf##OSG_NAME;                                                                                         \
@@ -72,7 +72,7 @@
         return _mf##OSG_NAME;                                                                                          \
     }
 
-// The mask of a field whose id is known.
+// Defines the mask of a field from its id.
 #define OSG_FIELD_MASK_DEF(OSG_CLASS, OSG_FIELD)                                                                       \
     const OSG::BitVector OSG_CLASS::OSG_FIELD##Mask = OSG::BitVector(1) << OSG_CLASS::OSG_FIELD##Id;
 

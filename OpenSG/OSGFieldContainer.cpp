@@ -34,8 +34,8 @@ void FieldContainer::created(const FieldContainerPtr& container) {
 }
 
 void FieldContainer::destroy(FieldContainer* container) {
-    // Containers destroyed by a destructor wait in a list until it is done: destruction needs no stack however deep
-    // a tree is. Last in, first out, since that finds a node at the end of its core's list of parents.
+    // Containers that a destructor releases wait in a list until it returns, so deep trees do not overflow the stack.
+    // Last in, first out: a node then finds itself quickly, at the end of its core's list of parents.
     static thread_local std::vector<FieldContainer*>* waiting = nullptr;
     if (waiting != nullptr) {
         waiting->push_back(container);

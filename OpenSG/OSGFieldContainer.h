@@ -12,10 +12,10 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Base of everything in a scene graph that has an identity, a type, a reference count and fields.
+/// Base class of everything in a scene graph that has an id, a type, a reference count and fields.
 ///
-/// Containers are made by their class' create() and destroyed by reference counting, never by new and delete.
-/// How to write a container class of one's own: Docs/inside/scene-graph.md.
+/// Containers are created by their class's create() and destroyed by reference counting, never by new and delete. To
+/// write a container class, see Docs/inside/scene-graph.md.
 class FieldContainer {
 public:
     enum { NextFieldId = 1 };
@@ -25,24 +25,24 @@ public:
     static UInt32 getClassTypeId() { return _type.getId(); }
     static UInt16 getClassGroupId() { return _type.getGroupId(); }
 
-    /// The type of the object's own class.
+    /// The type of the object's most derived class.
     virtual FieldContainerType& getType() { return _type; }
     virtual const FieldContainerType& getType() const { return _type; }
     UInt32 getTypeId() const { return getType().getId(); }
     UInt16 getGroupId() const { return getType().getGroupId(); }
     const Char8* getTypeName() const { return getType().getCName(); }
 
-    /// sizeof the object's own class.
+    /// sizeof the object's most derived class.
     virtual UInt32 getContainerSize() const = 0;
 
-    /// A new container of the same class. Plain fields are copied; containers that fields point to are shared and
-    /// get a reference more; nodes are copied without parent, children and core.
+    /// Returns a new container of the same class. Copies plain fields, and shares the containers that fields point to
+    /// (each gets one more reference). The copy of a node has no parent, children or core.
     virtual FieldContainerPtr shallowCopy() const = 0;
 
-    /// Told after an edit of the fields in whichField; derived classes bring up to date what depends on them.
+    /// Called after an edit of the fields in whichField. Derived classes update what depends on them.
     virtual void changed(BitVector whichField, UInt32 origin);
 
-    /// Writes type, number and reference count to standard error, for debugging.
+    /// Writes type, id and reference count to standard error, for debugging.
     virtual void dump(UInt32 indent = 0, const BitVector flags = 0) const;
 
 protected:
@@ -50,11 +50,11 @@ protected:
     FieldContainer(const FieldContainer& source);
     virtual ~FieldContainer();
 
-    /// Called before the destructor, while the object is still whole.
+    /// Called before the destructor, while the object is still complete.
     virtual void onDestroy();
 
-    /// A new object by default constructor, or by copy constructor from prototype. What create(), createEmpty() and
-    /// shallowCopy() are written with.
+    /// Creates an object by default constructor, or by copy constructor from prototype. create(), createEmpty() and
+    /// shallowCopy() use these.
     template <class PtrT>
     static void newPtr(PtrT& result) {
         result = PtrT(new typename PtrT::StoredObjectType());

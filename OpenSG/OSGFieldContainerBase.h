@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Masks over the fields of a container: bit n stands for the field with id n.
+/// Masks over the fields of a container: bit n is the field with id n.
 namespace FieldBits {
 const BitVector AllFields = ~BitVector(0);
 const BitVector NoField = 0;
@@ -14,9 +14,9 @@ const BitVector NoField = 0;
 
 /// Why changed() is called.
 namespace ChangedOrigin {
-/// Somebody edited the container.
+/// The container was edited.
 const UInt32 External = 0x0001;
-/// The container was brought up to date with another thread's changes.
+/// The container received another thread's changes.
 const UInt32 Sync = 0x0002;
 /// A container below this one changed.
 const UInt32 Child = 0x0004;

@@ -10,7 +10,7 @@
 OSG_BEGIN_NAMESPACE
 
 FieldContainerFactory* FieldContainerFactory::the() {
-    // Never destroyed: types and containers of other libraries' static objects outlive any order chosen here.
+    // Never destroyed: types and containers in other libraries' static objects may be destroyed later.
     static FieldContainerFactory* const factory = new FieldContainerFactory;
     return factory;
 }

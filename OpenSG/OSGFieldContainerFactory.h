@@ -13,28 +13,28 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Knows all container types, and all living containers by their number. All functions are safe from any thread.
+/// Knows all container types, and all living containers by their id. Thread-safe.
 class FieldContainerFactory {
 public:
     static FieldContainerFactory* the();
 
-    /// nullptr when there is no such type.
+    /// nullptr if there is no such type.
     FieldContainerType* findType(UInt32 typeId) const;
     FieldContainerType* findType(const Char8* name) const;
     UInt32 getNumTypes() const;
 
-    /// 0 when there is no such group.
+    /// 0 if there is no such group.
     UInt16 findGroupId(const Char8* name) const;
-    /// nullptr when there is no such group. The text lives as long as the process.
+    /// nullptr if there is no such group. The text lives as long as the process.
     const Char8* findGroupName(UInt16 groupId) const;
     UInt16 getNumGroups() const;
 
-    /// The living container of that number, null when there is none (any more).
+    /// The living container with that id, or null.
     FieldContainerPtr getContainer(UInt32 containerId) const;
     /// Number of living containers, prototypes included.
     UInt32 getNumContainers() const;
 
-    /// A new container by the name of its type; null when the type is unknown, abstract or of another kind.
+    /// Creates a container by the name of its type. Null if the type is unknown, abstract or of another kind.
     FieldContainerPtr createFieldContainer(const Char8* name) const;
     NodePtr createNode(const Char8* name) const;
     NodeCorePtr createNodeCore(const Char8* name) const;
@@ -45,7 +45,7 @@ private:
     friend class FieldContainerType;
     friend bool osgInit(Int32 argc, Char8** argv, UInt16 major, UInt16 minor, UInt16 release);
 
-    /// Numbers grow forever, containers come and go: pages whose containers are all gone are freed.
+    /// Ids only grow. The factory frees a page when all its containers are destroyed.
     struct Page {
         static constexpr UInt32 size = 4096;
         std::array<FieldContainer*, size> containers{};
@@ -58,7 +58,7 @@ private:
     void unregisterContainer(UInt32 containerId);
     void registerType(FieldContainerType* type, const Char8* groupName);
     void unregisterType(FieldContainerType* type);
-    /// Makes the prototypes of all types.
+    /// Creates the prototypes of all types.
     void initializeTypes();
 
     mutable std::mutex _typeLock;

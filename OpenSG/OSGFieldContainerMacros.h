@@ -4,7 +4,7 @@
 
 #include "OSGFieldAccessMacros.h"
 
-// What a container class writes instead of its type and creation functions, and of the accessors of its fields.
+// Macros with which a container class declares its type, its creation functions and its field accessors.
 //
 //   class Lamp : public Attachment            // Lamp.h
 //   {
@@ -26,7 +26,7 @@
 //
 //   OSG_FIELD_CONTAINER_DEF(Lamp, LampPtr)    // Lamp.cpp
 //
-// Names and arguments are those of OpenSG 1.x; OSG_SFIELD_ACCESS and its kin (OSGFieldAccessMacros.h) are not in it.
+// Names and arguments are those of OpenSG 1.x, except OSG_SFIELD_ACCESS and the like (OSGFieldAccessMacros.h).
 
 #define OSG_FC_TYPE_FUNCTIONS_DECL                                                                                     \
     OSG::FieldContainerType& getType(void) override;                                                                   \
@@ -41,7 +41,7 @@
     static OSG_CLASS_PTR createEmpty(void);                                                                            \
     OSG::FieldContainerPtr shallowCopy(void) const override;
 
-// In the class: a class that can be created, and an abstract one.
+// In the class: for a class that can be created, and for an abstract one.
 #define OSG_FIELD_CONTAINER_DECL(OSG_CLASS_PTR)                                                                        \
     OSG_FC_TYPE_FUNCTIONS_DECL                                                                                         \
     OSG_FC_CREATE_FUNCTIONS_DECL(OSG_CLASS_PTR)                                                                        \
@@ -88,7 +88,7 @@
         return sizeof(OSG_CLASS);                                                                                      \
     }
 
-// Same for a class template of one parameter, all of it in the header.
+// The same for a class template with one parameter, all in the header.
 #define OSG_FIELD_CONTAINER_TMPL_DECL(OSG_CLASS_PTR) OSG_FIELD_CONTAINER_DECL(OSG_CLASS_PTR)
 #define OSG_ABSTR_FIELD_CONTAINER_TMPL_DECL(OSG_CLASS_PTR) OSG_ABSTR_FIELD_CONTAINER_DECL(OSG_CLASS_PTR)
 

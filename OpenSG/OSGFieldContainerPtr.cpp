@@ -36,7 +36,7 @@ void subRefCP(const FieldContainerPtrBase& objectP) {
     if (container->_refCount.fetch_sub(1, std::memory_order_acq_rel) <= 1) {
         FieldContainer::destroy(container);
     } else if (ChangeList* const changes = Thread::getCurrentChangeList()) {
-        // By number: another thread may have destroyed the container by now.
+        // Pass the id: another thread may have destroyed the container by now.
         changes->addSubRefd(id);
     }
 }

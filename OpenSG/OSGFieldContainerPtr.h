@@ -4,11 +4,11 @@
 
 // Pointers to field containers, and the functions that count references and announce changes.
 //
-// A pointer is one machine pointer wide, is copied like a number and holds no reference: references are counted by
-// addRefCP() and subRefCP(), or by a RefPtr. A new container has no reference. The scene graph references what it
-// holds: a node its children and its core, a container its attachments, a geometry its properties and its material.
-// A container is destroyed when its last reference goes, or by subRefCP() when it never had one. Counting is safe
-// from any thread; everything else about a container must be done by one thread at a time.
+// A pointer has the size of a machine pointer and holds no reference. addRefCP() and subRefCP(), or a RefPtr, count
+// references. A new container has none. The scene graph references what it holds: a node its children and its core, a
+// container its attachments, a geometry its properties and its material. A container is destroyed when its last
+// reference is removed, or by subRefCP() if it never had one. Counting is thread-safe; all other use of a container is
+// for one thread at a time.
 
 #include "OSGFieldContainerBase.h"
 
@@ -19,14 +19,14 @@ OSG_BEGIN_NAMESPACE
 class FieldContainer;
 class NullFieldContainerPtr;
 
-/// The part that all pointers have in common: address, identity and order.
+/// The part that all pointers have in common: address, id and order.
 class FieldContainerPtrBase {
 public:
     constexpr FieldContainerPtrBase() = default;
 
-    /// References to the container; 0 for a null pointer.
+    /// Number of references to the container; 0 for a null pointer.
     Int32 getRefCount() const;
-    /// Number of the container, different for all containers of the process and never used again; 0 for a null
+    /// Id of the container, unique in the process and never used again. 0 for a null
     /// pointer.
     UInt32 getFieldContainerId() const;
     /// The container itself, or nullptr.
@@ -34,7 +34,7 @@ public:
 
     bool operator==(const FieldContainerPtrBase& other) const { return _store == other._store; }
     bool operator!=(const FieldContainerPtrBase& other) const { return _store != other._store; }
-    /// By address.
+    /// Compares addresses.
     bool operator<(const FieldContainerPtrBase& other) const { return _store < other._store; }
     bool operator!() const { return _store == nullptr; }
     explicit operator bool() const { return _store != nullptr; }
@@ -63,12 +63,12 @@ public:
     FieldContainer& operator*() const { return *_store; }
     FieldContainer* getCPtr() const { return _store; }
 
-    /// While true, no container's changed() is called by the edit functions below, in any thread; the change lists
-    /// are still written. For bulk work that announces once at its end.
+    /// While true, the edit functions below do not call changed() in any thread. They still write the change lists. Use
+    /// it for bulk edits, and announce the change once at the end.
     static bool _ignore_change;
 };
 
-/// The type of NullFC, which every pointer type can be compared with, made from and set to.
+/// The type of NullFC. Every pointer type can be compared with it, constructed from it and assigned from it.
 class NullFieldContainerPtr : public FieldContainerPtr {
 public:
     constexpr NullFieldContainerPtr() = default;
@@ -89,7 +89,7 @@ public:
     explicit FCPtr(const FieldContainerTypeT* container) : BasePtrTypeT(container) {}
     explicit FCPtr(const FieldContainerTypeT& container) : BasePtrTypeT(&container) {}
 
-    /// The same container as a pointer of this type; null when it is not of the type, or null.
+    /// The same container as a pointer of this type. Null if other is null or the container is of another type.
     static FCPtr dcast(const FieldContainerPtrBase& other) {
         return FCPtr(dynamic_cast<const FieldContainerTypeT*>(other.getBaseCPtr()));
     }
@@ -99,25 +99,25 @@ public:
     FieldContainerTypeT* getCPtr() const { return static_cast<FieldContainerTypeT*>(this->_store); }
 };
 
-/// Adds a reference. A null pointer is left alone, here and below.
+/// Adds a reference. This function and those below ignore a null pointer.
 void addRefCP(const FieldContainerPtrBase& objectP);
-/// Takes a reference back and destroys the container if none is left.
+/// Removes a reference. Destroys the container if none is left.
 void subRefCP(const FieldContainerPtrBase& objectP);
-/// Takes a reference back, as subRefCP, and sets the pointer to null.
+/// Removes a reference as subRefCP does, and sets the pointer to null.
 void clearRefCP(FieldContainerPtrBase& objectP);
-/// Makes objectP point to newObjectP: adds a reference to the new container, takes one from the old.
+/// Makes objectP point to newObjectP: adds a reference to the new container and removes one from the old.
 void setRefdCP(FieldContainerPtrBase& objectP, const FieldContainerPtrBase& newObjectP);
 
-/// Opens an edit of the fields in whichField. Nothing happens yet: endEditCP announces the change.
+/// Begins an edit of the fields in whichField. endEditCP announces the change.
 void beginEditCP(const FieldContainerPtr& objectP, BitVector whichField = FieldBits::AllFields,
                  UInt32 origin = ChangedOrigin::External);
-/// Announces an edit: enters it into the thread's change list and calls changed() of the container.
+/// Announces an edit: adds it to the thread's change list and calls changed() of the container.
 void endEditCP(const FieldContainerPtr& objectP, BitVector whichField = FieldBits::AllFields,
                UInt32 origin = ChangedOrigin::External);
-/// Calls changed() of the container and leaves the change list alone.
+/// Calls changed() of the container. Adds nothing to the change list.
 void changedCP(const FieldContainerPtr& objectP, BitVector whichField = FieldBits::AllFields,
                UInt32 origin = ChangedOrigin::External);
-/// Enters an edit into the change list without calling changed().
+/// Adds an edit to the change list. Does not call changed().
 void endEditNotChangedCP(const FieldContainerPtr& objectP, BitVector whichField = FieldBits::AllFields,
                          UInt32 origin = ChangedOrigin::External);
 
@@ -136,7 +136,7 @@ private:
     BitVector _mask;
 };
 
-/// Edit the named pointer's container up to the end of the block.
+/// Edits the container of the named pointer until the end of the block.
 #define CPEdit(fc, mask) ::OSG::CPEditor CPEdit_##fc((fc), (mask))
 #define CPEditAll(fc) ::OSG::CPEditor CPEdit_##fc((fc))
 
@@ -153,7 +153,7 @@ inline typename PtrT::StoredObjectType* getCPtr(const PtrT& objectP) {
     return objectP.getCPtr();
 }
 
-/// Type name and number of the container, or "NullFC".
+/// Writes the type name and id of the container, or "NullFC".
 std::ostream& operator<<(std::ostream& os, const FieldContainerPtr& fc);
 
 OSG_END_NAMESPACE

@@ -12,7 +12,7 @@ OSG_BEGIN_NAMESPACE
 
 namespace {
 
-// One lock for all prototypes: making one may need the prototype of another type, on the same thread.
+// One recursive lock for all prototypes: creating one may create another type's prototype on the same thread.
 std::recursive_mutex& prototypeLock() {
     static std::recursive_mutex* const lock = new std::recursive_mutex;
     return *lock;
@@ -28,7 +28,7 @@ FieldContainerType::FieldContainerType(const Char8* name, const Char8* parentNam
 }
 
 FieldContainerType::~FieldContainerType() {
-    // A library that is unloaded takes its code along, so nothing of it may stay.
+    // The code of an unloaded library is gone, so nothing of the type may stay.
     clearRefCP(_prototype);
     FieldContainerFactory::the()->unregisterType(this);
 }

@@ -16,26 +16,26 @@ class NodeCore;
 class AttachmentContainerPtr;
 typedef FCPtr<AttachmentContainerPtr, NodeCore> NodeCorePtr;
 
-/// Makes a new container with all fields at their defaults.
+/// Creates a new container with all fields at their defaults.
 typedef FieldContainerPtr (*PrototypeCreateF)();
-/// Called once, before the type's prototype is made.
+/// Called once, before the type's prototype is created.
 typedef void (*InitContainerF)();
 
 /// Run-time description of a class of containers: name, parent type, group, prototype.
 ///
-/// Each class has one static object of it, which registers itself with the FieldContainerFactory. The group
-/// decides which attachments displace each other: a container holds one attachment of a group.
+/// Each class has one static object, which registers itself with the FieldContainerFactory. The group decides which
+/// attachments replace each other: a container holds one attachment of each group and binding.
 class FieldContainerType {
 public:
-    /// name: of the class, unique. parentName: of the base class, nullptr for FieldContainer itself. groupName: nullptr
-    /// for a group of the type's own, named as the type. prototypeCreate: nullptr for an abstract class.
-    /// descriptions, descriptionBytes, descriptionsAddable: accepted for OpenSG 1.x's sake and not looked at, since
-    /// fields have no run-time description here.
+    /// name: of the class, unique. parentName: of the base class; nullptr for FieldContainer itself. groupName: nullptr
+    /// for a separate group with the name of the type. prototypeCreate: nullptr for an abstract class. descriptions,
+    /// descriptionBytes, descriptionsAddable: ignored; they exist for compatibility with OpenSG 1.x, because fields
+    /// have no run-time description here.
     explicit FieldContainerType(const Char8* name, const Char8* parentName = nullptr, const Char8* groupName = nullptr,
                                 PrototypeCreateF prototypeCreate = nullptr, InitContainerF initMethod = nullptr,
                                 FieldDescription** descriptions = nullptr, UInt32 descriptionBytes = 0,
                                 bool descriptionsAddable = false);
-    /// Takes the type out of the factory and gives the prototype back.
+    /// Unregisters the type and releases the prototype.
     ~FieldContainerType();
 
     FieldContainerType(const FieldContainerType&) = delete;
@@ -47,10 +47,10 @@ public:
     const Char8* getCName() const { return _name.str(); }
     const IDString& getParentName() const { return _parentName; }
     const Char8* getCParentName() const { return _parentName.str(); }
-    /// nullptr for FieldContainer, or when no type of the parent's name is known.
+    /// nullptr for FieldContainer, or if the parent's type is not registered.
     FieldContainerType* getParent() const;
 
-    /// True for the type itself, too.
+    /// Also true for the type itself.
     bool isDerivedFrom(const FieldContainerType& other) const;
     bool isAbstract() const { return _prototypeCreate == nullptr; }
     bool isInitialized() const { return _prototype != NullFC; }
@@ -58,12 +58,12 @@ public:
     bool isNodeCore() const;
     bool isAttachment() const;
 
-    /// The container that create() copies; made on first use. Null for abstract types. Safe from any thread.
+    /// The container that create() copies, created on first use. Null for abstract types. Thread-safe.
     FieldContainerPtr getPrototype() const;
-    /// Replaces the prototype; returns false, and does nothing, for null.
+    /// Replaces the prototype. Returns false and does nothing for null.
     bool setPrototype(FieldContainerPtr prototype);
 
-    /// A copy of the prototype, null for abstract types and for types of another kind.
+    /// A copy of the prototype. Null for abstract types and for types of another kind.
     FieldContainerPtr createFieldContainer() const;
     NodePtr createNode() const;
     NodeCorePtr createNodeCore() const;

@@ -4,8 +4,8 @@
 
 #include "OSGBaseTypes.h"
 
-// The OpenGL codes that geometry uses, for programs that do not include OpenGL's own headers.
-// They may be included together with those: values and spelling agree.
+// The OpenGL codes that geometry uses, for programs that do not include OpenGL's headers. Values and spelling are the
+// same, so both may be included.
 
 #ifndef GL_POINTS
 #define GL_POINTS 0x0000

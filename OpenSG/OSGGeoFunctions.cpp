@@ -45,7 +45,7 @@ void separateProperties(const GeometryPtr geo) {
 
 namespace {
 
-/// The different combinations of a vertex' indices, numbered in the order in which they appear.
+/// The different index combinations of the vertices, numbered in order of first appearance.
 class IndexCombinations {
 public:
     IndexCombinations(const GeoIndicesPtr& indices, const UInt32 mappings)
@@ -103,7 +103,7 @@ template <class VisitT>
 void forEachMappedProperty(const GeometryPtr& geo, VisitT&& visit) {
     for (UInt32 mapping = 0; mapping < geo->getIndexMapping().size(); ++mapping)
         for (UInt16 bit = Geometry::MapPosition; bit < Geometry::MapEmpty; bit = UInt16(bit << 1))
-            // Where two entries name one property the last counts, as everywhere.
+            // If two entries name one property, the last one counts, as everywhere.
             if (geo->calcMappingIndex(bit) == Int16(mapping))
                 if (GeoPropertyArrayInterface* const property = geo->getProperty(bit))
                     visit(mapping, *property, bit);
@@ -123,7 +123,7 @@ void numberIndices(const GeometryPtr& geo) {
 }
 
 void writeIndices(const GeometryPtr& geo, const IndexCombinations& combinations) {
-    // In the property as it is, unless somebody else uses it or its numbers are too small.
+    // Reuses the index property, unless it is shared or its type is too small.
     GeoIndicesPtr indices = geo->getIndices();
     const bool tooSmall = combinations.count() > 0x10000 && GeoIndicesUI16Ptr::dcast(indices) != NullFC;
     if (tooSmall || indices.getRefCount() > 1)

@@ -6,32 +6,32 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Gives the geometry normals per position: the normalised sums of the unit normals of the triangles around. A position
-/// without a proper triangle gets a zero normal. Existing normals are overwritten, in the property they are in.
-/// Nothing happens to a geometry without positions.
+/// Computes one normal per position: the normalised sum of the unit normals of the adjacent triangles. A position
+/// without a non-degenerate triangle gets a zero normal. Overwrites existing normals in their property. Does nothing to
+/// a geometry without positions.
 void calcVertexNormals(GeometryPtr geo);
 
-/// Same, but triangles whose normals differ by more than creaseAngle (radians) do not smooth each other: a position may
-/// get several normals. The geometry becomes a list of triangles whose normals have an entry of their own in the index
-/// mapping; points and lines in it stay and get a zero normal.
+/// The same, but triangles whose normals differ by more than creaseAngle (radians) do not smooth each other, so a
+/// position may get several normals. The geometry becomes a triangle list with separate normal indices (an entry in the
+/// index mapping). Its points and lines are kept and get a zero normal.
 void calcVertexNormals(GeometryPtr geo, Real32 creaseAngle);
 
-/// Gives the geometry one normal per triangle. It becomes a list of triangles in the same way.
+/// Computes one normal per triangle. The geometry becomes a triangle list in the same way.
 void calcFaceNormals(GeometryPtr geo);
 
-/// Gives every property of the geometry that has other parents, too, a copy of its own.
+/// Replaces every property that is shared with another parent by a copy.
 void separateProperties(GeometryPtr geo);
 
-/// Makes a geometry with an index mapping single-indexed: each different combination of a vertex' indices becomes one
-/// vertex, in the order in which they appear, all mapped properties are rearranged, and the mapping has one entry.
-/// Properties that something else references are copied first. Without indices the geometry gets some, 0, 1, 2, ...,
-/// and no mapping.
+/// Makes a geometry with an index mapping single-indexed. Each different combination of indices becomes one
+/// vertex, in order of first appearance. All mapped properties are rearranged, and the mapping gets one entry.
+/// Properties that something else references are copied first. A geometry without indices gets 0, 1, 2, ... and no
+/// mapping.
 ///
-/// Returns the number of vertices, 0 when the geometry had no mapping, -1 (and the geometry stays as it was, with a
-/// warning) when it is null, has no positions, or an index lies outside of a property.
+/// Returns the number of vertices, or 0 if the geometry had no mapping. Returns -1 with a warning, and changes nothing,
+/// if the geometry is null, has no positions, or an index lies outside of a property.
 Int32 createSingleIndex(GeometryPtr geo);
 
-/// Counts triangles (as TriangleIterator finds them, strip connections included), lines and points, and returns their
+/// Counts triangles (as TriangleIterator does, including those that connect strips), lines and points. Returns the
 /// sum.
 UInt32 calcPrimitiveCount(GeometryPtr geo, UInt32& triangle, UInt32& line, UInt32& point);
 

@@ -17,7 +17,7 @@ struct Triangle {
 Vec3f triangleNormal(const Pnt3f& p0, const Pnt3f& p1, const Pnt3f& p2) {
     Vec3f a = p1 - p0;
     Vec3f b = p2 - p0;
-    // Scaling first keeps the product of very small or very large edges in the range of floats.
+    // Scaling first prevents overflow and underflow in the product of very long or very short edges.
     const Real32 size = osgMax(a.length(), b.length());
     if (!(size > 0.0f))
         return Vec3f();
@@ -44,7 +44,7 @@ bool hasPositions(const GeometryPtr& geo) {
     return geo != NullFC && geo->getPositions() != NullFC;
 }
 
-/// Writes a geometry anew as triangles with normals that have an index of their own.
+/// Rewrites a geometry as triangles whose normals have separate indices.
 class TriangleListWriter {
 public:
     explicit TriangleListWriter(const GeometryPtr& geo) : _geo(geo) {
@@ -61,7 +61,7 @@ public:
         _mapping.push_back(Geometry::MapNormal);
     }
 
-    /// indexIndex: place of the vertex' indices in the old geometry.
+    /// indexIndex: position of the vertex's indices in the old geometry.
     void addVertex(const Int32 indexIndex, const UInt32 normal) {
         const GeoIndicesPtr old = _geo->getIndices();
         for (const UInt32 mapping : _kept)
@@ -69,7 +69,7 @@ public:
         _indices.push_back(normal);
     }
 
-    /// Adds the points and lines, and puts everything in place. triangles: number of triangles added.
+    /// Adds the points and lines, and sets the new properties. triangles: number of triangles added.
     void finish(const UInt32 triangles, std::vector<Vec3f> normals) {
         const GeoPTypesPtr types = GeoPTypesUI8::create();
         const GeoPLengthsPtr lengths = GeoPLengthsUI32::create();
@@ -138,7 +138,7 @@ void calcVertexNormals(const GeometryPtr geo) {
     GeoNormalsPtr normals = geo->getNormals();
     if (normals == NullFC)
         normals = GeoNormals3f::create();
-    // Other geometries' normals in a shared property stay.
+    // In a shared property, the normals that other geometries use must not change.
     const bool shared = normals->getParents().size() > 1;
     beginEditCP(normals);
     normals->resize(count);

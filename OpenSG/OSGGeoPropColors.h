@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-// Colours of vertices; generic type Color3f. Bytes stand for [0, 1].
+// Colours of vertices; generic type Color3f. Bytes represent [0, 1].
 
 OSG_GEO_PROPERTY_KIND(GeoColors)
 

@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-// Normals of vertices; generic type Vec3f. Integers stand for [-1, 1].
+// Normals of vertices; generic type Vec3f. Integers represent [-1, 1].
 
 OSG_GEO_PROPERTY_KIND(GeoNormals)
 

@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-// Lengths of primitives, in vertices.
+// Number of vertices of each primitive.
 
 OSG_GEO_PROPERTY_KIND(GeoPLengths)
 

@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-// Texture coordinates, or any other values of vertices; generic type Vec2f.
+// Texture coordinates, or any other values per vertex; generic type Vec2f.
 
 OSG_GEO_PROPERTY_KIND(GeoTexCoords)
 

@@ -48,7 +48,7 @@ template class GeoProperty<GeoPLengthsUI8PropertyDesc>;
 namespace detail {
 
 void geoPropertyChanged(const Attachment& property) {
-    // A copy: a geometry's reaction may change the list.
+    // A copy, because a geometry's changed() may change the list.
     const std::vector<FieldContainerPtr> parents = property.getParents().getValues();
     for (const FieldContainerPtr& parent : parents)
         if (const GeometryPtr geometry = GeometryPtr::dcast(parent); geometry != NullFC)

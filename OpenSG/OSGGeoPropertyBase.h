@@ -11,12 +11,12 @@
 OSG_BEGIN_NAMESPACE
 
 namespace detail {
-/// Tells the geometries that hold the property that its data changed.
+/// Notifies the geometries that hold the property that its data changed.
 void geoPropertyChanged(const Attachment& property);
 } // namespace detail
 
-/// A geometry property of one kind (positions, normals, ...), whatever the type its values are stored in.
-/// Indices below are smaller than size().
+/// A geometry property of one kind (positions, normals, ...), for any storage type. Indices passed to the functions
+/// below must be smaller than size().
 template <class GeoPropertyDesc>
 class AbstractGeoProperty : public Attachment, public GeoPropertyArrayInterface {
     typedef Attachment Inherited;
@@ -37,7 +37,7 @@ public:
     virtual void setValue(const GenericType& value, UInt32 index) = 0;
     virtual void addValue(const GenericType& value) = 0;
     virtual void push_back(const GenericType& value) = 0;
-    /// False, and nothing is done, when index is above size().
+    /// Returns false and does nothing if index is above size().
     virtual bool insertValue(const GenericType& value, UInt32 index) = 0;
 
     void changed(const BitVector whichField, const UInt32 origin) override {
@@ -63,7 +63,7 @@ template <class GeoPropertyDesc>
 FieldContainerType AbstractGeoProperty<GeoPropertyDesc>::_type(GeoPropertyDesc::getTypeName(), "Attachment",
                                                                GeoPropertyDesc::getGroupName());
 
-/// A geometry property with its storage type. GeoPropertyDesc says which: Inherited, StoredFieldType, format.
+/// A geometry property with its storage type. GeoPropertyDesc defines Inherited, StoredFieldType and format.
 template <class GeoPropertyDesc>
 class GeoProperty : public GeoPropertyDesc::Inherited {
     typedef typename GeoPropertyDesc::Inherited LocalInherited;
@@ -83,7 +83,7 @@ public:
 
     OSG_FIELD_CONTAINER_TMPL_DECL(PtrType)
 
-    /// The values in their own type.
+    /// The values in their storage type.
     StoredFieldType* getFieldPtr() { return &_field; }
     const StoredFieldType* getFieldPtr() const { return &_field; }
     StoredFieldType* editFieldPtr() { return &_field; }
@@ -152,8 +152,8 @@ FieldContainerType GeoProperty<GeoPropertyDesc>::_type(GeoPropertyDesc::getTypeN
                                                            return GeoProperty<GeoPropertyDesc>::createEmpty();
                                                        });
 
-/// Defines the property class Geo<NAME> of the kind KIND, its pointer types, and declares their instances, which
-/// OSGGeoProperty.cpp holds.
+/// Defines the property class Geo<NAME> of the kind KIND and its pointer types. Declares the instantiations that
+/// OSGGeoProperty.cpp defines.
 #define OSG_GEO_PROPERTY(KIND, NAME, FIELD, FORMAT, COMPONENT)                                                         \
     struct NAME##PropertyDesc : public KIND##PropertyDesc {                                                            \
         typedef KIND Inherited;                                                                                        \
@@ -168,7 +168,7 @@ FieldContainerType GeoProperty<GeoPropertyDesc>::_type(GeoPropertyDesc::getTypeN
     typedef RefPtr<NAME##Ptr> NAME##RefPtr;                                                                            \
     extern template class GeoProperty<NAME##PropertyDesc>;
 
-/// Defines a kind of properties and its pointer types.
+/// Defines a kind of property and its pointer types.
 #define OSG_GEO_PROPERTY_KIND(KIND)                                                                                    \
     typedef AbstractGeoProperty<KIND##PropertyDesc> KIND;                                                              \
     typedef KIND::PtrType KIND##Ptr;                                                                                   \

@@ -9,8 +9,8 @@ OSG_BEGIN_NAMESPACE
 
 namespace detail {
 
-/// From the type in which a geometry property's values are stored to the generic type of its kind, and back.
-/// The general case is a plain conversion, component by component; missing components are zero.
+/// Converts from the storage type of a geometry property to the generic type of its kind, and back. The general case is
+/// a plain conversion, component by component. Missing components are zero.
 template <class GenericT, class StoredT>
 struct GeoValueConversion {
     static GenericT toGeneric(const StoredT& value) { return GenericT(value); }
@@ -30,7 +30,7 @@ struct GeoValueConversion<Vec2f, Real32> : SingleTexCoordConversion<Real32> {};
 template <>
 struct GeoValueConversion<Vec2f, Real64> : SingleTexCoordConversion<Real64> {};
 
-/// Positions with w: w is 1 and is not looked at.
+/// Positions with w: written as 1, ignored when read.
 template <class ComponentT>
 struct GeoValueConversion<Pnt3f, Point<ComponentT, 4>> {
     static Pnt3f toGeneric(const Point<ComponentT, 4>& value) { return Pnt3f(value); }
@@ -39,7 +39,7 @@ struct GeoValueConversion<Pnt3f, Point<ComponentT, 4>> {
     }
 };
 
-/// Signed integers to [-1, 1] as OpenGL converts normals: f = (2 i + 1) / (2^b - 1).
+/// Converts signed integers to [-1, 1] as OpenGL does for normals: f = (2 i + 1) / (2^b - 1).
 template <class IntegerT>
 struct GeoValueConversion<Vec3f, Vector<IntegerT, 3>> {
     static constexpr Real32 range = Real32(TypeTraits<IntegerT>::getMax()) * 2.0f + 1.0f;
@@ -64,7 +64,7 @@ struct GeoValueConversion<Vec3f, Vec3f> {
     static const Vec3f& toStored(const Vec3f& value) { return value; }
 };
 
-/// A colour of floats to one of bytes: [0, 1] to 0 ... 255, rounded to the nearest.
+/// Converts a float colour component in [0, 1] to 0 ... 255, rounded to nearest.
 inline UInt8 colorToByte(const Real32 value) {
     return UInt8(std::lround(osgClamp(0.0f, value, 1.0f) * 255.0f));
 }
@@ -79,7 +79,7 @@ struct GeoValueConversion<Color3f, Color3ub> {
     }
 };
 
-// Colours with alpha: opaque when set as a colour without.
+// Colours with alpha. A colour that is set without alpha is opaque.
 template <>
 struct GeoValueConversion<Color3f, Color4f> {
     static Color3f toGeneric(const Color4f& value) { return Color3f(value[0], value[1], value[2]); }

@@ -17,28 +17,28 @@ public:
     virtual UInt32 getFormatSize() const = 0;
     /// Components of an element.
     virtual UInt32 getDimension() const = 0;
-    /// Bytes between elements; always 0.
+    /// Always 0: elements are contiguous.
     virtual UInt32 getStride() const = 0;
 
     /// Number of elements.
     virtual UInt32 getSize() const = 0;
     virtual UInt32 size() const = 0;
-    /// First element; valid until the number of elements changes.
+    /// First element. Valid until the number of elements changes.
     virtual UInt8* getData() const = 0;
     virtual UInt8* editData() = 0;
 
     virtual void clear() = 0;
     /// New elements are zero.
     virtual void resize(size_t newSize) = 0;
-    /// Releases memory kept for further elements.
+    /// Releases unused memory.
     virtual void shrink() = 0;
 
 protected:
     virtual ~GeoPropertyArrayInterface() = default;
 };
 
-// The kinds of properties. GenericType is the type in which values of every storage type of the kind can be read and
-// written.
+// The kinds of properties. Values of every storage type of a kind can be read and written as its
+// GenericType.
 
 struct GeoPositionsPropertyDesc {
     typedef Pnt3f GenericType;

@@ -57,8 +57,7 @@ GeoPropertyArrayInterface* Geometry::getProperty(const Int32 mapId) {
 
 namespace {
 
-// Calls visit(field mask, getter, setter) for each vertex property, so that what is to be done for all of them is
-// written once.
+// Calls visit(field mask, getter, setter) for each vertex property.
 template <class VisitT>
 void forEachVertexProperty(VisitT&& visit) {
     typedef GeometryBase G;
@@ -79,7 +78,7 @@ void forEachVertexProperty(VisitT&& visit) {
     visit(G::TexCoords7FieldMask, static_cast<GetTexCoords>(&G::getTexCoords7), &G::setTexCoords7);
 }
 
-// All properties, those that divide the vertices into primitives included.
+// Also visits the properties that divide the vertices into primitives.
 template <class VisitT>
 void forEachProperty(VisitT&& visit) {
     typedef GeometryBase G;

@@ -9,7 +9,7 @@ OSG_BEGIN_NAMESPACE
 class PrimitiveIterator;
 class TriangleIterator;
 
-/// Points, lines and surfaces with values at their vertices.
+/// Points, lines and surfaces with values per vertex.
 class Geometry : public GeometryBase {
     typedef GeometryBase Inherited;
 
@@ -34,24 +34,24 @@ public:
     /// Name of a primitive's OpenGL code, such as "TriangleStrip".
     static const char* mapType(UInt8 type);
 
-    /// Which of a vertex' indices counts for the property, a Map constant: -1 when the mapping does not say.
+    /// Which of a vertex's indices the property uses (a Map constant); -1 if the mapping does not say.
     Int16 calcMappingIndex(UInt16 attribute) const;
-    /// The property of a Map constant, nullptr when there is none.
+    /// The property of a Map constant; nullptr if there is none.
     GeoPropertyArrayInterface* getProperty(Int32 mapId);
 
-    /// A new geometry with copies of all properties and the same material; attachments are not copied.
+    /// Returns a new geometry with copies of all properties and the same material. Does not copy attachments.
     GeometryPtr clone();
-    /// Replaces every vertex property (positions to texture coordinates) that something else references, too, by a
-    /// copy of its own.
+    /// Replaces every vertex property (positions to texture coordinates) that something else also references by a
+    /// copy.
     void unshareProperties();
 
-    // The first and the one past the last; see OSGPrimitiveIterator.h and OSGTriangleIterator.h.
+    // The first one and one past the last; see OSGPrimitiveIterator.h and OSGTriangleIterator.h.
     PrimitiveIterator beginPrimitives() const;
     PrimitiveIterator endPrimitives() const;
     TriangleIterator beginTriangles() const;
     TriangleIterator endTriangles() const;
 
-    /// Fields that hold the property.
+    /// Mask of the fields that hold the property.
     BitVector getFieldMaskOf(const AttachmentPtr& property) const;
 
     void changed(BitVector whichField, UInt32 origin) override;

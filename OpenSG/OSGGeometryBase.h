@@ -12,18 +12,18 @@ class Geometry;
 typedef FCPtr<MaterialDrawablePtr, Geometry> GeometryPtr;
 typedef RefPtr<GeometryPtr> GeometryRefPtr;
 
-/// The fields of a geometry. The class to use is Geometry.
+/// Base class with the fields of a geometry. Use the class Geometry.
 ///
 /// Types and lengths divide the vertices into primitives, each with an OpenGL code and a number of vertices. The other
-/// properties hold the values of the vertices. A vertex picks its values by one of these:
+/// properties hold values. A vertex selects its values in one of these ways:
 ///
 /// - no indices: vertex i has value i of every property;
-/// - indices without index mapping: index i of the vertex picks the value of every property;
-/// - indices with an index mapping of n entries: each vertex has n indices, one after the other, and entry j of the
-///   mapping, an or of Geometry's Map constants, says for which properties index j counts.
+/// - indices without index mapping: index i of the vertex selects the value of every property;
+/// - indices with an index mapping of n entries: each vertex has n consecutive indices. Entry j of the mapping,
+///   a bitwise or of Geometry's Map constants, says which properties use index j.
 ///
-/// Without lengths the (only) primitive takes all vertices. Every property may be null. A geometry references its
-/// properties; they know it as a parent; several geometries, and several fields, may share one.
+/// Without lengths, all vertices form one primitive. Every property may be null. A geometry references its properties,
+/// and they know it as a parent. Several geometries or fields may share a property.
 class GeometryBase : public MaterialDrawable {
     typedef MaterialDrawable Inherited;
 
@@ -83,8 +83,8 @@ public:
     OSG_SFIELD_READ_ACCESS(GeoIndicesPtr, Indices)
     OSG_MFIELD_ACCESS(UInt16, IndexMapping)
 
-    // Each takes a reference to the new property and gives the old one back. Null for none. None of them announces
-    // the change of the geometry.
+    // Each setter references the new property and releases the old one. Pass null for none. The setters do not announce
+    // the change.
     void setTypes(const GeoPTypesPtr& value);
     void setLengths(const GeoPLengthsPtr& value);
     void setPositions(const GeoPositionsPtr& value);

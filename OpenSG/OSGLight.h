@@ -11,10 +11,10 @@ class Light;
 typedef FCPtr<GroupPtr, Light> LightPtr;
 typedef RefPtr<LightPtr> LightRefPtr;
 
-/// What all lights have. Abstract.
+/// Base class of all lights. Abstract.
 ///
-/// A light shines on everything below its node. Its position and direction are in the space of the beacon, another
-/// node; without a beacon in that of its own node.
+/// A light illuminates everything below its node. Its position and direction are in the space of the beacon, another
+/// node, or without a beacon in the space of its node.
 class Light : public Group {
     typedef Group Inherited;
 
@@ -49,7 +49,7 @@ public:
 
     OSG_ABSTR_FIELD_CONTAINER_DECL(LightPtr)
 
-    // Colours times intensity: black, white and white in a new light, alpha 1.
+    // Colour times intensity, alpha 1. In a new light: black, white and white.
     OSG_SFIELD_ACCESS(Color4f, Ambient)
     OSG_SFIELD_ACCESS(Color4f, Diffuse)
     OSG_SFIELD_ACCESS(Color4f, Specular)
@@ -63,14 +63,14 @@ public:
         setSpecular(Color4f(red, green, blue, alpha));
     }
 
-    /// Null in a new light. The light references its beacon.
+    /// The light references its beacon. Null in a new light.
     OSG_SFIELD_READ_ACCESS(NodePtr, Beacon)
     void setBeacon(const NodePtr& value) { setRefdCP(_sfBeacon.getValue(), value); }
 
     /// True in a new light.
     OSG_SFIELD_ACCESS(bool, On)
 
-    // At distance d the light is divided by constant + linear * d + quadratic * d * d; 1, 0, 0 in a new light.
+    // At distance d the light is divided by constant + linear * d + quadratic * d * d. 1, 0, 0 in a new light.
     OSG_SFIELD_ACCESS(Real32, ConstantAttenuation)
     OSG_SFIELD_ACCESS(Real32, LinearAttenuation)
     OSG_SFIELD_ACCESS(Real32, QuadraticAttenuation)

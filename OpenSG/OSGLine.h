@@ -6,14 +6,14 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// A half line: it starts at a position and runs along a direction of length 1.
+/// A ray: it starts at a position and runs in a direction of length 1.
 class Line {
 public:
     Line() : _dir(0, 0, 1) {}
     Line(const Pnt3f& position, const Vec3f& direction) { setValue(position, direction); }
     Line(const Pnt3f& from, const Pnt3f& through) { setValue(from, through); }
 
-    /// The direction is normalised.
+    /// Normalises the direction.
     void setValue(const Pnt3f& position, const Vec3f& direction) {
         _pos = position;
         _dir = direction;

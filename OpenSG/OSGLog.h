@@ -6,7 +6,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Writes "OpenSG warning: " and the message, printf style, with a newline to standard error.
+/// Writes "OpenSG warning: ", the message (printf format) and a newline to standard error.
 #if defined(__GNUC__)
 __attribute__((format(printf, 1, 2)))
 #endif

@@ -9,8 +9,8 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// A container's field of any number of values, contiguous in memory; it behaves as a std::vector.
-/// Changing it announces nothing: the editor of the container does (beginEditCP/endEditCP).
+/// A container's field with any number of values, contiguous in memory, used like a std::vector. Does not announce
+/// changes: use beginEditCP/endEditCP.
 template <class FieldTypeT, Int32 fieldNameSpace = 0>
 class MField {
 public:

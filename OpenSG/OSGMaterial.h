@@ -13,7 +13,7 @@ typedef RefPtr<MaterialPtr> MaterialRefPtr;
 using SFMaterialPtr = SField<MaterialPtr>;
 using MFMaterialPtr = MField<MaterialPtr>;
 
-/// How a surface looks. Abstract; there is no drawing here, so a material is a description only.
+/// Describes how a surface looks. Abstract. The scene graph draws nothing itself.
 class Material : public AttachmentContainer {
     typedef AttachmentContainer Inherited;
 

@@ -23,7 +23,7 @@ public:
 
     OSG_ABSTR_FIELD_CONTAINER_DECL(MaterialDrawablePtr)
 
-    /// Null in a new drawable. The drawable references its material.
+    /// The drawable references its material. Null in a new drawable.
     OSG_SFIELD_READ_ACCESS(MaterialPtr, Material)
     void setMaterial(const MaterialPtr& value) { setRefdCP(_sfMaterial.getValue(), value); }
 

@@ -11,7 +11,7 @@ class MaterialGroup;
 typedef FCPtr<GroupPtr, MaterialGroup> MaterialGroupPtr;
 typedef RefPtr<MaterialGroupPtr> MaterialGroupRefPtr;
 
-/// The core of nodes that give one material to everything below them.
+/// The core of nodes that set the material of everything below them.
 class MaterialGroup : public Group {
     typedef Group Inherited;
 
@@ -23,7 +23,7 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(MaterialGroupPtr)
 
-    /// Null in a new group. The group references its material.
+    /// The group references its material. Null in a new group.
     OSG_SFIELD_READ_ACCESS(MaterialPtr, Material)
     void setMaterial(const MaterialPtr& value) { setRefdCP(_sfMaterial.getValue(), value); }
 

@@ -11,9 +11,9 @@ class QuaternionBase;
 
 /// A 4x4 matrix that acts on column vectors: p' = M p.
 ///
-/// Storage is by columns: matrix[i] is column i and matrix[i][j] the element in column i and row j, so that
-/// getValues() is what OpenGL takes and matrix[3] is the translation. Constructors and setValue() with sixteen
-/// numbers take them row by row, as a matrix is written on paper.
+/// Storage is by columns: matrix[i] is column i, and matrix[i][j] is the element in column i and row j. So getValues()
+/// has OpenGL's order, and matrix[3] is the translation. Constructors and setValue() with sixteen numbers take them row
+/// by row, as a matrix is written on paper.
 template <class ValueTypeT>
 class TransformationMatrix {
 public:
@@ -28,7 +28,7 @@ public:
 
     /// The identity.
     TransformationMatrix() { setIdentity(); }
-    /// Columns 0 to 2, and 3 where given, by their first three rows; the rest as in the identity.
+    /// The first three rows of columns 0 to 2, and of 3 if given. All other elements are as in the identity.
     TransformationMatrix(const VectorType3f& column0, const VectorType3f& column1, const VectorType3f& column2) {
         setIdentity();
         setValue(column0, column1, column2);
@@ -49,11 +49,11 @@ public:
 
     void setIdentity();
     void setValue(const TransformationMatrix& matrix) { *this = matrix; }
-    /// The first three rows of the columns given; all other elements stay.
+    /// The first three rows of the given columns. All other elements stay unchanged.
     void setValue(const VectorType3f& column0, const VectorType3f& column1, const VectorType3f& column2);
     void setValue(const VectorType3f& column0, const VectorType3f& column1, const VectorType3f& column2,
                   const VectorType3f& column3);
-    /// Row by row, as the constructor.
+    /// Row by row, like the constructor.
     void setValue(ValueTypeT rVal00, ValueTypeT rVal10, ValueTypeT rVal20, ValueTypeT rVal30, ValueTypeT rVal01,
                   ValueTypeT rVal11, ValueTypeT rVal21, ValueTypeT rVal31, ValueTypeT rVal02, ValueTypeT rVal12,
                   ValueTypeT rVal22, ValueTypeT rVal32, ValueTypeT rVal03, ValueTypeT rVal13, ValueTypeT rVal23,
@@ -63,7 +63,7 @@ public:
                             ValueTypeT rVal10, ValueTypeT rVal11, ValueTypeT rVal12, ValueTypeT rVal13,
                             ValueTypeT rVal20, ValueTypeT rVal21, ValueTypeT rVal22, ValueTypeT rVal23,
                             ValueTypeT rVal30, ValueTypeT rVal31, ValueTypeT rVal32, ValueTypeT rVal33);
-    /// Sixteen values, column by column (the order of getValues()); row by row when transposed is false.
+    /// Sixteen values, column by column (the order of getValues()), or row by row if transposed is false.
     void setValue(const ValueTypeT* values, bool transposed = true);
     /// Four columns.
     void setValue(const VectorType* columns);
@@ -72,7 +72,7 @@ public:
     ValueTypeT* getValues() { return _matrix[0].getValues(); }
     const ValueTypeT* getValues() const { return _matrix[0].getValues(); }
 
-    // These write their part and leave all other elements alone.
+    // These write their part and leave all other elements unchanged.
     void setScale(ValueTypeT s) { setScale(s, s, s); }
     void setScale(ValueTypeT sx, ValueTypeT sy, ValueTypeT sz);
     void setScale(const VectorType3f& s) { setScale(s[0], s[1], s[2]); }
@@ -80,8 +80,8 @@ public:
     void setTranslate(const PointType3f& t) { setTranslate(t[0], t[1], t[2]); }
     void setRotate(const QuaternionType& q);
 
-    // These set the whole matrix: translation * rotation * scale orientation * scale * inverse scale orientation,
-    // the last three around center.
+    // These set the whole matrix to translation * rotation * scale orientation * scale * inverse scale orientation.
+    // Rotation and scale are around center.
     void setTransform(const VectorType3f& translation);
     void setTransform(const QuaternionType& rotation);
     void setTransform(const VectorType3f& translation, const QuaternionType& rotation);
@@ -90,16 +90,16 @@ public:
                       const QuaternionType& scaleOrientation);
     void setTransform(const VectorType3f& translation, const QuaternionType& rotation, const VectorType3f& scaleFactor,
                       const QuaternionType& scaleOrientation, const VectorType3f& center);
-    /// Takes an affine matrix apart so that setTransform() puts it together again. A mirroring matrix has negative
-    /// scale factors. Algorithm: polar decomposition, then the eigenvectors of the stretch (Shoemake and Duff,
-    /// Matrix Animation and Polar Decomposition, 1992). A singular matrix gives a zero scale factor.
+    /// Decomposes an affine matrix into the arguments of setTransform(). A mirroring matrix has negative scale factors,
+    /// a singular one has a zero scale factor. Algorithm: polar decomposition, then the eigenvectors of the stretch
+    /// (Shoemake and Duff, Matrix Animation and Polar Decomposition, 1992).
     void getTransform(VectorType3f& translation, QuaternionType& rotation, VectorType3f& scaleFactor,
                       QuaternionType& scaleOrientation) const;
     void getTransform(VectorType3f& translation, QuaternionType& rotation, VectorType3f& scaleFactor,
                       QuaternionType& scaleOrientation, const VectorType3f& center) const;
 
-    // Points take part in the translation, vectors do not. "Full" divides by the resulting w (left out when it is
-    // zero), the others ignore the last row. Source and destination may be the same object.
+    // The translation applies to points, not to vectors. "Full" divides by the resulting w if it is not zero; the
+    // others ignore the last row. Source and destination may be the same object.
     void mult(const PointType3f& pntIn, PointType3f& pntOut) const;
     void mult(const VectorType3f& vecIn, VectorType3f& vecOut) const { mult3x3(vecIn, vecOut); }
     void mult(const PointType& pntIn, PointType& pntOut) const;
@@ -112,7 +112,7 @@ public:
     VectorType3f operator*(const VectorType3f& vec) const;
     PointType operator*(const PointType& pnt) const;
 
-    // The older names of the same operations.
+    // Older names of the same operations.
     void multMatrixPnt(const PointType3f& src, PointType3f& dst) const { mult(src, dst); }
     void multMatrixPnt(PointType3f& pnt) const { mult(pnt, pnt); }
     void multFullMatrixPnt(const PointType3f& src, PointType3f& dst) const { multFull(src, dst); }
@@ -120,7 +120,7 @@ public:
     void multMatrixVec(const VectorType3f& src, VectorType3f& dst) const { mult3x3(src, dst); }
     void multMatrixVec(VectorType3f& vec) const { mult3x3(vec, vec); }
 
-    // Row vector times matrix, p' = p M.
+    // Row vector times matrix: p' = p M.
     void multLeft(const PointType3f& pntIn, PointType3f& pntOut) const;
     void multLeft(const VectorType3f& vecIn, VectorType3f& vecOut) const;
 
@@ -130,9 +130,9 @@ public:
     ValueTypeT det3() const;
     ValueTypeT det() const;
 
-    // Inverses. A determinant below 1e-30 counts as singular: the result is the identity and the return value
-    // false. "From" inverts the argument into this matrix; "3" inverts the upper left 3x3 part, the rest of the
-    // result is as in the identity.
+    // Inverses. If the determinant is below 1e-30 the matrix counts as singular: the result is the identity and the
+    // functions return false. "From" inverts the argument into this matrix. "3" inverts the upper left 3x3 part; the
+    // rest of the result is as in the identity.
     bool inverse(TransformationMatrix& result) const;
     bool invert() { return inverse(*this); }
     bool invertFrom(const TransformationMatrix& matrix) { return matrix.inverse(*this); }
@@ -140,7 +140,7 @@ public:
     bool invert3() { return inverse3(*this); }
     bool invertFrom3(const TransformationMatrix& matrix) { return matrix.inverse3(*this); }
 
-    // Transposes; always true.
+    // Transposes. They always return true.
     bool transposed(TransformationMatrix& result) const;
     bool transpose() { return transposed(*this); }
     bool transposeFrom(const TransformationMatrix& matrix) { return matrix.transposed(*this); }
@@ -159,7 +159,7 @@ public:
     VectorType& operator[](UInt32 index) { return _matrix[index]; }
     const VectorType& operator[](UInt32 index) const { return _matrix[index]; }
 
-    /// With the tolerance Eps per element.
+    /// Compares with the tolerance Eps per element.
     bool operator==(const TransformationMatrix& other) const { return equals(other, ValueTypeT(Eps)); }
     bool operator!=(const TransformationMatrix& other) const { return !(*this == other); }
 
@@ -183,7 +183,7 @@ OSG_END_NAMESPACE
 
 #include "OSGMatrix.inl"
 
-// Needs matrices itself, and is needed by what follows.
+// Included here because it needs matrices, and the code below needs quaternions.
 #include "OSGQuaternion.h"
 
 #include "OSGMatrixTransform.inl"

@@ -178,8 +178,8 @@ inline ValueTypeT TransformationMatrix<ValueTypeT>::det3() const {
 
 namespace detail {
 
-/// The twelve 2x2 minors of the column pairs (0, 1) and (2, 3), from which determinant and inverse follow
-/// (Laplace expansion). In double precision: CAD scenes mix scales.
+/// The twelve 2x2 minors of the column pairs (0, 1) and (2, 3), for determinant and inverse (Laplace expansion). In
+/// double precision, because CAD scenes mix scales.
 template <class ValueTypeT>
 struct MatrixMinors {
     Real64 s[6];

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Putting transformations together and taking them apart; included by OSGMatrix.h.
+// Composes and decomposes transformations. Included by OSGMatrix.h.
 
 OSG_BEGIN_NAMESPACE
 
@@ -65,7 +65,7 @@ TransformationMatrix<ValueTypeT>::setTransform(const VectorType3f& translation, 
 
 namespace detail {
 
-/// A 3x3 matrix in double precision, element [row][column], for decompositions.
+/// A 3x3 double-precision matrix for decompositions. Element [row][column].
 struct Matrix3x3 {
     Real64 m[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 
@@ -83,7 +83,7 @@ struct Matrix3x3 {
                 r.m[i][j] = m[j][i];
         return r;
     }
-    /// Rows of the result are the cross products of this matrix' rows: det * inverse transposed.
+    /// Rows of the result are cross products of this matrix's rows: det * inverse transposed.
     Matrix3x3 cofactors() const {
         Matrix3x3 r;
         for (UInt32 i = 0; i < 3; ++i) {
@@ -128,7 +128,7 @@ inline void symmetricEigen(Matrix3x3 s, Real64 (&values)[3], Matrix3x3& v) {
         values[i] = s.m[i][i];
 }
 
-/// The orthogonal matrix nearest to a, by Newton's iteration q = (q + q^-T) / 2. Returns false when a is singular.
+/// Finds the orthogonal matrix nearest to a by Newton's iteration q = (q + q^-T) / 2. Returns false if a is singular.
 inline bool nearestOrthogonal(const Matrix3x3& a, Matrix3x3& q) {
     q = a;
     for (UInt32 step = 0; step < 100; ++step) {
@@ -136,7 +136,7 @@ inline bool nearestOrthogonal(const Matrix3x3& a, Matrix3x3& q) {
         if (!(osgabs(det) > 1e-200))
             return false;
         const Matrix3x3 c = q.cofactors();
-        // The factor brings q near unit determinant first, which saves most of the steps for scaled matrices.
+        // The factor first brings q near unit determinant. This saves most of the steps for scaled matrices.
         const Real64 gamma = std::cbrt(1.0 / osgabs(det));
         Real64 change = 0.0;
         for (UInt32 i = 0; i < 3; ++i) {
@@ -186,13 +186,13 @@ inline void TransformationMatrix<ValueTypeT>::getTransform(VectorType3f& transla
             element *= flip;
     rotation = toQuaternion(q);
 
-    // What is left of a after the rotation is a symmetric stretch (negative when a mirrors).
+    // Without its rotation, a is a symmetric stretch (negative if a mirrors).
     detail::Matrix3x3 stretch = q.transposed().times(a);
     for (UInt32 i = 0; i < 3; ++i)
         for (UInt32 j = i + 1; j < 3; ++j)
             stretch.m[i][j] = stretch.m[j][i] = (stretch.m[i][j] + stretch.m[j][i]) / 2.0;
 
-    // Stretches along the axes, the usual case, must not get an orientation from rounding errors.
+    // For stretches along the axes, the usual case, rounding errors must not produce an orientation.
     const Real64 size = osgabs(stretch.m[0][0]) + osgabs(stretch.m[1][1]) + osgabs(stretch.m[2][2]);
     const Real64 offDiagonal = osgabs(stretch.m[0][1]) + osgabs(stretch.m[0][2]) + osgabs(stretch.m[1][2]);
     if (offDiagonal <= 1e-6 * size) {

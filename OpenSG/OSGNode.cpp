@@ -36,7 +36,7 @@ Node::~Node() {
 }
 
 void Node::setCore(const NodeCorePtr& core) {
-    // Copies: core may be a reference into something that the old core keeps alive.
+    // A copy, because core may refer to something that only the old core keeps alive.
     const NodeCorePtr newCore = core;
     const NodeCorePtr oldCore = getCore();
     addRefCP(newCore);
@@ -105,7 +105,7 @@ bool Node::replaceChildBy(const NodePtr& childP, const NodePtr& newChildP) {
         return true;
     addRefCP(newChild);
     takeFromParent(newChild);
-    // The new child may have been another child of this node, so the place is looked up only now.
+    // Look up the index only now: newChild may have been another child of this node.
     _mfChildren[UInt32(findChild(child))] = newChild;
     newChild->setParent(NodePtr(this));
     child->setParent(NullFC);
@@ -140,7 +140,7 @@ Matrix Node::getToWorld() const {
 }
 
 void Node::getToWorld(Matrix& result) const {
-    // The product runs from the root down, the links lead up.
+    // The product runs from the root down, but links lead up.
     std::vector<NodeCore*> path;
     path.reserve(32);
     for (const Node* node = this; node != nullptr; node = node->getParent().getCPtr())
@@ -168,7 +168,7 @@ void Node::updateVolume() {
     const auto outOfDate = [](const NodePtr& node) { return !node->getVolume().isValid() && node->getTravMask() != 0; };
     if (!outOfDate(NodePtr(this)))
         return;
-    // Children before parents, by an explicit stack.
+    // Children before parents. An explicit stack, because trees may be deep.
     struct Frame {
         Node* node;
         UInt32 nextChild;

@@ -9,9 +9,9 @@ OSG_BEGIN_NAMESPACE
 
 using SFDynamicVolume = SField<DynamicVolume>;
 
-/// A place in the scene: it has one parent at most, children, and a core that says what it is.
+/// A node of the scene: it has at most one parent, any number of children, and a core that says what it is.
 ///
-/// Children and core are referenced by the node. Trees may be of any depth: nothing here recurses.
+/// The node references its children and its core. Trees may have any depth, because nothing here recurses.
 class Node : public AttachmentContainer {
     typedef AttachmentContainer Inherited;
 
@@ -37,50 +37,50 @@ public:
     OSG_FIELD_CONTAINER_DECL(NodePtr)
 
     NodeCorePtr getCore() const { return _sfCore.getValue(); }
-    /// Takes the new core, with a reference, and gives the old one back. Null for none.
+    /// References the new core and releases the old one. Pass null for none.
     void setCore(const NodeCorePtr& core);
 
     /// Null for a root.
     NodePtr getParent() const { return _sfParent.getValue(); }
 
     UInt32 getNChildren() const { return _mfChildren.size(); }
-    /// index: below getNChildren().
+    /// index must be below getNChildren().
     NodePtr getChild(const UInt32 index) const { return _mfChildren[index]; }
-    /// Index of the child, -1 when it is none.
+    /// Index of the child; -1 if it is not a child.
     Int32 findChild(const NodePtr& child) const;
 
-    // A child that has a parent already leaves that one first. Null children are ignored. index at or above
-    // getNChildren() inserts at the end, and replaces or removes nothing.
+    // A child is first removed from its old parent. Null children are ignored. An index of getNChildren() or more
+    // inserts at the end, and replaces or removes nothing.
     void addChild(const NodePtr& child);
     void insertChild(UInt32 index, const NodePtr& child);
     void replaceChild(UInt32 index, const NodePtr& child);
-    /// False when child is none of the children or newChild is null.
+    /// Returns false if child is not a child or newChild is null.
     bool replaceChildBy(const NodePtr& child, const NodePtr& newChild);
-    /// Removes the child, which is destroyed if nothing else references it. Warns when it is no child.
+    /// Removes the child, and destroys it if nothing else references it. Warns if it is not a child.
     void subChild(const NodePtr& child);
     void subChild(UInt32 index);
 
-    /// One bit per kind of traversal; all ones, the default: visible in every one, 0: in none.
+    /// One bit per kind of traversal: all ones (the default) is visible in all, 0 in none.
     UInt32 getTravMask() const { return _sfTravMask.getValue(); }
     void setTravMask(const UInt32 mask) { _sfTravMask.setValue(mask); }
-    /// All bits of the traversal mask.
+    /// True if all bits of the traversal mask are set.
     bool getActive() const { return getTravMask() == TypeTraits<UInt32>::getMax(); }
     void setActive(const bool active) { setTravMask(active ? TypeTraits<UInt32>::getMax() : 0); }
 
-    /// From the node's inner space (that of its children) to world space: the product of the transformations of all
-    /// nodes from the root to this one, itself included.
+    /// Transformation from the space of the node's children to world space: the product of the transformations of all
+    /// nodes from the root to this node, including this node.
     Matrix getToWorld() const;
     void getToWorld(Matrix& result) const;
 
-    /// Bounds of the node and all below it that has a non-zero traversal mask, in the parent's space; brought up to
-    /// date first when update is true.
+    /// Bounds, in the parent's space, of the node and everything below it with a non-zero traversal mask. Updates them
+    /// first if update is true.
     DynamicVolume& getVolume(bool update);
     DynamicVolume& editVolume(const bool update) { return getVolume(update); }
     const DynamicVolume& getVolume() const { return _sfVolume.getValue(); }
     /// The bounds in world space.
     void getWorldVolume(DynamicVolume& result);
     void updateVolume();
-    /// Marks the volume, and those of the nodes above, as out of date.
+    /// Marks the volumes of this node and the nodes above it as out of date.
     void invalidateVolume();
 
     const SFDynamicVolume* getSFVolume() const { return &_sfVolume; }
@@ -119,11 +119,11 @@ private:
 
 OSG_FIELD_CONTAINER_INL_DEF(Node, NodePtr)
 
-/// A new node with the core; null when the core is.
+/// Creates a node with the core. Null if the core is null.
 NodePtr makeNodeFor(NodeCorePtr core);
 
-/// A copy of the tree: new nodes with the same cores and traversal masks. Attachments are not copied. Null gives null.
-/// The result has no reference and no parent.
+/// Copies a tree: new nodes with the same cores and traversal masks, without attachments. Returns null for null. The
+/// result has no reference and no parent.
 NodePtr cloneTree(const NodePtr& root);
 
 OSG_END_NAMESPACE

@@ -11,8 +11,8 @@ OSG_BEGIN_NAMESPACE
 typedef FCPtr<AttachmentContainerPtr, NodeCore> NodeCorePtr;
 typedef RefPtr<NodeCorePtr> NodeCoreRefPtr;
 
-/// What a node is: a group, a transformation, a geometry, a light. One core may serve several nodes, its parents,
-/// which reference it.
+/// Says what a node is: a group, a transformation, a geometry, a light. Several nodes may share a core. They are its
+/// parents and reference it.
 class NodeCore : public AttachmentContainer {
     typedef AttachmentContainer Inherited;
 
@@ -26,14 +26,14 @@ public:
 
     OSG_ABSTR_FIELD_CONTAINER_DECL(NodeCorePtr)
 
-    /// The nodes whose core this is. Their order changes when one leaves.
+    /// The nodes with this core. The order changes when a parent is removed.
     MFNodePtr& getParents() { return _parents; }
     const MFNodePtr& getParents() const { return _parents; }
     MFNodePtr* getMFParents() { return &_parents; }
 
-    /// Marks the volumes of all parents, and of the nodes above them, as out of date.
+    /// Marks the volumes of all parents and of the nodes above them as out of date.
     virtual void invalidateVolume();
-    /// Multiplies the core's own transformation to the matrix, from the right.
+    /// Multiplies the matrix from the right by the core's transformation.
     virtual void accumulateMatrix(Matrix& result);
 
 protected:
@@ -41,7 +41,7 @@ protected:
     NodeCore(const NodeCore& source) : Inherited(source) {}
     ~NodeCore() override = default;
 
-    /// Changes the volume of a node, which holds its children's, to that of the whole node.
+    /// Extends the volume of a node from that of its children to that of the whole node.
     virtual void adjustVolume(Volume& volume);
 
     static FieldContainerType _type;

@@ -9,8 +9,8 @@ OSG_BEGIN_NAMESPACE
 
 namespace detail {
 
-/// Index of parent in the list, or -1. Looks around the position hint first, in both directions: parents mostly leave
-/// in the order in which they came or in the reverse order, and a core or an attachment may have very many of them.
+/// Index of parent in the list, or -1. Searches outwards from the position hint, because a list may be very long and
+/// parents mostly leave in the order in which they came or in reverse order.
 template <class PtrT>
 inline Int32 findParent(const MField<PtrT>& parents, const PtrT& parent, const UInt32 hint) {
     const UInt32 count = parents.size();
@@ -25,7 +25,7 @@ inline Int32 findParent(const MField<PtrT>& parents, const PtrT& parent, const U
     return -1;
 }
 
-/// Removes one entry of parent, if there is one, by putting the last entry in its place.
+/// Removes one entry of parent, if there is one. The last entry takes its place.
 template <class PtrT>
 inline void eraseParent(MField<PtrT>& parents, const PtrT& parent, UInt32& hint) {
     const Int32 index = findParent(parents, parent, hint);

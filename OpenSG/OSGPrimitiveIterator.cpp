@@ -29,7 +29,7 @@ void PrimitiveIterator::setToBegin() {
         return;
     _mappings = osgMax(UInt32(1), _geo->getIndexMapping().size());
     for (UInt32 slot = 0; slot < SlotCount; ++slot)
-        // A property that the mapping does not mention goes by the first index.
+        // A property that the mapping does not mention uses the first index.
         _mappingOf[slot] = UInt8(osgMax(Int16(0), _geo->calcMappingIndex(UInt16(Geometry::MapPosition << slot))));
     if (_indices != NullFC)
         _vertices = _indices->size() / _mappings;

@@ -7,17 +7,17 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Runs over the primitives of a geometry, of all types.
+/// Iterates over the primitives of a geometry, of all types.
 ///
-/// "which" below is a vertex of the primitive, from 0 to getLength() - 1. Index functions return -1, and value
-/// functions zeros, when the geometry does not have the property, or the index lies outside of it. A primitive is cut
-/// short where the geometry's indices (or positions) end. The geometry must not change meanwhile, apart from values,
-/// and is not referenced.
+/// "which" is a vertex of the primitive, from 0 to getLength() - 1. If the geometry does not have the property, or the
+/// index lies outside of it, index functions return -1 and value functions zeros. A primitive is cut short where the
+/// geometry's indices (or positions) end. While the iterator is used, only values of the geometry may change. The
+/// iterator does not reference the geometry.
 class PrimitiveIterator {
 public:
-    /// At the end of nothing.
+    /// An iterator at its end, without a geometry.
     PrimitiveIterator() = default;
-    /// At the first primitive; at the end for null, or a node whose core is no geometry.
+    /// At the first primitive; at the end if geometry is null.
     explicit PrimitiveIterator(const GeometryPtr& geometry) { setGeo(geometry); }
     explicit PrimitiveIterator(const NodePtr& node) { setGeo(node); }
 
@@ -25,13 +25,13 @@ public:
     void setGeo(const NodePtr& node);
     void setToBegin();
     void setToEnd();
-    /// Goes to the primitive of that number, or to the end.
+    /// Moves to the primitive with that number, or to the end.
     void seek(Int32 index);
 
     bool isAtEnd() const { return _ended; }
     /// Number of the primitive, from 0.
     Int32 getIndex() const { return Int32(_primIndex); }
-    /// Vertices of the primitive.
+    /// Number of vertices of the primitive.
     UInt32 getLength() const { return _length; }
     /// OpenGL code of the primitive.
     UInt32 getType() const { return _type; }
@@ -68,7 +68,7 @@ public:
     OSG_TEX_COORDS_ACCESS(7, 7)
 #undef OSG_TEX_COORDS_ACCESS
 
-    /// Place of the vertex' (first) index among the geometry's indices; the vertex' number without indices.
+    /// Position of the vertex's (first) index in the geometry's indices. Without indices, the vertex number.
     Int32 getIndexIndex(Int32 which) const {
         return Int32((_firstVertex + UInt32(which)) * _mappings);
     }

@@ -8,7 +8,7 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// A rotation as a unit quaternion (x, y, z, w), w being the real part.
+/// A rotation as a unit quaternion (x, y, z, w) with real part w.
 template <class ValueTypeT>
 class QuaternionBase {
 public:
@@ -20,18 +20,18 @@ public:
         static const QuaternionBase quaternion;
         return quaternion;
     }
-    /// The rotation a part t (0 to 1) of the shorter way from rot0 to rot1.
+    /// Interpolates from rot0 (t = 0) to rot1 (t = 1) the shorter way.
     static QuaternionBase slerp(const QuaternionBase& rot0, const QuaternionBase& rot1, ValueTypeT t);
 
     QuaternionBase() = default;
     explicit QuaternionBase(const MatrixType& matrix) { setValue(matrix); }
     /// Rotation around axis by angle, in radians.
     QuaternionBase(const VectorType& axis, const ValueTypeT angle) { setValueAsAxisRad(axis, angle); }
-    /// The shortest rotation that takes one direction to the other.
+    /// The shortest rotation from one direction to the other.
     QuaternionBase(const VectorType& rotateFrom, const VectorType& rotateTo) { setValue(rotateFrom, rotateTo); }
 
     void setIdentity() { *this = QuaternionBase(); }
-    /// Axis (x, y, z), any length but zero (zero gives the identity), and angle w in radians or degrees.
+    /// Axis (x, y, z) of any length, and angle w in radians or degrees. A zero axis gives the identity.
     void setValueAsAxisRad(ValueTypeT x, ValueTypeT y, ValueTypeT z, ValueTypeT w);
     void setValueAsAxisDeg(ValueTypeT x, ValueTypeT y, ValueTypeT z, ValueTypeT w) {
         setValueAsAxisRad(x, y, z, osgdegree2rad(w));
@@ -52,7 +52,7 @@ public:
     /// From the upper left 3x3 part, which must be a rotation.
     void setValue(const MatrixType& matrix);
     void setValue(const VectorType& rotateFrom, const VectorType& rotateTo);
-    /// Euler angles in radians: first around x by alpha, then around y by beta, then around z by gamma.
+    /// Euler angles in radians: rotates first around x by alpha, then around y by beta, then around z by gamma.
     void setValue(ValueTypeT alpha, ValueTypeT beta, ValueTypeT gamma);
 
     const ValueTypeT* getValues() const { return _quat; }
@@ -73,7 +73,7 @@ public:
         z = _quat[2];
         w = _quat[3];
     }
-    /// The whole matrix; getValuesOnly writes the upper left 3x3 part alone.
+    /// Writes the whole matrix; getValuesOnly writes only the upper left 3x3 part.
     void getValue(MatrixType& matrix) const {
         matrix.setIdentity();
         getValuesOnly(matrix);
@@ -88,7 +88,7 @@ public:
     ValueTypeT length() const {
         return std::sqrt(_quat[0] * _quat[0] + _quat[1] * _quat[1] + _quat[2] * _quat[2] + _quat[3] * _quat[3]);
     }
-    /// Scales to length 1; a zero quaternion becomes the identity.
+    /// Scales to length 1. A zero quaternion becomes the identity.
     void normalize();
     void invert() {
         for (UInt32 i = 0; i < 3; ++i)
@@ -115,14 +115,14 @@ public:
     void slerpThis(const QuaternionBase& rot0, const QuaternionBase& rot1, const ValueTypeT t) {
         *this = slerp(rot0, rot1, t);
     }
-    /// this = this * other, normalised: other turns first.
+    /// this = this * other, normalised: other is applied first.
     void mult(const QuaternionBase& other);
     void multLeft(const QuaternionBase& other) {
         QuaternionBase result(other);
         result.mult(*this);
         *this = result;
     }
-    /// Component by component; q and -q, the same rotation, are not equal.
+    /// Compares component by component. q and -q are the same rotation but not equal.
     bool equals(const QuaternionBase& rot, ValueTypeT tolerance) const;
 
     ValueTypeT& operator[](const UInt32 index) { return _quat[index]; }

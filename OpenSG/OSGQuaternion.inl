@@ -37,7 +37,7 @@ inline void QuaternionBase<ValueTypeT>::setValueAsAxisRad(const ValueTypeT x, co
 
 template <class ValueTypeT>
 inline void QuaternionBase<ValueTypeT>::setValue(const MatrixType& matrix) {
-    // Of the four components the largest is taken from the diagonal, so that no small number is divided by.
+    // Takes the largest component from the diagonal, to avoid division by a small number.
     const auto m = [&matrix](const UInt32 row, const UInt32 column) { return Real64(matrix[column][row]); };
     const Real64 squares[4] = {1.0 + m(0, 0) - m(1, 1) - m(2, 2), 1.0 - m(0, 0) + m(1, 1) - m(2, 2),
                                1.0 - m(0, 0) - m(1, 1) + m(2, 2), 1.0 + m(0, 0) + m(1, 1) + m(2, 2)};
@@ -72,7 +72,7 @@ inline void QuaternionBase<ValueTypeT>::setValue(const VectorType& rotateFrom, c
     if (cosine > ValueTypeT(0.99999)) {
         setIdentity();
     } else if (cosine < ValueTypeT(-0.99999)) {
-        // Opposite directions: half a turn around any axis across them.
+        // Opposite directions: half a turn around any perpendicular axis.
         VectorType axis = from.cross(VectorType(1, 0, 0));
         if (axis.length() < ValueTypeT(0.00001))
             axis = from.cross(VectorType(0, 1, 0));

@@ -6,8 +6,8 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// A container's field of one value. Changing the value announces nothing: the editor of the container does
-/// (beginEditCP/endEditCP). A pointer in a field holds no reference by itself.
+/// A container's field with one value. Does not announce changes: use beginEditCP/endEditCP. A pointer in a field does
+/// not hold a reference.
 template <class FieldTypeT, Int32 fieldNameSpace = 0>
 class SField {
 public:

@@ -24,9 +24,9 @@ typedef FCPtr<AttachmentPtr, Name> NamePtr;
 
 extern template class SimpleAttachment<NameAttachmentDesc>;
 
-/// The container's name; nullptr when it has none or is null. The text lives until the name is changed.
+/// The container's name; nullptr if it has none or is null. The text lives until the name changes.
 const Char8* getName(AttachmentContainerPtr container);
-/// Names the container. A nullptr name takes the name away. A null container is ignored with a warning.
+/// Sets the container's name. A nullptr name removes it. Ignores a null container with a warning.
 void setName(AttachmentContainerPtr container, const std::string& name);
 void setName(AttachmentContainerPtr container, const Char8* name);
 

@@ -47,16 +47,16 @@ public:
     OSG_SFIELD_ACCESS(Color3f, Diffuse)
     OSG_SFIELD_ACCESS(Color3f, Specular)
     OSG_SFIELD_ACCESS(Color3f, Emission)
-    /// Exponent of the highlight, 1 in a new material.
+    /// Exponent of the specular highlight; 1 in a new material.
     OSG_SFIELD_ACCESS(Real32, Shininess)
-    /// 0, opaque (in a new material), to 1, invisible.
+    /// From 0 (opaque, in a new material) to 1 (invisible).
     OSG_SFIELD_ACCESS(Real32, Transparency)
-    /// Whether lights act on the surface; true in a new material.
+    /// Whether lights affect the surface; true in a new material.
     OSG_SFIELD_ACCESS(bool, Lit)
-    /// What vertex colours replace: an OpenGL code, GL_DIFFUSE in a new material.
+    /// What vertex colours replace: an OpenGL code; GL_DIFFUSE in a new material.
     OSG_SFIELD_ACCESS(GLenum, ColorMaterial)
 
-    /// True when the transparency is above Eps, whatever the transparency mode, and when the mode says so.
+    /// True if the transparency is above Eps, in any transparency mode, or if the mode says so.
     bool isTransparent() const override;
 
 protected:

@@ -29,12 +29,12 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(SpotLightPtr)
 
-    /// The way the light travels along the axis of the cone; any length but zero. (0, 0, 1) in a new light.
+    /// Direction in which the light travels along the cone's axis. Must not be zero. (0, 0, 1) in a new light.
     OSG_SFIELD_ACCESS(Vec3f, Direction)
     void setSpotDirection(Real32 x, Real32 y, Real32 z) { setDirection(Vec3f(x, y, z)); }
-    /// The light is multiplied by the cosine of the angle to the axis, raised to this power; 0 in a new light.
+    /// The light is multiplied by the cosine of the angle to the axis, raised to this power. 0 in a new light.
     OSG_SFIELD_ACCESS(Real32, SpotExponent)
-    /// Half the opening angle of the cone in radians; 0 in a new light.
+    /// Half the opening angle of the cone, in radians. 0 in a new light.
     OSG_SFIELD_ACCESS(Real32, SpotCutOff)
     void setSpotCutOffDeg(Real32 degrees) { setSpotCutOff(osgdegree2rad(degrees)); }
     Real32 getSpotCutOffDeg() const { return osgrad2degree(getSpotCutOff()); }

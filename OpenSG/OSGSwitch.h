@@ -11,7 +11,7 @@ class Switch;
 typedef FCPtr<GroupPtr, Switch> SwitchPtr;
 typedef RefPtr<SwitchPtr> SwitchRefPtr;
 
-/// The core of nodes that show one of their children, all or none.
+/// The core of nodes that show one child, all children or none.
 class Switch : public Group {
     typedef Group Inherited;
 
@@ -25,7 +25,7 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(SwitchPtr)
 
-    /// Index of the child shown, ALL or NONE; other values show nothing. NONE in a new switch.
+    /// Index of the visible child, ALL or NONE. Other values show nothing. NONE in a new switch.
     OSG_SFIELD_ACCESS(Int32, Choice)
 
 protected:

@@ -9,8 +9,8 @@ OSG_BEGIN_NAMESPACE
 
 namespace {
 
-// Containers can be destroyed after the thread's own objects are, by static destructors for instance. The pointer has
-// no destructor and can be asked even then.
+// Containers can be destroyed after the thread's other objects, for example by static destructors. The pointer has no
+// destructor, so it can be read even then.
 thread_local ChangeList* currentList = nullptr;
 thread_local bool threadIsEnding = false;
 

@@ -8,12 +8,12 @@ OSG_BEGIN_NAMESPACE
 
 class ChangeList;
 
-/// What the scene graph keeps per thread. Any thread of the program may use it, without registration.
+/// Per-thread data of the scene graph. Any thread may use it without registration.
 ///
-/// All threads see one and the same state of a container (one aspect, number 0).
+/// All threads see the same state of a container (one aspect, number 0).
 class Thread {
 public:
-    /// The calling thread's list; owned by the thread. nullptr only while the thread is ending.
+    /// The calling thread's list, owned by the thread. nullptr only while the thread is ending.
     static ChangeList* getCurrentChangeList();
     static UInt32 getAspect() { return 0; }
 };

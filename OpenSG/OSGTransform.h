@@ -11,7 +11,7 @@ class Transform;
 typedef FCPtr<GroupPtr, Transform> TransformPtr;
 typedef RefPtr<TransformPtr> TransformRefPtr;
 
-/// The core of nodes that place their children: their space times the matrix is the space around the node.
+/// The core of nodes that transform their children: the matrix maps the children's space to the node's outer space.
 class Transform : public Group {
     typedef Group Inherited;
 

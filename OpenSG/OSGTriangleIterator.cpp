@@ -37,7 +37,7 @@ void TriangleIterator::findTriangle() {
     }
 }
 
-// Sets the corners to triangle _next of the primitive and counts on; false when the primitive has no such triangle.
+// Sets the corners to triangle _next of the primitive and increments _next. False if there is no such triangle.
 bool TriangleIterator::readTriangle() {
     const Int32 n = Int32(_next);
     const Int32 length = Int32(getLength());
@@ -53,8 +53,8 @@ bool TriangleIterator::readTriangle() {
         return 3 * n + 2 < length && set(3 * n, 3 * n + 1, 3 * n + 2);
     case GL_TRIANGLE_STRIP:
     case GL_QUAD_STRIP:
-        // Every other triangle of a strip runs the other way round. A quad strip of odd length ends before its last
-        // vertex, which has no partner.
+        // Every second triangle of a strip has the opposite orientation. A quad strip of odd length ends before its
+        // last vertex, which has no partner.
         if (getType() == GL_QUAD_STRIP && n + 2 >= length - length % 2)
             return false;
         return n + 2 < length && (n % 2 == 0 ? set(n, n + 1, n + 2) : set(n + 1, n, n + 2));

@@ -6,11 +6,11 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Runs over the triangles of a geometry: those of triangles, strips, fans, quads, quad strips and polygons (which are
-/// taken as convex). All of them keep the orientation of their primitive. Points and lines are passed over, and so
-/// are the triangles of strips that have an index twice, which only connect parts of the strip.
+/// Iterates over the triangles of a geometry: of triangles, strips, fans, quads, quad strips and polygons (treated as
+/// convex). All have the orientation of their primitive. Skips points and lines. Also skips triangles of strips with a
+/// repeated index, which only connect parts of the strip.
 ///
-/// "which" is a corner, 0 to 2; see PrimitiveIterator for the rest. getType() and getLength() are the primitive's.
+/// "which" is a corner, 0 to 2; see PrimitiveIterator. getType() and getLength() refer to the primitive.
 class TriangleIterator : public PrimitiveIterator {
     typedef PrimitiveIterator Inherited;
 
@@ -31,12 +31,12 @@ public:
         Inherited::setToBegin();
         startTriangles();
     }
-    /// Goes to the triangle of that number, or to the end.
+    /// Moves to the triangle with that number, or to the end.
     void seek(Int32 index);
 
     /// Number of the triangle, from 0.
     Int32 getIndex() const { return _triIndex; }
-    /// Number of its primitive.
+    /// Number of the primitive that the triangle belongs to.
     Int32 getPrimitiveIndex() const { return Inherited::getIndex(); }
 
     Int32 getPositionIndex(Int32 which) const { return Inherited::getPositionIndex(_corner[which]); }
@@ -88,7 +88,7 @@ private:
     bool readTriangle();
 
     Int32 _triIndex = 0;
-    /// Number of the triangle after the current one within the primitive.
+    /// Number, within the primitive, of the triangle after the current one.
     UInt32 _next = 0;
     Int32 _corner[3] = {0, 0, 0};
 };

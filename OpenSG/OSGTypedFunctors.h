@@ -9,8 +9,8 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Something that can be called with an ArgT & (a pointer to a container, usually) and returns a RetT.
-/// Any callable object converts to it. Calling an empty one is an error (std::bad_function_call).
+/// A function that takes an ArgT & (usually a pointer to a container) and returns a RetT. Any callable object converts
+/// to it. Calling an empty one throws std::bad_function_call.
 template <class RetT, class ArgT>
 class TypedFunctor1 {
 public:
@@ -24,7 +24,7 @@ private:
     std::function<RetT(ArgT&)> _call;
 };
 
-/// Same with a second argument.
+/// The same with a second argument.
 template <class RetT, class Arg1T, class Arg2T>
 class TypedFunctor2 {
 public:
@@ -39,7 +39,7 @@ private:
     std::function<RetT(Arg1T&, Arg2T)> _call;
 };
 
-// Makers of functors: of functions, and of methods of an object, which is not owned and must outlive the functor.
+// Create functors from functions and from methods of an object. The object is not owned and must outlive the functor.
 
 template <class RetT, class Arg1T>
 inline TypedFunctor1<RetT, Arg1T> osgTypedFunctionFunctor1CPtrRef(RetT (*function)(Arg1T&)) {

@@ -14,7 +14,7 @@ OSG_BEGIN_NAMESPACE
 template <class ValueTypeT, UInt32 SizeI>
 class Vector;
 
-/// A point: SizeI values, contiguous in memory. Differences of points are vectors.
+/// A point: SizeI values, contiguous in memory. The difference of two points is a vector.
 ///
 /// == and != compare with the tolerance Eps per component; < is lexicographic and exact.
 template <class ValueTypeT, UInt32 SizeI>
@@ -31,17 +31,17 @@ public:
     static const Point Null;
 
     constexpr Point() = default;
-    /// Copies SizeI values; a null pointer gives zeros.
+    /// Copies SizeI values. A null pointer gives zeros.
     Point(const ValueTypeT* values) {
         if (values != nullptr)
             setValue(values);
     }
-    /// Copies the components that both have, the others become zero.
+    /// Copies the components that both have. The others become zero.
     template <class OtherT, UInt32 OtherSizeI>
     Point(const Point<OtherT, OtherSizeI>& other) {
         setValue(other);
     }
-    // Surplus arguments are dropped, missing ones are zero, so that one form serves all sizes.
+    // Drops surplus arguments and sets missing components to zero, so that one form serves all sizes.
     Point(const ValueTypeT v0) { assign(v0, ValueTypeT(0), ValueTypeT(0), ValueTypeT(0)); }
     Point(const ValueTypeT v0, const ValueTypeT v1) { assign(v0, v1, ValueTypeT(0), ValueTypeT(0)); }
     Point(const ValueTypeT v0, const ValueTypeT v1, const ValueTypeT v2) { assign(v0, v1, v2, ValueTypeT(0)); }
@@ -50,7 +50,7 @@ public:
     }
 
     void setNull() { *this = Point(); }
-    /// Copies the components that both have and leaves the others alone.
+    /// Copies the components that both have. The others stay unchanged.
     template <class OtherT, UInt32 OtherSizeI>
     void setValue(const Point<OtherT, OtherSizeI>& other) {
         for (UInt32 i = 0; i < (SizeI < OtherSizeI ? SizeI : OtherSizeI); ++i)
@@ -90,13 +90,13 @@ public:
     ValueTypeT& operator[](const UInt32 index) { return _values[index]; }
     const ValueTypeT& operator[](const UInt32 index) const { return _values[index]; }
 
-    /// True when no component is farther than Eps from zero.
+    /// True if no component is farther than Eps from zero.
     bool isZero() const { return equals(Point(), ValueTypeT(Eps)); }
     void negate() {
         for (ValueTypeT& value : _values)
             value = ValueTypeT(-value);
     }
-    /// True when no component differs by more than tolerance.
+    /// True if no component differs by more than tolerance.
     bool equals(const Point& other, const ValueTypeT tolerance) const {
         for (UInt32 i = 0; i < SizeI; ++i)
             if (!(_values[i] - other._values[i] <= tolerance && other._values[i] - _values[i] <= tolerance))
@@ -184,7 +184,7 @@ private:
     }
 };
 
-/// A direction or displacement: a point's values with the operations of a vector space.
+/// A direction or displacement: a point's values, with the operations of a vector space.
 template <class ValueTypeT, UInt32 SizeI>
 class Vector : public Point<ValueTypeT, SizeI> {
 public:
@@ -207,7 +207,7 @@ public:
         return sum;
     }
     RealReturnType length() const { return std::sqrt(squareLength()); }
-    /// Scales to length 1; a vector shorter than Eps is left as it is.
+    /// Scales to length 1. Leaves a vector shorter than Eps unchanged.
     void normalize() {
         const RealReturnType len = length();
         if (len < RealReturnType(Eps))
@@ -232,15 +232,15 @@ public:
     }
     Vector operator%(const Vector& other) const { return cross(other); }
     void crossThis(const Vector& other) { *this = cross(other); }
-    /// Angle to other in radians, 0 when one of the two is zero.
+    /// Angle to other in radians; 0 if either is zero.
     RealReturnType enclosedAngle(const Vector& other) const {
         const RealReturnType lengths = length() * other.length();
         if (this->isZero() || other.isZero())
             return RealReturnType(0);
         return std::acos(osgClamp(RealReturnType(-1), RealReturnType(dot(other)) / lengths, RealReturnType(1)));
     }
-    /// Becomes its projection onto the direction toVec, which must not be zero; returns the projection's length in
-    /// units of toVec's.
+    /// Replaces the vector by its projection onto toVec, which must not be zero. Returns the length of the projection
+    /// as a multiple of toVec's length.
     RealReturnType projectTo(const Vector& toVec) {
         const RealReturnType factor = RealReturnType(dot(toVec)) / toVec.squareLength();
         *this = toVec * ValueTypeT(factor);
@@ -286,10 +286,10 @@ inline Vector<ValueTypeT, SizeI> operator*(const ValueTypeT factor, const Vector
     return vec * factor;
 }
 
-/// The components, separated by blanks.
+/// Writes the components, separated by blanks.
 template <class ValueTypeT, UInt32 SizeI>
 std::ostream& operator<<(std::ostream& os, const Point<ValueTypeT, SizeI>& point) {
-    // Bytes are written as numbers.
+    // Write bytes as numbers.
     for (UInt32 i = 0; i < SizeI; ++i)
         os << (i != 0 ? " " : "") << +point[i];
     return os;

@@ -7,9 +7,9 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// A region of space that bounds something.
+/// Base class of bounding volumes.
 ///
-/// valid: it is up to date. empty: it contains no point. static: it is not recalculated. infinite: it contains all
+/// valid: it is up to date. empty: it contains no point. static: it is never recalculated. infinite: it contains all
 /// points. A new volume is valid and empty.
 class Volume {
 public:
@@ -39,31 +39,31 @@ public:
         }
     }
     bool isInfinite() const { return (_state & InfiniteFlag) != 0; }
-    /// True when extendBy() has no effect: infinite, static or not valid.
+    /// True if extendBy() has no effect: infinite, static or not valid.
     bool isUntouchable() const { return (_state & (InfiniteFlag | ValidFlag | StaticFlag)) != ValidFlag; }
     UInt16 getState() const { return _state; }
     void setState(const UInt16 state) { _state = state; }
 
     virtual void getCenter(Pnt3f& center) const = 0;
-    /// Its size in cubic units; 0 when empty.
+    /// Its size in cubic units; 0 if empty.
     virtual Real32 getScalarVolume() const = 0;
-    /// Corners of the axis-aligned box around it.
+    /// Corners of its axis-aligned bounding box.
     virtual void getBounds(Pnt3f& min, Pnt3f& max) const = 0;
 
-    /// Grow to contain the argument, too.
+    /// Extends the volume to contain the argument.
     virtual void extendBy(const Pnt3f& pt) = 0;
     virtual void extendBy(const Volume& volume) = 0;
 
-    /// True when there is a common point.
+    /// True if they have a common point.
     virtual bool intersect(const Pnt3f& point) const = 0;
     virtual bool intersect(const Line& line) const = 0;
-    /// enter and exit: distances along the line; set when the result is true. enter is 0 when the line starts inside.
+    /// enter and exit: distances along the line, set if the result is true. enter is 0 if the line starts inside.
     virtual bool intersect(const Line& line, Real32& enter, Real32& exit) const = 0;
     virtual bool intersect(const Volume& volume) const = 0;
-    /// Within Eps.
+    /// With tolerance Eps.
     virtual bool isOnSurface(const Pnt3f& point) const = 0;
 
-    /// Becomes a volume around its own image under the matrix.
+    /// Becomes a volume around its image under the matrix.
     virtual void transform(const Matrix& matrix) = 0;
 
 protected:

@@ -5,8 +5,6 @@
 #include "ktNodeUtils.h"
 
 #include <map>
-#include <OpenSG/OSGGeoFunctions.h>
-#include <OpenSG/OSGTriangleIterator.h>
 
 std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
     std::vector<ktBakeGeometry> list;
@@ -22,28 +20,10 @@ std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
             if (!name)
                 name = ktNodeUtils::getName(instance.node->getParent());
             list.push_back(
-                {name ? name : "", geometry, geometry->getPositions()->getSize(), countTriangles(geometry), 0});
+                {name ? name : "", geometry, geometry->getPositions()->getSize(), ktCountTriangles(geometry), 0});
         }
         ++list[place->second].uses;
         return true;
     });
     return list;
-}
-
-std::uint64_t countTriangles(const osg::GeometryPtr& geometry) {
-    if (geometry == osg::NullFC)
-        return 0;
-    bool hasStrips = false;
-    for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
-        hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
-    if (!hasStrips) {
-        osg::UInt32 triangles = 0, lines = 0, points = 0;
-        osg::calcPrimitiveCount(geometry, triangles, lines, points);
-        return triangles;
-    }
-    // Those that only connect parts of a strip do not count.
-    std::uint64_t count = 0;
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
-        ++count;
-    return count;
 }

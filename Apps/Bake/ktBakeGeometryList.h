@@ -17,6 +17,3 @@ struct ktBakeGeometry {
 
 /// All geometries with positions below a node, in traversal order.
 std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root);
-
-/// Triangles that a geometry's primitives make; none for points, lines and null.
-std::uint64_t countTriangles(const osg::GeometryPtr& geometry);

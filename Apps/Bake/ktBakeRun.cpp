@@ -11,12 +11,12 @@
 #include "ktBakeSettings.h"
 #include "ktBakeSignals.h"
 #include "ktBakeStats.h"
-#include "ktBakeTracing.h"
 #include "ktCancelToken.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktScenegraph.h"
 #include "ktThreadCount.h"
+#include "ktTracingStatistics.h"
 
 #include <algorithm>
 #include <iostream>
@@ -104,13 +104,12 @@ private:
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled())
             scene.loadPictures();
         const auto errorsBefore = ktLogOutput::getCount(ktLogLevel::Error);
-        const ktBakeTracing tracing;
         ktBakeProgress progress(scene.getSelectedVertexCount(), !options.quiet);
         watch.lap();
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
         std::cout.flush();
         const double seconds = watch.lap();
-        stats.addTracing(tracing, scene.getGeometries());
+        stats.addTracing(ktReadTracingStatistics(), scene.getGeometries());
         stats.geometriesCalculated = progress.getNodeCount();
         stats.verticesTraced = progress.getVerticesTraced();
         stats.structureSeconds = progress.getStructureSeconds();

@@ -3,7 +3,6 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeGeometryList.h"
-#include "ktBakeTracing.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktSafeFile.h"
@@ -20,14 +19,17 @@ double count(std::uint64_t value) {
     return static_cast<double>(value);
 }
 
+QJsonObject byLight(const ktRayCounts& rays) {
+    return {{"direct", count(rays.direct)}, {"indirect", count(rays.indirect)}};
+}
+
 } // namespace
 
-void ktBakeStats::addTracing(const ktBakeTracing& tracing, const std::vector<ktBakeGeometry>& sceneGeometries) {
-    directRays = tracing.getDirectRays();
-    indirectRays = tracing.getIndirectRays();
-    occludingTriangles = tracing.getOccludingTriangles();
+void ktBakeStats::addTracing(const ktTracingStatistics& counts, const std::vector<ktBakeGeometry>& sceneGeometries) {
+    tracing = counts;
     for (const ktBakeGeometry& entry : sceneGeometries) {
-        const ktBakeTraced traced = tracing.getTraced(entry.geometry);
+        const auto found = tracing.geometries.find(ktGetGeometryNumber(entry.geometry));
+        const auto traced = found != tracing.geometries.end() ? found->second : ktTracingStatistics::Geometry();
         geometries.append(QJsonObject{{"node", QString::fromStdString(entry.name)},
                                       {"uses", count(entry.uses)},
                                       {"vertices", count(entry.vertices)},
@@ -49,11 +51,14 @@ bool ktBakeStats::write(const std::string& fileName) const {
         {"sceneVertices", count(sceneVertices)},
         {"sceneTriangles", count(sceneTriangles)},
         {"instancedTriangles", count(instancedTriangles)},
-        {"occludingTriangles", count(occludingTriangles)},
+        {"occludingTriangles", count(tracing.occludingTriangles)},
         {"sceneDiagonalMm", sceneDiagonal},
         {"geometriesCalculated", geometriesCalculated},
         {"verticesTraced", count(verticesTraced)},
-        {"raysTraced", QJsonObject{{"direct", count(directRays)}, {"indirect", count(indirectRays)}}},
+        {"raysTraced", byLight(tracing.requested)},
+        {"raysShared", byLight(tracing.shared)},
+        {"refinement",
+         QJsonObject{{"addedVertices", count(tracing.addedVertices)}, {"raysTraced", byLight(tracing.refining)}}},
         {"geometries", geometries},
         {"seconds", QJsonObject{{"read", readSeconds},
                                 {"structure", structureSeconds},

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktTracingStatistics.h"
+
 #include <chrono>
 #include <cstdint>
 #include <QJsonArray>
@@ -8,7 +10,6 @@
 #include <string>
 #include <vector>
 
-class ktBakeTracing;
 struct ktBakeGeometry;
 
 /// Times and counts of one run.
@@ -19,11 +20,10 @@ struct ktBakeStats {
 
     std::uint64_t sceneVertices = 0, sceneTriangles = 0; ///< of the file, stored once, however often they are used
     std::uint64_t instancedTriangles = 0;                ///< those of a geometry as often as it is used
-    std::uint64_t occludingTriangles = 0;                ///< that rays could meet, instances counted each
     double sceneDiagonal = 0;                            ///< world units
     int geometriesCalculated = 0;                        ///< geometry that the run worked on
     std::uint64_t verticesTraced = 0;                    ///< all passes together
-    std::uint64_t directRays = 0, indirectRays = 0;      ///< vertices times directions
+    ktTracingStatistics tracing;                         ///< rays, triangles that rays could meet
     QJsonArray geometries;                               ///< each of the scene with what was traced for it
 
     double readSeconds = 0, structureSeconds = 0, tracingSeconds = 0;
@@ -31,7 +31,7 @@ struct ktBakeStats {
     double writeSeconds = 0, previewSeconds = 0, totalSeconds = 0;
 
     /// Takes over what was counted while tracing, and lists the scene's geometry with it.
-    void addTracing(const ktBakeTracing& tracing, const std::vector<ktBakeGeometry>& sceneGeometries);
+    void addTracing(const ktTracingStatistics& counts, const std::vector<ktBakeGeometry>& sceneGeometries);
     /// Writes a JSON file, with the process's threads, warnings and peak memory added.
     /// @return false when it cannot be written; the reason is logged
     bool write(const std::string& fileName) const;

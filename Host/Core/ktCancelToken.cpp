@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktCancelToken.h"
 
-// Initialised at compile time: a guarded local static would take a lock on first use, which a signal handler must not.
+// Initialised at compile time: a local static would lock on first use, which is not allowed in a signal handler.
 ktCancelToken ktCancelToken::instance;
 
 ktCancelToken& ktCancelToken::the() noexcept {

@@ -15,7 +15,7 @@ bool isSceneModified = false;
 } // namespace
 
 void ktController::setBusy(bool busy, bool showCursor) {
-    // Also when the host is busy already: whatever left it so, the run that begins has not been cancelled.
+    // Reset even if the host is already busy: the run that begins is not cancelled.
     if (busy) {
         ktCancelToken::the().reset();
         ++busyCount;

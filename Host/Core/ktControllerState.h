@@ -3,15 +3,15 @@
 
 #include "ktHostExport.h"
 
-/// What ktController was told, for the host and its applications. Main thread only. Changes are announced by
-/// ktHostSignals.
+/// The state that ktController was set to, for the host and its applications. Main thread only. ktHostSignals announces
+/// changes.
 class KT_HOST_EXPORT ktControllerState {
 public:
-    /// Whether a long operation runs; the application takes no input but cancel then.
+    /// Whether a long operation runs. Meanwhile the application accepts no input except cancel.
     static bool isBusy() noexcept;
-    /// How often a long operation began: tells one from the next.
+    /// Number of long operations so far; identifies the current one.
     static unsigned long getBusyCount() noexcept;
-    /// Whether the pointer should show it; false when not busy.
+    /// Whether the pointer shows it; false if not busy.
     static bool isBusyCursorShown() noexcept;
     /// Whether the scene has unsaved changes.
     static bool isModified() noexcept;

@@ -2,7 +2,7 @@
 #include "ktHostSignals.h"
 
 ktHostSignals& ktHostSignals::the() {
-    // Never destroyed: destructors of other statics, a plug-in's too, may still log.
+    // Never destroyed: destructors of other static objects, also of plug-ins, may still log.
     static ktHostSignals* const instance = new ktHostSignals;
     return *instance;
 }

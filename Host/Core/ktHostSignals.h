@@ -6,32 +6,32 @@
 #include <QObject>
 #include <QString>
 
-/// What happens in the host, for applications to listen to. Lives as long as the process. All signals but logged() are
-/// emitted on the main thread.
+/// Signals of the host for applications. Lives as long as the process. All signals except logged() are emitted on the
+/// main thread.
 class KT_HOST_EXPORT ktHostSignals : public QObject {
     Q_OBJECT
 public:
     static ktHostSignals& the();
 
 signals:
-    /// A long operation began (true) or ended (false); while it runs the application takes no input but cancel.
+    /// A long operation began (true) or ended (false). Meanwhile the application accepts no input except cancel.
     void busyChanged(bool busy);
     /// The scene was changed (true) or saved (false).
     void modifiedChanged(bool modified);
-    /// The render widget was told to draw or to stop drawing.
+    /// Drawing in the render widget was turned on or off.
     void renderEnabledChanged(bool enabled);
-    /// Updates of the scene were let through or held back.
+    /// Updates of the scene were turned on or off.
     void updateEnabledChanged(bool enabled);
-    /// Another set of nodes is selected.
+    /// The selection changed.
     void selectionChanged();
-    /// The scene was opened, closed or changed; views and derived data are out of date.
+    /// The scene was opened, closed or changed. Views and derived data are out of date.
     void sceneChanged();
-    /// Vertices finished of those that the ray-tracing call under way works on.
+    /// Number of finished vertices, and of all vertices, in the current ray-tracing call.
     void tracingProgress(quint64 done, quint64 total);
-    /// Refinement is in this of its rounds, counted from 1, and has added so many vertices in the rounds before.
+    /// Refinement began round `round`, counted from 1. The rounds before added `newVertices` vertices.
     void refinementProgress(int round, int rounds, quint64 newVertices);
-    /// A line of the log, quiet or not; `level` is a ktLogLevel. Emitted on the thread that logged: receivers outside
-    /// the main thread's event loop must use a queued connection or be thread-safe.
+    /// A line of the log, also when quiet. `level` is a ktLogLevel. Emitted on the thread that logged, so a receiver
+    /// must use a queued connection or be thread-safe.
     void logged(int level, const QString& line);
 
 private:

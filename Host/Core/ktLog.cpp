@@ -9,7 +9,7 @@
 
 namespace {
 
-// The text of one call, or the bare format where it cannot be expanded (an argument that is no valid text).
+// The text of one call, or the unexpanded format if an argument is not valid text.
 std::string expand(const char* format, std::va_list arguments) {
     if (format == nullptr)
         return {};

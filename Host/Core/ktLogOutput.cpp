@@ -12,19 +12,19 @@
 namespace {
 
 struct State {
-    std::mutex mutex; // guards sink, and keeps its calls apart
+    std::mutex mutex; // guards sink and serialises its calls
     ktLogSink sink;
     std::atomic<bool> quiet{false};
     std::array<std::atomic<std::uint64_t>, 3> counts{};
 };
 
 State& state() {
-    // Never destroyed: destructors of other statics may still log.
+    // Never destroyed: destructors of other static objects may still log.
     static State* const instance = new State;
     return *instance;
 }
 
-// Set while this thread is inside the sink or inside receivers of logged(), which may log themselves.
+// True while this thread is in the sink or in receivers of logged(). Both may log.
 thread_local bool insideSink = false;
 thread_local bool insideSignal = false;
 
@@ -34,7 +34,7 @@ struct Scope {
     bool& flag;
 };
 
-// One line for one call: names taken from files may hold line ends or terminal control sequences.
+// Keeps a call on one line: names from files may contain line ends or terminal control sequences.
 std::string toOneLine(const std::string& text) {
     std::string line = text;
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
@@ -49,7 +49,7 @@ std::string toOneLine(const std::string& text) {
 
 void writeToStandardError(ktLogLevel level, const std::string& line) {
     static const char* const prefixes[] = {"error: ", "warning: ", ""};
-    // One call, so that lines of several threads do not mix.
+    // A single call, so that lines of several threads do not mix.
     const std::string whole = prefixes[static_cast<int>(level)] + line + '\n';
     std::fwrite(whole.data(), 1, whole.size(), stderr);
     std::fflush(stderr);
@@ -91,7 +91,7 @@ void ktLogOutput::setSink(ktLogSink sink) noexcept {
         const std::lock_guard<std::mutex> lock(s.mutex);
         s.sink.swap(sink);
     }
-    // The old sink is destroyed here, outside the lock: its captures may log.
+    // The old sink is destroyed here, outside the lock, because its captures may log.
 }
 
 void ktLogOutput::setQuiet(bool quiet) noexcept {

@@ -3,7 +3,7 @@
 
 #include "ktHostExport.h"
 
-/// The parts of ktOSGWidget that the application fills in: without a window there are none to draw. Main thread only.
+/// State of ktOSGWidget that the application sets, because there is no window here. Main thread only.
 class KT_HOST_EXPORT ktOSGWidgetState {
 public:
     /// Ray-tracing state of the view, as ktOSGWidget::getRaytracing() reports it; 0 is off.

@@ -16,15 +16,15 @@ namespace fs = std::filesystem;
 
 constexpr const char* appName = "ktAmbientOcclusion";
 
-// Bytes are kept as they are: under the POSIX locale, the usual one in containers and build machines, Qt's own
-// conversion of environment variables and file names loses everything beyond ASCII.
+// Keeps the bytes unchanged. Under the POSIX locale, usual in containers and on build machines, Qt's own conversion of
+// environment variables and file names loses everything beyond ASCII.
 fs::path pathFromEnvironment(const char* variable) {
     return fs::path(qgetenv(variable).toStdString());
 }
 
 fs::path userConfigDir() {
     fs::path xdg = pathFromEnvironment("XDG_CONFIG_HOME");
-    if (xdg.is_absolute()) // a relative one is invalid and to be ignored (XDG Base Directory Specification)
+    if (xdg.is_absolute()) // a relative path is invalid and ignored (XDG Base Directory Specification)
         return xdg;
     const fs::path home = pathFromEnvironment("HOME");
     if (home.is_absolute())

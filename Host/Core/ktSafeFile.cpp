@@ -28,7 +28,7 @@ struct ktSafeFile::Temporary {
 namespace {
 
 const char temporaryMark[] = ".tmp-";
-constexpr int mostLinks = 40; // as the system itself follows
+constexpr int mostLinks = 40; // as the system does
 
 QByteArray directoryOf(const QByteArray& path) {
     const int slash = path.lastIndexOf('/');
@@ -42,7 +42,7 @@ bool isStillNamed(int file, const QByteArray& name) {
            opened.st_ino == named.st_ino;
 }
 
-/// A new file beside `path`, locked for as long as it is open. Negative on failure, see errno.
+/// Creates a file beside `path` and locks it while it is open. Negative on failure, see errno.
 int createTemporary(const QByteArray& path, QByteArray& name) {
     static std::atomic<unsigned> counter{0};
     for (int attempt = 0; attempt < 100; ++attempt) {
@@ -53,17 +53,17 @@ int createTemporary(const QByteArray& path, QByteArray& name) {
             continue;
         if (file < 0)
             return -1;
-        // A file system without locks answers with an error; then nobody cleans up there either.
+        // Fails on a file system without locks. There, left-behind files are not removed either.
         while (flock(file, LOCK_EX) != 0 && errno == EINTR) {
         }
         if (isStillNamed(file, name))
             return file;
-        close(file); // another process took it for a left-behind one before it was locked
+        close(file); // another process deleted it before it was locked
     }
     return -1;
 }
 
-/// Whether the rest of a name, behind the mark, is a process and a number.
+/// Whether the rest of a name, after the mark, is a process id and a number.
 bool isOurs(const char* rest) {
     const std::size_t process = std::strspn(rest, "0123456789");
     if (process == 0 || rest[process] != '-')
@@ -127,7 +127,7 @@ ktSafeFile::ktSafeFile(const QByteArray& path) : target(targetOf(path)) {
     }
     temporary = std::make_unique<Temporary>(file, name);
     if (exists)
-        fchmod(file, old.st_mode & 0777); // as far as the file system has permissions
+        fchmod(file, old.st_mode & 0777); // fails harmlessly on file systems without permissions
 }
 
 ktSafeFile::~ktSafeFile() = default;

@@ -8,19 +8,19 @@
 #include <QByteArray>
 #include <QString>
 
-/// A file that replaces another one as a whole. At any moment, also after a crash or a power cut, the target holds
-/// either what it held or all of the new content.
+/// Replaces a file as a whole. At any moment, even after a crash or a power failure, the target holds its old content
+/// or all of the new content.
 ///
-/// The content goes to a temporary file `<target>.tmp-<process>-<number>` in the same directory. commit() flushes it,
-/// renames it to the target and flushes the directory. A symbolic link stays one: the file that it names is replaced.
-/// The permissions of an existing file are kept. Temporary files of killed processes are removed: a lock shows whether
-/// their process still lives. Safe against other threads and processes that write the same target.
+/// Writes to a temporary file `<target>.tmp-<process>-<number>` in the same directory. commit() flushes it, renames it
+/// to the target and flushes the directory. Replaces the target of a symbolic link, not the link. Keeps the permissions
+/// of an existing file. Removes temporary files of killed processes; a lock shows whether the process still lives. Safe
+/// if other threads and processes write the same target.
 ///
-/// Paths are in the file system's bytes. After the first failure, all later calls fail too, and the target stays as it
-/// is.
+/// Paths are in the file system's bytes. After the first failure, all later calls fail too, and the target is
+/// unchanged.
 class KT_HOST_EXPORT ktSafeFile {
 public:
-    /// Makes the temporary file. Fails also when the existing target may not be written to.
+    /// Creates the temporary file. Also fails if an existing target is not writable.
     explicit ktSafeFile(const QByteArray& path);
     /// Removes the temporary file unless it was committed.
     ~ktSafeFile();
@@ -29,15 +29,15 @@ public:
 
     /// Appends `size` bytes. False on failure, see error().
     bool write(const void* data, std::size_t size);
-    /// Makes the new content the target's. Without this call the old content stays. False on failure, see error(). A
-    /// failure to flush the directory after renaming is no failure here.
+    /// Replaces the target by the new content. Without this call the old content stays. False on failure, see error().
+    /// A failed flush of the directory after renaming does not count as a failure.
     bool commit();
-    /// Why the first failed call failed; empty when none did.
+    /// Why the first failed call failed; empty if none did.
     const QString& error() const { return reason; }
 
-    /// All of the above for content that is at hand. False and the reason on failure.
+    /// All of the above for content in memory. False and the reason on failure.
     static bool replace(const QByteArray& path, const QByteArray& content, QString& why);
-    /// The file that `path` names through symbolic links, whether it exists or not.
+    /// Resolves the symbolic links of `path`, whether the file exists or not.
     static QByteArray targetOf(const QByteArray& path);
 
 private:

@@ -14,8 +14,8 @@ namespace {
 
 std::atomic<unsigned int> requestedThreads{0}; // 0: as many as cores
 
-// Cores in the affinity mask of the process's main thread; 0 when the system does not tell. Worker threads may be
-// pinned to a core of their own, so the calling thread's mask would not do.
+// Number of cores in the affinity mask of the main thread, or 0 if unknown. Not of the calling thread, because worker
+// threads may be pinned to one core.
 unsigned int coresInAffinityMask() {
     struct Free {
         void operator()(cpu_set_t* set) const { CPU_FREE(set); }
@@ -27,7 +27,7 @@ unsigned int coresInAffinityMask() {
         const std::size_t size = CPU_ALLOC_SIZE(capacity);
         if (sched_getaffinity(getpid(), size, set.get()) == 0)
             return static_cast<unsigned int>(CPU_COUNT_S(size, set.get()));
-        // The call fails for a set smaller than the kernel's; a larger one is tried.
+        // The call fails if the set is smaller than the kernel's: try a larger one.
     }
     return 0;
 }

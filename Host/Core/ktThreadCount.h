@@ -3,15 +3,15 @@
 
 #include "ktHostExport.h"
 
-/// How many threads the host's parallel loops use. Thread-safe; a loop reads it when it begins.
+/// Number of threads of the host's parallel loops. Thread-safe. A loop reads it when it begins.
 class KT_HOST_EXPORT ktThreadCount {
 public:
-    /// Largest number of threads that set() takes.
+    /// Largest number of threads that set() accepts.
     static constexpr unsigned int maxThreadCount = 1024;
 
-    /// Threads to use, the calling one included; 0 means one for each core this process may run on. Larger numbers
-    /// than `maxThreadCount` count as that.
+    /// Sets the number of threads, including the calling one. 0 means one per core that this process may run on. Larger
+    /// numbers than `maxThreadCount` count as `maxThreadCount`.
     static void set(unsigned int count) noexcept;
-    /// Threads in use; at least 1.
+    /// Number of threads in use; at least 1.
     static unsigned int get() noexcept;
 };

@@ -22,7 +22,7 @@ bool ktUndoCommand::canMergeWith(const QUndoCommand* other) const {
 
 int ktUndoCommand::makeId(std::type_index type) {
     static std::mutex mutex;
-    static auto& ids = *new std::unordered_map<std::type_index, int>; // outlives every static that may ask
+    static auto& ids = *new std::unordered_map<std::type_index, int>; // never destroyed: static objects may use it
     const std::lock_guard<std::mutex> lock(mutex);
     return ids.emplace(type, static_cast<int>(ids.size()) + 1).first->second;
 }

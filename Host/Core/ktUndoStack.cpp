@@ -8,7 +8,7 @@
 ktUndoStack::ktUndoStack(QObject* parent) : QUndoStack(parent) {}
 
 ktUndoStack* ktUndoStack::get(int index) {
-    // Never destroyed: the code of its commands lies in plug-ins, whose statics are gone at the end of the process.
+    // Never destroyed: at the end of the process the plug-ins with the commands' code may already be unloaded.
     static auto* const stack = new ktUndoStack;
     return index == 0 ? stack : nullptr;
 }
@@ -16,8 +16,7 @@ ktUndoStack* ktUndoStack::get(int index) {
 void ktUndoStack::add(QUndoCommand* command) {
     if (command == nullptr)
         return;
-    // After an exception nobody can tell whether Qt has stored, merged or not yet seen the command, so it is not
-    // deleted here.
+    // After an exception it is unknown whether Qt owns the command, so it is not deleted here.
     try {
         push(command);
     } catch (const std::exception& e) {

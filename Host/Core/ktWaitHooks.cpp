@@ -8,7 +8,7 @@ namespace {
 
 struct Hooks {
     std::function<void()> before, after;
-    std::thread::id owner; // waits of other threads are none of theirs
+    std::thread::id owner; // not called for waits of other threads
 };
 
 Hooks& hooks() {

@@ -13,9 +13,9 @@ OSG_BEGIN_NAMESPACE
 class AmbientOcclusionSettingsAttachment;
 typedef FCPtr<AttachmentPtr, AmbientOcclusionSettingsAttachment> AmbientOcclusionSettingsAttachmentPtr;
 
-/// The settings that a node's ambient occlusion was calculated with. One attachment may hang on many nodes; a node
-/// holds at most one. A new attachment holds the settings of a fresh ambient occlusion controller. There is one field
-/// for each setting; ktAmbientOcclusionSettings.h describes them.
+/// The settings of the calculation of a node's ambient occlusion, one field per setting; ktAmbientOcclusionSettings.h
+/// describes them. Several nodes may share one attachment; a node has at most one. A new attachment holds the defaults
+/// of the ambient occlusion controller.
 class KT_HOST_EXPORT AmbientOcclusionSettingsAttachment : public Attachment {
     typedef Attachment Inherited;
 

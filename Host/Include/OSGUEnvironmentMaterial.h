@@ -12,7 +12,7 @@ OSG_BEGIN_NAMESPACE
 class UEnvironmentMaterial;
 typedef FCPtr<ChunkMaterialPtr, UEnvironmentMaterial> UEnvironmentMaterialPtr;
 
-/// The material of the surroundings, a sky dome for instance: it glows and receives no light.
+/// The material of surroundings such as a sky dome. It emits light and receives none.
 class KT_HOST_EXPORT UEnvironmentMaterial : public ChunkMaterial {
     typedef ChunkMaterial Inherited;
 
@@ -29,9 +29,9 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(UEnvironmentMaterialPtr)
 
-    /// Light it sends out, linear red, green, blue, may exceed 1; white in a new material.
+    /// Emitted light, linear red, green, blue; may exceed 1. White in a new material.
     OSG_SFIELD_ACCESS(Color3f, Radiance)
-    /// Number of the material in the document that it came from; -1 for none.
+    /// Index of the material in the document that it was read from; -1 for none.
     OSG_SFIELD_ACCESS(Int32, SourceIndex)
 
     /// Always false.

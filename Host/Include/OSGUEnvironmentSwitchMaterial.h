@@ -11,7 +11,7 @@ OSG_BEGIN_NAMESPACE
 class UEnvironmentSwitchMaterial;
 typedef FCPtr<ChunkMaterialPtr, UEnvironmentSwitchMaterial> UEnvironmentSwitchMaterialPtr;
 
-/// Several surroundings to choose from, of which one is shown. Holds a reference to each.
+/// Several environments, of which one is shown. References each of them.
 class KT_HOST_EXPORT UEnvironmentSwitchMaterial : public ChunkMaterial {
     typedef ChunkMaterial Inherited;
 
@@ -28,17 +28,17 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(UEnvironmentSwitchMaterialPtr)
 
-    /// Place of the one shown, from 0; a place that there is not shows none. 0 in a new material.
+    /// Index of the environment shown. An index out of range shows none. 0 in a new material.
     OSG_SFIELD_ACCESS(Int32, Choice)
 
-    /// Adds a choice at the end; null is ignored.
+    /// Adds an environment at the end. Ignores null.
     void addEnvironment(const UEnvironmentMaterialPtr& environment);
-    /// Takes a choice out; later ones move up. Nothing happens for a place that there is not.
+    /// Removes an environment; later ones move up. Does nothing if the index is out of range.
     void subEnvironment(UInt32 index);
     UInt32 getNEnvironments() const { return _mfEnvironments.getSize(); }
     /// `index` must be below getNEnvironments().
     UEnvironmentMaterialPtr getEnvironment(UInt32 index) const { return _mfEnvironments[index]; }
-    /// The one shown; null when none is.
+    /// The environment shown, or null.
     UEnvironmentMaterialPtr getChosenEnvironment() const;
 
     /// Always false.

@@ -11,8 +11,8 @@ OSG_BEGIN_NAMESPACE
 class UShadowMaterial;
 typedef FCPtr<ChunkMaterialPtr, UShadowMaterial> UShadowMaterialPtr;
 
-/// The material of a surface that shows nothing but the shadow on it, a ground plane for instance: black where it is
-/// in shadow, invisible where it is open. It is always transparent.
+/// The material of a surface that shows only the shadow on it, such as a ground plane: black in the shadow, invisible
+/// in the open. Always transparent.
 class KT_HOST_EXPORT UShadowMaterial : public ChunkMaterial {
     typedef ChunkMaterial Inherited;
 
@@ -24,7 +24,7 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(UShadowMaterialPtr)
 
-    /// Number of the material in the document that it came from; -1 for none.
+    /// Index of the material in the document that it was read from; -1 for none.
     OSG_SFIELD_ACCESS(Int32, SourceIndex)
 
     /// Always true.

@@ -15,11 +15,11 @@ OSG_BEGIN_NAMESPACE
 class UberMaterial;
 typedef FCPtr<ChunkMaterialPtr, UberMaterial> UberMaterialPtr;
 
-/// The picture that multiplies a material's base colour, and how it lies on the surface. A vertex's coordinates (u, v)
-/// become, with s and c the sine and cosine of the rotation,
+/// The picture that multiplies a material's base colour, and its mapping to the surface. With s and c the sine and
+/// cosine of the rotation, texture coordinates (u, v) become
 ///   u' = offset.u + c * scale.u * u + s * scale.v * v
 ///   v' = offset.v - s * scale.u * u + c * scale.v * v
-/// and (0, 0) is the outer corner of the picture's first pixel, (1, 1) that of its last: v grows downwards.
+/// where (0, 0) is the outer corner of the first pixel and (1, 1) that of the last. v grows downwards.
 struct UberMaterialTexture {
     enum Wrap { Repeat = 0, ClampToEdge = 1, MirroredRepeat = 2 };
 
@@ -28,24 +28,24 @@ struct UberMaterialTexture {
     Vec2f offset = Vec2f(0.0f, 0.0f);
     Real32 rotation_rad = 0.0f;
     Vec2f scale = Vec2f(1.0f, 1.0f);
-    Wrap wrapU = Repeat;    ///< what lies outside 0 to 1 along u'
-    Wrap wrapV = Repeat;    ///< and along v'
-    bool isFiltered = true; ///< interpolate between pixels; else take the nearest
+    Wrap wrapU = Repeat;    ///< how u' outside 0 to 1 is treated
+    Wrap wrapV = Repeat;    ///< the same for v'
+    bool isFiltered = true; ///< interpolate between pixels; else use the nearest one
 };
 
-/// The host's surface material: colour, transparency and glow of a surface, each with what a document says of it.
-/// Colours are linear.
+/// The host's surface material: colour, transparency and emission of a surface, as read from a document. Colours are
+/// linear.
 class KT_HOST_EXPORT UberMaterial : public ChunkMaterial {
     typedef ChunkMaterial Inherited;
 
 public:
     typedef UberMaterialPtr Ptr;
 
-    /// What the alpha of the base colour means.
+    /// How the alpha of the base colour is used.
     enum AlphaMode {
-        Opaque = 0, ///< nothing
-        Mask = 1,   ///< the surface is there where alpha reaches the cutoff
-        Blend = 2   ///< share of the surface's colour over what lies behind
+        Opaque = 0, ///< ignored
+        Mask = 1,   ///< the surface is visible where alpha is at least the cutoff
+        Blend = 2   ///< opacity of the surface
     };
 
     enum {
@@ -80,24 +80,24 @@ public:
     OSG_SFIELD_ACCESS(Real32, Alpha)
     /// One of AlphaMode.
     OSG_SFIELD_ACCESS(Int32, AlphaMode)
-    /// Alpha from which on a masked surface is there; 0.5 in a new material.
+    /// With Mask, the surface is visible from this alpha on; 0.5 in a new material.
     OSG_SFIELD_ACCESS(Real32, AlphaCutoff)
-    /// Share of light that passes through the surface, 0 to 1.
+    /// Fraction of light that passes through the surface, 0 to 1.
     OSG_SFIELD_ACCESS(Real32, Transmission)
-    /// Light that the surface sends out by itself; may exceed 1.
+    /// Light that the surface emits; may exceed 1.
     OSG_SFIELD_ACCESS(Color3f, Emission)
-    /// The surface is seen from its back, too.
+    /// Whether the surface is visible from the back too.
     OSG_SFIELD_ACCESS(bool, DoubleSided)
-    /// The geometry's vertex colours multiply the base colour; true in a new material.
+    /// Whether the geometry's vertex colours multiply the base colour; true in a new material.
     OSG_SFIELD_ACCESS(bool, VertexColors)
-    /// Number of the material in the document that it came from; -1 for none.
+    /// Index of the material in the document that it was read from; -1 for none.
     OSG_SFIELD_ACCESS(Int32, SourceIndex)
 
     /// The picture that multiplies the base colour and its alpha.
     const UberMaterialTexture& getTexture() const { return texture; }
     void setTexture(const UberMaterialTexture& newTexture) { texture = newTexture; }
 
-    /// Whether something behind the surface may be seen through it: blended, or transmissive.
+    /// Whether something behind the surface may be visible through it: blended or transmissive.
     bool isTransparent() const override;
 
 protected:

@@ -12,8 +12,8 @@ OSG_BEGIN_NAMESPACE
 class ValuePair;
 typedef FCPtr<AttachmentPtr, ValuePair> ValuePairPtr;
 
-/// Named texts of a node, in the order in which the names were first set. Texts are UTF-8. Lookup is linear: a node
-/// has a handful of them.
+/// Named texts of a node, in the order in which the names were first set. Texts are UTF-8. Lookup is linear, because a
+/// node has only a few of them.
 class KT_HOST_EXPORT ValuePair : public Attachment {
     typedef Attachment Inherited;
 
@@ -26,16 +26,16 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(ValuePairPtr)
 
-    /// Stores `value` under `key`; a value that is there already is replaced and keeps its place.
+    /// Stores `value` under `key`. Replaces an existing value at its position.
     void set(const std::string& key, const std::string& value);
-    /// Copies the value under `key`. Returns false, and leaves `value` alone, when there is none.
+    /// Copies the value under `key`. If there is none, returns false and leaves `value` unchanged.
     bool get(const std::string& key, std::string& value) const;
-    /// Takes `key` out; nothing happens when it is not there. Returns whether it was.
+    /// Removes `key` if it exists. Returns whether it existed.
     bool del(const std::string& key);
 
     /// Number of pairs.
     UInt32 getSize() const { return _mfKeys.getSize(); }
-    /// Key and value by place; `index` must be below getSize().
+    /// Key and value by index, which must be below getSize().
     const std::string& getKey(UInt32 index) const { return _mfKeys[index]; }
     const std::string& getValue(UInt32 index) const { return _mfValues[index]; }
 

@@ -9,7 +9,7 @@
 class KT_HOST_EXPORT ktAnimManager {
 public:
     static ktAnimManager* the();
-    /// Whether an animation moves single vertices of the node's geometry (a skin or a morph). A node of a cloned tree
-    /// answers like the scene nodes that share its core.
+    /// Whether an animation (a skin or a morph) moves single vertices of the node's geometry. For a node of a cloned
+    /// tree, the scene nodes that share its core decide.
     bool hasVertexAnimation(const osg::NodePtr& node) const;
 };

@@ -3,10 +3,10 @@
 
 #include "ktHostExport.h"
 
-/// The host's main controller, as far as a plug-in needs it. Main thread only.
+/// The part of the host's main controller that plug-ins need. Main thread only.
 class KT_HOST_EXPORT ktController {
 public:
-    /// Shuts the user's input out while a long operation runs, or lets it in again. Calls do not nest.
+    /// Blocks the user's input while a long operation runs, or allows it again. Calls do not nest.
     /// @param busy       true at the start of the operation, false at its end
     /// @param showCursor whether the pointer shows it
     static void setBusy(bool busy, bool showCursor);

@@ -8,22 +8,22 @@
 
 struct ktGeoSubdivisionRecord;
 
-/// The pending refinement of one geometry: filled by ktRaytracingUtils::subdivideByIllumination(), carried out by
-/// recreateGeometry(). Main thread only.
+/// The pending refinement of one geometry. ktRaytracingUtils::subdivideByIllumination() fills it and recreateGeometry()
+/// carries it out. Main thread only.
 class KT_HOST_EXPORT ktGeoSubdivisionList {
 public:
-    /// Begins an empty record; keeps the geometry alive. May throw std::bad_alloc.
+    /// Creates an empty record and keeps the geometry alive. May throw std::bad_alloc.
     explicit ktGeoSubdivisionList(const osg::GeometryPtr& geometry);
-    /// Drops the record; a refinement that was not carried out leaves no trace.
+    /// Drops the record. A refinement that was not carried out has no effect.
     ~ktGeoSubdivisionList();
     ktGeoSubdivisionList(const ktGeoSubdivisionList&) = delete;
     ktGeoSubdivisionList& operator=(const ktGeoSubdivisionList&) = delete;
 
-    /// Rebuilds the geometry with the recorded vertices and triangles, results included. Does nothing to a geometry
-    /// without recorded splits, or on an error, which is logged.
+    /// Rebuilds the geometry with the recorded vertices and triangles, including their results. Does nothing to a
+    /// geometry without recorded splits. On an error, logs it and does nothing.
     void recreateGeometry();
 
-    /// The host's own view of the record; never null.
+    /// The host's internal record; never null.
     ktGeoSubdivisionRecord* record() const { return data.get(); }
 
 private:

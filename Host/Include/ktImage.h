@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-/// A picture in memory: 8 bits a channel, red, green, blue, alpha, rows from the top, no padding.
+/// An image in memory: 8 bits per channel; red, green, blue, alpha; rows from the top; no padding.
 struct ktImage {
     int width_px = 0;
     int height_px = 0;

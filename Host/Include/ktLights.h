@@ -5,7 +5,7 @@
 
 #include <OpenSG/OSGNode.h>
 
-/// Questions about light nodes. Main thread only.
+/// Queries about light nodes. Main thread only.
 class KT_HOST_EXPORT ktLights {
 public:
     /// Whether the node's core is a light of any kind.

@@ -3,7 +3,7 @@
 
 #include "ktHostExport.h"
 
-/// The host's log. Thread-safe; one call is one line. Formats are those of printf.
+/// The host's log. Thread-safe. One call writes one line. Formats are those of printf.
 class KT_HOST_EXPORT ktLog {
 public:
     static void error(const char* format, ...) __attribute__((format(printf, 1, 2)));

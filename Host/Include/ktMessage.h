@@ -11,13 +11,13 @@
 /// A record of named values of any type, in the order in which the names were first set.
 class KT_HOST_EXPORT ktMessage {
 public:
-    /// Stores `value` under `name`. With `overwrite` false an existing value stays. Returns whether it was stored.
+    /// Stores `value` under `name`. If `overwrite` is false, keeps an existing value. Returns whether it was stored.
     bool set(const std::string& name, boost::any value, bool overwrite);
-    /// The value under `name`, or an empty one. Valid until the next set().
+    /// The value under `name`, or an empty one. The reference is valid until the next set().
     const boost::any& get(const std::string& name) const;
     /// Names in order.
     std::vector<std::string> names() const;
-    /// Prints the current call trace to standard error, for diagnosing a wrong message.
+    /// Prints the current call stack to standard error, to find the origin of a wrong message.
     static void printBT();
 
 private:

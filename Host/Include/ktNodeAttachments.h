@@ -4,21 +4,21 @@
 #include <OpenSG/OSGAttachment.h>
 #include <OpenSG/OSGNode.h>
 
-/// The attachment of type `Attachment` on a node; null when the node has none.
+/// The attachment of type `Attachment` on a node; null if the node has none.
 /// @param node not null
 template <class Attachment>
 typename Attachment::Ptr ktFindAttachment(const osg::NodePtr& node) {
     return Attachment::Ptr::dcast(node->findAttachment(Attachment::getClassType()));
 }
 
-/// Puts an attachment on a node, in place of another one of its group, and announces the change. Neither may be null.
+/// Attaches an attachment, replaces another one of its group, and announces the change. Neither may be null.
 inline void ktAttach(const osg::NodePtr& node, const osg::AttachmentPtr& attachment) {
     osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
     node->addAttachment(attachment);
     osg::endEditCP(node, osg::Node::AttachmentsFieldMask);
 }
 
-/// Takes an attachment off a node and announces the change. Neither may be null.
+/// Removes an attachment from a node and announces the change. Neither may be null.
 inline void ktDetach(const osg::NodePtr& node, const osg::AttachmentPtr& attachment) {
     osg::beginEditCP(node, osg::Node::AttachmentsFieldMask);
     node->subAttachment(attachment);

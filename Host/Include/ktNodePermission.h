@@ -12,8 +12,8 @@ public:
         ChangeIllumination = 25, ///< baked light and the settings it was calculated with
     };
 
-    /// Whether `action` may be done to `node`: false when the node, or one above it, is locked. A node of a cloned
-    /// tree answers like the scene nodes that share its core: false when all of them are locked. A null node allows
-    /// everything.
+    /// Whether `action` may be done to `node`: false if the node or one above it is locked. For a node of a
+    /// cloned tree, the scene nodes that share its core decide: false if all of them are locked. True for a null
+    /// node.
     static bool allows(const osg::NodePtr& node, ktNodeAction action);
 };

@@ -5,13 +5,13 @@
 
 #include <OpenSG/OSGNode.h>
 
-/// Questions about nodes. A node of a cloned tree, which carries no attachments, answers like the scene nodes that
-/// share its core. Main thread only.
+/// Queries about nodes. A node of a cloned tree has no attachments, so the scene nodes that share its core decide. Main
+/// thread only.
 class KT_HOST_EXPORT ktNodeUtils {
 public:
-    /// The node's name; null when it has none. Valid until the name changes or the node dies.
+    /// The node's name, or null. Valid until the name changes or the node is destroyed.
     static const char* getName(const osg::NodePtr& node);
-    /// Whether the node is a part of one larger geometry (a patch or a piece of it) and not an object of its own.
+    /// Whether the node is a part of a larger geometry (a patch or a piece of it) and not an object itself.
     static bool isGeometryComponent(const osg::NodePtr& node);
 };
 

@@ -5,9 +5,9 @@
 
 #include <QString>
 
-/// Where the host keeps what belongs to the user.
+/// The user's preferences.
 class KT_HOST_EXPORT ktPreferences {
 public:
-    /// Absolute directory of the user's preferences, ending in a separator; it is made when it does not exist.
+    /// Absolute path of the user's preferences directory, ending in a separator. Creates the directory if needed.
     static QString getPreferencesDir();
 };

@@ -3,11 +3,11 @@
 
 #include "ktHostExport.h"
 
-/// Registers a scripting hook for as long as the object lives; meant for static objects of a plug-in.
+/// Registers a scripting hook as long as the object lives. Meant for static objects of a plug-in.
 class KT_HOST_EXPORT ktPythonInit {
 public:
-    /// @param hook called on the main thread with false whenever the host's scripting starts (at once, when it already
-    ///             runs), and with true when it is torn down; must not be null
+    /// @param hook called on the main thread: with false when the host's scripting starts (at once if it already runs),
+    ///             with true when it is torn down. Must not be null.
     explicit ktPythonInit(void (*hook)(bool destroy));
     ~ktPythonInit();
     ktPythonInit(const ktPythonInit&) = delete;

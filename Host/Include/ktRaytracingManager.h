@@ -5,12 +5,12 @@
 
 class ktRaytracingUtils;
 
-/// Where the host's ray-tracing utilities are found. Main thread only.
+/// Access to the host's ray-tracing utilities. Main thread only.
 class KT_HOST_EXPORT ktRaytracingManager {
 public:
-    /// The utilities in use; null when ray tracing is not available. Owned by the host.
+    /// The current utilities, owned by the host; null if ray tracing is not available.
     static ktRaytracingUtils* getRaytracingUtils();
-    /// Replaces the utilities; null means that ray tracing is not available. The caller keeps ownership and must
-    /// keep the object alive until it is replaced.
+    /// Replaces the utilities; null means that ray tracing is not available. The caller keeps ownership and must keep
+    /// the object alive until it is replaced.
     static void setRaytracingUtils(ktRaytracingUtils* utils);
 };

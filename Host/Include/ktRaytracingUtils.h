@@ -11,67 +11,67 @@
 
 class ktGeoSubdivisionList;
 
-/// A sample pattern; only the utilities that made it know what is inside.
+/// A sample pattern. Only the utilities that created it know its content.
 class ktSampler;
 
-/// The host's ray-tracing utilities. All calls come from the main thread; each returns when its work is done, and may
-/// let the event loop run meanwhile. World units are those of the scene's root. No call throws: on an error inside, the
-/// run is cancelled and the reason logged.
+/// The host's ray-tracing utilities. Call them on the main thread. Each call returns when its work is done and may run
+/// the event loop meanwhile. World units are those of the scene's root. No call throws: an internal error cancels the
+/// run and is logged.
 class ktRaytracingUtils {
 public:
     virtual ~ktRaytracingUtils() = default;
 
-    /// Builds, or builds anew, the structure that rays are traced against.
+    /// Builds or rebuilds the acceleration structure.
     /// @param geometry occluding geometry nodes, in traversal order
     /// @param lights   light nodes
     virtual void buildAccelerationStructure(const std::vector<osg::NodePtr>& geometry,
                                             const std::vector<osg::NodePtr>& lights) = 0;
-    /// Ends a pass: what it kept between two calls is dropped or becomes the next bounce's input.
+    /// Ends a pass: drops its intermediate data or makes it the next bounce's input.
     virtual void finishPass() = 0;
-    /// Announces that geometry is about to be rebuilt.
+    /// Announces that geometry will be rebuilt.
     virtual void invalidateGeometry() = 0;
-    /// How light bounces off surfaces.
-    /// @param colorBleeding         bounced light takes the surface's colour; else only its luminance
+    /// Sets how light bounces off surfaces.
+    /// @param colorBleeding         bounced light takes the surfaces' colour; else only their luminance
     /// @param overrideMaterialColor use `materialColor` for every surface
     /// @param materialColor         three floats, red, green, blue; copied
     virtual void setMaterialOverride(bool colorBleeding, bool overrideMaterialColor, const float* materialColor) = 0;
-    /// Gives the view its ray-tracing state back; the value comes from ktOSGWidget::getRaytracing().
+    /// Restores the ray-tracing state of the view to a value from ktOSGWidget::getRaytracing().
     virtual void restoreRaytracing(int raytracing) = 0;
 
-    /// Makes a pattern of countU times countV directions over the hemisphere.
+    /// Creates a pattern of countU times countV directions over the hemisphere.
     /// @param pattern 0: stratified, low-discrepancy inside the strata
     /// @param lobe    1: cosine-weighted
-    /// @param jitterU, jitterV share of a stratum by which samples move, 0 to 1
-    /// @return the pattern, to be given back to releaseSampler(); null when a count is below 1 or memory runs out
+    /// @param jitterU, jitterV fraction of a stratum by which samples move, 0 to 1
+    /// @return the pattern; free it with releaseSampler(). Null if a count is below 1 or memory runs out
     virtual ktSampler* createSampler(int countU, int countV, int pattern, int lobe, float jitterU, float jitterV) = 0;
-    /// Frees a pattern; null is ignored.
+    /// Frees a pattern. Ignores null.
     virtual void releaseSampler(ktSampler* sampler) = 0;
-    /// Sets the parameters of the rays to come.
-    /// @param sampleCountU, sampleCountV rays a vertex along the two axes
-    /// @param minDistance, maxDistance   world units; hits outside do not count
+    /// Sets the parameters of the rays traced from now on.
+    /// @param sampleCountU, sampleCountV rays per vertex along the two axes
+    /// @param minDistance, maxDistance   world units; hits outside this range do not count
     virtual void configureTracing(int sampleCountU, int sampleCountV, float minDistance, float maxDistance) = 0;
 
-    /// Traces the direct light of `count` vertices into `results`: x, y, z the light that arrives (0 without
-    /// `lightMode`), w the share of it that is not shadowed, 0 to 1.
+    /// Traces the direct light of `count` vertices into `results`: x, y, z are the incoming light (0 without
+    /// `lightMode`), w is the unshadowed fraction of it, 0 to 1.
     /// @param toWorld   object to world; used only with `transform`
     /// @param positions, normals `count` object-space elements
-    /// @param results   `count` elements, written whole or, after a cancel, not at all
-    /// @param option    surfaces occlude from both sides; else from the front only
-    /// @param lightMode the scene's lights take part; else the sky alone
+    /// @param results   `count` elements, all written or, after a cancel, none
+    /// @param option    surfaces occlude from both sides; else only from the front
+    /// @param lightMode use the scene's lights; else only the sky
     virtual void computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
                                         const osg::Vec3f* normals, osg::Vec4f* results, bool transform,
                                         ktSampler* sampler, bool option, bool lightMode) = 0;
-    /// Gathers one bounce of indirect light for `count` vertices into x, y, z of `results`, times `surfaceColor`;
-    /// w stays. Arguments as above; `bounceOption` is 1.
+    /// Gathers one bounce of indirect light, times `surfaceColor`, for `count` vertices into x, y, z of `results`.
+    /// Leaves w unchanged. Other arguments as above; `bounceOption` is 1.
     virtual void gatherVertexIllumination(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
                                           const osg::Vec3f* normals, osg::Vec4f* results,
                                           const osg::Color3f* surfaceColor, bool transform, ktSampler* sampler,
                                           int bounceOption, bool lightMode) = 0;
-    /// Decides where a geometry needs more vertices and records it.
+    /// Decides where a geometry needs more vertices and records the splits.
     /// @param name            the node's name, for messages
-    /// @param quality         0 to 2; other values count as the nearest
-    /// @param samples         samples an axis of the pass that asks
-    /// @param record          filled with the splits
+    /// @param quality         0 to 2; other values are clamped
+    /// @param samples         samples per axis of the calling pass
+    /// @param record          receives the splits
     /// @param threshold       difference of illumination above which an edge is split
     /// @param minEdgeLength   world units; shorter edges are never split
     /// @param toWorld, inverseToWorld, normalMatrix object to world, its inverse, the inverse's transpose

@@ -9,13 +9,13 @@
 /// The host's scene. Main thread only.
 class KT_HOST_EXPORT ktScenegraph {
 public:
-    /// The selected nodes, without those below another selected node, in the order of selection.
-    /// An entry is null when its node has left the scene since.
+    /// The selected nodes without those below another selected node, in order of selection. The entry of a node that
+    /// has left the scene is null.
     static std::vector<ktNodePtr> getSelectedRootNodes();
-    /// Root of the scene; null before a scene is open.
+    /// Root of the scene; null if no scene is open.
     static osg::NodePtr getRootNode();
-    /// Lets the scene react to changes (true) or holds that back (false). Calls do not nest.
+    /// Turns the scene's reaction to changes on or off. Calls do not nest.
     static void enableUpdate(bool enable);
-    /// Brings views and derived data up to date with the scene; nothing happens while updates are off.
+    /// Updates views and derived data to the scene. Does nothing while updates are off.
     static void update(bool redraw);
 };

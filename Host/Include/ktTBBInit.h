@@ -7,6 +7,6 @@
 class KT_HOST_EXPORT ktTBBInit {
 public:
     static ktTBBInit* the();
-    /// Logical cores this process may run on; at least 1. Thread-safe.
+    /// Number of logical cores that this process may use; at least 1. Thread-safe.
     unsigned int getNumLogicalCores() const;
 };

@@ -5,14 +5,14 @@
 
 #include <QUndoStack>
 
-/// The host's undo stack: Qt's own, reached by index. Main thread only.
+/// The host's undo stacks, one per document. Based on Qt's undo stack. Main thread only.
 class KT_HOST_EXPORT ktUndoStack : public QUndoStack {
 public:
-    /// The stack of a document. The stand-alone host has one document, index 0; other indices give null.
+    /// The stack of a document. The stand-alone host has one document, index 0. Other indices return null.
     static ktUndoStack* get(int index);
 
-    /// Applies `command` at once (its redo()) and keeps it; takes ownership. Merges it into the newest command when
-    /// their ids are equal and that command's mergeWith() agrees. A null command is ignored.
+    /// Applies `command` at once (redo()) and takes ownership. Merges it into the newest command if their ids are equal
+    /// and that command's mergeWith() agrees. Ignores a null command.
     void add(QUndoCommand* command);
 
 private:

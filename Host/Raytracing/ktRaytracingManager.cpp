@@ -3,6 +3,7 @@
 
 #include "ktLog.h"
 #include "ktSceneRaytracing.h"
+#include "ktTracingStatistics.h"
 
 #include <exception>
 
@@ -34,4 +35,9 @@ ktRaytracingUtils* ktRaytracingManager::getRaytracingUtils() {
 void ktRaytracingManager::setRaytracingUtils(ktRaytracingUtils* utils) {
     current = utils;
     isReplaced = true;
+}
+
+ktTracingStatistics ktReadTracingStatistics() {
+    const auto* const own = dynamic_cast<const ktSceneRaytracing*>(current);
+    return own ? own->getStatistics() : ktTracingStatistics();
 }

@@ -3,6 +3,7 @@
 
 #include "ktCancelPoint.h"
 #include "ktGatherPass.h"
+#include "ktGeometryInstances.h"
 #include "ktGeoSubdivisionList.h"
 #include "ktGeoSubdivisionRecord.h"
 #include "ktHemisphereSampler.h"
@@ -11,6 +12,7 @@
 #include "ktOcclusionPass.h"
 #include "ktOSGWidgetState.h"
 #include "ktSampler.h"
+#include "ktScenegraph.h"
 #include "ktTracerFactory.h"
 #include "ktVertexFrames.h"
 #include "ktWorkers.h"
@@ -30,7 +32,8 @@
 namespace {
 
 constexpr std::chrono::milliseconds longestWaitForCancel{40}; // of a build
-constexpr std::uint64_t samplerSeed = 0x6B744F6363756C65ull;  // any number; the same in every run
+constexpr char handedNothing[] = "it was handed no sample pattern or no vertices";
+constexpr std::uint64_t samplerSeed = 0x6B744F6363756C65ull; // any number; the same in every run
 
 // Positions and normals are read, and results written, as plain floats.
 static_assert(sizeof(osg::Pnt3f) == 3 * sizeof(float) && sizeof(osg::Vec3f) == 3 * sizeof(float) &&
@@ -124,6 +127,21 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     needTracer();
     ktEventPump pump;
     scene.collect(geometry, lights, pump);
+    statistics.occludingTriangles = 0;
+    std::map<ktGeometryNumber, std::uint64_t> triangles;
+    for (const ktTracedGeometry& traced : scene.geometries) {
+        numbers.add(traced.geometry.get());
+        const auto [entry, isNew] = triangles.try_emplace(traced.number, 0);
+        if (isNew)
+            entry->second = ktCountTriangles(traced.geometry.get());
+        statistics.occludingTriangles += entry->second;
+    }
+    // Geometry that does not occlude is calculated, too.
+    ktForEachGeometryInstance(ktScenegraph::getRootNode(), ktInstances::All, [&](const ktGeometryInstance& instance) {
+        numbers.add(instance.geometry);
+        pump.breathe();
+        return true;
+    });
     ktWorkers::run([&] { scene.makeMeshes(); }, pump);
 
     const auto isLeft = std::make_shared<std::atomic<bool>>(false);
@@ -153,6 +171,7 @@ void ktSceneRaytracing::forget() {
     if (tracer && !leftBuild)
         tracer->build({}, {});
     scene.clear();
+    numbers.clear();
 }
 
 void ktSceneRaytracing::finishPass() {
@@ -177,10 +196,12 @@ void ktSceneRaytracing::invalidateGeometry() {
             return;
         ktEventPump pump;
         const ktRefinementLight how = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
-        const auto tintOf = [this](const osg::GeometryPtr& geometry) {
+        const auto tintOf = [this](ktGeometryNumber geometry) {
             return tints.try_emplace(geometry, std::array<float, 3>{1, 1, 1}).first->second.data();
         };
-        refinement.run(scene, how, bounces, tintOf, pump);
+        const ktRefinementCounts counts = refinement.run(scene, how, bounces, tintOf, pump);
+        statistics.addedVertices += counts.newVertices;
+        statistics.refining += counts.rays;
     });
 }
 
@@ -188,6 +209,7 @@ void ktSceneRaytracing::invalidateGeometry() {
 void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor,
                                             const float* materialColor) {
     forgetRun();
+    statistics = {};
     bounces.settings.colorBleeding = colorBleeding;
     bounces.settings.overrideColor = overrideMaterialColor && materialColor;
     if (materialColor)
@@ -236,6 +258,34 @@ void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float n
     maxDistance = newMaxDistance > 0.0f ? std::min(newMaxDistance, FLT_MAX) : 0.0f;
 }
 
+// Checks what a pass was handed and makes the part of its task that all passes have.
+ktVertexTask ktSceneRaytracing::vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
+                                           const osg::Vec3f* normals, const ktSampler* sampler, bool bothSides) {
+    if (!sampler || !positions || !normals)
+        throw std::invalid_argument(handedNothing);
+    waitForLeftBuild();
+    ktVertexTask task;
+    task.tracer = &needTracer();
+    task.directions = sampler->prepared.get();
+    task.limits = {std::max(minDistance, ktVertexFrames::leastDistance(scene.diagonal)), maxDistance, bothSides};
+    task.sceneSize = scene.diagonal;
+    task.setVertices(toWorld ? ktWorldTransform(*toWorld) : ktWorldTransform(), count, positions->getValues(),
+                     normals->getValues(), nullptr);
+    return task;
+}
+
+void ktSceneRaytracing::countRays(ktGeometryNumber geometry, const ktVertexTask& task, const ktVertexCounts& counts,
+                                  std::uint64_t ktRayCounts::*kind) {
+    const std::uint64_t raysPerVertex = task.directions->set.count;
+    statistics.requested.*kind += raysPerVertex * task.count;
+    statistics.shared.*kind += raysPerVertex * (task.count - counts.traced - counts.unusable);
+    if (geometry == 0)
+        return;
+    ktTracingStatistics::Geometry& entry = statistics.geometries[geometry];
+    entry.vertices += task.count;
+    entry.rays += raysPerVertex * task.count;
+}
+
 void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,
                                                const osg::Pnt3f* positions, const osg::Vec3f* normals,
                                                osg::Vec4f* results, bool transform, ktSampler* sampler, bool option,
@@ -244,35 +294,27 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         return;
     call("trace direct light", [&] {
         ktThrowIfCanceled();
-        if (!sampler || !positions || !normals || !results || (transform && !toWorld))
-            throw std::invalid_argument("it was handed no sample pattern or no vertices");
-        waitForLeftBuild();
-        ktOcclusionTask task;
-        task.tracer = &needTracer();
-        task.directions = sampler->prepared.get();
-        task.lights = lightMode ? &scene.lights : nullptr;
-        task.limits = {std::max(minDistance, ktVertexFrames::leastDistance(scene.diagonal)), maxDistance, option};
-        task.sceneSize = scene.diagonal;
-        if (transform)
-            task.toWorld = ktWorldTransform(*toWorld);
-        task.count = count;
-        task.positions = positions->getValues();
-        task.normals = normals->getValues();
-
-        std::uint32_t unusable = 0;
+        if (!results || (transform && !toWorld))
+            throw std::invalid_argument(handedNothing);
+        const ktOcclusionTask task = {
+            vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, option),
+            lightMode ? &scene.lights : nullptr};
+        const ktGeometryNumber geometry = numbers.find(positions);
+        ktVertexCounts counts;
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            const std::vector<ktInward> inward = scene.inwardDirections(task.positions, count);
+            const std::vector<ktInward> inward = scene.inwardDirections(geometry, task.positions, count);
             ktOcclusionTask sided = task;
             sided.inward = inward.empty() ? nullptr : inward.data();
             std::vector<osg::Vec4f> traced(count);
-            unusable = ktTraceOcclusion(sided, traced.data(), done);
+            counts = ktTraceOcclusion(sided, traced.data(), done);
             ktThrowIfCanceled();
             std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
         });
-        unusableVertices += unusable;
+        unusableVertices += counts.unusable;
+        countRays(geometry, task, counts, &ktRayCounts::direct);
         bounces.setDirect(task, true);
-        if (const ktTracedGeometry* traced = scene.findByPositions(positions))
-            bounces.noteCalculated(traced->geometry);
+        if (const ktTracedGeometry* traced = scene.find(geometry))
+            bounces.noteCalculated(*traced);
     });
 }
 
@@ -284,38 +326,30 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         return;
     call("gather indirect light", [&] {
         ktThrowIfCanceled();
-        if (!sampler || !positions || !normals || !results || !surfaceColor || (transform && !toWorld))
-            throw std::invalid_argument("it was handed no sample pattern or no vertices");
-        waitForLeftBuild();
+        if (!results || !surfaceColor || (transform && !toWorld))
+            throw std::invalid_argument(handedNothing);
+        const ktGatherTask task = {vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, true),
+                                   &bounces};
         ktEventPump pump;
         bounces.snapshot(scene, pump);
-        ktGatherTask task;
-        task.tracer = &needTracer();
-        task.directions = sampler->prepared.get();
-        task.light = &bounces;
-        task.limits = {std::max(minDistance, ktVertexFrames::leastDistance(scene.diagonal)), maxDistance, true};
-        task.sceneSize = scene.diagonal;
-        if (transform)
-            task.toWorld = ktWorldTransform(*toWorld);
-        task.count = count;
-        task.positions = positions->getValues();
-        task.normals = normals->getValues();
-
+        const ktGeometryNumber geometry = numbers.find(positions);
+        ktVertexCounts counts;
         std::vector<float> received(3 * std::size_t(count));
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            const std::vector<ktInward> inward = scene.inwardDirections(task.positions, count);
+            const std::vector<ktInward> inward = scene.inwardDirections(geometry, task.positions, count);
             ktGatherTask sided = task;
             sided.inward = inward.empty() ? nullptr : inward.data();
-            ktGatherLight(sided, received.data(), done);
+            counts = ktGatherLight(sided, received.data(), done);
             ktThrowIfCanceled();
             for (std::size_t i = 0; i < count; ++i)
                 for (osg::UInt32 c = 0; c < 3; ++c)
                     results[i][c] = std::max(received[3 * i + c] * (*surfaceColor)[c], ktDarkestResult);
         });
         lastGather = task;
-        if (const ktTracedGeometry* traced = scene.findByPositions(positions)) {
-            bounces.setGathered(traced->geometry, std::move(received));
-            tints[traced->geometry] = {surfaceColor->red(), surfaceColor->green(), surfaceColor->blue()};
+        countRays(geometry, task, counts, &ktRayCounts::indirect);
+        if (scene.find(geometry)) {
+            bounces.setGathered(geometry, std::move(received));
+            tints[geometry] = {surfaceColor->red(), surfaceColor->green(), surfaceColor->blue()};
         }
     });
 }

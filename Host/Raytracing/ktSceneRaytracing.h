@@ -7,6 +7,7 @@
 #include "ktRefinement.h"
 #include "ktTracedScene.h"
 #include "ktTracer.h"
+#include "ktTracingStatistics.h"
 #include "ktWorkers.h"
 
 #include <array>
@@ -51,7 +52,14 @@ public:
                                  const osg::Matrix* inverseToWorld, const osg::Matrix* normalMatrix,
                                  bool indirectEnabled, bool indirect, bool lightMode) override;
 
+    /// Of the run under way or the last one.
+    const ktTracingStatistics& getStatistics() const { return statistics; }
+
 private:
+    void countRays(ktGeometryNumber geometry, const ktVertexTask& task, const ktVertexCounts& counts,
+                   std::uint64_t ktRayCounts::*kind);
+    ktVertexTask vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
+                            const osg::Vec3f* normals, const ktSampler* sampler, bool bothSides);
     void call(const char* action, const std::function<void()>& body);
     ktTracer& needTracer();
     void makeStructure(const std::vector<osg::NodePtr>& geometry, const std::vector<osg::NodePtr>& lights);
@@ -64,11 +72,13 @@ private:
     std::unique_ptr<ktTracer> tracer;
     std::unique_ptr<ktWorkers> leftBuild; // of a cancelled run: the tracer has not come out of it yet
     ktTracedScene scene;
+    ktGeometryNumbers numbers; // of the geometry that calls may mean
     float minDistance = 0.0f, maxDistance = 0.0f;
     bool calling = false;
     std::uint64_t unusableVertices = 0; // since the last report
     ktBounceLight bounces;
     ktRefinement refinement;
     ktGatherTask lastGather; // how the newest geometry was gathered; without a tracer: none was
-    std::map<osg::GeometryPtr, std::array<float, 3>> tints; // by which gathered light is multiplied
+    std::map<ktGeometryNumber, std::array<float, 3>> tints; // by which gathered light is multiplied
+    ktTracingStatistics statistics;
 };

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktGeometryInstances.h"
 
+#include <OpenSG/OSGGeoFunctions.h>
 #include <OpenSG/OSGSwitch.h>
+#include <OpenSG/OSGTriangleIterator.h>
 #include <vector>
 
 namespace {
 
-// A node that was entered, and which of its children are still to be entered.
+// An entered node and its children that are still to be entered.
 struct Frame {
     osg::NodePtr node;
     osg::Matrix toWorld;
@@ -32,7 +34,7 @@ void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
                                const std::function<bool(const ktGeometryInstance&)>& visit) {
     std::vector<Frame> frames;
 
-    // Returns false when the visitor has had enough.
+    // Returns false if visit() did.
     const auto enter = [&](const osg::NodePtr& node, const osg::Matrix& parentToWorld) {
         if (node == osg::NullFC || (which == ktInstances::Visible && !node->getActive()))
             return true;
@@ -64,4 +66,20 @@ void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
         if (!enter(child, toWorld))
             return;
     }
+}
+
+std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry) {
+    bool hasStrips = false;
+    for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
+        hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
+    if (!hasStrips) {
+        osg::UInt32 triangles, lines, points;
+        osg::calcPrimitiveCount(geometry, triangles, lines, points);
+        return triangles;
+    }
+    // Those that only connect parts of a strip do not count.
+    std::uint64_t count = 0;
+    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+        ++count;
+    return count;
 }

@@ -3,12 +3,13 @@
 
 #include "ktHostExport.h"
 
+#include <cstdint>
 #include <functional>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGMatrix.h>
 #include <OpenSG/OSGNode.h>
 
-/// One place in the scene where a geometry is seen.
+/// One use of a geometry in the scene.
 struct ktGeometryInstance {
     osg::NodePtr node;
     osg::GeometryPtr geometry; ///< the node's core
@@ -16,12 +17,17 @@ struct ktGeometryInstance {
 };
 
 enum class ktInstances {
-    All,    ///< hidden nodes and the unseen children of switches, too
-    Visible ///< only what is shown
+    All,    ///< including hidden nodes and children that switches do not show
+    Visible ///< only visible ones
 };
 
-/// Calls visit(instance) for each geometry node of the tree, in traversal order, until it returns false. A null root
-/// has none. Nodes above the root count for the world matrices but not for the visibility. Does not recurse, so trees
-/// may be of any depth; `visit` must not change the tree.
+/// Calls visit(instance) for each geometry node of the tree, in traversal order, until it returns false. Does nothing
+/// for a null root. Nodes above the root affect the world matrices but not the visibility. Does not recurse, so trees
+/// may have any depth. `visit` must not change the tree.
 KT_HOST_EXPORT void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
                                               const std::function<bool(const ktGeometryInstance&)>& visit);
+
+/// Triangles that a geometry's primitives make, those without area included; none for points and lines. Those that only
+/// connect parts of a strip do not count.
+/// @param geometry not null
+KT_HOST_EXPORT std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry);

@@ -11,7 +11,7 @@ ktNodeLocation ktNodeLocator::find(const osg::NodePtr& node) {
 }
 
 ktNodeLocation ktNodeLocator::findForChildren(osg::NodePtr node) {
-    // Upwards to the scene's root, to a node whose answer is known, or to the end of another tree ...
+    // Upwards to the scene's root, to a node with a known result, or to the end of another tree ...
     ktNodeLocation location = ktNodeLocation::OutsideScene;
     path.clear();
     while (node != osg::NullFC) {

@@ -13,7 +13,7 @@ enum class ktNodeLocation { OutsideScene, InScene, BelowSelected };
 /// proportion to the tree. Valid until the scene or the selection changes.
 class ktNodeLocator {
 public:
-    /// @param sceneRoot   null when no scene is open
+    /// @param sceneRoot   null if no scene is open
     /// @param selectedIds container numbers of the selected nodes
     ktNodeLocator(const osg::NodePtr& sceneRoot, const std::vector<osg::UInt32>& selectedIds);
 
@@ -25,6 +25,6 @@ private:
 
     osg::NodePtr root;
     std::unordered_set<osg::UInt32> selected;
-    std::unordered_map<osg::UInt32, ktNodeLocation> locationOfChildren; // by container number of the parent
+    std::unordered_map<osg::UInt32, ktNodeLocation> locationOfChildren; // by container id of the parent
     std::vector<osg::UInt32> path;
 };

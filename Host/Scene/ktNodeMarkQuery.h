@@ -5,7 +5,7 @@
 #include "ktOriginalNodes.h"
 #include "OSGNodeMarksAttachment.h"
 
-/// Whether an original of `node` (ktOriginalNodes.h) carries the mark, e.g. &osg::NodeMarksAttachment::getSFLocked.
+/// Whether an original of `node` (ktOriginalNodes.h) has the mark, such as &osg::NodeMarksAttachment::getSFLocked.
 inline bool ktHasMark(const osg::NodePtr& node, const osg::SFBool* (osg::NodeMarksAttachment::*mark)() const) {
     if (!osg::NodeMarksAttachment::exist())
         return false;

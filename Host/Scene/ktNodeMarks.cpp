@@ -9,7 +9,7 @@ namespace {
 using Marks = osg::NodeMarksAttachment;
 using MarksPtr = osg::NodeMarksAttachmentPtr;
 
-// Marks that belong to this node alone: a copied node shares those of its original.
+// Returns marks that only this node has: a copied node shares those of its original.
 MarksPtr makeOwnMarks(const osg::NodePtr& node) {
     const MarksPtr found = ktFindAttachment<Marks>(node);
     if (found != osg::NullFC && found->getParents().size() == 1)

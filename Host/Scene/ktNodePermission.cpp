@@ -21,7 +21,7 @@ bool isLockedHereOrAbove(osg::NodePtr node) {
     return false;
 }
 
-/// The nodes of the scene that hold a core.
+/// The locks of the scene nodes that hold a core.
 enum class Holders { None, AllLocked, OneFree };
 
 Holders findHolders(const osg::NodeCorePtr& core) {
@@ -36,8 +36,8 @@ Holders findHolders(const osg::NodeCorePtr& core) {
     return holders;
 }
 
-// While a long operation runs the scene keeps its shape. A part that is used ten thousand times, in locked places too,
-// has as many clones then, so the answer is kept by core until the operation, the scene or any mark is another one.
+// Caches the result by core: a part used ten thousand times has as many holders in the scene, and as many clones ask.
+// Valid until the operation, the scene or any mark changes.
 Holders findHoldersDuringOperation(const osg::NodeCorePtr& core) {
     static std::unordered_map<osg::UInt32, Holders> known;
     static auto knownFor = std::make_tuple(0ul, osg::UInt32(0), osg::UInt32(0));
@@ -55,7 +55,7 @@ Holders findHoldersDuringOperation(const osg::NodeCorePtr& core) {
 
 } // namespace
 
-// A lock forbids every action, so the action makes no difference.
+// A lock forbids every action, so the action is ignored.
 bool ktNodePermission::allows(const osg::NodePtr& node, ktNodeAction /*action*/) {
     if (node == osg::NullFC || !osg::NodeMarksAttachment::exist())
         return true;

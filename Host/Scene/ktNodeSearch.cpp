@@ -8,7 +8,7 @@
 
 namespace {
 
-// Null for a node without a name or with an empty one.
+// Null for a node without a name or with an empty name.
 const char* nameOf(const osg::NodePtr& node) {
     const char* name = osg::getName(node);
     return name != nullptr && name[0] != '\0' ? name : nullptr;
@@ -54,7 +54,7 @@ bool matches(osg::NodePtr node, const Path& path) {
     return !path.names.empty() && (!path.isFromTop || node == osg::NullFC);
 }
 
-// Nodes of the scene in traversal order; without recursion, since trees may be deep.
+// Nodes of the scene in traversal order. Does not recurse, because trees may be deep.
 template <class Predicate>
 std::vector<osg::NodePtr> collect(Predicate isWanted) {
     std::vector<osg::NodePtr> found;

@@ -21,7 +21,7 @@ void select(std::vector<osg::UInt32> ids) {
 } // namespace
 
 ktSceneStorage& ktSceneStorage::the() {
-    // Never destroyed: at the end of the process the scene graph's own statics may go first.
+    // Never destroyed: at the end of the process the scene graph's static objects may be destroyed first.
     static auto& storage = *new ktSceneStorage;
     return storage;
 }

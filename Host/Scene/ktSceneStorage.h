@@ -4,10 +4,10 @@
 #include <OpenSG/OSGNode.h>
 #include <vector>
 
-/// What ktScenegraph and ktSceneState keep.
+/// Data of ktScenegraph and ktSceneState.
 struct ktSceneStorage {
     osg::NodePtr root;                    ///< referenced
-    std::vector<osg::UInt32> selectedIds; ///< container numbers, which are never used twice
+    std::vector<osg::UInt32> selectedIds; ///< container ids, which are never reused
     bool isUpdateEnabled = true;
     bool isUpdating = false;
 

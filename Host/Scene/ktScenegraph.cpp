@@ -34,10 +34,10 @@ void ktScenegraph::enableUpdate(bool enable) {
     emit ktHostSignals::the().updateEnabledChanged(enable);
 }
 
-// Views draw when they hear of the change, so there is nothing more to do for a redraw.
+// Views draw when they receive the signal, so a redraw needs nothing more.
 void ktScenegraph::update(bool /*redraw*/) {
     ktSceneStorage& storage = ktSceneStorage::the();
-    if (!storage.isUpdateEnabled || storage.isUpdating) // a receiver that updates would call itself
+    if (!storage.isUpdateEnabled || storage.isUpdating) // a receiver may call update()
         return;
     storage.isUpdating = true;
     emit ktHostSignals::the().sceneChanged();

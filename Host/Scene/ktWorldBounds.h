@@ -6,9 +6,9 @@
 
 #include <OpenSG/OSGVector.h>
 
-/// An axis-parallel box in world space, in world units.
+/// An axis-aligned box in world space, in world units.
 struct KT_HOST_EXPORT ktWorldBounds {
-    osg::Pnt3f min; ///< meaningless while isEmpty
+    osg::Pnt3f min; ///< undefined if isEmpty
     osg::Pnt3f max;
     bool isEmpty = true;
 
@@ -17,5 +17,5 @@ struct KT_HOST_EXPORT ktWorldBounds {
     double diagonal() const;
 };
 
-/// The box around all vertices of the tree's geometry. Vertices that are NaN or infinite do not count.
+/// The bounding box of all vertices of the tree's geometry. Ignores vertices that are NaN or infinite.
 KT_HOST_EXPORT ktWorldBounds ktMeasureWorldBounds(const osg::NodePtr& root, ktInstances which = ktInstances::All);

@@ -21,7 +21,7 @@ bool hasHandler(const struct sigaction& action) {
     return (action.sa_flags & SA_SIGINFO) || (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN);
 }
 
-/// Only what a signal handler may do.
+/// Calls only what is allowed in a signal handler.
 void onSignal(int signal, siginfo_t* info, void* context) {
     const int error = errno;
     ktCancelToken::the().cancel();
@@ -62,14 +62,14 @@ ktInterruptGuard::~ktInterruptGuard() {
     if (!notifier)
         return;
     for (int i = 0; i < 2; ++i) {
-        // Who set another handler meanwhile, keeps it.
+        // Keeps a handler that somebody else has set meanwhile.
         struct sigaction now = {};
         sigaction(handledSignals[i], nullptr, &now);
         if ((now.sa_flags & SA_SIGINFO) && now.sa_sigaction == onSignal)
             sigaction(handledSignals[i], &former[i], nullptr);
     }
     notifier.reset();
-    // A handler that was set meanwhile may still call ours: it must not write to who gets the number next.
+    // Such a handler may still call ours. The write must then fail, not go to a file that reuses the number.
     for (int& end : wakeUp)
         close(std::exchange(end, -1));
 }

@@ -6,9 +6,9 @@
 
 class QSocketNotifier;
 
-/// While it lives, Ctrl-C (SIGINT) and a request to terminate (SIGTERM) end the ray-tracing call under way, then go on
-/// to the handler that was there: the interpreter's, for instance, which raises KeyboardInterrupt once its code runs
-/// again. A signal without a handler is left alone. One at a time, main thread only.
+/// During its lifetime, Ctrl-C (SIGINT) and a request to terminate (SIGTERM) end the current ray-tracing call. The
+/// previous handler is called as well: the interpreter's, for example, then raises KeyboardInterrupt. A signal without
+/// a handler is not changed. One object at a time, main thread only.
 class ktInterruptGuard {
 public:
     /// @param onInterrupt called by the event loop, on the main thread, after an interrupt

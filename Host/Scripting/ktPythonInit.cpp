@@ -9,7 +9,7 @@
 
 namespace {
 
-// Static objects of plug-ins register while libraries are loaded, in an order that nobody knows.
+// Created on first use: static objects of plug-ins register while libraries are loaded, in an unknown order.
 std::vector<void (*)(bool)>& registered() {
     static auto* const hooks = new std::vector<void (*)(bool)>;
     return *hooks;
@@ -18,7 +18,7 @@ std::vector<void (*)(bool)>& registered() {
 } // namespace
 
 void ktPythonHooks::callAll(bool destroy) {
-    const std::vector<void (*)(bool)> hooks = registered(); // a hook may load a plug-in
+    const std::vector<void (*)(bool)> hooks = registered(); // a copy, because a hook may load a plug-in
     for (void (*hook)(bool) : hooks)
         hook(destroy);
 }

@@ -6,11 +6,11 @@
 #include <string>
 #include <utility>
 
-/// One owned reference to an object of the interpreter; may be null. The lock must be held.
+/// Owns one reference to an object of the interpreter; may be null. The caller must hold the interpreter's lock.
 class ktPythonObject {
 public:
     ktPythonObject() = default;
-    /// Takes the reference over.
+    /// Takes over the reference.
     explicit ktPythonObject(PyObject* object_) : object(object_) {}
     ktPythonObject(ktPythonObject&& other) noexcept : object(std::exchange(other.object, nullptr)) {}
     ktPythonObject& operator=(ktPythonObject&& other) noexcept {
@@ -26,7 +26,7 @@ private:
     PyObject* object = nullptr;
 };
 
-/// Holds the interpreter's lock while it lives; nests.
+/// Holds the interpreter's lock during its lifetime. May be nested.
 class ktPythonLock {
 public:
     ktPythonLock() : state(PyGILState_Ensure()) {}
@@ -47,7 +47,7 @@ inline bool ktHoldsPythonLock() {
 #endif
 }
 
-/// A new native string from UTF-8; bytes that are none are replaced.
+/// Converts UTF-8 to a new native string. Replaces invalid bytes.
 inline PyObject* ktPythonText(const std::string& text) {
 #if PY_MAJOR_VERSION < 3
     return PyString_FromStringAndSize(text.data(), static_cast<Py_ssize_t>(text.size()));
@@ -56,7 +56,7 @@ inline PyObject* ktPythonText(const std::string& text) {
 #endif
 }
 
-/// The object's text in UTF-8; empty when it has none.
+/// The object's text in UTF-8; empty if it has none.
 inline std::string ktPythonString(PyObject* object) {
     if (!object)
         return {};

@@ -10,15 +10,15 @@
 
 namespace {
 
-std::atomic<int> depth{0}; // of scripts that run each other
+std::atomic<int> depth{0}; // of nested scripts
 std::atomic<bool> isPrepared{false};
 pthread_t mainThread;
 
-/// On the main thread, as only there the interpreter sees at once that something waits for it.
+/// Runs on the main thread, where the interpreter notices the interrupt at once.
 void onWakeUp(int) {
     const int error = errno;
     if (depth > 0)
-        PyErr_SetInterrupt(); // made for signal handlers
+        PyErr_SetInterrupt(); // signal-safe
     errno = error;
 }
 
@@ -26,7 +26,7 @@ void onWakeUp(int) {
 
 void ktScriptInterrupt::prepare() {
     mainThread = pthread_self();
-    // What PyErr_SetInterrupt() stands for is the interpreter's own handler for SIGINT; the process's stays.
+    // PyErr_SetInterrupt() calls the interpreter's handler for SIGINT: set it, then restore the process's handler.
     struct sigaction former = {};
     sigaction(SIGINT, nullptr, &former);
     const ktPythonObject module(PyImport_ImportModule("signal"));
@@ -37,8 +37,8 @@ void ktScriptInterrupt::prepare() {
     PyErr_Clear();
     sigaction(SIGINT, &former, nullptr);
 
-    // Without SA_RESTART, so that a script that sleeps or reads wakes up. Its default is to be ignored: a stray one
-    // hurts nobody.
+    // Without SA_RESTART, so that a script that sleeps or reads wakes up. SIGURG is ignored by default, so a late one
+    // does no harm.
     struct sigaction action = {}, urgent = {};
     sigaction(SIGURG, nullptr, &urgent);
     if (!(urgent.sa_flags & SA_SIGINFO) && urgent.sa_handler == SIG_DFL) {

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-/// Ends the script that the main thread runs, wherever it is: in a loop, or waiting in a system call.
+/// Interrupts the script on the main thread, even in an endless loop or in a system call.
 namespace ktScriptInterrupt {
 
-/// Prepares the interpreter; once, on the main thread, after it was initialised. The process's own handling of signals
-/// stays as it is, but for SIGURG, which is used to wake the main thread up where nobody else handles it.
+/// Prepares the interpreter. Call once, on the main thread, after its initialisation. Leaves the process's signal
+/// handlers unchanged. Uses SIGURG to wake up the main thread if SIGURG has no handler.
 void prepare();
 
-/// Makes the script under way end with KeyboardInterrupt; nothing when none is. Any thread, and signal handlers.
+/// Ends the running script with KeyboardInterrupt. Does nothing if none runs. Thread-safe and signal-safe.
 void request();
 
-/// A script on the main thread; nests.
+/// The execution of a script on the main thread. May be nested.
 class Execution {
 public:
-    /// The outermost forgets interrupts that came too late for the script before. The interpreter's lock must be held.
+    /// The outermost one discards interrupts that came too late for the previous script. Needs the interpreter's lock.
     Execution();
     ~Execution();
     Execution(const Execution&) = delete;

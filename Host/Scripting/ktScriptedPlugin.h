@@ -6,23 +6,23 @@
 #include <utility>
 #include <vector>
 
-/// The plug-in as the module `kthost` drives it. The host's folders do not see the plug-in, so the application that
-/// links both implements this and defines the(). Main thread only.
+/// The plug-in, as the module `kthost` uses it. The host must not include the plug-in, so the application that links
+/// both implements this class and defines the(). Main thread only.
 class ktScriptedPlugin {
 public:
-    /// The one plug-in; never null, lives as long as the process.
+    /// The only instance; never null, lives as long as the process.
     static ktScriptedPlugin& the();
 
     virtual ~ktScriptedPlugin() = default;
 
-    /// Bakes the selection with the settings as they are; false when no run took place.
+    /// Bakes the selection with the current settings. Returns false if no run took place.
     virtual bool start(bool missingOnly) = 0;
-    /// Asks the run under way to stop at its next poll.
+    /// Asks the current run to stop at its next check.
     virtual void cancel() = 0;
-    /// Whether a run with the present settings looks at the materials' pictures.
+    /// Whether a run with the current settings uses the materials' pictures.
     virtual bool needsPictures() const = 0;
 
-    /// A setting as a script sees it: a number, or true or false.
+    /// A setting as scripts see it: a number, or true or false.
     struct Setting {
         std::string name;
         double value;
@@ -32,18 +32,18 @@ public:
 
     virtual std::vector<std::string> getPresetNames() const = 0;
     virtual void applyPreset(int index) = 0;
-    /// Keeps the present settings under a name; failures to write are logged as errors.
+    /// Saves the current settings under a name. Logs an error if writing fails.
     virtual void addPreset(const std::string& name) = 0;
-    /// Removes a preset for good; failures to write are logged as errors.
+    /// Deletes a preset permanently. Logs an error if writing fails.
     virtual void deletePreset(int index) = 0;
 
-    /// What listen() calls, on the main thread, while a run is under way.
+    /// Callbacks for listen(). They are called on the main thread during a run.
     struct Listener {
-        std::function<void(int)> started; ///< number of steps to come
-        std::function<void(int)> stepped; ///< steps begun
+        std::function<void(int)> started; ///< number of steps of the run
+        std::function<void(int)> stepped; ///< number of steps begun
         std::function<void()> stopped;    ///< the last step is done, or the run is cancelled
         std::function<void()> canceled;
     };
-    /// Called once, for the rest of the process.
+    /// Call once. Valid for the rest of the process.
     virtual void listen(Listener listener) = 0;
 };

@@ -45,7 +45,7 @@ void logLines(const std::string& text) {
     }
 }
 
-// The text that the interpreter would print for the error that is set; clears the error.
+// Returns the text that the interpreter would print for the current error, and clears the error.
 std::string takeTraceback() {
     PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
     PyErr_Fetch(&type, &value, &trace);
@@ -67,7 +67,7 @@ std::string takeTraceback() {
     return text.empty() ? "unknown error\n" : text;
 }
 
-// sys.exit(): the code it was given, as a process would take it.
+// sys.exit(): uses its argument as a process would.
 ktScripting::Result takeExit() {
     PyObject *type = nullptr, *value = nullptr, *trace = nullptr;
     PyErr_Fetch(&type, &value, &trace);
@@ -95,7 +95,7 @@ ktScripting::Result takeExit() {
     return result;
 }
 
-/// What scripts print comes out at once, also where the interpreter is never ended.
+/// Flushes the output of scripts, because the interpreter may never be finalised.
 void flushStreams() {
     for (const char* stream : {"stdout", "stderr"}) {
         PyObject* const object = PySys_GetObject(const_cast<char*>(stream)); // borrowed
@@ -105,7 +105,7 @@ void flushStreams() {
     PyErr_Clear();
 }
 
-/// Where the libraries lie, modules for scripts among them.
+/// The folder of the libraries, where the modules for scripts are.
 std::string libraryFolder() {
     Dl_info info{};
     if (dladdr(reinterpret_cast<const void*>(&ktScript::run), &info) == 0 || !info.dli_fname)
@@ -152,7 +152,7 @@ ktScripting::Result execute(const std::string& source, const char* name) {
         return exit;
     }
     const std::string traceback = takeTraceback();
-    flushStreams(); // before the log tells of the error
+    flushStreams(); // before the error is logged
     logLines(traceback);
     result.exitCode = 1;
     result.error = traceback.substr(0, traceback.find_last_not_of('\n') + 1);
@@ -178,7 +178,7 @@ void ktScripting::start() {
 
 void ktScripting::attach() {
 #if PY_MAJOR_VERSION < 3
-    PyEval_InitThreads(); // the lock is not made before somebody asks for it
+    PyEval_InitThreads(); // creates the interpreter's lock
 #endif
     ktWaitHooks::set([] { givenUp = ktHoldsPythonLock() ? PyEval_SaveThread() : nullptr; },
                      [] {
@@ -233,7 +233,7 @@ ktScripting::Result ktScripting::runFile(const std::string& path, const std::vec
         PySys_SetObject(const_cast<char*>("argv"), list.get());
         const ktPythonObject name(ktPythonText(path));
         PyDict_SetItemString(mainNamespace(), "__file__", name.get());
-        // Modules beside the script are found, as they would be by the interpreter itself.
+        // Makes modules in the script's folder importable, as the interpreter itself does.
         const std::size_t slash = path.rfind('/');
         const ktPythonObject folder(ktPythonText(slash == std::string::npos ? "." : path.substr(0, slash)));
         if (PyObject* const search = PySys_GetObject(const_cast<char*>("path")))

@@ -6,36 +6,36 @@
 #include <string>
 #include <vector>
 
-/// The host's interpreter as its applications drive it; plug-ins see ktScript and ktPythonInit. Main thread only,
-/// but for interrupt().
+/// Controls the host's interpreter, for applications. Plug-ins use ktScript and ktPythonInit. Main thread only, except
+/// interrupt().
 class KT_HOST_EXPORT ktScripting {
 public:
-    /// Starts scripting: the interpreter with it, the first time; then the plug-ins' hooks, and an empty main
-    /// namespace. Does nothing when it runs already.
+    /// Starts scripting: initialises the interpreter (the first time), calls the plug-ins' hooks, and provides an empty
+    /// main namespace. Does nothing if scripting already runs.
     static void start();
-    /// Tears scripting down: the hooks are told, the main namespace is emptied. The interpreter stays until the process
+    /// Stops scripting: calls the hooks and empties the main namespace. The interpreter stays until the process
     /// ends.
     static void stop();
-    /// Lets the interpreter's other threads run while the main thread waits for workers; part of start(). A program
-    /// that is itself run by an interpreter calls only this: it has a main namespace of its own.
+    /// Lets the interpreter's other threads run while the main thread waits for workers. start() includes it. A program
+    /// that an interpreter runs calls only this, because it has a main namespace already.
     static void attach();
     /// stop() and start().
     static void restart();
     static bool isRunning();
 
-    /// How a script ended.
+    /// Result of a script.
     struct Result {
         bool succeeded = false;
-        int exitCode = 0;  ///< of sys.exit(); 1 after an error
+        int exitCode = 0;  ///< argument of sys.exit(); 1 after an error
         std::string error; ///< last line of the traceback; empty after success
     };
-    /// Runs a file in the main namespace, with sys.argv set to the file and `arguments`. Errors are logged with their
-    /// traceback. sys.exit() ends the script, not the host: code 0 or None counts as success.
+    /// Runs a file in the main namespace with sys.argv set to the file and `arguments`. Logs errors with their
+    /// traceback. sys.exit() ends the script, not the host; exit code 0 or None counts as success.
     static Result runFile(const std::string& path, const std::vector<std::string>& arguments);
     /// The same for statements.
     static Result runStatements(const std::string& statements);
 
-    /// Makes the script under way end with KeyboardInterrupt at its next statement, or while it sleeps; nothing when
-    /// none is. Any thread, and signal handlers.
+    /// Ends the running script with KeyboardInterrupt at its next statement, or while it sleeps. Does nothing if none
+    /// runs. Thread-safe and signal-safe.
     static void interrupt();
 };

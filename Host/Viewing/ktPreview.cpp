@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr double brightShare = 0.98; // of the vertices; the brightest few may clip
+constexpr double brightShare = 0.98; // of the vertices; the brightest ones may clip
 
-/// The scale that brings light down to white; 1 when it is no brighter.
+/// Scale that reduces the light to white; 1 if it is not brighter than white.
 float whitePoint(const ktPreviewScene& scene) {
     std::vector<float> luminances;
     for (const ktPreviewMesh& mesh : scene.meshes)

@@ -9,8 +9,8 @@ using Vector = ktPreviewCamera::Vector;
 
 namespace {
 
-constexpr double margin = 0.06;             // share of the half image that stays empty at each side
-constexpr double tanHalfFieldOfView = 0.24; // a long lens: parallel edges of a part look parallel
+constexpr double margin = 0.06;             // fraction of half the image that stays empty at each side
+constexpr double tanHalfFieldOfView = 0.24; // narrow, so that parallel edges look almost parallel
 constexpr int centeringRounds = 4;
 
 Vector add(const Vector& a, const Vector& b, double scale) {
@@ -30,7 +30,7 @@ Vector normalized(const Vector& a) {
     return {a[0] / length, a[1] / length, a[2] / length};
 }
 
-/// Calls visit(position) for each vertex that a triangle uses and the camera cares about.
+/// Calls visit(position) for each vertex of each triangle; if framedOnly, only in meshes that are framed.
 template <typename Visit>
 void forEachVertex(const ktPreviewScene& scene, bool framedOnly, Visit visit) {
     for (const ktPreviewMesh& mesh : scene.meshes)
@@ -39,7 +39,7 @@ void forEachVertex(const ktPreviewScene& scene, bool framedOnly, Visit visit) {
                 visit(Vector{mesh.positions[index][0], mesh.positions[index][1], mesh.positions[index][2]});
 }
 
-/// Moves the camera sideways until the scene lies in the middle, and back until it fits.
+/// Moves the camera sideways to centre the scene, and back until the scene fits.
 void fit(ktPreviewCamera& camera, const ktPreviewScene& scene, bool framedOnly, const Vector& middle) {
     const double halfWidth = camera.tanHalfWidth * (1 - margin), halfHeight = camera.tanHalfHeight * (1 - margin);
     Vector target = middle;
@@ -80,7 +80,7 @@ Vector ktPreviewCamera::direction(double x, double y) const {
 ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, double turn_degrees) {
     ktPreviewCamera camera;
     const Vector worldUp = {scene.up[0], scene.up[1], scene.up[2]};
-    // The front is +z with y up and -y with z up.
+    // The front is at +z if y is up, and at -y if z is up.
     const bool isZUp = worldUp[2] > 0.5;
     const Vector unturned = isZUp ? Vector{0, -1, 0} : Vector{0, 0, 1};
     const double turn = std::fmod(turn_degrees, 360.0) * (std::acos(-1.0) / 180);

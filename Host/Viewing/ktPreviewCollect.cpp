@@ -45,8 +45,8 @@ public:
     }
 
 private:
-    std::map<osg::UInt32, std::uint32_t> materialIndices; // by container id; 0 for none
-    std::vector<char> isUsable;                           // vertices of the mesh under way: finite in world space
+    std::map<osg::UInt32, std::uint32_t> materialIndices; // by container id; 0 for no material
+    std::vector<char> isUsable;                           // vertices of the current mesh: finite in world space
 
     void addPositions(ktPreviewMesh& mesh, const ktGeometryInstance& instance, const osg::GeoPositions3f& positions) {
         isUsable.assign(positions.getSize(), 1);
@@ -80,7 +80,7 @@ private:
         }
     }
 
-    /// A ground plane is black and there where it is in shadow.
+    /// A ground plane is black and as opaque as its shadow is dark.
     void makeShadowPlane(ktPreviewMesh& mesh) {
         mesh.isFramed = false;
         for (const auto& light : mesh.light)

@@ -5,8 +5,8 @@
 
 #include <OpenSG/OSGNode.h>
 
-/// What the preview shows of a scene: its visible triangles with their colours, textures and baked light. Geometry
-/// without results is shown in full light. Ground planes are drawn but not framed; environments are left out.
-/// @param root may be null: nothing is shown
+/// Collects a scene's visible triangles with their colours, textures and baked light. Geometry without results is in
+/// full light. Ground planes are drawn but do not affect the camera. Environments are left out.
+/// @param root null gives an empty scene
 /// @throws std::bad_alloc when memory runs out
 ktPreviewScene ktCollectPreview(const osg::NodePtr& root);

@@ -15,16 +15,16 @@ namespace {
 
 using Color = std::array<float, 3>;
 
-constexpr int raysPerAxis = 4; // of one pixel; a pixel is one packet
+constexpr int raysPerAxis = 4; // per pixel; one pixel is one packet
 static_assert(raysPerAxis * raysPerAxis == ktRayPacket::width);
-constexpr int maxLayers = 64; // see-through surfaces and hidden backs behind one another
+constexpr int maxLayers = 64; // of transparent surfaces and hidden back faces along a ray
 
 float toSrgb(float linear) {
     linear = std::clamp(linear, 0.0f, 1.0f);
     return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1 / 2.4f) - 0.055f;
 }
 
-/// A grey that neither white nor dark parts vanish into, lighter towards the top. `height` from 0 (bottom) to 1.
+/// A grey on which white and dark parts are visible; lighter towards the top. `height`: 0 (bottom) to 1 (top).
 Color background(float height) {
     const float grey = 0.12f + 0.16f * height;
     return {grey, grey, grey};
@@ -57,7 +57,7 @@ private:
     const ktPreviewCamera& camera;
     const ktTracer& tracer;
     const QImage& image;
-    uchar* const bits; // taken once: bits() of a QImage is not for many threads
+    uchar* const bits; // stored, because QImage::bits() is not thread-safe
     const int bytesPerLine;
     const float exposure;
 
@@ -100,7 +100,7 @@ private:
                 for (size_t i = 0; i < 3; ++i)
                     sum[i] += through[lane] * seen.alpha * seen.color[i];
                 through[lane] *= 1 - seen.alpha;
-                // The next layer lies beyond this hit.
+                // Continue behind this hit to the next layer.
                 rays.minDistance[lane] =
                     std::nextafter(hits.distance[lane] * 1.000001f, std::numeric_limits<float>::max());
                 if (through[lane] < 1e-3f)
@@ -156,7 +156,7 @@ private:
 
 QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
                        int height, float exposure) {
-    // The tracer may read four bytes behind the last position: one more vertex that no triangle uses.
+    // The tracer may read four bytes after the last position, so append a vertex that no triangle uses.
     std::vector<std::vector<std::array<float, 3>>> positions;
     std::vector<ktTracerMesh> meshes;
     for (const ktPreviewMesh& mesh : scene.meshes) {

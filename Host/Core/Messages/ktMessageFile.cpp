@@ -31,7 +31,7 @@ bool ktMessageFile::isStill(const QByteArray& path, const Identity& identity) {
 
 ktMessageFile::ReadResult ktMessageFile::read(const QByteArray& path, int maxBytes, QByteArray& content,
                                               Identity& identity, QString& reason) {
-    // Not blocking, lest a pipe of that name hold everything up.
+    // O_NONBLOCK, because opening a pipe of that name would block.
     const ktDescriptor file(open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status;
     if (file.number < 0) {

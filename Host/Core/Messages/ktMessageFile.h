@@ -4,11 +4,11 @@
 #include <QByteArray>
 #include <QString>
 
-/// Reading a message's file, and moving a broken one out of the way. ktSafeFile writes them. Paths are in the file
-/// system's own bytes (UTF-8). Safe against other threads and processes that do the same.
+/// Reads the file of a message, and sets a broken one aside. ktSafeFile writes these files. Paths are in the file
+/// system's bytes (UTF-8). Safe if other threads and processes do the same.
 namespace ktMessageFile {
 
-/// Tells a file from one that is put in its place later.
+/// Distinguishes a file from one that replaces it later.
 struct Identity {
     quint64 device = 0;
     quint64 inode = 0;
@@ -20,13 +20,13 @@ bool isStill(const QByteArray& path, const Identity& identity);
 
 enum class ReadResult { Done, Missing, Failed };
 
-/// Reads all of the regular file `path`; one larger than `maxBytes` fails. `identity` is set whenever there is a file,
-/// `reason` when reading it failed.
+/// Reads all of the regular file `path`; fails if it is larger than `maxBytes`. Sets `identity` if the file exists, and
+/// `reason` if reading fails.
 ReadResult read(const QByteArray& path, int maxBytes, QByteArray& content, Identity& identity, QString& reason);
 
-/// Renames the file `path` to its name with ".broken" appended, if it is still the file `identity`. An older file of
-/// that name is kept under the first free of the names ".broken.1" to ".broken.9"; when all are taken the last one
-/// goes. Returns the new name, or an empty one when the file was another one or could not be renamed.
+/// Appends ".broken" to the name of the file `path` if it is still the file `identity`. An older file of that name is
+/// kept: it gets the first free name from ".broken.1" to ".broken.9"; if none is free, it replaces the last one.
+/// Returns the new name, or an empty one if `path` is another file or renaming failed.
 QByteArray setAside(const QByteArray& path, const Identity& identity);
 
 } // namespace ktMessageFile

@@ -19,7 +19,7 @@ bool ktMessageRW::write(const ktMessage& message, const char* path) {
 bool ktMessageRW::read(ktMessage& message, const char* path, const std::string& filter) {
     ktMessageFile::Identity identity;
     QString reason;
-    // Another process may put a good file in the place of the broken one meanwhile: then that is the one to read.
+    // Another process may have replaced the broken file by a good one: then read again.
     for (int attempt = 0; attempt < 3; ++attempt) {
         message = ktMessage();
         QByteArray xml;

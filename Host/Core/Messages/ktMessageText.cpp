@@ -52,7 +52,7 @@ const char* parseNumber(const QByteArray& text, Number& value, Extra... extra) {
     return nullptr;
 }
 
-/// Not-a-number forms are read here: std::from_chars accepts them without keeping their bits.
+/// NaN is parsed here, because std::from_chars does not preserve its bits.
 template <class Real>
 const char* parseReal(const QByteArray& text, Real& value) {
     const QByteArray trimmed = text.trimmed().toLower();

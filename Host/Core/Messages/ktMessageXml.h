@@ -10,13 +10,13 @@
 
 class ktMessage;
 
-/// The text form of messages, without the file around it; Docs/using/presets.md describes it.
+/// The XML text of messages, independent of files. Docs/using/presets.md describes the format.
 namespace ktMessageXml {
 
-/// Value types with a text form, alone and as std::vector; any other type cannot be written.
+/// Value types with a text form, also as std::vector. Other types cannot be written.
 using Types = std::tuple<bool, int, unsigned long, float, double, std::string>;
 
-/// What "type" says in the text, one name for each of Types.
+/// The name of each of Types in the attribute "type".
 template <class T>
 inline constexpr const char* typeName = nullptr;
 template <>
@@ -32,30 +32,30 @@ inline constexpr const char* typeName<double> = "double";
 template <>
 inline constexpr const char* typeName<std::string> = "string";
 
-/// Bounds that both directions keep, so that whatever was written can be read, and a hostile text stays cheap to read:
-/// below 40 MiB of memory.
+/// Limits for reading and writing, so that everything written can be read. They also limit the memory that reading a
+/// hostile text takes to 40 MiB.
 constexpr int maxBytes = 4 << 20;
 constexpr int maxAttributes = 4096;    ///< named values in a message
-constexpr int maxEntries = 200000;     ///< items of all lists together
+constexpr int maxEntries = 200000;     ///< number of items in all lists together
 constexpr int maxTagBytes = 128 << 10; ///< from "<" to ">": Qt compares all attributes of a tag with each other
 
-/// Where and why a text was refused.
+/// Where and why a text was rejected.
 struct Problem {
     qint64 line = 0;   ///< from 1
     qint64 column = 0; ///< from 1, in characters
     QString reason;
 };
 
-/// Appends the text of `message` to `xml`. Returns false and the reason, in `xml` nothing that is of use, when a value
-/// has no text form or a bound is exceeded.
+/// Appends the text of `message` to `xml`. If a value has no text form or a limit is exceeded, returns false and the
+/// reason, and the content of `xml` is not usable.
 bool write(const ktMessage& message, QByteArray& xml, QString& reason);
 
-/// Reads `xml` into `message`, which is emptied first; a non-empty `filter` keeps the value of that name alone. Returns
-/// false and the first problem when `xml` is no such text, with `message` left empty. Document type declarations and
-/// entities of one's own are refused.
+/// Empties `message`, then reads `xml` into it. A non-empty `filter` keeps only the value with that name. If `xml` is
+/// invalid, returns false and the first problem, and leaves `message` empty. Rejects document type declarations and
+/// custom entities.
 bool read(const QByteArray& xml, ktMessage& message, const std::string& filter, Problem& problem);
 
-/// What read() checks before it lets an XML parser near the text: size, encoding, long tags, document types.
+/// Checks size, encoding, long tags and document types. read() calls it before it gives the text to an XML parser.
 bool isSafeToParse(const QByteArray& xml, Problem& problem);
 
 } // namespace ktMessageXml

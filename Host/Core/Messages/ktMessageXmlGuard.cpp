@@ -21,7 +21,7 @@ int endAfter(const QByteArray& xml, const char* terminator, int from) {
     return at < 0 ? xml.size() : at + static_cast<int>(qstrlen(terminator));
 }
 
-/// Offset behind the tag at `from`: the first ">" that is not inside quotes.
+/// Offset after the tag at `from`: the first ">" outside of quotes ends it.
 int endOfTag(const QByteArray& xml, int from) {
     char quote = 0;
     for (int i = from; i < xml.size(); ++i) {
@@ -40,8 +40,7 @@ bool ktMessageXml::isSafeToParse(const QByteArray& xml, Problem& problem) {
     if (xml.size() > maxBytes)
         return refuse(xml, 0, "the text is larger than 4 MiB", problem);
 
-    // Turning the text to UTF-16 and back changes it first where it is no UTF-8. Qt takes a leading byte order mark
-    // off.
+    // Where the text is not UTF-8, converting it to UTF-16 and back changes it. Qt removes a leading byte order mark.
     const QByteArray text = xml.startsWith("\xEF\xBB\xBF") ? xml.mid(3) : xml;
     const QByteArray back = QString::fromUtf8(text).toUtf8();
     const auto difference = std::mismatch(text.cbegin(), text.cend(), back.cbegin(), back.cend()).first;

@@ -41,7 +41,7 @@ public:
             if (!readAttribute(message, filter))
                 return false;
         }
-        // The parser takes the end of a slice for the end of the text from here on.
+        // Feed the rest at once: from here on the parser treats the end of a slice as the end of the text.
         feed(source.size() - offset);
         while (!failed && !xml.atEnd())
             xml.readNext();
@@ -49,8 +49,8 @@ public:
     }
 
 private:
-    /// The parser's next token. The parser gets the text in slices, as it keeps several copies of what it has got; and
-    /// decoded, so that it pays no heed to an encoding that the text claims to have.
+    /// Returns the parser's next token. Feeds the text in slices, because the parser keeps several copies of what it
+    /// has, and decoded, so that the parser ignores an encoding declaration.
     QXmlStreamReader::TokenType readNext() {
         QXmlStreamReader::TokenType token = xml.readNext();
         while (xml.error() == QXmlStreamReader::PrematureEndOfDocumentError && offset < source.size()) {
@@ -66,12 +66,12 @@ private:
     }
 
     void mark() {
-        // Qt counts columns from 0 and stands behind what it read.
+        // Qt counts columns from 0 and has already passed what it read.
         problem.line = xml.lineNumber();
         problem.column = xml.columnNumber() + 1;
     }
 
-    /// Fails at the place of the last mark().
+    /// Fails at the position of the last mark().
     bool fail(const QString& reason) {
         problem.reason = reason;
         failed = true;
@@ -83,7 +83,7 @@ private:
         return fail(xml.hasError() ? xml.errorString().simplified() : QString("the text ends early"));
     }
 
-    /// Goes to the next child element of the current one, false behind the last or when something else is met.
+    /// Moves to the next child element of the current one. False after the last child or on an error.
     bool nextChild() {
         for (;;) {
             switch (readNext()) {
@@ -106,7 +106,7 @@ private:
         }
     }
 
-    /// Collects the text of the current element, which may hold no other element.
+    /// Collects the text of the current element, which must not contain another element.
     bool readText(QByteArray& text) {
         mark();
         for (;;) {
@@ -140,7 +140,7 @@ private:
         return true;
     }
 
-    /// Undoes what the attribute `encodingName` of the current element says about `text`.
+    /// Decodes `text` as the encoding attribute of the current element says.
     bool decode(const QString& encoding, const QByteArray& text, std::string& value) {
         if (encoding.isEmpty()) {
             value.assign(text.constData(), static_cast<std::size_t>(text.size()));

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Text of a string, or nothing useful and false when XML cannot hold it: it is no UTF-8, or has control characters.
+/// Converts a string to text. False if XML cannot hold it: it is not UTF-8 or has control characters.
 bool toXmlText(const std::string& value, QString& text) {
     text = QString::fromUtf8(value.data(), static_cast<int>(value.size()));
     if (text.toUtf8() != QByteArray::fromRawData(value.data(), static_cast<int>(value.size())))
@@ -70,7 +70,7 @@ private:
         return written;
     }
 
-    /// By name, as any library may have put the value in.
+    /// Compares type names, because the value may come from another library.
     template <class T>
     static bool holds(const boost::any& value) {
         return std::strcmp(value.type().name(), typeid(T).name()) == 0;
@@ -130,7 +130,7 @@ private:
             xml.writeCharacters(toBase64(value));
             return true;
         }
-        // A carriage return as it is would be read as a line feed.
+        // A raw carriage return would be read as a line feed.
         const QStringList parts = text.split('\r');
         for (int i = 0; i < parts.size(); ++i) {
             if (i > 0)

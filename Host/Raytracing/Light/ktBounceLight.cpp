@@ -43,8 +43,8 @@ void ktBounceLight::clear() {
     settings = kept;
 }
 
-void ktBounceLight::noteCalculated(const osg::GeometryPtr& geometry) {
-    calculated.insert(geometry);
+void ktBounceLight::noteCalculated(const ktTracedGeometry& traced) {
+    calculated[traced.number] = traced.geometry;
 }
 
 void ktBounceLight::setDirect(const ktOcclusionTask& task, bool isValid) {
@@ -52,21 +52,22 @@ void ktBounceLight::setDirect(const ktOcclusionTask& task, bool isValid) {
     hasDirect = isValid;
 }
 
-void ktBounceLight::setGathered(const osg::GeometryPtr& geometry, std::vector<float> received) {
+void ktBounceLight::setGathered(ktGeometryNumber geometry, std::vector<float> received) {
     gatheredLight[geometry] = std::move(received);
 }
 
-const std::vector<float>* ktBounceLight::gathered(const osg::GeometryPtr& geometry) const {
+const std::vector<float>* ktBounceLight::gathered(ktGeometryNumber geometry) const {
     const auto found = gatheredLight.find(geometry);
     return found == gatheredLight.end() ? nullptr : &found->second;
 }
 
-bool ktBounceLight::holdsResult(const osg::GeometryPtr& geometry) const {
+bool ktBounceLight::holdsResult(const ktTracedGeometry& traced) const {
+    const osg::GeometryPtr geometry = traced.geometry.get();
     const osg::UInt32 count = positionCount(geometry);
     const osg::GeoTexCoords4fPtr results = channel(geometry->getTexCoords7(), count);
     if (results == osg::NullFC)
         return false;
-    if (calculated.count(geometry))
+    if (calculated.count(traced.number))
         return true;
     const auto& field = results->getField();
     for (osg::UInt32 i = 0; i < count; ++i)
@@ -83,7 +84,7 @@ void ktBounceLight::readReceived(const ktTracedGeometry& traced, std::vector<flo
     received.assign(3 * std::size_t(count), 0.0f);
     const osg::GeoTexCoords4fPtr results = channel(traced.geometry->getTexCoords7(), count);
     const osg::GeoTexCoords4fPtr lights = channel(traced.geometry->getTexCoords5(), count);
-    const std::vector<float>* indirect = gathered(traced.geometry);
+    const std::vector<float>* indirect = gathered(traced.number);
     if (indirect && indirect->size() != received.size())
         indirect = nullptr;
     float tint[3];
@@ -116,7 +117,7 @@ void ktBounceLight::albedoOf(const ktTracedGeometry& traced, Surface& surface) {
             toLuminance(surface.albedo);
         return;
     }
-    auto& colors = colorsOf[{traced.geometry, material}];
+    auto& colors = colorsOf[{traced.number, material.getFieldContainerId()}];
     if (!colors)
         colors = std::make_shared<ktSurfaceColors>(ktReadSurfaceColors(traced.geometry, material));
     if (!colors->vertexColors.empty() || !colors->texCoords.empty()) {
@@ -129,7 +130,7 @@ void ktBounceLight::albedoOf(const ktTracedGeometry& traced, Surface& surface) {
 }
 
 void ktBounceLight::prepareLazy(const ktTracedGeometry& traced) {
-    std::unique_ptr<Lazy>& lazy = lazies[traced.geometry];
+    std::unique_ptr<Lazy>& lazy = lazies[traced.number];
     const osg::UInt32 count = positionCount(traced.geometry);
     if (!lazy || lazy->light.size() != 3 * std::size_t(count)) {
         lazy = std::make_unique<Lazy>();
@@ -149,11 +150,11 @@ ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced
     Surface surface;
     surface.traced = &traced;
     albedoOf(traced, surface);
-    if (const auto found = receivedLight.find(traced.geometry); found != receivedLight.end()) {
+    if (const auto found = receivedLight.find(traced.number); found != receivedLight.end()) {
         surface.received = &found->second;
         return surface;
     }
-    if (const auto found = lazies.find(traced.geometry); found != lazies.end())
+    if (const auto found = lazies.find(traced.number); found != lazies.end())
         surface.lazy = found->second.get();
     return surface;
 }
@@ -164,16 +165,17 @@ void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
     surfaces.clear();
     receivedLight.clear();
     colorsOf.clear();
-    usesLightColor = std::any_of(calculated.begin(), calculated.end(), [](const osg::GeometryPtr& geometry) {
+    usesLightColor = std::any_of(calculated.begin(), calculated.end(), [](const auto& entry) {
+        const osg::GeometryPtr geometry = entry.second.get();
         return channel(geometry->getTexCoords5(), positionCount(geometry)) != osg::NullFC;
     });
     // Where a geometry is used more than once, its first use counts.
     for (const ktTracedGeometry& traced : scene.geometries) {
         pump.breathe();
-        if (!holdsResult(traced.geometry)) {
+        if (!holdsResult(traced)) {
             if (hasDirect)
                 prepareLazy(traced);
-        } else if (const auto [entry, isNew] = receivedLight.try_emplace(traced.geometry); isNew) {
+        } else if (const auto [entry, isNew] = receivedLight.try_emplace(traced.number); isNew) {
             readReceived(traced, entry->second, pump);
         }
     }
@@ -194,11 +196,8 @@ void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, floa
         std::copy_n(stored, 3, traced);
     } else {
         ktOcclusionTask task = direct;
-        task.toWorld = lazy.toWorld;
-        task.count = 1;
-        task.positions = lazy.positions + 3 * std::size_t(vertex);
-        task.normals = lazy.normals + 3 * std::size_t(vertex);
-        task.inward = nullptr;
+        const std::size_t first = 3 * std::size_t(vertex);
+        task.setVertices(lazy.toWorld, 1, lazy.positions + first, lazy.normals + first, nullptr);
         osg::Vec4f result;
         std::atomic<std::uint32_t> done{0};
         ktTraceOcclusion(task, &result, done);

@@ -9,7 +9,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <vector>
 
 /// How light leaves a surface that it fell on.
@@ -32,7 +31,7 @@ public:
     /// Forgets everything but the settings: a run begins or ends.
     void clear();
     /// Tells that the channels of this geometry's direct light belong to this run, whatever they hold.
-    void noteCalculated(const osg::GeometryPtr& geometry);
+    void noteCalculated(const ktTracedGeometry& traced);
     /// How direct light is traced that no channel holds. What the task refers to must live as long as gathering does.
     void setDirect(const ktOcclusionTask& task, bool isValid);
     /// That task; null when there is none.
@@ -51,9 +50,9 @@ public:
 
     /// What a geometry's vertices received in the bounce under way, three floats a vertex, before the surface's own
     /// colour tints it. Replaces what was there. Main thread.
-    void setGathered(const osg::GeometryPtr& geometry, std::vector<float> received);
+    void setGathered(ktGeometryNumber geometry, std::vector<float> received);
     /// The same for reading; null when nothing was gathered for it in this run.
-    const std::vector<float>* gathered(const osg::GeometryPtr& geometry) const;
+    const std::vector<float>* gathered(ktGeometryNumber geometry) const;
 
 private:
     /// Direct light traced at need, vertex by vertex.
@@ -77,14 +76,15 @@ private:
     Surface makeSurface(const ktTracedGeometry& traced);
     void radiance(const Surface& surface, std::uint32_t triangle, float u, float v, float* color) const;
     void readReceived(const ktTracedGeometry& traced, std::vector<float>& received, ktEventPump& pump) const;
-    bool holdsResult(const osg::GeometryPtr& geometry) const;
+    bool holdsResult(const ktTracedGeometry& traced) const;
     void addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const;
 
-    std::set<osg::GeometryPtr> calculated;
-    std::map<osg::GeometryPtr, std::vector<float>> gatheredLight;
-    std::map<osg::GeometryPtr, std::vector<float>> receivedLight; ///< the snapshot
-    std::map<osg::GeometryPtr, std::unique_ptr<Lazy>> lazies;
-    std::map<std::pair<osg::GeometryPtr, osg::MaterialPtr>, std::shared_ptr<const ktSurfaceColors>> colorsOf;
+    std::map<ktGeometryNumber, osg::GeometryRefPtr> calculated;
+    std::map<ktGeometryNumber, std::vector<float>> gatheredLight;
+    std::map<ktGeometryNumber, std::vector<float>> receivedLight; ///< the snapshot
+    std::map<ktGeometryNumber, std::unique_ptr<Lazy>> lazies;
+    /// By geometry and by the material's container.
+    std::map<std::pair<ktGeometryNumber, std::uint32_t>, std::shared_ptr<const ktSurfaceColors>> colorsOf;
     std::vector<Surface> surfaces; ///< by the tracer's mesh
     ktOcclusionTask direct;
     bool hasDirect = false;

@@ -30,18 +30,20 @@ private:
     const ktDirectionSet& directions;
 };
 
-void gatherPiece(const ktGatherTask& task, const ktVertexGroups& groups, std::size_t begin, std::size_t end,
-                 float* received) {
+ktVertexCounts gatherPiece(const ktGatherTask& task, const ktVertexGroups& groups, std::size_t begin, std::size_t end,
+                           float* received) {
     const ktDirectionSet& directions = task.directions->set;
     const ktVertexFrames frames(task.toWorld, task.directions, task.sceneSize);
     ktRayVertex vertices[pieceSize];
     std::size_t groupOf[pieceSize];
-    std::uint32_t traceable = 0;
+    std::uint32_t traceable = 0, unusable = 0;
     for (std::size_t group = begin; group < end; ++group) {
         const std::size_t vertex = groups.first(group);
         if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, groups.inwardOf(group, task.inward),
                         vertices[traceable]))
             groupOf[traceable++] = group;
+        else
+            unusable += groups.starts[group + 1] - groups.starts[group];
     }
     Sums sums(*task.light, directions);
     const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / directions.count, 1, pieceSize);
@@ -53,17 +55,22 @@ void gatherPiece(const ktGatherTask& task, const ktVertexGroups& groups, std::si
         for (std::uint32_t k = groups.starts[groupOf[i]]; k < groups.starts[groupOf[i] + 1]; ++k)
             for (int c = 0; c < 3; ++c)
                 received[3 * std::size_t(groups.order[k]) + c] = sums.sums[i][c] / static_cast<float>(directions.count);
+    return {traceable, unusable};
 }
 
 } // namespace
 
-void ktGatherLight(const ktGatherTask& task, float* received, std::atomic<std::uint32_t>& done) {
+ktVertexCounts ktGatherLight(const ktGatherTask& task, float* received, std::atomic<std::uint32_t>& done) {
     std::fill_n(received, 3 * std::size_t(task.count), 0.0f);
     const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
-    done += static_cast<std::uint32_t>(groups.unusable.size());
+    std::atomic<std::uint32_t> traced{0}, unusable{static_cast<std::uint32_t>(groups.unusable.size())};
+    done += unusable;
     ktParallel::forRange(groups.size(), pieceSize, [&](std::size_t begin, std::size_t end) {
         ktThrowIfCanceled();
-        gatherPiece(task, groups, begin, end, received);
+        const ktVertexCounts piece = gatherPiece(task, groups, begin, end, received);
+        traced += piece.traced;
+        unusable += piece.unusable;
         done += groups.starts[end] - groups.starts[begin];
     });
+    return {traced, unusable};
 }

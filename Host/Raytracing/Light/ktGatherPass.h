@@ -2,26 +2,15 @@
 #pragma once
 
 #include "ktBounceLight.h"
-#include "ktInwardDirections.h"
-#include "ktTracer.h"
-#include "ktWorldTransform.h"
+#include "ktVertexTask.h"
 
 #include <atomic>
 #include <cstdint>
 #include <vector>
 
 /// What one bounce of indirect light at one geometry is gathered from. Everything belongs to the caller.
-struct ktGatherTask {
-    const ktTracer* tracer = nullptr;
-    const ktPreparedDirections* directions = nullptr;
+struct ktGatherTask : ktVertexTask {
     const ktBounceLight* light = nullptr; ///< with its snapshot taken
-    ktRayLimits limits;
-    float sceneSize = 0; ///< diagonal of the occluders' bounds, world units
-    ktWorldTransform toWorld;
-    std::uint32_t count = 0;
-    const float* positions = nullptr; ///< object space, three floats a vertex
-    const float* normals = nullptr;   ///< likewise
-    const ktInward* inward = nullptr; ///< as for ktOcclusionTask
 };
 
 /// Gathers the light that arrives at `task.count` vertices from the nearest surfaces around them: the mean over the
@@ -30,4 +19,4 @@ struct ktGatherTask {
 /// @param received `3 * task.count` floats
 /// @param done     vertices finished so far, for another thread to read
 /// @throws ktCanceled and std::bad_alloc; `received` then holds something unfinished
-void ktGatherLight(const ktGatherTask& task, float* received, std::atomic<std::uint32_t>& done);
+ktVertexCounts ktGatherLight(const ktGatherTask& task, float* received, std::atomic<std::uint32_t>& done);

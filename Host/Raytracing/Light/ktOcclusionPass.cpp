@@ -65,6 +65,8 @@ public:
         return unusable;
     }
 
+    /// Groups whose rays were traced.
+    std::uint32_t tracedCount() const { return traceable; }
     std::uint32_t vertexCount() const { return groups.starts[begin + size] - groups.starts[begin]; }
 
 private:
@@ -127,9 +129,9 @@ private:
 
 } // namespace
 
-std::uint32_t ktTraceOcclusion(const ktOcclusionTask& task, osg::Vec4f* results, std::atomic<std::uint32_t>& done) {
+ktVertexCounts ktTraceOcclusion(const ktOcclusionTask& task, osg::Vec4f* results, std::atomic<std::uint32_t>& done) {
     const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
-    std::atomic<std::uint32_t> unusable{static_cast<std::uint32_t>(groups.unusable.size())};
+    std::atomic<std::uint32_t> traced{0}, unusable{static_cast<std::uint32_t>(groups.unusable.size())};
     for (std::uint32_t vertex : groups.unusable)
         results[vertex] = osg::Vec4f(0, 0, 0, 1);
     done += unusable;
@@ -137,8 +139,9 @@ std::uint32_t ktTraceOcclusion(const ktOcclusionTask& task, osg::Vec4f* results,
         ktThrowIfCanceled();
         Piece piece(task, groups, begin, end);
         piece.trace();
+        traced += piece.tracedCount();
         unusable += piece.write(results);
         done += piece.vertexCount();
     });
-    return unusable;
+    return {traced, unusable};
 }

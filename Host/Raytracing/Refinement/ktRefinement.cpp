@@ -20,11 +20,11 @@ public:
     Uses(const ktTracedScene& scene, ktEventPump& pump) {
         for (const ktTracedGeometry& use : scene.geometries) {
             pump.breathe();
-            ++traced[use.geometry.get()];
+            ++traced[use.number];
         }
     }
     bool isOne(const osg::GeometryPtr& geometry) const {
-        const auto found = traced.find(geometry);
+        const auto found = traced.find(ktGetGeometryNumber(geometry));
         if (found != traced.end() && found->second > 1)
             return false;
         const auto parents = geometry->getParents();
@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    std::map<osg::GeometryPtr, std::size_t> traced;
+    std::map<ktGeometryNumber, std::size_t> traced;
 };
 
 void report(const ktRefinementProgress& progress) {
@@ -55,29 +55,31 @@ void ktRefinement::clear() {
     records.clear();
 }
 
-void ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how, ktBounceLight& bounces,
-                       const std::function<const float*(const osg::GeometryPtr&)>& tintOf, ktEventPump& pump) {
+ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how, ktBounceLight& bounces,
+                                     const std::function<const float*(ktGeometryNumber)>& tintOf, ktEventPump& pump) {
     std::vector<std::unique_ptr<ktRefinementMesh>> meshes;
-    std::set<osg::GeometryPtr> inside;
+    std::set<ktGeometryNumber> inside;
     const Uses uses(scene, pump);
     for (ktGeoSubdivisionRecord* record : records) {
         pump.breathe();
         const osg::GeometryPtr geometry = record->geometry.get();
+        const ktGeometryNumber number = ktGetGeometryNumber(geometry);
         // One geometry with two records, as after two bounces, is refined once.
-        if (record->isReady || inside.count(geometry) || !uses.isOne(geometry))
+        if (record->isReady || inside.count(number) || !uses.isOne(geometry))
             continue;
-        auto mesh = std::make_unique<ktRefinementMesh>(*record, bounces, tintOf(geometry));
+        auto mesh = std::make_unique<ktRefinementMesh>(*record, bounces, tintOf(number));
         if (!mesh->isUsable())
             continue;
-        inside.insert(geometry);
+        inside.insert(number);
         meshes.push_back(std::move(mesh));
     }
     if (meshes.empty())
-        return;
+        return {};
     // The order of the scene's nodes has no part in what comes.
     std::sort(meshes.begin(), meshes.end(), [](const auto& a, const auto& b) { return a->comesBefore(*b); });
 
     ktRefinementProgress progress;
+    ktRefinementCounts counts;
     ktEventPump reportingPump([&progress] { report(progress); });
     ktWorkers::run(
         [&] {
@@ -85,6 +87,7 @@ void ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how,
                 mesh->lookAround();
             ktRefinementGroup group(meshes, scene, inside, how);
             group.refine(progress);
+            counts = {group.newVertexCount(), group.rays()};
             std::vector<std::vector<std::uint32_t>> triangles = group.triangles();
             for (std::size_t i = 0; i < meshes.size(); ++i)
                 meshes[i]->finish(std::move(triangles[i]));
@@ -98,4 +101,5 @@ void ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how,
         ktLog::warning("Refinement stopped at its limit of %zu new vertices; raise the minimum edge length or the "
                        "intensity threshold",
                        vertexLimit);
+    return counts;
 }

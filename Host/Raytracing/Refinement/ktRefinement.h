@@ -4,12 +4,19 @@
 #include "ktBounceLight.h"
 #include "ktEventPump.h"
 #include "ktGeoSubdivisionRecord.h"
+#include "ktRayCounts.h"
 #include "ktRefinementLight.h"
 #include "ktTracedScene.h"
 
 #include <functional>
 #include <memory>
 #include <vector>
+
+/// What a refinement added and traced.
+struct ktRefinementCounts {
+    std::uint64_t newVertices = 0;
+    ktRayCounts rays; ///< at the points where it looked and at new vertices
+};
 
 /// The refinements that are pending in a run, worked out together so that geometry refined in the same run fits.
 ///
@@ -34,9 +41,10 @@ public:
     /// record as it is.
     /// @param tintOf   three floats that gathered light of a geometry is multiplied by
     /// @param bounces  gets the light that new vertices gathered
+    /// @return what it cost
     /// @throws ktCanceled, std::exception; no record is then filled
-    void run(const ktTracedScene& scene, const ktRefinementLight& how, ktBounceLight& bounces,
-             const std::function<const float*(const osg::GeometryPtr&)>& tintOf, ktEventPump& pump);
+    ktRefinementCounts run(const ktTracedScene& scene, const ktRefinementLight& how, ktBounceLight& bounces,
+                           const std::function<const float*(ktGeometryNumber)>& tintOf, ktEventPump& pump);
 
 private:
     std::vector<ktGeoSubdivisionRecord*> records;

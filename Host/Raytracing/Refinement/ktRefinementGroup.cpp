@@ -22,7 +22,7 @@ bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) 
 } // namespace
 
 ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes_,
-                                     const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside,
+                                     const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside,
                                      const ktRefinementLight& how_)
     : meshes(meshes_), how(how_), refiner(weldShare * std::max(scene.diagonal, 1e-30f)),
       spacing(spacingShare * scene.diagonal) {
@@ -42,9 +42,9 @@ ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMes
     isSmooth.resize(refiner.triangles().size(), false);
 }
 
-void ktRefinementGroup::lockSharedEdges(const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside) {
+void ktRefinementGroup::lockSharedEdges(const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside) {
     for (const ktTracedGeometry& other : scene.geometries) {
-        if (inside.count(other.geometry.get()))
+        if (inside.count(other.number))
             continue;
         const std::vector<std::uint32_t>& corners = *other.triangles;
         const auto point = [&other](std::uint32_t corner) {
@@ -315,6 +315,14 @@ void ktRefinementGroup::takeNewVertices() {
         for (std::size_t i = begin; i < end; ++i)
             meshes[i]->traceNewVertices(how);
     });
+}
+
+ktRayCounts ktRefinementGroup::rays() const {
+    ktRayCounts sum = direct->rays();
+    sum += indirect->rays();
+    for (const auto& mesh : meshes)
+        sum += mesh->rays();
+    return sum;
 }
 
 std::vector<std::vector<std::uint32_t>> ktRefinementGroup::triangles() const {

@@ -31,12 +31,14 @@ public:
     /// @param inside what the meshes were made of: edges that other geometry of the scene shares stay whole
     /// @throws ktCanceled, std::exception
     ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
-                      const std::set<osg::GeometryPtr>& inside, const ktRefinementLight& how);
+                      const std::set<ktGeometryNumber>& inside, const ktRefinementLight& how);
 
     /// All rounds. @throws ktCanceled, std::exception
     void refine(ktRefinementProgress& progress);
     /// Triangles of each mesh, by its own vertices; those without area are left out.
     std::vector<std::vector<std::uint32_t>> triangles() const;
+    /// Rays that refine() traced.
+    ktRayCounts rays() const;
     std::size_t newVertexCount() const { return refiner.vertices().size() - refiner.originalVertexCount(); }
 
 private:
@@ -64,7 +66,7 @@ private:
         std::size_t number;
     };
 
-    void lockSharedEdges(const ktTracedScene& scene, const std::set<osg::GeometryPtr>& inside);
+    void lockSharedEdges(const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside);
     void findEdges();
     template <class Things, class Action>
     void forEach(const Things& things, Action&& action);

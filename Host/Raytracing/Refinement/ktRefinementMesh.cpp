@@ -44,7 +44,7 @@ ktRefinementMesh::ktRefinementMesh(ktGeoSubdivisionRecord& record_, const ktBoun
     const float* firstNormal = storedNormals->getField()[0].getValues();
     normals.assign(firstNormal, firstNormal + 3 * std::size_t(oldCount));
 
-    const std::vector<float>* gathered = bounces.gathered(geometry);
+    const std::vector<float>* gathered = bounces.gathered(ktGetGeometryNumber(geometry));
     if (gathered && gathered->size() == 3 * std::size_t(oldCount))
         oldReceived = *gathered;
     for (Index i = 0; i < oldCount; ++i) {
@@ -141,22 +141,16 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementLight& how) {
         return;
     std::atomic<std::uint32_t> done{0};
     ktOcclusionTask direct = *how.direct;
-    direct.toWorld = toWorld;
-    direct.count = count;
-    direct.positions = &positions[3 * first];
-    direct.normals = &normals[3 * first];
-    direct.inward = &inward[first];
+    direct.setVertices(toWorld, count, &positions[3 * first], &normals[3 * first], &inward[first]);
     std::vector<osg::Vec4f> results(count);
-    ktTraceOcclusion(direct, results.data(), done);
+    rayCounts.direct +=
+        std::uint64_t(direct.directions->set.count) * ktTraceOcclusion(direct, results.data(), done).traced;
     std::vector<float> gathered(3 * std::size_t(count), 0.0f);
     if (how.gather) {
         ktGatherTask gather = *how.gather;
-        gather.toWorld = toWorld;
-        gather.count = count;
-        gather.positions = direct.positions;
-        gather.normals = direct.normals;
-        gather.inward = direct.inward;
-        ktGatherLight(gather, gathered.data(), done);
+        gather.setVertices(toWorld, count, direct.positions, direct.normals, direct.inward);
+        rayCounts.indirect +=
+            std::uint64_t(gather.directions->set.count) * ktGatherLight(gather, gathered.data(), done).traced;
     }
     for (std::size_t i = 0; i < count; ++i) {
         Traced traced;
@@ -191,6 +185,6 @@ void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
 
 void ktRefinementMesh::handOver(ktBounceLight& bounces) {
     if (!received.empty() && !record.parents.empty())
-        bounces.setGathered(record.geometry.get(), std::move(received));
+        bounces.setGathered(ktGetGeometryNumber(record.geometry.get()), std::move(received));
     record.isReady = true;
 }

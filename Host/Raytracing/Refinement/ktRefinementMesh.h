@@ -45,6 +45,9 @@ public:
     /// Traces vertices that were added since the last call; worker thread. @throws ktCanceled, std::bad_alloc
     void traceNewVertices(const ktRefinementLight& how);
 
+    /// Rays of all new vertices.
+    const ktRayCounts& rays() const { return rayCounts; }
+
     /// Fills the record, which is not ready yet; worker thread.
     /// @param newTriangles three of the mesh's own vertices each
     void finish(std::vector<std::uint32_t> newTriangles);
@@ -79,5 +82,6 @@ private:
     std::vector<float> received;           ///< of all vertices, at the end
     std::vector<ktIllumination> light;
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices
-    std::vector<Traced> tracedVertices;        ///< the new vertices'
+    ktRayCounts rayCounts;
+    std::vector<Traced> tracedVertices; ///< the new vertices'
 };

@@ -74,28 +74,24 @@ void ktRefinementProbes::look() {
     }
     std::atomic<std::uint32_t> done{0};
     const auto count = static_cast<std::uint32_t>(points.size());
+    const auto take = [&](ktVertexTask& task) {
+        task.directions = directions;
+        task.setVertices(ktWorldTransform(), count, arrays.positions.data(), arrays.normals.data(),
+                         arrays.inward.data());
+    };
+    const std::uint64_t raysPerPoint = directions->set.count;
     if (indirect) {
         ktGatherTask task = *how.gather;
-        task.directions = directions;
-        task.toWorld = ktWorldTransform();
-        task.count = count;
-        task.positions = arrays.positions.data();
-        task.normals = arrays.normals.data();
-        task.inward = arrays.inward.data();
+        take(task);
         std::vector<float> received(3 * std::size_t(count));
-        ktGatherLight(task, received.data(), done);
+        traced.indirect += raysPerPoint * ktGatherLight(task, received.data(), done).traced;
         for (std::size_t i = 0; i < order.size(); ++i)
             seen[order[i]] = ktMeasureIndirect(&received[3 * i]);
     } else {
         ktOcclusionTask task = *how.direct;
-        task.directions = directions;
-        task.toWorld = ktWorldTransform();
-        task.count = count;
-        task.positions = arrays.positions.data();
-        task.normals = arrays.normals.data();
-        task.inward = arrays.inward.data();
+        take(task);
         std::vector<osg::Vec4f> results(count);
-        ktTraceOcclusion(task, results.data(), done);
+        traced.direct += raysPerPoint * ktTraceOcclusion(task, results.data(), done).traced;
         for (std::size_t i = 0; i < order.size(); ++i)
             seen[order[i]] = ktMeasureDirect(results[i]);
     }

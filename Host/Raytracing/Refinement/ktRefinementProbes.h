@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktInwardDirections.h"
+#include "ktRayCounts.h"
 #include "ktRefinementLight.h"
 
 #include <atomic>
@@ -34,6 +35,8 @@ public:
     /// What look() saw.
     const ktIllumination& operator[](std::size_t order) const { return seen[order]; }
     void clear();
+    /// Rays that all calls of look() traced.
+    const ktRayCounts& rays() const { return traced; }
 
     /// Rays along each axis of the pattern that tell a difference from noise, whatever the pass itself traces.
     static std::uint32_t raysPerAxis(float difference);
@@ -46,4 +49,5 @@ private:
     const ktPreparedDirections* directions;
     std::vector<ktSurfacePoint> points;
     std::vector<ktIllumination> seen;
+    ktRayCounts traced;
 };

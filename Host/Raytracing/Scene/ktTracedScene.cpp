@@ -108,6 +108,7 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
         ktTracedGeometry traced;
         traced.node = node;
         traced.geometry = geometry;
+        traced.number = ktGetGeometryNumber(geometry);
         traced.toWorld = ktWorldTransform(node->getToWorld());
         traced.surfaceKey = ktSurfaceKey(node);
         views.push_back(ktViewGeometry(geometry));
@@ -115,8 +116,7 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
         normals.emplace_back();
         if (stored != osg::NullFC && stored->getSize() > 0)
             normals.back() = {stored->getField()[0].getValues(), stored->getSize()};
-        if (views.back().stored)
-            byPositions.emplace(views.back().stored, geometries.size());
+        firstUses.emplace(traced.number, geometries.size());
         geometries.push_back(std::move(traced));
         pump.breathe();
     }
@@ -147,11 +147,11 @@ std::uint64_t ktTracedScene::makePositions(std::size_t index) {
 
 // Each shape once for its uses that are mirrored alike; bad triangles count for the first use.
 void ktTracedScene::readTriangles(std::vector<std::uint64_t>& bad) {
-    std::map<std::pair<const void*, bool>, std::size_t> firstUses;
+    std::map<std::pair<ktGeometryNumber, bool>, std::size_t> firstAlike;
     std::vector<std::size_t> firstUseOf, distinct;
     for (std::size_t i = 0; i < geometries.size(); ++i) {
         const bool isMirrored = geometries[i].toWorld.isMirrored();
-        firstUseOf.push_back(firstUses.try_emplace({geometries[i].geometry.getCPtr(), isMirrored}, i).first->second);
+        firstUseOf.push_back(firstAlike.try_emplace({geometries[i].number, isMirrored}, i).first->second);
         if (firstUseOf[i] == i)
             distinct.push_back(i);
     }
@@ -228,14 +228,15 @@ std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer,
     };
 }
 
-const ktTracedGeometry* ktTracedScene::findByPositions(const void* positions) const {
-    const auto found = byPositions.find(positions);
-    return found == byPositions.end() ? nullptr : &geometries[found->second];
+const ktTracedGeometry* ktTracedScene::find(ktGeometryNumber geometry) const {
+    const auto found = firstUses.find(geometry);
+    return found == firstUses.end() ? nullptr : &geometries[found->second];
 }
 
-std::vector<ktInward> ktTracedScene::inwardDirections(const float* positions, std::uint32_t count) const {
-    const ktTracedGeometry* traced = findByPositions(positions);
-    // A geometry that was refined since is another one, even in the same place.
+std::vector<ktInward> ktTracedScene::inwardDirections(ktGeometryNumber geometry, const float* positions,
+                                                      std::uint32_t count) const {
+    const ktTracedGeometry* traced = find(geometry);
+    // A geometry that was refined since has other triangles.
     if (!traced || traced->positionCount() != count)
         return {};
     return ktInwardDirections(positions, count, *traced->triangles);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktEventPump.h"
+#include "ktGeometryNumbers.h"
 #include "ktGeometryView.h"
 #include "ktInwardDirections.h"
 #include "ktSceneLight.h"
@@ -19,6 +20,7 @@
 struct ktTracedGeometry {
     osg::NodePtr node;            ///< not referenced
     osg::GeometryRefPtr geometry; ///< its core
+    ktGeometryNumber number = 0;  ///< of its core
     ktWorldTransform toWorld;
     /// Three indices of positions a triangle; triangle i is the tracer's triangle i. Shared by the uses of a core that
     /// are mirrored alike.
@@ -56,11 +58,13 @@ public:
     /// Forgets everything. The tracer's structure must not be used any more.
     void clear();
 
-    /// The first use of the geometry whose positions are stored there; null when it does not occlude.
-    const ktTracedGeometry* findByPositions(const void* positions) const;
-    /// Where the surface around each vertex of that geometry lies; empty when it does not occlude. Worker thread.
-    /// @param positions `count` times three floats of the scene graph's own
-    std::vector<ktInward> inwardDirections(const float* positions, std::uint32_t count) const;
+    /// The first use of a geometry; null when it does not occlude.
+    const ktTracedGeometry* find(ktGeometryNumber geometry) const;
+    /// Where the surface around each vertex of a geometry lies; empty when it does not occlude, or had another number
+    /// of positions when the scene was collected. Worker thread.
+    /// @param positions `count` times three floats
+    std::vector<ktInward> inwardDirections(ktGeometryNumber geometry, const float* positions,
+                                           std::uint32_t count) const;
 
 private:
     void readTriangles(std::vector<std::uint64_t>& bad);
@@ -74,5 +78,5 @@ private:
 
     std::vector<ktGeometryView> views; // between collect() and makeMeshes()
     std::vector<Normals> normals;      // likewise
-    std::unordered_map<const void*, std::size_t> byPositions;
+    std::unordered_map<ktGeometryNumber, std::size_t> firstUses;
 };

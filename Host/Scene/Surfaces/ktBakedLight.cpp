@@ -8,15 +8,15 @@
 
 namespace {
 
-constexpr float leastResult = 1e-6f; // a value up to this was never calculated
+constexpr float leastResult = 1e-6f; // values up to this count as not calculated
 
-/// A result channel with an element for each position; null when there is none.
+/// A result channel with one element per position; null if there is none.
 osg::GeoTexCoords4fPtr resultsOf(const osg::GeoTexCoordsPtr& channel, osg::UInt32 count) {
     const osg::GeoTexCoords4fPtr results = osg::GeoTexCoords4fPtr::dcast(channel);
     return results != osg::NullFC && results->getSize() >= count ? results : osg::GeoTexCoords4fPtr(osg::NullFC);
 }
 
-/// The colour that indirect light was multiplied by when it was stored.
+/// The colour by which the stored indirect light was multiplied.
 osg::Color3f gatheredColor(const osg::NodePtr& node) {
     const osg::UberMaterialPtr material = osg::UberMaterialPtr::dcast(ktMaterialInEffect(node));
     if (material == osg::NullFC)
@@ -49,7 +49,7 @@ std::vector<std::array<float, 3>> ktReadBakedLight(const osg::NodePtr& node, con
         isCalculated = isCalculated || values[vertex][3] > leastResult;
         for (osg::UInt32 i = 0; i < 3; ++i) {
             const float direct = lamps != osg::NullFC ? lamps->getField()[vertex][i] : values[vertex][3];
-            // What was multiplied by black is lost, and a viewer's product is black as well.
+            // Light that was multiplied by black is lost. A viewer's product is black as well.
             const float indirect = color[i] > leastResult ? values[vertex][i] / color[i] : 0;
             light[vertex][i] = direct + indirect;
         }

@@ -8,13 +8,12 @@
 #include <OpenSG/OSGNode.h>
 #include <vector>
 
-/// The light that arrives at each vertex of a baked geometry, by which a viewer multiplies the surface's colour: direct
-/// light (channel 5's colour where the geometry has that channel, else w of channel 7 as grey) plus indirect light,
-/// which is kept times the surface's colour, with that colour divided out again. Linear red, green, blue; 1 is a
-/// surface in the open; light of lamps may exceed it.
-/// @param node     node of the scene that holds the geometry: its material and the settings it was baked with count
-/// @return one element a position; empty when the geometry holds no result (channel 7 is missing or too short, or all
-/// of
-///         its w are at most 1e-6)
+/// The light that arrives at each vertex of a baked geometry; a viewer multiplies the surface's colour by it.
+/// Linear red, green, blue. 1 is a surface in the open; light from lamps may exceed it. The sum of
+/// - direct light: the colour in channel 5 if the geometry has that channel, else w of channel 7 as grey;
+/// - indirect light: stored multiplied by the surface's colour, so divided by that colour here.
+/// @param node     node of the scene that holds the geometry; its material and the settings it was baked with are used
+/// @return one element per position; empty if the geometry holds no result:
+///         channel 7 is missing or too short, or none of its w exceeds 1e-6
 KT_HOST_EXPORT std::vector<std::array<float, 3>> ktReadBakedLight(const osg::NodePtr& node,
                                                                   const osg::GeometryPtr& geometry);

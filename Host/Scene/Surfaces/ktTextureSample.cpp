@@ -20,7 +20,7 @@ const std::array<float, 256>& linearFromSrgb() {
     return table;
 }
 
-/// A pixel's index inside 0 to count - 1.
+/// A pixel's index, wrapped into 0 to count - 1.
 int wrapped(double index, int count, osg::UberMaterialTexture::Wrap wrap) {
     if (wrap == osg::UberMaterialTexture::ClampToEdge)
         return static_cast<int>(std::clamp(index, 0.0, count - 1.0));
@@ -38,7 +38,7 @@ Color pixel(const ktImage& image, int x, int y) {
     return {linear[bytes[0]], linear[bytes[1]], linear[bytes[2]], static_cast<float>(bytes[3]) / 255};
 }
 
-/// Whether the picture has all the pixels that its size promises.
+/// Whether the picture has as many pixels as its size says.
 bool isWhole(const ktImage& image) {
     return image.width_px > 0 && image.height_px > 0 &&
            image.pixels.size() / 4 / static_cast<size_t>(image.width_px) >= static_cast<size_t>(image.height_px);
@@ -65,7 +65,7 @@ std::array<float, 4> ktSampleTexture(const osg::UberMaterialTexture& texture, fl
     if (!texture.isFiltered)
         return at(std::floor(x), std::floor(y));
 
-    // Pixels have their middle at half coordinates.
+    // Pixel centres are at half coordinates.
     const double left = std::floor(x - 0.5), top = std::floor(y - 0.5);
     const auto right = static_cast<float>(x - 0.5 - left), down = static_cast<float>(y - 0.5 - top);
     const Color corners[4] = {at(left, top), at(left + 1, top), at(left, top + 1), at(left + 1, top + 1)};

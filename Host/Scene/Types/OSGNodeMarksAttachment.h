@@ -12,7 +12,7 @@ OSG_BEGIN_NAMESPACE
 class NodeMarksAttachment;
 typedef FCPtr<AttachmentPtr, NodeMarksAttachment> NodeMarksAttachmentPtr;
 
-/// What the host knows of one node beyond its core. Set through ktNodeMarks, asked for through ktNodePermission,
+/// Properties of a node that its core does not hold. Set them with ktNodeMarks; query them with ktNodePermission,
 /// ktAnimManager, ktNodeUtils and ktLights.
 class KT_HOST_EXPORT NodeMarksAttachment : public Attachment {
     typedef Attachment Inherited;
@@ -34,18 +34,18 @@ public:
 
     OSG_FIELD_CONTAINER_DECL(NodeMarksAttachmentPtr)
 
-    /// The node and all below it may not be changed.
+    /// The node and everything below it must not be changed.
     OSG_SFIELD_ACCESS(bool, Locked)
     /// A skin or a morph moves single vertices of the node's geometry.
     OSG_SFIELD_ACCESS(bool, VertexAnimation)
     /// The node is a piece of one larger geometry.
     OSG_SFIELD_ACCESS(bool, GeometryComponent)
-    /// The node's light sends out the rays of a measured ray file.
+    /// The node's light emits the rays of a measured ray file.
     OSG_SFIELD_ACCESS(bool, RayFileLight)
 
-    /// Whether any node at all may carry marks: without one, questions need not search. Thread-safe.
+    /// Whether any node may have marks. If none has, queries need no search. Thread-safe.
     static bool exist();
-    /// Grows whenever marks are made, announced as changed, attached, taken away or destroyed. Thread-safe.
+    /// Increases whenever marks are created, announced as changed, attached, removed or destroyed. Thread-safe.
     static UInt32 getGeneration() { return generation; }
 
     void changed(BitVector whichField, UInt32 origin) override;
@@ -65,7 +65,7 @@ protected:
 private:
     friend class FieldContainer;
 
-    static std::atomic<int> livingCount; // the type's prototype included
+    static std::atomic<int> livingCount; // including the type's prototype
     static std::atomic<UInt32> generation;
 };
 

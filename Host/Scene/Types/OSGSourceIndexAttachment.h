@@ -11,8 +11,8 @@ OSG_BEGIN_NAMESPACE
 class SourceIndexAttachment;
 typedef FCPtr<AttachmentPtr, SourceIndexAttachment> SourceIndexAttachmentPtr;
 
-/// Where a node or a geometry stands in the document that it was read from. Numbers count from 0; -1 means that it
-/// has no such place.
+/// Position of a node or geometry in the document that it was read from. Indices count from 0; -1 means that it has no
+/// such position.
 class KT_HOST_EXPORT SourceIndexAttachment : public Attachment {
     typedef Attachment Inherited;
 
@@ -33,7 +33,7 @@ public:
 
     OSG_SFIELD_ACCESS(Int32, NodeIndex)
     OSG_SFIELD_ACCESS(Int32, MeshIndex)
-    /// Within the mesh.
+    /// Index within the mesh.
     OSG_SFIELD_ACCESS(Int32, PrimitiveIndex)
 
 protected:

@@ -17,7 +17,7 @@ ValuePair::ValuePair() = default;
 ValuePair::ValuePair(const ValuePair& source) = default;
 ValuePair::~ValuePair() = default;
 
-// Place of the key, or getSize().
+// Index of the key, or getSize().
 UInt32 ValuePair::find(const std::string& key) const {
     return static_cast<UInt32>(std::find(_mfKeys.begin(), _mfKeys.end(), key) - _mfKeys.begin());
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The scripting module "kthost", for Python 2.7 and for Python 3.
-// Before Qt, whose keyword "slots" the interpreter's headers use as a name.
+// The scripting module "kthost", for Python 2.7 and Python 3.
+// Python before Qt: the interpreter's headers use the name "slots", which is a macro of Qt.
 #include <boost/python.hpp>
 
 #include "ktHostModuleBuffer.h"
@@ -25,14 +25,14 @@ void translateError(const ktHostModuleError& error) {
     PyErr_SetString(errorType, error.what());
 }
 
-/// What an application of the host does for its scripts, where a plain interpreter imports the module.
+/// Does what an application of the host does, if a plain interpreter imports the module.
 void becomeApplication() {
     if (!QCoreApplication::instance()) {
         static int argc = 1;
         static char name[] = "kthost";
         static char* argv[] = {name, nullptr};
         new QCoreApplication(argc, argv); // for the rest of the process
-        // As it was: decimals have a point in messages and files. NOLINTNEXTLINE(concurrency-mt-unsafe)
+        // Undo Qt's change: messages and files need a decimal point. NOLINTNEXTLINE(concurrency-mt-unsafe)
         std::setlocale(LC_NUMERIC, "C");
     }
     if (!ktScripting::isRunning())

@@ -9,7 +9,7 @@ namespace python = boost::python;
 
 namespace {
 
-/// What a buffer object owns; exports point into it.
+/// The data of a buffer object. Exported buffers point into it.
 struct Numbers {
     std::vector<float> floats;
     std::vector<std::uint32_t> integers;
@@ -30,7 +30,7 @@ int getBuffer(PyObject* self, Py_buffer* view, int flags) {
         return -1;
     }
     static char floatFormat[] = "f", integerFormat[] = "I";
-    static float empty[1]; // never null, also without rows
+    static float empty[1]; // never null, even without rows
     const std::size_t count = std::max(numbers.floats.size(), numbers.integers.size());
     view->buf = count == 0        ? static_cast<void*>(empty)
                 : numbers.isFloat ? static_cast<void*>(numbers.floats.data())
@@ -80,7 +80,7 @@ void ktInitBufferType() {
     bufferType.tp_free = PyObject_Free;
     bufferType.tp_as_buffer = &bufferProcs;
     bufferType.tp_flags = Py_TPFLAGS_DEFAULT;
-    // One reference that nobody gives back.
+    // This reference is never released.
 #if PY_MAJOR_VERSION < 3
     bufferType.tp_flags |= Py_TPFLAGS_HAVE_NEWBUFFER;
     bufferType.ob_refcnt = 1;

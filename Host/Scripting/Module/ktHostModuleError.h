@@ -3,7 +3,7 @@
 
 #include <stdexcept>
 
-/// A failure that a script gets as kthost.Error, with the same text.
+/// A failure that scripts receive as kthost.Error, with the same text.
 class ktHostModuleError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

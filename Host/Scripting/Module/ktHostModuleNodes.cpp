@@ -26,7 +26,7 @@ std::string nameOf(const osg::NodePtr& node) {
     return name ? name : "";
 }
 
-/// A name as a path holds it: found by nothing but itself, or by names that differ where a "/" stood.
+/// Escapes a name for a path that finds this name, and names that have another character in place of a "/".
 std::string escapedForPath(const std::string& name) {
     std::string escaped;
     for (const char c : name) {
@@ -149,7 +149,7 @@ python::list ktHostModuleNodes::select(const python::object& what) {
     if (ktIsPythonString(what) || python::extract<const ktHostModuleNode&>(what).check()) {
         wanted = findNodes(what);
     } else {
-        const python::handle<> items(PyObject_GetIter(what.ptr())); // throws, with TypeError, for what is no list
+        const python::handle<> items(PyObject_GetIter(what.ptr())); // throws, with TypeError set, if it is not iterable
         while (PyObject* const item = PyIter_Next(items.get())) {
             const std::vector<osg::NodePtr> found = findNodes(python::object(python::handle<>(item)));
             wanted.insert(wanted.end(), found.begin(), found.end());

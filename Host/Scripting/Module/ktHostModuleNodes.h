@@ -5,12 +5,12 @@
 #include <OpenSG/OSGNode.h>
 #include <string>
 
-/// A node as scripts hold it: by the number of its container, which is never used twice, and without a reference.
+/// A node in a script. Holds the id of its container, which is never reused, and no reference.
 class ktHostModuleNode {
 public:
     explicit ktHostModuleNode(const osg::NodePtr& node) : id(node.getFieldContainerId()) {}
 
-    /// The node; throws ktHostModuleError when it is not in the scene any more.
+    /// The node. Throws ktHostModuleError if it is no longer in the scene.
     osg::NodePtr get() const;
 
     boost::python::object getName() const;
@@ -27,7 +27,7 @@ private:
     osg::UInt32 id;
 };
 
-/// The scene's nodes: functions of the module `kthost`, described in ktHostModuleHelp.h.
+/// Functions of the module `kthost` for the scene's nodes, described in ktHostModuleHelp.h.
 namespace ktHostModuleNodes {
 
 boost::python::list nodes();

@@ -20,7 +20,7 @@ namespace python = boost::python;
 
 namespace {
 
-/// Remembers the first error that is logged while it lives.
+/// Stores the first error that is logged during its lifetime.
 class FirstError {
 public:
     FirstError() {

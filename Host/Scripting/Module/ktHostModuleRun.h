@@ -3,7 +3,7 @@
 
 #include <boost/python.hpp>
 
-/// Bakes, presets and undo: functions of the module `kthost`, described in ktHostModuleHelp.h.
+/// Functions of the module `kthost` for bakes, presets and undo, described in ktHostModuleHelp.h.
 namespace ktHostModuleRun {
 
 bool bake(bool missing);

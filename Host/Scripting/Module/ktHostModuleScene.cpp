@@ -22,11 +22,11 @@ constexpr int maxPictureSize = 16384;
 
 struct OpenScene {
     std::unique_ptr<ktSceneFile> file;
-    std::string name; // as given
+    std::string name; // as the script gave it
 };
 
 OpenScene& scene() {
-    // Never destroyed: at the end of the process the scene graph's own statics may go first.
+    // Never destroyed: at the end of the process the scene graph's static objects may be destroyed first.
     static auto& instance = *new OpenScene;
     return instance;
 }

@@ -3,7 +3,7 @@
 
 #include <boost/python.hpp>
 
-/// The scene that scripts open, save and look at: functions of the module `kthost`, described in ktHostModuleHelp.h.
+/// Functions of the module `kthost` that open, save and show the scene, described in ktHostModuleHelp.h.
 namespace ktHostModuleScene {
 
 void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances, bool groundPlane);
@@ -11,9 +11,9 @@ void close();
 void save(const boost::python::object& path, const boost::python::object& shade, double exposure);
 void preview(const boost::python::object& path, int width, int height, double exposure, double turn_degrees);
 
-/// Selects the top nodes of the open file. Throws ktHostModuleError without one.
+/// Selects the top nodes of the open file. Throws ktHostModuleError if no file is open.
 void selectTopNodes();
-/// Decodes the materials' pictures; nothing without an open file.
+/// Decodes the materials' pictures. Does nothing if no file is open.
 void loadPictures();
 
 } // namespace ktHostModuleScene

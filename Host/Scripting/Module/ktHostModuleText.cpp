@@ -17,7 +17,7 @@ std::string ktTextArgument(const python::object& object, const char* what) {
     python::object text = object;
 #if PY_MAJOR_VERSION >= 3
     if (!PyUnicode_Check(text.ptr())) {
-        // handle<> throws when there is no such method, with TypeError set.
+        // handle<> throws if the method fails, with its error set.
         if (PyObject_HasAttrString(text.ptr(), "__fspath__"))
             text = python::object(python::handle<>(PyOS_FSPath(text.ptr())));
     }
@@ -29,7 +29,7 @@ std::string ktTextArgument(const python::object& object, const char* what) {
         PyErr_Format(PyExc_TypeError, "%s must be a string, not %s", what, Py_TYPE(object.ptr())->tp_name);
         python::throw_error_already_set();
     }
-    // File names that are no UTF-8 come as lone surrogates, and go out as the bytes they were.
+    // Python 3 gives file names that are not UTF-8 as lone surrogates. They are converted back to their bytes.
 #if PY_MAJOR_VERSION >= 3
     const python::handle<> bytes(PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
 #else

@@ -4,12 +4,12 @@
 #include <boost/python.hpp>
 #include <string>
 
-/// Whether the object is a string: of either kind in Python 2.
+/// Whether the object is a string, in Python 2 of either type.
 bool ktIsPythonString(const boost::python::object& object);
 
-/// UTF-8 text of a string; in Python 3 of an os.PathLike, too. Sets TypeError and throws error_already_set for others.
-/// @param what names the argument in the message
+/// The UTF-8 text of a string, or in Python 3 of an os.PathLike. For other objects sets TypeError and throws
+/// error_already_set. @param what name of the argument, for the message
 std::string ktTextArgument(const boost::python::object& object, const char* what);
 
-/// A native string from UTF-8; bytes that are none are replaced.
+/// Converts UTF-8 to a native string. Replaces invalid bytes.
 boost::python::object ktTextResult(const std::string& text);

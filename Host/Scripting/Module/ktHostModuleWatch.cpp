@@ -21,7 +21,7 @@ namespace {
 
 constexpr auto callInterval = std::chrono::milliseconds(50);
 
-/// The bake under way, as scripts see it. Main thread only but for `isBusy`.
+/// The current bake, as scripts see it. Main thread only, except `isBusy`.
 class Watch : public QObject {
 public:
     Watch() {
@@ -50,7 +50,7 @@ public:
         connect(&host, &ktHostSignals::busyChanged, this, [this](bool busy) { busy ? begin() : end(); });
     }
 
-    // Objects of the interpreter, which may end before this does; never destroyed.
+    // Objects of the interpreter, which may end first; so this object is never destroyed.
     python::object progressCallback, cancelCallback;
     std::atomic<bool> isBusy{false};
 
@@ -68,7 +68,7 @@ private:
         guard.reset();
         if (!errorType)
             return;
-        // What a callback raised comes out of the call that baked, once that has returned.
+        // An exception from a callback is raised after the call that baked has returned.
         const auto raise = [](void* self) {
             auto& watch = *static_cast<Watch*>(self);
             PyErr_Restore(watch.errorType, watch.errorValue, watch.errorTrace);
@@ -79,11 +79,11 @@ private:
     }
 
     double share(double ofStep) const {
-        // A step is the beginning of a geometry.
+        // Each step is the beginning of a geometry.
         return steps <= 0 ? 0 : std::min(0.999, (std::max(0, step - 1) + ofStep) / steps);
     }
 
-    // Never falls: refinement traces a geometry again.
+    // Never decreases, although refinement traces a geometry again.
     void report(double share, bool always) {
         const Clock::time_point now = Clock::now();
         if (!always && (share <= highest || now - lastCall < callInterval))
@@ -96,7 +96,7 @@ private:
 
     void call(const python::object& callback, const python::tuple& arguments) {
         const ktPythonLock lock;
-        // An interrupt ends the bake. It is not for the callback, which would not even begin.
+        // An interrupt ends the bake. Handle it here, because the callback would not even start.
         if (PyErr_CheckSignals() != 0)
             keepError();
         if (callback.is_none())
@@ -106,7 +106,7 @@ private:
             keepError();
     }
 
-    // Keeps the error that is set, and ends the bake.
+    // Keeps the current error and ends the bake.
     void keepError() {
         if (errorType) {
             PyErr_Clear(); // the first one counts
@@ -157,7 +157,7 @@ void ktHostModuleWatch::cancel() {
     if (!watch().isBusy)
         return;
     ktCancelToken::the().cancel();
-    // The plug-in is told on the main thread, by its event loop.
+    // Through the event loop, because the plug-in must be called on the main thread.
     QMetaObject::invokeMethod(
         &watch(),
         [] {

@@ -3,16 +3,16 @@
 
 #include <boost/python.hpp>
 
-/// What a script hears of a bake, and how it ends one: functions of the module `kthost`, described in
+/// Functions of the module `kthost` that report the progress of a bake and cancel it, described in
 /// ktHostModuleHelp.h.
 namespace ktHostModuleWatch {
 
-/// Connects to the host and the plug-in; once, on the main thread.
+/// Connects to the host and the plug-in. Call once, on the main thread.
 void start();
 
 void onProgress(const boost::python::object& callback);
 void onCancel(const boost::python::object& callback);
-/// Any thread.
+/// Thread-safe.
 void cancel();
 
 } // namespace ktHostModuleWatch

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "ktGeometryNumbers.h"
+
+namespace {
+
+const osg::Pnt3f* firstPosition(const osg::GeometryPtr& geometry) {
+    const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
+    return positions != osg::NullFC && positions->getSize() > 0 ? &positions->getField()[0] : nullptr;
+}
+
+} // namespace
+
+void ktGeometryNumbers::add(const osg::GeometryPtr& geometry) {
+    if (const osg::Pnt3f* positions = firstPosition(geometry))
+        byPositions.emplace(positions, geometry);
+}
+
+ktGeometryNumber ktGeometryNumbers::find(const osg::Pnt3f* positions) const {
+    const auto found = byPositions.find(positions);
+    if (found == byPositions.end() || firstPosition(found->second.get()) != positions)
+        return 0;
+    return ktGetGeometryNumber(found->second.get());
+}
