@@ -4,6 +4,7 @@
 // threads, in turns in one process. The ratio is the median of those of the rounds: what else the machine does
 // meanwhile slows neighbours alike.
 #include "ktBenchmarkScenes.h"
+#include "ktCommandLine.h"
 #include "ktEmbreeLoop.h"
 #include "ktFloatMode.h"
 #include "ktHemisphereSampler.h"
@@ -18,7 +19,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -255,18 +255,19 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
 
 int main(int argumentCount, char** arguments) {
     Options options;
-    CLI::App app("A bounce of indirect light against a bare Embree loop of nearest hits: million rays a second");
-    app.add_option("--models", options.models, "Folder with stanford-bunny.obj");
-    app.add_option("--engine", options.engine, "The engine assembly");
-    app.add_option("--scenes", options.scenes, "Scenes to measure")->check(CLI::IsMember({"bunny", "engine"}));
-    app.add_option("--samples", options.samples, "Rays a vertex: the square")->check(CLI::Range(1, 256));
-    app.add_option("--threads", options.threads, "Threads")->check(CLI::PositiveNumber);
-    app.add_option("--rounds", options.rounds, "Runs of each, in turns; the median counts")->check(CLI::PositiveNumber);
+    ktCommandLine app("A bounce of indirect light against a bare Embree loop of nearest hits: million rays a second");
+    app.add("--models", options.models, "Folder with stanford-bunny.obj");
+    app.add("--engine", options.engine, "The engine assembly");
+    app.addChoice("--scenes", options.scenes, "Scenes to measure", {"bunny", "engine"});
+    app.addRange("--samples", options.samples, "Rays a vertex: the square", 1, 256);
+    app.addPositive("--threads", options.threads, "Threads");
+    app.addPositive("--rounds", options.rounds, "Runs of each, in turns; the median counts");
     const std::map<std::string, ktTracerKind> kinds{{"embree", ktTracerKind::Embree},
                                                     {"hemisphere", ktTracerKind::Hemisphere}};
     std::string tracer = "hemisphere";
-    app.add_option("--tracer", tracer, "What the host traces with")->check(CLI::IsMember(kinds))->capture_default_str();
-    CLI11_PARSE(app, argumentCount, arguments);
+    app.addChoice("--tracer", tracer, "What the host traces with", {"embree", "hemisphere"});
+    if (const auto code = app.parse(argumentCount, arguments))
+        return *code;
     ktChooseTracer(kinds.at(tracer));
     const QCoreApplication application(argumentCount, arguments);
     ktThreadCount::set(options.threads);

@@ -5,6 +5,7 @@
 // differ are judged in double precision: "wrong" counts those in which the hemisphere tracer errs by more than
 // rounding, the last column those in which Embree does.
 #include "ktBenchmarkGlb.h"
+#include "ktCommandLine.h"
 #include "ktEmbreeLoop.h"
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereTracer.h"
@@ -17,7 +18,6 @@
 #include <atomic>
 #include <cfloat>
 #include <chrono>
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -200,23 +200,24 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
 
 int main(int argc, char** argv) {
     Options options;
-    CLI::App app("Rays a second of the hemisphere tracer against the best plain Embree loop");
-    app.add_option("--models", options.models, "Folder with stanford-bunny.obj and nefertiti.obj");
-    app.add_option("--engine", options.engine, "The engine assembly");
-    app.add_option("--scenes", options.scenes, "bunny, nefertiti, engine, assembly, or scene files");
-    app.add_option("--sides", options.sides, "Rays a vertex: the square of each");
-    app.add_option("--assembly", options.assembly, "Triangles of the generated assembly");
-    app.add_option("--vertices", options.vertices, "Vertices traced, about");
-    app.add_option("--min-distance", options.minDistance,
-                   "Nearest hit that counts, as a share of the diagonal; by default the host's least");
-    app.add_option("--threads", options.threads, "Threads");
-    app.add_option("--repeats", options.repeats, "Runs of each, in turns; the median counts");
-    app.add_option("--lanes", options.lanes, "Floats at a time, at most: 4, 8, 16");
-    app.add_flag("--cpu-time", options.cpuTime,
-                 "Count the threads' processor time, for machines that do other work too");
-    app.add_flag("--occlusion-only", options.occlusionOnly, "Leave nearest hits out");
-    app.add_option("--save-assembly", options.save, "Write the generated assembly to a .glb file and do nothing else");
-    CLI11_PARSE(app, argc, argv);
+    ktCommandLine app("Rays a second of the hemisphere tracer against the best plain Embree loop");
+    app.add("--models", options.models, "Folder with stanford-bunny.obj and nefertiti.obj");
+    app.add("--engine", options.engine, "The engine assembly");
+    app.add("--scenes", options.scenes, "bunny, nefertiti, engine, assembly, or scene files");
+    app.add("--sides", options.sides, "Rays a vertex: the square of each");
+    app.add("--assembly", options.assembly, "Triangles of the generated assembly");
+    app.add("--vertices", options.vertices, "Vertices traced, about");
+    app.add("--min-distance", options.minDistance,
+            "Nearest hit that counts, as a share of the diagonal; by default the host's least");
+    app.add("--threads", options.threads, "Threads");
+    app.add("--repeats", options.repeats, "Runs of each, in turns; the median counts");
+    app.add("--lanes", options.lanes, "Floats at a time, at most: 4, 8, 16");
+    app.addFlag("--cpu-time", options.cpuTime,
+                "Count the threads' processor time, for machines that do other work too");
+    app.addFlag("--occlusion-only", options.occlusionOnly, "Leave nearest hits out");
+    app.add("--save-assembly", options.save, "Write the generated assembly to a .glb file and do nothing else");
+    if (const auto code = app.parse(argc, argv))
+        return *code;
     std::printf("%-10s %-9s %5s %-9s %9s %9s %7s %9s %10s %7s %7s\n", "scene", "what", "rays", "distance", "Embree",
                 "ours", "ratio", "us/vertex", "differ", "wrong", "Embree");
     std::printf("%-10s %-9s %5s %-9s %9s %9s %7s %9s %10s %7s %7s\n", "", "", "", "", "Mray/s", "Mray/s", "", "",

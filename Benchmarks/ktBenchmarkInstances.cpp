@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Parts that are used several times: written out in world space, or as Embree instances?
 #include "ktBenchmarkScenes.h"
+#include "ktCommandLine.h"
 #include "ktFloatMode.h"
 #include "ktHemisphereSampler.h"
 #include "ktTileDirections.h"
@@ -13,7 +14,6 @@
 #include <atomic>
 #include <cfloat>
 #include <chrono>
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <embree3/rtcore.h>
 #include <exception>
@@ -160,17 +160,18 @@ std::uint64_t countOpen(RTCScene scene, const ktRayVertex& vertex, const ktRayLi
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    CLI::App options("Repeated parts as Embree instances against the same parts written out: rays a second, memory");
+    ktCommandLine options(
+        "Repeated parts as Embree instances against the same parts written out: rays a second, memory");
     std::string file;
     std::uint32_t count = 32, limit = 20000;
     int threads = 2, rounds = 5;
-    options.add_option("scene", file, "Scene with parts that are used more than once")->required();
-    options.add_option("--sides", count, "Rays a vertex along an axis, a multiple of 4");
-    options.add_option("--vertices", limit, "Vertices to trace from, at most")->check(CLI::PositiveNumber);
-    options.add_option("--threads", threads, "Threads")->check(CLI::PositiveNumber);
-    options.add_option("--rounds", rounds, "Alternating rounds, of which the median counts")
-        ->check(CLI::PositiveNumber);
-    CLI11_PARSE(options, argumentCount, arguments);
+    options.addRequired("scene", file, "Scene with parts that are used more than once");
+    options.add("--sides", count, "Rays a vertex along an axis, a multiple of 4");
+    options.addPositive("--vertices", limit, "Vertices to trace from, at most");
+    options.addPositive("--threads", threads, "Threads");
+    options.addPositive("--rounds", rounds, "Alternating rounds, of which the median counts");
+    if (const auto code = options.parse(argumentCount, arguments))
+        return *code;
     try {
         const ktBenchmarkScene writtenOut = ktLoadBenchmarkScene(file, file);
         const Scene used = loadUses(file);

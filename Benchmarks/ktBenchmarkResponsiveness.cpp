@@ -2,6 +2,7 @@
 // How long the event loop waits while one large geometry is built and traced, and how soon a cancel takes effect.
 #include "ktBenchmarkSurface.h"
 #include "ktCancelToken.h"
+#include "ktCommandLine.h"
 #include "ktEmbreeTracer.h"
 #include "ktHemisphereTracer.h"
 #include "ktSceneRaytracing.h"
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <OpenSG/OSGGeometry.h>
@@ -103,22 +103,18 @@ private:
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    CLI::App options("Longest wait of the event loop, and time from a cancel to the return, with one large geometry");
+    ktCommandLine options(
+        "Longest wait of the event loop, and time from a cancel to the return, with one large geometry");
     std::string tracer = "embree";
     unsigned threads = 2;
     std::uint32_t side = 1000;
     int count = 8;
-    options.add_option("--tracer", tracer, "Tracer")
-        ->check(CLI::IsMember({"embree", "hemisphere"}))
-        ->capture_default_str();
-    options.add_option("--threads", threads, "Threads")->check(CLI::PositiveNumber)->capture_default_str();
-    options.add_option("--side", side, "The geometry has about side x side vertices")
-        ->check(CLI::Range(10, 5000))
-        ->capture_default_str();
-    options.add_option("--rays", count, "Rays a vertex along an axis")
-        ->check(CLI::Range(1, 1024))
-        ->capture_default_str();
-    CLI11_PARSE(options, argumentCount, arguments);
+    options.addChoice("--tracer", tracer, "Tracer", {"embree", "hemisphere"});
+    options.addPositive("--threads", threads, "Threads");
+    options.addRange("--side", side, "The geometry has about side x side vertices", 10, 5000);
+    options.addRange("--rays", count, "Rays a vertex along an axis", 1, 1024);
+    if (const auto code = options.parse(argumentCount, arguments))
+        return *code;
 
     const QCoreApplication application(argumentCount, arguments);
     try {

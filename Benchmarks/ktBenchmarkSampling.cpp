@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // How far occlusion by a given number of rays is from that by very many, for several ways to place the rays.
 #include "ktBenchmarkSurface.h"
+#include "ktCommandLine.h"
 #include "ktEmbreeTracer.h"
 #include "ktHemisphereSampler.h"
 #include "ktSampleCandidates.h"
 #include "ktVertexFrames.h"
 
 #include <cfloat>
-#include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -64,15 +64,16 @@ private:
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    CLI::App options("Error of occlusion against 65,536 rays a vertex: root mean square, mean, largest");
+    ktCommandLine options("Error of occlusion against 65,536 rays a vertex: root mean square, mean, largest");
     std::string file;
     std::vector<std::uint32_t> counts{8, 16, 32, 64};
     std::uint32_t step = 17, seeds = 4;
-    options.add_option("surface", file, "OBJ file; default KT_BENCHMARK_MESH, else a generated surface");
-    options.add_option("--counts", counts, "Rays a vertex along an axis");
-    options.add_option("--step", step, "Every how many vertices one is measured")->check(CLI::PositiveNumber);
-    options.add_option("--seeds", seeds, "Patterns of each kind")->check(CLI::PositiveNumber);
-    CLI11_PARSE(options, argumentCount, arguments);
+    options.add("surface", file, "OBJ file; default KT_BENCHMARK_MESH, else a generated surface");
+    options.add("--counts", counts, "Rays a vertex along an axis");
+    options.addPositive("--step", step, "Every how many vertices one is measured");
+    options.addPositive("--seeds", seeds, "Patterns of each kind");
+    if (const auto code = options.parse(argumentCount, arguments))
+        return *code;
     try {
         const ktBenchmarkSurface surface = ktChooseBenchmarkSurface(file);
         const Measure measure(surface, step);

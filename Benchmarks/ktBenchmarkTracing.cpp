@@ -2,6 +2,7 @@
 // How fast the direct pass of a whole run is, as a ratio to bare Embree calls in the same run.
 #include "ktAmbientOcclusion.h"
 #include "ktBenchmarkSurface.h"
+#include "ktCommandLine.h"
 #include "ktEmbreeTracer.h"
 #include "ktHemisphereTracer.h"
 #include "ktRaytracingManager.h"
@@ -12,7 +13,6 @@
 #include "ktYardstick.h"
 
 #include <algorithm>
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -90,21 +90,21 @@ std::unique_ptr<ktTracer> makeTracer(const std::string& name) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    CLI::App options("Direct pass of a whole run against bare Embree calls: million rays a second, and their ratio");
+    ktCommandLine options(
+        "Direct pass of a whole run against bare Embree calls: million rays a second, and their ratio");
     std::string file;
     std::vector<std::string> tracers{"embree", "hemisphere"};
     unsigned threads = 2;
     int rounds = 5, quality = 2;
     float maxDistance = 3000.0f;
-    options.add_option("mesh", file, "OBJ file; default KT_BENCHMARK_MESH, else a generated surface");
-    options.add_option("--tracer", tracers, "Tracers to measure")->check(CLI::IsMember({"embree", "hemisphere"}));
-    options.add_option("--threads", threads, "Threads")->check(CLI::PositiveNumber)->capture_default_str();
-    options.add_option("--rounds", rounds, "Alternating rounds, of which the median counts")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
-    options.add_option("--max-distance", maxDistance, "Farthest hit, of a diagonal of 3000")->capture_default_str();
-    options.add_option("--quality", quality, "Shadow quality")->check(CLI::Range(0, 5))->capture_default_str();
-    CLI11_PARSE(options, argumentCount, arguments);
+    options.add("mesh", file, "OBJ file; default KT_BENCHMARK_MESH, else a generated surface");
+    options.addChoice("--tracer", tracers, "Tracers to measure", {"embree", "hemisphere"});
+    options.addPositive("--threads", threads, "Threads");
+    options.addPositive("--rounds", rounds, "Alternating rounds, of which the median counts");
+    options.add("--max-distance", maxDistance, "Farthest hit, of a diagonal of 3000");
+    options.addRange("--quality", quality, "Shadow quality", 0, 5);
+    if (const auto code = options.parse(argumentCount, arguments))
+        return *code;
 
     const std::filesystem::path preferences = std::filesystem::temp_directory_path() / "ktBenchmarkTracing/";
     setenv("KT_PREFERENCES_DIR", preferences.c_str(), 0); // the user's own templates stay out of it

@@ -36,7 +36,7 @@ find_program(KT_CCACHE ccache)
 if(KT_CCACHE)
     # Relative paths and relaxed time checks let checkouts in different folders share the cache.
     set(KT_CCACHE_LAUNCHER ${CMAKE_COMMAND} -E env
-        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
+        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 CCACHE_DEPEND=1
         CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${KT_CCACHE})
     set(CMAKE_CXX_COMPILER_LAUNCHER ${KT_CCACHE_LAUNCHER})
 endif()
