@@ -96,7 +96,7 @@ osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, 
     for (const ktNodeLink& link : scene.nodes)
         if (ktIsGroundPlaneNode(*ktJsonElement(document.json, "nodes", link.node)))
             return link.shown;
-    // In the space below the root's own transform, as the document has it.
+    // In the document's space: below the root's transform.
     ktWorldBounds bounds;
     osg::Matrix toDocument = scene.root->getToWorld();
     toDocument.invert();
@@ -117,7 +117,7 @@ osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, 
         messages.warn("file", "has no extent, so it gets no ground plane");
         return osg::NullFC;
     }
-    // Room for the shadow to fade out, and a little air against surfaces that touch the ground.
+    // Space for the shadow to fade out, and a small gap below surfaces that touch the ground.
     const float margin = std::max(bounds.max[1] - bounds.min[1], 0.25f * static_cast<float>(diagonal));
     for (const osg::UInt32 axis : {0u, 2u}) {
         bounds.min[axis] -= margin;

@@ -6,8 +6,8 @@
 /// Squares along each side of a new ground plane.
 const int ktGroundPlaneSquares = 8;
 
-/// Adds a ground plane to a document and its scene: a node of its own at the top, tagged in its extras, with a grid of
-/// squares under the geometry that is there (y up), black and blended. A scene has at most one: where there is one,
-/// that is returned. Null when the scene has no extent or the document's collections are broken, with a warning.
+/// Adds a ground plane to a document and its scene: a new top node, marked in its extras, with a black blended grid of
+/// squares below the geometry (y is up). A scene has at most one: returns an existing plane. Returns null, with a
+/// warning, if the scene has no extent or the document's collections are broken.
 osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, ktGltfScene& scene,
                               ktFileMessages& messages);

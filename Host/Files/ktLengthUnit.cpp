@@ -48,7 +48,7 @@ double ktSceneDiagonal(const osg::NodePtr& root) {
         const auto positions = osg::GeoPositions3fPtr::dcast(instance.geometry->getPositions());
         if (positions == osg::NullFC || osg::UShadowMaterialPtr::dcast(instance.geometry->getMaterial()) != osg::NullFC)
             return true;
-        // In double: scenes may be as large as a float can say.
+        // In double: positions may be as large as the largest float.
         for (const osg::Pnt3f& point : positions->getField())
             for (osg::UInt32 axis = 0; axis < 3; ++axis) {
                 double value = instance.toWorld[3][axis];

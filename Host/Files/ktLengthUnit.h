@@ -7,25 +7,25 @@
 #include <optional>
 #include <string>
 
-/// What one unit of a file's positions means.
+/// The length of one unit of a file's positions.
 struct ktLengthUnit {
-    double millimetres = 0.0; ///< per unit; 0: decide by the scene's size
+    double millimetres = 0.0; ///< per unit; 0: choose by the scene's size
 
     bool isAutomatic() const { return millimetres == 0.0; }
 };
 
-/// Understands "auto", "m", "cm", "mm", "inch", "foot" and a number above 0, which is millimetres per unit. Empty for
+/// Parses "auto", "m", "cm", "mm", "inch", "foot" or a number above 0, which is millimetres per unit. Empty for
 /// anything else.
 KT_HOST_EXPORT std::optional<ktLengthUnit> ktParseLengthUnit(const std::string& text);
 
-/// Diagonal of the box around the scene's geometry in the units of `root`'s parent, hidden nodes included, ground
-/// planes left out.
+/// Diagonal of the bounding box of the scene's geometry, in the units of `root`'s parent. Includes hidden nodes,
+/// excludes ground planes.
 KT_HOST_EXPORT double ktSceneDiagonal(const osg::NodePtr& root);
 
-/// Millimetres per unit to show a scene in.
-/// @param unit     as asked for
+/// Chooses the millimetres per unit of a scene.
+/// @param unit     the requested unit
 /// @param diagonal of the scene, in the file's units
 /// @param isMetres the file is in metres, or claims to be
-/// @param note     receives a sentence where the decision needs to be told; else it is left alone
-/// An automatic unit believes metres when the diagonal is between 1 cm and 100 m, and else takes the diagonal for 3 m.
+/// @param note     receives a sentence if the user should know about the choice; else unchanged
+/// If the unit is automatic: metres if `isMetres` and the diagonal is 1 cm to 100 m; else the diagonal becomes 3 m.
 KT_HOST_EXPORT double ktDecideUnit(const ktLengthUnit& unit, double diagonal, bool isMetres, std::string& note);

@@ -26,7 +26,7 @@ struct ktSceneFile::Data {
 
 namespace {
 
-// Runs `work`; whatever it throws becomes the report's error.
+// Runs `work`. An exception becomes the report's error.
 template <class Work>
 bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
     const std::string file = path.toStdString();
@@ -43,7 +43,7 @@ bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
     return false;
 }
 
-// Reads any format; tells whether positions are in metres.
+// Reads any supported format. `isMetres`: whether the positions are in metres.
 ktGltfDocument readDocument(const QString& path, bool& isMetres, ktFileMessages& messages) {
     ktCheckReadable(path, "file");
     isMetres = true;
@@ -59,7 +59,7 @@ ktGltfDocument readDocument(const QString& path, bool& isMetres, ktFileMessages&
     return std::move(imported.document);
 }
 
-// A compressed copy of the vertices would no longer fit what is written beside it.
+// Removes the compressed copy of a primitive's vertices, because it would not match the results.
 void dropCompression(ktGltfDocument& document, const ktPrimitiveLink& link, ktFileMessages& messages) {
     ktJson& primitive = document.json["meshes"][link.mesh]["primitives"][link.primitive];
     ktJson* extensions = ktJsonMember(primitive, "extensions");

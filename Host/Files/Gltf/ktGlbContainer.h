@@ -7,7 +7,7 @@ const std::uint32_t ktGlbMagic = 0x46546C67;       ///< "glTF"
 const std::uint32_t ktGlbJsonChunk = 0x4E4F534A;   ///< "JSON"
 const std::uint32_t ktGlbBinaryChunk = 0x004E4942; ///< "BIN" and a zero
 
-/// A .glb file taken apart. Ranges refer to the file's bytes.
+/// The chunks of a .glb file. Ranges are in bytes of the file.
 struct ktGlbParts {
     std::size_t jsonBegin = 0, jsonSize = 0;
     std::size_t binaryBegin = 0, binarySize = 0;
@@ -15,8 +15,8 @@ struct ktGlbParts {
     std::vector<ktGlbChunk> others;
 };
 
-/// Whether bytes begin like a .glb file.
+/// Whether the bytes begin like a .glb file.
 bool ktIsGlb(const ktBytes& file);
-/// Takes a .glb file apart. Throws ktFileError (object "file") when it is truncated, has another version than 2 or does
-/// not begin with a JSON chunk.
+/// Finds the chunks of a .glb file. Throws ktFileError (object "file") if the file is truncated, has a version other
+/// than 2 or does not begin with a JSON chunk.
 ktGlbParts ktSplitGlb(const ktBytes& file, ktFileMessages& messages);

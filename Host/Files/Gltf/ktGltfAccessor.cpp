@@ -28,7 +28,7 @@ ktComponent componentOf(const ktJson& object, const std::string& pointer) {
     }
 }
 
-// First byte of `count` elements in a view; every byte of them is inside it.
+// First byte of `count` elements in a view. Throws ktFileError unless all their bytes are inside the view.
 const std::uint8_t* rangeInView(const ktGltfDocument& document, const ktJson& object, const std::string& pointer,
                                 std::size_t count, std::size_t elementSize, bool strided, std::size_t& stride) {
     const auto view = ktJsonWhole(object, "bufferView");

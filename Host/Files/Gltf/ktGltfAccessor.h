@@ -13,34 +13,34 @@ enum class ktComponent : std::uint32_t {
     Float = 5126,
 };
 
-/// Bytes of one component.
+/// Size of one component in bytes.
 std::size_t ktComponentSize(ktComponent type);
-/// Components of "SCALAR", "VEC2" to "VEC4", "MAT4"; 0 for any other name.
+/// Number of components of "SCALAR", "VEC2" to "VEC4", "MAT4"; 0 for any other name.
 int ktComponentCount(const std::string& type);
 
-/// Typed, range-checked view of one accessor. Valid as long as the document's buffers are not changed.
+/// Typed, range-checked view of one accessor. Valid while the document's buffers are not changed.
 class ktGltfAccessor {
 public:
-    /// Throws ktFileError that names the accessor, or what it refers to, when any element lies outside its data, or
-    /// when more than 2^24 elements have no data behind them.
+    /// Throws ktFileError that names the accessor, or what it refers to, if any element lies outside its data, or if
+    /// more than 2^24 elements have no data.
     ktGltfAccessor(const ktGltfDocument& document, std::size_t index);
 
     std::size_t count() const { return elements; }
     int components() const { return width; }
     ktComponent componentType() const { return type; }
-    /// False when all elements are zero because nothing stands behind them.
+    /// False if all elements are zero because the accessor has no data.
     bool hasData() const { return data || !sparseIndices.empty(); }
     bool isNormalized() const { return normalized; }
 
-    /// Reads elements as floats; normalised integers become 0 to 1 or -1 to 1.
+    /// Reads elements as floats. Normalised integers become 0 to 1 or -1 to 1.
     /// @param which   indices of the elements, each below count(); null means 0 to n - 1
     /// @param n       number of elements
-    /// @param wanted  components to write an element; missing ones become `fill`, further ones are left out
+    /// @param wanted  components to write per element; missing ones become `fill`, further ones are left out
     /// @param out     n * wanted floats
     void readFloats(const std::uint32_t* which, std::size_t n, int wanted, float fill, float* out) const;
-    /// Reads all elements of an index accessor. Throws ktFileError when it is not a SCALAR of unsigned integers.
+    /// Reads all elements of an index accessor. Throws ktFileError if it is not a SCALAR of unsigned integers.
     std::vector<std::uint32_t> readIndices() const;
-    /// Reads components of elements as unsigned integers, as joints are stored; arguments as for readFloats().
+    /// Reads components as unsigned integers, for instance joints. The arguments are as for readFloats().
     void readWhole(const std::uint32_t* which, std::size_t n, int wanted, std::uint32_t* out) const;
 
 private:
@@ -60,7 +60,7 @@ private:
     const std::uint8_t* sparseValues = nullptr;
 };
 
-/// Where the data of a buffer view lies. Throws ktFileError that names the view when it is not inside its buffer.
+/// The data of a buffer view. ktFindGltfView() throws ktFileError that names a view that is not inside its buffer.
 struct ktGltfViewRange {
     const std::uint8_t* data;
     std::size_t size;

@@ -11,47 +11,47 @@ class ktFileMessages;
 
 /// The bytes of one entry of /buffers.
 struct ktGltfBuffer {
-    ktBytes bytes;       ///< never more than the entry's byteLength; fewer when the file is short
-    std::string problem; ///< why there are no bytes; empty when they are there
+    ktBytes bytes;       ///< never more than the entry's byteLength; fewer if the file is short
+    std::string problem; ///< why there are no bytes; empty if there are
 };
 
-/// A chunk of a .glb file that is neither JSON nor the first binary one; kept as it is.
+/// A chunk of a .glb file that is neither the JSON nor the first binary chunk; kept unchanged.
 struct ktGlbChunk {
     std::uint32_t type;
     ktBytes bytes;
 };
 
-/// Which form a document came in.
+/// The form that a document was read from.
 enum class ktGltfForm {
     Glb,   ///< one .glb file
     Gltf,  ///< a .gltf file with its resources
-    Memory ///< made from a file of another format
+    Memory ///< imported from a file of another format
 };
 
-/// A glTF 2.0 document: its JSON as it came, and the bytes that belong to it.
+/// A glTF 2.0 document: its JSON as it was read, and the bytes of its buffers.
 struct ktGltfDocument {
-    QString path; ///< absolute path of the file it came from; resources are relative to its folder
+    QString path; ///< absolute path of the source file; resources are relative to its folder
     ktGltfForm form = ktGltfForm::Memory;
     ktJson json = ktJson::object();
-    std::vector<ktGltfBuffer> buffers; ///< one an entry of /buffers
+    std::vector<ktGltfBuffer> buffers; ///< one per entry of /buffers
     std::vector<ktGlbChunk> chunks;    ///< further chunks of a .glb
-    int indent = -1;                   ///< spaces a level when written as text; -1: one line
+    int indent = -1;                   ///< spaces per level in a .gltf file; -1: one line
     char indentWith = ' ';
 
     /// Absolute path of the folder that resources are relative to.
     QString folder() const;
 };
 
-/// Reads a .gltf or .glb file. What is wrong with single buffers is kept in them; what concerns the whole file (not
-/// readable, not glTF, truncated, another version than 2, an extension it requires and we lack) throws ktFileError.
+/// Reads a .gltf or .glb file. A buffer with an error stores the reason. Throws ktFileError if the whole file is
+/// unusable: not readable, not glTF, truncated, a version other than 2, a required extension that we lack.
 ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages);
 
-/// Whether the file begins like a .glb file, whatever its name.
+/// Whether the file begins like a .glb file; its name does not matter.
 bool ktBeginsLikeGlb(const QString& path);
 /// Whether the file's content is glTF of version 1, which ktReadGltf() refuses.
 bool ktIsGltf1(const QString& path);
 
-/// Writes a document as .glb or .gltf, by the ending of `path`. The main file is written beside its target, flushed and
-/// renamed into place last; resources that a .gltf elsewhere needs are copied along and never replace a file of other
-/// content. The document itself is not changed. Throws ktFileError (object "file" or a JSON pointer).
+/// Writes a document as .glb or .gltf, by the ending of `path`. Copies resources that a .gltf in another folder needs,
+/// and never replaces a file with different content. Then writes the main file beside its target, flushes it and
+/// renames it. Does not change the document. Throws ktFileError (object "file" or a JSON pointer).
 void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMessages& messages);

@@ -7,14 +7,14 @@
 
 namespace {
 
-// Read here, or without any bearing on where light can go.
+// Supported, or without influence on the light.
 const char* const known[] = {
     "KHR_lights_punctual", "KHR_mesh_quantization",  "KHR_texture_transform",
     "KHR_node_visibility", "KHR_animation_pointer",  "KHR_xmp",
     "KHR_xmp_json_ld",     "EXT_lights_image_based",
 };
 
-// Images in another format: colours from them are missing then, which is warned about where they are needed.
+// Images in other formats. Their colours are missing; whoever needs them warns.
 const char* const images[] = {"KHR_texture_basisu", "EXT_texture_webp", "EXT_texture_avif", "MSFT_texture_dds"};
 
 bool isKnown(const std::string& name) {

@@ -3,7 +3,7 @@
 
 #include "ktGltfJson.h"
 
-/// Refuses a document that requires an extension without which its geometry or its place in the scene would be wrong.
-/// Extensions that only touch materials or carry information are left alone. Throws ktFileError that names the
+/// Refuses a document that requires an unknown extension: its geometry or its position in the scene might be wrong.
+/// Accepts extensions that only affect materials or carry information. Throws ktFileError that names the refused
 /// extension.
 void ktCheckRequiredExtensions(const ktJson& document);

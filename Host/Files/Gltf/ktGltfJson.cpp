@@ -12,8 +12,8 @@ namespace {
 const std::size_t depthLimit = 500;
 const std::size_t memberLimit = 20000;
 
-// The parser itself is not recursive, but writing and copying are, and members are looked up one after the other: both
-// limits must hold before a document is made.
+// The parser is not recursive, but writing and copying are: nesting needs a limit. Lookups compare all members of an
+// object one by one: their number needs a limit. Checks both before parsing.
 void checkLimits(const char* text, std::size_t size) {
     std::vector<std::size_t> commas;
     bool inString = false;
@@ -29,7 +29,7 @@ void checkLimits(const char* text, std::size_t size) {
         } else if (c == '{' || c == '[') {
             if (commas.size() == depthLimit)
                 throw ktFileError("file", "JSON nests deeper than " + std::to_string(depthLimit) + " levels");
-            // A list may have any length; only objects are counted.
+            // An array may have any length. Only members of objects are counted.
             commas.push_back(c == '{' ? 1 : size);
         } else if (c == '}' || c == ']') {
             if (!commas.empty())

@@ -29,7 +29,7 @@ void append(ktPackedGltf& packed, const std::uint8_t* data, std::size_t size) {
     packed.binarySize = offset + size;
 }
 
-// An extension inside a view may refer to a buffer of its own.
+// Moves a reference to a buffer: of a view, or of an extension inside a view, which may refer to another buffer.
 void moveReference(ktJson& holder, const std::vector<std::size_t>& newIndex, const std::vector<std::size_t>& offset) {
     const auto buffer = ktJsonWhole(holder, "buffer");
     if (!buffer || *buffer >= newIndex.size())
@@ -40,7 +40,7 @@ void moveReference(ktJson& holder, const std::vector<std::size_t>& newIndex, con
         holder["byteOffset"] = ktJsonWhole(holder, "byteOffset").value_or(0) + offset[old];
 }
 
-// Puts every buffer that is there into the binary chunk; the others stay entries of their own behind it.
+// Puts every buffer that has bytes into the binary chunk. The others stay separate entries after it.
 void embedBuffers(const ktGltfDocument& document, ktPackedGltf& packed) {
     const std::size_t count = document.buffers.size();
     std::vector<std::size_t> newIndex(count, 0);
@@ -88,7 +88,7 @@ const char* imageType(const ktBytes& bytes) {
     return nullptr;
 }
 
-// Images of other formats may not be embedded and are copied along like other resources.
+// Embeds PNG and JPEG images. Others may not be embedded; they are copied like other resources.
 void embedImages(const ktGltfDocument& document, ktPackedGltf& packed, ktFileMessages& messages) {
     for (std::size_t i = 0; i < ktJsonCount(packed.json, "images"); ++i) {
         if (!hasUri(packed.json, "images", i))
@@ -106,7 +106,7 @@ void embedImages(const ktGltfDocument& document, ktPackedGltf& packed, ktFileMes
                 continue;
             append(packed, bytes->data(), bytes->size());
             ktJson view = {{"buffer", 0}, {"byteOffset", packed.binary.back().offset}, {"byteLength", bytes->size()}};
-            ktMarkAsOwn(view); // so that it can move when results before it go
+            ktMarkAsOwn(view); // it may move when results before it are removed
             ktJson& views = ktJsonArray(packed.json, "bufferViews");
             views.push_back(std::move(view));
             packed.owned.push_back(std::move(bytes));
@@ -138,8 +138,8 @@ bool holds(const QString& path, const ktBytes& bytes) {
            ktReadWholeFile(path, "file") == bytes;
 }
 
-// Lets the resource that an entry refers to be found from another folder as well: under the same relative path, or,
-// where a file of other content has that name, under one that tells the content.
+// Copies the resource of an entry to another folder: to the same relative path, or, if a file of different content has
+// that name, to a name with the hash of its content.
 void copyResource(const ktGltfDocument& document, ktJson& entry, const std::string& object, const QString& folder,
                   ktPackedGltf& packed, ktFileMessages& messages) {
     const std::string uri = ktJsonText(entry, "uri");
@@ -171,7 +171,7 @@ void copyResources(const ktGltfDocument& document, const QString& folder, ktPack
             copyResource(document, packed.json[collection][i], ktPointer(collection, i), folder, packed, messages);
 }
 
-// A binary chunk can only be the first buffer.
+// The binary chunk must be the first buffer.
 bool mustEmbed(const ktGltfDocument& document) {
     if (document.form != ktGltfForm::Glb)
         return true;
@@ -244,7 +244,7 @@ std::vector<QString> ktFindOwnBuffers(const QString& path) {
                 files.push_back(file);
         }
     } catch (const ktFileError&) {
-        // What cannot be read refers to nothing that could be cleared away.
+        // An unreadable file refers to nothing that could be deleted.
     }
     return files;
 }

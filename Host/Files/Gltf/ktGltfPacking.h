@@ -7,42 +7,42 @@
 
 class ktFileMessages;
 
-/// A stretch of the binary chunk to be written.
+/// A range of the binary chunk to be written.
 struct ktPackedPiece {
     const std::uint8_t* data;
     std::size_t size;
     std::size_t offset; ///< in the chunk
 };
 
-/// A file to be written beside the main file before it.
+/// A file to write beside the main file, before the main file.
 struct ktPackedFile {
     QString relativePath;
     const std::uint8_t* data;
     std::size_t size;
 };
 
-/// A document ready to be written: where each byte goes is decided and stands in the JSON. Refers to the document's
-/// bytes.
+/// A document ready to be written. The JSON already has the final place of each byte. Refers to the document's bytes:
+/// the document must outlive it.
 struct ktPackedGltf {
     ktJson json;
-    std::vector<ktPackedPiece> binary; ///< ascending offsets; gaps are zero
+    std::vector<ktPackedPiece> binary; ///< by ascending offset; gaps are written as zeros
     std::size_t binarySize = 0;
     std::vector<ktPackedFile> files;
-    std::vector<std::unique_ptr<ktBytes>> owned; ///< bytes read for this purpose
+    std::vector<std::unique_ptr<ktBytes>> owned; ///< bytes that packing had to read
 };
 
-/// Packs for a .glb file in `folder`. A document that is no .glb itself gets its buffers and images embedded; one that
-/// is keeps what it refers to, copied along when the folder is another one.
+/// Packs for a .glb file in `folder`. Embeds the buffers and images of a document that is not a .glb. A .glb keeps its
+/// external resources; they are copied if the folder is another one.
 ktPackedGltf ktPackForGlb(const ktGltfDocument& document, const QString& folder, ktFileMessages& messages);
 
-/// Packs for a .gltf file in `folder`. Buffers without a file go into data URIs when all others are data URIs, else
-/// into a file named <stem>-<hash of its content>.bin, so that a crash between two files never mixes old and new. Other
-/// resources keep their relative path, and are copied along when the folder is another one.
+/// Packs for a .gltf file in `folder`. Buffers without a file become data URIs if all others are data URIs, else a
+/// file <stem>-<hash of its content>.bin, so that a crash between two files never mixes old and new content. Other
+/// resources keep their relative path; they are copied if the folder is another one.
 ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder, const QString& stem,
                            ktFileMessages& messages);
 
-/// Absolute paths of the buffer files that the .gltf file `path` refers to and that were written by ktPackForGltf():
-/// their name ends in the hash of their content. Empty when there is no such file.
+/// Absolute paths of the buffer files of the .gltf file `path` that ktPackForGltf() wrote: their name ends in the hash
+/// of their content. Empty if there are none.
 std::vector<QString> ktFindOwnBuffers(const QString& path);
-/// Removes those of `files` that `json` refers to no more.
+/// Deletes those of `files` that `json` no longer refers to.
 void ktRemoveUnused(const std::vector<QString>& files, const ktJson& json);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads .gltf and .glb files into a document.
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktGlbContainer.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-// What the first line break of the text is followed by is the unit of its indentation.
+// One level of indentation is the white space after the first line break.
 void findIndentation(const char* text, std::size_t size, ktGltfDocument& document) {
     const char* const end = text + size;
     const char* at = std::find(text, end, '\n');
@@ -96,7 +97,7 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
         document.json = ktParseJson(reinterpret_cast<const char*>(file.data()) + parts.jsonBegin, parts.jsonSize);
         document.chunks = std::move(parts.others);
         hasBinary = parts.hasBinary;
-        // In place, so that a large file is never in memory twice.
+        // Moved in place: a large file must not be in memory twice.
         const std::size_t size = parts.binarySize;
         if (size)
             std::memmove(file.data(), file.data() + parts.binaryBegin, size);
@@ -128,7 +129,7 @@ bool ktIsGltf1(const QString& path) {
         const ktJson json = ktParseJson(reinterpret_cast<const char*>(file.data()), file.size());
         const ktJson* asset = ktJsonMember(json, "asset");
         const std::string version = asset ? ktJsonText(*asset, "version") : std::string();
-        // The version may be missing there, but its collections were objects and not arrays.
+        // In version 1 the version number may be missing, but collections are objects, not arrays.
         const ktJson* meshes = ktJsonMember(json, "meshes");
         return version.compare(0, 2, "1.") == 0 || (version.empty() && meshes && meshes->is_object());
     } catch (const ktFileError&) {

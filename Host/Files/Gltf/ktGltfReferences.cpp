@@ -9,7 +9,7 @@ void use(std::vector<bool>& used, const ktJson* reference) {
         used[static_cast<std::size_t>(*index)] = true;
 }
 
-// Every value of an object whose members are all references, such as a primitive's attributes.
+// Marks every value of an object whose members are all references, such as a primitive's attributes.
 void useAll(std::vector<bool>& used, const ktJson* references) {
     if (references && references->is_object())
         for (const ktJson& reference : *references)

@@ -24,7 +24,7 @@ std::size_t lengthOf(const ktJson& view) {
     return static_cast<std::size_t>(ktJsonWhole(view, "byteLength").value_or(0));
 }
 
-// Freed entries at the end go; those before others keep their index and are used again.
+// Removes freed entries at the end of the array. The others keep their index and are reused.
 void dropTail(ktJson& array, std::vector<std::size_t>& freed) {
     while (!freed.empty() && freed.back() + 1 == array.size()) {
         array.erase(array.size() - 1);
@@ -110,8 +110,8 @@ void ktGltfStore::reclaimViews() {
     dropTail(views, freedViews);
 }
 
-// What is ours and still used moves together behind what came in; what was freed is gone. A buffer in a foreign file
-// stays as it is.
+// Moves our data that is still used together, after the data of the input. Freed data is dropped. Does not change a
+// buffer that has its own file.
 void ktGltfStore::compactBuffer(std::size_t index) {
     ktJson& views = list("bufferViews");
     ktJson& entry = list("buffers")[index];
@@ -194,7 +194,7 @@ std::size_t ktGltfStore::addAccessor(const ktGltfNewAccessor& accessor) {
 }
 
 void ktGltfStore::finish() {
-    // Entries between others cannot go without renumbering what follows; they stay, small and marked for the next time.
+    // Freed entries before others must stay, or indices change. They become small, and marked for reuse.
     for (const std::size_t i : freedAccessors) {
         list("accessors")[i] = {{"componentType", 5126}, {"count", 1}, {"type", "SCALAR"}};
         ktMarkAsOwn(list("accessors")[i]);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes a document as a .gltf or .glb file.
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktGlbContainer.h"
@@ -56,8 +57,8 @@ void writeGlb(const ktPackedGltf& packed, const std::vector<ktGlbChunk>& chunks,
     file.commit();
 }
 
-// The files that a document needs beside it, written before it and taken back unless it gets there too. They replace
-// nothing: their names are new.
+// Writes the files that a document needs, before the document. Deletes new ones again if writing the document fails.
+// Never replaces a file of different content.
 class FilesBeside {
 public:
     explicit FilesBeside(const QDir& folder_) : folder(folder_) {}

@@ -13,7 +13,7 @@ bool isUsable(const double* numbers, std::size_t count) {
     });
 }
 
-// Reads an optional list of numbers; false when it is there but of no use.
+// Reads an optional array of numbers; false if it is present but invalid.
 bool readNumbers(const ktJson& node, const char* key, std::size_t count, double* numbers) {
     if (!ktJsonMember(node, key))
         return true;
@@ -66,7 +66,7 @@ ktMatrix ktMultiply(const ktMatrix& a, const ktMatrix& b) {
 }
 
 bool ktInvert(const ktMatrix& m, ktMatrix& inverse) {
-    // Rows of the inverse's upper part are cross products of the columns.
+    // The rows of the inverse's 3 by 3 part are cross products of the columns.
     const auto cofactor = [&](std::size_t a, std::size_t b, std::size_t row) {
         const std::size_t i = (row + 1) % 3, j = (row + 2) % 3;
         return m[4 * a + i] * m[4 * b + j] - m[4 * a + j] * m[4 * b + i];

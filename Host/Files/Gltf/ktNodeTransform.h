@@ -11,11 +11,11 @@ using ktMatrix = std::array<double, 16>;
 
 const ktMatrix ktIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-/// The transform of a node, given as matrix or as translation, rotation and scale. With values that are not finite or a
-/// rotation without length, `valid` becomes false and the identity is returned.
+/// The transform of a node, given as matrix or as translation, rotation and scale. If a value is not finite or the
+/// rotation has zero length, `valid` becomes false and the result is the identity.
 ktMatrix ktReadNodeMatrix(const ktJson& node, bool& valid);
-/// What does b first and then a.
+/// The product a * b: applies b first, then a.
 ktMatrix ktMultiply(const ktMatrix& a, const ktMatrix& b);
-/// The inverse of a matrix whose last row is 0, 0, 0, 1; false, and nothing written, when there is none.
+/// Inverts a matrix whose last row is 0, 0, 0, 1. If it has no inverse, returns false and does not write.
 bool ktInvert(const ktMatrix& matrix, ktMatrix& inverse);
 osg::Matrix ktToOSG(const ktMatrix& matrix);

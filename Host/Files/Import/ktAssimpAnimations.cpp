@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts Assimp's animations to glTF.
 #include "ktAssimpTarget.h"
 
 #include <cmath>
 
 namespace {
 
-// Keys of one channel as time and value lists: times ascending, each once, all numbers finite.
+// Keys of one channel as lists of times and values. Times ascend without repeats; all numbers are finite.
 class Keys {
 public:
     explicit Keys(double ticksPerSecond) : ticks(ticksPerSecond > 0.0 ? ticksPerSecond : 25.0) {}

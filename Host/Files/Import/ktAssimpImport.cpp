@@ -19,13 +19,13 @@
 
 namespace {
 
-// What the importing process hands back: one JSON text, then the bytes of buffer 0.
+// Sizes of what the importing process returns: one JSON text, then the bytes of buffer 0.
 struct Header {
     std::uint64_t jsonSize = 0;
     std::uint64_t dataSize = 0;
 };
 
-// Opens what can be read to its end: a pipe or a device that a file names would keep the importer waiting.
+// Opens regular files only: with a pipe or a device, the importer could wait forever.
 class RegularFiles : public Assimp::DefaultIOSystem {
 public:
     bool Exists(const char* path) const override { return isRegular(path) && DefaultIOSystem::Exists(path); }
@@ -53,18 +53,18 @@ double metaNumber(const aiScene& scene, const char* key, double otherwise) {
     return scene.mMetaData->Get(key, asFloat) ? asFloat : otherwise;
 }
 
-// Metres per unit of the imported positions; 0 when the file does not say.
+// Metres per unit of the imported positions; 0 if the file does not name its unit.
 double metresPerUnit(const aiScene& scene, const std::string& path) {
     const std::string ending = path.substr(std::min(path.size(), path.rfind('.') + 1));
     const auto is = [&](const char* name) { return QString::fromStdString(ending).toLower() == name; };
-    // Collada's importer has brought everything to metres by then.
+    // Assimp's Collada importer converts to metres.
     if (is("dae") || is("zae"))
         return 1.0;
     const double centimetres = metaNumber(scene, "UnitScaleFactor", 0.0);
     return is("fbx") && centimetres > 0.0 && std::isfinite(centimetres) ? centimetres / 100.0 : 0.0;
 }
 
-// glTF is in metres and its y axis points up.
+// Converts to glTF's axes and unit: y up, metres.
 void standUp(ktAssimpTarget& target, double metres) {
     const bool zUp =
         metaNumber(target.scene, "UpAxis", 1.0) == 2.0 && metaNumber(target.scene, "UnitScaleFactor", 0.0) > 0.0;
@@ -83,7 +83,7 @@ void standUp(ktAssimpTarget& target, double metres) {
 ktJson import(const std::string& path, ktBytes& bytes) {
     ktJson answer = ktJson::object();
     Assimp::Importer importer;
-    importer.SetIOHandler(new RegularFiles); // the importer's own from here on
+    importer.SetIOHandler(new RegularFiles); // the importer takes ownership
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
                            aiProcess_LimitBoneWeights | aiProcess_FlipUVs;
@@ -115,7 +115,7 @@ ktJson import(const std::string& path, ktBytes& bytes) {
 
 void importInto(ktByteSink& sink, const std::string& path) {
     ktBytes bytes;
-    // Names in old files may be in any encoding.
+    // Names in old files may have any encoding; bytes that are not UTF-8 are replaced.
     const std::string text = import(path, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
     const Header header = {text.size(), bytes.size()};
     sink.write(&header, sizeof header);
@@ -137,7 +137,7 @@ ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages)
     ktProcessLimits limits;
     limits.memory_bytes = (std::size_t(4) << 30) + 100 * size;
     limits.time_s = 20 + static_cast<unsigned>(size >> 16);
-    limits.wait_s = 60 + 4 * limits.time_s; // the machine may be busy, the disk slow
+    limits.wait_s = 60 + 4 * limits.time_s; // the machine may be busy or the disk slow
     const ktBytes answer = ktRunLimited(limits, [&](ktByteSink& sink) { importInto(sink, file); });
 
     Header header;

@@ -5,14 +5,14 @@
 
 class ktFileMessages;
 
-/// A file of another format, turned into glTF in memory.
+/// A file of another format, converted to glTF in memory.
 struct ktImportedFile {
     ktGltfDocument document;
-    bool hasUnit = false; ///< the file says what its unit is, and the document is in metres
+    bool hasUnit = false; ///< the file names its unit, and the document is in metres
 };
 
-/// Imports any format that Assimp knows. The import runs in a process of its own with limits on memory and time, so
-/// that a broken file cannot take this one down. Throws ktFileError (object "file").
+/// Imports any format that Assimp supports. The import runs in a separate process with limits on memory and time, so
+/// that a broken file cannot crash this process. Throws ktFileError (object "file").
 ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages);
 
 /// Whether Assimp has an importer for files with the ending of `path`.

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts Assimp's materials, textures and images to glTF.
 #include "ktAssimpTarget.h"
 #include "ktFileMessages.h"
 
@@ -85,7 +86,7 @@ ktJson Materials::convert(const aiMaterial& material) {
         out["alphaMode"] = "MASK";
     else if (opacity < 1.0f)
         out["alphaMode"] = "BLEND";
-    // Most of these formats know no front and back.
+    // Most of these formats do not distinguish front and back.
     int twoSided = 1;
     material.Get(AI_MATKEY_TWOSIDED, twoSided);
     if (twoSided)
@@ -150,7 +151,7 @@ ktJson Materials::embedded(const aiTexture& texture) {
     }
     if (texture.mWidth > 32768 || texture.mHeight > 32768)
         return nullptr;
-    // Texels are stored blue first, as Qt's format is on this byte order.
+    // Assimp stores blue first, as Qt's ARGB32 does on little-endian machines.
     const QImage image(data, static_cast<int>(texture.mWidth), static_cast<int>(texture.mHeight),
                        QImage::Format_ARGB32);
     QBuffer png;
@@ -162,7 +163,7 @@ ktJson Materials::embedded(const aiTexture& texture) {
             {"mimeType", "image/png"}};
 }
 
-// Files name their images as they lay on another machine; the one of the same name beside the file is meant.
+// Image paths are often those of another machine. Then takes the image of the same name beside the file.
 ktJson Materials::fileNamed(std::string name) {
     std::replace(name.begin(), name.end(), '\\', '/');
     const fs::path given = fs::path(name).lexically_normal();

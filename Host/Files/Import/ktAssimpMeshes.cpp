@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts Assimp's meshes to glTF primitives.
 #include "ktAssimpTarget.h"
 #include "ktFileMessages.h"
 #include "ktSmoothNormals.h"
@@ -23,7 +24,7 @@ bool isFinite(const aiVector3D& v) {
     return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
 }
 
-// What cannot be a vector becomes zero.
+// Components that are not finite become zero.
 std::vector<float> finiteVectors(const aiVector3D* data, std::size_t count, int width = 3) {
     std::vector<float> out = vectors(data, count, width);
     for (float& component : out)
@@ -32,7 +33,7 @@ std::vector<float> finiteVectors(const aiVector3D* data, std::size_t count, int 
     return out;
 }
 
-// Unit vectors; zero where there is no direction.
+// Unit vectors; zero for vectors without direction.
 std::vector<float> directions(const aiVector3D* data, std::size_t count) {
     std::vector<float> out = finiteVectors(data, count);
     for (std::size_t i = 0; i < out.size(); i += 3) {
@@ -43,7 +44,7 @@ std::vector<float> directions(const aiVector3D* data, std::size_t count) {
     return out;
 }
 
-// The mesh's normals; smooth ones take the place of those without direction.
+// The mesh's normals. Smooth normals replace those without direction.
 std::vector<float> normals(ktAssimpTarget& target, const aiMesh& mesh, const std::vector<float>& positions,
                            const std::vector<std::uint32_t>& triangles) {
     std::vector<float> out = directions(mesh.mNormals, mesh.mNumVertices);
@@ -119,7 +120,7 @@ ktJson morphTarget(ktAssimpTarget& target, const aiMesh& mesh, const aiAnimMesh&
     return attributes;
 }
 
-// Vertices a face must have for the mesh's kind of primitive, and glTF's number for it; 0 for what is not one kind.
+// Vertices per face for the mesh's kind of primitive, and glTF's mode; 0 if the kind is unknown.
 std::pair<unsigned, int> kindOf(const aiMesh& mesh) {
     if (mesh.mPrimitiveTypes & aiPrimitiveType_TRIANGLE)
         return {3, 4};

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts Assimp's nodes, skins, cameras and lights to glTF.
 #include "ktAssimpTarget.h"
 #include "ktFileMessages.h"
 
@@ -28,7 +29,7 @@ std::set<std::string> animatedNames(const aiScene& scene) {
     return names;
 }
 
-// An animated node must be given as translation, rotation and scale.
+// Animated nodes must have translation, rotation and scale instead of a matrix.
 void setTransform(ktJson& node, const aiMatrix4x4& matrix, bool animated) {
     if (!isFinite(matrix) || (matrix.IsIdentity() && !animated))
         return;
@@ -91,7 +92,7 @@ private:
 
     ktAssimpTarget& target;
     std::set<std::string> animated;
-    std::map<unsigned, ktJson> primitives;               ///< per mesh; null when unusable
+    std::map<unsigned, ktJson> primitives;               ///< per mesh; null if unusable
     std::map<std::vector<unsigned>, std::size_t> meshOf; ///< per list of meshes
 };
 
@@ -188,7 +189,7 @@ std::size_t Nodes::skinOf(const aiMesh& mesh) {
             target.messages.warn(mesh.mBones[b]->mName.C_Str(), "bone without a node; the root moves it");
         std::size_t joint = found == target.nodeOfName.end() ? 0 : found->second;
         if (!joints.insert(joint).second) {
-            // A joint may be listed once; a node that moves with it stands in.
+            // A skin may list a joint only once. A new child node, which moves with the joint, replaces it.
             const std::size_t standIn = target.add("nodes", ktJson::object());
             target.json["nodes"][joint]["children"].push_back(standIn);
             joint = standIn;
@@ -203,7 +204,7 @@ std::size_t Nodes::skinOf(const aiMesh& mesh) {
     return target.add("skins", std::move(skin));
 }
 
-// A child of the named node that looks along its own -z, as glTF's lights and cameras do.
+// Adds a child of the named node that looks along its local -z, as glTF's lights and cameras do.
 std::size_t Nodes::addOriented(const aiString& name, const aiVector3D& place, const aiVector3D& forward,
                                const aiVector3D& up) {
     aiVector3D back = forward * -1.0f;
@@ -228,7 +229,7 @@ std::size_t Nodes::addOriented(const aiString& name, const aiVector3D& place, co
     return index;
 }
 
-// These formats give brightness as a colour without a unit; it is taken as candela or lux.
+// In these formats brightness is a colour without a unit. It is taken as candela or lux.
 void Nodes::addLights() {
     for (unsigned i = 0; i < target.scene.mNumLights; ++i) {
         const aiLight& source = *target.scene.mLights[i];

@@ -50,7 +50,7 @@ void limit(int resource, std::size_t value) {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     alarm(limits.wait_s);
-    // What a crashing library has to say would only confuse; the reason is given by the caller.
+    // Output of a crashing library would only confuse. The caller reports the reason.
     const int nowhere = open("/dev/null", O_WRONLY);
     if (nowhere >= 0) {
         dup2(nowhere, STDOUT_FILENO);
@@ -105,7 +105,7 @@ ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktB
     if (copy == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != self)
-            _exit(threw); // it ended before the line above
+            _exit(threw); // the parent ended before the line above
         runCopy(limits, work, memory.number);
     }
 

@@ -7,22 +7,22 @@
 #include <OpenSG/OSGGeometry.h>
 #include <vector>
 
-/// What ties a geometry of the scene graph to the primitive of the document that it shows.
+/// The relation of a geometry of the scene graph to the primitive of the document that it shows.
 struct ktPrimitiveLink {
     std::size_t mesh = 0;
     std::size_t primitive = 0; ///< within the mesh
     osg::GeometryRefPtr geometry;
     std::vector<std::uint32_t> source; ///< source vertex of each vertex, ascending; empty: vertex i is source vertex i
     std::size_t sourceCount = 0;       ///< elements of the primitive's attributes
-    std::size_t vertexCount = 0;       ///< vertices when it was read
-    bool hasNormals = false;           ///< its normals came with the file
-    int colorWidth = 0;                ///< components of the colours that came in; 0: none
+    std::size_t vertexCount = 0;       ///< vertices after reading
+    bool hasNormals = false;           ///< the file has its normals
+    int colorWidth = 0;                ///< components of the file's colours; 0: none
     bool isAnimated = false;           ///< a skin or a morph moves its vertices
     bool isGroundPlane = false;
     std::vector<ktAttributeSlot> slots;
-    std::vector<std::string> lostWhenRefined; ///< attributes that found no slot
+    std::vector<std::string> lostWhenRefined; ///< attributes without a slot
 
-    /// Whether it has other vertices than the file: it was refined.
+    /// Whether it was refined: the number of its vertices has changed since reading.
     bool isRefined() const {
         const osg::GeoPositionsPtr positions = geometry->getPositions();
         return positions != osg::NullFC && positions->getSize() != vertexCount;

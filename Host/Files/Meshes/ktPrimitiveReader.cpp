@@ -25,7 +25,7 @@ PropertyPtr fill(const std::vector<Value>& values) {
     return property;
 }
 
-// Weighs each accessor with what the document has of data, so that a short file cannot describe a scene without end.
+// Limits the vertices and indices by the size of the document's data: a short file must not describe an endless scene.
 std::size_t budgetOf(const ktGltfDocument& document) {
     std::size_t bytes = 0;
     for (const ktGltfBuffer& buffer : document.buffers)
@@ -259,7 +259,7 @@ void ktPrimitiveReader::readSlots(Open& open) {
             others.push_back(name);
     }
     if (open.link.isAnimated)
-        return; // never refined, so nothing has to go along
+        return; // never refined, so no attribute needs a slot
     for (const std::string& name : others) {
         const int channels[] = {6, 4, 3, 2, 1, 0};
         const auto* const free = std::find_if(std::begin(channels), std::end(channels),

@@ -7,15 +7,15 @@
 
 #include <optional>
 
-/// Turns primitives of a document into geometries.
+/// Converts primitives of a document to geometries.
 class ktPrimitiveReader {
 public:
     ktPrimitiveReader(const ktGltfDocument& document, ktFileMessages& messages);
 
-    /// Reads one primitive: positions in the given pose, normals (smooth ones for surfaces that have none), colours as
-    /// they first came in, further attributes in slots, and results baked before in channels 7 and 5. What is broken is
-    /// left out with a warning; empty when nothing can be used. Throws ktFileError when the document describes far more
-    /// vertices than it has data for. The geometry has no material yet.
+    /// Reads one primitive: positions in the given pose, normals (smooth ones for surfaces without), the original
+    /// colours, further attributes in slots, and earlier baked results in channels 7 and 5. Leaves out broken parts
+    /// with a warning; empty if nothing can be used. Throws ktFileError if the document describes far more vertices
+    /// than it has data for. The geometry has no material yet.
     std::optional<ktPrimitiveLink> read(std::size_t mesh, std::size_t primitive, const ktRestPose& pose);
 
 private:

@@ -18,7 +18,7 @@ bool isList(int mode) {
     return mode == 0 || mode == 1 || mode == 4;
 }
 
-// The same primitives each with vertices of its own in the list: points, pairs or triples.
+// Converts strips, fans and loops to a list: each primitive has its own entries (one, two or three vertices).
 std::vector<std::uint32_t> listOf(int mode, const std::vector<std::uint32_t>& v) {
     const std::size_t n = v.size();
     std::vector<std::uint32_t> list;
@@ -49,7 +49,7 @@ std::vector<std::uint32_t> sequence(std::size_t count) {
     return all;
 }
 
-// Leaves out the primitives with a vertex that `isBad`; the rest becomes a list. Returns how many there were.
+// Removes the primitives with a vertex that `isBad`; the rest becomes a list. Returns how many were removed.
 template <class Predicate>
 std::size_t leaveOut(ktPrimitiveShape& shape, const Predicate& isBad) {
     const std::vector<std::uint32_t> list = listOf(shape.mode, shape.indices);
@@ -68,7 +68,7 @@ std::size_t leaveOut(ktPrimitiveShape& shape, const Predicate& isBad) {
     return bad;
 }
 
-// Vertices at the end of a list that make no whole primitive; in a strip or fan, all when there are too few.
+// Vertices at the end of a list that do not form a whole primitive. In a strip or fan: all, if there are too few.
 std::size_t incompleteCount(int mode, std::size_t count) {
     const std::size_t corners = cornersOf(mode);
     if (isList(mode))
@@ -117,7 +117,7 @@ ktPrimitiveShape ktVertexPacker::pack(int mode, std::vector<std::uint32_t>* indi
     if (shape.indices.empty())
         shape.indices = sequence(shape.vertexCount());
     shape.badPositions = leaveOut(shape, isBad);
-    // Back to source vertices, so that what is left is packed anew.
+    // Back to source vertices, because the remaining primitives are packed again.
     if (!shape.source.empty())
         for (std::uint32_t& index : shape.indices)
             index = shape.source[index];

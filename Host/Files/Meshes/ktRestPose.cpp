@@ -14,7 +14,7 @@ std::vector<double> weightsOf(const ktJson& holder) {
     std::vector<double> weights(ktJsonCount(holder, "weights"));
     if (!weights.empty() && !ktJsonNumbers(holder, "weights", weights.size(), weights.data()))
         weights.clear();
-    // All zero is the shape as it stands.
+    // Weights that are all zero do not change the shape.
     if (std::all_of(weights.begin(), weights.end(), [](double weight) { return weight == 0.0; }))
         weights.clear();
     return weights;
@@ -69,7 +69,7 @@ void addTarget(const ktGltfDocument& document, const ktJson& target, const char*
         values[i] += static_cast<float>(weight) * difference[i];
 }
 
-// Joints and weights of each vertex, four each for every pair of attributes JOINTS_n and WEIGHTS_n.
+// Joints and weights of each vertex: four of each for every pair of attributes JOINTS_n and WEIGHTS_n.
 struct Influences {
     std::vector<std::uint32_t> joints;
     std::vector<float> weights;
@@ -107,7 +107,7 @@ Influences influencesOf(const ktGltfDocument& document, const ktJson& attributes
     return all;
 }
 
-// The weighted mean of the joints' matrices; false when nothing moves the vertex.
+// The weighted mean of the joints' matrices; false if no joint moves the vertex.
 bool blend(const ktRestPose& pose, const Influences& influences, std::size_t vertex, ktMatrix& mean) {
     mean.fill(0.0);
     double sum = 0.0;
@@ -133,7 +133,7 @@ void transform(const ktMatrix& m, float* position) {
         position[row] = static_cast<float>(m[row] * p[0] + m[4 + row] * p[1] + m[8 + row] * p[2] + m[12 + row]);
 }
 
-// Normals go with the matrix of cofactors, whatever the scale.
+// Transforms a normal by the cofactor matrix, which is right for any scale.
 void transformNormal(const ktMatrix& m, float* normal) {
     const double n[3] = {normal[0], normal[1], normal[2]};
     double out[3];

@@ -5,18 +5,18 @@
 
 #include <string>
 
-// The attributes that carry what was baked. Their values are exact; COLOR_0 is what viewers show.
+// The attributes that hold baked results. Their values are exact. Viewers show COLOR_0.
 
-/// SCALAR float: w of channel 7, the direct result, 1 open, 0 occluded.
+/// SCALAR float: w of channel 7, the direct result; 1 is open, 0 is occluded.
 const char* const ktAttributeOcclusion = "_AO";
 /// VEC3 float: x, y, z of channel 7, the indirect light.
 const char* const ktAttributeIndirect = "_INDIRECT";
-/// VEC4 float: channel 5 as it is, the marker of 2 in w included.
+/// VEC4 float: channel 5 unchanged, with the marker of 2 in w.
 const char* const ktAttributeBakedLight = "_BAKED_LIGHT";
-/// The colours that came in as COLOR_0; white where there were none.
+/// The original COLOR_0; white if there was none.
 const char* const ktAttributeSourceColor = "_SOURCE_COLOR_0";
 
-/// Results above this were calculated.
+/// Greater values are calculated results.
 const float ktLeastResult = 1e-6f;
 
 inline bool ktIsResultAttribute(const std::string& name) {
@@ -24,10 +24,10 @@ inline bool ktIsResultAttribute(const std::string& name) {
            name == ktAttributeSourceColor;
 }
 
-/// What the extras of an accessor hold that only stands in for colours that did not come in.
+/// Text in the extras of an accessor with white colours for a primitive that had no COLOR_0.
 const char* const ktStandInMark = "no source color";
 
-/// Whether a primitive's _SOURCE_COLOR_0 only stands in: nothing came in as COLOR_0.
+/// Whether a primitive's _SOURCE_COLOR_0 has this text: the primitive had no COLOR_0.
 inline bool ktIsStandInColor(const ktGltfDocument& document, const ktJson& attributes) {
     const auto index = ktJsonWhole(attributes, ktAttributeSourceColor);
     const ktJson* accessor =

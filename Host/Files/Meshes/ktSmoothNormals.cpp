@@ -23,9 +23,9 @@ Vector cross(const Vector& a, const Vector& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-// False, and unchanged, for a vector without direction.
+// False for a vector without direction, which stays unchanged.
 bool normalize(Vector& v) {
-    // Brought to a size whose square neither vanishes nor overflows.
+    // Scaled so that its square neither underflows nor overflows.
     const float largest = std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)});
     if (!(largest > 0.0f) || !std::isfinite(largest))
         return false;
@@ -48,7 +48,7 @@ bool isSamePlace(const Vector& a, const Vector& b) {
     return a.x == b.x && a.y == b.y && a.z == b.z;
 }
 
-// For each vertex the first one in the same place: an open table, as vertices come by the million.
+// For each vertex, the first one at the same position. Open addressing, because there may be millions of vertices.
 std::vector<std::uint32_t> firstInPlace(const Vector* positions, std::size_t count) {
     const auto none = static_cast<std::uint32_t>(count);
     std::size_t size = 16;
@@ -57,7 +57,7 @@ std::vector<std::uint32_t> firstInPlace(const Vector* positions, std::size_t cou
     std::vector<std::uint32_t> table(size, none);
     std::vector<std::uint32_t> first(count);
     for (std::size_t i = 0; i < count; ++i) {
-        // Adding zero makes one of the two zeros.
+        // Adding zero turns -0 into 0.
         const Vector place = {positions[i].x + 0.0f, positions[i].y + 0.0f, positions[i].z + 0.0f};
         std::size_t at = hashOf(place) & (size - 1);
         while (table[at] != none && !isSamePlace(positions[table[at]], place))
@@ -69,7 +69,7 @@ std::vector<std::uint32_t> firstInPlace(const Vector* positions, std::size_t cou
     return first;
 }
 
-// Calls add(vertex, vector) for each corner of each triangle that has an area.
+// Calls add(vertex, vector) for each corner of each triangle with an area.
 template <class Add>
 void forEachCorner(const Vector* positions, const std::vector<std::uint32_t>& triangles, const Add& add) {
     for (std::size_t t = 0; t + 2 < triangles.size(); t += 3) {

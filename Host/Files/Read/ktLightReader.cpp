@@ -31,7 +31,7 @@ const ktJson* lightOf(const ktGltfDocument& document, const ktJson& node, const 
     return light;
 }
 
-// Squared error of the exponent against the fall-off, over the cosine of the angle.
+// Squared error of the exponent's fall-off against glTF's, integrated over the cosine of the angle.
 double misfit(double exponent, double innerCosine, double outerCosine) {
     const int steps = 64;
     double sum = 0.0;
@@ -48,7 +48,7 @@ osg::LightPtr makeLight(const ktJson& light, const std::string& object) {
     const std::string type = ktJsonText(light, "type");
     if (type == "directional") {
         const osg::DirectionalLightPtr directional = osg::DirectionalLight::create();
-        directional->setDirection(0, 0, 1); // to the light; it shines along -z
+        directional->setDirection(0, 0, 1); // towards the light, which shines along -z
         return directional;
     }
     if (type == "point")
@@ -69,8 +69,8 @@ osg::LightPtr makeLight(const ktJson& light, const std::string& object) {
 } // namespace
 
 double ktSpotExponent(double inner_rad, double outer_rad) {
-    // One minimum along the logarithm of the exponent: golden section search (J. Kiefer, "Sequential minimax search for
-    // a maximum", 1953).
+    // The error has one minimum over the logarithm of the exponent: golden section search (J. Kiefer, "Sequential
+    // minimax search for a maximum", 1953).
     const double innerCosine = std::cos(inner_rad), outerCosine = std::cos(outer_rad);
     const double ratio = (std::sqrt(5.0) - 1.0) / 2.0;
     double low = std::log(1e-3), high = std::log(1e6);

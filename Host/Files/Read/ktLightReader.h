@@ -7,12 +7,12 @@
 
 class ktFileMessages;
 
-/// A new light node for the light that a node of the document carries (KHR_lights_punctual), to be put below that
-/// node; null when it carries none or a broken one. The light's beacon is a child of the light node. The light's colour
-/// is colour times intensity (candela or lux); its range is not used, as light really falls off with the square of the
+/// A new light node for the light of a document's node (KHR_lights_punctual); the caller adds it below that node.
+/// Null if there is no light or a broken one. The light's beacon is a child of the light node. The light's colour
+/// is colour times intensity (candela or lux). The range is not used: light falls off with the square of the
 /// distance. The soft edge of a spot light becomes the exponent that fits it best.
 osg::NodePtr ktReadLight(const ktGltfDocument& document, std::size_t node, ktFileMessages& messages);
 
-/// The exponent e for which cos(angle)^e comes closest, over the cone's solid angle, to glTF's fall-off between the two
-/// cone angles, which are in radians, 0 <= inner < outer <= pi / 2.
+/// The exponent e for which cos(angle)^e fits glTF's fall-off between the two cone angles best, over the cone's solid
+/// angle. Radians, 0 <= inner < outer <= pi / 2.
 double ktSpotExponent(double inner_rad, double outer_rad);

@@ -32,7 +32,7 @@ const ktJson* extensionOf(const ktJson& holder, const char* name) {
     return extensions ? ktJsonMember(*extensions, name) : nullptr;
 }
 
-// The image of a texture: its own, else one in a format that an extension brings.
+// The image of a texture: its source, else an image in a format of an extension.
 std::optional<std::uint64_t> imageOf(const ktJson& texture) {
     const auto source = ktJsonWhole(texture, "source");
     if (source)

@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-/// Turns materials of a document into the host's, each once. Pictures are decoded only when they are asked for.
+/// Converts materials of a document to the host's, each once. Decodes pictures only on request.
 class ktMaterialReader {
 public:
     /// The document and the messages must outlive the reader.
@@ -18,12 +18,12 @@ public:
     ktMaterialReader(const ktMaterialReader&) = delete;
     ktMaterialReader& operator=(const ktMaterialReader&) = delete;
 
-    /// The material of a primitive; a white opaque one where it has none, or one that does not exist.
+    /// The material of a primitive; a white opaque one if it has none, or one that does not exist.
     /// @param object JSON pointer of the primitive, for warnings
     osg::UberMaterialPtr materialOf(const ktJson& primitive, const std::string& object);
     /// The material of ground planes.
     osg::UShadowMaterialPtr shadowMaterial();
-    /// Decodes the pictures of all materials handed out that have none yet.
+    /// Decodes the missing pictures of all materials that were returned.
     void loadPictures(ktFileMessages& messages);
 
 private:
@@ -39,7 +39,7 @@ private:
 
     const ktGltfDocument& document;
     ktFileMessages& messages;
-    std::map<std::int64_t, osg::UberMaterialPtr> materials; ///< by number in the document; -1: the default
+    std::map<std::int64_t, osg::UberMaterialPtr> materials; ///< by index in the document; -1: the default
     osg::UShadowMaterialPtr shadow;
     std::vector<Pending> pending;
     std::map<std::size_t, std::shared_ptr<const ktImage>> pictures;

@@ -9,12 +9,12 @@
 
 class ktFileMessages;
 
-/// Attaches to a node what its extras hold: "ambientOcclusion" as settings, strings as named texts (osg::ValuePair),
-/// "locked" as a lock. Extras that are no object hold nothing.
-/// @return the settings that were attached, or null
+/// Attaches the contents of extras to a node: "ambientOcclusion" as settings, strings as named texts (osg::ValuePair),
+/// "locked" as a lock. Ignores extras that are not an object.
+/// @return the attached settings, or null
 osg::AmbientOcclusionSettingsAttachmentPtr ktReadNodeExtras(const ktJson& json, const osg::NodePtr& node);
 
-/// Brings a node's extras up to date with what is attached to the node. What says the same stays letter for letter;
-/// members of other kinds stay as they are. Extras that are no object stay, with a warning when something is to be
-/// kept.
+/// Updates a node's extras from the node's attachments. Members with the same meaning keep their exact text. Members
+/// of other kinds are unchanged. Extras that are not an object are unchanged too, with a warning if attachments are
+/// lost.
 void ktWriteNodeExtras(ktJson& json, const osg::NodePtr& node, const std::string& object, ktFileMessages& messages);

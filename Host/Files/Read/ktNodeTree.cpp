@@ -41,7 +41,7 @@ std::vector<std::size_t> nodesWithoutParent(const ktJson& json) {
     return roots;
 }
 
-/// Walks the references from nodes to nodes; nothing recursive, since chains may be of any length.
+/// Follows the references from nodes to children. Not recursive, because chains may have any length.
 class Walk {
 public:
     Walk(const ktGltfDocument& document, ktNodeTree& tree_, ktFileMessages& messages_)

@@ -20,7 +20,7 @@ ktJson& primitiveOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
     return document.json["meshes"][link.mesh]["primitives"][link.primitive];
 }
 
-// Floats of a property whose elements have at least `width` of them.
+// The first `width` floats of each element of a property; missing ones become 1.
 template <class PropertyPtr>
 std::vector<float> floatsOf(const PropertyPtr& property, int width) {
     const auto stored = static_cast<std::size_t>(property->getDimension());
@@ -34,7 +34,7 @@ std::vector<float> floatsOf(const PropertyPtr& property, int width) {
     return out;
 }
 
-// Makes the first three of every `width` floats a unit vector.
+// Normalises the first three of every `width` floats.
 void normalize(std::vector<float>& values, std::size_t width) {
     for (std::size_t i = 0; i + 2 < values.size(); i += width) {
         const float length = std::hypot(values[i], values[i + 1], values[i + 2]);

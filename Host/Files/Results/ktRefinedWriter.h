@@ -7,10 +7,10 @@
 class ktFileMessages;
 class ktGltfStore;
 
-/// Takes the attributes and indices of a refined primitive out of the document, all but their names' places.
+/// Removes the attributes and indices of a refined primitive from the document. Keeps the order of their names.
 void ktForgetRefined(ktGltfDocument& document, const ktPrimitiveLink& link);
-/// Writes a refined geometry as its primitive: triangles, with every attribute that the primitive had, as floats.
-/// Normals and tangents get unit length; normals that did not come with the file are not written. Call after
+/// Writes a refined geometry as its primitive: triangles, with all attributes of the primitive, as floats. Normals
+/// and tangents get unit length. Does not write normals that the file did not have. Call after
 /// ktForgetRefined().
 void ktWriteRefined(ktGltfDocument& document, ktGltfStore& store, const ktPrimitiveLink& link,
                     ktFileMessages& messages);

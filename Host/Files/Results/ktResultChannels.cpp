@@ -13,7 +13,7 @@
 
 namespace {
 
-// The property in a channel, when it has enough elements and a result.
+// The property in a channel if it has enough elements and a result; else null.
 osg::GeoTexCoords4fPtr resultsIn(const osg::GeometryPtr& geometry, int channel) {
     const osg::GeoTexCoords4fPtr property = osg::GeoTexCoords4fPtr::dcast(ktGetTexCoords(geometry, channel));
     const osg::GeoPositionsPtr positions = geometry->getPositions();
@@ -36,7 +36,7 @@ std::vector<osg::Vec4f> copyOf(const osg::GeoTexCoords4fPtr& property, std::size
     return out;
 }
 
-// The node that a geometry was calculated at: one with settings, else the first that shows it.
+// The node at which a geometry was calculated: one with settings, else the first that shows it.
 osg::NodePtr nodeOf(const osg::GeometryPtr& geometry) {
     typedef osg::AmbientOcclusionSettingsAttachment Settings;
     const auto& parents = geometry->getParents();

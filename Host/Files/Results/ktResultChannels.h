@@ -5,17 +5,17 @@
 
 #include <array>
 
-/// What a geometry holds of results, one element a vertex. Values that are not finite count as 0.
+/// The results of a geometry, one element per vertex. Values that are not finite count as 0.
 struct ktResultChannels {
     std::vector<osg::Vec4f> working;            ///< channel 7: indirect light and direct result; empty: no result
     std::vector<osg::Vec4f> light;              ///< channel 5, light and shadows mode; empty: none
-    std::vector<std::array<float, 3>> arriving; ///< what a viewer multiplies the surface's colour by; empty: no result
+    std::vector<std::array<float, 3>> arriving; ///< factor on the surface's colour in viewers; empty: no result
     bool hasIndirect = false;                   ///< some indirect light was calculated
 
     bool isEmpty() const { return working.empty() && light.empty(); }
 };
 
-/// Reads the result channels. A channel whose w are all at most ktLeastResult holds no result.
+/// Reads the result channels. A channel in which all w are at most ktLeastResult holds no result.
 ktResultChannels ktReadResultChannels(const osg::GeometryPtr& geometry);
-/// Whether there is anything to read in them.
+/// Whether the channels hold a result.
 bool ktHasResults(const osg::GeometryPtr& geometry);

@@ -25,11 +25,11 @@ ktJson* attributesOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
 typedef std::array<std::uint16_t, 4> ShadedColor;
 
 std::uint16_t toShort(float value) {
-    // Not a number becomes 0.
+    // NaN becomes 0.
     return value > 0.0f ? static_cast<std::uint16_t>(std::lround(std::min(value, 1.0f) * 65535.0f)) : 0;
 }
 
-/// Results of one vertex, as they are stored.
+/// Results of one vertex, as stored in the file.
 struct Element {
     float occlusion = 1.0f;
     std::array<float, 3> indirect = {0, 0, 0};
@@ -52,7 +52,7 @@ struct Parts {
     bool any() const { return occlusion || indirect || baked || color; }
 };
 
-/// Results laid out like one set of source vertices, filled by one primitive after the other as long as they agree.
+/// Results of one set of source vertices. Several primitives can fill a layer if their values agree.
 struct Layer {
     std::vector<Element> elements;
     std::vector<bool> isSet;
@@ -140,7 +140,7 @@ std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktRes
     return elements;
 }
 
-// Vertices that no primitive uses keep their colour.
+// Copies the colour of vertices that no primitive uses.
 void Writer::fillUnused(const ktPrimitiveLink& link, Layer& layer) {
     const ktJson* attributes = attributesOf(document, link);
     const auto index = attributes ? ktJsonWhole(*attributes, "COLOR_0") : std::nullopt;
@@ -174,7 +174,7 @@ void Writer::add(const ktPrimitiveLink& link) {
     const std::size_t count = isRefined ? link.geometry->getPositions()->size() : link.sourceCount;
     const GroupKey key(count, reference("POSITION"), reference("COLOR_0"), parts);
     const std::vector<Element> own = elementsOf(link, baked, parts);
-    ktPrimitiveLink inSequence; // refined geometry has no other source
+    ktPrimitiveLink inSequence; // for refined geometry: vertex i is source vertex i
     const ktPrimitiveLink& order = isRefined ? inSequence : link;
 
     std::vector<Layer>& layers = groups[key];
@@ -218,7 +218,7 @@ void Writer::writePart(bool Parts::*part, std::size_t Layer::*accessor, const ch
             }
 }
 
-// White for any number of vertices up to the largest; all accessors share one buffer view.
+// An accessor of `count` white colours. All such accessors share one buffer view.
 std::size_t Writer::standInColor(std::size_t count) {
     if (standIns.count(count))
         return standIns[count];
@@ -289,7 +289,7 @@ void ktRemoveResults(ktGltfDocument& document, const std::vector<ktPrimitiveLink
 
 void ktWriteResults(ktGltfDocument& document, ktGltfStore& store, const std::vector<ktPrimitiveLink>& primitives,
                     const ktShading& shading) {
-    // One geometry a primitive: the first with results, else the first.
+    // One geometry per primitive: the first with results, else the first.
     std::map<std::pair<std::size_t, std::size_t>, const ktPrimitiveLink*> chosen;
     for (const ktPrimitiveLink& link : primitives) {
         const auto key = std::make_pair(link.mesh, link.primitive);

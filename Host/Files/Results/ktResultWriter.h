@@ -7,18 +7,18 @@
 class ktFileMessages;
 class ktGltfStore;
 
-/// How baked light is brought before a viewer's eyes.
+/// How viewers show the baked light.
 struct ktShading {
-    bool multiply = true;  ///< multiply it into COLOR_0; else only the exact results are written
-    float exposure = 1.0f; ///< factor on the light that is multiplied in
+    bool multiply = true;  ///< multiply it into COLOR_0; else write only the exact results
+    float exposure = 1.0f; ///< factor on the multiplied light
 };
 
-/// Takes what earlier bakes added to these primitives out of the document, so that it is as it first came, except for
-/// refined geometry. The data go when the next ktGltfStore is made.
+/// Removes from the document what earlier bakes added to these primitives; refined geometry stays refined. The next
+/// ktGltfStore removes the data.
 void ktRemoveResults(ktGltfDocument& document, const std::vector<ktPrimitiveLink>& primitives);
 
-/// Adds the results of the geometries to their primitives, see ktResultAttributes.h. Where several geometries stand for
-/// one primitive, the first one with results counts. Results are laid out like the source vertices; primitives that use
+/// Adds the results of the geometries to their primitives, see ktResultAttributes.h. If a primitive has several
+/// geometries, takes the first one with results. Results are in the order of the source vertices. Primitives that use
 /// different vertices of the same buffers share result buffers.
 void ktWriteResults(ktGltfDocument& document, ktGltfStore& store, const std::vector<ktPrimitiveLink>& primitives,
                     const ktShading& shading);

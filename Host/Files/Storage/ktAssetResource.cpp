@@ -115,7 +115,7 @@ std::string ktEncodeAssetUri(const QString& relativePath) {
 
 QString ktHashContent(const std::uint8_t* data, std::size_t size) {
     QCryptographicHash hash(QCryptographicHash::Sha256);
-    // Qt counts lengths in int.
+    // Qt's lengths are int.
     for (std::size_t done = 0; done < size;) {
         const std::size_t part = std::min(size - done, gibibyte);
         hash.addData(reinterpret_cast<const char*>(data) + done, static_cast<int>(part));

@@ -7,15 +7,15 @@
 
 class ktSafeFile;
 
-/// A ktSafeFile whose members throw ktFileError (object "file") when the disk refuses.
+/// A ktSafeFile whose members throw ktFileError (object "file") if writing fails.
 class ktOutputFile {
 public:
     explicit ktOutputFile(const QString& path);
     ~ktOutputFile();
     void write(const void* data, std::size_t size);
-    /// Writes a number as four bytes, the lowest first.
+    /// Writes a number as four bytes, little-endian.
     void writeWord(std::size_t word);
-    /// Makes the new content the file's. Without this call the old one stays.
+    /// Replaces the file by the new content. Without this call the old content stays.
     void commit();
 
 private:
