@@ -38,8 +38,8 @@ private:
     ktFileMessages& messages;
     ktPrimitiveReader primitives;
     ktGltfScene scene;
-    std::vector<osg::NodePtr> made;                ///< one an entry of the tree
-    std::vector<std::optional<ktMatrix>> matrices; ///< filled when the first skin asks
+    std::vector<osg::NodePtr> made;                ///< one per entry of the tree
+    std::vector<std::optional<ktMatrix>> matrices; ///< filled for the first skin
     std::map<std::pair<std::size_t, std::vector<double>>, std::vector<std::size_t>> linksOfMesh;
 };
 
@@ -112,7 +112,7 @@ osg::NodePtr Builder::makeNode(std::size_t index, const ktJson& json) {
         if (visibility && !ktJsonBool(*visibility, "visible", true))
             node->setActive(false);
         if (ktJsonMember(*extensions, "EXT_mesh_gpu_instancing"))
-            messages.warn(ktPointer("nodes", index), "is drawn many times by EXT_mesh_gpu_instancing; one counts");
+            messages.warn(ktPointer("nodes", index), "is drawn many times by EXT_mesh_gpu_instancing; only one counts");
     }
     return node;
 }
@@ -140,7 +140,7 @@ void Builder::addMesh(std::size_t index, const ktJson& json, const osg::NodePtr&
     }
 }
 
-// Nodes that show a mesh in the same pose share its geometries; a skin poses each node's own.
+// Nodes that show a mesh in the same pose share its geometries. Nodes with a skin never share.
 std::vector<std::size_t> Builder::linksOf(std::size_t mesh, const ktJson& node, const ktRestPose& pose) {
     if (ktJsonMember(node, "skin"))
         return readMesh(mesh, node, pose);
@@ -174,7 +174,7 @@ std::vector<std::size_t> Builder::readMesh(std::size_t mesh, const ktJson& node,
     return links;
 }
 
-// Everything that belongs to a node of the document was calculated with the node's settings.
+// Attaches a node's settings to all scene graph nodes of that node: they were calculated together.
 void Builder::shareSettings(const osg::NodePtr& node, const osg::AmbientOcclusionSettingsAttachmentPtr& settings) {
     for (osg::UInt32 i = 0; i < node->getNChildren(); ++i)
         ktAttach(node->getChild(i), settings);

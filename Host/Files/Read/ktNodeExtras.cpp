@@ -18,7 +18,7 @@ typedef osg::AmbientOcclusionSettingsAttachmentPtr SettingsPtr;
 const char* const settingsKey = "ambientOcclusion";
 const char* const lockKey = "locked";
 
-// Reading a member: false, and the value stays, when it is absent or of another kind.
+// Reads a member. If it is absent or of another kind, returns false and leaves the value.
 bool take(const ktJson& json, const char* key, osg::Int32& value) {
     const double number = ktJsonNumber(json, key, std::nan(""));
     if (!(std::fabs(number) <= std::numeric_limits<osg::Int32>::max()) || number != std::floor(number))
@@ -114,7 +114,7 @@ void writeTexts(ktJson& extras, const osg::ValuePairPtr& texts, const std::strin
         const std::string key = asUtf8(texts->getKey(i));
         const ktJson* old = ktJsonMember(extras, key.c_str());
         if (old && !old->is_string())
-            messages.warn(object + "/extras", "has a member of the name of a text, which is left out", key);
+            messages.warn(object + "/extras", "has another member with the name of a text; the text is left out", key);
         else
             extras[key] = asUtf8(texts->getValue(i));
     }
