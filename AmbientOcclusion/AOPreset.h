@@ -4,7 +4,7 @@
 #include <OpenSG/OSGColor.h>
 #include <string>
 
-/// One named set of calculation parameters. It has no direct-light mode: applying a preset leaves the mode alone.
+/// A named set of calculation parameters. It has no direct-light mode: applying a preset does not change the mode.
 struct AOPreset {
     std::string name;        ///< shown to the user, UTF-8; need not be unique
     int quality = 0;         ///< shadow quality in preset units, four times the controller's

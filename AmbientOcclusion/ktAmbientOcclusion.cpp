@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The controller: constructor, destructor and the single instance.
 #include "ktAmbientOcclusion.h"
 
 #include "ktTBBInit.h"
 
-// Nothing that this constructor reaches may call the(): the instance is still being made.
+// This constructor, and everything that it calls, must not call the(): the instance does not exist yet.
 ktAmbientOcclusion::ktAmbientOcclusion() : threadCount(ktTBBInit::the()->getNumLogicalCores()) {
     qRegisterMetaType<DirectLightMode>("ktAmbientOcclusion::DirectLightMode");
     qRegisterMetaType<CalculationState>("ktAmbientOcclusion::CalculationState");

@@ -31,23 +31,23 @@ namespace ktAmbientOcclusionInternal {
 struct PassVertices;
 }
 
-/// The plug-in's one controller: holds the settings, runs calculations over the host's selection, keeps the presets,
-/// and tells the user interface of every change. Main thread only. Nothing here reports failure by throwing, unless
-/// memory runs out; what goes wrong is told by results, signals, the host's log and standard output, as each member
-/// says.
+/// The plug-in's controller: holds the settings, runs calculations over the host's selection, keeps the presets, and
+/// notifies the user interface of every change. Main thread only. Throws only if memory runs out. Each member says how
+/// it reports other failures: by its return value, by a signal, in the host's log or on standard
+/// output.
 class KT_AMBIENT_OCCLUSION_EXPORT ktAmbientOcclusion : public QObject {
     Q_OBJECT
 
 public:
     /// How the direct pass treats light.
     enum DirectLightMode {
-        Classic = 0,        ///< the sky alone
-        Shadows = 1,        ///< the scene's lights cast shadows; one value a vertex
-        LightAndShadows = 2 ///< the lights' colour is baked as well, into texture-coordinate channel 5
+        Classic = 0,        ///< only the sky
+        Shadows = 1,        ///< the scene's lights cast shadows; one value per vertex
+        LightAndShadows = 2 ///< also bakes the lights' colour, into texture-coordinate channel 5
     };
     Q_ENUM(DirectLightMode)
 
-    /// What a calculation is doing. With DirectNode to GatherNodeStep comes the id of the node's field container.
+    /// The step of a calculation. DirectNode to GatherNodeStep come with the id of the node's field container.
     enum CalculationState {
         Idle = 0,
         Starting = 1,
@@ -62,17 +62,17 @@ public:
     };
     Q_ENUM(CalculationState)
 
-    /// A saved copy of one geometry's two result channels; both lists have one element a position.
+    /// A saved copy of a geometry's two result channels; both lists have one element per position.
     struct NodeDataType {
         std::vector<osg::Vec4f> aoValues;     ///< channel 7
         std::vector<osg::Vec4f> bakingValues; ///< channel 5
     };
 
-    /// The single instance, made on first use and destroyed at process exit.
+    /// The single instance, created on first use and destroyed at process exit.
     static ktAmbientOcclusion* the();
     ~ktAmbientOcclusion() override;
 
-    // --- Settings: each as stored -------------------------------------------------------------------------------
+    // --- Settings: stored values --------------------------------------------------------------------------------
 
     int getShadowQuality() const; ///< 0 to 5
     float getMinDistance() const; ///< world units; nearer hits do not occlude
@@ -89,8 +89,8 @@ public:
     double getMinEdgeLength() const;      ///< world units; shorter edges are not split
     double getIntensityThreshold() const; ///< difference of light above which an edge is split; at least 0.0075
 
-    // --- Setters: a value that differs from the stored one becomes one command on the host's undo stack, which writes
-    // it and emits the setting's change signal; an equal value does nothing ----------------------------------------
+    // --- Setters: a value that differs from the stored one adds one command to the host's undo stack, which writes it
+    // and emits the setting's change signal; an equal value does nothing --------------------------------------------
 
     void setShadowQuality(int quality); ///< unknown levels sample like level 2
     void setMinDistance(float distance);
@@ -101,7 +101,7 @@ public:
     void setNumOfIndirections(int count);
     void setColorBleedingEnabled(bool enable);
     void setOverrideMaterialColorEnabled(bool enable);
-    /// Components that all lie within 1e-6 of the stored ones count as equal.
+    /// A colour whose components all differ by at most 1e-6 counts as equal.
     void setMaterialColor(float r, float g, float b);
     void setSubdivideEnabled(bool enable);
     void setSubdivisionQuality(int quality);
@@ -110,21 +110,21 @@ public:
 
     // --- Calculation ----------------------------------------------------------------------------------------------
 
-    /// Bakes the geometry below the host's selection, or only what has no results yet. Returns whether a run took
-    /// place, a cancelled one included; false while another run is on, without ray tracing, without a selection or when
-    /// all of it is locked (the last two have signals). The host is frozen meanwhile and always given back.
+    /// Bakes the geometry below the host's selection, or only geometry without results. Returns true if a run took
+    /// place, even a cancelled one; false during another run, without ray tracing, without a selection or if all of the
+    /// selection is locked (the last two emit signals). Freezes the host during the run and always unfreezes it.
     bool startCalculation(bool missingOnly);
-    /// Asks the running calculation to stop; it does so at its next poll. Emits calculationCanceled() in any case.
+    /// Asks the running calculation to stop at its next poll. Always emits calculationCanceled().
     void cancelCalculation();
 
-    /// Sets every setting but the mode, one undo step each, and calculates. For scripts.
+    /// Sets all settings except the mode, one undo step each, and calculates. For scripts.
     static void computeAmbientOcclusion(unsigned int quality, float minDistance, float maxDistance,
                                         bool indirectIllumination, bool colorBleeding, unsigned int gatherQuality,
                                         unsigned int numIndirections, bool subdivide, float minEdgeLength,
                                         bool overrideMaterialColor = false, float materialColorR = 0.7f,
                                         float materialColorG = 0.7f, float materialColorB = 0.7f,
                                         int subdivisionQuality = 1, float intensityThreshold = 0.05f);
-    /// The same for geometry that has no results yet. Mind the place of `intensityThreshold`.
+    /// The same for geometry without results. Note the different position of `intensityThreshold`.
     static void computeMissingAmbientOcclusion(unsigned int quality, float minDistance, float maxDistance,
                                                bool indirectIllumination, bool colorBleeding,
                                                unsigned int gatherQuality, unsigned int numIndirections, bool subdivide,
@@ -132,16 +132,16 @@ public:
                                                bool overrideMaterialColor = false, float materialColorR = 0.7f,
                                                float materialColorG = 0.7f, float materialColorB = 0.7f,
                                                int subdivisionQuality = 1);
-    /// Sets the mode by number, 0 to 2; others are refused with a warning in the log. For scripts.
+    /// Sets the mode by number, 0 to 2; logs a warning for other numbers. For scripts.
     static void pySetAmbientOcclusionMode(int mode);
     /// The mode's number. For scripts.
     static int pyGetAmbientOcclusionMode();
 
-    /// Emits stateChanged() when the last emission, or the first call, lies a second or more back; else drops the
+    /// Emits stateChanged() if the last emission, or the first call, was at least one second ago; else drops the
     /// report.
     /// @param node id of the node's field container, or 0
     void updateState(CalculationState state, unsigned int node);
-    /// Sets the progress counter to 0 and emits progressStarted().
+    /// Resets the progress counter and emits progressStarted().
     void startProgress(int maxSteps);
     /// Counts one step and emits progressStep().
     void stepProgress();
@@ -152,91 +152,91 @@ public:
 
     // --- Passes: parts of a run, called by startCalculation() ------------------------------------------------------
 
-    /// The sequence of passes over the collected lists; writes timings to standard output.
+    /// Runs the passes over the collected lists; writes timings to standard output.
     void computeIllumination(bool indirect);
     /// Traces the direct result of every vertex of the collected geometry into channel 7.
     void computeDirectIllumination();
     /// Gathers one bounce of indirect light into x, y, z of channel 7.
     void gatherIndirectIllumination();
     /// Records where a geometry needs more vertices. Always true. Matrices: object to world, its inverse, the inverse's
-    /// transpose; `indirect` tells which of the two results to look at. If memory runs out, nothing is recorded.
+    /// transpose. `indirect` selects which of the two results to examine. Records nothing if memory runs out.
     bool refineGeometry(const std::string& name, osg::GeometryPtr geometry, const osg::Matrix& toWorld,
                         const osg::Matrix& inverseToWorld, const osg::Matrix& normalMatrix, bool indirect);
 
     // --- Scene collection ------------------------------------------------------------------------------------------
 
-    /// Copies the selection's nodes (cores stay shared) under a new root and lists the geometry to calculate.
-    /// @return the new root, with one reference that the caller drops after detaching its children
+    /// Copies the selection's nodes below a new root (cores stay shared) and lists the geometry to calculate.
+    /// @return the new root, with one reference that the caller releases after detaching the root's children
     osg::NodePtr buildGeometryNodeList(const std::vector<ktNodePtr>& selectedNodes, std::vector<osg::NodePtr>& nodes,
                                        bool onlyMissing);
     /// Lists the visible occluders and lights of the whole scene.
     void buildVisibleNodeList();
-    /// Enter function of the geometry traversal.
+    /// Enter callback of the geometry traversal.
     osg::Action::ResultE getGeometryNodes(const osg::NodePtr& node, std::vector<osg::NodePtr>& nodes,
                                           std::set<osg::GeometryPtr>& collectedCores);
-    /// Enter function of the visible-scene traversal.
+    /// Enter callback of the visible-scene traversal.
     osg::Action::ResultE getVisibleNodes(const osg::NodePtr& node);
-    /// The material in effect for a node, that of the nearest material group first; null if none.
+    /// The effective material of a node: that of the nearest material group, else of its geometry; null if none.
     osg::MaterialPtr getRealMaterial(const osg::NodePtr& node);
 
-    // --- Per-vertex results: channel 7 holds indirect light in x, y, z and the direct result in w; channel 5 the baked
-    // light of mode LightAndShadows, its w offset by 2 as a marker ---------------------------------------------------
+    // --- Per-vertex results: channel 7 holds indirect light in x, y, z and the direct result in w; channel 5 holds the
+    // baked light of mode LightAndShadows, with a marker of 2 added to w ---------------------------------------------
 
-    /// Channel 7 with at least `count` elements: the one there is, or a new zeroed one in its place.
+    /// Channel 7 with at least `count` elements: the existing one, else a new one of zeros that replaces it.
     osg::GeoTexCoords4fPtr getAOData(const osg::GeometryPtr& geometry, osg::UInt32 count);
     /// Channel 5, likewise.
     osg::GeoTexCoords4fPtr getBakingData(const osg::GeometryPtr& geometry, osg::UInt32 count);
-    /// Turns the direct pass's raw values of the collected geometry into the stored ones.
+    /// Converts the direct pass's raw values to the stored values, for the collected geometry.
     void storeDirectToBakingData();
     /// Adds channel 7 to channel 5 in mode LightAndShadows, for the collected geometry.
     void addIndirectToBakingData();
-    /// Drops channel 5; then zeroes w of channel 7 (`clearDirect`) or takes the marker out of it. A null geometry is
-    /// ignored.
+    /// Removes channel 5. Then zeroes w of channel 7 (`clearDirect`) or removes the marker from it. Ignores a null
+    /// geometry.
     void clearBakingData(const osg::GeometryPtr& geometry, bool clearDirect);
-    /// Whether a result that is asked for is absent. False for geometry that cannot be calculated.
+    /// Whether a requested result is missing. False for geometry that cannot be calculated.
     bool isCalculationMissing(const osg::GeometryPtr& geometry, bool direct, bool indirect);
     /// Does nothing; the counterpart of endEditGeometryFields().
     void beginEditGeometryFields(const osg::GeometryPtr& geometry, unsigned int mask);
-    /// Announces every property field that the geometry holds as changed, whatever the mask.
+    /// Announces a change of every property field that the geometry holds; ignores the mask.
     void endEditGeometryFields(const osg::GeometryPtr& geometry, unsigned int mask);
 
-    /// Zeroes the indirect light of the collected geometry, and zeroes or drops channel 5, by the DirectLightMode
-    /// `mode`.
+    /// Zeroes the indirect light of the collected geometry. Zeroes or removes channel 5, depending on the
+    /// DirectLightMode `mode`.
     void clearVertexColors(int mode);
-    /// Copies both channels; missing ones are made. Geometry without positions leaves `data` as it is.
+    /// Copies both channels; creates missing ones. Does not change `data` if the geometry has no positions.
     void extractNodeData(const osg::NodePtr& node, NodeDataType& data);
-    /// Writes both channels back. False, and nothing is written, when the number of positions is another.
+    /// Writes both channels back. If the number of positions differs, returns false and writes nothing.
     bool restoreNodeData(osg::NodePtr& node, const NodeDataType& data);
 
-    // --- Clearing: on the selected root nodes; "active" leaves hidden parts alone -----------------------------------
+    // --- Clearing: on the selected root nodes; "active" skips hidden parts ------------------------------------------
 
     void clearActiveShadows();  ///< emits activeShadowsCleared()
     void clearAllShadows();     ///< emits allShadowsCleared()
     void clearActiveIndirect(); ///< emits activeIndirectCleared()
     void clearAllIndirect();    ///< emits allIndirectCleared()
-    /// Clears the direct results below `node`; hidden parts too with `all`.
+    /// Clears the direct results below `node`; with `all` also of hidden parts.
     void clearShadows(const osg::NodePtr& node, bool all);
-    /// Clears the indirect light below `node`; hidden parts too with `all`.
+    /// Clears the indirect light below `node`; with `all` also of hidden parts.
     void clearIndirect(const osg::NodePtr& node, bool all);
 
     // --- Settings on nodes -------------------------------------------------------------------------------------------
 
-    /// A new attachment with the current settings; nobody holds a reference to it yet.
+    /// A new attachment with the current settings; its reference count is 0.
     osg::AmbientOcclusionSettingsAttachmentPtr getAmbientOcclusionSettings();
-    /// Attaches `attachment` to `node` and everything below; replaces what was there. Locked subtrees are left alone.
+    /// Attaches `attachment` to `node` and everything below; replaces earlier settings. Skips locked subtrees.
     void addAOData(const osg::NodePtr& node, const osg::AmbientOcclusionSettingsAttachmentPtr& attachment);
-    /// Writes the current settings as text keys, the older form, into `node` and everything below.
+    /// Writes the current settings as text keys, the older format, to `node` and everything below.
     void addAOData(const osg::NodePtr& node);
-    /// Loads the settings stored on `node` as one undo step; nothing happens when there are none.
+    /// Loads the settings stored on `node` as one undo step; does nothing if there are none.
     void loadFromNode(const osg::NodePtr& node);
     /// Loads the settings of the first selected node.
     void loadSettings();
 
     // --- Presets -----------------------------------------------------------------------------------------------------
 
-    /// Sets the settings from a preset as one undo step and emits presetApplied(); a wrong index is ignored.
+    /// Sets the settings from a preset as one undo step and emits presetApplied(). Ignores a wrong index.
     void applyPreset(int index);
-    /// Removes a preset (in memory) and emits presetDeleted(); a wrong index is ignored.
+    /// Removes a preset (in memory) and emits presetDeleted(). Ignores a wrong index.
     void deletePreset(int index);
     /// Names of all presets, in order.
     QList<QString> getPresetNames();
@@ -244,9 +244,9 @@ public:
     void addPreset(const QString& name);
     /// Appends the built-in presets and saves the catalogue.
     void addDefaultPresets();
-    /// Loads the catalogue from the templates file; makes the file when there is none.
+    /// Loads the catalogue from the templates file; creates the file if there is none.
     void readPreset();
-    /// Saves the catalogue; a failure is logged.
+    /// Saves the catalogue; logs a failure.
     void writePreset();
 
 Q_SIGNALS:
@@ -265,7 +265,7 @@ Q_SIGNALS:
     void intensityThresholdChanged(double);
     void subdivisionQualityChanged(int);
     void stateChanged(ktAmbientOcclusion::CalculationState state, unsigned int node);
-    void calculationStarted(bool missingOnly); ///< the last act of a run
+    void calculationStarted(bool missingOnly); ///< the last signal of a run
     void calculationFailedNoSelection();
     void calculationFailedLockedSelection();
     void calculationCanceled();
@@ -284,12 +284,12 @@ private Q_SLOTS:
     void gatherQualityCommand(); ///< sets the gather sample count, then emits gatherQualityChanged()
 
 private:
-    friend struct ktAmbientOcclusionAccess; // the plug-in's own tests look at the members of a run
+    friend struct ktAmbientOcclusionAccess; // lets the plug-in's tests read the members of a run
 
     ktAmbientOcclusion();
 
-    /// One pass over the collected geometry: calls `trace` for each that has usable vertices, and refines it when this
-    /// kind of pass refines. Ends early when the run is cancelled.
+    /// One pass over the collected geometry: calls `trace` for each geometry with usable vertices, and refines it if
+    /// this kind of pass refines. Ends early if the run is cancelled.
     void tracePass(bool indirect, const std::function<void(const ktAmbientOcclusionInternal::PassVertices&)>& trace);
     void refineNode(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld,
                     bool isIdentity, bool indirect);
@@ -312,10 +312,10 @@ private:
     double minEdgeLength = ktAmbientOcclusionSettings::MinEdgeLength::initial;
     double intensityThreshold = ktAmbientOcclusionSettings::IntensityThreshold::initial;
 
-    int directOption = 1;        // not 0: surfaces occlude from both sides
-    int directSampleCountU = 32; // samples an axis of the direct pass
+    int directOption = 1;        // other than 0: surfaces occlude from both sides
+    int directSampleCountU = 32; // samples per axis in the direct pass
     int directSampleCountV = 32;
-    int gatherSampleCount = ktAmbientOcclusionSettings::GatherQuality::initialSamples; // an axis of the indirect pass
+    int gatherSampleCount = ktAmbientOcclusionSettings::GatherQuality::initialSamples; // per axis in the indirect pass
     unsigned int threadCount;                                                          // logical cores of the machine
     double directThreshold = 0; // the run's copies of intensityThreshold
     double indirectThreshold = 0;
@@ -323,11 +323,11 @@ private:
     bool refineIndirect = false;
     bool calculating = false;           // a run is under way
     bool keepRunning = false;           // cleared by a cancel
-    ktSampler* directSampler = nullptr; // of one run, made and freed by the host
+    ktSampler* directSampler = nullptr; // of one run, created and freed by the host
     ktSampler* gatherSampler = nullptr;
     std::vector<AOPreset> presets;
     std::vector<osg::NodePtr> geometryNodes;        // to calculate
-    std::vector<osg::NodePtr> occluderNodes;        // sorted; empty in this version
+    std::vector<osg::NodePtr> occluderNodes;        // sorted; always empty in this version
     std::vector<osg::NodePtr> visibleGeometryNodes; // what rays hit
     std::vector<osg::NodePtr> visibleLightNodes;
     bool missingOnly = false;
@@ -338,12 +338,12 @@ private:
 
 Q_DECLARE_METATYPE(OSG::Color3f)
 
-/// Orders nodes by the address of their geometry core; a node without one comes first.
+/// Orders nodes by the address of their geometry core. Nodes without one come first.
 bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b);
 /// Whether both nodes have the same geometry core, or neither has one.
 bool geomPtrEqual(const osg::NodePtr& a, const osg::NodePtr& b);
 
-/// Logs a duration as minutes, seconds and milliseconds and writes it to standard output.
+/// Writes a duration as minutes, seconds and milliseconds to the log and to standard output.
 KT_AMBIENT_OCCLUSION_EXPORT void printTiming(const std::string& label, long milliseconds);
 
 /// The plug-in's version, for the host that loads it.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The per-vertex results: texture-coordinate channels 7 and 5 of a geometry.
+// Reads and writes the per-vertex results: texture-coordinate channels 7 and 5 of a geometry.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 
@@ -8,7 +8,7 @@ using namespace ktAmbientOcclusionInternal;
 namespace {
 
 constexpr float marker = 2.0f;          // added to w in channel 5
-constexpr float markerThreshold = 1.5f; // w from here on carries it
+constexpr float markerThreshold = 1.5f; // w from here on includes the marker
 constexpr float presentThreshold = 1e-6f;
 
 osg::GeoTexCoords4fPtr asResults(const osg::GeoTexCoordsPtr& property) {
@@ -28,14 +28,14 @@ osg::GeoTexCoords4fPtr makeResults(osg::UInt32 count) {
     return results;
 }
 
-// Multi-index geometry is made single-index before it is calculated, so one entry is all there is to care for.
+// Handles one entry only: multi-index geometry becomes single-index before it is calculated.
 void mapChannel(const osg::GeometryPtr& geometry, osg::UInt16 bit) {
     osg::MFUInt16& mapping = *geometry->editMFIndexMapping();
     if (mapping.size() == 1)
         mapping[0] = static_cast<osg::UInt16>(mapping[0] | bit);
 }
 
-// The results in a channel, or new ones that are put there when it holds none or too few.
+// The results in a channel. Creates new ones if it has none or too few.
 osg::GeoTexCoords4fPtr provideResults(const osg::GeometryPtr& geometry, const osg::GeoTexCoordsPtr& property,
                                       osg::UInt32 count, osg::BitVector field, osg::UInt16 mappingBit,
                                       void (osg::GeometryBase::*put)(const osg::GeoTexCoordsPtr&)) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Takes baked results away again, from what is shown of the selection or from all of it.
+// Clears baked results of the selection, or only of its visible parts.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 #include "ktNodePermission.h"
@@ -11,7 +11,7 @@ using namespace ktAmbientOcclusionInternal;
 
 namespace {
 
-/// Puts the children to visit on top of `pending`: all, the first uppermost, or the one that a switch shows.
+/// Pushes the children to visit on `pending`: all, the first on top, or the one that a switch shows.
 void pushToVisit(const osg::NodePtr& node, bool all, std::vector<osg::NodePtr>& pending) {
     const osg::SwitchPtr selector = osg::SwitchPtr::dcast(node->getCore());
     if (all || selector == osg::NullFC || selector->getChoice() == osg::Switch::ALL)
@@ -21,8 +21,8 @@ void pushToVisit(const osg::NodePtr& node, bool all, std::vector<osg::NodePtr>& 
         pending.push_back(node->getChild(static_cast<osg::UInt32>(choice)));
 }
 
-/// Calls `clear` with the surface geometry below `root`, each parent before its children. Scenes may be deeper than the
-/// stack.
+/// Calls `clear` for the surface geometry below `root`, each parent before its children. Not recursive: scenes may be
+/// very deep.
 template <class Clear>
 void clearBelow(const osg::NodePtr& root, bool all, Clear clear) {
     std::vector<osg::NodePtr> pending{root};

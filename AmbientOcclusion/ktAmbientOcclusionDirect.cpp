@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The direct pass.
+// The direct pass: traces the share of open rays of each vertex, and the light of the lights.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 #include "ktRaytracingManager.h"
@@ -11,7 +11,7 @@
 using namespace ktAmbientOcclusionInternal;
 
 void ktAmbientOcclusion::computeDirectIllumination() {
-    // Ground planes first. The order inside the two groups does not matter, to the results either.
+    // Ground planes first. The order inside the two groups does not matter; the results do not depend on the order.
     std::partition(geometryNodes.begin(), geometryNodes.end(), [this](const osg::NodePtr& node) {
         const osg::MaterialPtr material = getRealMaterial(node);
         return material != osg::NullFC && osg::UShadowMaterialPtr::dcast(material) != osg::NullFC;

@@ -56,7 +56,7 @@ void ktAmbientOcclusion::computeIllumination(bool indirect) {
         if (numOfIndirections == 0)
             return;
         numRays = 0;
-        // With the lights' own light baked, bounced light counts from any distance.
+        // In mode LightAndShadows, bounced light counts from any distance.
         const float gatherDistance = mode == LightAndShadows ? std::numeric_limits<float>::max() : maxDistance;
         utils->configureTracing(gatherSampleCount, gatherSampleCount, minDistance, gatherDistance);
         std::cout << " Start the gathering process" << std::endl;
@@ -91,7 +91,7 @@ void ktAmbientOcclusion::computeIllumination(bool indirect) {
         storeDirectToBakingData();
     };
 
-    // One step of the run. False, and the step is left out, when the run was cancelled before it.
+    // Runs one step. If the run was cancelled before it, skips the step and returns false.
     const auto step = [&](OnCancel onCancel, const auto& action) {
         if (!keepRunning) {
             if (onCancel == OnCancel::TellTime)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Announcing all properties of a geometry at once.
+// Announces changes of all properties of a geometry at once.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// One bounce of indirect light.
+// The indirect pass: gathers one bounce of light for each vertex.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 #include "ktLuminance.h"

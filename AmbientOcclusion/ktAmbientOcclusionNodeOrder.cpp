@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Lookups that the collection and the passes share: the material in effect, and nodes ordered by their geometry.
+// Lookups for the scene collection and the passes: the effective material of a node, and node order by geometry.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 #include "ktScenegraph.h"
@@ -12,7 +12,7 @@ using namespace ktAmbientOcclusionInternal;
 osg::MaterialPtr ktAmbientOcclusion::getRealMaterial(const osg::NodePtr& node) {
     if (node == osg::NullFC || node->getCore() == osg::NullFC)
         return osg::NullFC;
-    // A group's material goes over that of everything below it; the root of the scene belongs to the host.
+    // A group's material overrides all materials below it. The scene's root is not asked: it belongs to the host.
     const osg::NodePtr root = ktScenegraph::getRootNode();
     for (osg::NodePtr ancestor = node; ancestor != osg::NullFC && ancestor != root; ancestor = ancestor->getParent()) {
         if (ancestor->getCore() == osg::NullFC)
@@ -30,7 +30,7 @@ osg::MaterialPtr ktAmbientOcclusion::getRealMaterial(const osg::NodePtr& node) {
     return osg::NullFC;
 }
 
-// Null is the lowest address, so nothing comes before a node without a geometry.
+// A null geometry has the lowest address, so nodes without geometry come first.
 bool geomPtrLess(const osg::NodePtr& a, const osg::NodePtr& b) {
     return geometryOf(a) < geometryOf(b);
 }

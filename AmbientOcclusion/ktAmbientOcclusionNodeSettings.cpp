@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The settings that calculated nodes carry, as a typed attachment.
+// Writes the settings of a calculation to nodes as a typed attachment, and loads them again.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 #include "ktAmbientOcclusionTextSettings.h"

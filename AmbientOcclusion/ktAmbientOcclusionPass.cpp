@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What the direct and the indirect pass do at each geometry, around the host's tracing.
+// The part that the direct and the indirect pass share: a loop over the geometry, around the host's tracing.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 
@@ -24,7 +24,7 @@ void ktAmbientOcclusion::tracePass(bool indirect, const std::function<void(const
         vertices.count = positions->size();
         const osg::GeoNormals3fPtr normals = usableNormals(geometry, vertices.count);
         if (normals == osg::NullFC) {
-            if (!indirect) // said once
+            if (!indirect) // reported once
                 std::cout << "Wrong number of normals" << std::endl;
             continue;
         }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The catalogue of named parameter sets. The constructor reaches addPreset() and addDefaultPresets().
+// The presets: named parameter sets. The controller's constructor calls addPreset() and addDefaultPresets().
 #include "ktAmbientOcclusion.h"
 #include "ktUndoStack.h"
 
@@ -9,7 +9,7 @@ namespace {
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-/// Puts a value of the controller into a preset, in the preset's type and units. Wraps where the number does not fit.
+/// Writes a controller's value to a preset, in the preset's type and units. Wraps if the number does not fit.
 template <class Row>
 void setInPreset(Row row, AOPreset& preset, const typename Row::Value& value) {
     auto& member = row.inPreset(preset);
@@ -19,7 +19,7 @@ void setInPreset(Row row, AOPreset& preset, const typename Row::Value& value) {
         member = static_cast<std::decay_t<decltype(member)>>(value);
 }
 
-/// A preset's value for the controller, rounded toward zero to its units.
+/// A preset's value in the controller's units, rounded toward zero.
 template <class Row>
 typename Row::Value getFromPreset(Row row, const AOPreset& preset) {
     if constexpr (row.presetUnits != 1)
@@ -38,7 +38,7 @@ struct BuiltInPreset {
     float intensityThreshold;
 };
 
-// All other settings have their initial values. Those of the ground plane keep an indirect quality though it is off.
+// All other settings have their initial values. The ground plane presets have an indirect quality though it is off.
 const BuiltInPreset builtInPresets[] = {
     {QT_TRANSLATE_NOOP("ktAmbientOcclusion", "Car Low Quality"), 0, true, 0, false, 0, 0.05f},
     {QT_TRANSLATE_NOOP("ktAmbientOcclusion", "Car Medium Quality"), 8, true, 8, false, 0, 0.05f},
@@ -53,7 +53,7 @@ const BuiltInPreset builtInPresets[] = {
 void ktAmbientOcclusion::applyPreset(int index) {
     if (index < 0 || static_cast<std::size_t>(index) >= presets.size())
         return;
-    // A copy: what listens to a setting may change the catalogue.
+    // A copy, because listeners of a setting may change the list of presets.
     const AOPreset preset = presets[static_cast<std::size_t>(index)];
     ktUndoStack* undoStack = ktUndoStack::get(0);
     undoStack->beginMacro(tr("Apply Ambient Occlusion Preset"));

@@ -59,7 +59,7 @@ void append(std::vector<std::string>& paragraphs, const std::vector<Parameter>& 
     }
 }
 
-// "name(first, second, ...)" over the common parameters and the first `count` of the function's own.
+// "name(first, second, ...)": the common parameters, then the first `count` parameters of `own`.
 std::string callForm(const char* name, const std::vector<Parameter>& own, std::size_t count) {
     std::string form = std::string(name) + "(";
     for (const Parameter& parameter : commonParameters)

@@ -3,7 +3,7 @@
 
 #include <string>
 
-/// The help texts of the scripting functions: paragraphs joined by one empty line.
+/// The help texts of the scripting functions: paragraphs with one empty line between them.
 struct ktAmbientOcclusionPythonHelp {
     std::string computeAmbientOcclusion;
     std::string computeMissingAmbientOcclusion;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The plug-in's side of refinement: which geometry, with which thresholds, and the life of the records.
+// The plug-in's part of refinement: chooses the geometry and thresholds, and owns the records.
 #include "ktAmbientOcclusion.h"
 #include "ktAnimManager.h"
 #include "ktGeoSubdivisionList.h"
@@ -56,7 +56,7 @@ void ktAmbientOcclusion::recreateRefinedGeometry() {
     subdivisionLists.clear();
 }
 
-// A run may end with records that were never carried out: after a cancel, or with the direct pass not refining.
+// A run may end with unused records: after a cancel, or if the direct pass does not refine.
 void ktAmbientOcclusion::releaseSubdivisionLists() {
     for (ktGeoSubdivisionList* list : subdivisionLists)
         delete list;

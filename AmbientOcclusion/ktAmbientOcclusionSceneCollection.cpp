@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Which nodes a run calculates, and what its rays meet.
+// Collects the nodes that a run calculates, and the geometry and lights that its rays can reach.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 #include "ktLights.h"
@@ -18,7 +18,7 @@ using namespace ktAmbientOcclusionInternal;
 
 namespace {
 
-// Carries the lists through the traversal, whose functions take a node alone.
+// Passes the lists to the traversal's callbacks, which take only a node.
 struct GeometryCollector {
     ktAmbientOcclusion* controller;
     std::vector<osg::NodePtr>* nodes;
@@ -45,7 +45,7 @@ struct VisibleCollector {
     }
 };
 
-// Traverses the child that a switch chooses; false when the choice names none.
+// Traverses the child that a switch selects; false if the choice is not a child.
 template <class Collector>
 bool enterChoice(const osg::NodePtr& node, osg::Int32 choice, Collector collector) {
     if (choice < 0 || static_cast<osg::UInt32>(choice) >= node->getNChildren())
@@ -84,7 +84,7 @@ osg::NodePtr ktAmbientOcclusion::buildGeometryNodeList(const std::vector<ktNodeP
     workingRoot->setCore(osg::Group::create());
     for (const ktNodePtr& selected : selectedNodes) {
         if (selected == osg::NullFC)
-            continue; // has left the scene since it was selected
+            continue; // no longer in the scene
         const osg::NodePtr clone = osg::cloneTree(selected);
         osg::Matrix parentToWorld;
         if (selected->getParent() != osg::NullFC)
@@ -128,7 +128,7 @@ osg::Action::ResultE ktAmbientOcclusion::getGeometryNodes(const osg::NodePtr& no
         const osg::Int32 choice = switchCore->getChoice();
         if (enterChoice(node, choice, GeometryCollector{this, &nodes, &collectedCores}))
             return osg::Action::Skip;
-        // A choice that names no child enters them all, unlike in the visible scene.
+        // A choice that is not a child enters all children, unlike in the visible scene.
         return choice == osg::Switch::NONE ? osg::Action::Skip : osg::Action::Continue;
     }
 
@@ -140,7 +140,7 @@ osg::Action::ResultE ktAmbientOcclusion::getGeometryNodes(const osg::NodePtr& no
     if (isMaterial<osg::UEnvironmentMaterialPtr>(getRealMaterial(node)))
         return osg::Action::Continue;
 
-    // Per-vertex results need properties of the geometry's own and one index for all of them.
+    // Per-vertex results need unshared properties and one index for all of them.
     osg::separateProperties(geometry);
     if (isMultiIndexed(geometry))
         osg::createSingleIndex(geometry);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What scripts call.
+// The functions that scripts call.
 #include "ktAmbientOcclusion.h"
 #include "ktLog.h"
 
@@ -63,7 +63,7 @@ void ktAmbientOcclusion::computeMissingAmbientOcclusion(unsigned int quality, fl
 }
 
 void ktAmbientOcclusion::pySetAmbientOcclusionMode(int newMode) {
-    if (static_cast<unsigned int>(newMode) >= 3) { // a negative one too
+    if (static_cast<unsigned int>(newMode) >= 3) { // also if negative
         ktLog::warning("Unknown ambient occlusion mode");
         return;
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The getters, the setters and the two slots that their commands call.
+// The getters and setters of the settings, and the two slots that the setters' commands call.
 #include "ktAmbientOcclusion.h"
 #include "ktInvokePValUndoCommand.h"
 #include "ktUndoStack.h"
@@ -15,13 +15,13 @@ bool componentsEqual(float a, float b) {
     return difference <= colorTolerance && -difference <= colorTolerance;
 }
 
-// The stack applies the command at once: it writes the member and calls the method.
+// Adds a command to the stack, which applies it at once: writes the member and calls the method.
 template <class T>
 void pushChange(const QString& label, const T& value, QObject* object, const char* signature, T& member) {
     ktUndoStack::get(0)->add(new ktInvokePValUndoCommand<T>(label, value, object, signature, nullptr, &member));
 }
 
-// Samples along one axis: `levels` by quality, `other` for a quality outside them.
+// Samples along one axis: levels[quality], or `other` for a quality outside the levels.
 int samplesOf(int quality, std::initializer_list<int> levels, int other) {
     const bool isLevel = quality >= 0 && static_cast<std::size_t>(quality) < levels.size();
     return isLevel ? levels.begin()[quality] : other;
@@ -148,7 +148,7 @@ void ktAmbientOcclusion::setMinEdgeLength(double length) {
 
 void ktAmbientOcclusion::setIntensityThreshold(double threshold) {
     constexpr double least = ktAmbientOcclusionSettings::IntensityThreshold::range.least;
-    if (!(threshold >= least)) // a NaN as well
+    if (!(threshold >= least)) // also if NaN
         threshold = least;
     if (threshold != intensityThreshold)
         pushChange(tr("Ambient Occlusion Intensity Threshold"), threshold, this, "intensityThresholdChanged(double)",

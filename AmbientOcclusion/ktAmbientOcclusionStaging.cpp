@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Emptying, saving and restoring the result channels around a run.
+// Clears, saves and restores the result channels around a run.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 
@@ -10,7 +10,7 @@ using namespace ktAmbientOcclusionInternal;
 
 namespace {
 
-// A node that so many hold is none of the run's working copy.
+// A node with this many references is not from the run's working copy.
 constexpr int suspiciousRefCount = 11;
 
 void copyValues(const osg::GeoTexCoords4fPtr& source, std::vector<osg::Vec4f>& target) {
@@ -30,7 +30,7 @@ void copyValues(const std::vector<osg::Vec4f>& source, const osg::GeoTexCoords4f
 } // namespace
 
 void ktAmbientOcclusion::clearVertexColors(int lightMode) {
-    int counter = -1; // lines name the last good node, from 0
+    int counter = -1; // index of the last good node, for the message
     for (const osg::NodePtr& node : geometryNodes) {
         if (node == osg::NullFC || node.getRefCount() >= suspiciousRefCount) {
             std::cout << "Bad Node Clear Vertex Colors" << counter << std::endl;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A run from the request to the thawed host.
+// Runs a calculation: checks the selection, freezes the host, runs the passes, unfreezes the host.
 #include "ktAmbientOcclusion.h"
 #include "ktController.h"
 #include "ktNodePermission.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-// Pattern 0, lobe 1: stratified and cosine-weighted; samples move by a quarter of their stratum.
+// Pattern 0 is stratified, lobe 1 is cosine-weighted. Samples move by a quarter of their stratum.
 ktSampler* createSampler(ktRaytracingUtils* utils, int count) {
     return utils->createSampler(count, count, 0, 1, 0.25f, 0.25f);
 }

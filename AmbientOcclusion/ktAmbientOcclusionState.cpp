@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What a run tells the user interface: states, progress, cancel.
+// The signals of a run for the user interface: states, progress, cancel.
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionInternal.h"
 
@@ -9,7 +9,7 @@ void ktAmbientOcclusion::updateState(CalculationState state, unsigned int node) 
     constexpr std::int64_t interval_us = 1000000;
     const std::int64_t now_us = wallClock_us();
     if (lastStateReport_us < 0)
-        lastStateReport_us = now_us; // so the first report of the process is always dropped
+        lastStateReport_us = now_us; // so the first report of the process is dropped
     if (now_us - lastStateReport_us < interval_us)
         return;
     Q_EMIT stateChanged(state, node);

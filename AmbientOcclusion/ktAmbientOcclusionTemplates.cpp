@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The file that keeps the presets, by column: one list a field, entry i of each is preset i's. The constructor ends
-// with readPreset(), so nothing here may ask for the instance.
+// Reads and writes the templates file, which holds the presets by column: one list per field, entry i of each list
+// belongs to preset i. The controller's constructor calls readPreset(), so this file must not call the().
 #include "ktAmbientOcclusion.h"
 #include "ktGetFromMessage.h"
 #include "ktLog.h"
@@ -28,7 +28,7 @@ void setColumn(ktMessage& message, const std::string& name, const std::vector<AO
     message.set(name, std::move(column), true);
 }
 
-/// One list of the file, and what stands for entries that it lacks.
+/// One list of the file, and a default for missing entries.
 template <class T>
 class Column {
 public:
@@ -50,7 +50,7 @@ void getColumn(const ktMessage& message, const std::string& name, T entryWhenMis
         setField(presets[i], column[i]);
 }
 
-// A colour has three columns, with these ends.
+// A colour has three columns, which end in these letters.
 constexpr const char* components[] = {"R", "G", "B"};
 
 /// Type of a setting in a preset.
@@ -97,7 +97,7 @@ void ktAmbientOcclusion::readPreset() {
     const std::string path = templatesPath();
     ktMessage message;
     if (!ktMessageRW::read(message, path.c_str(), "")) {
-        // UTF-8 bytes taken for Latin-1: a translation beyond ASCII has always got its name this way.
+        // Reads UTF-8 bytes as Latin-1: names that are not ASCII have always been stored this way.
         addPreset(QString::fromLatin1(tr("Default").toUtf8()));
         addDefaultPresets();
         writePreset();
@@ -105,7 +105,7 @@ void ktAmbientOcclusion::readPreset() {
         return;
     }
 
-    unsigned long count = 0; // for people who look into the file
+    unsigned long count = 0; // for people who read the file
     getFromMessage(message, "AOPreset", count);
     std::vector<std::string> names;
     const bool hasNames = getFromMessage(message, "name", names);

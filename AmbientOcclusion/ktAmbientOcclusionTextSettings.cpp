@@ -13,7 +13,7 @@ namespace {
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-// A colour has three keys, with these ends.
+// A colour has three keys, which end in these letters.
 constexpr const char* components[] = {"R", "G", "B"};
 
 std::string latin1(const QString& text) {
@@ -37,7 +37,7 @@ void write(const osg::ValuePairPtr& values, const std::string& key, const osg::C
         write(values, key + components[i], value[i]);
 }
 
-// Reads like atof, but never with the user's decimal comma: the texts are written with a point everywhere.
+// Like atof, but with a decimal point in every locale, as the texts are written.
 double realOf(const std::string& text) {
     static const locale_t neutral = newlocale(LC_ALL_MASK, "C", nullptr);
     return strtod_l(text.c_str(), nullptr, neutral);
@@ -54,7 +54,7 @@ void parse(const std::string& text, Real& value) {
     value = static_cast<Real>(realOf(text));
 }
 
-// Reading: false, and the value stays, when a key is absent.
+// Reads a key. If it is absent, returns false and does not change the value.
 template <class Value>
 bool read(const osg::ValuePairPtr& values, const std::string& key, Value& value) {
     std::string text;

@@ -5,15 +5,15 @@
 
 class ktAmbientOcclusion;
 
-/// The older form of the settings on nodes: text values under keys that begin with "AO". It has no direct-light mode.
+/// The older format of the settings on nodes: texts under keys that begin with "AO". It has no direct-light mode.
 namespace ktAmbientOcclusionInternal {
 
-/// Sets all keys from the controller's settings; values there are replaced.
+/// Sets all keys from the controller's settings; replaces existing values.
 void writeTextSettings(const ktAmbientOcclusion& controller, const osg::ValuePairPtr& values);
 /// Deletes all keys; a missing one is no error.
 void eraseTextSettings(const osg::ValuePairPtr& values);
-/// Sets what the keys hold through the controller's setters. Absent keys, and a colour that lacks a component, leave
-/// their setting alone; text that is no number counts as 0, text other than "true" as false.
+/// Passes the keys' values to the controller's setters. A missing key, or a colour without all components, leaves its
+/// setting unchanged. A text that is not a number counts as 0, a text other than "true" as false.
 void loadTextSettings(ktAmbientOcclusion& controller, const osg::ValuePairPtr& values);
 
 } // namespace ktAmbientOcclusionInternal

@@ -9,15 +9,15 @@
 #include <string>
 #include <typeinfo>
 
-/// Copies the value under `name` into `value` if it is there with exactly the type T, and tells whether it did; else
-/// `value` stays as it was. A missing value is nothing to talk about; one of another type is reported on standard
-/// error, with the names that the compiler gives the types, and the host's call trace.
+/// Copies the value under `name` into `value` if it has exactly the type T. Returns whether it did; else `value` is
+/// unchanged. A missing value is not reported. A value of another type is reported on standard error, with the
+/// compiler's names of the two types and the host's call trace.
 template <class T>
 bool getFromMessage(const ktMessage& message, const std::string& name, T& value) {
     const boost::any& held = message.get(name);
     if (held.empty())
         return false;
-    // By the text of the names: another library's record of the same type is another object.
+    // Compares the text of the names: each library may have its own type_info object for a type.
     const char* heldType = held.type().name();
     const char* wantedType = typeid(T).name();
     if (std::strcmp(heldType, wantedType) != 0) {

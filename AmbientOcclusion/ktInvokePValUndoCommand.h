@@ -3,12 +3,12 @@
 
 #include "ktInvokeValueUndoBase.h"
 
-/// The undoable change of one member variable: writes the value through a pointer, then calls the method.
+/// An undoable change of a member variable: writes the value through a pointer, then calls a method.
 template <class T>
 class ktInvokePValUndoCommand : public ktInvokeValueUndoBase<T> {
 public:
     /// Arguments as for ktInvokeValueUndoBase.
-    /// @param valuePointer the member that holds the setting; not owned; a null one is never written
+    /// @param valuePointer the member that holds the setting; not owned; if null, nothing is written
     ktInvokePValUndoCommand(const QString& text, const T& value_, QObject* object_, const char* signature,
                             QUndoCommand* parent, T* valuePointer_)
         : ktInvokeValueUndoBase<T>(text, value_, object_, signature, parent), valuePointer(valuePointer_) {}

@@ -11,17 +11,17 @@
 #include <typeindex>
 #include <typeinfo>
 
-/// A command that puts a value in place and then calls a method of an object by its signature text, on undo as on redo.
-/// Every application swaps the kept value with the live one, so undo and redo are one operation.
-/// Where the value lives is up to the derived class. Main thread only.
+/// A command that sets a value and then calls a method of an object by the text of its signature. Undo and redo are the
+/// same operation: they swap the stored value with the current one.
+/// The derived class says where the current value is. Main thread only.
 template <class T>
 class ktInvokeValueUndoBase : public ktUndoCommand {
 public:
     /// @param text      translated label
     /// @param value     the new value
-    /// @param object    whose method is called; not owned, not null, must outlive the command
+    /// @param object    object of the method; not owned, not null, must outlive the command
     /// @param signature of a method with one parameter, which gets the new value, or with none; need not be normalized.
-    ///                  When the object has no such method, that is logged and applying the command only sets the
+    ///                  If the object has no such method, logs an error; the command then only sets the
     ///                  value.
     /// @param parent    macro that will own the command, or null
     ktInvokeValueUndoBase(const QString& text, const T& value, QObject* object, const char* signature,
@@ -31,10 +31,10 @@ public:
     void redo() override;
     /// The same for all commands of one value type; canMergeWith() tells them apart.
     int id() const override { return commandId(); }
-    /// Takes over a later change of the same setting. The value kept stays the one from before the first change.
+    /// Absorbs a later change of the same setting. The stored value stays the one before the first change.
     bool mergeWith(const QUndoCommand* other) override;
     bool canMergeWith(const QUndoCommand* other) const override;
-    /// Puts `newValue` in place and gives back what was there; leaves `oldValue` alone when there is no place.
+    /// Sets the current value to `newValue` and `oldValue` to the previous one. Without a place to write, does nothing.
     virtual void setValue(const T& newValue, T& oldValue) = 0;
 
     static int commandId();
@@ -59,7 +59,7 @@ ktInvokeValueUndoBase<T>::ktInvokeValueUndoBase(const QString& text, const T& ne
         return;
     }
     method = metaObject->method(index);
-    // The type is only a name for the call: whether it fits T is the business of whoever wrote the signature.
+    // The call needs only the type's name. The author of the signature ensures that it matches T.
     if (method.parameterCount() == 1)
         parameterType = method.parameterTypes().first().toStdString();
 }
@@ -91,7 +91,7 @@ template <class T>
 bool ktInvokeValueUndoBase<T>::canMergeWith(const QUndoCommand* other) const {
     if (!ktUndoCommand::canMergeWith(other))
         return false;
-    // Equal ids mean equal value types, so the cast holds.
+    // Equal ids mean equal value types, so the cast is safe.
     const auto* command = static_cast<const ktInvokeValueUndoBase*>(other);
     return command->object == object && command->method == method;
 }
