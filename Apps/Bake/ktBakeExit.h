@@ -4,7 +4,7 @@
 /// Exit codes of ktbake.
 namespace ktBakeExit {
 constexpr int done = 0;
-constexpr int failed = 1; ///< an error inside; the reason stands in the log
+constexpr int failed = 1; ///< internal error; the reason is in the log
 constexpr int usage = 2;
 constexpr int badInput = 3;
 constexpr int notWritten = 4;

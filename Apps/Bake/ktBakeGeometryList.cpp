@@ -15,7 +15,7 @@ std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
             return true;
         const auto [place, isNew] = places.try_emplace(geometry.getFieldContainerId(), list.size());
         if (isNew) {
-            // A part of an object is called like the object.
+            // A part without a name gets the name of its object.
             const char* name = ktNodeUtils::getName(instance.node);
             if (!name)
                 name = ktNodeUtils::getName(instance.node->getParent());

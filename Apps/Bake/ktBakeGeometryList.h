@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-/// A geometry of the scene, once, however often it is used.
+/// A geometry of the scene; listed once, even if several nodes use it.
 struct ktBakeGeometry {
-    std::string name; ///< of the node that uses it first, or of the one above; may be empty
+    std::string name; ///< of the first node that uses it, or of that node's parent; may be empty
     osg::GeometryPtr geometry;
     std::uint64_t vertices = 0, triangles = 0;
     std::uint64_t uses = 0; ///< nodes that show it, hidden ones included

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The main function of ktbake: reads the options, runs the bake or the script.
 #include "ktBakeExit.h"
 #include "ktBakeOptions.h"
 #include "ktBakeRun.h"
@@ -12,8 +13,8 @@
 #include <langinfo.h>
 #include <QCoreApplication>
 
-/// File names and messages are UTF-8, also where no language is set (as in containers and jobs): Qt would otherwise
-/// take the locale "C" at its word and lose every other letter.
+/// Makes file names and messages UTF-8, even if no language is set (as in containers and jobs). In the locale "C", Qt
+/// would lose every letter outside ASCII.
 static void useUtf8() {
     // No other thread runs yet. NOLINTBEGIN(concurrency-mt-unsafe)
     std::setlocale(LC_CTYPE, "");

@@ -3,6 +3,6 @@
 
 #include <string>
 
-/// Whether a file of this name can be made or replaced: its folder exists and can be written, and no folder is in its
-/// place. A file that is there is not touched. If not, the reason is logged.
+/// Whether a file of this name can be created or replaced: its folder exists and is writable, and the name is not a
+/// folder. If not, logs the reason. Does not touch an existing file.
 bool canBeWritten(const std::string& fileName);

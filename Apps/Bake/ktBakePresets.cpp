@@ -58,6 +58,6 @@ int editPresets(const ktBakeOptions& options) {
     }
     if (!options.savePreset.empty())
         plugin->addPreset(QString::fromStdString(options.savePreset));
-    // The plug-in tells of a file that cannot be written by a line in the log alone.
+    // If the file cannot be written, the plug-in only logs an error.
     return ktLogOutput::getCount(ktLogLevel::Error) > errorsBefore ? ktBakeExit::notWritten : ktBakeExit::done;
 }

@@ -7,14 +7,14 @@
 
 struct ktBakeOptions;
 
-/// Finds a preset by its exact name or by the beginning of exactly one.
-/// @param message set when none fits: says what was asked for and lists the names
-/// @return index into `names`, -1 when none fits
+/// Finds a preset by its exact name, or by a prefix of exactly one name.
+/// @param message set on failure: contains the wanted name and the list of names
+/// @return index into `names`, -1 on failure
 int findPreset(const QList<QString>& names, const std::string& wanted, std::string& message);
 
-/// Prints the presets' names, one a line, to standard output.
+/// Prints the presets' names to standard output, one per line.
 void printPresets();
 
-/// Deletes and saves presets as the options ask. Their settings must have been applied before.
-/// @return exit code; on failure the reason is logged
+/// Deletes and saves presets as the options say. Apply the options' settings before.
+/// @return exit code; logs the reason of a failure
 int editPresets(const ktBakeOptions& options);

@@ -78,7 +78,7 @@ void ktBakeProgress::onStarted(int max) {
 }
 
 void ktBakeProgress::onStep(int counter) {
-    // A step is the beginning of a node: the calls for the node before have ended.
+    // A step begins a node: the calls for the previous node have ended.
     callsDone += callDone;
     callDone = 0;
     steps = counter;
@@ -89,7 +89,7 @@ void ktBakeProgress::onStopped() {
     lastVertex = Clock::now();
     callsDone += callDone;
     callDone = 0;
-    // A cancelled run may tell of its end, too; it is not complete.
+    // A cancelled run may also report its end, but it is not complete.
     if (!ktCancelToken::the().isCanceled())
         show(true);
     isRunning = false;
@@ -101,7 +101,7 @@ void ktBakeProgress::onTraced(std::uint64_t done, std::uint64_t) {
         firstVertex = now;
         structureSeconds = secondsBetween(started, now);
     }
-    // A call's count starts anew when it falls.
+    // A smaller count means that a new call has begun.
     if (done < callDone)
         callsDone += callDone;
     callDone = done;
@@ -109,7 +109,7 @@ void ktBakeProgress::onTraced(std::uint64_t done, std::uint64_t) {
     show(false);
 }
 
-// How much there is to refine is known only when it is done, so this shows what came into being so far.
+// The amount of refinement is not known in advance, so this shows the new vertices so far.
 void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices) {
     const Clock::time_point now = Clock::now();
     if (!isShown || !isRunning || round == 0 || (isTerminal ? now - lastShown < redrawInterval : round == lastRound))

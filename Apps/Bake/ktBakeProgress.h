@@ -6,21 +6,21 @@
 #include <QObject>
 #include <string>
 
-/// Shows how far a calculation is, on standard error: a bar with rate and remaining time on a terminal, a plain line at
-/// every tenth elsewhere. Listens to the plug-in and the host as long as it lives. Also counts, for the statistics.
+/// Shows the progress of a calculation on standard error: on a terminal a bar with rate and remaining time, else a
+/// plain line per 10 %. Listens to the plug-in and the host during its lifetime. Also counts for the statistics.
 class ktBakeProgress : public QObject {
     Q_OBJECT
 public:
-    /// @param vertexCount vertices that a pass is expected to trace; 0: not known, then nodes are counted
+    /// @param vertexCount vertices that a pass is expected to trace; 0: unknown, then counts nodes
     /// @param isShown     false: count only
     ktBakeProgress(std::uint64_t vertexCount, bool isShown);
     ~ktBakeProgress() override;
 
-    /// Removes the bar, so that other lines can be written.
+    /// Erases the bar, so that other lines can be written.
     void clearLine();
 
     int getNodeCount() const { return nodeCount; }                           ///< geometry that the run worked on
-    std::uint64_t getVerticesTraced() const { return callsDone + callDone; } ///< all passes together
+    std::uint64_t getVerticesTraced() const { return callsDone + callDone; } ///< in all passes
     double getStructureSeconds() const { return structureSeconds; }          ///< from the start to the first vertex
     double getTracingSeconds() const;                                        ///< from the first vertex to the last
 
@@ -39,8 +39,8 @@ private:
     const bool isShown;
     const bool isTerminal;
     int maxSteps = 0, steps = 0, nodeCount = 0;
-    std::uint64_t callsDone = 0; ///< vertices of the calls that have ended
-    std::uint64_t callDone = 0;  ///< vertices of the call under way
+    std::uint64_t callsDone = 0; ///< vertices of the finished calls
+    std::uint64_t callDone = 0;  ///< vertices of the current call
     Clock::time_point started, firstVertex, lastVertex, lastShown;
     double structureSeconds = 0;
     int lastTenth = -1;
@@ -48,7 +48,7 @@ private:
     bool isRunning = false, isBarShown = false;
 };
 
-/// Minutes and seconds, or hours as well: "0:07", "12:34", "1:02:03".
+/// Minutes and seconds, with hours if needed: "0:07", "12:34", "1:02:03".
 std::string formatDuration(double seconds);
-/// Three figures and a unit: "999", "1.23 k", "45.6 M".
+/// Three significant digits and a unit: "999", "1.23 k", "45.6 M".
 std::string formatCount(double count);

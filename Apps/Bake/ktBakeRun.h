@@ -3,6 +3,6 @@
 
 struct ktBakeOptions;
 
-/// Does what the options ask for: reads the scene, bakes it, writes it. Needs a QCoreApplication.
-/// @return exit code of ktBakeExit; on failure the reason is logged and nothing was written
+/// Runs ktbake with the given options: reads the scene, bakes it, writes it. Needs a QCoreApplication.
+/// @return exit code of ktBakeExit; on failure logs the reason and writes nothing
 int runBake(const ktBakeOptions& options);

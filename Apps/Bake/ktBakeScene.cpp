@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Whether the plug-in can load settings from a node: typed ones, or texts of the older form.
+/// Whether the plug-in can load settings from a node: a typed attachment, or texts of the older format.
 bool holdsSettings(const osg::NodePtr& node) {
     if (ktFindAttachment<osg::AmbientOcclusionSettingsAttachment>(node) != osg::NullFC)
         return true;
@@ -72,7 +72,7 @@ int ktBakeScene::addGroundPlane(const ktBakeOptions& options) {
         logMessages(report);
         return ktBakeExit::done;
     }
-    // It was asked for: the reason, a warning of the file's, is what ends the run.
+    // The user asked for the plane, so the file's warning ends the run as an error.
     const std::vector<ktFileWarning>& warnings = report.messages.warnings();
     if (report.isGood() && !warnings.empty())
         report.error = fileName + ": " + warnings.back().text();

@@ -10,7 +10,7 @@
 
 struct ktBakeOptions;
 
-/// The scene that is baked, and its file. Failures are logged with the file's name.
+/// The scene to bake, and its file. Logs failures with the file's name.
 class ktBakeScene {
 public:
     ktBakeScene() = default;
@@ -18,29 +18,29 @@ public:
     ktBakeScene(const ktBakeScene&) = delete;
     ktBakeScene& operator=(const ktBakeScene&) = delete;
 
-    /// Reads the file and makes it the host's scene. Warnings are logged.
+    /// Reads the file and makes it the host's scene. Logs warnings.
     /// @return exit code
     int open(const ktBakeOptions& options);
-    /// Adds the ground plane when it is asked for.
+    /// Adds the ground plane if the options say so.
     /// @return exit code
     int addGroundPlane(const ktBakeOptions& options);
     /// Decodes the materials' pictures, which bounced light and the preview need.
     void loadPictures();
-    /// The first node of the name given with `--settings-from` that holds settings; `node` stays as it is when that was
-    /// not given.
+    /// Sets `node` to the first node with the name of `--settings-from` that holds settings. Without that option `node`
+    /// is unchanged.
     /// @return exit code
     int findSettingsNode(const ktBakeOptions& options, osg::NodePtr& node) const;
-    /// Selects what the options name, or the scene's top nodes; of that, with `--missing`, what has no results under
-    /// the plug-in's present settings.
+    /// Selects the nodes that the options name, or the scene's top nodes. With `--missing`, only the parts of them
+    /// without the results that the plug-in's current settings request.
     /// @return exit code
     int select(const ktBakeOptions& options);
-    /// Writes the scene with its results; false when it cannot be written.
+    /// Writes the scene with its results; false if it cannot be written.
     bool save(const ktBakeOptions& options);
-    /// Draws the picture; false when it cannot be written.
+    /// Draws the picture; false if it cannot be written.
     bool drawPreview(const ktBakeOptions& options);
 
     double getDiagonal() const { return diagonal; } ///< world units
-    /// The scene's geometry as it is now, each once.
+    /// The scene's current geometry, each once.
     std::vector<ktBakeGeometry> getGeometries() const;
     /// Vertices of the visible geometry below the selection, each geometry once.
     std::uint64_t getSelectedVertexCount() const;

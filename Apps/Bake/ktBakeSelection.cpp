@@ -10,8 +10,8 @@ namespace {
 struct Entry {
     osg::NodePtr node;
     size_t parent;           // index of the entry above; its own index at the top
-    bool isMissing = false;  // something below, or the node itself, has no results
-    bool isResult = false;   // something below, or the node itself, has results
+    bool isMissing = false;  // the node, or one below it, lacks results
+    bool isResult = false;   // the node, or one below it, has results
     bool isSelected = false; // the node, or one above it
 };
 
@@ -22,7 +22,7 @@ void judge(Entry& entry) {
     ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
     if (plugin->isCalculationMissing(geometry, true, plugin->isIndirectIlluminationEnabled()))
         entry.isMissing = true;
-    else // what can never have results has no channel for them
+    else // geometry that never gets results has no channel for them
         entry.isResult = osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7()) != osg::NullFC;
 }
 
@@ -31,7 +31,7 @@ void judge(Entry& entry) {
 std::vector<osg::NodePtr> findMissing(const std::vector<osg::NodePtr>& roots) {
     std::vector<osg::NodePtr> found;
     for (const osg::NodePtr& root : roots) {
-        // All nodes, each behind the one above it.
+        // All nodes, parents first.
         std::vector<Entry> entries = {{root, 0}};
         for (size_t i = 0; i < entries.size(); ++i) {
             judge(entries[i]);

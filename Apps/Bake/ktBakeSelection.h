@@ -5,7 +5,7 @@
 
 #include <vector>
 
-/// The topmost nodes, among `roots` and all below them, below which results are missing and none are there. What else
-/// is below `roots` so keeps its results and the settings it was baked with. Missing is what the plug-in's settings ask
-/// for: direct results, and indirect light where that is switched on. Level by level; trees may be of any depth.
+/// The topmost nodes, among `roots` and all nodes below, whose subtrees lack results and hold none. So everything else
+/// below `roots` keeps its results and settings. Missing results are those that the plug-in's settings request: direct
+/// results, and indirect light if it is on. Level by level; trees may have any depth.
 std::vector<osg::NodePtr> findMissing(const std::vector<osg::NodePtr>& roots);

@@ -14,7 +14,7 @@ namespace {
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-/// The plug-in's value for what an option gives.
+/// Converts an option's value to the plug-in's value.
 template <class Row, class Given>
 typename Row::Value settingOf(Row, const Given& given, double) {
     return given;

@@ -7,14 +7,14 @@
 
 struct ktBakeOptions;
 
-/// Hands the options to the plug-in's setters: the preset, then the node's settings, then each option that was given.
-/// @param settingsNode  node of `--settings-from`; null when that was not given
+/// Passes the options to the plug-in's setters: the preset, then the node's settings, then each given option.
+/// @param settingsNode  node of `--settings-from`; null without that option
 /// @param sceneDiagonal world units, for distances in percent
-/// @return exit code; on failure the reason is logged
+/// @return exit code; logs the reason of a failure
 int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode, double sceneDiagonal);
 
-/// Says aloud what the settings ask for and will not get.
+/// Logs a warning for each requested setting that has no effect.
 void warnAboutSettings();
 
-/// The plug-in's settings by the names of the options, for the statistics.
+/// The plug-in's settings, named as the options, for the statistics.
 QJsonObject describeSettings();

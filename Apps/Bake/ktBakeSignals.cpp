@@ -23,7 +23,7 @@ int wakeUp[2] = {-1, -1}; // a pipe: the handler writes, the event loop reads
 struct sigaction formerActions[2];
 std::unique_ptr<QSocketNotifier> notifier;
 
-/// Only what a signal handler may do: the tracing threads stop at once, the plug-in is told by the event loop.
+/// Signal handler: stops the tracing threads at once. The event loop cancels the plug-in, which is not safe here.
 void onSignal(int signal) {
     const int error = errno;
     if (interrupted && !isHeldBack) {
@@ -41,11 +41,11 @@ void onSignal(int signal) {
 } // namespace
 
 ktBakeSignals::ktBakeSignals() {
-    // The plug-in's own way of cancelling, whoever asks for it, stops the tracing threads as well.
+    // A cancel through the plug-in also stops the tracing threads.
     QObject::connect(ktAmbientOcclusion::the(), &ktAmbientOcclusion::calculationCanceled, QCoreApplication::instance(),
                      [] { ktCancelToken::the().cancel(); });
     if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
-        return; // no handler: a signal then ends the process
+        return; // without a handler, a signal ends the process
     notifier = std::make_unique<QSocketNotifier>(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, QCoreApplication::instance(), [] {
         char bytes[16];
@@ -67,7 +67,7 @@ ktBakeSignals::~ktBakeSignals() {
     for (int i = 0; i < 2; ++i)
         sigaction(handledSignals[i], &formerActions[i], nullptr);
     notifier.reset();
-    // A handler that was set meanwhile may still call ours: it must not write to who gets the number next.
+    // A later handler may still call ours. It must not write to a file that reuses the descriptor's number.
     for (int& end : wakeUp)
         close(std::exchange(end, -1));
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-/// Turns Ctrl-C and a request to terminate into a cancel of the calculation. One object at a time, on the main thread,
-/// after the QCoreApplication was made; the process's former handling comes back with its end.
-/// A second signal while one is pending ends the process at once, unless results are being written.
+/// Cancels the calculation on Ctrl-C or a request to terminate. Create one object at a time, on the main thread, after
+/// the QCoreApplication. The destructor restores the former signal handlers.
+/// A second signal ends the process at once, unless holdBack() was called.
 class ktBakeSignals {
 public:
     ktBakeSignals();
@@ -13,6 +13,6 @@ public:
 
     /// Whether a signal has come.
     bool isInterrupted() const;
-    /// From here on signals wait until the process ends by itself: files are written whole.
+    /// From now on signals do not end the process, so that files are written completely.
     void holdBack();
 };

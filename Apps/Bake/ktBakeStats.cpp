@@ -14,7 +14,7 @@
 
 namespace {
 
-// JSON's numbers are exact up to 2^53.
+// JSON numbers are exact up to 2^53.
 double count(std::uint64_t value) {
     return static_cast<double>(value);
 }

@@ -14,30 +14,30 @@ struct ktBakeGeometry;
 
 /// Times and counts of one run.
 struct ktBakeStats {
-    std::string scene, output; ///< output: empty when none was written
-    std::string tracer;        ///< as `--tracer` calls it
+    std::string scene, output; ///< output: empty if none was written
+    std::string tracer;        ///< as named by `--tracer`
     QJsonObject settings;
 
-    std::uint64_t sceneVertices = 0, sceneTriangles = 0; ///< of the file, stored once, however often they are used
-    std::uint64_t instancedTriangles = 0;                ///< those of a geometry as often as it is used
+    std::uint64_t sceneVertices = 0, sceneTriangles = 0; ///< of the file; shared geometry counts once
+    std::uint64_t instancedTriangles = 0;                ///< shared geometry counts once per use
     double sceneDiagonal = 0;                            ///< world units
     int geometriesCalculated = 0;                        ///< geometry that the run worked on
-    std::uint64_t verticesTraced = 0;                    ///< all passes together
-    ktTracingStatistics tracing;                         ///< rays, triangles that rays could meet
-    QJsonArray geometries;                               ///< each of the scene with what was traced for it
+    std::uint64_t verticesTraced = 0;                    ///< in all passes
+    ktTracingStatistics tracing;                         ///< rays, triangles that rays can hit
+    QJsonArray geometries;                               ///< one entry per geometry, with its traced counts
 
     double readSeconds = 0, structureSeconds = 0, tracingSeconds = 0;
     double storingSeconds = 0; ///< the rest of the calculation: collecting, storing, refining
     double writeSeconds = 0, previewSeconds = 0, totalSeconds = 0;
 
-    /// Takes over what was counted while tracing, and lists the scene's geometry with it.
+    /// Copies the counts of the tracing, and lists the scene's geometry with them.
     void addTracing(const ktTracingStatistics& counts, const std::vector<ktBakeGeometry>& sceneGeometries);
-    /// Writes a JSON file, with the process's threads, warnings and peak memory added.
-    /// @return false when it cannot be written; the reason is logged
+    /// Writes a JSON file. Adds the process's threads, warnings and peak memory.
+    /// @return false if it cannot be written; logs the reason
     bool write(const std::string& fileName) const;
 };
 
-/// A stop watch: seconds since it was made or last asked.
+/// A stop watch: lap() returns the seconds since the last call, or since construction.
 class ktBakeWatch {
 public:
     double lap() {
