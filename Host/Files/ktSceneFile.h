@@ -50,7 +50,7 @@ public:
     /// Root of the scene, in millimetres: a group, below it one transform from the file's unit to millimetres, below
     /// that the file's top nodes. The file keeps a reference.
     osg::NodePtr getRoot() const;
-    /// The file's top nodes that are in the scene now.
+    /// The current children of that transform: the file's top nodes.
     std::vector<osg::NodePtr> getTopNodes() const;
     /// The file's cameras; their nodes belong to the scene.
     const std::vector<ktSceneCamera>& getCameras() const;
