@@ -6,7 +6,7 @@
 #include "ktBenchmarkScenes.h"
 #include "ktCommandLine.h"
 #include "ktEmbreeLoop.h"
-#include "ktFloatMode.h"
+#include "ktFlushDenormals.h"
 #include "ktHemisphereSampler.h"
 #include "ktParallel.h"
 #include "ktSceneRaytracing.h"
@@ -62,17 +62,17 @@ public:
             meshes.push_back({mesh.positions.data(), mesh.indices.data(), mesh.vertexCount(), mesh.triangleCount()});
             const ktVertexGroups groups =
                 ktGroupVertices(mesh.positions.data(), mesh.normals.data(), mesh.vertexCount());
-            const std::vector<ktInward> inward =
-                ktInwardDirections(mesh.positions.data(), mesh.vertexCount(), mesh.indices);
+            const std::vector<ktOneRing> oneRings =
+                ktMakeOneRings(mesh.positions.data(), mesh.vertexCount(), mesh.indices);
             for (std::size_t group = 0; group < groups.size(); ++group) {
                 const std::size_t first = 3 * std::size_t(groups.first(group));
                 ktRayVertex vertex;
-                if (frames.make(&mesh.positions[first], &mesh.normals[first], groups.inwardOf(group, inward.data()),
+                if (frames.make(&mesh.positions[first], &mesh.normals[first], groups.oneRingOf(group, oneRings.data()),
                                 vertex))
                     vertices.push_back(vertex);
             }
         }
-        limits.minDistance = ktVertexFrames::leastDistance(size);
+        limits.minDistance = ktVertexFrames::minHitDistance(size);
         limits.maxDistance = maxDistance;
         loop.build(meshes);
     }
@@ -85,7 +85,7 @@ public:
         const double seconds = secondsOf([&] {
             arena.execute([&] {
                 ktParallel::forRange(vertices.size(), 64, [&](std::size_t begin, std::size_t end) {
-                    const ktFloatMode fast;
+                    const ktFlushDenormals fast;
                     std::uint64_t sum = 0;
                     for (std::size_t i = begin; i < end; ++i)
                         sum += loop.nearest(vertices[i], limits);

@@ -50,11 +50,11 @@ std::vector<ktRayVertex> makeVertices(const ktBenchmarkScene& scene, std::size_t
     for (const ktBenchmarkMesh& mesh : scene.meshes) {
         const float *positions = mesh.positions.data(), *normals = mesh.normals.data();
         const ktVertexGroups groups = ktGroupVertices(positions, normals, mesh.vertexCount());
-        const std::vector<ktInward> inward = ktInwardDirections(positions, mesh.vertexCount(), mesh.indices);
+        const std::vector<ktOneRing> oneRings = ktMakeOneRings(positions, mesh.vertexCount(), mesh.indices);
         for (std::size_t group = 0; group < groups.size(); ++group) {
             const std::size_t first = 3 * std::size_t(groups.first(group));
             ktRayVertex vertex;
-            if (frames.make(positions + first, normals + first, groups.inwardOf(group, inward.data()), vertex))
+            if (frames.make(positions + first, normals + first, groups.oneRingOf(group, oneRings.data()), vertex))
                 all.push_back(vertex);
         }
     }
@@ -142,7 +142,7 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
         for (ktRayVertex& vertex : vertices)
             vertex.directions = prepared.get();
         for (float share : {0.0f, 0.03f}) {
-            const ktRayLimits limits{options.minDistance < 0 ? ktVertexFrames::leastDistance(diagonal)
+            const ktRayLimits limits{options.minDistance < 0 ? ktVertexFrames::minHitDistance(diagonal)
                                                              : options.minDistance * diagonal,
                                      share > 0 ? share * diagonal : FLT_MAX, true};
             const char* distance = share > 0 ? "3 %" : "any";

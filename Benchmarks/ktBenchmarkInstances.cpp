@@ -2,9 +2,9 @@
 // Parts that are used several times: written out in world space, or as Embree instances?
 #include "ktBenchmarkScenes.h"
 #include "ktCommandLine.h"
-#include "ktFloatMode.h"
+#include "ktFlushDenormals.h"
 #include "ktHemisphereSampler.h"
-#include "ktTileDirections.h"
+#include "ktTileRotation.h"
 #include "ktVertexFrames.h"
 
 #include <algorithm>
@@ -131,7 +131,7 @@ private:
     std::vector<RTCScene> parts;
 };
 
-std::uint64_t countOpen(RTCScene scene, const ktRayVertex& vertex, const ktRayLimits& limits, ktTurnTile turnTile) {
+std::uint64_t countOpen(RTCScene scene, const ktRayVertex& vertex, const ktRayLimits& limits, ktRotateTile rotateTile) {
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     context.flags = RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
@@ -141,7 +141,7 @@ std::uint64_t countOpen(RTCScene scene, const ktRayVertex& vertex, const ktRayLi
     std::uint64_t open = 0;
     const ktDirectionSet& set = vertex.directions->set;
     for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile) {
-        turnTile(set.tiles[tile], vertex, ray.dir_x, ray.dir_y, ray.dir_z);
+        rotateTile(set.tiles[tile], vertex, ray.dir_x, ray.dir_y, ray.dir_z);
         for (int i = 0; i < 16; ++i) {
             ray.org_x[i] = vertex.origin[0];
             ray.org_y[i] = vertex.origin[1];
@@ -185,11 +185,12 @@ int main(int argumentCount, char** arguments) {
         for (const ktBenchmarkMesh& mesh : writtenOut.meshes)
             for (std::uint32_t i = 0; i < mesh.vertexCount(); ++i, ++number) {
                 ktRayVertex vertex;
-                if (number % step == 0 && frames.make(&mesh.positions[3 * i], &mesh.normals[3 * i], ktInward(), vertex))
+                if (number % step == 0 &&
+                    frames.make(&mesh.positions[3 * i], &mesh.normals[3 * i], ktOneRing(), vertex))
                     vertices.push_back(vertex);
             }
         ktRayLimits limits;
-        limits.minDistance = ktVertexFrames::leastDistance(writtenOut.diagonal());
+        limits.minDistance = ktVertexFrames::minHitDistance(writtenOut.diagonal());
         limits.maxDistance = FLT_MAX;
 
         Structure structures[2];
@@ -203,7 +204,7 @@ int main(int argumentCount, char** arguments) {
             structures[kind].commit();
             build_s[kind] = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         }
-        const ktTurnTile turnTile = ktChooseTurnTile();
+        const ktRotateTile rotateTile = ktChooseRotateTile();
         tbb::task_arena arena(threads);
         std::vector<double> seconds[2];
         double open[2] = {0, 0};
@@ -213,9 +214,9 @@ int main(int argumentCount, char** arguments) {
                 const auto begin = std::chrono::steady_clock::now();
                 arena.execute([&] {
                     tbb::parallel_for(tbb::blocked_range<std::size_t>(0, vertices.size(), 64), [&](const auto& range) {
-                        const ktFloatMode fast;
+                        const ktFlushDenormals fast;
                         for (std::size_t i = range.begin(); i < range.end(); ++i)
-                            sum += countOpen(structures[kind].scene, vertices[i], limits, turnTile);
+                            sum += countOpen(structures[kind].scene, vertices[i], limits, rotateTile);
                     });
                 });
                 seconds[kind].push_back(

@@ -40,9 +40,9 @@ public:
         tbb::parallel_for(std::size_t(0), vertices.size(), [&](std::size_t i) {
             const std::size_t first = 3 * std::size_t(vertices[i]);
             ktRayVertex vertex, turned;
-            frames.make(&surface.positions[first], &surface.normals[first], ktInward(), turned);
+            frames.make(&surface.positions[first], &surface.normals[first], ktOneRing(), turned);
             // All vertices at one place share one azimuth.
-            frames.make(still, &surface.normals[first], ktInward(), vertex);
+            frames.make(still, &surface.normals[first], ktOneRing(), vertex);
             std::copy(turned.origin, turned.origin + 3, vertex.origin);
             ktRayLimits limits;
             limits.maxDistance = FLT_MAX;

@@ -31,7 +31,7 @@ void setValid(std::uint32_t lanes, int* valid) {
 } // namespace
 
 ktEmbreeLoop::ktEmbreeLoop(Mode mode)
-    : device(rtcNewDevice(nullptr)), scene(rtcNewScene(device)), turnTile(ktChooseTurnTile()) {
+    : device(rtcNewDevice(nullptr)), scene(rtcNewScene(device)), rotateTile(ktChooseRotateTile()) {
     rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_HIGH);
     if (mode == Mode::Robust)
         rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
@@ -68,7 +68,7 @@ std::uint32_t ktEmbreeLoop::visible(const ktRayVertex& vertex, const ktRayLimits
         std::memset(mask, 0, set.wordCount() * sizeof *mask);
     std::uint32_t count = 0;
     for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile) {
-        turnTile(set.tiles[tile], vertex, ray.dir_x, ray.dir_y, ray.dir_z);
+        rotateTile(set.tiles[tile], vertex, ray.dir_x, ray.dir_y, ray.dir_z);
         setReach(limits, ray);
         setValid(set.laneMask(tile), valid);
         rtcOccluded16(valid, scene, &context, &ray);
@@ -93,7 +93,7 @@ std::uint32_t ktEmbreeLoop::nearest(const ktRayVertex& vertex, const ktRayLimits
     prepare(vertex, limits, hit.ray);
     std::uint32_t count = 0;
     for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile) {
-        turnTile(set.tiles[tile], vertex, hit.ray.dir_x, hit.ray.dir_y, hit.ray.dir_z);
+        rotateTile(set.tiles[tile], vertex, hit.ray.dir_x, hit.ray.dir_y, hit.ray.dir_z);
         setReach(limits, hit.ray);
         setValid(set.laneMask(tile), valid);
         for (unsigned& id : hit.hit.geomID)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktTileDirections.h"
+#include "ktTileRotation.h"
 #include "ktTracer.h"
 
 struct RTCDeviceTy;
@@ -31,5 +31,5 @@ public:
 private:
     RTCDeviceTy* device;
     RTCSceneTy* scene;
-    ktTurnTile turnTile;
+    ktRotateTile rotateTile;
 };

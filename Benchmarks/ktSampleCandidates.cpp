@@ -57,7 +57,8 @@ Points jittered(std::uint32_t count, std::uint64_t seed, double jitter) {
     Points points;
     for (std::uint32_t i = 0; i < count; ++i)
         for (std::uint32_t j = 0; j < count; ++j) {
-            const double u = 0.5 + jitter * (random.nextShare() - 0.5), v = 0.5 + jitter * (random.nextShare() - 0.5);
+            const double u = 0.5 + jitter * (random.nextUniform() - 0.5),
+                         v = 0.5 + jitter * (random.nextUniform() - 0.5);
             points.push_back({(i + u) / count, (j + v) / count});
         }
     return points;

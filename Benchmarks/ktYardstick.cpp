@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktYardstick.h"
 
-#include "ktFloatMode.h"
+#include "ktFlushDenormals.h"
 #include "ktHemisphereSampler.h"
 #include "ktVertexFrames.h"
 #include "ktVertexGroups.h"
@@ -19,18 +19,18 @@ ktYardstick::ktYardstick(const ktBenchmarkSurface& surface, std::uint32_t countU
     const float size = surface.diagonal();
     const ktVertexGroups groups =
         ktGroupVertices(surface.positions.data(), surface.normals.data(), surface.vertexCount());
-    const std::vector<ktInward> inward =
-        ktInwardDirections(surface.positions.data(), surface.vertexCount(), surface.indices);
+    const std::vector<ktOneRing> oneRings =
+        ktMakeOneRings(surface.positions.data(), surface.vertexCount(), surface.indices);
     const ktWorldTransform identity;
     const ktVertexFrames frames(identity, &prepared, size);
     for (std::size_t group = 0; group < groups.size(); ++group) {
         const std::size_t first = 3 * std::size_t(groups.first(group));
         ktRayVertex vertex;
-        if (frames.make(&surface.positions[first], &surface.normals[first], groups.inwardOf(group, inward.data()),
+        if (frames.make(&surface.positions[first], &surface.normals[first], groups.oneRingOf(group, oneRings.data()),
                         vertex))
             vertices.push_back(vertex);
     }
-    limits.minDistance = ktVertexFrames::leastDistance(size);
+    limits.minDistance = ktVertexFrames::minHitDistance(size);
 
     ktTracerMesh mesh;
     mesh.positions = surface.positions.data();
@@ -48,7 +48,7 @@ double ktYardstick::trace(int threads) {
         tbb::parallel_for(
             tbb::blocked_range<std::size_t>(0, vertices.size(), 64),
             [&](const tbb::blocked_range<std::size_t>& range) {
-                const ktFloatMode fast;
+                const ktFlushDenormals fast;
                 std::uint64_t sum = 0;
                 for (std::size_t i = range.begin(); i < range.end(); ++i)
                     sum += loop.visible(vertices[i], limits, nullptr);

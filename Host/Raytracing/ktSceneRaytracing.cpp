@@ -49,24 +49,24 @@ ktSceneRaytracing::ktSceneRaytracing(std::unique_ptr<ktTracer> tracer_) : tracer
 ktSceneRaytracing::~ktSceneRaytracing() = default;
 
 // A build cannot be stopped everywhere at once. A cancelled call does not wait for it, the next one does.
-void ktSceneRaytracing::waitForLeftBuild() {
-    if (!leftBuild)
+void ktSceneRaytracing::waitForAbandonedBuild() {
+    if (!abandonedBuild)
         return;
     bool hasEnded = true;
     try {
         ktEventPump pump;
-        hasEnded = leftBuild->wait(pump, [] { return ktCancelToken::the().isCanceled(); });
+        hasEnded = abandonedBuild->wait(pump, [] { return ktCancelToken::the().isCanceled(); });
     } catch (...) {
         // How a cancelled build ended does not matter any more.
-        leftBuild->waitOut();
+        abandonedBuild->waitForEnd();
     }
     if (!hasEnded)
         throw ktCanceled();
     tracer->build({}, {});
-    leftBuild.reset();
+    abandonedBuild.reset();
 }
 
-ktTracer& ktSceneRaytracing::needTracer() {
+ktTracer& ktSceneRaytracing::ensureTracer() {
     if (!tracer)
         tracer = ktMakeTracer();
     return *tracer;
@@ -104,8 +104,8 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
                                                    const std::vector<osg::NodePtr>& lights) {
     call("build the acceleration structure", [&] {
         ktThrowIfCanceled();
-        waitForLeftBuild();
-        forget();
+        waitForAbandonedBuild();
+        clearScene();
         bounces.endBounce(); // its snapshot refers to the scene
         try {
             makeStructure(geometry, lights);
@@ -124,7 +124,7 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
 
 void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
                                       const std::vector<osg::NodePtr>& lights) {
-    needTracer();
+    ensureTracer();
     ktEventPump pump;
     scene.collect(geometry, lights, pump);
     statistics.occludingTriangles = 0;
@@ -139,13 +139,13 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     // Geometry that does not occlude is calculated, too.
     ktForEachGeometryInstance(ktScenegraph::getRootNode(), ktInstances::All, [&](const ktGeometryInstance& instance) {
         numbers.add(instance.geometry);
-        pump.breathe();
+        pump.handleEventsIfDue();
         return true;
     });
     ktWorkers::run([&] { scene.makeMeshes(); }, pump);
 
-    const auto isLeft = std::make_shared<std::atomic<bool>>(false);
-    auto build = std::make_unique<ktWorkers>(scene.tracerBuild(*tracer, isLeft));
+    const auto isAbandoned = std::make_shared<std::atomic<bool>>(false);
+    auto build = std::make_unique<ktWorkers>(scene.makeBuildJob(*tracer, isAbandoned));
     std::optional<std::chrono::steady_clock::time_point> canceled;
     const auto isOverdue = [&canceled] {
         if (!canceled && ktCancelToken::the().isCanceled())
@@ -153,13 +153,13 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
         return canceled && std::chrono::steady_clock::now() - *canceled > longestWaitForCancel;
     };
     if (!build->wait(pump, isOverdue)) {
-        *isLeft = true; // the token may be reset before the build looks at it again
-        leftBuild = std::move(build);
+        *isAbandoned = true; // the token may be reset before the build looks at it again
+        abandonedBuild = std::move(build);
         throw ktCanceled();
     }
 }
 
-void ktSceneRaytracing::forgetRun() {
+void ktSceneRaytracing::clearRun() {
     bounces.clear();
     refinement.clear();
     lastGather = {};
@@ -167,8 +167,8 @@ void ktSceneRaytracing::forgetRun() {
 }
 
 // The tracer refers to the scene's meshes, so it forgets them first; a build that was left has its own hold on them.
-void ktSceneRaytracing::forget() {
-    if (tracer && !leftBuild)
+void ktSceneRaytracing::clearScene() {
+    if (tracer && !abandonedBuild)
         tracer->build({}, {});
     scene.clear();
     numbers.clear();
@@ -195,7 +195,7 @@ void ktSceneRaytracing::invalidateGeometry() {
         if (!bounces.directTask())
             return;
         ktEventPump pump;
-        const ktRefinementLight how = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
+        const ktRefinementTasks how = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
         const auto tintOf = [this](ktGeometryNumber geometry) {
             return tints.try_emplace(geometry, std::array<float, 3>{1, 1, 1}).first->second.data();
         };
@@ -208,7 +208,7 @@ void ktSceneRaytracing::invalidateGeometry() {
 // Comes once a run, before anything is traced.
 void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor,
                                             const float* materialColor) {
-    forgetRun();
+    clearRun();
     statistics = {};
     bounces.settings.colorBleeding = colorBleeding;
     bounces.settings.overrideColor = overrideMaterialColor && materialColor;
@@ -220,8 +220,8 @@ void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMat
 void ktSceneRaytracing::restoreRaytracing(int raytracing) {
     ktOSGWidgetState::setRaytracing(raytracing);
     reportUnusableVertices();
-    forgetRun();
-    call("free its memory", [&] { forget(); });
+    clearRun();
+    call("free its memory", [&] { clearScene(); });
 }
 
 ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern, int lobe, float jitterU,
@@ -236,7 +236,7 @@ ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern,
         return new ktSampler(ktMakeHemisphereDirections(static_cast<std::uint32_t>(countU),
                                                         static_cast<std::uint32_t>(countV), jitterU, jitterV,
                                                         samplerSeed),
-                             needTracer());
+                             ensureTracer());
     } catch (const std::bad_alloc&) {
         ktLog::error("No memory for %d by %d sample directions", countU, countV);
     } catch (const std::exception& error) {
@@ -263,11 +263,11 @@ ktVertexTask ktSceneRaytracing::vertexTask(osg::UInt32 count, const osg::Matrix*
                                            const osg::Vec3f* normals, const ktSampler* sampler, bool bothSides) {
     if (!sampler || !positions || !normals)
         throw std::invalid_argument(handedNothing);
-    waitForLeftBuild();
+    waitForAbandonedBuild();
     ktVertexTask task;
-    task.tracer = &needTracer();
+    task.tracer = &ensureTracer();
     task.directions = sampler->prepared.get();
-    task.limits = {std::max(minDistance, ktVertexFrames::leastDistance(scene.diagonal)), maxDistance, bothSides};
+    task.limits = {std::max(minDistance, ktVertexFrames::minHitDistance(scene.diagonal)), maxDistance, bothSides};
     task.sceneSize = scene.diagonal;
     task.setVertices(toWorld ? ktWorldTransform(*toWorld) : ktWorldTransform(), count, positions->getValues(),
                      normals->getValues(), nullptr);
@@ -302,11 +302,11 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         const ktGeometryNumber geometry = numbers.find(positions);
         ktVertexCounts counts;
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            const std::vector<ktInward> inward = scene.inwardDirections(geometry, task.positions, count);
-            ktOcclusionTask sided = task;
-            sided.inward = inward.empty() ? nullptr : inward.data();
+            const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
+            ktOcclusionTask withRings = task;
+            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
             std::vector<osg::Vec4f> traced(count);
-            counts = ktTraceOcclusion(sided, traced.data(), done);
+            counts = ktTraceOcclusion(withRings, traced.data(), done);
             ktThrowIfCanceled();
             std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
         });
@@ -314,7 +314,7 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         countRays(geometry, task, counts, &ktRayCounts::direct);
         bounces.setDirect(task, true);
         if (const ktTracedGeometry* traced = scene.find(geometry))
-            bounces.noteCalculated(*traced);
+            bounces.markCalculated(*traced);
     });
 }
 
@@ -336,10 +336,10 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         ktVertexCounts counts;
         std::vector<float> received(3 * std::size_t(count));
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            const std::vector<ktInward> inward = scene.inwardDirections(geometry, task.positions, count);
-            ktGatherTask sided = task;
-            sided.inward = inward.empty() ? nullptr : inward.data();
-            counts = ktGatherLight(sided, received.data(), done);
+            const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
+            ktGatherTask withRings = task;
+            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+            counts = ktGatherLight(withRings, received.data(), done);
             ktThrowIfCanceled();
             for (std::size_t i = 0; i < count; ++i)
                 for (osg::UInt32 c = 0; c < 3; ++c)

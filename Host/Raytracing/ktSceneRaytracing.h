@@ -61,16 +61,16 @@ private:
     ktVertexTask vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
                             const osg::Vec3f* normals, const ktSampler* sampler, bool bothSides);
     void call(const char* action, const std::function<void()>& body);
-    ktTracer& needTracer();
+    ktTracer& ensureTracer();
     void makeStructure(const std::vector<osg::NodePtr>& geometry, const std::vector<osg::NodePtr>& lights);
-    void waitForLeftBuild();
-    void forget();
-    void forgetRun();
+    void waitForAbandonedBuild();
+    void clearScene();
+    void clearRun();
     void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);
     void reportUnusableVertices();
 
     std::unique_ptr<ktTracer> tracer;
-    std::unique_ptr<ktWorkers> leftBuild; // of a cancelled run: the tracer has not come out of it yet
+    std::unique_ptr<ktWorkers> abandonedBuild; // of a cancelled run: the tracer has not come out of it yet
     ktTracedScene scene;
     ktGeometryNumbers numbers; // of the geometry that calls may mean
     float minDistance = 0.0f, maxDistance = 0.0f;

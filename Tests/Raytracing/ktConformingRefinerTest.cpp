@@ -36,7 +36,7 @@ double doubledArea(const Refiner& refiner, Index triangle) {
     const auto& t = refiner.triangles()[triangle];
     Point p[3];
     for (int i = 0; i < 3; ++i)
-        p[i] = refiner.position(refiner.vertices()[t.vertices[i]].place);
+        p[i] = refiner.position(refiner.vertices()[t.vertices[i]].position);
     return (p[1][0] - p[0][0]) * (p[2][1] - p[0][1]) - (p[1][1] - p[0][1]) * (p[2][0] - p[0][0]);
 }
 
@@ -52,14 +52,14 @@ int countHangingVertices(const Refiner& refiner) {
     std::set<Index> used;
     for (const auto& t : refiner.triangles())
         for (Index v : t.vertices)
-            used.insert(refiner.vertices()[v].place);
+            used.insert(refiner.vertices()[v].position);
     int count = 0;
     for (Index t = 0; t < refiner.triangles().size(); ++t)
         for (int corner = 0; corner < 3; ++corner) {
             const Refiner::Edge edge = refiner.edge(t, corner);
             const Point a = refiner.position(edge >> 32), b = refiner.position(edge & 0xFFFFFFFFu);
-            for (Index place : used) {
-                const Point p = refiner.position(place);
+            for (Index index : used) {
+                const Point p = refiner.position(index);
                 const double along =
                     ((p[0] - a[0]) * (b[0] - a[0]) + (p[1] - a[1]) * (b[1] - a[1])) / refiner.squaredLength(edge);
                 const double across = (p[0] - a[0]) * (b[1] - a[1]) - (p[1] - a[1]) * (b[0] - a[0]);
@@ -83,7 +83,7 @@ std::multiset<std::array<Point, 3>> shapes(const Refiner& refiner) {
     for (const auto& t : refiner.triangles()) {
         std::array<Point, 3> corners;
         for (int i = 0; i < 3; ++i)
-            corners[i] = refiner.position(refiner.vertices()[t.vertices[i]].place);
+            corners[i] = refiner.position(refiner.vertices()[t.vertices[i]].position);
         std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()), corners.end());
         result.insert(corners);
     }
@@ -99,7 +99,7 @@ TEST(ConformingRefiner, GivenOneSplitOfAnInnerEdge_BisectsBothTriangles) {
     ASSERT_TRUE(refiner.split(Refiner::edgeBetween(0, 3)));
     EXPECT_EQ(refiner.triangles().size(), 4u);
     EXPECT_EQ(refiner.vertices().size(), 5u);
-    EXPECT_EQ(refiner.position(refiner.vertices()[4].place), (Point{0.5, 0.5, 0.0}));
+    EXPECT_EQ(refiner.position(refiner.vertices()[4].position), (Point{0.5, 0.5, 0.0}));
 }
 
 TEST(ConformingRefiner, GivenASplitOfAShortEdge_SplitsTheLongerOnesFirst) {
@@ -131,11 +131,11 @@ TEST(ConformingRefiner, GivenTwoMeshesThatShareASide_SplitsItInBothWithVerticesO
     const Grid left = grid(1, 1.0), right = grid(1, 1.0, 1.0);
     refiner.addMesh(left.positions, left.indices);
     refiner.addMesh(right.positions, right.indices);
-    const auto place = [&](Index v) { return refiner.vertices()[v].place; };
-    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(place(1), place(3))));
+    const auto positionOf = [&](Index v) { return refiner.vertices()[v].position; };
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(positionOf(1), positionOf(3))));
     std::map<Index, int> middles;
     for (std::size_t v = refiner.originalVertexCount(); v < refiner.vertices().size(); ++v)
-        if (refiner.position(refiner.vertices()[v].place) == Point{1.0, 0.5, 0.0})
+        if (refiner.position(refiner.vertices()[v].position) == Point{1.0, 0.5, 0.0})
             ++middles[refiner.vertices()[v].mesh];
     EXPECT_EQ(middles, (std::map<Index, int>{{0, 1}, {1, 1}}));
     EXPECT_EQ(countHangingVertices(refiner), 0);
@@ -186,8 +186,8 @@ TEST(ConformingRefiner, GivenANeighbourWithAVertexInTheMiddleOfASide_ClosesThatG
     refiner.addMesh(whole.positions, whole.indices);
     refiner.addMesh(halves.positions, halves.indices);
     ASSERT_GT(countHangingVertices(refiner), 0);
-    const auto place = [&](Index v) { return refiner.vertices()[v].place; };
-    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(place(1), place(3))));
+    const auto positionOf = [&](Index v) { return refiner.vertices()[v].position; };
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(positionOf(1), positionOf(3))));
     EXPECT_EQ(countHangingVertices(refiner), 0);
 }
 
@@ -195,10 +195,10 @@ TEST(ConformingRefiner, GivenASeam_SplitsBothSidesWithVerticesOfTheirOwn) {
     Refiner refiner(1e-6);
     // One mesh, two triangles, no vertex in common.
     refiner.addMesh({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 1, 2, 3, 4, 5});
-    const auto place = [&](Index v) { return refiner.vertices()[v].place; };
-    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(place(0), place(2))));
+    const auto positionOf = [&](Index v) { return refiner.vertices()[v].position; };
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(positionOf(0), positionOf(2))));
     ASSERT_EQ(refiner.vertices().size(), 8u);
-    EXPECT_EQ(refiner.vertices()[6].place, refiner.vertices()[7].place);
+    EXPECT_EQ(refiner.vertices()[6].position, refiner.vertices()[7].position);
 }
 
 TEST(ConformingRefiner, GivenCollapsedTriangles_LeavesThemAloneAndSplitsTheRest) {
@@ -244,8 +244,8 @@ TEST(ConformingRefiner, GivenATriangleWithoutHeightBetweenTwo_SplitsThemTogether
     refiner.addMesh({{0, 0, 0}, {8, 0, 0}, {4, 6, 0}, {4, 0, 0}, {2, -1, 0}, {6, -1, 0}},
                     {0, 1, 2, 0, 3, 1, 0, 4, 3, 3, 5, 1});
     const auto& vertices = refiner.vertices();
-    EXPECT_TRUE(refiner.split(Refiner::edgeBetween(vertices[0].place, vertices[1].place)));
-    EXPECT_EQ(vertices.back().place, vertices[3].place) << "the vertex that was there already closes the gap";
+    EXPECT_TRUE(refiner.split(Refiner::edgeBetween(vertices[0].position, vertices[1].position)));
+    EXPECT_EQ(vertices.back().position, vertices[3].position) << "the vertex that was there already closes the gap";
 }
 
 TEST(ConformingRefiner, GivenBisections_TellsWhichTrianglesTheyMade) {

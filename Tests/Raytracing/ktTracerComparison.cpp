@@ -4,7 +4,7 @@
 #include "ktEmbreeTracer.h"
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereTracer.h"
-#include "ktInwardDirections.h"
+#include "ktOneRing.h"
 #include "ktRoundingJudge.h"
 #include "ktVertexFrames.h"
 
@@ -83,10 +83,10 @@ void ktTracerComparison::addSurfaceVertices(std::size_t count, unsigned seed) {
     std::uniform_real_distribution<float> unit(0, 1);
     const ktWorldTransform identity;
     const ktVertexFrames frames(identity, nullptr, size);
-    std::vector<std::vector<ktInward>> inward;
+    std::vector<std::vector<ktOneRing>> oneRings;
     for (const ktTestMesh& mesh : meshes)
-        inward.push_back(ktInwardDirections(mesh.positions.data(),
-                                            static_cast<std::uint32_t>(mesh.positions.size() / 3), mesh.indices));
+        oneRings.push_back(
+            ktMakeOneRings(mesh.positions.data(), static_cast<std::uint32_t>(mesh.positions.size() / 3), mesh.indices));
     for (std::size_t tries = 0, wanted = vertices.size() + count; vertices.size() < wanted && tries < 20 * count;
          ++tries) {
         const std::size_t m = generator() % meshes.size();
@@ -112,7 +112,7 @@ void ktTracerComparison::addSurfaceVertices(std::size_t count, unsigned seed) {
             normal[axis] = side * (a[y] * b[z] - a[z] * b[y]);
         }
         ktRayVertex vertex;
-        if (frames.make(position, normal, isCorner ? inward[m][corner[0]] : ktInward(), vertex))
+        if (frames.make(position, normal, isCorner ? oneRings[m][corner[0]] : ktOneRing(), vertex))
             vertices.push_back(vertex);
     }
 }
@@ -121,14 +121,14 @@ void ktTracerComparison::addVertex(const float* origin, const float* normal) {
     const ktWorldTransform identity;
     const ktVertexFrames frames(identity, nullptr, 0);
     ktRayVertex vertex;
-    if (!frames.make(origin, normal, ktInward(), vertex))
+    if (!frames.make(origin, normal, ktOneRing(), vertex))
         return;
     std::copy(origin, origin + 3, vertex.origin);
     vertices.push_back(vertex);
 }
 
 ktRayLimits ktTracerComparison::widest() const {
-    return {ktVertexFrames::leastDistance(size), FLT_MAX, true};
+    return {ktVertexFrames::minHitDistance(size), FLT_MAX, true};
 }
 
 ktTracerComparison::Result ktTracerComparison::occlusion(std::uint32_t countU, std::uint32_t countV,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktVertexFrames.h"
-#include "ktInwardDirections.h"
+#include "ktOneRing.h"
 #include "ktTestMesh.h"
 
 #include <cmath>
@@ -16,48 +16,47 @@ double dot(const float* a, const float* b) {
     return double(a[0]) * b[0] + double(a[1]) * b[1] + double(a[2]) * b[2];
 }
 
-std::vector<ktInward> inwardOf(const ktTestMesh& mesh) {
-    return ktInwardDirections(mesh.positions.data(), static_cast<std::uint32_t>(mesh.positions.size() / 3),
-                              mesh.indices);
+std::vector<ktOneRing> oneRingsOf(const ktTestMesh& mesh) {
+    return ktMakeOneRings(mesh.positions.data(), static_cast<std::uint32_t>(mesh.positions.size() / 3), mesh.indices);
 }
 
 } // namespace
 
-TEST(InwardDirections, GivenEdgeOfASheet_PointsOverTheSheet) {
+TEST(OneRing, GivenEdgeOfASheet_PointsOverTheSheet) {
     ktTestMesh mesh;
     mesh.addQuad({0, 0, 0}, {10, 0, 0}, {0, 10, 0});
     float way[3];
-    ASSERT_TRUE(inwardOf(mesh)[0].isOneSided(up, way));
+    ASSERT_TRUE(oneRingsOf(mesh)[0].findInward(up, way));
     EXPECT_GT(way[0], 0);
     EXPECT_GT(way[1], 0);
     EXPECT_EQ(way[2], 0);
 }
 
-TEST(InwardDirections, GivenSurfaceAllAround_HasNoSide) {
+TEST(OneRing, GivenSurfaceAllAround_HasNoSide) {
     ktTestMesh mesh;
     mesh.addDisc(10, 0, 7);
     float way[3];
-    EXPECT_FALSE(inwardOf(mesh)[0].isOneSided(up, way));
-    EXPECT_TRUE(inwardOf(mesh)[1].isOneSided(up, way));
+    EXPECT_FALSE(oneRingsOf(mesh)[0].findInward(up, way));
+    EXPECT_TRUE(oneRingsOf(mesh)[1].findInward(up, way));
 }
 
-TEST(InwardDirections, GivenSurfaceThatRises_HasNoSide) {
+TEST(OneRing, GivenSurfaceThatRises_HasNoSide) {
     ktTestMesh mesh;
     mesh.addQuad({0, 0, 0}, {1, 0, 2}, {0, 1, 0});
     float way[3];
     const float slope[3] = {0, 0, 5};
-    EXPECT_FALSE(inwardOf(mesh)[3].isOneSided(slope, way));
+    EXPECT_FALSE(oneRingsOf(mesh)[3].findInward(slope, way));
     const float down[3] = {0, 0, -5};
-    EXPECT_TRUE(inwardOf(mesh)[3].isOneSided(down, way));
+    EXPECT_TRUE(oneRingsOf(mesh)[3].findInward(down, way));
 }
 
-TEST(InwardDirections, GivenDegenerateTriangles_StaysFinite) {
+TEST(OneRing, GivenDegenerateTriangles_StaysFinite) {
     ktTestMesh mesh;
     const auto a = mesh.addVertex(1, 1, 1), b = mesh.addVertex(1, 1, 1), c = mesh.addVertex(1e30, 0, 0);
     mesh.addTriangle(a, b, c);
     mesh.addTriangle(a, a, a);
-    for (const ktInward& inward : inwardOf(mesh))
-        for (float value : inward.sum)
+    for (const ktOneRing& ring : oneRingsOf(mesh))
+        for (float value : ring.sum)
             EXPECT_TRUE(std::isfinite(value));
 }
 
@@ -70,7 +69,7 @@ TEST(VertexFrames, GivenVertex_MakesARightHandedFrameJustOffTheSurface) {
         const float normal[3] = {std::sin(float(i)), std::cos(float(2 * i)), i % 7 - 3.0f};
         const float position[3] = {float(i), 10, -5};
         ktRayVertex vertex;
-        ASSERT_TRUE(frames.make(position, normal, ktInward(), vertex));
+        ASSERT_TRUE(frames.make(position, normal, ktOneRing(), vertex));
         EXPECT_NEAR(dot(vertex.normal, vertex.normal), 1, 1e-6);
         EXPECT_NEAR(dot(vertex.tangent, vertex.tangent), 1, 1e-6);
         EXPECT_NEAR(dot(vertex.tangent, vertex.normal), 0, 1e-6);
@@ -81,7 +80,7 @@ TEST(VertexFrames, GivenVertex_MakesARightHandedFrameJustOffTheSurface) {
         EXPECT_NEAR(dot(cross, vertex.normal), 1, 1e-6);
         const float off[3] = {vertex.origin[0] - (position[0] + 1000), vertex.origin[1] - (position[1] + 2000),
                               vertex.origin[2] - (position[2] - 3000)};
-        EXPECT_GT(dot(off, vertex.normal), ktVertexFrames::leastDistance(5000));
+        EXPECT_GT(dot(off, vertex.normal), ktVertexFrames::minHitDistance(5000));
         EXPECT_LT(dot(off, off), 0.02 * 0.02); // twenty micrometres at most in a scene of five metres
     }
 }
@@ -89,12 +88,12 @@ TEST(VertexFrames, GivenVertex_MakesARightHandedFrameJustOffTheSurface) {
 TEST(VertexFrames, GivenEdge_AlsoMovesOverTheOwnSurface) {
     ktTestMesh mesh;
     mesh.addQuad({0, 0, 0}, {10, 0, 0}, {0, 10, 0});
-    const auto inward = inwardOf(mesh);
+    const auto oneRings = oneRingsOf(mesh);
     osg::Matrix matrix;
     matrix.setScale(1, -3, 1); // mirrored and stretched
     const ktWorldTransform toWorld(matrix);
     ktRayVertex vertex;
-    ASSERT_TRUE(ktVertexFrames(toWorld, nullptr, 100).make(&mesh.positions[0], up, inward[0], vertex));
+    ASSERT_TRUE(ktVertexFrames(toWorld, nullptr, 100).make(&mesh.positions[0], up, oneRings[0], vertex));
     EXPECT_GT(vertex.origin[0], 0);
     EXPECT_LT(vertex.origin[1], 0);
     EXPECT_GT(vertex.origin[2], 0);
@@ -108,16 +107,16 @@ TEST(VertexFrames, GivenNeighbours_TurnsThemDifferently) {
     for (int i = 0; i < 40; ++i) {
         const float position[3] = {0.001f * float(i), 0, 0};
         ktRayVertex vertex, again;
-        ASSERT_TRUE(frames.make(position, up, ktInward(), vertex));
-        ASSERT_TRUE(frames.make(position, up, ktInward(), again));
+        ASSERT_TRUE(frames.make(position, up, ktOneRing(), vertex));
+        ASSERT_TRUE(frames.make(position, up, ktOneRing(), again));
         EXPECT_EQ(vertex.tangent[0], again.tangent[0]);
         quadrants.insert((vertex.tangent[0] > 0) + 2 * (vertex.tangent[1] > 0));
     }
     EXPECT_EQ(quadrants.size(), 4u);
     const float zero[3] = {0, 0, 0}, negativeZero[3] = {-0.0f, 0, -0.0f};
     ktRayVertex a, b;
-    ASSERT_TRUE(frames.make(zero, up, ktInward(), a));
-    ASSERT_TRUE(frames.make(negativeZero, up, ktInward(), b));
+    ASSERT_TRUE(frames.make(zero, up, ktOneRing(), a));
+    ASSERT_TRUE(frames.make(negativeZero, up, ktOneRing(), b));
     EXPECT_EQ(a.tangent[0], b.tangent[0]);
 }
 

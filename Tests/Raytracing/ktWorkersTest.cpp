@@ -99,7 +99,7 @@ TEST(Workers, GivenUpWaiting_LeavesTheWorkRunning) {
     });
     EXPECT_FALSE(workers.wait(pump, [] { return true; }));
     mayEnd = true;
-    workers.waitOut();
+    workers.waitForEnd();
     EXPECT_THROW(workers.wait(pump), std::runtime_error);
 }
 
@@ -162,9 +162,9 @@ TEST(Parallel, GivenBody_RunsWithDenormalsOffAndRestoresTheThread) {
 TEST(EventPump, GivenShortTime_DoesNotRunTheLoop) {
     int calls = 0;
     ktEventPump pump([&] { ++calls; });
-    pump.breathe();
+    pump.handleEventsIfDue();
     EXPECT_EQ(calls, 0);
     std::this_thread::sleep_for(2 * ktEventPump::interval);
-    pump.breathe();
+    pump.handleEventsIfDue();
     EXPECT_EQ(calls, 1);
 }

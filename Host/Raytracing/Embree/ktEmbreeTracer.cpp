@@ -43,7 +43,7 @@ RTCIntersectContext makeContext(RTCIntersectContextFlags flags, bool bothSides) 
 
 // Traces the rays of one vertex, Width at a time; hands the mask of open rays of each tile to `take`.
 template <int Width, class Take>
-void traceVertex(RTCScene scene, ktTurnTile turnTile, const ktRayVertex& vertex, const ktRayLimits& limits,
+void traceVertex(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex& vertex, const ktRayLimits& limits,
                  Take&& take) {
     using Packet = ktEmbreePacket<Width>;
     const ktDirectionSet& set = vertex.directions->set;
@@ -64,7 +64,7 @@ void traceVertex(RTCScene scene, ktTurnTile turnTile, const ktRayVertex& vertex,
         rays.tnear[i] = limits.minDistance;
     }
     for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile) {
-        turnTile(set.tiles[tile], vertex, x, y, z);
+        rotateTile(set.tiles[tile], vertex, x, y, z);
         const std::uint32_t lanes = set.laneMask(tile);
         std::uint32_t open = 0;
         for (int first = 0; first < tileWidth; first += Width) {
@@ -85,14 +85,14 @@ void traceVertex(RTCScene scene, ktTurnTile turnTile, const ktRayVertex& vertex,
 }
 
 template <int Width>
-void countVisibleBy(RTCScene scene, ktTurnTile turnTile, const ktRayVertex* vertices, std::uint32_t count,
+void countVisibleBy(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex* vertices, std::uint32_t count,
                     const ktRayLimits& limits, std::uint32_t* visible, std::uint64_t* const* masks) {
     for (std::uint32_t v = 0; v < count; ++v) {
         std::uint64_t* mask = masks ? masks[v] : nullptr;
         if (mask)
             std::memset(mask, 0, vertices[v].directions->set.wordCount() * sizeof(*mask));
         std::uint32_t sum = 0;
-        traceVertex<Width>(scene, turnTile, vertices[v], limits, [&](std::uint32_t tile, std::uint32_t open) {
+        traceVertex<Width>(scene, rotateTile, vertices[v], limits, [&](std::uint32_t tile, std::uint32_t open) {
             sum += static_cast<std::uint32_t>(__builtin_popcount(open));
             if (mask)
                 mask[tile / 4] |= static_cast<std::uint64_t>(open) << (tile % 4 * 16);
@@ -172,7 +172,7 @@ void nearestBy(RTCScene scene, const ktRayPacket& packet, bool bothSides, ktHitP
 
 // The nearest hits of the rays of one vertex, tile by tile.
 template <int Width>
-void nearestOfVertex(RTCScene scene, ktTurnTile turnTile, std::uint32_t index, const ktRayVertex& vertex,
+void nearestOfVertex(RTCScene scene, ktRotateTile rotateTile, std::uint32_t index, const ktRayVertex& vertex,
                      const ktRayLimits& limits, ktHitReceiver& receiver) {
     using Packet = ktEmbreePacket<Width>;
     const ktDirectionSet& set = vertex.directions->set;
@@ -190,7 +190,7 @@ void nearestOfVertex(RTCScene scene, ktTurnTile turnTile, std::uint32_t index, c
         rays.ray.tnear[i] = limits.minDistance;
     }
     for (std::uint32_t tile = 0; tile < set.tileCount(); ++tile) {
-        turnTile(set.tiles[tile], vertex, x, y, z);
+        rotateTile(set.tiles[tile], vertex, x, y, z);
         const std::uint32_t lanes = canTrace ? set.laneMask(tile) : 0;
         hits.backSide = 0;
         for (int first = 0; first < tileWidth; first += Width) {
@@ -210,10 +210,10 @@ void nearestOfVertex(RTCScene scene, ktTurnTile turnTile, std::uint32_t index, c
 }
 
 template <int Width>
-void findNearestBy(RTCScene scene, ktTurnTile turnTile, const ktRayVertex* vertices, std::uint32_t count,
+void findNearestBy(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex* vertices, std::uint32_t count,
                    const ktRayLimits& limits, ktHitReceiver& receiver) {
     for (std::uint32_t v = 0; v < count; ++v)
-        nearestOfVertex<Width>(scene, turnTile, v, vertices[v], limits, receiver);
+        nearestOfVertex<Width>(scene, rotateTile, v, vertices[v], limits, receiver);
 }
 
 bool reportProgress(void* progress, double share) {
@@ -222,7 +222,7 @@ bool reportProgress(void* progress, double share) {
 
 } // namespace
 
-ktEmbreeTracer::ktEmbreeTracer(const char* config) : device(rtcNewDevice(config)), turnTile(ktChooseTurnTile()) {
+ktEmbreeTracer::ktEmbreeTracer(const char* config) : device(rtcNewDevice(config)), rotateTile(ktChooseRotateTile()) {
     static_assert(ktHitPacket::noMesh == RTC_INVALID_GEOMETRY_ID, "a miss is what Embree calls a miss");
     if (!device)
         throwDeviceError(nullptr, "start");
@@ -284,11 +284,11 @@ void ktEmbreeTracer::countVisible(const ktRayVertex* vertices, std::uint32_t cou
                                   std::uint32_t* visible, std::uint64_t* const* masks) const {
     switch (scene ? width : 0) {
     case 16:
-        return countVisibleBy<16>(scene, turnTile, vertices, count, limits, visible, masks);
+        return countVisibleBy<16>(scene, rotateTile, vertices, count, limits, visible, masks);
     case 8:
-        return countVisibleBy<8>(scene, turnTile, vertices, count, limits, visible, masks);
+        return countVisibleBy<8>(scene, rotateTile, vertices, count, limits, visible, masks);
     case 4:
-        return countVisibleBy<4>(scene, turnTile, vertices, count, limits, visible, masks);
+        return countVisibleBy<4>(scene, rotateTile, vertices, count, limits, visible, masks);
     default:
         return ktTracer::countVisible(vertices, count, limits, visible, masks);
     }
@@ -298,11 +298,11 @@ void ktEmbreeTracer::findNearest(const ktRayVertex* vertices, std::uint32_t coun
                                  ktHitReceiver& receiver) const {
     switch (scene ? width : 0) {
     case 16:
-        return findNearestBy<16>(scene, turnTile, vertices, count, limits, receiver);
+        return findNearestBy<16>(scene, rotateTile, vertices, count, limits, receiver);
     case 8:
-        return findNearestBy<8>(scene, turnTile, vertices, count, limits, receiver);
+        return findNearestBy<8>(scene, rotateTile, vertices, count, limits, receiver);
     case 4:
-        return findNearestBy<4>(scene, turnTile, vertices, count, limits, receiver);
+        return findNearestBy<4>(scene, rotateTile, vertices, count, limits, receiver);
     default:
         return ktTracer::findNearest(vertices, count, limits, receiver);
     }

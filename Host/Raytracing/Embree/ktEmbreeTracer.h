@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktTileDirections.h"
+#include "ktTileRotation.h"
 #include "ktTracer.h"
 
 struct RTCDeviceTy;
@@ -32,6 +32,6 @@ private:
 
     RTCDeviceTy* device = nullptr;
     RTCSceneTy* scene = nullptr;
-    ktTurnTile turnTile;
+    ktRotateTile rotateTile;
     std::uint32_t width = 4;
 };

@@ -25,7 +25,7 @@ void toLuminance(float* color) {
 }
 
 // The colour that gathered light was multiplied by before it was stored.
-void tintOf(const osg::MaterialPtr& material, bool colorBleeding, float* tint) {
+void readTint(const osg::MaterialPtr& material, bool colorBleeding, float* tint) {
     tint[0] = tint[1] = tint[2] = 1.0f;
     const osg::UberMaterialPtr uber = osg::UberMaterialPtr::dcast(material);
     if (uber == osg::NullFC)
@@ -43,7 +43,7 @@ void ktBounceLight::clear() {
     settings = kept;
 }
 
-void ktBounceLight::noteCalculated(const ktTracedGeometry& traced) {
+void ktBounceLight::markCalculated(const ktTracedGeometry& traced) {
     calculated[traced.number] = traced.geometry;
 }
 
@@ -61,7 +61,7 @@ const std::vector<float>* ktBounceLight::gathered(ktGeometryNumber geometry) con
     return found == gatheredLight.end() ? nullptr : &found->second;
 }
 
-bool ktBounceLight::holdsResult(const ktTracedGeometry& traced) const {
+bool ktBounceLight::hasResult(const ktTracedGeometry& traced) const {
     const osg::GeometryPtr geometry = traced.geometry.get();
     const osg::UInt32 count = positionCount(geometry);
     const osg::GeoTexCoords4fPtr results = channel(geometry->getTexCoords7(), count);
@@ -88,10 +88,10 @@ void ktBounceLight::readReceived(const ktTracedGeometry& traced, std::vector<flo
     if (indirect && indirect->size() != received.size())
         indirect = nullptr;
     float tint[3];
-    tintOf(ktMaterialInEffect(traced.node), settings.colorBleeding, tint);
+    readTint(ktMaterialInEffect(traced.node), settings.colorBleeding, tint);
     for (osg::UInt32 i = 0; i < count; ++i) {
         if (i % 16384 == 0)
-            pump.breathe();
+            pump.handleEventsIfDue();
         const osg::Vec4f result = results->getField()[i];
         for (osg::UInt32 c = 0; c < 3; ++c) {
             float light = lights != osg::NullFC ? lights->getField()[i][c] : std::min(result[3], 1.0f);
@@ -104,7 +104,7 @@ void ktBounceLight::readReceived(const ktTracedGeometry& traced, std::vector<flo
     }
 }
 
-void ktBounceLight::albedoOf(const ktTracedGeometry& traced, Surface& surface) {
+void ktBounceLight::setAlbedo(const ktTracedGeometry& traced, Surface& surface) {
     const osg::MaterialPtr material = ktMaterialInEffect(traced.node);
     if (osg::UShadowMaterialPtr::dcast(material) != osg::NullFC) {
         // It only catches shadows: there is no surface to send light on, whatever colour surfaces are to have.
@@ -149,7 +149,7 @@ void ktBounceLight::prepareLazy(const ktTracedGeometry& traced) {
 ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced) {
     Surface surface;
     surface.traced = &traced;
-    albedoOf(traced, surface);
+    setAlbedo(traced, surface);
     if (const auto found = receivedLight.find(traced.number); found != receivedLight.end()) {
         surface.received = &found->second;
         return surface;
@@ -159,8 +159,8 @@ ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced
     return surface;
 }
 
-void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
-    if (isFresh)
+void ktBounceLight::takeSnapshot(const ktTracedScene& scene, ktEventPump& pump) {
+    if (hasSnapshot)
         return;
     surfaces.clear();
     receivedLight.clear();
@@ -171,8 +171,8 @@ void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
     });
     // Where a geometry is used more than once, its first use counts.
     for (const ktTracedGeometry& traced : scene.geometries) {
-        pump.breathe();
-        if (!holdsResult(traced)) {
+        pump.handleEventsIfDue();
+        if (!hasResult(traced)) {
             if (hasDirect)
                 prepareLazy(traced);
         } else if (const auto [entry, isNew] = receivedLight.try_emplace(traced.number); isNew) {
@@ -180,10 +180,10 @@ void ktBounceLight::snapshot(const ktTracedScene& scene, ktEventPump& pump) {
         }
     }
     for (const std::size_t index : scene.meshes) {
-        pump.breathe();
+        pump.handleEventsIfDue();
         surfaces.push_back(makeSurface(scene.geometries[index]));
     }
-    isFresh = true;
+    hasSnapshot = true;
 }
 
 // Two threads may trace the same vertex at once: they find the same light.

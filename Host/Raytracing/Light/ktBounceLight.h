@@ -31,16 +31,16 @@ public:
     /// Forgets everything but the settings: a run begins or ends.
     void clear();
     /// Tells that the channels of this geometry's direct light belong to this run, whatever they hold.
-    void noteCalculated(const ktTracedGeometry& traced);
+    void markCalculated(const ktTracedGeometry& traced);
     /// How direct light is traced that no channel holds. What the task refers to must live as long as gathering does.
     void setDirect(const ktOcclusionTask& task, bool isValid);
     /// That task; null when there is none.
     const ktOcclusionTask* directTask() const { return hasDirect ? &direct : nullptr; }
-    /// The bounce under way is over: the next snapshot() takes what it gathered.
-    void endBounce() { isFresh = false; }
+    /// The bounce under way is over: the next takeSnapshot() takes what it gathered.
+    void endBounce() { hasSnapshot = false; }
 
     /// Makes sure that there is a snapshot for this bounce; main thread, before addRadiance().
-    void snapshot(const ktTracedScene& scene, ktEventPump& pump);
+    void takeSnapshot(const ktTracedScene& scene, ktEventPump& pump);
     /// Adds the light, linear red, green, blue, that leaves the surfaces where rays met them. Any thread.
     /// @param hits  as a tracer reports them
     /// @param lanes bit i: ray i counts
@@ -71,12 +71,12 @@ private:
         float albedo[3] = {1, 1, 1};
     };
 
-    void albedoOf(const ktTracedGeometry& traced, Surface& surface);
+    void setAlbedo(const ktTracedGeometry& traced, Surface& surface);
     void prepareLazy(const ktTracedGeometry& traced);
     Surface makeSurface(const ktTracedGeometry& traced);
     void radiance(const Surface& surface, std::uint32_t triangle, float u, float v, float* color) const;
     void readReceived(const ktTracedGeometry& traced, std::vector<float>& received, ktEventPump& pump) const;
-    bool holdsResult(const ktTracedGeometry& traced) const;
+    bool hasResult(const ktTracedGeometry& traced) const;
     void addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const;
 
     std::map<ktGeometryNumber, osg::GeometryRefPtr> calculated;
@@ -89,6 +89,6 @@ private:
     ktOcclusionTask direct;
     bool hasDirect = false;
     bool usesLightColor = false; ///< direct light is the lights' colour, not the share w
-    bool isFresh = false;
+    bool hasSnapshot = false;
     std::unique_ptr<std::mutex> lazyLock = std::make_unique<std::mutex>(); ///< for writing
 };

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::uint32_t pieceSize = 64;        // groups a task, neighbours along the curve
+constexpr std::uint32_t batchSize = 64;        // groups a task, neighbours along the curve
 constexpr std::uint32_t raysPerCall = 1 << 15; // few enough that a cancel is seen within milliseconds
 
 // Adds up what the rays of each vertex bring, in the order of the rays.
@@ -23,30 +23,30 @@ public:
     }
 
     std::uint32_t first = 0; // the vertex that the batch under way begins with
-    float sums[pieceSize][3] = {};
+    float sums[batchSize][3] = {};
 
 private:
     const ktBounceLight& light;
     const ktDirectionSet& directions;
 };
 
-ktVertexCounts gatherPiece(const ktGatherTask& task, const ktVertexGroups& groups, std::size_t begin, std::size_t end,
+ktVertexCounts gatherBatch(const ktGatherTask& task, const ktVertexGroups& groups, std::size_t begin, std::size_t end,
                            float* received) {
     const ktDirectionSet& directions = task.directions->set;
     const ktVertexFrames frames(task.toWorld, task.directions, task.sceneSize);
-    ktRayVertex vertices[pieceSize];
-    std::size_t groupOf[pieceSize];
+    ktRayVertex vertices[batchSize];
+    std::size_t groupOf[batchSize];
     std::uint32_t traceable = 0, unusable = 0;
     for (std::size_t group = begin; group < end; ++group) {
         const std::size_t vertex = groups.first(group);
-        if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, groups.inwardOf(group, task.inward),
+        if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex, groups.oneRingOf(group, task.oneRings),
                         vertices[traceable]))
             groupOf[traceable++] = group;
         else
             unusable += groups.starts[group + 1] - groups.starts[group];
     }
     Sums sums(*task.light, directions);
-    const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / directions.count, 1, pieceSize);
+    const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / directions.count, 1, batchSize);
     for (sums.first = 0; sums.first < traceable; sums.first += step) {
         ktThrowIfCanceled();
         task.tracer->findNearest(vertices + sums.first, std::min(step, traceable - sums.first), task.limits, sums);
@@ -65,9 +65,9 @@ ktVertexCounts ktGatherLight(const ktGatherTask& task, float* received, std::ato
     const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
     std::atomic<std::uint32_t> traced{0}, unusable{static_cast<std::uint32_t>(groups.unusable.size())};
     done += unusable;
-    ktParallel::forRange(groups.size(), pieceSize, [&](std::size_t begin, std::size_t end) {
+    ktParallel::forRange(groups.size(), batchSize, [&](std::size_t begin, std::size_t end) {
         ktThrowIfCanceled();
-        const ktVertexCounts piece = gatherPiece(task, groups, begin, end, received);
+        const ktVertexCounts piece = gatherBatch(task, groups, begin, end, received);
         traced += piece.traced;
         unusable += piece.unusable;
         done += groups.starts[end] - groups.starts[begin];

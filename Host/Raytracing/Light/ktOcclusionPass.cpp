@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::uint32_t pieceSize = 64;        // groups a task, neighbours along the curve
+constexpr std::uint32_t batchSize = 64;        // groups a task, neighbours along the curve
 constexpr std::uint32_t raysPerCall = 1 << 14; // few enough that a cancel is seen within a millisecond or two
 
 // The direct light at one vertex.
@@ -20,17 +20,17 @@ struct Light {
     float unshadowed[3] = {0, 0, 0};
 };
 
-// Traces one piece: up to pieceSize groups.
-class Piece {
+// Traces one batch: up to batchSize groups.
+class Batch {
 public:
-    Piece(const ktOcclusionTask& task_, const ktVertexGroups& groups_, std::size_t begin_, std::size_t end)
+    Batch(const ktOcclusionTask& task_, const ktVertexGroups& groups_, std::size_t begin_, std::size_t end)
         : task(task_), groups(groups_), begin(begin_), size(static_cast<std::uint32_t>(end - begin_)) {
         const ktVertexFrames frames(task.toWorld, task.directions, task.sceneSize);
-        std::fill(slot, slot + pieceSize, -1);
+        std::fill(slot, slot + batchSize, -1);
         for (std::uint32_t i = 0; i < size; ++i) {
             const std::size_t vertex = groups.first(begin + i);
             if (frames.make(task.positions + 3 * vertex, task.normals + 3 * vertex,
-                            groups.inwardOf(begin + i, task.inward), vertices[traceable])) {
+                            groups.oneRingOf(begin + i, task.oneRings), vertices[traceable])) {
                 task.toWorld.position(task.positions + 3 * vertex, points[traceable]);
                 slot[i] = static_cast<int>(traceable);
                 ++traceable;
@@ -40,7 +40,7 @@ public:
 
     void trace() {
         const std::uint32_t rays = task.directions->set.count;
-        const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / rays, 1, pieceSize);
+        const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / rays, 1, batchSize);
         for (std::uint32_t first = 0; first < traceable; first += step) {
             ktThrowIfCanceled();
             task.tracer->countVisible(vertices + first, std::min(step, traceable - first), task.limits, visible + first,
@@ -51,7 +51,7 @@ public:
                 traceLight(light);
     }
 
-    // Writes the results of all vertices of the piece; returns how many could not be traced.
+    // Writes the results of all vertices of the batch; returns how many could not be traced.
     std::uint32_t write(osg::Vec4f* results) const {
         std::uint32_t unusable = 0;
         for (std::uint32_t i = 0; i < size; ++i) {
@@ -80,8 +80,8 @@ private:
             for (std::uint32_t i = 0; i < count; ++i) {
                 const ktRayVertex& vertex = vertices[first + i];
                 float direction[3];
-                if (!light.arrive(points[first + i], vertex.normal, colors[i]) ||
-                    !light.aim(vertex.origin, direction, rays.maxDistance[i]))
+                if (!light.irradianceAt(points[first + i], vertex.normal, colors[i]) ||
+                    !light.directionFrom(vertex.origin, direction, rays.maxDistance[i]))
                     continue;
                 rays.originX[i] = vertex.origin[0];
                 rays.originY[i] = vertex.origin[1];
@@ -120,11 +120,11 @@ private:
     std::size_t begin;
     std::uint32_t size;
     std::uint32_t traceable = 0;
-    int slot[pieceSize]; // where a group's vertex is among the traced ones; -1 when it cannot be traced
-    ktRayVertex vertices[pieceSize];
-    float points[pieceSize][3]; // where the vertices are; their rays start beside
-    std::uint32_t visible[pieceSize];
-    Light sums[pieceSize];
+    int slot[batchSize]; // where a group's vertex is among the traced ones; -1 when it cannot be traced
+    ktRayVertex vertices[batchSize];
+    float points[batchSize][3]; // where the vertices are; their rays start beside
+    std::uint32_t visible[batchSize];
+    Light sums[batchSize];
 };
 
 } // namespace
@@ -135,13 +135,13 @@ ktVertexCounts ktTraceOcclusion(const ktOcclusionTask& task, osg::Vec4f* results
     for (std::uint32_t vertex : groups.unusable)
         results[vertex] = osg::Vec4f(0, 0, 0, 1);
     done += unusable;
-    ktParallel::forRange(groups.size(), pieceSize, [&](std::size_t begin, std::size_t end) {
+    ktParallel::forRange(groups.size(), batchSize, [&](std::size_t begin, std::size_t end) {
         ktThrowIfCanceled();
-        Piece piece(task, groups, begin, end);
-        piece.trace();
-        traced += piece.tracedCount();
-        unusable += piece.write(results);
-        done += piece.vertexCount();
+        Batch batch(task, groups, begin, end);
+        batch.trace();
+        traced += batch.tracedCount();
+        unusable += batch.write(results);
+        done += batch.vertexCount();
     });
     return {traced, unusable};
 }

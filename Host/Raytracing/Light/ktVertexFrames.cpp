@@ -37,11 +37,11 @@ void makeTangents(const float* n, float* tangent, float* bitangent) {
 }
 
 // The way along the own surface in world space, as a unit vector; zero when there is none to prefer.
-void makeInward(const ktWorldTransform& toWorld, const ktInward& inward, const float* objectNormal, const float* normal,
-                float* unit) {
+void makeInward(const ktWorldTransform& toWorld, const ktOneRing& oneRing, const float* objectNormal,
+                const float* normal, float* unit) {
     float way[3], direction[3];
     std::fill(unit, unit + 3, 0.0f);
-    if (inward.count == 0.0f || !inward.isOneSided(objectNormal, way))
+    if (oneRing.count == 0.0f || !oneRing.findInward(objectNormal, way))
         return;
     toWorld.direction(way, direction);
     double along = 0.0, square = 0.0, across[3];
@@ -59,11 +59,11 @@ void makeInward(const ktWorldTransform& toWorld, const ktInward& inward, const f
 
 } // namespace
 
-float ktVertexFrames::leastDistance(float sceneSize) {
+float ktVertexFrames::minHitDistance(float sceneSize) {
     return 0.5f * sceneShare * sceneSize;
 }
 
-bool ktVertexFrames::make(const float* position, const float* normal, const ktInward& inward,
+bool ktVertexFrames::make(const float* position, const float* normal, const ktOneRing& oneRing,
                           ktRayVertex& vertex) const {
     float point[3];
     toWorld.position(position, point);
@@ -75,7 +75,7 @@ bool ktVertexFrames::make(const float* position, const float* normal, const ktIn
         return false;
 
     float along[3], tangent[3], bitangent[3];
-    makeInward(toWorld, inward, normal, vertex.normal, along);
+    makeInward(toWorld, oneRing, normal, vertex.normal, along);
     makeTangents(vertex.normal, tangent, bitangent);
     const float offset = toWorld.magnitude(position) * positionShare + sceneSize * sceneShare;
     const float turn = 6.28318531f;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktInwardDirections.h"
+#include "ktOneRing.h"
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
 
@@ -22,12 +22,12 @@ public:
     /// The azimuth of the tangent is random, but the same whenever position and normal are the same, so that the errors
     /// of neighbours do not add up to a pattern.
     /// @param position, normal three floats, object space
-    /// @param inward           where the own surface lies
+    /// @param oneRing          where the own surface lies
     /// @return false when the vertex cannot be traced: position or normal do not come out finite
-    bool make(const float* position, const float* normal, const ktInward& inward, ktRayVertex& vertex) const;
+    bool make(const float* position, const float* normal, const ktOneRing& oneRing, ktRayVertex& vertex) const;
 
     /// The least distance of a hit that is no rounding error, world units: below any vertex' way off its surface.
-    static float leastDistance(float sceneSize);
+    static float minHitDistance(float sceneSize);
 
 private:
     const ktWorldTransform& toWorld;

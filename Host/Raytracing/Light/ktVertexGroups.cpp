@@ -77,10 +77,10 @@ int compare(const float* a, const float* b) {
 
 } // namespace
 
-ktInward ktVertexGroups::inwardOf(std::size_t group, const ktInward* inward) const {
-    ktInward sum;
-    for (std::uint32_t i = starts[group]; inward && i < starts[group + 1]; ++i)
-        sum.add(inward[order[i]]);
+ktOneRing ktVertexGroups::oneRingOf(std::size_t group, const ktOneRing* oneRings) const {
+    ktOneRing sum;
+    for (std::uint32_t i = starts[group]; oneRings && i < starts[group + 1]; ++i)
+        sum.add(oneRings[order[i]]);
     return sum;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktInwardDirections.h"
+#include "ktOneRing.h"
 
 #include <cstdint>
 #include <vector>
@@ -17,8 +17,8 @@ struct ktVertexGroups {
     /// The vertex that stands for a group.
     std::uint32_t first(std::size_t group) const { return order[starts[group]]; }
     /// Where the surface around a group lies: around all its vertices together.
-    /// @param inward one element a vertex; null when that is not known
-    ktInward inwardOf(std::size_t group, const ktInward* inward) const;
+    /// @param oneRings one element a vertex; null when that is not known
+    ktOneRing oneRingOf(std::size_t group, const ktOneRing* oneRings) const;
 };
 
 /// Groups `count` vertices along a space-filling curve (G. M. Morton, "A Computer Oriented Geodetic Data Base", 1966).

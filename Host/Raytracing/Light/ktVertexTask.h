@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktInwardDirections.h"
+#include "ktOneRing.h"
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
 
@@ -19,16 +19,16 @@ struct ktVertexTask {
     const float* normals = nullptr;   ///< likewise; of any length but zero
     /// `count` elements: where each vertex's own surface lies. Null when that is not known: where a wall stands exactly
     /// on a vertex, rays into it then pass through it.
-    const ktInward* inward = nullptr;
+    const ktOneRing* oneRings = nullptr;
 
     /// Traces at other vertices.
     void setVertices(const ktWorldTransform& newToWorld, std::uint32_t newCount, const float* newPositions,
-                     const float* newNormals, const ktInward* newInward) {
+                     const float* newNormals, const ktOneRing* newOneRings) {
         toWorld = newToWorld;
         count = newCount;
         positions = newPositions;
         normals = newNormals;
-        inward = newInward;
+        oneRings = newOneRings;
     }
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktKeyTable.h"
+#include "ktHashMap.h"
 
 #include <array>
 #include <cstddef>
@@ -26,14 +26,14 @@ public:
     /// A vertex: where it is in space (vertices at one place share a `place`), and for a new one the two it lies
     /// between.
     struct Vertex {
-        Index place;
+        Index position;
         Index parents[2]; ///< `none` for a vertex that was there from the start
         Index mesh;
     };
     struct Triangle {
         Index vertices[3]; ///< in the orientation of the triangle it came from
         Index mesh;
-        bool isFlat; ///< came from a triangle without height: there is nothing to lose in it
+        bool isDegenerate; ///< came from a triangle without height: there is nothing to lose in it
     };
     /// What became of a triangle (a, b, c): it turned into (a, m, c), and (m, b, c) is new, m in the middle of a and b.
     struct Bisection {
@@ -71,7 +71,7 @@ public:
     /// Bisections since the last call, in the order in which they took place.
     std::vector<Bisection> takeBisections() { return std::exchange(bisections, {}); }
 
-    static Edge edgeBetween(Index placeA, Index placeB);
+    static Edge edgeBetween(Index positionA, Index positionB);
     Edge edge(Index triangle, int corner) const; ///< from the corner to the next one
     /// Whether two corners are at one place: such a triangle has no area, is never split and may be left out.
     bool isCollapsed(Index triangle) const;
@@ -80,7 +80,7 @@ public:
 
     const std::vector<Vertex>& vertices() const { return vertexList; }
     const std::vector<Triangle>& triangles() const { return triangleList; }
-    const Point& position(Index place) const { return places[place]; }
+    const Point& position(Index index) const { return weldedPositions[index]; }
     std::size_t originalVertexCount() const { return firstNewVertex; }
     std::size_t meshCount() const { return meshFirstVertex.size(); }
     /// Number of a mesh's first original vertex; its original vertices follow one another.
@@ -90,35 +90,35 @@ private:
     using Cell = std::array<std::int64_t, 3>;
 
     Cell cellOf(const Point& point, double offset) const;
-    Index placeOf(const Point& point);
-    Index addPlace(const Point& point);
-    Index findPlace(const Point& point) const;
-    Index firstSide(Edge edge) const; ///< `none` when the edge is not there (any more)
+    Index weld(const Point& point);
+    Index addPosition(const Point& point);
+    Index findPosition(const Point& point) const;
+    Index firstHalfEdge(Edge edge) const; ///< `none` when the edge is not there (any more)
     void link(Index triangle);
     void unlink(Index triangle);
     /// Corner at which the triangle's longest edge begins.
     int longestCorner(Index triangle) const;
     bool longer(Edge a, Edge b) const;
     /// Whether bisecting the triangle at its side from `corner` would leave parts too thin to tell from a line.
-    bool isTooLow(Index triangle, int corner) const;
+    bool isTooThin(Index triangle, int corner) const;
     void bisect(Edge edge);
-    Index middleVertex(Index a, Index b, Index place);
+    Index midpointVertex(Index a, Index b, Index welded);
 
     double weldDistance;
-    double cellSize;  // of the search grid
-    double leastSize; // of what is split: edges and, above them, triangles
-    std::vector<Point> places;
-    ktKeyTable<Index> firstPlace; // in a cell of the search grid
-    std::vector<Index> nextPlace; // in the same cell
+    double cellSize; // of the search grid
+    double minSize;  // of what is split: edges and, above them, triangles
+    std::vector<Point> weldedPositions;
+    ktHashMap<Index> firstInCell;  // in a cell of the search grid
+    std::vector<Index> nextInCell; // in the same cell
     std::vector<Vertex> vertexList;
     std::vector<Triangle> triangleList;
     std::vector<Index> meshFirstVertex;
     std::size_t firstNewVertex = 0;
     std::size_t vertexLimit = static_cast<std::size_t>(-1);
-    // Triangles around an edge: a chain of sides (3 * triangle + corner) that begins at firstSide(edge).
-    ktKeyTable<Index> edgeSides;
-    std::vector<Index> nextSide;
-    ktKeyTable<Index> middleOfVertices; // keyed by two vertices
+    // Triangles around an edge: a chain of sides (3 * triangle + corner) that begins at firstHalfEdge(edge).
+    ktHashMap<Index> firstHalfEdges;
+    std::vector<Index> nextHalfEdge;
+    ktHashMap<Index> midpointOfVertices; // keyed by two vertices
     std::unordered_set<Edge> locked;
     std::vector<Bisection> bisections;
 };

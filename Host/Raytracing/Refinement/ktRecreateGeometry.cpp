@@ -126,23 +126,23 @@ void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
     ktEventPump pump;
     beginEditCP(geometry);
     extend(geometry->getPositions(), oldCount, parents);
-    pump.breathe();
+    pump.handleEventsIfDue();
     extend(geometry->getNormals(), oldCount, parents, true);
-    pump.breathe();
+    pump.handleEventsIfDue();
     extend(geometry->getColors(), oldCount, parents);
     extend(geometry->getSecondaryColors(), oldCount, parents);
     for (const osg::GeoTexCoordsPtr& texCoords :
          {geometry->getTexCoords(), geometry->getTexCoords1(), geometry->getTexCoords2(), geometry->getTexCoords3(),
           geometry->getTexCoords4(), geometry->getTexCoords5(), geometry->getTexCoords6(), geometry->getTexCoords7()}) {
-        pump.breathe();
+        pump.handleEventsIfDue();
         extend(texCoords, oldCount, parents);
     }
-    pump.breathe();
+    pump.handleEventsIfDue();
     const bool isOneChannel = geometry->getTexCoords5() == geometry->getTexCoords7();
     setResults(geometry->getTexCoords7(), oldCount, record.results, 0.0f);
     if (!isOneChannel)
         setResults(geometry->getTexCoords5(), oldCount, record.baked, bakedMarker);
-    pump.breathe();
+    pump.handleEventsIfDue();
     setTriangles(geometry, record.triangles);
     endEditCP(geometry);
     // Many small geometries follow each other without a pause of their own.

@@ -19,11 +19,11 @@ class Uses {
 public:
     Uses(const ktTracedScene& scene, ktEventPump& pump) {
         for (const ktTracedGeometry& use : scene.geometries) {
-            pump.breathe();
+            pump.handleEventsIfDue();
             ++traced[use.number];
         }
     }
-    bool isOne(const osg::GeometryPtr& geometry) const {
+    bool isUsedOnce(const osg::GeometryPtr& geometry) const {
         const auto found = traced.find(ktGetGeometryNumber(geometry));
         if (found != traced.end() && found->second > 1)
             return false;
@@ -55,17 +55,17 @@ void ktRefinement::clear() {
     records.clear();
 }
 
-ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinementLight& how, ktBounceLight& bounces,
+ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinementTasks& tasks, ktBounceLight& bounces,
                                      const std::function<const float*(ktGeometryNumber)>& tintOf, ktEventPump& pump) {
     std::vector<std::unique_ptr<ktRefinementMesh>> meshes;
     std::set<ktGeometryNumber> inside;
     const Uses uses(scene, pump);
     for (ktGeoSubdivisionRecord* record : records) {
-        pump.breathe();
+        pump.handleEventsIfDue();
         const osg::GeometryPtr geometry = record->geometry.get();
         const ktGeometryNumber number = ktGetGeometryNumber(geometry);
         // One geometry with two records, as after two bounces, is refined once.
-        if (record->isReady || inside.count(number) || !uses.isOne(geometry))
+        if (record->isReady || inside.count(number) || !uses.isUsedOnce(geometry))
             continue;
         auto mesh = std::make_unique<ktRefinementMesh>(*record, bounces, tintOf(number));
         if (!mesh->isUsable())
@@ -84,8 +84,8 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
     ktWorkers::run(
         [&] {
             for (const auto& mesh : meshes)
-                mesh->lookAround();
-            ktRefinementGroup group(meshes, scene, inside, how);
+                mesh->makeOneRings();
+            ktRefinementGroup group(meshes, scene, inside, tasks);
             group.refine(progress);
             counts = {group.newVertexCount(), group.rays()};
             std::vector<std::vector<std::uint32_t>> triangles = group.triangles();
@@ -96,7 +96,7 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
     ktThrowIfCanceled();
     report(progress);
     for (const auto& mesh : meshes)
-        mesh->handOver(bounces);
+        mesh->publish(bounces);
     if (progress.newVertices >= vertexLimit)
         ktLog::warning("Refinement stopped at its limit of %zu new vertices; raise the minimum edge length or the "
                        "intensity threshold",

@@ -5,7 +5,7 @@
 #include "ktEventPump.h"
 #include "ktGeoSubdivisionRecord.h"
 #include "ktRayCounts.h"
-#include "ktRefinementLight.h"
+#include "ktRefinementTasks.h"
 #include "ktTracedScene.h"
 
 #include <functional>
@@ -43,7 +43,7 @@ public:
     /// @param bounces  gets the light that new vertices gathered
     /// @return what it cost
     /// @throws ktCanceled, std::exception; no record is then filled
-    ktRefinementCounts run(const ktTracedScene& scene, const ktRefinementLight& how, ktBounceLight& bounces,
+    ktRefinementCounts run(const ktTracedScene& scene, const ktRefinementTasks& how, ktBounceLight& bounces,
                            const std::function<const float*(ktGeometryNumber)>& tintOf, ktEventPump& pump);
 
 private:

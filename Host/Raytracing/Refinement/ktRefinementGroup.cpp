@@ -23,8 +23,8 @@ bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) 
 
 ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes_,
                                      const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside,
-                                     const ktRefinementLight& how_)
-    : meshes(meshes_), how(how_), refiner(weldShare * std::max(scene.diagonal, 1e-30f)),
+                                     const ktRefinementTasks& tasks_)
+    : meshes(meshes_), tasks(tasks_), refiner(weldShare * std::max(scene.diagonal, 1e-30f)),
       spacing(spacingShare * scene.diagonal) {
     float difference[2] = {std::numeric_limits<float>::max(), std::numeric_limits<float>::max()};
     for (const auto& mesh : meshes) {
@@ -33,11 +33,11 @@ ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMes
         float& smallest = difference[mesh->request().indirect];
         smallest = std::min(smallest, mesh->request().threshold);
     }
-    direct = std::make_unique<ktRefinementProbes>(how, difference[0], false);
-    indirect = std::make_unique<ktRefinementProbes>(how, difference[1], true);
+    direct = std::make_unique<ktRefinementProbes>(tasks, difference[0], false);
+    indirect = std::make_unique<ktRefinementProbes>(tasks, difference[1], true);
     lockSharedEdges(scene, inside);
     for (std::size_t v = 0; v < refiner.vertices().size(); ++v)
-        localOf.push_back(static_cast<Index>(v) - refiner.firstVertex(refiner.vertices()[v].mesh));
+        localIndex.push_back(static_cast<Index>(v) - refiner.firstVertex(refiner.vertices()[v].mesh));
     samples.resize(refiner.triangles().size());
     isSmooth.resize(refiner.triangles().size(), false);
 }
@@ -70,41 +70,41 @@ void ktRefinementGroup::refine(ktRefinementProgress& progress) {
         active[t] = t;
     for (round = 0; round < rounds && !active.empty(); ++round) {
         progress.round = round + 1;
-        findEdges();
-        splitWanted();
-        takeNewVertices();
+        chooseEdges();
+        splitEdges();
+        addNewVertices();
         progress.newVertices = newVertexCount();
     }
 }
 
-bool ktRefinementGroup::maySplit(Edge edge, const ktRefinementRequest& request) const {
+bool ktRefinementGroup::canSplit(Edge edge, const ktRefinementRequest& request) const {
     const double shortest = request.minEdgeLength;
     return !refiner.isLocked(edge) && refiner.squaredLength(edge) > shortest * shortest;
 }
 
 // Edges to halve in this round. Where it is known that light varies nothing is looked at any more.
-void ktRefinementGroup::findEdges() {
-    wanted.clear();
-    trials.clear();
-    forEach(active, [this](Index triangle) { tryTriangle(triangle); });
+void ktRefinementGroup::chooseEdges() {
+    edgesToSplit.clear();
+    candidates.clear();
+    forEach(active, [this](Index triangle) { addCandidate(triangle); });
     if (round == 0) {
-        forEach(trials, [this](const Trial& trial) { orderInside(trial.triangle); });
-        look();
+        forEach(candidates, [this](const Candidate& candidate) { addGridProbes(candidate.triangle); });
+        traceProbes();
     }
-    forEach(trials, [this](const Trial& trial) { judgeInside(trial); });
-    forEach(trials, [this](const Trial& trial) { orderMiddles(trial); });
-    look();
-    forEach(trials, [this](const Trial& trial) { judgeMiddles(trial); });
-    forEach(trials, [this](const Trial& trial) {
-        if (samples[trial.triangle].empty() && !isWanted(trial.triangle))
-            orderPoint(trial.triangle, 1.0f / 3, 1.0f / 3, 1.0f / 3);
+    forEach(candidates, [this](const Candidate& candidate) { testFace(candidate); });
+    forEach(candidates, [this](const Candidate& candidate) { addEdgeProbes(candidate); });
+    traceProbes();
+    forEach(candidates, [this](const Candidate& candidate) { testEdges(candidate); });
+    forEach(candidates, [this](const Candidate& candidate) {
+        if (samples[candidate.triangle].empty() && !hasEdgeToSplit(candidate.triangle))
+            addFaceProbe(candidate.triangle, 1.0f / 3, 1.0f / 3, 1.0f / 3);
     });
-    look();
-    forEach(trials, [this](const Trial& trial) { judgeInside(trial); });
-    for (const Trial& trial : trials)
-        if (!isWanted(trial.triangle)) {
-            isSmooth[trial.triangle] = true;
-            std::vector<Sample>().swap(samples[trial.triangle]);
+    traceProbes();
+    forEach(candidates, [this](const Candidate& candidate) { testFace(candidate); });
+    for (const Candidate& candidate : candidates)
+        if (!hasEdgeToSplit(candidate.triangle)) {
+            isSmooth[candidate.triangle] = true;
+            std::vector<Sample>().swap(samples[candidate.triangle]);
         }
 }
 
@@ -118,60 +118,60 @@ void ktRefinementGroup::forEach(const Things& things, Action&& action) {
 }
 
 // Carries out what was ordered.
-void ktRefinementGroup::look() {
-    direct->look();
-    indirect->look();
-    for (const InsideOrder& order : insideOrders)
-        samples[order.triangle].push_back({order.weights, probesOf(order.triangle)[order.number]});
-    for (const MiddleOrder& order : middleOrders)
-        *middles.find(order.ends) = probesOf(order.triangle)[order.number];
-    insideOrders.clear();
-    middleOrders.clear();
+void ktRefinementGroup::traceProbes() {
+    direct->trace();
+    indirect->trace();
+    for (const FaceProbe& probe : faceProbes)
+        samples[probe.triangle].push_back({probe.weights, probesOf(probe.triangle)[probe.number]});
+    for (const EdgeProbe& probe : edgeProbes)
+        *midpointLight.find(probe.ends) = probesOf(probe.triangle)[probe.number];
+    faceProbes.clear();
+    edgeProbes.clear();
     direct->clear();
     indirect->clear();
 }
 
-bool ktRefinementGroup::isWanted(Index triangle) const {
-    return wanted.count(refiner.edge(triangle, 0)) || wanted.count(refiner.edge(triangle, 1)) ||
-           wanted.count(refiner.edge(triangle, 2));
+bool ktRefinementGroup::hasEdgeToSplit(Index triangle) const {
+    return edgesToSplit.count(refiner.edge(triangle, 0)) || edgesToSplit.count(refiner.edge(triangle, 1)) ||
+           edgesToSplit.count(refiner.edge(triangle, 2));
 }
 
 // Takes a triangle in that has edges to split; wants those that differ at their ends.
-void ktRefinementGroup::tryTriangle(Index triangle) {
+void ktRefinementGroup::addCandidate(Index triangle) {
     const ktRefinementRequest& request = meshOf(triangle).request();
     if (refiner.isCollapsed(triangle) || round >= request.rounds)
         return;
     const ktConformingRefiner::Triangle& t = refiner.triangles()[triangle];
-    Trial trial = {triangle, {false, false, false}};
+    Candidate candidate = {triangle, {false, false, false}};
     bool hasAny = false;
     for (int corner = 0; corner < 3; ++corner) {
         const Edge edge = refiner.edge(triangle, corner);
-        if (!maySplit(edge, request))
+        if (!canSplit(edge, request))
             continue;
-        hasAny = trial.isOpen[corner] = true;
+        hasAny = candidate.isOpen[corner] = true;
         if (differs(lightAt(t.vertices[corner]), lightAt(t.vertices[(corner + 1) % 3]), request.threshold))
-            wanted.insert(edge);
+            edgesToSplit.insert(edge);
     }
     if (hasAny)
-        trials.push_back(trial);
+        candidates.push_back(candidate);
 }
 
-void ktRefinementGroup::orderMiddles(const Trial& trial) {
-    const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
+void ktRefinementGroup::addEdgeProbes(const Candidate& candidate) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[candidate.triangle];
     for (int corner = 0; corner < 3; ++corner) {
         const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
         const Edge ends = ktConformingRefiner::edgeBetween(a, b);
-        if (!trial.isOpen[corner] || wanted.count(refiner.edge(trial.triangle, corner)) ||
-            !middles.insert(ends, {}).second)
+        if (!candidate.isOpen[corner] || edgesToSplit.count(refiner.edge(candidate.triangle, corner)) ||
+            !midpointLight.insert(ends, {}).second)
             continue; // the triangle across may have ordered it
-        middleOrders.push_back(
-            {trial.triangle, ends,
-             probesOf(trial.triangle).add(meshOf(trial.triangle).surfaceMiddle(localOf[a], localOf[b]))});
+        edgeProbes.push_back(
+            {candidate.triangle, ends,
+             probesOf(candidate.triangle).add(meshOf(candidate.triangle).worldMidpoint(localIndex[a], localIndex[b]))});
     }
 }
 
 // Rows of points along the longest side, so close that little falls between them.
-void ktRefinementGroup::orderInside(Index triangle) {
+void ktRefinementGroup::addGridProbes(Index triangle) {
     double squared[3];
     for (int corner = 0; corner < 3; ++corner)
         squared[corner] = refiner.squaredLength(refiner.edge(triangle, corner));
@@ -197,22 +197,22 @@ void ktRefinementGroup::orderInside(Index triangle) {
             weights[first] = static_cast<float>(share * (1 - along));
             weights[(first + 1) % 3] = static_cast<float>(share * along);
             weights[(first + 2) % 3] = static_cast<float>(1 - share);
-            orderPoint(triangle, weights[0], weights[1], weights[2]);
+            addFaceProbe(triangle, weights[0], weights[1], weights[2]);
         }
     }
 }
 
-void ktRefinementGroup::orderPoint(Index triangle, float a, float b, float c) {
+void ktRefinementGroup::addFaceProbe(Index triangle, float a, float b, float c) {
     const ktConformingRefiner::Triangle& t = refiner.triangles()[triangle];
-    const Index vertices[3] = {localOf[t.vertices[0]], localOf[t.vertices[1]], localOf[t.vertices[2]]};
+    const Index vertices[3] = {localIndex[t.vertices[0]], localIndex[t.vertices[1]], localIndex[t.vertices[2]]};
     const std::array<float, 3> weights = {a, b, c};
-    insideOrders.push_back(
-        {triangle, weights, probesOf(triangle).add(meshOf(triangle).surfacePoint(vertices, weights.data()))});
+    faceProbes.push_back(
+        {triangle, weights, probesOf(triangle).add(meshOf(triangle).worldPoint(vertices, weights.data()))});
 }
 
-void ktRefinementGroup::judgeInside(const Trial& trial) {
-    const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
-    const float threshold = meshOf(trial.triangle).request().threshold;
+void ktRefinementGroup::testFace(const Candidate& candidate) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[candidate.triangle];
+    const float threshold = meshOf(candidate.triangle).request().threshold;
     const std::array<ktIllumination, 3> corners = {lightAt(t.vertices[0]), lightAt(t.vertices[1]),
                                                    lightAt(t.vertices[2])};
     const auto isUneven = [&](const Sample& sample) {
@@ -222,34 +222,34 @@ void ktRefinementGroup::judgeInside(const Trial& trial) {
                 expected[k] += sample.weights[corner] * corners[corner][k];
         return differs(sample.light, expected, threshold);
     };
-    const std::vector<Sample>& seen = samples[trial.triangle];
-    if (std::none_of(seen.begin(), seen.end(), isUneven))
+    const std::vector<Sample>& inFace = samples[candidate.triangle];
+    if (std::none_of(inFace.begin(), inFace.end(), isUneven))
         return;
     for (int corner = 0; corner < 3; ++corner)
-        if (trial.isOpen[corner])
-            wanted.insert(refiner.edge(trial.triangle, corner));
+        if (candidate.isOpen[corner])
+            edgesToSplit.insert(refiner.edge(candidate.triangle, corner));
 }
 
-void ktRefinementGroup::judgeMiddles(const Trial& trial) {
-    const ktConformingRefiner::Triangle& t = refiner.triangles()[trial.triangle];
+void ktRefinementGroup::testEdges(const Candidate& candidate) {
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[candidate.triangle];
     for (int corner = 0; corner < 3; ++corner) {
         const Index a = t.vertices[corner], b = t.vertices[(corner + 1) % 3];
-        const ktIllumination* const seen = middles.find(ktConformingRefiner::edgeBetween(a, b));
-        if (!trial.isOpen[corner] || !seen)
+        const ktIllumination* const light = midpointLight.find(ktConformingRefiner::edgeBetween(a, b));
+        if (!candidate.isOpen[corner] || !light)
             continue;
         const ktIllumination &lightA = lightAt(a), &lightB = lightAt(b);
         const ktIllumination expected = {0.5f * (lightA[0] + lightB[0]), 0.5f * (lightA[1] + lightB[1])};
-        if (differs(*seen, expected, meshOf(trial.triangle).request().threshold))
-            wanted.insert(refiner.edge(trial.triangle, corner));
+        if (differs(*light, expected, meshOf(candidate.triangle).request().threshold))
+            edgesToSplit.insert(refiner.edge(candidate.triangle, corner));
     }
 }
 
 // In an order that depends on where they lie alone.
-std::vector<ktRefinementGroup::Edge> ktRefinementGroup::wantedInOrder() const {
+std::vector<ktRefinementGroup::Edge> ktRefinementGroup::sortedEdgesToSplit() const {
     using Ends = std::pair<ktConformingRefiner::Point, ktConformingRefiner::Point>;
     std::vector<std::pair<Ends, Edge>> keyed;
-    keyed.reserve(wanted.size());
-    for (Edge edge : wanted)
+    keyed.reserve(edgesToSplit.size());
+    for (Edge edge : edgesToSplit)
         keyed.emplace_back(std::minmax(refiner.position(static_cast<Index>(edge >> 32)),
                                        refiner.position(static_cast<Index>(edge & 0xFFFFFFFFu))),
                            edge);
@@ -261,59 +261,59 @@ std::vector<ktRefinementGroup::Edge> ktRefinementGroup::wantedInOrder() const {
     return edges;
 }
 
-void ktRefinementGroup::splitWanted() {
+void ktRefinementGroup::splitEdges() {
     ktThrowIfCanceled();
-    const std::vector<Edge> edges = wantedInOrder();
+    const std::vector<Edge> edges = sortedEdgesToSplit();
     for (std::size_t i = 0; i < edges.size(); ++i) {
         if (i % cancelInterval == 0)
             ktThrowIfCanceled();
         refiner.split(edges[i]);
     }
-    passOnSamples();
+    distributeSamples();
 }
 
 // The parts of a triangle get what was seen in them. What is known to be smooth is not looked at again, even where a
 // neighbour has cut it.
-void ktRefinementGroup::passOnSamples() {
+void ktRefinementGroup::distributeSamples() {
     active.clear();
     samples.resize(refiner.triangles().size());
     isSmooth.resize(refiner.triangles().size(), false);
-    for (const ktConformingRefiner::Bisection& cut : refiner.takeBisections()) {
-        isSmooth[cut.newTriangle] = isSmooth[cut.triangle];
-        if (isSmooth[cut.triangle])
+    for (const ktConformingRefiner::Bisection& bisection : refiner.takeBisections()) {
+        isSmooth[bisection.newTriangle] = isSmooth[bisection.triangle];
+        if (isSmooth[bisection.triangle])
             continue;
-        const std::size_t a = static_cast<std::size_t>(cut.corner), b = (a + 1) % 3, c = (a + 2) % 3;
-        const std::vector<Sample> whole = std::move(samples[cut.triangle]);
-        samples[cut.triangle].clear();
+        const std::size_t a = static_cast<std::size_t>(bisection.corner), b = (a + 1) % 3, c = (a + 2) % 3;
+        const std::vector<Sample> whole = std::move(samples[bisection.triangle]);
+        samples[bisection.triangle].clear();
         for (const Sample& sample : whole) {
             const std::array<float, 3>& w = sample.weights;
             const float rest = w[a] - w[b];
             // In the order of the corners: a, middle, c, or middle, b, c.
             if (rest >= 0)
-                samples[cut.triangle].push_back({{rest, 2 * w[b], w[c]}, sample.light});
+                samples[bisection.triangle].push_back({{rest, 2 * w[b], w[c]}, sample.light});
             else
-                samples[cut.newTriangle].push_back({{2 * w[a], -rest, w[c]}, sample.light});
+                samples[bisection.newTriangle].push_back({{2 * w[a], -rest, w[c]}, sample.light});
         }
-        active.push_back(cut.triangle);
-        active.push_back(cut.newTriangle);
+        active.push_back(bisection.triangle);
+        active.push_back(bisection.newTriangle);
     }
     std::sort(active.begin(), active.end());
     active.erase(std::unique(active.begin(), active.end()), active.end());
 }
 
-void ktRefinementGroup::takeNewVertices() {
-    for (std::size_t v = localOf.size(); v < refiner.vertices().size(); ++v) {
+void ktRefinementGroup::addNewVertices() {
+    for (std::size_t v = localIndex.size(); v < refiner.vertices().size(); ++v) {
         if (v % cancelInterval == 0)
             ktThrowIfCanceled();
         const ktConformingRefiner::Vertex& vertex = refiner.vertices()[v];
         ktRefinementMesh& mesh = *meshes[vertex.mesh];
-        localOf.push_back(mesh.vertexCount());
-        mesh.addVertex(localOf[vertex.parents[0]], localOf[vertex.parents[1]]);
+        localIndex.push_back(mesh.vertexCount());
+        mesh.addVertex(localIndex[vertex.parents[0]], localIndex[vertex.parents[1]]);
     }
     // Many small meshes keep the workers as busy as one large one.
     ktParallel::forRange(meshes.size(), 1, [this](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i)
-            meshes[i]->traceNewVertices(how);
+            meshes[i]->traceNewVertices(tasks);
     });
 }
 
@@ -332,7 +332,7 @@ std::vector<std::vector<std::uint32_t>> ktRefinementGroup::triangles() const {
             ktThrowIfCanceled();
         if (!refiner.isCollapsed(t))
             for (Index v : refiner.triangles()[t].vertices)
-                result[refiner.triangles()[t].mesh].push_back(localOf[v]);
+                result[refiner.triangles()[t].mesh].push_back(localIndex[v]);
     }
     return result;
 }

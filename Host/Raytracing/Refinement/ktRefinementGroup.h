@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ktConformingRefiner.h"
-#include "ktKeyTable.h"
+#include "ktHashMap.h"
 #include "ktRefinementMesh.h"
 #include "ktRefinementProbes.h"
 #include "ktTracedScene.h"
@@ -31,7 +31,7 @@ public:
     /// @param inside what the meshes were made of: edges that other geometry of the scene shares stay whole
     /// @throws ktCanceled, std::exception
     ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
-                      const std::set<ktGeometryNumber>& inside, const ktRefinementLight& how);
+                      const std::set<ktGeometryNumber>& inside, const ktRefinementTasks& tasks);
 
     /// All rounds. @throws ktCanceled, std::exception
     void refine(ktRefinementProgress& progress);
@@ -51,60 +51,60 @@ private:
         ktIllumination light;
     };
     /// A triangle that is judged in this round.
-    struct Trial {
+    struct Candidate {
         Index triangle;
         bool isOpen[3]; ///< by corner: the edge from there may be split
     };
-    struct InsideOrder {
+    struct FaceProbe {
         Index triangle;
         std::array<float, 3> weights;
         std::size_t number;
     };
-    struct MiddleOrder {
+    struct EdgeProbe {
         Index triangle;
         Edge ends; ///< two vertices
         std::size_t number;
     };
 
     void lockSharedEdges(const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside);
-    void findEdges();
+    void chooseEdges();
     template <class Things, class Action>
     void forEach(const Things& things, Action&& action);
-    void tryTriangle(Index triangle);
-    void orderInside(Index triangle);
-    void orderMiddles(const Trial& trial);
-    void orderPoint(Index triangle, float a, float b, float c);
-    void look();
-    void judgeInside(const Trial& trial);
-    void judgeMiddles(const Trial& trial);
-    bool isWanted(Index triangle) const;
-    std::vector<Edge> wantedInOrder() const;
-    void splitWanted();
-    void passOnSamples();
-    void takeNewVertices();
+    void addCandidate(Index triangle);
+    void addGridProbes(Index triangle);
+    void addEdgeProbes(const Candidate& candidate);
+    void addFaceProbe(Index triangle, float a, float b, float c);
+    void traceProbes();
+    void testFace(const Candidate& candidate);
+    void testEdges(const Candidate& candidate);
+    bool hasEdgeToSplit(Index triangle) const;
+    std::vector<Edge> sortedEdgesToSplit() const;
+    void splitEdges();
+    void distributeSamples();
+    void addNewVertices();
 
-    bool maySplit(Edge edge, const ktRefinementRequest& request) const;
+    bool canSplit(Edge edge, const ktRefinementRequest& request) const;
     ktRefinementMesh& meshOf(Index triangle) const { return *meshes[refiner.triangles()[triangle].mesh]; }
     ktRefinementProbes& probesOf(Index triangle) { return meshOf(triangle).request().indirect ? *indirect : *direct; }
     const ktIllumination& lightAt(Index vertex) const {
-        return meshes[refiner.vertices()[vertex].mesh]->illumination(localOf[vertex]);
+        return meshes[refiner.vertices()[vertex].mesh]->illumination(localIndex[vertex]);
     }
 
     std::vector<std::unique_ptr<ktRefinementMesh>>& meshes;
-    const ktRefinementLight& how;
+    const ktRefinementTasks& tasks;
     ktConformingRefiner refiner;
     std::unique_ptr<ktRefinementProbes> direct, indirect; ///< by what requests look at
     double spacing;                                       ///< between points inside a face, in the first round
     int round = 0;
-    std::vector<Index> localOf;               ///< the refiner's vertices in their own mesh
+    std::vector<Index> localIndex;            ///< the refiner's vertices in their own mesh
     std::vector<Index> active;                ///< triangles that are new in this round
     std::vector<std::vector<Sample>> samples; ///< by triangle
     std::vector<bool> isSmooth;               ///< by triangle: nothing to split was found in it
-    ktKeyTable<ktIllumination> middles;       ///< what was seen there, by two vertices
+    ktHashMap<ktIllumination> midpointLight;  ///< what was seen there, by two vertices
 
     // Of the round under way.
-    std::vector<Trial> trials;
-    std::vector<InsideOrder> insideOrders;
-    std::vector<MiddleOrder> middleOrders;
-    std::unordered_set<Edge> wanted;
+    std::vector<Candidate> candidates;
+    std::vector<FaceProbe> faceProbes;
+    std::vector<EdgeProbe> edgeProbes;
+    std::unordered_set<Edge> edgesToSplit;
 };

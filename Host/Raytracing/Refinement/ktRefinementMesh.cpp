@@ -32,29 +32,29 @@ ktRefinementMesh::ktRefinementMesh(ktGeoSubdivisionRecord& record_, const ktBoun
     if (storedPositions == osg::NullFC || storedNormals == osg::NullFC || results == osg::NullFC ||
         geometry->getMFIndexMapping()->size() > 1)
         return;
-    oldCount = storedPositions->getSize();
-    if (oldCount == 0 || storedNormals->getSize() < oldCount || results->getSize() < oldCount)
+    originalCount = storedPositions->getSize();
+    if (originalCount == 0 || storedNormals->getSize() < originalCount || results->getSize() < originalCount)
         return;
     const ktGeometryView view = ktViewGeometry(geometry);
     std::uint64_t badTriangles = 0;
     indices = ktReadTriangles(view, badTriangles);
     if (badTriangles > 0 || indices.empty() || !hasOnlySurfaces(view))
         return;
-    positions.assign(view.positions(), view.positions() + 3 * std::size_t(oldCount));
+    positions.assign(view.positions(), view.positions() + 3 * std::size_t(originalCount));
     const float* firstNormal = storedNormals->getField()[0].getValues();
-    normals.assign(firstNormal, firstNormal + 3 * std::size_t(oldCount));
+    normals.assign(firstNormal, firstNormal + 3 * std::size_t(originalCount));
 
     const std::vector<float>* gathered = bounces.gathered(ktGetGeometryNumber(geometry));
-    if (gathered && gathered->size() == 3 * std::size_t(oldCount))
-        oldReceived = *gathered;
-    for (Index i = 0; i < oldCount; ++i) {
+    if (gathered && gathered->size() == 3 * std::size_t(originalCount))
+        originalReceived = *gathered;
+    for (Index i = 0; i < originalCount; ++i) {
         Traced traced;
         traced.direct = results->getField()[i];
-        for (int c = 0; !oldReceived.empty() && c < 3; ++c)
-            traced.received[c] = oldReceived[3 * std::size_t(i) + static_cast<std::size_t>(c)];
+        for (int c = 0; !originalReceived.empty() && c < 3; ++c)
+            traced.received[c] = originalReceived[3 * std::size_t(i) + static_cast<std::size_t>(c)];
         light.push_back(measure(traced));
     }
-    usable = !record.request.indirect || !oldReceived.empty();
+    usable = !record.request.indirect || !originalReceived.empty();
 }
 
 std::vector<ktConformingRefiner::Point> ktRefinementMesh::worldPositions() const {
@@ -86,7 +86,7 @@ ktIllumination ktRefinementMesh::measure(const Traced& traced) const {
     return ktMeasureDirect(traced.direct);
 }
 
-ktSurfacePoint ktRefinementMesh::middle(Index a, Index b) const {
+ktSurfacePoint ktRefinementMesh::midpoint(Index a, Index b) const {
     ktSurfacePoint point;
     for (std::size_t c = 0; c < 3; ++c) {
         point.position[c] = 0.5f * (positions[3 * std::size_t(a) + c] + positions[3 * std::size_t(b) + c]);
@@ -94,12 +94,12 @@ ktSurfacePoint ktRefinementMesh::middle(Index a, Index b) const {
     }
     normalize(point.normal);
     // Along an edge of the surface both ends have it on the same side.
-    point.inward = inward[a];
-    point.inward.add(inward[b]);
+    point.oneRing = oneRings[a];
+    point.oneRing.add(oneRings[b]);
     return point;
 }
 
-ktSurfacePoint ktRefinementMesh::inside(const Index* vertices, const float* weights) const {
+ktSurfacePoint ktRefinementMesh::interpolate(const Index* vertices, const float* weights) const {
     ktSurfacePoint point;
     for (int corner = 0; corner < 3; ++corner)
         for (std::size_t c = 0; c < 3; ++c) {
@@ -110,32 +110,32 @@ ktSurfacePoint ktRefinementMesh::inside(const Index* vertices, const float* weig
     return point;
 }
 
-ktSurfacePoint ktRefinementMesh::inWorld(const ktSurfacePoint& point) const {
+ktSurfacePoint ktRefinementMesh::toWorldSpace(const ktSurfacePoint& point) const {
     ktSurfacePoint world;
     toWorld.position(point.position, world.position);
     if (!toWorld.normal(point.normal, world.normal))
         std::fill_n(world.normal, 3, 0.0f);
     // Its length says how much the surface lies on one side, in any space.
     const auto length = [](const float* v) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); };
-    toWorld.direction(point.inward.sum, world.inward.sum);
-    const float scale = length(point.inward.sum) / std::max(length(world.inward.sum), 1e-30f);
-    for (float& value : world.inward.sum)
+    toWorld.direction(point.oneRing.sum, world.oneRing.sum);
+    const float scale = length(point.oneRing.sum) / std::max(length(world.oneRing.sum), 1e-30f);
+    for (float& value : world.oneRing.sum)
         value *= scale;
-    world.inward.count = point.inward.count;
+    world.oneRing.count = point.oneRing.count;
     return world;
 }
 
 void ktRefinementMesh::addVertex(Index a, Index b) {
-    const ktSurfacePoint point = middle(a, b);
+    const ktSurfacePoint point = midpoint(a, b);
     positions.insert(positions.end(), point.position, point.position + 3);
     normals.insert(normals.end(), point.normal, point.normal + 3);
-    inward.push_back(point.inward);
+    oneRings.push_back(point.oneRing);
     parents.push_back({a, b});
 }
 
 // New vertices lie behind each other, and behind all that are traced already.
-void ktRefinementMesh::traceNewVertices(const ktRefinementLight& how) {
-    const std::size_t first = oldCount + tracedVertices.size();
+void ktRefinementMesh::traceNewVertices(const ktRefinementTasks& tasks) {
+    const std::size_t first = originalCount + tracedVertices.size();
     const auto count = static_cast<std::uint32_t>(vertexCount() - first);
     if (count == 0)
         return;
@@ -162,8 +162,8 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementLight& how) {
 }
 
 void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
-    if (!oldReceived.empty())
-        received = std::move(oldReceived);
+    if (!originalReceived.empty())
+        received = std::move(originalReceived);
     record.results.clear();
     record.baked.clear();
     record.results.reserve(tracedVertices.size());
@@ -183,7 +183,7 @@ void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
     record.triangles = std::move(newTriangles);
 }
 
-void ktRefinementMesh::handOver(ktBounceLight& bounces) {
+void ktRefinementMesh::publish(ktBounceLight& bounces) {
     if (!received.empty() && !record.parents.empty())
         bounces.setGathered(ktGetGeometryNumber(record.geometry.get()), std::move(received));
     record.isReady = true;

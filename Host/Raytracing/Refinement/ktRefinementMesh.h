@@ -28,22 +28,22 @@ public:
     const ktRefinementRequest& request() const { return record.request; }
 
     /// Finds out where the surface around each vertex lies; worker thread, before anything is ordered.
-    void lookAround() { inward = ktInwardDirections(positions.data(), vertexCount(), indices); }
+    void makeOneRings() { oneRings = ktMakeOneRings(positions.data(), vertexCount(), indices); }
 
     /// Light at a vertex of the mesh; valid for old vertices and those that traceNewVertices() has traced.
     const ktIllumination& illumination(Index vertex) const { return light[vertex]; }
 
     /// A point inside a triangle, given by weights of its three vertices.
-    ktSurfacePoint surfacePoint(const Index* vertices, const float* weights) const {
-        return inWorld(inside(vertices, weights));
+    ktSurfacePoint worldPoint(const Index* vertices, const float* weights) const {
+        return toWorldSpace(interpolate(vertices, weights));
     }
     /// The middle between two vertices.
-    ktSurfacePoint surfaceMiddle(Index a, Index b) const { return inWorld(middle(a, b)); }
+    ktSurfacePoint worldMidpoint(Index a, Index b) const { return toWorldSpace(midpoint(a, b)); }
 
     /// Appends a vertex between two others.
     void addVertex(Index a, Index b);
     /// Traces vertices that were added since the last call; worker thread. @throws ktCanceled, std::bad_alloc
-    void traceNewVertices(const ktRefinementLight& how);
+    void traceNewVertices(const ktRefinementTasks& tasks);
 
     /// Rays of all new vertices.
     const ktRayCounts& rays() const { return rayCounts; }
@@ -52,7 +52,7 @@ public:
     /// @param newTriangles three of the mesh's own vertices each
     void finish(std::vector<std::uint32_t> newTriangles);
     /// Makes the record ready, and tells `bounces` the light that all vertices received; main thread, after finish().
-    void handOver(ktBounceLight& bounces);
+    void publish(ktBounceLight& bounces);
 
     /// An order of meshes by what they are in the world alone.
     bool comesBefore(const ktRefinementMesh& other) const;
@@ -65,20 +65,20 @@ private:
     };
 
     // These in object space, the last one in world space.
-    ktSurfacePoint middle(Index a, Index b) const;
-    ktSurfacePoint inside(const Index* vertices, const float* weights) const;
-    ktSurfacePoint inWorld(const ktSurfacePoint& point) const;
+    ktSurfacePoint midpoint(Index a, Index b) const;
+    ktSurfacePoint interpolate(const Index* vertices, const float* weights) const;
+    ktSurfacePoint toWorldSpace(const ktSurfacePoint& point) const;
     ktIllumination measure(const Traced& traced) const;
 
     ktGeoSubdivisionRecord& record;
     ktWorldTransform toWorld;
     float tint[3];
     bool usable = false;
-    Index oldCount = 0;
+    Index originalCount = 0;
     std::vector<float> positions, normals; ///< object space, three floats a vertex
     std::vector<std::uint32_t> indices;    ///< of the geometry as it is
-    std::vector<ktInward> inward;          ///< where the surface around each vertex lies
-    std::vector<float> oldReceived;        ///< indirect light of the old vertices
+    std::vector<ktOneRing> oneRings;       ///< where the surface around each vertex lies
+    std::vector<float> originalReceived;   ///< indirect light of the old vertices
     std::vector<float> received;           ///< of all vertices, at the end
     std::vector<ktIllumination> light;
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices

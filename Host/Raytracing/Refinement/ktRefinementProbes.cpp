@@ -17,7 +17,7 @@ constexpr std::uint32_t fewestRays = 8;               // along an axis
 // Positions and normals in world space, one after another.
 struct Arrays {
     std::vector<float> positions, normals;
-    std::vector<ktInward> inward;
+    std::vector<ktOneRing> oneRings;
 };
 
 } // namespace
@@ -29,14 +29,14 @@ std::uint32_t ktRefinementProbes::raysPerAxis(float difference) {
     return std::max(fewestRays, static_cast<std::uint32_t>(std::lround(rays / 4)) * 4);
 }
 
-ktRefinementProbes::ktRefinementProbes(const ktRefinementLight& how_, float difference, bool indirect_)
-    : how(how_), indirect(indirect_ && how_.gather) {
-    directions = indirect ? how.gather->directions : how.direct->directions;
+ktRefinementProbes::ktRefinementProbes(const ktRefinementTasks& tasks_, float difference, bool indirect_)
+    : tasks(tasks_), indirect(indirect_ && tasks_.gather) {
+    directions = indirect ? tasks.gather->directions : tasks.direct->directions;
     const std::uint32_t rays = raysPerAxis(difference);
     if (rays * rays >= directions->set.count)
         return;
     ownDirections = ktMakeHemisphereDirections(rays, rays, 0.25f, 0.25f, seed);
-    prepared = (indirect ? how.gather->tracer : how.direct->tracer)->prepareDirections(ownDirections);
+    prepared = (indirect ? tasks.gather->tracer : tasks.direct->tracer)->prepareDirections(ownDirections);
     directions = prepared.get();
 }
 
@@ -49,11 +49,11 @@ std::size_t ktRefinementProbes::add(const ktSurfacePoint& point) {
 
 void ktRefinementProbes::clear() {
     points.clear();
-    seen.clear();
+    measured.clear();
 }
 
-void ktRefinementProbes::look() {
-    seen.resize(points.size());
+void ktRefinementProbes::trace() {
+    measured.resize(points.size());
     if (points.empty())
         return;
     // Points at one place add up what surrounds them, in this order.
@@ -70,29 +70,29 @@ void ktRefinementProbes::look() {
         const ktSurfacePoint& point = points[i];
         arrays.positions.insert(arrays.positions.end(), point.position, point.position + 3);
         arrays.normals.insert(arrays.normals.end(), point.normal, point.normal + 3);
-        arrays.inward.push_back(point.inward);
+        arrays.oneRings.push_back(point.oneRing);
     }
     std::atomic<std::uint32_t> done{0};
     const auto count = static_cast<std::uint32_t>(points.size());
     const auto take = [&](ktVertexTask& task) {
         task.directions = directions;
         task.setVertices(ktWorldTransform(), count, arrays.positions.data(), arrays.normals.data(),
-                         arrays.inward.data());
+                         arrays.oneRings.data());
     };
     const std::uint64_t raysPerPoint = directions->set.count;
     if (indirect) {
-        ktGatherTask task = *how.gather;
+        ktGatherTask task = *tasks.gather;
         take(task);
         std::vector<float> received(3 * std::size_t(count));
         traced.indirect += raysPerPoint * ktGatherLight(task, received.data(), done).traced;
         for (std::size_t i = 0; i < order.size(); ++i)
-            seen[order[i]] = ktMeasureIndirect(&received[3 * i]);
+            measured[order[i]] = ktMeasureIndirect(&received[3 * i]);
     } else {
-        ktOcclusionTask task = *how.direct;
+        ktOcclusionTask task = *tasks.direct;
         take(task);
         std::vector<osg::Vec4f> results(count);
         traced.direct += raysPerPoint * ktTraceOcclusion(task, results.data(), done).traced;
         for (std::size_t i = 0; i < order.size(); ++i)
-            seen[order[i]] = ktMeasureDirect(results[i]);
+            measured[order[i]] = ktMeasureDirect(results[i]);
     }
 }

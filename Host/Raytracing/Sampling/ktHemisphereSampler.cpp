@@ -40,8 +40,8 @@ ktDirectionSet ktMakeHemisphereDirections(std::uint32_t countU, std::uint32_t co
     set.tiles.resize((set.count + ktDirectionTile::width - 1) / ktDirectionTile::width);
     std::uint32_t index = 0;
     const auto append = [&](std::uint32_t ring, std::uint32_t sector) {
-        const double u = (fineU[sector] + 0.5 + moveU * (random.nextShare() - 0.5)) / countV;
-        const double v = (fineV[ring] + 0.5 + moveV * (random.nextShare() - 0.5)) / countU;
+        const double u = (fineU[sector] + 0.5 + moveU * (random.nextUniform() - 0.5)) / countV;
+        const double v = (fineV[ring] + 0.5 + moveV * (random.nextUniform() - 0.5)) / countU;
         float direction[3];
         ktHemisphereMap::toDirection((ring + u) / countU, (sector + v) / countV, direction);
         ktDirectionTile& tile = set.tiles[index / ktDirectionTile::width];

@@ -18,7 +18,7 @@ public:
 
     std::uint64_t next() { return mix(state += 0x9E3779B97F4A7C15ull); }
     /// 0 or more, below 1.
-    double nextShare() { return static_cast<double>(next() >> 11) * (1.0 / 9007199254740992.0); }
+    double nextUniform() { return static_cast<double>(next() >> 11) * (1.0 / 9007199254740992.0); }
     /// 0 or more, below `bound` (at least 1).
     std::uint32_t nextBelow(std::uint32_t bound) { return static_cast<std::uint32_t>(((next() >> 32) * bound) >> 32); }
 

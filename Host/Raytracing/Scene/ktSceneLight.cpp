@@ -72,7 +72,7 @@ bool readLight(const osg::NodePtr& node, ktSceneLight& light) {
 
 } // namespace
 
-bool ktSceneLight::wayTo(const float* point, double* direction, double& distance) const {
+bool ktSceneLight::vectorFrom(const float* point, double* direction, double& distance) const {
     std::copy(axis, axis + 3, direction);
     distance = FLT_MAX;
     if (kind == Kind::Directional)
@@ -87,9 +87,9 @@ bool ktSceneLight::wayTo(const float* point, double* direction, double& distance
     return true;
 }
 
-bool ktSceneLight::aim(const float* point, float* direction, float& distance) const {
+bool ktSceneLight::directionFrom(const float* point, float* direction, float& distance) const {
     double way[3], length = 0.0;
-    if (!wayTo(point, way, length))
+    if (!vectorFrom(point, way, length))
         return false;
     for (int i = 0; i < 3; ++i)
         direction[i] = static_cast<float>(way[i]);
@@ -97,9 +97,9 @@ bool ktSceneLight::aim(const float* point, float* direction, float& distance) co
     return true;
 }
 
-bool ktSceneLight::arrive(const float* point, const float* normal, float* arriving) const {
+bool ktSceneLight::irradianceAt(const float* point, const float* normal, float* arriving) const {
     double direction[3], distance = 0.0;
-    if (!wayTo(point, direction, distance))
+    if (!vectorFrom(point, direction, distance))
         return false;
     double strength = direction[0] * normal[0] + direction[1] * normal[1] + direction[2] * normal[2];
     if (kind != Kind::Directional) {

@@ -24,15 +24,15 @@ struct ktSceneLight {
     /// @param point, normal three floats each, world space; the normal has unit length
     /// @param arriving      red, green, blue, the cosine to the normal included
     /// @return false when nothing arrives
-    bool arrive(const float* point, const float* normal, float* arriving) const;
+    bool irradianceAt(const float* point, const float* normal, float* arriving) const;
     /// The way from a point to the light.
     /// @param direction three floats, a unit vector
     /// @param distance  world units; the largest finite float for a light at infinity
     /// @return false when the point is the light's own
-    bool aim(const float* point, float* direction, float& distance) const;
+    bool directionFrom(const float* point, float* direction, float& distance) const;
 
 private:
-    bool wayTo(const float* point, double* direction, double& distance) const;
+    bool vectorFrom(const float* point, double* direction, double& distance) const;
 };
 
 /// The lights of these nodes that are on and shine. Nodes without a light of a known kind, or with values that are not

@@ -13,7 +13,7 @@
 namespace {
 
 // Stirs in `size` bytes, eight at a time.
-std::uint64_t stir(std::uint64_t key, const void* data, std::size_t size) {
+std::uint64_t hashBytes(std::uint64_t key, const void* data, std::size_t size) {
     const char* bytes = static_cast<const char*>(data);
     for (std::size_t place = 0; place < size; place += 8) {
         if (place % (1 << 22) == 0)
@@ -34,24 +34,24 @@ auto fieldsOf(const ktSceneLight& light) {
 
 } // namespace
 
-std::uint64_t ktSurfaceKey(const osg::NodePtr& node) {
+std::uint64_t ktHashSurface(const osg::NodePtr& node) {
     std::uint64_t key = 0;
     const osg::MaterialPtr material = ktMaterialInEffect(node);
     const ktSurfaceColors::Color base = ktReadSurfaceColors(osg::NullFC, material).base;
-    key = stir(key, base.data(), sizeof(base));
+    key = hashBytes(key, base.data(), sizeof(base));
     const osg::UInt32 type = material == osg::NullFC ? 0 : material->getType().getId();
-    key = stir(key, &type, sizeof(type));
+    key = hashBytes(key, &type, sizeof(type));
     if (const char* name = osg::getName(node))
-        key = stir(key, name, std::strlen(name));
+        key = hashBytes(key, name, std::strlen(name));
     return key;
 }
 
-std::uint64_t ktShapeKey(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles,
-                         const float* normals, std::size_t normalCount) {
+std::uint64_t ktHashShape(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles,
+                          const float* normals, std::size_t normalCount) {
     const std::size_t floats = positions.size() / 3 * 3;
-    std::uint64_t key = stir(floats, positions.data(), floats * sizeof(float));
-    key = stir(key, triangles.data(), triangles.size() * sizeof(std::uint32_t));
-    return stir(key, normals, normalCount * 3 * sizeof(float));
+    std::uint64_t key = hashBytes(floats, positions.data(), floats * sizeof(float));
+    key = hashBytes(key, triangles.data(), triangles.size() * sizeof(std::uint32_t));
+    return hashBytes(key, normals, normalCount * 3 * sizeof(float));
 }
 
 void ktSortLights(std::vector<ktSceneLight>& lights) {

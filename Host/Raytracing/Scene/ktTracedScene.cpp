@@ -46,19 +46,19 @@ struct Bounds {
     }
 };
 
-constexpr std::size_t pieceSize = 65536; // positions or corners; some of a millisecond
+constexpr std::size_t chunkSize = 65536; // positions or corners; some of a millisecond
 
 // Bounds of all corners.
 Bounds boundsOf(const std::vector<float>& positions, const std::vector<std::uint32_t>& corners) {
-    std::vector<Bounds> pieces((corners.size() + pieceSize - 1) / pieceSize);
-    ktParallel::forEach(pieces.size(), [&](std::size_t piece) {
-        const std::size_t first = piece * pieceSize;
-        for (std::size_t i = first; i < std::min(first + pieceSize, corners.size()); ++i)
-            pieces[piece].extend(&positions[3 * std::size_t(corners[i])]);
+    std::vector<Bounds> chunks((corners.size() + chunkSize - 1) / chunkSize);
+    ktParallel::forEach(chunks.size(), [&](std::size_t chunk) {
+        const std::size_t first = chunk * chunkSize;
+        for (std::size_t i = first; i < std::min(first + chunkSize, corners.size()); ++i)
+            chunks[chunk].extend(&positions[3 * std::size_t(corners[i])]);
     });
     Bounds bounds;
-    for (const Bounds& piece : pieces)
-        bounds.extend(piece);
+    for (const Bounds& chunk : chunks)
+        bounds.extend(chunk);
     return bounds;
 }
 
@@ -77,9 +77,9 @@ std::vector<float> transformAll(const ktGeometryView& view, const ktWorldTransfo
         return false;
     };
     std::atomic<bool> anyBad{false};
-    ktParallel::forEach((count + pieceSize - 1) / pieceSize, [&](std::size_t piece) {
+    ktParallel::forEach((count + chunkSize - 1) / chunkSize, [&](std::size_t chunk) {
         ktThrowIfCanceled();
-        for (std::size_t i = piece * pieceSize; i < std::min((piece + 1) * pieceSize, count); ++i)
+        for (std::size_t i = chunk * chunkSize; i < std::min((chunk + 1) * chunkSize, count); ++i)
             if (!transform(i))
                 anyBad = true;
     });
@@ -110,7 +110,7 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
         traced.geometry = geometry;
         traced.number = ktGetGeometryNumber(geometry);
         traced.toWorld = ktWorldTransform(node->getToWorld());
-        traced.surfaceKey = ktSurfaceKey(node);
+        traced.surfaceHash = ktHashSurface(node);
         views.push_back(ktViewGeometry(geometry));
         const osg::GeoNormals3fPtr stored = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
         normals.emplace_back();
@@ -118,7 +118,7 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
             normals.back() = {stored->getField()[0].getValues(), stored->getSize()};
         firstUses.emplace(traced.number, geometries.size());
         geometries.push_back(std::move(traced));
-        pump.breathe();
+        pump.handleEventsIfDue();
     }
     lights = ktReadLights(lightNodes);
     ktSortLights(lights);
@@ -195,8 +195,8 @@ void ktTracedScene::sortMeshes() {
     ktParallel::forEach(geometries.size(), [&](std::size_t i) {
         ktThrowIfCanceled();
         const std::uint64_t shape =
-            ktShapeKey(*geometries[i].positions, *geometries[i].triangles, normals[i].stored, normals[i].count);
-        order[i] = {shape, geometries[i].surfaceKey, i};
+            ktHashShape(*geometries[i].positions, *geometries[i].triangles, normals[i].stored, normals[i].count);
+        order[i] = {shape, geometries[i].surfaceHash, i};
     });
     std::sort(order.begin(), order.end());
     for (const auto& entry : order)
@@ -204,8 +204,8 @@ void ktTracedScene::sortMeshes() {
     normals.clear();
 }
 
-std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer,
-                                                 std::shared_ptr<const std::atomic<bool>> isLeft) const {
+std::function<void()> ktTracedScene::makeBuildJob(ktTracer& tracer,
+                                                  std::shared_ptr<const std::atomic<bool>> isAbandoned) const {
     struct Arrays {
         std::shared_ptr<const std::vector<std::uint32_t>> triangles;
         std::shared_ptr<const std::vector<float>> positions;
@@ -222,8 +222,8 @@ std::function<void()> ktTracedScene::tracerBuild(ktTracer& tracer,
         mesh.triangleCount = static_cast<std::uint32_t>(traced.triangles->size() / 3);
         list.push_back(mesh);
     }
-    return [&tracer, arrays = std::move(arrays), list = std::move(list), isLeft = std::move(isLeft)] {
-        if (!tracer.build(list, [&](float) { return !*isLeft && !ktCancelToken::the().isCanceled(); }))
+    return [&tracer, arrays = std::move(arrays), list = std::move(list), isAbandoned = std::move(isAbandoned)] {
+        if (!tracer.build(list, [&](float) { return !*isAbandoned && !ktCancelToken::the().isCanceled(); }))
             throw ktCanceled();
     };
 }
@@ -233,11 +233,11 @@ const ktTracedGeometry* ktTracedScene::find(ktGeometryNumber geometry) const {
     return found == firstUses.end() ? nullptr : &geometries[found->second];
 }
 
-std::vector<ktInward> ktTracedScene::inwardDirections(ktGeometryNumber geometry, const float* positions,
+std::vector<ktOneRing> ktTracedScene::oneRings(ktGeometryNumber geometry, const float* positions,
                                                       std::uint32_t count) const {
     const ktTracedGeometry* traced = find(geometry);
     // A geometry that was refined since has other triangles.
     if (!traced || traced->positionCount() != count)
         return {};
-    return ktInwardDirections(positions, count, *traced->triangles);
+    return ktMakeOneRings(positions, count, *traced->triangles);
 }

@@ -4,7 +4,7 @@
 #include "ktEventPump.h"
 #include "ktGeometryNumbers.h"
 #include "ktGeometryView.h"
-#include "ktInwardDirections.h"
+#include "ktOneRing.h"
 #include "ktSceneLight.h"
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
@@ -26,7 +26,7 @@ struct ktTracedGeometry {
     /// are mirrored alike.
     std::shared_ptr<const std::vector<std::uint32_t>> triangles;
     std::shared_ptr<const std::vector<float>> positions; ///< world space, three floats a position and one spare
-    std::uint64_t surfaceKey = 0;                        ///< see ktSceneOrder.h
+    std::uint64_t surfaceHash = 0;                       ///< see ktSceneOrder.h
 
     std::uint32_t positionCount() const { return static_cast<std::uint32_t>(positions->size() / 3); }
 };
@@ -53,8 +53,8 @@ public:
     /// What the tracer builds its structure from, after makeMeshes(): a piece of work that touches nothing but the
     /// tracer and keeps the meshes' arrays alive by itself, even when this scene is gone. Throws ktCanceled,
     /// std::exception.
-    /// @param isLeft set when nobody waits for it any more: it then ends, even if the cancel token has been reset
-    std::function<void()> tracerBuild(ktTracer& tracer, std::shared_ptr<const std::atomic<bool>> isLeft) const;
+    /// @param isAbandoned set when nobody waits for it any more: it then ends, even if the cancel token has been reset
+    std::function<void()> makeBuildJob(ktTracer& tracer, std::shared_ptr<const std::atomic<bool>> isAbandoned) const;
     /// Forgets everything. The tracer's structure must not be used any more.
     void clear();
 
@@ -63,7 +63,7 @@ public:
     /// Where the surface around each vertex of a geometry lies; empty when it does not occlude, or had another number
     /// of positions when the scene was collected. Worker thread.
     /// @param positions `count` times three floats
-    std::vector<ktInward> inwardDirections(ktGeometryNumber geometry, const float* positions,
+    std::vector<ktOneRing> oneRings(ktGeometryNumber geometry, const float* positions,
                                            std::uint32_t count) const;
 
 private:

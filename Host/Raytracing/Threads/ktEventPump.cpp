@@ -8,7 +8,7 @@
 ktEventPump::ktEventPump(std::function<void()> meanwhile_)
     : meanwhile(std::move(meanwhile_)), last(std::chrono::steady_clock::now()) {}
 
-void ktEventPump::breathe() {
+void ktEventPump::handleEventsIfDue() {
     if (std::chrono::steady_clock::now() - last >= interval)
         handleEvents();
 }

@@ -15,7 +15,7 @@ public:
     explicit ktEventPump(std::function<void()> meanwhile = {});
 
     /// Runs the event loop once if `interval` has passed since the last run; cheap otherwise. Passes exceptions on.
-    void breathe();
+    void handleEventsIfDue();
     /// Runs the event loop once.
     void handleEvents();
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktFloatMode.h"
+#include "ktFlushDenormals.h"
 
 #include <cstddef>
 #include <tbb/blocked_range.h>
@@ -19,7 +19,7 @@ void forRange(std::size_t count, std::size_t grain, const Body& body) {
     tbb::parallel_for(
         tbb::blocked_range<std::size_t>(0, count, grain),
         [&body](const tbb::blocked_range<std::size_t>& range) {
-            const ktFloatMode fast;
+            const ktFlushDenormals fast;
             body(range.begin(), range.end());
         },
         tbb::simple_partitioner());

@@ -16,30 +16,30 @@ namespace {
 
 // How much work is under way. Its end at the exit of the process waits for all of it: the libraries that the work runs
 // in are still whole then.
-class Ledger {
+class RunningWork {
 public:
-    static Ledger& the() {
-        static Ledger ledger;
-        return ledger;
+    static RunningWork& the() {
+        static RunningWork running;
+        return running;
     }
-    ~Ledger() {
+    ~RunningWork() {
         std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [this] { return open == 0; });
+        changed.wait(lock, [this] { return count == 0; });
     }
     void begin() {
         const std::lock_guard<std::mutex> lock(mutex);
-        ++open;
+        ++count;
     }
     void end() {
         const std::lock_guard<std::mutex> lock(mutex);
-        --open;
+        --count;
         changed.notify_all();
     }
 
 private:
     std::mutex mutex;
     std::condition_variable changed;
-    int open = 0;
+    int count = 0;
 };
 
 // With no arena left the library ends its workers. Started anew with every call, they come when a short call, such as
@@ -55,11 +55,11 @@ void keepWorkers() {
 class ktWorkers::Leader {
 public:
     explicit Leader(std::function<void()> newWork) : work(std::move(newWork)) {
-        Ledger::the().begin();
+        RunningWork::the().begin();
         try {
             thread = std::thread([this] { lead(); });
         } catch (...) {
-            Ledger::the().end();
+            RunningWork::the().end();
             throw;
         }
     }
@@ -95,7 +95,7 @@ private:
             ended = true;
             changed.notify_one();
         }
-        Ledger::the().end();
+        RunningWork::the().end();
     }
 
     std::function<void()> work;
@@ -116,12 +116,12 @@ bool ktWorkers::wait(ktEventPump& pump, const std::function<bool()>& giveUp) {
         if (giveUp && giveUp())
             return false;
     }
-    pump.breathe();
+    pump.handleEventsIfDue();
     leader->rethrow();
     return true;
 }
 
-void ktWorkers::waitOut() noexcept {
+void ktWorkers::waitForEnd() noexcept {
     while (!leader->waitForEnd()) {
     }
 }

@@ -24,7 +24,7 @@ public:
     bool wait(ktEventPump& pump, const std::function<bool()>& giveUp = {});
 
     /// Waits for the end of the work without pumping; what it threw stays for wait().
-    void waitOut() noexcept;
+    void waitForEnd() noexcept;
 
     /// Starts the work and waits for its end. @throws as wait(); the work has ended in either case
     static void run(const std::function<void()>& work, ktEventPump& pump);

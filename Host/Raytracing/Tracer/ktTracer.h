@@ -51,7 +51,7 @@ public:
 /// prepareDirections(); all other functions are const and may be called from many threads at once, each with its own
 /// output. Results
 /// depend on the arguments alone, never on the thread or on how vertices are grouped into batches.
-/// Workers have flush-to-zero and denormals-are-zero set (ktFloatMode) when they trace.
+/// Workers have flush-to-zero and denormals-are-zero set (ktFlushDenormals) when they trace.
 class ktTracer {
 public:
     /// Called now and then, from any thread, with the share done (0 to 1); false stops the build.

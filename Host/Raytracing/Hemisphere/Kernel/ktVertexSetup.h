@@ -29,7 +29,7 @@ KT_INLINE float clampMaxDistance(float maxDistance) {
 constexpr float kExitMargin = 1.000001f;
 constexpr float kEnterMargin = 0.999999f;
 
-// Rotates 16 directions to one world axis. No fused operations, and the order of ktTileDirections.h: all tracers use
+// Rotates 16 directions to one world axis. No fused operations, and the order of ktTileRotation.h: all tracers use
 // the same rays to the last bit, on every processor.
 KT_INLINE Float16 rotated(const float local[3][16], float t, float b, float n) {
     return Float16::load(local[0]) * Float16(t) + Float16::load(local[1]) * Float16(b) +

@@ -5,11 +5,11 @@
 #include <vector>
 
 /// Where, seen from a vertex, its own surface lies. Object space.
-struct ktInward {
+struct ktOneRing {
     float sum[3] = {0, 0, 0}; ///< of the unit vectors towards the triangles around the vertex
     float count = 0;          ///< triangles
 
-    void add(const ktInward& other) {
+    void add(const ktOneRing& other) {
         for (int axis = 0; axis < 3; ++axis)
             sum[axis] += other.sum[axis];
         count += other.count;
@@ -19,12 +19,12 @@ struct ktInward {
     /// there more steeply than it spreads.
     /// @param normal of the vertex, any length but zero
     /// @param way    three floats, any length
-    bool isOneSided(const float* normal, float* way) const;
+    bool findInward(const float* normal, float* way) const;
 };
 
 /// Looks around each of `count` vertices.
 /// @param positions three floats a vertex
 /// @param triangles three vertices each, all below `count`
 /// @throws ktCanceled, std::bad_alloc
-std::vector<ktInward> ktInwardDirections(const float* positions, std::uint32_t count,
-                                         const std::vector<std::uint32_t>& triangles);
+std::vector<ktOneRing> ktMakeOneRings(const float* positions, std::uint32_t count,
+                                      const std::vector<std::uint32_t>& triangles);

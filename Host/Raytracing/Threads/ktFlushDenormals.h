@@ -5,12 +5,12 @@
 
 /// Sets flush-to-zero and denormals-are-zero for the thread while it lives: denormal numbers, which ray casting meets
 /// but never needs, cost a hundred times a normal one.
-class ktFloatMode {
+class ktFlushDenormals {
 public:
-    ktFloatMode() : saved(_mm_getcsr()) { _mm_setcsr(saved | flushToZero | denormalsAreZero); }
-    ~ktFloatMode() { _mm_setcsr(saved); }
-    ktFloatMode(const ktFloatMode&) = delete;
-    ktFloatMode& operator=(const ktFloatMode&) = delete;
+    ktFlushDenormals() : saved(_mm_getcsr()) { _mm_setcsr(saved | flushToZero | denormalsAreZero); }
+    ~ktFlushDenormals() { _mm_setcsr(saved); }
+    ktFlushDenormals(const ktFlushDenormals&) = delete;
+    ktFlushDenormals& operator=(const ktFlushDenormals&) = delete;
 
 private:
     static constexpr unsigned flushToZero = 0x8000;

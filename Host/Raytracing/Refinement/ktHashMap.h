@@ -11,7 +11,7 @@
 /// thread-safe; reading from many threads is. Open addressing with linear probing (D. E. Knuth, "The Art of Computer
 /// Programming", volume 3, 1973).
 template <class Value>
-class ktKeyTable {
+class ktHashMap {
 public:
     /// The value of a key; null when there is none. @param key any but the largest
     const Value* find(std::uint64_t key) const {
@@ -49,7 +49,7 @@ private:
         return static_cast<std::size_t>(key ^ key >> 29) & (keys.size() - 1);
     }
     void grow() {
-        ktKeyTable larger;
+        ktHashMap larger;
         larger.keys.assign(keys.empty() ? 64 : 2 * keys.size(), freeKey);
         larger.values.resize(larger.keys.size());
         for (std::size_t i = 0; i < keys.size(); ++i)

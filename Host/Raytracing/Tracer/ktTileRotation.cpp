@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "ktTileDirections.h"
+#include "ktTileRotation.h"
 
 namespace {
 
 // One body for every instruction set: the compiler vectorises it for the function it is inlined into. No version
 // may fuse multiplication and addition, or results would differ between machines.
-__attribute__((always_inline)) inline void turn(const ktDirectionTile& tile, const ktRayVertex& vertex,
-                                                float* __restrict x, float* __restrict y, float* __restrict z) {
+__attribute__((always_inline)) inline void rotate(const ktDirectionTile& tile, const ktRayVertex& vertex,
+                                                  float* __restrict x, float* __restrict y, float* __restrict z) {
     const float *t = vertex.tangent, *b = vertex.bitangent, *n = vertex.normal;
     for (std::uint32_t i = 0; i < ktDirectionTile::width; ++i) {
         const float dx = tile.x[i], dy = tile.y[i], dz = tile.z[i];
@@ -16,23 +16,23 @@ __attribute__((always_inline)) inline void turn(const ktDirectionTile& tile, con
     }
 }
 
-void turnAnywhere(const ktDirectionTile& tile, const ktRayVertex& vertex, float* x, float* y, float* z) {
-    turn(tile, vertex, x, y, z);
+void rotateAnywhere(const ktDirectionTile& tile, const ktRayVertex& vertex, float* x, float* y, float* z) {
+    rotate(tile, vertex, x, y, z);
 }
 
 #if defined(__x86_64__)
-__attribute__((target("avx2,no-fma"))) void turnAvx2(const ktDirectionTile& tile, const ktRayVertex& vertex, float* x,
-                                                     float* y, float* z) {
-    turn(tile, vertex, x, y, z);
+__attribute__((target("avx2,no-fma"))) void rotateAvx2(const ktDirectionTile& tile, const ktRayVertex& vertex, float* x,
+                                                       float* y, float* z) {
+    rotate(tile, vertex, x, y, z);
 }
 #endif
 
 } // namespace
 
-ktTurnTile ktChooseTurnTile() {
+ktRotateTile ktChooseRotateTile() {
 #if defined(__x86_64__)
     if (__builtin_cpu_supports("avx2"))
-        return turnAvx2;
+        return rotateAvx2;
 #endif
-    return turnAnywhere;
+    return rotateAnywhere;
 }

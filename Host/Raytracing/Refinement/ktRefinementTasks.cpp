@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "ktRefinementLight.h"
+#include "ktRefinementTasks.h"
 
 #include "ktLuminance.h"
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "ktInwardDirections.h"
+#include "ktOneRing.h"
 
 #include "ktCancelPoint.h"
 
 #include <cmath>
 
-bool ktInward::isOneSided(const float* normal, float* way) const {
+bool ktOneRing::findInward(const float* normal, float* way) const {
     double along = 0.0, square = 0.0, across = 0.0;
     for (int axis = 0; axis < 3; ++axis) {
         along += double(sum[axis]) * normal[axis];
@@ -22,9 +22,9 @@ bool ktInward::isOneSided(const float* normal, float* way) const {
     return across > 0.3 * count && across > 2.0 * rise * std::sqrt(square);
 }
 
-std::vector<ktInward> ktInwardDirections(const float* positions, std::uint32_t count,
-                                         const std::vector<std::uint32_t>& triangles) {
-    std::vector<ktInward> inward(count);
+std::vector<ktOneRing> ktMakeOneRings(const float* positions, std::uint32_t count,
+                                      const std::vector<std::uint32_t>& triangles) {
+    std::vector<ktOneRing> oneRings(count);
     for (std::size_t first = 0; first + 2 < triangles.size(); first += 3) {
         if (first % 65536 == 0)
             ktThrowIfCanceled();
@@ -41,11 +41,11 @@ std::vector<ktInward> ktInwardDirections(const float* positions, std::uint32_t c
             if (!(square > 0.0f) || !std::isfinite(square))
                 continue;
             const float scale = 1.0f / std::sqrt(square);
-            ktInward& sums = inward[triangles[first + i]];
+            ktOneRing& sums = oneRings[triangles[first + i]];
             for (std::size_t axis = 0; axis < 3; ++axis)
                 sums.sum[axis] += way[axis] * scale;
             sums.count += 1.0f;
         }
     }
-    return inward;
+    return oneRings;
 }

@@ -7,7 +7,7 @@
 #include <array>
 
 /// How light at new points is traced: as the passes of the run trace it.
-struct ktRefinementLight {
+struct ktRefinementTasks {
     const ktOcclusionTask* direct = nullptr; ///< not null
     const ktGatherTask* gather = nullptr;    ///< null: no indirect light yet
 };
