@@ -9,13 +9,13 @@
 
 namespace {
 
-// Null and not replaced: the host's own are made when first asked for.
+// Null and not replaced: the host's utilities are made when first requested.
 ktRaytracingUtils* current = nullptr;
 bool isReplaced = false;
 
 ktRaytracingUtils* makeOwn() noexcept {
     try {
-        // Lives as long as the process: workers and scene graph may be gone before static objects are destroyed.
+        // Never destroyed: at the exit of the process, workers and scene graph may be destroyed first.
         static ktSceneRaytracing* const own = new ktSceneRaytracing;
         return own;
     } catch (const std::exception& error) {

@@ -33,12 +33,12 @@ namespace {
 
 constexpr std::chrono::milliseconds longestWaitForCancel{40}; // of a build
 constexpr char handedNothing[] = "it was handed no sample pattern or no vertices";
-constexpr std::uint64_t samplerSeed = 0x6B744F6363756C65ull; // any number; the same in every run
+constexpr std::uint64_t samplerSeed = 0x6B744F6363756C65ull; // an arbitrary number; the same in every run
 
-// Positions and normals are read, and results written, as plain floats.
+// Reads positions and normals, and writes results, as plain floats.
 static_assert(sizeof(osg::Pnt3f) == 3 * sizeof(float) && sizeof(osg::Vec3f) == 3 * sizeof(float) &&
                   sizeof(osg::Vec4f) == 4 * sizeof(float),
-              "the scene graph's vectors are their components");
+              "a vector of the scene graph is its components");
 
 } // namespace
 
@@ -48,7 +48,7 @@ ktSceneRaytracing::ktSceneRaytracing(std::unique_ptr<ktTracer> tracer_) : tracer
 
 ktSceneRaytracing::~ktSceneRaytracing() = default;
 
-// A build cannot be stopped everywhere at once. A cancelled call does not wait for it, the next one does.
+// A build does not always stop at once. A cancelled call abandons it, and the next call waits for it.
 void ktSceneRaytracing::waitForAbandonedBuild() {
     if (!abandonedBuild)
         return;
@@ -57,7 +57,7 @@ void ktSceneRaytracing::waitForAbandonedBuild() {
         ktEventPump pump;
         hasEnded = abandonedBuild->wait(pump, [] { return ktCancelToken::the().isCanceled(); });
     } catch (...) {
-        // How a cancelled build ended does not matter any more.
+        // An error of a cancelled build does not matter.
         abandonedBuild->waitForEnd();
     }
     if (!hasEnded)
@@ -72,8 +72,8 @@ ktTracer& ktSceneRaytracing::ensureTracer() {
     return *tracer;
 }
 
-// The border of every call: nothing is thrown through it, and event handlers that call in again while a call is under
-// way are turned away.
+// Runs the body of a public call. No exception leaves it. Event handlers may run during a call; if they make a second
+// call, it is refused.
 void ktSceneRaytracing::call(const char* action, const std::function<void()>& body) {
     if (calling) {
         ktLog::error("Ray tracing cannot %s while another of its calls is under way", action);
@@ -106,7 +106,7 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
         ktThrowIfCanceled();
         waitForAbandonedBuild();
         clearScene();
-        bounces.endBounce(); // its snapshot refers to the scene
+        bounces.endBounce(); // the snapshot refers to the scene
         try {
             makeStructure(geometry, lights);
         } catch (...) {
@@ -153,7 +153,7 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
         return canceled && std::chrono::steady_clock::now() - *canceled > longestWaitForCancel;
     };
     if (!build->wait(pump, isOverdue)) {
-        *isAbandoned = true; // the token may be reset before the build looks at it again
+        *isAbandoned = true; // the token may be reset before the build checks it again
         abandonedBuild = std::move(build);
         throw ktCanceled();
     }
@@ -166,7 +166,7 @@ void ktSceneRaytracing::clearRun() {
     tints.clear();
 }
 
-// The tracer refers to the scene's meshes, so it forgets them first; a build that was left has its own hold on them.
+// The tracer refers to the meshes of the scene, so it is cleared first. An abandoned build keeps its meshes alive.
 void ktSceneRaytracing::clearScene() {
     if (tracer && !abandonedBuild)
         tracer->build({}, {});
@@ -186,7 +186,7 @@ void ktSceneRaytracing::reportUnusableVertices() {
     unusableVertices = 0;
 }
 
-// All geometry that is to be rebuilt is known by now, and nothing of it has been rebuilt yet.
+// Called when all geometry to refine is known and none is rebuilt yet.
 void ktSceneRaytracing::invalidateGeometry() {
     if (refinement.isEmpty())
         return;
@@ -205,7 +205,7 @@ void ktSceneRaytracing::invalidateGeometry() {
     });
 }
 
-// Comes once a run, before anything is traced.
+// Called once per run, before tracing.
 void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMaterialColor,
                                             const float* materialColor) {
     clearRun();
@@ -216,7 +216,7 @@ void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMat
         std::copy_n(materialColor, 3, bounces.settings.color);
 }
 
-// The last call of a run: what it traced against is not needed any more.
+// The last call of a run. Frees the memory of the scene.
 void ktSceneRaytracing::restoreRaytracing(int raytracing) {
     ktOSGWidgetState::setRaytracing(raytracing);
     reportUnusableVertices();
@@ -246,14 +246,14 @@ ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern,
 }
 
 void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
-    bounces.setDirect({}, false); // it may refer to this one
+    bounces.setDirect({}, false); // it may refer to this sampler
     lastGather = {};
     delete sampler;
 }
 
 void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float newMaxDistance) {
     bounces.endBounce();
-    // Not a number, or below zero, is no distance: no minimum, and nothing within the maximum.
+    // NaN and negative values count as 0.
     minDistance = newMinDistance > 0.0f ? newMinDistance : 0.0f;
     maxDistance = newMaxDistance > 0.0f ? std::min(newMaxDistance, FLT_MAX) : 0.0f;
 }
@@ -354,7 +354,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
     });
 }
 
-// Traces `count` vertices on the workers while the main thread handles events and reports progress.
+// Runs `work` for `count` vertices on the workers. Meanwhile the main thread handles events and reports progress.
 void ktSceneRaytracing::runOnWorkers(std::uint32_t count,
                                      const std::function<void(std::atomic<std::uint32_t>&)>& work) {
     std::atomic<std::uint32_t> done{0};

@@ -19,15 +19,15 @@
 /// The host's ray-tracing utilities: traces the scene with a ktTracer on all worker threads, while the main thread
 /// keeps handling events.
 ///
-/// When ktCancelToken is set, the call under way ends soon and leaves its geometry as it was, and later calls return
-/// at once. An error inside a call is logged in one line and sets the token, which cancels the run.
-/// Memory: the occluders in world space, the tracer's structure, and while a call lasts some 40 bytes for each of its
-/// vertices; nothing for rays.
+/// When ktCancelToken is set, the current call ends soon and leaves its geometry unchanged. Later calls return
+/// immediately. An error inside a call is logged in one line and sets the token, which cancels the run.
+/// Memory: the occluders in world space, the tracer's structure and, during a call, about 40 bytes for each of its
+/// vertices. Rays need no memory.
 class KT_HOST_EXPORT ktSceneRaytracing : public ktRaytracingUtils {
 public:
-    /// Takes the host's usual tracer, made when first needed.
+    /// Uses the tracer of ktMakeTracer(), which is made when first needed.
     ktSceneRaytracing();
-    /// Takes this tracer. @param tracer not null
+    /// Uses this tracer. @param tracer not null
     explicit ktSceneRaytracing(std::unique_ptr<ktTracer> tracer);
     ~ktSceneRaytracing() override;
 
@@ -70,7 +70,7 @@ private:
     void reportUnusableVertices();
 
     std::unique_ptr<ktTracer> tracer;
-    std::unique_ptr<ktWorkers> abandonedBuild; // of a cancelled run: the tracer has not come out of it yet
+    std::unique_ptr<ktWorkers> abandonedBuild; // of a cancelled run: still uses the tracer
     ktTracedScene scene;
     ktGeometryNumbers numbers; // of the geometry that calls may mean
     float minDistance = 0.0f, maxDistance = 0.0f;
@@ -78,7 +78,7 @@ private:
     std::uint64_t unusableVertices = 0; // since the last report
     ktBounceLight bounces;
     ktRefinement refinement;
-    ktGatherTask lastGather; // how the newest geometry was gathered; without a tracer: none was
-    std::map<ktGeometryNumber, std::array<float, 3>> tints; // by which gathered light is multiplied
+    ktGatherTask lastGather; // of the last gathered geometry; tracer is null before the first
+    std::map<ktGeometryNumber, std::array<float, 3>> tints; // factors of gathered light
     ktTracingStatistics statistics;
 };

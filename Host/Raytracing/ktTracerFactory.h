@@ -4,16 +4,16 @@
 #include "ktHostExport.h"
 #include "ktTracer.h"
 
-/// The implementations of ktTracer. Both meet the same surfaces, to rounding.
+/// The implementations of ktTracer. Both hit the same surfaces, except for rounding.
 enum class ktTracerKind {
-    Embree,     ///< a general ray tracer: the yardstick
-    Hemisphere, ///< all rays of a vertex together: faster
+    Embree,     ///< a general ray tracer: the reference
+    Hemisphere, ///< traces all rays of a vertex together: faster
 };
 
-/// Chooses what ktMakeTracer() makes from now on; tracers that are there stay. Without a choice it is the hemisphere
+/// Chooses what ktMakeTracer() makes from now on. Existing tracers stay. The default is the hemisphere
 /// tracer. Thread-safe.
 KT_HOST_EXPORT void ktChooseTracer(ktTracerKind kind) noexcept;
 
-/// Makes the tracer that the host uses, with nothing built yet.
-/// @throws std::runtime_error when it cannot start, std::bad_alloc
+/// Makes the chosen tracer, without an acceleration structure.
+/// @throws std::runtime_error if it cannot start, std::bad_alloc
 std::unique_ptr<ktTracer> ktMakeTracer();

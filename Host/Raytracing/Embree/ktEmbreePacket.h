@@ -7,7 +7,7 @@
 #include <embree3/rtcore.h>
 #include <limits>
 
-// Embree's packets of 4, 8 and 16 rays behind one template, for ktEmbreeTracer alone.
+// One template for Embree's packets of 4, 8 and 16 rays. Only ktEmbreeTracer uses it.
 
 template <int Width>
 struct ktEmbreePacket;
@@ -36,7 +36,7 @@ struct ktEmbreePacket<16> {
     static constexpr auto intersect = rtcIntersect16;
 };
 
-/// Fills the members of a packet that are the same for every ray.
+/// Sets the members of a packet that are the same for all rays.
 template <class Ray, int Width>
 void ktPrepareEmbreeRays(Ray& rays) {
     for (int i = 0; i < Width; ++i) {
@@ -47,7 +47,7 @@ void ktPrepareEmbreeRays(Ray& rays) {
     }
 }
 
-/// Lets a ray pass surfaces that turn their back to it. Embree hands over one packet of hits at a time.
+/// Rejects hits on the back of surfaces, so that the ray goes on. Embree calls it with one packet of hits at a time.
 inline void ktRejectBackSides(const RTCFilterFunctionNArguments* arguments) {
     const unsigned int count = arguments->N;
     for (unsigned int i = 0; i < count; ++i) {

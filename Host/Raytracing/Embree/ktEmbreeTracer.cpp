@@ -11,7 +11,7 @@ namespace {
 
 constexpr int tileWidth = static_cast<int>(ktDirectionTile::width);
 
-// Embree takes no coordinate beyond this; such a ray is not traced and counts as open.
+// Embree accepts no larger coordinates. Such a ray is not traced and counts as open.
 bool isTraceable(float x, float y, float z) {
     const float largest = 1.0e18f;
     return std::fabs(x) <= largest && std::fabs(y) <= largest && std::fabs(z) <= largest;
@@ -41,7 +41,7 @@ RTCIntersectContext makeContext(RTCIntersectContextFlags flags, bool bothSides) 
                              ")");
 }
 
-// Traces the rays of one vertex, Width at a time; hands the mask of open rays of each tile to `take`.
+// Traces the rays of one vertex, Width at a time. Calls take(tile, mask of its open rays) for each tile.
 template <int Width, class Take>
 void traceVertex(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex& vertex, const ktRayLimits& limits,
                  Take&& take) {
@@ -76,7 +76,7 @@ void traceVertex(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex& ver
                 valid[i] = -static_cast<int>(lanes >> (first + i) & 1u);
             }
             Packet::occluded(valid, scene, &context, &rays);
-            // Embree marks a ray that met something with a far end of minus infinity.
+            // Embree sets tfar of a ray that hit something to minus infinity.
             for (int i = 0; i < Width; ++i)
                 open |= static_cast<std::uint32_t>(rays.tfar[i] >= 0.0f) << (first + i);
         }
@@ -101,7 +101,7 @@ void countVisibleBy(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex* 
     }
 }
 
-// Copies rays first .. first + Width - 1 of a packet; tells which of them are traced.
+// Copies rays first .. first + Width - 1 of a packet. Sets `valid` of those that are traced.
 template <int Width, class Ray>
 void loadRays(const ktRayPacket& packet, int first, Ray& rays, int* valid) {
     ktPrepareEmbreeRays<Ray, Width>(rays);
@@ -170,7 +170,7 @@ void nearestBy(RTCScene scene, const ktRayPacket& packet, bool bothSides, ktHitP
     }
 }
 
-// The nearest hits of the rays of one vertex, tile by tile.
+// Finds the nearest hits of the rays of one vertex, tile by tile.
 template <int Width>
 void nearestOfVertex(RTCScene scene, ktRotateTile rotateTile, std::uint32_t index, const ktRayVertex& vertex,
                      const ktRayLimits& limits, ktHitReceiver& receiver) {
@@ -223,7 +223,7 @@ bool reportProgress(void* progress, double share) {
 } // namespace
 
 ktEmbreeTracer::ktEmbreeTracer(const char* config) : device(rtcNewDevice(config)), rotateTile(ktChooseRotateTile()) {
-    static_assert(ktHitPacket::noMesh == RTC_INVALID_GEOMETRY_ID, "a miss is what Embree calls a miss");
+    static_assert(ktHitPacket::noMesh == RTC_INVALID_GEOMETRY_ID, "a miss has the same value in Embree");
     if (!device)
         throwDeviceError(nullptr, "start");
     if (rtcGetDeviceProperty(device, RTC_DEVICE_PROPERTY_NATIVE_RAY16_SUPPORTED))
@@ -245,7 +245,7 @@ void ktEmbreeTracer::clear() {
 
 bool ktEmbreeTracer::build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) {
     clear();
-    rtcGetDeviceError(device); // forgets what an earlier build left
+    rtcGetDeviceError(device); // clears an error of an earlier build
     scene = rtcNewScene(device);
     if (!scene)
         throwDeviceError(device, "make a scene");
@@ -266,7 +266,7 @@ bool ktEmbreeTracer::build(const std::vector<ktTracerMesh>& meshes, const Progre
     }
     if (progress)
         rtcSetSceneProgressMonitorFunction(scene, reportProgress, const_cast<Progress*>(&progress));
-    rtcJoinCommitScene(scene); // the workers of the caller's arena build; rtcCommitScene() would take its own
+    rtcJoinCommitScene(scene); // builds in the caller's arena; rtcCommitScene() would use an arena of Embree
     rtcSetSceneProgressMonitorFunction(scene, nullptr, nullptr);
 
     const RTCError error = rtcGetDeviceError(device);

@@ -7,12 +7,12 @@
 struct RTCDeviceTy;
 struct RTCSceneTy;
 
-/// Traces with Embree, in packets as wide as the processor takes. Beside ktBinaryBvh the project's only caller of
-/// Embree. Built for speed of tracing: a high-quality structure over all meshes together.
+/// Traces with Embree, in packets as wide as the processor supports. The reference for the hemisphere tracer. Builds
+/// one high-quality structure over all meshes, so that tracing is fast.
 class ktEmbreeTracer : public ktTracer {
 public:
-    /// @param config Embree's own device options ("isa=avx2", "verbose=1"); null for its defaults
-    /// @throws std::runtime_error when Embree cannot start
+    /// @param config device options of Embree ("isa=avx2", "verbose=1"); null for its defaults
+    /// @throws std::runtime_error if Embree cannot start
     explicit ktEmbreeTracer(const char* config = nullptr);
     ~ktEmbreeTracer() override;
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr float noResult = 1.0e-6f; // a component up to this holds nothing
+constexpr float noResult = 1.0e-6f; // a component up to this is no result
 
 osg::GeoTexCoords4fPtr channel(const osg::GeoTexCoordsPtr& property, osg::UInt32 count) {
     const osg::GeoTexCoords4fPtr values = osg::GeoTexCoords4fPtr::dcast(property);
@@ -24,7 +24,7 @@ void toLuminance(float* color) {
     color[0] = color[1] = color[2] = ktLuminance(color);
 }
 
-// The colour that gathered light was multiplied by before it was stored.
+// Reads the colour that gathered light was multiplied by before it was stored.
 void readTint(const osg::MaterialPtr& material, bool colorBleeding, float* tint) {
     tint[0] = tint[1] = tint[2] = 1.0f;
     const osg::UberMaterialPtr uber = osg::UberMaterialPtr::dcast(material);
@@ -76,8 +76,8 @@ bool ktBounceLight::hasResult(const ktTracedGeometry& traced) const {
     return false;
 }
 
-// Direct light from the channels, and the indirect light of the bounce before: what this run gathered, or else what an
-// earlier run stored, with the surface's colour taken out again.
+// Reads direct light from the channels and adds the indirect light of the previous bounce: what this run gathered or,
+// if nothing, what an earlier run stored, divided by the surface colour.
 void ktBounceLight::readReceived(const ktTracedGeometry& traced, std::vector<float>& received,
                                  ktEventPump& pump) const {
     const osg::UInt32 count = positionCount(traced.geometry);
@@ -107,7 +107,7 @@ void ktBounceLight::readReceived(const ktTracedGeometry& traced, std::vector<flo
 void ktBounceLight::setAlbedo(const ktTracedGeometry& traced, Surface& surface) {
     const osg::MaterialPtr material = ktMaterialInEffect(traced.node);
     if (osg::UShadowMaterialPtr::dcast(material) != osg::NullFC) {
-        // It only catches shadows: there is no surface to send light on, whatever colour surfaces are to have.
+        // It only shows shadows. It reflects no light, even if all surfaces have one colour.
         std::fill_n(surface.albedo, 3, 0.0f);
         return;
     }
@@ -169,7 +169,7 @@ void ktBounceLight::takeSnapshot(const ktTracedScene& scene, ktEventPump& pump) 
         const osg::GeometryPtr geometry = entry.second.get();
         return channel(geometry->getTexCoords5(), positionCount(geometry)) != osg::NullFC;
     });
-    // Where a geometry is used more than once, its first use counts.
+    // If a geometry has several instances, the first one counts.
     for (const ktTracedGeometry& traced : scene.geometries) {
         pump.handleEventsIfDue();
         if (!hasResult(traced)) {
@@ -186,7 +186,7 @@ void ktBounceLight::takeSnapshot(const ktTracedScene& scene, ktEventPump& pump) 
     hasSnapshot = true;
 }
 
-// Two threads may trace the same vertex at once: they find the same light.
+// Two threads may trace the same vertex at the same time: both find the same light.
 void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const {
     if (!lazy.normals)
         return;
@@ -204,7 +204,7 @@ void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, floa
         for (osg::UInt32 c = 0; c < 3; ++c)
             traced[c] = usesLightColor ? result[c] : result[3];
         const std::lock_guard<std::mutex> guard(*lazyLock);
-        if (!lazy.isTraced[vertex].load(std::memory_order_relaxed)) { // else others may be reading it
+        if (!lazy.isTraced[vertex].load(std::memory_order_relaxed)) { // otherwise other threads may read it
             std::copy_n(traced, 3, stored);
             lazy.isTraced[vertex].store(true, std::memory_order_release);
         }

@@ -11,61 +11,61 @@
 #include <mutex>
 #include <vector>
 
-/// How light leaves a surface that it fell on.
+/// How a surface reflects light.
 struct ktBounceSettings {
-    bool colorBleeding = false; ///< light takes the surface's colour; else its luminance
-    bool overrideColor = false; ///< every surface has `color`
+    bool colorBleeding = false; ///< light takes the colour of the surface; false: its luminance
+    bool overrideColor = false; ///< all surfaces reflect in `color`
     float color[3] = {0, 0, 0}; ///< linear red, green, blue
 };
 
-/// The light that surfaces send on, bounce by bounce. Lives as long as a run of the calculation.
+/// The light that surfaces reflect, bounce by bounce. One object serves all runs; clear() separates them.
 ///
-/// A surface sends on, times its albedo, what its vertices received: their direct light and the indirect light of the
-/// bounce before, interpolated over the triangle. All vertices of a bounce read one snapshot, so the order in which
-/// geometry is gathered does not matter. Direct light that no channel holds is traced at the first hit, kept for the
-/// run and stored nowhere.
+/// A surface reflects what its vertices received, times its albedo: their direct light and the indirect light of the
+/// previous bounce, interpolated over the triangle. All vertices of a bounce read one snapshot, so the order in which
+/// geometry is gathered does not matter. Direct light that is in no channel is traced at the first hit and kept for the
+/// run, but not stored.
 class ktBounceLight {
 public:
     ktBounceSettings settings;
 
-    /// Forgets everything but the settings: a run begins or ends.
+    /// Clears everything except the settings. Call when a run begins or ends.
     void clear();
-    /// Tells that the channels of this geometry's direct light belong to this run, whatever they hold.
+    /// Marks the channels of this geometry's direct light as results of this run, even if all values are zero.
     void markCalculated(const ktTracedGeometry& traced);
-    /// How direct light is traced that no channel holds. What the task refers to must live as long as gathering does.
+    /// Sets how to trace direct light that is in no channel. What the task refers to must outlive the gathering.
     void setDirect(const ktOcclusionTask& task, bool isValid);
-    /// That task; null when there is none.
+    /// That task; null if there is none.
     const ktOcclusionTask* directTask() const { return hasDirect ? &direct : nullptr; }
-    /// The bounce under way is over: the next takeSnapshot() takes what it gathered.
+    /// Ends the current bounce: the next takeSnapshot() includes what it gathered.
     void endBounce() { hasSnapshot = false; }
 
-    /// Makes sure that there is a snapshot for this bounce; main thread, before addRadiance().
+    /// Takes the snapshot for this bounce unless there is one. Main thread, before addRadiance().
     void takeSnapshot(const ktTracedScene& scene, ktEventPump& pump);
-    /// Adds the light, linear red, green, blue, that leaves the surfaces where rays met them. Any thread.
-    /// @param hits  as a tracer reports them
+    /// Adds up the light (linear red, green, blue) that surfaces reflect at the hits of rays. Any thread.
+    /// @param hits  from a tracer
     /// @param lanes bit i: ray i counts
-    /// @param sum   three floats; the light is added ray by ray, in ascending order
+    /// @param sum   three floats; light is added ray by ray, in ascending order
     /// @throws ktCanceled
     void addRadiance(const ktHitPacket& hits, std::uint32_t lanes, float* sum) const;
 
-    /// What a geometry's vertices received in the bounce under way, three floats a vertex, before the surface's own
-    /// colour tints it. Replaces what was there. Main thread.
+    /// Sets what the vertices of a geometry received in this bounce: three floats per vertex, not yet multiplied by the
+    /// surface colour. Replaces earlier values. Main thread.
     void setGathered(ktGeometryNumber geometry, std::vector<float> received);
-    /// The same for reading; null when nothing was gathered for it in this run.
+    /// Returns these values; null if nothing was gathered for the geometry in this run.
     const std::vector<float>* gathered(ktGeometryNumber geometry) const;
 
 private:
-    /// Direct light traced at need, vertex by vertex.
+    /// Direct light that is traced when needed, vertex by vertex.
     struct Lazy {
         ktWorldTransform toWorld;
         const float* positions = nullptr;
-        const float* normals = nullptr; ///< null: nothing can be traced
-        std::vector<float> light;       ///< three floats a vertex, valid where `isTraced`
+        const float* normals = nullptr; ///< null: no light can be traced
+        std::vector<float> light;       ///< three floats per vertex, valid where `isTraced`
         std::unique_ptr<std::atomic<bool>[]> isTraced;
     };
     struct Surface {
         const ktTracedGeometry* traced = nullptr;
-        const std::vector<float>* received = nullptr;  ///< three floats a vertex; null: dark
+        const std::vector<float>* received = nullptr;  ///< three floats per vertex; null: dark
         Lazy* lazy = nullptr;                          ///< adds to `received`
         std::shared_ptr<const ktSurfaceColors> colors; ///< null: `albedo` everywhere
         float albedo[3] = {1, 1, 1};
@@ -88,7 +88,7 @@ private:
     std::vector<Surface> surfaces; ///< by the tracer's mesh
     ktOcclusionTask direct;
     bool hasDirect = false;
-    bool usesLightColor = false; ///< direct light is the lights' colour, not the share w
+    bool usesLightColor = false; ///< direct light is the colour of the lights, not w
     bool hasSnapshot = false;
     std::unique_ptr<std::mutex> lazyLock = std::make_unique<std::mutex>(); ///< for writing
 };

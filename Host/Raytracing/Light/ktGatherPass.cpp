@@ -10,10 +10,10 @@
 
 namespace {
 
-constexpr std::uint32_t batchSize = 64;        // groups a task, neighbours along the curve
-constexpr std::uint32_t raysPerCall = 1 << 15; // few enough that a cancel is seen within milliseconds
+constexpr std::uint32_t batchSize = 64;        // groups per task, neighbours along the curve
+constexpr std::uint32_t raysPerCall = 1 << 15; // few, so that a cancel takes effect within milliseconds
 
-// Adds up what the rays of each vertex bring, in the order of the rays.
+// Adds up the light of the rays of each vertex, in the order of the rays.
 class Sums : public ktHitReceiver {
 public:
     Sums(const ktBounceLight& light_, const ktDirectionSet& directions_) : light(light_), directions(directions_) {}
@@ -22,7 +22,7 @@ public:
         light.addRadiance(packet, directions.laneMask(tile), sums[first + vertex]);
     }
 
-    std::uint32_t first = 0; // the vertex that the batch under way begins with
+    std::uint32_t first = 0; // the first vertex of the current call
     float sums[batchSize][3] = {};
 
 private:

@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr std::uint32_t batchSize = 64;        // groups a task, neighbours along the curve
-constexpr std::uint32_t raysPerCall = 1 << 14; // few enough that a cancel is seen within a millisecond or two
+constexpr std::uint32_t batchSize = 64;        // groups per task, neighbours along the curve
+constexpr std::uint32_t raysPerCall = 1 << 14; // few, so that a cancel takes effect within two milliseconds
 
-// The direct light at one vertex.
+// The light of the lights at one vertex.
 struct Light {
     float arriving[3] = {0, 0, 0};
     float unshadowed[3] = {0, 0, 0};
@@ -51,7 +51,7 @@ public:
                 traceLight(light);
     }
 
-    // Writes the results of all vertices of the batch; returns how many could not be traced.
+    // Writes the results of all vertices of the batch. Returns how many could not be traced.
     std::uint32_t write(osg::Vec4f* results) const {
         std::uint32_t unusable = 0;
         for (std::uint32_t i = 0; i < size; ++i) {
@@ -70,7 +70,7 @@ public:
     std::uint32_t vertexCount() const { return groups.starts[begin + size] - groups.starts[begin]; }
 
 private:
-    // One shadow ray a vertex, sixteen vertices a packet.
+    // One shadow ray per vertex, sixteen vertices per packet.
     void traceLight(const ktSceneLight& light) {
         ktThrowIfCanceled();
         for (std::uint32_t first = 0; first < traceable; first += ktRayPacket::width) {
@@ -120,9 +120,9 @@ private:
     std::size_t begin;
     std::uint32_t size;
     std::uint32_t traceable = 0;
-    int slot[batchSize]; // where a group's vertex is among the traced ones; -1 when it cannot be traced
+    int slot[batchSize]; // index of a group in `vertices`; -1 if it cannot be traced
     ktRayVertex vertices[batchSize];
-    float points[batchSize][3]; // where the vertices are; their rays start beside
+    float points[batchSize][3]; // the vertices; their rays start near them
     std::uint32_t visible[batchSize];
     Light sums[batchSize];
 };

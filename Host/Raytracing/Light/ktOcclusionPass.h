@@ -9,19 +9,19 @@
 #include <OpenSG/OSGVector.h>
 #include <vector>
 
-/// The smallest w of a vertex that was traced, so that "dark" is not taken for "not calculated".
+/// The smallest w of a vertex that was traced. It tells "dark" from "not calculated".
 constexpr float ktDarkestResult = 2.0e-6f;
 
-/// What the direct light of one geometry is traced from. Everything belongs to the caller. The limits are those of sky
-/// rays; shadow rays end at their light.
+/// Input for tracing the direct light of one geometry. Everything belongs to the caller. The limits are for sky rays;
+/// shadow rays end at the light.
 struct ktOcclusionTask : ktVertexTask {
-    const std::vector<ktSceneLight>* lights = nullptr; ///< null or empty: the sky alone
+    const std::vector<ktSceneLight>* lights = nullptr; ///< null or empty: only the sky
 };
 
-/// Traces `task.count` vertices into `results`: x, y, z the lights' direct light that arrives, w the share of all
-/// direct light, the sky included, that arrives, from ktDarkestResult to 1, by luminance. A vertex that cannot be
-/// traced (position or normal not finite, zero normal) counts as open and gets no light. To be called on a worker
+/// Traces `task.count` vertices. In `results`, x, y, z is the light of the lights that arrives. w is the fraction that
+/// arrives of all direct light, sky and lights, by luminance, from ktDarkestResult to 1. A vertex that cannot be
+/// traced (position or normal not finite, zero normal) counts as open and gets no light. Call on a worker
 /// thread.
 /// @param done vertices finished so far, for another thread to read
-/// @throws ktCanceled and std::bad_alloc; `results` then holds something unfinished
+/// @throws ktCanceled and std::bad_alloc; `results` is then incomplete
 ktVertexCounts ktTraceOcclusion(const ktOcclusionTask& task, osg::Vec4f* results, std::atomic<std::uint32_t>& done);

@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr float positionShare = 1.0f / (1 << 19); // sixteen steps between floats of a position's size
-constexpr float sceneShare = 1.0f / (1 << 20);    // the same for a triangle half as large as the scene
+constexpr float positionShare = 1.0f / (1 << 19); // sixteen times the spacing of floats, for positions
+constexpr float sceneShare = 1.0f / (1 << 20);    // the same for triangles of half the scene's size
 
 std::uint64_t hashOf(const float* position, const float* normal) {
     std::uint64_t hash = 0;
@@ -26,7 +26,7 @@ std::uint64_t hashOf(const float* position, const float* normal) {
     return hash;
 }
 
-// A unit vector across the normal (T. Duff et al., "Building an Orthonormal Basis, Revisited", 2017).
+// Two unit vectors perpendicular to the normal (T. Duff et al., "Building an Orthonormal Basis, Revisited", 2017).
 void makeTangents(const float* n, float* tangent, float* bitangent) {
     const float sign = std::copysign(1.0f, n[2]);
     const float a = -1.0f / (sign + n[2]), b = n[0] * n[1] * a;
@@ -36,7 +36,7 @@ void makeTangents(const float* n, float* tangent, float* bitangent) {
     std::copy(s, s + 3, bitangent);
 }
 
-// The way along the own surface in world space, as a unit vector; zero when there is none to prefer.
+// The direction along the own surface, away from its border: a unit vector in world space. Zero if there is none.
 void makeInward(const ktWorldTransform& toWorld, const ktOneRing& oneRing, const float* objectNormal,
                 const float* normal, float* unit) {
     float way[3], direction[3];
@@ -67,7 +67,7 @@ bool ktVertexFrames::make(const float* position, const float* normal, const ktOn
                           ktRayVertex& vertex) const {
     float point[3];
     toWorld.position(position, point);
-    const float largest = 1.0e18f; // no tracer looks farther
+    const float largest = 1.0e18f; // the limit of all tracers
     for (float value : point)
         if (!(std::fabs(value) <= largest))
             return false;

@@ -5,28 +5,28 @@
 #include "ktTracer.h"
 #include "ktWorldTransform.h"
 
-/// Makes the vertices that rays start from.
+/// Makes the ray vertices: where rays start, and the frame of their directions.
 ///
-/// A vertex lies on surfaces: its own, and in creases, corners and where parts touch on others, too. A ray from
-/// the vertex itself would meet them or not as rounding has it. So rays start off the vertex by a little more than the
-/// rounding errors: along the normal, which leaves the own surface, and along the own surface towards its middle, which
-/// leaves walls that stand on its edge on the side where they belong. Hits nearer than half of that are not counted.
+/// A vertex lies on its own surface. In creases, in corners and where parts touch, it also lies on others. Whether a
+/// ray from the vertex itself hits these surfaces depends on rounding. So rays start a little more than the rounding
+/// errors away: along the normal, off the own surface, and along the own surface away from its border, so that walls at
+/// the border stay on the correct side. Hits nearer than half of this offset do not count.
 class ktVertexFrames {
 public:
     /// @param toWorld    object to world; must outlive this object
-    /// @param directions what the vertices trace
+    /// @param directions of the rays of all vertices
     /// @param sceneSize  diagonal of the occluders' bounds, world units
     ktVertexFrames(const ktWorldTransform& toWorld_, const ktPreparedDirections* directions_, float sceneSize_)
         : toWorld(toWorld_), directions(directions_), sceneSize(sceneSize_) {}
 
-    /// The azimuth of the tangent is random, but the same whenever position and normal are the same, so that the errors
-    /// of neighbours do not add up to a pattern.
+    /// The azimuth of the tangent is random, so that the errors of neighbours form no pattern. Equal positions and
+    /// normals give equal azimuths.
     /// @param position, normal three floats, object space
-    /// @param oneRing          where the own surface lies
-    /// @return false when the vertex cannot be traced: position or normal do not come out finite
+    /// @param oneRing          of the vertex; an empty one is allowed
+    /// @return false if the vertex cannot be traced: its world position or normal is not finite
     bool make(const float* position, const float* normal, const ktOneRing& oneRing, ktRayVertex& vertex) const;
 
-    /// The least distance of a hit that is no rounding error, world units: below any vertex' way off its surface.
+    /// The smallest distance of a real hit, world units. It is smaller than the offset of any vertex.
     static float minHitDistance(float sceneSize);
 
 private:

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::size_t grain = 16384;
-constexpr std::uint64_t unusableCode = ~0ull; // behind all codes, which have 63 bits
+constexpr std::uint64_t unusableCode = ~0ull; // larger than all codes, which have 63 bits
 
 struct Entry {
     std::uint64_t code;
@@ -23,14 +23,14 @@ struct Bounds {
 };
 
 bool isUsable(const float* position, const float* normal) {
-    const float largest = 1.0e18f; // no tracer looks farther
+    const float largest = 1.0e18f; // the limit of all tracers
     for (int i = 0; i < 3; ++i)
         if (!(std::fabs(position[i]) <= largest) || !std::isfinite(normal[i]))
             return false;
     return normal[0] != 0.0f || normal[1] != 0.0f || normal[2] != 0.0f;
 }
 
-// Two empty bits between each of the lower 21 bits.
+// Inserts two zero bits between the lower 21 bits.
 std::uint64_t spread(std::uint64_t x) {
     x &= 0x1FFFFF;
     x = (x | x << 32) & 0x001F00000000FFFF;
@@ -58,14 +58,14 @@ Bounds boundsOf(const float* positions, const float* normals, std::uint32_t coun
     return bounds;
 }
 
-// A float's bits, with one pattern for zero; as good as any order, and blind to denormals-are-zero.
+// The bits of a float, the same for 0 and -0. Ordering by bits works with denormals-are-zero, too.
 std::uint32_t bitsOf(float value) {
     std::uint32_t bits;
     std::memcpy(&bits, &value, sizeof(bits));
     return bits == 0x80000000u ? 0u : bits;
 }
 
-// -1, 0 or 1 by the bits of three floats.
+// Compares the bits of three floats: -1, 0 or 1.
 int compare(const float* a, const float* b) {
     for (int i = 0; i < 3; ++i) {
         const std::uint32_t left = bitsOf(a[i]), right = bitsOf(b[i]);
@@ -89,7 +89,7 @@ ktVertexGroups ktGroupVertices(const float* positions, const float* normals, std
     double size = 0;
     for (int axis = 0; axis < 3; ++axis)
         size = std::max(size, double(bounds.high[axis]) - bounds.low[axis]);
-    const double cells = size > 0 ? 2097151.0 / size : 0.0; // 21 bits an axis
+    const double cells = size > 0 ? 2097151.0 / size : 0.0; // 21 bits per axis
 
     std::vector<Entry> entries(count);
     ktParallel::forRange(count, grain, [&](std::size_t begin, std::size_t end) {
@@ -111,7 +111,7 @@ ktVertexGroups ktGroupVertices(const float* positions, const float* normals, std
         return byPosition != 0 ? byPosition : compare(normals + 3 * std::size_t(a), normals + 3 * std::size_t(b));
     };
     ktParallel::sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
-        ktThrowIfCanceled(); // a sort of millions takes longer than a cancel may
+        ktThrowIfCanceled(); // sorting millions takes longer than a cancel may take
         if (a.code != b.code)
             return a.code < b.code;
         const int order = a.code == unusableCode ? 0 : compareVertices(a.vertex, b.vertex);

@@ -25,7 +25,7 @@ double squaredDistance(const Point& a, const Point& b) {
 } // namespace
 
 ktConformingRefiner::ktConformingRefiner(double newWeldDistance)
-    // A cell of the search grid needs a size even where only equal points are to meet.
+    // A cell of the search grid needs a size, even if only equal points are welded.
     : weldDistance(std::max(newWeldDistance, 1e-12)), cellSize(8.0 * weldDistance), minSize(8.0 * weldDistance) {}
 
 ktConformingRefiner::Edge ktConformingRefiner::edgeBetween(Index positionA, Index positionB) {
@@ -120,7 +120,7 @@ Index ktConformingRefiner::firstHalfEdge(Edge edge) const {
 
 void ktConformingRefiner::link(Index triangle) {
     if (isCollapsed(triangle))
-        return; // no area: it can neither be split nor leave a gap
+        return; // without area it is not split and leaves no gap
     for (int corner = 0; corner < 3; ++corner) {
         const Index halfEdge = 3 * triangle + corner;
         const auto [first, isNew] = firstHalfEdges.insert(edge(triangle, corner), halfEdge);
@@ -143,7 +143,7 @@ bool ktConformingRefiner::longer(Edge a, Edge b) const {
     const double lengthB = squaredLength(b);
     if (lengthA != lengthB)
         return lengthA > lengthB;
-    // Ties are broken by where the edges lie: the numbers of places depend on what was split before.
+    // Edges of equal length are ordered by position: the indices depend on earlier splits.
     const auto ends = [this](Edge edge) {
         return std::minmax(weldedPositions[edge >> 32], weldedPositions[edge & 0xFFFFFFFFu]);
     };
@@ -184,17 +184,17 @@ Index ktConformingRefiner::midpointVertex(Index a, Index b, Index welded) {
     return *middle;
 }
 
-// All triangles around `edge` have it as their longest one.
+// `edge` is the longest edge of all triangles around it.
 void ktConformingRefiner::bisect(Edge edge) {
     std::vector<Index> halfEdges;
     for (Index halfEdge = firstHalfEdge(edge); halfEdge != none; halfEdge = nextHalfEdge[halfEdge])
         halfEdges.push_back(halfEdge);
-    std::sort(halfEdges.begin(), halfEdges.end()); // the chain's order depends on history
+    std::sort(halfEdges.begin(), halfEdges.end()); // the order of the list depends on earlier splits
 
     Point middle;
     for (int i = 0; i < 3; ++i)
         middle[i] = 0.5 * (weldedPositions[edge >> 32][i] + weldedPositions[edge & 0xFFFFFFFFu][i]);
-    // Where a neighbour has a vertex at that place already, this closes the gap.
+    // If a neighbour already has a vertex there, this closes the gap.
     Index welded = weld(middle);
     if (welded == edge >> 32 || welded == (edge & 0xFFFFFFFFu))
         welded = addPosition(middle);
@@ -218,17 +218,17 @@ void ktConformingRefiner::bisect(Edge edge) {
 bool ktConformingRefiner::split(Edge wanted) {
     if (isLocked(wanted) || firstHalfEdge(wanted) == none || vertexList.size() - firstNewVertex >= vertexLimit)
         return false;
-    // Halves must stay well apart, or welding would fold the mesh.
+    // The ends of the halves must not be welded, or the mesh would fold.
     if (squaredLength(wanted) < minSize * minSize)
         return false;
-    // The path goes from an edge to the longest one of a triangle beside it, always to a longer one, so it ends; then
-    // the edges on it are bisected from the last back to the first. Each bisection may uncover a further path.
+    // The path goes from an edge to the longest edge of a triangle beside it. Each edge is longer than the one before,
+    // so the path ends. Its edges are bisected from the last to the first. Each bisection may extend the path again.
     std::vector<Edge> path = {wanted};
     while (!path.empty()) {
         const Edge edge = path.back();
         const Index first = firstHalfEdge(edge);
         if (first == none) {
-            path.pop_back(); // bisected on the way
+            path.pop_back(); // already bisected
             continue;
         }
         Edge next = edge;

@@ -10,70 +10,70 @@
 #include <utility>
 #include <vector>
 
-/// Splits edges of a group of triangle meshes and keeps the whole group conforming: wherever two triangles, of one
-/// mesh or of two, share an edge in space, a split of that edge splits both. Triangles are only ever bisected at their
-/// longest edge, so that shapes stay good and a set of splits gives one result in whatever order it is asked for; a
-/// triangle whose longest edge is locked stays whole, and so does one so thin that its parts would vanish in rounding.
+/// Splits edges of a group of triangle meshes and keeps the group conforming: if two triangles, of one mesh or of two,
+/// share an edge in space, a split of this edge splits both. Triangles are always bisected at their longest edge. So
+/// their shapes stay good, and the result of a set of splits does not depend on their order. A triangle is not split if
+/// its longest edge is locked, or if it is so thin that its parts would vanish in rounding.
 /// After M.-C. Rivara, "Algorithms for refining triangular grids suitable for adaptive and multigrid techniques", 1984.
 ///
-/// Vertices and triangles are numbered over the whole group: those of the first mesh first. New ones are appended.
-/// Not thread-safe; reading from many threads is.
+/// Vertices and triangles are numbered over the whole group, starting with the first mesh. New ones are appended.
+/// Many threads may read at once; changes are not thread-safe.
 class ktConformingRefiner {
 public:
     using Index = std::uint32_t;
     static constexpr Index none = 0xFFFFFFFFu;
 
-    /// A vertex: where it is in space (vertices at one place share a `place`), and for a new one the two it lies
-    /// between.
+    /// A vertex: the index of its welded position (vertices at one position share it), and the two vertices that a new
+    /// one lies between.
     struct Vertex {
         Index position;
-        Index parents[2]; ///< `none` for a vertex that was there from the start
+        Index parents[2]; ///< `none` for an original vertex
         Index mesh;
     };
     struct Triangle {
-        Index vertices[3]; ///< in the orientation of the triangle it came from
+        Index vertices[3]; ///< with the winding of the original triangle
         Index mesh;
-        bool isDegenerate; ///< came from a triangle without height: there is nothing to lose in it
+        bool isDegenerate; ///< the original triangle has no height, so its parts may vanish
     };
-    /// What became of a triangle (a, b, c): it turned into (a, m, c), and (m, b, c) is new, m in the middle of a and b.
+    /// A bisected triangle: (a, b, c) became (a, m, c), and (m, b, c) is new. m is the midpoint of a and b.
     struct Bisection {
         Index triangle;
         Index newTriangle;
-        int corner; ///< of the triangle as it was: at a
+        int corner; ///< of the original triangle: a
     };
-    /// An edge in space, by its places, the smaller first.
+    /// An edge in space: the indices of its welded positions, the smaller first.
     using Edge = std::uint64_t;
     using Point = std::array<double, 3>;
 
-    /// @param weldDistance vertices at most this far apart count as being at one place; world units, at least 0
+    /// @param weldDistance vertices at most this far apart share a position; world units, at least 0
     explicit ktConformingRefiner(double weldDistance);
 
-    /// Adds a mesh; all meshes come before the first split.
+    /// Adds a mesh. Add all meshes before the first split.
     /// @param positions x, y, z per vertex, world space, finite
     /// @param indices   three per triangle
-    /// @return the mesh's number, from 0
+    /// @return index of the mesh, from 0
     Index addMesh(const std::vector<Point>& positions, const std::vector<Index>& indices);
-    /// Forbids splitting the edge between two points in space, because something that is not in the group has it too.
-    /// Unknown places are ignored. Comes before the first split.
+    /// Forbids splitting the edge between two points in space, because geometry outside the group shares it.
+    /// Ignores points without a vertex. Call before the first split.
     void lockEdge(const Point& a, const Point& b);
-    /// Forbids splitting any edge of a mesh, and with it what other meshes share of these edges.
+    /// Forbids splitting any edge of a mesh, also where other meshes share it.
     void lockMesh(Index mesh);
 
-    /// Splits an edge at its middle, and before it what must be split so that the group stays conforming.
-    /// @return false when the edge stays whole: it is locked, not there (any more), shorter than eight weld distances,
-    /// a
-    ///         triangle at it is lower than that, it cannot be reached because a longer edge beside it stays whole, or
-    ///         the limit is reached. Longer edges may have been split even so; the group conforms in any case.
+    /// Splits an edge at its midpoint, and first all edges that must be split so that the group stays conforming.
+    /// @return false if the edge is not split: it is locked, does not exist (any more) or is shorter than eight weld
+    ///         distances; a triangle beside it is lower than that; a longer edge of such a triangle cannot be split; or
+    ///         the vertex limit is reached.
+    ///         Even then, longer edges may have been split. The group is always conforming.
     bool split(Edge edge);
-    /// New vertices beyond which split() refuses; it may be passed by the few that one split needs.
+    /// Number of new vertices from which split() refuses. The last split may exceed it by a few vertices.
     void setVertexLimit(std::size_t newVertices) { vertexLimit = newVertices; }
 
-    /// Bisections since the last call, in the order in which they took place.
+    /// Bisections since the last call, in their order in time.
     std::vector<Bisection> takeBisections() { return std::exchange(bisections, {}); }
 
     static Edge edgeBetween(Index positionA, Index positionB);
     Edge edge(Index triangle, int corner) const; ///< from the corner to the next one
-    /// Whether two corners are at one place: such a triangle has no area, is never split and may be left out.
+    /// Whether two corners share a position. Such a triangle has no area. It is never split and may be left out.
     bool isCollapsed(Index triangle) const;
     bool isLocked(Edge edge) const { return locked.count(edge) != 0; }
     double squaredLength(Edge edge) const;
@@ -83,7 +83,7 @@ public:
     const Point& position(Index index) const { return weldedPositions[index]; }
     std::size_t originalVertexCount() const { return firstNewVertex; }
     std::size_t meshCount() const { return meshFirstVertex.size(); }
-    /// Number of a mesh's first original vertex; its original vertices follow one another.
+    /// Index of the first original vertex of a mesh. The original vertices of a mesh are consecutive.
     Index firstVertex(Index mesh) const { return meshFirstVertex[mesh]; }
 
 private:
@@ -93,29 +93,29 @@ private:
     Index weld(const Point& point);
     Index addPosition(const Point& point);
     Index findPosition(const Point& point) const;
-    Index firstHalfEdge(Edge edge) const; ///< `none` when the edge is not there (any more)
+    Index firstHalfEdge(Edge edge) const; ///< `none` if the edge does not exist (any more)
     void link(Index triangle);
     void unlink(Index triangle);
-    /// Corner at which the triangle's longest edge begins.
+    /// The corner where the longest edge of the triangle begins.
     int longestCorner(Index triangle) const;
     bool longer(Edge a, Edge b) const;
-    /// Whether bisecting the triangle at its side from `corner` would leave parts too thin to tell from a line.
+    /// Whether the triangle is too thin to be bisected at the edge from `corner`.
     bool isTooThin(Index triangle, int corner) const;
     void bisect(Edge edge);
     Index midpointVertex(Index a, Index b, Index welded);
 
     double weldDistance;
     double cellSize; // of the search grid
-    double minSize;  // of what is split: edges and, above them, triangles
+    double minSize;  // of an edge, and of the height of a triangle, that is split
     std::vector<Point> weldedPositions;
-    ktHashMap<Index> firstInCell;  // in a cell of the search grid
-    std::vector<Index> nextInCell; // in the same cell
+    ktHashMap<Index> firstInCell;  // first welded position in a cell of the search grid
+    std::vector<Index> nextInCell; // next welded position in the same cell
     std::vector<Vertex> vertexList;
     std::vector<Triangle> triangleList;
     std::vector<Index> meshFirstVertex;
     std::size_t firstNewVertex = 0;
     std::size_t vertexLimit = static_cast<std::size_t>(-1);
-    // Triangles around an edge: a chain of sides (3 * triangle + corner) that begins at firstHalfEdge(edge).
+    // Triangles around an edge: a list of half-edges (3 * triangle + corner) that begins at firstHalfEdge(edge).
     ktHashMap<Index> firstHalfEdges;
     std::vector<Index> nextHalfEdge;
     ktHashMap<Index> midpointOfVertices; // keyed by two vertices

@@ -9,17 +9,17 @@
 #include <string>
 #include <vector>
 
-/// How a geometry is to be refined, as subdivideByIllumination() was told.
+/// How to refine a geometry: the arguments of subdivideByIllumination().
 struct ktRefinementRequest {
     std::string name;        ///< of the node, for messages
     int rounds = 0;          ///< how often edges may be halved
-    float threshold = 0;     ///< difference of light
+    float threshold = 0;     ///< difference of light that is refined
     float minEdgeLength = 0; ///< world units
     osg::Matrix toWorld;     ///< object to world
-    bool indirect = false;   ///< look at the indirect light; else at the direct one
+    bool indirect = false;   ///< compare indirect light; false: direct light
 };
 
-/// What a pending refinement holds: the request, and, once it is worked out, the new mesh.
+/// A pending refinement: the request and, after ktRefinement::run(), the new mesh.
 struct ktGeoSubdivisionRecord {
     explicit ktGeoSubdivisionRecord(const osg::GeometryPtr& geometry_) : geometry(geometry_) {}
     ~ktGeoSubdivisionRecord() {
@@ -31,10 +31,10 @@ struct ktGeoSubdivisionRecord {
 
     osg::GeometryRefPtr geometry;
     ktRefinementRequest request;
-    std::function<void(ktGeoSubdivisionRecord*)> onDestroy; ///< whoever keeps the address forgets it
+    std::function<void(ktGeoSubdivisionRecord*)> onDestroy; ///< tells the owner of a pointer to this record
 
-    bool isReady = false; ///< all below is filled
-    /// Each new vertex lies in the middle between two others, old ones or new ones before it.
+    bool isReady = false; ///< everything below is filled
+    /// Each new vertex is the midpoint of two others: original vertices, or new ones before it.
     std::vector<std::array<std::uint32_t, 2>> parents;
     std::vector<osg::Vec4f> results;      ///< channel 7 of the new vertices
     std::vector<osg::Vec4f> baked;        ///< channel 5 of the new vertices, without the marker

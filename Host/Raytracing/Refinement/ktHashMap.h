@@ -6,14 +6,14 @@
 #include <utility>
 #include <vector>
 
-/// A map from 64-bit keys to small values, in two arrays: unlike a map of nodes it is quick to fill and is gone at
-/// once. Entries stay; a value that means "nothing" takes the place of removal. Values move when entries are added. Not
-/// thread-safe; reading from many threads is. Open addressing with linear probing (D. E. Knuth, "The Art of Computer
-/// Programming", volume 3, 1973).
+/// A hash map from 64-bit keys to small values, in two arrays. Unlike a std::unordered_map, it fills fast and is
+/// destroyed fast. Entries cannot be removed. Adding an entry may move all values. Many threads may read at once;
+/// changes are not thread-safe. Open addressing with linear probing (D. E. Knuth, "The Art of Computer Programming",
+/// volume 3, 1973).
 template <class Value>
 class ktHashMap {
 public:
-    /// The value of a key; null when there is none. @param key any but the largest
+    /// The value of a key; null if there is none. @param key any but the largest
     const Value* find(std::uint64_t key) const {
         for (std::size_t slot = firstSlot(key); !keys.empty(); slot = (slot + 1) & (keys.size() - 1)) {
             if (keys[slot] == key)
@@ -25,7 +25,7 @@ public:
     }
     Value* find(std::uint64_t key) { return const_cast<Value*>(std::as_const(*this).find(key)); }
 
-    /// The value of a key, and whether it is new: then it is `value`.
+    /// Adds `value` unless the key exists. Returns the value of the key, and whether it was added.
     std::pair<Value*, bool> insert(std::uint64_t key, const Value& value) {
         if (2 * (count + 1) > keys.size())
             grow();
@@ -58,7 +58,7 @@ private:
         *this = std::move(larger);
     }
 
-    std::vector<std::uint64_t> keys; // a power of two of them
+    std::vector<std::uint64_t> keys; // their number is a power of two
     std::vector<Value> values;
     std::size_t count = 0;
 };

@@ -41,7 +41,7 @@ void normalize(osg::UInt8* data, std::size_t begin, std::size_t end) {
     }
 }
 
-// Appends the means to a property that has one element a vertex; others stay.
+// Appends the means to a property with one element per vertex. Other properties stay unchanged.
 template <class PropertyPtr>
 void extend(const PropertyPtr& property, std::size_t oldCount, const Parents& parents, bool isNormal = false) {
     if (property == osg::NullFC || property->getSize() < oldCount)
@@ -99,7 +99,7 @@ void setTriangles(const osg::GeometryPtr& geometry, const std::vector<std::uint3
     geometry->setIndices(indices);
 }
 
-// The traced values take the place of the means.
+// Replaces the means by the traced values.
 void setResults(const osg::GeoTexCoordsPtr& property, std::size_t oldCount, const std::vector<osg::Vec4f>& values,
                 float marker) {
     const osg::GeoTexCoords4fPtr channel = osg::GeoTexCoords4fPtr::dcast(property);
@@ -122,7 +122,7 @@ void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
     const osg::GeometryPtr geometry = record.geometry.get();
     const std::size_t oldCount = geometry->getPositions()->getSize();
     const Parents& parents = record.parents;
-    // Until the triangles are new, at the end, those that see the geometry meanwhile see its old surface.
+    // The triangles change last. Until then, event handlers see the old surface.
     ktEventPump pump;
     beginEditCP(geometry);
     extend(geometry->getPositions(), oldCount, parents);
@@ -145,6 +145,6 @@ void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
     pump.handleEventsIfDue();
     setTriangles(geometry, record.triangles);
     endEditCP(geometry);
-    // Many small geometries follow each other without a pause of their own.
+    // With many small geometries, this may be the only time that events are handled.
     pump.handleEvents();
 }

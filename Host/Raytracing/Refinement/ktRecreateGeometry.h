@@ -3,9 +3,9 @@
 
 struct ktGeoSubdivisionRecord;
 
-/// Rebuilds the record's geometry as plain triangles with the new vertices behind the old ones: every attribute is the
-/// mean of the vertex's parents, normals are brought to unit length, and channels 7 and 5 take the traced results (5
-/// with its marker). Announces the changes. Lets the event loop run meanwhile. Main thread only; a record that is not
-/// ready is ignored.
-/// @throws std::bad_alloc with the geometry as it was
+/// Rebuilds the geometry of a record as plain triangles. New vertices follow the original ones. Each attribute of a new
+/// vertex is the mean of its parents; normals get unit length; channels 7 and 5 get the traced results (5
+/// with its marker). Announces the changes. Handles events meanwhile. Main thread only. Ignores a record that is not
+/// ready.
+/// @throws std::bad_alloc; the triangles are then unchanged
 void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record);

@@ -14,7 +14,7 @@
 
 namespace {
 
-// How often each geometry is used, in what rays meet and in the scene as a whole.
+// Counts the instances of a geometry among the occluders and in the scene.
 class Uses {
 public:
     Uses(const ktTracedScene& scene, ktEventPump& pump) {
@@ -64,7 +64,7 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
         pump.handleEventsIfDue();
         const osg::GeometryPtr geometry = record->geometry.get();
         const ktGeometryNumber number = ktGetGeometryNumber(geometry);
-        // One geometry with two records, as after two bounces, is refined once.
+        // A geometry may have two records, for example after two bounces. It is refined once.
         if (record->isReady || inside.count(number) || !uses.isUsedOnce(geometry))
             continue;
         auto mesh = std::make_unique<ktRefinementMesh>(*record, bounces, tintOf(number));
@@ -75,7 +75,7 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
     }
     if (meshes.empty())
         return {};
-    // The order of the scene's nodes has no part in what comes.
+    // From here on, the result does not depend on the order of the scene's nodes.
     std::sort(meshes.begin(), meshes.end(), [](const auto& a, const auto& b) { return a->comesBefore(*b); });
 
     ktRefinementProgress progress;

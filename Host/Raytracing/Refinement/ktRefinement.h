@@ -12,38 +12,38 @@
 #include <memory>
 #include <vector>
 
-/// What a refinement added and traced.
+/// What a refinement added, and the rays that it traced.
 struct ktRefinementCounts {
     std::uint64_t newVertices = 0;
-    ktRayCounts rays; ///< at the points where it looked and at new vertices
+    ktRayCounts rays; ///< at probes and at new vertices
 };
 
-/// The refinements that are pending in a run, worked out together so that geometry refined in the same run fits.
+/// The pending refinements of a run. They are done together, so that geometries with shared edges stay without cracks.
 ///
-/// An edge longer than its minimum is halved when light varies by more than the threshold between its ends, or between
-/// what is seen at its middle, or at points inside the faces beside it, and what interpolation would give there. Edges
-/// that geometry outside the group shares are never halved. Docs/inside/refinement.md tells how and why. Main thread
+/// An edge longer than the minimum is split if light differs by more than the threshold between its ends. It is also
+/// split if light at its midpoint, or inside a face beside it, differs by more than that from the interpolated light.
+/// Edges that geometry outside the group shares are never split. Docs/inside/refinement.md explains this. Main thread
 /// only.
 class ktRefinement {
 public:
-    /// New vertices of one run; beyond them refinement stops with a warning.
+    /// Largest number of new vertices of one run. There refinement stops with a warning.
     static constexpr std::size_t vertexLimit = 8'000'000;
 
     ~ktRefinement() { clear(); }
 
-    /// Puts a record on the list; it takes itself off when it is destroyed.
+    /// Adds a record to the list. A record that is destroyed removes itself.
     void add(ktGeoSubdivisionRecord& record);
     bool isEmpty() const { return records.empty(); }
-    /// Takes all records off the list; they stay as they are.
+    /// Removes all records from the list. The records stay unchanged.
     void clear();
 
-    /// Fills the records. Geometry that cannot be refined, or whose core is used more than once in the scene, keeps its
-    /// record as it is.
-    /// @param tintOf   three floats that gathered light of a geometry is multiplied by
-    /// @param bounces  gets the light that new vertices gathered
-    /// @return what it cost
+    /// Fills the records. A record stays unchanged if its geometry cannot be refined, or has several instances in the
+    /// scene.
+    /// @param tintOf   returns three floats that gathered light of a geometry is multiplied by
+    /// @param bounces  receives the light that new vertices gathered
+    /// @return the new vertices and the rays traced
     /// @throws ktCanceled, std::exception; no record is then filled
-    ktRefinementCounts run(const ktTracedScene& scene, const ktRefinementTasks& how, ktBounceLight& bounces,
+    ktRefinementCounts run(const ktTracedScene& scene, const ktRefinementTasks& tasks, ktBounceLight& bounces,
                            const std::function<const float*(ktGeometryNumber)>& tintOf, ktEventPump& pump);
 
 private:

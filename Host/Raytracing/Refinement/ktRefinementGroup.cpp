@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr double weldShare = 1.0e-6;       // of the scene's diagonal: vertices nearer than this are at one place
-constexpr double spacingShare = 1.0 / 128; // of the scene's diagonal: between the first round's points, where their
-constexpr int mostPointsAlong = 24;        // number allows
+constexpr double weldShare = 1.0e-6;       // weld distance, as a fraction of the scene's diagonal
+constexpr double spacingShare = 1.0 / 128; // desired spacing of the first round's points, likewise
+constexpr int mostPointsAlong = 24;        // largest number of points along a row, and of rows
 constexpr std::size_t cancelInterval = 1024;
 
 bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) {
@@ -82,7 +82,7 @@ bool ktRefinementGroup::canSplit(Edge edge, const ktRefinementRequest& request) 
     return !refiner.isLocked(edge) && refiner.squaredLength(edge) > shortest * shortest;
 }
 
-// Edges to halve in this round. Where it is known that light varies nothing is looked at any more.
+// Chooses the edges to split in this round. Traces no probes where an edge is already chosen.
 void ktRefinementGroup::chooseEdges() {
     edgesToSplit.clear();
     candidates.clear();
@@ -117,7 +117,7 @@ void ktRefinementGroup::forEach(const Things& things, Action&& action) {
     }
 }
 
-// Carries out what was ordered.
+// Traces all probes that were added and stores their light.
 void ktRefinementGroup::traceProbes() {
     direct->trace();
     indirect->trace();
@@ -136,7 +136,7 @@ bool ktRefinementGroup::hasEdgeToSplit(Index triangle) const {
            edgesToSplit.count(refiner.edge(triangle, 2));
 }
 
-// Takes a triangle in that has edges to split; wants those that differ at their ends.
+// Adds a triangle that has edges that may be split. Chooses the edges whose ends differ.
 void ktRefinementGroup::addCandidate(Index triangle) {
     const ktRefinementRequest& request = meshOf(triangle).request();
     if (refiner.isCollapsed(triangle) || round >= request.rounds)
@@ -163,14 +163,14 @@ void ktRefinementGroup::addEdgeProbes(const Candidate& candidate) {
         const Edge ends = ktConformingRefiner::edgeBetween(a, b);
         if (!candidate.isOpen[corner] || edgesToSplit.count(refiner.edge(candidate.triangle, corner)) ||
             !midpointLight.insert(ends, {}).second)
-            continue; // the triangle across may have ordered it
+            continue; // the neighbour may have added it
         edgeProbes.push_back(
             {candidate.triangle, ends,
              probesOf(candidate.triangle).add(meshOf(candidate.triangle).worldMidpoint(localIndex[a], localIndex[b]))});
     }
 }
 
-// Rows of points along the longest side, so close that little falls between them.
+// Adds rows of points parallel to the longest edge, close enough to find small shadows.
 void ktRefinementGroup::addGridProbes(Index triangle) {
     double squared[3];
     for (int corner = 0; corner < 3; ++corner)
@@ -189,7 +189,7 @@ void ktRefinementGroup::addGridProbes(Index triangle) {
     };
     const int rows = countFor(height);
     for (int row = 0; row < rows; ++row) {
-        const double share = rows == 1 ? 2.0 / 3 : (row + 0.5) / rows; // 0 at the tip, 1 on the longest side
+        const double share = rows == 1 ? 2.0 / 3 : (row + 0.5) / rows; // 0 at the far corner, 1 on the edge
         const int points = countFor(share * longest);
         for (int i = 0; i < points; ++i) {
             const double along = (i + 0.5) / points;
@@ -244,7 +244,7 @@ void ktRefinementGroup::testEdges(const Candidate& candidate) {
     }
 }
 
-// In an order that depends on where they lie alone.
+// Sorted by position only.
 std::vector<ktRefinementGroup::Edge> ktRefinementGroup::sortedEdgesToSplit() const {
     using Ends = std::pair<ktConformingRefiner::Point, ktConformingRefiner::Point>;
     std::vector<std::pair<Ends, Edge>> keyed;
@@ -272,8 +272,8 @@ void ktRefinementGroup::splitEdges() {
     distributeSamples();
 }
 
-// The parts of a triangle get what was seen in them. What is known to be smooth is not looked at again, even where a
-// neighbour has cut it.
+// Passes the samples of a triangle to the parts that they lie in. Smooth triangles are not probed again, even if the
+// split of a neighbour has split them.
 void ktRefinementGroup::distributeSamples() {
     active.clear();
     samples.resize(refiner.triangles().size());
@@ -288,7 +288,7 @@ void ktRefinementGroup::distributeSamples() {
         for (const Sample& sample : whole) {
             const std::array<float, 3>& w = sample.weights;
             const float rest = w[a] - w[b];
-            // In the order of the corners: a, middle, c, or middle, b, c.
+            // Weights in the order of the corners: a, midpoint, c or midpoint, b, c.
             if (rest >= 0)
                 samples[bisection.triangle].push_back({{rest, 2 * w[b], w[c]}, sample.light});
             else
@@ -310,7 +310,7 @@ void ktRefinementGroup::addNewVertices() {
         localIndex.push_back(mesh.vertexCount());
         mesh.addVertex(localIndex[vertex.parents[0]], localIndex[vertex.parents[1]]);
     }
-    // Many small meshes keep the workers as busy as one large one.
+    // In parallel, because many small meshes must keep all workers busy, too.
     ktParallel::forRange(meshes.size(), 1, [this](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i)
             meshes[i]->traceNewVertices(tasks);

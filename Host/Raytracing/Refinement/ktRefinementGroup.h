@@ -13,7 +13,7 @@
 #include <unordered_set>
 #include <vector>
 
-/// How far a refinement has come, for another thread to read.
+/// Progress of a refinement. Another thread may read it.
 struct ktRefinementProgress {
     std::atomic<int> round{0}, rounds{0};
     std::atomic<std::size_t> newVertices{0};
@@ -21,21 +21,21 @@ struct ktRefinementProgress {
 
 /// Meshes that are refined together.
 ///
-/// In each round light is looked at in the middles of the edges and inside the triangles that the round before made; an
-/// edge is halved where light varies across it. The first round looks at a grid of points in every triangle; what it
-/// saw goes on to the parts that the triangle is cut into, so that later rounds look only into parts too small to hold
-/// such a point. For one worker thread; tracing inside uses all.
+/// Each round traces probes at the midpoints of edges and inside faces, in the triangles that the previous round made.
+/// It splits edges where light changes. The first round probes a grid of points in every triangle. The parts of a split
+/// triangle inherit these samples, so later rounds probe only faces without a sample. Call on one worker thread;
+/// tracing uses all worker threads.
 class ktRefinementGroup {
 public:
-    /// @param meshes in an order that does not depend on the scene's
-    /// @param inside what the meshes were made of: edges that other geometry of the scene shares stay whole
+    /// @param meshes in an order that does not depend on that of the nodes
+    /// @param inside the geometries of the meshes; edges that other geometries share are not split
     /// @throws ktCanceled, std::exception
     ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
                       const std::set<ktGeometryNumber>& inside, const ktRefinementTasks& tasks);
 
-    /// All rounds. @throws ktCanceled, std::exception
+    /// Runs all rounds. @throws ktCanceled, std::exception
     void refine(ktRefinementProgress& progress);
-    /// Triangles of each mesh, by its own vertices; those without area are left out.
+    /// Triangles of each mesh, as indices of its vertices. Leaves out triangles without area.
     std::vector<std::vector<std::uint32_t>> triangles() const;
     /// Rays that refine() traced.
     ktRayCounts rays() const;
@@ -45,15 +45,15 @@ private:
     using Index = ktConformingRefiner::Index;
     using Edge = ktConformingRefiner::Edge;
 
-    /// What was seen inside a triangle, at the mean of its corners by weights.
+    /// Light at a point inside a triangle, given by the weights of its corners.
     struct Sample {
         std::array<float, 3> weights;
         ktIllumination light;
     };
-    /// A triangle that is judged in this round.
+    /// A triangle that is tested in this round.
     struct Candidate {
         Index triangle;
-        bool isOpen[3]; ///< by corner: the edge from there may be split
+        bool isOpen[3]; ///< by corner: the edge that begins there may be split
     };
     struct FaceProbe {
         Index triangle;
@@ -93,16 +93,16 @@ private:
     std::vector<std::unique_ptr<ktRefinementMesh>>& meshes;
     const ktRefinementTasks& tasks;
     ktConformingRefiner refiner;
-    std::unique_ptr<ktRefinementProbes> direct, indirect; ///< by what requests look at
-    double spacing;                                       ///< between points inside a face, in the first round
+    std::unique_ptr<ktRefinementProbes> direct, indirect; ///< for requests that compare this light
+    double spacing;                                       ///< between grid points of the first round
     int round = 0;
-    std::vector<Index> localIndex;            ///< the refiner's vertices in their own mesh
+    std::vector<Index> localIndex;            ///< by vertex of the refiner: index in its mesh
     std::vector<Index> active;                ///< triangles that are new in this round
     std::vector<std::vector<Sample>> samples; ///< by triangle
-    std::vector<bool> isSmooth;               ///< by triangle: nothing to split was found in it
-    ktHashMap<ktIllumination> midpointLight;  ///< what was seen there, by two vertices
+    std::vector<bool> isSmooth;               ///< by triangle: no edge needs a split
+    ktHashMap<ktIllumination> midpointLight;  ///< key: the two vertices of the edge
 
-    // Of the round under way.
+    // Of the current round.
     std::vector<Candidate> candidates;
     std::vector<FaceProbe> faceProbes;
     std::vector<EdgeProbe> edgeProbes;

@@ -93,7 +93,7 @@ ktSurfacePoint ktRefinementMesh::midpoint(Index a, Index b) const {
         point.normal[c] = 0.5f * (normals[3 * std::size_t(a) + c] + normals[3 * std::size_t(b) + c]);
     }
     normalize(point.normal);
-    // Along an edge of the surface both ends have it on the same side.
+    // At a border of the surface, both ends have the surface on the same side.
     point.oneRing = oneRings[a];
     point.oneRing.add(oneRings[b]);
     return point;
@@ -115,7 +115,7 @@ ktSurfacePoint ktRefinementMesh::toWorldSpace(const ktSurfacePoint& point) const
     toWorld.position(point.position, world.position);
     if (!toWorld.normal(point.normal, world.normal))
         std::fill_n(world.normal, 3, 0.0f);
-    // Its length says how much the surface lies on one side, in any space.
+    // The length tells how one-sided the surface is. It must not depend on the space.
     const auto length = [](const float* v) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); };
     toWorld.direction(point.oneRing.sum, world.oneRing.sum);
     const float scale = length(point.oneRing.sum) / std::max(length(world.oneRing.sum), 1e-30f);
@@ -133,7 +133,7 @@ void ktRefinementMesh::addVertex(Index a, Index b) {
     parents.push_back({a, b});
 }
 
-// New vertices lie behind each other, and behind all that are traced already.
+// The new vertices are consecutive and follow all traced ones.
 void ktRefinementMesh::traceNewVertices(const ktRefinementTasks& tasks) {
     const std::size_t first = originalCount + tracedVertices.size();
     const auto count = static_cast<std::uint32_t>(vertexCount() - first);
@@ -170,7 +170,7 @@ void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
     record.baked.reserve(tracedVertices.size());
     for (const Traced& traced : tracedVertices) {
         osg::Vec4f result = traced.direct;
-        // After the direct pass its colour still lies in x, y, z; later these hold the indirect light.
+        // After the direct pass, x, y, z hold its colour; after gathering, they hold the indirect light.
         if (record.request.indirect)
             for (osg::UInt32 c = 0; c < 3; ++c)
                 result[c] = std::max(traced.received[c] * tint[c], ktDarkestResult);

@@ -10,61 +10,61 @@
 #include <cstdint>
 #include <vector>
 
-/// A geometry under refinement: attributes of its vertices, old and new, and the light they receive.
+/// A geometry during refinement: attributes of its original and new vertices, and the light that they receive.
 class ktRefinementMesh {
 public:
     using Index = ktConformingRefiner::Index;
 
     /// Reads the geometry; main thread. Check isUsable() afterwards.
-    /// @param tint what gathered light is multiplied by before it is stored
+    /// @param tint factor of gathered light when it is stored: red, green, blue
     ktRefinementMesh(ktGeoSubdivisionRecord& record, const ktBounceLight& bounces, const float* tint);
 
-    /// False when the geometry's form cannot be refined: attributes of several indices, lines or points among its
-    /// primitives, broken triangles, no normals or no results.
+    /// False if the geometry cannot be refined: its vertices have several indices, or it has lines, points or bad
+    /// triangles, or it has no normals or no results.
     bool isUsable() const { return usable; }
     Index vertexCount() const { return static_cast<Index>(positions.size() / 3); }
     std::vector<ktConformingRefiner::Point> worldPositions() const;
     const std::vector<std::uint32_t>& triangles() const { return indices; }
     const ktRefinementRequest& request() const { return record.request; }
 
-    /// Finds out where the surface around each vertex lies; worker thread, before anything is ordered.
+    /// Makes the one-rings of all vertices. Worker thread, before the first probe.
     void makeOneRings() { oneRings = ktMakeOneRings(positions.data(), vertexCount(), indices); }
 
-    /// Light at a vertex of the mesh; valid for old vertices and those that traceNewVertices() has traced.
+    /// Light at a vertex; valid for original vertices and those that traceNewVertices() has traced.
     const ktIllumination& illumination(Index vertex) const { return light[vertex]; }
 
-    /// A point inside a triangle, given by weights of its three vertices.
+    /// A point inside a triangle, given by the weights of its three vertices.
     ktSurfacePoint worldPoint(const Index* vertices, const float* weights) const {
         return toWorldSpace(interpolate(vertices, weights));
     }
-    /// The middle between two vertices.
+    /// The midpoint of two vertices.
     ktSurfacePoint worldMidpoint(Index a, Index b) const { return toWorldSpace(midpoint(a, b)); }
 
-    /// Appends a vertex between two others.
+    /// Appends the midpoint of two vertices.
     void addVertex(Index a, Index b);
-    /// Traces vertices that were added since the last call; worker thread. @throws ktCanceled, std::bad_alloc
+    /// Traces the vertices added since the last call. Worker thread. @throws ktCanceled, std::bad_alloc
     void traceNewVertices(const ktRefinementTasks& tasks);
 
     /// Rays of all new vertices.
     const ktRayCounts& rays() const { return rayCounts; }
 
-    /// Fills the record, which is not ready yet; worker thread.
-    /// @param newTriangles three of the mesh's own vertices each
+    /// Fills the record, but does not mark it as ready. Worker thread.
+    /// @param newTriangles three vertices of the mesh each
     void finish(std::vector<std::uint32_t> newTriangles);
-    /// Makes the record ready, and tells `bounces` the light that all vertices received; main thread, after finish().
+    /// Marks the record as ready and passes the light of all vertices to `bounces`. Main thread, after finish().
     void publish(ktBounceLight& bounces);
 
-    /// An order of meshes by what they are in the world alone.
+    /// An order of meshes that depends only on their shape in world space.
     bool comesBefore(const ktRefinementMesh& other) const;
 
 private:
-    /// All that is known of one traced point.
+    /// The light at one traced point.
     struct Traced {
-        osg::Vec4f direct = osg::Vec4f(0, 0, 0, 0); ///< as the direct pass leaves it
-        float received[3] = {0, 0, 0};              ///< indirect light before the tint
+        osg::Vec4f direct = osg::Vec4f(0, 0, 0, 0); ///< from the direct pass
+        float received[3] = {0, 0, 0};              ///< indirect light, not multiplied by the tint
     };
 
-    // These in object space, the last one in world space.
+    // midpoint() and interpolate() give object space.
     ktSurfacePoint midpoint(Index a, Index b) const;
     ktSurfacePoint interpolate(const Index* vertices, const float* weights) const;
     ktSurfacePoint toWorldSpace(const ktSurfacePoint& point) const;
@@ -75,13 +75,13 @@ private:
     float tint[3];
     bool usable = false;
     Index originalCount = 0;
-    std::vector<float> positions, normals; ///< object space, three floats a vertex
-    std::vector<std::uint32_t> indices;    ///< of the geometry as it is
-    std::vector<ktOneRing> oneRings;       ///< where the surface around each vertex lies
-    std::vector<float> originalReceived;   ///< indirect light of the old vertices
-    std::vector<float> received;           ///< of all vertices, at the end
+    std::vector<float> positions, normals; ///< object space, three floats per vertex
+    std::vector<std::uint32_t> indices;    ///< of the original geometry
+    std::vector<ktOneRing> oneRings;       ///< of all vertices
+    std::vector<float> originalReceived;   ///< indirect light of the original vertices
+    std::vector<float> received;           ///< indirect light of all vertices; set by finish()
     std::vector<ktIllumination> light;
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices
     ktRayCounts rayCounts;
-    std::vector<Traced> tracedVertices; ///< the new vertices'
+    std::vector<Traced> tracedVertices; ///< the new vertices
 };

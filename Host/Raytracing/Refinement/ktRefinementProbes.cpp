@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr std::uint64_t seed = 0x6B744C6F6F6B2121ull; // any number; the same in every run
+constexpr std::uint64_t seed = 0x6B744C6F6F6B2121ull; // an arbitrary number; the same in every run
 constexpr std::uint32_t fewestRays = 8;               // along an axis
 
-// Positions and normals in world space, one after another.
+// The probes in world space, as arrays.
 struct Arrays {
     std::vector<float> positions, normals;
     std::vector<ktOneRing> oneRings;
@@ -22,8 +22,8 @@ struct Arrays {
 
 } // namespace
 
-// Shares of open sky by n times n stratified rays err by some 0.37 / n^1.5, as measured; that is to be a fifth of the
-// difference.
+// With n times n stratified rays, the measured error of the visible sky fraction is about 0.37 / n^1.5. It should be a
+// fifth of the difference.
 std::uint32_t ktRefinementProbes::raysPerAxis(float difference) {
     const double rays = std::pow(5 * 0.37 / std::max(double(difference), 1e-4), 2.0 / 3.0);
     return std::max(fewestRays, static_cast<std::uint32_t>(std::lround(rays / 4)) * 4);
@@ -56,7 +56,7 @@ void ktRefinementProbes::trace() {
     measured.resize(points.size());
     if (points.empty())
         return;
-    // Points at one place add up what surrounds them, in this order.
+    // Probes at one point form a group that adds up their one-rings in this order.
     std::vector<std::uint32_t> order(points.size());
     for (std::uint32_t i = 0; i < order.size(); ++i)
         order[i] = i;

@@ -13,38 +13,38 @@
 /// A point of a surface in world space.
 struct ktSurfacePoint {
     float position[3] = {0, 0, 0};
-    float normal[3] = {0, 0, 0}; ///< zero: there is none, and light does not vary there
+    float normal[3] = {0, 0, 0}; ///< zero: none; the light there is constant
     ktOneRing oneRing;
 };
 
-/// Looks at light at points of any geometry, all at once and with no more rays than it takes to see a difference as
-/// large as refinement looks for.
+/// Traces the light at points of any geometry, all together. Uses only as many rays as refinement needs to see
+/// differences of light.
 class ktRefinementProbes {
 public:
-    /// @param how        lives as long as this object
-    /// @param difference the smallest difference that has to be told from noise, above 0
-    /// @param indirect   looks at the indirect light; else at the direct one
+    /// @param tasks      must outlive this object
+    /// @param difference the smallest difference that must be above the noise; more than 0
+    /// @param indirect   traces indirect light; false: direct light
     ktRefinementProbes(const ktRefinementTasks& tasks, float difference, bool indirect);
     ~ktRefinementProbes();
 
-    /// Orders a look. @return its number
+    /// Adds a probe. @return its index
     std::size_t add(const ktSurfacePoint& point);
-    /// Carries out all orders since clear(); worker thread. What is seen does not depend on the order of add().
+    /// Traces all probes added since clear(). Worker thread. The light does not depend on the order of add().
     /// @throws ktCanceled, std::bad_alloc
     void trace();
-    /// What look() saw.
+    /// The light that trace() found at a probe.
     const ktIllumination& operator[](std::size_t probe) const { return measured[probe]; }
     void clear();
     /// Rays that all calls of look() traced.
     const ktRayCounts& rays() const { return traced; }
 
-    /// Rays along each axis of the pattern that tell a difference from noise, whatever the pass itself traces.
+    /// Rays along each axis of the pattern that make a difference visible above the noise.
     static std::uint32_t raysPerAxis(float difference);
 
 private:
     const ktRefinementTasks& tasks;
     bool indirect;
-    ktDirectionSet ownDirections; // unless the pass's own are as few
+    ktDirectionSet ownDirections; // empty if the pass uses as few rays
     std::unique_ptr<ktPreparedDirections> prepared;
     const ktPreparedDirections* directions;
     std::vector<ktSurfacePoint> points;

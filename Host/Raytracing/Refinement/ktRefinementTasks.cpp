@@ -7,7 +7,7 @@
 
 namespace {
 
-// Brightness as an eye would compare it: differences count as they are up to full light, and by ratio above.
+// Brightness as the eye compares it: linear up to 1, logarithmic above.
 float brightness(const float* color) {
     const float luminance = ktLuminance(color);
     return luminance <= 1.0f ? luminance : 1.0f + std::log(luminance);

@@ -6,17 +6,17 @@
 
 #include <array>
 
-/// How light at new points is traced: as the passes of the run trace it.
+/// How to trace light at new points: the same way as the passes of the run.
 struct ktRefinementTasks {
     const ktOcclusionTask* direct = nullptr; ///< not null
     const ktGatherTask* gather = nullptr;    ///< null: no indirect light yet
 };
 
-/// What refinement compares: the share of direct light, or how bright indirect light is, and the lights' own
-/// brightness.
+/// The two values that refinement compares: first the visible fraction of direct light (0 for indirect light), then the
+/// brightness of the light.
 using ktIllumination = std::array<float, 2>;
 
-/// Of what the direct pass found. @param result as ktTraceOcclusion() leaves it
+/// The values for direct light. @param result from ktTraceOcclusion()
 ktIllumination ktMeasureDirect(const osg::Vec4f& result);
-/// Of indirect light. @param received linear red, green, blue
+/// The values for indirect light. @param received linear red, green, blue
 ktIllumination ktMeasureIndirect(const float* received);

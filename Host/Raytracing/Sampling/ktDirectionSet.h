@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Sixteen unit vectors of the local frame (z along the normal), neighbours on the hemisphere; one ray packet.
+/// Sixteen neighbouring unit vectors of the hemisphere, in the local frame (z along the normal): one ray packet.
 struct alignas(64) ktDirectionTile {
     static constexpr std::uint32_t width = 16;
     float x[width];
@@ -12,7 +12,7 @@ struct alignas(64) ktDirectionTile {
     float z[width];
 };
 
-/// Directions over the upper hemisphere of a local frame, cosine-weighted: every ray counts the same.
+/// Cosine-weighted directions over the upper hemisphere of a local frame: every ray has the same weight.
 /// Immutable once filled; may be read from any thread.
 struct ktDirectionSet {
     /// Number of directions; at least 1. Ray i is lane i % 16 of tile i / 16.
@@ -21,12 +21,12 @@ struct ktDirectionSet {
     std::vector<ktDirectionTile> tiles;
 
     std::uint32_t tileCount() const { return static_cast<std::uint32_t>(tiles.size()); }
-    /// Bit i: lane i of this tile is a ray of its own.
+    /// Bit i: lane i of this tile is a ray, not a repetition.
     std::uint32_t laneMask(std::uint32_t tile) const {
         const std::uint32_t first = tile * ktDirectionTile::width;
         const std::uint32_t left = count > first ? count - first : 0;
         return left >= ktDirectionTile::width ? 0xFFFFu : (1u << left) - 1u;
     }
-    /// 64-bit words that hold one bit a ray.
+    /// Number of 64-bit words that hold one bit per ray.
     std::uint32_t wordCount() const { return (count + 63) / 64; }
 };

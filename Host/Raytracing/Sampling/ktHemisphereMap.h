@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
-/// A point of the unit square, as a direction of the upper hemisphere (z up) and back. Equal areas of the square are
-/// equal cosine-weighted solid angles: u is the squared sine of the angle to z, v the azimuth as a share of a turn.
-/// The disc of directions seen from above is filled evenly (T. J. Malley, "A Shading Method for Computer
+/// Maps points of the unit square to directions of the upper hemisphere (z up), and back. Equal areas of the square are
+/// equal cosine-weighted solid angles: u is the squared sine of the angle to z, v the azimuth as a fraction of a turn.
+/// Seen from above, the directions fill the unit disc evenly (T. J. Malley, "A Shading Method for Computer
 /// Generated Images", 1988).
 namespace ktHemisphereMap {
 

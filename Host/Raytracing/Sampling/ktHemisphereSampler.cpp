@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint32_t tileRings = 8; // eight rings by two sectors is about as wide as high on most of the sphere
+constexpr std::uint32_t tileRings = 8; // on most of the sphere, eight rings by two sectors are about a square
 
 std::vector<std::uint32_t> shuffled(std::uint32_t count, ktRandom& random) {
     std::vector<std::uint32_t> order(count);
@@ -19,7 +19,7 @@ std::vector<std::uint32_t> shuffled(std::uint32_t count, ktRandom& random) {
     return order;
 }
 
-// How far a sample moves, as a share of its fine cell, of which a stratum holds `cells` along this axis.
+// How far a sample moves, as a fraction of its fine cell. A stratum has `cells` fine cells along this axis.
 double moveInCell(float jitter, std::uint32_t cells) {
     return jitter > 0.0f ? std::min(1.0, static_cast<double>(std::min(jitter, 1.0f)) * cells) : 0.0;
 }
@@ -29,8 +29,8 @@ double moveInCell(float jitter, std::uint32_t cells) {
 ktDirectionSet ktMakeHemisphereDirections(std::uint32_t countU, std::uint32_t countV, float jitterU, float jitterV,
                                           std::uint64_t seed) {
     ktRandom random(seed);
-    // A stratum's fine column depends on its row alone and its fine row on its column alone: what keeps the set even
-    // in both projections and in the square.
+    // The fine column of a stratum depends only on its row, the fine row only on its column. So the samples are even in
+    // both projections and in the square.
     const std::vector<std::uint32_t> fineU = shuffled(countV, random);
     const std::vector<std::uint32_t> fineV = shuffled(countU, random);
     const double moveU = moveInCell(jitterU, countV), moveV = moveInCell(jitterV, countU);
@@ -45,7 +45,7 @@ ktDirectionSet ktMakeHemisphereDirections(std::uint32_t countU, std::uint32_t co
         float direction[3];
         ktHemisphereMap::toDirection((ring + u) / countU, (sector + v) / countV, direction);
         ktDirectionTile& tile = set.tiles[index / ktDirectionTile::width];
-        // The last direction of all fills what is left of its tile.
+        // The last direction also fills the rest of its tile.
         for (std::uint32_t lane = index % ktDirectionTile::width; lane < ktDirectionTile::width; ++lane) {
             tile.x[lane] = direction[0];
             tile.y[lane] = direction[1];

@@ -3,13 +3,13 @@
 
 #include <cstdint>
 
-/// A small random generator with the same numbers everywhere (G. L. Steele, D. Lea, C. H. Flood, "Fast Splittable
-/// Pseudorandom Number Generators", 2014).
+/// A small random generator that gives the same numbers on every machine (G. L. Steele, D. Lea, C. H. Flood, "Fast
+/// Splittable Pseudorandom Number Generators", 2014).
 class ktRandom {
 public:
     explicit ktRandom(std::uint64_t seed) : state(seed) {}
 
-    /// Stirs the bits of a number so that neighbouring numbers become unrelated.
+    /// Mixes the bits of a number: neighbouring numbers give unrelated results.
     static std::uint64_t mix(std::uint64_t x) {
         x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9ull;
         x = (x ^ (x >> 27)) * 0x94D049BB133111EBull;
@@ -17,9 +17,9 @@ public:
     }
 
     std::uint64_t next() { return mix(state += 0x9E3779B97F4A7C15ull); }
-    /// 0 or more, below 1.
+    /// Uniform in [0, 1).
     double nextUniform() { return static_cast<double>(next() >> 11) * (1.0 / 9007199254740992.0); }
-    /// 0 or more, below `bound` (at least 1).
+    /// Uniform in [0, bound); `bound` is at least 1.
     std::uint32_t nextBelow(std::uint32_t bound) { return static_cast<std::uint32_t>(((next() >> 32) * bound) >> 32); }
 
 private:

@@ -19,7 +19,7 @@ ktGeometryView::Integers viewIntegers(const PropertyPtr& property) {
     return view;
 }
 
-// Collects the triangles of a geometry primitive by primitive.
+// Collects the triangles of a geometry, primitive by primitive.
 class Reader {
 public:
     Reader(const ktGeometryView& view_, std::uint64_t& badTriangles) : view(view_), bad(badTriangles) {
@@ -48,9 +48,9 @@ private:
                 add(first + i, first + i + 1, first + i + 2);
             break;
         case GL_QUAD_STRIP:
-            length -= length % 2; // a last vertex without a partner counts for nothing
+            length -= length % 2; // a last vertex without a partner is ignored
             [[fallthrough]];
-        case GL_TRIANGLE_STRIP: // every other triangle runs the other way round
+        case GL_TRIANGLE_STRIP: // every other triangle has the opposite winding
             for (std::uint32_t i = 0; i + 2 < length; ++i)
                 i % 2 == 0 ? add(first + i, first + i + 1, first + i + 2)
                            : add(first + i + 1, first + i, first + i + 2);

@@ -5,10 +5,10 @@
 #include <OpenSG/OSGGeometry.h>
 #include <vector>
 
-/// The arrays of a geometry that its surface is made of, as plain memory for any thread. Valid while the geometry's
-/// properties neither change their size nor go.
+/// The arrays that define the surface of a geometry, as plain memory for any thread. Valid until a property of the
+/// geometry changes its size or is destroyed.
 struct ktGeometryView {
-    /// Unsigned integers of 1, 2 or 4 bytes.
+    /// An array of unsigned integers of 1, 2 or 4 bytes.
     struct Integers {
         const void* data = nullptr;
         std::uint32_t size = 0;
@@ -27,24 +27,24 @@ struct ktGeometryView {
     };
 
     Integers types, lengths, indices;
-    bool hasLengths = false;        ///< else one primitive takes all vertices
-    bool hasIndices = false;        ///< else vertex i has position i
-    std::uint32_t indexStride = 1;  ///< indices a vertex
-    std::uint32_t positionSlot = 0; ///< which of them is the position's
+    bool hasLengths = false;        ///< false: one primitive has all vertices
+    bool hasIndices = false;        ///< false: vertex i has position i
+    std::uint32_t indexStride = 1;  ///< indices per vertex
+    std::uint32_t positionSlot = 0; ///< which of them is that of the position
     std::uint32_t positionCount = 0;
 
     /// x, y, z of every position.
     const float* positions() const { return converted.empty() ? stored : converted.data(); }
 
     const float* stored = nullptr;
-    std::vector<float> converted; ///< positions that are stored as other than three floats
+    std::vector<float> converted; ///< positions that are not stored as three floats
 };
 
-/// Looks at a geometry; main thread only. Null gives an empty view.
+/// Makes the view of a geometry; main thread only. Null gives an empty view.
 ktGeometryView ktViewGeometry(const osg::GeometryPtr& geometry);
 
-/// The triangles of all primitives, three positions' indices each, counter-clockwise seen from the front. Points,
-/// lines and triangles with two equal corners are left out; so are, counted in `badTriangles`, those with an index
-/// out of range or a position that is not finite or beyond 1e18. Any thread.
+/// The triangles of all primitives: three position indices each, counter-clockwise seen from the front. Leaves out
+/// points, lines and triangles with two equal corners. Leaves out and counts in `badTriangles`: triangles with an index
+/// out of range, or with a position that is not finite or beyond 1e18. Any thread.
 /// @throws ktCanceled, std::bad_alloc
 std::vector<std::uint32_t> ktReadTriangles(const ktGeometryView& view, std::uint64_t& badTriangles);

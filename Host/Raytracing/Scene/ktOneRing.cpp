@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-bool ktOneRing::findInward(const float* normal, float* way) const {
+bool ktOneRing::findInward(const float* normal, float* direction) const {
     double along = 0.0, square = 0.0, across = 0.0;
     for (int axis = 0; axis < 3; ++axis) {
         along += double(sum[axis]) * normal[axis];
@@ -14,11 +14,11 @@ bool ktOneRing::findInward(const float* normal, float* way) const {
     const double rise = along / square;
     for (int axis = 0; axis < 3; ++axis) {
         const double part = sum[axis] - rise * normal[axis];
-        way[axis] = static_cast<float>(part);
+        direction[axis] = static_cast<float>(part);
         across += part * part;
     }
     across = std::sqrt(across);
-    // Surface all around adds up to little.
+    // If the surface lies all around, the unit vectors nearly cancel out.
     return across > 0.3 * count && across > 2.0 * rise * std::sqrt(square);
 }
 
@@ -32,7 +32,7 @@ std::vector<ktOneRing> ktMakeOneRings(const float* positions, std::uint32_t coun
         for (std::size_t i = 0; i < 3; ++i)
             corners[i] = positions + 3 * std::size_t(triangles[first + i]);
         for (std::size_t i = 0; i < 3; ++i) {
-            // Towards the centroid is towards the middle of the opposite edge.
+            // The direction to the centroid is that to the midpoint of the opposite edge.
             float way[3], square = 0.0f;
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 way[axis] = 0.5f * corners[(i + 1) % 3][axis] + 0.5f * corners[(i + 2) % 3][axis] - corners[i][axis];

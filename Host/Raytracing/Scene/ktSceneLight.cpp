@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr double nearestLightDistance = 1.0; // world units; nearer light would grow beyond all bounds
+constexpr double nearestLightDistance = 1.0; // world units; limits the irradiance of near surfaces
 
 bool readColor(const osg::Color4f& source, float* color) {
     for (osg::UInt32 i = 0; i < 3; ++i) {
@@ -44,7 +44,7 @@ bool readLight(const osg::NodePtr& node, ktSceneLight& light) {
     const osg::LightPtr core = osg::LightPtr::dcast(node->getCore());
     if (core == osg::NullFC || !core->getOn() || !readColor(core->getDiffuse(), light.color))
         return false;
-    // Position and direction count in the space of the beacon, without one in that of the light's own node.
+    // Position and direction are in the space of the beacon. Without a beacon, they are in that of the node.
     const osg::NodePtr beacon = core->getBeacon();
     const osg::Matrix toWorld = beacon != osg::NullFC ? beacon->getToWorld() : node->getToWorld();
 
@@ -63,7 +63,7 @@ bool readLight(const osg::NodePtr& node, ktSceneLight& light) {
     light.kind = ktSceneLight::Kind::Spot;
     light.exponent = std::max(0.0f, spot->getSpotExponent());
     const double quarterTurn = 1.5707963267948966;
-    // A cone that opens wider than a half space shines everywhere, as in OpenGL.
+    // As in OpenGL, a cone wider than a half space shines in all directions.
     light.cosineOfCutOff =
         spot->getSpotCutOff() > quarterTurn * 1.0001 ? -1.0 : std::cos(double(spot->getSpotCutOff()));
     return std::isfinite(light.exponent) && std::isfinite(light.cosineOfCutOff) &&
@@ -97,7 +97,7 @@ bool ktSceneLight::directionFrom(const float* point, float* direction, float& di
     return true;
 }
 
-bool ktSceneLight::irradianceAt(const float* point, const float* normal, float* arriving) const {
+bool ktSceneLight::irradianceAt(const float* point, const float* normal, float* irradiance) const {
     double direction[3], distance = 0.0;
     if (!vectorFrom(point, direction, distance))
         return false;
@@ -115,7 +115,7 @@ bool ktSceneLight::irradianceAt(const float* point, const float* normal, float* 
     if (!(strength > 0.0))
         return false;
     for (int i = 0; i < 3; ++i)
-        arriving[i] = static_cast<float>(std::min(strength * color[i], 1.0e30));
+        irradiance[i] = static_cast<float>(std::min(strength * color[i], 1.0e30));
     return true;
 }
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Stirs in `size` bytes, eight at a time.
+// Continues the hash `key` with `size` bytes, eight at a time.
 std::uint64_t hashBytes(std::uint64_t key, const void* data, std::size_t size) {
     const char* bytes = static_cast<const char*>(data);
     for (std::size_t place = 0; place < size; place += 8) {

@@ -7,19 +7,19 @@
 #include <OpenSG/OSGNode.h>
 #include <vector>
 
-// What the scene holds, told apart by itself and not by its place in the list of nodes: the tracer gets the same
-// structure, and resolves hits at equal distances alike, in whatever order the nodes come. Keys are equal where what
-// they stand for is equal, and different otherwise but for one case in 2^64.
+// An order of geometries and lights that does not depend on the order of the nodes. So the tracer always gets the same
+// structure, and always chooses the same one of two hits at equal distances. Equal content has equal hashes; different
+// content has different hashes, except in one of 2^64 cases.
 
-/// What distinguishes a geometry node from another of the same shape: its material's colour and its name. Main thread
+/// Hash of what distinguishes geometry nodes of the same shape: the colour of the material, and the name. Main thread
 /// only.
 std::uint64_t ktHashSurface(const osg::NodePtr& node);
-/// A shape. Any thread.
-/// @param positions world space, three floats a position and one spare
-/// @param triangles three positions' indices each
+/// Hash of a shape. Any thread.
+/// @param positions world space, three floats per position and one spare
+/// @param triangles three position indices each
 /// @param normals   `normalCount` times three floats, object space
 /// @throws ktCanceled
 std::uint64_t ktHashShape(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles,
                           const float* normals, std::size_t normalCount);
-/// Brings lights into an order of their own, so that sums over them have the same bits.
+/// Sorts lights by their content, so that sums over them always have the same bits.
 void ktSortLights(std::vector<ktSceneLight>& lights);

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Seen from a mirrored space, what ran counter-clockwise runs clockwise.
+// A mirrored transform turns counter-clockwise triangles into clockwise ones.
 void flip(std::vector<std::uint32_t>& triangles) {
     for (std::size_t i = 0; i + 2 < triangles.size(); i += 3)
         std::swap(triangles[i + 1], triangles[i + 2]);
@@ -46,7 +46,7 @@ struct Bounds {
     }
 };
 
-constexpr std::size_t chunkSize = 65536; // positions or corners; some of a millisecond
+constexpr std::size_t chunkSize = 65536; // positions or corners; less than a millisecond
 
 // Bounds of all corners.
 Bounds boundsOf(const std::vector<float>& positions, const std::vector<std::uint32_t>& corners) {
@@ -62,10 +62,10 @@ Bounds boundsOf(const std::vector<float>& positions, const std::vector<std::uint
     return bounds;
 }
 
-// World positions; those that are not finite become the origin, and triangles that use them must go.
-// @param isBad one a position; empty when none is
+// World positions. Bad ones, not finite or too large, become the origin; triangles that use them must be removed.
+// @param isBad one per position; empty if no position is bad
 std::vector<float> transformAll(const ktGeometryView& view, const ktWorldTransform& toWorld, std::vector<char>& isBad) {
-    const float largest = 1.0e18f; // no tracer looks farther
+    const float largest = 1.0e18f; // the limit of all tracers
     const std::size_t count = view.positionCount;
     std::vector<float> world(3 * count + 1);
     const auto transform = [&](std::size_t i) {
@@ -124,14 +124,14 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
     ktSortLights(lights);
 }
 
-// Returns how many triangles must go.
+// Returns the number of triangles that are removed.
 std::uint64_t ktTracedScene::makePositions(std::size_t index) {
     ktTracedGeometry& traced = geometries[index];
     std::vector<char> isBad;
     traced.positions = std::make_shared<const std::vector<float>>(transformAll(views[index], traced.toWorld, isBad));
     if (isBad.empty())
         return 0;
-    // A use of its own: what overflows here may be fine elsewhere.
+    // Not shared: positions that overflow in this instance may be finite in another.
     auto kept = std::make_shared<std::vector<std::uint32_t>>();
     std::uint64_t bad = 0;
     for (std::size_t i = 0; i + 2 < traced.triangles->size(); i += 3) {
@@ -145,7 +145,7 @@ std::uint64_t ktTracedScene::makePositions(std::size_t index) {
     return bad;
 }
 
-// Each shape once for its uses that are mirrored alike; bad triangles count for the first use.
+// Reads each shape once for its mirrored and once for its other instances. The first instance counts bad triangles.
 void ktTracedScene::readTriangles(std::vector<std::uint64_t>& bad) {
     std::map<std::pair<ktGeometryNumber, bool>, std::size_t> firstAlike;
     std::vector<std::size_t> firstUseOf, distinct;
@@ -234,9 +234,9 @@ const ktTracedGeometry* ktTracedScene::find(ktGeometryNumber geometry) const {
 }
 
 std::vector<ktOneRing> ktTracedScene::oneRings(ktGeometryNumber geometry, const float* positions,
-                                                      std::uint32_t count) const {
+                                               std::uint32_t count) const {
     const ktTracedGeometry* traced = find(geometry);
-    // A geometry that was refined since has other triangles.
+    // A geometry that was refined meanwhile has other triangles.
     if (!traced || traced->positionCount() != count)
         return {};
     return ktMakeOneRings(positions, count, *traced->triangles);

@@ -13,7 +13,7 @@ ktWorldTransform::ktWorldTransform(const osg::Matrix& source) {
     makeNormalMatrix();
 }
 
-// The cofactors are the inverse transpose times the determinant, and exist where the inverse does not.
+// The cofactors are the inverse transpose times the determinant. They exist even if the inverse does not.
 void ktWorldTransform::makeNormalMatrix() {
     for (int row = 0; row < 3; ++row) {
         for (int column = 0; column < 3; ++column) {
@@ -47,7 +47,7 @@ bool ktWorldTransform::normal(const float* object, float* world) const {
     for (int row = 0; row < 3; ++row)
         turned[row] =
             normalMatrix[row][0] * object[0] + normalMatrix[row][1] * object[1] + normalMatrix[row][2] * object[2];
-    // By the largest component first: squares of very large or small numbers leave the range.
+    // First divides by the largest component: squares of very large or small numbers would overflow or underflow.
     const double largest = std::max({std::fabs(turned[0]), std::fabs(turned[1]), std::fabs(turned[2])});
     if (!(largest > 0.0) || !std::isfinite(turned[0] + turned[1] + turned[2]))
         return false;

@@ -3,8 +3,8 @@
 
 #include <OpenSG/OSGMatrix.h>
 
-/// Object space to world space, for positions and normals. Calculates in double precision, so that equal input gives
-/// equal bits wherever it is transformed.
+/// Transforms positions and normals from object space to world space. Calculates in double precision, so that equal
+/// input always gives equal bits.
 class ktWorldTransform {
 public:
     /// The identity.
@@ -12,17 +12,17 @@ public:
     /// Takes the affine part of the matrix; its last row is ignored.
     explicit ktWorldTransform(const osg::Matrix& matrix);
 
-    /// Whether the matrix turns left hands into right ones: triangles change their winding.
+    /// Whether the matrix mirrors: triangles change their winding.
     bool isMirrored() const { return mirrored; }
 
-    /// World position, three floats; not finite when the input or the matrix is not.
+    /// World position, three floats; not finite if the input or the matrix is not.
     void position(const float* object, float* world) const;
-    /// World direction, three floats of any length; not finite when the input or the matrix is not.
+    /// World direction, three floats of any length; not finite if the input or the matrix is not.
     void direction(const float* object, float* world) const;
-    /// Unit world normal by the inverse transpose; for a flattened space, that of the plane it is flattened to.
-    /// @return false when there is none: the normal is zero, not finite, or the space has less than two dimensions
+    /// Unit world normal, by the inverse transpose. If the matrix flattens space to a plane, the normal of that plane.
+    /// @return false if there is none: the normal is zero or not finite, or the matrix flattens space to a line
     bool normal(const float* object, float* world) const;
-    /// Size of the numbers that made up a world position, in world units: what its rounding error is measured by.
+    /// Size of the terms that are added up to a world position, in world units. Its rounding error is relative to this.
     float magnitude(const float* object) const;
 
 private:

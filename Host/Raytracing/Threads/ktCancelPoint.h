@@ -3,10 +3,10 @@
 
 #include "ktCancelToken.h"
 
-/// Thrown through the folder's own code to leave a cancelled call; ends at the call's border.
+/// Thrown to leave a cancelled call. ktSceneRaytracing catches it; no other code sees it.
 struct ktCanceled {};
 
-/// A place where work may end early. Cheap; thread-safe.
+/// Throws ktCanceled if a cancel is requested. Cheap; thread-safe.
 inline void ktThrowIfCanceled() {
     if (ktCancelToken::the().isCanceled())
         throw ktCanceled();

@@ -4,17 +4,17 @@
 #include <chrono>
 #include <functional>
 
-/// Keeps the event loop of the main thread running through a long piece of work. Does nothing on other threads and
-/// in programs without an application object.
+/// Keeps the event loop of the main thread running during long work. On other threads and in programs without an
+/// application object it only calls `meanwhile`.
 class ktEventPump {
 public:
-    /// Time between two runs of the event loop that a piece of work aims at.
+    /// Desired time between two runs of the event loop.
     static constexpr std::chrono::milliseconds interval{5};
 
     /// @param meanwhile called after each run of the event loop; may be empty
     explicit ktEventPump(std::function<void()> meanwhile = {});
 
-    /// Runs the event loop once if `interval` has passed since the last run; cheap otherwise. Passes exceptions on.
+    /// Runs the event loop once if `interval` has passed since the last run; cheap otherwise. Exceptions pass through.
     void handleEventsIfDue();
     /// Runs the event loop once.
     void handleEvents();

@@ -3,8 +3,8 @@
 
 #include <xmmintrin.h>
 
-/// Sets flush-to-zero and denormals-are-zero for the thread while it lives: denormal numbers, which ray casting meets
-/// but never needs, cost a hundred times a normal one.
+/// Sets flush-to-zero and denormals-are-zero for the thread while it lives. Ray casting does not need denormal numbers,
+/// and arithmetic with one takes about a hundred times as long.
 class ktFlushDenormals {
 public:
     ktFlushDenormals() : saved(_mm_getcsr()) { _mm_setcsr(saved | flushToZero | denormalsAreZero); }

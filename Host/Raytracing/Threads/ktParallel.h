@@ -8,12 +8,12 @@
 #include <tbb/parallel_for.h>
 #include <tbb/parallel_sort.h>
 
-/// Parallel loops on the worker threads of the calling thread's arena (see ktWorkers); the folder's only use of TBB
-/// beside that.
+/// Parallel loops on the worker threads of the calling thread's arena (see ktWorkers). Only this file and ktWorkers
+/// use TBB.
 namespace ktParallel {
 
-/// Calls body(begin, end) for pieces of [0, count), none longer than `grain` (at least 1), in any order, on any
-/// thread. Exceptions of the body stop the loop and arrive here.
+/// Calls body(begin, end) for parts of [0, count), each at most `grain` (at least 1) long, in any order, on any thread.
+/// Denormal numbers count as zero in the body. An exception in the body stops the loop and is thrown here.
 template <class Body>
 void forRange(std::size_t count, std::size_t grain, const Body& body) {
     tbb::parallel_for(
@@ -25,9 +25,9 @@ void forRange(std::size_t count, std::size_t grain, const Body& body) {
         tbb::simple_partitioner());
 }
 
-/// Calls body(0) to body(count - 1), in any order, on any thread; a body may call this again, as for the branches of a
-/// tree. Numbers too small for the normal format keep their value, other than in forRange(). Exceptions of the body
-/// stop the loop and arrive here.
+/// Calls body(0) to body(count - 1), in any order, on any thread. The body may call this again, for example for the
+/// branches of a tree. Denormal numbers keep their value, unlike in forRange(). An exception in the body stops the loop
+/// and is thrown here.
 template <class Body>
 void forEach(std::size_t count, const Body& body) {
     tbb::parallel_for(
@@ -39,7 +39,7 @@ void forEach(std::size_t count, const Body& body) {
         tbb::simple_partitioner());
 }
 
-/// Sorts; `less` must order any two elements that differ, so that the result does not depend on the threads.
+/// Sorts. `less` must order any two elements that differ; then the result does not depend on the number of threads.
 template <class Iterator, class Less>
 void sort(Iterator begin, Iterator end, const Less& less) {
     tbb::parallel_sort(begin, end, less);

@@ -14,8 +14,8 @@
 
 namespace {
 
-// How much work is under way. Its end at the exit of the process waits for all of it: the libraries that the work runs
-// in are still whole then.
+// Counts running work. Its destructor, at the exit of the process, waits until all work has ended: the libraries that
+// the work uses are still loaded then.
 class RunningWork {
 public:
     static RunningWork& the() {
@@ -42,16 +42,16 @@ private:
     int count = 0;
 };
 
-// With no arena left the library ends its workers. Started anew with every call, they come when a short call, such as
-// that for a small geometry, is nearly over: a scene of many parts was traced by one thread.
+// TBB ends its workers when the last arena is destroyed. Without this arena, each call would start new workers, and a
+// short call, such as for a small geometry, would be over before they run: one thread would trace most scenes.
 void keepWorkers() {
-    static tbb::task_arena* const arena = new tbb::task_arena(2, 1); // never destroyed: nobody knows who ends last
+    static tbb::task_arena* const arena = new tbb::task_arena(2, 1); // never destroyed: other users may end later
     arena->initialize();
 }
 
 } // namespace
 
-// The thread that leads the workers, and what it left behind.
+// The thread that runs the work, and the exception that ended it.
 class ktWorkers::Leader {
 public:
     explicit Leader(std::function<void()> newWork) : work(std::move(newWork)) {
@@ -65,7 +65,7 @@ public:
     }
     ~Leader() { thread.join(); }
 
-    // Waits a moment; true when the work has ended.
+    // Waits for one interval; true if the work has ended.
     bool waitForEnd() {
         const ktWaitHooks::Wait wait;
         std::unique_lock<std::mutex> lock(mutex);
@@ -81,11 +81,11 @@ private:
     void lead() {
         try {
             const int threads = static_cast<int>(ktThreadCount::get());
-            // The library starts no more workers than cores unless it is told that more are wanted.
+            // TBB starts no more workers than cores unless this limit is higher.
             const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                                             static_cast<std::size_t>(threads));
             keepWorkers();
-            tbb::task_arena arena(threads, 1); // one place is this thread's own
+            tbb::task_arena arena(threads, 1); // one slot is for this thread
             arena.execute(work);
         } catch (...) {
             error = std::current_exception();

@@ -6,27 +6,27 @@
 
 class ktEventPump;
 
-/// Work on the worker threads: as many as ktThreadCount says, whatever the main thread does meanwhile. The process does
-/// not exit before all work has ended.
+/// Work on worker threads, while the main thread does something else. ktThreadCount sets how many threads. The process
+/// does not exit before all work has ended.
 class ktWorkers {
 public:
-    /// Starts `work` on worker threads, where it may use ktParallel. @throws std::system_error, std::bad_alloc
+    /// Starts `work`, which may use ktParallel, on worker threads. @throws std::system_error, std::bad_alloc
     explicit ktWorkers(std::function<void()> work);
-    /// Waits for the end; what the work threw is lost.
+    /// Waits for the end. An exception of the work is lost.
     ~ktWorkers();
     ktWorkers(const ktWorkers&) = delete;
     ktWorkers& operator=(const ktWorkers&) = delete;
 
-    /// Pumps events on the calling thread until the work has ended, or `giveUp`, asked every few milliseconds, says so.
-    /// @param giveUp may be empty
+    /// Handles events on the calling thread until the work has ended or `giveUp` returns true.
+    /// @param giveUp called every few milliseconds; may be empty
     /// @return whether the work has ended
     /// @throws what the work or an event handler threw
     bool wait(ktEventPump& pump, const std::function<bool()>& giveUp = {});
 
-    /// Waits for the end of the work without pumping; what it threw stays for wait().
+    /// Waits for the end of the work without handling events. wait() still throws what the work threw.
     void waitForEnd() noexcept;
 
-    /// Starts the work and waits for its end. @throws as wait(); the work has ended in either case
+    /// Starts the work and waits for its end. @throws as wait(); even then the work has ended
     static void run(const std::function<void()>& work, ktEventPump& pump);
 
 private:

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-/// What createSampler() hands out: a direction set and the tables of the tracer that will use it.
+/// What createSampler() returns: a direction set, and the tables of the tracer for it.
 class ktSampler {
 public:
     ktSampler(ktDirectionSet set, const ktTracer& tracer)

@@ -3,8 +3,8 @@
 
 namespace {
 
-// One body for every instruction set: the compiler vectorises it for the function it is inlined into. No version
-// may fuse multiplication and addition, or results would differ between machines.
+// One body for all instruction sets: the compiler vectorises it for the function that it is inlined into. No version
+// may fuse multiplication and addition, because results must be the same on all machines.
 __attribute__((always_inline)) inline void rotate(const ktDirectionTile& tile, const ktRayVertex& vertex,
                                                   float* __restrict x, float* __restrict y, float* __restrict z) {
     const float *t = vertex.tangent, *b = vertex.bitangent, *n = vertex.normal;

@@ -3,10 +3,10 @@
 
 #include "ktTracer.h"
 
-/// The world-space directions of one tile of a vertex's rays: x * tangent + y * bitangent + z * normal.
-/// Bits do not depend on the processor.
+/// Rotates one tile of directions from the frame of a vertex to world space: x * tangent + y * bitangent + z * normal.
+/// The result has the same bits on every processor.
 /// @param x, y, z 16 floats each, aligned to 64 bytes
 using ktRotateTile = void (*)(const ktDirectionTile& tile, const ktRayVertex& vertex, float* x, float* y, float* z);
 
-/// The fastest version for this processor.
+/// Returns the fastest version for this processor.
 ktRotateTile ktChooseRotateTile();

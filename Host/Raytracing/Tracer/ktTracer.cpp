@@ -3,7 +3,7 @@
 
 namespace {
 
-// The rays of one tile of a vertex, in world space.
+// Makes the rays of one tile of a vertex, in world space.
 void fillPacket(const ktRayVertex& vertex, std::uint32_t tileIndex, const ktRayLimits& limits, ktRayPacket& packet) {
     const ktDirectionSet& set = vertex.directions->set;
     const ktDirectionTile& tile = set.tiles[tileIndex];

@@ -9,16 +9,16 @@
 #include <memory>
 #include <vector>
 
-/// One mesh in world space. The arrays belong to the caller and stay alive and unchanged until the next build() or
-/// the tracer's end.
+/// One mesh in world space. The arrays belong to the caller. They stay alive and unchanged until the next build() or
+/// the end of the tracer.
 struct ktTracerMesh {
-    const float* positions = nullptr;       ///< x, y, z per vertex; all finite; 4 readable bytes follow the last
+    const float* positions = nullptr;       ///< x, y, z per vertex; all finite; 4 readable bytes follow the array
     const std::uint32_t* indices = nullptr; ///< three per triangle, counter-clockwise seen from the front
     std::uint32_t vertexCount = 0;
     std::uint32_t triangleCount = 0; ///< may be 0; triangles may be degenerate (they are never hit)
 };
 
-/// A direction set as one tracer wants it: the set itself and whatever tables the tracer derives from it.
+/// A direction set, prepared for one tracer: the set and the tables that the tracer derives from it.
 /// Immutable; may be read from any thread. Refers to the set, which must outlive it.
 class ktPreparedDirections {
 public:
@@ -30,15 +30,15 @@ public:
     const ktDirectionSet& set;
 };
 
-/// A point that sends one ray along each direction of a set. Ray i goes from `origin` along
-/// x * tangent + y * bitangent + z * normal, where x, y, z is direction i.
+/// A point that sends one ray along each direction of a set. If direction i is x, y, z, ray i goes from `origin` along
+/// x * tangent + y * bitangent + z * normal.
 struct ktRayVertex {
     float origin[3];                           ///< world space, already moved off the surface
     float tangent[3], bitangent[3], normal[3]; ///< orthonormal, right-handed; the azimuth differs from vertex to vertex
     const ktPreparedDirections* directions;    ///< from this tracer's prepareDirections()
 };
 
-/// Takes the nearest hits of a vertex's rays, one tile of directions at a time, tiles in ascending order.
+/// Receives the nearest hits of the rays of a vertex, one tile of directions at a time, in ascending order.
 class ktHitReceiver {
 public:
     virtual ~ktHitReceiver() = default;
@@ -47,41 +47,41 @@ public:
     virtual void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) = 0;
 };
 
-/// Something that finds what rays meet. build() is called from one thread at a time, with nothing else under way but
-/// prepareDirections(); all other functions are const and may be called from many threads at once, each with its own
-/// output. Results
-/// depend on the arguments alone, never on the thread or on how vertices are grouped into batches.
-/// Workers have flush-to-zero and denormals-are-zero set (ktFlushDenormals) when they trace.
+/// Finds what rays hit. One thread at a time calls build(); meanwhile only prepareDirections() may run. All other
+/// functions are const. Many threads may call them at once, each with its own output.
+/// Results depend only on the arguments. They do not depend on the thread, or on the division of vertices into
+/// batches.
+/// Workers set flush-to-zero and denormals-are-zero (ktFlushDenormals) when they trace.
 class ktTracer {
 public:
-    /// Called now and then, from any thread, with the share done (0 to 1); false stops the build.
+    /// Called from time to time, from any thread, with the fraction done (0 to 1); false stops the build.
     using Progress = std::function<bool(float)>;
 
     virtual ~ktTracer() = default;
 
-    /// Builds the structure anew. Uses the worker threads of the calling thread's arena.
-    /// @return false when `progress` stopped it: the tracer is then empty (nothing is hit)
-    /// @throws std::exception when memory runs out or the library fails: the tracer is then empty
+    /// Replaces the acceleration structure. Uses the worker threads of the calling thread's arena.
+    /// @return false if `progress` stopped it: the tracer is then empty (rays hit nothing)
+    /// @throws std::exception if memory runs out or the library fails: the tracer is then empty
     virtual bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) = 0;
 
-    /// Makes a direction set ready for this tracer; works before, during and after build() and stays valid over builds.
+    /// Prepares a direction set for this tracer. Works before, during and after build(). Stays valid after a build().
     virtual std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const;
 
-    /// How many rays of each vertex meet nothing within the limits.
-    /// @param vertices, count the batch: neighbours in space, 64 or fewer as a rule, any number allowed
+    /// Counts, for each vertex, the rays that hit nothing within the limits.
+    /// @param vertices, count the batch: neighbours in space; usually at most 64, any number is allowed
     /// @param visible         `count` elements, 0 to set.count each
     /// @param masks           null, or `count` pointers, each null or to set.wordCount() words: bit i % 64 of word
-    ///                        i / 64 is set when ray i meets nothing; bits beyond set.count are 0
+    ///                        i / 64 is set if ray i hits nothing; bits beyond set.count are 0
     virtual void countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                               std::uint32_t* visible, std::uint64_t* const* masks) const;
 
-    /// The nearest hit of every ray of each vertex; every tile is reported, also one that hits nothing.
+    /// Finds the nearest hit of every ray of each vertex. Reports every tile, even if no ray of it hits anything.
     virtual void findNearest(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                              ktHitReceiver& receiver) const;
 
-    /// Which active rays of a packet meet something: bit i for ray i. For rays to lights.
+    /// Finds which active rays of a packet hit something: bit i for ray i. For rays to lights.
     virtual std::uint32_t occluded(const ktRayPacket& rays, bool bothSides) const = 0;
 
-    /// The nearest hits of a packet's active rays.
+    /// Finds the nearest hits of a packet's active rays.
     virtual void nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const = 0;
 };
