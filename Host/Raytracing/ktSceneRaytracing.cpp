@@ -195,11 +195,11 @@ void ktSceneRaytracing::invalidateGeometry() {
         if (!bounces.directTask())
             return;
         ktEventPump pump;
-        const ktRefinementTasks how = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
+        const ktRefinementTasks tasks = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
         const auto tintOf = [this](ktGeometryNumber geometry) {
             return tints.try_emplace(geometry, std::array<float, 3>{1, 1, 1}).first->second.data();
         };
-        const ktRefinementCounts counts = refinement.run(scene, how, bounces, tintOf, pump);
+        const ktRefinementCounts counts = refinement.run(scene, tasks, bounces, tintOf, pump);
         statistics.addedVertices += counts.newVertices;
         statistics.refining += counts.rays;
     });
@@ -331,7 +331,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         const ktGatherTask task = {vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, true),
                                    &bounces};
         ktEventPump pump;
-        bounces.snapshot(scene, pump);
+        bounces.takeSnapshot(scene, pump);
         const ktGeometryNumber geometry = numbers.find(positions);
         ktVertexCounts counts;
         std::vector<float> received(3 * std::size_t(count));

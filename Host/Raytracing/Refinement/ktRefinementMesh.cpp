@@ -140,15 +140,15 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementTasks& tasks) {
     if (count == 0)
         return;
     std::atomic<std::uint32_t> done{0};
-    ktOcclusionTask direct = *how.direct;
-    direct.setVertices(toWorld, count, &positions[3 * first], &normals[3 * first], &inward[first]);
+    ktOcclusionTask direct = *tasks.direct;
+    direct.setVertices(toWorld, count, &positions[3 * first], &normals[3 * first], &oneRings[first]);
     std::vector<osg::Vec4f> results(count);
     rayCounts.direct +=
         std::uint64_t(direct.directions->set.count) * ktTraceOcclusion(direct, results.data(), done).traced;
     std::vector<float> gathered(3 * std::size_t(count), 0.0f);
-    if (how.gather) {
-        ktGatherTask gather = *how.gather;
-        gather.setVertices(toWorld, count, direct.positions, direct.normals, direct.inward);
+    if (tasks.gather) {
+        ktGatherTask gather = *tasks.gather;
+        gather.setVertices(toWorld, count, direct.positions, direct.normals, direct.oneRings);
         rayCounts.indirect +=
             std::uint64_t(gather.directions->set.count) * ktGatherLight(gather, gathered.data(), done).traced;
     }

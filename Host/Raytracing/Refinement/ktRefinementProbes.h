@@ -35,7 +35,7 @@ public:
     /// The light that trace() found at a probe.
     const ktIllumination& operator[](std::size_t probe) const { return measured[probe]; }
     void clear();
-    /// Rays that all calls of look() traced.
+    /// Rays that all calls of trace() traced.
     const ktRayCounts& rays() const { return traced; }
 
     /// Rays along each axis of the pattern that make a difference visible above the noise.
@@ -48,6 +48,6 @@ private:
     std::unique_ptr<ktPreparedDirections> prepared;
     const ktPreparedDirections* directions;
     std::vector<ktSurfacePoint> points;
-    std::vector<ktIllumination> seen;
+    std::vector<ktIllumination> measured;
     ktRayCounts traced;
 };
