@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Indirect light of whole calculations where the answer is known.
+// Indirect light of whole calculations, compared with closed forms.
 #include "ktWholeScene.h"
 
 #include <cmath>
@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr float darkest = 2e-6f; // of what was calculated
+constexpr float darkest = 2e-6f; // smallest stored value of a calculated component
 
 /// A closed sphere of radius 1 m whose normals point to its centre.
 ktWholeMesh sphereFromInside() {
@@ -48,7 +48,7 @@ protected:
 
     ktWholeScene scene;
     ktWholeSettings settings;
-    std::size_t facing; // vertices of the box that look at the wall: the first ones
+    std::size_t facing; // number of vertices that face the wall; they come first
 };
 
 } // namespace
@@ -128,7 +128,7 @@ TEST_F(RedWall, GivenColorBleeding_TintsTheWhiteBoxBesideIt) {
     const auto box = scene.results("box");
     for (std::size_t i = 0; i < facing; ++i) {
         EXPECT_GT(box[i][0], 0.05f);
-        // One bounce, from the wall alone: the light has the wall's colour, the box only dims it.
+        // One bounce, only from the wall: the light has the wall's colour, the box only makes it darker.
         EXPECT_NEAR(box[i][1] / box[i][0], 0.1f / 0.8f, 1e-4f);
         EXPECT_NEAR(box[i][2] / box[i][0], 0.05f / 0.8f, 1e-4f);
     }
@@ -147,12 +147,12 @@ TEST_F(RedWall, GivenNoColorBleeding_TintsNothing) {
                 EXPECT_EQ(result[0], result[2]);
                 most = std::max(most, result[0]);
             }
-            EXPECT_GT(most, 0.01f) << name << ": there is light, and it is grey";
+            EXPECT_GT(most, 0.01f) << name << ": the light is not black, only grey";
         }
     }
 }
 
-TEST_F(RedWall, GivenOverrideColor_TintsByItAndNotByTheWall) {
+TEST_F(RedWall, GivenOverrideColor_TintsWithItInsteadOfTheWall) {
     settings.colorBleeding = settings.overrideColor = true;
     settings.color = osg::Color3f(0.2f, 0.4f, 0.8f);
     scene.bake(settings);

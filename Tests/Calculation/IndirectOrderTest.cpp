@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What must not matter to a calculation with bounces: the order of the nodes and the number of threads.
+// A calculation with bounces must not depend on the order of the nodes or the number of threads.
 #include "ktRoom.h"
 #include "ktWholeScene.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A piece of geometry, or a lamp where there is no mesh.
+/// A geometry, or a lamp if there is no mesh.
 struct Part {
     std::string name;
     ktWholeMesh mesh;
@@ -21,9 +21,8 @@ struct Part {
     bool isLamp() const { return mesh.positions.empty(); }
 };
 
-/// The room, each surface a node of its own, and in front of its walls panels that coincide with each other: where two
-/// surfaces are met at the same distance, nothing but their order tells them apart. Four lamps, of which a sum in
-/// another order has other bits.
+/// The room with one node per surface. Panels coincide in front of its walls: two hits at the same distance differ only
+/// by the order of the surfaces. A sum over the four lamps has other bits in another order.
 std::vector<Part> makeParts() {
     std::vector<Part> parts;
     for (const ktRoomSurface& surface : ktMakeRoom(true)) {

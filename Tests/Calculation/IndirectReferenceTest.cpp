@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Two bounces in a room, of a whole calculation, against path tracing.
+// Compares a whole calculation of two bounces in a room with path tracing.
 #include "ktRoom.h"
 #include "ktRoomReference.h"
 #include "ktWholeScene.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// KT_REFERENCE_PATHS=16 in the environment takes 16 times as many paths, for a machine and a person with time.
+/// KT_REFERENCE_PATHS=16 in the environment traces 16 times as many paths, which takes long.
 int referencePaths(int paths) {
     const char* const factor = std::getenv("KT_REFERENCE_PATHS");
     return paths * (factor ? std::max(1, std::atoi(factor)) : 1);
@@ -49,7 +49,7 @@ std::vector<ktRoomReference::Light> trace(const ktRoomReference& reference, cons
     return light;
 }
 
-/// What the host gathered at these vertices, with the surfaces' own colours divided out.
+/// The light that the host gathered at these vertices, divided by the colours of their surfaces.
 std::vector<ktRoomReference::Light> readBake(const ktWholeScene& scene, const std::vector<ktRoomSurface>& room,
                                              const std::vector<Vertex>& vertices) {
     std::vector<std::vector<osg::Vec4f>> results;
@@ -79,7 +79,7 @@ double difference(const std::vector<ktRoomReference::Light>& a, const std::vecto
     return std::sqrt(square / count) / (sum / count);
 }
 
-/// The room with all that calculation and reference have in common.
+/// The room and the settings that calculation and reference share.
 struct Case {
     std::vector<ktRoomSurface> room;
     ktWholeSettings bake;
@@ -94,7 +94,7 @@ Case roomWithLamp() {
     return result;
 }
 
-/// Under the sky, the front open, and with a distance shorter than the room.
+/// The room under the sky: open in front, with a distance shorter than the room.
 Case roomUnderTheSky() {
     Case result{ktMakeRoom(false), {}, {}};
     result.bake.mode = 0;
@@ -107,7 +107,7 @@ Case roomUnderTheSky() {
 void checkAgreement(Case test, std::size_t step, int paths) {
     test.bake.bounces = test.reference.bounces = 2;
     test.bake.gatherQuality = 4;
-    test.bake.shadowQuality = test.reference.hasLamp ? 0 : 4; // one ray finds the lamp
+    test.bake.shadowQuality = test.reference.hasLamp ? 0 : 4; // for the lamp one ray is enough
     test.bake.colorBleeding = true;
     ktWholeScene scene;
     for (const ktRoomSurface& surface : test.room) {
@@ -126,7 +126,7 @@ void checkAgreement(Case test, std::size_t step, int paths) {
     EXPECT_LT(share, 0.02);
 }
 
-/// How much the reference changes where light is interpolated over the room's triangles, when their edges are halved.
+/// How much the reference changes when the edges of the triangles between which it interpolates light are halved.
 void checkTessellation(Case test, std::size_t step, int paths) {
     test.reference.bounces = 2;
     const std::vector<Vertex> vertices = chooseVertices(test.room, step);

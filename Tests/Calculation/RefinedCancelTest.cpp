@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A refined calculation with bounces that is cancelled somewhere: what it leaves behind.
+// Cancels a refined calculation with bounces at many points. Host, scene and memory must stay valid.
 #include "ktAmbientOcclusion.h"
 #include "ktCancelToken.h"
 #include "ktControllerState.h"
@@ -21,14 +21,14 @@ namespace {
 
 int livePatterns = 0;
 
-/// What a sampler holds of a tracer: it tells how many samplers there are.
+/// The part of a sampler that a tracer makes. Counts the samplers that exist.
 class CountedDirections : public ktPreparedDirections {
 public:
     explicit CountedDirections(const ktDirectionSet& set_) : ktPreparedDirections(set_) { ++livePatterns; }
     ~CountedDirections() override { --livePatterns; }
 };
 
-/// Finds what the host's usual tracer finds.
+/// Forwards to the host's default tracer.
 class CountingTracer : public ktTracer {
 public:
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override {
@@ -48,12 +48,12 @@ private:
     std::unique_ptr<ktTracer> tracer = ktMakeTracer();
 };
 
-/// Counts how often the event loop runs, and cancels at one of these times as an application does.
+/// Counts the runs of the event loop and cancels at one of them, as an application does.
 class Canceler {
 public:
     explicit Canceler(int at_) : at(at_) {
         QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
-        timer.start(0); // due at every run of the loop
+        timer.start(0); // fires at every run of the loop
         canceled = QObject::connect(ktAmbientOcclusion::the(), &ktAmbientOcclusion::calculationCanceled,
                                     [] { ktCancelToken::the().cancel(); });
     }

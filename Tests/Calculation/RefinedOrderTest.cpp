@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What must not matter to a refined calculation with bounces: the order of the nodes and the number of threads.
+// A refined calculation with bounces must not depend on the order of the nodes or the number of threads.
 #include "ktRefinedScene.h"
 
 #include <algorithm>

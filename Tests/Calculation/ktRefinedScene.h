@@ -7,23 +7,23 @@
 #include <string>
 #include <vector>
 
-/// All that a calculation leaves in a geometry.
+/// All that a calculation changes in a geometry.
 struct ktRefinedGeometry {
     std::vector<osg::Pnt3f> positions;
     std::vector<osg::Vec3f> normals;
     std::vector<std::uint32_t> triangles;
-    std::vector<osg::Vec4f> results, bakedLight; ///< channels 7 and 5; empty: there is none
+    std::vector<osg::Vec4f> results, bakedLight; ///< channels 7 and 5; empty without the channel
 
     bool operator==(const ktRefinedGeometry& other) const;
 };
 
-/// A floor of two parts that touch, a wall between them and red and white blocks, coarse enough to be refined. The
-/// parts in this order make up the scene.
+/// A scene with a floor of two parts that touch, a wall between them, and red and white blocks. Its triangles are large
+/// enough to be refined. The nodes have the given order.
 std::vector<std::string> ktRefinedSceneParts();
 /// @param order names of the parts, each once
 std::unique_ptr<ktWholeScene> ktMakeRefinedScene(const std::vector<std::string>& order);
-/// Indirect light with refinement of both passes, quick enough to be repeated.
+/// Indirect light with refinement in both passes, fast enough to repeat.
 ktWholeSettings ktRefinedSettings(int mode = 0);
 
-/// What a part of the scene holds now.
+/// The present geometry and results of a part of the scene.
 ktRefinedGeometry ktReadRefined(const ktWholeScene& scene, const std::string& name);

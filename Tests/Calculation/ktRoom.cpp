@@ -14,7 +14,7 @@ int cells(const osg::Vec3f& edge) {
 
 class Room {
 public:
-    /// The normal is that of a x b, or its opposite.
+    /// The normal is along a x b or opposite to it.
     void add(const char* name, const osg::Pnt3f& corner, const osg::Vec3f& a, const osg::Vec3f& b,
              const osg::Color3f& color, float side = 1) {
         osg::Vec3f normal = a.cross(b) * side;

@@ -10,16 +10,16 @@
 struct ktRoomSurface {
     std::string name;
     osg::Pnt3f corner; ///< mm
-    osg::Vec3f a, b;   ///< edges, at right angles
+    osg::Vec3f a, b;   ///< edges, perpendicular to each other
     osg::Vec3f normal;
     osg::Color3f color;
     int columns, rows; ///< cells along a and b, 100 mm or less
 };
 
-/// A room of 3 m, its left wall red, its right wall green, and a box that hangs askew in it: where it stood on the
-/// floor, light interpolated between vertices that it covers and others would never come near the truth, however small
-/// the triangles.
-/// @param isClosed with the wall in front, else open towards +z
+/// A room of 3 m. The left wall is red, the right wall green, and a tilted box hangs in the room. The box does not
+/// touch the floor. If it did, light interpolated between covered and open vertices of the floor would be wrong,
+/// with triangles of any size.
+/// @param isClosed true: with a front wall; false: open towards +z
 std::vector<ktRoomSurface> ktMakeRoom(bool isClosed);
 
 /// The lamp of the room.

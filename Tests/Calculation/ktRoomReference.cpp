@@ -8,7 +8,7 @@ namespace {
 
 using Vector = std::array<double, 3>;
 
-constexpr double offSurface_mm = 1e-3; // where rays start; far above rounding, far below what is to be seen
+constexpr double offSurface_mm = 1e-3; // start of rays; far above rounding, too small to be visible
 
 double dot(const Vector& a, const Vector& b) {
     return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
@@ -51,7 +51,7 @@ ktRoomReference::ktRoomReference(const std::vector<ktRoomSurface>& room, const S
     }
 }
 
-// Off the surface, and off the walls that stand on its rim.
+// A point off the surface and away from its edges, where walls touch it.
 Vector ktRoomReference::pointOff(const Place& place) {
     const Rectangle& surface = *place.surface;
     const double s = std::clamp(place.s, 1e-6, 1 - 1e-6), t = std::clamp(place.t, 1e-6, 1 - 1e-6);
@@ -152,7 +152,7 @@ ktRoomReference::Light ktRoomReference::path(Place from, Random& random) const {
                 const Light light = directLight(corner.place, random);
                 for (std::size_t c = 0; c < 3; ++c)
                     direct[c] += corner.weight * light[c];
-                // The path goes on from one of the corners, each as often as its weight says.
+                // The path continues from one corner, chosen with the probability of its weight.
                 if (choice >= 0)
                     from = corner.place;
                 choice -= corner.weight;

@@ -6,28 +6,28 @@
 #include <array>
 #include <cstdint>
 
-/// Indirect light in the room by path tracing: single rays in double precision, one after the other, plain random
-/// directions, against the rectangles themselves. Shares no code with the tracers that it judges, nor with what they
-/// gather with.
+/// Indirect light in the room by path tracing.
+/// It traces single rays in double precision, in plain random directions, against the rectangles of the room.
+/// It shares no code with the tracers or with gathering.
 ///
-/// A path ends at each of its hits, once, with the direct light there; J. T. Kajiya, "The Rendering Equation", 1986.
+/// Each hit of a path adds its direct light once; J. T. Kajiya, "The Rendering Equation", 1986.
 class ktRoomReference {
 public:
     struct Settings {
-        bool hasLamp = true;       ///< direct light: the lamp's; else the share of the sky that is seen
+        bool hasLamp = true;       ///< direct light comes from the lamp; false: from the visible sky
         double skyDistance = 0;    ///< mm; farther surfaces do not hide the sky
         double gatherDistance = 0; ///< mm; farther surfaces send no light
         int bounces = 1;
-        /// 0: light is that of the very point that a path meets. Else surfaces have so many times their own columns and
-        /// rows, light is known at the corners of their triangles, and is interpolated in between.
+        /// 0: takes the light exactly at the hit. Otherwise multiplies the columns and rows of each surface by this
+        /// number, calculates the light at the corners of the triangles and interpolates it.
         int tessellation = 0;
     };
     using Light = std::array<double, 3>;
 
     ktRoomReference(const std::vector<ktRoomSurface>& room, const Settings& settings);
 
-    /// Light that a vertex of a surface receives, by `paths` paths. The same numbers of vertex and paths take the same
-    /// random directions.
+    /// Light that a vertex of a surface receives, by `paths` paths. The random directions depend only on the vertex and
+    /// the number of the path.
     Light received(std::size_t surface, int column, int row, int paths) const;
 
 private:
@@ -39,7 +39,7 @@ private:
         Light albedo;
         int columns, rows;
     };
-    /// Where a path has arrived: a point of a surface, seen from the side of its normal.
+    /// A point of a surface where a path is, on the side of the normal.
     struct Place {
         const Rectangle* surface = nullptr;
         double s = 0, t = 0; ///< 0 to 1 along a and b

@@ -134,7 +134,7 @@ void ktWholeScene::bakeAgain(const ktWholeSettings& settings) {
     ktThreadCount::set(settings.threads);
     auto* plugin = ktAmbientOcclusion::the();
     plugin->setShadowQuality(settings.shadowQuality);
-    plugin->setGatherQuality(settings.gatherQuality == 0 ? 1 : 0); // a change makes the count follow the quality
+    plugin->setGatherQuality(settings.gatherQuality == 0 ? 1 : 0); // only a change of the quality sets the count
     plugin->setGatherQuality(settings.gatherQuality);
     plugin->setNumOfIndirections(settings.bounces);
     plugin->setMode(static_cast<ktAmbientOcclusion::DirectLightMode>(settings.mode));

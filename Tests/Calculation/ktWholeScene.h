@@ -10,19 +10,19 @@
 #include <string>
 #include <vector>
 
-/// A mesh for ktWholeScene: three floats a vertex, three indices a triangle.
+/// A mesh for ktWholeScene: three floats per vertex, three indices per triangle.
 struct ktWholeMesh {
     std::vector<osg::Pnt3f> positions;
     std::vector<osg::Vec3f> normals;
     std::vector<std::uint32_t> indices;
 
-    /// A parallelogram of `columns` times `rows` cells from `corner` along `a` and `b`, two triangles each, with one
-    /// normal. Vertex (column, row) is number `row * (columns + 1) + column` of those added.
+    /// Adds a parallelogram of `columns` times `rows` cells from `corner` along `a` and `b`, two triangles each, with
+    /// one normal. Vertex (column, row) is number `row * (columns + 1) + column` of the added ones.
     void addGrid(const osg::Pnt3f& corner, const osg::Vec3f& a, const osg::Vec3f& b, int columns, int rows,
                  const osg::Vec3f& normal);
 };
 
-/// The floats of results as they lie in memory, to compare without the tolerance that their == has.
+/// The floats of results, to compare them exactly: their operator == has a tolerance.
 std::vector<std::uint32_t> ktBitsOf(const std::vector<osg::Vec4f>& results);
 
 /// The settings of a calculation that tests change.
@@ -32,13 +32,13 @@ struct ktWholeSettings {
     bool indirect = true, colorBleeding = false;
     bool overrideColor = false;
     osg::Color3f color = osg::Color3f(0.7f, 0.7f, 0.7f);
-    unsigned threads = 0; ///< 0: one a core
+    unsigned threads = 0; ///< 0: one per core
     bool subdivide = false;
     int subdivisionQuality = 1;
     float minEdgeLength = 1.0f, threshold = 0.05f; ///< mm; difference of light
 };
 
-/// A scene in the real host, calculated by the real plug-in. There is one at a time.
+/// A scene in the real host, calculated by the real plug-in. Only one may exist at a time.
 class ktWholeScene {
 public:
     ktWholeScene();
@@ -46,19 +46,19 @@ public:
     ktWholeScene(const ktWholeScene&) = delete;
     ktWholeScene& operator=(const ktWholeScene&) = delete;
 
-    /// A geometry node of this name and surface colour, the last of the scene's top nodes.
+    /// Appends a geometry node of this name and surface colour to the scene's root.
     void add(const std::string& name, const ktWholeMesh& mesh, const osg::Color3f& color);
-    /// A lamp that shines everywhere. @param color light at a distance of 1 m
+    /// A lamp that shines in all directions. @param color light at a distance of 1 m
     void addLamp(const osg::Pnt3f& position_mm, const osg::Color3f& color);
-    /// Calculates everything, without what an earlier run stored. A run that does not take place fails the test.
+    /// Clears earlier results and calculates everything. If the run does not start, the test fails.
     void bake(const ktWholeSettings& settings);
-    /// The same over what is stored.
+    /// The same, but keeps earlier results.
     void bakeAgain(const ktWholeSettings& settings);
 
     osg::GeometryPtr geometry(const std::string& name) const;
     /// Channel 7 of a node: indirect light in x, y, z, the direct result in w.
     std::vector<osg::Vec4f> results(const std::string& name) const;
-    /// Channel 5 of a node; empty when it has none.
+    /// Channel 5 of a node; empty without the channel.
     std::vector<osg::Vec4f> bakedLight(const std::string& name) const;
     const std::map<std::string, osg::NodePtr>& geometryNodes() const { return nodes; }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reading accessors of glTF files: types, strides, sparse elements and wrong data.
 #include "ktFileError.h"
 #include "ktGltfAccessor.h"
 #include "ktTestGltf.h"
@@ -86,7 +87,7 @@ TEST(GltfAccessor, GivenInterleavedView_StepsByStride) {
     EXPECT_THAT(all(file, second, 1), ElementsAre(9, 8));
 }
 
-TEST(GltfAccessor, GivenFewerComponentsThanWanted_Fills) {
+TEST(GltfAccessor, GivenFewerComponentsThanRequested_FillsTheRest) {
     ktTestGltf file;
     const std::size_t accessor = file.floats({1, 2, 3, 4, 5, 6}, 3);
     EXPECT_THAT(all(file, accessor, 4, 1.0f), ElementsAre(1, 2, 3, 1, 4, 5, 6, 1));

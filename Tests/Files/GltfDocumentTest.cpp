@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reading and writing .glb and .gltf files with their buffers and images.
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktGltfDocument.h"
@@ -59,7 +60,7 @@ std::string writeProblem(const ktGltfDocument& document, const QString& path) {
     }
 }
 
-// A square with a picture in a file of its own.
+// A square with an image in a separate file.
 ktTestGltf withImage(const std::string& uri) {
     ktTestGltf file = ktSquare();
     file.json["images"] = ktJson::array({{{"uri", uri}}});
@@ -69,7 +70,7 @@ ktTestGltf withImage(const std::string& uri) {
 
 } // namespace
 
-TEST(GltfDocument, GivenGlb_ComesOutByteForByte) {
+TEST(GltfDocument, GivenGlb_IsWrittenByteForByte) {
     const ktTestFolder folder;
     ktSquare().saveGlb(folder.path("in.glb"));
     write(read(folder.path("in.glb")), folder.path("out.glb"));
@@ -96,7 +97,7 @@ TEST(GltfDocument, GivenGltf_KeepsTextAndIndentation) {
     EXPECT_THAT(folder.names(), ElementsAre("in.bin", "in.gltf", "out.gltf"));
 }
 
-TEST(GltfDocument, GivenGltfInAnotherFolder_BringsItsResources) {
+TEST(GltfDocument, GivenGltfInAnotherFolder_CopiesItsResources) {
     const ktTestFolder folder;
     withImage("maps/a%20b.png").saveGltf(folder.path("from/in.gltf"), "in%20data.bin");
     ktWriteTestFile(folder.path("from/maps/a b.png"), pngBytes);
@@ -164,7 +165,7 @@ TEST(GltfDocument, GivenGlbWrittenAsGltf_NamesItsBufferByContent) {
     EXPECT_THAT(first, testing::MatchesRegex("out-[0-9a-f]+\\.bin"));
     EXPECT_EQ(read(folder.path("out.gltf")).buffers[0].bytes, document.buffers[0].bytes);
 
-    // Written again with other content, the old buffer goes, and nothing else does.
+    // Writing other content deletes the old buffer and nothing else.
     ktWriteTestFile(folder.path("out-0123456789ab.bin"), "not what the name says");
     ktGltfDocument changed = document;
     changed.buffers[0].bytes[0] ^= 1;
@@ -219,7 +220,7 @@ TEST(GltfDocument, GivenNoGltf_SaysWhy) {
     EXPECT_EQ(problemWith(R"({"asset":{"version":"2.1"}})"), "");
 }
 
-TEST(GltfDocument, GivenRequiredExtension_RefusesByNameWhatItCannotHonour) {
+TEST(GltfDocument, GivenRequiredExtension_RefusesUnsupportedOnesByName) {
     const ktTestFolder folder;
     const auto problemWith = [&](const char* name) {
         ktTestGltf file = ktSquare();
@@ -280,7 +281,7 @@ TEST(GltfDocument, GivenShortOrBadBuffer_KeepsWhatIsThere) {
     EXPECT_NE(readWith("uri", 7).buffers[0].problem, "");
 }
 
-TEST(GltfDocument, GivenTargetThatCannotBeWritten_LeavesTheOldFile) {
+TEST(GltfDocument, GivenTargetThatCannotBeWritten_KeepsTheOldFile) {
     const ktTestFolder folder;
     ktSquare().saveGlb(folder.path("in.glb"));
     const ktGltfDocument document = read(folder.path("in.glb"));
@@ -289,7 +290,7 @@ TEST(GltfDocument, GivenTargetThatCannotBeWritten_LeavesTheOldFile) {
     std::filesystem::create_directory(folder.path("dir.glb").toStdString());
     EXPECT_THAT(writeProblem(document, folder.path("dir.glb")), HasSubstr("regular file"));
 
-    // The disk fills up: no file may grow beyond 100 bytes.
+    // Simulates a full disk: no file may grow beyond 100 bytes.
     ktWriteTestFile(folder.path("out.glb"), "the old file");
     ktWriteTestFile(folder.path("out.gltf"), "the old file");
     rlimit before;

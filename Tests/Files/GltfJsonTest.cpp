@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Parsing JSON: broken and hostile texts, values of any type, numbers.
 #include "ktFileError.h"
 #include "ktGltfJson.h"
 
@@ -37,7 +38,7 @@ TEST(GltfJson, GivenDeepNesting_RefusesInsteadOfOverflowing) {
     EXPECT_EQ(problemOf("\"" + std::string(1000, '[') + "\\\"[\""), "");
 }
 
-TEST(GltfJson, GivenObjectOfCountlessMembers_RefusesInsteadOfHanging) {
+TEST(GltfJson, GivenObjectOfTooManyMembers_RefusesInsteadOfHanging) {
     const auto object = [](int members) {
         std::string text = "{";
         for (int i = 0; i < members; ++i)
@@ -65,7 +66,7 @@ TEST(GltfJson, GivenValuesOfAnyType_NeverThrows) {
     EXPECT_FALSE(ktJsonNumbers(json, "l", 4, three));
 }
 
-TEST(GltfJson, GivenFloat_WritesShortestNumberThatComesBack) {
+TEST(GltfJson, GivenFloat_WritesShortestNumberThatRoundTrips) {
     EXPECT_EQ(ktJson(ktJsonFromFloat(0.05f)).dump(), "0.05");
     for (const float value : {0.1f, 1.0f / 3.0f, 3.4e38f, 1e-45f, -0.0f, 123456.789f})
         EXPECT_EQ(static_cast<float>(ktJsonFromFloat(value)), value);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Adding data to glTF documents and replacing data that an earlier run added.
 #include "ktFileMessages.h"
 #include "ktGltfStore.h"
 #include "ktTestGltf.h"
@@ -47,7 +48,7 @@ TEST(GltfStore, GivenGlb_AppendsToItsBinaryChunk) {
     EXPECT_THAT(read(document, attributes(document)["_AO"]), testing::ElementsAre(0.5f, 0.5f, 0.5f, 0.5f));
 }
 
-TEST(GltfStore, GivenGltf_AddsABufferOfItsOwn) {
+TEST(GltfStore, GivenGltf_AddsASeparateBuffer) {
     const ktTestFolder folder;
     ktSquare().saveGltf(folder.path("a.gltf"), "a.bin");
     ktGltfDocument document = squareFrom(folder, "a.gltf");
@@ -74,7 +75,7 @@ TEST(GltfStore, GivenRepeatedUse_DoesNotGrow) {
     }
 }
 
-TEST(GltfStore, GivenNothingAdded_LeavesTheDocumentAsItCame) {
+TEST(GltfStore, GivenNothingAdded_LeavesTheDocumentUnchanged) {
     const ktTestFolder folder;
     ktSquare().saveGlb(folder.path("a.glb"));
     ktSquare().saveGltf(folder.path("a.gltf"), "a.bin");
@@ -115,7 +116,7 @@ TEST(GltfStore, GivenForeignDataBehindOurs_LeavesItAlone) {
     ktSquare().saveGlb(folder.path("a.glb"));
     ktGltfDocument document = squareFrom(folder, "a.glb");
     addScalars(document, 4);
-    // Another program appends something of its own.
+    // Another program appends its data.
     ktBytes& bytes = document.buffers[0].bytes;
     const std::size_t offset = bytes.size();
     const float foreign[] = {9, 8};
@@ -134,7 +135,7 @@ TEST(GltfStore, GivenForeignDataBehindOurs_LeavesItAlone) {
     EXPECT_EQ(document.buffers[0].bytes.size(), size);
     EXPECT_EQ(attributes(document)["_THEIRS"], theirs);
     EXPECT_THAT(read(document, theirs), testing::ElementsAre(9, 8));
-    // With nothing of ours left, the freed entries stay harmless.
+    // Without any of our data, the freed entries stay and are harmless.
     attributes(document).erase("_AO");
     ktGltfStore(document).finish();
     for (std::size_t i = 0; i < document.json["accessors"].size(); ++i)

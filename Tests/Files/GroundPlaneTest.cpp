@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The ground plane in scenes and in saved files.
 #include "ktSavedScene.h"
 #include "OSGUShadowMaterial.h"
 
@@ -11,7 +12,7 @@ namespace {
 
 class GroundPlane : public testing::Test {
 protected:
-    // A square standing 2 m above the origin.
+    // An upright square, 2 m above the origin.
     std::unique_ptr<ktSceneFile> open() const {
         ktTestGltf gltf = ktSquare();
         gltf.json["nodes"][0]["translation"] = {0, 2, 0};
@@ -33,7 +34,7 @@ protected:
 
 } // namespace
 
-TEST_F(GroundPlane, GivenScene_LiesUnderItAsAGrid) {
+TEST_F(GroundPlane, GivenScene_IsAGridBelowIt) {
     const auto file = open();
     const osg::NodePtr plane = add(*file);
     ASSERT_NE(plane, osg::NullFC);
@@ -50,7 +51,7 @@ TEST_F(GroundPlane, GivenScene_LiesUnderItAsAGrid) {
     EXPECT_LT(ktPositionsOf(geometry).front()[0], -0.2f);
     EXPECT_GT(ktPositionsOf(geometry).back()[2], 1.2f);
     EXPECT_THAT(ktNormalsOf(geometry), testing::Each(osg::Vec3f(0, 1, 0)));
-    // Triangles wound to be seen from above.
+    // The front of the triangles is above.
     const auto corners = ktTrianglesOf(geometry);
     const auto at = [&](int i) {
         return ktPositionsOf(geometry)[static_cast<std::size_t>(corners[static_cast<std::size_t>(i)])];
@@ -58,7 +59,7 @@ TEST_F(GroundPlane, GivenScene_LiesUnderItAsAGrid) {
     EXPECT_GT((at(1) - at(0)).cross(at(2) - at(0))[1], 0.0f);
 }
 
-TEST_F(GroundPlane, GivenPlaneAlready_ReusesIt) {
+TEST_F(GroundPlane, GivenExistingPlane_ReusesIt) {
     const auto file = open();
     const osg::NodePtr plane = add(*file);
     EXPECT_EQ(add(*file), plane);

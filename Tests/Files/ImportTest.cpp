@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Importing files that are not glTF, in a process with limits.
 #include "ktFileError.h"
 #include "ktLimitedProcess.h"
 #include "ktSavedScene.h"
@@ -45,12 +46,12 @@ TEST(Import, GivenObj_BecomesGltf) {
     EXPECT_EQ(material->getColor(), osg::Color3f(1, 0.5f, 0));
     EXPECT_TRUE(material->isTransparent());
     EXPECT_TRUE(material->getDoubleSided());
-    EXPECT_NEAR(file->getUnit_mm() * std::sqrt(3.0), 3000.0, 0.01) << "OBJ knows no unit";
+    EXPECT_NEAR(file->getUnit_mm() * std::sqrt(3.0), 3000.0, 0.01) << "OBJ files have no unit";
 
     ktPretendToBake(*file);
     ktSaveTestScene(*file, folder.path("out.glb"));
     const ktJson json = ktJsonOfFile(folder.path("out.glb"));
-    EXPECT_EQ(json["images"][0]["mimeType"], "image/png") << "found beside the file, and embedded";
+    EXPECT_EQ(json["images"][0]["mimeType"], "image/png") << "found next to the file and embedded";
     EXPECT_TRUE(json["meshes"][0]["primitives"][0]["attributes"].contains("_AO"));
     ktSaveTestScene(*file, folder.path("out.gltf"));
     EXPECT_EQ(ktJsonOfFile(folder.path("out.gltf"))["images"][0]["uri"], "a.png");
@@ -64,7 +65,7 @@ TEST(Import, GivenBrokenFile_SaysSo) {
     EXPECT_THAT(ktOpeningSays(folder.path("a.stl")), SizeIs(1));
 }
 
-TEST(Import, GivenMaterialsInAPipe_DoesWithoutThem) {
+TEST(Import, GivenMaterialsInAPipe_IgnoresThem) {
     const ktTestFolder folder;
     ktWriteTestFile(folder.path("a.obj"), cube);
     ASSERT_EQ(mkfifo(folder.path("a.mtl").toStdString().c_str(), 0600), 0);
@@ -77,7 +78,7 @@ TEST(Import, GivenFileThatAsksForAllMemory_IsRefusedQuickly) {
     EXPECT_THAT(ktOpeningSays(folder.path("a.off")), ElementsAre(HasSubstr("a.off: cannot be imported: ")));
 }
 
-TEST(Import, GivenCollada_KnowsItsUnit) {
+TEST(Import, GivenCollada_UsesItsUnit) {
     const ktTestFolder folder;
     const std::string dae =
         R"(<?xml version="1.0"?><COLLADA xmlns="http://www.collada.org/2005/11/COLLADASchema" version="1.4.1">
@@ -90,7 +91,7 @@ TEST(Import, GivenCollada_KnowsItsUnit) {
 </visual_scene></library_visual_scenes><scene><instance_visual_scene url="#s"/></scene></COLLADA>)";
     ktWriteTestFile(folder.path("a.dae"), dae);
     const auto file = ktOpenTestScene(folder.path("a.dae"));
-    EXPECT_EQ(file->getUnit_mm(), 1000.0) << "brought to metres";
+    EXPECT_EQ(file->getUnit_mm(), 1000.0) << "converted to metres";
     const auto seen = ktGeometriesOf(*file);
     ASSERT_THAT(seen, SizeIs(1));
     float height = 0.0f;
@@ -99,10 +100,10 @@ TEST(Import, GivenCollada_KnowsItsUnit) {
         seen[0].toWorld.mult(position, world);
         height = std::max(height, world[1]);
     }
-    EXPECT_NEAR(height, 1000.0f, 0.01f) << "a metre up along y";
+    EXPECT_NEAR(height, 1000.0f, 0.01f) << "one metre along y";
 }
 
-TEST(LimitedProcess, GivenWork_HandsItsBytesBack) {
+TEST(LimitedProcess, GivenWork_ReturnsItsBytes) {
     const ktBytes bytes = ktRunLimited({std::size_t(1) << 30, 10, 60}, [](ktByteSink& sink) {
         const std::string text(3000000, 'x');
         sink.write(text.data(), text.size());
@@ -112,7 +113,7 @@ TEST(LimitedProcess, GivenWork_HandsItsBytesBack) {
     EXPECT_EQ(bytes.back(), 'd');
 }
 
-TEST(LimitedProcess, GivenCrash_OnlyTheCopyDies) {
+TEST(LimitedProcess, GivenCrash_EndsOnlyTheChildProcess) {
     const ktProcessLimits limits = {std::size_t(1) << 30, 10, 60};
     EXPECT_THAT(failureOf([](ktByteSink&) { std::abort(); }, limits), HasSubstr("the importer failed on it"));
     EXPECT_THAT(failureOf([](ktByteSink&) { throw 1; }, limits), HasSubstr("the importer failed on it"));
@@ -132,7 +133,7 @@ TEST(LimitedProcess, GivenEndlessLoop_IsEnded) {
 TEST(LimitedProcess, GivenEndlessWait_IsEnded) {
     const ktProcessLimits limits = {std::size_t(1) << 30, 10, 1};
     EXPECT_THAT(failureOf([](ktByteSink&) { pause(); }, limits), HasSubstr("took too long"));
-    // A program that loads the host may have blocked signals.
+    // A program that uses the host may have blocked signals.
     sigset_t all, before;
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &before);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The length unit of a scene: given, or chosen by the size of the scene.
 #include "ktSavedScene.h"
 
 #include <cmath>
@@ -6,7 +7,7 @@
 
 namespace {
 
-// A square of this side, opened with a unit: millimetres per unit, and what is told.
+// Opens a square of this side with a unit. Returns millimetres per unit and the messages.
 std::pair<double, std::string> open(double side, const ktLengthUnit& unit, const std::string& name = "a.glb") {
     const ktTestFolder folder;
     ktTestGltf gltf = ktSquare();
@@ -35,14 +36,14 @@ TEST(LengthUnit, GivenText_UnderstandsNamesAndFactors) {
         EXPECT_FALSE(ktParseLengthUnit(text)) << text;
 }
 
-TEST(LengthUnit, GivenPlausibleGltf_BelievesMetres) {
+TEST(LengthUnit, GivenPlausibleGltf_UsesMetres) {
     for (const double side : {0.0072, 1.0, 70.0}) {
         EXPECT_EQ(open(side, {}).first, 1000.0) << side;
         EXPECT_EQ(open(side, {}).second, "") << side;
     }
 }
 
-TEST(LengthUnit, GivenImplausibleGltf_TakesItsDiagonalForThreeMetres) {
+TEST(LengthUnit, GivenImplausibleGltf_ScalesItsDiagonalToThreeMetres) {
     for (const double side : {0.0070, 71.0, 1e6, 1e-6}) {
         const auto [unit, note] = open(side, {});
         EXPECT_NEAR(unit * side * std::sqrt(2.0), 3000.0, 0.01) << side;
@@ -50,12 +51,12 @@ TEST(LengthUnit, GivenImplausibleGltf_TakesItsDiagonalForThreeMetres) {
     }
 }
 
-TEST(LengthUnit, GivenUnit_TakesIt) {
+TEST(LengthUnit, GivenUnit_UsesIt) {
     EXPECT_EQ(open(1e6, {25.4}).first, 25.4);
     EXPECT_EQ(open(1e6, {25.4}).second, "");
 }
 
-TEST(LengthUnit, GivenSceneWithoutExtent_TakesMetres) {
+TEST(LengthUnit, GivenSceneWithoutExtent_UsesMetres) {
     EXPECT_EQ(open(0.0, {}).first, 1000.0);
     EXPECT_THAT(open(0.0, {}).second, testing::HasSubstr("no extent"));
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Settings, texts and locks of nodes in the `extras` of glTF files.
 #include "ktNodeMarks.h"
 #include "ktNodePermission.h"
 #include "ktSavedScene.h"
@@ -82,7 +83,7 @@ TEST_F(NodeExtras, GivenSettings_AttachesThemToTheNodeAndItsGeometry) {
     EXPECT_EQ(settings->getIntensityThreshold(), 0.04f);
 }
 
-TEST_F(NodeExtras, GivenNothingChanged_StaysLetterForLetter) {
+TEST_F(NodeExtras, GivenNothingChanged_StaysByteForByte) {
     ktJson settings = allSettings;
     settings["somethingNewer"] = {1, 2};
     settings["maxDistance"] = 1234.0;
@@ -108,13 +109,13 @@ TEST_F(NodeExtras, GivenNewAttachment_WritesAllSettingsInOrder) {
     EXPECT_EQ(names, expected);
     EXPECT_EQ(extras["ambientOcclusion"]["minEdgeLength"].dump(), "0.05");
     EXPECT_EQ(extras["own"], 1);
-    // And back again, bit for bit.
+    // Reading restores the values bit for bit.
     const auto again = ktOpenTestScene(folder.path("out.glb"));
     EXPECT_EQ(settingsOf(again->getTopNodes()[0])->getMaterialColor(), osg::Color3f(1.0f / 3.0f, 0, 1));
     EXPECT_EQ(settingsOf(again->getTopNodes()[0])->getMinEdgeLength(), 0.05f);
 }
 
-TEST_F(NodeExtras, GivenEverySettingChanged_BringsEachBack) {
+TEST_F(NodeExtras, GivenEverySettingChanged_RestoresEach) {
     const auto file = open({{"own", 1}});
     const SettingsPtr settings = Settings::create();
     ktAmbientOcclusionSettings::forEachSetting([&](auto row) { row.setOnNode(*settings, otherThanInitial(row)); });
@@ -129,7 +130,7 @@ TEST_F(NodeExtras, GivenEverySettingChanged_BringsEachBack) {
     });
 }
 
-TEST_F(NodeExtras, GivenChangedSetting_ChangesThatMemberAlone) {
+TEST_F(NodeExtras, GivenChangedSetting_ChangesOnlyThatMember) {
     const auto file = open({{"ambientOcclusion", {{"newer", 5}, {"shadowQuality", 3}, {"minDistance", 1}}}});
     settingsOf(file->getTopNodes()[0])->setShadowQuality(5);
     const ktJson stored = save(*file)["ambientOcclusion"];
@@ -138,7 +139,7 @@ TEST_F(NodeExtras, GivenChangedSetting_ChangesThatMemberAlone) {
     EXPECT_EQ(stored["minDistance"].dump(), "1");
 }
 
-TEST_F(NodeExtras, GivenSettingsTakenAway_RemovesThem) {
+TEST_F(NodeExtras, GivenSettingsRemoved_RemovesThemFromTheFile) {
     const auto file = open({{"ambientOcclusion", allSettings}});
     const osg::NodePtr node = file->getTopNodes()[0];
     node->subAttachment(settingsOf(node));

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Opening broken glTF files: what is left out, what is kept, and the messages.
 #include "ktSavedScene.h"
 
 #include <cmath>
@@ -22,7 +23,7 @@ class SceneBadInput : public testing::Test {
 protected:
     SceneBadInput() : gltf(ktSquare()) { primitive = gltf.json["meshes"][0]["primitives"][0]; }
 
-    // Warnings of opening the good square with the broken primitive beside it; the square must be there.
+    // Opens the good square together with the broken primitive. Returns the warnings; the square must be there.
     std::vector<std::string> withBroken() {
         ktTestGltf both = gltf;
         both.mesh(primitive);
@@ -125,10 +126,10 @@ TEST_F(SceneBadInput, GivenWrongCounts_LeavesTheAttributeOut) {
     primitive["attributes"]["COLOR_0"] = gltf.floats({0, 1, 0}, 3);
     EXPECT_THAT(withBroken(), ElementsAre(HasSubstr(
                                   "/meshes/1/primitives/0/attributes/NORMAL: attribute left out: has another count")));
-    EXPECT_THAT(brokenTriangles, SizeIs(6)) << "the surface stays, with smooth normals";
+    EXPECT_THAT(brokenTriangles, SizeIs(6)) << "the surface is kept and gets smooth normals";
 }
 
-TEST_F(SceneBadInput, GivenZeroNormals_PutsSmoothOnesInTheirPlace) {
+TEST_F(SceneBadInput, GivenZeroNormals_ReplacesThemBySmoothOnes) {
     primitive["attributes"]["NORMAL"] = gltf.floats({0, 0, 0, 0, 2, 0, notANumber, 0, 0, 0, 1, 0}, 3);
     EXPECT_THAT(withBroken(),
                 ElementsAre("/meshes/1/primitives/0: has normals without direction; smooth ones stand in (2)"));
@@ -151,8 +152,8 @@ TEST_F(SceneBadInput, GivenCyclesAndSecondParents_LeavesThemOut) {
     EXPECT_THAT(ktGeometriesOf(*ktOpenTestScene(folder.path("a.glb"))), SizeIs(2));
 }
 
-TEST_F(SceneBadInput, GivenManyWaysToOneNode_DoesNotMultiply) {
-    // Each node refers twice to the next: two to the power of forty paths.
+TEST_F(SceneBadInput, GivenManyPathsToOneNode_DoesNotFollowEach) {
+    // Each node refers twice to the next: 2^40 paths.
     for (int i = 0; i < 40; ++i)
         gltf.json["nodes"].push_back({{"children", {i, i}}});
     gltf.json["scenes"][0]["nodes"] = {40};
@@ -180,7 +181,7 @@ TEST_F(SceneBadInput, GivenNoGeometry_SaysSo) {
                 ElementsAre(HasSubstr("b.gltf: has no geometry that can be used")));
 }
 
-TEST_F(SceneBadInput, GivenEndlessSceneInAFewBytes_Refuses) {
+TEST_F(SceneBadInput, GivenHugeSceneInAFewBytes_Refuses) {
     // Sixteen million vertices without data, in primitive after primitive.
     gltf.json["accessors"].push_back({{"componentType", 5126}, {"count", 1 << 24}, {"type", "VEC3"}});
     primitive = {{"attributes", {{"POSITION", gltf.json["accessors"].size() - 1}}}, {"mode", 0}};
@@ -221,7 +222,7 @@ TEST_F(SceneBadInput, GivenAnyMemberOfAWrongType_NeverCrashes) {
     whole.json["nodes"][0]["extensions"]["KHR_lights_punctual"]["light"] = 0;
     whole.json["scene"] = 0;
 
-    // Every value of the document, one after the other, becomes something else.
+    // Replaces every value of the document, one after the other.
     std::set<std::string> places;
     const ktJson flat = whole.json.flatten();
     for (const auto& entry : flat.items())

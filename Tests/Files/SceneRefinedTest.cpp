@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Saving refined geometry to glTF: new primitives with all attributes.
 #include "ktSavedScene.h"
 
 #include <cmath>
@@ -12,8 +13,8 @@ using testing::SizeIs;
 
 namespace {
 
-// Doubles the triangle (0, 1, 2) of a geometry: adds the middle of the edge between the first two vertices to every
-// property, and rebuilds it as the two triangles around it.
+// Splits the triangle (0, 1, 2) of a geometry into two: adds the middle of the edge between the first two vertices to
+// every property.
 template <class PropertyPtr>
 void addMiddle(const PropertyPtr& property) {
     auto& field = property->editField();
@@ -101,7 +102,7 @@ protected:
 
 } // namespace
 
-TEST_F(SceneRefined, GivenMoreVertices_WritesThePrimitiveAnewWithAllAttributes) {
+TEST_F(SceneRefined, GivenMoreVertices_RewritesThePrimitiveWithAllAttributes) {
     const auto file = open(makeFile());
     const osg::GeometryPtr geometry = ktGeometriesOf(*file)[0].geometry;
     ktSetChannel(geometry, 7, {{0, 0, 0, 0.2f}, {0, 0, 0, 0.4f}, {0, 0, 0, 0.6f}});
@@ -149,13 +150,13 @@ TEST_F(SceneRefined, GivenGeneratedNormals_DoesNotWriteThem) {
     EXPECT_THAT(values("out.glb", "POSITION"), SizeIs(12));
 }
 
-TEST_F(SceneRefined, GivenMoreAttributesThanRoom_NamesTheLostOnes) {
+TEST_F(SceneRefined, GivenTooManyAttributes_NamesTheLostOnes) {
     ktTestGltf gltf = makeFile();
     for (const char* name : {"_B", "_C", "TEXCOORD_4"})
         gltf.json["meshes"][0]["primitives"][0]["attributes"][name] = gltf.floats({1, 2, 3}, 1);
     gltf.json["meshes"][0]["primitives"][0]["attributes"]["TEXCOORD_4"] = gltf.floats({1, 2, 3, 4, 5, 6}, 2);
     const auto file = open(gltf);
-    EXPECT_THAT(ktSaveTestScene(*file, folder.path("same.glb")), IsEmpty()) << "nothing is lost unless it is refined";
+    EXPECT_THAT(ktSaveTestScene(*file, folder.path("same.glb")), IsEmpty()) << "without refinement nothing is lost";
     EXPECT_EQ(primitive("same.glb"), primitive("in.glb"));
     refine(ktGeometriesOf(*file)[0].geometry);
     EXPECT_THAT(ktSaveTestScene(*file, folder.path("out.glb")),
@@ -163,7 +164,7 @@ TEST_F(SceneRefined, GivenMoreAttributesThanRoom_NamesTheLostOnes) {
     EXPECT_FALSE(primitive("out.glb")["attributes"].contains("_C"));
 }
 
-TEST_F(SceneRefined, GivenRefinedAgainAndAgain_TheFileOnlyGrowsByWhatIsAdded) {
+TEST_F(SceneRefined, GivenRepeatedRefinement_TheFileGrowsOnlyByNewVertices) {
     open(makeFile());
     std::filesystem::copy_file(folder.path("in.glb").toStdString(), folder.path("a.glb").toStdString());
     std::vector<std::uintmax_t> sizes;
@@ -173,7 +174,7 @@ TEST_F(SceneRefined, GivenRefinedAgainAndAgain_TheFileOnlyGrowsByWhatIsAdded) {
         ktPretendToBake(*file);
         ktSaveTestScene(*file, folder.path("a.glb"));
         sizes.push_back(std::filesystem::file_size(folder.path("a.glb").toStdString()));
-        // Saving what is there changes nothing.
+        // Saving without changes writes the same file.
         ktSaveTestScene(*ktOpenTestScene(folder.path("a.glb")), folder.path("b.glb"));
         EXPECT_EQ(std::filesystem::file_size(folder.path("b.glb").toStdString()), sizes.back());
     }

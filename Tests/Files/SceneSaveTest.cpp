@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Saving baked scenes to glTF: results, colours, and everything else unchanged.
 #include "ktSavedScene.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
@@ -47,7 +48,7 @@ std::vector<osg::Vec4f> onlyDirect(const std::vector<float>& w) {
     return out;
 }
 
-// What is left of a document without all that a bake adds.
+// The document without all that a bake adds.
 ktJson withoutAdded(ktJson json, const ktJson& original) {
     for (const char* collection : {"accessors", "bufferViews"})
         while (json[collection].size() > original[collection].size())
@@ -68,7 +69,7 @@ ktJson withoutAdded(ktJson json, const ktJson& original) {
 
 } // namespace
 
-TEST_F(SceneSave, GivenNothingBaked_ComesOutByteForByte) {
+TEST_F(SceneSave, GivenNothingBaked_IsWrittenByteForByte) {
     const auto file = open(ktSquare());
     ktSaveTestScene(*file, folder.path("out.glb"));
     EXPECT_EQ(ktReadTestFile(folder.path("out.glb")), ktReadTestFile(folder.path("in.glb")));
@@ -95,7 +96,7 @@ TEST_F(SceneSave, GivenResults_WritesThemExactlyAndReadsThemBack) {
 TEST_F(SceneSave, GivenNoResult_WritesNothing) {
     const auto file = open(ktSquare());
     const osg::GeometryPtr geometry = ktGeometriesOf(*file)[0].geometry;
-    // Channel 7 without any w above one millionth, channel 5 zeroed.
+    // Channel 7 with w of at most one millionth, channel 5 all zero.
     ktSetChannel(geometry, 7, std::vector<osg::Vec4f>(4, osg::Vec4f(0.5f, 0.5f, 0.5f, 1e-6f)));
     ktSetChannel(geometry, 5, std::vector<osg::Vec4f>(4, osg::Vec4f(0, 0, 0, 0)));
     ktSaveTestScene(*file, folder.path("out.glb"));
@@ -118,7 +119,7 @@ TEST_F(SceneSave, GivenShading_MultipliesLightIntoColours) {
     const auto settings = osg::AmbientOcclusionSettingsAttachment::create();
     settings->setColorBleeding(true);
     seen.node->addAttachment(settings);
-    // Indirect light is kept times the surface's colour; a viewer multiplies by that colour itself.
+    // Channel 7 includes the surface's colour. COLOR_0 must not, because viewers multiply by that colour.
     ktSetChannel(seen.geometry, 7, {{0.1f, 0.05f, 0, 0.25f}, {0, 0, 0, 0.5f}, {0, 0, 0, 1}, {0, 0, 0, 1}});
     ktSaveTestScene(*file, folder.path("out.glb"), {true, 2.0f});
     const float near = 1.0f / 65535.0f;
@@ -166,12 +167,12 @@ TEST_F(SceneSave, GivenBakedFile_BakingItAgainEqualsBakingTheOriginal) {
         ktSaveTestScene(*file, folder.path("once.glb"));
         const auto again = ktOpenTestScene(folder.path("once.glb"));
         const auto after = ktGeometriesOf(*again)[0].geometry->getColors();
-        ASSERT_EQ(before == osg::NullFC, after == osg::NullFC) << "the colours of the surface, not those of the bake";
+        ASSERT_EQ(before == osg::NullFC, after == osg::NullFC) << "the original colours, not the baked ones";
         for (osg::UInt32 i = 0; before != osg::NullFC && i < 4; ++i)
             EXPECT_EQ(before->getValue(i), after->getValue(i));
         ktSaveTestScene(*again, folder.path("twice.glb"));
         EXPECT_EQ(ktReadTestFile(folder.path("twice.glb")), ktReadTestFile(folder.path("once.glb")));
-        // Cleared again, the file is as it first came.
+        // After clearing, the file equals the original.
         ktSetChannel(ktGeometriesOf(*again)[0].geometry, 7, onlyDirect({0, 0, 0, 0}));
         ktSaveTestScene(*again, folder.path("cleared.glb"));
         EXPECT_EQ(ktReadTestFile(folder.path("cleared.glb")), ktReadTestFile(folder.path("in.glb")));
@@ -219,8 +220,8 @@ TEST_F(SceneSave, GivenDocumentWithEverything_LeavesTheRestAlone) {
     EXPECT_EQ(after.dump(2), before.dump(2));
 }
 
-TEST_F(SceneSave, GivenPrimitivesOfOneBuffer_ShareResultsWhereTheyAgree) {
-    // Three primitives of one buffer: two use vertices of their own, the third shares an edge with the first.
+TEST_F(SceneSave, GivenPrimitivesOfOneBuffer_ShareEqualResults) {
+    // Three primitives of one buffer: the first two share no vertices, the third shares an edge with the first.
     ktTestGltf gltf;
     const std::size_t positions =
         gltf.floats({0, 0, 0, 1, 0, 0, 0, 0, 1, 5, 0, 0, 6, 0, 0, 5, 0, 1, 9, 9, 9, 1, 0, 1}, 3);
@@ -240,7 +241,7 @@ TEST_F(SceneSave, GivenPrimitivesOfOneBuffer_ShareResultsWhereTheyAgree) {
     EXPECT_EQ(this->attributes("out.glb", 0, 0)["_AO"], this->attributes("out.glb", 0, 2)["_AO"]);
     EXPECT_THAT(values("out.glb", "_AO"), ElementsAre(0.1f, 0.2f, 0.3f, 0.4f, 0.5f, 0.6f, 1.0f, 0.7f));
 
-    // A shared vertex with two results: the third primitive gets an accessor of its own.
+    // A shared vertex with two results: the third primitive gets a separate accessor.
     ktSetChannel(seen[2].geometry, 7, onlyDirect({0.25f, 0.3f, 0.7f}));
     ktSaveTestScene(*file, folder.path("out.glb"), exactOnly);
     EXPECT_EQ(this->attributes("out.glb", 0, 0)["_AO"], this->attributes("out.glb", 0, 1)["_AO"]);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Smooth normals that are calculated when a file has none.
 #include "ktSmoothNormals.h"
 
 #include <cmath>
@@ -17,7 +18,7 @@ std::vector<float> normalAt(const std::vector<float>& normals, std::size_t verte
 } // namespace
 
 TEST(SmoothNormals, GivenCorner_WeighsByAngleAndNotByTriangulation) {
-    // The corner of a cube: one face of one triangle, one of two, one of three; all share the angle of 90 degrees.
+    // The corner of a cube: its faces have one, two and three triangles there. The angles of a face sum to 90 degrees.
     const std::vector<float> positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 1, 0, 1, 1, 0, 0.5f};
     const std::vector<std::uint32_t> triangles = {0, 1, 2, 0, 2, 4, 0, 4, 3, 0, 3, 5, 0, 5, 6, 0, 6, 1};
     const auto normals = ktMakeSmoothNormals(positions.data(), 7, triangles);
@@ -33,21 +34,21 @@ TEST(SmoothNormals, GivenSheetsBackToBack_EachKeepsItsSide) {
     EXPECT_THAT(normalAt(normals, 3), ElementsAre(0, 0, -1));
 }
 
-TEST(SmoothNormals, GivenNoArea_GivesUp) {
+TEST(SmoothNormals, GivenNoArea_PointsUp) {
     const std::vector<float> positions = {0, 0, 0, 1, 0, 0, 2, 0, 0, 5, 5, 5};
     const auto normals = ktMakeSmoothNormals(positions.data(), 4, {0, 1, 2, 3, 3, 3});
     for (std::size_t vertex = 0; vertex < 4; ++vertex)
         EXPECT_THAT(normalAt(normals, vertex), ElementsAre(0, 1, 0));
 }
 
-TEST(SmoothNormals, GivenTinyAndHugeTriangles_StillFindsTheirSide) {
+TEST(SmoothNormals, GivenTinyAndHugeTriangles_StillFindsTheirNormals) {
     for (const float size : {1e-30f, 1e-10f, 1e15f, 1e30f}) {
         const std::vector<float> positions = {0, 0, 0, size, 0, 0, 0, size, -0.0f};
         EXPECT_THAT(normalAt(ktMakeSmoothNormals(positions.data(), 3, {0, 1, 2}), 1), ElementsAre(0, 0, 1)) << size;
     }
 }
 
-TEST(SmoothNormals, GivenBothZeros_AreOnePlace) {
+TEST(SmoothNormals, GivenPositiveAndNegativeZero_AreOnePosition) {
     const std::vector<float> positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, -0.0f, -0.0f, -0.0f, 0, 1, 0, 0, 0, 1};
     const auto normals = ktMakeSmoothNormals(positions.data(), 6, {0, 1, 2, 3, 4, 5});
     EXPECT_EQ(normalAt(normals, 0), normalAt(normals, 3));

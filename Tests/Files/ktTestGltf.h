@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
-/// A folder that is gone after the test.
+/// A folder that is deleted after the test.
 class ktTestFolder {
 public:
     QString path(const std::string& name) const { return dir.filePath(QString::fromStdString(name)); }
     QString root() const { return dir.path(); }
-    /// Names below the folder, sorted; folders are not listed themselves.
+    /// Sorted names of the files in the folder and its subfolders.
     std::vector<std::string> names() const;
 
 private:
@@ -46,9 +46,9 @@ struct ktTestGltf {
         json["accessors"].push_back(std::move(entry));
         return json["accessors"].size() - 1;
     }
-    /// An accessor of float vectors with a view of its own; POSITION's limits are added.
+    /// An accessor of float vectors with a separate view; adds the limits that POSITION needs.
     std::size_t floats(const std::vector<float>& data, int width);
-    /// An accessor of 16-bit indices with a view of its own.
+    /// An accessor of 16-bit indices with a separate view.
     std::size_t indices(const std::vector<std::uint16_t>& data);
     /// Adds a mesh of one primitive, and a node in scene 0 that shows it; returns the mesh.
     std::size_t mesh(ktJson primitive);
@@ -56,7 +56,7 @@ struct ktTestGltf {
     std::size_t node(ktJson entry);
 
     void saveGlb(const QString& path) const;
-    /// With `name` the bytes go to that file beside it, else into a data URI.
+    /// Writes the bytes to the file `name` next to it; without `name` into a data URI.
     void saveGltf(const QString& path, const std::string& name = std::string()) const;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Any text: refused with a reason, or a message that comes back the same when it is written and read again.
+// Reads any text as a message. It must be refused with a reason, or stay the same when it is written and read again.
 #include "ktMessage.h"
 #include "ktMessageXml.h"
 
@@ -24,18 +24,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ktMessageXml::Problem problem;
     if (!ktMessageXml::read(xml, message, "", problem)) {
         require(!problem.reason.isEmpty() && problem.line >= 1 && problem.column >= 1,
-                "refused without place or reason");
-        require(message.names().empty(), "refused, but left something");
+                "refused without position or reason");
+        require(message.names().empty(), "refused, but the message is not empty");
         return 0;
     }
     QByteArray once;
     QByteArray twice;
     QString reason;
     ktMessage back;
-    // A text can be just below the bounds and its written form above them.
+    // A text can be within the limits although its written form exceeds them.
     if (!ktMessageXml::write(message, once, reason))
         return 0;
-    require(ktMessageXml::read(once, back, "", problem), "what was written cannot be read");
-    require(ktMessageXml::write(back, twice, reason) && once == twice, "comes back as another message");
+    require(ktMessageXml::read(once, back, "", problem), "the written text cannot be read");
+    require(ktMessageXml::write(back, twice, reason) && once == twice, "reading gives another message");
     return 0;
 }

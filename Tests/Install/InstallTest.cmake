@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
+# Tests an installation in a moved folder. Usage:
 # cmake -DBUILD=... -DWORK=... -DOUTSIDE=... -DGENERATOR=... -DCXX=... -DSANITIZE=... -P InstallTest.cmake
 
 function(run)
@@ -22,25 +23,25 @@ run(${CMAKE_COMMAND} -S ${OUTSIDE} -B ${WORK}/outside -G ${GENERATOR} -DCMAKE_CX
 run(${CMAKE_COMMAND} --build ${WORK}/outside)
 run(${WORK}/outside/outside)
 if(NOT output MATCHES "version 10.0, 1 child, shadow quality 2")
-    message(FATAL_ERROR "The outside program says: ${output}")
+    message(FATAL_ERROR "The outside program prints: ${output}")
 endif()
 
 run(${WORK}/moved/bin/ktbake --version)
 if(NOT output MATCHES "ktbake 10.0")
-    message(FATAL_ERROR "The installed ktbake says: ${output}")
+    message(FATAL_ERROR "The installed ktbake prints: ${output}")
 endif()
 
 # No installed file may refer to the folder where it was built.
 file(GLOB libraries ${WORK}/moved/lib/*.so ${WORK}/moved/bin/*)
 list(LENGTH libraries count)
 if(count LESS 4)
-    message(FATAL_ERROR "Only these are installed: ${libraries}")
+    message(FATAL_ERROR "Libraries are missing; only these are installed: ${libraries}")
 endif()
 foreach(library IN LISTS libraries)
     run(readelf -d ${library})
     string(REGEX MATCH "R(UN)?PATH[^\n]*" rpath "${output}")
     if(NOT rpath MATCHES "ORIGIN" OR rpath MATCHES "${BUILD}")
-        message(FATAL_ERROR "${library} looks for libraries like this: ${rpath}")
+        message(FATAL_ERROR "${library} searches libraries in the wrong folders: ${rpath}")
     endif()
 endforeach()
 file(REMOVE_RECURSE ${WORK})

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What colour light has after a bounce: material, vertex colours, texture, and light stored by an earlier run.
+// The colour of light after a bounce: from materials, vertex colours, textures and results of an earlier run.
 #include "ktTriangleScene.h"
 #include "OSGUberMaterial.h"
 
@@ -11,8 +11,8 @@ namespace {
 
 constexpr float tolerance = 0.01f;
 
-/// A sphere of radius 1 m around the origin that received full direct light in an earlier run, and a vertex in its
-/// middle that gathers from it.
+/// A sphere of radius 1 m around the origin. It received full direct light in an earlier run. A vertex in its middle
+/// gathers that light.
 class BounceColor : public testing::Test {
 protected:
     BounceColor() {
@@ -33,7 +33,7 @@ protected:
         results->getField().resize(count(), result);
         geometry->setTexCoords7(results);
     }
-    /// Left half (x below 0) and right half of a picture of two pixels.
+    /// A texture of two pixels: left half (x below 0) and right half.
     void paintHalves(const std::vector<std::uint8_t>& leftAndRight) {
         auto image = std::make_shared<ktImage>();
         image->width_px = 2;
@@ -49,7 +49,7 @@ protected:
             places->push_back(osg::Vec2f(0.5f + position(i)[0] / 2000, 0.5f));
         geometry->setTexCoords(places);
     }
-    /// What arrives in the middle, seen along a direction.
+    /// The light that the vertex gathers along a direction.
     osg::Vec4f gather(const osg::Vec3f& normal, bool colorBleeding = true) {
         ktTestTracing tracing(32);
         tracing.utils->setMaterialOverride(colorBleeding, false, osg::Color3f(0, 0, 0).getValuesRGB());
@@ -84,7 +84,7 @@ TEST_F(BounceColor, GivenVertexColors_MultiplyTheMaterials) {
     geometry->setColors(colors);
     expectColor(gather(osg::Vec3f(0, 0, -1)), 0.5f, 1.0f, 0.8f);
     const osg::Vec4f above = gather(osg::Vec3f(0, 0, 1));
-    EXPECT_NEAR(above[0], 0.2f, 0.02f); // some of the triangles along the equator are between the two
+    EXPECT_NEAR(above[0], 0.2f, 0.02f); // some triangles cross the equator
     EXPECT_NEAR(above[1], 0.2f, 0.05f);
     material->setVertexColors(false);
     expectColor(gather(osg::Vec3f(0, 0, 1)), 0.5f, 1.0f, 0.8f);
@@ -114,13 +114,13 @@ TEST_F(BounceColor, GivenMaterialGroupAbove_TakesItsColor) {
     expectColor(gather(osg::Vec3f(0, 1, 0)), 0.2f, 0.4f, 0.6f);
 }
 
-TEST_F(BounceColor, GivenIndirectLightOfAnEarlierRun_IsSentOnWithoutTheColorThatItWasStoredWith) {
+TEST_F(BounceColor, GivenIndirectLightOfAnEarlierRun_IsReflectedWithoutItsStoredColor) {
     material->setColor(osg::Color3f(0.5f, 0.25f, 1.0f));
     store(osg::Vec4f(0.5f * 0.6f, 0.25f * 0.4f, 0.2f, 0.3f));
     expectColor(gather(osg::Vec3f(0, 1, 0)), 0.5f * 0.9f, 0.25f * 0.7f, 0.5f);
 }
 
-TEST_F(BounceColor, GivenLightOfLamps_IsSentOnInItsColor) {
+TEST_F(BounceColor, GivenLightOfLamps_IsReflectedInItsColor) {
     const osg::GeoTexCoords4fPtr lamps = osg::GeoTexCoords4f::create();
     lamps->getField().resize(count(), osg::Vec4f(0.9f, 0.6f, 0.3f, 2.5f));
     geometry->setTexCoords5(lamps);
@@ -141,7 +141,7 @@ TEST_F(BounceColor, GivenSurfaceFartherThanTheDistance_SendsNothing) {
         EXPECT_NEAR(result[0], distance > 1000 ? 1 : 2e-6f, 1e-3f);
     }
     osg::Vec4f result(9, 9, 9, 0.5f);
-    tracing.utils->configureTracing(16, 16, 1050.0f, 2000.0f); // nor does one that is nearer than the minimum
+    tracing.utils->configureTracing(16, 16, 1050.0f, 2000.0f); // a surface nearer than the minimum sends nothing either
     tracing.utils->gatherVertexIllumination(1, nullptr, &middle, &up, &result, &white, false, tracing.sampler, 1,
                                             false);
     for (const osg::UInt32 c : {0u, 1u, 2u})

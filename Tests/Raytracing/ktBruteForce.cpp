@@ -39,7 +39,7 @@ double ktBruteForce::openShare(const double* origin, const double* normal, doubl
     std::normal_distribution<double> gauss;
     int open = 0;
     for (int i = 0; i < rays; ++i) {
-        // A point on the unit sphere around the normal's tip lies in a cosine-weighted direction.
+        // The normal plus a random unit vector is a cosine-weighted direction.
         double p[3], length = 0;
         for (double& value : p) {
             value = gauss(generator);

@@ -5,12 +5,12 @@
 
 #include <random>
 
-/// The slow and simple way to trace: every ray against every triangle, in double precision. Shares no code with the
-/// tracers it judges.
+/// The slow and simple way to trace: it tests every ray against every triangle, in double precision. It shares no code
+/// with the tracers that it checks.
 class ktBruteForce {
 public:
     struct Hit {
-        int mesh = -1, triangle = -1; ///< -1: nothing met
+        int mesh = -1, triangle = -1; ///< -1: no hit
         double distance = 0, u = 0, v = 0;
         bool backSide = false;
     };
@@ -19,8 +19,8 @@ public:
 
     Hit nearest(const double* origin, const double* direction, double minDistance, double maxDistance,
                 bool bothSides) const;
-    /// Share of `rays` plain random cosine-weighted rays from a point that meet nothing. Standard error at most
-    /// 0.5 / sqrt(rays).
+    /// Share of rays from a point that hit nothing. Traces `rays` random cosine-weighted rays. The standard error is at
+    /// most 0.5 / sqrt(rays).
     double openShare(const double* origin, const double* normal, double minDistance, double maxDistance, bool bothSides,
                      int rays, unsigned seed) const;
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reinsertion makes a tree cheaper, keeps its leaves and can be stopped.
 #include "ktBvhReinsertion.h"
 #include "ktBinaryBvh.h"
 
@@ -36,7 +37,7 @@ double halfArea(const ktBvhBox& box) {
     return x * y + y * z + z * x;
 }
 
-/// A tree that halves its leaves in the order given, whatever their boxes are.
+/// A tree that halves the list of leaves and ignores their boxes.
 struct Tree {
     std::vector<ktBvhBox> boxes;
     std::deque<ktBinaryBvhLeaf> leaves;
@@ -73,9 +74,9 @@ struct Tree {
     }
 };
 
-/// What hangs on a root.
+/// The nodes and leaves below a root.
 struct Walk {
-    double surface = 0; // of inner nodes, half of it
+    double surface = 0; // half the surface area of the inner nodes
     unsigned levels = 0;
     std::vector<std::uint32_t> ids; // of the leaves, depth first
     std::vector<unsigned> depths;   // likewise
@@ -110,7 +111,7 @@ private:
     const Tree& tree;
 };
 
-/// Tries every move there is but of the root's children, each by calculating the whole tree anew.
+/// Tries every possible move except those of the root's children. Calculates the whole tree again for each move.
 class EveryMove {
 public:
     explicit EveryMove(const Tree& tree_) : tree(tree_) {}
@@ -133,7 +134,7 @@ public:
                 surface = inside;
                 isPlaced = false;
                 measure(tree.root);
-                if (isPlaced) // not where the place goes with the node
+                if (isPlaced) // false if the target is below the moved node
                     least = std::min(least, surface);
             }
         }
@@ -154,7 +155,7 @@ private:
             return place(at, tree.boxes[ktBinaryBvh::leaf(at).ids[0]]);
         const std::uintptr_t* const child = ktBinaryBvh::node(at).child;
         if (child[0] == node || child[1] == node)
-            return measure(child[child[0] == node]); // and the parent is gone
+            return measure(child[child[0] == node]); // the sibling replaces the parent
         const ktBvhBox left = measure(child[0]), box = joined(left, measure(child[1]));
         surface += halfArea(box);
         return place(at, box);
@@ -208,7 +209,7 @@ TEST(BvhReinsertion, GivenBadTree_MakesItCheaperAndKeepsEveryLeaf) {
     after.expectEveryLeafOnce();
 }
 
-TEST(BvhReinsertion, GivenPairsTornApart_BringsThemTogether) {
+TEST(BvhReinsertion, GivenSeparatedPairs_BringsThemTogether) {
     const ktBvhBox a = boxAt(0, 0, 0, 1), b = boxAt(1, 0, 0, 1), c = boxAt(50, 0, 0, 1), d = boxAt(51, 0, 0, 1);
     Tree tree({a, c, b, d});
     tree.reinsert();
@@ -217,7 +218,7 @@ TEST(BvhReinsertion, GivenPairsTornApart_BringsThemTogether) {
     walk.expectEveryLeafOnce();
 }
 
-TEST(BvhReinsertion, GivenSmallTrees_LeavesNoMoveThatGains) {
+TEST(BvhReinsertion, GivenSmallTrees_LeavesNoMoveThatHelps) {
     int left = 0;
     for (unsigned seed = 0; seed < 100; ++seed) {
         Tree tree(randomBoxes(24, 1, 0.2f, seed));
@@ -225,12 +226,12 @@ TEST(BvhReinsertion, GivenSmallTrees_LeavesNoMoveThatGains) {
         tree.reinsert();
         const double share = EveryMove(tree).leastSurface() / Walk(tree).surface;
         EXPECT_GT(share, 0.99) << seed;
-        left += share < 0.9999; // the last pass may leave a little
+        left += share < 0.9999; // the last pass may leave small gains
     }
     EXPECT_LE(left, 5);
 }
 
-TEST(BvhReinsertion, GivenAnyTree_NeverMakesItDearer) {
+TEST(BvhReinsertion, GivenAnyTree_NeverIncreasesItsCost) {
     unsigned seed = 0;
     for (const float scale : {1e-18f, 1.0f, 1.8e18f}) {
         for (const float size : {0.0f, 0.01f, 0.3f, 1.0f}) {
@@ -248,16 +249,16 @@ TEST(BvhReinsertion, GivenAnyTree_NeverMakesItDearer) {
 }
 
 TEST(BvhReinsertion, GivenBoxesLargerThanWhatIsInside_ShrinksThem) {
-    Tree tree(randomBoxes(10000, 1, 0.02f, 3)); // more nodes than are tried
+    Tree tree(randomBoxes(10000, 1, 0.02f, 3)); // more nodes than reinsertion tries
     for (ktBinaryBvhNode& node : tree.nodes)
         for (int side = 0; side < 2; ++side)
             if (!ktBinaryBvh::isLeaf(node.child[side]))
                 node.box[side] = joined(node.box[side], boxAt(2, 2, 2, 1));
     tree.reinsert();
-    Walk(tree).expectEveryLeafOnce(); // and every box is the union of those below
+    Walk(tree).expectEveryLeafOnce(); // also checks that every box encloses its children tightly
 }
 
-TEST(BvhReinsertion, GivenMoreNodesThanAreTried_KeepsEveryLeaf) {
+TEST(BvhReinsertion, GivenMoreNodesThanItTries_KeepsEveryLeaf) {
     Tree tree(randomBoxes(30000, 1, 0.02f, 4));
     const Walk before(tree);
     tree.reinsert();
@@ -279,7 +280,7 @@ TEST(BvhReinsertion, GivenOneThreadOrFour_DoesTheSame) {
 }
 
 TEST(BvhReinsertion, GivenBoxesWithinEachOther_KeepsTheDepthLimit) {
-    // Their best tree is a chain of a thousand levels.
+    // The cheapest tree for these boxes is a chain of a thousand levels.
     std::vector<ktBvhBox> boxes;
     for (int i = 0; i < 1000; ++i) {
         const float reach = std::pow(1.02f, static_cast<float>(i));
@@ -293,7 +294,7 @@ TEST(BvhReinsertion, GivenBoxesWithinEachOther_KeepsTheDepthLimit) {
     after.expectEveryLeafOnce();
     EXPECT_LT(after.surface, before.surface);
     EXPECT_LE(after.levels, ktBinaryBvh::maxDepth);
-    EXPECT_GT(after.levels, ktBinaryBvh::maxDepth - 10) << "the limit was not put to the test";
+    EXPECT_GT(after.levels, ktBinaryBvh::maxDepth - 10) << "the tree is too flat to test the limit";
 }
 
 TEST(BvhReinsertion, GivenTooLittleToMove_LeavesItAsItIs) {
@@ -316,7 +317,7 @@ TEST(BvhReinsertion, GivenAllInOnePlace_LeavesItAsItIs) {
 }
 
 TEST(BvhReinsertion, GivenStop_EndsSoonWithoutAskingAgain) {
-    const std::vector<ktBvhBox> boxes = shuffledGrid(15); // too small for being asked while it is prepared
+    const std::vector<ktBvhBox> boxes = shuffledGrid(15); // so small that preparation makes no progress call
     int all = 0;
     const ktTracer::Progress count = [&](float share) {
         EXPECT_EQ(share, 0.5f);
@@ -327,7 +328,7 @@ TEST(BvhReinsertion, GivenStop_EndsSoonWithoutAskingAgain) {
     const double before = Walk(whole).surface;
     ktBuildProgress progress(count);
     ktReinsertNodes(whole.root, progress, 0.5f);
-    EXPECT_GT(all, 30) << "asks too seldom to be stopped soon";
+    EXPECT_GT(all, 30) << "too few progress calls: a stop would take too long";
     for (const int last : {1, 2, all / 2, all}) {
         int asked = 0;
         const ktTracer::Progress stop = [&](float) { return ++asked < last; };
@@ -352,5 +353,5 @@ TEST(BvhReinsertion, GivenStopOfLargeTree_EndsWhileItIsPrepared) {
     ktBuildProgress progress(stop);
     ktReinsertNodes(tree.root, progress, 0.5f);
     EXPECT_EQ(asked, 1000);
-    EXPECT_EQ(Walk(tree).ids, before.ids) << "nothing was moved yet";
+    EXPECT_EQ(Walk(tree).ids, before.ids) << "preparation moves nothing";
 }

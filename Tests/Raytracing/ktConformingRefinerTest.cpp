@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Splits of edges keep meshes conforming: all triangles at an edge are split together.
 #include "ktConformingRefiner.h"
 
 #include <cmath>
@@ -18,7 +19,7 @@ struct Grid {
     std::vector<Index> indices;
 };
 
-// count x count quads of the given size from a corner, two triangles each.
+// count x count quads of the given size, two triangles each.
 Grid grid(int count, double size, double x0 = 0.0, double y0 = 0.0) {
     Grid result;
     for (int y = 0; y <= count; ++y)
@@ -47,7 +48,7 @@ double totalArea(const Refiner& refiner) {
     return sum;
 }
 
-// Vertices that lie inside an edge of a triangle (flat scenes): each is a crack.
+// Counts vertices that lie inside an edge of a triangle. In a flat scene each is a crack.
 int countHangingVertices(const Refiner& refiner) {
     std::set<Index> used;
     for (const auto& t : refiner.triangles())
@@ -77,7 +78,7 @@ void splitAtRandom(Refiner& refiner, int splits, unsigned int seed) {
     }
 }
 
-// Triangles by the positions of their corners, so that numbering does not matter.
+// Triangles as positions of their corners, so that the numbering does not matter.
 std::multiset<std::array<Point, 3>> shapes(const Refiner& refiner) {
     std::multiset<std::array<Point, 3>> result;
     for (const auto& t : refiner.triangles()) {
@@ -102,7 +103,7 @@ TEST(ConformingRefiner, GivenOneSplitOfAnInnerEdge_BisectsBothTriangles) {
     EXPECT_EQ(refiner.position(refiner.vertices()[4].position), (Point{0.5, 0.5, 0.0}));
 }
 
-TEST(ConformingRefiner, GivenASplitOfAShortEdge_SplitsTheLongerOnesFirst) {
+TEST(ConformingRefiner, GivenASplitOfAShortEdge_SplitsTheLongerEdgesFirst) {
     Refiner refiner(1e-6);
     const Grid quad = grid(1, 1.0);
     refiner.addMesh(quad.positions, quad.indices);
@@ -126,7 +127,7 @@ TEST(ConformingRefiner, GivenManyRandomSplits_StaysConformingAndKeepsAreaAndOrie
     }
 }
 
-TEST(ConformingRefiner, GivenTwoMeshesThatShareASide_SplitsItInBothWithVerticesOfTheirOwn) {
+TEST(ConformingRefiner, GivenTwoMeshesThatShareASide_SplitsItInBothWithSeparateVertices) {
     Refiner refiner(1e-6);
     const Grid left = grid(1, 1.0), right = grid(1, 1.0, 1.0);
     refiner.addMesh(left.positions, left.indices);
@@ -154,7 +155,7 @@ TEST(ConformingRefiner, GivenALockedEdge_NeverSplitsItAndStillRefinesBesideIt) {
     for (Index t = 0; t < refiner.triangles().size(); ++t)
         for (int corner = 0; corner < 3; ++corner)
             left += refiner.edge(t, corner) == locked;
-    EXPECT_EQ(left, 2) << "both triangles beside the locked edge still have it whole";
+    EXPECT_EQ(left, 2) << "both triangles at the locked edge keep it unsplit";
     EXPECT_GT(refiner.vertices().size(), refiner.originalVertexCount() + 20);
 }
 
@@ -191,9 +192,9 @@ TEST(ConformingRefiner, GivenANeighbourWithAVertexInTheMiddleOfASide_ClosesThatG
     EXPECT_EQ(countHangingVertices(refiner), 0);
 }
 
-TEST(ConformingRefiner, GivenASeam_SplitsBothSidesWithVerticesOfTheirOwn) {
+TEST(ConformingRefiner, GivenASeam_SplitsBothSidesWithSeparateVertices) {
     Refiner refiner(1e-6);
-    // One mesh, two triangles, no vertex in common.
+    // One mesh: two triangles without a common vertex.
     refiner.addMesh({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 1, 2, 3, 4, 5});
     const auto positionOf = [&](Index v) { return refiner.vertices()[v].position; };
     ASSERT_TRUE(refiner.split(Refiner::edgeBetween(positionOf(0), positionOf(2))));
@@ -221,7 +222,7 @@ TEST(ConformingRefiner, GivenAVertexLimit_StopsThere) {
     EXPECT_LT(refiner.vertices().size(), refiner.originalVertexCount() + 40);
 }
 
-TEST(ConformingRefiner, GivenANeedle_LeavesNoPartTooThinToTellFromALine) {
+TEST(ConformingRefiner, GivenANeedle_MakesNoFlatTriangles) {
     const double weld = 1e-3;
     Refiner refiner(weld);
     refiner.addMesh({{0, 0, 0}, {1000, 0, 0}, {1000, 0.1, 0}}, {0, 1, 2});
@@ -229,7 +230,7 @@ TEST(ConformingRefiner, GivenANeedle_LeavesNoPartTooThinToTellFromALine) {
         for (Index t = 0, count = static_cast<Index>(refiner.triangles().size()); t < count; ++t)
             for (int corner = 0; corner < 3; ++corner)
                 refiner.split(refiner.edge(t, corner));
-    EXPECT_GT(refiner.triangles().size(), 8u) << "where it is wide enough it is cut";
+    EXPECT_GT(refiner.triangles().size(), 8u) << "splits it where it is wide enough";
     for (Index t = 0; t < refiner.triangles().size(); ++t) {
         double longest = 0;
         for (int corner = 0; corner < 3; ++corner)
@@ -239,13 +240,14 @@ TEST(ConformingRefiner, GivenANeedle_LeavesNoPartTooThinToTellFromALine) {
 }
 
 TEST(ConformingRefiner, GivenATriangleWithoutHeightBetweenTwo_SplitsThemTogether) {
-    // Fillers like this close a file's own gaps; the triangles beside them must not stay whole for their sake.
+    // Such triangles close gaps in files. They must not prevent a split of the triangles beside them.
     Refiner refiner(1e-3);
     refiner.addMesh({{0, 0, 0}, {8, 0, 0}, {4, 6, 0}, {4, 0, 0}, {2, -1, 0}, {6, -1, 0}},
                     {0, 1, 2, 0, 3, 1, 0, 4, 3, 3, 5, 1});
     const auto& vertices = refiner.vertices();
     EXPECT_TRUE(refiner.split(Refiner::edgeBetween(vertices[0].position, vertices[1].position)));
-    EXPECT_EQ(vertices.back().position, vertices[3].position) << "the vertex that was there already closes the gap";
+    EXPECT_EQ(vertices.back().position, vertices[3].position)
+        << "the new vertex is at the existing one, so no gap opens";
 }
 
 TEST(ConformingRefiner, GivenBisections_TellsWhichTrianglesTheyMade) {

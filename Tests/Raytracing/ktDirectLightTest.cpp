@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Direct light of directional, point and spot lights: cosine, fall-off, cones and shadows.
 #include "ktOcclusionPass.h"
 #include "ktTriangleScene.h"
 
@@ -30,7 +31,7 @@ protected:
         light->setPosition(x, y, z);
         return light;
     }
-    osg::SpotLightPtr addSpot(float cutOffDegrees, float exponent) { // one metre above the origin, shining down
+    osg::SpotLightPtr addSpot(float cutOffDegrees, float exponent) { // one metre above the origin, pointing down
         const osg::SpotLightPtr light = add(osg::SpotLight::create(), 1, 1, 1);
         light->setPosition(0, 0, 1000);
         light->setSpotDirection(0, 0, -1);
@@ -65,7 +66,7 @@ TEST_F(DirectLight, GivenDirectionalLight_ArrivesByTheCosineInItsColour) {
     EXPECT_EQ(result[3], 1.0f);
 }
 
-TEST_F(DirectLight, GivenLightFromBehind_GivesNothingAndTakesNothing) {
+TEST_F(DirectLight, GivenLightFromBehind_IsIgnored) {
     add(osg::DirectionalLight::create(), 1, 1, 1)->setDirection(0, 0, -1);
     EXPECT_EQ(at(origin), osg::Vec4f(0, 0, 0, 1));
 }
@@ -96,7 +97,7 @@ TEST_F(DirectLight, GivenSpotWiderThanHalfSpace_ShinesEverywhere) {
     EXPECT_NEAR(at(origin)[0], 1.0f, 1e-4f);
 }
 
-TEST_F(DirectLight, GivenOccluderBetween_TakesTheLightAway) {
+TEST_F(DirectLight, GivenOccluderBetween_BlocksTheLight) {
     addPoint(0, 0, 1000);
     addRoof(500);
     const osg::Vec4f result = at(origin);
@@ -104,10 +105,10 @@ TEST_F(DirectLight, GivenOccluderBetween_TakesTheLightAway) {
     EXPECT_LE(result[3], 0.01f);
 }
 
-TEST_F(DirectLight, GivenOccluderBehindTheLight_TakesNothing) {
+TEST_F(DirectLight, GivenOccluderBehindTheLight_BlocksNothing) {
     addPoint(0, 0, 1000);
     addRoof(1500);
-    tracing.utils->configureTracing(64, 64, 0, 1200); // the sky does not see the roof
+    tracing.utils->configureTracing(64, 64, 0, 1200); // rays to the sky end before the roof
     const osg::Vec4f result = at(origin);
     EXPECT_NEAR(result[0], 1.0f, 1e-4f);
     EXPECT_NEAR(result[3], 1.0f, 0.3f);
@@ -116,15 +117,15 @@ TEST_F(DirectLight, GivenOccluderBehindTheLight_TakesNothing) {
 TEST_F(DirectLight, GivenOccluderBeyondMaximumDistance_StillShadowsTheLight) {
     add(osg::DirectionalLight::create(), 1, 1, 1)->setDirection(0, 0, 1);
     addRoof(5000);
-    tracing.utils->configureTracing(64, 64, 0, 100); // rays to the sky end before the roof, shadow rays do not
+    tracing.utils->configureTracing(64, 64, 0, 100); // rays to the sky end before the roof; shadow rays do not
     const osg::Vec4f result = at(origin);
     EXPECT_EQ(result[0], 0.0f);
-    EXPECT_NEAR(result[3], 0.5f, 1e-5f); // the sky's 1 of 1 + 1
+    EXPECT_NEAR(result[3], 0.5f, 1e-5f); // the sky gives 1 of 1 + 1
 }
 
 TEST_F(DirectLight, GivenHiddenSky_WeighsLightAndSkyByLuminance) {
     add(osg::DirectionalLight::create(), 0, 3, 0)->setDirection(0, 0, 1);
-    ktTestMesh disc; // hides a known share of the sky, with a hole for the light
+    ktTestMesh disc; // hides a known share of the sky; the light shines through its hole
     const double inner = 10, outer = 300, height = 200;
     for (int i = 0; i < 256; ++i) {
         const double a = 2 * M_PI * i / 256, b = 2 * M_PI * (i + 1) / 256;
@@ -143,7 +144,7 @@ TEST_F(DirectLight, GivenHiddenSky_WeighsLightAndSkyByLuminance) {
     EXPECT_NEAR(result[3], (sky + luminance) / (1 + luminance), 0.005);
 }
 
-TEST_F(DirectLight, GivenNoLight_IsAsWithoutLightMode) {
+TEST_F(DirectLight, GivenNoLight_EqualsLightModeOff) {
     ktTestMesh disc;
     disc.addDisc(300, 200, 64);
     scene.addMesh(disc);
@@ -165,13 +166,13 @@ TEST_F(DirectLight, GivenTwoLights_AddsThem) {
     EXPECT_NEAR(result[1], 2.0f, 1e-5f);
 }
 
-TEST_F(DirectLight, GivenBeacon_StandsInTheBeaconsSpace) {
+TEST_F(DirectLight, GivenBeacon_IsInTheBeaconsSpace) {
     osg::Matrix above, aside;
     above.setTranslate(0, 0, 1000);
     aside.setTranslate(0, 50000, 0);
     const osg::NodePtr beacon = scene.addCore(osg::Group::create(), above);
     const osg::PointLightPtr light = add(osg::PointLight::create(), 1, 1, 1, aside);
-    EXPECT_LT(at(origin)[0], 0.01f); // without a beacon: its own node's space
+    EXPECT_LT(at(origin)[0], 0.01f); // without a beacon the light is in the space of its node
     light->setBeacon(beacon);
     EXPECT_NEAR(at(origin)[0], 1.0f, 1e-4f);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Indirect light against closed forms.
+// Indirect light compared with closed forms.
 #include "ktTriangleScene.h"
 #include "OSGUberMaterial.h"
 #include "OSGUShadowMaterial.h"
@@ -44,7 +44,7 @@ struct Bake {
         tracing.utils->gatherVertexIllumination(count(), nullptr, positions(), normals(), results(), &surfaceColor,
                                                 false, tracing.sampler, 1, false);
     }
-    /// Direct light as if it had been traced: the same at every vertex.
+    /// Stores the same direct light at every vertex, as if it had been traced.
     void setDirect(float share) const {
         for (osg::UInt32 i = 0; i < count(); ++i)
             results()[i].setValues(0, 0, 0, share);
@@ -79,7 +79,7 @@ void setColor(const osg::GeometryPtr& geometry, const osg::Color3f& color) {
     geometry->setMaterial(material);
 }
 
-/// A white floor beside a red wall that receives full direct light; what the floor gathers beside the wall.
+/// A white floor beside a red wall in full direct light. Returns what the floor gathers beside the wall.
 osg::Vec4f floorBesideRedWall(bool colorBleeding) {
     ktTriangleScene scene;
     ktTestMesh wallMesh;
@@ -119,7 +119,7 @@ TEST(Gathering, GivenASphereOfOneAlbedo_SumsTheSeriesBounceByBounce) {
         for (osg::UInt32 i = 0; i < inside.count(); i += 97)
             for (osg::UInt32 c = 0; c < 3; ++c)
                 EXPECT_NEAR(inside.results()[i][c], expected, 0.01f * expected) << "bounce " << bounce;
-        EXPECT_EQ(inside.results()[0][3], light) << "w stays";
+        EXPECT_EQ(inside.results()[0][3], light) << "w is kept";
     }
     EXPECT_TRUE(log.lines.empty());
 }
@@ -193,7 +193,7 @@ TEST(Gathering, GivenARedWall_TintsTheFloorOnlyWithColorBleeding) {
 TEST(Gathering, GivenGeometryWithoutAResult_TracesItsDirectLightAndStoresNothing) {
     ktTestLog log;
     ktTriangleScene scene;
-    // The ceiling is not calculated: it holds no channel at all. It hangs over a floor that is.
+    // A ceiling without any channel over a floor that is calculated.
     const Bake floor(scene.addMesh(floorQuad(1000)), upwards);
     ktTestMesh ceilingMesh;
     ceilingMesh.addQuad({-500, -500, 400}, {0, 1000, 0}, {1000, 0, 0});
@@ -206,7 +206,7 @@ TEST(Gathering, GivenGeometryWithoutAResult_TracesItsDirectLightAndStoresNothing
     tracing.utils->finishPass();
     floor.gather(tracing);
 
-    // The same with the ceiling calculated first: the same light comes down.
+    // With the ceiling calculated first, the floor receives the same light.
     const float lazily = floor.results()[0][0];
     EXPECT_EQ(ceiling.geometry->getTexCoords7(), osg::NullFC);
     const osg::GeoTexCoords4fPtr results = osg::GeoTexCoords4f::create();

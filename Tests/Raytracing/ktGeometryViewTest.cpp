@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reading triangles from geometries with any primitive types, indices and positions.
 #include "ktGeometryView.h"
 #include "ktCancelPoint.h"
 #include "ktTriangleScene.h"
@@ -51,7 +52,7 @@ std::vector<std::uint32_t> read(const osg::GeometryRefPtr& geometry, std::uint64
     return triangles;
 }
 
-// What the scene graph's own iterator says.
+// The same triangles, read by the scene graph's iterator.
 std::vector<std::uint32_t> iterate(const osg::GeometryRefPtr& geometry) {
     std::vector<std::uint32_t> triangles;
     for (osg::TriangleIterator i = geometry->beginTriangles(); i != geometry->endTriangles(); ++i)
@@ -91,7 +92,7 @@ TEST(GeometryView, GivenMixedPrimitives_AgreesWithTheTriangleIterator) {
     EXPECT_EQ(read(narrowest), iterate(indexed));
 }
 
-TEST(GeometryView, GivenSeveralIndicesAVertex_TakesThatOfThePosition) {
+TEST(GeometryView, GivenSeveralIndicesPerVertex_TakesThePositionIndex) {
     const auto geometry = makeGeometry({{GL_TRIANGLES, 3}}, 9, {0, 5, 1, 6, 2, 7});
     geometry->editMFIndexMapping()->push_back(osg::Geometry::MapNormal);
     geometry->editMFIndexMapping()->push_back(osg::Geometry::MapPosition);
@@ -99,7 +100,7 @@ TEST(GeometryView, GivenSeveralIndicesAVertex_TakesThatOfThePosition) {
     EXPECT_EQ(read(geometry), iterate(geometry));
 }
 
-TEST(GeometryView, GivenStripJoinedByDegenerates_LeavesThemOut) {
+TEST(GeometryView, GivenStripsJoinedByDegenerates_SkipsThem) {
     EXPECT_THAT(read(makeGeometry({{GL_TRIANGLE_STRIP, 8}}, 6, {0, 1, 2, 2, 3, 3, 4, 5})),
                 ElementsAre(0, 1, 2, 4, 3, 5));
 }

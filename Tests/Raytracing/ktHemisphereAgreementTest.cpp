@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The hemisphere tracer against Embree, ray by ray, on scenes that tempt a tracer to err. Where the two differ, a judge
+// Compares the hemisphere tracer with Embree, ray by ray, on scenes that provoke errors. Where the two differ, a test
 // in double precision must find that the ray passes within rounding of an edge or a distance limit.
 #include "ktHostileMeshes.h"
 #include "ktTracerComparison.h"
@@ -13,7 +13,7 @@ struct Case {
     std::vector<ktTestMesh> (*make)();
     /// Share of the rays that may differ by rounding.
     double share = 1e-5;
-    /// Rays of which Embree itself is wrong.
+    /// Rays where Embree is wrong.
     std::uint64_t embreeWrong = 0;
 };
 
@@ -33,8 +33,8 @@ protected:
     }
 };
 
-// Where surfaces touch on a grid that floats cannot resolve, or lie closer than they can tell, more depends on
-// rounding.
+// Rounding decides more rays where surfaces are closer than floats can resolve, or touch on a grid that floats cannot
+// represent.
 const Case cases[] = {
     {"Spheres", ktHostileMeshes::spheres},
     {"Boxes", ktHostileMeshes::boxes},
@@ -118,7 +118,7 @@ TEST_P(HemisphereAgreement, GivenNarrowAndWideKernels_CountAlike) {
     }
 }
 
-// So large that triangles are cut by halving their boxes.
+// So large that the build splits triangles by halving their boxes.
 TEST(HemisphereAgreement, GivenLargeUnevenScene_AnswersAsEmbreeDoes) {
     ktTracerComparison comparison(ktHostileMeshes::largeUneven());
     comparison.addSurfaceVertices(120, 5);
@@ -133,7 +133,7 @@ TEST(HemisphereAgreement, GivenLargeUnevenScene_AnswersAsEmbreeDoes) {
 
 namespace {
 
-// Scenes whose occlusion is known, with the vertex at the origin looking up.
+// Scenes with known occlusion at the origin; the normal points up.
 std::vector<ktTestMesh> discAbove() {
     ktTestMesh mesh;
     mesh.addDisc(2, 1.5, 256);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Vertices of one call are traced together; each must get what it gets alone, to the last bit.
+// The vertices of one call are traced together. Each must get bit for bit the result that it gets alone.
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereTracer.h"
 #include "ktHostileMeshes.h"
@@ -15,7 +15,7 @@ namespace {
 
 using Hit = std::tuple<std::uint32_t, std::uint32_t, float, float, float, bool>;
 
-/// Keeps every hit, and asks the tracer in between, as gathering does.
+/// Keeps every hit and calls the tracer in between, as gathering does.
 struct Keeper : ktHitReceiver {
     std::map<std::uint32_t, std::vector<Hit>> hitsOf;
     const ktTracer* asked = nullptr;
@@ -49,7 +49,7 @@ struct Scene {
         for (ktTestMesh& mesh : meshes)
             views.push_back(mesh.view());
         EXPECT_TRUE(tracer.build(views, {}));
-        // From one tile to three batches.
+        // One tile up to three batches.
         for (const std::uint32_t side : {3u, 8u, 10u, 16u, 20u, 32u, 48u})
             sets.push_back(ktMakeHemisphereDirections(side, side, 1, 1, side));
         for (const ktDirectionSet& set : sets)
@@ -121,7 +121,7 @@ TEST_P(HemisphereGroup, GivenManyVertices_AnswersAsForEachAlone) {
     }
 }
 
-TEST_P(HemisphereGroup, GivenMixedDirectionsAndLostVertices_AnswersAsForEachAlone) {
+TEST_P(HemisphereGroup, GivenMixedDirectionsAndUnusableVertices_AnswersAsForEachAlone) {
     Scene scene(ktHostileMeshes::soup(), GetParam());
     for (std::size_t v = 0; v < scene.vertices.size(); ++v)
         scene.vertices[v].directions = scene.prepared[v / 3 % 2 ? v % 7 : 1].get();
@@ -130,10 +130,10 @@ TEST_P(HemisphereGroup, GivenMixedDirectionsAndLostVertices_AnswersAsForEachAlon
     scene.expectSameAsAlone("mixed");
     std::uint32_t visible = 0;
     scene.tracer.countVisible(&scene.vertices[7], 1, scene.limits, &visible, nullptr);
-    EXPECT_EQ(visible, scene.vertices[7].directions->set.count); // what cannot be traced is open
+    EXPECT_EQ(visible, scene.vertices[7].directions->set.count); // a vertex that cannot be traced counts as open
 }
 
-TEST_P(HemisphereGroup, GivenNoVertices_AsksForNothing) {
+TEST_P(HemisphereGroup, GivenNoVertices_ReturnsNoHits) {
     Scene scene(ktHostileMeshes::spheres(), GetParam());
     Keeper keeper;
     scene.tracer.findNearest(nullptr, 0, scene.limits, keeper);
@@ -141,12 +141,12 @@ TEST_P(HemisphereGroup, GivenNoVertices_AsksForNothing) {
     EXPECT_TRUE(keeper.hitsOf.empty());
 }
 
-TEST_P(HemisphereGroup, GivenEqualSheets_MeetsTheFirst) {
+TEST_P(HemisphereGroup, GivenEqualSheets_HitsTheFirst) {
     ktTestMesh sheets;
     for (int i = 0; i < 50; ++i)
         sheets.addQuad({-9, -9, 1}, {18, 0, 0}, {0, 18, 0});
     Scene scene({sheets, sheets}, GetParam());
-    const ktDirectionSet few = ktMakeHemisphereDirections(2, 2, 1, 1, 1); // rays are then tested one by one
+    const ktDirectionSet few = ktMakeHemisphereDirections(2, 2, 1, 1, 1); // so few rays are tested one by one
     const auto preparedFew = scene.tracer.prepareDirections(few);
     for (const ktPreparedDirections* directions : {preparedFew.get(), scene.prepared[3].get()}) {
         for (ktRayVertex& vertex : scene.vertices) {
@@ -162,7 +162,7 @@ TEST_P(HemisphereGroup, GivenEqualSheets_MeetsTheFirst) {
                     continue;
                 ++met;
                 EXPECT_EQ(std::get<0>(hit), 0u);
-                EXPECT_LT(std::get<1>(hit), 2u); // of the hundred sheets the first
+                EXPECT_LT(std::get<1>(hit), 2u); // the first of the hundred sheets
             }
         }
         EXPECT_GT(met, 10 * directions->set.count);

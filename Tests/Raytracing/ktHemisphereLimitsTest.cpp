@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Limits of the hemisphere tracer: memory, number of triangles, depth, coordinates and distances.
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereTracer.h"
 #include "ktHostileMeshes.h"
@@ -34,7 +35,7 @@ TEST(HemisphereLimits, GivenMeshes_HoldsAtMost80BytesATriangle) {
     EXPECT_LE(bytesPerTriangle(ktHostileMeshes::onePoint()), 80.0);
 }
 
-TEST(HemisphereLimits, GivenMoreTrianglesThanNumbers_SaysSo) {
+TEST(HemisphereLimits, GivenTooManyTriangles_Throws) {
     ktTestMesh mesh;
     mesh.addVertex(0, 0, 0);
     for (int i = 0; i < 1 << 20; ++i)
@@ -43,7 +44,7 @@ TEST(HemisphereLimits, GivenMoreTrianglesThanNumbers_SaysSo) {
     ktHemisphereTracer tracer;
     try {
         tracer.build(meshes, {});
-        FAIL() << "built";
+        FAIL() << "build() did not throw";
     } catch (const std::length_error& error) {
         EXPECT_NE(std::string(error.what()).find("4294967296"), std::string::npos) << error.what();
     }
@@ -60,7 +61,7 @@ TEST(HemisphereLimits, GivenTrianglesOfManyScales_StaysWithinItsStacks) {
     EXPECT_EQ(tracer.wideBvh().memory(), 0u);
 }
 
-TEST(HemisphereLimits, GivenCoordinatesBeyondRange_TracesToAnEnd) {
+TEST(HemisphereLimits, GivenCoordinatesBeyondRange_FinishesTracing) {
     ktTracerComparison comparison(ktHostileMeshes::beyondRange());
     comparison.addSurfaceVertices(100, 3);
     const ktTracerComparison::Result result = comparison.occlusion(32, 32, comparison.widest());
@@ -68,7 +69,7 @@ TEST(HemisphereLimits, GivenCoordinatesBeyondRange_TracesToAnEnd) {
     EXPECT_EQ(comparison.nearest(16, 16, comparison.widest()).rays, 25600u);
 }
 
-TEST(HemisphereLimits, GivenOddLimits_MeetsNothing) {
+TEST(HemisphereLimits, GivenOddLimits_HitsNothing) {
     ktTestMesh sphere;
     sphere.addSphere(3, 40, 80);
     ktTracerComparison comparison({sphere});

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The direction sets of the hemisphere: strata, cosine distribution, tiles.
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereMap.h"
 
@@ -33,7 +34,7 @@ bool isSame(const ktDirectionSet& a, const ktDirectionSet& b) {
 
 } // namespace
 
-TEST(HemisphereMap, GivenSquarePoint_ComesBackFromDirection) {
+TEST(HemisphereMap, GivenSquarePoint_IsRecoveredFromItsDirection) {
     for (double u = 0.005; u < 1; u += 0.01) {
         for (double v = 0.005; v < 1; v += 0.01) {
             float direction[3];
@@ -69,14 +70,14 @@ TEST(HemisphereSampler, GivenCounts_PutsOneSampleInEachFineColumnAndRow) {
         columns.insert(int(sample.u * count * count));
         rows.insert(int(sample.v * count * count));
     }
-    // Rounding to float may put a sample on the other side of a fine cell's edge now and then.
+    // Rounding to float moves a few samples across the edge of a fine cell.
     EXPECT_GE(columns.size(), count * count - 2);
     EXPECT_GE(rows.size(), count * count - 2);
 }
 
 TEST(HemisphereSampler, GivenSeeds_FollowsTheCosine) {
-    // Chi-square over cells of equal cosine-weighted solid angle that do not coincide with the strata. One sample of
-    // each set, so that the counts are independent; 5 * 7 - 1 degrees of freedom, significance 0.001.
+    // Chi-square test over cells of equal cosine-weighted solid angle that do not coincide with the strata. It takes
+    // one sample of each set, so that the counts are independent. 5 * 7 - 1 degrees of freedom, significance 0.001.
     const int cellsU = 5, cellsV = 7, draws = 7000;
     int counts[cellsU * cellsV] = {};
     for (int seed = 0; seed < draws; ++seed) {

@@ -49,7 +49,7 @@ ktTestMesh box(Point corner, Point size) {
     return mesh;
 }
 
-// Triangles with corners within `size` of a point within `extent`.
+// Random triangles: corners within `size` of a point, points within `extent`.
 ktTestMesh scattered(unsigned seed, int count, double extent, double size) {
     Random random(seed);
     ktTestMesh mesh;

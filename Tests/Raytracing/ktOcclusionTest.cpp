@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Occlusion that the host traces, compared with closed forms and brute force.
 #include "ktBruteForce.h"
 #include "ktOcclusionPass.h"
 #include "ktThreadCount.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-constexpr int finestCount = 64; // rays an axis at shadow quality 4
+constexpr int finestCount = 64; // rays per axis at shadow quality 4
 const osg::Vec3f up(0, 0, 1);
 const float notANumber = std::numeric_limits<float>::quiet_NaN();
 const float infinity = std::numeric_limits<float>::infinity();
@@ -124,7 +125,7 @@ TEST_F(Occlusion, GivenOutsideOfConvexShape_IsOneEvenFarFromTheOrigin) {
 }
 
 TEST_F(Occlusion, GivenVertexInOwnSurface_DoesNotLeakThroughIt) {
-    // A closed box, looked at from its own corners and from the middle of its sides, inwards.
+    // A closed box, traced inwards from its corners and from the middles of its sides.
     ktTestMesh box;
     const double s = 500;
     box.addQuad({0, 0, 0}, {s, 0, 0}, {0, s, 0});
@@ -144,12 +145,12 @@ TEST_F(Occlusion, GivenVertexInOwnSurface_DoesNotLeakThroughIt) {
 }
 
 TEST_F(Occlusion, GivenVerticesExactlyInAWall_SeeTheirOwnSideOfIt) {
-    // An inner corner as parts of one mesh: floor and wall meet at x = 0, at every angle to the axes.
+    // Floor and wall of one mesh meet at x = 0, rotated by several angles.
     for (const double angle : {0.0, 0.3, 1.1, 2.0}) {
         const double c = std::cos(angle), s = std::sin(angle), size = 400, length = 20000;
         ktTestMesh corner;
         corner.addQuad({0, 0, 0}, {size * c, size * s, 0}, {-size * s, size * c, 0});
-        // The wall has its own vertices and reaches beyond the floor on both sides.
+        // The wall has separate vertices and is wider than the floor on both sides.
         corner.addQuad({length * s, -length * c, 0}, {-2 * length * s, 2 * length * c, 0}, {0, 0, length});
         ktTriangleScene room;
         osg::Matrix toWorld;
@@ -158,14 +159,14 @@ TEST_F(Occlusion, GivenVerticesExactlyInAWall_SeeTheirOwnSideOfIt) {
         tracing.build(room);
         const osg::Vec3f in(static_cast<float>(c), static_cast<float>(s), 0);
         const auto results = tracing.traceNode(node, {up, up, up, up, in, in, in, in});
-        EXPECT_NEAR(results[0][3], 0.5, 0.01) << angle; // on the floor, in the wall
+        EXPECT_NEAR(results[0][3], 0.5, 0.01) << angle; // on the floor, exactly in the wall
         EXPECT_NEAR(results[3][3], 0.5, 0.01) << angle;
         EXPECT_GT(results[1][3], 0.5) << angle;
     }
 }
 
 TEST_F(Occlusion, GivenPartThatTouchesAnother_SeesItsOwnSideOfTheContact) {
-    ktTestMesh part; // a plate that stands on a floor much larger than it
+    ktTestMesh part; // a plate on a much larger floor
     part.addQuad({0, 0, 0}, {100, 0, 0}, {0, 0, 100});
     const osg::NodePtr node = scene.addMesh(part);
     scene.addMesh(groundPlane(1e5));
@@ -219,7 +220,7 @@ TEST_F(Occlusion, GivenClutter_AgreesWithBruteForce) {
                 normal[k] = some[i].normal[k];
             }
             const double share = oracle.openShare(origin, normal, 2.0, 25.0, bothSides, 4096, unsigned(i));
-            EXPECT_NEAR(results[i][3], share, 0.03) << i; // four standard errors of the oracle
+            EXPECT_NEAR(results[i][3], share, 0.03) << i; // four standard errors of the reference
             sum += results[i][3] - share;
             squares += (results[i][3] - share) * (results[i][3] - share);
         }
@@ -250,7 +251,7 @@ TEST_F(Occlusion, GivenFrontSidesOnly_PassesBacksAlsoWhereTransformsMirror) {
         ktTriangleScene turned;
         osg::Matrix toWorld;
         toWorld.setScale(mirrored ? -2.0f : 2.0f, 2.0f, 2.0f);
-        turned.addMesh(sphereOf(100), toWorld); // faces out
+        turned.addMesh(sphereOf(100), toWorld); // front faces outwards
         tracing.build(turned);
         tracing.bothSides = false;
         EXPECT_EQ(tracing.traceOne(osg::Pnt3f(0, 0, 0), up)[3], 1.0f) << mirrored;
@@ -271,14 +272,13 @@ TEST_F(Occlusion, GivenInstancesOfOneCore_OccludesAtEachPlace) {
     EXPECT_LT(tracing.traceOne(osg::Pnt3f(0, 0, 0), up)[3], 0.01f);
     EXPECT_LT(tracing.traceOne(osg::Pnt3f(0, 0, 0), osg::Vec3f(0, 0, -1))[3], 0.01f);
     EXPECT_EQ(tracing.traceOne(osg::Pnt3f(0, 0, 51), up)[3], 1.0f);
-    tracing.bothSides = false; // fronts face up; the mirrored one must, too
+    tracing.bothSides = false; // fronts face up, also that of the mirrored instance
     EXPECT_EQ(tracing.traceOne(osg::Pnt3f(0, 0, 0), up)[3], 1.0f);
     EXPECT_LT(tracing.traceOne(osg::Pnt3f(0, 0, 60), osg::Vec3f(0, 0, -1))[3], 0.01f);
 }
 
 TEST_F(Occlusion, GivenNonUniformScale_TurnsNormalsByTheInverseTranspose) {
-    // The object-space normal of a slope whose world normal is straight up in no space: a wall along the slope
-    // must leave exactly what lies above the transformed surface.
+    // A slope that is steeper in the world than in object space. With the right normal it does not occlude itself.
     osg::Matrix toWorld;
     toWorld.setScale(1, 1, 4);
     ktTestMesh slope; // z = x in object space, z = 4x in the world

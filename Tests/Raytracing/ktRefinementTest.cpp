@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Refinement from the request to the rebuilt geometry.
+// Refinement in the host, from the request to the rebuilt geometry.
 #include "ktGeoSubdivisionList.h"
 #include "ktGeoSubdivisionRecord.h"
 #include "ktRefinementProbes.h"
@@ -15,7 +15,7 @@ namespace {
 
 const osg::Matrix identity;
 
-/// A flat grid of quads facing up, with every attribute a refinement must carry on.
+/// A flat grid of quads facing up, with every attribute that refinement must interpolate.
 osg::GeometryPtr makeGrid(int quads, float size, float x0 = 0, float y0 = 0) {
     ktTestMesh mesh;
     for (int y = 0; y <= quads; ++y)
@@ -55,7 +55,7 @@ osg::GeoTexCoords4fPtr resultsOf(const osg::GeometryPtr& geometry) {
     return osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7());
 }
 
-/// A run of the direct pass with refinement over some grids, the way the plug-in drives it.
+/// Runs the direct pass with refinement over some grids, with the calls that the plug-in makes.
 class Refinement : public ::testing::Test {
 protected:
     osg::NodePtr add(const osg::GeometryPtr& geometry) {
@@ -116,7 +116,7 @@ float shareAt(const osg::GeometryPtr& geometry, float x, float y) {
     return -1;
 }
 
-/// Vertices inside edges of other triangles, and triangles that are flat or upside down.
+/// Counts vertices inside edges of other triangles, and triangles that are flat or face down.
 struct Flaws {
     int hanging = 0, flat = 0;
 };
@@ -162,7 +162,7 @@ TEST_F(Refinement, GivenAShadowInTheMiddleOfOneQuad_FindsIt) {
     addLid(430, 560, 60, 20);
     tracing.build(scene);
     direct(ground);
-    ASSERT_GT(shareAt(ground, 430, 560), 0.9f) << "the corners know nothing of the lid";
+    ASSERT_GT(shareAt(ground, 430, 560), 0.9f) << "the corners do not see the lid";
     refine(ground);
     EXPECT_GT(positionsOf(ground)->getSize(), 20u);
     EXPECT_LT(shareAt(ground, 430, 560), 0.4f);
@@ -188,7 +188,7 @@ TEST_F(Refinement, GivenNewVertices_TracesEachAndInterpolatesTheRest) {
     direct(ground);
     const osg::GeoTexCoords2fPtr texCoords = osg::GeoTexCoords2fPtr::dcast(ground->getTexCoords());
     for (osg::UInt32 i = 0; i < count; ++i) {
-        EXPECT_EQ(found[i], resultsOf(ground)->getField()[i]) << "as if it had been there from the start";
+        EXPECT_EQ(found[i], resultsOf(ground)->getField()[i]) << "equals the result of an original vertex";
         EXPECT_EQ(ground->getNormals()->getValue(i), osg::Vec3f(0, 0, 1));
         EXPECT_NEAR(texCoords->getField()[i][0], positionsOf(ground)->getField()[i][0] / 100, 1e-5f);
     }
@@ -201,7 +201,7 @@ TEST_F(Refinement, GivenEvenLight_LeavesTheGeometryBitForBit) {
     const osg::GeoIndicesPtr indices = ground->getIndices();
     refine(ground);
     EXPECT_EQ(positionsOf(ground)->getSize(), 16u);
-    EXPECT_EQ(ground->getIndices(), indices) << "not even the property is new";
+    EXPECT_EQ(ground->getIndices(), indices) << "the property is the same object";
 }
 
 TEST_F(Refinement, GivenTwoGeometriesThatTouch_LeavesNoGapBetweenThem) {
@@ -223,7 +223,7 @@ TEST_F(Refinement, GivenTwoGeometriesThatTouch_LeavesNoGapBetweenThem) {
     EXPECT_EQ(findFlaws({left, right}).hanging, 0);
 }
 
-TEST_F(Refinement, GivenANeighbourThatIsNotRefined_DoesNotSplitWhatTheyShare) {
+TEST_F(Refinement, GivenANeighbourThatIsNotRefined_DoesNotSplitSharedEdges) {
     const osg::GeometryPtr left = makeGrid(3, 100), right = makeGrid(3, 100, 300);
     add(left);
     add(right);
@@ -277,7 +277,7 @@ TEST_F(Refinement, GivenAMinimumEdgeLength_LeavesShorterEdges) {
                                            positionsOf(ground)->getField()[indices->getField()[i + (c + 1) % 3]])
                                               .length());
     EXPECT_GT(positionsOf(ground)->getSize(), 25u);
-    EXPECT_GE(shortest, 50.0f) << "an edge longer than the minimum was halved, none shorter";
+    EXPECT_GE(shortest, 50.0f) << "only edges longer than the minimum are halved";
 }
 
 TEST_F(Refinement, GivenChannelFive_TracesItWithItsMarker) {
@@ -380,14 +380,14 @@ TEST_F(Refinement, GivenPenumbra_CountsVerticesAndRaysThatItAdded) {
     const std::uint64_t added = positionsOf(ground)->getSize() - before;
     ASSERT_GT(added, 0u);
     EXPECT_EQ(statistics.addedVertices, added);
-    EXPECT_EQ(statistics.requested.direct, before * rays) << "the pass, without what refinement added";
-    ASSERT_GT(statistics.refining.direct, added * rays) << "the new vertices, and the points where it looked";
+    EXPECT_EQ(statistics.requested.direct, before * rays) << "only the vertices before refinement";
+    ASSERT_GT(statistics.refining.direct, added * rays) << "new vertices and probes";
     const std::uint64_t axis = ktRefinementProbes::raysPerAxis(threshold);
     EXPECT_EQ((statistics.refining.direct - added * rays) % (axis * axis), 0u);
     EXPECT_EQ(statistics.refining.indirect, 0u);
 }
 
-TEST_F(Refinement, GivenEvenLight_CountsTheRaysThatFoundNothing) {
+TEST_F(Refinement, GivenEvenLight_CountsTheRaysOfItsProbes) {
     const osg::GeometryPtr ground = makeGrid(2, 100);
     add(ground);
     tracing.build(scene);

@@ -28,7 +28,7 @@ double distanceToSegment(Point a, Point b) {
     return std::hypot(a.x + share * x, a.y + share * y);
 }
 
-// How far inside a triangle the origin is; negative: how far outside.
+// Distance of the origin to the nearest edge of a triangle; negative if it is outside.
 double depthInside(const Point (&p)[3]) {
     const double edge =
         std::min({distanceToSegment(p[0], p[1]), distanceToSegment(p[1], p[2]), distanceToSegment(p[2], p[0])});
@@ -39,7 +39,7 @@ double depthInside(const Point (&p)[3]) {
         left &= side >= 0;
         right &= side <= 0;
     }
-    return left != right ? edge : -edge; // both: seen edge-on
+    return left != right ? edge : -edge; // both are true only if the triangle is seen edge-on
 }
 
 } // namespace
@@ -81,16 +81,16 @@ ktRoundingJudge::Verdict ktRoundingJudge::judge(const float* origin, const float
             const Vector normal = cross(corner[1] - corner[0], corner[2] - corner[0]);
             const double size = length(normal);
             if (!(size > 0))
-                continue; // without area: never met
+                continue; // without area: never hit
             const double height = dot(corner[0], normal) / size, slope = std::fabs(dot(d, normal)) / size;
-            // Along a flat slope a small error of the plane is a long way of the ray, but not beyond the corners.
+            // For a ray almost parallel to the plane, rounding moves the hit far, but not past the corners.
             const double distance = height / (dot(d, normal) / size), slack = tolerance / slope + rounding * last;
             const double nearest = slope > 0 ? std::max(distance - slack, first - tolerance) : first - tolerance;
             const double farthest = slope > 0 ? std::min(distance + slack, last + tolerance) : last + tolerance;
             if (farthest < limits.minDistance || nearest > limits.maxDistance)
                 continue;
             if (!limits.bothSides && height > tolerance)
-                continue; // its back for certain
+                continue; // certainly its back
             verdict.possible = true;
             verdict.certain = depth > tolerance && slope > 0 && distance - slack > limits.minDistance &&
                               distance + slack < limits.maxDistance && (limits.bothSides || height < -tolerance);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Calls of the host's ray tracing: cancel, errors, event loop, progress and clean-up.
 #include "ktGeoSubdivisionList.h"
 #include "ktHostSignals.h"
 #include "ktOSGWidget.h"
@@ -31,7 +32,7 @@ struct Application {
     QCoreApplication application{argumentCount, arguments};
 };
 
-// A tracer that hits nothing and does as it is told.
+// A tracer that hits nothing and calls the functions that a test sets.
 class FakeTracer : public ktTracer {
 public:
     struct Orders {
@@ -121,7 +122,7 @@ TEST_F(SceneRaytracing, GivenCancelWhileBuilding_IsEmptyAndQuiet) {
     EXPECT_THAT(log.lines, IsEmpty());
 }
 
-TEST_F(SceneRaytracing, GivenCancelledBuildThatDoesNotStop_ReturnsWithoutItAndWaitsBeforeTheNext) {
+TEST_F(SceneRaytracing, GivenCancelledBuildThatDoesNotStop_ReturnsAndWaitsBeforeTheNextBuild) {
     const Application application;
     std::atomic<bool> mayEnd{false}, hasEnded{false};
     orders.atBuild = [&] {
@@ -130,7 +131,7 @@ TEST_F(SceneRaytracing, GivenCancelledBuildThatDoesNotStop_ReturnsWithoutItAndWa
         hasEnded = true;
     };
     QTimer::singleShot(0, [] { ktCancelToken::the().cancel(); });
-    tracing.build(scene); // would hang if it waited
+    tracing.build(scene); // hangs if it waits for the build
     EXPECT_FALSE(hasEnded);
     tracing.utils->restoreRaytracing(0);
     EXPECT_FALSE(hasEnded);
@@ -139,7 +140,7 @@ TEST_F(SceneRaytracing, GivenCancelledBuildThatDoesNotStop_ReturnsWithoutItAndWa
     tracing.build(scene);
     EXPECT_TRUE(hasEnded);
     EXPECT_EQ(orders.builds, 2);
-    EXPECT_EQ(orders.stoppedBuilds, 1); // the left one, though the token was reset before it looked
+    EXPECT_EQ(orders.stoppedBuilds, 1); // the abandoned build, although the token was reset before it polled
     EXPECT_NE(tracing.traceOne(origin, up), ktTestTracing::untouched);
     EXPECT_THAT(log.lines, IsEmpty());
 }
@@ -200,7 +201,7 @@ TEST_F(SceneRaytracing, GivenLongCall_ReportsProgressUpToTheEnd) {
     EXPECT_EQ(reports.back(), (std::pair<quint64, quint64>(1280, 1280)));
 }
 
-TEST_F(SceneRaytracing, GivenCallFromAnEventHandler_TurnsItAway) {
+TEST_F(SceneRaytracing, GivenCallFromAnEventHandler_RefusesIt) {
     const Application application;
     orders.atTrace = [] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
     osg::Vec4f nested = ktTestTracing::untouched;
@@ -210,7 +211,7 @@ TEST_F(SceneRaytracing, GivenCallFromAnEventHandler_TurnsItAway) {
     EXPECT_THAT(log.lines, ElementsAre(HasSubstr("under way")));
 }
 
-TEST_F(SceneRaytracing, GivenSamplerArguments_MakesOnlyWhatItKnows) {
+TEST_F(SceneRaytracing, GivenSamplerArguments_RefusesUnsupportedOnes) {
     for (const auto& [u, v] : {std::pair{0, 8}, {8, 0}, {-1, -1}})
         EXPECT_EQ(tracing.utils->createSampler(u, v, 0, 1, 0.25f, 0.25f), nullptr);
     EXPECT_THAT(log.lines, IsEmpty());
@@ -246,7 +247,7 @@ TEST_F(SceneRaytracing, GivenEndOfRun_RestoresTheViewAndForgetsTheScene) {
     closed.addMesh(sphere);
     real.build(closed);
     EXPECT_LT(real.traceOne(origin, up)[3], 0.001f);
-    ktCancelToken::the().cancel(); // memory goes after a cancel, too
+    ktCancelToken::the().cancel(); // memory is freed after a cancel as well
     real.utils->restoreRaytracing(3);
     ktCancelToken::the().reset();
     EXPECT_EQ(ktOSGWidget::getRaytracing(), 3);
@@ -254,7 +255,7 @@ TEST_F(SceneRaytracing, GivenEndOfRun_RestoresTheViewAndForgetsTheScene) {
     real.utils->restoreRaytracing(0);
 }
 
-TEST(RaytracingManager, GivenNoReplacement_HasTheHostsOwn) {
+TEST(RaytracingManager, GivenNoReplacement_UsesTheHostsRaytracing) {
     ktRaytracingUtils* own = ktRaytracingManager::getRaytracingUtils();
     ASSERT_NE(own, nullptr);
     EXPECT_EQ(ktRaytracingManager::getRaytracingUtils(), own);

@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <vector>
 
-/// A triangle mesh for tests, with shapes whose occlusion is known.
+/// A triangle mesh for tests, with shapes of known occlusion.
 struct ktTestMesh {
-    std::vector<float> positions; ///< x, y, z; one spare float at the end is added by view()
+    std::vector<float> positions; ///< x, y, z; view() reserves one more float at the end
     std::vector<std::uint32_t> indices;
 
     std::uint32_t addVertex(double x, double y, double z) {
@@ -21,7 +21,7 @@ struct ktTestMesh {
 
     void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) { indices.insert(indices.end(), {a, b, c}); }
 
-    /// A parallelogram from `corner` along `a` and `b`; its front is on the side of a x b.
+    /// A parallelogram from `corner` along `a` and `b`; its front faces along a x b.
     void addQuad(std::array<double, 3> corner, std::array<double, 3> a, std::array<double, 3> b) {
         const auto at = [&](double s, double t) {
             return addVertex(corner[0] + s * a[0] + t * b[0], corner[1] + s * a[1] + t * b[1],
@@ -44,7 +44,7 @@ struct ktTestMesh {
             addTriangle(centre, rim[static_cast<std::size_t>((i + 1) % segments)], rim[static_cast<std::size_t>(i)]);
     }
 
-    /// A closed sphere around the origin, facing out.
+    /// A closed sphere around the origin, facing outwards.
     void addSphere(double radius, int rings, int segments) {
         const auto at = [&](int ring, int segment) {
             const double polar = M_PI * ring / rings, azimuth = 2 * M_PI * (segment % segments) / segments;
@@ -65,7 +65,7 @@ struct ktTestMesh {
 
     /// For ktTracer::build(); valid until the mesh changes.
     ktTracerMesh view() {
-        positions.reserve(positions.size() + 1); // four readable bytes behind the last position
+        positions.reserve(positions.size() + 1); // four readable bytes after the last position
         ktTracerMesh mesh;
         mesh.positions = positions.data();
         mesh.indices = indices.data();

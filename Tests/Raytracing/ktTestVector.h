@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-/// A vector in double precision, for the checks that judge the tracers and share no code with them.
+/// A vector in double precision, for checks of the tracers that share no code with them.
 struct ktTestVector {
     double x, y, z;
 };

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The meshes that are traced: transformed positions, instances and bad triangles.
 #include "ktTracedScene.h"
 #include "ktCancelPoint.h"
 #include "ktTriangleScene.h"
@@ -16,7 +17,7 @@ osg::Matrix scaling(osg::Real32 x, osg::Real32 y, osg::Real32 z) {
     return matrix;
 }
 
-// As with more processors than there may be.
+// Four threads, also on machines with fewer processors.
 void makeOnFourThreads(ktTracedScene& traced, const ktTriangleScene& scene) {
     ktEventPump pump;
     traced.collect(scene.geometryNodes, {}, pump);
@@ -33,19 +34,19 @@ ktTestMesh square() {
 
 } // namespace
 
-TEST(TracedScene, GivenBadTriangles_CountsThemForEachUseThatReadsThemAndKnowsTheFirst) {
+TEST(TracedScene, GivenBadTriangles_CountsThemPerReadAndKeepsTheFirst) {
     ktTestMesh broken = square();
-    broken.addTriangle(0, 1, 99); // no such position
+    broken.addTriangle(0, 1, 99); // position 99 does not exist
     ktTestMesh far = square();
     far.addTriangle(0, 1, far.addVertex(1e17, 0, 0));
     ktTriangleScene scene;
     scene.addMesh(square());
-    scene.addMesh(far);                         // as it stands it is fine
+    scene.addMesh(far);                         // no bad triangle at this scale
     scene.addMesh(far, scaling(100, 1, 1));     // 1
     const auto node = scene.addMesh(broken);    // 1
-    scene.addInstance(node, scaling(2, 2, 2));  // the same triangles
-    scene.addInstance(node, scaling(-1, 1, 1)); // 1: others, as they are the other way round
-    scene.addInstance(node, scaling(-3, 1, 1)); // the same as those
+    scene.addInstance(node, scaling(2, 2, 2));  // reads the same triangles
+    scene.addInstance(node, scaling(-1, 1, 1)); // 1: mirrored, so it reads them in another order
+    scene.addInstance(node, scaling(-3, 1, 1)); // reads the same mirrored triangles
     ktTracedScene traced;
     makeOnFourThreads(traced, scene);
     EXPECT_EQ(traced.badTriangles, 3u);
@@ -61,7 +62,7 @@ TEST(TracedScene, GivenBadTriangles_CountsThemForEachUseThatReadsThemAndKnowsThe
     EXPECT_EQ(*traced.geometries[5].triangles, mirrored);
 }
 
-TEST(TracedScene, GivenLargeMesh_TransformsEveryPositionAndLeavesOutTheBad) {
+TEST(TracedScene, GivenLargeMesh_TransformsEveryPositionAndSkipsBadOnes) {
     ktTestMesh mesh;
     for (std::uint32_t i = 0; i < 70000; ++i) {
         const double x = i % 250, y = i / 250;

@@ -38,14 +38,14 @@ float diagonalOf(const std::vector<ktTestMesh>& meshes) {
 }
 
 struct Hits : ktHitReceiver {
-    std::vector<float> distance; // negative: none
+    std::vector<float> distance; // negative: no hit
     void hits(std::uint32_t, std::uint32_t, const ktHitPacket& packet) override {
         for (std::uint32_t i = 0; i < ktHitPacket::width; ++i)
             distance.push_back(packet.mesh[i] == ktHitPacket::noMesh ? -1.0f : packet.distance[i]);
     }
 };
 
-// Judging looks at every triangle. Where so many rays differ, something is wrong anyway.
+// The judge tests every triangle, which is slow. If more rays differ, something is wrong anyway.
 constexpr std::uint64_t mostJudged = 400;
 
 void count(const ktRoundingJudge& judge, const float* origin, const float* direction, const ktRayLimits& limits,
@@ -176,7 +176,7 @@ ktTracerComparison::Result ktTracerComparison::nearest(std::uint32_t countU, std
             result.met += y >= 0;
             if ((x < 0) == (y < 0) && std::fabs(x - y) <= 1e-5f * std::max({x, y, size}))
                 continue;
-            // One of them meets something before the other does: that hit must be a matter of rounding.
+            // One tracer has a nearer hit than the other: this hit must depend on rounding.
             float direction[3];
             ktRoundingJudge::directionOf(vertex, ray, direction);
             ktRayLimits between = limits;

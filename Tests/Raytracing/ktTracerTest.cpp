@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Requirements on every tracer: the same tests run for Embree and for the hemisphere tracer.
 #include "ktBruteForce.h"
 #include "ktEmbreeTracer.h"
 #include "ktHemisphereSampler.h"
@@ -20,7 +21,6 @@ std::unique_ptr<ktTracer> makeEmbree(const char* config) {
     return std::make_unique<ktEmbreeTracer>(config);
 }
 
-// What every tracer must do, whatever is inside.
 class Tracer : public testing::TestWithParam<Kind> {
 protected:
     void build(const std::vector<ktTestMesh>& shapes) {
@@ -122,7 +122,7 @@ TEST_P(Tracer, GivenDistances_CountsOnlyHitsBetweenThem) {
     EXPECT_EQ(openShare(centre, {3.1f, 2.9f, true}), 1.0);
 }
 
-TEST_P(Tracer, GivenNearerHitBelowMinimum_StillMeetsWhatIsBehind) {
+TEST_P(Tracer, GivenNearerHitBelowMinimum_StillHitsWhatIsBehind) {
     build({discAbove(200.0, 1.0), discAbove(200.0, 2.0)});
     const ktRayPacket packet = onePacket({{0, 0, 0, 0, 0, 1}}, 1.5f, FLT_MAX);
     ktHitPacket hits;
@@ -131,13 +131,13 @@ TEST_P(Tracer, GivenNearerHitBelowMinimum_StillMeetsWhatIsBehind) {
     EXPECT_FLOAT_EQ(hits.distance[0], 2.0f);
 }
 
-TEST_P(Tracer, GivenFrontSidesOnly_PassesBacks) {
-    ktTestMesh sphere; // faces out: its inside is the back
+TEST_P(Tracer, GivenFrontSidesOnly_IgnoresBacks) {
+    ktTestMesh sphere; // front faces outwards, so that its inside is the back
     sphere.addSphere(3.0, 40, 80);
     build({sphere});
     EXPECT_EQ(openShare(vertexAt(0, 0, 0), {0.0f, FLT_MAX, false}), 1.0);
     EXPECT_EQ(openShare(vertexAt(0, 0, 0), {0.0f, FLT_MAX, true}), 0.0);
-    // From below, the near side is a front.
+    // Seen from below, the near side is a front.
     EXPECT_EQ(openShare(vertexAt(0, 0, -3.5f), {0.0f, FLT_MAX, false}), openShare(vertexAt(0, 0, -3.5f), unlimited));
     const ktRayPacket packet = onePacket({{0, 0, 0, 0, 0, 1}, {0, 0, 10, 0, 0, -1}}, 0, FLT_MAX);
     EXPECT_EQ(tracer->occluded(packet, false), 2u);
@@ -150,8 +150,8 @@ TEST_P(Tracer, GivenFrontSidesOnly_PassesBacks) {
     EXPECT_EQ(hits.mesh[1], 0u);
 }
 
-TEST_P(Tracer, GivenFrontSidesOnly_MeetsFrontBehindBack) {
-    ktTestMesh up, down; // two sheets above the origin: the nearer shows its back, the farther its front
+TEST_P(Tracer, GivenFrontSidesOnly_HitsFrontBehindBack) {
+    ktTestMesh up, down; // two sheets above the origin: the back of the nearer, the front of the farther
     up.addQuad({-9, -9, 1}, {18, 0, 0}, {0, 18, 0});
     down.addQuad({-9, -9, 2}, {0, 18, 0}, {18, 0, 0});
     build({up, down});
@@ -255,12 +255,12 @@ TEST_P(Tracer, GivenRandomTriangles_AgreesWithBruteForceRayByRay) {
             EXPECT_NEAR(hits.v[ray % 16], expected.v, 1e-3);
             EXPECT_EQ((hits.backSide >> (ray % 16) & 1u) != 0, expected.backSide);
         }
-        EXPECT_LE(wrong, 2); // a ray through an edge may fall on either side
+        EXPECT_LE(wrong, 2); // a ray through an edge may pass on either side
         EXPECT_GT(met, 200);
     }
 }
 
-TEST_P(Tracer, GivenRaysWithOwnLimits_KeepsThem) {
+TEST_P(Tracer, GivenLimitsPerRay_ObeysThem) {
     build({discAbove(2.0, 1.0)});
     ktRayPacket packet = onePacket({{0, 0.1, 0, 0, 0, 1}, {0, 0.1, 0, 0, 0, 1}, {0, 0.1, 0, 0, 0, 1}}, 0, FLT_MAX);
     packet.maxDistance[0] = 0.9f;
@@ -279,7 +279,7 @@ TEST_P(Tracer, GivenNaNRay_LeavesItOpen) {
     EXPECT_EQ(openShare(vertexAt(float(inf), 0, 0), unlimited), 1.0);
 }
 
-TEST_P(Tracer, GivenDegenerateTriangles_NeverMeetsThem) {
+TEST_P(Tracer, GivenDegenerateTriangles_NeverHitsThem) {
     ktTestMesh mesh;
     const std::uint32_t a = mesh.addVertex(-1, -1, 1), b = mesh.addVertex(1, 1, 1), c = mesh.addVertex(0, 0, 1);
     mesh.addTriangle(a, b, c);
@@ -301,7 +301,7 @@ TEST_P(Tracer, GivenStoppedBuild_IsEmpty) {
     EXPECT_EQ(openShare(vertexAt(0, 0, 0), unlimited), 0.0);
 }
 
-TEST(EmbreeTracer, GivenProcessor_TracesAsWideAsItCan) {
+TEST(EmbreeTracer, GivenProcessor_UsesItsWidestVectors) {
     EXPECT_EQ(ktEmbreeTracer("isa=sse4.2").packetWidth(), 4u);
     if (__builtin_cpu_supports("avx2")) {
         EXPECT_EQ(ktEmbreeTracer("isa=avx2").packetWidth(), 8u);

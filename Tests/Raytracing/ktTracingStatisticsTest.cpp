@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What the ray tracing counts, and by which number it knows a geometry.
+// The statistics of the ray tracing, and the numbers by which it identifies geometries.
 #include "ktTracingStatistics.h"
 
 #include "ktGeometryNumbers.h"
@@ -46,12 +46,12 @@ const osg::Vec3f up(0, 0, 1), aside(1, 0, 0), none(0, 0, 0);
 TEST_F(TracingStatistics, GivenEqualVertices_CountsTheRaysThatTheyShare) {
     tracing.trace({{{1, 2, 0}, up}, {{3, 4, 0}, up}, {{1, 2, 0}, up}, {{1, 2, 0}, aside}, {{1, 2, 0}, up}});
     EXPECT_EQ(statistics().requested.direct, 5 * rays);
-    EXPECT_EQ(statistics().shared.direct, 2 * rays) << "three vertices are one";
+    EXPECT_EQ(statistics().shared.direct, 2 * rays) << "three vertices are equal and traced once";
     EXPECT_EQ(statistics().requested.indirect, 0u);
     gather({{1, 2, 0}, {1, 2, 0}, {3, 4, 0}}, {up, up, up});
     EXPECT_EQ(statistics().requested.indirect, 3 * rays);
     EXPECT_EQ(statistics().shared.indirect, rays);
-    EXPECT_EQ(statistics().requested.direct, 5 * rays) << "each kind of pass by itself";
+    EXPECT_EQ(statistics().requested.direct, 5 * rays) << "each kind of pass counts separately";
     EXPECT_TRUE(statistics().geometries.empty()) << "none of the vertices belongs to the scene";
 }
 
@@ -72,7 +72,7 @@ TEST_F(TracingStatistics, GivenGeometryOfTheScene_CountsByItsNumber) {
     EXPECT_EQ(statistics().geometries.at(number).vertices, 4u);
     EXPECT_EQ(statistics().geometries.at(number).rays, 4 * rays);
     tracing.traceNode(node, {up, up, up, up});
-    EXPECT_EQ(statistics().geometries.at(number).vertices, 8u) << "all passes together";
+    EXPECT_EQ(statistics().geometries.at(number).vertices, 8u) << "the sum of all passes";
 }
 
 TEST_F(TracingStatistics, GivenInstances_CountsTheTrianglesOfEachUse) {
@@ -88,14 +88,14 @@ TEST_F(TracingStatistics, GivenInstances_CountsTheTrianglesOfEachUse) {
     EXPECT_EQ(statistics().occludingTriangles, 5u) << "as given, even without area";
 }
 
-TEST_F(TracingStatistics, GivenAnotherRun_BeginsAgain) {
+TEST_F(TracingStatistics, GivenAnotherRun_StartsFromZero) {
     tracing.trace({{{1, 2, 0}, up}, {{1, 2, 0}, up}});
     tracing.utils->setMaterialOverride(false, false, nullptr);
     EXPECT_EQ(statistics().requested.direct, 0u);
     EXPECT_EQ(statistics().shared.direct, 0u);
 }
 
-TEST_F(TracingStatistics, GivenRayTracingOfAnApplication_ReadsThatOfItsOwnClassAlone) {
+TEST_F(TracingStatistics, GivenRayTracingOfAnApplication_ReadsItOnlyIfItIsOfTheHostsClass) {
     tracing.trace({{{1, 2, 0}, up}});
     ktRaytracingManager::setRaytracingUtils(tracing.utils.get());
     EXPECT_EQ(ktReadTracingStatistics().requested.direct, rays);
@@ -103,7 +103,7 @@ TEST_F(TracingStatistics, GivenRayTracingOfAnApplication_ReadsThatOfItsOwnClassA
     EXPECT_EQ(ktReadTracingStatistics().requested.direct, 0u);
 }
 
-TEST(GeometryNumbers, GivenPositionsThatAreReplaced_DoesNotTakeTheirOldAddressForTheGeometry) {
+TEST(GeometryNumbers, GivenReplacedPositions_ForgetsTheirOldAddress) {
     ktTestMesh quad;
     quad.addQuad({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
     const osg::GeometryRefPtr geometry(ktTriangleScene::makeGeometry(quad));
@@ -117,7 +117,7 @@ TEST(GeometryNumbers, GivenPositionsThatAreReplaced_DoesNotTakeTheirOldAddressFo
     replacement->push_back(osg::Pnt3f(1, 2, 3));
     geometry.get()->setPositions(replacement);
     EXPECT_EQ(numbers.find(&old.get()->getField()[0]), 0u);
-    EXPECT_EQ(numbers.find(&replacement->getField()[0]), 0u) << "not made known";
+    EXPECT_EQ(numbers.find(&replacement->getField()[0]), 0u) << "the replacement was not added";
     numbers.add(geometry.get());
     EXPECT_EQ(numbers.find(&replacement->getField()[0]), geometry.get().getFieldContainerId());
     numbers.clear();

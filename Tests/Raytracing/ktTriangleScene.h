@@ -13,7 +13,7 @@
 #include <OpenSG/OSGNode.h>
 #include <OpenSG/OSGTransform.h>
 
-/// The floats of vectors or points as they lie in memory, to compare without the tolerance that their == has.
+/// The floats of vectors or points, to compare them exactly: their operator == has a tolerance.
 template <class Vector>
 std::vector<std::uint32_t> ktBitsOf(const std::vector<Vector>& vectors) {
     std::vector<std::uint32_t> bits(vectors.size() * sizeof(Vector) / sizeof(std::uint32_t));
@@ -30,7 +30,7 @@ public:
 
     /// A geometry node of plain triangles below a transform. @return the node, kept by the scene
     osg::NodePtr addMesh(const ktTestMesh& mesh, const osg::Matrix& toWorld = osg::Matrix());
-    /// Another use of the node's core.
+    /// Another node with the core of `node`, below a transform.
     osg::NodePtr addInstance(const osg::NodePtr& node, const osg::Matrix& toWorld);
     /// A node with this core, below a transform.
     osg::NodePtr addCore(const osg::NodeCorePtr& core, const osg::Matrix& toWorld = osg::Matrix());
@@ -43,7 +43,7 @@ private:
     osg::NodeRefPtr root;
 };
 
-/// Calls the host's utilities as the plug-in does, for loose vertices.
+/// Calls the host's utilities as the plug-in does, for vertices without a geometry.
 class ktTestTracing {
 public:
     explicit ktTestTracing(int count = 32) : ktTestTracing(std::make_unique<ktSceneRaytracing>(), count) {}
@@ -58,24 +58,24 @@ public:
     void build(const ktTriangleScene& scene, const std::vector<osg::NodePtr>& lights = {}) {
         utils->buildAccelerationStructure(scene.geometryNodes, lights);
     }
-    /// Results start as `untouched`.
+    /// Results are `untouched` before the call.
     std::vector<osg::Vec4f> trace(const std::vector<Vertex>& vertices, bool lightMode = false);
     osg::Vec4f traceOne(const osg::Pnt3f& position, const osg::Vec3f& normal, bool lightMode = false) {
         return trace({{position, normal}}, lightMode)[0];
     }
 
-    /// The vertices of a scene's geometry node, with these normals, by the pointers of the scene.
+    /// Traces the vertices of a geometry node with these normals and passes the scene's own pointers.
     std::vector<osg::Vec4f> traceNode(const osg::NodePtr& node, const std::vector<osg::Vec3f>& normals);
 
     static const osg::Vec4f untouched;
 
     std::unique_ptr<ktSceneRaytracing> utils;
     ktSampler* sampler;
-    const osg::Matrix* toWorld = nullptr; ///< null: not transformed
+    const osg::Matrix* toWorld = nullptr; ///< null: no transform
     bool bothSides = true;
 };
 
-/// Catches the log while it lives, and withdraws a cancel at both ends.
+/// Records the log during its lifetime. Resets the cancel token at the start and the end.
 class ktTestLog {
 public:
     ktTestLog() {

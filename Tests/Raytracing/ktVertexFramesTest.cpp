@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Frames of vertices: inward directions, ray origins, rotations and world transforms.
 #include "ktVertexFrames.h"
 #include "ktOneRing.h"
 #include "ktTestMesh.h"
@@ -32,7 +33,7 @@ TEST(OneRing, GivenEdgeOfASheet_PointsOverTheSheet) {
     EXPECT_EQ(way[2], 0);
 }
 
-TEST(OneRing, GivenSurfaceAllAround_HasNoSide) {
+TEST(OneRing, GivenSurfaceAllAround_HasNoInwardDirection) {
     ktTestMesh mesh;
     mesh.addDisc(10, 0, 7);
     float way[3];
@@ -40,7 +41,7 @@ TEST(OneRing, GivenSurfaceAllAround_HasNoSide) {
     EXPECT_TRUE(oneRingsOf(mesh)[1].findInward(up, way));
 }
 
-TEST(OneRing, GivenSurfaceThatRises_HasNoSide) {
+TEST(OneRing, GivenSurfaceThatRises_HasNoInwardDirection) {
     ktTestMesh mesh;
     mesh.addQuad({0, 0, 0}, {1, 0, 2}, {0, 1, 0});
     float way[3];
@@ -81,7 +82,7 @@ TEST(VertexFrames, GivenVertex_MakesARightHandedFrameJustOffTheSurface) {
         const float off[3] = {vertex.origin[0] - (position[0] + 1000), vertex.origin[1] - (position[1] + 2000),
                               vertex.origin[2] - (position[2] - 3000)};
         EXPECT_GT(dot(off, vertex.normal), ktVertexFrames::minHitDistance(5000));
-        EXPECT_LT(dot(off, off), 0.02 * 0.02); // twenty micrometres at most in a scene of five metres
+        EXPECT_LT(dot(off, off), 0.02 * 0.02); // at most twenty micrometres in a scene of five metres
     }
 }
 
@@ -100,7 +101,7 @@ TEST(VertexFrames, GivenEdge_AlsoMovesOverTheOwnSurface) {
     EXPECT_EQ(vertex.normal[2], 1);
 }
 
-TEST(VertexFrames, GivenNeighbours_TurnsThemDifferently) {
+TEST(VertexFrames, GivenNeighbours_RotatesThemDifferently) {
     const ktWorldTransform toWorld;
     const ktVertexFrames frames(toWorld, nullptr, 100);
     std::set<int> quadrants;
@@ -120,7 +121,7 @@ TEST(VertexFrames, GivenNeighbours_TurnsThemDifferently) {
     EXPECT_EQ(a.tangent[0], b.tangent[0]);
 }
 
-TEST(WorldTransform, GivenMatrices_TellsMirroredOnes) {
+TEST(WorldTransform, GivenMatrices_RecognizesMirroredOnes) {
     osg::Matrix matrix;
     EXPECT_FALSE(ktWorldTransform(matrix).isMirrored());
     matrix.setScale(1, -1, 1);
@@ -131,7 +132,7 @@ TEST(WorldTransform, GivenMatrices_TellsMirroredOnes) {
     EXPECT_FALSE(ktWorldTransform(matrix).isMirrored());
 }
 
-TEST(WorldTransform, GivenNormals_KeepsThemAcrossTheSurface) {
+TEST(WorldTransform, GivenNormals_KeepsThemPerpendicularToTheSurface) {
     osg::Matrix matrix(2, 0.5f, 0, 7, 0, 1, 0, 8, 0.25f, 0, -3, 9, 0, 0, 0, 1);
     const ktWorldTransform toWorld(matrix);
     const float a[3] = {1, 2, 0.5f}, b[3] = {-1, 0.25f, 3};

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Groups of equal vertices, sorted so that neighbours in space are traced together.
 #include "ktVertexGroups.h"
 #include "ktCancelPoint.h"
 
@@ -57,7 +58,7 @@ TEST(VertexGroups, GivenManyVertices_KeepsNeighboursTogether) {
     std::sort(sorted.begin(), sorted.end());
     for (std::uint32_t i = 0; i < sorted.size(); ++i)
         ASSERT_EQ(sorted[i], i);
-    // Each run of 64 fills about a cube of a quarter of the side, or two that touch; in any order it would be 0.97.
+    // 64 vertices fill a cube of a quarter of the side, or two cubes that touch. In random order the span is 0.97.
     double spans = 0;
     for (std::size_t piece = 0; piece < 64; ++piece) {
         float low = 2, high = -1;
@@ -71,7 +72,7 @@ TEST(VertexGroups, GivenManyVertices_KeepsNeighboursTogether) {
     EXPECT_LT(spans / 64, 0.6);
 }
 
-TEST(VertexGroups, GivenBadVertices_SetsThemApart) {
+TEST(VertexGroups, GivenBadVertices_ListsThemAsUnusable) {
     const float nan = std::numeric_limits<float>::quiet_NaN(), infinity = std::numeric_limits<float>::infinity();
     Vertices vertices;
     vertices.add(nan, 0, 0);

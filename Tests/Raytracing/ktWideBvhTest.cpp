@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds of the binary and the wide BVH: layout, patches, unusable triangles, stop and progress.
 #include "ktWideBvh.h"
 #include "ktBinaryBvh.h"
 #include "ktHostileMeshes.h"
@@ -76,7 +77,7 @@ TEST(WideBvh, GivenOneThreadOrFour_BuildsTheSame) {
     }
 }
 
-TEST(WideBvh, GivenManyTriangles_GivesEachNodeAndLeafItsOwnPlace) {
+TEST(WideBvh, GivenManyTriangles_StoresNodesAndLeavesWithoutOverlap) {
     std::vector<ktTestMesh> meshes = fineSphere();
     const std::vector<ktTracerMesh> views = viewsOf(meshes);
     for (const ktLeafKind kind : leafKinds) {
@@ -89,7 +90,7 @@ TEST(WideBvh, GivenManyTriangles_GivesEachNodeAndLeafItsOwnPlace) {
         std::uint32_t next = 0;
         for (const std::uint32_t id : walk.ids)
             ASSERT_EQ(id, next++);
-        // Arrays without gaps, the root in front.
+        // The arrays have no gaps; the root comes first.
         for (const ktWideBvhNode* node : walk.nodes)
             ASSERT_TRUE(node >= walk.nodes[0] && node < walk.nodes[0] + bvh.nodeCount());
         std::sort(walk.leaves.begin(), walk.leaves.end(),
@@ -103,7 +104,7 @@ TEST(WideBvh, GivenManyTriangles_GivesEachNodeAndLeafItsOwnPlace) {
     }
 }
 
-TEST(WideBvh, GivenAnyTriangles_KeepsTheirCornersToTheLastBit) {
+TEST(WideBvh, GivenAnyTriangles_KeepsTheirCornersBitForBit) {
     for (std::vector<ktTestMesh> meshes : {fineSphere(), ktHostileMeshes::soup()}) {
         const std::vector<ktTracerMesh> views = viewsOf(meshes);
         for (const ktLeafKind kind : leafKinds) {
@@ -125,8 +126,8 @@ TEST(WideBvh, GivenAnyTriangles_KeepsTheirCornersToTheLastBit) {
     }
 }
 
-TEST(WideBvh, GivenPatches_KeepsCornersThatTrianglesShareOnce) {
-    ktTestMesh fan; // eight triangles round a point, each with corners of its own in the mesh
+TEST(WideBvh, GivenPatches_StoresSharedCornersOnce) {
+    ktTestMesh fan; // eight triangles around a point that share no vertices in the mesh
     ktTestMesh apart;
     for (int i = 0; i < 8; ++i) {
         const double a = i * M_PI / 4, b = (i + 1) % 8 * M_PI / 4, x = 1e-3 * i;
@@ -142,7 +143,7 @@ TEST(WideBvh, GivenPatches_KeepsCornersThatTrianglesShareOnce) {
     ASSERT_EQ(shared.leaves.size(), 1u);
     EXPECT_EQ(shared.leaves[0].pointCount, 9u);
     EXPECT_EQ(one.cacheLineCount(), 3u); // 172 bytes
-    // 24 points do not fit into one patch: five triangles in one, three in another.
+    // 24 points do not fit into one patch: five triangles go into one, three into another.
     ASSERT_EQ(separate.nodes.size(), 0u);
     ASSERT_EQ(separate.leaves.size(), 2u);
     EXPECT_EQ(separate.leaves[0].pointCount, 15u);
@@ -161,7 +162,7 @@ TEST(WideBvh, GivenMoreThanAMillionTriangles_MakesPatches) {
     }
 }
 
-TEST(WideBvh, GivenUnusableTriangles_LeavesThemOutAndNumbersTheRest) {
+TEST(WideBvh, GivenUnusableTriangles_SkipsThemAndKeepsTheOtherIds) {
     ktTestMesh mesh;
     std::vector<std::uint32_t> usable;
     const float nan = std::numeric_limits<float>::quiet_NaN();
@@ -170,7 +171,7 @@ TEST(WideBvh, GivenUnusableTriangles_LeavesThemOutAndNumbersTheRest) {
         const double x = i % 300, y = i / 300;
         const std::uint32_t a = mesh.addVertex(x, y, 0), b = mesh.addVertex(x + 0.8, y, 0),
                             c = mesh.addVertex(x, y + 0.8, 0);
-        if (i % 3 == 0 || (i >= 14000 && i < 40000)) { // many in a row as well
+        if (i % 3 == 0 || (i >= 14000 && i < 40000)) { // single ones and long runs
             const std::uint32_t wrong[3] = {a, bad, 4000000000u};
             mesh.addTriangle(a, b, wrong[i % 7 % 3]);
         } else {
@@ -190,29 +191,29 @@ TEST(WideBvh, GivenUnusableTriangles_LeavesThemOutAndNumbersTheRest) {
     EXPECT_EQ(bvh.meshOf(60000), 3u);
 }
 
-TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
+TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndCallsNoMore) {
     struct Step {
         float from;
         bool isLarge;
     };
-    // Collecting the triangles, splitting them, the binary tree, the wide BVH.
+    // The steps: collect triangles, pre-split, binary tree, wide BVH.
     for (const Step step : {Step{0, false}, Step{0.001f, false}, Step{0.05f, true}, Step{0.2f, false},
                             Step{0.75f, false}, Step{0.8f, false}}) {
         std::vector<ktTestMesh> meshes = step.isLarge ? ktHostileMeshes::largeUneven() : fineSphere();
         const std::vector<ktTracerMesh> views = viewsOf(meshes);
         ktWideBvh bvh;
-        ASSERT_TRUE(bvh.build({views[0]}, {})); // stopping forgets that, too
+        ASSERT_TRUE(bvh.build({views[0]}, {})); // a stop must discard this BVH as well
         std::atomic<int> asking{0}, later{0};
         std::atomic<bool> stopped{false}, sideBySide{false};
         const auto stop = [&](float share) {
             sideBySide = sideBySide || asking++ > 0;
             later += stopped;
-            std::this_thread::sleep_for(std::chrono::microseconds(100)); // so that others come meanwhile
+            std::this_thread::sleep_for(std::chrono::microseconds(100)); // gives other threads time to call
             stopped = stopped || share >= step.from;
             --asking;
             return !stopped;
         };
-        // With many threads the last of the branches begin before the first is done.
+        // With many threads the last branches start before the first has finished.
         const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 2);
         tbb::task_arena(2).execute([&] { EXPECT_FALSE(bvh.build(views, stop)) << step.from; });
         EXPECT_TRUE(stopped) << step.from;
@@ -224,12 +225,12 @@ TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndAsksNoMore) {
     }
 }
 
-TEST(WideBvh, GivenProgress_TellsSharesUpToTheEnd) {
+TEST(WideBvh, GivenProgress_ReportsSharesUpToOne) {
     std::vector<ktTestMesh> meshes = fineSphere();
     ktWideBvh bvh;
     std::vector<float> shares;
     EXPECT_TRUE(bvh.build(viewsOf(meshes), [&](float share) {
-        shares.push_back(share); // one call at a time
+        shares.push_back(share); // the build makes one call at a time
         return true;
     }));
     for (const float share : shares)
@@ -257,7 +258,7 @@ TEST(BinaryBvh, GivenStop_EndsSoonAndIsEmpty) {
     tbb::task_arena arena(4);
     arena.execute([&] { EXPECT_FALSE(tree.build(ktBinaryBvh::Kind::Sah, boxes, {}, stop)); });
     EXPECT_TRUE(stopped);
-    EXPECT_LT(later, 4) << "the other threads may just be telling theirs";
+    EXPECT_LT(later, 4) << "only calls that other threads had already started";
     EXPECT_EQ(tree.root(), 0u);
     EXPECT_TRUE(tree.build(ktBinaryBvh::Kind::Sah, boxes, {}, {}));
     EXPECT_NE(tree.root(), 0u);

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-/// An unindexed leaf, or a patch of a leaf, read back from a wide BVH.
+/// An unindexed leaf or one patch of a leaf, read from a wide BVH.
 struct ktStoredTriangles {
     using Limits = ktWideBvhLayout;
 
@@ -18,7 +18,7 @@ struct ktStoredTriangles {
     std::uint32_t nextPointCount = 0;
     std::vector<std::uint32_t> ids;
     std::vector<std::array<float, 9>> corners; ///< of each triangle: a, b, c
-    bool restIsFlat = true;                    ///< lanes without a triangle have no area
+    bool restIsFlat = true;                    ///< lanes without a triangle hold a triangle without area
 
     explicit ktStoredTriangles(const ktCacheLine* begin) : line(begin), cacheLineCount(5) {
         ktUnindexedLeaf leaf;
@@ -49,7 +49,7 @@ private:
         for (std::uint32_t c = 0; c < 3; ++c)
             for (std::uint32_t axis = 0; axis < 3; ++axis)
                 triangle[3 * c + axis] = corner(c, axis);
-        if (std::memcmp(&triangle[0], &triangle[3], 12) == 0) { // such a triangle is never stored
+        if (std::memcmp(&triangle[0], &triangle[3], 12) == 0) { // never stored, so the lane is empty
             restIsFlat = restIsFlat && std::memcmp(&triangle[3], &triangle[6], 12) == 0;
             return;
         }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Work on other threads while the event loop runs: exceptions, waiting and thread counts.
 #include "ktWorkers.h"
 #include "ktEventPump.h"
 #include "ktParallel.h"
@@ -62,7 +63,7 @@ TEST(Workers, GivenNoApplication_JustWorks) {
     EXPECT_GT(calls, 0);
 }
 
-TEST(Workers, GivenException_ArrivesAtTheCaller) {
+TEST(Workers, GivenException_RethrowsItToTheCaller) {
     ktEventPump pump;
     EXPECT_THROW(ktWorkers::run([] { throw std::runtime_error("broken"); }, pump), std::runtime_error);
     EXPECT_THROW(ktWorkers::run(
@@ -89,7 +90,7 @@ TEST(Workers, GivenExceptionInEventHandler_EndsTheWorkFirst) {
     EXPECT_TRUE(ended);
 }
 
-TEST(Workers, GivenUpWaiting_LeavesTheWorkRunning) {
+TEST(Workers, GivenCallerThatStopsWaiting_LeavesTheWorkRunning) {
     std::atomic<bool> mayEnd{false};
     ktEventPump pump;
     ktWorkers workers([&] {
@@ -104,8 +105,8 @@ TEST(Workers, GivenUpWaiting_LeavesTheWorkRunning) {
 }
 
 TEST(Workers, GivenWorkLeftAtTheEndOfTheProcess_EndsItFirst) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe"; // workers of earlier tests may still be about
-    // Never destroyed: the exit alone waits.
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // workers of earlier tests may still run
+    // Never destroyed, so that only the exit of the process waits.
     EXPECT_EXIT(
         {
             new ktWorkers([] {
@@ -127,7 +128,7 @@ TEST(Workers, GivenThreadCount_UsesThatMany) {
         ktWorkers::run(
             [&] {
                 ktParallel::forRange(60, 1, [&](std::size_t, std::size_t) {
-                    // Until all threads have come, however busy the machine is; in vain when there are too few.
+                    // Waits until all threads have started, also on a busy machine. With too few threads it times out.
                     std::unique_lock<std::mutex> lock(mutex);
                     threads.insert(std::this_thread::get_id());
                     changed.notify_all();

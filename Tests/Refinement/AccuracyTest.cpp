@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// How well refined ground planes meet the light that dense grids of traced points show. ktRefinementReport gives the
-// same figures for any model, and denser grids.
+// Compares the light on refined ground planes with dense grids of traced points. ktRefinementReport does this for any
+// model and with denser grids.
 #include "ktPlaneAccuracy.h"
 
 #include <gtest/gtest.h>

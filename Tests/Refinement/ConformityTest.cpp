@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// That refined meshes stay whole, judged by positions in the world alone. ktRefinementReport does the same for any
-// model.
+// Refined meshes have no gaps and no bad triangles, checked by world positions alone. ktRefinementReport does the same
+// for any model.
 #include "ktMeshFlaws.h"
 #include "ktRefinedModel.h"
 
@@ -77,7 +77,7 @@ TEST(MeshFlaws, GivenAGoodCut_FindsNone) {
 }
 
 TEST(MeshFlaws, GivenAPlaceInsideAnEdge_FindsIt) {
-    // One part is cut at the edge between the two, the other is not.
+    // One part is split at the shared edge, the other is not.
     const ktWorldTriangles cut = {
         {{{{0, 0, 0}, {4, 0, 0}, {2, 2, 0}}}, {{{0, 0, 0}, {1, 1, 0}, {0, 4, 0}}}, {{{1, 1, 0}, {2, 2, 0}, {0, 4, 0}}}},
         {0, 0, 0}};
@@ -94,7 +94,7 @@ TEST(MeshFlaws, GivenAGapBetweenTwoGeometries_FindsIt) {
 }
 
 TEST(MeshFlaws, GivenPartsThatOnlyTouch_FindsNone) {
-    // The second triangle has a corner in the middle of an edge of the first: the file came so.
+    // The second triangle has a corner in the middle of an edge of the first, already in the file.
     ktWorldTriangles before = oneTriangle();
     before.corners.push_back({{{2, 2, 0}, {6, 6, 0}, {4, 0, 0}}});
     before.nodes.push_back(1);

@@ -31,12 +31,12 @@ Point cross(const Point& a, const Point& b) {
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
-// Twice the area, times the unit normal.
+// The unit normal times twice the area.
 Point areaOf(const std::array<Point, 3>& t) {
     return cross(minus(t[1], t[0]), minus(t[2], t[0]));
 }
 
-// Twice the area by the square of the longest side: 0 is flat, 0.87 equilateral.
+// Twice the area divided by the square of the longest side: 0 is flat, 0.87 equilateral.
 double shapeOf(const std::array<Point, 3>& t) {
     double longest = 0;
     for (std::size_t c = 0; c < 3; ++c)
@@ -46,7 +46,7 @@ double shapeOf(const std::array<Point, 3>& t) {
 
 constexpr double flatShape = 1e-5;
 
-// Things in space, found by the cell of a regular grid.
+// Numbers of points or triangles, sorted into the cells of a regular grid.
 class Cells {
 public:
     explicit Cells(double size_) : size(size_) {}
@@ -69,7 +69,7 @@ public:
                     things[key(x, y, z)].push_back(thing);
     }
 
-    /// Everything that was added over the point's cell, and perhaps more.
+    /// Visits everything that overlaps the point's cell, and perhaps more.
     void visit(const Point& at, const std::function<void(std::size_t)>& see) const {
         const auto found = things.find(key(cell(at[0]), cell(at[1]), cell(at[2])));
         if (found != things.end())
@@ -113,7 +113,7 @@ double meanEdge(const ktWorldTriangles& mesh) {
     return sum / (3.0 * static_cast<double>(mesh.corners.size()));
 }
 
-// Whether a point is on a segment; `strictly`: and not at its ends.
+// Whether a point is on a segment; with `strictly` not at its ends.
 bool isOn(const Point& p, const Edge& edge, double tolerance, bool strictly) {
     const Point along = minus(edge.second, edge.first);
     const double size = length(along);
@@ -126,7 +126,7 @@ bool isOn(const Point& p, const Edge& edge, double tolerance, bool strictly) {
     return length(cross(minus(p, edge.first), along)) <= tolerance * size;
 }
 
-// Whether two triangles have the edge in common that a part of an edge, from `a` to `b`, lies on.
+// Whether two triangles share an edge that contains the segment from `a` to `b`.
 bool meetAt(const std::array<Point, 3>& left, const std::array<Point, 3>& right, const Point& a, const Point& b,
             double tolerance) {
     for (std::size_t c = 0; c < 3; ++c) {
@@ -143,17 +143,17 @@ bool meetAt(const std::array<Point, 3>& left, const std::array<Point, 3>& right,
     return false;
 }
 
-// The triangles before that a triangle may be a part of: several where the mesh lay on itself.
+// For each new triangle the old triangles that may contain it: several where the old mesh overlaps.
 using Parents = std::vector<std::vector<std::size_t>>;
 
-// A new place inside an edge is a gap only where both belong to one triangle before, or to two that shared the edge:
-// parts that merely touch, or a file's own gaps, are none of the refinement's.
+// A new point inside an edge is a gap only if both belong to one old triangle, or to two that shared the edge. Gaps
+// between parts that only touch, or that the file has, are not counted.
 std::size_t countHanging(const ktWorldTriangles& before, const ktWorldTriangles& after, const Parents& parents,
                          double tolerance) {
     std::set<Point> old;
     for (const auto& t : before.corners)
         old.insert(t.begin(), t.end());
-    std::map<Point, std::vector<std::size_t>> places; // new ones, with the triangles at them
+    std::map<Point, std::vector<std::size_t>> places; // new points, with the triangles at them
     for (std::size_t i = 0; i < after.corners.size(); ++i)
         for (const Point& p : after.corners[i])
             if (!parents[i].empty() && old.count(p) == 0)
@@ -173,7 +173,7 @@ std::size_t countHanging(const ktWorldTriangles& before, const ktWorldTriangles&
     for (std::size_t i = 0; i < after.corners.size(); ++i)
         for (std::size_t c = 0; c < 3 && !parents[i].empty(); ++c) {
             const Point &a = after.corners[i][c], &b = after.corners[i][(c + 1) % 3];
-            // Places of the cells that the edge passes: every place reaches a tenth of a cell beyond its own.
+            // The points in the cells that the edge crosses. Each point is enlarged by a tenth of a cell.
             const int steps = 1 + static_cast<int>(10 * length(minus(a, b)) / cells.size);
             std::set<std::size_t> near;
             for (int k = 0; k <= steps; ++k) {
@@ -196,7 +196,7 @@ std::size_t countHanging(const ktWorldTriangles& before, const ktWorldTriangles&
     return hanging;
 }
 
-// Whether a triangle lies in another.
+// Whether a triangle lies inside another.
 bool isPart(const std::array<Point, 3>& part, const std::array<Point, 3>& whole, double tolerance) {
     const Point area = areaOf(whole);
     const double size = length(area);
@@ -239,7 +239,7 @@ ktWorldTriangles ktReadWorldTriangles(const std::vector<osg::NodePtr>& nodes) {
 
 ktMeshFlaws ktFindFlaws(const ktWorldTriangles& before, const ktWorldTriangles& after) {
     ktMeshFlaws flaws;
-    const double tolerance = 2e-7 * diagonalOf(before); // somewhat above the rounding of positions
+    const double tolerance = 2e-7 * diagonalOf(before); // a little above the rounding of positions
     Cells cells(std::max(2 * meanEdge(before), 100 * tolerance)),
         flatCells(std::max(2 * meanEdge(before), 100 * tolerance));
     Parents parents(after.corners.size());
@@ -253,7 +253,7 @@ ktMeshFlaws ktFindFlaws(const ktWorldTriangles& before, const ktWorldTriangles& 
                 high[k] = std::max(high[k], p[k] + tolerance);
             }
         areaBefore += length(areaOf(t));
-        // Triangles without height tell nothing: what they are cut into has none either.
+        // Triangles without height are kept apart: their parts have no height either.
         (shapeOf(t) > flatShape ? cells : flatCells).add(low, high, i);
     }
     for (std::size_t i = 0; i < after.corners.size(); ++i) {
@@ -268,12 +268,12 @@ ktMeshFlaws ktFindFlaws(const ktWorldTriangles& before, const ktWorldTriangles& 
             isFound = true;
             parents[i].push_back(whole);
             looksAlike = looksAlike || dot(areaOf(t), areaOf(before.corners[whole])) >= 0;
-            // Halving the longest side again and again keeps at least half of the smallest angle.
+            // Repeated halving of the longest side keeps at least half of the smallest angle.
             isWell = isWell || shapeOf(t) >= 0.2 * shapeOf(before.corners[whole]);
         });
         flaws.lost += !isFound && shapeOf(t) > flatShape;
         flaws.flipped += isFound && !looksAlike;
-        // One that came so, and lies along another's edge, was found as a part of that.
+        // A triangle that was flat before and lies on an edge of another was found as a part of that one.
         bool wasFlat = false;
         if (isFound && !isWell)
             flatCells.visit(middle, [&](std::size_t whole) {

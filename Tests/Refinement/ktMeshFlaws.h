@@ -6,25 +6,25 @@
 #include <OpenSG/OSGNode.h>
 #include <vector>
 
-/// Triangles of some geometry nodes in the world, corner by corner.
+/// Triangles of some geometry nodes in world space, corner by corner.
 struct ktWorldTriangles {
     std::vector<std::array<std::array<double, 3>, 3>> corners;
     std::vector<std::size_t> nodes; ///< which node a triangle belongs to
 };
 
-/// Reads the triangles that a renderer would draw; those with two corners at one place are left out.
+/// Reads the triangles that a renderer draws. Leaves out triangles with two equal corners.
 ktWorldTriangles ktReadWorldTriangles(const std::vector<osg::NodePtr>& nodes);
 
-/// What is wrong with a refined mesh that was right with the mesh before.
+/// Flaws of a refined mesh that the mesh before refinement does not have.
 struct ktMeshFlaws {
-    std::size_t hanging = 0; ///< places inside an edge of a triangle that shared that edge with theirs before
-    std::size_t flipped = 0; ///< triangles that look away from the triangle they are a part of
-    std::size_t flat = 0;    ///< triangles without area that are no part of one without area
-    std::size_t lost = 0;    ///< triangles that are no part of a triangle before
-    double areaChange = 0;   ///< relative
+    std::size_t hanging = 0; ///< points inside an edge that their triangle shared before
+    std::size_t flipped = 0; ///< triangles that face away from their old triangle
+    std::size_t flat = 0;    ///< triangles without area whose old triangle has area
+    std::size_t lost = 0;    ///< triangles outside all old triangles
+    double areaChange = 0;   ///< relative to the old area
 
     bool any() const { return hanging + flipped + flat + lost > 0; }
 };
 
-/// Compares a mesh before and after a refinement, by positions in the world alone.
+/// Compares a mesh before and after refinement, by world positions alone.
 ktMeshFlaws ktFindFlaws(const ktWorldTriangles& before, const ktWorldTriangles& after);

@@ -12,7 +12,7 @@ namespace {
 // A traced value at each point of a square grid over the plane, by row.
 struct Grid {
     int squares;
-    osg::Pnt3f low, high; // corners of the plane, in the world; y is the same
+    osg::Pnt3f low, high; // opposite corners in world space; y is equal
     std::vector<float> values;
 
     Grid(int squares_, const osg::Pnt3f& low_, const osg::Pnt3f& high_) : squares(squares_), low(low_), high(high_) {}
@@ -32,12 +32,12 @@ struct Grid {
     }
 };
 
-// Root mean square of what a triangle mesh over the grid's area differs from the grid, by area.
+// Root mean square difference between a triangle mesh over the grid's area and the grid, weighted by area.
 class Difference {
 public:
     explicit Difference(Grid& grid_) : grid(grid_) {}
 
-    /// Corners in squares of the grid.
+    /// The unit of x and y is one square of the grid.
     void addTriangle(const double (&x)[3], const double (&y)[3], const float (&w)[3]) {
         const double area = (x[1] - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (y[1] - y[0]);
         const auto first = [](const double(&v)[3]) {
@@ -52,7 +52,7 @@ public:
                 const double v = ((x[1] - x[0]) * (row - y[0]) - (column - x[0]) * (y[1] - y[0])) / area;
                 if (!(u >= -1e-6 && v >= -1e-6 && u + v <= 1 + 1e-6))
                     continue;
-                // Points at the rim stand for less area. Those on an edge inside count once per triangle: they are few.
+                // Points at the rim represent less area. The few points on inner edges count once per triangle.
                 const double weight = (row % grid.squares == 0 ? 0.5 : 1.0) * (column % grid.squares == 0 ? 0.5 : 1.0);
                 const double difference = (1 - u - v) * w[0] + u * w[1] + v * w[2] - grid.at(column, row);
                 squares += weight * difference * difference;

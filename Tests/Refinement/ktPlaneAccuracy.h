@@ -3,17 +3,17 @@
 
 #include "ktRefinedModel.h"
 
-/// How well light on a model's ground plane is met: root mean square differences over its area from a dense grid of
-/// traced points.
+/// How exact the light on a model's ground plane is: root mean square differences over its area, from a dense grid
+/// of traced points.
 struct ktPlaneAccuracy {
     std::size_t vertices = 0; ///< of the refined plane
-    double unrefined = 0;     ///< by the plane as it was
-    double refined = 0;       ///< by the refined plane
-    double uniform = 0;       ///< by a grid of equal squares with at least as many vertices
-    double refineSeconds = 0; ///< that the refinement took of all cores
-    double traceSeconds = 0;  ///< that tracing the vertices of the refined plane once takes of them
+    double unrefined = 0;     ///< of the plane before refinement
+    double refined = 0;       ///< of the refined plane
+    double uniform = 0;       ///< of a grid of equal squares with at least as many vertices
+    double refineSeconds = 0; ///< of the refinement, summed over all cores
+    double traceSeconds = 0;  ///< to trace the refined plane's vertices once, likewise
 };
 
-/// Refines the model's ground plane alone, and judges it.
+/// Refines only the model's ground plane and measures its accuracy.
 /// @param squares along each side of the dense grid
 ktPlaneAccuracy ktMeasurePlane(ktRefinedModel& model, int squares);

@@ -12,33 +12,33 @@
 #include <string>
 #include <vector>
 
-/// Settings of a refinement, by default those that figures are quoted for.
+/// Settings of a refinement. The defaults are those of the figures in the documents.
 struct ktRefinementSettings {
-    int samples = 64; ///< rays along each axis of the pattern
+    int samples = 64; ///< rays per axis of the pattern
     int quality = 2;
     float minEdgeLength = 1, threshold = 0.04f;
     float minDistance = 1, maxDistance = 3000;
 };
 
-/// A model file as a scene, and the calls of the direct pass with refinement on it, as the plug-in makes them.
+/// A model file as a scene, with the calls that the plug-in makes for a direct pass with refinement.
 class ktRefinedModel {
 public:
-    /// @throws std::runtime_error when the file cannot be read
+    /// @throws std::runtime_error if the file cannot be read
     ktRefinedModel(const std::string& path, bool withGroundPlane, const ktRefinementSettings& settings);
     ~ktRefinedModel();
 
     /// Geometry nodes of the whole scene, each core once.
     std::vector<osg::NodePtr> nodes;
-    osg::NodePtr groundPlane; ///< null without one
+    osg::NodePtr groundPlane; ///< null without a ground plane
     ktRefinementSettings settings;
 
-    /// Traces the direct light of a node's vertices into its channel 7. @return seconds of all cores
+    /// Traces the direct light of a node's vertices into channel 7. @return seconds, summed over all cores
     double trace(const osg::NodePtr& node);
-    /// Traces loose vertices, world space. @return their w
+    /// Traces vertices without a geometry, in world space. @return their w
     std::vector<float> trace(const std::vector<osg::Pnt3f>& positions, const osg::Vec3f& normal);
     /// Traces and refines some nodes together.
-    /// @param beforeRefinement called when all is traced; may be empty
-    /// @return seconds that the refinement alone took of all cores
+    /// @param beforeRefinement called after all vertices are traced; may be empty
+    /// @return seconds of the refinement alone, summed over all cores
     double refine(const std::vector<osg::NodePtr>& which, const std::function<void()>& beforeRefinement = {});
 
     static osg::GeometryPtr geometryOf(const osg::NodePtr& node) { return osg::GeometryPtr::dcast(node->getCore()); }

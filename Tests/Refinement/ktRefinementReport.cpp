@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Refines a model and says how well it came out: against a dense grid on its ground plane, and by what is wrong with
-// the mesh. Not part of the tests: dense grids take their time.
+// Refines a model and reports the quality: the accuracy on its ground plane compared with a dense grid, and the flaws
+// of the mesh. Not part of the tests, because dense grids take long.
 #include "ktCancelToken.h"
 #include "ktMeshFlaws.h"
 #include "ktPlaneAccuracy.h"
@@ -23,12 +23,12 @@ double millisecondsSince(Clock::time_point time) {
     return std::chrono::duration<double, std::milli>(Clock::now() - time).count();
 }
 
-// Notes how long the event loop waits to be run, and cancels after a while when it is told to.
+// Measures how long the event loop waits to be run. Cancels after a given time, if one is set.
 class Watch {
 public:
     explicit Watch(double cancelAfter_ms_) : cancelAfter_ms(cancelAfter_ms_) {
         QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
-        timer.start(0); // due at every run of the loop
+        timer.start(0); // fires at every run of the loop
     }
     void tick() {
         longest_ms = std::max(longest_ms, millisecondsSince(last));
@@ -105,7 +105,7 @@ bool reportMesh(ktRefinedModel& model, bool checksMesh, double cancelAfter_ms) {
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App options{"Refines a model and says how well it came out"};
+    CLI::App options{"Refines a model and reports the quality of the result"};
     std::string path;
     ktRefinementSettings settings;
     int squares = 512;

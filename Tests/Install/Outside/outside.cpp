@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Calls the scene graph, the host and the plug-in of the installed package.
 #include <cstdio>
 #include <ktAmbientOcclusion.h>
 #include <ktHostSignals.h>
