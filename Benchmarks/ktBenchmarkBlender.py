@@ -31,7 +31,7 @@ def inside_blender(path, rays, threads):
     elif ending in (".glb", ".gltf"):
         bpy.ops.import_scene.gltf(filepath=path)
     else:
-        raise SystemExit(path + ": .obj, .glb or .gltf, please")
+        raise SystemExit(path + ": is not .obj, .glb or .gltf")
     scene = bpy.context.scene
     scene.render.engine = "CYCLES"
     scene.cycles.device = "CPU"
@@ -58,7 +58,7 @@ def inside_blender(path, rays, threads):
     seconds = time.perf_counter() - start
     light = [c.color[0] for o in meshes for c in o.data.color_attributes[0].data]
     if not any(light):
-        raise SystemExit("Blender baked nothing")
+        raise SystemExit("Blender did not bake")
     print(MARK + json.dumps({
         "seconds": seconds,
         "vertices": len(light),

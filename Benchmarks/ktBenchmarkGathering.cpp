@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Rays a second of a bounce of indirect light, as the host gathers it, against a bare Embree loop of nearest hits:
-// packets of 16 neighbouring directions, the coherent flag, vertices along a space-filling curve. Same rays, same
-// threads, in turns in one process. The ratio is the median of those of the rounds: what else the machine does
-// meanwhile slows neighbours alike.
+// Rays per second of a bounce of indirect light in the host, compared with a bare Embree loop of nearest hits. The loop
+// traces packets of 16 neighbouring directions with the coherent flag, for vertices along a space-filling curve. Both
+// trace the same rays on the same threads, in turns in one process. The result is the median of the ratios of all
+// rounds, because other load on the machine slows both runs of a round alike.
 #include "ktBenchmarkScenes.h"
 #include "ktCommandLine.h"
 #include "ktEmbreeLoop.h"
@@ -48,7 +48,7 @@ double secondsOf(const Action& action) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// A bounce by Embree alone. Everything but the rays is prepared beforehand and not counted.
+/// A bounce by Embree alone. Only the tracing of rays is measured.
 class BareLoop {
 public:
     BareLoop(const ktBenchmarkScene& scene, const Options& options, float maxDistance)
@@ -125,7 +125,7 @@ public:
     Bounces(const Bounces&) = delete;
     Bounces& operator=(const Bounces&) = delete;
 
-    /// The direct pass; a bounce then costs the same whenever it comes.
+    /// The direct pass. After it, every bounce costs the same.
     void prepare(bool overrideColor) {
         const float grey[3] = {0.7f, 0.7f, 0.7f};
         utils.setMaterialOverride(!overrideColor, overrideColor, grey);
@@ -150,7 +150,7 @@ public:
             utils.finishPass();
         });
     }
-    /// Mean light of the last bounce: zero would mean that nothing was done.
+    /// Mean light of the last bounce; it must not be zero.
     double meanLight() const {
         double sum = 0, count = 0;
         for (const osg::NodePtr& node : nodes) {
@@ -255,17 +255,18 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
 
 int main(int argumentCount, char** arguments) {
     Options options;
-    ktCommandLine app("A bounce of indirect light against a bare Embree loop of nearest hits: million rays a second");
+    ktCommandLine app(
+        "Compares a bounce of indirect light with a bare Embree loop of nearest hits: million rays per second");
     app.add("--models", options.models, "Folder with stanford-bunny.obj");
     app.add("--engine", options.engine, "The engine assembly");
     app.addChoice("--scenes", options.scenes, "Scenes to measure", {"bunny", "engine"});
-    app.addRange("--samples", options.samples, "Rays a vertex: the square", 1, 256);
+    app.addRange("--samples", options.samples, "Rays per vertex and axis", 1, 256);
     app.addPositive("--threads", options.threads, "Threads");
     app.addPositive("--rounds", options.rounds, "Runs of each, in turns; the median counts");
     const std::map<std::string, ktTracerKind> kinds{{"embree", ktTracerKind::Embree},
                                                     {"hemisphere", ktTracerKind::Hemisphere}};
     std::string tracer = "hemisphere";
-    app.addChoice("--tracer", tracer, "What the host traces with", {"embree", "hemisphere"});
+    app.addChoice("--tracer", tracer, "Tracer of the host", {"embree", "hemisphere"});
     if (const auto code = app.parse(argumentCount, arguments))
         return *code;
     ktChooseTracer(kinds.at(tracer));

@@ -13,7 +13,7 @@ using Json = nlohmann::json;
 
 constexpr int floats = 5126, unsignedInts = 5125; // component types
 
-// Adds an accessor with a view of its own. @return its number
+// Adds an accessor with a separate view. @return its index
 template <class T>
 std::size_t addAccessor(Json& document, std::uint64_t& length, const T* data, std::size_t count, const char* type,
                         std::size_t components, int componentType) {
@@ -74,8 +74,8 @@ void ktSaveBenchmarkScene(const ktBenchmarkScene& scene, const std::string& path
     writeWord(file, length);
     writeWord(file, 0x004E4942);
     for (const ktBenchmarkMesh& mesh : scene.meshes) {
-        const auto bytes =
-            static_cast<std::streamsize>(mesh.normals.size() * sizeof(float)); // positions have one float more
+        const auto bytes = static_cast<std::streamsize>(mesh.normals.size() *
+                                                        sizeof(float)); // positions have one more float as padding
         file.write(reinterpret_cast<const char*>(mesh.positions.data()), bytes);
         file.write(reinterpret_cast<const char*>(mesh.normals.data()), bytes);
         file.write(reinterpret_cast<const char*>(mesh.indices.data()),

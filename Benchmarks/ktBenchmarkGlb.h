@@ -3,6 +3,6 @@
 
 #include "ktBenchmarkScenes.h"
 
-/// Writes a scene as binary glTF, one node a mesh, for `ktbake` and others to bake.
-/// @throws std::runtime_error naming the file when it cannot be written or gets larger than 4 GB
+/// Writes a scene as binary glTF with one node per mesh, so that `ktbake` and other programs can bake it.
+/// @throws std::runtime_error with the file's name if it cannot be written or is larger than 4 GB
 void ktSaveBenchmarkScene(const ktBenchmarkScene& scene, const std::string& path);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Rays a second of the hemisphere tracer against the best plain Embree loop: packets of 16 neighbouring directions, the
-// incoherent flag for occlusion and the coherent one for nearest hits, vertices along a space-filling curve. Same rays,
-// same threads, in turns in one process; medians. Answers are compared with those of Embree's robust mode; rays that
-// differ are judged in double precision: "wrong" counts those in which the hemisphere tracer errs by more than
-// rounding, the last column those in which Embree does.
+// Rays per second of the hemisphere tracer, compared with the best plain Embree loop. The loop traces packets of 16
+// neighbouring directions, with the incoherent flag for occlusion and the coherent flag for nearest hits, for vertices
+// along a space-filling curve. Both trace the same rays on the same threads, in turns in one process; medians count.
+// Hits are compared with Embree's robust mode, and differing rays are checked in double precision. "wrong" counts rays
+// where the hemisphere tracer errs by more than rounding; the last column counts those of Embree.
 #include "ktBenchmarkGlb.h"
 #include "ktCommandLine.h"
 #include "ktEmbreeLoop.h"
@@ -34,14 +34,14 @@ struct Options {
     std::size_t assembly = 5000000;
     std::size_t vertices = 16384;
     unsigned threads = 2, repeats = 5, lanes = 16;
-    float minDistance = -1; // share of the diagonal; -1: the host's least
+    float minDistance = -1; // share of the diagonal; -1: the host's minimum
     bool cpuTime = false, occlusionOnly = false;
 };
 
 constexpr std::size_t taskVertices = 64;
-constexpr std::size_t runVertices = 512; // of large scenes: long enough for caches to be as warm as in a bake
+constexpr std::size_t runVertices = 512; // in large scenes; long enough to warm the caches as in a bake
 
-/// Vertices as a bake traces them, mesh after mesh along a space-filling curve; of large scenes evenly spaced runs.
+/// Vertices in the order of a bake: by mesh, along a space-filling curve. Large scenes: evenly spaced runs of them.
 std::vector<ktRayVertex> makeVertices(const ktBenchmarkScene& scene, std::size_t limit) {
     const float diagonal = scene.diagonal();
     const ktWorldTransform identity;
@@ -72,7 +72,7 @@ double threadTime() {
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// Seconds that `body` takes over all vertices, 64 at a time.
+/// Runs `body` over all vertices, 64 at a time. @return seconds
 template <class Body>
 double seconds(const Options& options, tbb::task_arena& arena, std::size_t count, const Body& body) {
     std::atomic<std::int64_t> nanoseconds{0};
@@ -167,7 +167,7 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
                             nearest ? plain.nearest(vertices[v], limits) : plain.visible(vertices[v], limits, nullptr);
                     }));
                 }
-                // Untimed: the same rays once more, compared one by one.
+                // Traces the same rays again, without timing, and compares them one by one.
                 std::atomic<std::uint64_t> different{0}, wrong{0}, embreeWrong{0};
                 seconds(options, arena, nearest ? 0 : vertices.size(), [&](std::size_t first, std::size_t last) {
                     std::vector<std::uint64_t> a(set.wordCount()), b(set.wordCount());
@@ -182,7 +182,7 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
                             float direction[3];
                             ktRoundingJudge::directionOf(vertices[v], ray, direction);
                             const auto verdict = judge.judge(vertices[v].origin, direction, limits);
-                            const bool met = (b[ray / 64] >> ray % 64 & 1) != 0; // where Embree meets nothing
+                            const bool met = (b[ray / 64] >> ray % 64 & 1) != 0; // bits of rays that hit nothing
                             ++different;
                             wrong += !verdict.isOpenToRounding() && verdict.certain != met;
                             embreeWrong += !verdict.isOpenToRounding() && verdict.certain == met;
@@ -200,21 +200,20 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
 
 int main(int argc, char** argv) {
     Options options;
-    ktCommandLine app("Rays a second of the hemisphere tracer against the best plain Embree loop");
+    ktCommandLine app("Compares the rays per second of the hemisphere tracer and of the best plain Embree loop");
     app.add("--models", options.models, "Folder with stanford-bunny.obj and nefertiti.obj");
     app.add("--engine", options.engine, "The engine assembly");
     app.add("--scenes", options.scenes, "bunny, nefertiti, engine, assembly, or scene files");
-    app.add("--sides", options.sides, "Rays a vertex: the square of each");
+    app.add("--sides", options.sides, "Rays per vertex and axis");
     app.add("--assembly", options.assembly, "Triangles of the generated assembly");
-    app.add("--vertices", options.vertices, "Vertices traced, about");
+    app.add("--vertices", options.vertices, "Approximate number of traced vertices");
     app.add("--min-distance", options.minDistance,
-            "Nearest hit that counts, as a share of the diagonal; by default the host's least");
+            "Minimum distance, as a share of the diagonal; default: the host's minimum");
     app.add("--threads", options.threads, "Threads");
     app.add("--repeats", options.repeats, "Runs of each, in turns; the median counts");
-    app.add("--lanes", options.lanes, "Floats at a time, at most: 4, 8, 16");
-    app.addFlag("--cpu-time", options.cpuTime,
-                "Count the threads' processor time, for machines that do other work too");
-    app.addFlag("--occlusion-only", options.occlusionOnly, "Leave nearest hits out");
+    app.add("--lanes", options.lanes, "Maximum number of lanes: 4, 8, 16");
+    app.addFlag("--cpu-time", options.cpuTime, "Measure processor time of the threads, for machines with other load");
+    app.addFlag("--occlusion-only", options.occlusionOnly, "Do not measure nearest hits");
     app.add("--save-assembly", options.save, "Write the generated assembly to a .glb file and do nothing else");
     if (const auto code = app.parse(argc, argv))
         return *code;
@@ -235,7 +234,7 @@ int main(int argc, char** argv) {
                                      : name == "engine"    ? options.engine
                                                            : name;
             if (name != "assembly" && !std::filesystem::exists(path)) {
-                std::printf("# %s: %s is not there\n", name.c_str(), path.c_str());
+                std::printf("# %s: %s does not exist\n", name.c_str(), path.c_str());
                 continue;
             }
             measure(options, name == "assembly" ? ktMakeAssembly(options.assembly) : ktLoadBenchmarkScene(name, path));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Parts that are used several times: written out in world space, or as Embree instances?
+// Compares two ways to trace parts that are used several times: copies in world space, and Embree instances.
 #include "ktBenchmarkScenes.h"
 #include "ktCommandLine.h"
 #include "ktFlushDenormals.h"
@@ -75,7 +75,7 @@ bool countBytes(void* total, ssize_t bytes, bool) {
     return true;
 }
 
-// One Embree scene with its device, its memory counted.
+// An Embree scene with its device. Counts the memory that it uses.
 class Structure {
 public:
     Structure() {
@@ -160,16 +160,15 @@ std::uint64_t countOpen(RTCScene scene, const ktRayVertex& vertex, const ktRayLi
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    ktCommandLine options(
-        "Repeated parts as Embree instances against the same parts written out: rays a second, memory");
+    ktCommandLine options("Compares repeated parts as Embree instances and as copies: rays per second, memory");
     std::string file;
     std::uint32_t count = 32, limit = 20000;
     int threads = 2, rounds = 5;
     options.addRequired("scene", file, "Scene with parts that are used more than once");
-    options.add("--sides", count, "Rays a vertex along an axis, a multiple of 4");
-    options.addPositive("--vertices", limit, "Vertices to trace from, at most");
+    options.add("--sides", count, "Rays per vertex and axis, a multiple of 4");
+    options.addPositive("--vertices", limit, "Maximum number of traced vertices");
     options.addPositive("--threads", threads, "Threads");
-    options.addPositive("--rounds", rounds, "Alternating rounds, of which the median counts");
+    options.addPositive("--rounds", rounds, "Alternating rounds; the median counts");
     if (const auto code = options.parse(argumentCount, arguments))
         return *code;
     try {

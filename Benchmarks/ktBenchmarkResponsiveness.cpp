@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// How long the event loop waits while one large geometry is built and traced, and how soon a cancel takes effect.
+// Measures how long the event loop waits while one large geometry is built and traced, and how soon a cancel acts.
 #include "ktBenchmarkSurface.h"
 #include "ktCancelToken.h"
 #include "ktCommandLine.h"
@@ -24,12 +24,12 @@ double milliseconds(Clock::duration time) {
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-// Notes when the event loop runs; cancels at a given moment when it is told to.
+// Records when the event loop runs. Cancels at a given time, if one is set.
 class Watch {
 public:
     Watch() {
         QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
-        timer.start(0); // due at every run of the loop
+        timer.start(0); // fires at every run of the loop
     }
 
     void begin(double newCancelAfter = -1.0) {
@@ -38,7 +38,7 @@ public:
         cancelAfter = newCancelAfter;
         canceled = false;
     }
-    // Milliseconds since begin(); the way back to the caller counts as a gap, too.
+    // Milliseconds since begin(). The return to the caller also counts as a gap.
     double end() {
         cancelAfter = -1.0;
         tick();
@@ -112,7 +112,7 @@ int main(int argumentCount, char** arguments) {
     options.addChoice("--tracer", tracer, "Tracer", {"embree", "hemisphere"});
     options.addPositive("--threads", threads, "Threads");
     options.addRange("--side", side, "The geometry has about side x side vertices", 10, 5000);
-    options.addRange("--rays", count, "Rays a vertex along an axis", 1, 1024);
+    options.addRange("--rays", count, "Rays per vertex and axis", 1, 1024);
     if (const auto code = options.parse(argumentCount, arguments))
         return *code;
 
@@ -147,7 +147,7 @@ int main(int argumentCount, char** arguments) {
                 watch.begin(share * duration);
                 action();
                 watch.end();
-                if (watch.sinceCancel() >= 0.0) { // else it was faster than the first time
+                if (watch.sinceCancel() >= 0.0) { // otherwise the call ended before the cancel
                     ++canceled;
                     worst = std::max(worst, watch.sinceCancel());
                     kept = kept && run.isUntouched();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// How far occlusion by a given number of rays is from that by very many, for several ways to place the rays.
+// Measures the error of occlusion with a given number of rays, for several ways to place the rays.
 #include "ktBenchmarkSurface.h"
 #include "ktCommandLine.h"
 #include "ktEmbreeTracer.h"
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t referenceCount = 256; // 65,536 rays
 
-// Occlusion of every `step`th vertex of a surface.
+// The occlusion of every `step`th vertex of a surface.
 class Measure {
 public:
     Measure(const ktBenchmarkSurface& surface_, std::uint32_t step) : surface(surface_), size(surface_.diagonal()) {
@@ -31,7 +31,7 @@ public:
             vertices.push_back(i);
     }
 
-    // @param isTurned each vertex has an azimuth of its own, as in the tracer
+    // @param isTurned each vertex has a different azimuth, as in the tracer
     std::vector<double> trace(const ktDirectionSet& set, bool isTurned) const {
         const ktPreparedDirections prepared(set);
         const ktVertexFrames frames(identity, &prepared, size);
@@ -41,7 +41,7 @@ public:
             const std::size_t first = 3 * std::size_t(vertices[i]);
             ktRayVertex vertex, turned;
             frames.make(&surface.positions[first], &surface.normals[first], ktOneRing(), turned);
-            // All vertices at one place share one azimuth.
+            // All vertices at one position share one azimuth.
             frames.make(still, &surface.normals[first], ktOneRing(), vertex);
             std::copy(turned.origin, turned.origin + 3, vertex.origin);
             ktRayLimits limits;
@@ -64,14 +64,14 @@ private:
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    ktCommandLine options("Error of occlusion against 65,536 rays a vertex: root mean square, mean, largest");
+    ktCommandLine options("Error of occlusion compared with 65,536 rays per vertex: root mean square, mean, largest");
     std::string file;
     std::vector<std::uint32_t> counts{8, 16, 32, 64};
     std::uint32_t step = 17, seeds = 4;
-    options.add("surface", file, "OBJ file; default KT_BENCHMARK_MESH, else a generated surface");
-    options.add("--counts", counts, "Rays a vertex along an axis");
-    options.addPositive("--step", step, "Every how many vertices one is measured");
-    options.addPositive("--seeds", seeds, "Patterns of each kind");
+    options.add("surface", file, "OBJ file; default: KT_BENCHMARK_MESH or a generated surface");
+    options.add("--counts", counts, "Rays per vertex and axis");
+    options.addPositive("--step", step, "Measure every n-th vertex");
+    options.addPositive("--seeds", seeds, "Number of patterns of each kind");
     if (const auto code = options.parse(argumentCount, arguments))
         return *code;
     try {

@@ -64,7 +64,7 @@ struct Vec {
     double x, y, z;
 };
 
-// The same sequence with every compiler and library.
+// Random numbers that are equal with every compiler and library.
 class Random {
 public:
     double next() {
@@ -77,7 +77,7 @@ private:
     std::uint64_t state = 20090525;
 };
 
-// Places what is built in part coordinates: a turned frame and an offset.
+// The position of a part: a rotation and an offset.
 struct Placement {
     Vec x{1, 0, 0}, y{0, 1, 0}, z{0, 0, 1}, offset{0, 0, 0};
     Vec operator()(Vec p) const {
@@ -87,7 +87,7 @@ struct Placement {
 };
 
 Placement turned(Random& random, Vec offset) {
-    // Parts of an assembly mostly stand along the axes; one in four does not.
+    // Three of four parts are parallel to the axes, as in most assemblies.
     const double a = random.next() < 0.75 ? std::floor(random.between(0, 4)) * M_PI / 2 : random.between(0, 2 * M_PI);
     const double b = random.next() < 0.75 ? std::floor(random.between(0, 4)) * M_PI / 2 : random.between(0, 2 * M_PI);
     Placement p;
@@ -98,7 +98,7 @@ Placement turned(Random& random, Vec offset) {
     return p;
 }
 
-// A grid of (columns + 1) x (rows + 1) points with normals from its own faces.
+// A grid of (columns + 1) x (rows + 1) points with normals from its faces.
 void addPatch(ktBenchmarkMesh& mesh, const Placement& place, int columns, int rows,
               const std::function<Vec(double, double)>& point) {
     const std::uint32_t first = mesh.vertexCount();
@@ -134,7 +134,7 @@ void addPatch(ktBenchmarkMesh& mesh, const Placement& place, int columns, int ro
     }
 }
 
-// A body of revolution round z; `profile` gives radius (x) and height (z).
+// A body of revolution around z; `profile` gives radius (x) and height (z).
 void addTurned(ktBenchmarkMesh& mesh, const Placement& place, int around, int along,
                const std::function<Vec(double)>& profile) {
     addPatch(mesh, place, around, along, [&](double u, double v) {

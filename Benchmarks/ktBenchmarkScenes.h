@@ -22,10 +22,10 @@ struct ktBenchmarkScene {
     float diagonal() const;
 };
 
-/// Reads a scene file with all instances written out; vertices without a normal get a smooth one.
-/// @throws std::runtime_error naming the file when it cannot be read
+/// Reads a scene file and copies all instances. Vertices without a normal get a smooth one.
+/// @throws std::runtime_error with the file's name if it cannot be read
 ktBenchmarkScene ktLoadBenchmarkScene(const std::string& name, const std::string& path);
 
-/// An assembly of bolts, tubes, gears, balls and plates packed into a frame, about as many triangles as asked for;
+/// An assembly of bolts, tubes, gears, balls and plates in a housing, with about the given number of triangles. It is
 /// the same on every machine.
 ktBenchmarkScene ktMakeAssembly(std::size_t triangles);

@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr float wantedDiagonal = 3000.0f; // world units: what a baker scales a scene of unknown unit to
+constexpr float wantedDiagonal = 3000.0f; // world units; a bake scales scenes of unknown unit to this
 
-// Equal places become one vertex, vertices without a triangle go, and the rest gets normals.
+// Joins vertices at equal positions, removes vertices without a triangle and adds normals.
 void finish(ktBenchmarkSurface& mesh) {
     std::map<std::array<float, 3>, std::uint32_t> known;
     std::vector<float> positions;
@@ -145,7 +145,7 @@ ktBenchmarkSurface ktMakeBenchmarkSurface(std::uint32_t rings, std::uint32_t seg
             const double polar = pi * ring / rings, azimuth = 2 * pi * segment / segments;
             const double radius = 1 + 0.15 * std::sin(9 * polar) * std::sin(11 * azimuth) +
                                   0.03 * std::sin(41 * polar) * std::cos(37 * azimuth) * std::sin(polar);
-            const double away = ring % rings == 0 ? 0 : radius * std::sin(polar); // one point at either pole
+            const double away = ring % rings == 0 ? 0 : radius * std::sin(polar); // one point at each pole
             mesh.positions.push_back(static_cast<float>(away * std::cos(azimuth)));
             mesh.positions.push_back(static_cast<float>(away * std::sin(azimuth)));
             mesh.positions.push_back(static_cast<float>((ring % rings == 0 ? 1 : radius) * std::cos(polar)));

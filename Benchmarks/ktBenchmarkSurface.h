@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-/// A surface to measure on: every vertex belongs to a triangle and has a unit normal, no two are equal.
+/// A surface for benchmarks. Every vertex belongs to a triangle and has a unit normal; no two vertices are equal.
 struct ktBenchmarkSurface {
     std::string name;
-    std::vector<float> positions, normals; ///< three floats a vertex; one spare float behind the positions
-    std::vector<std::uint32_t> indices;    ///< three a triangle
+    std::vector<float> positions, normals; ///< three floats per vertex; one more float after the positions
+    std::vector<std::uint32_t> indices;    ///< three per triangle
 
     std::uint32_t vertexCount() const { return static_cast<std::uint32_t>(normals.size() / 3); }
     std::uint32_t triangleCount() const { return static_cast<std::uint32_t>(indices.size() / 3); }
@@ -19,11 +19,11 @@ struct ktBenchmarkSurface {
     osg::NodePtr makeNode() const;
 };
 
-/// Reads the vertices and triangles of a Wavefront OBJ file (other lines are passed over), scales the surface to a
-/// diagonal of 3,000 units and gives it smooth normals.
-/// @throws std::runtime_error when the file cannot be read or holds no triangle
+/// Reads the vertices and triangles of a Wavefront OBJ file and ignores other lines. Scales the surface to a diagonal
+/// of 3,000 units and adds smooth normals.
+/// @throws std::runtime_error if the file cannot be read or has no triangle
 ktBenchmarkSurface ktReadBenchmarkSurface(const std::string& path);
-/// A closed surface full of bumps and hollows, 3,000 units across. @param rings, segments at least 3
+/// A closed surface with many bumps and hollows and a diagonal of 3,000 units. @param rings, segments at least 3
 ktBenchmarkSurface ktMakeBenchmarkSurface(std::uint32_t rings, std::uint32_t segments);
-/// The file that the argument names, else that of the environment variable KT_BENCHMARK_MESH, else a generated surface.
+/// The file of the argument, or else of the environment variable KT_BENCHMARK_MESH, or else a generated surface.
 ktBenchmarkSurface ktChooseBenchmarkSurface(const std::string& argument);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// How fast the direct pass of a whole run is, as a ratio to bare Embree calls in the same run.
+// Measures the direct pass of a whole run, as a ratio to bare Embree calls in the same process.
 #include "ktAmbientOcclusion.h"
 #include "ktBenchmarkSurface.h"
 #include "ktCommandLine.h"
@@ -25,7 +25,7 @@
 
 namespace {
 
-// A line of the process's status, in megabytes.
+// A value of /proc/self/status, in megabytes.
 double statusMegabytes(const std::string& key) {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);)
@@ -34,16 +34,16 @@ double statusMegabytes(const std::string& key) {
     return 0.0;
 }
 
-// The most memory, in megabytes, that an action holds above what the process held before it.
+// The peak memory of an action, in megabytes, above the memory of the process before it.
 template <class Action>
 double peakOf(Action&& action) {
-    std::ofstream("/proc/self/clear_refs") << 5; // the peak begins anew
+    std::ofstream("/proc/self/clear_refs") << 5; // resets the peak
     const double before = statusMegabytes("VmRSS:");
     action();
     return statusMegabytes("VmHWM:") - before;
 }
 
-// What the plug-in writes to standard output while this lives.
+// Records standard output during its lifetime.
 class OutputCatcher {
 public:
     OutputCatcher() : kept(std::cout.rdbuf(text.rdbuf())) {}
@@ -55,7 +55,7 @@ private:
     std::streambuf* kept;
 };
 
-// A whole run of the plug-in over the selection. @return seconds of its direct pass, as the plug-in reports them
+// Runs the plug-in over the selection. @return seconds of its direct pass, as the plug-in reports them
 double bakeOnce() {
     const OutputCatcher output;
     if (!ktAmbientOcclusion::the()->startCalculation(false))
@@ -91,23 +91,23 @@ std::unique_ptr<ktTracer> makeTracer(const std::string& name) {
 
 int main(int argumentCount, char** arguments) {
     ktCommandLine options(
-        "Direct pass of a whole run against bare Embree calls: million rays a second, and their ratio");
+        "Compares the direct pass of a whole run with bare Embree calls: million rays per second, ratio");
     std::string file;
     std::vector<std::string> tracers{"embree", "hemisphere"};
     unsigned threads = 2;
     int rounds = 5, quality = 2;
     float maxDistance = 3000.0f;
-    options.add("mesh", file, "OBJ file; default KT_BENCHMARK_MESH, else a generated surface");
+    options.add("mesh", file, "OBJ file; default: KT_BENCHMARK_MESH or a generated surface");
     options.addChoice("--tracer", tracers, "Tracers to measure", {"embree", "hemisphere"});
     options.addPositive("--threads", threads, "Threads");
-    options.addPositive("--rounds", rounds, "Alternating rounds, of which the median counts");
-    options.add("--max-distance", maxDistance, "Farthest hit, of a diagonal of 3000");
+    options.addPositive("--rounds", rounds, "Alternating rounds; the median counts");
+    options.add("--max-distance", maxDistance, "Maximum distance; the diagonal is 3000");
     options.addRange("--quality", quality, "Shadow quality", 0, 5);
     if (const auto code = options.parse(argumentCount, arguments))
         return *code;
 
     const std::filesystem::path preferences = std::filesystem::temp_directory_path() / "ktBenchmarkTracing/";
-    setenv("KT_PREFERENCES_DIR", preferences.c_str(), 0); // the user's own templates stay out of it
+    setenv("KT_PREFERENCES_DIR", preferences.c_str(), 0); // does not use the user's presets
     const QCoreApplication application(argumentCount, arguments);
     try {
         const ktBenchmarkSurface mesh = ktChooseBenchmarkSurface(file);
@@ -129,7 +129,7 @@ int main(int argumentCount, char** arguments) {
         for (const std::string& tracer : tracers) {
             utils.push_back(std::make_unique<ktSceneRaytracing>(makeTracer(tracer)));
             ktRaytracingManager::setRaytracingUtils(utils.back().get());
-            memory.push_back(peakOf([] { bakeOnce(); })); // warms up, too
+            memory.push_back(peakOf([] { bakeOnce(); })); // this run also warms up
         }
 
         static const std::uint32_t counts[] = {8, 16, 32, 48, 64, 128};

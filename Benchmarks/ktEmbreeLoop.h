@@ -7,13 +7,13 @@
 struct RTCDeviceTy;
 struct RTCSceneTy;
 
-/// The fastest plain way to trace a vertex's rays with Embree, as a yardstick: packets of 16 neighbouring directions.
-/// Takes a processor on which Embree traces 16 rays at a time for its best.
+/// The yardstick: the fastest plain way to trace a vertex's rays with Embree, in packets of 16 neighbouring directions.
+/// This is fastest on processors where Embree traces 16 rays at a time.
 class ktEmbreeLoop {
 public:
     enum class Mode {
-        Fast,  ///< Embree as it is: the yardstick
-        Robust ///< conservative boxes, watertight edges: slower, and the better judge of answers
+        Fast,  ///< Embree's default mode: the yardstick
+        Robust ///< conservative boxes, watertight edges: slower, to check hits
     };
 
     explicit ktEmbreeLoop(Mode mode = Mode::Fast);
@@ -23,9 +23,9 @@ public:
 
     /// The meshes' arrays must outlive this object.
     void build(const std::vector<ktTracerMesh>& meshes);
-    /// Rays that meet nothing (incoherent flag); `mask` null or one bit a ray, as in ktTracer::countVisible().
+    /// Number of rays that hit nothing (incoherent flag); `mask` as in ktTracer::countVisible(), may be null.
     std::uint32_t visible(const ktRayVertex& vertex, const ktRayLimits& limits, std::uint64_t* mask) const;
-    /// Rays that meet something, found by nearest hits (coherent flag).
+    /// Number of rays that hit something, found by nearest hits (coherent flag).
     std::uint32_t nearest(const ktRayVertex& vertex, const ktRayLimits& limits) const;
 
 private:

@@ -15,8 +15,8 @@ struct Point {
 };
 using Points = std::vector<Point>;
 
-// Squares to discs without distortion at the poles (P. Shirley, K. Chiu, "A Low Distortion Map Between Disk and
-// Square", 1997).
+// Maps a square to the hemisphere without distortion at the pole (P. Shirley, K. Chiu, "A Low Distortion Map Between
+// Disk and Square", 1997).
 void concentric(const Point& p, float* direction) {
     const double quarter = 0.7853981633974483, a = 2 * p.u - 1, b = 2 * p.v - 1;
     double radius = 0, angle = 0;
@@ -51,7 +51,7 @@ ktDirectionSet toDirections(const Points& points, bool isPolar) {
     return set;
 }
 
-// One point a stratum, moved at random by this share of it.
+// One point per stratum, moved at random by this share of the stratum.
 Points jittered(std::uint32_t count, std::uint64_t seed, double jitter) {
     ktRandom random(seed);
     Points points;

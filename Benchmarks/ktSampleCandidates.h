@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-/// A way to place count x count cosine-weighted directions, for comparison.
+/// A way to place count x count cosine-weighted directions.
 struct ktSampleCandidate {
     std::string name;
     std::function<ktDirectionSet(std::uint32_t count, std::uint64_t seed)> make;
 };
 
-/// The sampler of the tracer first, then what else could have been.
+/// The sampler of the tracer first, then the alternatives.
 std::vector<ktSampleCandidate> ktSampleCandidates();

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Result channels of a geometry: created, stored, added, cleared, and checked for missing results.
 #include "ktChangeRecorder.h"
 #include "ktControllerFixture.h"
 #include "ktSceneParts.h"
@@ -65,7 +66,7 @@ TEST_F(BakingData, GivenLargerChannel_IsReusedUnchanged) {
     EXPECT_EQ(channel->size(), 120u);
     EXPECT_THAT(channel7(core), allAre(Vec4f(1, 2, 3, 0.5f)));
     EXPECT_THAT(changes.masksOf(core), IsEmpty());
-    EXPECT_TRUE(controller.isCalculationMissing(core, true, true)) << "there the sizes must be equal";
+    EXPECT_TRUE(controller.isCalculationMissing(core, true, true)) << "here the sizes must be equal";
 }
 
 TEST_F(BakingData, GivenSmallerChannel_IsReplaced) {
@@ -126,7 +127,7 @@ TEST_F(BakingData, GivenOtherModes_StoreDropsBakedLight) {
         EXPECT_EQ(geometry->getTexCoords5(), osg::NullFC);
         const std::vector<Vec4f> values = channel7(geometry);
         EXPECT_EQ(values[0], Vec4f(0, 0, 0, 0.4f));
-        EXPECT_NEAR(values[1][3], 0.4f, 1e-6f) << "a marker in the way is taken out";
+        EXPECT_NEAR(values[1][3], 0.4f, 1e-6f) << "removes a marker that is there";
         EXPECT_EQ(values[2], Vec4f(0, 0, 0, 1.4f));
     }
 }
@@ -152,7 +153,7 @@ TEST_F(BakingData, GivenLargerChannels_StoreConvertsThePositionsOnly) {
     controller.storeDirectToBakingData();
     EXPECT_EQ(channel5(geometry)[2], Vec4f(1, 1, 1, 2.5f));
     EXPECT_EQ(channel5(geometry)[3], Vec4f(9, 9, 9, 9));
-    EXPECT_THAT(channel7(geometry), allAre(Vec4f(0, 0, 0, 0.5f))) << "the working channel is cleared whole";
+    EXPECT_THAT(channel7(geometry), allAre(Vec4f(0, 0, 0, 0.5f))) << "clears the whole working channel";
 }
 
 TEST_F(BakingData, GivenNoPositions_StoreSkipsAndGoesOn) {
@@ -162,7 +163,7 @@ TEST_F(BakingData, GivenNoPositions_StoreSkipsAndGoesOn) {
     collect({empty, node});
     controller.storeDirectToBakingData();
     EXPECT_EQ(geometryOfNode(empty)->getTexCoords7(), osg::NullFC);
-    EXPECT_THAT(channel7(geometry), allAre(Vec4f(0, 0, 0, 0.5f))) << "normals are not looked at";
+    EXPECT_THAT(channel7(geometry), allAre(Vec4f(0, 0, 0, 0.5f))) << "does not check normals";
 }
 
 TEST_F(BakingData, GivenAddIndirect_AddsAllFourComponentsInLightAndShadowsOnly) {
@@ -188,7 +189,7 @@ TEST_F(BakingData, GivenAddIndirectWithoutChannels_MakesWorkingChannelInAnyMode)
     EXPECT_EQ(geometry->getTexCoords5(), osg::NullFC);
 }
 
-TEST_F(BakingData, GivenClearWithoutDirect_TakesMarkerOut) {
+TEST_F(BakingData, GivenClearWithoutDirect_RemovesMarker) {
     setChannel7(geometry, makeChannel({Vec4f(1, 2, 3, 2.4f), Vec4f(1, 2, 3, 1.4f), Vec4f(1, 2, 3, 1.5f)}));
     setChannel5(geometry, makeChannel({zero, zero, zero}));
     const ktChangeRecorder changes;
@@ -214,7 +215,7 @@ TEST_F(BakingData, GivenClearWithoutChannel_MakesZeroedOne) {
     EXPECT_THAT(channel7(geometry), ElementsAre(zero, zero, zero));
 }
 
-TEST_F(BakingData, GivenClearOfNullOrEmptyGeometry_DoesNoHarm) {
+TEST_F(BakingData, GivenClearOfNullOrEmptyGeometry_DoesNothing) {
     controller.clearBakingData(osg::NullFC, true);
     const osg::NodePtr empty = keep(makeNode(osg::Geometry::create()));
     setChannel5(geometryOfNode(empty), makeChannel({zero}));

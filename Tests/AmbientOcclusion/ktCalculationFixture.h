@@ -4,24 +4,24 @@
 #include "ktControllerFixture.h"
 #include "ktSceneParts.h"
 
-/// A scene with a car (two parts, 3 and 4 vertices) that is selected, a floor and a lamp that are not. The clock moves
-/// an eighth of a second with every geometry that is traced.
+/// A scene with a selected car (two parts, 3 and 4 vertices), a floor and a lamp. Each traced geometry advances the
+/// clock by an eighth of a second.
 class ktCalculationFixture : public ktControllerFixture {
 protected:
     ktCalculationFixture();
 
     using Entries = std::vector<std::string>;
-    /// Puts lists of entries behind each other.
+    /// Joins lists of entries.
     static Entries join(const std::vector<Entries>& lists);
 
-    /// Calculates, and returns the log of it.
+    /// Calculates and returns the log of the run.
     Entries run(bool missingOnly = false);
-    /// Clears keepRunning with the `number`th entry that begins with `text`, from 1.
+    /// Clears keepRunning at the `number`th entry, counted from 1, that begins with `text`.
     void cancelAt(const std::string& text, int number = 1);
 
-    /// What every run begins with, samplers of these counts included.
+    /// The first entries of every run, with samplers of these counts.
     Entries freezing(int directCount = 32, int gatherCount = 32) const;
-    /// What every run that was begun ends with.
+    /// The last entries of every started run.
     Entries thawing() const;
 
     osg::NodePtr a = makeGeometryNode("a", 3);

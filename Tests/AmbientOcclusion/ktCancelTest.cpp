@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A cancel at every place of a run: what still happens, what is printed, and that the host is always given back.
+// A cancel at each point of a run: the remaining calls, the output, and the restored state of the host.
 #include "ktAmbientOcclusionInternal.h"
 #include "ktCalculationFixture.h"
 
@@ -27,7 +27,7 @@ protected:
         controller.setGatherQuality(3);
         controller.setNumOfIndirections(2);
     }
-    /// Entries of a run between the freezing and the thawing.
+    /// The entries of a run between freezing and thawing the host.
     Entries body() {
         const Entries whole = run();
         const Entries end = thawing();
@@ -70,7 +70,7 @@ TEST_F(Cancel, GivenInDirectPassOfDirectRun_FinishesAndStores) {
                             "signal progressStopped()", "out: Ambient Occlusion Time 0.125 seconds\n",
                             "out: Num Rays: 3072\n", "out: MRays per second: 0.024576\n"));
     EXPECT_THAT(channel7(geometryOfNode(a)), allAre(Vec4f(0, 0, 0, 0.4f)));
-    EXPECT_THAT(channel7(geometryOfNode(b)), allAre(Vec4f(0, 0, 0, 0))) << "stored, though not calculated";
+    EXPECT_THAT(channel7(geometryOfNode(b)), allAre(Vec4f(0, 0, 0, 0))) << "stored, although it was not calculated";
 }
 
 TEST_F(Cancel, GivenBeforeThePasses_IndirectRunReturnsSilentlyAfterProgress) {
@@ -98,7 +98,7 @@ TEST_F(Cancel, GivenAtStructureState_ReturnsSilently) {
 }
 
 TEST_F(Cancel, GivenWhileColoursAreCleared_ReturnsBeforeTheStructure) {
-    // A bad node is the only thing that speaks there; the reference count makes it one.
+    // Only a bad node prints something there. The reference count makes the node bad.
     const auto base = host.onEntry;
     host.onEntry = [this, base](const std::string& entry) {
         base(entry);
@@ -107,7 +107,7 @@ TEST_F(Cancel, GivenWhileColoursAreCleared_ReturnsBeforeTheStructure) {
     };
     cancelAt("out: Bad Node Clear Vertex Colors");
     EXPECT_THAT(body(), ElementsAre("signal progressStarted(4)", "out: Bad Node Clear Vertex Colors-1\n"));
-    EXPECT_THAT(channel7(geometryOfNode(b)), SizeIs(4)) << "the clearing itself goes to its end";
+    EXPECT_THAT(channel7(geometryOfNode(b)), SizeIs(4)) << "the clearing still finishes";
 }
 
 TEST_F(Cancel, GivenInIndirectBuild_ReturnsSilently) {
@@ -219,7 +219,7 @@ TEST_F(Cancel, GivenBeforeTheStart_DoesNotReachTheRun) {
     EXPECT_THAT(raytracing.gatherPasses, SizeIs(2));
 }
 
-// Every entry of a refined run with two bounces, one after the other.
+// Cancels a refined run with two bounces at each of its entries.
 TEST_F(Cancel, GivenAnyPlace_ThawsTheHostAndLeaksNothing) {
     refineWithTwoBounces();
     const Entries whole = run();
@@ -249,5 +249,5 @@ TEST_F(Cancel, GivenAnyPlace_ThawsTheHostAndLeaksNothing) {
     host.onEntry = base;
     raytracing.reset();
     ktAmbientOcclusionInternal::lastStateReport_us = -1;
-    EXPECT_THAT(run(), ElementsAreArray(whole)) << "the next run is a full one again";
+    EXPECT_THAT(run(), ElementsAreArray(whole)) << "the next run is complete";
 }

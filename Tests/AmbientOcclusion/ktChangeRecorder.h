@@ -6,12 +6,12 @@
 #include <OpenSG/OSGThread.h>
 #include <vector>
 
-/// Sees which changes are announced while it lives, through the thread's change list.
+/// Records the changes that are announced during its lifetime, from the thread's change list.
 class ktChangeRecorder {
 public:
     ktChangeRecorder() {
         osg::Thread::getCurrentChangeList()->clearAll();
-        osg::Thread::getCurrentChangeList()->setReadOnly(false); // a list that is not asked for records nothing
+        osg::Thread::getCurrentChangeList()->setReadOnly(false); // a read-only list records nothing
     }
     ~ktChangeRecorder() {
         osg::Thread::getCurrentChangeList()->setReadOnly(true);
@@ -20,7 +20,7 @@ public:
     ktChangeRecorder(const ktChangeRecorder&) = delete;
     ktChangeRecorder& operator=(const ktChangeRecorder&) = delete;
 
-    /// Masks announced for the container so far, in order.
+    /// The masks announced for the container so far, in order.
     std::vector<osg::BitVector> masksOf(const osg::FieldContainerPtr& container) const {
         std::vector<osg::BitVector> masks;
         osg::ChangeList* const list = osg::Thread::getCurrentChangeList();

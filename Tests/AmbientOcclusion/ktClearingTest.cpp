@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Clearing shadows and indirect light, of the selection or of everything.
 #include "ktChangeRecorder.h"
 #include "ktControllerFixture.h"
 #include "ktSceneParts.h"

@@ -89,7 +89,7 @@ ktControllerFixture::ktControllerFixture() : owner(makeController()), controller
 ktControllerFixture::~ktControllerFixture() {
     host.onEntry = nullptr;
     for (ktGeoSubdivisionList* list : Access::subdivisionLists(controller))
-        delete list; // the controller leaves them to the run that made them
+        delete list; // the controller's destructor does not delete them
     owner.reset();
     undoStack.clear();
     for (const osg::NodePtr& node : kept)

@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-/// Sight of what the controller keeps to itself.
+/// Access to private members of the controller.
 struct ktAmbientOcclusionAccess {
     static ktAmbientOcclusion* make() { return new ktAmbientOcclusion; }
     static void destroy(ktAmbientOcclusion* controller) { delete controller; }
@@ -45,10 +45,10 @@ struct ktAmbientOcclusionAccess {
 #undef KT_ACCESS
 };
 
-/// Makes every signal of the controller an entry "signal name(arguments)" of the recording host's log.
+/// Records every signal of the controller in the recording host's log, as "signal name(arguments)".
 void recordSignals(ktAmbientOcclusion& controller);
 
-/// A fresh controller in a fresh recording host, with a clock that stands still.
+/// A new controller in a reset recording host, with a clock that only tests advance.
 class ktControllerFixture : public testing::Test {
 protected:
     using Access = ktAmbientOcclusionAccess;
@@ -57,7 +57,7 @@ protected:
     ktControllerFixture();
     ~ktControllerFixture() override;
 
-    /// Keeps a node until the end of the test, and hands it through.
+    /// Keeps a node alive until the end of the test and returns it.
     osg::NodePtr keep(const osg::NodePtr& node);
     /// The clock, microseconds.
     static std::int64_t& now_us();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The sequence of passes, with bounces and refinement.
+// The sequence of passes, with and without bounces and refinement.
 #include "ktCalculationFixture.h"
 
 #include <cfloat>
@@ -118,7 +118,7 @@ TEST_F(Driver, GivenRefinedDirectOnlyRun_RecreatesBeforeResultsAreStored) {
             atRecreation = channel7(geometryOfNode(a));
     };
     run();
-    EXPECT_THAT(atRecreation, allAre(raytracing.directResult)) << "x, y, z are still those of the pass";
+    EXPECT_THAT(atRecreation, allAre(raytracing.directResult)) << "x, y, z are still the results of the pass";
     EXPECT_THAT(channel7(geometryOfNode(a)), allAre(Vec4f(0, 0, 0, 0.4f)));
     const auto begin = std::find(log.begin(), log.end(), "invalidateGeometry()");
     ASSERT_NE(begin, log.end());
@@ -161,7 +161,7 @@ TEST_F(Driver, GivenIndirectRefinementOnly_NeverRebuildsNorRecreates) {
     EXPECT_THAT(entriesWith(log, "invalidateGeometry"), IsEmpty());
     EXPECT_THAT(entriesWith(log, "recreateGeometry"), IsEmpty());
     EXPECT_THAT(entriesWith(log, "new record"), SizeIs(4));
-    EXPECT_THAT(entriesWith(log, "delete record"), SizeIs(4)) << "what was left behind goes at the end of the run";
+    EXPECT_THAT(entriesWith(log, "delete record"), SizeIs(4)) << "the end of the run deletes the remaining records";
     EXPECT_EQ(host.liveRecords, 0);
     EXPECT_LT(std::find(log.begin(), log.end(), "releaseSampler(sampler 2)"),
               std::find(log.begin(), log.end(), "delete record(a)"));
@@ -273,7 +273,7 @@ TEST_F(Driver, GivenOutput_IsAllFlushed) {
     refine();
     run();
     for (const std::string& entry : entriesWith(log, "out:"))
-        EXPECT_EQ(std::count(entry.begin(), entry.end(), '\n'), 1) << "each line by itself: " << entry;
+        EXPECT_EQ(std::count(entry.begin(), entry.end(), '\n'), 1) << "each line is flushed separately: " << entry;
     EXPECT_THAT(entriesWith(log, "unflushed"), IsEmpty());
 }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reading typed attributes from messages: missing names and wrong types.
 #include "ktGetFromMessage.h"
 
 #include "ktRecordingHost.h"
@@ -15,7 +16,7 @@ class GetFromMessage : public testing::Test {
 protected:
     GetFromMessage() { ktRecordingHost::the().reset(); }
 
-    /// Stores and gets a value of each type once, and something of another type once.
+    /// Stores and reads a value of this type, and tries to read a value of another type.
     template <class T>
     void expectTyped(const T& stored, T target) {
         const T before = target;

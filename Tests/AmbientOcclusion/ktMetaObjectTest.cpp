@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The controller's meta-object: signals, slots and enumerations.
 #include "ktControllerFixture.h"
 
 #include <QMetaEnum>
@@ -6,7 +7,7 @@
 
 namespace {
 
-/// Signature, kind and parameter names of each of the controller's own methods, in order.
+/// Kind, signature and parameter names of the methods that the controller declares, in order.
 std::vector<std::string> ownMethods() {
     const QMetaObject& metaObject = ktAmbientOcclusion::staticMetaObject;
     std::vector<std::string> methods;

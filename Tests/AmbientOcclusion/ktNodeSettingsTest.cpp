@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Settings on nodes: as attachment and as texts, stored, loaded and undone.
 #include "ktChangeRecorder.h"
 #include "ktControllerFixture.h"
 #include "ktSceneParts.h"
@@ -26,7 +27,7 @@ osg::ValuePairPtr valuesOf(const osg::NodePtr& node) {
     return found == osg::NullFC ? osg::ValuePairPtr(osg::NullFC) : osg::ValuePairPtr::dcast(found);
 }
 
-/// Gives the node these texts.
+/// Attaches these texts to the node.
 osg::ValuePairPtr setValues(const osg::NodePtr& node, const std::vector<std::pair<std::string, std::string>>& texts) {
     const osg::ValuePairPtr values = osg::ValuePair::create();
     osg::beginEditCP(values);
@@ -49,7 +50,7 @@ std::vector<std::string> textsOf(const osg::NodePtr& node) {
     return texts;
 }
 
-/// Whether all fourteen values are the same.
+/// Whether all fourteen values are equal.
 bool haveEqualValues(const Attachment& a, const Attachment& b) {
     return a->getMode() == b->getMode() && a->getShadowQuality() == b->getShadowQuality() &&
            a->getMinDistance() == b->getMinDistance() && a->getMaxDistance() == b->getMaxDistance() &&
@@ -66,7 +67,7 @@ class NodeSettings : public ktControllerFixture {
 protected:
     osg::NodePtr node = keep(makeGroup("node"));
 
-    /// The current settings, attached to `target` and everything below.
+    /// Attaches the current settings to `target` and everything below.
     Attachment attach(const osg::NodePtr& target) {
         const Attachment attachment = controller.getAmbientOcclusionSettings();
         osg::addRefCP(attachment);
@@ -158,7 +159,7 @@ TEST_F(NodeSettings, GivenSecondAttachment_ReplacesTheFirst) {
     const Attachment second = attach(node);
     EXPECT_EQ(attachmentOf(node), second);
     EXPECT_NE(first, second);
-    EXPECT_EQ(first.getRefCount(), 1) << "nobody but the test holds the old one";
+    EXPECT_EQ(first.getRefCount(), 1) << "only the test holds the old one";
     EXPECT_EQ(second.getRefCount(), 1);
     EXPECT_THAT(changes.masksOf(node), ElementsAre(osg::Node::AttachmentsFieldMask, osg::Node::AttachmentsFieldMask));
     osg::subRefCP(first);
@@ -203,7 +204,7 @@ TEST_F(NodeSettings, GivenOtherKeys_KeepsThem) {
     attach(node);
     EXPECT_THAT(textsOf(node), ElementsAre("Owner=Ann", "AOther=x"));
     EXPECT_THAT(changes.masksOf(values), ElementsAre(allFields));
-    EXPECT_THAT(changes.masksOf(node), ElementsAre(osg::Node::AttachmentsFieldMask)) << "for the settings alone";
+    EXPECT_THAT(changes.masksOf(node), ElementsAre(osg::Node::AttachmentsFieldMask)) << "only for the settings";
 }
 
 TEST_F(NodeSettings, GivenEmptyValuePair_IsRemovedAndAnnounced) {
@@ -310,9 +311,9 @@ TEST_F(NodeSettings, GivenUndoAndRedoOfALoad_RestoresEverySettingWithEachSignalO
     osg::addRefCP(before);
     changeAll();
     attach(node);
-    controller.loadFromNode(node); // rounds the two doubles, as the attachment does
+    controller.loadFromNode(node); // now the two doubles are rounded as in the attachment
     const Attachment loaded = attachmentOf(node);
-    // Back to the start, by the same way.
+    // Loads the initial values in the same way.
     const osg::NodePtr fresh = keep(makeGroup("fresh"));
     controller.addAOData(fresh, before);
     controller.loadFromNode(fresh);
@@ -345,7 +346,7 @@ TEST_F(NodeSettings, GivenUndoAndRedoOfALoad_RestoresEverySettingWithEachSignalO
     osg::subRefCP(before);
 }
 
-TEST_F(NodeSettings, GivenNeighbours_OnlyTheNodeItselfIsLookedAt) {
+TEST_F(NodeSettings, GivenNeighbours_ReadsOnlyTheNodeItself) {
     const osg::NodePtr child = makeGroup("child");
     const osg::NodePtr middle = makeGroup("middle", {child});
     const osg::NodePtr top = keep(makeGroup("top", {middle}));
@@ -353,10 +354,10 @@ TEST_F(NodeSettings, GivenNeighbours_OnlyTheNodeItselfIsLookedAt) {
     setValues(child, {{"AOShadowQuality", "5"}});
     controller.loadFromNode(middle);
     EXPECT_THAT(log, IsEmpty());
-    EXPECT_EQ(undoStack.count(), 0) << "no macro either";
+    EXPECT_EQ(undoStack.count(), 0) << "not even a macro";
 }
 
-TEST_F(NodeSettings, GivenSelection_LoadsFromFirstNodeThatIsThere) {
+TEST_F(NodeSettings, GivenSelection_LoadsFromFirstNodeThatIsNotNull) {
     const osg::NodePtr first = keep(makeGroup("first"));
     const osg::NodePtr second = keep(makeGroup("second"));
     setValues(first, {{"AOShadowQuality", "4"}});
@@ -373,7 +374,7 @@ TEST_F(NodeSettings, GivenNoSelectedNode_LoadsNothing) {
     EXPECT_THAT(log, ElementsAre("getSelectedRootNodes()", "getSelectedRootNodes()"));
 }
 
-TEST_F(NodeSettings, GivenFirstSelectedNodeWithoutSettings_LaterOnesAreIgnored) {
+TEST_F(NodeSettings, GivenFirstSelectedNodeWithoutSettings_IgnoresLaterOnes) {
     const osg::NodePtr second = keep(makeGroup("second"));
     setValues(second, {{"AOShadowQuality", "5"}});
     host.selection = {node, second};
@@ -417,7 +418,7 @@ TEST_F(TextSettings, GivenTree_WritesEveryNodeButComponentsAndLockedOnes) {
     for (const osg::NodePtr& left : {patch, patch->getChild(0), locked, locked->getChild(0)})
         EXPECT_EQ(valuesOf(left), osg::NullFC) << host.label(left);
     attach(root);
-    EXPECT_NE(attachmentOf(patch), osg::NullFC) << "the attachment makes no difference for components";
+    EXPECT_NE(attachmentOf(patch), osg::NullFC) << "components get the attachment as other nodes do";
 }
 
 TEST_F(TextSettings, GivenKeys_LoadsAllButTheModeInOrder) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The direct and the gathering pass, and the refinement that follows each.
+// The direct pass, the gathering pass, and the refinement after each.
 #include "ktAmbientOcclusionInternal.h"
 #include "ktChangeRecorder.h"
 #include "ktControllerFixture.h"
@@ -34,7 +34,7 @@ protected:
         Access::geometryNodes(controller).push_back(node);
         return node;
     }
-    /// A geometry below a transform, both kept.
+    /// A geometry below a transform; the test keeps both alive.
     osg::NodePtr addPlaced(const std::string& name, const Matrix& matrix) {
         const osg::NodePtr node = add(makeGeometryNode(name));
         keep(makeTransform("t", matrix, {node}));
@@ -89,10 +89,10 @@ TEST_F(DirectPass, GivenNodes_StepsRunsEventsAndTracesEach) {
                                  "signal progressStep(2)", "processEvents(0)",
                                  "computeVertexOcclusion(5, transform false, null, option true, lightMode false)"));
     EXPECT_EQ(Access::progressCounter(controller), 2u) << "the counter keeps its last value";
-    EXPECT_EQ(numRays, 8u) << "vertices are counted";
+    EXPECT_EQ(numRays, 8u) << "counts vertices";
 }
 
-TEST_F(DirectPass, GivenNode_HandsOverItsArraysAndKeepsTheResults) {
+TEST_F(DirectPass, GivenNode_PassesItsArraysAndKeepsTheResults) {
     const osg::NodePtr node = add(makeGeometryNode("a", 3));
     setChannel7(geometryOfNode(node), makeChannel(std::vector<Vec4f>(3, Vec4f(9, 9, 9, 9))));
     controller.computeDirectIllumination();
@@ -100,7 +100,7 @@ TEST_F(DirectPass, GivenNode_HandsOverItsArraysAndKeepsTheResults) {
     const auto& pass = raytracing.directPasses[0];
     EXPECT_EQ(pass.positions[2], osg::Pnt3f(2, 4, 6));
     EXPECT_THAT(pass.normals, allAre(osg::Vec3f(0, 1, 0)));
-    EXPECT_THAT(pass.resultsBefore, allAre(Vec4f(9, 9, 9, 9))) << "an existing channel is handed over as it is";
+    EXPECT_THAT(pass.resultsBefore, allAre(Vec4f(9, 9, 9, 9))) << "an existing channel is passed on unchanged";
     EXPECT_THAT(channel7(geometryOfNode(node)), allAre(raytracing.directResult));
 }
 
@@ -121,7 +121,7 @@ TEST_F(DirectPass, GivenResults_AnnouncesChannelAndGeometry) {
                 ElementsAre(osg::Geometry::IndexMappingFieldMask | osg::Geometry::TexCoords7FieldMask));
 }
 
-TEST_F(DirectPass, GivenTransform_HandsOverWorldMatrix) {
+TEST_F(DirectPass, GivenTransform_PassesWorldMatrix) {
     addPlaced("a", translation(1, 2, 3));
     controller.computeDirectIllumination();
     EXPECT_TRUE(raytracing.directPasses[0].transform);
@@ -158,7 +158,7 @@ TEST_F(DirectPass, GivenModes_OnlyClassicIsWithoutLights) {
     }
 }
 
-TEST_F(DirectPass, GivenDirectOption_IsHandedOnAsSwitch) {
+TEST_F(DirectPass, GivenDirectOption_IsPassedOnAsSwitch) {
     add(makeGeometryNode("a"));
     for (const int option : {1, 0, 7}) {
         Access::directOption(controller) = option;
@@ -234,7 +234,7 @@ TEST_F(DirectPass, GivenPostedEvent_IsDeliveredDuringThePass) {
     EXPECT_TRUE(receiver.called);
 }
 
-TEST_F(DirectPass, GivenShadowMaterials_StandInFrontAfterwards) {
+TEST_F(DirectPass, GivenShadowMaterials_AreMovedToTheFront) {
     const auto addGround = [this](const char* name) {
         setMaterial(add(makeGeometryNode(name)), osg::UShadowMaterial::create());
     };
@@ -246,7 +246,7 @@ TEST_F(DirectPass, GivenShadowMaterials_StandInFrontAfterwards) {
     addGround("T");
     add(makeGeometryNode("e"));
     controller.computeDirectIllumination();
-    // From both ends: the last ground swaps with the first other, and so on inwards.
+    // Sorts from both ends: swaps the last ground with the first other node, then the next pair.
     EXPECT_EQ(host.labels(Access::geometryNodes(controller)), "T S b c d a e");
 }
 
@@ -292,7 +292,7 @@ TEST_F(GatherPass, GivenShadowMaterialLast_DoesNotReorder) {
     EXPECT_EQ(host.labels(Access::geometryNodes(controller)), "a ground");
 }
 
-TEST_F(GatherPass, GivenNode_HandsOverArraysAndKeepsDirectResult) {
+TEST_F(GatherPass, GivenNode_PassesArraysAndKeepsDirectResult) {
     const osg::NodePtr node = addPlaced("a", translation(1, 2, 3));
     setChannel7(geometryOfNode(node), makeChannel(std::vector<Vec4f>(3, Vec4f(0, 0, 0, 0.5f))));
     controller.setMode(C::Shadows);
@@ -310,7 +310,7 @@ TEST_F(GatherPass, GivenNode_HandsOverArraysAndKeepsDirectResult) {
     EXPECT_THAT(changes.masksOf(geometryOfNode(node)), ElementsAre(osg::Geometry::TexCoords7FieldMask));
 }
 
-TEST_F(GatherPass, GivenColorBleedingOff_HandsOverLuminance) {
+TEST_F(GatherPass, GivenColorBleedingOff_PassesLuminance) {
     setMaterial(add(makeGeometryNode("red")), paint(1, 0, 0));
     setMaterial(add(makeGeometryNode("mixed")), paint(0.5f, 0.25f, 0.125f));
     controller.gatherIndirectIllumination();
@@ -322,7 +322,7 @@ TEST_F(GatherPass, GivenColorBleedingOff_HandsOverLuminance) {
     EXPECT_FLOAT_EQ(raytracing.gatherPasses[1].surfaceColor[2], y);
 }
 
-TEST_F(GatherPass, GivenColorBleedingOn_HandsOverTheColour) {
+TEST_F(GatherPass, GivenColorBleedingOn_PassesTheColour) {
     controller.setColorBleedingEnabled(true);
     setMaterial(add(makeGeometryNode("red")), paint(1, 0, 0));
     controller.gatherIndirectIllumination();
@@ -351,7 +351,7 @@ TEST_F(GatherPass, GivenMaterialGroupAbove_TakesItsColour) {
     EXPECT_EQ(raytracing.gatherPasses.at(0).surfaceColor, Color3f(0, 0.5f, 1));
 }
 
-TEST_F(GatherPass, GivenOverrideColour_HandsOverTheMaterialsAllTheSame) {
+TEST_F(GatherPass, GivenOverrideColour_StillPassesTheMaterials) {
     controller.setColorBleedingEnabled(true);
     controller.setOverrideMaterialColorEnabled(true);
     setMaterial(add(makeGeometryNode("a")), paint(0, 0.5f, 1));
@@ -408,7 +408,7 @@ TEST_F(GatherPass, GivenStates_ReportNodeAndRefinementWithItsId) {
                 ElementsAre("signal stateChanged(7, " + id + ")", "signal stateChanged(8, " + id + ")"));
 }
 
-TEST_F(Refinement, GivenDirectPass_HandsOverDirectNumbers) {
+TEST_F(Refinement, GivenDirectPass_PassesDirectSettings) {
     addPlaced("a", translation(4, 0, 0));
     controller.setShadowQuality(4);
     controller.setGatherQuality(1);
@@ -433,7 +433,7 @@ TEST_F(Refinement, GivenDirectPass_HandsOverDirectNumbers) {
     EXPECT_EQ(entriesWith(log, "new record"), std::vector<std::string>{"new record(a)"});
 }
 
-TEST_F(Refinement, GivenGatherPass_HandsOverIndirectNumbers) {
+TEST_F(Refinement, GivenGatherPass_PassesIndirectSettings) {
     add(makeGeometryNode("a"));
     controller.setShadowQuality(4);
     controller.setGatherQuality(1);

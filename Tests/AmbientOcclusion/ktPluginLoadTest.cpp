@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The built library as a host meets it: a file that is loaded by name.
+// The built library as a host uses it: a file that is loaded by name.
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
@@ -14,7 +14,7 @@ struct Close {
 };
 using Library = std::unique_ptr<void, Close>;
 
-// All symbols at once, so that one that no host has fails here and not in the middle of a run.
+// Resolves all symbols at once, so that a missing one fails here and not during a run.
 Library load() {
     return Library(dlopen(KT_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL));
 }
@@ -25,7 +25,7 @@ TEST(Plugin, GivenLibraryFile_IsNamedWithoutPrefix) {
     EXPECT_EQ(std::filesystem::path(KT_PLUGIN_FILE).filename(), "ktAmbientOcclusion.so");
 }
 
-TEST(Plugin, GivenHostThatLoadsIt_ReportsItsVersionThroughAPlainName) {
+TEST(Plugin, GivenHostThatLoadsIt_ReportsItsVersionThroughACFunction) {
     const Library library = load();
     ASSERT_NE(library, nullptr) << dlerror();
     const auto getPluginVersion = reinterpret_cast<const char* (*)()>(dlsym(library.get(), "getPluginVersion"));

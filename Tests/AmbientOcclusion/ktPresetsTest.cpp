@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The catalogue of presets in memory: applied, added, deleted, listed.
+// Presets in memory: applied, added, deleted, listed.
 #include "ktControllerFixture.h"
 #include "ktMessage.h"
 
@@ -60,7 +60,7 @@ TEST_F(Presets, GivenPreset_AppliesEverySettingInOrderAsOneStep) {
                             "signal subdivisionQualityChanged(2)", "signal presetApplied(0)"));
     EXPECT_EQ(undoStack.count(), 1);
     EXPECT_EQ(undoStack.undoText(), "Apply Ambient Occlusion Preset");
-    EXPECT_EQ(controller.getMinEdgeLength(), double(0.1f)) << "widened";
+    EXPECT_EQ(controller.getMinEdgeLength(), double(0.1f)) << "single precision, converted to double";
 }
 
 TEST_F(Presets, GivenUndoAndRedo_RestoresAllInOneStepWithEachSignalOnce) {
@@ -132,7 +132,7 @@ TEST_F(Presets, GivenPresetThatChangesNothing_IsStillOneStepAndOneSignal) {
     controller.addPreset("now");
     log.clear();
     controller.applyPreset(0);
-    // The threshold comes back in single precision.
+    // The preset keeps the threshold in single precision only.
     EXPECT_THAT(log, ElementsAre("add \"Ambient Occlusion Intensity Threshold\"",
                                  "signal intensityThresholdChanged(0.05)", "signal presetApplied(0)"));
     controller.applyPreset(0);
@@ -140,7 +140,7 @@ TEST_F(Presets, GivenPresetThatChangesNothing_IsStillOneStepAndOneSignal) {
     EXPECT_EQ(log.back(), "signal presetApplied(0)");
 }
 
-TEST_F(Presets, GivenListenerThatEmptiesTheCatalogue_AppliesTheWholePreset) {
+TEST_F(Presets, GivenListenerThatDeletesAllPresets_AppliesTheWholePreset) {
     presets = {unusual()};
     host.onEntry = [this](const std::string& entry) {
         if (entry == "signal shadowQualityChanged(4)")

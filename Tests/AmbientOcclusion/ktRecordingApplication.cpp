@@ -34,7 +34,7 @@ int ktRecordingOutput::sync() {
 
 namespace {
 
-/// An event loop that records being run, and delivers posted events as any other.
+/// An event loop that records each run and delivers posted events as usual.
 class RecordingDispatcher : public QAbstractEventDispatcher {
 public:
     bool processEvents(QEventLoop::ProcessEventsFlags flags) override {
@@ -59,7 +59,7 @@ public:
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    QCoreApplication::setEventDispatcher(new RecordingDispatcher); // the application takes it over
+    QCoreApplication::setEventDispatcher(new RecordingDispatcher); // the application takes ownership
     QCoreApplication application(argc, argv);
     osg::osgInit(argc, argv);
     return RUN_ALL_TESTS();

@@ -4,8 +4,8 @@
 #include <streambuf>
 #include <string>
 
-/// Puts itself in the place of standard output's buffer while it lives. Each flush records what was written since the
-/// last one as "out: ..." in the recording host's log; what nobody flushed is recorded as "unflushed: ..." at the end.
+/// Replaces the buffer of standard output during its lifetime. Each flush records the text since the last one as
+/// "out: ..." in the recording host's log. The destructor records text that nobody flushed as "unflushed: ...".
 class ktRecordingOutput : public std::streambuf {
 public:
     ktRecordingOutput();

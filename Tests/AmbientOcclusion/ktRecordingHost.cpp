@@ -4,7 +4,7 @@
 #include "ktUndoStack.h"
 
 ktRecordingHost& ktRecordingHost::the() {
-    static auto* const host = new ktRecordingHost; // outlives everything that reports to it
+    static auto* const host = new ktRecordingHost; // never deleted, because others may still call it at exit
     return *host;
 }
 

@@ -14,21 +14,21 @@
 
 class QUndoCommand;
 
-/// The host as the plug-in's tests see it: every service call, every signal and every line on standard output becomes
-/// one entry of one ordered log, and the answers of the services are plain members.
+/// The host for tests of the plug-in. Every service call, every signal and every line on standard output becomes an
+/// entry of one ordered log. Tests set the answers of the services as plain members.
 struct ktRecordingHost {
     static ktRecordingHost& the();
 
     /// Appends an entry, then calls `onEntry`.
     void record(const std::string& entry);
-    /// Forgets everything: log, answers, undo history, labels.
+    /// Resets everything: log, answers, undo history, labels.
     void reset();
 
     std::vector<std::string> log;
-    /// Called with each entry after it was appended; a test cancels from here.
+    /// Called with each entry after it was appended; tests cancel from here.
     std::function<void(const std::string& entry)> onEntry;
 
-    // Answers.
+    // The answers of the services.
     bool hasRaytracing = true;
     std::vector<ktNodePtr> selection;
     osg::NodePtr root;
@@ -42,15 +42,15 @@ struct ktRecordingHost {
     int raytracing = 5;
     unsigned int logicalCores = 12;
     std::string preferencesDirectory = "/preferences/";
-    std::map<std::string, ktMessage> files; ///< what ktMessageRW keeps, by path
+    std::map<std::string, ktMessage> files; ///< the files of ktMessageRW, by path
     bool canWriteFiles = true;
     bool failsToMakeRecords = false; ///< the constructor of ktGeoSubdivisionList throws
     int liveRecords = 0;             ///< ktGeoSubdivisionLists that exist
 
-    /// Name of a node in the log: the one given to its core in `names`, else "?".
+    /// Name of a node in the log: that of its core in `names`, otherwise "?".
     std::string label(const osg::NodePtr& node) const;
     std::string label(const osg::NodeCorePtr& core) const;
-    /// "a b c" of all nodes.
+    /// The names of all nodes, as "a b c".
     std::string labels(const std::vector<osg::NodePtr>& nodes) const;
 };
 

@@ -5,12 +5,12 @@
 
 #include <set>
 
-/// Ray-tracing utilities that record what they are asked and answer with numbers that tell where they come from.
+/// Ray-tracing utilities that record their calls and return fixed numbers that identify the call.
 class ktRecordingRaytracing : public ktRaytracingUtils {
 public:
     static ktRecordingRaytracing& the();
 
-    /// What one call of a pass was handed, copied.
+    /// Copies of the arguments of one call of a pass.
     struct Pass {
         osg::UInt32 count = 0;
         osg::Matrix toWorld;
@@ -36,16 +36,16 @@ public:
         bool indirectEnabled = false, indirect = false, lightMode = false;
     };
 
-    /// Forgets all calls.
+    /// Deletes all recorded calls.
     void reset();
 
     std::vector<Pass> directPasses;
     std::vector<Pass> gatherPasses;
     std::vector<Subdivision> subdivisions;
-    std::vector<std::vector<float>> configurations; ///< counts and distances of configureTracing()
+    std::vector<std::vector<float>> configurations; ///< counts and distances passed to configureTracing()
     std::set<ktSampler*> liveSamplers;
-    osg::Vec4f directResult{0.1f, 0.2f, 0.3f, 0.4f}; ///< what the direct pass answers for every vertex
-    osg::Vec3f gatheredLight{0.25f, 0.5f, 0.75f};    ///< what each bounce answers
+    osg::Vec4f directResult{0.1f, 0.2f, 0.3f, 0.4f}; ///< result of the direct pass for every vertex
+    osg::Vec3f gatheredLight{0.25f, 0.5f, 0.75f};    ///< light that each bounce adds
 
     void buildAccelerationStructure(const std::vector<osg::NodePtr>& geometry,
                                     const std::vector<osg::NodePtr>& lights) override;

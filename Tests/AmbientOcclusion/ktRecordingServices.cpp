@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The host's services, recorded instead of done.
+// The host's services: they only record their calls.
 #include "ktAnimManager.h"
 #include "ktController.h"
 #include "ktGeoSubdivisionList.h"
@@ -81,7 +81,7 @@ std::vector<ktNodePtr> ktScenegraph::getSelectedRootNodes() {
 }
 osg::NodePtr ktScenegraph::getRootNode() {
     return host().root;
-} // asked at every material: not worth an entry
+} // called for every material, so it is not recorded
 void ktScenegraph::enableUpdate(bool enable) {
     host().record("enableUpdate(" + text(enable) + ")");
 }
@@ -180,7 +180,7 @@ void ktUndoStack::add(QUndoCommand* command) {
 }
 
 ktUndoCommand::ktUndoCommand(const QString& label, QUndoCommand* parent) : QUndoCommand(label, parent) {
-    static qint64 tick = 0; // a time that never stands still, so that tests see who took over whose
+    static qint64 tick = 0; // each command gets another time, so that tests can see which one is kept
     changeTime_ms = ++tick;
 }
 ktUndoCommand::~ktUndoCommand() = default;

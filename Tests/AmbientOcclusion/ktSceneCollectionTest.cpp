@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Collecting from the scene: geometry to calculate, occluders, lights and materials.
 #include "ktControllerFixture.h"
 #include "ktSceneParts.h"
 #include "OSGUberMaterial.h"
@@ -22,14 +23,14 @@ class Collection : public ktControllerFixture {
 protected:
     Collection() { host.root = keep(makeGroup("root")); }
 
-    /// Hangs a node below the scene's root.
+    /// Adds a node below the scene's root.
     osg::NodePtr add(const osg::NodePtr& node) {
         osg::beginEditCP(host.root);
         host.root->addChild(node);
         osg::endEditCP(host.root);
         return node;
     }
-    /// Names of the geometry collected below these nodes.
+    /// Collects the geometry below these nodes and returns its names.
     std::string collect(const std::vector<osg::NodePtr>& selected, bool missingOnly = false) {
         const osg::NodePtr workingRoot = controller.buildGeometryNodeList(selected, nodes, missingOnly);
         workingRoots.push_back(workingRoot);
@@ -72,7 +73,7 @@ TEST_F(GeometryList, GivenSelection_ClonesItUnderWorldMatrixOfTheParent) {
     EXPECT_EQ(collect({inner}), "a");
     ASSERT_THAT(nodes, SizeIs(1));
     EXPECT_NE(nodes[0], geometry) << "nodes are copies";
-    EXPECT_EQ(nodes[0]->getCore(), geometry->getCore()) << "cores are the scene's own";
+    EXPECT_EQ(nodes[0]->getCore(), geometry->getCore()) << "cores are shared with the scene";
     EXPECT_EQ(nodes[0]->getToWorld(), geometry->getToWorld());
 
     const osg::NodePtr root = workingRoots[0];
@@ -137,7 +138,7 @@ TEST_F(GeometryList, GivenSwitch_FollowsItsChoice) {
     EXPECT_EQ(collectWith(1), "c");
     EXPECT_EQ(collectWith(-2), "a b c");
     EXPECT_EQ(collectWith(-1), "");
-    EXPECT_EQ(collectWith(2), "a b c") << "at the count: all";
+    EXPECT_EQ(collectWith(2), "a b c") << "equal to the number of children: all";
     EXPECT_EQ(collectWith(5), "a b c");
     EXPECT_EQ(collectWith(-3), "a b c");
 }
@@ -194,7 +195,7 @@ TEST_F(GeometryList, GivenCoreWithSingleParent_IsNotLookedUp) {
     EXPECT_EQ(host.labels(nodes), "single");
     const osg::NodePtr second = keep(makeNode(node->getCore()));
     EXPECT_EQ(controller.getGeometryNodes(second, nodes, collected), osg::Action::Continue);
-    EXPECT_EQ(host.labels(nodes), "single") << "with two parents it is";
+    EXPECT_EQ(host.labels(nodes), "single") << "with two parents it is looked up";
 }
 
 TEST_F(GeometryList, GivenNullNode_Continues) {
@@ -249,10 +250,10 @@ TEST_F(GeometryList, GivenMissingOnlyAndSingleIndexed_StillSeparatesSharedProper
     EXPECT_NE(core->getPositions(), geometryOfNode(missing)->getPositions());
 }
 
-TEST_F(GeometryList, GivenMissingOnly_AsksForIndirectOnlyWhenItIsOn) {
+TEST_F(GeometryList, GivenMissingOnly_ChecksIndirectOnlyWhenItIsOn) {
     const osg::NodePtr node = add(makeGeometryNode("a"));
     setChannel7(geometryOfNode(node), makeChannel(std::vector<Vec4f>(3, Vec4f(0, 0, 0, 1))));
-    EXPECT_EQ(collect({node}, true), "a") << "indirect light is asked for and missing";
+    EXPECT_EQ(collect({node}, true), "a") << "indirect light is enabled and missing";
     controller.setIndirectIlluminationEnabled(false);
     EXPECT_EQ(collect({node}, true), "");
     EXPECT_EQ(collect({node}, false), "a");
@@ -333,7 +334,7 @@ TEST_F(VisibleList, GivenMultiIndexedGeometry_BecomesSingleIndexed) {
     makeMultiIndexed(geometryOfNode(glass));
     visible();
     EXPECT_EQ(geometryOfNode(multi)->getMFIndexMapping()->size(), 1u);
-    EXPECT_EQ(geometryOfNode(glass)->getMFIndexMapping()->size(), 2u) << "what is not added stays as it is";
+    EXPECT_EQ(geometryOfNode(glass)->getMFIndexMapping()->size(), 2u) << "geometry that is not added is unchanged";
 }
 
 TEST_F(VisibleList, GivenSingleIndexedGeometry_StaysShared) {
@@ -363,18 +364,18 @@ TEST_F(RealMaterial, GivenMaterialGroupAbove_OverridesTheGeometrysOwn) {
     EXPECT_EQ(controller.getRealMaterial(keep(node)), own);
     const osg::NodePtr empty = makeMaterialGroup(osg::NullFC, {node});
     add(makeMaterialGroup(far, {makeGroup("g", {makeMaterialGroup(nearest, {empty})})}));
-    EXPECT_EQ(controller.getRealMaterial(node), nearest) << "an empty group is passed by";
+    EXPECT_EQ(controller.getRealMaterial(node), nearest) << "an empty group is skipped";
     EXPECT_EQ(controller.getRealMaterial(empty), nearest);
 }
 
-TEST_F(RealMaterial, GivenMaterialGroupAtTheRoot_IsNotLookedAt) {
+TEST_F(RealMaterial, GivenMaterialGroupAtTheRoot_IsIgnored) {
     const osg::MaterialPtr own = osg::UberMaterial::create();
     const osg::MaterialPtr rootMaterial = osg::UberMaterial::create();
     const osg::NodePtr node = makeGeometryNode("a");
     setMaterial(node, own);
     host.root = keep(makeMaterialGroup(rootMaterial, {node}));
     EXPECT_EQ(controller.getRealMaterial(node), own);
-    EXPECT_EQ(controller.getRealMaterial(host.root), rootMaterial) << "but it is the root's own";
+    EXPECT_EQ(controller.getRealMaterial(host.root), rootMaterial) << "but the root itself has it";
 }
 
 TEST_F(RealMaterial, GivenNoMaterial_IsNull) {
@@ -395,7 +396,7 @@ TEST_F(NodeOrder, GivenGeometryCores_OrdersByTheirAddress) {
     EXPECT_TRUE(geomPtrEqual(a, keep(makeNode(a->getCore()))));
 }
 
-TEST_F(NodeOrder, GivenNoGeometry_ComesFirstAndEqualsItsLike) {
+TEST_F(NodeOrder, GivenNoGeometry_ComesFirstAndEqualsOthersWithout) {
     const osg::NodePtr geometry = keep(makeGeometryNode("a"));
     const osg::NodePtr group = keep(makeGroup("g"));
     const osg::NodePtr bare = keep(makeNode(osg::NullFC));

@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-/// Matches a list that is not empty and holds nothing but `value`.
+/// Matches a list that is not empty and in which every element is `value`.
 template <class Value>
 auto allAre(const Value& value) {
     return testing::AllOf(testing::Not(testing::IsEmpty()), testing::Each(value));
 }
 
-/// Small scenes for the plug-in's tests. Nothing here holds a reference; names are those of the recording host's log.
+/// Small scenes for the plug-in's tests. Nothing here holds a reference. Names appear in the recording host's log.
 
 /// A geometry of `vertices` positions and normals in one triangle list; position i is (i, 2i, 3i), normals point up.
 osg::GeometryPtr makeGeometry(const std::string& name, osg::UInt32 vertices = 3);
@@ -37,13 +37,13 @@ void setMaterial(const osg::NodePtr& node, const osg::MaterialPtr& material);
 void hide(const osg::NodePtr& node);
 /// A texture-coordinate property with these values.
 osg::GeoTexCoords4fPtr makeChannel(const std::vector<osg::Vec4f>& values);
-/// The values of channel 7 or 5; empty when it holds no four-component property.
+/// The values of channel 7 or 5; empty without a four-component property.
 std::vector<osg::Vec4f> channel7(const osg::GeometryPtr& geometry);
 std::vector<osg::Vec4f> channel5(const osg::GeometryPtr& geometry);
-/// Gives the geometry this channel, or none.
+/// Sets this channel of the geometry; null removes it.
 void setChannel7(const osg::GeometryPtr& geometry, const osg::GeoTexCoordsPtr& channel);
 void setChannel5(const osg::GeometryPtr& geometry, const osg::GeoTexCoordsPtr& channel);
-/// Keeps the first `count` normals, or adds more.
+/// Removes or adds normals so that there are `count`.
 void resizeNormals(const osg::GeometryPtr& geometry, osg::UInt32 count);
-/// Gives the geometry two indices a vertex, positions and normals apart.
+/// Gives the geometry two indices per vertex, one for positions and one for normals.
 void makeMultiIndexed(const osg::GeometryPtr& geometry);

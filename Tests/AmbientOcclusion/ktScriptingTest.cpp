@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What scripts call works on the one instance of the process.
+// The functions for scripts, which use the only instance of the process.
 #include "ktCalculationFixture.h"
 
 using testing::Contains;
@@ -71,7 +71,7 @@ protected:
 TEST_F(Scripting, GivenAllArguments_SetsInOrderAndCalculates) {
     C::computeAmbientOcclusion(3, 0.5f, 250, false, true, 4, 3, true, 2.5f, false, 0.1f, 0.2f, 0.3f, 2, 0.25f);
     EXPECT_THAT(settingSignals(), testing::ElementsAreArray(expectedSignals));
-    EXPECT_EQ(undoStack.count(), 13) << "one step each, no macro";
+    EXPECT_EQ(undoStack.count(), 13) << "one step per setting, no macro";
     EXPECT_EQ(log.back(), "signal calculationStarted(false)");
     EXPECT_THAT(raytracing.directPasses, SizeIs(2));
 }
@@ -91,7 +91,7 @@ TEST_F(Scripting, GivenNineArguments_FillsInTheDefaults) {
     EXPECT_FALSE(instance.isOverrideMaterialColorEnabled());
     EXPECT_EQ(instance.getMaterialColor(), osg::Color3f(0.7f, 0.7f, 0.7f));
     EXPECT_EQ(instance.getSubdivisionQuality(), 1);
-    EXPECT_EQ(instance.getIntensityThreshold(), double(0.05f)) << "single precision, widened";
+    EXPECT_EQ(instance.getIntensityThreshold(), double(0.05f)) << "single precision, converted to double";
 }
 
 TEST_F(Scripting, GivenTenArgumentsOfMissing_FillsInTheDefaults) {

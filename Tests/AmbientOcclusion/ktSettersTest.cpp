@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Setters of the settings: defaults, undo, signals, merging and limits.
 #include "ktControllerFixture.h"
 
 #include <cmath>
@@ -12,13 +13,13 @@ namespace {
 
 using C = ktAmbientOcclusion;
 
-/// One setting: how it is set to its first, second and third value, how it is read, and what should be heard.
+/// One setting: how to set it to its three test values, how to read it, and the expected signals.
 struct Setting {
     std::string name;
     std::string label;
-    std::function<void(C&, int)> set; ///< 0: the default, 1 and 2: two others
+    std::function<void(C&, int)> set; ///< 0: the default, 1 and 2: two other values
     std::function<std::string(const C&)> get;
-    std::array<std::string, 3> values; ///< as get() writes them
+    std::array<std::string, 3> values; ///< as get() returns them
     std::string signal;
 };
 
@@ -133,7 +134,7 @@ TEST_P(Setters, GivenNewValue_PushLabelledCommandThatWritesAndSignals) {
     GetParam().set(controller, 1);
     EXPECT_EQ(GetParam().get(controller), GetParam().values[1]);
     EXPECT_THAT(log, ElementsAre("add \"" + GetParam().label + "\"", signalWith(1)));
-    EXPECT_EQ(seenInSlot, GetParam().values[1]) << "a slot sees the new value";
+    EXPECT_EQ(seenInSlot, GetParam().values[1]) << "a slot reads the new value";
     EXPECT_EQ(undoStack.count(), 1);
     EXPECT_EQ(undoStack.undoText().toStdString(), GetParam().label);
 }
@@ -173,7 +174,7 @@ TEST_F(Settings, GivenFreshController_HaveWorkingDefaults) {
     EXPECT_EQ(Access::directOption(controller), 1);
     EXPECT_EQ(Access::directSampleCountU(controller), 32);
     EXPECT_EQ(Access::directSampleCountV(controller), 32);
-    EXPECT_EQ(Access::gatherSampleCount(controller), 32); // not the 24 of gather quality 2, until that is set
+    EXPECT_EQ(Access::gatherSampleCount(controller), 32); // gather quality 2 means 24, but only after it was set
     EXPECT_EQ(Access::threadCount(controller), 12u);
     EXPECT_EQ(Access::directThreshold(controller), 0.0);
     EXPECT_EQ(Access::indirectThreshold(controller), 0.0);
@@ -218,7 +219,7 @@ TEST_F(Settings, GivenQualityUndone_SampleCountsFollow) {
     undoStack.undo();
     undoStack.undo();
     EXPECT_EQ(Access::directSampleCountU(controller), 32);
-    EXPECT_EQ(Access::gatherSampleCount(controller), 24) << "level 2, by the table this time";
+    EXPECT_EQ(Access::gatherSampleCount(controller), 24) << "the table's count of level 2";
 }
 
 TEST_F(Settings, GivenColorWithinTolerance_CountsAsEqual) {
@@ -228,7 +229,7 @@ TEST_F(Settings, GivenColorWithinTolerance_CountsAsEqual) {
     EXPECT_THAT(log, IsEmpty());
     EXPECT_EQ(controller.getMaterialColor()[0], 0.0f);
     controller.setMaterialColor(0.0f, 0.0f, 1.0000002e-6f);
-    EXPECT_EQ(log.size(), 2u) << "the last component lies just outside";
+    EXPECT_EQ(log.size(), 2u) << "the last component is just outside the tolerance";
 }
 
 TEST_F(Settings, GivenOneColorComponentOutside_StoresAll) {

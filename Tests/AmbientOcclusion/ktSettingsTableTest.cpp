@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The table of settings, and that each of its rows reaches every place that keeps settings.
+// The table of settings. Every row must reach each place that keeps settings.
 #include "ktAmbientOcclusionSettings.h"
 #include "ktControllerFixture.h"
 #include "ktSettingRows.h"
@@ -19,7 +19,7 @@ protected:
     void setAllToInitial() {
         forEachSetting([&](auto row) { row.set(controller, row.initial); });
     }
-    /// Single precision is what files and nodes keep.
+    /// Rounds to single precision, which files and nodes keep.
     template <class Row>
     typename Row::Field held(Row row) const {
         return static_cast<typename Row::Field>(row.get(controller));
@@ -88,7 +88,7 @@ TEST_F(SettingsTable, GivenRows_GivesEachNameOnce) {
         }
 }
 
-TEST_F(SettingsTable, GivenRows_HavePlacesFromOneOnWhereTheyHaveNames) {
+TEST_F(SettingsTable, GivenRows_HavePlacesExactlyWhereTheyHaveNames) {
     expectEachPlaceOnce<&Places::texts>();
     expectEachPlaceOnce<&Places::presets>();
     expectEachPlaceOnce<&Places::scripts>();
@@ -113,7 +113,7 @@ TEST_F(SettingsTable, GivenNewControllerAndAttachment_HoldInitialValues) {
     osg::subRefCP(attachment);
 }
 
-TEST_F(SettingsTable, GivenNewValue_IsKeptAndTellsItsSignalOnce) {
+TEST_F(SettingsTable, GivenNewValue_IsKeptAndSignalledOnce) {
     forEachSetting([&](auto row) {
         int emissions = 0;
         QObject::connect(&controller, row.changed(controller), [&emissions] { ++emissions; });
@@ -124,7 +124,7 @@ TEST_F(SettingsTable, GivenNewValue_IsKeptAndTellsItsSignalOnce) {
     });
 }
 
-TEST_F(SettingsTable, GivenAttachment_BringsEveryValueBack) {
+TEST_F(SettingsTable, GivenAttachment_RestoresEveryValue) {
     const osg::NodePtr node = keep(osg::Node::create());
     setAllToOthers();
     controller.addAOData(node, controller.getAmbientOcclusionSettings());
@@ -133,7 +133,7 @@ TEST_F(SettingsTable, GivenAttachment_BringsEveryValueBack) {
     forEachSetting([&](auto row) { expectOther(row); });
 }
 
-TEST_F(SettingsTable, GivenTextKeys_BringEveryValueWithAKeyBack) {
+TEST_F(SettingsTable, GivenTextKeys_RestoreEveryValueWithAKey) {
     const osg::NodePtr node = keep(osg::Node::create());
     setAllToOthers();
     controller.addAOData(node);
@@ -142,7 +142,7 @@ TEST_F(SettingsTable, GivenTextKeys_BringEveryValueWithAKeyBack) {
     forEachSetting<&Places::texts>([&](auto row) { expectOther(row); });
 }
 
-TEST_F(SettingsTable, GivenPreset_BringsEveryValueInItBack) {
+TEST_F(SettingsTable, GivenPreset_RestoresEveryValueInIt) {
     setAllToOthers();
     controller.addPreset("mine");
     setAllToInitial();
@@ -150,7 +150,7 @@ TEST_F(SettingsTable, GivenPreset_BringsEveryValueInItBack) {
     forEachSetting<&Places::presets>([&](auto row) { expectOther(row); });
 }
 
-TEST_F(SettingsTable, GivenTemplatesFile_BringsEveryValueInItBack) {
+TEST_F(SettingsTable, GivenTemplatesFile_RestoresEveryValueInIt) {
     setAllToOthers();
     controller.addPreset("mine");
     const std::size_t count = Access::presets(controller).size();
@@ -162,7 +162,7 @@ TEST_F(SettingsTable, GivenTemplatesFile_BringsEveryValueInItBack) {
     forEachSetting<&Places::presets>([&](auto row) { expectOther(row); });
 }
 
-TEST_F(SettingsTable, GivenTemplatesFileOfNamesAlone_HoldsTheRowsFallbacks) {
+TEST_F(SettingsTable, GivenTemplatesFileWithNamesOnly_HoldsTheRowsFallbacks) {
     ktMessage& file = host.files["/preferences/aotemplates.xml"];
     file = ktMessage();
     file.set("name", std::vector<std::string>{"old"}, true);

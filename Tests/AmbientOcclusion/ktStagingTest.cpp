@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Clearing vertex colours, and copies of result channels.
 #include "ktChangeRecorder.h"
 #include "ktControllerFixture.h"
 #include "ktSceneParts.h"
@@ -77,7 +78,7 @@ TEST_F(Staging, GivenSecondNodeNull_PrintsZero) {
     collect({node, osg::NullFC, last});
     controller.clearVertexColors(C::Classic);
     EXPECT_THAT(log, ElementsAre("out: Bad Node Clear Vertex Colors0\n"));
-    EXPECT_THAT(channel7(geometryOfNode(last)), SizeIs(2)) << "it goes on with the next";
+    EXPECT_THAT(channel7(geometryOfNode(last)), SizeIs(2)) << "it continues with the next node";
 }
 
 TEST_F(Staging, GivenFirstNodesBad_PrintsMinusOneEachTime) {

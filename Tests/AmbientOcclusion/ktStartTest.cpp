@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// From the request to the thawed host: refusals, freezing, what is prepared and what is cleaned up.
+// A run from the request to the thawed host: refusals, freezing, preparation and clean-up.
 #include "ktCalculationFixture.h"
 #include "ktGeoSubdivisionList.h"
 
@@ -28,7 +28,7 @@ osg::AttachmentPtr settingsOf(const osg::NodePtr& node) {
 
 } // namespace
 
-TEST_F(Start, GivenRunningCalculation_IsRefusedWithoutAnything) {
+TEST_F(Start, GivenRunningCalculation_IsRefusedWithoutAnyCall) {
     Access::calculating(controller) = true;
     log.clear();
     EXPECT_FALSE(controller.startCalculation(false));
@@ -43,7 +43,7 @@ TEST_F(Start, GivenNoRaytracing_IsRefusedSilently) {
     now_us() += 5000000;
     log.clear();
     EXPECT_FALSE(controller.startCalculation(false));
-    EXPECT_THAT(log, IsEmpty()) << "the state is not touched either";
+    EXPECT_THAT(log, IsEmpty()) << "the state does not change either";
     EXPECT_FALSE(Access::calculating(controller));
 }
 
@@ -116,7 +116,7 @@ TEST_F(Start, GivenAllStates_AreReportedInOrder) {
     EXPECT_EQ(states[4], "signal stateChanged(9, 0)");
     EXPECT_EQ(states[5], "signal stateChanged(0, 0)");
 
-    // Where they stand between the host's calls.
+    // Their order relative to the host's calls.
     const auto at = [this](const std::string& entry) {
         return std::find_if(log.begin(), log.end(),
                             [&](const std::string& each) { return each.rfind(entry, 0) == 0; }) -
@@ -133,7 +133,7 @@ TEST_F(Start, GivenAllStates_AreReportedInOrder) {
     EXPECT_EQ(at("signal stateChanged(0"), at("enableUpdate(true)") + 1);
 }
 
-TEST_F(Start, GivenHostStateBefore_IsGivenBack) {
+TEST_F(Start, GivenHostStateBefore_IsRestored) {
     host.isRenderEnabled = false;
     host.raytracing = 9;
     run();
@@ -148,7 +148,7 @@ TEST_F(Start, GivenSettings_PreparesTheRunFromThem) {
     controller.setColorBleedingEnabled(true);
     controller.setOverrideMaterialColorEnabled(false);
     controller.setMaterialColor(1, 0.5f, 0.25f);
-    Access::directSampleCountV(controller) = 7; // the sampler takes U for both, the tracing takes V
+    Access::directSampleCountV(controller) = 7; // the sampler uses U for both, the tracing uses V
     Access::passOption(controller) = false;
     run();
     EXPECT_THAT(entriesWith(log, "createSampler"),
@@ -251,7 +251,7 @@ TEST_F(Start, GivenRun_ReleasesTheWorkingCopy) {
     EXPECT_EQ(osg::NodeCorePtr(a->getCore()).getRefCount(), refCount);
 }
 
-TEST_F(Start, GivenRun_LandsResultsInTheScene) {
+TEST_F(Start, GivenRun_StoresResultsInTheScene) {
     run();
     EXPECT_THAT(channel7(geometryOfNode(a)), allAre(Vec4f(0, 0, 0, 0.4f)));
     EXPECT_THAT(channel7(geometryOfNode(b)), SizeIs(4));
@@ -288,13 +288,13 @@ TEST_F(Start, GivenMissingOnlyAndNothingMissing_AttachesSettingsAndSignals) {
     EXPECT_EQ(log.back(), "signal calculationStarted(true)");
 }
 
-TEST_F(Start, GivenSettingsOnSelection_AreThoseOfTheRun) {
+TEST_F(Start, GivenSelection_GetsTheSettingsOfTheRun) {
     controller.setShadowQuality(0);
     run();
     const auto attachment = osg::AmbientOcclusionSettingsAttachmentPtr::dcast(settingsOf(a));
     EXPECT_EQ(attachment->getShadowQuality(), 0);
     EXPECT_FALSE(attachment->getIndirectIllumination());
-    EXPECT_EQ(attachment.getRefCount(), 3) << "car, a and b hold it, the run no more";
+    EXPECT_EQ(attachment.getRefCount(), 3) << "only car, a and b hold it, not the run";
 }
 
 TEST_F(Start, GivenNullInSelection_CalculatesTheRest) {

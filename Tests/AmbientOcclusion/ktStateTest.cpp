@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reports of the state, progress, cancel requests and printed times.
 #include "ktAmbientOcclusionInternal.h"
 #include "ktControllerFixture.h"
 
@@ -63,12 +64,12 @@ TEST_F(States, GivenTwoControllers_ShareOneTimestamp) {
     Access::destroy(other);
 }
 
-TEST(Clock, GivenNoTest_IsTheWallClock) {
+TEST(Clock, GivenNoReplacement_IsTheWallClock) {
     using namespace std::chrono;
     const auto systemClock_us = [] {
         return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
     };
-    // The first static initialisation set it; fixtures put theirs in its place later, so ask for a fresh one.
+    // Reads the wall clock directly, because fixtures replace the clock.
     const auto before = systemClock_us();
     const auto reading = ktAmbientOcclusionInternal::readWallClock_us();
     EXPECT_GE(reading, before);

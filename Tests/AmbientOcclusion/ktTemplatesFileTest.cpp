@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Presets and their file in the real host: through restarts, broken files and an undo stack a person uses.
+// Presets and their file in the real host: restarts, broken files, killed processes and undo.
 #include "ktAmbientOcclusion.h"
 #include "ktLogOutput.h"
 #include "ktMemoryLimit.h"
@@ -40,7 +40,7 @@ namespace fs = std::filesystem;
 using Access = ktAmbientOcclusionAccess;
 using Controller = std::unique_ptr<ktAmbientOcclusion, void (*)(ktAmbientOcclusion*)>;
 
-/// What `member` of every preset is.
+/// The values of `member` in all presets.
 template <class Member>
 auto each(const std::vector<AOPreset>& presets, Member member) {
     std::vector<std::decay_t<decltype(presets[0].*member)>> values;
@@ -64,7 +64,7 @@ bool equal(const AOPreset& a, const AOPreset& b) {
            sameBits(a.intensityThreshold, b.intensityThreshold);
 }
 
-/// A preferences directory of its own; in memory where the machine has such a place, as some tests write a great deal.
+/// A temporary preferences directory. It is in memory if possible, because some tests write much data.
 class TemplatesFile : public testing::Test {
 protected:
     void SetUp() override {
@@ -126,7 +126,7 @@ TEST_F(TemplatesFile, GivenFirstStart_MakesTheFileWithSevenPresets) {
         EXPECT_THAT(content, HasSubstr("<item>" + name + "</item>"));
     const Controller next = start();
     EXPECT_EQ(each(Access::presets(*next), &AOPreset::name), recovered);
-    EXPECT_EQ(contentOf(file), content) << "a start alone writes nothing";
+    EXPECT_EQ(contentOf(file), content) << "a start without changes writes nothing";
 }
 
 TEST_F(TemplatesFile, GivenAnyValues_ReadsThemBitForBitInTheNextRun) {
@@ -237,7 +237,7 @@ TEST_F(TemplatesFile, GivenEmptyNames_LeavesTheFileAlone) {
 TEST_F(TemplatesFile, GivenDirectoryThatTakesNoFiles_LogsAndKeepsTheCatalogue) {
     const Controller controller = start();
     const std::string before = contentOf(file);
-    // Not even root may make files there.
+    // Not even root can create files there.
     setenv("KT_PREFERENCES_DIR", "/proc", 1);
     controller->addPreset("mine");
     EXPECT_THAT(log, ElementsAre(HasSubstr("Couldn't write /proc/aotemplates.xml: "),
@@ -247,7 +247,7 @@ TEST_F(TemplatesFile, GivenDirectoryThatTakesNoFiles_LogsAndKeepsTheCatalogue) {
 }
 
 TEST_F(TemplatesFile, GivenKillsAt200RandomMomentsWhileSaving_AlwaysLeavesAWholeCatalogue) {
-    // Catalogues of very different sizes, told apart by their names.
+    // Catalogues of very different sizes, identified by their names.
     const auto fill = [](ktAmbientOcclusion& controller, int which) {
         AOPreset preset;
         preset.name = "catalogue " + std::to_string(which);
@@ -260,7 +260,7 @@ TEST_F(TemplatesFile, GivenKillsAt200RandomMomentsWhileSaving_AlwaysLeavesAWhole
     int last = 0, changes = 0;
     std::chrono::microseconds fourSaves{};
     {
-        // As long as this machine takes now, sanitizers and load included.
+        // Measures the time now, because sanitizers and load change it.
         const Controller controller = start();
         const auto begin = std::chrono::steady_clock::now();
         for (int which = 3; which >= 0; --which) {
@@ -300,7 +300,7 @@ TEST_F(TemplatesFile, GivenKillsAt200RandomMomentsWhileSaving_AlwaysLeavesAWhole
     }
     close(ends[0]);
     close(ends[1]);
-    EXPECT_GT(changes, 50) << "the kills missed the saving";
+    EXPECT_GT(changes, 50) << "the kills came before the saving";
     EXPECT_THAT(log, IsEmpty());
     EXPECT_FALSE(fs::exists(folder / "aotemplates.xml.broken"));
 }
@@ -340,11 +340,11 @@ TEST_F(TemplatesFile, GivenUndoAfterApplying_RestoresEverySettingInOneStep) {
 
 TEST_F(TemplatesFile, GivenTenThousandMutations_AlwaysStarts) {
     ktMessageMutator mutator(4);
-    // Types that do not fit are reported on standard error with a call trace, many thousand times here.
+    // Each wrong type prints a call trace on standard error, here many thousand times.
     const int standardError = dup(STDERR_FILENO);
     const int nothing = open("/dev/null", O_WRONLY);
     dup2(nothing, STDERR_FILENO);
-    start(); // whatever is made once and kept is made now
+    start(); // objects that are made only once are made now
     int kept = 0;
     {
         const ktMemoryLimit limit(64 << 20);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What is written to the templates file, and what becomes of what is read from it.
+// The content of the templates file, and the presets that are read from it.
 #include "ktControllerFixture.h"
 #include "ktMessage.h"
 
@@ -39,7 +39,7 @@ protected:
     std::vector<AOPreset>& presets = Access::presets(controller);
 };
 
-/// A file for each test to fill.
+/// A file that each test fills.
 class ReadTemplates : public Templates {
 protected:
     ReadTemplates() { host.files[path] = ktMessage(); }
@@ -55,7 +55,7 @@ const std::vector<std::string> recovered = {"Default",
                                             "Groundplane Low Quality",
                                             "Groundplane High Quality"};
 
-/// Translates the recovery's name beyond ASCII.
+/// Translates the preset names of a new file into names with non-ASCII characters.
 class GermanTranslator : public QTranslator {
 public:
     bool isEmpty() const override { return false; }
@@ -134,7 +134,7 @@ TEST_F(Templates, GivenNoFile_RecoversWithDefaultAndBuiltInOnes) {
     const std::unique_ptr<Controller, void (*)(Controller*)> fresh(Access::make(), Access::destroy);
     const std::string reads = std::string("read ") + path;
     const std::string writes = std::string("write ") + path;
-    EXPECT_THAT(log, ElementsAre(reads, writes, writes, writes, reads)) << "and no message";
+    EXPECT_THAT(log, ElementsAre(reads, writes, writes, writes, reads)) << "and no error message";
     presets = Access::presets(*fresh);
     EXPECT_EQ(names(), recovered);
     EXPECT_EQ(presets[0].quality, 8);
@@ -201,7 +201,7 @@ TEST_F(ReadTemplates, GivenOnlyNames_TakesTheDefaultsOfTheFile) {
     }
     controller.setShadowQuality(3);
     controller.applyPreset(0);
-    EXPECT_EQ(controller.getShadowQuality(), 0) << "2 in preset units";
+    EXPECT_EQ(controller.getShadowQuality(), 0) << "2 in the units of presets";
 }
 
 TEST_F(ReadTemplates, GivenShortColumn_TakesTheDefaultForWhatIsMissing) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Undo commands that set a member and call a method.
 #include "ktControllerFixture.h"
 #include "ktInvokePValUndoCommand.h"
 
@@ -9,7 +10,7 @@ namespace {
 
 using Command = ktInvokePValUndoCommand<float>;
 
-/// A command whose host part can be seen.
+/// A command that gives access to its time of change.
 class OpenCommand : public Command {
 public:
     using Command::Command;
@@ -30,7 +31,7 @@ TEST_F(UndoCommands, GivenNormalizedSignature_WritesThenInvokes) {
     host.onEntry = [&](const std::string&) { seen = value; };
     Command command("Label", 2.0f, object(), "minDistanceChanged(float)", nullptr, &value);
     EXPECT_EQ(command.text(), "Label");
-    EXPECT_EQ(value, 1.0f) << "nothing is written before it is applied";
+    EXPECT_EQ(value, 1.0f) << "the constructor writes nothing";
     command.redo();
     EXPECT_EQ(value, 2.0f);
     EXPECT_EQ(seen, 2.0f) << "the member is written before the method is called";
@@ -94,9 +95,9 @@ TEST_F(UndoCommands, GivenSameMethodAndMember_Merge) {
     ASSERT_NE(first.changeTime(), second.changeTime());
     EXPECT_TRUE(first.canMergeWith(&second));
     EXPECT_TRUE(first.mergeWith(&second));
-    EXPECT_EQ(first.changeTime(), second.changeTime()) << "the host's own word is taken over";
+    EXPECT_EQ(first.changeTime(), second.changeTime()) << "the time of the other command is taken over";
     first.undo();
-    EXPECT_EQ(value, 1.0f) << "the value kept is the one from before the first change";
+    EXPECT_EQ(value, 1.0f) << "undo restores the value before the first change";
     first.redo();
     EXPECT_EQ(value, 3.0f);
 }
@@ -143,7 +144,7 @@ TEST_F(UndoCommands, GivenParent_BelongsToIt) {
 
 namespace {
 
-/// Appends the number of the slot that was called.
+/// Overrides only setValue(), so that the table has the base's entries.
 struct SlotOrder : ktInvokeValueUndoBase<int> {
     using ktInvokeValueUndoBase<int>::ktInvokeValueUndoBase;
     void setValue(const int&, int&) override {}
@@ -151,14 +152,14 @@ struct SlotOrder : ktInvokeValueUndoBase<int> {
 
 using VirtualCall = void (*)(void*);
 
-/// Entries of an object's virtual table from `first` on; the platform keeps two destructors in front.
+/// An entry of an object's virtual table; the first two are destructors.
 VirtualCall slotOf(const void* object, int slot) {
     return (*static_cast<VirtualCall* const*>(object))[slot];
 }
 
 } // namespace
 
-// A host that was built apart calls through the table, so the order is part of the interface.
+// A separately built host calls through the table, so the order is part of the interface.
 TEST_F(UndoCommands, GivenVirtualTable_ExtendsTheBasesInOrder) {
     int number = 1;
     const ktInvokePValUndoCommand<int> derived("Label", 2, object(), "shadowQualityCommand()", nullptr, &number);

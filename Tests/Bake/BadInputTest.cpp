@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Scenes and outputs that ktbake refuses: exit code, message, and no changed file.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -13,8 +14,8 @@ namespace {
 
 const std::string old = "what was there before";
 
-/// Bakes `scene` over an old output. It must fail with this exit code, name the file and a reason, leave no other file
-/// behind and the old output as it was.
+/// Bakes `scene` over an old output. ktbake must fail, name the file and a reason, create no other file and keep the
+/// old output.
 void expectRefused(const ktTestFolder& folder, const std::string& scene, const std::vector<std::string>& reasons,
                    int exitCode = 3) {
     folder.write("out.glb", old);
@@ -43,7 +44,7 @@ TEST(BadInput, GivenFolder_SaysSo) {
     expectRefused(folder, "folder.glb", {"is not a regular file"});
 }
 
-TEST(BadInput, GivenWhatIsNoScene_SaysSo) {
+TEST(BadInput, GivenFileThatIsNoScene_SaysSo) {
     const ktTestFolder folder;
     const auto expectReason = [&](const std::string& name, const std::string& content, const std::string& reason) {
         folder.write(name, content);
@@ -99,7 +100,7 @@ TEST(BadInput, GivenOneBrokenPart_BakesTheOthersAndWarns) {
     EXPECT_FALSE(baked.primitives().at(1).at("attributes").contains("_AO"));
 }
 
-TEST(BadInput, GivenModelsThatAreBrokenOnPurpose_NeverCrashes) {
+TEST(BadInput, GivenInvalidTestModels_NeverCrashes) {
     const ktTestFolder folder;
     size_t count = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(std::string(KT_MODELS) + "/invalid")) {
@@ -120,10 +121,10 @@ TEST(BadOutput, GivenFolderThatDoesNotExist_SaysSoBeforeTracing) {
     const ktBakeResult result = runBake(folder.path, {"box.gltf", "-o", "nowhere/out.glb", "--shadow-quality", "0"});
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_THAT(result.error, HasSubstr("nowhere"));
-    EXPECT_EQ(result.out, "") << "nothing is traced for a file that cannot be written";
+    EXPECT_EQ(result.out, "") << "traces nothing if the output cannot be written";
 }
 
-TEST(BadOutput, GivenFolderInItsPlace_SaysSo) {
+TEST(BadOutput, GivenFolderOfThatName_SaysSo) {
     const ktTestFolder folder;
     folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
     std::filesystem::create_directory(folder.path / "out.glb");
@@ -136,7 +137,7 @@ TEST(BadOutput, GivenDiskThatFillsUp_SaysSoAndKeepsTheOldFile) {
     const ktTestFolder folder;
     folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
     folder.write("out.glb", old);
-    // No file may grow beyond 512 bytes.
+    // Simulates a full disk: no file may grow beyond 512 bytes.
     const ktBakeResult result =
         runBake(folder.path, {"box.gltf", "-o", "out.glb", "--shadow-quality", "0"}, "trap '' XFSZ; ulimit -f 1");
     EXPECT_EQ(result.exitCode, 4);
@@ -144,7 +145,7 @@ TEST(BadOutput, GivenDiskThatFillsUp_SaysSoAndKeepsTheOldFile) {
     EXPECT_EQ(readFile(folder.file("out.glb")), old);
     const auto count =
         std::distance(std::filesystem::directory_iterator(folder.path), std::filesystem::directory_iterator());
-    EXPECT_EQ(count, 3) << "the scene, the old output, the preferences";
+    EXPECT_EQ(count, 3) << "only the scene, the old output and the preferences";
 }
 
 TEST(BadOutput, GivenPreviewOrStatsThatCannotBeWritten_SaysSo) {

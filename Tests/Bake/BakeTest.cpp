@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Whole bakes with ktbake: occlusion, colours, threads, tracers and formats.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -18,7 +19,7 @@ const std::string engine = "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.gl
 
 } // namespace
 
-TEST(Bake, GivenBoxInTheOpen_IsWhiteAndStandsBesideTheScene) {
+TEST(Bake, GivenBoxInTheOpen_IsWhiteAndIsSavedNextToTheScene) {
     const ktTestFolder folder;
     folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
     const ktBakeResult result = runBake(folder.path, {"box.gltf", "--shadow-quality", "0"});
@@ -65,7 +66,7 @@ TEST(Bake, GivenEngine_GivesEveryTrianglePrimitiveItsOcclusion) {
     std::vector<float> occlusion = baked.allOcclusion();
     ASSERT_FALSE(occlusion.empty());
     EXPECT_THAT(occlusion, Each(testing::AllOf(testing::Ge(0.0f), testing::Le(1.0f))));
-    // Outside parts are light, creases and the inside are dark.
+    // Outer surfaces are bright, creases and the inside are dark.
     std::sort(occlusion.begin(), occlusion.end());
     EXPECT_LT(occlusion[occlusion.size() / 10], 0.2f);
     EXPECT_GT(occlusion[occlusion.size() * 9 / 10], 0.7f);
@@ -82,7 +83,7 @@ TEST(Bake, GivenOneOrTwoThreads_WritesEqualBits) {
     EXPECT_TRUE(readFile(folder.file("1.glb")) == readFile(folder.file("2.glb")));
 }
 
-TEST(Bake, GivenEitherTracer_GivesTheSameToRounding) {
+TEST(Bake, GivenEitherTracer_GivesEqualResultsUpToRounding) {
     const ktTestFolder folder;
     std::vector<ktBakedFile> baked;
     for (const std::string tracer : {"embree", "hemisphere"}) {
@@ -115,7 +116,7 @@ TEST(Bake, GivenEitherTracer_GivesTheSameToRounding) {
     EXPECT_LE(difference, 1e-4 * indirect);
 }
 
-TEST(Bake, GivenBakedFile_BakesTheSameAgain) {
+TEST(Bake, GivenBakedFile_BakesToTheSameResult) {
     const ktTestFolder folder;
     ASSERT_EQ(runBake(folder.path, {model(engine), "-o", "once.glb", "--shadow-quality", "0", "--gather-quality", "0"})
                   .exitCode,
@@ -151,18 +152,18 @@ TEST(Bake, GivenShadeNone_LeavesColorsAlone) {
     EXPECT_TRUE(baked.primitives().at(0).at("attributes").contains("_AO"));
 }
 
-TEST(Bake, GivenDistanceInPercent_TakesItOfTheDiagonal) {
+TEST(Bake, GivenDistanceInPercent_MultipliesTheDiagonal) {
     const ktTestFolder folder;
     folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
     const ktBakeResult result =
         runBake(folder.path, {"boxes.gltf", "--max-distance", "3%", "--stats", "stats.json", "--shadow-quality", "0"});
     ASSERT_EQ(result.exitCode, 0) << result.error;
     const auto stats = nlohmann::json::parse(readFile(folder.file("stats.json")));
-    // Boxes of one metre, two metres apart: 3 m by 1 m by 1 m, in millimetres.
+    // Boxes of 1 m, their centres 2 m apart: together 3 m by 1 m by 1 m, in millimetres.
     const double diagonal = 1000 * std::sqrt(11.0);
     EXPECT_NEAR(stats.at("sceneDiagonalMm"), diagonal, 0.01);
     EXPECT_NEAR(stats.at("settings").at("max-distance"), 0.03 * diagonal, 0.01);
-    // The other box stands farther away than that.
+    // The other box is farther away than that.
     EXPECT_THAT(ktBakedFile(folder.file("boxes-baked.glb")).allOcclusion(), Each(1.0f));
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A scene of two parts, one of them broken: the other is baked all the same; and the broken one alone.
+// A scene with a broken part: alone it is refused if nothing can be used; next to a good part, that one is baked.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -22,10 +22,10 @@ using Json = nlohmann::json;
 const std::string old = "what was there before";
 const std::string dataPrefix = "data:application/octet-stream;base64,";
 
-/// Bytes of the second part: 24 positions and 24 normals of three floats, then 36 indices of two bytes.
+/// Offsets in the second part: 24 positions and 24 normals of three floats, then 36 indices of two bytes.
 constexpr size_t normalsAt = 288, indicesAt = 576;
 
-/// Two boxes; the second, "bad", has buffer 1, views and accessors 3 to 5 and mesh 1 for itself.
+/// Two boxes. Only the second, "bad", uses buffer 1, views and accessors 3 to 5, and mesh 1.
 Json makeTwo() {
     Json scene = makeBoxes({{"good", {0, 0, 0}}, {"bad", {1.2f, 0, 0}}});
     scene["buffers"].push_back(scene["buffers"][0]);
@@ -65,8 +65,8 @@ void setIndices(Json& scene, size_t count, std::uint16_t value) {
 struct Row {
     const char* name;
     std::function<void(Json&)> damage;
-    std::string object, reason; ///< in the message
-    bool isLost;                ///< nothing of the part can be used
+    std::string object, reason; ///< expected in the message
+    bool isLost;                ///< no triangle of the part can be used
 };
 
 const Row rows[] = {
@@ -97,12 +97,12 @@ const Row rows[] = {
      "triangles without an area", false},
     {"buffer outside the folder", [](Json& scene) { scene["buffers"][1]["uri"] = "../outside.bin"; }, "/buffers/1",
      "outside", true},
-    {"buffer outside, written otherwise",
+    {"buffer outside the folder, percent-encoded",
      [](Json& scene) { scene["buffers"][1]["uri"] = "a/%2e%2e/%2e%2e/outside.bin"; }, "/buffers/1", "outside", true},
     {"buffer at an absolute path", [](Json& scene) { scene["buffers"][1]["uri"] = "/etc/hostname"; }, "/buffers/1", "",
      true},
-    {"buffer in the net", [](Json& scene) { scene["buffers"][1]["uri"] = "http://localhost/a.bin"; }, "/buffers/1", "",
-     true},
+    {"buffer at a web address", [](Json& scene) { scene["buffers"][1]["uri"] = "http://localhost/a.bin"; },
+     "/buffers/1", "", true},
     {"buffer without a file", [](Json& scene) { scene["buffers"][1]["uri"] = "absent.bin"; }, "/buffers/1",
      "does not exist", true},
     {"node that is its own child", [](Json& scene) { scene["nodes"][1]["children"] = {1}; }, "/nodes/1", "cycle",
@@ -117,7 +117,7 @@ const Row rows[] = {
 
 } // namespace
 
-TEST(BrokenPart, GivenGoodPartBesideIt_BakesThatAndWarns) {
+TEST(BrokenPart, GivenGoodPartNextToIt_BakesThatAndWarns) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const ktTestFolder folder;
@@ -136,7 +136,7 @@ TEST(BrokenPart, GivenGoodPartBesideIt_BakesThatAndWarns) {
     }
 }
 
-TEST(BrokenPart, GivenNothingBeside_IsRefusedWhenAllIsLost) {
+TEST(BrokenPart, GivenNoOtherPart_IsRefusedWhenAllIsLost) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const ktTestFolder folder;
@@ -152,7 +152,7 @@ TEST(BrokenPart, GivenNothingBeside_IsRefusedWhenAllIsLost) {
     }
 }
 
-// Ten of the twelve triangles.
+// Breaks ten of the twelve triangles.
 TEST(BrokenPart, GivenManyFaults_CountsThem) {
     const ktTestFolder folder;
     Json scene = makeTwo();

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// An interrupt (SIGINT) during a bake.
 #include "ktBakeProcess.h"
 
 #include <gtest/gtest.h>
@@ -15,5 +16,5 @@ TEST(Cancel, GivenInterruptWhileTracing_EndsAndWritesNothing) {
     EXPECT_EQ(readFile(folder.file("out.glb")), "old");
     const auto files =
         std::distance(std::filesystem::directory_iterator(folder.path), std::filesystem::directory_iterator());
-    EXPECT_EQ(files, 2) << "the old output and the preferences";
+    EXPECT_EQ(files, 2) << "only the old output and the preferences";
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The option --clear, which removes results.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -10,7 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/// Two baked boxes that light each other, the second one hidden: "shown" and "hidden" in baked.glb.
+/// Writes baked.glb with the baked boxes "shown" and "hidden". They light each other; the second is hidden.
 void bakeTwo(const ktTestFolder& folder) {
     auto scene = makeBoxes({{"shown", {0, 0, 0}}, {"hidden", {1.2f, 0, 0}}});
     folder.write("scene.gltf", scene.dump());
@@ -28,7 +29,7 @@ ktBakedFile clear(const ktTestFolder& folder, const std::vector<std::string>& ho
     arguments.insert(arguments.end(), how.begin(), how.end());
     const ktBakeResult result = runBake(folder.path, arguments);
     EXPECT_EQ(result.exitCode, 0) << result.error;
-    EXPECT_EQ(result.out, "") << "nothing is traced";
+    EXPECT_EQ(result.out, "") << "it traces nothing";
     return ktBakedFile(folder.file("cleared.glb"));
 }
 
@@ -38,17 +39,17 @@ bool has(const ktBakedFile& file, size_t mesh, const char* attribute) {
 
 } // namespace
 
-TEST(Clear, GivenShadows_RemovesTheResultsOfAll) {
+TEST(Clear, GivenShadows_RemovesAllResults) {
     const ktTestFolder folder;
     bakeTwo(folder);
     const ktBakedFile file = clear(folder, {"shadows"});
     for (size_t mesh = 0; mesh < 2; ++mesh)
         for (const char* attribute : {"_AO", "COLOR_0", "_SOURCE_COLOR_0"})
             EXPECT_FALSE(has(file, mesh, attribute)) << mesh << attribute;
-    EXPECT_TRUE(file.json["nodes"][0]["extras"].contains("ambientOcclusion")) << "settings stay";
+    EXPECT_TRUE(file.json["nodes"][0]["extras"].contains("ambientOcclusion")) << "settings are kept";
 }
 
-TEST(Clear, GivenActiveShadows_LeavesHiddenParts) {
+TEST(Clear, GivenActiveShadows_KeepsHiddenParts) {
     const ktTestFolder folder;
     bakeTwo(folder);
     const ktBakedFile file = clear(folder, {"shadows", "--active"});
@@ -56,7 +57,7 @@ TEST(Clear, GivenActiveShadows_LeavesHiddenParts) {
     EXPECT_TRUE(has(file, 1, "_AO"));
 }
 
-TEST(Clear, GivenSelection_ClearsItAlone) {
+TEST(Clear, GivenSelection_ClearsNothingElse) {
     const ktTestFolder folder;
     bakeTwo(folder);
     const ktBakedFile file = clear(folder, {"shadows", "--select", "hidden"});

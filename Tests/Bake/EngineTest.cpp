@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The baked engine assembly, compared with an independent reference.
 #include "ktBakeProcess.h"
 #include "ktReferenceScene.h"
 
@@ -13,7 +14,7 @@ namespace {
 const std::string engine = "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb";
 constexpr int referenceRays = 4096;
 
-/// Every how manieth vertex is compared; KT_REFERENCE_STEP=1 in the environment compares all, which takes minutes.
+/// Compares every n-th vertex. KT_REFERENCE_STEP=1 in the environment compares all, which takes minutes.
 std::size_t referenceStep() {
     const char* const step = std::getenv("KT_REFERENCE_STEP");
     return step ? static_cast<std::size_t>(std::max(1, std::atoi(step))) : 29;
@@ -21,7 +22,7 @@ std::size_t referenceStep() {
 
 } // namespace
 
-// The whole assembly as a user bakes it, against single random rays.
+// Bakes the whole assembly as a user does, and compares it with single random rays.
 TEST(BakedEngine, GivenReferenceOfSingleRays_AgreesPerVertex) {
     const ktTestFolder folder;
     const ktBakeResult result = runBake(folder.path, {model(engine), "-o", "engine.glb", "--no-indirect"});
@@ -30,7 +31,7 @@ TEST(BakedEngine, GivenReferenceOfSingleRays_AgreesPerVertex) {
     EXPECT_EQ(scene.triangleCount(), 121496u);
     ASSERT_EQ(scene.vertices().size(), 55843u);
 
-    // The file's unit is implausible, so its diagonal is taken for 3 m; the default distances are 1 mm and 3 m.
+    // The size in metres is implausible, so the diagonal counts as 3 m. The default distances are 1 mm and 3 m.
     const double unitsPerMillimetre = scene.diagonal() / 3000;
     const std::size_t step = referenceStep(), count = (scene.vertices().size() + step - 1) / step;
     std::vector<double> differences(count);

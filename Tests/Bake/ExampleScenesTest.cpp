@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The scenes of the examples, made by their script and baked as the documents say, with fewer rays.
+// The example scenes, made by their script and baked as in the documents, but with fewer rays.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 
@@ -50,12 +50,12 @@ protected:
 
 } // namespace
 
-TEST_F(ExampleScenes, GivenRoom_TintsTheFloorBesideItsWalls) {
+TEST_F(ExampleScenes, GivenRoom_TintsTheFloorNextToItsWalls) {
     const ktBakedFile file =
         bake("room.glb", {"--mode", "light-and-shadows", "--bounces", "2", "--color-bleeding", "--no-override-color"});
     const auto floor = primitiveNamed(file, "floor");
     const std::vector<float> positions = file.floats(floor, "POSITION"), light = file.floats(floor, "_INDIRECT");
-    // Red over green of what bounced: along the red wall (x = -2), along the green one (z = -2), far from both.
+    // Bounced light, red divided by green: at the red wall (x = -2), at the green wall (z = -2), far from both.
     double red[3] = {0, 0, 0}, green[3] = {0, 0, 0};
     for (size_t vertex = 0; 3 * vertex < positions.size(); ++vertex) {
         const float x = positions[3 * vertex], z = positions[3 * vertex + 2];
@@ -72,14 +72,15 @@ TEST_F(ExampleScenes, GivenRoom_TintsTheFloorBesideItsWalls) {
     EXPECT_GT(share([](QRgb p) { return qGreen(p) > 1.5 * qRed(p); }), 0.05);
 }
 
-TEST_F(ExampleScenes, GivenCar_ThrowsASoftShadow) {
+TEST_F(ExampleScenes, GivenCar_CastsASoftShadow) {
     const ktBakedFile file = bake("car.glb", {"--ground-plane", "--no-indirect"});
     const auto plane = primitiveNamed(file, "ground plane");
     const std::vector<float> open = file.floats(plane, "_AO");
     ASSERT_FALSE(open.empty());
-    EXPECT_LT(*std::min_element(open.begin(), open.end()), 0.3f) << "dark under the car";
-    EXPECT_GT(*std::max_element(open.begin(), open.end()), 0.97f) << "clear at the rim";
-    EXPECT_GT(std::count_if(open.begin(), open.end(), [](float w) { return w > 0.4f && w < 0.9f; }), 3) << "soft";
-    // Its paint, in the open, is as bright as the material says.
+    EXPECT_LT(*std::min_element(open.begin(), open.end()), 0.3f) << "it is dark under the car";
+    EXPECT_GT(*std::max_element(open.begin(), open.end()), 0.97f) << "it is bright at the rim";
+    EXPECT_GT(std::count_if(open.begin(), open.end(), [](float w) { return w > 0.4f && w < 0.9f; }), 3)
+        << "the shadow is soft";
+    // Paint in the open has the colour of its material.
     EXPECT_GT(share([](QRgb p) { return qRed(p) > 180 && qRed(p) > 2 * qGreen(p); }), 0.1);
 }

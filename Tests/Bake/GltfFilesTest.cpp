@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What comes out is glTF as it should be, and holds what came in.
+// The output is correct glTF and keeps everything of the input.
 #include "ktBakedModels.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -14,7 +14,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Faults that a baked file has and the file it was made from has not.
+/// Faults of a baked file that its source does not have.
 std::vector<std::string> newFaults(const std::string& before, const std::string& after) {
     const std::vector<std::string> old = ktCheckGltf(ktBakedFile(before));
     std::vector<std::string> found;
@@ -24,14 +24,14 @@ std::vector<std::string> newFaults(const std::string& before, const std::string&
     return found;
 }
 
-/// A baked document without what a bake adds: entries behind those that came in, attributes, settings. Replaced colours
-/// count as added.
+/// A baked document without what a bake adds: entries after the original ones, attributes, settings. Original colours
+/// are put back.
 nlohmann::json withoutAdded(nlohmann::json json, const nlohmann::json& original) {
     for (const char* list : {"accessors", "bufferViews", "buffers"})
         while (json[list].size() > original[list].size())
             json[list].erase(json[list].size() - 1);
     for (size_t i = 0; i < json["buffers"].size(); ++i)
-        if (!original["buffers"][i].contains("uri")) // a .glb file's own data, which results are added to
+        if (!original["buffers"][i].contains("uri")) // the binary chunk of a .glb file, which a bake extends
             json["buffers"][i]["byteLength"] = original["buffers"][i]["byteLength"];
     for (size_t m = 0; m < json["meshes"].size(); ++m)
         for (size_t p = 0; p < json["meshes"][m]["primitives"].size(); ++p) {
@@ -65,8 +65,8 @@ TEST(GltfFiles, GivenGoodModels_AreWithoutFaults) {
         }
 }
 
-// Textures, materials, animations, cameras, skins, extensions, and the bytes of all buffers.
-TEST(GltfFiles, GivenGoodModels_ComeOutWithNothingButResultsAdded) {
+// Compares textures, materials, animations, cameras, skins, extensions and the bytes of all buffers.
+TEST(GltfFiles, GivenGoodModels_GainOnlyResults) {
     size_t animated = 0, textured = 0;
     for (const std::string& scene : ktGoodModels()) {
         const ktTestFolder folder;
@@ -122,7 +122,7 @@ TEST(GltfCheck, GivenFaults_FindsThem) {
     auto bad = good;
     bad["accessors"][0].erase("min");
     EXPECT_THAT(faultsOf(bad), Contains(HasSubstr("positions have no limits")));
-    // The box's positions for normals: no unit vectors. An index of 24 in 24 vertices.
+    // Uses the box's positions as normals, which are no unit vectors. Then an index of 24 with 24 vertices.
     expectFault("/meshes/0/primitives/0/attributes/NORMAL", 0, "normals that are no unit vectors");
     bad = good;
     for (int accessor = 0; accessor < 2; ++accessor)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What comes out, as the official validator sees it.
+// The output, checked by the official glTF validator.
 #include "ktBakedModels.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -13,7 +13,7 @@ using testing::Contains;
 
 namespace {
 
-/// Errors and warnings of a file, a line each. Places in the document stay the same through a bake.
+/// Errors and warnings of a file, one line each. A bake does not change their places in the document.
 std::vector<std::string> validate(const std::string& file) {
     QProcess node;
     node.start(KT_NODE, {KT_VALIDATE_SCRIPT, KT_GLTF_VALIDATOR, QString::fromStdString(file)});
@@ -33,7 +33,7 @@ std::vector<std::string> validate(const std::string& file) {
 
 } // namespace
 
-TEST(GltfValidator, GivenGoodModels_FindsNoErrorThatTheInputHadNot) {
+TEST(GltfValidator, GivenGoodModels_FindsNoNewErrors) {
     for (const std::string& scene : ktGoodModels()) {
         const std::vector<std::string> old = validate(scene);
         for (const ktWayToBake& way : ktWaysToBake()) {
@@ -49,7 +49,7 @@ TEST(GltfValidator, GivenGoodModels_FindsNoErrorThatTheInputHadNot) {
     }
 }
 
-TEST(GltfValidator, GivenBrokenFile_TellsItsErrors) {
+TEST(GltfValidator, GivenBrokenFile_ReportsItsErrors) {
     const ktTestFolder folder;
     auto scene = makeBoxes({{"box", {0, 0, 0}}});
     scene["accessors"][0]["max"] = {9, 9, 9};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A plane under the scene that catches its shadow.
+// The option --ground-plane, a plane below the scene that shows its shadow.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Something like a car: a body of 4 m by 1 m by 2 m on four feet, 30 cm above the ground.
+/// A simple car: a body of 4 m by 1 m by 2 m on four feet, 30 cm above the ground.
 nlohmann::json makeBodyOnFeet() {
     nlohmann::json scene = makeBoxes({{"body", {0, 0.8f, 0}},
                                       {"foot", {-1.5f, 0.15f, -0.8f}},
@@ -24,7 +24,7 @@ nlohmann::json makeBodyOnFeet() {
     return scene;
 }
 
-/// The plane's only primitive, and how many planes the file has.
+/// The plane's only primitive and the number of planes in the file.
 nlohmann::json planeOf(const ktBakedFile& file, int& count) {
     nlohmann::json plane;
     count = 0;
@@ -43,7 +43,7 @@ ktBakedFile bake(const ktTestFolder& folder, std::vector<std::string> options) {
     return ktBakedFile(folder.file("out.glb"));
 }
 
-/// Indirect light of the vertices of the first primitive, the body, that look down.
+/// Indirect light at the vertices of the body, the first primitive, that face down.
 std::vector<float> undersideLight(const ktBakedFile& file) {
     const auto body = file.primitives().at(0);
     const std::vector<float> normals = file.floats(body, "NORMAL"), light = file.floats(body, "_INDIRECT");
@@ -56,7 +56,7 @@ std::vector<float> undersideLight(const ktBakedFile& file) {
 
 } // namespace
 
-TEST(GroundPlane, GivenBodyOverIt_IsDarkUnderTheBodyAndClearFarAway) {
+TEST(GroundPlane, GivenBodyAboveIt_IsDarkUnderTheBodyAndClearFarAway) {
     const ktTestFolder folder;
     folder.write("car.gltf", makeBodyOnFeet().dump());
     int count = 0;
@@ -77,14 +77,14 @@ TEST(GroundPlane, GivenBodyOverIt_IsDarkUnderTheBodyAndClearFarAway) {
             middle = std::min(middle, open[vertex]);
         if (x > 3 && z > 2)
             rim = std::max(rim, open[vertex]);
-        EXPECT_EQ(colors[4 * vertex], 0) << "black";
-        EXPECT_NEAR(colors[4 * vertex + 3], 1 - open[vertex], 2e-5) << "as opaque as it is dark";
+        EXPECT_EQ(colors[4 * vertex], 0) << "the plane is black";
+        EXPECT_NEAR(colors[4 * vertex + 3], 1 - open[vertex], 2e-5) << "alpha is 1 minus the share of open rays";
     }
     EXPECT_LT(middle, 0.3f);
     EXPECT_GT(rim, 0.95f);
 }
 
-TEST(GroundPlane, GivenSecondBake_IsUsedAgain) {
+TEST(GroundPlane, GivenSecondBake_IsReused) {
     const ktTestFolder folder;
     folder.write("car.gltf", makeBodyOnFeet().dump());
     int count = 0;
@@ -97,7 +97,7 @@ TEST(GroundPlane, GivenSecondBake_IsUsedAgain) {
     EXPECT_EQ(second.json.at("materials").size(), first.json.at("materials").size());
 }
 
-TEST(GroundPlane, GivenBodyOverIt_SendsNoLightUp) {
+TEST(GroundPlane, GivenBodyAboveIt_ReflectsNoLight) {
     const ktTestFolder folder;
     folder.write("car.gltf", makeBodyOnFeet().dump());
     for (const std::vector<std::string>& color :
@@ -108,7 +108,7 @@ TEST(GroundPlane, GivenBodyOverIt_SendsNoLightUp) {
         options.push_back("--ground-plane");
         const std::vector<float> with = undersideLight(bake(folder, options));
         ASSERT_EQ(with.size(), 4u);
-        // What the feet send on becomes less in the shadow, and the plane adds nothing.
+        // The feet reflect less light because of the shadow, and the plane adds none.
         for (size_t vertex = 0; vertex < with.size(); ++vertex)
             EXPECT_LE(with[vertex], without[vertex]);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The options of indirect light, each by what it does to the file.
+// The options of indirect light and their effect on the file.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -18,9 +18,9 @@ using testing::HasSubstr;
 
 namespace {
 
-constexpr float darkest = 2e-6f; // of what was calculated
+constexpr float darkest = 2e-6f; // smallest stored value of a calculated component
 
-/// A red and a white box of one metre, 20 cm apart: the red one is the first primitive, on the left.
+/// A red and a white box of one metre, 20 cm apart. The red one is the first primitive and on the left.
 nlohmann::json makeRedAndWhite() {
     nlohmann::json scene = makeBoxes({{"red", {0, 0, 0}}, {"white", {1.2f, 0, 0}}});
     scene["materials"] = {{{"pbrMetallicRoughness", {{"baseColorFactor", {0.8, 0.1, 0.05, 1.0}}}}},
@@ -30,7 +30,7 @@ nlohmann::json makeRedAndWhite() {
     return scene;
 }
 
-/// The same with a lamp above the gap.
+/// The same boxes with a lamp above the gap.
 nlohmann::json makeLitRedAndWhite() {
     nlohmann::json scene = makeRedAndWhite();
     scene["extensionsUsed"] = {"KHR_lights_punctual"};
@@ -55,7 +55,7 @@ protected:
         out = result.out;
         return ktBakedFile(folder.file("out.glb"));
     }
-    /// Mean of an attribute's components over the vertices of a box whose normal is this along x.
+    /// Mean of an attribute's components over the vertices of a box whose normal has this x.
     static std::vector<double> faceMean(const ktBakedFile& file, size_t box, const std::string& attribute,
                                         float normalX) {
         const auto primitive = file.primitives().at(box);
@@ -67,13 +67,13 @@ protected:
                 mean[c] += values[width * vertex + c] / 4;
         return mean;
     }
-    /// Indirect light on the face of the white box that looks at the red one.
+    /// Indirect light on the face of the white box that faces the red one.
     static std::vector<double> facingRed(const ktBakedFile& file) { return faceMean(file, 1, "_INDIRECT", -1); }
 
-    std::string out; // what the last run wrote to standard output
+    std::string out; // standard output of the last run
 };
 
-/// A .glb file whose nodes have their children in another order.
+/// Writes a .glb file with the children of all nodes in another order.
 void shuffleNodes(const std::string& from, const std::string& to, unsigned seed) {
     const std::string bytes = readFile(from);
     std::uint32_t length = 0;
@@ -105,14 +105,14 @@ std::string rayLine(int rays) {
 
 } // namespace
 
-TEST_F(BakeIndirect, GivenIndirectOrNot_GathersOrDoesNot) {
+TEST_F(BakeIndirect, GivenIndirectOnOrOff_GathersOrDoesNot) {
     const ktBakedFile with = bake({"--indirect"});
     EXPECT_GT(facingRed(with)[0], 0.05);
     const std::vector<double> bright = faceMean(with, 1, "COLOR_0", -1);
     const ktBakedFile without = bake({"--no-indirect"});
     EXPECT_FALSE(without.primitives()[1].at("attributes").contains("_INDIRECT"));
     EXPECT_EQ(faceMean(without, 1, "_AO", -1), faceMean(with, 1, "_AO", -1));
-    EXPECT_GT(bright[0], faceMean(without, 1, "COLOR_0", -1)[0] + 0.05) << "viewers show it, too";
+    EXPECT_GT(bright[0], faceMean(without, 1, "COLOR_0", -1)[0] + 0.05) << "viewers show it as well";
     EXPECT_GT(facingRed(bake({}))[0], 0.05) << "it is on by default";
 }
 
@@ -139,7 +139,7 @@ TEST_F(BakeIndirect, GivenBounces_AddsTheirLight) {
     EXPECT_FALSE(none.primitives()[1].at("attributes").contains("_INDIRECT"));
 }
 
-TEST_F(BakeIndirect, GivenColorBleeding_CarriesTheColourOver) {
+TEST_F(BakeIndirect, GivenColorBleeding_TransfersTheColour) {
     const auto bleeding = facingRed(bake({"--color-bleeding", "--no-override-color"}));
     EXPECT_GT(bleeding[0], 0.05);
     EXPECT_NEAR(bleeding[1] / bleeding[0], 0.1 / 0.8, 1e-3);
@@ -151,7 +151,7 @@ TEST_F(BakeIndirect, GivenColorBleeding_CarriesTheColourOver) {
     EXPECT_EQ(facingRed(bake({"--no-override-color"})), grey) << "it is off by default";
 }
 
-TEST_F(BakeIndirect, GivenOverrideColor_BouncesOffThatColour) {
+TEST_F(BakeIndirect, GivenOverrideColor_ReflectsInThatColour) {
     const auto light = facingRed(bake({"--color-bleeding", "--override-color", "0.2,0.4,0.8"}));
     EXPECT_NEAR(light[1] / light[0], 2, 1e-3);
     EXPECT_NEAR(light[2] / light[0], 4, 1e-3);
@@ -178,13 +178,13 @@ TEST_F(BakeIndirect, GivenModes_TracesTheLampAndKeepsItsLight) {
     EXPECT_FALSE(hasLight(classic));
     EXPECT_FALSE(hasLight(shadows));
     ASSERT_TRUE(hasLight(light));
-    // The lamp stands over the gap: the face inside it sees little sky, but the lamp.
+    // The lamp is above the gap: the face in the gap sees little sky, but it sees the lamp.
     EXPECT_GT(faceMean(shadows, 1, "_AO", -1)[0], faceMean(classic, 1, "_AO", -1)[0] + 0.01);
     const auto lamp = faceMean(light, 1, "_BAKED_LIGHT", -1);
     EXPECT_GT(lamp[0], 0.1);
     EXPECT_NEAR(lamp[1] / lamp[0], 0.5, 1e-3);
     EXPECT_NEAR(lamp[3], 2 + faceMean(shadows, 1, "_AO", -1)[0], 1e-3) << "with its marker";
-    // Bounced light has the lamp's colour where that is baked, else it is grey.
+    // Bounced light has the lamp's colour if that is baked, otherwise it is grey.
     EXPECT_NEAR(facingRed(light)[1] / facingRed(light)[0], 0.5, 1e-3);
     EXPECT_EQ(facingRed(shadows)[0], facingRed(shadows)[1]);
 }
@@ -194,7 +194,7 @@ TEST_F(BakeIndirect, GivenShortDistance_GathersFromAnywhereWithTheLampsLightOnly
     const auto near = [&](const std::string& mode) {
         return facingRed(bake({"--mode", mode, "--max-distance", "150"}, "lit.gltf"))[0];
     };
-    EXPECT_FLOAT_EQ(static_cast<float>(near("classic")), darkest) << "the other box stands 200 mm away";
+    EXPECT_FLOAT_EQ(static_cast<float>(near("classic")), darkest) << "the other box is 200 mm away";
     EXPECT_FLOAT_EQ(static_cast<float>(near("shadows")), darkest);
     EXPECT_GT(near("light-and-shadows"), 0.01);
 }
@@ -208,7 +208,7 @@ TEST_F(BakeIndirect, GivenOneOrTwoThreads_WritesEqualBits) {
 }
 
 TEST_F(BakeIndirect, GivenEngineWithShuffledNodes_GivesEqualBits) {
-    // With results of its own for each use: else the use that is met first decides.
+    // With separate results for each use. Otherwise the first use in the scene would decide.
     std::vector<ktBakedFile> files;
     for (const unsigned seed : {1u, 2u}) {
         shuffleNodes(model("glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"), folder.file("engine.glb"), seed);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The option --missing, which bakes only what has no results.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -12,7 +13,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/// A small assembly, all below one node: a part, a second one used twice, a third that is wholly enclosed in a shell.
+/// A small assembly below one node: a base, a bolt used twice, a core that a shell encloses completely.
 nlohmann::json makeAssembly() {
     auto scene = makeBoxes({{"base", {0, 0, 0}}, {"bolt", {1.2f, 0, 0}}, {"shell", {0, 3, 0}}, {"core", {0, 3, 0}}});
     scene["nodes"][3]["scale"] = {0.2, 0.2, 0.2};
@@ -22,7 +23,7 @@ nlohmann::json makeAssembly() {
     return scene;
 }
 
-/// Adds a part of the shape of the first mesh, with no results, to a .gltf file; its mesh is the last one.
+/// Adds a part without results to a .gltf file. It has the shape of the first mesh; its mesh is the last one.
 void addPart(const std::string& file) {
     auto scene = nlohmann::json::parse(readFile(file));
     auto primitive = scene["meshes"][0]["primitives"][0];
@@ -50,7 +51,7 @@ std::vector<std::string> tracedNodes(const ktTestFolder& folder) {
     return names;
 }
 
-/// Bakes twice, the second time with a new part and --missing, and compares the old parts bit for bit.
+/// Bakes twice, then with a new part and --missing. The old parts must stay bit for bit.
 void expectOldPartsStay(const ktTestFolder& folder, const std::vector<std::string>& how) {
     folder.write("scene.gltf", makeAssembly().dump());
     const auto bake = [&](std::vector<std::string> arguments) {
@@ -72,7 +73,7 @@ void expectOldPartsStay(const ktTestFolder& folder, const std::vector<std::strin
                 << mesh << name;
     EXPECT_THAT(before.floats(before.primitives().at(3), "_AO"),
                 testing::AllOf(Each(2e-6f), testing::Not(testing::IsEmpty())))
-        << "the enclosed part: calculated, but dark";
+        << "the enclosed part is calculated, but dark";
     for (size_t node = 0; node < 6; ++node) {
         ASSERT_EQ(before.json["nodes"][node]["extras"]["ambientOcclusion"]["shadowQuality"], 2);
         EXPECT_EQ(before.json["nodes"][node]["extras"].dump(), after.json["nodes"][node]["extras"].dump());
@@ -83,11 +84,11 @@ void expectOldPartsStay(const ktTestFolder& folder, const std::vector<std::strin
 
 } // namespace
 
-TEST(Missing, GivenNewPart_TracesItAloneAndLeavesTheOthersBitForBit) {
+TEST(Missing, GivenNewPart_TracesOnlyItAndKeepsTheOthersBitForBit) {
     expectOldPartsStay(ktTestFolder(), {"--no-indirect"});
 }
 
-TEST(Missing, GivenRefinedParts_LeavesThemBitForBit) {
+TEST(Missing, GivenRefinedParts_KeepsThemBitForBit) {
     const ktTestFolder folder;
     expectOldPartsStay(folder, {"--no-indirect", "--subdivide", "--min-edge-length", "100"});
     const ktBakedFile before(folder.file("old.glb"));
@@ -106,7 +107,7 @@ TEST(Missing, GivenIndirectLight_TracesTheNewPartAlone) {
     EXPECT_THAT(tracedNodes(folder), testing::ElementsAre("new"));
 }
 
-TEST(Missing, GivenDirectLightAlone_TracesAllWhenIndirectIsAskedFor) {
+TEST(Missing, GivenDirectLightAlone_TracesAllWhenIndirectIsRequested) {
     const ktTestFolder folder;
     folder.write("scene.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {1.2f, 0, 0}}}).dump());
     ASSERT_EQ(runBake(folder.path, {"scene.gltf", "-o", "old.glb", "--no-indirect", "--shadow-quality", "0"}).exitCode,

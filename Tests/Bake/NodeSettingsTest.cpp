@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Settings, locks and extras of nodes in baked files, and the option --settings-from.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -17,7 +18,7 @@ nlohmann::json settingsUsed(const ktTestFolder& folder) {
 
 } // namespace
 
-TEST(SettingsFrom, GivenBakedNode_TakesItsSettings) {
+TEST(SettingsFrom, GivenBakedNode_UsesItsSettings) {
     const ktTestFolder folder;
     folder.write("scene.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
     ASSERT_EQ(runBake(folder.path, {"scene.gltf",
@@ -56,7 +57,7 @@ TEST(SettingsFrom, GivenBakedNode_TakesItsSettings) {
         runBake(folder.path, {"baked.glb", "-o", "again.glb", "--settings-from", "left", "--stats", "stats.json"});
     ASSERT_EQ(result.exitCode, 0) << result.error;
     auto again = settingsUsed(folder);
-    // Kept in single precision.
+    // Nodes keep these in single precision.
     for (const char* name : {"min-edge-length", "intensity-threshold"}) {
         EXPECT_EQ(again[name].get<double>(), static_cast<double>(original[name].get<float>()));
         again[name] = original[name];
@@ -67,11 +68,11 @@ TEST(SettingsFrom, GivenBakedNode_TakesItsSettings) {
                                     "--stats", "stats.json"})
                   .exitCode,
               0);
-    EXPECT_EQ(settingsUsed(folder).at("shadow-quality"), 0) << "options change what the node says";
+    EXPECT_EQ(settingsUsed(folder).at("shadow-quality"), 0) << "options override the node's settings";
     EXPECT_EQ(settingsUsed(folder).at("max-distance"), 1234.5);
 }
 
-TEST(SettingsFrom, GivenTextsOfTheOlderForm_TakesThem) {
+TEST(SettingsFrom, GivenTextsOfTheOlderForm_ReadsThem) {
     const ktTestFolder folder;
     auto scene = makeBoxes({{"old", {0, 0, 0}}});
     scene["nodes"][0]["extras"] = {{"AOShadowQuality", "0"},
@@ -87,8 +88,8 @@ TEST(SettingsFrom, GivenTextsOfTheOlderForm_TakesThem) {
     EXPECT_EQ(settings.at("shadow-quality"), 0);
     EXPECT_EQ(settings.at("max-distance"), 432.5);
     EXPECT_EQ(settings.at("indirect"), false);
-    EXPECT_NE(settings.at("override-color").at(0), 0.5) << "a colour of one component is none";
-    // The bake writes the newer form, which replaces the older; other texts stay.
+    EXPECT_NE(settings.at("override-color").at(0), 0.5) << "a colour needs all three components";
+    // The bake replaces the older form by the newer one and keeps other texts.
     const auto extras = ktBakedFile(folder.file("out.glb")).json["nodes"][0]["extras"];
     EXPECT_EQ(extras.at("ambientOcclusion").at("maxDistance"), 432.5);
     EXPECT_EQ(extras.at("partNumber"), "A 12");
@@ -109,7 +110,7 @@ TEST(SettingsFrom, GivenNodeWithoutSettings_SaysSo) {
     }
 }
 
-TEST(NodeLock, GivenLockedNode_LeavesItsResultsSettingsAndTexts) {
+TEST(NodeLock, GivenLockedNode_KeepsItsResultsSettingsAndTexts) {
     const ktTestFolder folder;
     auto scene = makeBoxes({{"free", {0, 0, 0}}, {"fixed", {1.2f, 0, 0}}});
     folder.write("scene.gltf", scene.dump());

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The command line of ktbake: values, defaults and wrong usage.
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
 #include "ktBakeOptions.h"
@@ -15,14 +16,14 @@ using testing::HasSubstr;
 
 namespace {
 
-/// The options of a command line that must hold.
+/// Parses a command line that must be correct.
 ktBakeOptions parse(const std::vector<std::string>& arguments) {
     ktBakeOptions options;
     EXPECT_EQ(parseBakeOptions(arguments, options), std::nullopt);
     return options;
 }
 
-/// What a command line that must not hold is answered; the exit code is that of wrong usage.
+/// Parses a command line that must be refused with the exit code of wrong usage. Returns the message.
 std::string refuse(const std::vector<std::string>& arguments) {
     ktBakeOptions options;
     testing::internal::CaptureStderr();
@@ -30,7 +31,7 @@ std::string refuse(const std::vector<std::string>& arguments) {
     return testing::internal::GetCapturedStderr();
 }
 
-/// Arguments that give a setting this value.
+/// The arguments that set a setting to this value.
 template <class Row>
 std::vector<std::string> argumentsFor(Row row, const typename Row::Value& value) {
     namespace Settings = ktAmbientOcclusionSettings;
@@ -66,7 +67,7 @@ TEST(Options, GivenEverySettingsOption_ReachesThePlugInAndTheStatistics) {
     });
 }
 
-TEST(Options, GivenSceneAlone_WritesBesideItAndLeavesEverySettingOpen) {
+TEST(Options, GivenSceneAlone_WritesNextToItAndSetsNothing) {
     const ktBakeOptions options = parse({"some/where/car.obj"});
     EXPECT_EQ(options.scene, "some/where/car.obj");
     EXPECT_EQ(options.output, "some/where/car-baked.glb");
@@ -156,7 +157,7 @@ TEST(Options, GivenNegatedSettings_SwitchesThemOff) {
     EXPECT_EQ(options.indirect, true);
 }
 
-TEST(Options, GivenSelectBeforeOrBehindTheScene_TakesNamesAndScene) {
+TEST(Options, GivenSelectBeforeOrAfterTheScene_ReadsNamesAndScene) {
     for (const std::vector<std::string>& line : {std::vector<std::string>{"a.glb", "--select", "left", "right"},
                                                  {"--select", "left", "right", "a.glb"},
                                                  {"--select", "left", "--select", "right", "a.glb"}}) {
@@ -166,7 +167,7 @@ TEST(Options, GivenSelectBeforeOrBehindTheScene_TakesNamesAndScene) {
     }
 }
 
-TEST(Options, GivenWhatNeedsNoScene_Holds) {
+TEST(Options, GivenOptionsThatNeedNoScene_AreAccepted) {
     EXPECT_TRUE(parse({"--list-presets"}).listPresets);
     EXPECT_EQ(parse({"--delete-preset", "x"}).deletePreset, "x");
     EXPECT_EQ(parse({"--save-preset", "x", "--bounces", "2"}).savePreset, "x");
@@ -191,7 +192,7 @@ TEST(Options, GivenWrongValue_NamesTheOption) {
         EXPECT_THAT(refuse({"a.glb", "--override-color", color}), HasSubstr("--override-color")) << color;
 }
 
-TEST(Options, GivenWhatDoesNotGoTogether_SaysSo) {
+TEST(Options, GivenContradictoryOptions_SaysSo) {
     EXPECT_THAT(refuse({}), HasSubstr("SCENE"));
     EXPECT_THAT(refuse({"--bounces", "2"}), HasSubstr("SCENE"));
     EXPECT_THAT(refuse({"--list-presets", "--preview", "a.png"}), HasSubstr("--preview"));
@@ -205,7 +206,7 @@ TEST(Options, GivenWhatDoesNotGoTogether_SaysSo) {
     EXPECT_THAT(refuse({"a.glb", "--nonsense"}), HasSubstr("--nonsense"));
 }
 
-TEST(Options, GivenHelpOrVersion_PrintsItAndEndsWell) {
+TEST(Options, GivenHelpOrVersion_PrintsItAndSucceeds) {
     ktBakeOptions options;
     testing::internal::CaptureStdout();
     EXPECT_EQ(parseBakeOptions({"--help"}, options), ktBakeExit::done);
@@ -241,7 +242,7 @@ TEST(Options, GivenPresetName_FindsExactOrUniqueBeginning) {
     EXPECT_EQ(findPreset(names, "", message), -1);
 }
 
-TEST(Options, GivenCountsAndTimes_FormatsThemShort) {
+TEST(Options, GivenCountsAndTimes_FormatsThemBriefly) {
     EXPECT_EQ(formatDuration(0.4), "0:00");
     EXPECT_EQ(formatDuration(59.6), "1:00");
     EXPECT_EQ(formatDuration(3723), "1:02:03");

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Presets on the command line: saved, listed, applied and deleted.
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
 
@@ -78,7 +79,7 @@ TEST(Preset, GivenAwkwardNames_KeepsThemThroughRuns) {
 
 TEST(Preset, GivenPreferencesThatTakeNoFiles_EndsWith4AndTheReason) {
     const ktTestFolder folder;
-    // Not even root may make files there.
+    // Not even root can create files there.
     std::filesystem::remove_all(folder.path / "preferences");
     std::filesystem::create_directory_symlink("/proc", folder.path / "preferences");
     const ktBakeResult result = runBake(folder.path, {"--save-preset", "Mine"});

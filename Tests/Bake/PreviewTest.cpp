@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The picture that --preview draws.
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
 
@@ -13,7 +14,7 @@ TEST(Preview, GivenScene_DrawsItInTheMiddleOverTheBackground) {
     const QImage image(QString::fromStdString(folder.file("box.png")));
     ASSERT_FALSE(image.isNull());
     EXPECT_GE(image.width(), 640);
-    // A white box in the open is white; the background is not.
+    // The box in the open is white; the background is not.
     EXPECT_GT(qGreen(image.pixel(image.width() / 2, image.height() / 2)), 250);
     for (const int x : {0, image.width() - 1})
         for (const int y : {0, image.height() - 1})

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What ktbake says about refinement: how far it is, and where it cannot take place.
+// Messages of ktbake about refinement: its progress, and settings that prevent it.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 
@@ -32,7 +32,7 @@ TEST(BakeRefinement, GivenALowShadowQuality_SaysThatNothingIsRefined) {
                 HasSubstr("Geometry is not refined with a shadow quality of 1"));
 }
 
-TEST(BakeRefinement, GivenIndirectRefinementWithoutTheDirectOne_SaysThatItChangesNothing) {
+TEST(BakeRefinement, GivenOnlyIndirectRefinement_SaysThatItChangesNothing) {
     const std::string said = messages({"--shadow-quality", "1", "--gather-quality", "2"});
     EXPECT_THAT(said, HasSubstr("Refinement by indirect light alone changes no geometry"));
     EXPECT_THAT(said, Not(HasSubstr("Refining:")));
@@ -44,7 +44,7 @@ TEST(BakeRefinement, GivenALowGatherQuality_SaysThatBouncesDoNotRefine) {
                     HasSubstr("with a gather quality of " + quality + " bounces do not refine"));
 }
 
-TEST(BakeRefinement, GivenRefinementThatTakesPlace_TellsItsRoundsAndWarnsOfNothing) {
+TEST(BakeRefinement, GivenActiveRefinement_ReportsItsRoundsWithoutWarnings) {
     const std::string said = messages({"--no-indirect", "--subdivision-quality", "1"});
     EXPECT_THAT(said, HasSubstr("Refining: round 1 of 4"));
     EXPECT_THAT(said, HasSubstr("Refining: round 4 of 4"));

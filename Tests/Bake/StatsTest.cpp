@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// The JSON file that --stats writes.
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
@@ -46,8 +47,8 @@ TEST(Stats, GivenPasses_CountsTheirRays) {
     EXPECT_EQ(statsOf(folder).at("geometries").at(0).at("raysTraced"), 24 * 256 + 3 * 24 * 64);
 }
 
-// A mesh used three times is traced once, and all three occlude.
-TEST(Stats, GivenInstances_TellsWhatIsStoredWhatIsUsedAndWhatOccludes) {
+// A mesh used three times is traced once, but all three uses occlude.
+TEST(Stats, GivenInstances_CountsStoredUsedAndOccludingTriangles) {
     const ktTestFolder folder;
     auto scene = makeBoxes({{"middle", {0, 0, 0}}, {"right", {1.01f, 0, 0}}});
     scene["nodes"].push_back({{"name", "left"}, {"mesh", 1}, {"translation", {-1.01, 0, 0}}});
@@ -78,12 +79,12 @@ TEST(Stats, GivenInstances_TellsWhatIsStoredWhatIsUsedAndWhatOccludes) {
     for (size_t vertex = 0; vertex < 24; ++vertex) {
         const float* normal = &normals[3 * vertex];
         if (normal[0] != 0 || normal[1] > 0) {
-            EXPECT_LT(occlusion[vertex], 0.8f) << "an instance stands before it";
+            EXPECT_LT(occlusion[vertex], 0.8f) << "an instance is in front of it";
         }
     }
 }
 
-TEST(Stats, GivenSelection_TellsWhatWasNotTraced) {
+TEST(Stats, GivenSelection_ListsWhatWasNotTraced) {
     const ktTestFolder folder;
     folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {2, 0, 0}}}).dump());
     ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "--select", "right", "--stats", "stats.json", "--shadow-quality", "0",
@@ -94,7 +95,7 @@ TEST(Stats, GivenSelection_TellsWhatWasNotTraced) {
     EXPECT_EQ(stats.at("geometries").at(0).at("traced"), false);
     EXPECT_EQ(stats.at("geometries").at(0).at("raysTraced"), 0);
     EXPECT_EQ(stats.at("geometries").at(1).at("traced"), true);
-    EXPECT_EQ(stats.at("occludingTriangles"), 24) << "what is not selected occludes as well";
+    EXPECT_EQ(stats.at("occludingTriangles"), 24) << "geometry that is not selected occludes as well";
 }
 
 // A square of two triangles without indices: two of its six vertices are equal to others.
@@ -143,7 +144,7 @@ TEST(Stats, GivenRefinement_CountsVerticesAndRaysThatItAdded) {
     const auto added = stats.at("refinement").at("addedVertices").get<std::size_t>();
     EXPECT_GT(added, 0u);
     EXPECT_EQ(added, written - 48);
-    EXPECT_EQ(stats.at("raysTraced").at("direct"), 48 * 1024) << "without those of refinement";
+    EXPECT_EQ(stats.at("raysTraced").at("direct"), 48 * 1024) << "without the rays of refinement";
     EXPECT_GT(stats.at("refinement").at("raysTraced").at("direct").get<double>(), 1024.0 * static_cast<double>(added));
     EXPECT_EQ(stats.at("refinement").at("raysTraced").at("indirect"), 0);
 }

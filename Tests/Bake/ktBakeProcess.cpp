@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int patience = 240000; // milliseconds; a run takes a second, under sanitizers some more
+constexpr int patience = 240000; // milliseconds; a run takes a second, longer with sanitizers
 
 void start(QProcess& process, const std::filesystem::path& folder, const std::vector<std::string>& arguments,
            const std::string& before = {}) {
@@ -62,7 +62,7 @@ ktBakeResult interruptBake(const std::filesystem::path& folder, const std::vecto
     std::string error;
     while (error.find(marker) == std::string::npos) {
         if (!process.waitForReadyRead(patience)) {
-            ADD_FAILURE() << "ktbake never says \"" << marker << "\": " << error;
+            ADD_FAILURE() << "ktbake never prints \"" << marker << "\": " << error;
             break;
         }
         error += process.readAllStandardError().toStdString();

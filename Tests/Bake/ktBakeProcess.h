@@ -5,23 +5,23 @@
 #include <string>
 #include <vector>
 
-/// What a run of ktbake left behind.
+/// Exit code and output of a run of ktbake.
 struct ktBakeResult {
     int exitCode = -1; ///< -1: it crashed or did not end
     std::string out, error;
 };
 
-/// Runs ktbake and waits for its end. It has a preferences folder of its own, inside `folder`.
+/// Runs ktbake and waits for its end. Its preferences folder is inside `folder`.
 /// @param folder working directory of the run
-/// @param before shell commands that set up the process, such as limits; empty: none
+/// @param before shell commands that prepare the process, such as limits; empty: none
 ktBakeResult runBake(const std::filesystem::path& folder, const std::vector<std::string>& arguments,
                      const std::string& before = {});
 
-/// Starts ktbake, sends SIGINT once `marker` has come on standard error, and waits for its end.
+/// Starts ktbake, sends SIGINT when standard error contains `marker`, and waits for its end.
 ktBakeResult interruptBake(const std::filesystem::path& folder, const std::vector<std::string>& arguments,
                            const std::string& marker);
 
-/// A new, empty folder for the test that runs, removed with the object.
+/// A new, empty folder for the current test. The destructor deletes it.
 class ktTestFolder {
 public:
     ktTestFolder();
@@ -35,7 +35,7 @@ public:
     std::string write(const std::string& name, const std::string& content) const;
 };
 
-/// A file's content; empty when there is none.
+/// A file's content; empty if the file does not exist.
 std::string readFile(const std::filesystem::path& file);
-/// Path of one of the distribution's test models.
+/// Path of a test model from the Debian package.
 std::string model(const std::string& name);

@@ -27,7 +27,7 @@ ktBakedFile::ktBakedFile(const std::string& fileName) {
     if (json.is_object())
         readBuffers(fileName);
     else
-        ADD_FAILURE() << fileName << " is no whole scene file";
+        ADD_FAILURE() << fileName << " is not a complete scene file";
 }
 
 void ktBakedFile::openBinary(const std::string& fileName, const std::string& bytes) {
@@ -36,7 +36,7 @@ void ktBakedFile::openBinary(const std::string& fileName, const std::string& byt
     size_t chunk = 12;
     while (chunk + 8 <= bytes.size()) {
         const size_t length = wordAt(bytes, chunk);
-        EXPECT_EQ(length % 4, 0u) << fileName << ": chunks are aligned";
+        EXPECT_EQ(length % 4, 0u) << fileName << ": a chunk is not aligned";
         const std::string content = bytes.substr(chunk + 8, length);
         EXPECT_EQ(content.size(), length) << fileName;
         if (chunk == 12)
@@ -59,9 +59,10 @@ void ktBakedFile::readBuffers(const std::string& fileName) {
             buffers.push_back(readFile(std::filesystem::path(fileName).parent_path() /
                                        QByteArray::fromPercentEncoding(QByteArray::fromStdString(uri)).toStdString()));
         if (i >= buffers.size() || buffers[i].size() < length)
-            ADD_FAILURE() << fileName << ": buffer " << i << " is short";
+            ADD_FAILURE() << fileName << ": buffer " << i << " is too short";
         buffers.resize(std::max(buffers.size(), i + 1));
-        EXPECT_LE(buffers[i].size(), uri.empty() ? length + 3 : buffers[i].size()) << fileName << ": more than padding";
+        EXPECT_LE(buffers[i].size(), uri.empty() ? length + 3 : buffers[i].size())
+            << fileName << ": extra bytes that are no padding";
         buffers[i].resize(length);
     }
 }
@@ -83,7 +84,7 @@ std::vector<float> ktBakedFile::floats(const nlohmann::json& primitive, const st
     const size_t width = type == "SCALAR" ? 1 : static_cast<size_t>(type.back() - '0');
     const size_t count = accessor.at("count").get<size_t>();
     const size_t start = view.value("byteOffset", size_t(0)) + accessor.value("byteOffset", size_t(0));
-    // Floats, or colours as fractions of 65,535.
+    // Floats, or colours as 16-bit fractions of 65,535.
     const bool isFloat = accessor.at("componentType") == 5126;
     EXPECT_TRUE(isFloat || (accessor.at("componentType") == 5123 && accessor.value("normalized", false)));
     const size_t size = isFloat ? 4 : 2;

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-/// A .glb or .gltf file, read for tests without any code of the baker.
+/// A .glb or .gltf file, read for tests. Uses no code of the baker.
 class ktBakedFile {
 public:
-    /// A file that cannot be read fails the test and is empty.
+    /// If the file cannot be read, the test fails and the object is empty.
     explicit ktBakedFile(const std::string& fileName);
 
     nlohmann::json json;
@@ -17,7 +17,7 @@ public:
 
     /// All primitives, mesh by mesh.
     std::vector<nlohmann::json> primitives() const;
-    /// Values of a vertex attribute of tightly packed floats; empty when the primitive lacks it.
+    /// Values of a vertex attribute of tightly packed floats; empty if the primitive does not have it.
     std::vector<float> floats(const nlohmann::json& primitive, const std::string& attribute) const;
     /// Vertex numbers of the triangles of an indexed primitive.
     std::vector<std::uint32_t> indices(const nlohmann::json& primitive) const;

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-/// A cube of edge length 1 m, its middle at a place, as a node of its own with a mesh of its own.
+/// A cube with edges of 1 m, as one node with a separate mesh.
 struct ktTestBox {
     std::string name;
     std::array<float, 3> middle; ///< metres
 };
 
-/// A glTF document with its data inside: one node a box, 24 vertices and 12 triangles each.
+/// A glTF document with embedded data: one node per box, 24 vertices and 12 triangles each.
 nlohmann::json makeBoxes(const std::vector<ktTestBox>& boxes);

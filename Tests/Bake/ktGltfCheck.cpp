@@ -21,7 +21,7 @@ struct Values {
     size_t width = 0, count = 0;
     int componentType = 0;
     bool isNormalized = false;
-    std::vector<double> numbers; ///< as stored, `width` an element
+    std::vector<double> numbers; ///< as stored, `width` per element
 };
 
 class Check {
@@ -47,7 +47,7 @@ private:
 
     size_t countOf(const char* list) const { return json.contains(list) ? json.at(list).size() : 0; }
     void fault(const std::string& place, const std::string& what) { faults.push_back(place + ": " + what); }
-    /// False, with a fault, when an index leads to nothing.
+    /// If an index refers to nothing, adds a fault and returns false.
     bool exists(const std::string& place, const char* list, const Json& index) {
         if (index.is_number_unsigned() && index.get<size_t>() < countOf(list))
             return true;
@@ -88,7 +88,7 @@ private:
         const size_t viewOffset = view.value("byteOffset", size_t(0));
         const size_t stride = view.value("byteStride", size * values.width);
         if (offset % size != 0 || (viewOffset + offset) % size != 0 || stride % size != 0)
-            fault(place, "is not aligned to its components");
+            fault(place, "is not aligned to its component size");
         if (stride < size * values.width)
             fault(place, "has elements that overlap");
         if (offset + stride * (values.count - 1) + size * values.width > view.at("byteLength").get<size_t>()) {
@@ -193,7 +193,7 @@ private:
                 fault(place, "has vertices that are not aligned to four bytes");
         }
         std::vector<std::string> ignored;
-        ignored.swap(faults); // told of by the accessor's own check
+        ignored.swap(faults); // the accessor's check reports them
         const auto values = read(index, place);
         ignored.swap(faults);
         if (!values)
@@ -234,7 +234,7 @@ private:
         ignored.swap(faults);
         if (!values)
             return;
-        // The largest number of a type is reserved.
+        // The largest number of a type is reserved for primitive restart.
         const double reserved = component == 5121 ? 255 : component == 5123 ? 65535 : 4294967295.0;
         for (const double value : values->numbers)
             if (value >= static_cast<double>(vertexCount) || value == reserved) {

@@ -34,7 +34,7 @@ Vector transform(const Matrix& m, const Vector& p) {
     return p[0] * column(m, 0) + p[1] * column(m, 1) + p[2] * column(m, 2) + column(m, 3);
 }
 
-/// By the cofactors, so that mirrored and unevenly scaled parts come out right.
+/// Uses the cofactors, so that normals of mirrored and unevenly scaled parts are correct.
 Vector transformNormal(const Matrix& m, const Vector& n) {
     const Vector x = column(m, 0), y = column(m, 1), z = column(m, 2);
     const Vector turned = n[0] * cross(y, z) + n[1] * cross(z, x) + n[2] * cross(x, y);

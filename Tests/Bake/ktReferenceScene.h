@@ -8,13 +8,13 @@
 #include <random>
 #include <vector>
 
-/// A baked file traced again the plain way, to judge the bake by: every use of every mesh in world space, single rays
-/// in double precision through a binary tree of boxes, plain random directions. Shares no code with the baker.
+/// Traces a baked file again in a simple way, to check the bake. Keeps every use of every mesh in world space. Traces
+/// single random rays in double precision through a binary tree of boxes. Shares no code with the baker.
 class ktReferenceScene {
 public:
     using Vector = std::array<double, 3>;
 
-    /// A vertex where the mesh is met first in traversal, with what the bake says about it.
+    /// A vertex of the first use of its mesh in traversal order, with its baked result.
     struct Vertex {
         Vector position, normal; ///< world space, file units; the normal is of unit length
         double occlusion;        ///< `_AO`
@@ -26,8 +26,8 @@ public:
     std::size_t triangleCount() const { return triangles.size(); }
     /// Diagonal of the box around all triangles, in file units.
     double diagonal() const;
-    /// Share of `rays` cosine-weighted random rays that meet no triangle, of either side, between the distances.
-    /// Standard error at most 0.5 / sqrt(rays).
+    /// Share of `rays` cosine-weighted random rays that hit no triangle, front or back, between the distances. The
+    /// standard error is at most 0.5 / sqrt(rays).
     double openShare(const Vertex& vertex, double minDistance, double maxDistance, int rays,
                      std::mt19937_64& random) const;
 
@@ -42,7 +42,7 @@ private:
         void add(const Triangle& triangle);
         bool isMet(const Vector& origin, const Vector& inverse, double minDistance, double maxDistance) const;
     };
-    /// A leaf has a count; the first child of an inner node follows it.
+    /// A leaf has a count. The first child of an inner node is the next node.
     struct TreeNode {
         Box box;
         std::uint32_t first = 0, count = 0, secondChild = 0;

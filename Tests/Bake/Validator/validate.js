@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// node validate.js PACKAGE_FOLDER FILE: runs the official glTF validator on a .glb or .gltf file and prints its report, as JSON.
-// Files that a .gltf file names are read from its folder.
+// node validate.js PACKAGE_FOLDER FILE: prints the JSON report of the official glTF validator on a .glb or .gltf file.
+// Reads the files that a .gltf file names from its folder.
 "use strict";
 
 const fs = require("fs");
