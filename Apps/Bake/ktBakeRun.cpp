@@ -11,9 +11,10 @@
 #include "ktBakeSettings.h"
 #include "ktBakeSignals.h"
 #include "ktBakeStats.h"
-#include "ktCancelToken.h"
+#include "ktControllerState.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
+#include "ktRaytracingManager.h"
 #include "ktScenegraph.h"
 #include "ktThreadCount.h"
 #include "ktTracingStatistics.h"
@@ -103,7 +104,6 @@ private:
         }
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled())
             scene.loadPictures();
-        const auto errorsBefore = ktLogOutput::getCount(ktLogLevel::Error);
         ktBakeProgress progress(scene.getSelectedVertexCount(), !options.quiet);
         watch.lap();
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
@@ -117,12 +117,14 @@ private:
         stats.storingSeconds = std::max(0.0, seconds - stats.structureSeconds - stats.tracingSeconds);
         if (interrupts.isInterrupted())
             return ktBakeExit::cancelled;
+        if (!hasRun && !ktRaytracingManager::getRaytracingUtils())
+            return ktBakeExit::failed; // the reason is in the log
         if (!hasRun) {
             ktLog::error("%s: nothing can be calculated: every selected node is locked", options.scene.c_str());
             return ktBakeExit::badInput;
         }
-        // An error inside cancels a run, with a line in the log.
-        if (ktCancelToken::the().isCanceled() || ktLogOutput::getCount(ktLogLevel::Error) > errorsBefore)
+        // Its reason is in the log.
+        if (ktControllerState::getLastRunEnd().kind != ktRunEnd::Done)
             return ktBakeExit::failed;
         if (stats.geometriesCalculated == 0)
             ktLog::info("%s",

@@ -4,6 +4,9 @@
 #include "ktCancelToken.h"
 #include "ktControllerState.h"
 #include "ktHostSignals.h"
+#include "ktLog.h"
+
+#include <utility>
 
 namespace {
 
@@ -11,19 +14,32 @@ bool isBusyNow = false;
 unsigned long busyCount = 0;
 bool isCursorShown = false;
 bool isSceneModified = false;
+std::string failure; // of the run under way; empty: none
+ktRunEnd lastEnd;
+
+void endRun() {
+    const ktCancelToken& token = ktCancelToken::the();
+    lastEnd.run = token.getRun();
+    lastEnd.kind = !failure.empty() ? ktRunEnd::Failed : token.isCanceled() ? ktRunEnd::Cancelled : ktRunEnd::Done;
+    lastEnd.reason = std::exchange(failure, {});
+    emit ktHostSignals::the().runEnded(lastEnd);
+}
 
 } // namespace
 
 void ktController::setBusy(bool busy, bool showCursor) {
     // Reset even if the host is already busy: the run that begins is not cancelled.
     if (busy) {
-        ktCancelToken::the().reset();
+        ktCancelToken::the().beginRun();
+        failure.clear();
         ++busyCount;
     }
     isCursorShown = busy && showCursor;
     if (busy == isBusyNow)
         return;
     isBusyNow = busy;
+    if (!busy)
+        endRun();
     emit ktHostSignals::the().busyChanged(busy);
 }
 
@@ -49,4 +65,15 @@ bool ktControllerState::isBusyCursorShown() noexcept {
 
 bool ktControllerState::isModified() noexcept {
     return isSceneModified;
+}
+
+void ktControllerState::failRun(const std::string& line) {
+    ktCancelToken::the().cancel();
+    ktLog::error("%s", line.c_str());
+    if (isBusyNow && failure.empty())
+        failure = line;
+}
+
+const ktRunEnd& ktControllerState::getLastRunEnd() noexcept {
+    return lastEnd;
 }

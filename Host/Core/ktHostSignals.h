@@ -3,8 +3,15 @@
 
 #include "ktHostExport.h"
 
+#include <array>
+#include <cstdint>
 #include <QObject>
 #include <QString>
+#include <vector>
+
+struct ktRunEnd;
+/// New vertices of a geometry. Each lies in the middle between two others: old ones, or new ones before it.
+using ktSplitEdges = std::vector<std::array<std::uint32_t, 2>>;
 
 /// Signals of the host for applications. Lives as long as the process. All signals except logged() are emitted on the
 /// main thread.
@@ -14,8 +21,11 @@ public:
     static ktHostSignals& the();
 
 signals:
-    /// A long operation began (true) or ended (false). Meanwhile the application accepts no input except cancel.
+    /// A long operation began (true) or ended (false). Meanwhile the application accepts no input except cancel. The
+    /// end is announced after runEnded(), when all results are in place.
     void busyChanged(bool busy);
+    /// A long operation ended, and how (see ktControllerState.h). Other receivers may still give back results.
+    void runEnded(const ktRunEnd& end);
     /// The scene was changed (true) or saved (false).
     void modifiedChanged(bool modified);
     /// Drawing in the render widget was turned on or off.
@@ -28,6 +38,14 @@ signals:
     void sceneChanged();
     /// Number of finished vertices, and of all vertices, in the current ray-tracing call.
     void tracingProgress(quint64 done, quint64 total);
+    /// A calculation begins to trace. Its geometry has its final form and still holds the earlier results.
+    void tracingStarted();
+    /// A pass has traced a geometry to the end and written its results: the occlusion pass, or one bounce.
+    /// @param positions address of its first position
+    void geometryTraced(const void* positions, bool indirect);
+    /// A geometry got new vertices after its old ones.
+    /// @param geometry id of its field container
+    void geometryRefined(quint32 geometry, const ktSplitEdges& newVertices);
     /// Refinement began round `round`, counted from 1. The rounds before added `newVertices` vertices.
     void refinementProgress(int round, int rounds, quint64 newVertices);
     /// A line of the log, also when quiet. `level` is a ktLogLevel. Emitted on the thread that logged, so a receiver

@@ -2,6 +2,7 @@
 #include "ktSceneRaytracing.h"
 
 #include "ktCancelPoint.h"
+#include "ktControllerState.h"
 #include "ktGatherPass.h"
 #include "ktGeometryInstances.h"
 #include "ktGeoSubdivisionList.h"
@@ -28,6 +29,7 @@
 #include <OpenSG/OSGSimpleAttachments.h>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -96,8 +98,8 @@ void ktSceneRaytracing::call(const char* action, const std::function<void()>& bo
     } catch (...) {
         reason = "unknown error";
     }
-    ktCancelToken::the().cancel();
-    ktLog::error("Ray tracing cannot %s: %s; the calculation is cancelled", action, reason.c_str());
+    ktControllerState::failRun("Ray tracing cannot " + std::string(action) + ": " + reason +
+                               "; the calculation is cancelled");
 }
 
 void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePtr>& geometry,
@@ -210,6 +212,7 @@ void ktSceneRaytracing::setMaterialOverride(bool colorBleeding, bool overrideMat
                                             const float* materialColor) {
     clearRun();
     statistics = {};
+    hasStarted = false;
     bounces.settings.colorBleeding = colorBleeding;
     bounces.settings.overrideColor = overrideMaterialColor && materialColor;
     if (materialColor)
@@ -252,6 +255,8 @@ void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
 }
 
 void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float newMaxDistance) {
+    if (!std::exchange(hasStarted, true))
+        emit ktHostSignals::the().tracingStarted();
     bounces.endBounce();
     // NaN and negative values count as 0.
     minDistance = newMinDistance > 0.0f ? newMinDistance : 0.0f;
@@ -315,6 +320,7 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         bounces.setDirect(task, true);
         if (const ktTracedGeometry* traced = scene.find(geometry))
             bounces.markCalculated(*traced);
+        emit ktHostSignals::the().geometryTraced(positions, false);
     });
 }
 
@@ -351,6 +357,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
             bounces.setGathered(geometry, std::move(received));
             tints[geometry] = {surfaceColor->red(), surfaceColor->green(), surfaceColor->blue()};
         }
+        emit ktHostSignals::the().geometryTraced(positions, true);
     });
 }
 

@@ -75,6 +75,7 @@ private:
     ktGeometryNumbers numbers; // of the geometry that calls may mean
     float minDistance = 0.0f, maxDistance = 0.0f;
     bool calling = false;
+    bool hasStarted = false;            // the run under way has told that it begins to trace
     std::uint64_t unusableVertices = 0; // since the last report
     ktBounceLight bounces;
     ktRefinement refinement;

@@ -41,3 +41,20 @@ TEST_F(CancelToken, GivenRequestOnOtherThread_IsSeenByPollingThread) {
     other.join();
     EXPECT_TRUE(ktCancelToken::the().isCanceled());
 }
+
+TEST_F(CancelToken, GivenACancelOfAnotherRun_DropsIt) {
+    ktCancelToken& token = ktCancelToken::the();
+    const std::uint64_t first = token.beginRun();
+    const std::uint64_t second = token.beginRun();
+    EXPECT_EQ(second, first + 1);
+    EXPECT_EQ(token.getRun(), second);
+    EXPECT_FALSE(token.cancel(first));
+    EXPECT_FALSE(token.cancel(second + 1));
+    EXPECT_FALSE(token.isCanceled());
+    EXPECT_TRUE(token.cancel(second));
+    EXPECT_TRUE(token.cancel(second)) << "twice";
+    EXPECT_TRUE(token.isCanceled());
+    EXPECT_EQ(token.getRun(), second);
+    token.beginRun();
+    EXPECT_FALSE(token.isCanceled());
+}

@@ -20,6 +20,10 @@ protected:
         ktController::setModified(0);
         QObject::connect(&ktHostSignals::the(), &ktHostSignals::busyChanged, &receiver,
                          [this](bool busy) { busySignals.push_back(busy); });
+        QObject::connect(&ktHostSignals::the(), &ktHostSignals::runEnded, &receiver, [this](const ktRunEnd& end) {
+            EXPECT_TRUE(busySignals.back()) << "told before the end of the busy state";
+            ends.push_back(end);
+        });
         QObject::connect(&ktHostSignals::the(), &ktHostSignals::modifiedChanged, &receiver,
                          [this](bool modified) { modifiedSignals.push_back(modified); });
     }
@@ -31,6 +35,7 @@ protected:
     QObject receiver;
     std::vector<bool> busySignals;
     std::vector<bool> modifiedSignals;
+    std::vector<ktRunEnd> ends;
 };
 
 } // namespace
@@ -90,4 +95,35 @@ TEST_F(Controller, GivenModifiedThenSaved_AnnouncesChangesOnly) {
     EXPECT_FALSE(ktControllerState::isModified());
     EXPECT_THAT(modifiedSignals, ElementsAre(true, false));
     EXPECT_THAT(busySignals, IsEmpty());
+}
+
+TEST_F(Controller, GivenTheEndOfARun_TellsHowItEnded) {
+    ktController::setBusy(true, true);
+    ktController::setBusy(false, true);
+    ktController::setBusy(true, true);
+    ktCancelToken::the().cancel();
+    ktController::setBusy(false, true);
+    ktController::setBusy(true, true);
+    ktController::setBusy(false, true);
+    ASSERT_EQ(ends.size(), 3u);
+    EXPECT_EQ(ends[0].kind, ktRunEnd::Done);
+    EXPECT_EQ(ends[1].kind, ktRunEnd::Cancelled);
+    EXPECT_EQ(ends[2].kind, ktRunEnd::Done);
+    EXPECT_EQ(ends[2].run, ends[0].run + 2);
+    EXPECT_EQ(ktControllerState::getLastRunEnd().run, ends[2].run);
+}
+
+TEST_F(Controller, GivenAnErrorInARun_TellsTheFirstReason) {
+    ktController::setBusy(true, true);
+    ktControllerState::failRun("no memory for the tree");
+    EXPECT_TRUE(ktCancelToken::the().isCanceled());
+    ktControllerState::failRun("nothing to trace");
+    ktController::setBusy(false, true);
+    ktController::setBusy(true, true);
+    ktController::setBusy(false, true);
+    ASSERT_EQ(ends.size(), 2u);
+    EXPECT_EQ(ends[0].kind, ktRunEnd::Failed);
+    EXPECT_EQ(ends[0].reason, "no memory for the tree");
+    EXPECT_EQ(ends[1].kind, ktRunEnd::Done);
+    EXPECT_EQ(ends[1].reason, "");
 }

@@ -33,6 +33,7 @@ const std::vector<Arrow> arrows = {
     {"Host/Scene/Types/", {}},
     {"Host/Scene/Surfaces/", {}},
     {"Host/Scene/", {"Host/Scene/Types/", "Host/Core/"}},
+    {"Host/Scene/Results/", {"Host/Scene/", "Host/Core/"}},
     {"Host/Raytracing/Threads/", {"Host/Core/"}},
     {"Host/Raytracing/Sampling/", {}},
     {"Host/Raytracing/Tracer/", {"Host/Raytracing/Sampling/"}},
@@ -70,8 +71,8 @@ const std::vector<Arrow> arrows = {
       "Host/Core/"}},
     {"Host/Scripting/", {"Host/Core/"}},
     {"Host/Scripting/Module/",
-     {"Host/Scripting/", "Host/Core/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Files/", "Host/Viewing/",
-      "Host/Raytracing/"}},
+     {"Host/Scripting/", "Host/Core/", "Host/Scene/", "Host/Scene/Results/", "Host/Scene/Surfaces/", "Host/Files/",
+      "Host/Viewing/", "Host/Raytracing/"}},
 };
 
 /// The folder of a file, with a trailing '/'.

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktGeoSubdivisionList.h"
 
-#include "ktCancelToken.h"
+#include "ktControllerState.h"
 #include "ktGeoSubdivisionRecord.h"
-#include "ktLog.h"
 #include "ktRecreateGeometry.h"
 
 #include <exception>
@@ -17,8 +16,7 @@ void ktGeoSubdivisionList::recreateGeometry() {
     try {
         ktRecreateRefinedGeometry(*data);
     } catch (const std::exception& error) {
-        ktCancelToken::the().cancel();
-        ktLog::error("Cannot rebuild the refined geometry of \"%s\": %s; the calculation is cancelled",
-                     data->request.name.c_str(), error.what());
+        ktControllerState::failRun("Cannot rebuild the refined geometry of \"" + data->request.name +
+                                   "\": " + error.what() + "; the calculation is cancelled");
     }
 }

@@ -3,6 +3,7 @@
 
 #include "ktEventPump.h"
 #include "ktGeoSubdivisionRecord.h"
+#include "ktHostSignals.h"
 
 #include <cmath>
 #include <cstring>
@@ -12,7 +13,7 @@ namespace {
 
 constexpr float bakedMarker = 2.0f; // added to w in channel 5; values of 1.5 or more carry it
 
-using Parents = std::vector<std::array<std::uint32_t, 2>>;
+using Parents = ktSplitEdges;
 
 template <class Component>
 Component mean(Component a, Component b) {
@@ -145,6 +146,7 @@ void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
     pump.handleEventsIfDue();
     setTriangles(geometry, record.triangles);
     endEditCP(geometry);
+    emit ktHostSignals::the().geometryRefined(geometry.getFieldContainerId(), parents);
     // With many small geometries, this may be the only time that events are handled.
     pump.handleEvents();
 }

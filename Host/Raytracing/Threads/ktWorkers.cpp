@@ -5,14 +5,20 @@
 #include "ktThreadCount.h"
 #include "ktWaitHooks.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <pthread.h>
+#include <stdexcept>
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 #include <thread>
 
 namespace {
+
+// A process that was forked from one with worker threads has none, and TBB does not notice.
+std::atomic<bool> hasLostWorkers{false};
 
 // Counts running work. Its destructor, at the exit of the process, waits until all work has ended: the libraries that
 // the work uses are still loaded then.
@@ -22,7 +28,12 @@ public:
         static RunningWork running;
         return running;
     }
+    RunningWork() {
+        pthread_atfork(nullptr, nullptr, [] { hasLostWorkers = true; });
+    }
     ~RunningWork() {
+        if (hasLostWorkers)
+            return;
         std::unique_lock<std::mutex> lock(mutex);
         changed.wait(lock, [this] { return count == 0; });
     }
@@ -55,6 +66,9 @@ void keepWorkers() {
 class ktWorkers::Leader {
 public:
     explicit Leader(std::function<void()> newWork) : work(std::move(newWork)) {
+        if (hasLostWorkers)
+            throw std::runtime_error("this process was forked from one that had traced already and has no worker "
+                                     "threads; start a new process instead");
         RunningWork::the().begin();
         try {
             thread = std::thread([this] { lead(); });

@@ -10,7 +10,8 @@ class ktEventPump;
 /// does not exit before all work has ended.
 class ktWorkers {
 public:
-    /// Starts `work`, which may use ktParallel, on worker threads. @throws std::system_error, std::bad_alloc
+    /// Starts `work`, which may use ktParallel, on worker threads. @throws std::system_error, std::bad_alloc;
+    /// std::runtime_error in a process that was forked from one that had workers already
     explicit ktWorkers(std::function<void()> work);
     /// Waits for the end. An exception of the work is lost.
     ~ktWorkers();
