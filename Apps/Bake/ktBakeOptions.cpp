@@ -14,6 +14,7 @@
 #include <iterator>
 #include <limits>
 #include <QString>
+#include <set>
 
 namespace fs = std::filesystem;
 
@@ -71,6 +72,13 @@ void checkEnding(const std::string& option, const std::string& file, const std::
     if (std::find(endings.begin(), endings.end(), ending) == endings.end())
         throw CLI::ValidationError(option,
                                    "the file's name must end in " + CLI::detail::join(endings, " or ") + ": " + file);
+}
+
+void checkEndings(const ktBakeOptions& options) {
+    if (!options.output.empty())
+        checkEnding("--output", options.output, {".glb", ".gltf"});
+    if (!options.preview.empty())
+        checkEnding("--preview", options.preview, {".png"});
 }
 
 /// Adds options to the parser. Each option's help ends with the value in effect without it. What the options do when
@@ -259,7 +267,8 @@ private:
     void addRun() {
         group = "Run";
 #ifdef KT_SCRIPTING
-        value("--script", options.script, "run a Python script instead; what follows -- are its arguments", "FILE.py");
+        value("--script", options.script,
+              "run a Python script instead, on SCENE if given; what follows -- are its arguments", "FILE.py");
 #else
         value("--script", options.script, "run a Python script: not with this ktbake, built without scripting",
               "FILE.py");
@@ -283,13 +292,21 @@ private:
     }
 };
 
-/// A script opens scenes and makes its settings itself.
-void checkScript(const CLI::App& app) {
+/// A script makes its settings itself. It opens scenes itself, too, or it gets SCENE.
+void checkScript(const CLI::App& app, const ktBakeOptions& options) {
+    static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--quiet"};
+    static const std::set<std::string> withScene = {"SCENE",   "--output",   "--preview",          "--unit",
+                                                    "--shade", "--exposure", "--unique-instances", "--ground-plane"};
     for (const CLI::Option* option : app.get_options()) {
         const std::string name = option->get_name();
-        if (option->count() > 0 && name != "--script" && name != "--threads" && name != "--tracer" && name != "--quiet")
+        if (option->count() == 0 || always.count(name) > 0)
+            continue;
+        if (withScene.count(name) == 0)
             throw CLI::ValidationError(name, "does not go with --script; the script's own arguments follow --");
+        if (options.scene.empty())
+            throw CLI::ValidationError(name, "needs a SCENE; without one, a --script opens and saves scenes itself");
     }
+    checkEndings(options);
 }
 
 /// What single options cannot see.
@@ -309,9 +326,7 @@ void checkTogether(ktBakeOptions& options) {
         const fs::path scene = options.scene;
         options.output = (scene.parent_path() / (scene.stem().string() + "-baked.glb")).string();
     }
-    checkEnding("--output", options.output, {".glb", ".gltf"});
-    if (!options.preview.empty())
-        checkEnding("--preview", options.preview, {".png"});
+    checkEndings(options);
     if (options.clear != ktBakeClear::Nothing && options.missing)
         throw CLI::ValidationError("--clear", "removes results; --missing adds them: give one of the two");
     const auto &nearest = options.minDistance, &farthest = options.maxDistance;
@@ -333,7 +348,7 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
         "\nLengths are millimetres in the scene; where a percentage is taken, it is one of the scene's diagonal.\n"
         "Values in [brackets] hold without the option.\n"
         "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 bad input, 4 could not write,\n"
-        "5 the script failed, 130 cancelled.\n");
+        "5 the script failed, 130 cancelled; a script may end with a code of its own.\n");
     Parser parser(app, options);
     parser.addAll();
     // Required, it is not taken for one more name of --select.
@@ -353,7 +368,7 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
         std::reverse(reversed.begin(), reversed.end());
         app.parse(reversed);
         if (!options.script.empty()) {
-            checkScript(app);
+            checkScript(app, options);
             return {};
         }
         if (options.overrideColorValue)

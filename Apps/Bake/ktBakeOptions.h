@@ -33,7 +33,8 @@ enum class ktBakeClear { Nothing, Shadows, Indirect };
 /// holds.
 struct ktBakeOptions {
     std::string scene;  ///< may be empty only when listing or deleting presets, or saving one
-    std::string output; ///< never empty when `scene` is not: SCENE-baked.glb beside the scene unless given
+    std::string output; ///< SCENE-baked.glb beside the scene unless given; empty without a scene, or with a
+                        ///< script when nothing is to be saved
 
     // One member for each setting, such as std::optional<int> shadowQuality, and given(row) for loops over the rows.
 #define KT_OPTION(Row, member)                                                                                         \
@@ -63,7 +64,7 @@ struct ktBakeOptions {
     double exposure = 1;        ///< above 0
 
     std::string preview, stats; ///< file names; empty: none
-    std::string script;         ///< a file to run instead of baking `scene`; empty: none
+    std::string script;         ///< a file to run, on `scene` if there is one, instead of baking it; empty: none
     std::vector<std::string> scriptArguments;
     int threads = 0; ///< 0: one a core
     ktTracerKind tracer = ktTracerKind::Hemisphere;

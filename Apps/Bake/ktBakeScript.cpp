@@ -4,6 +4,7 @@
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
 #include "ktBakeOptions.h"
+#include "ktBakeOutput.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktScripting.h"
@@ -11,7 +12,10 @@
 #include "ktTracerFactory.h"
 
 #include <csignal>
+#include <cstdio>
 #include <QFileInfo>
+#include <QString>
+#include <string>
 
 namespace {
 
@@ -30,6 +34,64 @@ void onSignal(int signal) {
     ktScripting::interrupt();
 }
 
+/// The text as an expression of Python: in both versions the string that stands for these bytes in a file's name.
+std::string quoted(const std::string& text) {
+    std::string bytes;
+    for (const char c : text) {
+        char code[8];
+        std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(c));
+        bytes += code;
+    }
+    return "getattr(__import__('os'), 'fsdecode', str)(b'" + bytes + "')";
+}
+
+std::string quoted(bool value) {
+    return value ? "True" : "False";
+}
+
+/// Calls a function of `kthost`. Its error is logged. @param call such as "close()"
+bool callHost(const std::string& call) {
+    return ktScripting::runStatements("def _call():\n"
+                                      "    import kthost, sys\n"
+                                      "    try:\n"
+                                      "        kthost." +
+                                      call +
+                                      "\n"
+                                      "    except kthost.Error as error:\n"
+                                      "        sys.exit(str(error))\n"
+                                      "try:\n"
+                                      "    _call()\n"
+                                      "finally:\n"
+                                      "    del _call\n")
+        .succeeded;
+}
+
+int exitCodeOf(const ktBakeOptions& options, const ktScripting::Result& result) {
+    if (result.succeeded)
+        return ktBakeExit::done;
+    ktLog::error("%s: the script failed: %s", options.script.c_str(), result.error.c_str());
+    if (interrupted)
+        return ktBakeExit::cancelled;
+    const bool isExitCode = result.hasExited && result.exitCode > 0 && result.exitCode < 256;
+    return isExitCode ? result.exitCode : ktBakeExit::scriptFailed;
+}
+
+int runInHost(const ktBakeOptions& options) {
+    if (!options.scene.empty() && !callHost("open(" + quoted(options.scene) + ", " + quoted(options.unit) + ", " +
+                                            quoted(options.uniqueInstances) + ", " + quoted(options.groundPlane) + ")"))
+        return interrupted ? ktBakeExit::cancelled : ktBakeExit::badInput;
+    const ktScripting::Result result = ktScripting::runFile(options.script, options.scriptArguments);
+    if (!result.succeeded)
+        return exitCodeOf(options, result);
+    const std::string exposure = QString::number(options.exposure, 'g', 17).toStdString();
+    if (!options.output.empty() && !callHost("save(" + quoted(options.output) + ", '" +
+                                             (options.multiplyColors ? "multiply" : "none") + "', " + exposure + ")"))
+        return ktBakeExit::notWritten;
+    if (!options.preview.empty() && !callHost("preview(" + quoted(options.preview) + ", exposure=" + exposure + ")"))
+        return ktBakeExit::notWritten;
+    return ktBakeExit::done;
+}
+
 } // namespace
 
 int runBakeScript(const ktBakeOptions& options) {
@@ -41,15 +103,21 @@ int runBakeScript(const ktBakeOptions& options) {
         ktLog::error("%s: there is no such script, or it cannot be read", options.script.c_str());
         return ktBakeExit::badInput;
     }
+    for (const std::string& file : {options.output, options.preview})
+        if (!file.empty() && !canBeWritten(file))
+            return ktBakeExit::notWritten;
     ktAmbientOcclusion::the(); // its hook puts the module into the interpreter
     ktScripting::start();
+    // Without SA_RESTART, so that a script that waits for input or for a thread wakes up.
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
     for (const int signal : handledSignals)
-        std::signal(signal, onSignal);
-    const ktScripting::Result result = ktScripting::runFile(options.script, options.scriptArguments);
+        sigaction(signal, &action, nullptr);
+    int exitCode = runInHost(options);
+    if (!ktScripting::end() && exitCode == ktBakeExit::done)
+        exitCode = ktBakeExit::cancelled;
     for (const int signal : handledSignals)
         std::signal(signal, SIG_DFL);
-    if (result.succeeded)
-        return ktBakeExit::done;
-    ktLog::error("%s: the script failed: %s", options.script.c_str(), result.error.c_str());
-    return interrupted ? ktBakeExit::cancelled : ktBakeExit::scriptFailed;
+    return exitCode;
 }

@@ -2,6 +2,7 @@
 #include "ktScripting.h"
 
 #include "ktLog.h"
+#include "ktPythonEnd.h"
 #include "ktPythonHooks.h"
 #include "ktPythonObject.h"
 #include "ktScript.h"
@@ -78,6 +79,7 @@ ktScripting::Result takeExit() {
     PyErr_Clear();
     if (!code || code.get() == Py_None) {
         result.exitCode = 0;
+        result.hasExited = true;
     } else {
         const long number = PyLong_AsLong(code.get());
         if (number == -1 && PyErr_Occurred()) {
@@ -87,6 +89,7 @@ ktScripting::Result takeExit() {
             logLines(result.error);
         } else {
             result.exitCode = static_cast<int>(number);
+            result.hasExited = true;
         }
     }
     result.succeeded = result.exitCode == 0;
@@ -195,6 +198,21 @@ void ktScripting::stop() {
     const ktPythonLock lock;
     emptyMainNamespace();
     PyGC_Collect();
+}
+
+bool ktScripting::end() {
+    if (!running)
+        return true;
+    const ktPythonLock lock;
+    bool isWhole;
+    {
+        const ktScriptInterrupt::Execution execution;
+        isWhole = ktPythonEnd::joinThreads();
+        isWhole = ktPythonEnd::callExitFunctions() && isWhole;
+    }
+    stop();
+    ktPythonEnd::flushFiles();
+    return isWhole;
 }
 
 void ktScripting::restart() {

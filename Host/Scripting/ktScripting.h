@@ -19,6 +19,11 @@ public:
     /// Lets the interpreter's other threads run while the main thread waits for workers. start() includes it. A program
     /// that an interpreter runs calls only this, because it has a main namespace already.
     static void attach();
+    /// stop() at the end of the process. First waits for the threads of scripts (except daemons) and calls what they
+    /// registered with atexit. Afterwards writes out open files. interrupt() ends the waiting. Does not finalize the
+    /// interpreter, because Boost.Python does not support that.
+    /// @return false if interrupted
+    static bool end();
     /// stop() and start().
     static void restart();
     static bool isRunning();
@@ -26,8 +31,9 @@ public:
     /// Result of a script.
     struct Result {
         bool succeeded = false;
-        int exitCode = 0;  ///< argument of sys.exit(); 1 after an error
-        std::string error; ///< last line of the traceback; empty after success
+        int exitCode = 0;       ///< argument of sys.exit(); 1 after an error
+        bool hasExited = false; ///< it called sys.exit() with a number or None
+        std::string error;      ///< last line of the traceback; empty after success
     };
     /// Runs a file in the main namespace with sys.argv set to the file and `arguments`. Logs errors with their
     /// traceback. sys.exit() ends the script, not the host; exit code 0 or None counts as success.
