@@ -12,6 +12,8 @@
 
 #include <iostream>
 #include <iterator>
+#include <QCoreApplication>
+#include <QThread>
 #include <string>
 
 namespace python = boost::python;
@@ -42,6 +44,11 @@ public:
 private:
     template <int which>
     static PyObject* call(PyObject*, PyObject* arguments, PyObject* keywords) {
+        const QCoreApplication* const application = QCoreApplication::instance();
+        if (application && application->thread() != QThread::currentThread()) {
+            PyErr_SetString(PyExc_RuntimeError, "ktAmbientOcclusion is for the main thread");
+            return nullptr;
+        }
         return PyObject_Call(targets[which], arguments, keywords);
     }
 
@@ -52,15 +59,35 @@ private:
 PyObject* ExactHelp::targets[4];
 std::size_t ExactHelp::count = 0;
 
+/// The interpreter's structures differ from one minor version to the next.
+void checkInterpreter() {
+    PyObject* const number = PySys_GetObject(const_cast<char*>("hexversion")); // borrowed
+    const long running = number ? PyLong_AsLong(number) : 0;
+    if (running >> 16 == PY_VERSION_HEX >> 16)
+        return;
+    PyErr_Format(PyExc_ImportError,
+                 "this ktAmbientOcclusion is for Python %d.%d, not for Python %d.%d; build it for the interpreter that "
+                 "imports it",
+                 PY_MAJOR_VERSION, PY_MINOR_VERSION, static_cast<int>(running >> 24 & 255),
+                 static_cast<int>(running >> 16 & 255));
+    python::throw_error_already_set();
+}
+
 } // namespace
 
 BOOST_PYTHON_FUNCTION_OVERLOADS(computeOverloads, ktAmbientOcclusion::computeAmbientOcclusion, 9, 15)
 BOOST_PYTHON_FUNCTION_OVERLOADS(computeMissingOverloads, ktAmbientOcclusion::computeMissingAmbientOcclusion, 10, 15)
 
-// Defines init_module_ktAmbientOcclusion() and the interpreter's entry point: initktAmbientOcclusion() for Python 2,
-// PyInit_ktAmbientOcclusion() for Python 3.
+#if PY_MAJOR_VERSION >= 3
+#define PyInit_ktAmbientOcclusion PyInit_ktAmbientOcclusionOfBoost // see below
+PyMODINIT_FUNC PyInit_ktAmbientOcclusion();
+#endif
+
+// Defines init_module_ktAmbientOcclusion() and the interpreter's entry point: initktAmbientOcclusion() for Python 2.
+// For Python 3 it is called by the one below.
 BOOST_PYTHON_MODULE(ktAmbientOcclusion) {
     using python::arg;
+    checkInterpreter();
     static const auto& help = *new ktAmbientOcclusionPythonHelp; // for the rest of the process
     // Help is exactly the text given: no generated signatures. The former options come back at the end of the scope.
     const python::docstring_options helpOptions(true, false, false);
@@ -93,6 +120,20 @@ BOOST_PYTHON_MODULE(ktAmbientOcclusion) {
     module.attr("KT_AO_MODE_SHADOWS") = static_cast<int>(ktAmbientOcclusion::Shadows);
     module.attr("KT_AO_MODE_LIGHT_AND_SHADOWS") = static_cast<int>(ktAmbientOcclusion::LightAndShadows);
 }
+
+#if PY_MAJOR_VERSION >= 3
+#undef PyInit_ktAmbientOcclusion
+
+// Boost.Python returns the module also when an error is set, of which the interpreter makes a SystemError.
+PyMODINIT_FUNC PyInit_ktAmbientOcclusion();
+PyMODINIT_FUNC PyInit_ktAmbientOcclusion() {
+    PyObject* const module = PyInit_ktAmbientOcclusionOfBoost();
+    if (!PyErr_Occurred())
+        return module;
+    Py_XDECREF(module);
+    return nullptr;
+}
+#endif
 
 namespace {
 

@@ -38,6 +38,11 @@ public:
         QObject::connect(&plugin, &ktAmbientOcclusion::progressStep, listener.stepped);
         QObject::connect(&plugin, &ktAmbientOcclusion::progressStopped, listener.stopped);
         QObject::connect(&plugin, &ktAmbientOcclusion::calculationCanceled, listener.canceled);
+        const auto refused = listener.refused;
+        QObject::connect(&plugin, &ktAmbientOcclusion::calculationFailedNoSelection,
+                         [refused] { refused("nothing is selected"); });
+        QObject::connect(&plugin, &ktAmbientOcclusion::calculationFailedLockedSelection,
+                         [refused] { refused("every selected node is locked"); });
     }
 
 private:

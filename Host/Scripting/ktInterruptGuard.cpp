@@ -3,8 +3,10 @@
 
 #include "ktCancelToken.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <fcntl.h>
 #include <QSocketNotifier>
 #include <unistd.h>
@@ -14,7 +16,8 @@ namespace {
 
 constexpr int handledSignals[] = {SIGINT, SIGTERM};
 
-int wakeUp[2] = {-1, -1}; // a pipe: the handler writes, the event loop reads
+std::atomic<std::uint64_t> guardedRun{0}; // number of the run that a signal ends
+int wakeUp[2] = {-1, -1};                 // a pipe: the handler writes, the event loop reads
 struct sigaction former[2];
 
 bool hasHandler(const struct sigaction& action) {
@@ -24,7 +27,7 @@ bool hasHandler(const struct sigaction& action) {
 /// Calls only what is allowed in a signal handler.
 void onSignal(int signal, siginfo_t* info, void* context) {
     const int error = errno;
-    ktCancelToken::the().cancel();
+    ktCancelToken::the().cancel(guardedRun);
     const char byte = 0;
     [[maybe_unused]] const ssize_t written = write(wakeUp[1], &byte, 1);
     const struct sigaction& next = former[signal == handledSignals[0] ? 0 : 1];
@@ -38,6 +41,7 @@ void onSignal(int signal, siginfo_t* info, void* context) {
 } // namespace
 
 ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt_) : onInterrupt(std::move(onInterrupt_)) {
+    guardedRun = ktCancelToken::the().getRun();
     if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     notifier = std::make_unique<QSocketNotifier>(wakeUp[0], QSocketNotifier::Read);

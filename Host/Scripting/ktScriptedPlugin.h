@@ -37,12 +37,13 @@ public:
     /// Deletes a preset permanently. Logs an error if writing fails.
     virtual void deletePreset(int index) = 0;
 
-    /// Callbacks for listen(). They are called on the main thread during a run.
+    /// Callbacks for listen(). They are called on the main thread during a run, `refused` instead of a run.
     struct Listener {
         std::function<void(int)> started; ///< number of steps of the run
         std::function<void(int)> stepped; ///< number of steps begun
         std::function<void()> stopped;    ///< the last step is done, or the run is cancelled
         std::function<void()> canceled;
+        std::function<void(const char*)> refused; ///< nothing was baked: the reason
     };
     /// Call once. Valid for the rest of the process.
     virtual void listen(Listener listener) = 0;

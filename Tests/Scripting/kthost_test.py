@@ -2,75 +2,22 @@
 """Tests the module kthost in a plain interpreter, Python 2.7 or 3. Argument: the folder of the libraries."""
 from __future__ import print_function
 
-import base64
 import io
-import json
 import os
 import pydoc
-import shutil
 import signal
 import struct
 import sys
-import tempfile
 import threading
 import time
 import unittest
 
-sys.path.insert(0, sys.argv.pop(1))
-import kthost
-import ktAmbientOcclusion as ao
-from script_scene import write_rooms
+from script_host import Host, QUICK, ao, floats, kthost, read, resident_bytes, write_locked, write_rooms
 
 try:
     from _thread import interrupt_main
 except ImportError:
     from thread import interrupt_main
-
-QUICK = (0, 1.0, 500.0, False, True, 0, 1, False, 80.0)
-
-
-def read(path):
-    with open(path, "rb") as opened:
-        return opened.read()
-
-
-def resident_bytes():
-    with open("/proc/self/statm") as statm:
-        return int(statm.read().split()[1]) * os.sysconf("SC_PAGESIZE")
-
-
-def floats(view):
-    return struct.unpack("%df" % (len(view.tobytes()) // 4), view.tobytes())
-
-
-class Host(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.mkdtemp()
-        self.scene = os.path.join(self.folder, "rooms.obj")
-        write_rooms(self.scene)
-
-    def tearDown(self):
-        kthost.on_progress(None)
-        kthost.on_cancel(None)
-        kthost.close()
-        shutil.rmtree(self.folder)
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def open(self, **options):
-        kthost.open(self.scene, unit="mm", **options)
-
-    def open_slow(self):
-        """Opens a scene that slow() bakes for many seconds."""
-        write_rooms(self.path("many.obj"), 8, 60)
-        kthost.open(self.path("many.obj"), unit="mm")
-
-    def slow(self):
-        ao.computeAmbientOcclusion(5, 1.0, 500.0, False, True, 0, 1, False, 80.0)
-
-    def geometry(self):
-        return [node for node in kthost.nodes() if node.kind == "Geometry"]
 
 
 class Help(unittest.TestCase):
@@ -388,18 +335,10 @@ class Bake(Host):
         self.assertRaises(kthost.Error, kthost.bake)
 
     def test_locked_nodes_are_told(self):
-        document = {"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}],
-                    "nodes": [{"name": "safe", "mesh": 0, "extras": {"locked": True}}],
-                    "meshes": [{"primitives": [{"attributes": {"POSITION": 0}}]}],
-                    "accessors": [{"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3",
-                                   "min": [0, 0, 0], "max": [1, 1, 0]}],
-                    "bufferViews": [{"buffer": 0, "byteLength": 36}],
-                    "buffers": [{"byteLength": 36, "uri": "data:application/octet-stream;base64," + base64.b64encode(
-                        struct.pack("<9f", 0, 0, 0, 1, 0, 0, 0, 1, 0)).decode("ascii")}]}
-        with open(self.path("safe.gltf"), "w") as scene:
-            json.dump(document, scene)
+        write_locked(self.path("safe.gltf"))
         kthost.open(self.path("safe.gltf"))
         self.assertEqual([n.name for n in kthost.nodes() if n.locked and n.name], ["safe"])
+        kthost.select("safe")
         with self.assertRaises(kthost.Error) as caught:
             kthost.bake()
         self.assertIn("locked", str(caught.exception))

@@ -5,6 +5,7 @@
 
 #include "ktHostModuleBuffer.h"
 #include "ktHostModuleError.h"
+#include "ktHostModuleGuard.h"
 #include "ktHostModuleHelp.h"
 #include "ktHostModuleNodes.h"
 #include "ktHostModuleRun.h"
@@ -14,6 +15,9 @@
 
 #include <clocale>
 #include <QCoreApplication>
+#include <QThread>
+#include <string>
+#include <unistd.h>
 
 namespace python = boost::python;
 
@@ -25,9 +29,27 @@ void translateError(const ktHostModuleError& error) {
     PyErr_SetString(errorType, error.what());
 }
 
+void failImport(const std::string& reason) {
+    PyErr_SetString(PyExc_ImportError, reason.c_str());
+    python::throw_error_already_set();
+}
+
+/// The interpreter's structures differ from one minor version to the next.
+void checkInterpreter() {
+    PyObject* const number = PySys_GetObject(const_cast<char*>("hexversion")); // borrowed
+    const long running = number ? PyLong_AsLong(number) : 0;
+    if (running >> 16 != PY_VERSION_HEX >> 16)
+        failImport("this kthost is for Python " + std::to_string(PY_MAJOR_VERSION) + "." +
+                   std::to_string(PY_MINOR_VERSION) + ", not for Python " + std::to_string(running >> 24 & 255) + "." +
+                   std::to_string(running >> 16 & 255) + "; build it for the interpreter that imports it");
+}
+
 /// Does what an application of the host does, if a plain interpreter imports the module.
 void becomeApplication() {
-    if (!QCoreApplication::instance()) {
+    const QCoreApplication* const application = QCoreApplication::instance();
+    if (application ? application->thread() != QThread::currentThread() : gettid() != getpid())
+        failImport("import kthost on the main thread");
+    if (!application) {
         static int argc = 1;
         static char name[] = "kthost";
         static char* argv[] = {name, nullptr};
@@ -41,9 +63,16 @@ void becomeApplication() {
 
 } // namespace
 
-// Defines the interpreter's entry point: initkthost() for Python 2, PyInit_kthost() for Python 3.
+#if PY_MAJOR_VERSION >= 3
+#define PyInit_kthost PyInit_kthostOfBoost // see below
+PyMODINIT_FUNC PyInit_kthost();
+#endif
+
+// Defines the interpreter's entry point: initkthost() for Python 2. For Python 3 it is called by the one below.
 BOOST_PYTHON_MODULE(kthost) {
+    using ktHostModuleGuard::OnMainThread;
     using python::arg;
+    checkInterpreter();
     namespace help = ktHostModuleHelp;
     const python::docstring_options helpOptions(true, false, false);
     becomeApplication();
@@ -69,34 +98,50 @@ BOOST_PYTHON_MODULE(kthost) {
         .def("__hash__", &ktHostModuleNode::hash)
         .def("__repr__", &ktHostModuleNode::describe);
 
-    python::def("open", &ktHostModuleScene::open,
+    python::def("open", &OnMainThread<&ktHostModuleScene::open>::call,
                 (arg("path"), arg("unit") = "auto", arg("unique_instances") = false, arg("ground_plane") = false),
                 help::open);
-    python::def("close", &ktHostModuleScene::close, help::close);
-    python::def("save", &ktHostModuleScene::save, (arg("path"), arg("shade") = "multiply", arg("exposure") = 1.0),
-                help::save);
-    python::def("preview", &ktHostModuleScene::preview,
+    python::def("close", &OnMainThread<&ktHostModuleScene::close>::call, help::close);
+    python::def("save", &OnMainThread<&ktHostModuleScene::save>::call,
+                (arg("path"), arg("shade") = "multiply", arg("exposure") = 1.0), help::save);
+    python::def("preview", &OnMainThread<&ktHostModuleScene::preview>::call,
                 (arg("path"), arg("width") = 1280, arg("height") = 960, arg("exposure") = 1.0, arg("turn") = 0.0),
                 help::preview);
 
-    python::def("nodes", &ktHostModuleNodes::nodes, help::nodes);
-    python::def("select", &ktHostModuleNodes::select, arg("nodes") = python::object(), help::select);
-    python::def("selection", &ktHostModuleNodes::selection, help::selection);
-    python::def("results", &ktHostModuleNodes::results, arg("node"), help::results);
+    python::def("nodes", &OnMainThread<&ktHostModuleNodes::nodes>::call, help::nodes);
+    python::def("select", &OnMainThread<&ktHostModuleNodes::select>::call, arg("nodes") = python::object(),
+                help::select);
+    python::def("selection", &OnMainThread<&ktHostModuleNodes::selection>::call, help::selection);
+    python::def("results", &OnMainThread<&ktHostModuleNodes::results>::call, arg("node"), help::results);
 
-    python::def("bake", &ktHostModuleRun::bake, arg("missing") = false, help::bake);
-    python::def("settings", &ktHostModuleRun::settings, help::settings);
-    python::def("presets", &ktHostModuleRun::presets, help::presets);
-    python::def("apply_preset", &ktHostModuleRun::applyPreset, arg("name"), help::applyPreset);
-    python::def("save_preset", &ktHostModuleRun::savePreset, arg("name"), help::savePreset);
-    python::def("delete_preset", &ktHostModuleRun::deletePreset, arg("name"), help::deletePreset);
-    python::def("set_threads", &ktHostModuleRun::setThreads, arg("count"), help::setThreads);
-    python::def("set_tracer", &ktHostModuleRun::setTracer, arg("name"), help::setTracer);
-    python::def("undo", &ktHostModuleRun::undo, help::undo);
-    python::def("redo", &ktHostModuleRun::redo, help::redo);
+    python::def("bake", &OnMainThread<&ktHostModuleRun::bake>::call, (arg("missing") = false, arg("keep") = "finished"),
+                help::bake);
+    python::def("settings", &OnMainThread<&ktHostModuleRun::settings>::call, help::settings);
+    python::def("presets", &OnMainThread<&ktHostModuleRun::presets>::call, help::presets);
+    python::def("apply_preset", &OnMainThread<&ktHostModuleRun::applyPreset>::call, arg("name"), help::applyPreset);
+    python::def("save_preset", &OnMainThread<&ktHostModuleRun::savePreset>::call, arg("name"), help::savePreset);
+    python::def("delete_preset", &OnMainThread<&ktHostModuleRun::deletePreset>::call, arg("name"), help::deletePreset);
+    python::def("set_threads", &OnMainThread<&ktHostModuleRun::setThreads>::call, arg("count"), help::setThreads);
+    python::def("set_tracer", &OnMainThread<&ktHostModuleRun::setTracer>::call, arg("name"), help::setTracer);
+    python::def("undo", &OnMainThread<&ktHostModuleRun::undo>::call, help::undo);
+    python::def("redo", &OnMainThread<&ktHostModuleRun::redo>::call, help::redo);
 
     ktHostModuleWatch::start();
-    python::def("on_progress", &ktHostModuleWatch::onProgress, arg("callback"), help::onProgress);
-    python::def("on_cancel", &ktHostModuleWatch::onCancel, arg("callback"), help::onCancel);
+    python::def("on_progress", &OnMainThread<&ktHostModuleWatch::onProgress>::call, arg("callback"), help::onProgress);
+    python::def("on_cancel", &OnMainThread<&ktHostModuleWatch::onCancel>::call, arg("callback"), help::onCancel);
     python::def("cancel", &ktHostModuleWatch::cancel, help::cancel);
 }
+
+#if PY_MAJOR_VERSION >= 3
+#undef PyInit_kthost
+
+// Boost.Python returns the module also when an error is set, of which the interpreter makes a SystemError.
+PyMODINIT_FUNC PyInit_kthost();
+PyMODINIT_FUNC PyInit_kthost() {
+    PyObject* const module = PyInit_kthostOfBoost();
+    if (!PyErr_Occurred())
+        return module;
+    Py_XDECREF(module);
+    return nullptr;
+}
+#endif

@@ -8,7 +8,7 @@ inline const char module[] =
     "Scenes, nodes, presets, progress, results and undo for scripts that bake.\n\n"
     "The module ktAmbientOcclusion calculates. This module opens, selects, draws and saves. World units are\n"
     "millimetres. Failures raise kthost.Error; arguments of a wrong type raise TypeError. Call all functions\n"
-    "except cancel() on the main thread.\n\n"
+    "except cancel() on the main thread; on other threads they raise kthost.Error.\n\n"
     "    import kthost, ktAmbientOcclusion\n"
     "    kthost.open(\"scene.glb\")\n"
     "    ktAmbientOcclusion.computeAmbientOcclusion(2, 1.0, 500.0, False, True, 2, 1, False, 80.0)\n"
@@ -82,11 +82,16 @@ inline const char results[] =
     "@raise kthost.Error: There is no such node, it holds no geometry, or it has no results.";
 
 inline const char bake[] =
-    "bake(missing=False)\n\n"
-    "Bakes the selection with the current settings: those of apply_preset() or of the last calculation.\n\n"
+    "bake(missing=False, keep=\"finished\")\n\n"
+    "Bakes the selection with the current settings: those of apply_preset() or of the last calculation.\n"
+    "If the bake does not finish, geometry gets its earlier results back.\n\n"
     "@param missing: Bakes only what has no results yet.\n@type missing: bool\n"
-    "@return: True if the bake finished, False if it was cancelled.\n@rtype: bool\n"
-    "@raise kthost.Error: Nothing is selected, all of it is locked, or the bake failed.";
+    "@param keep: What stays after a cancel or an error: \"finished\" keeps the new results of geometry that all\n"
+    "    passes have finished, \"none\" keeps no new results.\n@type keep: str\n"
+    "@return: True if the bake finished, also if nothing was missing. False if it was cancelled.\n@rtype: bool\n"
+    "@raise kthost.Error: No scene is open, nothing is selected, all of it is locked, the selection holds no\n"
+    "    geometry, or a bake is running. Then no results are changed, and the log has the reason, too. Or the bake\n"
+    "    failed.";
 
 inline const char settings[] =
     "settings()\n\nReturns the current settings: the keywords of computeAmbientOcclusion, and "
@@ -132,7 +137,7 @@ inline const char onCancel[] =
     "@param callback: The new function; None removes the current one.\n@type callback: callable or None";
 
 inline const char cancel[] =
-    "cancel()\n\nCancels the running bake. May be called from any thread, and in the callback of "
+    "cancel()\n\nCancels the running bake, never a later one. May be called from any thread, and in the callback of "
     "on_progress(). Does nothing if no bake runs.";
 
 inline const char node[] =

@@ -4,6 +4,7 @@
 #include "ktBakedLight.h"
 #include "ktHostModuleBuffer.h"
 #include "ktHostModuleError.h"
+#include "ktHostModuleGuard.h"
 #include "ktHostModuleScene.h"
 #include "ktHostModuleText.h"
 #include "ktNodePermission.h"
@@ -55,7 +56,7 @@ std::vector<osg::NodePtr> findNodes(const python::object& what) {
 osg::NodePtr sceneRoot() {
     const osg::NodePtr root = ktScenegraph::getRootNode();
     if (root == osg::NullFC)
-        throw ktHostModuleError("no scene is open");
+        ktHostModuleGuard::refuse("no scene is open");
     return root;
 }
 
@@ -81,6 +82,7 @@ std::vector<std::uint32_t> readTriangles(const osg::GeometryPtr& geometry) {
 } // namespace
 
 osg::NodePtr ktHostModuleNode::get() const {
+    ktHostModuleGuard::requireMainThread();
     const osg::NodePtr node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(id));
     if (node == osg::NullFC || !ktIsInScene(node))
         throw ktHostModuleError("the node is not in the scene any more");
@@ -118,6 +120,7 @@ bool ktHostModuleNode::isLocked() const {
 }
 
 python::object ktHostModuleNode::describe() const {
+    ktHostModuleGuard::requireMainThread();
     try {
         const osg::NodePtr node = get();
         return ktTextResult("<kthost.Node " + getKind() + " \"" + nameOf(node) + "\">");

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktHostModuleRun.h"
 
-#include "ktCancelToken.h"
 #include "ktControllerState.h"
 #include "ktHostModuleError.h"
+#include "ktHostModuleGuard.h"
 #include "ktHostModuleText.h"
+#include "ktHostModuleWatch.h"
 #include "ktHostSignals.h"
 #include "ktLogOutput.h"
+#include "ktNodePermission.h"
 #include "ktScenegraph.h"
 #include "ktScriptedPlugin.h"
 #include "ktThreadCount.h"
@@ -17,6 +19,8 @@
 #include <mutex>
 
 namespace python = boost::python;
+using ktHostModuleGuard::refuse;
+using ktHostModuleGuard::refuseWhileBaking;
 
 namespace {
 
@@ -54,24 +58,33 @@ int findPreset(const std::string& name) {
     return static_cast<int>(found - names.begin());
 }
 
-void refuseWhileBaking() {
-    if (ktControllerState::isBusy())
-        throw ktHostModuleError("a bake is under way");
-}
-
 } // namespace
 
-bool ktHostModuleRun::bake(bool missing) {
+bool ktHostModuleRun::bake(bool missing, const python::object& keep) {
     refuseWhileBaking();
-    if (ktScenegraph::getSelectedRootNodes().empty())
-        throw ktHostModuleError("nothing is selected");
-    const FirstError error;
+    const std::string kept = ktTextArgument(keep, "keep");
+    if (kept != "finished" && kept != "none")
+        throw ktHostModuleError("keep is \"finished\" or \"none\", not \"" + kept + "\"");
+    if (ktScenegraph::getRootNode() == osg::NullFC)
+        refuse("no scene is open");
+    const std::vector<ktNodePtr> selected = ktScenegraph::getSelectedRootNodes();
+    if (std::all_of(selected.begin(), selected.end(), [](const ktNodePtr& node) { return node == osg::NullFC; }))
+        refuse("nothing is selected");
+    if (std::none_of(selected.begin(), selected.end(), [](const ktNodePtr& node) {
+            return node != osg::NullFC && ktNodePermission::allows(node, ktNodePermission::ChangeIllumination);
+        }))
+        refuse("every selected node is locked");
+    const ktHostModuleWatch::Keep choice(kept == "finished");
     const bool hasRun = ktScriptedPlugin::the().start(missing);
-    if (!error.get().empty())
-        throw ktHostModuleError(error.get());
+    ktHostModuleWatch::raise();
     if (!hasRun)
-        throw ktHostModuleError("every selected node is locked");
-    return !ktCancelToken::the().isCanceled();
+        throw ktHostModuleError("ray tracing is not available");
+    const ktRunEnd& end = ktControllerState::getLastRunEnd();
+    if (end.kind == ktRunEnd::Failed)
+        throw ktHostModuleError(end.reason);
+    if (!missing && end.kind == ktRunEnd::Done && !ktHostModuleWatch::hasGeometry())
+        refuse("the selection holds no geometry to calculate");
+    return end.kind == ktRunEnd::Done;
 }
 
 python::dict ktHostModuleRun::settings() {

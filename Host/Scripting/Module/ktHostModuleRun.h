@@ -6,7 +6,7 @@
 /// Functions of the module `kthost` for bakes, presets and undo, described in ktHostModuleHelp.h.
 namespace ktHostModuleRun {
 
-bool bake(bool missing);
+bool bake(bool missing, const boost::python::object& keep);
 boost::python::dict settings();
 
 boost::python::list presets();

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "ktHostModuleScene.h"
 
-#include "ktControllerState.h"
 #include "ktHostModuleError.h"
+#include "ktHostModuleGuard.h"
 #include "ktHostModuleText.h"
 #include "ktLengthUnit.h"
 #include "ktLog.h"
@@ -15,6 +15,8 @@
 #include <memory>
 
 namespace python = boost::python;
+using ktHostModuleGuard::refuse;
+using ktHostModuleGuard::refuseWhileBaking;
 
 namespace {
 
@@ -38,14 +40,9 @@ void logMessages(const std::string& name, const ktFileReport& report) {
         ktLog::info("%s: %s", name.c_str(), note.c_str());
 }
 
-void refuseWhileBaking() {
-    if (ktControllerState::isBusy())
-        throw ktHostModuleError("a bake is under way");
-}
-
 ktSceneFile& openFile() {
     if (!scene().file)
-        throw ktHostModuleError("no scene is open");
+        refuse("no scene is open");
     return *scene().file;
 }
 

@@ -2,15 +2,19 @@
 #include "ktHostModuleWatch.h"
 
 #include "ktCancelToken.h"
+#include "ktEarlierResults.h"
 #include "ktHostModuleScene.h"
 #include "ktHostSignals.h"
 #include "ktInterruptGuard.h"
+#include "ktLog.h"
 #include "ktPythonObject.h"
+#include "ktScenegraph.h"
 #include "ktScriptedPlugin.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <QCoreApplication>
 #include <utility>
@@ -21,7 +25,7 @@ namespace {
 
 constexpr auto callInterval = std::chrono::milliseconds(50);
 
-/// The current bake, as scripts see it. Main thread only, except `isBusy`.
+/// The current bake, as scripts see it. Main thread only, except `run`.
 class Watch : public QObject {
 public:
     Watch() {
@@ -40,8 +44,14 @@ public:
                                                 report(1, true);
                                         },
                                         [this] {
+                                            // Whoever cancelled: the run did not reach its end.
+                                            ktCancelToken::the().cancel(run);
                                             if (!std::exchange(isCancelTold, true))
                                                 call(cancelCallback, python::tuple());
+                                        },
+                                        [](const char* reason) {
+                                            const bool isOpen = ktScenegraph::getRootNode() != osg::NullFC;
+                                            ktLog::error("%s", isOpen ? reason : "no scene is open");
                                         }});
         ktHostSignals& host = ktHostSignals::the();
         connect(&host, &ktHostSignals::tracingProgress, this, [this](quint64 done, quint64 total) {
@@ -52,30 +62,53 @@ public:
 
     // Objects of the interpreter, which may end first; so this object is never destroyed.
     python::object progressCallback, cancelCallback;
-    std::atomic<bool> isBusy{false};
+    ktEarlierResults earlierResults;
+    std::atomic<std::uint64_t> run{0}; // number of the current bake; 0: none
+
+    // Whether the current or last bake had geometry to calculate.
+    bool hasGeometry() const { return steps > 0; }
+
+    // Raises the exception of a callback in the call that baked.
+    void raise() {
+        if (!errorType)
+            return;
+        PyErr_Restore(std::exchange(errorType, nullptr), std::exchange(errorValue, nullptr),
+                      std::exchange(errorTrace, nullptr));
+        python::throw_error_already_set();
+    }
 
 private:
     void begin() {
-        isBusy = true;
+        run = ktCancelToken::the().getRun();
+        steps = 0;
         isCancelTold = false;
+        // What the interpreter never came to raise is not for this run.
+        Py_CLEAR(errorType);
+        Py_CLEAR(errorValue);
+        Py_CLEAR(errorTrace);
         guard = std::make_unique<ktInterruptGuard>([] { ktScriptedPlugin::the().cancel(); });
         if (ktScriptedPlugin::the().needsPictures())
             ktHostModuleScene::loadPictures();
     }
 
     void end() {
-        isBusy = false;
+        run = 0;
         guard.reset();
         if (!errorType)
             return;
-        // An exception from a callback is raised after the call that baked has returned.
-        const auto raise = [](void* self) {
-            auto& watch = *static_cast<Watch*>(self);
-            PyErr_Restore(watch.errorType, watch.errorValue, watch.errorTrace);
-            watch.errorType = watch.errorValue = watch.errorTrace = nullptr;
-            return -1;
+        // An exception from a callback is raised after the call that baked has returned. kthost.bake() raises it
+        // itself, the functions of the plug-in do not know of it.
+        const auto raiseLater = [](void* self) {
+            try {
+                static_cast<Watch*>(self)->raise();
+            } catch (const python::error_already_set&) {
+                return -1;
+            }
+            return 0;
         };
-        Py_AddPendingCall(raise, this);
+        // The list of calls may be held by another thread for a moment.
+        for (int attempt = 0; attempt < 1000 && Py_AddPendingCall(raiseLater, this) != 0; ++attempt) {
+        }
     }
 
     double share(double ofStep) const {
@@ -153,15 +186,32 @@ void ktHostModuleWatch::onCancel(const python::object& callback) {
     setCallback(watch().cancelCallback, callback);
 }
 
+bool ktHostModuleWatch::hasGeometry() {
+    return watch().hasGeometry();
+}
+
+void ktHostModuleWatch::raise() {
+    watch().raise();
+}
+
+ktHostModuleWatch::Keep::Keep(bool finished) {
+    watch().earlierResults.setKeep(finished ? ktEarlierResults::Finished : ktEarlierResults::None);
+}
+
+ktHostModuleWatch::Keep::~Keep() {
+    watch().earlierResults.setKeep(ktEarlierResults::Finished);
+}
+
 void ktHostModuleWatch::cancel() {
-    if (!watch().isBusy)
+    const std::uint64_t run = watch().run;
+    if (run == 0 || !ktCancelToken::the().cancel(run))
         return;
-    ktCancelToken::the().cancel();
-    // Through the event loop, because the plug-in must be called on the main thread.
+    // Through the event loop, because the plug-in must be called on the main thread. The next run may be under way when
+    // the call arrives.
     QMetaObject::invokeMethod(
         &watch(),
-        [] {
-            if (watch().isBusy)
+        [run] {
+            if (watch().run == run)
                 ktScriptedPlugin::the().cancel();
         },
         Qt::QueuedConnection);

@@ -12,7 +12,21 @@ void start();
 
 void onProgress(const boost::python::object& callback);
 void onCancel(const boost::python::object& callback);
-/// Thread-safe.
+/// Thread-safe. Cancels the current run, never a later one.
 void cancel();
+/// Whether the last run had geometry to calculate.
+bool hasGeometry();
+/// Raises the exception of a callback in the run that has just ended, by throwing error_already_set. Does nothing
+/// without one.
+void raise();
+
+/// During its lifetime, sets whether a bake that does not finish keeps the new results of finished geometry.
+class Keep {
+public:
+    explicit Keep(bool finished);
+    ~Keep();
+    Keep(const Keep&) = delete;
+    Keep& operator=(const Keep&) = delete;
+};
 
 } // namespace ktHostModuleWatch
