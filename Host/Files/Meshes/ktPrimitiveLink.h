@@ -19,7 +19,7 @@ struct ktPrimitiveLink {
     int colorWidth = 0;                ///< components of the file's colours; 0: none
     bool isAnimated = false;           ///< a skin or a morph moves its vertices
     bool isGroundPlane = false;
-    std::vector<ktAttributeSlot> slots;
+    std::vector<ktAttributeSlot> attributeSlots;
     std::vector<std::string> lostWhenRefined; ///< attributes without a slot
 
     /// Whether it was refined: the number of its vertices has changed since reading.

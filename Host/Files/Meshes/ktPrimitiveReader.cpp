@@ -242,7 +242,7 @@ void ktPrimitiveReader::readSlots(Open& open) {
         std::vector<float> values;
         readAttribute(open, name, accessor->components(), 0.0f, values);
         ktSetTexCoords(open.link.geometry, channel, ktMakeTexCoords(accessor->components(), values));
-        open.link.slots.push_back({name, channel, accessor->components()});
+        open.link.attributeSlots.push_back({name, channel, accessor->components()});
         taken[static_cast<std::size_t>(channel)] = true;
     };
     for (const auto& attribute : open.attributes.items()) {

@@ -113,7 +113,7 @@ void Writer::write(ktFileMessages& messages) {
     }
     if (link.colorWidth && geometry->getColors() != osg::NullFC)
         set("COLOR_0", floatsOf(geometry->getColors(), link.colorWidth), link.colorWidth);
-    for (const ktAttributeSlot& slot : link.slots) {
+    for (const ktAttributeSlot& slot : link.attributeSlots) {
         const osg::GeoTexCoordsPtr property = ktGetTexCoords(geometry, slot.channel);
         if (property == osg::NullFC || property->size() != geometry->getPositions()->size()) {
             messages.warn(ktPointer("meshes", link.mesh), "loses an attribute as it is refined", slot.name);
