@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Holds the run's ray counter, its clock, and the geometry checks that the plug-in's source files share.
 #include "ktAmbientOcclusionInternal.h"
 
 #include <chrono>

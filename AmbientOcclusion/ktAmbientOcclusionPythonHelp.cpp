@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds the help texts of the Python functions from tables of their parameters.
 #include "ktAmbientOcclusionPythonHelp.h"
 
 #include <vector>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Saves, loads and erases the settings on nodes in the older format: texts under keys that begin with "AO".
 #include "ktAmbientOcclusionTextSettings.h"
 
 #include "ktAmbientOcclusion.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes the duration of a calculation to the log and to standard output.
 #include "ktAmbientOcclusion.h"
 #include "ktLog.h"
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes a benchmark scene as binary glTF, so that ktbake and other programs can bake the same geometry.
 #include "ktBenchmarkGlb.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Loads a scene with Assimp or generates an assembly of machine parts, as world-space meshes for benchmarks.
 #include "ktBenchmarkScenes.h"
 
 #include <assimp/Importer.hpp>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads a surface from an OBJ file or generates one with bumps and hollows, as input for benchmarks.
 #include "ktBenchmarkSurface.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Wraps CLI11, which is slow to compile, so that only one source of the benchmarks includes it.
 #include "ktCommandLine.h"
 
 #include <CLI/CLI.hpp>

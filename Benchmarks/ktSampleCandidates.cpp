@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Lists ways to place hemisphere samples (jittered, Sobol; polar, concentric) for the sampling benchmark.
 #include "ktSampleCandidates.h"
 
 #include "ktHemisphereMap.h"

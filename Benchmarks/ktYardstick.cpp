@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Traces all occlusion rays of a surface with ktEmbreeLoop on all threads, to measure the reference speed.
 #include "ktYardstick.h"
 
 #include "ktFlushDenormals.h"

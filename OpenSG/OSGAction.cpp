@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Traverses trees of nodes depth first, without recursion, and calls functions on entering and leaving.
 #include "OSGAction.h"
 
 #include "OSGNode.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Base class of the data attached to containers: keeps the list of its parents.
 #include "OSGAttachment.h"
 
 #include "OSGParentList.h"

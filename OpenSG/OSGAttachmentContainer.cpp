@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Base class of containers that carry attachments: adds, replaces, finds and releases them.
 #include "OSGAttachmentContainer.h"
 
 OSG_BEGIN_NAMESPACE

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Mathematical functions for all number types, and the start and end of the scene graph.
 #ifndef OSGBASEFUNCTIONS_H
 #define OSGBASEFUNCTIONS_H
 

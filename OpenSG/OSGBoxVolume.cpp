@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Axis-aligned bounding boxes: extension, intersection with points, lines and volumes, and transformation.
 #include "OSGBoxVolume.h"
 
 OSG_BEGIN_NAMESPACE

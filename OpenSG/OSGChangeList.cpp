@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Records the edits, references, creations and destructions of containers per thread.
 #include "OSGChangeList.h"
 
 #include <atomic>

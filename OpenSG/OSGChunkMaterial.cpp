@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the plainest material, from which programs derive their own materials.
 #include "OSGChunkMaterial.h"
 
 OSG_BEGIN_NAMESPACE

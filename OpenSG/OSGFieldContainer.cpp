@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Base class of all scene graph objects: registers them, destroys them without deep recursion.
 #include "OSGFieldContainer.h"
 
 #include "OSGChangeList.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds container types by name and containers by id, and creates containers by type name.
 #include "OSGFieldContainerFactory.h"
 
 #include "OSGAttachment.h"

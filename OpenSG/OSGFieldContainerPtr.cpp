@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Counts the references of containers, and announces edits to change lists and to the containers.
 #include "OSGFieldContainerPtr.h"
 
 #include "OSGChangeList.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Describes a class of containers at run time: name, parent type, group and prototype.
 #include "OSGFieldContainerType.h"
 
 #include "OSGAttachment.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts geometry: unshares properties, replaces multiple indices by single ones, counts primitives.
 #include "OSGGeoFunctions.h"
 
 #include "OSGLog.h"

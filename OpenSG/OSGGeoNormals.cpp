@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Computes the vertex normals of geometry, smooth or with creases, and its face normals.
 #include "OSGGeoFunctions.h"
 #include "OSGTriangleIterator.h"
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Instantiates the types of geometry properties, and tells geometries that a property has changed.
 #include "OSGGeoProperty.h"
 
 #include "OSGGeometry.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds, clones and unshares the properties of a geometry, and reads its index mapping.
 #include "OSGGeometry.h"
 
 #include "OSGPrimitiveIterator.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the fields of a geometry, and references the properties that they hold.
 #include "OSGGeometryBase.h"
 
 #include "OSGGeometry.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the base class of lights, and directional, point and spot lights.
 #include "OSGLight.h"
 
 #include "OSGDirectionalLight.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes the scene graph's warnings to standard error.
 #include "OSGLog.h"
 
 #include <cstdarg>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the multi-value fields of strings, colours and bit vectors; includes those of numbers.
 #ifndef OSGMFBASETYPES_H
 #define OSGMFBASETYPES_H
 

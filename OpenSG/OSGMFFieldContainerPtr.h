@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the multi-value field of pointers to containers.
 #ifndef OSGMFFIELDCONTAINERPTR_H
 #define OSGMFFIELDCONTAINERPTR_H
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the multi-value fields of matrices and quaternions.
 #ifndef OSGMFMATHTYPES_H
 #define OSGMFMATHTYPES_H
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the multi-value fields of integers, floating-point numbers and truth values.
 #ifndef OSGMFSYSTYPES_H
 #define OSGMFSYSTYPES_H
 

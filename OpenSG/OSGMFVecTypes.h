@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the multi-value fields of vectors and points.
 #ifndef OSGMFVECTYPES_H
 #define OSGMFVECTYPES_H
 

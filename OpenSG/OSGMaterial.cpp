@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the abstract base class of materials: drawing order and transparency mode.
 #include "OSGMaterial.h"
 
 OSG_BEGIN_NAMESPACE

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the abstract base classes of drawables, without and with a material.
 #include "OSGMaterialDrawable.h"
 
 OSG_BEGIN_NAMESPACE

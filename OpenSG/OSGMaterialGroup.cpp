@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the core of nodes that set the material of everything below them.
 #include "OSGMaterialGroup.h"
 
 OSG_BEGIN_NAMESPACE

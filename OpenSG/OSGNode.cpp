@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds trees: links nodes to parents, children and cores, and updates bounding volumes and matrices.
 #include "OSGNode.h"
 
 #include "OSGLog.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Base class of cores: knows the nodes that share the core, and invalidates their volumes.
 #include "OSGNodeCore.h"
 
 #include "OSGNode.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the fields of pointers to nodes, with one value and with many.
 #ifndef OSGNODEFIELDS_H
 #define OSGNODEFIELDS_H
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Iterates over the primitives of a geometry, and stays in range if the geometry is broken.
 #include "OSGPrimitiveIterator.h"
 
 #include "OSGLog.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the single-value fields of strings, colours and bit vectors; includes those of numbers.
 #ifndef OSGSFBASETYPES_H
 #define OSGSFBASETYPES_H
 

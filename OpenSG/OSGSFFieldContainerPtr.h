@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the single-value field of pointers to containers.
 #ifndef OSGSFFIELDCONTAINERPTR_H
 #define OSGSFFIELDCONTAINERPTR_H
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the single-value fields of matrices and quaternions.
 #ifndef OSGSFMATHTYPES_H
 #define OSGSFMATHTYPES_H
 

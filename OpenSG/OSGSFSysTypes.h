@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the single-value fields of integers, floating-point numbers and truth values.
 #ifndef OSGSFSYSTYPES_H
 #define OSGSFSYSTYPES_H
 

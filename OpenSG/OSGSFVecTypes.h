@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Names the single-value fields of vectors and points.
 #ifndef OSGSFVECTYPES_H
 #define OSGSFVECTYPES_H
 

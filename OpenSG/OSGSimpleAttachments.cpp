@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Gets and sets the names of containers, which an attachment holds.
 #include "OSGSimpleAttachments.h"
 
 #include "OSGAttachmentContainer.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the classic OpenGL material with ambient, diffuse, specular and emitted colour.
 #include "OSGSimpleMaterial.h"
 
 OSG_BEGIN_NAMESPACE

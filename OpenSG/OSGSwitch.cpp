@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the core of nodes that show one child, all children or none.
 #include "OSGSwitch.h"
 
 OSG_BEGIN_NAMESPACE

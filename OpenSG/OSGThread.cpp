@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Owns the change list of each thread, and tolerates destructors that run after the thread's end.
 #include "OSGThread.h"
 
 #include "OSGChangeList.h"

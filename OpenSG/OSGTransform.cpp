@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the core of nodes that transform their children, for matrices and bounding volumes.
 #include "OSGTransform.h"
 
 OSG_BEGIN_NAMESPACE

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Splits the primitives of a geometry into triangles, and skips those that only join strips.
 #include "OSGTriangleIterator.h"
 
 OSG_BEGIN_NAMESPACE

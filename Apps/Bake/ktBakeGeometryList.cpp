@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Lists the geometries below a node, each once, with name, sizes and number of uses.
 #include "ktBakeGeometryList.h"
 
 #include "ktGeometryInstances.h"

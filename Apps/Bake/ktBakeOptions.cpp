@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Parses and checks ktbake's command line, and prints its help, version and errors.
 #include "ktBakeOptions.h"
 
 #include "ktAmbientOcclusion.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Checks before a bake that an output file can be written, so that no long run ends without its result.
 #include "ktBakeOutput.h"
 
 #include "ktLog.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds presets by name or prefix, and lists, saves and deletes them for ktbake.
 #include "ktBakePresets.h"
 
 #include "ktAmbientOcclusion.h"

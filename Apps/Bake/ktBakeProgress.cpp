@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Shows a calculation's progress on standard error, and counts vertices and tracing time for the statistics.
 #include "ktBakeProgress.h"
 
 #include "ktAmbientOcclusion.h"

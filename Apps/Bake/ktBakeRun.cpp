@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs a bake step by step: checks outputs, opens the scene, prepares, calculates and writes.
 #include "ktBakeRun.h"
 
 #include "ktAmbientOcclusion.h"

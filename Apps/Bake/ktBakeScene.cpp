@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Opens, selects, previews and saves the scene that ktbake bakes, and logs what its file reports.
 #include "ktBakeScene.h"
 
 #include "ktBakeExit.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs a Python script in the host for ktbake, and lets Ctrl-C interrupt the bake and the script.
 #include "ktBakeScript.h"
 
 #include "ktAmbientOcclusion.h"

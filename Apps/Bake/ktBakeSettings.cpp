@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Applies preset, node settings and options to the plug-in, and describes the settings for the statistics.
 #include "ktBakeSettings.h"
 
 #include "ktAmbientOcclusion.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Cancels a calculation on SIGINT or SIGTERM: a pipe passes the signal from its handler to the event loop.
 #include "ktBakeSignals.h"
 
 #include "ktAmbientOcclusion.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Collects the times and counts of a bake and writes them to a JSON file.
 #include "ktBakeStats.h"
 
 #include "ktAmbientOcclusion.h"

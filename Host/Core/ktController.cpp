@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Keeps the busy and modified state of the host, and announces its changes.
 #include "ktController.h"
 
 #include "ktCancelToken.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Creates the object that sends the host's Qt signals to applications.
 #include "ktHostSignals.h"
 
 ktHostSignals& ktHostSignals::the() {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Expands the printf formats of the plug-ins' log calls, and passes the text to the log output.
 #include "ktLog.h"
 
 #include "ktLogOutput.h"

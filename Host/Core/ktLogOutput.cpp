@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Delivers log lines to a sink or to standard error, counts them, and announces them by a signal.
 #include "ktLogOutput.h"
 
 #include "ktHostSignals.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Keeps the state of the render widget that plug-ins ask for: drawing, ray tracing, number of windows.
 #include "ktOSGWidget.h"
 
 #include "ktHostSignals.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds the user's preferences directory from the environment, and creates it if needed.
 #include "ktPreferences.h"
 
 #include "ktLog.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Replaces a file as a whole by a temporary file and a rename, so that a crash leaves no half-written file.
 #include "ktSafeFile.h"
 
 #include "ktDescriptor.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Counts the cores that the process may use, and keeps the requested number of threads.
 #include "ktTBBInit.h"
 
 #include "ktThreadCount.h"

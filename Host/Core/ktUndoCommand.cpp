@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Base class of undo commands: change times, ids per command type, and descriptions for the history.
 #include "ktUndoCommand.h"
 
 #include "ktMessage.h"

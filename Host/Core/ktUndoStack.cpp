@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Applies commands, and keeps them for undo and redo; logs the errors of commands that throw.
 #include "ktUndoStack.h"
 
 #include "ktLog.h"

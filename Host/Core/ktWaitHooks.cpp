@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Calls the hooks of scripting before and after the main thread waits for its workers.
 #include "ktWaitHooks.h"
 
 #include <thread>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Adds a ground plane below the scene's geometry, to the glTF document and to the scene graph.
 #include "ktGroundPlane.h"
 
 #include "ktFileError.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Parses length units, and decides how many millimetres one unit of a scene is.
 #include "ktLengthUnit.h"
 
 #include "ktGeometryInstances.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Opens and saves scene files: connects reading, import, results, refinement and ground plane.
 #include "ktSceneFile.h"
 
 #include "ktAssimpImport.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Provides the current ray-tracing utilities: the host's, made on first request, or a replacement.
 #include "ktRaytracingManager.h"
 
 #include "ktLog.h"

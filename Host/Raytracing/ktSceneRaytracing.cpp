@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Implements the ray-tracing service of the host: runs occlusion, gathering and refinement on all threads.
 #include "ktSceneRaytracing.h"
 
 #include "ktCancelPoint.h"

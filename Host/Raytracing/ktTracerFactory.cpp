@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Chooses and creates the tracer: the hemisphere tracer by default, or Embree.
 #include "ktTracerFactory.h"
 
 #include "ktEmbreeTracer.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tells from a node's marks whether an animation moves single vertices of its geometry.
 #include "ktAnimManager.h"
 
 #include "ktNodeMarkQuery.h"

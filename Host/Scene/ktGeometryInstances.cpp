@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Visits each use of a geometry in a tree with its world matrix, and counts a geometry's triangles.
 #include "ktGeometryInstances.h"
 
 #include <OpenSG/OSGGeoFunctions.h>

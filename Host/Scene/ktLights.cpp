@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tells whether a node is a light, and whether a measured ray file describes its emission.
 #include "ktLights.h"
 
 #include "ktNodeMarkQuery.h"

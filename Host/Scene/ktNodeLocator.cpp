@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds whether nodes are in the scene or below a selected node, in one pass for many nodes.
 #include "ktNodeLocator.h"
 
 ktNodeLocator::ktNodeLocator(const osg::NodePtr& sceneRoot, const std::vector<osg::UInt32>& selectedIds)

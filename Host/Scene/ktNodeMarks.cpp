@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Sets and removes the marks of a node, such as the lock, without changing copies that share them.
 #include "ktNodeMarks.h"
 
 #include "ktNodeAttachments.h"

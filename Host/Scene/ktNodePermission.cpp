@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Decides from the locks of a node and those above it whether the node may be changed.
 #include "ktNodePermission.h"
 
 #include "ktControllerState.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds the nodes of the scene by name or by a path with wildcards.
 #include "ktSceneState.h"
 
 #include "ktSceneStorage.h"

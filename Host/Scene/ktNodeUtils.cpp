@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tells a node's name and whether it is a component; asks the scene's nodes if the node is a clone.
 #include "ktNodeUtils.h"
 
 #include "ktNodeMarkQuery.h"

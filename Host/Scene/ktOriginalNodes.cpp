@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tells whether a node is in the scene, to find the originals of cloned nodes.
 #include "ktOriginalNodes.h"
 
 #include "ktScenegraph.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Opens and closes the scene, and sets the selection.
 #include "ktSceneState.h"
 
 #include "ktHostSignals.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Gives plug-ins the scene's root and selected nodes, and announces changes of the scene.
 #include "ktScenegraph.h"
 
 #include "ktHostSignals.h"

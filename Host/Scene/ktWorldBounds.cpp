@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Measures the bounding box of a tree's vertices in world space.
 #include "ktWorldBounds.h"
 
 #include <algorithm>

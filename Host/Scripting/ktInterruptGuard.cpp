@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Catches SIGINT and SIGTERM, cancels the current ray-tracing call, and calls the previous handler.
 #include "ktInterruptGuard.h"
 
 #include "ktCancelToken.h"

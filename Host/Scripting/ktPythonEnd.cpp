@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Ends the interpreter in the right order: joins threads, runs atexit functions, flushes files.
 #include "ktPythonEnd.h"
 
 #include "ktPythonObject.h"

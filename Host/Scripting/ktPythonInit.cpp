@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Registers the hooks that plug-ins run when scripting starts and stops.
 #include "ktPythonInit.h"
 
 #include "ktPythonHooks.h"

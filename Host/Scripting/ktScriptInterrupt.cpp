@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Ends the running script with KeyboardInterrupt, even in an endless loop or a system call.
 #include "ktScriptInterrupt.h"
 
 #include "ktPythonObject.h"

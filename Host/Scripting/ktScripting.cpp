@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Starts and stops the Python interpreter, runs scripts, and logs their errors.
 #include "ktScripting.h"
 
 #include "ktLog.h"

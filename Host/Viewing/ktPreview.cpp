@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Draws the baked scene into a PNG file, and scales the light down if it is brighter than white.
 #include "ktPreview.h"
 
 #include "ktLuminance.h"

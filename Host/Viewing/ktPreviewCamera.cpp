@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Places a perspective camera so that the preview shows the whole scene.
 #include "ktPreviewCamera.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Collects visible triangles, materials and baked light of the scene graph for the preview.
 #include "ktPreviewCollect.h"
 
 #include "ktBakedLight.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Provides tests of calculations with a small scene and the expected log entries of a run.
 #include "ktCalculationFixture.h"
 
 ktCalculationFixture::ktCalculationFixture() {

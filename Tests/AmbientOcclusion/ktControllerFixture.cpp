@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Creates a plug-in controller for each test, and records the signals that it emits.
 #include "ktControllerFixture.h"
 
 #include "ktAmbientOcclusionInternal.h"

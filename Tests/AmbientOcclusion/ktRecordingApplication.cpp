@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Main program of the plug-in's tests; records standard output and runs of the event loop.
 #include "ktRecordingApplication.h"
 
 #include "ktRecordingHost.h"

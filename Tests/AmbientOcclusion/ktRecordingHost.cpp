@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Keeps the ordered log of service calls in the plug-in's tests, and the labels of scene objects.
 #include "ktRecordingHost.h"
 
 #include "ktUndoStack.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Replaces ray tracing in the plug-in's tests: records the calls and returns known numbers.
 #include "ktRecordingRaytracing.h"
 
 #include "ktRecordingHost.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds small geometries, nodes and scenes for the plug-in's tests.
 #include "ktSceneParts.h"
 
 #include "ktRecordingHost.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs ktbake as a process for tests, also with an interrupt, and collects its output and exit code.
 #include "ktBakeProcess.h"
 
 #include <csignal>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads .glb and .gltf files for tests, without any code of the baker.
 #include "ktBakedFile.h"
 
 #include "ktBakeProcess.h"

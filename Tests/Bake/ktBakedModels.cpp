@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Lists the test models and the sets of ktbake options that tests of the output bake with.
 #include "ktBakedModels.h"
 
 #include "ktBakeProcess.h"

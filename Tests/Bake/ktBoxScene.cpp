@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Makes glTF documents with cubes for tests of ktbake.
 #include "ktBoxScene.h"
 
 #include <QByteArray>

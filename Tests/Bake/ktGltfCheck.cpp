@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Checks a glTF document and its data for faults, without any code of the baker.
 #include "ktGltfCheck.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Traces baked files again with a simple tracer in double precision, to check the results.
 #include "ktReferenceScene.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds a scene that a calculation refines, with its parts in any order, and reads the results.
 #include "ktRefinedScene.h"
 
 #include <tuple>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Describes the room with coloured walls, a box and a lamp that tests of indirect light calculate.
 #include "ktRoom.h"
 
 #include <cmath>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Calculates the indirect light of the room by path tracing, as reference for the plug-in's results.
 #include "ktRoomReference.h"
 
 #include <algorithm>

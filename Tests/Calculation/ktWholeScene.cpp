@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds scenes, and runs whole calculations on them with the plug-in and the real host.
 #include "ktWholeScene.h"
 
 #include "ktAmbientOcclusion.h"

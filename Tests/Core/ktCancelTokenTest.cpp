@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests that a cancel request lasts until reset, and that threads and signal handlers may set it.
 #include "ktCancelToken.h"
 
 #include <csignal>

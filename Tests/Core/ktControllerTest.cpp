@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the busy and modified state of the host, its signals, and when a run resets the cancel request.
 #include "ktController.h"
 
 #include "ktCancelToken.h"

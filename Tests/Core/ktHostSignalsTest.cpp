@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests that one object sends all signals, and that queued receivers get them on their own thread.
 #include "ktHostSignals.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the lines, levels and counts of the log, and sinks that log or throw.
 #include "ktLog.h"
 
 #include "ktHostSignals.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Makes broken templates files from valid ones, the same on every machine, for tests of the reader.
 #include "ktMessageMutator.h"
 
 #include <QDir>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests how messages store values, keep the order of names, and print the call stack.
 #include "ktMessage.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the state of the render widget that plug-ins see, and its signals.
 #include "ktOSGWidget.h"
 
 #include "ktHostSignals.h"

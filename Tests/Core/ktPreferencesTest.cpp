@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests how environment variables choose the preferences directory, and failures to create it.
 #include "ktPreferences.h"
 
 #include "ktLogOutput.h"

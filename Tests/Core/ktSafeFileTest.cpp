@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests that a file is replaced as a whole or not at all, also with full disks, links and pipes.
 #include "ktSafeFile.h"
 
 #include <csignal>

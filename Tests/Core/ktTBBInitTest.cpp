@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the number of cores from the affinity mask, and the limits of a requested thread count.
 #include "ktTBBInit.h"
 
 #include "ktThreadCount.h"

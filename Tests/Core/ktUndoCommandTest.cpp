@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests ids, merging, messages and change times of undo commands.
 #include "ktUndoCommand.h"
 
 #include "ktMessage.h"

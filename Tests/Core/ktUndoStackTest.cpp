@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests undo, redo, merging and macros, and commands that throw.
 #include "ktUndoStack.h"
 
 #include "ktLogOutput.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Opens and saves scene files for tests, and finds geometry and nodes in them.
 #include "ktSavedScene.h"
 
 #include "ktGeometryInstances.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes small glTF files byte by byte for tests, and keeps the temporary folders for them.
 #include "ktTestGltf.h"
 
 #include <algorithm>

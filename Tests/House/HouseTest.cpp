@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests that the project's files keep the rules for includes, folders and text, and tests these checks.
 #include "ktHouseTree.h"
 
 #include <fstream>
@@ -12,7 +13,7 @@ using testing::IsEmpty;
 namespace {
 
 ktHouseFile makeFile(const std::string& path, std::vector<std::string> lines) {
-    lines.insert(lines.begin(), "// SPDX-License-Identifier: LGPL-2.1-or-later");
+    lines.insert(lines.begin(), {"// SPDX-License-Identifier: LGPL-2.1-or-later", "// Does what its name says."});
     return {path, std::move(lines)};
 }
 
@@ -51,12 +52,12 @@ TEST(House, GivenBadFileOnDisk_NamesFileAndLine) {
     std::filesystem::create_directories(folder / "AmbientOcclusion");
     std::filesystem::create_directories(folder / "build");
     std::ofstream(folder / "AmbientOcclusion" / "ktBad.cpp")
-        << "// SPDX-License-Identifier: LGPL-2.1-or-later\n#include <embree3/rtcore.h>\n";
+        << "// SPDX-License-Identifier: LGPL-2.1-or-later\n// Traces.\n#include <embree3/rtcore.h>\n";
     std::ofstream(folder / "build" / "generated.cpp") << "no licence line\n";
 
     const auto files = readProject(folder);
     EXPECT_THAT(findIncludeViolations(files, KT_QT_INCLUDE_DIR),
-                ElementsAre("AmbientOcclusion/ktBad.cpp:2: files in this folder may not include headers of Embree: "
+                ElementsAre("AmbientOcclusion/ktBad.cpp:3: files in this folder may not include headers of Embree: "
                             "embree3/rtcore.h"));
     EXPECT_THAT(findTextViolations(files), IsEmpty());
     std::filesystem::remove_all(folder);
@@ -80,7 +81,7 @@ TEST(HouseIncludes, GivenArrowBetweenRoomsAgainstTheOrder_IsReported) {
             KT_QT_INCLUDE_DIR);
     };
     EXPECT_THAT(violations("Host/Raytracing/Scene/ktBad.cpp", "Host/Raytracing/Light/ktPass.h"),
-                ElementsAre("Host/Raytracing/Scene/ktBad.cpp:2: files in Host/Raytracing/Scene/ may not include "
+                ElementsAre("Host/Raytracing/Scene/ktBad.cpp:3: files in Host/Raytracing/Scene/ may not include "
                             "Host/Raytracing/Light/ktPass.h"));
     EXPECT_THAT(violations("Host/Files/Gltf/ktBad.h", "Host/Files/Read/ktScene.h"), testing::SizeIs(1));
     EXPECT_THAT(violations("Host/Raytracing/Light/ktBad.cpp", "Host/Raytracing/Hemisphere/Build/ktTree.h"),
@@ -159,11 +160,16 @@ TEST(HouseText, GivenFileWithoutLicenceLine_IsReported) {
     EXPECT_THAT(findTextViolations({{"cmake/ktBad.cmake", {"# nothing"}}}), ElementsAre(HasSubstr("SPDX")));
 }
 
+TEST(HouseText, GivenSourceWithoutPurposeLine_IsReported) {
+    EXPECT_THAT(findTextViolations({{"Host/Core/ktBad.cpp", {"// SPDX-License-Identifier: LGPL-2.1-or-later"}}}),
+                ElementsAre(HasSubstr("what the file is for")));
+}
+
 TEST(HouseText, GivenLongFile_NeedsAReason) {
     ktHouseFile file = makeFile("Host/Core/ktLong.cpp", {});
     file.lines.resize(601);
     EXPECT_THAT(findTextViolations({file}), ElementsAre(HasSubstr("over 600 lines")));
-    file.lines[1] = "// Over 600 lines because it is one table.";
+    file.lines[2] = "// Over 600 lines because it is one table.";
     EXPECT_THAT(findTextViolations({file}), IsEmpty());
 }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Checks which folder includes which headers and libraries; holds the table of what is allowed.
 #include "ktHouseTree.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Checks that each folder below Host has few entries and a short README.
 #include "ktHouseTree.h"
 
 #include <map>

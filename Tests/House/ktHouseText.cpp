@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Checks length, licence line, purpose line, name and banned texts of every file.
 #include "ktHouseTree.h"
 
 #include <algorithm>
@@ -55,6 +56,8 @@ std::vector<std::string> findTextViolations(const std::vector<ktHouseFile>& file
         if (isCode || file.endsIn({".sh", ".cmake", "CMakeLists.txt"}))
             if (!headHolds(2, "SPDX-License-Identifier: LGPL-2.1-or-later"))
                 report(1, "no SPDX line at the top");
+        if (file.endsIn({".cpp"}) && (file.lines.size() < 2 || file.lines[1].rfind("// ", 0) != 0))
+            report(2, "no comment in the second line that says what the file is for");
         if (isCode && file.lines.size() > maxLines && !headHolds(12, "Over 600 lines because"))
             report(maxLines, "over 600 lines, and no line \"Over 600 lines because ...\" at the top");
         if (file.endsIn({".h", ".cpp"})) {

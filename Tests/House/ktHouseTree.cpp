@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads the project's text files for the checks of the house rules.
 #include "ktHouseTree.h"
 
 #include <algorithm>

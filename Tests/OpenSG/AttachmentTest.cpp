@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests how containers hold, share, replace and release attachments, and the names of containers.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGNode.h>

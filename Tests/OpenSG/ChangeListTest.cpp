@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests which edits, creations and destructions the change lists record, and how lists merge.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGChangeList.h>
 #include <OpenSG/OSGGeometry.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the comparison, the operators and the component order of colours.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGColor.h>
 

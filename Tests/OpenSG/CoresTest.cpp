@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the fields, defaults and references of switches, materials, material groups and lights.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGChunkMaterial.h>
 #include <OpenSG/OSGDirectionalLight.h>

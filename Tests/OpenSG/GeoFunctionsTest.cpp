@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the conversion of geometry to unshared properties and single indices, and primitive counts.
 #include "TestGeometry.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the computed vertex and face normals, with creases and degenerate triangles.
 #include "TestGeometry.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests geometry properties as arrays, and the conversion between their value types.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGGeometry.h>
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the properties, index mapping and copies of geometries.
 #include "TestGeometry.h"
 
 #include <gtest/gtest.h>

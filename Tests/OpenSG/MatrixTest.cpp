@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the layout, products, inverses and decomposition of matrices.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGMatrix.h>
 #include <OpenSG/OSGQuaternion.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests how nodes link to parents, children and cores, their world matrices, and copies of trees.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <OpenSG/OSGGroup.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the iteration over primitives with all kinds of indices, and with broken geometry.
 #include "TestGeometry.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests rotations from axes, matrices, directions and Euler angles, their products and interpolation.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGQuaternion.h>
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the order of a traversal, and what skipping and quitting do.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGAction.h>
 #include <OpenSG/OSGGroup.h>

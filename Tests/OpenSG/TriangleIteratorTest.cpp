@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the triangles of all primitive types, their orientation and their numbers.
 #include "TestGeometry.h"
 
 #include <array>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests memory layout, operators, tolerance and measures of vectors and points.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGVector.h>
 #include <type_traits>

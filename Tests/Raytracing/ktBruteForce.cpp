@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests every ray against every triangle in double precision, as reference for the tracers.
 #include "ktBruteForce.h"
 
 #include "ktTestVector.h"

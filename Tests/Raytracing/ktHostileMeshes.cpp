@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Makes scenes that provoke errors of ray tracers, such as needles, huge sides and degenerate triangles.
 #include "ktHostileMeshes.h"
 
 #include <limits>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tells whether a ray certainly hits something, or whether rounding decides.
 #include "ktRoundingJudge.h"
 
 #include "ktTestVector.h"

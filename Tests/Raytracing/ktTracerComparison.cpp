@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Traces the same rays with the hemisphere tracer and with Embree, and counts the differences.
 #include "ktTracerComparison.h"
 
 #include "ktEmbreeTracer.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds scenes of plain triangles for tests, and calls the host's ray tracing as the plug-in does.
 #include "ktTriangleScene.h"
 
 #include <cfloat>

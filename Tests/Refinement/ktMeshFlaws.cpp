@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds flaws of a refined mesh, such as hanging vertices and flipped triangles, by world positions.
 #include "ktMeshFlaws.h"
 
 #include "ktWorldTransform.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Measures how exact the light on a refined ground plane is, against a dense grid of traced points.
 #include "ktPlaneAccuracy.h"
 
 #include "ktWorldTransform.h"

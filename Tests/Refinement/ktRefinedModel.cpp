@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Opens a model file, and traces and refines it as the plug-in's direct pass does.
 #include "ktRefinedModel.h"
 
 #include "ktGeometryInstances.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the host's attachments: settings, marks, source indices and named texts.
 #include "ktSceneFixture.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 #include "OSGSourceIndexAttachment.h"

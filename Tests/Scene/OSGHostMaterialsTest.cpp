@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests defaults, transparency, copies and references of the host's materials.
 #include "OSGUberMaterial.h"
 #include "OSGUEnvironmentMaterial.h"
 #include "OSGUEnvironmentSwitchMaterial.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests which nodes and clones count as moved by a vertex animation.
 #include "ktAnimManager.h"
 
 #include "ktNodeMarks.h"

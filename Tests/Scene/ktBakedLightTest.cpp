@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the light that is read from baked shadows, lamps and indirect light.
 #include "ktBakedLight.h"
 #include "ktSceneFixture.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests which uses of geometry are visited, in which order, and with which world matrices.
 #include "ktGeometryInstances.h"
 
 #include "ktSceneFixture.h"

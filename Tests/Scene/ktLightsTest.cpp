@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests which nodes count as lights and as ray file lights.
 #include "ktLights.h"
 
 #include "ktNodeMarks.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests that setting one mark changes no other mark and no other node.
 #include "ktNodeMarks.h"
 
 #include "ktSceneFixture.h"

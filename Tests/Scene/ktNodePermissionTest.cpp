@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests which nodes a lock protects, also for clones and shared cores.
 #include "ktNodePermission.h"
 
 #include "ktController.h"

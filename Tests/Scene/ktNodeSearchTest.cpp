@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the search for nodes by name, path and wildcards.
 #include "ktSceneFixture.h"
 #include "ktSceneState.h"
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests names and component marks of nodes and of their clones.
 #include "ktNodeUtils.h"
 
 #include "ktNodeMarks.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Provides tests with a scene that is empty at first and closed at the end.
 #include "ktSceneFixture.h"
 
 #include "ktSceneState.h"

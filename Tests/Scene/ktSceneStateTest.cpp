@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests opening and closing the scene, and selecting nodes, also by name.
 #include "ktSceneState.h"
 
 #include "ktHostSignals.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests which root and selected nodes plug-ins see, and when changes are announced.
 #include "ktScenegraph.h"
 
 #include "ktHostSignals.h"

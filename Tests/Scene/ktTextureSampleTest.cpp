@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests wrapping, filtering, transform and colour space of texture samples, and broken pictures.
 #include "ktTextureSample.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the bounding box of a scene in world space, with hidden nodes and invalid vertices.
 #include "ktWorldBounds.h"
 
 #include "ktSceneFixture.h"

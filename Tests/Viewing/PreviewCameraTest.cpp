@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests that the preview's camera frames a scene of any shape, from any side.
 #include "ktPreviewCamera.h"
 
 #include <algorithm>

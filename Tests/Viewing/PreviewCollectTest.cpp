@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests which triangles, lights and colours the preview takes from a scene.
 #include "ktPreviewCollect.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Tests the pixels that the preview's renderer draws.
 #include "ktPlainTracer.h"
 #include "ktPreviewRenderer.h"
 #include "ktThreadCount.h"

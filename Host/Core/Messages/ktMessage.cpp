@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Stores named values in the order in which the names were first set, and prints call stacks to find errors.
 #include "ktMessage.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads message files up to a size limit, and renames broken ones so that they are not overwritten.
 #include "ktMessageFile.h"
 
 #include "ktDescriptor.h"

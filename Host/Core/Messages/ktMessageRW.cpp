@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes messages to XML files and reads them back; the entry point for plug-ins.
 #include "ktMessageRW.h"
 
 #include "ktLog.h"

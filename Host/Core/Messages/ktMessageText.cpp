@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts numbers and truth values to the text of a message file and back, bit for bit.
 #include "ktMessageText.h"
 
 #include <charconv>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Rejects XML text that is too large, not UTF-8, or has long tags or a document type, before it is parsed.
 #include "ktMessageXml.h"
 
 #include <algorithm>

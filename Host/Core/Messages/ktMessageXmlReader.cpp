@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Parses the XML text of a message, and reports line, column and reason of the first problem.
 #include "ktMessage.h"
 #include "ktMessageText.h"
 #include "ktMessageXml.h"

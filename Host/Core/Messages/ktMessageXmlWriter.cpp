@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes a message as XML text, and refuses values that have no text form.
 #include "ktMessage.h"
 #include "ktMessageText.h"
 #include "ktMessageXml.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Checks the header of a binary glTF file and finds its JSON and binary chunks.
 #include "ktGlbContainer.h"
 
 #include "ktFileError.h"

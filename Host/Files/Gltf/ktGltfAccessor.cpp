@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads glTF accessors, sparse ones too, as floats or whole numbers, and checks that all data is in range.
 #include "ktGltfAccessor.h"
 
 #include "ktFileError.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Rejects glTF documents that require an extension without which geometry or placement would be wrong.
 #include "ktGltfExtensions.h"
 
 #include "ktFileError.h"

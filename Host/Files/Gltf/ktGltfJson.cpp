@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Parses JSON within limits on depth and members, and looks up values of unknown type without exceptions.
 #include "ktGltfJson.h"
 
 #include "ktFileError.h"

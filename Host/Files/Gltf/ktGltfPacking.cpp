@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Lays out buffers and images for a .glb or .gltf file, and updates the document's references to them.
 #include "ktGltfPacking.h"
 
 #include "ktFileError.h"

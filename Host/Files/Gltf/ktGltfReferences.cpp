@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds the accessors and buffer views that a glTF document uses, so that unused baked data can be removed.
 #include "ktGltfReferences.h"
 
 namespace {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Adds buffer views and accessors to a glTF document, and reuses the space of data from earlier bakes.
 #include "ktGltfStore.h"
 
 #include "ktGltfReferences.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads a glTF node's transform (matrix, or translation, rotation, scale), and multiplies and inverts matrices.
 #include "ktNodeTransform.h"
 
 #include <algorithm>

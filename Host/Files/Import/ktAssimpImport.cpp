@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Imports other file formats with Assimp in a separate, limited process and converts them to glTF in memory.
 #include "ktAssimpImport.h"
 
 #include "ktAssimpTarget.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Appends views, accessors and elements to the glTF document that an imported scene is converted to.
 #include "ktAssimpTarget.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs work in a forked process with limits on memory and time, and returns the bytes that it writes.
 #include "ktLimitedProcess.h"
 
 #include "ktDescriptor.h"

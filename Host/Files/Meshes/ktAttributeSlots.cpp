@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Decides which glTF attributes become texture coordinate channels of a geometry, so that refinement keeps them.
 #include "ktAttributeSlots.h"
 
 #include "ktResultAttributes.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts glTF primitives to geometries: shape, normals, colours, other attributes and earlier baked results.
 #include "ktPrimitiveReader.h"
 
 #include "ktFileError.h"

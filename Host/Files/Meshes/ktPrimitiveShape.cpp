@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Turns strips, fans and loops into lists, removes unusable elements, and packs the vertices in use.
 #include "ktPrimitiveShape.h"
 
 #include <algorithm>

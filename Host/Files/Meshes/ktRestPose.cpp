@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Applies morph target weights and skin joints, so that a mesh is baked in the pose that its node shows.
 #include "ktRestPose.h"
 
 #include "ktFileError.h"

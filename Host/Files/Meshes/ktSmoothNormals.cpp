@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Calculates smooth, angle-weighted vertex normals for meshes without normals.
 #include "ktSmoothNormals.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds the scene graph from a glTF scene and links its nodes and geometries to those of the document.
 #include "ktGltfScene.h"
 
 #include "ktFileError.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts glTF's punctual lights to light nodes, and fits an exponent to the soft edge of a spot light.
 #include "ktLightReader.h"
 
 #include "ktFileError.h"

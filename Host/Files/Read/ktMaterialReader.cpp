@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts glTF materials to the host's materials, each once, and decodes their textures on request.
 #include "ktMaterialReader.h"
 
 #include "ktAttributeSlots.h"

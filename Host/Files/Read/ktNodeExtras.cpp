@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Translates between a glTF node's extras and the node's attachments: settings, named texts and locks.
 #include "ktNodeExtras.h"
 
 #include "ktFileMessages.h"

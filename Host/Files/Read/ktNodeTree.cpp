@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Collects the nodes of a glTF scene as a tree without cycles, and calculates their transforms to the scene.
 #include "ktNodeTree.h"
 
 #include "ktFileError.h"

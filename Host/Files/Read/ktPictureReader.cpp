@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Decodes an image of a glTF document from a buffer, a data URI or a file, and scales large ones down.
 #include "ktPictureReader.h"
 
 #include "ktFileError.h"

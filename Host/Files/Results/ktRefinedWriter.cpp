@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes refined geometry back to its glTF primitive: new triangles and all interpolated attributes.
 #include "ktRefinedWriter.h"
 
 #include "ktFileMessages.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads a geometry's baked results from its texture coordinate channels 7 and 5.
 #include "ktResultChannels.h"
 
 #include "ktBakedLight.h"

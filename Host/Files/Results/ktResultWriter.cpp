@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Adds baked results to glTF primitives as vertex attributes, and removes those of earlier bakes.
 #include "ktResultWriter.h"
 
 #include "ktGltfStore.h"

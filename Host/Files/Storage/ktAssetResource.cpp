@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Resolves an asset's URIs safely, reads and writes data URIs, and names content by its hash.
 #include "ktAssetResource.h"
 
 #include "ktFileError.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Collects warnings and notes about a file, and merges warnings that have the same reason.
 #include "ktFileMessages.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes an output file that replaces the old one only when complete; write errors become ktFileError.
 #include "ktOutputFile.h"
 
 #include "ktFileError.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Implements ktTracer with Embree, in packets of 4, 8 or 16 rays; the reference for the hemisphere tracer.
 #include "ktEmbreeTracer.h"
 
 #include "ktEmbreePacket.h"

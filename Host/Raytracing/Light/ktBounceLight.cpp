@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Calculates the light that surfaces reflect at ray hits, bounce by bounce, for indirect illumination.
 #include "ktBounceLight.h"
 
 #include "ktLuminance.h"

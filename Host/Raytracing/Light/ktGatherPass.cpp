@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Gathers one bounce of indirect light at the vertices of a geometry, in batches on all threads.
 #include "ktGatherPass.h"
 
 #include "ktCancelPoint.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Traces sky rays and shadow rays for the direct light at the vertices of a geometry, in batches.
 #include "ktOcclusionPass.h"
 
 #include "ktCancelPoint.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Makes each vertex's ray origin, offset against self-intersection, and the frame of its ray directions.
 #include "ktVertexFrames.h"
 
 #include "ktRandom.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Groups vertices with equal position and normal for tracing, and sorts the groups along a space-filling curve.
 #include "ktVertexGroups.h"
 
 #include "ktCancelPoint.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Bisects triangles at their longest edges, also across meshes, so that refinement causes no cracks.
 #include "ktConformingRefiner.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Holds the pending refinement of a geometry for the plug-in, and cancels the run if the rebuild fails.
 #include "ktGeoSubdivisionList.h"
 
 #include "ktControllerState.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Rebuilds a refined geometry as plain triangles, with interpolated attributes and traced results.
 #include "ktRecreateGeometry.h"
 
 #include "ktEventPump.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Refines all pending geometries of a run together, where direct or indirect light changes along edges.
 #include "ktRefinement.h"
 
 #include "ktCancelPoint.h"

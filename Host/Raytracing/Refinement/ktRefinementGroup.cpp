@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs the refinement rounds of a group of meshes: traces probes and splits edges where light changes.
 #include "ktRefinementGroup.h"
 
 #include "ktCancelPoint.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Holds a geometry during refinement: interpolates new vertices, traces their light and records the results.
 #include "ktRefinementMesh.h"
 
 #include "ktGeometryView.h"

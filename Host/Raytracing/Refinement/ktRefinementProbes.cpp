@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Traces light at probe points on surfaces, with as many rays as refinement needs above the noise.
 #include "ktRefinementProbes.h"
 
 #include "ktCancelPoint.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts traced light to the visible fraction and perceived brightness that refinement compares.
 #include "ktRefinementTasks.h"
 
 #include "ktLuminance.h"

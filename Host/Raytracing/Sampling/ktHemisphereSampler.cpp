@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Generates cosine-weighted hemisphere directions by correlated multi-jittered sampling.
 #include "ktHemisphereSampler.h"
 
 #include "ktHemisphereMap.h"

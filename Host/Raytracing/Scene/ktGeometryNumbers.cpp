@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds the geometry that a ray-tracing call means by the address of its positions.
 #include "ktGeometryNumbers.h"
 
 namespace {

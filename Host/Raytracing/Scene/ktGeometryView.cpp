@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Gives threads plain views of a geometry's arrays, and extracts valid triangles from all primitive types.
 #include "ktGeometryView.h"
 
 #include "ktCancelPoint.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Sums up the triangles around each vertex, to find the direction along the surface away from its border.
 #include "ktOneRing.h"
 
 #include "ktCancelPoint.h"

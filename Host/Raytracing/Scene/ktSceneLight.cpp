@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads lights from the scene graph in world space, and calculates their irradiance without shadows.
 #include "ktSceneLight.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Hashes geometry and sorts lights by content, so that results do not depend on the order of nodes.
 #include "ktSceneOrder.h"
 
 #include "ktCancelPoint.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Copies occluders and lights of the scene graph to world space, and prepares the tracer's meshes.
 #include "ktTracedScene.h"
 
 #include "ktCancelPoint.h"

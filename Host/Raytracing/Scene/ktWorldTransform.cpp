@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Transforms positions and normals to world space in double precision, with bits that never vary.
 #include "ktWorldTransform.h"
 
 #include <algorithm>

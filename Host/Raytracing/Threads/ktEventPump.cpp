@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Keeps the main thread's event loop running during long calculations.
 #include "ktEventPump.h"
 
 #include <QCoreApplication>

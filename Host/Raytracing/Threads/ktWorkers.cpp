@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs work on worker threads while the main thread handles events, and passes on exceptions.
 #include "ktWorkers.h"
 
 #include "ktEventPump.h"

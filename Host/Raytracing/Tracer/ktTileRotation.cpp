@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Rotates a tile of ray directions to world space: the fastest version for the processor, the same bits on all.
 #include "ktTileRotation.h"
 
 namespace {

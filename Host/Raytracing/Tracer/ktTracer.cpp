@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Provides the default visibility and nearest-hit queries of tracers, packet by packet.
 #include "ktTracer.h"
 
 namespace {

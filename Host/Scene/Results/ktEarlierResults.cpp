@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Copies the results from before a run, and gives them back if the run does not finish.
 #include "ktEarlierResults.h"
 
 #include "ktControllerState.h"

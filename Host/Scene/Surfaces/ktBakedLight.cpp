@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads the baked light of a geometry: the sum of direct and indirect light per vertex.
 #include "ktBakedLight.h"
 
 #include "ktLuminance.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds a surface's colour at any point: material times vertex colours times texture.
 #include "ktSurfaceColors.h"
 
 #include "ktTexCoordChannel.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Gets and sets the texture coordinate channels of a geometry by number.
 #include "ktTexCoordChannel.h"
 
 osg::GeoTexCoordsPtr ktGetTexCoords(const osg::GeometryPtr& geometry, int channel) {

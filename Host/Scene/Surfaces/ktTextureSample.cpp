@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Samples a texture: transforms and wraps coordinates, filters pixels, converts sRGB to linear colour.
 #include "ktTextureSample.h"
 
 #include <algorithm>

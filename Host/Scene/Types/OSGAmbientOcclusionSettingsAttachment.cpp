@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the attachment that stores a node's ambient occlusion settings.
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
 OSG_BEGIN_NAMESPACE

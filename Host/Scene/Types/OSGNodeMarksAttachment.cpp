@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the attachment for a node's marks: locked, vertex animation, component, ray file light.
 #include "OSGNodeMarksAttachment.h"
 
 OSG_BEGIN_NAMESPACE

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the attachment that tells from which place in a document a node or geometry was read.
 #include "OSGSourceIndexAttachment.h"
 
 OSG_BEGIN_NAMESPACE

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the material of surroundings such as a sky dome, which emit light and receive none.
 #include "OSGUEnvironmentMaterial.h"
 
 OSG_BEGIN_NAMESPACE

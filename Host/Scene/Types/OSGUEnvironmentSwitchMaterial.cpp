@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the material that references several environments and shows one of them.
 #include "OSGUEnvironmentSwitchMaterial.h"
 
 OSG_BEGIN_NAMESPACE

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the material of a surface that shows only the shadow on it, such as a ground plane.
 #include "OSGUShadowMaterial.h"
 
 OSG_BEGIN_NAMESPACE

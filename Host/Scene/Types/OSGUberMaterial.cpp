@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the material of ordinary surfaces: colour, transparency, texture.
 #include "OSGUberMaterial.h"
 
 OSG_BEGIN_NAMESPACE

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Defines the attachment that stores named texts of a node.
 #include "OSGValuePair.h"
 
 #include <algorithm>

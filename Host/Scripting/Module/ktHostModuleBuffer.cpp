@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Gives Python scripts rows of numbers as read-only memory views, without a copy.
 #include "ktHostModuleBuffer.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Checks that kthost is called on the main thread and while no bake runs, and logs refused calls.
 #include "ktHostModuleGuard.h"
 
 #include "ktControllerState.h"

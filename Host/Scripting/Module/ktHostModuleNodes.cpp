@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Functions of the module kthost that find, select and describe nodes of the scene.
 #include "ktHostModuleNodes.h"
 
 #include "ktBakedLight.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Functions of the module kthost for bakes, presets, threads, tracers, undo and redo.
 #include "ktHostModuleRun.h"
 
 #include "ktControllerState.h"

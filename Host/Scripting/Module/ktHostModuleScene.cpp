@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Functions of the module kthost that open, close, save and preview the scene.
 #include "ktHostModuleScene.h"
 
 #include "ktHostModuleError.h"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Converts between Python strings and UTF-8 text, for Python 2 and 3.
 #include "ktHostModuleText.h"
 
 #include "ktPythonObject.h"

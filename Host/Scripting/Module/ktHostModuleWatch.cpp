@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Functions of the module kthost that report the progress of a bake to callbacks and cancel it.
 #include "ktHostModuleWatch.h"
 
 #include "ktCancelToken.h"
