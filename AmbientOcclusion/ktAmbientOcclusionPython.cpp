@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The scripting module "ktAmbientOcclusion", for Python 2.7 and for Python 3.
-// Before Qt, whose keyword "slots" the interpreter's headers use as a name.
+// Python's headers come before Qt: they use the name "slots", which Qt defines as a keyword.
 #include <boost/python.hpp>
 
 #include "ktAmbientOcclusionPython.h"
@@ -20,13 +20,13 @@ namespace python = boost::python;
 
 namespace {
 
-/// Functions of the interpreter's own kind in front of those of the binding library, which tells every help text with a
-/// line feed before it. These tell the text alone, and hand each call on.
+/// Plain functions of the interpreter that call those of Boost.Python. Boost.Python puts a line feed before every help
+/// text; these functions have exactly the given text.
 class ExactHelp {
 public:
-    /// Puts the next function in front of the module's one of that name. The text must live as long as the process.
+    /// Replaces the module's function of that name by one that calls it. The text must live as long as the process.
     static void add(python::object& module, const char* name, const std::string& text) {
-        // As many as there are functions.
+        // One entry for each function of the module.
         static constexpr PyCFunctionWithKeywords calls[] = {call<0>, call<1>, call<2>, call<3>};
         static PyMethodDef definitions[std::size(calls)];
         if (count == std::size(calls))
@@ -52,14 +52,14 @@ private:
         return PyObject_Call(targets[which], arguments, keywords);
     }
 
-    static PyObject* targets[4]; // owned, for the rest of the process, which has the module once
+    static PyObject* targets[4]; // owned until the process ends; the module exists once
     static std::size_t count;
 };
 
 PyObject* ExactHelp::targets[4];
 std::size_t ExactHelp::count = 0;
 
-/// The interpreter's structures differ from one minor version to the next.
+/// Checks the interpreter's minor version, because its structures differ between minor versions.
 void checkInterpreter() {
     PyObject* const number = PySys_GetObject(const_cast<char*>("hexversion")); // borrowed
     const long running = number ? PyLong_AsLong(number) : 0;
@@ -89,7 +89,8 @@ BOOST_PYTHON_MODULE(ktAmbientOcclusion) {
     using python::arg;
     checkInterpreter();
     static const auto& help = *new ktAmbientOcclusionPythonHelp; // for the rest of the process
-    // Help is exactly the text given: no generated signatures. The former options come back at the end of the scope.
+    // The help is exactly the given text, without generated signatures. The options are restored at the end of the
+    // scope.
     const python::docstring_options helpOptions(true, false, false);
 
     python::def("computeAmbientOcclusion", &ktAmbientOcclusion::computeAmbientOcclusion,
@@ -124,7 +125,7 @@ BOOST_PYTHON_MODULE(ktAmbientOcclusion) {
 #if PY_MAJOR_VERSION >= 3
 #undef PyInit_ktAmbientOcclusion
 
-// Boost.Python returns the module also when an error is set, of which the interpreter makes a SystemError.
+// Boost.Python also returns the module when an error is set. The interpreter would turn that into a SystemError.
 PyMODINIT_FUNC PyInit_ktAmbientOcclusion();
 PyMODINIT_FUNC PyInit_ktAmbientOcclusion() {
     PyObject* const module = PyInit_ktAmbientOcclusionOfBoost();
@@ -142,7 +143,7 @@ void createModule() {
 #if PY_MAJOR_VERSION < 3
     initktAmbientOcclusion();
 #else
-    // Here the entry point only returns the module, as the import machinery wants it.
+    // In Python 3 the entry point only returns the module.
     PyObject* const module = PyInit_ktAmbientOcclusion();
     if (!module || PyDict_SetItemString(PyImport_GetModuleDict(), "ktAmbientOcclusion", module) != 0)
         PyErr_Print();
@@ -161,7 +162,7 @@ void pythonInit(bool destroy) {
         createModule();
         once = true;
     }
-    // On every start, so that a namespace that was emptied gets the names again.
+    // On every start, because the namespace may have been emptied.
     ktScript::run("import ktAmbientOcclusion");
     ktScript::run("from ktAmbientOcclusion import *");
 }

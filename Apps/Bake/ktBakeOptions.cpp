@@ -32,7 +32,7 @@ std::string optionOf(Row row) {
     return std::string("--") + row.names.option;
 }
 
-/// A finite number and nothing behind it, whatever the locale; empty when the text is something else.
+/// Parses a finite number in any locale. Empty if the text is not exactly one number.
 std::optional<double> parseNumber(const std::string& text) {
     bool isNumber = false;
     const double value = QString::fromStdString(text).toDouble(&isNumber);
@@ -82,8 +82,8 @@ void checkEndings(const ktBakeOptions& options) {
         checkEnding("--preview", options.preview, {".png"});
 }
 
-/// Adds options to the parser. Each option's help ends with the value in effect without it. What the options do when
-/// they are met refers to this object: it must live until the arguments are parsed, so it is no temporary.
+/// Adds options to the parser. The help of an option ends with its default. The callbacks of the options refer to this
+/// object, so it must live until the arguments are parsed.
 class Parser {
 public:
     Parser(CLI::App& app_, ktBakeOptions& options_) : app(app_), options(options_) {}
@@ -190,7 +190,7 @@ private:
         });
     }
 
-    // One option a setting. The second argument picks the overload for the setting's kind.
+    // One option per setting. The second argument picks the overload for the setting's kind.
 
     template <class Row>
     void addSetting(Row row, Settings::Integer) {
@@ -245,8 +245,8 @@ private:
                number(color[0]) + "," + number(color[1]) + "," + number(color[2]));
     }
 
-    /// Giving a colour switches this on, so there is only an option that switches it off. The colour's option comes
-    /// before it.
+    /// A colour switches this on, so the option only switches it off. The option of the colour must be added
+    /// before.
     template <class Row>
     void addSetting(Row row, Settings::OverrideMaterialColor) {
         const std::string colorOption = Settings::MaterialColor::names.option;
@@ -293,7 +293,7 @@ private:
     }
 };
 
-/// A script makes its settings itself. It opens scenes itself, too, or it gets SCENE.
+/// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
 void checkScript(const CLI::App& app, const ktBakeOptions& options) {
     static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--quiet"};
     static const std::set<std::string> withScene = {"SCENE",   "--output",   "--preview",          "--unit",
@@ -310,7 +310,7 @@ void checkScript(const CLI::App& app, const ktBakeOptions& options) {
     checkEndings(options);
 }
 
-/// What single options cannot see.
+/// Checks combinations of options.
 void checkTogether(ktBakeOptions& options) {
     if (options.scene.empty()) {
         if (!options.listPresets && options.savePreset.empty() && options.deletePreset.empty())
@@ -352,13 +352,13 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
         "5 the script failed, 130 cancelled; a script may end with a code of its own.\n");
     Parser parser(app, options);
     parser.addAll();
-    // Required, it is not taken for one more name of --select.
+    // A required SCENE is not read as another name of --select.
     app.get_option("SCENE")->required(std::none_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
         return argument == "--list-presets" || argument.rfind("--script", 0) == 0 ||
                argument.rfind("--save-preset", 0) == 0 || argument.rfind("--delete-preset", 0) == 0;
     }));
     try {
-        // What follows "--" belongs to the script, where there is one.
+        // With a script, what follows "--" is for the script.
         auto end = std::find(arguments.begin(), arguments.end(), "--");
         if (std::none_of(arguments.begin(), end,
                          [](const std::string& argument) { return argument.rfind("--script", 0) == 0; }))

@@ -25,7 +25,7 @@
 
 namespace {
 
-/// One bake: each step gives an exit code, and the first that is not `done` ends it.
+/// One bake. Each step returns an exit code; the first that is not `done` ends the bake.
 class Run {
 public:
     explicit Run(const ktBakeOptions& options_) : options(options_) {}
@@ -55,7 +55,7 @@ private:
     ktBakeStats stats;
     ktBakeWatch watch;
 
-    /// Before hours of tracing: can the results be written at all?
+    /// Checks before hours of tracing that the results can be written.
     int checkOutputs() {
         for (const std::string& file : {options.output, options.preview, options.stats})
             if (!file.empty() && !canBeWritten(file))

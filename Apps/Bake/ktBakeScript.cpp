@@ -24,7 +24,7 @@ constexpr int handledSignals[] = {SIGINT, SIGTERM};
 
 volatile std::sig_atomic_t interrupted = 0;
 
-/// The module `kthost` ends a bake under way before it passes a signal on to here.
+/// The module `kthost` cancels a running bake before it passes the signal on to this handler.
 void onSignal(int signal) {
     if (interrupted) {
         std::signal(signal, SIG_DFL);
@@ -35,7 +35,7 @@ void onSignal(int signal) {
     ktScripting::interrupt();
 }
 
-/// The text as an expression of Python: in both versions the string that stands for these bytes in a file's name.
+/// Converts the bytes of a file name to a Python expression for the same file name, in both Python versions.
 std::string quoted(const std::string& text) {
     std::string bytes;
     for (const char c : text) {
