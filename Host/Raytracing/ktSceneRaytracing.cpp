@@ -264,7 +264,7 @@ void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float n
     maxDistance = newMaxDistance > 0.0f ? std::min(newMaxDistance, FLT_MAX) : 0.0f;
 }
 
-// Checks what a pass was handed and makes the part of its task that all passes have.
+// Checks the arguments of a pass and sets the part of its task that all passes share.
 ktVertexTask ktSceneRaytracing::vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
                                            const osg::Vec3f* normals, const ktSampler* sampler, bool bothSides) {
     if (!sampler || !positions || !normals)

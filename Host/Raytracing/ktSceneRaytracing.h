@@ -52,7 +52,7 @@ public:
                                  const osg::Matrix* inverseToWorld, const osg::Matrix* normalMatrix,
                                  bool indirectEnabled, bool indirect, bool lightMode) override;
 
-    /// Of the run under way or the last one.
+    /// Statistics of the current or last run.
     const ktTracingStatistics& getStatistics() const { return statistics; }
 
 private:
@@ -72,10 +72,10 @@ private:
     std::unique_ptr<ktTracer> tracer;
     std::unique_ptr<ktWorkers> abandonedBuild; // of a cancelled run: still uses the tracer
     ktTracedScene scene;
-    ktGeometryNumbers numbers; // of the geometry that calls may mean
+    ktGeometryNumbers numbers; // of all geometry that calls may pass
     float minDistance = 0.0f, maxDistance = 0.0f;
     bool calling = false;
-    bool hasStarted = false;            // the run under way has told that it begins to trace
+    bool hasStarted = false;            // whether the current run has reported its start
     std::uint64_t unusableVertices = 0; // since the last report
     ktBounceLight bounces;
     ktRefinement refinement;

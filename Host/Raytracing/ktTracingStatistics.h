@@ -8,25 +8,24 @@
 #include <cstdint>
 #include <map>
 
-/// What the host's ray tracing did in one run of a calculation. A vertex's rays are those along the directions of the
-/// pass's pattern; rays to the scene's lights, and those that light a surface at need where a bounce meets it, are not
-/// counted.
+/// Statistics of the ray tracing in one run of a calculation. Only rays along the directions of a pass are counted. Not
+/// counted are rays to lights, and rays for the direct light that a bounce needs at its hits and that is in no
+/// channel.
 struct ktTracingStatistics {
     /// Of one geometry, all passes together.
     struct Geometry {
-        std::uint64_t vertices = 0; ///< that the passes were asked for
-        std::uint64_t rays = 0;     ///< those vertices times the directions of their pass
+        std::uint64_t vertices = 0; ///< requested of the passes
+        std::uint64_t rays = 0;     ///< these vertices times the directions of their pass
     };
 
-    ktRayCounts requested; ///< vertices that the passes were asked for, times the directions of their pass
-    ktRayCounts shared; ///< of those, rays that were not traced: those of a vertex with equal position and normal count
-    ktRayCounts
-        refining; ///< traced by refinement, at the points where it looks and at new vertices; not in `requested`
-    std::uint64_t addedVertices = 0;                 ///< by refinement
-    std::uint64_t occludingTriangles = 0;            ///< given at the last build, each use counts
-    std::map<ktGeometryNumber, Geometry> geometries; ///< those that the scene holds
+    ktRayCounts requested;                ///< requested vertices times the directions of their pass
+    ktRayCounts shared;                   ///< of these, not traced: an equal vertex has the same rays
+    ktRayCounts refining;                 ///< traced by refinement, at probes and new vertices; not in `requested`
+    std::uint64_t addedVertices = 0;      ///< by refinement
+    std::uint64_t occludingTriangles = 0; ///< at the last build; each instance counts
+    std::map<ktGeometryNumber, Geometry> geometries; ///< by number
 };
 
-/// Of the run under way or the last one; all zero before the first, or while an application has put its own ray tracing
-/// in the host's place. Main thread only.
+/// Returns the statistics of the current or last run. All are zero before the first run, or if an application has
+/// replaced the host's ray tracing. Main thread only.
 KT_HOST_EXPORT ktTracingStatistics ktReadTracingStatistics();

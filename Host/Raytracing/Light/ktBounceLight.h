@@ -83,7 +83,7 @@ private:
     std::map<ktGeometryNumber, std::vector<float>> gatheredLight;
     std::map<ktGeometryNumber, std::vector<float>> receivedLight; ///< the snapshot
     std::map<ktGeometryNumber, std::unique_ptr<Lazy>> lazies;
-    /// By geometry and by the material's container.
+    /// Key: geometry, and id of the material's field container.
     std::map<std::pair<ktGeometryNumber, std::uint32_t>, std::shared_ptr<const ktSurfaceColors>> colorsOf;
     std::vector<Surface> surfaces; ///< by the tracer's mesh
     ktOcclusionTask direct;

@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-/// What a pass traces at the vertices of one geometry. Everything belongs to the caller.
+/// Input of a pass: the vertices of one geometry, and how to trace them. Everything belongs to the caller.
 struct ktVertexTask {
     const ktTracer* tracer = nullptr;
     const ktPreparedDirections* directions = nullptr;
@@ -15,13 +15,13 @@ struct ktVertexTask {
     float sceneSize = 0; ///< diagonal of the occluders' bounds, world units
     ktWorldTransform toWorld;
     std::uint32_t count = 0;
-    const float* positions = nullptr; ///< object space, three floats a vertex
+    const float* positions = nullptr; ///< object space, three floats per vertex
     const float* normals = nullptr;   ///< likewise; of any length but zero
-    /// `count` elements: where each vertex's own surface lies. Null when that is not known: where a wall stands exactly
-    /// on a vertex, rays into it then pass through it.
+    /// `count` elements: on which side of each vertex its surface lies. Null if unknown: if a wall then ends exactly at
+    /// a vertex, rays may pass through it.
     const ktOneRing* oneRings = nullptr;
 
-    /// Traces at other vertices.
+    /// Replaces the vertices.
     void setVertices(const ktWorldTransform& newToWorld, std::uint32_t newCount, const float* newPositions,
                      const float* newNormals, const ktOneRing* newOneRings) {
         toWorld = newToWorld;
@@ -32,8 +32,8 @@ struct ktVertexTask {
     }
 };
 
-/// How many of a task's vertices a pass traced. Vertices of equal position and normal share the rays of one of them.
+/// How many vertices of a task a pass traced. Vertices with equal position and normal share the rays of one of them.
 struct ktVertexCounts {
-    std::uint32_t traced = 0;   ///< those whose own rays were traced
-    std::uint32_t unusable = 0; ///< those that cannot be traced: position or normal not finite, or no normal
+    std::uint32_t traced = 0;   ///< vertices with own rays
+    std::uint32_t unusable = 0; ///< not traced: position or normal not finite, or zero normal
 };

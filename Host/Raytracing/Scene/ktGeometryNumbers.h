@@ -12,13 +12,13 @@ inline ktGeometryNumber ktGetGeometryNumber(const osg::GeometryPtr& geometry) {
     return geometry.getFieldContainerId();
 }
 
-/// Finds out which geometry a call of the ray-tracing service means. The service gets arrays only, so this is the one
-/// place that goes by the address of positions. Main thread only.
+/// Finds the geometry of a call of the ray-tracing service. A call passes only arrays, so this class, and no other
+/// code, compares addresses of positions. Main thread only.
 class ktGeometryNumbers {
 public:
-    /// Makes a geometry known and holds a reference to it. Geometry without positions of three floats is left out.
+    /// Adds a geometry and holds a reference to it. Ignores geometry without positions of three floats.
     void add(const osg::GeometryPtr& geometry);
-    /// The geometry whose positions begin at this address now; 0 when it is not known, or has other positions
+    /// The geometry whose positions are now at this address; 0 if none was added, or if it has other positions
     /// meanwhile.
     ktGeometryNumber find(const osg::Pnt3f* positions) const;
     void clear() { byPositions.clear(); }

@@ -11,7 +11,7 @@ class ktEventPump;
 class ktWorkers {
 public:
     /// Starts `work`, which may use ktParallel, on worker threads. @throws std::system_error, std::bad_alloc;
-    /// std::runtime_error in a process that was forked from one that had workers already
+    /// std::runtime_error in a process that was forked from one with workers
     explicit ktWorkers(std::function<void()> work);
     /// Waits for the end. An exception of the work is lost.
     ~ktWorkers();
