@@ -5,6 +5,7 @@
 #include "ktBakeRun.h"
 #include "ktBakeScript.h"
 #include "ktLog.h"
+#include "ktPresetStore.h"
 
 #include <clocale>
 #include <cstdlib>
@@ -30,6 +31,7 @@ int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("ktbake");
     try {
+        ktPresetStore::load();
         ktBakeOptions options;
         if (const std::optional<int> exitCode = parseBakeOptions({argv + 1, argv + argc}, options))
             return *exitCode;

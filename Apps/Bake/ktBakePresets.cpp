@@ -6,7 +6,7 @@
 #include "ktBakeExit.h"
 #include "ktBakeOptions.h"
 #include "ktLog.h"
-#include "ktLogOutput.h"
+#include "ktPresetStore.h"
 
 #include <iostream>
 
@@ -22,7 +22,7 @@ static std::string listNames(const QList<QString>& names) {
 
 int findPreset(const QList<QString>& names, const std::string& wanted, std::string& message) {
     const QString name = QString::fromStdString(wanted);
-    const int exact = names.indexOf(name);
+    const int exact = ktPresetStore::find(names, wanted);
     if (exact >= 0)
         return exact;
     int found = -1, count = 0;
@@ -44,21 +44,21 @@ void printPresets() {
     std::cout.flush();
 }
 
+/// Logs why a change of the presets was not done. @return exit code
+static int exitCodeOf(const ktPresetStore::Result& result) {
+    if (result.kind == ktPresetStore::Result::Done)
+        return ktBakeExit::done;
+    const bool isRefused = result.kind == ktPresetStore::Result::Refused;
+    ktLog::error("%s%s", result.reason.c_str(),
+                 isRefused ? ("." + listNames(ktAmbientOcclusion::the()->getPresetNames())).c_str() : "");
+    return isRefused ? ktBakeExit::usage : ktBakeExit::notWritten;
+}
+
 int editPresets(const ktBakeOptions& options) {
-    ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
-    const auto errorsBefore = ktLogOutput::getCount(ktLogLevel::Error);
-    if (!options.deletePreset.empty()) {
-        const int index = plugin->getPresetNames().indexOf(QString::fromStdString(options.deletePreset));
-        if (index < 0) {
-            ktLog::error("No preset is called \"%s\".%s", options.deletePreset.c_str(),
-                         listNames(plugin->getPresetNames()).c_str());
-            return ktBakeExit::usage;
-        }
-        plugin->deletePreset(index);
-        plugin->writePreset();
-    }
-    if (!options.savePreset.empty())
-        plugin->addPreset(QString::fromStdString(options.savePreset));
-    // If the file cannot be written, the plug-in only logs an error.
-    return ktLogOutput::getCount(ktLogLevel::Error) > errorsBefore ? ktBakeExit::notWritten : ktBakeExit::done;
+    int exitCode = ktBakeExit::done;
+    if (!options.deletePreset.empty())
+        exitCode = exitCodeOf(ktPresetStore::remove(options.deletePreset));
+    if (exitCode == ktBakeExit::done && !options.savePreset.empty())
+        exitCode = exitCodeOf(ktPresetStore::save(options.savePreset, ktPresetStore::Existing::Replace));
+    return exitCode;
 }

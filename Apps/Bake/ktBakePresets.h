@@ -7,7 +7,7 @@
 
 struct ktBakeOptions;
 
-/// Finds a preset by its exact name, or by a prefix of exactly one name.
+/// Finds the first preset with exactly this name, or the only one that begins with it.
 /// @param message set on failure: contains the wanted name and the list of names
 /// @return index into `names`, -1 on failure
 int findPreset(const QList<QString>& names, const std::string& wanted, std::string& message);
@@ -15,6 +15,7 @@ int findPreset(const QList<QString>& names, const std::string& wanted, std::stri
 /// Prints the presets' names to standard output, one per line.
 void printPresets();
 
-/// Deletes and saves presets as the options say. Apply the options' settings before.
+/// Deletes and saves presets as the options say. Saving replaces the presets of that name. Apply the options' settings
+/// before.
 /// @return exit code; logs the reason of a failure
 int editPresets(const ktBakeOptions& options);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The plug-in as the module `kthost` drives it.
 #include "ktAmbientOcclusion.h"
+#include "ktPresetStore.h"
 #include "ktScriptedPlugin.h"
 
 namespace {
@@ -26,12 +27,20 @@ public:
             names.push_back(name.toStdString());
         return names;
     }
-    void applyPreset(int index) override { plugin.applyPreset(index); }
-    void addPreset(const std::string& name) override { plugin.addPreset(QString::fromStdString(name)); }
-    void deletePreset(int index) override {
-        plugin.deletePreset(index);
-        plugin.writePreset();
+    bool applyPreset(const std::string& name) override {
+        int index = ktPresetStore::find(plugin.getPresetNames(), name);
+        if (index < 0) {
+            ktPresetStore::refresh(); // another process may have saved it
+            index = ktPresetStore::find(plugin.getPresetNames(), name);
+        }
+        plugin.applyPreset(index);
+        return index >= 0;
     }
+    std::string savePreset(const std::string& name, bool replace) override {
+        return ktPresetStore::save(name, replace ? ktPresetStore::Existing::Replace : ktPresetStore::Existing::Refuse)
+            .reason;
+    }
+    std::string deletePreset(const std::string& name) override { return ktPresetStore::remove(name).reason; }
 
     void listen(Listener listener) override {
         QObject::connect(&plugin, &ktAmbientOcclusion::progressStarted, listener.started);
@@ -64,7 +73,12 @@ private:
         append(settings, name + "B", value[2]);
     }
 
-    ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    static ktAmbientOcclusion& load() {
+        ktPresetStore::load();
+        return *ktAmbientOcclusion::the();
+    }
+
+    ktAmbientOcclusion& plugin = load();
 };
 
 } // namespace

@@ -31,11 +31,13 @@ public:
     virtual std::vector<Setting> getSettings() const = 0;
 
     virtual std::vector<std::string> getPresetNames() const = 0;
-    virtual void applyPreset(int index) = 0;
-    /// Saves the current settings under a name. Logs an error if writing fails.
-    virtual void addPreset(const std::string& name) = 0;
-    /// Deletes a preset permanently. Logs an error if writing fails.
-    virtual void deletePreset(int index) = 0;
+    /// Sets the settings from the first preset of that name. @return whether there is one
+    virtual bool applyPreset(const std::string& name) = 0;
+    /// Saves the current settings under a name. @return empty on success, else the reason
+    /// @param replace false: refuses a name that a preset has
+    virtual std::string savePreset(const std::string& name, bool replace) = 0;
+    /// Deletes all presets of that name permanently. @return empty on success, else the reason
+    virtual std::string deletePreset(const std::string& name) = 0;
 
     /// Callbacks for listen(). They are called on the main thread during a run, `refused` instead of a run.
     struct Listener {

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <thread>
 
 using testing::HasSubstr;
 using testing::Not;
@@ -97,4 +98,33 @@ TEST(Preset, GivenBrokenFile_SetsItAsideAndSaysWhere) {
     EXPECT_THAT(result.out, HasSubstr("Car Low Quality\n"));
     EXPECT_THAT(result.error, testing::AllOf(HasSubstr("line 2, column "), HasSubstr("aotemplates.xml.broken")));
     EXPECT_EQ(readFile(folder.path / "preferences" / "aotemplates.xml.broken"), "<message version=\"1\">\n<list");
+}
+
+TEST(Preset, GivenNameThatIsTaken_ReplacesThePreset) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    const std::string before = runBake(folder.path, {"--list-presets"}).out;
+    for (const char* distance : {"123", "456"})
+        ASSERT_EQ(runBake(folder.path, {"--save-preset", "Mine", "--max-distance", distance}).exitCode, 0);
+    EXPECT_EQ(runBake(folder.path, {"--list-presets"}).out, before + "Mine\n");
+    ASSERT_EQ(runBake(folder.path, {"box.gltf", "--preset", "Mine", "--stats", "stats.json"}).exitCode, 0);
+    const auto settings = nlohmann::json::parse(readFile(folder.file("stats.json"))).at("settings");
+    EXPECT_EQ(settings.at("max-distance"), 456);
+}
+
+TEST(Preset, GivenTwoProcessesThatSave_KeepsThePresetsOfBoth) {
+    const ktTestFolder folder;
+    const int count = 15;
+    std::string expected = runBake(folder.path, {"--list-presets"}).out;
+    const auto saveAll = [&](const std::string& name) {
+        for (int i = 0; i < count; ++i)
+            EXPECT_EQ(runBake(folder.path, {"--save-preset", name + std::to_string(i)}).exitCode, 0);
+    };
+    std::thread other([&] { saveAll("left"); });
+    saveAll("right");
+    other.join();
+    const std::string found = runBake(folder.path, {"--list-presets"}).out;
+    for (const char* name : {"left", "right"})
+        for (int i = 0; i < count; ++i)
+            EXPECT_THAT(found, HasSubstr("\n" + (name + std::to_string(i)) + "\n"));
 }

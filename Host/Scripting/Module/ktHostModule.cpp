@@ -119,7 +119,8 @@ BOOST_PYTHON_MODULE(kthost) {
     python::def("settings", &OnMainThread<&ktHostModuleRun::settings>::call, help::settings);
     python::def("presets", &OnMainThread<&ktHostModuleRun::presets>::call, help::presets);
     python::def("apply_preset", &OnMainThread<&ktHostModuleRun::applyPreset>::call, arg("name"), help::applyPreset);
-    python::def("save_preset", &OnMainThread<&ktHostModuleRun::savePreset>::call, arg("name"), help::savePreset);
+    python::def("save_preset", &OnMainThread<&ktHostModuleRun::savePreset>::call, (arg("name"), arg("replace") = true),
+                help::savePreset);
     python::def("delete_preset", &OnMainThread<&ktHostModuleRun::deletePreset>::call, arg("name"), help::deletePreset);
     python::def("set_threads", &OnMainThread<&ktHostModuleRun::setThreads>::call, arg("count"), help::setThreads);
     python::def("set_tracer", &OnMainThread<&ktHostModuleRun::setTracer>::call, arg("name"), help::setTracer);

@@ -99,15 +99,27 @@ inline const char settings[] =
 
 inline const char presets[] = "presets()\n\nReturns the names of all presets.\n\n@rtype: list of str";
 
-inline const char applyPreset[] = "apply_preset(name)\n\nSets all settings from a preset, as one undo step.\n\n"
-                                  "@type name: str\n@raise kthost.Error: There is no preset of that name.";
+inline const char applyPreset[] =
+    "apply_preset(name)\n\n"
+    "Sets all settings from a preset, as one undo step. If several presets have the name, the first is applied and\n"
+    "a warning is logged.\n\n"
+    "@type name: str\n@raise kthost.Error: There is no preset of that name.";
 
-inline const char savePreset[] = "save_preset(name)\n\nSaves the current settings under a name.\n\n"
-                                 "@type name: str\n@raise kthost.Error: The presets file cannot be written.";
+inline const char savePreset[] =
+    "save_preset(name, replace=True)\n\n"
+    "Saves the current settings under a name, in place of all presets of that name. Keeps the presets that other\n"
+    "processes have saved.\n\n"
+    "@type name: str\n"
+    "@param replace: False refuses a name that a preset has.\n@type replace: bool\n"
+    "@raise kthost.Error: A preset has the name and replace is False, another process keeps the presets locked for\n"
+    "    5 seconds, or the presets file cannot be written. The presets are then unchanged.";
 
 inline const char deletePreset[] =
-    "delete_preset(name)\n\nDeletes a preset permanently.\n\n@type name: str\n"
-    "@raise kthost.Error: There is no preset of that name, or the presets file cannot be written.";
+    "delete_preset(name)\n\n"
+    "Deletes all presets of that name permanently. Keeps the presets that other processes have saved.\n\n"
+    "@type name: str\n"
+    "@raise kthost.Error: There is no preset of that name, another process keeps the presets locked for 5 seconds, or\n"
+    "    the presets file cannot be written. The presets are then unchanged.";
 
 inline const char setThreads[] =
     "set_threads(count)\n\nSets the number of threads for bakes and previews. Results do not depend on it.\n\n"

@@ -7,8 +7,6 @@
 #include "ktHostModuleGuard.h"
 #include "ktHostModuleText.h"
 #include "ktHostModuleWatch.h"
-#include "ktHostSignals.h"
-#include "ktLogOutput.h"
 #include "ktNodePermission.h"
 #include "ktScenegraph.h"
 #include "ktScriptedPlugin.h"
@@ -17,49 +15,10 @@
 #include "ktUndoStack.h"
 
 #include <algorithm>
-#include <mutex>
 
 namespace python = boost::python;
 using ktHostModuleGuard::refuse;
 using ktHostModuleGuard::refuseWhileBaking;
-
-namespace {
-
-/// Stores the first error that is logged during its lifetime.
-class FirstError {
-public:
-    FirstError() {
-        connection = QObject::connect(
-            &ktHostSignals::the(), &ktHostSignals::logged, &ktHostSignals::the(),
-            [this](int level, const QString& line) {
-                const std::lock_guard<std::mutex> guard(mutex);
-                if (level == static_cast<int>(ktLogLevel::Error) && text.empty())
-                    text = line.toStdString();
-            },
-            Qt::DirectConnection);
-    }
-    ~FirstError() { QObject::disconnect(connection); }
-
-    std::string get() const {
-        const std::lock_guard<std::mutex> guard(mutex);
-        return text;
-    }
-
-private:
-    QMetaObject::Connection connection;
-    mutable std::mutex mutex;
-    std::string text;
-};
-
-int findPreset(const std::string& name) {
-    const std::vector<std::string> names = ktScriptedPlugin::the().getPresetNames();
-    const auto found = std::find(names.begin(), names.end(), name);
-    if (found == names.end())
-        throw ktHostModuleError("no preset is called \"" + name + "\"");
-    return static_cast<int>(found - names.begin());
-}
-
-} // namespace
 
 bool ktHostModuleRun::bake(bool missing, const python::object& keep) {
     refuseWhileBaking();
@@ -110,25 +69,23 @@ python::list ktHostModuleRun::presets() {
 
 void ktHostModuleRun::applyPreset(const python::object& name) {
     refuseWhileBaking();
-    ktScriptedPlugin::the().applyPreset(findPreset(ktTextArgument(name, "name")));
+    const std::string text = ktTextArgument(name, "name");
+    if (!ktScriptedPlugin::the().applyPreset(text))
+        throw ktHostModuleError("no preset is called \"" + text + "\"");
 }
 
-void ktHostModuleRun::savePreset(const python::object& name) {
+void ktHostModuleRun::savePreset(const python::object& name, bool replace) {
     const std::string text = ktTextArgument(name, "name");
     if (text.empty())
         throw ktHostModuleError("a preset needs a name");
-    const FirstError error;
-    ktScriptedPlugin::the().addPreset(text);
-    if (!error.get().empty())
-        throw ktHostModuleError(error.get());
+    if (const std::string reason = ktScriptedPlugin::the().savePreset(text, replace); !reason.empty())
+        throw ktHostModuleError(reason);
 }
 
 void ktHostModuleRun::deletePreset(const python::object& name) {
-    const int index = findPreset(ktTextArgument(name, "name"));
-    const FirstError error;
-    ktScriptedPlugin::the().deletePreset(index);
-    if (!error.get().empty())
-        throw ktHostModuleError(error.get());
+    const std::string reason = ktScriptedPlugin::the().deletePreset(ktTextArgument(name, "name"));
+    if (!reason.empty())
+        throw ktHostModuleError(reason);
 }
 
 void ktHostModuleRun::setThreads(int count) {

@@ -11,7 +11,7 @@ boost::python::dict settings();
 
 boost::python::list presets();
 void applyPreset(const boost::python::object& name);
-void savePreset(const boost::python::object& name);
+void savePreset(const boost::python::object& name, bool replace);
 void deletePreset(const boost::python::object& name);
 
 void setThreads(int count);
