@@ -6,12 +6,19 @@
 #include "ktBakeExit.h"
 #include "ktBakeOptions.h"
 #include "ktLog.h"
+#include "ktNearNames.h"
 #include "ktPresetStore.h"
 
 #include <iostream>
+#include <vector>
 
-static std::string listNames(const QList<QString>& names) {
-    std::string list;
+/// The end of a message about an unknown name: near names, then all.
+static std::string listNames(const std::string& wanted, const QList<QString>& names) {
+    std::vector<std::string> all;
+    for (const QString& name : names)
+        all.push_back(name.toStdString());
+    const std::string near = ktSuggestNames(wanted, all, "\"");
+    std::string list = near.empty() ? "." : near;
     const char* separator = " There are: \"";
     for (const QString& name : names) {
         list += separator + name.toStdString() + "\"";
@@ -34,7 +41,7 @@ int findPreset(const QList<QString>& names, const std::string& wanted, std::stri
     if (count == 1)
         return found;
     message = count == 0 ? "No preset is called \"" : "More than one preset begins with \"";
-    message += wanted + "\"." + listNames(names);
+    message += wanted + "\"" + listNames(wanted, names);
     return -1;
 }
 
@@ -45,20 +52,21 @@ void printPresets() {
 }
 
 /// Logs why a change of the presets was not done. @return exit code
-static int exitCodeOf(const ktPresetStore::Result& result) {
+static int exitCodeOf(const ktPresetStore::Result& result, const char* option, const std::string& name) {
     if (result.kind == ktPresetStore::Result::Done)
         return ktBakeExit::done;
     const bool isRefused = result.kind == ktPresetStore::Result::Refused;
-    ktLog::error("%s%s", result.reason.c_str(),
-                 isRefused ? ("." + listNames(ktAmbientOcclusion::the()->getPresetNames())).c_str() : "");
+    ktLog::error("%s: %s%s", option, result.reason.c_str(),
+                 isRefused ? listNames(name, ktAmbientOcclusion::the()->getPresetNames()).c_str() : "");
     return isRefused ? ktBakeExit::usage : ktBakeExit::notWritten;
 }
 
 int editPresets(const ktBakeOptions& options) {
     int exitCode = ktBakeExit::done;
     if (!options.deletePreset.empty())
-        exitCode = exitCodeOf(ktPresetStore::remove(options.deletePreset));
+        exitCode = exitCodeOf(ktPresetStore::remove(options.deletePreset), "--delete-preset", options.deletePreset);
     if (exitCode == ktBakeExit::done && !options.savePreset.empty())
-        exitCode = exitCodeOf(ktPresetStore::save(options.savePreset, ktPresetStore::Existing::Replace));
+        exitCode = exitCodeOf(ktPresetStore::save(options.savePreset, ktPresetStore::Existing::Replace),
+                              "--save-preset", options.savePreset);
     return exitCode;
 }

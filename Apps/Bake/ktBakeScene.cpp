@@ -8,7 +8,9 @@
 #include "ktGeometryInstances.h"
 #include "ktLengthUnit.h"
 #include "ktLog.h"
+#include "ktNearNames.h"
 #include "ktNodeAttachments.h"
+#include "ktNodeUtils.h"
 #include "ktPreview.h"
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
@@ -29,6 +31,20 @@ bool holdsSettings(const osg::NodePtr& node) {
         if (texts->getKey(i).compare(0, 2, "AO") == 0)
             return true;
     return false;
+}
+
+void collectNames(const osg::NodePtr& node, std::set<std::string>& names) {
+    if (const char* name = ktNodeUtils::getName(node))
+        names.insert(name);
+    for (osg::UInt32 child = 0; child < node->getNChildren(); ++child)
+        collectNames(node->getChild(child), names);
+}
+
+/// The end of a message about a node that the scene does not have: names that are near.
+std::string suggestNodes(const osg::NodePtr& root, const std::string& wanted) {
+    std::set<std::string> names;
+    collectNames(root, names);
+    return ktSuggestNames(wanted, {names.begin(), names.end()}, "\"");
 }
 
 } // namespace
@@ -104,12 +120,13 @@ int ktBakeScene::findSettingsNode(const ktBakeOptions& options, osg::NodePtr& no
         return ktBakeExit::done;
     const std::vector<osg::NodePtr> nodes = ktSceneState::findNodes(options.settingsFrom);
     if (nodes.empty()) {
-        ktLog::error("%s: no node is called \"%s\"", options.scene.c_str(), options.settingsFrom.c_str());
+        ktLog::error("%s: --settings-from: no node is called \"%s\"%s", options.scene.c_str(),
+                     options.settingsFrom.c_str(), suggestNodes(file->getRoot(), options.settingsFrom).c_str());
         return ktBakeExit::badInput;
     }
     const auto found = std::find_if(nodes.begin(), nodes.end(), holdsSettings);
     if (found == nodes.end()) {
-        ktLog::error("%s: the node \"%s\" holds no settings: it was not baked", options.scene.c_str(),
+        ktLog::error("%s: --settings-from: the node \"%s\" holds no settings: it was not baked", options.scene.c_str(),
                      options.settingsFrom.c_str());
         return ktBakeExit::badInput;
     }
@@ -123,7 +140,8 @@ int ktBakeScene::select(const ktBakeOptions& options) {
     const std::vector<std::string> unknown =
         options.select.empty() ? std::vector<std::string>() : ktSceneState::selectByName(options.select);
     for (const std::string& name : unknown)
-        ktLog::error("%s: no node is called \"%s\"", options.scene.c_str(), name.c_str());
+        ktLog::error("%s: --select: no node is called \"%s\"%s", options.scene.c_str(), name.c_str(),
+                     suggestNodes(file->getRoot(), name).c_str());
     if (!unknown.empty())
         return ktBakeExit::badInput;
     if (options.missing)

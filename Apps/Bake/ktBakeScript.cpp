@@ -101,7 +101,7 @@ int runBakeScript(const ktBakeOptions& options) {
     ktLogOutput::setQuiet(options.quiet);
     const QFileInfo script(QString::fromStdString(options.script));
     if (!script.isFile() || !script.isReadable()) {
-        ktLog::error("%s: there is no such script, or it cannot be read", options.script.c_str());
+        ktLog::error("--script %s: there is no such script, or it cannot be read", options.script.c_str());
         return ktBakeExit::badInput;
     }
     for (const std::string& file : {options.output, options.preview})

@@ -40,6 +40,14 @@ QJsonValue describe(Row row, const typename Row::Value& value) {
         return value;
 }
 
+/// An option as typed, with the length that it means; or the length alone if the option was not given.
+std::string describeDistance(const char* option, const std::optional<ktBakeDistance>& given, double millimetres) {
+    const std::string length = QString::number(millimetres, 'g', 6).toStdString() + " mm";
+    if (!given)
+        return length;
+    return std::string(option) + " " + given->typed + (given->isPercent ? ", which is " + length : "");
+}
+
 } // namespace
 
 int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode, double sceneDiagonal) {
@@ -48,7 +56,7 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
         std::string message;
         const int index = findPreset(plugin->getPresetNames(), options.preset, message);
         if (index < 0) {
-            ktLog::error("%s", message.c_str());
+            ktLog::error("--preset: %s", message.c_str());
             return ktBakeExit::usage;
         }
         plugin->applyPreset(index);
@@ -66,8 +74,11 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
     });
 
     if (!(plugin->getMinDistance() < plugin->getMaxDistance())) {
-        ktLog::error("The minimum distance (%g mm) must be smaller than the maximum distance (%g mm).",
-                     static_cast<double>(plugin->getMinDistance()), static_cast<double>(plugin->getMaxDistance()));
+        const auto nearest = static_cast<double>(plugin->getMinDistance());
+        const auto farthest = static_cast<double>(plugin->getMaxDistance());
+        ktLog::error("The minimum distance (%s) must be smaller than the maximum distance (%s).",
+                     describeDistance("--min-distance", options.minDistance, nearest).c_str(),
+                     describeDistance("--max-distance", options.maxDistance, farthest).c_str());
         return ktBakeExit::usage;
     }
     return ktBakeExit::done;

@@ -13,6 +13,7 @@
 struct ktBakeDistance {
     double value = 0;       ///< world units, or percent
     bool isPercent = false; ///< given as `3%`
+    std::string typed;      ///< as given, for messages
 
     /// World units for a scene of this diagonal (world units).
     double inWorldUnits(double sceneDiagonal) const { return isPercent ? value / 100 * sceneDiagonal : value; }

@@ -1,0 +1,312 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The one place where the options of ktbake are declared: name, value, default, help and where the value goes.
+#include "ktBakeOptionTable.h"
+
+#include "ktAmbientOcclusion.h"
+#include "ktBakeOptions.h"
+#include "ktBakeUsageError.h"
+#include "ktBakeValues.h"
+#include "ktLengthUnit.h"
+#include "ktNearNames.h"
+
+#include <functional>
+#include <iterator>
+#include <QString>
+#include <QStringList>
+
+namespace {
+
+namespace Settings = ktAmbientOcclusionSettings;
+using namespace ktBakeValues;
+
+using Set = std::function<void(const std::string& option, const std::string& text)>;
+
+template <class Row>
+std::string optionOf(Row row) {
+    return std::string("--") + row.names.option;
+}
+
+Set into(std::string& target) {
+    return [&target](const std::string&, const std::string& text) { target = text; };
+}
+
+/// Callbacks of the options refer to the ktBakeOptions, not to this object.
+class Table {
+public:
+    Table(CLI::App& app_, ktBakeOptions& options_) : app(app_), options(options_) {}
+
+    std::vector<ktBakeOptionInfo> addAll() && {
+        addFiles();
+        addSelection();
+        addSettings();
+        addPresets();
+        addRun();
+        return std::move(infos);
+    }
+
+private:
+    CLI::App& app;
+    ktBakeOptions& options;
+    const ktAmbientOcclusion& defaults = *ktAmbientOcclusion::the();
+    std::string group;
+    std::vector<ktBakeOptionInfo> infos;
+
+    ktBakeOptionInfo& describe(const std::string& names, const std::string& help) {
+        ktBakeOptionInfo info;
+        for (const QString& name : QString::fromStdString(names).split(','))
+            info.names.push_back(name.toStdString());
+        info.group = group;
+        info.help = help;
+        return infos.emplace_back(info);
+    }
+
+    /// An option with a value. The help shows "argument [defaultValue]".
+    ktBakeOptionInfo& value(const std::string& names, const Set& set, const std::string& help,
+                            const std::string& argument, const std::string& defaultValue = {}) {
+        ktBakeOptionInfo& info = describe(names, help);
+        info.argument = argument;
+        info.defaultValue = defaultValue;
+        const std::string name = info.longName();
+        app.add_option_function<std::string>(
+               names, [set, name](const std::string& text) { set(name, text); }, help)
+            ->group(group)
+            ->option_text(defaultValue.empty() ? argument : argument + " [" + defaultValue + "]");
+        return info;
+    }
+
+    void file(const std::string& names, std::string& target, const std::string& help, const std::string& argument,
+              const std::vector<std::string>& endings, const std::string& defaultValue = {}) {
+        ktBakeOptionInfo& info = value(names, into(target), help, argument, defaultValue);
+        info.kind = ktBakeValueKind::File;
+        info.values = endings;
+    }
+
+    void choice(const std::string& names, const std::vector<std::string>& choices, const std::function<void(int)>& set,
+                const std::string& help, const std::string& defaultValue = {}) {
+        std::string argument;
+        for (const std::string& one : choices)
+            argument += (argument.empty() ? "" : "|") + one;
+        ktBakeOptionInfo& info = value(
+            names,
+            [choices, set](const std::string& option, const std::string& text) {
+                set(parseChoice(option, text, choices));
+            },
+            help, argument, defaultValue);
+        info.kind = ktBakeValueKind::Choice;
+        info.values = choices;
+    }
+
+    void preset(const std::string& name, std::string& target, const std::string& help) {
+        value(name, into(target), help, "NAME").kind = ktBakeValueKind::Preset;
+    }
+
+    void flag(const std::string& names, const std::function<void()>& set, const std::string& help) {
+        describe(names, help);
+        // The text keeps CLI11 from printing more about the flag.
+        app.add_flag_callback(names, set, help)->group(group)->option_text(" ");
+    }
+
+    /// `--name` and `--no-name`.
+    void onOff(const std::string& name, std::optional<bool>& target, const std::string& help, bool defaultValue) {
+        flag(
+            "--" + name, [&target] { target = true; }, help + (defaultValue ? " [on]" : " [off]"));
+        flag(
+            "--no-" + name, [&target] { target = false; }, "the opposite");
+    }
+
+    void addFiles() {
+        group = "Files";
+        ktBakeOptionInfo& scene =
+            describe("SCENE", "scene to bake: glTF (.glb, .gltf), OBJ, PLY, STL, FBX, Collada, ...");
+        scene.kind = ktBakeValueKind::File;
+        scene.values = {".glb", ".gltf", ".obj", ".ply", ".stl", ".fbx", ".dae", ".ac", ".3ds", ".off", ".x"};
+        app.add_option("SCENE", options.scene, scene.help)->option_text(" ");
+        file("-o,--output", options.output, "baked scene", "FILE.glb|.gltf", {".glb", ".gltf"}, "SCENE-baked.glb");
+        file("--preview", options.preview, "picture of the baked scene", "FILE.png", {".png"});
+        file("--stats", options.stats, "times and counts of the run", "FILE.json", {".json"});
+        ktBakeOptionInfo& unit = value(
+            "--unit",
+            [&options = options](const std::string& option, const std::string& text) {
+                const std::vector<std::string> units = {"auto", "mm", "cm", "m", "inch", "foot"};
+                if (!ktParseLengthUnit(text))
+                    throw ktBakeUsageError(option, text,
+                                           "must be auto, mm, cm, m, inch, foot or a length in millimetres" +
+                                               ktSuggestNames(text, units));
+                options.unit = text;
+            },
+            "length of one unit of the file; auto trusts glTF files of plausible size", "auto|mm|cm|m|inch|foot|MM",
+            "auto");
+        unit.kind = ktBakeValueKind::Choice;
+        unit.values = {"auto", "mm", "cm", "m", "inch", "foot"};
+        choice(
+            "--shade", {"multiply", "none"}, [&options = options](int how) { options.multiplyColors = how == 0; },
+            "multiply the light into the vertex colours, for viewers", "multiply");
+        value(
+            "--exposure",
+            [&options = options](const std::string& option, const std::string& text) {
+                options.exposure = parsePositive(option, text);
+            },
+            "scale of the light that is multiplied in", "FLOAT", "1");
+        flag(
+            "--unique-instances", [&options = options] { options.uniqueInstances = true; },
+            "give each use of a mesh its own results");
+        flag(
+            "--ground-plane", [&options = options] { options.groundPlane = true; },
+            "put a plane below the scene that catches its shadow");
+    }
+
+    void addSelection() {
+        group = "What to do";
+        ktBakeOptionInfo& select = describe("--select", "bake what is below these nodes only");
+        select.argument = "NAME ...";
+        select.defaultValue = "the scene's top nodes";
+        select.takesSeveral = true;
+        // Each name comes with the option, so that CLI11 does not read a name in brackets as a list.
+        app.add_option(select.longName(), options.select, select.help)
+            ->group(group)
+            ->option_text(select.argument + " [" + select.defaultValue + "]")
+            ->expected(1)
+            ->allow_extra_args(false)
+            ->take_all();
+        flag(
+            "--missing", [&options = options] { options.missing = true; }, "bake only what has no results yet");
+        choice(
+            "--clear", {"shadows", "indirect"},
+            [&options = options](int what) {
+                options.clear = what == 0 ? ktBakeClear::Shadows : ktBakeClear::Indirect;
+            },
+            "remove results instead of baking");
+        flag(
+            "--active", [&options = options] { options.activeOnly = true; },
+            "with --clear: leave hidden parts as they are");
+    }
+
+    void addSettings() {
+        Settings::forEachSetting<&Settings::Places::options>([this](auto row) {
+            group = row.group;
+            addSetting(row, row);
+        });
+    }
+
+    // One option per setting. The second argument picks the overload for the setting's kind.
+
+    template <class Row>
+    void addSetting(Row row, Settings::Integer) {
+        const int least = static_cast<int>(row.range.least), most = static_cast<int>(row.range.most);
+        std::optional<int>& target = options.given(row);
+        ktBakeOptionInfo& info = value(
+            optionOf(row),
+            [&target, least, most](const std::string& option, const std::string& text) {
+                target = parseInteger(option, text, least, most);
+            },
+            row.help, row.argument ? row.argument : std::to_string(least) + ".." + std::to_string(most),
+            std::to_string(row.get(defaults)) + row.initialNote);
+        if (row.argument)
+            return;
+        info.kind = ktBakeValueKind::Choice;
+        for (int i = least; i <= most; ++i)
+            info.values.push_back(std::to_string(i));
+    }
+
+    template <class Row>
+    void addSetting(Row row, Settings::Choice) {
+        const std::vector<std::string> choices(std::begin(row.choices), std::end(row.choices));
+        std::optional<int>& target = options.given(row);
+        choice(
+            optionOf(row), choices, [&target](int index) { target = index; }, row.help,
+            choices.at(static_cast<size_t>(row.get(defaults))));
+    }
+
+    template <class Row>
+    void addSetting(Row row, Settings::Switch) {
+        onOff(row.names.option, options.given(row), row.help, row.get(defaults));
+    }
+
+    template <class Row, class Value>
+    void addSetting(Row row, Settings::Length<Value>) {
+        std::optional<ktBakeDistance>& target = options.given(row);
+        value(
+            optionOf(row),
+            [&target](const std::string& option, const std::string& text) {
+                target = parseDistance(option, text, Row::isLeastExcluded);
+            },
+            row.help, "MM|PERCENT%", format(row.get(defaults)));
+    }
+
+    template <class Row>
+    void addSetting(Row row, Settings::Real) {
+        std::optional<double>& target = options.given(row);
+        value(
+            optionOf(row),
+            [&target](const std::string& option, const std::string& text) {
+                target = parseReal(option, text, Row::range.least, Row::range.most);
+            },
+            row.help, "FLOAT", format(row.get(defaults)));
+    }
+
+    template <class Row>
+    void addSetting(Row row, Settings::Color) {
+        const osg::Color3f color = row.get(defaults);
+        std::optional<std::array<float, 3>>& target = options.given(row);
+        value(
+            optionOf(row),
+            [&target](const std::string& option, const std::string& text) { target = parseColor(option, text); },
+            row.help, "R,G,B", format(color[0]) + "," + format(color[1]) + "," + format(color[2]));
+    }
+
+    /// A colour switches this on, so the option only switches it off.
+    template <class Row>
+    void addSetting(Row row, Settings::OverrideMaterialColor) {
+        flag(
+            std::string("--no-") + Settings::MaterialColor::names.option,
+            [&options = options] { options.overrideColor = false; }, row.help);
+    }
+
+    void addPresets() {
+        group = "Presets";
+        preset("--preset", options.preset, "settings by name or its beginning; other options change them");
+        value("--settings-from", into(options.settingsFrom), "settings that this node was baked with", "NODE");
+        preset("--save-preset", options.savePreset, "keep the settings under a name");
+        preset("--delete-preset", options.deletePreset, "remove a preset");
+        flag(
+            "--list-presets", [&options = options] { options.listPresets = true; }, "print the presets' names");
+    }
+
+    void addRun() {
+        group = "Run";
+#ifdef KT_SCRIPTING
+        const char* scriptHelp = "run a Python script instead, on SCENE if given; what follows -- are its arguments";
+#else
+        const char* scriptHelp = "run a Python script: not with this ktbake, built without scripting";
+#endif
+        file("--script", options.script, scriptHelp, "FILE.py", {".py"});
+        value(
+            "--threads",
+            [&options = options](const std::string& option, const std::string& text) {
+                options.threads = parseInteger(option, text, 1, 1024);
+            },
+            "worker threads", "INT", "one a core");
+        choice(
+            "--tracer", {"embree", "hemisphere"},
+            [&options = options](int index) {
+                options.tracer = index == 0 ? ktTracerKind::Embree : ktTracerKind::Hemisphere;
+            },
+            "what follows the rays; the results are the same, to rounding", "hemisphere");
+        flag(
+            "-q,--quiet", [&options = options] { options.quiet = true; }, "print errors only");
+        describe("-h,--help", "print this");
+        app.set_help_flag("-h,--help", "print this")->group(group);
+        describe("-v,-V,--version", "print the version");
+        app.add_flag_callback(
+               "-v,-V,--version", [] { throw CLI::CallForVersion(std::string("ktbake ") + getPluginVersion(), 0); },
+               "print the version")
+            ->group(group)
+            ->option_text(" ");
+    }
+};
+
+} // namespace
+
+std::vector<ktBakeOptionInfo> declareBakeOptions(CLI::App& app, ktBakeOptions& options) {
+    return Table(app, options).addAll();
+}

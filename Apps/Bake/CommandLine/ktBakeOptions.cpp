@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Reads ktbake's command line: parses it, checks options together, and prints help, version and errors.
+#include "ktBakeOptions.h"
+
+#include "ktBakeArguments.h"
+#include "ktBakeExit.h"
+#include "ktBakeOptionInfo.h"
+#include "ktBakeOptionTable.h"
+#include "ktBakeUsageError.h"
+#include "ktBakeValues.h"
+
+#include <algorithm>
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <iostream>
+#include <set>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// @param value as typed; empty: the option has none
+[[noreturn]] void refuse(const std::string& option, const std::string& value, const std::string& reason) {
+    if (value.empty())
+        throw ktBakeUsageError(option, reason);
+    throw ktBakeUsageError(option, value, reason);
+}
+
+/// Each given option with its value as typed; the value of a flag is empty.
+std::vector<std::pair<std::string, std::string>> listGiven(const CLI::App& app) {
+    std::vector<std::pair<std::string, std::string>> given;
+    for (const CLI::Option* option : app.get_options())
+        if (option->count() > 0)
+            given.emplace_back(option->get_name(),
+                               option->get_items_expected_max() > 0 ? option->results().front() : std::string());
+    return given;
+}
+
+void checkEndings(const ktBakeOptions& options) {
+    if (!options.output.empty())
+        ktBakeValues::checkEnding("--output", options.output, {".glb", ".gltf"});
+    if (!options.preview.empty())
+        ktBakeValues::checkEnding("--preview", options.preview, {".png"});
+}
+
+/// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
+void checkScript(const CLI::App& app, const ktBakeOptions& options) {
+    static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--quiet"};
+    static const std::set<std::string> withScene = {"SCENE",   "--output",   "--preview",          "--unit",
+                                                    "--shade", "--exposure", "--unique-instances", "--ground-plane"};
+    for (const auto& [name, value] : listGiven(app)) {
+        if (always.count(name) > 0)
+            continue;
+        if (withScene.count(name) == 0)
+            refuse(name, value, "does not go with --script; the script's own arguments follow --");
+        if (options.scene.empty())
+            refuse(name, value, "needs a SCENE; without one, a --script opens and saves scenes itself");
+    }
+    checkEndings(options);
+}
+
+/// Checks the options that need a scene. Without one, presets can be listed, saved and deleted.
+void checkWithoutScene(const CLI::App& app, const ktBakeOptions& options) {
+    static const std::set<std::string> needScene = {"--output",  "--preview", "--stats", "--settings-from",
+                                                    "--missing", "--clear",   "--select"};
+    if (!options.select.empty())
+        throw ktBakeUsageError("--select", options.select.back(),
+                               "read as the name of a node, and SCENE is missing; put SCENE before --select");
+    if (!options.listPresets && options.savePreset.empty() && options.deletePreset.empty())
+        throw ktBakeUsageError("SCENE", "is missing: give the file of the scene to bake");
+    for (const auto& [name, value] : listGiven(app))
+        if (needScene.count(name) > 0)
+            refuse(name, value, "needs a SCENE");
+}
+
+/// Checks combinations of options.
+void checkTogether(const CLI::App& app, ktBakeOptions& options) {
+    if (options.activeOnly && options.clear == ktBakeClear::Nothing)
+        throw ktBakeUsageError("--active", "needs --clear");
+    const auto &nearest = options.minDistance, &farthest = options.maxDistance;
+    if (nearest && farthest && nearest->isPercent == farthest->isPercent && nearest->value >= farthest->value)
+        throw ktBakeUsageError("--min-distance", nearest->typed,
+                               "must be smaller than --max-distance " + farthest->typed);
+    if (options.clear != ktBakeClear::Nothing && options.missing)
+        throw ktBakeUsageError("--clear", options.clear == ktBakeClear::Shadows ? "shadows" : "indirect",
+                               "removes results, and --missing adds them; give one of the two");
+    if (options.scene.empty()) {
+        checkWithoutScene(app, options);
+        return;
+    }
+    checkEndings(options);
+    if (options.output.empty()) {
+        const fs::path scene = options.scene;
+        options.output = (scene.parent_path() / (scene.stem().string() + "-baked.glb")).string();
+    }
+}
+
+void describeProgram(CLI::App& app) {
+    app.get_formatter()->column_width(46);
+    app.footer(std::string("\n") + ktBakeText::lengths +
+               "\nValues in [brackets] hold without the option.\n"
+               "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 bad input, 4 could not write,\n"
+               "5 the script failed, 130 cancelled; a script may end with a code of its own.\n");
+}
+
+} // namespace
+
+std::vector<ktBakeOptionInfo> describeBakeOptions() {
+    CLI::App app;
+    ktBakeOptions options;
+    return declareBakeOptions(app, options);
+}
+
+std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, ktBakeOptions& options) {
+    CLI::App app(std::string(ktBakeText::purpose) + "\n", "ktbake");
+    describeProgram(app);
+    const std::vector<ktBakeOptionInfo> infos = declareBakeOptions(app, options);
+    try {
+        ktBakeArguments given = readBakeArguments(arguments, infos);
+        options.scriptArguments = std::move(given.forScript);
+        std::reverse(given.normalised.begin(), given.normalised.end());
+        app.parse(given.normalised);
+        if (!options.script.empty()) {
+            checkScript(app, options);
+            return {};
+        }
+        if (options.overrideColorValue)
+            options.overrideColor = true;
+        checkTogether(app, options);
+    } catch (const CLI::Success& request) { // for help or the version
+        return app.exit(request, std::cout, std::cerr);
+    } catch (const std::runtime_error& error) {
+        std::cerr << "ktbake: " << error.what() << "\nktbake --help lists the options.\n";
+        return ktBakeExit::usage;
+    }
+    return {};
+}
