@@ -53,11 +53,12 @@ void ktSaveBenchmarkScene(const ktBenchmarkScene& scene, const std::string& path
     for (const ktBenchmarkMesh& mesh : scene.meshes) {
         const std::size_t vertices = mesh.vertexCount();
         const std::size_t position = addAccessor(document, length, mesh.positions.data(), vertices, "VEC3", 3, floats);
-        const std::size_t normal = addAccessor(document, length, mesh.normals.data(), vertices, "VEC3", 3, floats);
+        Json attributes = {{"POSITION", position}};
+        if (mesh.writesNormals)
+            attributes["NORMAL"] = addAccessor(document, length, mesh.normals.data(), vertices, "VEC3", 3, floats);
         const std::size_t index =
             addAccessor(document, length, mesh.indices.data(), mesh.indices.size(), "SCALAR", 1, unsignedInts);
-        document["meshes"].push_back(
-            {{"primitives", {{{"attributes", {{"POSITION", position}, {"NORMAL", normal}}}, {"indices", index}}}}});
+        document["meshes"].push_back({{"primitives", {{{"attributes", attributes}, {"indices", index}}}}});
         document["nodes"].push_back({{"mesh", document["meshes"].size() - 1}});
         document["scenes"][0]["nodes"].push_back(document["nodes"].size() - 1);
     }
@@ -78,7 +79,8 @@ void ktSaveBenchmarkScene(const ktBenchmarkScene& scene, const std::string& path
         const auto bytes = static_cast<std::streamsize>(mesh.normals.size() *
                                                         sizeof(float)); // positions have one more float as padding
         file.write(reinterpret_cast<const char*>(mesh.positions.data()), bytes);
-        file.write(reinterpret_cast<const char*>(mesh.normals.data()), bytes);
+        if (mesh.writesNormals)
+            file.write(reinterpret_cast<const char*>(mesh.normals.data()), bytes);
         file.write(reinterpret_cast<const char*>(mesh.indices.data()),
                    static_cast<std::streamsize>(mesh.indices.size() * sizeof(std::uint32_t)));
     }

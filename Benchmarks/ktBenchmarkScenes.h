@@ -10,6 +10,7 @@ struct ktBenchmarkMesh {
     std::vector<float> positions; ///< x, y, z per vertex, and one float of padding at the end
     std::vector<float> normals;   ///< x, y, z per vertex
     std::vector<std::uint32_t> indices;
+    bool writesNormals = true; ///< false: a file of this mesh has no normals
     std::uint32_t vertexCount() const { return static_cast<std::uint32_t>(normals.size() / 3); }
     std::uint32_t triangleCount() const { return static_cast<std::uint32_t>(indices.size() / 3); }
 };

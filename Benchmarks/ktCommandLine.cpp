@@ -22,6 +22,12 @@ void ktCommandLine::addRequired(const std::string& name, std::string& value, con
     app->add_option(name, value, help)->required();
 }
 
+void ktCommandLine::addEach(const std::string& name, std::vector<std::string>& values, const std::string& help) {
+    CLI::Option* const option = addOption(name, values, help);
+    if (!option->get_positional())
+        option->allow_extra_args(false);
+}
+
 template <class Value>
 void ktCommandLine::addPositive(const std::string& name, Value& value, const std::string& help) {
     addOption(name, value, help)->check(CLI::PositiveNumber);

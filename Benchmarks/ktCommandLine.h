@@ -24,6 +24,8 @@ public:
     template <class Value>
     void add(const std::string& name, Value& value, const std::string& help);
     void addRequired(const std::string& name, std::string& value, const std::string& help);
+    /// Takes one word each time the user gives `name`. By position: all words that are left.
+    void addEach(const std::string& name, std::vector<std::string>& values, const std::string& help);
     /// Accepts values above 0.
     template <class Value>
     void addPositive(const std::string& name, Value& value, const std::string& help);

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktSkyReference.h"
+
+/// The error of baked values at points of the surface.
+struct ktQualityError {
+    double rms = 0;          ///< root mean square; the noise of the reference is subtracted
+    double percentile95 = 0; ///< 95 % of the points have at most this error; includes the noise of the reference
+    double shareOff = 0;     ///< share of the points with an error above 0.1; likewise
+    double shareInside = 0;  ///< share of all points that was left out, because they are inside a solid
+    double shareDark = 0;    ///< share of all points that was left out, because they see less than 2 % of the sky
+    std::size_t points = 0;  ///< that count
+};
+
+/// Compares values with the reference. Leaves out points that the reference finds inside a solid or nearly dark.
+/// @param baked one value per element of `reference`
+ktQualityError ktMeasureError(const std::vector<float>& baked, const std::vector<ktSkyEstimate>& reference);

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktQualityScene.h"
+
+#include <string>
+
+/// Reads a baked glTF file in the pose and with the visibility that a viewer shows. Surfaces whose file has no normals
+/// get, at each corner, the mean normal of the faces at that vertex that are inclined by at most 30 degrees to the
+/// corner's face. Ground planes and environments are not measured. Transparent surfaces occlude nothing.
+/// @param diagonal_mm diagonal of the scene's bounds, as the statistics of the bake say: it gives the unit of the file
+/// @throws std::runtime_error with the file's name if it cannot be read
+ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm);
+
+/// The normals that surfaces without normals get; see ktReadQualityScene().
+/// @return x, y, z for each of `mesh.indices`
+std::vector<float> ktMakeCreaseNormals(const ktQualityMesh& mesh);
