@@ -337,7 +337,7 @@ class Bake(Host):
     def test_locked_nodes_are_told(self):
         write_locked(self.path("safe.gltf"))
         kthost.open(self.path("safe.gltf"))
-        self.assertEqual([n.name for n in kthost.nodes() if n.locked and n.name], ["safe"])
+        self.assertEqual([n.name for n in kthost.nodes() if n.locked and n.path], ["safe"])
         kthost.select("safe")
         with self.assertRaises(kthost.Error) as caught:
             kthost.bake()

@@ -86,11 +86,24 @@ BOOST_PYTHON_MODULE(kthost) {
     ktInitBufferType();
 
     python::class_<ktHostModuleNode>("Node", help::node, python::no_init)
-        .add_property("name", &ktHostModuleNode::getName, "Name; empty for a node without one.")
-        .add_property("path", &ktHostModuleNode::getPath,
-                      "Path from the top of the scene, as select() takes it; empty for a node without a name.")
+        .add_property("name", &ktHostModuleNode::getName,
+                      "Name in the file; empty for a node without one. Geometry has the name of its node in the file.")
+        .add_property(
+            "path", &ktHostModuleNode::getPath,
+            "Path from the top of the scene, as select() takes it; empty for geometry, and for a node without\n"
+            "a name.")
         .add_property("kind", &ktHostModuleNode::getKind, "Kind of the node's core, such as \"Geometry\".")
         .add_property("vertices", &ktHostModuleNode::getVertexCount, "Vertices of the node's own geometry.")
+        .add_property("parent", &ktHostModuleNode::getParent, "Node above this one; None for the top of the scene.")
+        .add_property("children", &ktHostModuleNode::getChildren, "List of the nodes directly below this one.")
+        .add_property(
+            "geometry", &ktHostModuleNode::getGeometry,
+            "List of the nodes that hold this node's geometry, one per primitive in a glTF file. results() takes\n"
+            "each of them. A node of kind \"Geometry\" lists itself.")
+        .add_property("matrix", &ktHostModuleNode::getMatrix,
+                      "Four rows of four floats that take positions (as columns) from this node to its parent.")
+        .add_property("world_matrix", &ktHostModuleNode::getWorldMatrix,
+                      "The same from this node to the world, in millimetres.")
         .add_property("locked", &ktHostModuleNode::isLocked,
                       "Whether the node, or one above it, is locked against bakes.")
         .def("__eq__", &ktHostModuleNode::operator==)
@@ -109,6 +122,7 @@ BOOST_PYTHON_MODULE(kthost) {
                 help::preview);
 
     python::def("nodes", &OnMainThread<&ktHostModuleNodes::nodes>::call, help::nodes);
+    python::def("find", &OnMainThread<&ktHostModuleNodes::find>::call, arg("name"), help::find);
     python::def("select", &OnMainThread<&ktHostModuleNodes::select>::call, arg("nodes") = python::object(),
                 help::select);
     python::def("selection", &OnMainThread<&ktHostModuleNodes::selection>::call, help::selection);

@@ -54,6 +54,12 @@ inline const char preview[] =
 inline const char nodes[] = "nodes()\n\nReturns all nodes of the scene, parents before their children.\n\n"
                             "@rtype: list of kthost.Node\n@raise kthost.Error: No scene is open.";
 
+inline const char find[] =
+    "find(name)\n\n"
+    "Returns the nodes of that name, or of that path (names separated by \"/\", with wildcards *, ? and [...]).\n"
+    "The selection stays.\n\n"
+    "@type name: str\n@rtype: list of kthost.Node\n@raise kthost.Error: No scene is open.";
+
 inline const char select[] =
     "select(nodes=None)\n\n"
     "Replaces the selection, which says what to bake.\n\n"
@@ -77,9 +83,10 @@ inline const char results[] =
     "    ao         direct result: 1 in the open, 0 fully occluded\n"
     "    indirect   red, green, blue of the bounced light, linear\n"
     "    light      red, green, blue of all incoming light, linear\n\n"
-    "@param node: A kthost.Node, a name or a path. If a text names several nodes, the first one is used.\n"
-    "@type node: kthost.Node or str\n@rtype: dict of str to memoryview\n"
-    "@raise kthost.Error: There is no such node, it holds no geometry, or it has no results.";
+    "@param node: A kthost.Node, a name or a path. If a text names several nodes, the first one with geometry is\n"
+    "    used.\n@type node: kthost.Node or str\n@rtype: dict of str to memoryview\n"
+    "@raise kthost.Error: There is no such node, it holds no geometry or several (pass one of node.geometry), the\n"
+    "    geometry consists of points or lines, or it has no results.";
 
 inline const char bake[] =
     "bake(missing=False, keep=\"finished\")\n\n"

@@ -3,6 +3,7 @@
 #include "ktHostModuleNodes.h"
 
 #include "ktBakedLight.h"
+#include "ktGeometryInstances.h"
 #include "ktHostModuleBuffer.h"
 #include "ktHostModuleError.h"
 #include "ktHostModuleGuard.h"
@@ -13,9 +14,11 @@
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
 
+#include <algorithm>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGSimpleAttachments.h>
+#include <OpenSG/OSGTransform.h>
 #include <OpenSG/OSGTriangleIterator.h>
 #include <vector>
 
@@ -23,9 +26,34 @@ namespace python = boost::python;
 
 namespace {
 
-std::string nameOf(const osg::NodePtr& node) {
+std::string ownNameOf(const osg::NodePtr& node) {
     const char* const name = osg::getName(node);
     return name ? name : "";
+}
+
+osg::GeometryPtr geometryOf(const osg::NodePtr& node) {
+    return osg::GeometryPtr::dcast(node->getCore());
+}
+
+/// Whether the node is one of the geometries that a node of the file has: those have no names.
+bool isPartOfParent(const osg::NodePtr& node) {
+    return geometryOf(node) != osg::NullFC && ownNameOf(node).empty() && node->getParent() != osg::NullFC;
+}
+
+/// The name in the file. Geometry has the name of its node in the file.
+std::string nameOf(const osg::NodePtr& node) {
+    return ownNameOf(isPartOfParent(node) ? node->getParent() : node);
+}
+
+/// The nodes that hold the geometry of a node of the file.
+std::vector<osg::NodePtr> partsOf(const osg::NodePtr& node) {
+    if (geometryOf(node) != osg::NullFC)
+        return {node};
+    std::vector<osg::NodePtr> parts;
+    for (osg::UInt32 i = 0; i < node->getNChildren(); ++i)
+        if (isPartOfParent(node->getChild(i)))
+            parts.push_back(node->getChild(i));
+    return parts;
 }
 
 /// Escapes a name for a path that finds this name, and names that have another character in place of a "/".
@@ -39,10 +67,6 @@ std::string escapedForPath(const std::string& name) {
     return escaped;
 }
 
-osg::GeometryPtr geometryOf(const osg::NodePtr& node) {
-    return osg::GeometryPtr::dcast(node->getCore());
-}
-
 std::vector<osg::NodePtr> findNodes(const python::object& what) {
     const python::extract<const ktHostModuleNode&> node(what);
     if (node.check())
@@ -52,6 +76,51 @@ std::vector<osg::NodePtr> findNodes(const python::object& what) {
     if (found.empty())
         throw ktHostModuleError("no node is called \"" + text + "\"");
     return found;
+}
+
+python::list toList(const std::vector<osg::NodePtr>& nodes) {
+    python::list list;
+    for (const osg::NodePtr& node : nodes)
+        list.append(ktHostModuleNode(node));
+    return list;
+}
+
+/// Four rows of four numbers, for column vectors.
+python::tuple toRows(const osg::Matrix& matrix) {
+    const auto row = [&matrix](osg::UInt32 number) {
+        return python::make_tuple(matrix[0][number], matrix[1][number], matrix[2][number], matrix[3][number]);
+    };
+    return python::make_tuple(row(0), row(1), row(2), row(3));
+}
+
+/// Tells what the node lacks, and which nodes below it have it.
+[[noreturn]] void refuseWithoutGeometry(const osg::NodePtr& node) {
+    constexpr std::size_t mostNames = 3;
+    std::vector<std::string> names;
+    ktForEachGeometryInstance(node, ktInstances::All, [&](const ktGeometryInstance& instance) {
+        const std::string name = "\"" + nameOf(instance.node) + "\"";
+        if (std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
+        return names.size() <= mostNames;
+    });
+    std::string text = "the node \"" + nameOf(node) + "\" holds no geometry";
+    for (std::size_t i = 0; i < names.size(); ++i)
+        text += (i == 0 ? "; nodes below it do: " : ", ") + (i < mostNames ? names[i] : "...");
+    throw ktHostModuleError(text);
+}
+
+/// The node whose results a script means. Throws ktHostModuleError if there is not exactly one.
+osg::NodePtr findPart(const python::object& what) {
+    const std::vector<osg::NodePtr> found = findNodes(what);
+    for (const osg::NodePtr& node : found) {
+        const std::vector<osg::NodePtr> parts = partsOf(node);
+        if (parts.size() > 1)
+            throw ktHostModuleError("the node \"" + nameOf(node) + "\" holds " + std::to_string(parts.size()) +
+                                    " geometries; pass one of its member \"geometry\"");
+        if (!parts.empty())
+            return parts.front();
+    }
+    refuseWithoutGeometry(found.front());
 }
 
 osg::NodePtr sceneRoot() {
@@ -96,11 +165,11 @@ python::object ktHostModuleNode::getName() const {
 
 python::object ktHostModuleNode::getPath() const {
     std::string path;
-    if (nameOf(get()).empty())
+    if (ownNameOf(get()).empty())
         return ktTextResult(path);
     const osg::NodePtr root = sceneRoot();
     for (osg::NodePtr node = get(); node != osg::NullFC; node = node == root ? osg::NodePtr() : node->getParent())
-        if (const std::string name = nameOf(node); !name.empty())
+        if (const std::string name = ownNameOf(node); !name.empty())
             path = "/" + escapedForPath(name) + path;
     return ktTextResult(path);
 }
@@ -114,6 +183,35 @@ unsigned int ktHostModuleNode::getVertexCount() const {
     const osg::GeometryPtr geometry = geometryOf(get());
     return geometry == osg::NullFC || geometry->getPositions() == osg::NullFC ? 0u
                                                                               : geometry->getPositions()->getSize();
+}
+
+python::object ktHostModuleNode::getParent() const {
+    const osg::NodePtr node = get();
+    const bool isTop = node == ktScenegraph::getRootNode() || node->getParent() == osg::NullFC;
+    return isTop ? python::object() : python::object(ktHostModuleNode(node->getParent()));
+}
+
+python::list ktHostModuleNode::getChildren() const {
+    const osg::NodePtr node = get();
+    python::list list;
+    for (osg::UInt32 i = 0; i < node->getNChildren(); ++i)
+        list.append(ktHostModuleNode(node->getChild(i)));
+    return list;
+}
+
+python::list ktHostModuleNode::getGeometry() const {
+    return toList(partsOf(get()));
+}
+
+python::tuple ktHostModuleNode::getMatrix() const {
+    const osg::TransformPtr transform = osg::TransformPtr::dcast(get()->getCore());
+    osg::Matrix identity;
+    identity.setIdentity();
+    return toRows(transform == osg::NullFC ? identity : transform->getMatrix());
+}
+
+python::tuple ktHostModuleNode::getWorldMatrix() const {
+    return toRows(get()->getToWorld());
 }
 
 bool ktHostModuleNode::isLocked() const {
@@ -141,6 +239,11 @@ python::list ktHostModuleNodes::nodes() {
             pending.push_back(node->getChild(i));
     }
     return list;
+}
+
+python::list ktHostModuleNodes::find(const python::object& name) {
+    sceneRoot();
+    return toList(ktSceneState::findNodes(ktTextArgument(name, "name")));
 }
 
 python::list ktHostModuleNodes::select(const python::object& what) {
@@ -173,12 +276,26 @@ python::list ktHostModuleNodes::selection() {
     return list;
 }
 
+void ktHostModuleNodes::refusePointsAndLines() {
+    bool isEmpty = true, hasTriangles = false;
+    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
+        ktForEachGeometryInstance(node, ktInstances::All, [&](const ktGeometryInstance& instance) {
+            isEmpty = false;
+            hasTriangles = hasTriangles || ktCountTriangles(instance.geometry) > 0;
+            return !hasTriangles;
+        });
+    if (!isEmpty && !hasTriangles)
+        ktHostModuleGuard::refuse("the selection holds no triangles; points or lines are not baked");
+}
+
 python::dict ktHostModuleNodes::results(const python::object& what) {
-    const osg::NodePtr node = findNodes(what).front();
+    const osg::NodePtr node = findPart(what);
     const std::string name = nameOf(node);
     const osg::GeometryPtr geometry = geometryOf(node);
-    if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC)
-        throw ktHostModuleError("the node \"" + name + "\" holds no geometry");
+    if (geometry->getPositions() == osg::NullFC)
+        throw ktHostModuleError("the geometry \"" + name + "\" has no positions");
+    if (ktCountTriangles(geometry) == 0)
+        throw ktHostModuleError("the geometry \"" + name + "\" has no triangles; points or lines get no results");
     const std::vector<std::array<float, 3>> arriving = ktReadBakedLight(node, geometry);
     if (arriving.empty())
         throw ktHostModuleError("the node \"" + name + "\" has no results");

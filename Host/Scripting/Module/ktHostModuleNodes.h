@@ -17,6 +17,11 @@ public:
     boost::python::object getPath() const;
     std::string getKind() const;
     unsigned int getVertexCount() const;
+    boost::python::object getParent() const;
+    boost::python::list getChildren() const;
+    boost::python::list getGeometry() const;
+    boost::python::tuple getMatrix() const;
+    boost::python::tuple getWorldMatrix() const;
     bool isLocked() const;
     boost::python::object describe() const;
     bool operator==(const ktHostModuleNode& other) const { return id == other.id; }
@@ -31,8 +36,11 @@ private:
 namespace ktHostModuleNodes {
 
 boost::python::list nodes();
+boost::python::list find(const boost::python::object& name);
 boost::python::list select(const boost::python::object& what);
 boost::python::list selection();
 boost::python::dict results(const boost::python::object& node);
+/// Refuses a selection whose geometry is points and lines only.
+void refusePointsAndLines();
 
 } // namespace ktHostModuleNodes

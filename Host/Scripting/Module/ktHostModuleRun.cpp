@@ -5,6 +5,7 @@
 #include "ktControllerState.h"
 #include "ktHostModuleError.h"
 #include "ktHostModuleGuard.h"
+#include "ktHostModuleNodes.h"
 #include "ktHostModuleText.h"
 #include "ktHostModuleWatch.h"
 #include "ktNodePermission.h"
@@ -34,6 +35,7 @@ bool ktHostModuleRun::bake(bool missing, const python::object& keep) {
             return node != osg::NullFC && ktNodePermission::allows(node, ktNodePermission::ChangeIllumination);
         }))
         refuse("every selected node is locked");
+    ktHostModuleNodes::refusePointsAndLines();
     const ktHostModuleWatch::Keep choice(kept == "finished");
     const bool hasRun = ktScriptedPlugin::the().start(missing);
     ktHostModuleWatch::raise();
