@@ -2,8 +2,10 @@
 // Runs ktbake as a child process and reads the statistics that it writes.
 #include "ktQualityBake.h"
 
+#include <algorithm>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -40,6 +42,13 @@ ktQualityBake ktRunQualityBake(const std::string& program, const std::string& sc
     bake.diagonal_mm = all["sceneDiagonalMm"].toDouble();
     bake.minDistance_mm = settings["min-distance"].toDouble();
     bake.maxDistance_mm = settings["max-distance"].toDouble();
+    if (settings["indirect"].toBool())
+        bake.bounces = static_cast<unsigned>(std::max(0, settings["bounces"].toInt()));
+    bake.reflection.isColored = settings["color-bleeding"].toBool();
+    const QJsonArray color = settings["override-color"].toArray();
+    if (settings["override"].toBool() && color.size() == 3)
+        bake.reflection.color = {static_cast<float>(color[0].toDouble()), static_cast<float>(color[1].toDouble()),
+                                 static_cast<float>(color[2].toDouble())};
     bake.mode = settings["mode"].toString().toStdString();
     return bake;
 }

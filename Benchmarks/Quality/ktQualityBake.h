@@ -1,8 +1,20 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
+
+/// What surfaces reflect.
+struct ktQualityReflection {
+    std::optional<std::array<float, 3>> color; ///< of all surfaces; empty: each has the one that the file gives it
+    bool isColored = false;                    ///< false: only the luminance of the colour counts
+
+    bool operator==(const ktQualityReflection& other) const {
+        return color == other.color && isColored == other.isColored;
+    }
+};
 
 /// One run of ktbake.
 struct ktQualityBake {
@@ -12,7 +24,9 @@ struct ktQualityBake {
     double diagonal_mm = 0;    ///< of the scene's bounds
     double minDistance_mm = 0; ///< that the bake used
     double maxDistance_mm = 0; ///< likewise
-    std::string mode;          ///< "classic", "shadows" or "light-and-shadows"
+    unsigned bounces = 0;      ///< 0: no indirect light
+    ktQualityReflection reflection;
+    std::string mode; ///< "classic", "shadows" or "light-and-shadows"
 };
 
 /// Bakes a scene with ktbake as a child process, and waits for its end.

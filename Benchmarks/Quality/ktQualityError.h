@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktSkyReference.h"
+#include "ktQualityReference.h"
 
 /// The error of baked values at points of the surface.
 struct ktQualityError {
@@ -13,6 +13,10 @@ struct ktQualityError {
     std::size_t points = 0;  ///< that count
 };
 
-/// Compares values with the reference. Leaves out points that the reference finds inside a solid or nearly dark.
+/// Compares values of w with the reference. Leaves out points that the reference finds inside a solid or nearly dark.
 /// @param baked one value per element of `reference`
-ktQualityError ktMeasureError(const std::vector<float>& baked, const std::vector<ktSkyEstimate>& reference);
+ktQualityError ktMeasureSkyError(const std::vector<float>& baked, const std::vector<ktQualityEstimate>& reference);
+/// The same for the light. The error of a point is the root mean square over red, green and blue. True light above 1
+/// counts as 1, because vertex colours end there.
+ktQualityError ktMeasureLightError(const std::vector<std::array<float, 3>>& baked,
+                                   const std::vector<ktQualityEstimate>& reference);

@@ -2,15 +2,19 @@
 // Reads a baked glTF file into triangles in world space, with the reading code of the host.
 #include "ktQualityFile.h"
 
+#include "ktBakedLight.h"
 #include "ktFileMessages.h"
 #include "ktGeometryInstances.h"
+#include "ktGltfAccessor.h"
 #include "ktGltfScene.h"
 #include "ktLengthUnit.h"
+#include "ktLuminance.h"
 #include "ktSurfaceColors.h"
 #include "OSGUEnvironmentMaterial.h"
 #include "OSGUEnvironmentSwitchMaterial.h"
 #include "OSGUShadowMaterial.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <OpenSG/OSGTriangleIterator.h>
@@ -113,6 +117,50 @@ ktQualityMesh makeMesh(const ktGeometryInstance& use, bool hasNormals, double sc
     return mesh;
 }
 
+// The light in the vertex colours of a primitive. Empty if it has no results.
+std::vector<std::array<float, 3>> readLight(const ktGltfDocument& document, const ktPrimitiveLink& link,
+                                            const osg::NodePtr& node) {
+    constexpr float leastColor = 1.0f / 255;
+    const ktJson& attributes = document.json["meshes"][link.mesh]["primitives"][link.primitive]["attributes"];
+    const auto index = ktJsonWhole(attributes, "COLOR_0");
+    std::vector<std::array<float, 3>> light = ktReadBakedLight(node, link.geometry);
+    if (!index || !ktJsonMember(attributes, "_SOURCE_COLOR_0"))
+        return {};
+    const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
+    std::vector<float> shown(3 * accessor.count());
+    accessor.readFloats(nullptr, accessor.count(), 3, 1.0f, shown.data());
+    const osg::GeoColors4fPtr colors = osg::GeoColors4fPtr::dcast(link.geometry->getColors());
+    for (std::size_t i = 0; i < light.size(); ++i)
+        for (std::size_t c = 0; c < 3; ++c) {
+            const bool hasColor = colors != osg::NullFC && i < colors->size();
+            const float own =
+                hasColor ? colors->getField()[static_cast<osg::UInt32>(i)][static_cast<osg::UInt32>(c)] : 1.0f;
+            const std::size_t source = 3 * link.sourceOf(i) + c;
+            if (own > leastColor && source < shown.size())
+                light[i][c] = shown[source] / own;
+            else // the vertex colour says nothing of the light
+                light[i][c] = std::min(light[i][c], 1.0f);
+        }
+    return light;
+}
+
+// The colour that a use of a geometry reflects; null if nothing.
+decltype(ktQualityMesh::albedo) readAlbedo(const ktGeometryInstance& use, const ktQualityReflection& reflection,
+                                           const std::vector<std::uint32_t>& indices) {
+    const osg::MaterialPtr material = ktMaterialInEffect(use.node);
+    if (isMaterial<osg::UShadowMaterialPtr>(material))
+        return {};
+    const auto reflected = [isColored = reflection.isColored](const float* color) {
+        const float grey = ktLuminance(color);
+        return isColored ? std::array<float, 3>{color[0], color[1], color[2]} : std::array<float, 3>{grey, grey, grey};
+    };
+    if (reflection.color)
+        return [color = reflected(reflection.color->data())](std::uint32_t, float, float) { return color; };
+    return [=, colors = ktReadSurfaceColors(use.geometry, material)](std::uint32_t triangle, float u, float v) {
+        return reflected(colors.at(&indices[3 * std::size_t(triangle)], u, v).data());
+    };
+}
+
 } // namespace
 
 std::vector<float> ktMakeCreaseNormals(const ktQualityMesh& mesh) {
@@ -144,12 +192,14 @@ std::vector<float> ktMakeCreaseNormals(const ktQualityMesh& mesh) {
     return normals;
 }
 
-ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm) {
+ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm, const ktQualityReflection& reflection) {
     try {
         ktFileMessages messages;
         const ktGltfDocument document = ktReadGltf(QString::fromStdString(path), messages);
         const ktNodeTree tree = ktReadNodeTree(document, {}, messages);
         const ktGltfScene file = ktBuildScene(document, tree, messages);
+        if (!reflection.color)
+            file.materials->loadPictures(messages);
         std::map<osg::UInt32, const ktPrimitiveLink*> links; // by container id of the geometry
         for (const ktPrimitiveLink& link : file.primitives)
             links[osg::GeometryPtr(link.geometry).getFieldContainerId()] = &link;
@@ -165,8 +215,12 @@ ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm) {
         ktForEachGeometryInstance(file.root, ktInstances::Visible, [&](const ktGeometryInstance& use) {
             const auto link = links.find(use.geometry.getFieldContainerId());
             ktQualityMesh mesh = makeMesh(use, link != links.end() && link->second->hasNormals, scale);
-            if (!mesh.indices.empty())
-                scene.meshes.push_back(std::move(mesh));
+            if (mesh.indices.empty())
+                return true;
+            if (link != links.end() && mesh.isMeasured)
+                mesh.light = readLight(document, *link->second, use.node);
+            mesh.albedo = readAlbedo(use, reflection, mesh.indices);
+            scene.meshes.push_back(std::move(mesh));
             return true;
         });
         return scene;

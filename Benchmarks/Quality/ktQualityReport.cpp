@@ -3,6 +3,7 @@
 #include "ktCommandLine.h"
 #include "ktQualityBake.h"
 #include "ktQualityError.h"
+#include "ktQualityEven.h"
 #include "ktQualityFile.h"
 #include "ktQualitySceneList.h"
 #include "ktQualityTable.h"
@@ -21,7 +22,7 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Options {
-    std::vector<std::string> scenes, variants;
+    std::vector<std::string> scenes, variants, evens;
     std::string names, models, samples = "/usr/share/assimp/models";
     std::string ktbake = "ktbake beside this program";
     unsigned rays = 4096, threads = 0;
@@ -40,6 +41,28 @@ Variant parseVariant(const std::string& text) {
     return {text.substr(0, sign), text.substr(sign + 1)};
 }
 
+// An even subdivision, with a multiple of the vertices of a variant.
+struct Even {
+    std::string name, variant;
+    double factor = 1;
+};
+
+Even parseEven(const std::string& text) {
+    const std::size_t sign = text.find('*');
+    Even even{"even " + text, text.substr(0, sign)};
+    if (sign != std::string::npos) {
+        std::size_t end = 0;
+        try {
+            even.factor = std::stod(text.substr(sign + 1), &end);
+        } catch (const std::exception&) {
+            end = 0;
+        }
+        if (end == 0 || sign + 1 + end != text.size() || !(even.factor > 0))
+            throw std::runtime_error("--even " + text + ": is not VARIANT or VARIANT*FACTOR");
+    }
+    return even;
+}
+
 std::string decimal(double value, int digits) {
     char text[64];
     std::snprintf(text, sizeof text, "%.*f", digits, value);
@@ -54,8 +77,15 @@ std::string percent(double share) {
 struct Reference {
     std::uint64_t surface = 0;
     double minDistance_mm = 0, maxDistance_mm = 0;
+    unsigned bounces = 0;
+    ktQualityReflection reflection;
     std::vector<ktQualityPoint> points;
-    std::vector<ktSkyEstimate> estimates;
+    std::vector<ktQualityEstimate> estimates;
+
+    bool fits(const ktQualityBake& bake, std::uint64_t otherSurface) const {
+        return !points.empty() && surface == otherSurface && minDistance_mm == bake.minDistance_mm &&
+               maxDistance_mm == bake.maxDistance_mm && bounces == bake.bounces && reflection == bake.reflection;
+    }
 };
 
 class Report {
@@ -65,6 +95,15 @@ public:
             variants.push_back(parseVariant(text));
         if (variants.empty())
             variants.push_back({"vertices", ""});
+        for (const Variant& variant : variants)
+            rows.push_back(variant.name);
+        for (const std::string& text : options.evens) {
+            evens.push_back(parseEven(text));
+            if (std::find(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(variants.size()),
+                          evens.back().variant) == rows.begin() + static_cast<std::ptrdiff_t>(variants.size()))
+                throw std::runtime_error("--even " + text + ": there is no such variant");
+            rows.push_back(evens.back().name);
+        }
         if (!folder.isValid())
             throw std::runtime_error("no temporary folder: " + folder.errorString().toStdString());
         for (const std::string& path : options.scenes)
@@ -81,11 +120,14 @@ public:
         std::size_t sceneWidth = 0, variantWidth = 0;
         for (const ktQualitySceneEntry& scene : scenes)
             sceneWidth = std::max(sceneWidth, scene.name.size());
-        for (const Variant& variant : variants)
-            variantWidth = std::max(variantWidth, variant.name.size());
+        for (const std::string& row : rows)
+            variantWidth = std::max(variantWidth, row.size());
         const ktQualityTable table({{"scene", sceneWidth, true},
                                     {"variant", variantWidth, true},
                                     {"rms", 6, false},
+                                    {"95 %", 6, false},
+                                    {"off > 0.1", 7, false},
+                                    {"light rms", 6, false},
                                     {"95 %", 6, false},
                                     {"off > 0.1", 7, false},
                                     {"inside", 7, false},
@@ -99,13 +141,11 @@ public:
         bool isGood = true;
         for (const ktQualitySceneEntry& scene : scenes) {
             reference = {};
+            vertices.clear();
             for (const Variant& variant : variants)
-                try {
-                    print(table.row(measure(scene, variant)));
-                } catch (const std::exception& error) {
-                    std::fprintf(stderr, "ktQualityReport: %s\n", error.what());
-                    isGood = false;
-                }
+                isGood &= tryTo([&] { print(table.row(measure(scene, variant))); });
+            for (const Even& even : evens)
+                isGood &= tryTo([&] { print(table.row(measureEven(scene, even))); });
         }
         printRatios();
         return isGood;
@@ -117,56 +157,89 @@ private:
         std::fflush(stdout);
     }
 
+    // Says on standard error what went wrong.
+    template <class Work>
+    static bool tryTo(const Work& work) {
+        try {
+            work();
+            return true;
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "ktQualityReport: %s\n", error.what());
+            return false;
+        }
+    }
+
+    std::vector<std::string> measureEven(const ktQualitySceneEntry& entry, const Even& even) {
+        const auto count = vertices.find(even.variant);
+        if (count == vertices.end())
+            throw std::runtime_error(entry.name + ": " + even.name + ": the variant was not measured");
+        const std::string path = folder.path().toStdString() + "/even.glb";
+        const ktEvenScene scene = ktWriteEvenScene(
+            entry.path, path, static_cast<std::size_t>(even.factor * static_cast<double>(count->second)));
+        char unit[64];
+        std::snprintf(unit, sizeof unit, " --unit %.17g", scene.unit_mm);
+        return measure({entry.name, path}, {even.name, variants[0].options + unit});
+    }
+
     std::vector<std::string> measure(const ktQualitySceneEntry& entry, const Variant& variant) {
         const ktQualityBake bake =
             ktRunQualityBake(options.ktbake, entry.path, variant.options, folder.path().toStdString(), "baked");
         if (bake.mode != "classic")
             throw std::runtime_error(entry.name + ": " + variant.name + ": only the mode classic can be measured");
-        const ktQualityScene scene = ktReadQualityScene(bake.output, bake.diagonal_mm);
+        const ktQualityScene scene = ktReadQualityScene(bake.output, bake.diagonal_mm, bake.reflection);
         updateReference(scene, bake);
-        const ktQualityError error = ktMeasureError(ktInterpolateSky(scene, reference.points), reference.estimates);
-        if (error.points == 0)
+        const ktQualityError sky = ktMeasureSkyError(ktInterpolateSky(scene, reference.points), reference.estimates);
+        if (sky.points == 0)
             throw std::runtime_error(entry.name + ": " + variant.name + ": no point is left to measure");
-        errors[entry.name][variant.name] = error.rms;
-        return {entry.name,
-                variant.name,
-                decimal(error.rms, 4),
-                decimal(error.percentile95, 4),
-                percent(error.shareOff),
-                percent(error.shareInside),
-                percent(error.shareDark),
-                std::to_string(scene.vertices),
-                std::to_string(scene.triangles),
-                decimal(bake.seconds, 2),
-                std::to_string(bake.bytes)};
+        errors[entry.name][variant.name] = sky.rms;
+        vertices[variant.name] = scene.vertices;
+        std::vector<std::string> row = {entry.name, variant.name};
+        addError(row, sky);
+        const std::vector<std::array<float, 3>> light = ktInterpolateLight(scene, reference.points);
+        if (light.empty())
+            row.insert(row.end(), 3, "-");
+        else
+            addError(row, ktMeasureLightError(light, reference.estimates));
+        for (const std::string& text :
+             {percent(sky.shareInside), percent(sky.shareDark), std::to_string(scene.vertices),
+              std::to_string(scene.triangles), decimal(bake.seconds, 2), std::to_string(bake.bytes)})
+            row.push_back(text);
+        return row;
+    }
+
+    static void addError(std::vector<std::string>& row, const ktQualityError& error) {
+        for (const std::string& text : {decimal(error.rms, 4), decimal(error.percentile95, 4), percent(error.shareOff)})
+            row.push_back(text);
     }
 
     void updateReference(const ktQualityScene& scene, const ktQualityBake& bake) {
         const std::uint64_t surface = scene.surfaceHash();
-        if (!reference.points.empty() && surface == reference.surface &&
-            bake.minDistance_mm == reference.minDistance_mm && bake.maxDistance_mm == reference.maxDistance_mm)
+        if (reference.fits(bake, surface))
             return;
         reference = {surface,
                      bake.minDistance_mm,
                      bake.maxDistance_mm,
+                     bake.bounces,
+                     bake.reflection,
                      ktChooseQualityPoints(scene, options.points, options.seed),
                      {}};
-        ktSkyReferenceOptions how;
-        how.minDistance_mm = bake.minDistance_mm;
-        how.maxDistance_mm = bake.maxDistance_mm;
-        how.rays = options.rays;
-        how.threads = options.threads;
-        how.seed = options.seed;
-        reference.estimates = ktSkyReference(scene).estimate(reference.points, how);
+        ktQualityTracing tracing;
+        tracing.minDistance_mm = bake.minDistance_mm;
+        tracing.maxDistance_mm = bake.maxDistance_mm;
+        tracing.bounces = bake.bounces;
+        tracing.rays = options.rays;
+        tracing.threads = options.threads;
+        tracing.seed = options.seed;
+        reference.estimates = ktQualityReference(scene).estimate(reference.points, tracing);
     }
 
     // The geometric mean of each variant's rms, as a multiple of that of the first variant.
     void printRatios() const {
-        for (std::size_t i = 1; i < variants.size(); ++i) {
+        for (std::size_t i = 1; i < rows.size(); ++i) {
             double sum = 0, highest = 0;
             std::size_t count = 0;
             for (const auto& [scene, rms] : errors) {
-                const auto own = rms.find(variants[i].name), first = rms.find(variants[0].name);
+                const auto own = rms.find(rows[i]), first = rms.find(rows[0]);
                 if (own == rms.end() || first == rms.end() || !(own->second > 0) || !(first->second > 0))
                     continue;
                 const double ratio = own->second / first->second;
@@ -175,15 +248,18 @@ private:
                 ++count;
             }
             if (count > 0)
-                print((i == 1 ? "\n" : "") + variants[i].name + " / " + variants[0].name +
-                      ": rms ratio, geometric mean " + decimal(std::exp(sum / static_cast<double>(count)), 3) +
-                      ", highest " + decimal(highest, 3) + ", " + std::to_string(count) + " scenes\n");
+                print((i == 1 ? "\n" : "") + rows[i] + " / " + rows[0] + ": rms ratio, geometric mean " +
+                      decimal(std::exp(sum / static_cast<double>(count)), 3) + ", highest " + decimal(highest, 3) +
+                      ", " + std::to_string(count) + " scenes\n");
         }
     }
 
     const Options& options;
     std::vector<Variant> variants;
+    std::vector<Even> evens;
+    std::vector<std::string> rows; // the names of variants and even subdivisions
     std::vector<ktQualitySceneEntry> scenes;
+    std::map<std::string, std::size_t> vertices; // of the current scene's files, by variant
     QTemporaryDir folder;
     Reference reference;
     std::map<std::string, std::map<std::string, double>> errors; // rms by scene and variant
@@ -201,6 +277,10 @@ int main(int argumentCount, char** arguments) {
     line.add("--samples", options.samples, "Folder of Assimp's test models");
     line.addEach("--variant", options.variants,
                  "NAME=OPTIONS: bakes each scene with these options of ktbake, too; vertices= without this option");
+    line.addEach(
+        "--even", options.evens,
+        "VARIANT or VARIANT*FACTOR: also bakes each scene subdivided evenly, with the options of the first variant "
+        "and as many vertices as the variant's file, times the factor");
     line.add("--ktbake", options.ktbake, "The program to measure");
     line.add("--rays", options.rays, "Rays per point of the reference, at least 2");
     line.add("--points", options.points, "Random points per scene");

@@ -94,3 +94,21 @@ std::vector<float> ktInterpolateSky(const ktQualityScene& scene, const std::vect
     }
     return values;
 }
+
+std::vector<std::array<float, 3>> ktInterpolateLight(const ktQualityScene& scene,
+                                                     const std::vector<ktQualityPoint>& points) {
+    std::vector<std::array<float, 3>> values;
+    values.reserve(points.size());
+    for (const ktQualityPoint& point : points) {
+        const ktQualityMesh& mesh = scene.meshes[point.mesh];
+        if (mesh.light.empty())
+            return {};
+        const std::uint32_t* corner = &mesh.indices[3 * std::size_t(point.triangle)];
+        std::array<float, 3> value;
+        for (std::size_t c = 0; c < 3; ++c)
+            value[c] = (1 - point.u - point.v) * mesh.light[corner[0]][c] + point.u * mesh.light[corner[1]][c] +
+                       point.v * mesh.light[corner[2]][c];
+        values.push_back(value);
+    }
+    return values;
+}

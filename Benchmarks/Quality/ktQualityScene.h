@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 using ktQualityVector = std::array<double, 3>;
@@ -13,8 +14,13 @@ struct ktQualityMesh {
     std::vector<std::uint32_t> indices; ///< three per triangle, counter-clockwise seen from the front
     std::vector<float> cornerNormals;   ///< x, y, z for each of `indices`: the unit shading normal
     std::vector<float> sky;             ///< w per vertex; 1 where the file has no result
-    bool isMeasured = true;             ///< points are chosen on it
-    bool isOccluder = true;             ///< rays can hit it
+    /// Light per vertex: the vertex colour that viewers show, divided by the surface's own vertex colour. Empty if the
+    /// file has no light.
+    std::vector<std::array<float, 3>> light;
+    /// Colour of the surface in a triangle, u and v as in ktQualityPoint. Null: black. Called by many threads at once.
+    std::function<std::array<float, 3>(std::uint32_t triangle, float u, float v)> albedo;
+    bool isMeasured = true; ///< points are chosen on it
+    bool isOccluder = true; ///< rays can hit it
 
     std::size_t vertexCount() const { return sky.size(); }
     std::size_t triangleCount() const { return indices.size() / 3; }
@@ -52,3 +58,6 @@ std::vector<ktQualityPoint> ktChooseQualityPoints(const ktQualityScene& scene, s
 
 /// w at each point, interpolated linearly over its triangle, as viewers do.
 std::vector<float> ktInterpolateSky(const ktQualityScene& scene, const std::vector<ktQualityPoint>& points);
+/// The same for the light. Empty if a mesh with a point has no light.
+std::vector<std::array<float, 3>> ktInterpolateLight(const ktQualityScene& scene,
+                                                     const std::vector<ktQualityPoint>& points);

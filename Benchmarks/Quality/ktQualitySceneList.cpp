@@ -21,12 +21,23 @@ const std::map<std::string, std::string> models = {
 // Below the folder of Assimp's test models.
 const std::map<std::string, std::string> samples = {
     {"engine", "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"},
+    {"clearcoat", "glTF2/ClearCoat-glTF/ClearCoatTest.gltf"},
+    {"collada", "Collada/COLLADA.dae"},
+    {"cinema4d", "Collada/Cinema4D.dae"},
+    {"cubes", "FBX/cubes_with_names.fbx"},
+    {"duck", "Collada/duck.dae"},
+    {"house", "IFC/AC14-FZK-Haus.ifc"},
+    {"jeep", "MS3D/jeep1.ms3d"},
+    {"spider", "OBJ/spider.obj"},
+    {"suzanne", "BLEND/Suzanne_248.blend"},
+    {"wuson", "PLY/Wuson.ply"},
 };
 
 // Names that mean several scenes.
 const std::map<std::string, std::string> groups = {
     {"generated", "plates,shelf,parts,room"},
     {"models", "engine,truck,nefertiti,bunny"},
+    {"samples", "clearcoat,collada,cinema4d,cubes,duck,house,jeep,spider,suzanne,wuson"},
 };
 
 ktQualitySceneEntry find(const std::string& name, const ktQualityFolders& folders) {
@@ -53,8 +64,9 @@ ktQualitySceneEntry find(const std::string& name, const ktQualityFolders& folder
 } // namespace
 
 const char* const ktQualitySceneHelp =
-    "Scenes by name, separated by commas: plates, shelf, parts, room (generated); engine, truck, nefertiti, bunny; or "
-    "groups of them: generated, models";
+    "Scenes by name, separated by commas: plates, shelf, parts, room; engine, truck, nefertiti, bunny; clearcoat, "
+    "collada, "
+    "cinema4d, cubes, duck, house, jeep, spider, suzanne, wuson; or groups of them: generated, models, samples";
 
 std::vector<ktQualitySceneEntry> ktFindQualityScenes(const std::string& names, const ktQualityFolders& folders) {
     std::vector<ktQualitySceneEntry> entries;

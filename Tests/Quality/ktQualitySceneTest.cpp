@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests how the quality report reads files, makes normals, and generates its scenes.
 #include "ktBenchmarkGlb.h"
+#include "ktQualityEven.h"
 #include "ktQualityFile.h"
 #include "ktQualityModels.h"
 #include "ktTestSurface.h"
@@ -118,4 +119,40 @@ TEST(QualityFile, GivenFacesInclinedByMoreThanTheCrease_KeepsTheirNormalsApart) 
         EXPECT_NEAR(normals[2], expected, 1e-3) << degrees;
         EXPECT_NEAR(normals[6 + 2], 1, 1e-6); // a corner of one face alone
     }
+}
+
+TEST(QualityEven, GivenShelf_HalvesLongEdgesUntilThereAreEnoughVertices) {
+    const std::string path = temporaryPath("uneven"), evenPath = temporaryPath("even");
+    ktSaveBenchmarkScene(*ktMakeQualityModel("shelf"), path);
+    const ktEvenScene even = ktWriteEvenScene(path, evenPath, 1000);
+    EXPECT_EQ(even.unit_mm, 1000);
+    EXPECT_GE(even.vertices, 1000u);
+    EXPECT_LT(even.vertices, 1010u);
+    const auto longestEdge = [](const ktQualityScene& scene) {
+        double longest = 0;
+        for (const ktQualityMesh& mesh : scene.meshes)
+            for (std::size_t i = 0; i < mesh.indices.size(); ++i) {
+                const ktQualityVector a = mesh.position(mesh.indices[i]),
+                                      b = mesh.position(mesh.indices[i % 3 == 2 ? i - 2 : i + 1]);
+                longest = std::max(longest, std::hypot(b[0] - a[0], b[1] - a[1], b[2] - a[2]));
+            }
+        return longest;
+    };
+    const auto area = [](const ktQualityScene& scene) {
+        double sum = 0;
+        for (const ktQualityMesh& mesh : scene.meshes)
+            for (std::uint32_t triangle = 0; triangle < mesh.triangleCount(); ++triangle) {
+                const ktQualityVector a = mesh.areaVector(triangle);
+                sum += std::hypot(a[0], a[1], a[2]);
+            }
+        return sum;
+    };
+    const ktQualityScene before = ktReadQualityScene(path, 1473.092), after = ktReadQualityScene(evenPath, 1473.092);
+    fs::remove(path);
+    fs::remove(evenPath);
+    EXPECT_EQ(after.vertices, even.vertices);
+    EXPECT_GT(after.triangles, 1800u);
+    EXPECT_GT(longestEdge(before), 1200);
+    EXPECT_LT(longestEdge(after), 200);
+    EXPECT_NEAR(area(after) / area(before), 1, 1e-4);
 }
