@@ -10,4 +10,22 @@ constexpr int badInput = 3;
 constexpr int notWritten = 4;
 constexpr int scriptFailed = 5;
 constexpr int cancelled = 130;
+
+/// A code with its texts, for the help, the manual page and the last line of `--json`.
+struct Description {
+    int code;
+    const char* name;    ///< as `--json` prints it
+    const char* inShort; ///< as the help prints it
+    const char* meaning;
+};
+constexpr Description descriptions[] = {
+    {done, "done", "done", "done, also if nothing was missing"},
+    {failed, "failed", "failed", "an internal error; the log gives the reason"},
+    {usage, "usage", "wrong usage", "wrong usage: an unknown option, a value out of range, an unknown preset"},
+    {badInput, "badInput", "bad input",
+     "bad input: a file that cannot be read, a name that fits no node, or a selection in which every node is locked"},
+    {notWritten, "notWritten", "could not write", "an output file or the presets file cannot be written"},
+    {scriptFailed, "scriptFailed", "the script failed", "the script failed; it may also end with a code that it chose"},
+    {cancelled, "cancelled", "cancelled", "cancelled by Ctrl-C or SIGTERM; a second signal ends the process at once"},
+};
 } // namespace ktBakeExit

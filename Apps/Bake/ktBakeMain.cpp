@@ -1,18 +1,24 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The main function of ktbake: reads the options, runs the bake or the script.
 #include "ktBakeExit.h"
+#include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeRun.h"
 #include "ktBakeScript.h"
+#include "ktBakeStandardStreams.h"
 #include "ktLog.h"
+#include "ktLogOutput.h"
 #include "ktPresetStore.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <langinfo.h>
 #include <QCoreApplication>
+#include <string>
+#include <vector>
 
 /// Makes file names and messages UTF-8, even if no language is set (as in containers and jobs). In the locale "C", Qt
 /// would lose every letter outside ASCII.
@@ -26,27 +32,52 @@ static void useUtf8() {
     // NOLINTEND(concurrency-mt-unsafe)
 }
 
+/// Whether an option is given: known before the options are parsed, because that may fail.
+static bool isGiven(const std::vector<std::string>& arguments, const char* option) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    return std::find(arguments.begin(), end, option) != end;
+}
+
+static int bakeOrRunScript(ktBakeOptions& options) {
+    ktLogOutput::setQuiet(options.quiet);
+    ktBakeStandardStreams streams;
+    int exitCode = streams.begin(options);
+    if (exitCode != ktBakeExit::done)
+        return exitCode;
+    if (options.script.empty())
+        exitCode = runBake(options);
+    else {
+#ifdef KT_SCRIPTING
+        exitCode = runBakeScript(options);
+#else
+        ktLog::error("%s: scripts cannot be run: this ktbake was built without scripting (KT_PYTHON=OFF)",
+                     options.script.c_str());
+        exitCode = ktBakeExit::usage;
+#endif
+    }
+    return exitCode == ktBakeExit::done ? streams.end() : exitCode;
+}
+
 int main(int argc, char** argv) {
     useUtf8();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("ktbake");
+    int exitCode = ktBakeExit::failed;
     try {
+        const std::vector<std::string> arguments(argv + 1, argv + argc);
+        ktBakeMessages::begin(isGiven(arguments, "--json"));
+        ktLogOutput::setQuiet(isGiven(arguments, "-q") || isGiven(arguments, "--quiet"));
         ktPresetStore::load();
         ktBakeOptions options;
-        if (const std::optional<int> exitCode = parseBakeOptions({argv + 1, argv + argc}, options))
-            return *exitCode;
-        if (!options.script.empty()) {
-#ifdef KT_SCRIPTING
-            return runBakeScript(options);
-#else
-            ktLog::error("%s: scripts cannot be run: this ktbake was built without scripting (KT_PYTHON=OFF)",
-                         options.script.c_str());
-            return ktBakeExit::usage;
-#endif
-        }
-        return runBake(options);
+        if (const std::optional<int> end = parseBakeOptions(arguments, options)) {
+            if (*end == ktBakeExit::done)
+                return *end; // help or version
+            exitCode = *end;
+        } else
+            exitCode = bakeOrRunScript(options);
     } catch (const std::exception& error) {
         ktLog::error("%s", error.what());
-        return ktBakeExit::failed;
     }
+    ktBakeMessages::end(exitCode);
+    return exitCode;
 }

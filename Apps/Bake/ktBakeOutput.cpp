@@ -2,7 +2,7 @@
 // Checks before a bake that an output file can be written, so that no long run ends without its result.
 #include "ktBakeOutput.h"
 
-#include "ktLog.h"
+#include "ktBakeMessages.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -24,6 +24,7 @@ bool canBeWritten(const std::string& fileName) {
     else if (fs::exists(file, error) && access(file.c_str(), W_OK) != 0)
         reason = "it cannot be replaced: " + std::generic_category().message(errno);
     if (!reason.empty())
-        ktLog::error("%s: cannot be written: %s", fileName.c_str(), reason.c_str());
+        ktBakeMessages::log(ktLogLevel::Error, fileName + ": cannot be written: " + reason,
+                            {{"file", fileName}, {"reason", "cannot be written: " + reason}});
     return reason.empty();
 }

@@ -4,8 +4,8 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
+#include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
-#include "ktLog.h"
 #include "ktNearNames.h"
 #include "ktPresetStore.h"
 
@@ -56,8 +56,10 @@ static int exitCodeOf(const ktPresetStore::Result& result, const char* option, c
     if (result.kind == ktPresetStore::Result::Done)
         return ktBakeExit::done;
     const bool isRefused = result.kind == ktPresetStore::Result::Refused;
-    ktLog::error("%s: %s%s", option, result.reason.c_str(),
-                 isRefused ? listNames(name, ktAmbientOcclusion::the()->getPresetNames()).c_str() : "");
+    const std::string reason =
+        result.reason + (isRefused ? listNames(name, ktAmbientOcclusion::the()->getPresetNames()) : std::string());
+    ktBakeMessages::log(ktLogLevel::Error, std::string(option) + ": " + reason,
+                        {{"option", option}, {"value", name}, {"reason", reason}});
     return isRefused ? ktBakeExit::usage : ktBakeExit::notWritten;
 }
 

@@ -3,6 +3,7 @@
 #include "ktBakeProgress.h"
 
 #include "ktAmbientOcclusion.h"
+#include "ktBakeMessages.h"
 #include "ktCancelToken.h"
 #include "ktHostSignals.h"
 
@@ -16,6 +17,7 @@ namespace {
 
 constexpr auto redrawInterval = std::chrono::milliseconds(100);
 constexpr int barWidth = 30;
+constexpr size_t longestPhase = 9; // "Preparing"
 
 double secondsBetween(std::chrono::steady_clock::time_point from, std::chrono::steady_clock::time_point to) {
     return std::chrono::duration<double>(to - from).count();
@@ -50,7 +52,7 @@ std::string formatCount(double count) {
 }
 
 ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount_, bool isShown_)
-    : vertexCount(vertexCount_), isShown(isShown_), isTerminal(isatty(STDERR_FILENO)) {
+    : vertexCount(vertexCount_), isShown(isShown_), isTerminal(!ktBakeMessages::isJson() && isatty(STDERR_FILENO)) {
     const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
     connect(plugin, &ktAmbientOcclusion::progressStarted, this, &ktBakeProgress::onStarted);
     connect(plugin, &ktAmbientOcclusion::progressStep, this, &ktBakeProgress::onStep);
@@ -120,6 +122,14 @@ void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices)
     const std::string line = "Refining: round " + std::to_string(round) + " of " + std::to_string(rounds) + ", " +
                              formatCount(static_cast<double>(newVertices)) + " new vertices in " +
                              formatDuration(secondsBetween(started, now));
+    if (ktBakeMessages::isJson()) {
+        ktBakeMessages::writeProgress(line, {{"phase", "refining"},
+                                             {"round", round},
+                                             {"rounds", rounds},
+                                             {"newVertices", static_cast<double>(newVertices)},
+                                             {"seconds", secondsBetween(started, now)}});
+        return;
+    }
     std::fprintf(stderr, isTerminal ? "\r\033[K%s" : "%s\n", line.c_str());
     std::fflush(stderr);
     isBarShown = isTerminal;
@@ -141,23 +151,32 @@ void ktBakeProgress::show(bool isLast) {
     const double done = isLast ? 1 : share();
     const double tracing = secondsBetween(firstVertex, now);
     const double rate = tracing > 0 ? static_cast<double>(getVerticesTraced()) / tracing : 0;
-    const std::string phase = getVerticesTraced() == 0 ? "Preparing" : steps <= nodeCount ? "Shadows  " : "Bounces  ";
+    const std::string phase = getVerticesTraced() == 0 ? "Preparing" : steps <= nodeCount ? "Shadows" : "Bounces";
 
     if (!isTerminal) {
         const int tenth = static_cast<int>(done * 10);
         if (tenth <= lastTenth && !isLast)
             return;
         lastTenth = tenth;
-        std::fprintf(stderr, "%3d %%  %s vertices traced in %s\n", tenth * 10,
-                     formatCount(static_cast<double>(getVerticesTraced())).c_str(),
-                     formatDuration(secondsBetween(started, now)).c_str());
+        const auto vertices = static_cast<double>(getVerticesTraced());
+        const double seconds = secondsBetween(started, now);
+        const std::string traced = formatCount(vertices) + " vertices traced in " + formatDuration(seconds);
+        if (ktBakeMessages::isJson())
+            ktBakeMessages::writeProgress(std::to_string(tenth * 10) + " %  " + traced,
+                                          {{"phase", QString::fromStdString(phase).toLower()},
+                                           {"percent", tenth * 10},
+                                           {"vertices", vertices},
+                                           {"seconds", seconds}});
+        else
+            std::fprintf(stderr, "%3d %%  %s\n", tenth * 10, traced.c_str());
         return;
     }
     if (isBarShown && !isLast && now - lastShown < redrawInterval)
         return;
     lastShown = now;
     const int filled = static_cast<int>(done * barWidth);
-    std::string line = phase + " [" + std::string(static_cast<size_t>(filled), '#') +
+    std::string line = phase + std::string(longestPhase - phase.size(), ' ') + " [" +
+                       std::string(static_cast<size_t>(filled), '#') +
                        std::string(static_cast<size_t>(barWidth - filled), '-') + "] " +
                        std::to_string(static_cast<int>(done * 100)) + " %";
     if (rate > 0)

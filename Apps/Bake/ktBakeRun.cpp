@@ -4,6 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
+#include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeOutput.h"
 #include "ktBakePresets.h"
@@ -14,7 +15,6 @@
 #include "ktBakeStats.h"
 #include "ktControllerState.h"
 #include "ktLog.h"
-#include "ktLogOutput.h"
 #include "ktRaytracingManager.h"
 #include "ktScenegraph.h"
 #include "ktThreadCount.h"
@@ -44,7 +44,9 @@ public:
         stats.totalSeconds = whole.lap();
         if (!options.stats.empty() && !stats.write(options.stats))
             return ktBakeExit::notWritten;
-        ktLog::info("%s: written in %s", options.output.c_str(), formatDuration(stats.totalSeconds).c_str());
+        const std::string reason = "written in " + formatDuration(stats.totalSeconds);
+        ktBakeMessages::log(ktLogLevel::Info, options.output + ": " + reason,
+                            {{"file", options.output}, {"reason", reason}});
         return ktBakeExit::done;
     }
 
@@ -121,7 +123,9 @@ private:
         if (!hasRun && !ktRaytracingManager::getRaytracingUtils())
             return ktBakeExit::failed; // the reason is in the log
         if (!hasRun) {
-            ktLog::error("%s: nothing can be calculated: every selected node is locked", options.scene.c_str());
+            const std::string reason = "nothing can be calculated: every selected node is locked";
+            ktBakeMessages::log(ktLogLevel::Error, options.scene + ": " + reason,
+                                {{"file", options.scene}, {"reason", reason}});
             return ktBakeExit::badInput;
         }
         // Its reason is in the log.
@@ -147,6 +151,7 @@ private:
         if (!scene.save(options))
             return ktBakeExit::notWritten;
         stats.output = options.output;
+        ktBakeMessages::addToResult("output", options.output);
         stats.writeSeconds = watch.lap();
         if (!options.preview.empty() && !scene.drawPreview(options))
             return ktBakeExit::notWritten;
@@ -160,7 +165,6 @@ private:
 int runBake(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
-    ktLogOutput::setQuiet(options.quiet);
     if (options.scene.empty()) {
         int exitCode = applySettings(options, osg::NullFC, 0);
         if (exitCode == ktBakeExit::done)
@@ -171,5 +175,7 @@ int runBake(const ktBakeOptions& options) {
     }
     if (options.listPresets)
         printPresets();
+    if (options.quiet)
+        ktBakeMessages::dropCalculationOutput();
     return Run(options).bake();
 }

@@ -3,11 +3,11 @@
 #include "ktBakeScene.h"
 
 #include "ktBakeExit.h"
+#include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeSelection.h"
 #include "ktGeometryInstances.h"
 #include "ktLengthUnit.h"
-#include "ktLog.h"
 #include "ktNearNames.h"
 #include "ktNodeAttachments.h"
 #include "ktNodeUtils.h"
@@ -55,9 +55,22 @@ ktBakeScene::~ktBakeScene() {
 
 void ktBakeScene::logMessages(const ktFileReport& report) const {
     for (const ktFileWarning& warning : report.messages.warnings())
-        ktLog::warning("%s: %s", fileName.c_str(), warning.text().c_str());
+        ktBakeMessages::log(ktLogLevel::Warning, fileName + ": " + warning.text(),
+                            {{"file", fileName}, {"object", warning.object}, {"reason", warning.reason}});
     for (const std::string& note : report.messages.notes())
-        ktLog::info("%s: %s", fileName.c_str(), note.c_str());
+        ktBakeMessages::log(ktLogLevel::Info, fileName + ": " + note, {{"file", fileName}, {"reason", note}});
+}
+
+void ktBakeScene::logError(const std::string& inFile, const ktFileReport& report) {
+    ktBakeMessages::log(ktLogLevel::Error, report.error,
+                        {{"file", inFile},
+                         {"object", report.errorObject == "file" ? "" : report.errorObject},
+                         {"reason", report.errorReason}});
+}
+
+void ktBakeScene::logNode(const char* option, const std::string& name, const std::string& reason) const {
+    ktBakeMessages::log(ktLogLevel::Error, fileName + ": " + option + ": " + reason,
+                        {{"file", fileName}, {"option", option}, {"value", name}, {"reason", reason}});
 }
 
 int ktBakeScene::open(const ktBakeOptions& options) {
@@ -69,7 +82,7 @@ int ktBakeScene::open(const ktBakeOptions& options) {
     file = ktSceneFile::open(QString::fromStdString(options.scene), openOptions, report);
     logMessages(report);
     if (!file) {
-        ktLog::error("%s", report.error.c_str());
+        logError(options.scene, report);
         return ktBakeExit::badInput;
     }
     ktSceneState::setRootNode(file->getRoot());
@@ -93,7 +106,11 @@ int ktBakeScene::addGroundPlane(const ktBakeOptions& options) {
     const std::vector<ktFileWarning>& warnings = report.messages.warnings();
     if (report.isGood() && !warnings.empty())
         report.error = fileName + ": " + warnings.back().text();
-    ktLog::error("%s", report.error.c_str());
+    if (!warnings.empty()) {
+        report.errorObject = warnings.back().object;
+        report.errorReason = warnings.back().reason;
+    }
+    logError(fileName, report);
     return ktBakeExit::badInput;
 }
 
@@ -111,7 +128,7 @@ bool ktBakeScene::save(const ktBakeOptions& options) {
     const bool isSaved = file->save(QString::fromStdString(options.output), saveOptions, report);
     logMessages(report);
     if (!isSaved)
-        ktLog::error("%s", report.error.c_str());
+        logError(options.output, report);
     return isSaved;
 }
 
@@ -120,14 +137,15 @@ int ktBakeScene::findSettingsNode(const ktBakeOptions& options, osg::NodePtr& no
         return ktBakeExit::done;
     const std::vector<osg::NodePtr> nodes = ktSceneState::findNodes(options.settingsFrom);
     if (nodes.empty()) {
-        ktLog::error("%s: --settings-from: no node is called \"%s\"%s", options.scene.c_str(),
-                     options.settingsFrom.c_str(), suggestNodes(file->getRoot(), options.settingsFrom).c_str());
+        logNode("--settings-from", options.settingsFrom,
+                "no node is called \"" + options.settingsFrom + "\"" +
+                    suggestNodes(file->getRoot(), options.settingsFrom));
         return ktBakeExit::badInput;
     }
     const auto found = std::find_if(nodes.begin(), nodes.end(), holdsSettings);
     if (found == nodes.end()) {
-        ktLog::error("%s: --settings-from: the node \"%s\" holds no settings: it was not baked", options.scene.c_str(),
-                     options.settingsFrom.c_str());
+        logNode("--settings-from", options.settingsFrom,
+                "the node \"" + options.settingsFrom + "\" holds no settings: it was not baked");
         return ktBakeExit::badInput;
     }
     node = *found;
@@ -140,8 +158,7 @@ int ktBakeScene::select(const ktBakeOptions& options) {
     const std::vector<std::string> unknown =
         options.select.empty() ? std::vector<std::string>() : ktSceneState::selectByName(options.select);
     for (const std::string& name : unknown)
-        ktLog::error("%s: --select: no node is called \"%s\"%s", options.scene.c_str(), name.c_str(),
-                     suggestNodes(file->getRoot(), name).c_str());
+        logNode("--select", name, "no node is called \"" + name + "\"" + suggestNodes(file->getRoot(), name));
     if (!unknown.empty())
         return ktBakeExit::badInput;
     if (options.missing)
@@ -167,6 +184,7 @@ bool ktBakeScene::drawPreview(const ktBakeOptions& options) {
     const std::string reason =
         ktWritePreview(ktScenegraph::getRootNode(), options.preview, static_cast<float>(options.exposure));
     if (!reason.empty())
-        ktLog::error("%s: the picture cannot be written: %s", options.preview.c_str(), reason.c_str());
+        ktBakeMessages::log(ktLogLevel::Error, options.preview + ": the picture cannot be written: " + reason,
+                            {{"file", options.preview}, {"reason", "the picture cannot be written: " + reason}});
     return reason.empty();
 }

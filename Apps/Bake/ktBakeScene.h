@@ -47,6 +47,9 @@ public:
 
 private:
     void logMessages(const ktFileReport& report) const;
+    static void logError(const std::string& inFile, const ktFileReport& report);
+    /// Logs why the value of an option names no node. @param name as typed
+    void logNode(const char* option, const std::string& name, const std::string& reason) const;
 
     std::string fileName; ///< as given
     std::unique_ptr<ktSceneFile> file;

@@ -4,10 +4,10 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
+#include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeOutput.h"
-#include "ktLog.h"
-#include "ktLogOutput.h"
+#include "ktBakeUsageError.h"
 #include "ktScripting.h"
 #include "ktThreadCount.h"
 #include "ktTracerFactory.h"
@@ -70,7 +70,10 @@ bool callHost(const std::string& call) {
 int exitCodeOf(const ktBakeOptions& options, const ktScripting::Result& result) {
     if (result.succeeded)
         return ktBakeExit::done;
-    ktLog::error("%s: the script failed: %s", options.script.c_str(), result.error.c_str());
+    ktBakeMessages::log(ktLogLevel::Error, options.script + ": the script failed: " + result.error,
+                        {{"file", options.script}, {"reason", "the script failed: " + result.error}});
+    if (!interrupted)
+        ktBakeMessages::addToResult("result", "scriptFailed");
     if (interrupted)
         return ktBakeExit::cancelled;
     const bool isExitCode = result.hasExited && result.exitCode > 0 && result.exitCode < 256;
@@ -88,6 +91,7 @@ int runInHost(const ktBakeOptions& options) {
     if (!options.output.empty() && !callHost("save(" + quoted(options.output) + ", '" +
                                              (options.multiplyColors ? "multiply" : "none") + "', " + exposure + ")"))
         return ktBakeExit::notWritten;
+    ktBakeMessages::addToResult("output", options.output);
     if (!options.preview.empty() && !callHost("preview(" + quoted(options.preview) + ", exposure=" + exposure + ")"))
         return ktBakeExit::notWritten;
     return ktBakeExit::done;
@@ -98,10 +102,13 @@ int runInHost(const ktBakeOptions& options) {
 int runBakeScript(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
-    ktLogOutput::setQuiet(options.quiet);
+    if (options.quiet)
+        ktBakeMessages::dropCalculationOutput();
     const QFileInfo script(QString::fromStdString(options.script));
     if (!script.isFile() || !script.isReadable()) {
-        ktLog::error("--script %s: there is no such script, or it cannot be read", options.script.c_str());
+        const std::string reason = "there is no such script, or it cannot be read";
+        ktBakeMessages::log(ktLogLevel::Error, "--script " + ktQuoteTyped(options.script) + ": " + reason,
+                            {{"option", "--script"}, {"value", options.script}, {"reason", reason}});
         return ktBakeExit::badInput;
     }
     for (const std::string& file : {options.output, options.preview})

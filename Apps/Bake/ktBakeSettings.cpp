@@ -4,6 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
+#include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakePresets.h"
 #include "ktLog.h"
@@ -56,7 +57,8 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
         std::string message;
         const int index = findPreset(plugin->getPresetNames(), options.preset, message);
         if (index < 0) {
-            ktLog::error("--preset: %s", message.c_str());
+            ktBakeMessages::log(ktLogLevel::Error, "--preset: " + message,
+                                {{"option", "--preset"}, {"value", options.preset}, {"reason", message}});
             return ktBakeExit::usage;
         }
         plugin->applyPreset(index);

@@ -4,7 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeGeometryList.h"
-#include "ktLog.h"
+#include "ktBakeMessages.h"
 #include "ktLogOutput.h"
 #include "ktSafeFile.h"
 #include "ktThreadCount.h"
@@ -45,8 +45,8 @@ bool ktBakeStats::write(const std::string& fileName) const {
     getrusage(RUSAGE_SELF, &usage);
     const QJsonObject all = {
         {"version", getPluginVersion()},
-        {"scene", QString::fromStdString(scene)},
-        {"output", output.empty() ? QJsonValue() : QJsonValue(QString::fromStdString(output))},
+        {"scene", QString::fromStdString(ktBakeMessages::shown(scene))},
+        {"output", output.empty() ? QJsonValue() : QJsonValue(QString::fromStdString(ktBakeMessages::shown(output)))},
         {"settings", settings},
         {"tracer", QString::fromStdString(tracer)},
         {"sceneVertices", count(sceneVertices)},
@@ -75,6 +75,7 @@ bool ktBakeStats::write(const std::string& fileName) const {
     QString reason;
     if (ktSafeFile::replace(QFile::encodeName(QString::fromStdString(fileName)), QJsonDocument(all).toJson(), reason))
         return true;
-    ktLog::error("%s: the statistics cannot be written: %s", fileName.c_str(), qPrintable(reason));
+    const std::string why = "the statistics cannot be written: " + reason.toStdString();
+    ktBakeMessages::log(ktLogLevel::Error, fileName + ": " + why, {{"file", fileName}, {"reason", why}});
     return false;
 }

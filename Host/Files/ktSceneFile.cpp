@@ -30,17 +30,21 @@ namespace {
 // Runs `work`. An exception becomes the report's error.
 template <class Work>
 bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
-    const std::string file = path.toStdString();
+    report.errorObject = "file";
     try {
         work();
+        report.errorObject.clear();
         return true;
     } catch (const ktFileError& error) {
-        report.error = file + ": " + (error.object() == "file" ? "" : error.object() + ": ") + error.reason();
+        report.errorObject = error.object();
+        report.errorReason = error.reason();
     } catch (const std::bad_alloc&) {
-        report.error = file + ": needs more memory than there is";
+        report.errorReason = "needs more memory than there is";
     } catch (const std::exception& error) {
-        report.error = file + ": " + error.what();
+        report.errorReason = error.what();
     }
+    report.error = path.toStdString() + ": " + (report.errorObject == "file" ? "" : report.errorObject + ": ") +
+                   report.errorReason;
     return false;
 }
 

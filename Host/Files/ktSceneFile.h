@@ -31,6 +31,7 @@ struct ktSaveOptions {
 struct ktFileReport {
     std::string error; ///< names file, object and reason; empty on success
     ktFileMessages messages;
+    std::string errorObject, errorReason; ///< of the error: a JSON pointer or "file", and the text without both names
 
     bool isGood() const { return error.empty(); }
 };

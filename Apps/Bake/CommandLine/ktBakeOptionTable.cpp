@@ -294,6 +294,8 @@ private:
             "what follows the rays; the results are the same, to rounding", "hemisphere");
         flag(
             "-q,--quiet", [&options = options] { options.quiet = true; }, "print errors only");
+        flag(
+            "--json", [&options = options] { options.json = true; }, "messages as one JSON object a line");
         describe("-h,--help", "print this");
         app.set_help_flag("-h,--help", "print this")->group(group);
         describe("-v,-V,--version", "print the version");

@@ -4,6 +4,7 @@
 
 #include "ktBakeArguments.h"
 #include "ktBakeExit.h"
+#include "ktBakeMessages.h"
 #include "ktBakeOptionInfo.h"
 #include "ktBakeOptionTable.h"
 #include "ktBakeUsageError.h"
@@ -37,17 +38,21 @@ std::vector<std::pair<std::string, std::string>> listGiven(const CLI::App& app) 
 }
 
 void checkEndings(const ktBakeOptions& options) {
-    if (!options.output.empty())
+    if (!options.output.empty() && options.output != "-")
         ktBakeValues::checkEnding("--output", options.output, {".glb", ".gltf"});
     if (!options.preview.empty())
         ktBakeValues::checkEnding("--preview", options.preview, {".png"});
+    if (options.stats == "-")
+        throw ktBakeUsageError("--stats", "-", "must be the name of a file; standard output is for --output only");
 }
 
 /// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
 void checkScript(const CLI::App& app, const ktBakeOptions& options) {
-    static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--quiet"};
+    static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--quiet", "--json"};
     static const std::set<std::string> withScene = {"SCENE",   "--output",   "--preview",          "--unit",
                                                     "--shade", "--exposure", "--unique-instances", "--ground-plane"};
+    if (options.script == "-")
+        throw ktBakeUsageError("--script", "-", "must be the name of a file; standard input is for SCENE only");
     for (const auto& [name, value] : listGiven(app)) {
         if (always.count(name) > 0)
             continue;
@@ -89,6 +94,10 @@ void checkTogether(const CLI::App& app, ktBakeOptions& options) {
         return;
     }
     checkEndings(options);
+    if (options.scene == "-" && options.output.empty())
+        throw ktBakeUsageError("SCENE", "-",
+                               "is standard input and needs --output FILE, or --output - for standard "
+                               "output");
     if (options.output.empty()) {
         const fs::path scene = options.scene;
         options.output = (scene.parent_path() / (scene.stem().string() + "-baked.glb")).string();
@@ -97,11 +106,17 @@ void checkTogether(const CLI::App& app, ktBakeOptions& options) {
 
 void describeProgram(CLI::App& app) {
     app.get_formatter()->column_width(46);
-    app.footer(std::string("\n") + ktBakeText::lengths +
-               "\nValues in [brackets] hold without the option.\n"
-               "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 bad input, 4 could not write,\n"
-               "5 the script failed, 130 cancelled; a script may end with a code of its own.\n");
+    std::string codes = "Exit codes:";
+    for (const ktBakeExit::Description& description : ktBakeExit::descriptions)
+        codes += (description.code == ktBakeExit::done           ? " "
+                  : description.code == ktBakeExit::scriptFailed ? ",\n"
+                                                                 : ", ") +
+                 std::to_string(description.code) + " " + description.inShort;
+    app.footer(std::string("\n") + ktBakeText::lengths + "\nValues in [brackets] hold without the option.\n" + codes +
+               "; a script may end with a code of its own.\n");
 }
+
+constexpr const char* hint = "ktbake --help lists the options.";
 
 } // namespace
 
@@ -129,8 +144,12 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
         checkTogether(app, options);
     } catch (const CLI::Success& request) { // for help or the version
         return app.exit(request, std::cout, std::cerr);
-    } catch (const std::runtime_error& error) {
-        std::cerr << "ktbake: " << error.what() << "\nktbake --help lists the options.\n";
+    } catch (const ktBakeUsageError& error) {
+        ktBakeMessages::writeUsageError(error.what(), hint,
+                                        {{"option", error.option}, {"value", error.value}, {"reason", error.reason}});
+        return ktBakeExit::usage;
+    } catch (const CLI::ParseError& error) {
+        ktBakeMessages::writeUsageError(error.what(), hint, {});
         return ktBakeExit::usage;
     }
     return {};

@@ -33,9 +33,9 @@ enum class ktBakeClear { Nothing, Shadows, Indirect };
 /// The command line of ktbake. A setting that was not given is empty: the preset's, the node's or the controller's
 /// holds.
 struct ktBakeOptions {
-    std::string scene;  ///< may be empty only when listing or deleting presets, or saving one
-    std::string output; ///< SCENE-baked.glb beside the scene unless given; empty without a scene, or with a
-                        ///< script when nothing is to be saved
+    std::string scene;  ///< "-": standard input; may be empty only when listing or deleting presets, or saving one
+    std::string output; ///< "-": standard output; SCENE-baked.glb beside the scene unless given; empty without a scene,
+                        ///< or with a script when nothing is to be saved
 
     // One member for each setting, such as std::optional<int> shadowQuality, and given(row) for loops over the rows.
 #define KT_OPTION(Row, member)                                                                                         \
@@ -69,7 +69,7 @@ struct ktBakeOptions {
     std::vector<std::string> scriptArguments;
     int threads = 0; ///< 0: one a core
     ktTracerKind tracer = ktTracerKind::Hemisphere;
-    bool quiet = false;
+    bool quiet = false, json = false;
 };
 
 /// Reads the command line. Prints help, the version or what is wrong.
