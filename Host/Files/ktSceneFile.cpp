@@ -8,6 +8,7 @@
 #include "ktGltfStore.h"
 #include "ktGroundPlane.h"
 #include "ktNodeExtras.h"
+#include "ktReadInterrupt.h"
 #include "ktRefinedWriter.h"
 #include "ktResultChannels.h"
 #include "ktResultWriter.h"
@@ -86,10 +87,12 @@ ktSceneFile::~ktSceneFile() = default;
 
 std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpenOptions& options,
                                                ktFileReport& report) {
+    const ktReadInterrupt interrupt(options.isInterrupted);
     auto data = std::make_unique<Data>();
     const bool good = reportOf(path, report, [&] {
         bool isMetres = true;
         data->document = readDocument(path, isMetres, report.messages);
+        ktReadInterrupt::check();
         data->tree = ktReadNodeTree(data->document, options.scene, report.messages);
         if (options.uniqueInstances)
             ktMakeMeshesUnique(data->document, data->tree);
@@ -132,7 +135,8 @@ double ktSceneFile::getUnit_mm() const {
     return data->unit_mm;
 }
 
-void ktSceneFile::loadPictures(ktFileReport& report) {
+void ktSceneFile::loadPictures(ktFileReport& report, const std::function<bool()>& isInterrupted) {
+    const ktReadInterrupt interrupt(isInterrupted);
     reportOf(data->document.path, report, [&] { data->scene.materials->loadPictures(report.messages); });
 }
 

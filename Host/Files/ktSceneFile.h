@@ -6,6 +6,7 @@
 #include "ktLengthUnit.h"
 #include "ktSceneCamera.h"
 
+#include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
 #include <optional>
@@ -18,6 +19,8 @@ struct ktOpenOptions {
     ktLengthUnit unit;                ///< of the file's positions
     bool uniqueInstances = false;     ///< each node gets its own mesh and results, also in the written file
     std::optional<std::size_t> scene; ///< index of the scene in the file; empty: the file's default
+    /// Asked from time to time, on the main thread; true ends the reading with an error. May be empty.
+    std::function<bool()> isInterrupted = {};
 };
 
 /// Options for saving a scene file.
@@ -60,7 +63,8 @@ public:
 
     /// Decodes the pictures of the materials, which only bounced light and previews need. Leaves out, with a warning,
     /// pictures that cannot be decoded. Later calls do nothing.
-    void loadPictures(ktFileReport& report);
+    /// @param isInterrupted as in ktOpenOptions; the next call then goes on
+    void loadPictures(ktFileReport& report, const std::function<bool()>& isInterrupted = {});
     /// The scene's ground plane; adds one if there is none. Null, with a warning, if the scene has no extent.
     osg::NodePtr addGroundPlane(ktFileReport& report);
 

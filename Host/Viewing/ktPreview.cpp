@@ -34,16 +34,24 @@ float whitePoint(const ktPreviewScene& scene) {
 } // namespace
 
 std::string ktWritePreview(const osg::NodePtr& root, const std::string& fileName, float exposure, int width, int height,
-                           double turn_degrees) {
+                           double turn_degrees, const std::function<bool()>& isInterrupted) {
+    const auto mustEnd = [&isInterrupted] { return isInterrupted && isInterrupted(); };
+    const char* const interrupted = "interrupted";
     try {
-        const ktPreviewScene scene = ktCollectPreview(root);
+        const ktPreviewScene scene = ktCollectPreview(root, mustEnd);
+        if (mustEnd())
+            return interrupted;
         const std::unique_ptr<ktTracer> tracer = ktMakeTracer();
         const QImage image =
             ktRenderPreview(scene, ktFramePreview(scene, static_cast<double>(width) / height, turn_degrees), *tracer,
-                            width, height, exposure * whitePoint(scene));
+                            width, height, exposure * whitePoint(scene), mustEnd);
+        if (mustEnd())
+            return interrupted;
         QBuffer picture;
         if (!image.save(&picture, "PNG"))
             return "the picture cannot be encoded";
+        if (mustEnd())
+            return interrupted;
         QString reason; // stays empty when all is well
         ktSafeFile::replace(QFile::encodeName(QString::fromStdString(fileName)), picture.data(), reason);
         return reason.toStdString();

@@ -128,11 +128,11 @@ private:
 
 } // namespace
 
-ktPreviewScene ktCollectPreview(const osg::NodePtr& root) {
+ktPreviewScene ktCollectPreview(const osg::NodePtr& root, const std::function<bool()>& isInterrupted) {
     Collector collector;
     ktForEachGeometryInstance(root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
         collector.add(instance);
-        return true;
+        return !isInterrupted();
     });
     return std::move(collector.scene);
 }

@@ -3,10 +3,13 @@
 
 #include "ktPreviewScene.h"
 
+#include <functional>
 #include <OpenSG/OSGNode.h>
 
 /// Collects a scene's visible triangles with their colours, textures and baked light. Geometry without results is in
 /// full light. Ground planes are drawn but do not affect the camera. Environments are left out.
 /// @param root null gives an empty scene
+/// @param isInterrupted asked from time to time; true ends the collecting
 /// @throws std::bad_alloc when memory runs out
-ktPreviewScene ktCollectPreview(const osg::NodePtr& root);
+ktPreviewScene ktCollectPreview(
+    const osg::NodePtr& root, const std::function<bool()>& isInterrupted = [] { return false; });

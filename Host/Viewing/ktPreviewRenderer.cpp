@@ -156,7 +156,7 @@ private:
 } // namespace
 
 QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
-                       int height, float exposure) {
+                       int height, float exposure, const std::function<bool()>& isInterrupted) {
     // The tracer may read four bytes after the last position, so append a vertex that no triangle uses.
     std::vector<std::vector<std::array<float, 3>>> positions;
     std::vector<ktTracerMesh> meshes;
@@ -178,14 +178,14 @@ QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camer
     ktEventPump pump;
     ktWorkers::run(
         [&] {
-            if (!tracer.build(meshes, {}))
+            if (!tracer.build(meshes, [&isInterrupted](float) { return !isInterrupted(); }))
                 return;
             ktParallel::forRange(static_cast<size_t>(height), 1, [&](size_t begin, size_t end) {
-                for (size_t row = begin; row < end; ++row)
+                for (size_t row = begin; row < end && !isInterrupted(); ++row)
                     renderer.renderRow(static_cast<int>(row));
             });
             tracer.build({}, {});
-            isDrawn = true;
+            isDrawn = !isInterrupted();
         },
         pump);
     return isDrawn ? image : QImage();

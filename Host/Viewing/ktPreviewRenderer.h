@@ -4,6 +4,7 @@
 #include "ktPreviewCamera.h"
 #include "ktPreviewScene.h"
 
+#include <functional>
 #include <QImage>
 
 class ktTracer;
@@ -13,7 +14,9 @@ class ktTracer;
 /// @param tracer  its structure is built here; keeps no data of the scene afterwards
 /// @param width, height pixels, at least 1
 /// @param exposure scale of the light
-/// @return opaque 32-bit image in sRGB; null if the tracer's structure could not be built
+/// @param isInterrupted asked from time to time, on any thread; true ends the drawing
+/// @return opaque 32-bit image in sRGB; null if the tracer's structure could not be built, or if interrupted
 /// @throws std::bad_alloc if memory runs out
-QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
-                       int height, float exposure);
+QImage ktRenderPreview(
+    const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width, int height, float exposure,
+    const std::function<bool()>& isInterrupted = [] { return false; });

@@ -4,9 +4,11 @@
 
 #include "ktDescriptor.h"
 #include "ktFileError.h"
+#include "ktReadInterrupt.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -17,6 +19,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -79,6 +82,27 @@ std::string reasonFor(int status) {
     return "cannot be imported: the importer failed on it";
 }
 
+/// Waits for the process and returns its status. Ends the process if the reading is interrupted.
+int waitForEnd(pid_t process) {
+    int status = 0;
+    const int options = ktReadInterrupt::isPossible() ? WNOHANG : 0;
+    for (;;) {
+        const pid_t ended = waitpid(process, &status, options);
+        if (ended == process)
+            return status;
+        if (ended < 0 && errno != EINTR)
+            throw ktFileError("file", "cannot be imported: " + std::generic_category().message(errno));
+        if (ktReadInterrupt::isRequested()) {
+            kill(process, SIGKILL);
+            while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+            }
+            throw ktReadInterrupt::Interrupted();
+        }
+        if (ended == 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+}
+
 } // namespace
 
 void ktByteSink::write(const void* data, std::size_t size) {
@@ -110,10 +134,7 @@ ktBytes ktRunLimited(const ktProcessLimits& limits, const std::function<void(ktB
         runCopy(limits, work, memory.number);
     }
 
-    int status = 0;
-    while (waitpid(copy, &status, 0) < 0)
-        if (errno != EINTR)
-            throw ktFileError("file", "cannot be imported: " + std::generic_category().message(errno));
+    const int status = waitForEnd(copy);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != done)
         throw ktFileError("file", reasonFor(status));
 

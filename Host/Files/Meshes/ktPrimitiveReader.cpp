@@ -4,6 +4,7 @@
 
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktReadInterrupt.h"
 #include "ktResultAttributes.h"
 #include "ktSmoothNormals.h"
 #include "ktTexCoordChannel.h"
@@ -83,6 +84,7 @@ std::optional<ktPrimitiveLink> ktPrimitiveReader::read(std::size_t mesh, std::si
     std::vector<float> normals;
     try {
         open.shape = readShape(open);
+        ktReadInterrupt::check();
         warnAboutShape(open);
         if (open.shape.positions.empty()) {
             messages.warn(object, "left out: nothing of it can be used");

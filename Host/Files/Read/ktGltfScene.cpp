@@ -9,6 +9,7 @@
 #include "ktNodeExtras.h"
 #include "ktNodeMarks.h"
 #include "ktPrimitiveReader.h"
+#include "ktReadInterrupt.h"
 
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGSimpleAttachments.h>
@@ -67,6 +68,7 @@ ktGltfScene Builder::build() {
 void Builder::addNodes(ktGltfScene& target) {
     std::swap(scene, target);
     for (const ktNodeTree::Entry& entry : tree.entries) {
+        ktReadInterrupt::check();
         const ktJson& json = *ktJsonElement(document.json, "nodes", entry.node);
         const osg::NodePtr node = makeNode(entry.node, json);
         addChild(entry.parent == ktNodeTree::none ? osg::NodePtr(scene.root) : made[entry.parent], node);
@@ -156,6 +158,7 @@ std::vector<std::size_t> Builder::readMesh(std::size_t mesh, const ktJson& node,
     if (ktJsonCount(json, "primitives") == 0)
         messages.warn(ktPointer("meshes", mesh), "has no primitives");
     for (std::size_t p = 0; p < ktJsonCount(json, "primitives"); ++p) {
+        ktReadInterrupt::check();
         std::optional<ktPrimitiveLink> link = primitives.read(mesh, p, pose);
         if (!link)
             continue;

@@ -6,6 +6,7 @@
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktPictureReader.h"
+#include "ktReadInterrupt.h"
 
 #include <algorithm>
 #include <cmath>
@@ -173,6 +174,7 @@ void ktMaterialReader::readTexture(const ktJson& info, const osg::UberMaterialPt
 
 void ktMaterialReader::loadPictures(ktFileMessages& report) {
     for (const Pending& entry : pending) {
+        ktReadInterrupt::check();
         if (!pictures.count(entry.image)) {
             std::shared_ptr<const ktImage> picture;
             try {

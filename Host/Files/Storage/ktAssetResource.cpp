@@ -3,6 +3,7 @@
 #include "ktAssetResource.h"
 
 #include "ktFileError.h"
+#include "ktReadInterrupt.h"
 
 #include <algorithm>
 #include <cctype>
@@ -15,6 +16,7 @@
 namespace {
 
 const std::size_t gibibyte = std::size_t(1) << 30;
+const std::size_t readAtOnce = std::size_t(1) << 24; // bytes
 
 bool hasScheme(const std::string& uri) {
     const std::size_t colon = uri.find(':');
@@ -44,8 +46,9 @@ ktBytes ktReadWholeFile(const QString& path, const std::string& object) {
     ktBytes bytes(static_cast<std::size_t>(file.size()));
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const qint64 got =
-            file.read(reinterpret_cast<char*>(bytes.data()) + done, static_cast<qint64>(bytes.size() - done));
+        ktReadInterrupt::check();
+        const qint64 got = file.read(reinterpret_cast<char*>(bytes.data()) + done,
+                                     static_cast<qint64>(std::min(bytes.size() - done, readAtOnce)));
         if (got <= 0)
             throw ktFileError(object, name + "cannot be read: " + file.errorString().toStdString());
         done += static_cast<std::size_t>(got);

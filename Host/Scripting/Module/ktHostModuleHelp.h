@@ -26,7 +26,8 @@ inline const char open[] =
     "@param unique_instances: Gives each use of a mesh its own results.\n@type unique_instances: bool\n"
     "@param ground_plane: Adds a plane below the scene that shows its shadow, unless the scene has one. The plane is\n"
     "    one of the top nodes.\n@type ground_plane: bool\n"
-    "@raise kthost.Error: The file cannot be read or holds nothing to bake. The current scene then stays open.";
+    "@raise kthost.Error: The file cannot be read or holds nothing to bake. The current scene then stays open, also\n"
+    "    after Ctrl-C.";
 
 inline const char close[] = "close()\n\nCloses the scene. Does nothing if no scene is open.\n\n"
                             "@raise kthost.Error: A bake is running.";
@@ -49,7 +50,8 @@ inline const char preview[] =
     "@param exposure: Factor for the light, above 0.\n@type exposure: float\n"
     "@param turn: Turns the camera around the scene, in degrees, counterclockwise seen from above.\n"
     "@type turn: float\n"
-    "@raise kthost.Error: No scene is open, a value is out of range, or the file cannot be written.";
+    "@raise kthost.Error: No scene is open, a value is out of range, or the file cannot be written. An existing file\n"
+    "    is then unchanged, also after Ctrl-C.";
 
 inline const char nodes[] = "nodes()\n\nReturns all nodes of the scene, parents before their children.\n\n"
                             "@rtype: list of kthost.Node\n@raise kthost.Error: No scene is open.";

@@ -2,9 +2,11 @@
 // Functions of the module kthost that open, close, save and preview the scene.
 #include "ktHostModuleScene.h"
 
+#include "ktCancelToken.h"
 #include "ktHostModuleError.h"
 #include "ktHostModuleGuard.h"
 #include "ktHostModuleText.h"
+#include "ktInterruptGuard.h"
 #include "ktLengthUnit.h"
 #include "ktLog.h"
 #include "ktPreview.h"
@@ -47,6 +49,28 @@ ktSceneFile& openFile() {
     return *scene().file;
 }
 
+/// During its lifetime, Ctrl-C does not wait for the end of the call. Interrupts the call also if the handler of a
+/// script raises nothing.
+class Interrupt {
+public:
+    ~Interrupt() { ktCancelToken::the().reset(); }
+
+    static bool isRequested() { return ktCancelToken::the().isCanceled(); }
+    /// After an interrupt, raises what the interpreter's handler raises: KeyboardInterrupt for Ctrl-C.
+    static void raise() {
+        if (!isRequested())
+            return;
+        if (PyErr_CheckSignals() != 0)
+            python::throw_error_already_set();
+        throw ktHostModuleError("interrupted");
+    }
+
+private:
+    // The guard ends a run by number: this call is the next one.
+    const std::uint64_t run = ktCancelToken::the().beginRun();
+    const ktInterruptGuard guard{[] {}};
+};
+
 float checkExposure(double exposure) {
     if (!std::isfinite(exposure) || exposure <= 0)
         throw ktHostModuleError("the exposure must be a number above 0");
@@ -67,8 +91,11 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
     ktOpenOptions options;
     options.unit = *length;
     options.uniqueInstances = uniqueInstances;
+    options.isInterrupted = &Interrupt::isRequested;
+    const Interrupt interrupt;
     ktFileReport report;
     std::unique_ptr<ktSceneFile> file = ktSceneFile::open(QString::fromStdString(name), options, report);
+    interrupt.raise();
     logMessages(name, report);
     if (!file)
         throw ktHostModuleError(report.error);
@@ -79,6 +106,7 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
         if (!isThere)
             throw ktHostModuleError(name + ": the scene has no extent that a ground plane could lie below");
     }
+    interrupt.raise();
     ktSceneState::setRootNode(file->getRoot());
     scene().file = std::move(file);
     scene().name = name;
@@ -119,8 +147,14 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
         throw ktHostModuleError("the turn must be a number of degrees");
     const float factor = checkExposure(exposure);
     openFile();
-    loadPictures();
-    const std::string reason = ktWritePreview(ktScenegraph::getRootNode(), name, factor, width, height, turn_degrees);
+    const Interrupt interrupt;
+    ktFileReport report;
+    scene().file->loadPictures(report, &Interrupt::isRequested);
+    interrupt.raise();
+    logMessages(scene().name, report);
+    const std::string reason =
+        ktWritePreview(ktScenegraph::getRootNode(), name, factor, width, height, turn_degrees, &Interrupt::isRequested);
+    interrupt.raise();
     if (!reason.empty())
         throw ktHostModuleError(name + ": the picture cannot be written: " + reason);
 }

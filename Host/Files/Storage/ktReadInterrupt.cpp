@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Asks the caller from time to time whether the reading of a file is to end.
+#include "ktReadInterrupt.h"
+
+#include <utility>
+
+static ktReadInterrupt* innermost = nullptr;
+
+ktReadInterrupt::ktReadInterrupt(std::function<bool()> isInterrupted_)
+    : isInterrupted(std::move(isInterrupted_)), outer(std::exchange(innermost, this)) {}
+
+ktReadInterrupt::~ktReadInterrupt() {
+    innermost = outer;
+}
+
+bool ktReadInterrupt::isPossible() {
+    return innermost && innermost->isInterrupted;
+}
+
+bool ktReadInterrupt::isRequested() {
+    return isPossible() && innermost->isInterrupted();
+}
+
+void ktReadInterrupt::check() {
+    if (isRequested())
+        throw Interrupted();
+}
