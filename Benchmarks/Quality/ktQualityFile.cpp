@@ -55,7 +55,7 @@ bool isEnvironment(const osg::MaterialPtr& material) {
 }
 
 // One use of a primitive. Triangles with a position that is not finite are left out.
-ktQualityMesh makeMesh(const ktGeometryInstance& use, bool hasNormals, double scale) {
+ktQualityMesh makeMesh(const ktGeometryInstance& use, bool hasNormals, double scale, ktQualityValues values) {
     const osg::GeometryPtr& geometry = use.geometry;
     const Transform transform(use.toWorld, scale);
     ktQualityMesh mesh;
@@ -102,8 +102,12 @@ ktQualityMesh makeMesh(const ktGeometryInstance& use, bool hasNormals, double sc
     }
     mesh.sky.assign(count, 1.0f);
     const osg::GeoTexCoords4fPtr results = osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7());
-    for (osg::UInt32 i = 0; results != osg::NullFC && i < count && i < results->getSize(); ++i)
-        mesh.sky[i] = results->getField()[i][3];
+    const osg::GeoColors4fPtr colors = osg::GeoColors4fPtr::dcast(geometry->getColors());
+    for (osg::UInt32 i = 0; i < count; ++i)
+        if (values == ktQualityValues::Results && results != osg::NullFC && i < results->getSize())
+            mesh.sky[i] = results->getField()[i][3];
+        else if (values == ktQualityValues::Colors && colors != osg::NullFC && i < colors->getSize())
+            mesh.sky[i] = colors->getField()[i][0];
     if (!hasNormals)
         mesh.cornerNormals = ktMakeCreaseNormals(mesh);
     else
@@ -192,7 +196,8 @@ std::vector<float> ktMakeCreaseNormals(const ktQualityMesh& mesh) {
     return normals;
 }
 
-ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm, const ktQualityReflection& reflection) {
+ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm, const ktQualityReflection& reflection,
+                                  ktQualityValues values) {
     try {
         ktFileMessages messages;
         const ktGltfDocument document = ktReadGltf(QString::fromStdString(path), messages);
@@ -207,6 +212,7 @@ ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm, c
         if (!std::isfinite(scale))
             throw std::runtime_error("the scene has no extent");
         ktQualityScene scene;
+        scene.unit_mm = scale;
         for (const ktPrimitiveLink& link : file.primitives)
             if (!link.isGroundPlane) {
                 scene.vertices += link.vertexCount;
@@ -214,10 +220,10 @@ ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm, c
             }
         ktForEachGeometryInstance(file.root, ktInstances::Visible, [&](const ktGeometryInstance& use) {
             const auto link = links.find(use.geometry.getFieldContainerId());
-            ktQualityMesh mesh = makeMesh(use, link != links.end() && link->second->hasNormals, scale);
+            ktQualityMesh mesh = makeMesh(use, link != links.end() && link->second->hasNormals, scale, values);
             if (mesh.indices.empty())
                 return true;
-            if (link != links.end() && mesh.isMeasured)
+            if (link != links.end() && mesh.isMeasured && values == ktQualityValues::Results)
                 mesh.light = readLight(document, *link->second, use.node);
             mesh.albedo = readAlbedo(use, reflection, mesh.indices);
             scene.meshes.push_back(std::move(mesh));

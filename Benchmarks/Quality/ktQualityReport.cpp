@@ -2,6 +2,7 @@
 // Measures how far baked light is from brute force over the whole surface, for several scenes and options of ktbake.
 #include "ktCommandLine.h"
 #include "ktQualityBake.h"
+#include "ktQualityBlender.h"
 #include "ktQualityError.h"
 #include "ktQualityEven.h"
 #include "ktQualityFile.h"
@@ -25,6 +26,8 @@ struct Options {
     std::vector<std::string> scenes, variants, evens;
     std::string names, models, samples = "/usr/share/assimp/models";
     std::string ktbake = "ktbake beside this program";
+    std::string blender = "blender";
+    unsigned blenderRays = 1024;
     unsigned rays = 4096, threads = 0;
     std::size_t points = 20000, seed = 1;
     bool isMarkdown = false;
@@ -104,6 +107,9 @@ public:
                 throw std::runtime_error("--even " + text + ": there is no such variant");
             rows.push_back(evens.back().name);
         }
+        blender = options.blender.empty() ? "" : ktFindBlender(options.blender);
+        if (!blender.empty())
+            rows.push_back("Blender");
         if (!folder.isValid())
             throw std::runtime_error("no temporary folder: " + folder.errorString().toStdString());
         for (const std::string& path : options.scenes)
@@ -142,11 +148,16 @@ public:
         for (const ktQualitySceneEntry& scene : scenes) {
             reference = {};
             vertices.clear();
+            bakes.clear();
             for (const Variant& variant : variants)
                 isGood &= tryTo([&] { print(table.row(measure(scene, variant))); });
             for (const Even& even : evens)
                 isGood &= tryTo([&] { print(table.row(measureEven(scene, even))); });
+            if (!blender.empty())
+                isGood &= tryTo([&] { print(table.row(measureBlender(scene))); });
         }
+        if (blender.empty() && !options.blender.empty())
+            print("\nBlender is not installed: there are no rows of it.\n");
         printRatios();
         return isGood;
     }
@@ -181,19 +192,42 @@ private:
         return measure({entry.name, path}, {even.name, variants[0].options + unit});
     }
 
+    // Blender bakes the file of the first variant, without its colours.
+    std::vector<std::string> measureBlender(const ktQualitySceneEntry& entry) {
+        const auto first = bakes.find(variants[0].name);
+        if (first == bakes.end())
+            throw std::runtime_error(entry.name + ": Blender: the first variant was not measured");
+        ktQualityBake bake = first->second;
+        const double unit_mm = ktReadQualityScene(bake.output, bake.diagonal_mm).unit_mm;
+        const std::string input = bake.output;
+        bake.output = folder.path().toStdString() + "/blender.glb";
+        fs::remove(bake.output);
+        bake.seconds =
+            ktRunBlenderBake(blender, input, bake.output, options.blenderRays, bake.maxDistance_mm / unit_mm);
+        bake.bytes = fs::file_size(bake.output);
+        return rowOf(entry.name, "Blender", bake, ktQualityValues::Colors);
+    }
+
     std::vector<std::string> measure(const ktQualitySceneEntry& entry, const Variant& variant) {
+        const std::string file = "baked-" + std::to_string(bakes.size());
         const ktQualityBake bake =
-            ktRunQualityBake(options.ktbake, entry.path, variant.options, folder.path().toStdString(), "baked");
+            ktRunQualityBake(options.ktbake, entry.path, variant.options, folder.path().toStdString(), file);
         if (bake.mode != "classic")
             throw std::runtime_error(entry.name + ": " + variant.name + ": only the mode classic can be measured");
-        const ktQualityScene scene = ktReadQualityScene(bake.output, bake.diagonal_mm, bake.reflection);
+        bakes[variant.name] = bake;
+        return rowOf(entry.name, variant.name, bake, ktQualityValues::Results);
+    }
+
+    std::vector<std::string> rowOf(const std::string& name, const std::string& variant, const ktQualityBake& bake,
+                                   ktQualityValues values) {
+        const ktQualityScene scene = ktReadQualityScene(bake.output, bake.diagonal_mm, bake.reflection, values);
         updateReference(scene, bake);
         const ktQualityError sky = ktMeasureSkyError(ktInterpolateSky(scene, reference.points), reference.estimates);
         if (sky.points == 0)
-            throw std::runtime_error(entry.name + ": " + variant.name + ": no point is left to measure");
-        errors[entry.name][variant.name] = sky.rms;
-        vertices[variant.name] = scene.vertices;
-        std::vector<std::string> row = {entry.name, variant.name};
+            throw std::runtime_error(name + ": " + variant + ": no point is left to measure");
+        errors[name][variant] = sky.rms;
+        vertices[variant] = scene.vertices;
+        std::vector<std::string> row = {name, variant};
         addError(row, sky);
         const std::vector<std::array<float, 3>> light = ktInterpolateLight(scene, reference.points);
         if (light.empty())
@@ -259,6 +293,8 @@ private:
     std::vector<Even> evens;
     std::vector<std::string> rows; // the names of variants and even subdivisions
     std::vector<ktQualitySceneEntry> scenes;
+    std::string blender;                         // path of the program; empty: none
+    std::map<std::string, ktQualityBake> bakes;  // of the current scene, by variant
     std::map<std::string, std::size_t> vertices; // of the current scene's files, by variant
     QTemporaryDir folder;
     Reference reference;
@@ -282,6 +318,8 @@ int main(int argumentCount, char** arguments) {
         "VARIANT or VARIANT*FACTOR: also bakes each scene subdivided evenly, with the options of the first variant "
         "and as many vertices as the variant's file, times the factor");
     line.add("--ktbake", options.ktbake, "The program to measure");
+    line.add("--blender", options.blender, "Program of Blender, for its vertex bake; empty: no rows of it");
+    line.add("--blender-rays", options.blenderRays, "Rays per corner of a triangle in Blender");
     line.add("--rays", options.rays, "Rays per point of the reference, at least 2");
     line.add("--points", options.points, "Random points per scene");
     line.add("--seed", options.seed, "Seed of the random numbers");

@@ -37,6 +37,7 @@ struct ktQualityScene {
     std::vector<ktQualityMesh> meshes; ///< one for each use of a primitive
     std::size_t vertices = 0;          ///< in the file: each primitive counts once
     std::size_t triangles = 0;         ///< likewise
+    double unit_mm = 1;                ///< length of one unit of the file
 
     /// Diagonal of the bounds of the occluders, millimetres.
     double occluderDiagonal() const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests how the quality report reads files, makes normals, and generates its scenes.
 #include "ktBenchmarkGlb.h"
+#include "ktQualityBlender.h"
 #include "ktQualityEven.h"
 #include "ktQualityFile.h"
 #include "ktQualityModels.h"
@@ -155,4 +156,9 @@ TEST(QualityEven, GivenShelf_HalvesLongEdgesUntilThereAreEnoughVertices) {
     EXPECT_GT(longestEdge(before), 1200);
     EXPECT_LT(longestEdge(after), 200);
     EXPECT_NEAR(area(after) / area(before), 1, 1e-4);
+}
+
+TEST(QualityBlender, GivenNoSuchProgram_IsNotFound) {
+    EXPECT_EQ(ktFindBlender("no-such-blender"), "");
+    EXPECT_NE(ktFindBlender("sh"), "");
 }
