@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-# What is installed: libraries, headers, ktbake and the CMake package `ktAmbientOcclusion`. Included last, when all
+# What is installed: libraries, headers, ktbake with its manual page and completions, and the CMake package
+# `ktAmbientOcclusion`. Included last, when all
 # targets exist. Libraries find each other relative to themselves, so the folder can be moved.
 
 include(CMakePackageConfigHelpers)
@@ -33,6 +34,11 @@ kt_install_library(ktHostInternals ${kt_include}/Host/Core ${kt_include}/Host/Sc
     ${kt_include}/Host/Viewing)
 kt_install_library(ktAmbientOcclusion ${kt_include}/AmbientOcclusion)
 install(TARGETS ktbake RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.bash RENAME ktbake
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES ${KT_BAKE_MANUAL_FOLDER}/_ktbake DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 if(TARGET kthost)
     install(TARGETS kthost LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()

@@ -31,6 +31,18 @@ if(NOT output MATCHES "ktbake 10.0")
     message(FATAL_ERROR "The installed ktbake prints: ${output}")
 endif()
 
+# The manual page and the completions are where man and the shells look.
+foreach(file man/man1/ktbake.1 bash-completion/completions/ktbake zsh/site-functions/_ktbake
+        fish/vendor_completions.d/ktbake.fish)
+    if(NOT EXISTS ${WORK}/moved/share/${file})
+        message(FATAL_ERROR "Not installed: share/${file}")
+    endif()
+    file(READ ${WORK}/moved/share/${file} text)
+    if(NOT text MATCHES "ktbake" OR text MATCHES "${BUILD}")
+        message(FATAL_ERROR "share/${file} is not about ktbake, or refers to the build folder")
+    endif()
+endforeach()
+
 # No installed file may refer to the folder where it was built.
 file(GLOB libraries ${WORK}/moved/lib/*.so ${WORK}/moved/bin/*)
 list(LENGTH libraries count)

@@ -111,7 +111,7 @@ private:
         flag(
             "--" + name, [&target] { target = true; }, help + (defaultValue ? " [on]" : " [off]"));
         flag(
-            "--no-" + name, [&target] { target = false; }, "the opposite");
+            "--no-" + name, [&target] { target = false; }, "the opposite of --" + name);
     }
 
     void addFiles() {

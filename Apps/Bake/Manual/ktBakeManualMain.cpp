@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Writes the manual page and the completions of ktbake into a folder. The build runs it.
+#include "ktAmbientOcclusion.h"
+#include "ktBakeCompletions.h"
+#include "ktBakeManualPage.h"
+
+#include <fstream>
+#include <iostream>
+#include <QCoreApplication>
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    if (argc != 2) {
+        std::cerr << "usage: ktBakeManual FOLDER\n";
+        return 2;
+    }
+    const std::vector<ktBakeOptionInfo> options = describeBakeOptions();
+    const std::string folder = std::string(argv[1]) + "/";
+    for (const auto& [name, content] : {std::make_pair("ktbake.1", makeManualPage(options, getPluginVersion())),
+                                        std::make_pair("ktbake.bash", ktBakeCompletions::makeBash(options)),
+                                        std::make_pair("_ktbake", ktBakeCompletions::makeZsh(options)),
+                                        std::make_pair("ktbake.fish", ktBakeCompletions::makeFish(options))}) {
+        std::ofstream file(folder + name, std::ios::binary);
+        file << content;
+        file.close();
+        if (!file) {
+            std::cerr << folder << name << ": cannot be written\n";
+            return 1;
+        }
+    }
+    return 0;
+}
