@@ -59,7 +59,7 @@ kt_run_tests() {
         passed=$(sed -n 's/^100% tests passed.* out of \([0-9]*\)$/\1/p' "$log")
         printf '%s\n' "${passed:-0}"
     else
-        grep -v ' Passed ' "$log" | tail -n 120 >&2
+        grep -vE ' Passed |^ +Start ' "$log" | tail -n 120 >&2
         kt_say "Full log: $log"
         return 1
     fi
