@@ -80,12 +80,13 @@ TEST(QualityModels, GivenPlatesAndRoom_HaveTheNormalsOfTheirFaces) {
 TEST(QualityFile, GivenFileWithoutNormals_ReadsFacesNormalsAndUnit) {
     const std::string path = temporaryPath("shelf");
     ktSaveBenchmarkScene(*ktMakeQualityModel("shelf"), path);
-    const ktQualityScene scene = ktReadQualityScene(path, 1473.092);
+    const ktQualityScene scene = ktReadQualityScene(path, 2946.184); // twice as large as in metres
     fs::remove(path);
     ASSERT_EQ(scene.meshes.size(), 9u);
     EXPECT_EQ(scene.vertices, 72u);
     EXPECT_EQ(scene.triangles, 108u);
-    EXPECT_NEAR(scene.occluderDiagonal(), 1473.092, 0.01);
+    EXPECT_NEAR(scene.occluderDiagonal(), 2946.184, 0.02);
+    EXPECT_NEAR(scene.unit_mm, 2000, 0.01);
     for (const ktQualityMesh& mesh : scene.meshes)
         for (std::uint32_t triangle = 0; triangle < mesh.triangleCount(); ++triangle) {
             const ktQualityVector area = mesh.areaVector(triangle);
