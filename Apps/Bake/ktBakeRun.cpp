@@ -165,6 +165,7 @@ private:
 int runBake(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
+    ktSetFitMode(options.fit);
     if (options.scene.empty()) {
         int exitCode = applySettings(options, osg::NullFC, 0);
         if (exitCode == ktBakeExit::done)

@@ -102,6 +102,7 @@ int runInHost(const ktBakeOptions& options) {
 int runBakeScript(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
+    ktSetFitMode(options.fit);
     if (options.quiet)
         ktBakeMessages::dropCalculationOutput();
     const QFileInfo script(QString::fromStdString(options.script));

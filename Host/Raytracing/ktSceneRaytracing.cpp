@@ -4,6 +4,7 @@
 
 #include "ktCancelPoint.h"
 #include "ktControllerState.h"
+#include "ktFitMode.h"
 #include "ktGatherPass.h"
 #include "ktGeometryInstances.h"
 #include "ktGeoSubdivisionList.h"
@@ -145,7 +146,13 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
         pump.handleEventsIfDue();
         return true;
     });
-    ktWorkers::run([&] { scene.makeMeshes(); }, pump);
+    ktWorkers::run(
+        [&] {
+            scene.makeMeshes();
+            if (ktGetFitMode() == ktFitMode::Surface)
+                sceneFit.setScene(scene);
+        },
+        pump);
 
     const auto isAbandoned = std::make_shared<std::atomic<bool>>(false);
     auto build = std::make_unique<ktWorkers>(scene.makeBuildJob(*tracer, isAbandoned));
@@ -174,6 +181,7 @@ void ktSceneRaytracing::clearScene() {
     if (tracer && !abandonedBuild)
         tracer->build({}, {});
     scene.clear();
+    sceneFit.clear();
     numbers.clear();
 }
 
@@ -198,7 +206,16 @@ void ktSceneRaytracing::invalidateGeometry() {
         if (!bounces.directTask())
             return;
         ktEventPump pump;
-        const ktRefinementTasks tasks = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
+        ktRefinementTasks tasks = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
+        ktFitTask directFit, gatherFit;
+        if (ktGetFitMode() == ktFitMode::Surface) {
+            directFit = sceneFit.settings(*tasks.direct);
+            tasks.directFit = &directFit;
+            if (tasks.gather) {
+                gatherFit = sceneFit.settings(*tasks.gather);
+                tasks.gatherFit = &gatherFit;
+            }
+        }
         const auto tintOf = [this](ktGeometryNumber geometry) {
             return tints.try_emplace(geometry, std::array<float, 3>{1, 1, 1}).first->second.data();
         };
@@ -292,6 +309,23 @@ void ktSceneRaytracing::countRays(ktGeometryNumber geometry, const ktVertexTask&
     entry.rays += raysPerVertex * task.count;
 }
 
+// Fitted points count like vertices of a pass; vertices without a face are vertices.
+void ktSceneRaytracing::countFit(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitCounts& counts,
+                                 std::uint64_t ktRayCounts::*kind) {
+    const std::uint64_t raysPerVertex = task.directions->set.count;
+    statistics.requested.*kind += counts.rays();
+    statistics.shared.*kind += raysPerVertex * (counts.vertices - counts.traced.traced - counts.traced.unusable);
+    statistics.fitPoints += counts.points;
+    ktTracingStatistics::Geometry& entry = statistics.geometries[geometry];
+    entry.vertices += task.count;
+    entry.rays += counts.rays();
+}
+
+// How to fit the results of this geometry; null if the application wants the values at the vertices.
+const ktFitTask* ktSceneRaytracing::fitOf(const osg::Pnt3f* positions, const ktVertexTask& task) {
+    return ktGetFitMode() == ktFitMode::Surface ? sceneFit.prepare(numbers.geometry(positions), task) : nullptr;
+}
+
 void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,
                                                const osg::Pnt3f* positions, const osg::Vec3f* normals,
                                                osg::Vec4f* results, bool transform, ktSampler* sampler, bool option,
@@ -306,18 +340,30 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
             vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, option),
             lightMode ? &scene.lights : nullptr};
         const ktGeometryNumber geometry = numbers.find(positions);
+        const ktFitTask* fit = fitOf(positions, task);
         ktVertexCounts counts;
+        ktFitCounts fitCounts;
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-            ktOcclusionTask withRings = task;
-            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
             std::vector<osg::Vec4f> traced(count);
-            counts = ktTraceOcclusion(withRings, traced.data(), done);
+            const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
+            if (fit) {
+                ktFitTask withRings = *fit;
+                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+                fitCounts = ktTraceFittedOcclusion(task, withRings, traced.data(), done);
+                counts = fitCounts.traced;
+            } else {
+                ktOcclusionTask withRings = task;
+                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+                counts = ktTraceOcclusion(withRings, traced.data(), done);
+            }
             ktThrowIfCanceled();
             std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
         });
         unusableVertices += counts.unusable;
-        countRays(geometry, task, counts, &ktRayCounts::direct);
+        if (fit)
+            countFit(geometry, task, fitCounts, &ktRayCounts::direct);
+        else
+            countRays(geometry, task, counts, &ktRayCounts::direct);
         bounces.setDirect(task, true);
         if (const ktTracedGeometry* traced = scene.find(geometry))
             bounces.markCalculated(*traced);
@@ -340,20 +386,31 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         ktEventPump pump;
         bounces.takeSnapshot(scene, pump);
         const ktGeometryNumber geometry = numbers.find(positions);
+        const ktFitTask* fit = fitOf(positions, task);
         ktVertexCounts counts;
+        ktFitCounts fitCounts;
         std::vector<float> received(3 * std::size_t(count));
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
             const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-            ktGatherTask withRings = task;
-            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-            counts = ktGatherLight(withRings, received.data(), done);
+            if (fit) {
+                ktFitTask withRings = *fit;
+                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+                fitCounts = ktGatherFittedLight(task, withRings, received.data(), done);
+            } else {
+                ktGatherTask withRings = task;
+                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+                counts = ktGatherLight(withRings, received.data(), done);
+            }
             ktThrowIfCanceled();
             for (std::size_t i = 0; i < count; ++i)
                 for (osg::UInt32 c = 0; c < 3; ++c)
                     results[i][c] = std::max(received[3 * i + c] * (*surfaceColor)[c], ktDarkestResult);
         });
         lastGather = task;
-        countRays(geometry, task, counts, &ktRayCounts::indirect);
+        if (fit)
+            countFit(geometry, task, fitCounts, &ktRayCounts::indirect);
+        else
+            countRays(geometry, task, counts, &ktRayCounts::indirect);
         if (scene.find(geometry)) {
             bounces.setGathered(geometry, std::move(received));
             tints[geometry] = {surfaceColor->red(), surfaceColor->green(), surfaceColor->blue()};

@@ -5,6 +5,7 @@
 #include "ktHostExport.h"
 #include "ktRaytracingUtils.h"
 #include "ktRefinement.h"
+#include "ktSceneFit.h"
 #include "ktTracedScene.h"
 #include "ktTracer.h"
 #include "ktTracingStatistics.h"
@@ -56,6 +57,9 @@ public:
     const ktTracingStatistics& getStatistics() const { return statistics; }
 
 private:
+    const ktFitTask* fitOf(const osg::Pnt3f* positions, const ktVertexTask& task);
+    void countFit(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitCounts& counts,
+                  std::uint64_t ktRayCounts::*kind);
     void countRays(ktGeometryNumber geometry, const ktVertexTask& task, const ktVertexCounts& counts,
                    std::uint64_t ktRayCounts::*kind);
     ktVertexTask vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
@@ -79,6 +83,7 @@ private:
     std::uint64_t unusableVertices = 0; // since the last report
     ktBounceLight bounces;
     ktRefinement refinement;
+    ktSceneFit sceneFit;
     ktGatherTask lastGather; // of the last gathered geometry; tracer is null before the first
     std::map<ktGeometryNumber, std::array<float, 3>> tints; // factors of gathered light
     ktTracingStatistics statistics;

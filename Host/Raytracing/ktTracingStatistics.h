@@ -21,6 +21,7 @@ struct ktTracingStatistics {
     ktRayCounts requested;                ///< requested vertices times the directions of their pass
     ktRayCounts shared;                   ///< of these, not traced: an equal vertex has the same rays
     ktRayCounts refining;                 ///< traced by refinement, at probes and new vertices; not in `requested`
+    std::uint64_t fitPoints = 0;          ///< points on faces that were traced to fit vertex values to them
     std::uint64_t addedVertices = 0;      ///< by refinement
     std::uint64_t occludingTriangles = 0; ///< at the last build; each instance counts
     std::map<ktGeometryNumber, Geometry> geometries; ///< by number

@@ -48,7 +48,7 @@ void checkEndings(const ktBakeOptions& options) {
 
 /// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
 void checkScript(const CLI::App& app, const ktBakeOptions& options) {
-    static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--quiet", "--json"};
+    static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--fit", "--quiet", "--json"};
     static const std::set<std::string> withScene = {"SCENE",   "--output",   "--preview",          "--unit",
                                                     "--shade", "--exposure", "--unique-instances", "--ground-plane"};
     if (options.script == "-")

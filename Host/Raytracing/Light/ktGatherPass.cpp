@@ -20,13 +20,27 @@ public:
     Sums(const ktBounceLight& light_, const ktDirectionSet& directions_) : light(light_), directions(directions_) {}
 
     void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) override {
-        light.addRadiance(packet, directions.laneMask(tile), sums[first + vertex]);
+        const std::uint32_t lanes = directions.laneMask(tile);
+        light.addRadiance(packet, lanes, sums[first + vertex]);
+        if (countsSides)
+            countSides(packet, lanes, first + vertex);
     }
+    bool isInside(std::uint32_t vertex) const { return 2 * backSides[vertex] > hitCount[vertex]; }
 
     std::uint32_t first = 0; // the first vertex of the current call
     float sums[batchSize][3] = {};
+    bool countsSides = false;
 
 private:
+    void countSides(const ktHitPacket& packet, std::uint32_t lanes, std::uint32_t vertex) {
+        for (std::uint32_t lane = 0; lane < ktHitPacket::width; ++lane)
+            if ((lanes >> lane & 1u) != 0 && packet.mesh[lane] != ktHitPacket::noMesh) {
+                ++hitCount[vertex];
+                backSides[vertex] += packet.backSide >> lane & 1u;
+            }
+    }
+
+    std::uint32_t hitCount[batchSize] = {}, backSides[batchSize] = {};
     const ktBounceLight& light;
     const ktDirectionSet& directions;
 };
@@ -47,15 +61,19 @@ ktVertexCounts gatherBatch(const ktGatherTask& task, const ktVertexGroups& group
             unusable += groups.starts[group + 1] - groups.starts[group];
     }
     Sums sums(*task.light, directions);
+    sums.countsSides = task.isValid != nullptr;
     const std::uint32_t step = std::clamp<std::uint32_t>(raysPerCall / directions.count, 1, batchSize);
     for (sums.first = 0; sums.first < traceable; sums.first += step) {
         ktThrowIfCanceled();
         task.tracer->findNearest(vertices + sums.first, std::min(step, traceable - sums.first), task.limits, sums);
     }
     for (std::uint32_t i = 0; i < traceable; ++i)
-        for (std::uint32_t k = groups.starts[groupOf[i]]; k < groups.starts[groupOf[i] + 1]; ++k)
+        for (std::uint32_t k = groups.starts[groupOf[i]]; k < groups.starts[groupOf[i] + 1]; ++k) {
+            if (task.isValid && sums.isInside(i))
+                task.isValid[groups.order[k]] = 0;
             for (int c = 0; c < 3; ++c)
                 received[3 * std::size_t(groups.order[k]) + c] = sums.sums[i][c] / static_cast<float>(directions.count);
+        }
     return {traceable, unusable};
 }
 

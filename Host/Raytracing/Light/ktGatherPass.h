@@ -11,6 +11,8 @@
 /// Input for gathering one bounce of indirect light at one geometry. Everything belongs to the caller.
 struct ktGatherTask : ktVertexTask {
     const ktBounceLight* light = nullptr; ///< after takeSnapshot()
+    /// Null, or `count` elements: set to 0 where more than half of the surfaces that the rays hit show their back side.
+    std::uint8_t* isValid = nullptr;
 };
 
 /// Gathers the light that arrives at `task.count` vertices from the nearest surfaces around them: the mean over the

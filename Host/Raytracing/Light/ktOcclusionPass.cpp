@@ -60,6 +60,8 @@ public:
                 slot[i] < 0 ? osg::Vec4f(0, 0, 0, 1) : resultOf(static_cast<std::uint32_t>(slot[i]));
             for (std::uint32_t k = groups.starts[begin + i]; k < groups.starts[begin + i + 1]; ++k) {
                 results[groups.order[k]] = result;
+                if (task.sky)
+                    task.sky[groups.order[k]] = slot[i] < 0 ? 1.0f : skyOf(static_cast<std::uint32_t>(slot[i]));
                 unusable += slot[i] < 0;
             }
         }
@@ -108,10 +110,13 @@ private:
         }
     }
 
+    float skyOf(std::uint32_t index) const {
+        return static_cast<float>(visible[index]) / static_cast<float>(task.directions->set.count);
+    }
+
     osg::Vec4f resultOf(std::uint32_t index) const {
         const Light& light = sums[index];
-        const float sky = static_cast<float>(visible[index]) / static_cast<float>(task.directions->set.count);
-        const float share = (sky + ktLuminance(light.arriving)) / (1.0f + ktLuminance(light.unshadowed));
+        const float share = (skyOf(index) + ktLuminance(light.arriving)) / (1.0f + ktLuminance(light.unshadowed));
         return osg::Vec4f(light.arriving[0], light.arriving[1], light.arriving[2],
                           std::clamp(share, ktDarkestResult, 1.0f));
     }
@@ -135,6 +140,8 @@ ktVertexCounts ktTraceOcclusion(const ktOcclusionTask& task, osg::Vec4f* results
     std::atomic<std::uint32_t> traced{0}, unusable{static_cast<std::uint32_t>(groups.unusable.size())};
     for (std::uint32_t vertex : groups.unusable)
         results[vertex] = osg::Vec4f(0, 0, 0, 1);
+    for (std::size_t i = 0; task.sky && i < groups.unusable.size(); ++i)
+        task.sky[groups.unusable[i]] = 1.0f;
     done += unusable;
     ktParallel::forRange(groups.size(), batchSize, [&](std::size_t begin, std::size_t end) {
         ktThrowIfCanceled();

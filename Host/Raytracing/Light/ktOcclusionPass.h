@@ -16,6 +16,7 @@ constexpr float ktDarkestResult = 2.0e-6f;
 /// shadow rays end at the light.
 struct ktOcclusionTask : ktVertexTask {
     const std::vector<ktSceneLight>* lights = nullptr; ///< null or empty: only the sky
+    float* sky = nullptr; ///< null, or `count` elements: receive the share of sky rays that hit nothing
 };
 
 /// Traces `task.count` vertices. In `results`, x, y, z is the light of the lights that arrives. w is the fraction that

@@ -36,7 +36,9 @@ struct ktGeoSubdivisionRecord {
     bool isReady = false; ///< everything below is filled
     /// Each new vertex is the midpoint of two others: original vertices, or new ones before it.
     std::vector<std::array<std::uint32_t, 2>> parents;
-    std::vector<osg::Vec4f> results;      ///< channel 7 of the new vertices
-    std::vector<osg::Vec4f> baked;        ///< channel 5 of the new vertices, without the marker
+    std::vector<osg::Vec4f> results; ///< channel 7 of the new vertices
+    std::vector<osg::Vec4f> baked;   ///< channel 5 of the new vertices, without the marker
+    /// Channels 7 and 5 of the original vertices, if a fit changes them; else empty.
+    std::vector<osg::Vec4f> originalResults, originalBaked;
     std::vector<std::uint32_t> triangles; ///< all of the geometry, three vertices each
 };

@@ -101,17 +101,17 @@ void setTriangles(const osg::GeometryPtr& geometry, const std::vector<std::uint3
     geometry->setIndices(indices);
 }
 
-// Replaces the means by the traced values.
-void setResults(const osg::GeoTexCoordsPtr& property, std::size_t oldCount, const std::vector<osg::Vec4f>& values,
+// Replaces the values from vertex `first` on by traced ones.
+void setResults(const osg::GeoTexCoordsPtr& property, std::size_t first, const std::vector<osg::Vec4f>& values,
                 float marker) {
     const osg::GeoTexCoords4fPtr channel = osg::GeoTexCoords4fPtr::dcast(property);
-    if (channel == osg::NullFC || channel->getSize() < oldCount + values.size())
+    if (channel == osg::NullFC || channel->getSize() < first + values.size())
         return;
     beginEditCP(channel);
     for (std::size_t i = 0; i < values.size(); ++i) {
         osg::Vec4f value = values[i];
         value[3] += marker;
-        channel->getField()[static_cast<osg::UInt32>(oldCount + i)] = value;
+        channel->getField()[static_cast<osg::UInt32>(first + i)] = value;
     }
     endEditCP(channel);
 }
@@ -141,9 +141,12 @@ void ktRecreateRefinedGeometry(const ktGeoSubdivisionRecord& record) {
     }
     pump.handleEventsIfDue();
     const bool isOneChannel = geometry->getTexCoords5() == geometry->getTexCoords7();
+    setResults(geometry->getTexCoords7(), 0, record.originalResults, 0.0f);
     setResults(geometry->getTexCoords7(), oldCount, record.results, 0.0f);
-    if (!isOneChannel)
+    if (!isOneChannel) {
+        setResults(geometry->getTexCoords5(), 0, record.originalBaked, bakedMarker);
         setResults(geometry->getTexCoords5(), oldCount, record.baked, bakedMarker);
+    }
     pump.handleEventsIfDue();
     setTriangles(geometry, record.triangles);
     endEditCP(geometry);

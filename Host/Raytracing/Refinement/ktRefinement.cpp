@@ -90,8 +90,15 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
             group.refine(progress);
             counts = {group.newVertexCount(), group.rays()};
             std::vector<std::vector<std::uint32_t>> triangles = group.triangles();
-            for (std::size_t i = 0; i < meshes.size(); ++i)
+            for (std::size_t i = 0; i < meshes.size(); ++i) {
+                if (tasks.directFit) {
+                    const ktRayCounts before = meshes[i]->rays();
+                    meshes[i]->fit(tasks, triangles[i]);
+                    counts.rays.direct += meshes[i]->rays().direct - before.direct;
+                    counts.rays.indirect += meshes[i]->rays().indirect - before.indirect;
+                }
                 meshes[i]->finish(std::move(triangles[i]));
+            }
         },
         reportingPump);
     ktThrowIfCanceled();

@@ -162,23 +162,65 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementTasks& tasks) {
     }
 }
 
-void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
-    if (!originalReceived.empty())
-        received = std::move(originalReceived);
-    record.results.clear();
-    record.baked.clear();
-    record.results.reserve(tracedVertices.size());
-    record.baked.reserve(tracedVertices.size());
-    for (const Traced& traced : tracedVertices) {
-        osg::Vec4f result = traced.direct;
-        // After the direct pass, x, y, z hold its colour; after gathering, they hold the indirect light.
+void ktRefinementMesh::fit(const ktRefinementTasks& tasks, const std::vector<std::uint32_t>& newTriangles) {
+    if (parents.empty())
+        return;
+    std::atomic<std::uint32_t> done{0};
+    std::vector<osg::Vec4f> direct(vertexCount());
+    ktOcclusionTask directTask = *tasks.direct;
+    directTask.setVertices(toWorld, vertexCount(), positions.data(), normals.data(), nullptr);
+    ktFitTask fitTask = *tasks.directFit;
+    fitTask.triangles = &newTriangles;
+    rayCounts.direct += ktTraceFittedOcclusion(directTask, fitTask, direct.data(), done).rays();
+    std::vector<float> gathered(3 * std::size_t(vertexCount()), 0.0f);
+    if (tasks.gather && tasks.gatherFit) {
+        ktGatherTask gather = *tasks.gather;
+        gather.setVertices(toWorld, vertexCount(), positions.data(), normals.data(), nullptr);
+        fitTask = *tasks.gatherFit;
+        fitTask.triangles = &newTriangles;
+        rayCounts.indirect += ktGatherFittedLight(gather, fitTask, gathered.data(), done).rays();
+    }
+    fittedVertices.resize(vertexCount());
+    for (std::size_t i = 0; i < fittedVertices.size(); ++i) {
+        fittedVertices[i].direct = direct[i];
+        std::copy_n(&gathered[3 * i], 3, fittedVertices[i].received);
+    }
+}
+
+// After the direct pass, x, y, z hold its colour; after gathering, they hold the indirect light.
+void ktRefinementMesh::setResults(std::size_t first, std::size_t last, const Traced* traced,
+                                  std::vector<osg::Vec4f>& results, std::vector<osg::Vec4f>& baked) const {
+    results.clear();
+    baked.clear();
+    results.reserve(last - first);
+    baked.reserve(last - first);
+    for (std::size_t i = first; i < last; ++i) {
+        osg::Vec4f result = traced[i].direct;
         if (record.request.indirect)
             for (osg::UInt32 c = 0; c < 3; ++c)
-                result[c] = std::max(traced.received[c] * tint[c], ktDarkestResult);
-        record.results.push_back(result);
-        record.baked.push_back(traced.direct);
-        if (!received.empty())
-            received.insert(received.end(), traced.received, traced.received + 3);
+                result[c] = std::max(traced[i].received[c] * tint[c], ktDarkestResult);
+        results.push_back(result);
+        baked.push_back(traced[i].direct);
+    }
+}
+
+void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
+    const bool hasReceived = !originalReceived.empty();
+    const auto appendReceived = [&](const std::vector<Traced>& traced) {
+        received.reserve(received.size() + 3 * traced.size());
+        for (std::size_t i = 0; hasReceived && i < traced.size(); ++i)
+            received.insert(received.end(), traced[i].received, traced[i].received + 3);
+    };
+    if (fittedVertices.empty()) {
+        if (hasReceived)
+            received = std::move(originalReceived);
+        appendReceived(tracedVertices);
+        setResults(0, tracedVertices.size(), tracedVertices.data(), record.results, record.baked);
+    } else {
+        received.clear();
+        appendReceived(fittedVertices);
+        setResults(0, originalCount, fittedVertices.data(), record.originalResults, record.originalBaked);
+        setResults(originalCount, fittedVertices.size(), fittedVertices.data(), record.results, record.baked);
     }
     record.parents = std::move(parents);
     record.triangles = std::move(newTriangles);

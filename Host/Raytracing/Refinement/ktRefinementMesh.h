@@ -45,7 +45,12 @@ public:
     /// Traces the vertices added since the last call. Worker thread. @throws ktCanceled, std::bad_alloc
     void traceNewVertices(const ktRefinementTasks& tasks);
 
-    /// Rays of all new vertices.
+    /// Fits the values of all vertices, original and new, to the surface. Does nothing without new vertices. Worker
+    /// thread, before finish(). @throws ktCanceled, std::bad_alloc
+    /// @param newTriangles three vertices of the mesh each
+    void fit(const ktRefinementTasks& tasks, const std::vector<std::uint32_t>& newTriangles);
+
+    /// Rays of all new vertices, and of the fit.
     const ktRayCounts& rays() const { return rayCounts; }
 
     /// Fills the record, but does not mark it as ready. Worker thread.
@@ -68,6 +73,8 @@ private:
     ktSurfacePoint midpoint(Index a, Index b) const;
     ktSurfacePoint interpolate(const Index* vertices, const float* weights) const;
     ktSurfacePoint toWorldSpace(const ktSurfacePoint& point) const;
+    void setResults(std::size_t first, std::size_t last, const Traced* traced, std::vector<osg::Vec4f>& results,
+                    std::vector<osg::Vec4f>& baked) const;
     ktIllumination measure(const Traced& traced) const;
 
     ktGeoSubdivisionRecord& record;
@@ -84,4 +91,5 @@ private:
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices
     ktRayCounts rayCounts;
     std::vector<Traced> tracedVertices; ///< the new vertices
+    std::vector<Traced> fittedVertices; ///< all vertices; empty without a fit
 };

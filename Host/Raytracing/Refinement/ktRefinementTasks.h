@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktFittedPass.h"
 #include "ktGatherPass.h"
 #include "ktOcclusionPass.h"
 
@@ -10,6 +11,9 @@
 struct ktRefinementTasks {
     const ktOcclusionTask* direct = nullptr; ///< not null
     const ktGatherTask* gather = nullptr;    ///< null: no indirect light yet
+    /// How to fit the results of refined geometry to its surface; all but the triangles. Null: values at the vertices.
+    const ktFitTask* directFit = nullptr;
+    const ktFitTask* gatherFit = nullptr;
 };
 
 /// The two values that refinement compares: first the visible fraction of direct light (0 for indirect light), then the

@@ -16,9 +16,14 @@ void ktGeometryNumbers::add(const osg::GeometryPtr& geometry) {
         byPositions.emplace(positions, geometry);
 }
 
-ktGeometryNumber ktGeometryNumbers::find(const osg::Pnt3f* positions) const {
+osg::GeometryPtr ktGeometryNumbers::geometry(const osg::Pnt3f* positions) const {
     const auto found = byPositions.find(positions);
     if (found == byPositions.end() || firstPosition(found->second.get()) != positions)
-        return 0;
-    return ktGetGeometryNumber(found->second.get());
+        return osg::NullFC;
+    return found->second.get();
+}
+
+ktGeometryNumber ktGeometryNumbers::find(const osg::Pnt3f* positions) const {
+    const osg::GeometryPtr found = geometry(positions);
+    return found != osg::NullFC ? ktGetGeometryNumber(found) : 0;
 }

@@ -21,6 +21,8 @@ public:
     /// The geometry whose positions are now at this address; 0 if none was added, or if it has other positions
     /// meanwhile.
     ktGeometryNumber find(const osg::Pnt3f* positions) const;
+    /// The geometry whose positions are now at this address; null as find() gives 0.
+    osg::GeometryPtr geometry(const osg::Pnt3f* positions) const;
     void clear() { byPositions.clear(); }
 
 private:
