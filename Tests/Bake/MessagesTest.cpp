@@ -145,6 +145,20 @@ TEST(JsonMessages, GivenBake_WritesOneObjectALine) {
     EXPECT_GT(last.at("seconds"), 0);
 }
 
+TEST(JsonMessages, GivenInterrupt_SaysSoInTheLastLine) {
+    const ktTestFolder folder;
+    const ktBakeResult result = interruptBake(
+        folder.path,
+        {model("glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"), "-o", "-", "--shadow-quality", "5", "--json"},
+        "vertices traced");
+    EXPECT_EQ(result.exitCode, 130);
+    EXPECT_EQ(result.out, "") << "no part of the scene";
+    const Json last = linesOf(result).back();
+    EXPECT_EQ(last.at("result"), "cancelled");
+    EXPECT_EQ(last.at("exitCode"), 130);
+    EXPECT_FALSE(last.contains("output"));
+}
+
 TEST(JsonMessages, GivenFailures_NameTheParts) {
     const ktTestFolder folder;
     folder.write("car.gltf", sceneWithAWarning());

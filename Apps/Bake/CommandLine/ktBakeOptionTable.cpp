@@ -116,12 +116,13 @@ private:
 
     void addFiles() {
         group = "Files";
-        ktBakeOptionInfo& scene =
-            describe("SCENE", "scene to bake: glTF (.glb, .gltf), OBJ, PLY, STL, FBX, Collada, ...");
+        ktBakeOptionInfo& scene = describe("SCENE", "scene to bake: glTF (.glb, .gltf), OBJ, PLY, STL, FBX, Collada, "
+                                                    "...; -: standard input");
         scene.kind = ktBakeValueKind::File;
         scene.values = {".glb", ".gltf", ".obj", ".ply", ".stl", ".fbx", ".dae", ".ac", ".3ds", ".off", ".x"};
         app.add_option("SCENE", options.scene, scene.help)->option_text(" ");
-        file("-o,--output", options.output, "baked scene", "FILE.glb|.gltf", {".glb", ".gltf"}, "SCENE-baked.glb");
+        file("-o,--output", options.output, "baked scene; -: standard output", "FILE.glb|.gltf", {".glb", ".gltf"},
+             "SCENE-baked.glb");
         file("--preview", options.preview, "picture of the baked scene", "FILE.png", {".png"});
         file("--stats", options.stats, "times and counts of the run", "FILE.json", {".json"});
         ktBakeOptionInfo& unit = value(
@@ -200,8 +201,9 @@ private:
         std::optional<int>& target = options.given(row);
         ktBakeOptionInfo& info = value(
             optionOf(row),
-            [&target, least, most](const std::string& option, const std::string& text) {
-                target = parseInteger(option, text, least, most);
+            [&target](const std::string& option, const std::string& text) {
+                target =
+                    parseInteger(option, text, static_cast<int>(Row::range.least), static_cast<int>(Row::range.most));
             },
             row.help, row.argument ? row.argument : std::to_string(least) + ".." + std::to_string(most),
             std::to_string(row.get(defaults)) + row.initialNote);

@@ -142,7 +142,8 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
         if (options.overrideColorValue)
             options.overrideColor = true;
         checkTogether(app, options);
-    } catch (const CLI::Success& request) { // for help or the version
+    } catch (const CLI::Success& request) {  // for help or the version
+        app.get_option("SCENE")->required(); // the help then shows it without brackets
         return app.exit(request, std::cout, std::cerr);
     } catch (const ktBakeUsageError& error) {
         ktBakeMessages::writeUsageError(error.what(), hint,

@@ -12,9 +12,11 @@ constexpr int longestMistyped = 64; // the distance takes time in the product of
 
 /// Edits that turn one text into the other. A swap counts once, if nothing is inserted between the two letters.
 int editDistance(const QString& from, const QString& to) {
-    const int width = to.size() + 1;
-    std::vector<int> distance(static_cast<size_t>((from.size() + 1) * width));
-    const auto at = [&](int i, int j) -> int& { return distance[static_cast<size_t>(i * width + j)]; };
+    const auto width = static_cast<size_t>(to.size()) + 1;
+    std::vector<int> distance((static_cast<size_t>(from.size()) + 1) * width);
+    const auto at = [&](int i, int j) -> int& {
+        return distance[static_cast<size_t>(i) * width + static_cast<size_t>(j)];
+    };
     for (int i = 0; i <= from.size(); ++i)
         for (int j = 0; j <= to.size(); ++j) {
             if (i == 0 || j == 0) {
@@ -56,8 +58,10 @@ std::vector<std::string> ktFindNearNames(const std::string& typed, const std::ve
 
 std::string ktListAlternatives(const std::vector<std::string>& names, const std::string& quote) {
     std::string list;
-    for (size_t i = 0; i < names.size(); ++i)
-        list += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + quote + names[i] + quote;
+    for (size_t i = 0; i < names.size(); ++i) {
+        list += i == 0 ? "" : i + 1 == names.size() ? " or " : ", ";
+        list.append(quote).append(names[i]).append(quote);
+    }
     return list;
 }
 

@@ -82,7 +82,7 @@ std::string ktBakeCompletions::makeZsh(const std::vector<ktBakeOptionInfo>& opti
         for (const std::string& name : option.names)
             names.push_back(nameWithValue(name, !option.isFlag()));
         if (names.size() == 1)
-            script += quote(excluded + names[0] + tail, "'\\''");
+            script += quote(std::string(excluded).append(names[0]).append(tail), "'\\''");
         else
             script += quote(excluded, "'\\''") + "{" + join(names, ",") + "}" + quote(tail, "'\\''");
     }

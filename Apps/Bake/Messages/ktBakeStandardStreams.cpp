@@ -96,6 +96,8 @@ int ktBakeStandardStreams::begin(ktBakeOptions& options) {
         output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
         if (!folder->isValid() || output < 0 || ::dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
             return fail(ktBakeExit::notWritten, "standard output", "cannot be kept: " + lastError());
+        if (ktBakeMessages::isJson())
+            ktBakeMessages::dropCalculationOutput(); // its lines are no JSON
         outputFile = QFile::encodeName(folder->filePath("baked.glb")).toStdString();
         options.output = outputFile;
         ktBakeMessages::showAs(outputFile, standardStream);
