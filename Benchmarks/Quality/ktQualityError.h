@@ -13,6 +13,16 @@ struct ktQualityError {
     std::size_t points = 0;  ///< that count
 };
 
+/// Some of the values, chosen by the distance of their points.
+template <class Value>
+std::vector<Value> ktSelectNear(const std::vector<Value>& values, const std::vector<double>& distances, double limit) {
+    std::vector<Value> near;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        if (distances[i] <= limit)
+            near.push_back(values[i]);
+    return near;
+}
+
 /// Compares values of w with the reference. Leaves out points that the reference finds inside a solid or nearly dark.
 /// @param baked one value per element of `reference`
 ktQualityError ktMeasureSkyError(const std::vector<float>& baked, const std::vector<ktQualityEstimate>& reference);

@@ -38,18 +38,24 @@ struct Start {
     double offset;
 };
 
-Start startAt(const ktQualityMesh& mesh, const ktQualityPoint& point, double diagonal) {
-    constexpr double offsetShare = 2e-6; // of the size of the numbers: a few times the rounding errors of floats
+ktQualityVector positionOf(const ktQualityMesh& mesh, const ktQualityPoint& point) {
     const std::uint32_t* corner = &mesh.indices[3 * std::size_t(point.triangle)];
     const double weights[3] = {1.0 - point.u - point.v, point.u, point.v};
-    ktQualityVector position{0, 0, 0}, shading{0, 0, 0};
-    for (std::size_t i = 0; i < 3; ++i) {
-        const ktQualityVector p = mesh.position(corner[i]);
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            position[axis] += weights[i] * p[axis];
+    ktQualityVector position{0, 0, 0};
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            position[axis] += weights[i] * mesh.position(corner[i])[axis];
+    return position;
+}
+
+Start startAt(const ktQualityMesh& mesh, const ktQualityPoint& point, double diagonal) {
+    constexpr double offsetShare = 2e-6; // of the size of the numbers: a few times the rounding errors of floats
+    const double weights[3] = {1.0 - point.u - point.v, point.u, point.v};
+    const ktQualityVector position = positionOf(mesh, point);
+    ktQualityVector shading{0, 0, 0};
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t axis = 0; axis < 3; ++axis)
             shading[axis] += weights[i] * mesh.cornerNormals[9 * std::size_t(point.triangle) + 3 * i + axis];
-        }
-    }
     Start start;
     ktQualityVector& face = start.face;
     face = unit(mesh.areaVector(point.triangle));
@@ -249,6 +255,76 @@ private:
     alignas(64) RTCRayHit16 packet;
 };
 
+// Calls work(begin, end) for parts of the numbers below `count`, on several threads; 0: one a core.
+template <class Work>
+void forEach(std::size_t count, unsigned threads, const Work& work) {
+    tbb::task_arena arena(threads == 0 ? tbb::task_arena::automatic : static_cast<int>(threads));
+    arena.execute([&] {
+        tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, 16),
+                          [&](const auto& range) { work(range.begin(), range.end()); });
+    });
+}
+
+// Squared distance of a point to the segment from a to b.
+double squaredDistance(const ktQualityVector& p, const ktQualityVector& a, const ktQualityVector& b) {
+    ktQualityVector along, to;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        along[axis] = b[axis] - a[axis];
+        to[axis] = p[axis] - a[axis];
+    }
+    const double length = dot(along, along);
+    const double t = length > 0 ? std::clamp(dot(to, along) / length, 0.0, 1.0) : 0;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        to[axis] -= t * along[axis];
+    return dot(to, to);
+}
+
+double distanceToTriangle(const ktQualityVector& p, const ktQualityVector* corners) {
+    ktQualityVector edges[2], to;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        edges[0][axis] = corners[1][axis] - corners[0][axis];
+        edges[1][axis] = corners[2][axis] - corners[0][axis];
+        to[axis] = p[axis] - corners[0][axis];
+    }
+    const ktQualityVector normal = unit(cross(edges[0], edges[1]));
+    bool isAbove = dot(normal, normal) > 0; // the point's projection is inside the triangle
+    double square = HUGE_VAL;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const ktQualityVector &a = corners[i], &b = corners[(i + 1) % 3];
+        square = std::min(square, squaredDistance(p, a, b));
+        isAbove =
+            isAbove &&
+            dot(cross({b[0] - a[0], b[1] - a[1], b[2] - a[2]}, {p[0] - a[0], p[1] - a[1], p[2] - a[2]}), normal) >= 0;
+    }
+    return isAbove ? std::fabs(dot(to, normal)) : std::sqrt(square);
+}
+
+// What the callback of a point query reads and writes.
+struct Nearest {
+    const ktQualityScene* scene;
+    const std::vector<std::uint32_t>* meshes;
+    std::uint32_t own;
+    ktQualityVector point;
+    double distance;
+};
+
+bool visitTriangle(RTCPointQueryFunctionArguments* arguments) {
+    Nearest& nearest = *static_cast<Nearest*>(arguments->userPtr);
+    const std::uint32_t number = (*nearest.meshes)[arguments->geomID];
+    if (number == nearest.own)
+        return false;
+    const ktQualityMesh& mesh = nearest.scene->meshes[number];
+    ktQualityVector corners[3];
+    for (std::size_t i = 0; i < 3; ++i)
+        corners[i] = mesh.position(mesh.indices[3 * std::size_t(arguments->primID) + i]);
+    const double distance = distanceToTriangle(nearest.point, corners);
+    if (distance > arguments->query->radius || distance >= nearest.distance)
+        return false;
+    nearest.distance = distance;
+    arguments->query->radius = static_cast<float>(distance);
+    return true;
+}
+
 } // namespace
 
 ktQualityReference::ktQualityReference(const ktQualityScene& scene_)
@@ -283,13 +359,32 @@ std::vector<ktQualityEstimate> ktQualityReference::estimate(const std::vector<kt
     if (tracing.rays < 2)
         throw std::invalid_argument("the reference needs at least 2 rays");
     std::vector<ktQualityEstimate> estimates(points.size());
-    tbb::task_arena arena(tracing.threads == 0 ? tbb::task_arena::automatic : static_cast<int>(tracing.threads));
-    arena.execute([&] {
-        tbb::parallel_for(tbb::blocked_range<std::size_t>(0, points.size(), 16), [&](const auto& range) {
-            const auto tracer = std::make_unique<Tracer>(scene, structure, meshes, diagonal, tracing);
-            for (std::size_t i = range.begin(); i < range.end(); ++i)
-                estimates[i] = tracer->estimate(points[i], i);
-        });
+    forEach(points.size(), tracing.threads, [&](std::size_t begin, std::size_t end) {
+        const auto tracer = std::make_unique<Tracer>(scene, structure, meshes, diagonal, tracing);
+        for (std::size_t i = begin; i < end; ++i)
+            estimates[i] = tracer->estimate(points[i], i);
     });
     return estimates;
+}
+
+std::vector<double> ktQualityReference::distancesToOthers(const std::vector<ktQualityPoint>& points, double limit_mm,
+                                                          unsigned threads) const {
+    std::vector<double> distances(points.size(), HUGE_VAL);
+    forEach(points.size(), threads, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+            Nearest nearest{&scene, &meshes, points[i].mesh, positionOf(scene.meshes[points[i].mesh], points[i]),
+                            HUGE_VAL};
+            RTCPointQuery query;
+            query.x = static_cast<float>(nearest.point[0]);
+            query.y = static_cast<float>(nearest.point[1]);
+            query.z = static_cast<float>(nearest.point[2]);
+            query.radius = static_cast<float>(limit_mm);
+            query.time = 0;
+            RTCPointQueryContext context;
+            rtcInitPointQueryContext(&context);
+            rtcPointQuery(structure, &query, &context, visitTriangle, &nearest);
+            distances[i] = nearest.distance;
+        }
+    });
+    return distances;
 }

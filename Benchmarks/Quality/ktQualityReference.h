@@ -44,6 +44,11 @@ public:
     std::vector<ktQualityEstimate> estimate(const std::vector<ktQualityPoint>& points,
                                             const ktQualityTracing& tracing) const;
 
+    /// Distance of each point to the nearest triangle of another mesh that occludes; infinite if it is above the limit.
+    /// @param threads 0: one a core
+    std::vector<double> distancesToOthers(const std::vector<ktQualityPoint>& points, double limit_mm,
+                                          unsigned threads) const;
+
 private:
     const ktQualityScene& scene;
     RTCDeviceTy* device;

@@ -28,6 +28,7 @@ struct Options {
     std::string ktbake = "ktbake beside this program";
     std::string blender = "blender";
     unsigned blenderRays = 1024;
+    float contact_mm = 0;
     unsigned rays = 4096, threads = 0;
     std::size_t points = 20000, seed = 1;
     bool isMarkdown = false;
@@ -84,6 +85,7 @@ struct Reference {
     ktQualityReflection reflection;
     std::vector<ktQualityPoint> points;
     std::vector<ktQualityEstimate> estimates;
+    std::vector<double> distances_mm; // to other meshes, if wanted
 
     bool fits(const ktQualityBake& bake, std::uint64_t otherSurface) const {
         return !points.empty() && surface == otherSurface && minDistance_mm == bake.minDistance_mm &&
@@ -128,21 +130,18 @@ public:
             sceneWidth = std::max(sceneWidth, scene.name.size());
         for (const std::string& row : rows)
             variantWidth = std::max(variantWidth, row.size());
-        const ktQualityTable table({{"scene", sceneWidth, true},
-                                    {"variant", variantWidth, true},
-                                    {"rms", 6, false},
-                                    {"95 %", 6, false},
-                                    {"off > 0.1", 7, false},
-                                    {"light rms", 6, false},
-                                    {"95 %", 6, false},
-                                    {"off > 0.1", 7, false},
-                                    {"inside", 7, false},
-                                    {"dark", 7, false},
-                                    {"vertices", 9, false},
-                                    {"triangles", 9, false},
-                                    {"seconds", 7, false},
-                                    {"bytes", 10, false}},
-                                   options.isMarkdown);
+        std::vector<ktQualityTable::Column> columns = {{"scene", sceneWidth, true}, {"variant", variantWidth, true},
+                                                       {"rms", 6, false},           {"95 %", 6, false},
+                                                       {"off > 0.1", 7, false},     {"light rms", 6, false},
+                                                       {"95 %", 6, false},          {"off > 0.1", 7, false},
+                                                       {"inside", 7, false},        {"dark", 7, false},
+                                                       {"vertices", 9, false},      {"triangles", 9, false},
+                                                       {"seconds", 7, false},       {"bytes", 10, false}};
+        if (options.contact_mm > 0) {
+            columns.push_back({"contact rms", 6, false});
+            columns.push_back({"points", 6, false});
+        }
+        const ktQualityTable table(columns, options.isMarkdown);
         print(table.head());
         bool isGood = true;
         for (const ktQualitySceneEntry& scene : scenes) {
@@ -222,7 +221,8 @@ private:
                                    ktQualityValues values) {
         const ktQualityScene scene = ktReadQualityScene(bake.output, bake.diagonal_mm, bake.reflection, values);
         updateReference(scene, bake);
-        const ktQualityError sky = ktMeasureSkyError(ktInterpolateSky(scene, reference.points), reference.estimates);
+        const std::vector<float> baked = ktInterpolateSky(scene, reference.points);
+        const ktQualityError sky = ktMeasureSkyError(baked, reference.estimates);
         if (sky.points == 0)
             throw std::runtime_error(name + ": " + variant + ": no point is left to measure");
         errors[name][variant] = sky.rms;
@@ -238,6 +238,13 @@ private:
              {percent(sky.shareInside), percent(sky.shareDark), std::to_string(scene.vertices),
               std::to_string(scene.triangles), decimal(bake.seconds, 2), std::to_string(bake.bytes)})
             row.push_back(text);
+        if (options.contact_mm > 0) {
+            const ktQualityError contact =
+                ktMeasureSkyError(ktSelectNear(baked, reference.distances_mm, options.contact_mm),
+                                  ktSelectNear(reference.estimates, reference.distances_mm, options.contact_mm));
+            row.push_back(contact.points > 0 ? decimal(contact.rms, 4) : "-");
+            row.push_back(std::to_string(contact.points));
+        }
         return row;
     }
 
@@ -256,6 +263,7 @@ private:
                      bake.bounces,
                      bake.reflection,
                      ktChooseQualityPoints(scene, options.points, options.seed),
+                     {},
                      {}};
         ktQualityTracing tracing;
         tracing.minDistance_mm = bake.minDistance_mm;
@@ -264,7 +272,10 @@ private:
         tracing.rays = options.rays;
         tracing.threads = options.threads;
         tracing.seed = options.seed;
-        reference.estimates = ktQualityReference(scene).estimate(reference.points, tracing);
+        const ktQualityReference brute(scene);
+        reference.estimates = brute.estimate(reference.points, tracing);
+        if (options.contact_mm > 0)
+            reference.distances_mm = brute.distancesToOthers(reference.points, options.contact_mm, options.threads);
     }
 
     // The geometric mean of each variant's rms, as a multiple of that of the first variant.
@@ -322,6 +333,8 @@ int main(int argumentCount, char** arguments) {
     line.add("--blender-rays", options.blenderRays, "Rays per corner of a triangle in Blender");
     line.add("--rays", options.rays, "Rays per point of the reference, at least 2");
     line.add("--points", options.points, "Random points per scene");
+    line.add("--contact", options.contact_mm,
+             "Adds the rms of w of the points that are at most so far from another mesh, in millimetres");
     line.add("--seed", options.seed, "Seed of the random numbers");
     line.add("--threads", options.threads, "Threads of the reference; 0: one a core");
     line.addFlag("--markdown", options.isMarkdown, "Prints a Markdown table");

@@ -37,7 +37,7 @@ std::uint64_t ktQualityScene::surfaceHash() const {
             continue;
         for (const std::uint32_t index : mesh.indices)
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                std::uint32_t bits;
+                std::uint32_t bits = 0;
                 std::memcpy(&bits, &mesh.positions[3 * std::size_t(index) + axis], sizeof bits);
                 hash = ktQualityRandom::mix(hash * 0x100000001B3ull + bits + 1);
             }

@@ -230,3 +230,37 @@ TEST(QualityReference, GivenManySeeds_EstimatesItsOwnVariance) {
     const double mean = sum / seeds;
     EXPECT_NEAR(variance / (squares - seeds * mean * mean), 1, 0.1);
 }
+
+TEST(QualityReference, GivenWallOnFloor_FindsTheDistanceToTheOtherMesh) {
+    const ktQualityScene scene = floorAtWall(0.5);
+    const auto points = ktChooseQualityPoints(scene, 200, 1);
+    const std::vector<double> distances = ktQualityReference(scene).distancesToOthers(points, 0.4, 2);
+    std::size_t near = 0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const std::uint32_t* corner = &scene.meshes[0].indices[3 * std::size_t(points[i].triangle)];
+        const double x = (1.0 - points[i].u - points[i].v) * scene.meshes[0].position(corner[0])[0] +
+                         points[i].u * scene.meshes[0].position(corner[1])[0] +
+                         points[i].v * scene.meshes[0].position(corner[2])[0];
+        if (x < 0.4)
+            EXPECT_NEAR(distances[i], x, 1e-5);
+        else
+            EXPECT_EQ(distances[i], HUGE_VAL);
+        near += x < 0.4;
+    }
+    EXPECT_GT(near, 70u);
+    EXPECT_EQ(ktSelectNear(points, distances, 0.4).size(), near);
+    EXPECT_LT(ktSelectNear(points, distances, 0.1).size(), near / 2);
+}
+
+TEST(QualityReference, GivenTriangleBelow_FindsTheDistanceToFaceEdgeAndCorner) {
+    ktQualityScene scene;
+    scene.meshes.push_back(ktMakeTestMesh());
+    ktAddTestTriangle(scene.meshes[0], {0.2, 0.2, 1}, {-3, 0.3, 0}, {-3, -4, 0});
+    scene.meshes.push_back(ktMakeTestMesh());
+    ktAddTestTriangle(scene.meshes[1], {0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+    const std::vector<double> distances =
+        ktQualityReference(scene).distancesToOthers({{0, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}, 100, 1);
+    EXPECT_NEAR(distances[0], 1, 1e-5);
+    EXPECT_NEAR(distances[1], 3, 1e-5);
+    EXPECT_NEAR(distances[2], 5, 1e-5);
+}
