@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Shows a calculation's progress on standard error, and counts vertices and tracing time for the statistics.
+// Shows a calculation's progress on standard error.
 #include "ktBakeProgress.h"
 
 #include "ktAmbientOcclusion.h"
@@ -18,10 +18,6 @@ namespace {
 constexpr auto redrawInterval = std::chrono::milliseconds(100);
 constexpr int barWidth = 30;
 constexpr size_t longestPhase = 9; // "Preparing"
-
-double secondsBetween(std::chrono::steady_clock::time_point from, std::chrono::steady_clock::time_point to) {
-    return std::chrono::duration<double>(to - from).count();
-}
 
 int terminalWidth() {
     winsize size = {};
@@ -65,50 +61,24 @@ ktBakeProgress::~ktBakeProgress() {
     clearLine();
 }
 
-double ktBakeProgress::getTracingSeconds() const {
-    return getVerticesTraced() == 0 ? 0 : secondsBetween(firstVertex, lastVertex);
-}
-
-void ktBakeProgress::onStarted(int max) {
-    maxSteps = max;
-    const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
-    const int bounces = plugin.isIndirectIlluminationEnabled() ? plugin.getNumOfIndirections() : 0;
-    nodeCount = max / (bounces + 1);
-    steps = 0;
+void ktBakeProgress::onStarted() {
     isRunning = true;
-    started = firstVertex = lastVertex = lastShown = Clock::now();
+    lastShown = Clock::now();
     show(false);
 }
 
-void ktBakeProgress::onStep(int counter) {
-    // A step begins a node: the calls for the previous node have ended.
-    callsDone += callDone;
-    callDone = 0;
-    steps = counter;
+void ktBakeProgress::onStep() {
     show(false);
 }
 
 void ktBakeProgress::onStopped() {
-    lastVertex = Clock::now();
-    callsDone += callDone;
-    callDone = 0;
     // A cancelled run may also report its end, but it is not complete.
     if (!ktCancelToken::the().isCanceled())
         show(true);
     isRunning = false;
 }
 
-void ktBakeProgress::onTraced(std::uint64_t done, std::uint64_t) {
-    const Clock::time_point now = Clock::now();
-    if (getVerticesTraced() == 0) {
-        firstVertex = now;
-        structureSeconds = secondsBetween(started, now);
-    }
-    // A smaller count means that a new call has begun.
-    if (done < callDone)
-        callsDone += callDone;
-    callDone = done;
-    lastVertex = now;
+void ktBakeProgress::onTraced() {
     show(false);
 }
 
@@ -121,13 +91,13 @@ void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices)
     lastRound = round;
     const std::string line = "Refining: round " + std::to_string(round) + " of " + std::to_string(rounds) + ", " +
                              formatCount(static_cast<double>(newVertices)) + " new vertices in " +
-                             formatDuration(secondsBetween(started, now));
+                             formatDuration(secondsBetween(counter.getStart(), now));
     if (ktBakeMessages::isJson()) {
         ktBakeMessages::writeProgress(line, {{"phase", "refining"},
                                              {"round", round},
                                              {"rounds", rounds},
                                              {"newVertices", static_cast<double>(newVertices)},
-                                             {"seconds", secondsBetween(started, now)}});
+                                             {"seconds", secondsBetween(counter.getStart(), now)}});
         return;
     }
     std::fprintf(stderr, isTerminal ? "\r\033[K%s" : "%s\n", line.c_str());
@@ -136,12 +106,13 @@ void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices)
 }
 
 double ktBakeProgress::share() const {
-    if (maxSteps <= 0)
+    if (counter.getMaxSteps() <= 0)
         return 0;
-    if (vertexCount == 0 || nodeCount == 0)
-        return std::clamp(static_cast<double>(steps) / maxSteps, 0.0, 0.99);
-    const double passes = static_cast<double>(maxSteps) / nodeCount;
-    return std::min(0.99, static_cast<double>(getVerticesTraced()) / (static_cast<double>(vertexCount) * passes));
+    if (vertexCount == 0 || counter.getNodeCount() == 0)
+        return std::clamp(static_cast<double>(counter.getSteps()) / counter.getMaxSteps(), 0.0, 0.99);
+    const double passes = static_cast<double>(counter.getMaxSteps()) / counter.getNodeCount();
+    return std::min(0.99,
+                    static_cast<double>(counter.getVerticesTraced()) / (static_cast<double>(vertexCount) * passes));
 }
 
 void ktBakeProgress::show(bool isLast) {
@@ -149,17 +120,19 @@ void ktBakeProgress::show(bool isLast) {
         return;
     const Clock::time_point now = Clock::now();
     const double done = isLast ? 1 : share();
-    const double tracing = secondsBetween(firstVertex, now);
-    const double rate = tracing > 0 ? static_cast<double>(getVerticesTraced()) / tracing : 0;
-    const std::string phase = getVerticesTraced() == 0 ? "Preparing" : steps <= nodeCount ? "Shadows" : "Bounces";
+    const double tracing = secondsBetween(counter.getFirstVertex(), now);
+    const double rate = tracing > 0 ? static_cast<double>(counter.getVerticesTraced()) / tracing : 0;
+    const std::string phase = counter.getVerticesTraced() == 0               ? "Preparing"
+                              : counter.getSteps() <= counter.getNodeCount() ? "Shadows"
+                                                                             : "Bounces";
 
     if (!isTerminal) {
         const int tenth = static_cast<int>(done * 10);
         if (tenth <= lastTenth && !isLast)
             return;
         lastTenth = tenth;
-        const auto vertices = static_cast<double>(getVerticesTraced());
-        const double seconds = secondsBetween(started, now);
+        const auto vertices = static_cast<double>(counter.getVerticesTraced());
+        const double seconds = secondsBetween(counter.getStart(), now);
         const std::string traced = formatCount(vertices) + " vertices traced in " + formatDuration(seconds);
         if (ktBakeMessages::isJson())
             ktBakeMessages::writeProgress(std::to_string(tenth * 10) + " %  " + traced,
@@ -182,7 +155,7 @@ void ktBakeProgress::show(bool isLast) {
     if (rate > 0)
         line += "  " + formatCount(rate) + " vertices/s";
     if (isLast)
-        line += "  in " + formatDuration(secondsBetween(started, now));
+        line += "  in " + formatDuration(secondsBetween(counter.getStart(), now));
     else if (done > 0.01 && tracing > 0.5)
         line += "  " + formatDuration(tracing / done * (1 - done)) + " left";
     line.resize(std::min(line.size(), static_cast<size_t>(std::max(1, terminalWidth() - 1))));

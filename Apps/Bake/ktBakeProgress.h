@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include <chrono>
+#include "ktRunCounter.h"
+
 #include <cstdint>
 #include <QObject>
 #include <string>
 
 /// Shows the progress of a calculation on standard error: on a terminal a bar with rate and remaining time, else a
-/// plain line per 10 %. Listens to the plug-in and the host during its lifetime. Also counts for the statistics.
+/// plain line per 10 %. Listens to the plug-in and the host during its lifetime.
 class ktBakeProgress : public QObject {
     Q_OBJECT
 public:
@@ -19,18 +20,16 @@ public:
     /// Erases the bar, so that other lines can be written.
     void clearLine();
 
-    int getNodeCount() const { return nodeCount; }                           ///< geometry that the run worked on
-    std::uint64_t getVerticesTraced() const { return callsDone + callDone; } ///< in all passes
-    double getStructureSeconds() const { return structureSeconds; }          ///< from the start to the first vertex
-    double getTracingSeconds() const;                                        ///< from the first vertex to the last
+    /// What the run has counted so far.
+    const ktRunCounter& getCounter() const { return counter; }
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = ktRunCounter::Clock;
 
-    void onStarted(int maxSteps);
-    void onStep(int counter);
+    void onStarted();
+    void onStep();
     void onStopped();
-    void onTraced(std::uint64_t done, std::uint64_t total);
+    void onTraced();
     void onRefined(int round, int rounds, std::uint64_t newVertices);
     double share() const; ///< 0 to 1
     void show(bool isLast);
@@ -38,11 +37,8 @@ private:
     const std::uint64_t vertexCount;
     const bool isShown;
     const bool isTerminal;
-    int maxSteps = 0, steps = 0, nodeCount = 0;
-    std::uint64_t callsDone = 0; ///< vertices of the finished calls
-    std::uint64_t callDone = 0;  ///< vertices of the current call
-    Clock::time_point started, firstVertex, lastVertex, lastShown;
-    double structureSeconds = 0;
+    ktRunCounter counter; ///< made before this object listens, so it counts before this object shows
+    Clock::time_point lastShown;
     int lastTenth = -1;
     int lastRound = 0;
     bool isRunning = false, isBarShown = false;

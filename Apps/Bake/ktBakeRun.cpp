@@ -42,7 +42,7 @@ public:
                 return exitCode;
         }
         stats.totalSeconds = whole.lap();
-        if (!options.stats.empty() && !stats.write(options.stats))
+        if (!options.stats.empty() && !writeStats(stats, options.stats))
             return ktBakeExit::notWritten;
         const std::string reason = "written in " + formatDuration(stats.totalSeconds);
         ktBakeMessages::log(ktLogLevel::Info, options.output + ": " + reason,
@@ -54,7 +54,7 @@ private:
     const ktBakeOptions& options;
     ktBakeSignals interrupts;
     ktBakeScene scene;
-    ktBakeStats stats;
+    ktRunStatistics stats;
     ktBakeWatch watch;
 
     /// Checks before hours of tracing that the results can be written.
@@ -74,11 +74,7 @@ private:
         stats.scene = options.scene;
         stats.tracer = options.tracer == ktTracerKind::Embree ? "embree" : "hemisphere";
         stats.sceneDiagonal = scene.getDiagonal();
-        for (const ktBakeGeometry& entry : scene.getGeometries()) {
-            stats.sceneVertices += entry.vertices;
-            stats.sceneTriangles += entry.triangles;
-            stats.instancedTriangles += entry.triangles * entry.uses;
-        }
+        stats.addScene(scene.getGeometries());
         return scene.addGroundPlane(options);
     }
 
@@ -113,10 +109,10 @@ private:
         std::cout.flush();
         const double seconds = watch.lap();
         stats.addTracing(ktReadTracingStatistics(), scene.getGeometries());
-        stats.geometriesCalculated = progress.getNodeCount();
-        stats.verticesTraced = progress.getVerticesTraced();
-        stats.structureSeconds = progress.getStructureSeconds();
-        stats.tracingSeconds = progress.getTracingSeconds();
+        stats.geometriesCalculated = progress.getCounter().getNodeCount();
+        stats.verticesTraced = progress.getCounter().getVerticesTraced();
+        stats.structureSeconds = progress.getCounter().getStructureSeconds();
+        stats.tracingSeconds = progress.getCounter().getTracingSeconds();
         stats.storingSeconds = std::max(0.0, seconds - stats.structureSeconds - stats.tracingSeconds);
         if (interrupts.isInterrupted())
             return ktBakeExit::cancelled;

@@ -90,7 +90,7 @@ int ktBakeScene::open(const ktBakeOptions& options) {
     return ktBakeExit::done;
 }
 
-std::vector<ktBakeGeometry> ktBakeScene::getGeometries() const {
+std::vector<ktListedGeometry> ktBakeScene::getGeometries() const {
     return listGeometries(file->getRoot());
 }
 

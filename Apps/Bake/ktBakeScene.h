@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktBakeGeometryList.h"
+#include "ktGeometryList.h"
 #include "ktSceneFile.h"
 
 #include <cstdint>
@@ -41,7 +41,7 @@ public:
 
     double getDiagonal() const { return diagonal; } ///< world units
     /// The scene's current geometry, each once.
-    std::vector<ktBakeGeometry> getGeometries() const;
+    std::vector<ktListedGeometry> getGeometries() const;
     /// Vertices of the visible geometry below the selection, each geometry once.
     std::uint64_t getSelectedVertexCount() const;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Applies preset, node settings and options to the plug-in, and describes the settings for the statistics.
+// Applies preset, node settings and options to the plug-in.
 #include "ktBakeSettings.h"
 
 #include "ktAmbientOcclusion.h"
@@ -8,9 +8,6 @@
 #include "ktBakeOptions.h"
 #include "ktBakePresets.h"
 #include "ktLog.h"
-
-#include <QJsonArray>
-#include <type_traits>
 
 namespace {
 
@@ -28,17 +25,6 @@ typename Row::Value settingOf(Row, const ktBakeDistance& given, double sceneDiag
 template <class Row>
 typename Row::Value settingOf(Row, const std::array<float, 3>& given, double) {
     return {given[0], given[1], given[2]};
-}
-
-/// A value for the statistics.
-template <class Row>
-QJsonValue describe(Row row, const typename Row::Value& value) {
-    if constexpr (std::is_base_of_v<Settings::Choice, Row>)
-        return row.choices[value];
-    else if constexpr (std::is_base_of_v<Settings::Color, Row>)
-        return QJsonArray{static_cast<double>(value[0]), static_cast<double>(value[1]), static_cast<double>(value[2])};
-    else
-        return value;
 }
 
 /// An option as typed, with the length that it means; or the length alone if the option was not given.
@@ -103,11 +89,4 @@ void warnAboutSettings() {
         ktLog::warning("Geometry is refined by shadows alone: with a gather quality of %i bounces do not refine; 2 or "
                        "more does.",
                        plugin->getGatherQuality());
-}
-
-QJsonObject describeSettings() {
-    const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
-    QJsonObject settings;
-    Settings::forEachSetting([&](auto row) { settings.insert(row.names.option, describe(row, row.get(plugin))); });
-    return settings;
 }

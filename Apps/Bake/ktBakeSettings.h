@@ -3,8 +3,6 @@
 
 #include "ktNodePtr.h"
 
-#include <QJsonObject>
-
 struct ktBakeOptions;
 
 /// Passes the options to the plug-in's setters: the preset, then the node's settings, then each given option.
@@ -15,6 +13,3 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
 
 /// Logs a warning for each requested setting that has no effect.
 void warnAboutSettings();
-
-/// The plug-in's settings, named as the options, for the statistics.
-QJsonObject describeSettings();

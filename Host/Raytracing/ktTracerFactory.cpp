@@ -17,6 +17,10 @@ void ktChooseTracer(ktTracerKind kind) noexcept {
     chosen = kind;
 }
 
+ktTracerKind ktChosenTracer() noexcept {
+    return chosen;
+}
+
 std::unique_ptr<ktTracer> ktMakeTracer() {
     if (chosen == ktTracerKind::Embree)
         return std::make_unique<ktEmbreeTracer>();

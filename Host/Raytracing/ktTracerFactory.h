@@ -14,6 +14,9 @@ enum class ktTracerKind {
 /// tracer. Thread-safe.
 KT_HOST_EXPORT void ktChooseTracer(ktTracerKind kind) noexcept;
 
+/// What ktMakeTracer() makes now. Thread-safe.
+KT_HOST_EXPORT ktTracerKind ktChosenTracer() noexcept;
+
 /// Makes the chosen tracer, without an acceleration structure.
 /// @throws std::runtime_error if it cannot start, std::bad_alloc
 std::unique_ptr<ktTracer> ktMakeTracer();

@@ -6,6 +6,7 @@
 #include "ktBakePresets.h"
 #include "ktBakeProgress.h"
 #include "ktBakeSettings.h"
+#include "ktRunStatistics.h"
 #include "ktSettingRows.h"
 
 #include <gmock/gmock.h>

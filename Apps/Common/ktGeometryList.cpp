@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Lists the geometries below a node, each once, with name, sizes and number of uses.
-#include "ktBakeGeometryList.h"
+#include "ktGeometryList.h"
 
 #include "ktGeometryInstances.h"
 #include "ktNodeUtils.h"
 
 #include <map>
 
-std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root) {
-    std::vector<ktBakeGeometry> list;
+std::vector<ktListedGeometry> listGeometries(const osg::NodePtr& root) {
+    std::vector<ktListedGeometry> list;
     std::map<osg::UInt32, std::size_t> places;
     ktForEachGeometryInstance(root, ktInstances::All, [&](const ktGeometryInstance& instance) {
         const osg::GeometryPtr& geometry = instance.geometry;

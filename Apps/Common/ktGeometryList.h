@@ -8,7 +8,7 @@
 #include <vector>
 
 /// A geometry of the scene; listed once, even if several nodes use it.
-struct ktBakeGeometry {
+struct ktListedGeometry {
     std::string name; ///< of the first node that uses it, or of that node's parent; may be empty
     osg::GeometryPtr geometry;
     std::uint64_t vertices = 0, triangles = 0;
@@ -16,4 +16,4 @@ struct ktBakeGeometry {
 };
 
 /// All geometries with positions below a node, in traversal order.
-std::vector<ktBakeGeometry> listGeometries(const osg::NodePtr& root);
+std::vector<ktListedGeometry> listGeometries(const osg::NodePtr& root);
