@@ -10,6 +10,7 @@
 #include "ktPythonInit.h"
 #include "ktScript.h"
 
+#include <cmath>
 #include <iostream>
 #include <iterator>
 #include <QCoreApplication>
@@ -49,7 +50,61 @@ private:
             PyErr_SetString(PyExc_RuntimeError, "ktAmbientOcclusion is for the main thread");
             return nullptr;
         }
-        return PyObject_Call(targets[which], arguments, keywords);
+        const python::handle<> plain(python::allow_null(plainArguments(arguments)));
+        const python::handle<> plainByName(python::allow_null(plain ? plainKeywords(keywords) : nullptr));
+        return plainByName ? PyObject_Call(targets[which], plain.get(), plainByName.get()) : nullptr;
+    }
+
+    // All arguments are numbers, also those by keyword. Scalars of NumPy count as numbers. NaN would become a setting
+    // that equals none, not even itself.
+    static PyObject* plainArguments(PyObject* arguments) {
+        const Py_ssize_t count = PyTuple_GET_SIZE(arguments);
+        python::handle<> plain(python::allow_null(PyTuple_New(count)));
+        for (Py_ssize_t i = 0; plain && i < count; ++i) {
+            PyObject* const value = plainNumber(PyTuple_GET_ITEM(arguments, i), std::to_string(i + 1));
+            if (!value)
+                return nullptr;
+            PyTuple_SET_ITEM(plain.get(), i, value); // takes over the reference
+        }
+        return plain.release();
+    }
+
+    static PyObject* plainKeywords(PyObject* keywords) {
+        python::handle<> plain(python::allow_null(PyDict_New()));
+        PyObject *key = nullptr, *value = nullptr; // borrowed
+        Py_ssize_t position = 0;
+        while (plain && keywords && PyDict_Next(keywords, &position, &key, &value)) {
+            const python::handle<> name(python::allow_null(PyObject_Str(key)));
+            const char* const text = name ? python::extract<const char*>(name.get())() : nullptr;
+            const python::handle<> number(python::allow_null(text ? plainNumber(value, text) : nullptr));
+            if (!number || PyDict_SetItem(plain.get(), key, number.get()) != 0)
+                return nullptr;
+        }
+        return plain.release();
+    }
+
+    /// A new reference to a number of the interpreter; null, with an error set, if there is none.
+    static PyObject* plainNumber(PyObject* value, const std::string& argument) {
+        PyObject* number = value;
+        const char* const type = Py_TYPE(value)->tp_name;
+        if (type == std::string("numpy.bool_") || type == std::string("numpy.bool")) {
+            const int isTrue = PyObject_IsTrue(value);
+            return isTrue < 0 ? nullptr : PyBool_FromLong(isTrue);
+        }
+        if (PyFloat_Check(value) || PyLong_Check(value) || PySequence_Check(value))
+            Py_INCREF(value);
+        else if (PyObject_HasAttrString(value, "__index__"))
+            number = PyNumber_Index(value);
+        else if (PyObject_HasAttrString(value, "__float__"))
+            number = PyNumber_Float(value);
+        else
+            Py_INCREF(value);
+        if (number && PyFloat_Check(number) && std::isnan(PyFloat_AS_DOUBLE(number))) {
+            Py_DECREF(number);
+            PyErr_Format(PyExc_ValueError, "argument %s is NaN", argument.c_str());
+            return nullptr;
+        }
+        return number;
     }
 
     static PyObject* targets[4]; // owned until the process ends; the module exists once

@@ -41,6 +41,8 @@ install(FILES ${KT_BAKE_MANUAL_FOLDER}/_ktbake DESTINATION ${CMAKE_INSTALL_DATAD
 install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 if(TARGET kthost)
     install(TARGETS kthost LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(FILES ${PROJECT_SOURCE_DIR}/Apps/Scripting/kthost.pyi ${PROJECT_SOURCE_DIR}/Apps/Scripting/ktAmbientOcclusion.pyi
+        DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h" PATTERN "*.inl")

@@ -2,7 +2,13 @@
 // The plug-in as the module `kthost` drives it.
 #include "ktAmbientOcclusion.h"
 #include "ktPresetStore.h"
+#include "ktScenegraph.h"
 #include "ktScriptedPlugin.h"
+#include "ktScriptedStatistics.h"
+
+#include <iterator>
+#include <QJsonDocument>
+#include <type_traits>
 
 namespace {
 
@@ -14,11 +20,16 @@ public:
     void cancel() override { plugin.cancelCalculation(); }
     bool needsPictures() const override { return plugin.isIndirectIlluminationEnabled(); }
 
+    std::string getVersion() const override { return getPluginVersion(); }
+
     std::vector<Setting> getSettings() const override {
         std::vector<Setting> settings;
-        Settings::forEachSetting<&Settings::Places::scripts>(
-            [&](auto row) { append(settings, row.names.script, row.get(plugin)); });
+        Settings::forEachSetting<&Settings::Places::scripts>([&](auto row) { append(settings, row); });
         return settings;
+    }
+
+    void setSetting(const std::string& name, double value) override {
+        Settings::forEachSetting<&Settings::Places::scripts>([&](auto row) { setIfNamed(row, name, value); });
     }
 
     std::vector<std::string> getPresetNames() const override {
@@ -42,6 +53,15 @@ public:
     }
     std::string deletePreset(const std::string& name) override { return ktPresetStore::remove(name).reason; }
 
+    std::function<void()> describeScene(const std::string& name, const osg::NodePtr& root, double seconds) override {
+        return statistics.describeScene(name, root, seconds);
+    }
+    void sceneSaved(const std::string& name, double seconds) override { statistics.setOutput(name, seconds); }
+    void previewDrawn(double seconds) override { statistics.setPreview(seconds); }
+    std::string getStatistics() const override {
+        return QJsonDocument(statistics.describe(ktScenegraph::getRootNode())).toJson().toStdString();
+    }
+
     void listen(Listener listener) override {
         QObject::connect(&plugin, &ktAmbientOcclusion::progressStarted, listener.started);
         QObject::connect(&plugin, &ktAmbientOcclusion::progressStep, listener.stepped);
@@ -55,22 +75,54 @@ public:
     }
 
 private:
-    static void append(std::vector<Setting>& settings, const std::string& name, int value) {
-        settings.push_back({name, static_cast<double>(value), Setting::Integer});
+    static constexpr const char* components[] = {"R", "G", "B"};
+
+    /// The help of a row, with the names of its values or its unit.
+    template <class Row>
+    static std::string helpOf(Row row) {
+        std::string text = row.help;
+        if constexpr (std::is_base_of_v<Settings::Choice, Row>)
+            for (std::size_t i = 0; i < std::size(row.choices); ++i)
+                text += (i == 0 ? ": " : ", ") + std::to_string(i) + " " + row.choices[i];
+        if (*row.unit)
+            text += std::string(", in ") + row.unit;
+        return text;
     }
-    static void append(std::vector<Setting>& settings, const std::string& name, bool value) {
-        settings.push_back({name, value ? 1.0 : 0.0, Setting::Switch});
+
+    template <class Row>
+    void append(std::vector<Setting>& settings, Row row) const {
+        const std::string name = row.names.script;
+        const auto value = row.get(plugin);
+        if constexpr (std::is_base_of_v<Settings::Color, Row>)
+            for (osg::UInt32 i = 0; i < 3; ++i)
+                settings.push_back({name + components[i], static_cast<double>(value[i]), Setting::Real,
+                                    std::string(row.help) + ": " + components[i], 0, 1});
+        else if constexpr (std::is_base_of_v<Settings::Switch, Row>)
+            settings.push_back({name, value ? 1.0 : 0.0, Setting::Switch, switchHelpOf(row)});
+        else
+            settings.push_back({name, static_cast<double>(value),
+                                std::is_base_of_v<Settings::Integer, Row> ? Setting::Integer : Setting::Real,
+                                helpOf(row), row.range.least, row.range.most, row.isLeastExcluded});
     }
-    static void append(std::vector<Setting>& settings, const std::string& name, double value) {
-        settings.push_back({name, value, Setting::Real});
+
+    template <class Row>
+    static std::string switchHelpOf(Row row) {
+        // The help of this row is about its option, which is the opposite.
+        return std::is_same_v<Row, Settings::OverrideMaterialColor> ? Settings::MaterialColor::help : row.help;
     }
-    static void append(std::vector<Setting>& settings, const std::string& name, float value) {
-        append(settings, name, static_cast<double>(value));
-    }
-    static void append(std::vector<Setting>& settings, const std::string& name, const osg::Color3f& value) {
-        append(settings, name + "R", value[0]);
-        append(settings, name + "G", value[1]);
-        append(settings, name + "B", value[2]);
+
+    template <class Row>
+    void setIfNamed(Row row, const std::string& name, double value) {
+        if constexpr (std::is_base_of_v<Settings::Color, Row>) {
+            for (osg::UInt32 i = 0; i < 3; ++i)
+                if (row.names.script + std::string(components[i]) == name) {
+                    osg::Color3f color = row.get(plugin);
+                    color[i] = static_cast<float>(value);
+                    row.set(plugin, color);
+                }
+        } else if (row.names.script == name) {
+            row.set(plugin, static_cast<typename Row::Value>(value));
+        }
     }
 
     static ktAmbientOcclusion& load() {
@@ -79,6 +131,7 @@ private:
     }
 
     ktAmbientOcclusion& plugin = load();
+    ktScriptedStatistics statistics;
 };
 
 } // namespace

@@ -48,6 +48,24 @@ class Arrays(unittest.TestCase):
         kthost.close()
         self.assertTrue((ao_values == before).all())
 
+    def test_scalars_are_numbers(self):
+        ao.computeAmbientOcclusion(numpy.uint8(0), numpy.float32(2), numpy.int64(400), numpy.bool_(False), True,
+                                   numpy.int32(1), numpy.uint16(3), numpy.False_, numpy.float64(80))
+        self.assertEqual((kthost.settings.maxDistance, kthost.settings.numIndirections), (400.0, 3))
+        kthost.settings.maxDistance = numpy.float32(0.5)
+        kthost.settings.quality = numpy.int16(1)
+        kthost.settings.colorBleeding = numpy.bool_(True)
+        self.assertEqual(kthost.settings()["maxDistance"], 0.5)
+        with self.assertRaises(TypeError):
+            kthost.settings.quality = numpy.float32(1)
+        with self.assertRaises(kthost.Error):
+            kthost.settings.maxDistance = numpy.float32("nan")
+        with self.assertRaises(ValueError):
+            ao.computeAmbientOcclusion(0, numpy.float32("nan"), 500.0, False, True, 0, 1, False, 80.0)
+        kthost.set_threads(numpy.int64(0))
+        self.assertRaises(TypeError, kthost.set_threads, numpy.arange(3))
+        self.assertTrue(kthost.bake(missing=numpy.bool_(False)))
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -5,12 +5,16 @@
 
 #include "ktHostModuleBuffer.h"
 #include "ktHostModuleError.h"
+#include "ktHostModuleFunctions.h"
 #include "ktHostModuleGuard.h"
 #include "ktHostModuleHelp.h"
+#include "ktHostModuleLog.h"
 #include "ktHostModuleNodes.h"
 #include "ktHostModuleRun.h"
 #include "ktHostModuleScene.h"
+#include "ktHostModuleSettings.h"
 #include "ktHostModuleWatch.h"
+#include "ktScriptedPlugin.h"
 #include "ktScripting.h"
 
 #include <clocale>
@@ -79,6 +83,7 @@ BOOST_PYTHON_MODULE(kthost) {
 
     python::scope module;
     module.attr("__doc__") = help::module;
+    module.attr("__version__") = ktScriptedPlugin::the().getVersion();
     errorType = PyErr_NewExceptionWithDoc(const_cast<char*>("kthost.Error"), const_cast<char*>(help::error),
                                           PyExc_RuntimeError, nullptr);
     module.attr("Error") = python::object(python::handle<>(python::borrowed(errorType)));
@@ -130,7 +135,8 @@ BOOST_PYTHON_MODULE(kthost) {
 
     python::def("bake", &OnMainThread<&ktHostModuleRun::bake>::call, (arg("missing") = false, arg("keep") = "finished"),
                 help::bake);
-    python::def("settings", &OnMainThread<&ktHostModuleRun::settings>::call, help::settings);
+    ktAddSettings(module);
+    python::def("stats", &OnMainThread<&ktHostModuleRun::stats>::call, help::stats);
     python::def("presets", &OnMainThread<&ktHostModuleRun::presets>::call, help::presets);
     python::def("apply_preset", &OnMainThread<&ktHostModuleRun::applyPreset>::call, arg("name"), help::applyPreset);
     python::def("save_preset", &OnMainThread<&ktHostModuleRun::savePreset>::call, (arg("name"), arg("replace") = true),
@@ -144,7 +150,10 @@ BOOST_PYTHON_MODULE(kthost) {
     ktHostModuleWatch::start();
     python::def("on_progress", &OnMainThread<&ktHostModuleWatch::onProgress>::call, arg("callback"), help::onProgress);
     python::def("on_cancel", &OnMainThread<&ktHostModuleWatch::onCancel>::call, arg("callback"), help::onCancel);
+    python::def("on_log", &OnMainThread<&ktHostModuleLog::onLog>::call, arg("callback"), help::onLog);
+    python::def("set_quiet", &OnMainThread<&ktHostModuleLog::setQuiet>::call, arg("quiet") = true, help::setQuiet);
     python::def("cancel", &ktHostModuleWatch::cancel, help::cancel);
+    ktFinishFunctions(module);
 }
 
 #if PY_MAJOR_VERSION >= 3

@@ -103,8 +103,32 @@ inline const char bake[] =
     "    failed.";
 
 inline const char settings[] =
-    "settings()\n\nReturns the current settings: the keywords of computeAmbientOcclusion, and "
-    "\"mode\". Distances are in millimetres.\n\n@rtype: dict";
+    "The settings of the next bake. Each is an attribute with the name of the keyword of computeAmbientOcclusion, or\n"
+    "\"mode\". Assigning a value that differs is one undo step, and bakes nothing. Distances are in millimetres.\n\n"
+    "    kthost.settings.maxDistance = 500\n"
+    "    kthost.settings()[\"maxDistance\"]\n\n"
+    "@raise kthost.Error: The value is out of range or NaN, or a bake is running.\n"
+    "@raise TypeError: The value has another type.\n@raise AttributeError: There is no such setting.";
+
+inline const char settingsCall[] = "Returns all settings as a dictionary.\n\n@rtype: dict";
+
+inline const char stats[] =
+    "stats()\n\n"
+    "Returns the times and counts of the open scene and its last bake: what ktbake --stats writes. What has not\n"
+    "happened yet is 0. The total time is the sum of the others.\n\n"
+    "@rtype: dict\n@raise kthost.Error: No scene is open.";
+
+inline const char onLog[] =
+    "on_log(callback)\n\n"
+    "Sets a function that is called with each line of the log, also when quiet: callback(level, line). level is\n"
+    "\"error\", \"warning\" or \"info\". Lines of other threads come at the next call of this module, or while it\n"
+    "bakes. Lines that the function logs are not passed to it. An exception in it is printed and ignored.\n\n"
+    "@param callback: The new function; None removes the current one.\n@type callback: callable or None";
+
+inline const char setQuiet[] =
+    "set_quiet(quiet=True)\n\n"
+    "Whether only errors go to standard error, and nothing of the calculation to standard output.\n\n"
+    "@type quiet: bool";
 
 inline const char presets[] = "presets()\n\nReturns the names of all presets.\n\n@rtype: list of str";
 

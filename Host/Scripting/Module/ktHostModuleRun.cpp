@@ -49,17 +49,10 @@ bool ktHostModuleRun::bake(bool missing, const python::object& keep) {
     return end.kind == ktRunEnd::Done;
 }
 
-python::dict ktHostModuleRun::settings() {
-    python::dict dict;
-    for (const ktScriptedPlugin::Setting& setting : ktScriptedPlugin::the().getSettings()) {
-        if (setting.kind == ktScriptedPlugin::Setting::Switch)
-            dict[setting.name] = setting.value != 0;
-        else if (setting.kind == ktScriptedPlugin::Setting::Integer)
-            dict[setting.name] = static_cast<long>(setting.value);
-        else
-            dict[setting.name] = setting.value;
-    }
-    return dict;
+python::object ktHostModuleRun::stats() {
+    if (ktScenegraph::getRootNode() == osg::NullFC)
+        refuse("no scene is open");
+    return python::import("json").attr("loads")(ktScriptedPlugin::the().getStatistics());
 }
 
 python::list ktHostModuleRun::presets() {

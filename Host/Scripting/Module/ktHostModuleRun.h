@@ -7,7 +7,8 @@
 namespace ktHostModuleRun {
 
 bool bake(bool missing, const boost::python::object& keep);
-boost::python::dict settings();
+/// The statistics of the open scene, as `ktbake --stats` writes them.
+boost::python::object stats();
 
 boost::python::list presets();
 void applyPreset(const boost::python::object& name);

@@ -13,7 +13,9 @@
 #include "ktSceneFile.h"
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
+#include "ktScriptedPlugin.h"
 
+#include <chrono>
 #include <cmath>
 #include <memory>
 
@@ -22,6 +24,12 @@ using ktHostModuleGuard::refuse;
 using ktHostModuleGuard::refuseWhileBaking;
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
 
 constexpr int maxPictureSize = 16384;
 
@@ -93,12 +101,14 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
     options.uniqueInstances = uniqueInstances;
     options.isInterrupted = &Interrupt::isRequested;
     const Interrupt interrupt;
+    const auto begin = Clock::now();
     ktFileReport report;
     std::unique_ptr<ktSceneFile> file = ktSceneFile::open(QString::fromStdString(name), options, report);
     interrupt.raise();
     logMessages(name, report);
     if (!file)
         throw ktHostModuleError(report.error);
+    const auto describe = ktScriptedPlugin::the().describeScene(name, file->getRoot(), secondsSince(begin));
     if (groundPlane) {
         ktFileReport planeReport;
         const bool isThere = file->addGroundPlane(planeReport) != osg::NullFC;
@@ -110,6 +120,7 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
     ktSceneState::setRootNode(file->getRoot());
     scene().file = std::move(file);
     scene().name = name;
+    describe();
     selectTopNodes();
 }
 
@@ -131,10 +142,12 @@ void ktHostModuleScene::save(const python::object& path, const python::object& s
     options.multiplyColors = how == "multiply";
     options.exposure = checkExposure(exposure);
     ktFileReport report;
+    const auto begin = Clock::now();
     const bool isSaved = openFile().save(QString::fromStdString(name), options, report);
     logMessages(name, report);
     if (!isSaved)
         throw ktHostModuleError(report.error);
+    ktScriptedPlugin::the().sceneSaved(name, secondsSince(begin));
 }
 
 void ktHostModuleScene::preview(const python::object& path, int width, int height, double exposure,
@@ -147,6 +160,7 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
         throw ktHostModuleError("the turn must be a number of degrees");
     const float factor = checkExposure(exposure);
     openFile();
+    const auto begin = Clock::now();
     const Interrupt interrupt;
     ktFileReport report;
     scene().file->loadPictures(report, &Interrupt::isRequested);
@@ -157,6 +171,7 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
     interrupt.raise();
     if (!reason.empty())
         throw ktHostModuleError(name + ": the picture cannot be written: " + reason);
+    ktScriptedPlugin::the().previewDrawn(secondsSince(begin));
 }
 
 void ktHostModuleScene::selectTopNodes() {

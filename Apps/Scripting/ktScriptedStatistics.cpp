@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Collects times and counts of the open scene and its last bake for kthost.stats().
+#include "ktScriptedStatistics.h"
+
+#include "ktGeometryList.h"
+#include "ktHostSignals.h"
+#include "ktLengthUnit.h"
+#include "ktTracerFactory.h"
+#include "ktTracingStatistics.h"
+
+#include <algorithm>
+
+static std::string nameOfTracer() {
+    return ktChosenTracer() == ktTracerKind::Embree ? "embree" : "hemisphere";
+}
+
+ktScriptedStatistics::ktScriptedStatistics() {
+    connect(&ktHostSignals::the(), &ktHostSignals::busyChanged, this, [this](bool busy) { busy ? begin() : end(); });
+}
+
+std::function<void()> ktScriptedStatistics::describeScene(const std::string& name, const osg::NodePtr& root,
+                                                          double seconds) {
+    ktRunStatistics opened;
+    opened.scene = name;
+    opened.settings = describeSettings();
+    opened.tracer = nameOfTracer();
+    opened.sceneDiagonal = ktSceneDiagonal(root);
+    opened.addScene(listGeometries(root));
+    opened.readSeconds = seconds;
+    return [this, opened] { statistics = opened; };
+}
+
+void ktScriptedStatistics::setOutput(const std::string& name, double seconds) {
+    statistics.output = name;
+    statistics.writeSeconds = seconds;
+}
+
+void ktScriptedStatistics::begin() {
+    counter = std::make_unique<ktRunCounter>();
+    began = ktRunCounter::Clock::now();
+    statistics.settings = describeSettings();
+    statistics.tracer = nameOfTracer();
+}
+
+void ktScriptedStatistics::end() {
+    if (!counter)
+        return;
+    const double seconds = secondsBetween(began, ktRunCounter::Clock::now());
+    statistics.tracing = ktReadTracingStatistics();
+    statistics.geometriesCalculated = counter->getNodeCount();
+    statistics.verticesTraced = counter->getVerticesTraced();
+    statistics.structureSeconds = counter->getStructureSeconds();
+    statistics.tracingSeconds = counter->getTracingSeconds();
+    statistics.storingSeconds = std::max(0.0, seconds - statistics.structureSeconds - statistics.tracingSeconds);
+    counter.reset();
+}
+
+QJsonObject ktScriptedStatistics::describe(const osg::NodePtr& root) const {
+    ktRunStatistics now = statistics;
+    now.addTracing(statistics.tracing, listGeometries(root));
+    now.totalSeconds = now.readSeconds + now.structureSeconds + now.tracingSeconds + now.storingSeconds +
+                       now.writeSeconds + now.previewSeconds;
+    return now.toJson();
+}
