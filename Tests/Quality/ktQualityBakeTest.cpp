@@ -92,7 +92,7 @@ TEST_F(QualityBake, GivenEvenRoom_BakesTheSameSurfaceCloserToTheTruth) {
     ktWriteEvenScene(path, even, 3000);
     double rms[2];
     for (int i = 0; i < 2; ++i) {
-        const ktQualityBake baked = bake(i == 0 ? path : even, "--no-indirect");
+        const ktQualityBake baked = bake(i == 0 ? path : even, "--fit vertices --no-indirect");
         EXPECT_EQ(baked.bounces, 0u);
         const ktQualityScene scene = ktReadQualityScene(baked.output, baked.diagonal_mm, baked.reflection);
         const auto points = ktChooseQualityPoints(scene, 500, 1);
