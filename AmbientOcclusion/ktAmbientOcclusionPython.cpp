@@ -58,9 +58,9 @@ private:
     // All arguments are numbers, also those by keyword. Scalars of NumPy count as numbers. NaN would become a setting
     // that equals none, not even itself.
     static PyObject* plainArguments(PyObject* arguments) {
-        const Py_ssize_t count = PyTuple_GET_SIZE(arguments);
-        python::handle<> plain(python::allow_null(PyTuple_New(count)));
-        for (Py_ssize_t i = 0; plain && i < count; ++i) {
+        const Py_ssize_t size = PyTuple_GET_SIZE(arguments);
+        python::handle<> plain(python::allow_null(PyTuple_New(size)));
+        for (Py_ssize_t i = 0; plain && i < size; ++i) {
             PyObject* const value = plainNumber(PyTuple_GET_ITEM(arguments, i), std::to_string(i + 1));
             if (!value)
                 return nullptr;
