@@ -1,19 +1,30 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Keeps the chosen fit mode of the process.
+// Keeps the fit mode of the process.
 #include "ktFitMode.h"
 
 #include <atomic>
 
 namespace {
 
-std::atomic<ktFitMode> chosen{ktFitMode::Vertices};
+enum class Choice { None, Vertices, Surface };
+
+std::atomic<Choice> choice{Choice::None};
+
+Choice choiceOf(ktFitMode mode) {
+    return mode == ktFitMode::Surface ? Choice::Surface : Choice::Vertices;
+}
 
 } // namespace
 
 void ktSetFitMode(ktFitMode mode) noexcept {
-    chosen = mode;
+    choice = choiceOf(mode);
+}
+
+void ktSuggestFitMode(ktFitMode mode) noexcept {
+    Choice none = Choice::None;
+    choice.compare_exchange_strong(none, choiceOf(mode));
 }
 
 ktFitMode ktGetFitMode() noexcept {
-    return chosen;
+    return choice == Choice::Surface ? ktFitMode::Surface : ktFitMode::Vertices;
 }

@@ -9,6 +9,9 @@ enum class ktFitMode {
     Surface,  ///< the vertex values whose interpolation over the faces is nearest to the light on them
 };
 
-/// Chooses the mode of the runs that start from now on. The default is ktFitMode::Vertices. Thread-safe.
+/// Chooses the mode of the runs that start from now on. Thread-safe.
 KT_HOST_EXPORT void ktSetFitMode(ktFitMode mode) noexcept;
+/// Chooses the mode unless ktSetFitMode() or this was called before: the default of an application. Thread-safe.
+KT_HOST_EXPORT void ktSuggestFitMode(ktFitMode mode) noexcept;
+/// The mode; ktFitMode::Vertices if nobody chose one. Thread-safe.
 KT_HOST_EXPORT ktFitMode ktGetFitMode() noexcept;

@@ -25,7 +25,8 @@ std::size_t referenceStep() {
 // Bakes the whole assembly as a user does, and compares it with single random rays.
 TEST(BakedEngine, GivenReferenceOfSingleRays_AgreesPerVertex) {
     const ktTestFolder folder;
-    const ktBakeResult result = runBake(folder.path, {model(engine), "-o", "engine.glb", "--no-indirect"});
+    const ktBakeResult result =
+        runBake(folder.path, {model(engine), "-o", "engine.glb", "--no-indirect", "--fit", "vertices"});
     ASSERT_EQ(result.exitCode, 0) << result.error;
     const ktReferenceScene scene(ktBakedFile(folder.file("engine.glb")));
     EXPECT_EQ(scene.triangleCount(), 121496u);

@@ -36,7 +36,8 @@ TEST(Stats, GivenPasses_CountsTheirRays) {
     const ktTestFolder folder;
     folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
     const std::vector<std::string> run = {
-        "box.gltf", "--stats", "stats.json", "--shadow-quality", "1", "--gather-quality", "0", "--bounces", "3"};
+        "box.gltf",  "--stats", "stats.json", "--shadow-quality", "1", "--gather-quality", "0",
+        "--bounces", "3",       "--fit",      "vertices"};
     ASSERT_EQ(runBake(folder.path, run).exitCode, 0);
     const auto rays = statsOf(folder).at("raysTraced");
     EXPECT_EQ(rays.at("direct"), 24 * 256);
@@ -55,7 +56,9 @@ TEST(Stats, GivenInstances_CountsStoredUsedAndOccludingTriangles) {
     scene["nodes"].push_back({{"name", "top"}, {"mesh", 1}, {"translation", {0, 1.01, 0}}});
     scene["scenes"][0]["nodes"] = {0, 1, 2, 3};
     folder.write("boxes.gltf", scene.dump());
-    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "-o", "out.glb", "--stats", "stats.json", "--no-indirect"}).exitCode,
+    ASSERT_EQ(runBake(folder.path,
+                      {"boxes.gltf", "-o", "out.glb", "--stats", "stats.json", "--no-indirect", "--fit", "vertices"})
+                  .exitCode,
               0);
     const auto stats = statsOf(folder);
     EXPECT_EQ(stats.at("sceneTriangles"), 24);
@@ -121,7 +124,7 @@ TEST(Stats, GivenEqualVertices_CountsTheRaysThatTheyShare) {
     const ktTestFolder folder;
     folder.write("square.gltf", scene.dump());
     ASSERT_EQ(runBake(folder.path, {"square.gltf", "-o", "out.glb", "--stats", "stats.json", "--shadow-quality", "1",
-                                    "--gather-quality", "0"})
+                                    "--gather-quality", "0", "--fit", "vertices"})
                   .exitCode,
               0);
     const auto stats = statsOf(folder);
@@ -132,10 +135,11 @@ TEST(Stats, GivenEqualVertices_CountsTheRaysThatTheyShare) {
 TEST(Stats, GivenRefinement_CountsVerticesAndRaysThatItAdded) {
     const ktTestFolder folder;
     folder.write("boxes.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {1.3f, 0, 0}}}).dump());
-    ASSERT_EQ(runBake(folder.path, {"boxes.gltf", "-o", "out.glb", "--stats", "stats.json", "--no-indirect",
-                                    "--shadow-quality", "2", "--subdivide", "--min-edge-length", "200"})
-                  .exitCode,
-              0);
+    ASSERT_EQ(
+        runBake(folder.path, {"boxes.gltf", "-o", "out.glb", "--stats", "stats.json", "--no-indirect",
+                              "--shadow-quality", "2", "--subdivide", "--min-edge-length", "200", "--fit", "vertices"})
+            .exitCode,
+        0);
     const ktBakedFile baked(folder.file("out.glb"));
     std::size_t written = 0;
     for (const auto& primitive : baked.primitives())

@@ -329,6 +329,21 @@ class Bake(Host):
         self.assertRaises(kthost.Error, kthost.set_tracer, "crayon")
         self.assertRaises(TypeError, kthost.set_tracer, 3)
 
+    def test_fit_changes_what_the_vertices_get(self):
+        results = []
+        try:
+            for fit in ("surface", "vertices", "surface"):
+                kthost.set_fit(fit)
+                self.open()
+                ao.computeAmbientOcclusion(*QUICK)
+                results.append(floats(kthost.results(self.geometry()[0])["ao"]))
+        finally:
+            kthost.set_fit("surface")
+        self.assertEqual(results[0], results[2])
+        self.assertNotEqual(results[0], results[1])
+        self.assertRaises(kthost.Error, kthost.set_fit, "faces")
+        self.assertRaises(TypeError, kthost.set_fit, 3)
+
     def test_bake_needs_a_selection(self):
         self.open()
         kthost.select([])

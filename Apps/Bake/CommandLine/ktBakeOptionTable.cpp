@@ -161,7 +161,7 @@ private:
         choice(
             "--fit", {"vertices", "surface"},
             [&options = options](int index) { options.fit = index == 0 ? ktFitMode::Vertices : ktFitMode::Surface; },
-            "light at the vertices, or the vertex values that show the faces best", "vertices");
+            "light at the vertices, or the vertex values that show the faces best", "surface");
         ktBakeOptionInfo& select = describe("--select", "bake what is below these nodes only");
         select.argument = "NAME ...";
         select.defaultValue = "the scene's top nodes";

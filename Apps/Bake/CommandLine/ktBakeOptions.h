@@ -69,7 +69,7 @@ struct ktBakeOptions {
     std::string script;         ///< a file to run, on `scene` if there is one, instead of baking it; empty: none
     std::vector<std::string> scriptArguments;
     int threads = 0; ///< 0: one a core
-    ktFitMode fit = ktFitMode::Vertices;
+    ktFitMode fit = ktFitMode::Surface;
     ktTracerKind tracer = ktTracerKind::Hemisphere;
     bool quiet = false, json = false;
 };

@@ -3,6 +3,7 @@
 // Python before Qt: the interpreter's headers use the name "slots", which is a macro of Qt.
 #include <boost/python.hpp>
 
+#include "ktFitMode.h"
 #include "ktHostModuleBuffer.h"
 #include "ktHostModuleError.h"
 #include "ktHostModuleFunctions.h"
@@ -61,6 +62,7 @@ void becomeApplication() {
         // Undo Qt's change: messages and files need a decimal point. NOLINTNEXTLINE(concurrency-mt-unsafe)
         std::setlocale(LC_NUMERIC, "C");
     }
+    ktSuggestFitMode(ktFitMode::Surface);
     if (!ktScripting::isRunning())
         ktScripting::attach();
 }
@@ -143,6 +145,7 @@ BOOST_PYTHON_MODULE(kthost) {
                 help::savePreset);
     python::def("delete_preset", &OnMainThread<&ktHostModuleRun::deletePreset>::call, arg("name"), help::deletePreset);
     python::def("set_threads", &OnMainThread<&ktHostModuleRun::setThreads>::call, arg("count"), help::setThreads);
+    python::def("set_fit", &OnMainThread<&ktHostModuleRun::setFit>::call, arg("name"), help::setFit);
     python::def("set_tracer", &OnMainThread<&ktHostModuleRun::setTracer>::call, arg("name"), help::setTracer);
     python::def("undo", &OnMainThread<&ktHostModuleRun::undo>::call, help::undo);
     python::def("redo", &OnMainThread<&ktHostModuleRun::redo>::call, help::redo);

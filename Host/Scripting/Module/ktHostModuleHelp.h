@@ -159,6 +159,12 @@ inline const char setThreads[] =
     "@param count: 1 to 1024, or 0 (the default) for one per core.\n@type count: int\n"
     "@raise kthost.Error: The number is out of range, or a bake is running.";
 
+inline const char setFit[] =
+    "set_fit(name)\n\nSets what bake() gives the vertices.\n\n"
+    "@param name: \"surface\" (the default): the values whose interpolation is nearest to the light on the faces;\n"
+    "    \"vertices\": the light at the vertices.\n@type name: str\n"
+    "@raise kthost.Error: There is no such fit, or a bake is running.";
+
 inline const char setTracer[] = "set_tracer(name)\n\nSets the ray tracer. Results are equal up to rounding.\n\n"
                                 "@param name: \"hemisphere\" (the default) or \"embree\".\n@type name: str\n"
                                 "@raise kthost.Error: There is no such tracer, or a bake is running.";

@@ -3,6 +3,7 @@
 #include "ktHostModuleRun.h"
 
 #include "ktControllerState.h"
+#include "ktFitMode.h"
 #include "ktHostModuleError.h"
 #include "ktHostModuleGuard.h"
 #include "ktHostModuleNodes.h"
@@ -97,6 +98,14 @@ void ktHostModuleRun::setTracer(const python::object& name) {
     if (text != "embree" && text != "hemisphere")
         throw ktHostModuleError("a tracer is \"embree\" or \"hemisphere\", not \"" + text + "\"");
     ktChooseTracer(text == "embree" ? ktTracerKind::Embree : ktTracerKind::Hemisphere);
+}
+
+void ktHostModuleRun::setFit(const python::object& name) {
+    refuseWhileBaking();
+    const std::string text = ktTextArgument(name, "name");
+    if (text != "surface" && text != "vertices")
+        throw ktHostModuleError("a fit is \"surface\" or \"vertices\", not \"" + text + "\"");
+    ktSetFitMode(text == "surface" ? ktFitMode::Surface : ktFitMode::Vertices);
 }
 
 bool ktHostModuleRun::undo() {

@@ -16,6 +16,7 @@ void savePreset(const boost::python::object& name, bool replace);
 void deletePreset(const boost::python::object& name);
 
 void setThreads(int count);
+void setFit(const boost::python::object& name);
 void setTracer(const boost::python::object& name);
 
 bool undo();
