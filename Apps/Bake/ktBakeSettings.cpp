@@ -29,7 +29,7 @@ typename Row::Value settingOf(Row, const std::array<float, 3>& given, double) {
 
 /// An option as typed, with the length that it means; or the length alone if the option was not given.
 std::string describeDistance(const char* option, const std::optional<ktBakeDistance>& given, double millimetres) {
-    const std::string length = QString::number(millimetres, 'g', 6).toStdString() + " mm";
+    std::string length = QString::number(millimetres, 'g', 6).toStdString() + " mm";
     if (!given)
         return length;
     return std::string(option) + " " + given->typed + (given->isPercent ? ", which is " + length : "");

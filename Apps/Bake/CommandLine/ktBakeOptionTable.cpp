@@ -198,6 +198,9 @@ private:
     template <class Row>
     void addSetting(Row row, Settings::Integer) {
         const int least = static_cast<int>(row.range.least), most = static_cast<int>(row.range.most);
+        std::string range = std::to_string(least) + ".." + std::to_string(most);
+        if constexpr (Row::argument != nullptr)
+            range = Row::argument;
         std::optional<int>& target = options.given(row);
         ktBakeOptionInfo& info = value(
             optionOf(row),
@@ -205,8 +208,7 @@ private:
                 target =
                     parseInteger(option, text, static_cast<int>(Row::range.least), static_cast<int>(Row::range.most));
             },
-            row.help, row.argument ? row.argument : std::to_string(least) + ".." + std::to_string(most),
-            std::to_string(row.get(defaults)) + row.initialNote);
+            row.help, range, std::to_string(row.get(defaults)) + row.initialNote);
         if (row.argument)
             return;
         info.kind = ktBakeValueKind::Choice;
