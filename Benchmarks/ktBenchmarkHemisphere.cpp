@@ -173,7 +173,7 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
                     std::vector<std::uint64_t> a(set.wordCount()), b(set.wordCount());
                     std::uint64_t* const masks[] = {a.data()};
                     for (std::size_t v = first; v < last; ++v) {
-                        std::uint32_t visible;
+                        std::uint32_t visible = 0;
                         tracer.countVisible(&vertices[v], 1, limits, &visible, masks);
                         oracle.visible(vertices[v], limits, b.data());
                         for (std::uint32_t ray = 0; ray < set.count; ++ray) {

@@ -67,7 +67,7 @@ bool BoxVolume::intersect(const Pnt3f& point) const {
 }
 
 bool BoxVolume::intersect(const Line& line) const {
-    Real32 enter, exit;
+    Real32 enter = 0.0f, exit = 0.0f;
     return intersect(line, enter, exit);
 }
 

@@ -13,10 +13,12 @@ namespace {
 std::atomic<bool> readWriteDefault(false);
 std::atomic<UInt32> maxChangedSize(0);
 
+// Both may be the same list.
 template <class T>
 void append(std::vector<T>& list, const std::vector<T>& more) {
-    const std::vector<T> copy(more);
-    list.insert(list.end(), copy.begin(), copy.end());
+    const std::size_t count = more.size();
+    for (std::size_t i = 0; i < count; ++i)
+        list.push_back(more[i]);
 }
 
 } // namespace

@@ -74,7 +74,7 @@ std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry) {
     for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
         hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
     if (!hasStrips) {
-        osg::UInt32 triangles, lines, points;
+        osg::UInt32 triangles = 0, lines = 0, points = 0;
         osg::calcPrimitiveCount(geometry, triangles, lines, points);
         return triangles;
     }

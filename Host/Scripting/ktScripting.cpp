@@ -205,7 +205,7 @@ bool ktScripting::end() {
     if (!running)
         return true;
     const ktPythonLock lock;
-    bool isWhole;
+    bool isWhole = false;
     {
         const ktScriptInterrupt::Execution execution;
         isWhole = ktPythonEnd::joinThreads();

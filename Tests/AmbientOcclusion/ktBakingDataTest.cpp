@@ -23,7 +23,7 @@ protected:
     osg::GeometryPtr geometry = geometryOfNode(node);
 
     void collect(const std::vector<osg::NodePtr>& nodes) { Access::geometryNodes(controller) = nodes; }
-    void addMapping(std::vector<osg::UInt16> entries) {
+    void addMapping(const std::vector<osg::UInt16>& entries) {
         osg::beginEditCP(geometry);
         for (osg::UInt16 entry : entries)
             geometry->editMFIndexMapping()->push_back(entry);

@@ -7,7 +7,6 @@
 #include <OpenSG/OSGGL.h>
 #include <OpenSG/OSGSwitch.h>
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -8,7 +8,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
 
 namespace {

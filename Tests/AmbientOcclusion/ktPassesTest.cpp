@@ -13,7 +13,6 @@
 #include <QEvent>
 
 using ktAmbientOcclusionInternal::numRays;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;

@@ -12,7 +12,6 @@
 #include <OpenSG/OSGTransform.h>
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace {

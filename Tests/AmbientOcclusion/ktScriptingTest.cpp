@@ -2,7 +2,6 @@
 // The functions for scripts, which use the only instance of the process.
 #include "ktCalculationFixture.h"
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;

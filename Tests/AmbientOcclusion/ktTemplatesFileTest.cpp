@@ -136,7 +136,7 @@ TEST_F(TemplatesFile, GivenAnyValues_ReadsThemBitForBitInTheNextRun) {
     std::mt19937 random(5);
     const auto anyFloat = [&random] {
         const auto bits = static_cast<std::uint32_t>(random());
-        float value;
+        float value = 0;
         std::memcpy(&value, &bits, sizeof value);
         return value;
     };
@@ -281,7 +281,7 @@ TEST_F(TemplatesFile, GivenKillsAt200RandomMomentsWhileSaving_AlwaysLeavesAWhole
                     _exit(1);
             }
         }
-        char byte;
+        char byte = 0;
         ASSERT_EQ(::read(ends[0], &byte, 1), 1);
         std::this_thread::sleep_for(fourSaves * static_cast<int>(random() % 1000) / 1000);
         kill(child, SIGKILL);

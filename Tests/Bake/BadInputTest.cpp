@@ -110,7 +110,7 @@ TEST(BadInput, GivenInvalidTestModels_NeverCrashes) {
         const ktBakeResult result =
             runBake(folder.path, {entry.path().string(), "-o", "out.glb", "--shadow-quality", "0", "--quiet"});
         EXPECT_THAT(result.exitCode, testing::AnyOf(0, 3)) << entry.path() << "\n" << result.error;
-        EXPECT_EQ(result.exitCode == 3, result.error != "") << entry.path() << "\n" << result.error;
+        EXPECT_EQ(result.exitCode == 3, !result.error.empty()) << entry.path() << "\n" << result.error;
     }
     EXPECT_GT(count, 10u);
 }

@@ -13,7 +13,6 @@
 
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 

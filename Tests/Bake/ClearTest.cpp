@@ -7,8 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-using testing::HasSubstr;
-
 namespace {
 
 /// Writes baked.glb with the baked boxes "shown" and "hidden". They light each other; the second is hidden.

@@ -13,8 +13,6 @@
 #include <vector>
 
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Pair;
 
 namespace {

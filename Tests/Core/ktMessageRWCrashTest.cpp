@@ -96,7 +96,7 @@ TEST_F(MessageRWCrash, GivenKillsAt200RandomMoments_AlwaysLeavesAWholeFile) {
         const bool afterFirstSave = i % 2 == 0;
         const pid_t child = startSaving(before + 1, 1000000, afterFirstSave ? ends[1] : -1);
         ASSERT_GT(child, 0);
-        char byte;
+        char byte = 0;
         if (afterFirstSave) {
             ASSERT_EQ(::read(ends[0], &byte, 1), 1);
         }

@@ -39,7 +39,7 @@ std::vector<float> normalizedScalars(const std::vector<T>& data, int componentTy
     return all(file, accessor, 1);
 }
 
-std::string problemOf(ktJson accessor, ktJson viewChanges = ktJson::object()) {
+std::string problemOf(ktJson accessor, const ktJson& viewChanges = ktJson::object()) {
     ktTestGltf file;
     file.view(std::vector<float>(12, 1.0f));
     file.json["bufferViews"][0].update(viewChanges);

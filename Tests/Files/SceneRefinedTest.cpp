@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::FloatNear;

@@ -34,7 +34,7 @@ struct ktStoredTriangles {
         nextPointCount = end.nextPointCount;
         for (std::uint32_t i = 0; i < Limits::leafTriangles; ++i)
             add(end.id[i], [&](std::uint32_t c, std::uint32_t axis) {
-                float value;
+                float value = 0;
                 std::memcpy(&value, line->byte + sizeof value * (std::size_t(axis) * points + end.corner[c][i]),
                             sizeof value);
                 return value;

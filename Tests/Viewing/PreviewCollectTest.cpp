@@ -16,7 +16,6 @@
 
 using testing::Each;
 using testing::ElementsAre;
-using testing::FloatEq;
 
 namespace {
 

@@ -55,7 +55,7 @@ public:
 private:
     std::size_t add(const std::vector<float>& values, int width, bool limits);
     std::size_t addTriangles();
-    void set(const char* name, std::vector<float> values, int width);
+    void set(const char* name, const std::vector<float>& values, int width);
 
     ktGltfDocument& document;
     ktGltfStore& store;
@@ -100,7 +100,7 @@ std::size_t Writer::addTriangles() {
     return store.addAccessor(accessor);
 }
 
-void Writer::set(const char* name, std::vector<float> values, int width) {
+void Writer::set(const char* name, const std::vector<float>& values, int width) {
     const std::size_t accessor = add(values, width, std::strcmp(name, "POSITION") == 0);
     primitiveOf(document, link)["attributes"][name] = accessor;
 }
@@ -110,7 +110,7 @@ void Writer::write(ktFileMessages& messages) {
     if (link.hasNormals && geometry->getNormals() != osg::NullFC) {
         std::vector<float> normals = floatsOf(geometry->getNormals(), 3);
         normalize(normals, 3);
-        set("NORMAL", std::move(normals), 3);
+        set("NORMAL", normals, 3);
     }
     if (link.colorWidth && geometry->getColors() != osg::NullFC)
         set("COLOR_0", floatsOf(geometry->getColors(), link.colorWidth), link.colorWidth);
@@ -126,7 +126,7 @@ void Writer::write(ktFileMessages& messages) {
             for (std::size_t i = 3; i < values.size(); i += 4)
                 values[i] = values[i] < 0.0f ? -1.0f : 1.0f;
         }
-        set(slot.name.c_str(), std::move(values), slot.width);
+        set(slot.name.c_str(), values, slot.width);
     }
     for (const std::string& name : link.lostWhenRefined)
         messages.warn(ktPointer("meshes", link.mesh), "loses an attribute as it is refined", name);

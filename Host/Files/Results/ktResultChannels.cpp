@@ -44,7 +44,7 @@ osg::NodePtr nodeOf(const osg::GeometryPtr& geometry) {
     for (osg::UInt32 i = 0; i < parents.size(); ++i)
         if (ktFindAttachment<Settings>(parents[i]) != osg::NullFC)
             return parents[i];
-    return parents.size() > 0 ? osg::NodePtr(parents[0]) : osg::NodePtr(osg::NullFC);
+    return parents.empty() ? osg::NodePtr(osg::NullFC) : osg::NodePtr(parents[0]);
 }
 
 } // namespace

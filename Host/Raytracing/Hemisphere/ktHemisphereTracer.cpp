@@ -17,7 +17,7 @@ namespace {
 #ifdef KT_HEMISPHERE_X86
 // clang does not compile __builtin_cpu_supports("lzcnt").
 bool hasLzcnt() {
-    unsigned int a, b, c, d;
+    unsigned int a = 0, b = 0, c = 0, d = 0;
     return __get_cpuid(0x80000001u, &a, &b, &c, &d) && (c & bit_LZCNT);
 }
 #endif
@@ -39,9 +39,8 @@ const ktHemisphereKernel& chooseKernel([[maybe_unused]] std::uint32_t lanes) {
 
 // Created when a thread traces its first vertex.
 ktTraversalState& stateOfThread() {
-    thread_local std::unique_ptr<ktTraversalState> state;
-    if (!state)
-        state.reset(new ktTraversalState);
+    // NOLINTNEXTLINE(modernize-make-unique): would clear the stacks, which are large and mostly never used
+    thread_local const std::unique_ptr<ktTraversalState> state(new ktTraversalState);
     return *state;
 }
 

@@ -17,7 +17,7 @@ std::uint64_t hashOf(const float* position, const float* normal) {
     std::uint64_t hash = 0;
     for (const float* values : {position, normal}) {
         for (int i = 0; i < 3; ++i) {
-            std::uint32_t bits;
+            std::uint32_t bits = 0;
             std::memcpy(&bits, values + i, sizeof(bits));
             if (bits == 0x80000000u) // negative zero is zero
                 bits = 0;

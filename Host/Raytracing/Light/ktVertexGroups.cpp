@@ -61,7 +61,7 @@ Bounds boundsOf(const float* positions, const float* normals, std::uint32_t coun
 
 // The bits of a float, the same for 0 and -0. Ordering by bits works with denormals-are-zero, too.
 std::uint32_t bitsOf(float value) {
-    std::uint32_t bits;
+    std::uint32_t bits = 0;
     std::memcpy(&bits, &value, sizeof(bits));
     return bits == 0x80000000u ? 0u : bits;
 }

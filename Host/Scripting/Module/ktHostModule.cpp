@@ -58,7 +58,7 @@ void becomeApplication() {
         static int argc = 1;
         static char name[] = "kthost";
         static char* argv[] = {name, nullptr};
-        new QCoreApplication(argc, argv); // for the rest of the process
+        [[maybe_unused]] static const auto* const kept = new QCoreApplication(argc, argv); // until the process ends
         // Undo Qt's change: messages and files need a decimal point. NOLINTNEXTLINE(concurrency-mt-unsafe)
         std::setlocale(LC_NUMERIC, "C");
     }

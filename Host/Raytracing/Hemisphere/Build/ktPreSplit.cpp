@@ -54,7 +54,7 @@ double excessAreaOf(const Polygon& polygon, const ktBvhBox& box) {
 
 /// The plane of the coarsest power-of-two grid between two coordinates; the middle if there is none.
 double gridPlane(double low, double high) {
-    int exponent;
+    int exponent = 0;
     std::frexp(high - low, &exponent);
     for (int finer = 0; finer < 3; ++finer) {
         const double step = std::ldexp(1.0, exponent - finer), plane = (std::floor(low / step) + 1) * step;

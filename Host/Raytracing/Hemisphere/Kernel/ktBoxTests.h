@@ -6,6 +6,8 @@
 
 #include "ktVertexSetup.h"
 
+#include <cstddef>
+
 namespace KT_ISA {
 
 // Keys that sort the children of a node by distance. A key is never zero, because denormals compare equal. It is never
@@ -39,11 +41,12 @@ KT_INLINE void prefetch(ktWideBvhRef ref) {
 /// Which of a tile's 16 rays pass through a box between the distances. The box is relative to the vertex.
 template <bool nearest>
 KT_INLINE std::uint32_t raysThroughBox(const ktTraversalState& state, const ktTileState& tile, const float* lower,
-                                       const float* upper, int stride) {
+                                       const float* upper, std::ptrdiff_t stride) {
     Float16 enter = state.minDistance, leave = nearest ? Float16::load(tile.tFar) : Float16(state.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {
         const Float16 r = Float16::load(tile.reciprocal[axis]);
-        const Float16 a = Float16(lower[axis * stride]) * r, b = Float16(upper[axis * stride]) * r;
+        const std::ptrdiff_t at = axis * stride;
+        const Float16 a = Float16(lower[at]) * r, b = Float16(upper[at]) * r;
         enter = max(enter, min(a, b));
         leave = min(leave, max(a, b));
     }

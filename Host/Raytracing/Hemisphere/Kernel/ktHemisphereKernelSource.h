@@ -3,6 +3,7 @@
 
 // The source of all kernels. One unit for each instruction set includes it. KT_ISA names the namespace, KT_KERNEL the
 // function table that the host uses.
+// NOLINTBEGIN(misc-definitions-in-headers): each unit defines them with other names
 
 #include "ktSingleRay.h"
 #include "ktTilePhase.h"
@@ -50,3 +51,4 @@ ktKernelHit rayNearest(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides
 
 const ktHemisphereKernel KT_KERNEL = {KT_KERNEL_NAME,      KT_KERNEL_LANES,     KT_ISA::trace<false>,
                                       KT_ISA::trace<true>, KT_ISA::rayOccluded, KT_ISA::rayNearest};
+// NOLINTEND(misc-definitions-in-headers)

@@ -159,7 +159,7 @@ inline void tilePhase(ktWideBvhRef root, ktTraversalState& state, std::uint32_t 
         if (static_cast<std::uint32_t>(__builtin_popcountll(tiles)) <= (leaf ? kFewLeafTiles : state.fewTiles)) {
             float lower[3], upper[3];
             const float* box = stack[top].box;
-            for (int axis = 0; axis < 3; ++axis) {
+            for (std::size_t axis = 0; axis < 3; ++axis) {
                 lower[axis] = box ? box[8 * axis] - vertex.origin[axis] : -kHuge;
                 upper[axis] = box ? box[24 + 8 * axis] - vertex.origin[axis] : kHuge;
             }

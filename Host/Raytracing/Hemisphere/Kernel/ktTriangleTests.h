@@ -11,6 +11,8 @@
 #include "ktBoxTests.h"
 #include "ktPermute16.h"
 
+#include <cstddef>
+
 namespace KT_ISA {
 
 constexpr int kLeafTriangles = ktWideBvhLayout::leafTriangles;
@@ -63,7 +65,7 @@ struct Patch {
     std::uint32_t pointCount;
 
     KT_INLINE const ktPatchFooter* footer() const {
-        return reinterpret_cast<const ktPatchFooter*>(points + 3 * pointCount);
+        return reinterpret_cast<const ktPatchFooter*>(points + 3 * std::size_t(pointCount));
     }
     /// @param count number of points of the next patch
     KT_INLINE Patch next(std::uint32_t count) const {
@@ -89,7 +91,8 @@ KT_INLINE LeafCorners cornersOf(const ktUnindexedLeaf& leaf) {
 
 KT_INLINE LeafCorners cornersOf(const Patch& patch) {
     const ktPatchFooter* footer = patch.footer();
-    const Floats16 x(patch.points), y(patch.points + patch.pointCount), z(patch.points + 2 * patch.pointCount);
+    const Floats16 x(patch.points), y(patch.points + patch.pointCount),
+        z(patch.points + 2 * std::size_t(patch.pointCount));
     const auto corners = [&](int corner) {
         const Indices8 indices(footer->corner[corner]);
         return Vector<kLeafTriangles>{permute16(x, indices), permute16(y, indices), permute16(z, indices)};

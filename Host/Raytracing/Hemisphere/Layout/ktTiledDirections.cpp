@@ -40,7 +40,7 @@ void sortIntoTiles(const ktDirectionSet& set, std::uint32_t* first, std::uint32_
     std::uint32_t leftTiles = 1;
     while (leftTiles * 2 < tiles)
         leftTiles *= 2;
-    std::uint32_t* middle = first + leftTiles * width;
+    std::uint32_t* middle = first + std::size_t(leftTiles) * width;
     std::nth_element(first, middle, last, [&](std::uint32_t a, std::uint32_t b) {
         const float x = component(set, a, widest), y = component(set, b, widest);
         return x < y || (x == y && a < b);
