@@ -16,7 +16,7 @@ namespace {
 
 using Color = std::array<float, 3>;
 
-constexpr int raysPerAxis = 4; // per pixel; one pixel is one packet
+constexpr int raysPerAxis = 4; // one packet: of a pixel, or one ray for each pixel of a block
 static_assert(raysPerAxis * raysPerAxis == ktRayPacket::width);
 constexpr int maxLayers = 64; // of transparent surfaces and hidden back faces along a ray
 
@@ -37,18 +37,57 @@ struct Layer {
     float alpha = 1;
 };
 
+/// What one ray sees: its colour, and the nearest surface that is not fully transparent.
+struct Sample {
+    Color color = {0, 0, 0};
+    std::uint32_t mesh = ktHitPacket::noMesh;
+    float row = 0; ///< of the picture, from the top
+};
+
+/// First one ray a pixel, then sixteen rays where pixels differ from their neighbours. Elsewhere the picture is smooth,
+/// so one ray sees what sixteen would.
 class Renderer {
 public:
     Renderer(const ktPreviewScene& scene_, const ktPreviewCamera& camera_, const ktTracer& tracer_, QImage& image_,
              float exposure_)
         : scene(scene_), camera(camera_), tracer(tracer_), image(image_), bits(image_.bits()),
-          bytesPerLine(image_.bytesPerLine()), exposure(exposure_) {}
+          bytesPerLine(image_.bytesPerLine()), exposure(exposure_),
+          centres(static_cast<std::size_t>(image_.width()) * static_cast<std::size_t>(image_.height())) {}
 
-    void renderRow(int row) const {
+    /// Blocks of pixels that one packet covers, from the top.
+    int blockRows() const { return (image.height() + raysPerAxis - 1) / raysPerAxis; }
+
+    /// Traces a ray through the centre of each pixel in a row of blocks.
+    void traceCentres(int blockRow) {
+        for (int column = 0; column < image.width(); column += raysPerAxis) {
+            ktRayPacket rays;
+            Sample samples[ktRayPacket::width];
+            for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane)
+                aim(rays, samples, lane, column + lane % raysPerAxis + 0.5,
+                    blockRow * raysPerAxis + lane / raysPerAxis + 0.5);
+            see(rays, samples);
+            for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane) {
+                const int x = column + lane % raysPerAxis, y = blockRow * raysPerAxis + lane / raysPerAxis;
+                if (x < image.width() && y < image.height())
+                    centre(x, y) = samples[lane];
+            }
+        }
+    }
+
+    /// Draws a row of pixels; after all centres are traced.
+    void drawRow(int row) const {
         auto* pixels = reinterpret_cast<QRgb*>(bits + static_cast<std::ptrdiff_t>(row) * bytesPerLine);
         for (int column = 0; column < image.width(); ++column) {
-            const Color color = renderPixel(column, row);
-            const auto byte = [](float value) { return static_cast<int>(std::lround(255 * toSrgb(value))); };
+            const Sample& middle = centre(column, row);
+            const bool isEven = isSmooth(column, row);
+            const Color color = isEven ? middle.color : renderPixel(column, row);
+            // Dithering hides the steps of the background. Order 2 of B. E. Bayer, "An Optimum Method for Two-Level
+            // Rendition of Continuous-Tone Pictures", 1973.
+            static constexpr float bayer[2][2] = {{-0.375f, 0.125f}, {0.375f, -0.125f}};
+            const float dither = isEven && middle.mesh == ktHitPacket::noMesh ? bayer[row % 2][column % 2] : 0.0f;
+            const auto byte = [dither](float value) {
+                return static_cast<int>(std::lround(std::clamp(255 * toSrgb(value) + dither, 0.0f, 255.0f)));
+            };
             pixels[column] = qRgb(byte(color[0]), byte(color[1]), byte(color[2]));
         }
     }
@@ -61,30 +100,68 @@ private:
     uchar* const bits; // stored, because QImage::bits() is not thread-safe
     const int bytesPerLine;
     const float exposure;
+    std::vector<Sample> centres; // of the pixels, row by row
 
-    void aim(ktRayPacket& rays, int column, int row) const {
-        for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane) {
-            const double x = (column + (lane % raysPerAxis + 0.5) / raysPerAxis) / image.width() * 2 - 1;
-            const double y = 1 - (row + (lane / raysPerAxis + 0.5) / raysPerAxis) / image.height() * 2;
-            const ktPreviewCamera::Vector direction = camera.direction(x, y);
-            rays.originX[lane] = static_cast<float>(camera.eye[0]);
-            rays.originY[lane] = static_cast<float>(camera.eye[1]);
-            rays.originZ[lane] = static_cast<float>(camera.eye[2]);
-            rays.directionX[lane] = static_cast<float>(direction[0]);
-            rays.directionY[lane] = static_cast<float>(direction[1]);
-            rays.directionZ[lane] = static_cast<float>(direction[2]);
-            rays.minDistance[lane] = 0;
-            rays.maxDistance[lane] = static_cast<float>(camera.farDistance);
+    Sample& centre(int x, int y) {
+        return centres[static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width()) +
+                       static_cast<std::size_t>(x)];
+    }
+    const Sample& centre(int x, int y) const { return const_cast<Renderer*>(this)->centre(x, y); }
+
+    // Whether the colour changes evenly around a pixel, on one surface. Then its centre has the mean colour of the
+    // pixel.
+    bool isSmooth(int x, int y) const {
+        const Sample& middle = centre(x, y);
+        const auto neighbour = [&](int dx, int dy) -> const Sample& {
+            return centre(std::clamp(x + dx, 0, image.width() - 1), std::clamp(y + dy, 0, image.height() - 1));
+        };
+        for (const auto& step : {std::array<int, 2>{1, 0}, {0, 1}, {1, 1}, {1, -1}}) {
+            const Sample &before = neighbour(-step[0], -step[1]), &after = neighbour(step[0], step[1]);
+            if (before.mesh != middle.mesh || after.mesh != middle.mesh)
+                return false;
+            for (std::size_t i = 0; middle.mesh != ktHitPacket::noMesh && i < 3; ++i) {
+                // At most about one step of the picture, if the bend goes on like this inside the pixel.
+                const float most = 0.004f + 0.04f * middle.color[i];
+                if (!(std::fabs(before.color[i] + after.color[i] - 2 * middle.color[i]) <= most))
+                    return false;
+            }
         }
-        rays.active = 0xFFFFu;
+        return true;
+    }
+
+    // Aims a ray through a point of the picture, in pixels from the top left.
+    void aim(ktRayPacket& rays, Sample* samples, int lane, double x, double y) const {
+        samples[lane].row = static_cast<float>(y);
+        const ktPreviewCamera::Vector direction =
+            camera.direction(x / image.width() * 2 - 1, 1 - y / image.height() * 2);
+        rays.originX[lane] = static_cast<float>(camera.eye[0]);
+        rays.originY[lane] = static_cast<float>(camera.eye[1]);
+        rays.originZ[lane] = static_cast<float>(camera.eye[2]);
+        rays.directionX[lane] = static_cast<float>(direction[0]);
+        rays.directionY[lane] = static_cast<float>(direction[1]);
+        rays.directionZ[lane] = static_cast<float>(direction[2]);
+        rays.minDistance[lane] = 0;
+        rays.maxDistance[lane] = static_cast<float>(camera.farDistance);
+        rays.active |= 1u << lane;
     }
 
     Color renderPixel(int column, int row) const {
         ktRayPacket rays;
-        ktHitPacket hits;
-        aim(rays, column, row);
-        const Color behind = background(1 - (row + 0.5f) / static_cast<float>(image.height()));
+        Sample samples[ktRayPacket::width];
+        for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane)
+            aim(rays, samples, lane, column + (lane % raysPerAxis + 0.5) / raysPerAxis,
+                row + (lane / raysPerAxis + 0.5) / raysPerAxis);
+        see(rays, samples);
         Color sum = {0, 0, 0};
+        for (const Sample& sample : samples)
+            for (std::size_t i = 0; i < 3; ++i)
+                sum[i] += sample.color[i] / ktRayPacket::width;
+        return sum;
+    }
+
+    // Follows the rays of a packet through transparent surfaces.
+    void see(ktRayPacket& rays, Sample* samples) const {
+        ktHitPacket hits;
         std::array<float, ktRayPacket::width> through;
         through.fill(1);
         for (int layer = 0; layer < maxLayers && rays.active != 0; ++layer) {
@@ -98,8 +175,11 @@ private:
                     continue;
                 }
                 const Layer seen = shade(hits, lane);
-                for (size_t i = 0; i < 3; ++i)
-                    sum[i] += through[lane] * seen.alpha * seen.color[i];
+                Sample& sample = samples[lane];
+                if (seen.alpha > 0 && sample.mesh == ktHitPacket::noMesh)
+                    sample.mesh = hits.mesh[lane];
+                for (std::size_t i = 0; i < 3; ++i)
+                    sample.color[i] += through[lane] * seen.alpha * seen.color[i];
                 through[lane] *= 1 - seen.alpha;
                 // Continue behind this hit to the next layer.
                 rays.minDistance[lane] =
@@ -108,12 +188,11 @@ private:
                     rays.active &= ~bit;
             }
         }
-        for (const float share : through)
-            for (size_t i = 0; i < 3; ++i)
-                sum[i] += share * behind[i];
-        for (float& value : sum)
-            value /= ktRayPacket::width;
-        return sum;
+        for (std::uint32_t lane = 0; lane < ktRayPacket::width; ++lane) {
+            const Color behind = background(1 - samples[lane].row / static_cast<float>(image.height()));
+            for (std::size_t i = 0; i < 3; ++i)
+                samples[lane].color[i] += through[lane] * behind[i];
+        }
     }
 
     Layer shade(const ktHitPacket& hits, std::uint32_t lane) const {
@@ -173,16 +252,20 @@ QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camer
     QImage image(width, height, QImage::Format_RGB32);
     if (image.isNull())
         throw std::bad_alloc();
-    const Renderer renderer(scene, camera, tracer, image, exposure);
+    Renderer renderer(scene, camera, tracer, image, exposure);
     bool isDrawn = false;
     ktEventPump pump;
     ktWorkers::run(
         [&] {
             if (!tracer.build(meshes, [&isInterrupted](float) { return !isInterrupted(); }))
                 return;
+            ktParallel::forRange(static_cast<size_t>(renderer.blockRows()), 1, [&](size_t begin, size_t end) {
+                for (size_t row = begin; row < end && !isInterrupted(); ++row)
+                    renderer.traceCentres(static_cast<int>(row));
+            });
             ktParallel::forRange(static_cast<size_t>(height), 1, [&](size_t begin, size_t end) {
                 for (size_t row = begin; row < end && !isInterrupted(); ++row)
-                    renderer.renderRow(static_cast<int>(row));
+                    renderer.drawRow(static_cast<int>(row));
             });
             tracer.build({}, {});
             isDrawn = !isInterrupted();

@@ -4,6 +4,9 @@
 #include "ktPreviewRenderer.h"
 #include "ktThreadCount.h"
 
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace {
@@ -128,4 +131,63 @@ TEST(PreviewRenderer, GivenOneOrMoreThreads_DrawsTheSame) {
     ktThreadCount::set(3);
     EXPECT_EQ(ktRenderPreview(scene, makeCamera(), tracer, 33, 17, 1), one);
     ktThreadCount::set(0);
+}
+
+namespace {
+
+/// Counts the rays.
+class CountingTracer : public ktPlainTracer {
+public:
+    void nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const override {
+        count += __builtin_popcount(rays.active);
+        ktPlainTracer::nearest(rays, bothSides, hits);
+    }
+
+    mutable std::atomic<int> count{0};
+};
+
+} // namespace
+
+TEST(PreviewRenderer, GivenEdgeOfSurface_MixesBothSidesInItsPixels) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {0, 0, 0, 1}, {1, 1, 1}), makeSquare(2, {1, 1, 1, 1}, {1, 1, 1})};
+    for (auto& position : scene.meshes[0].positions)
+        position[0] = std::min(position[0], 0.07f); // inside a column of pixels
+    ktPlainTracer tracer;
+    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, 16, 16, 1);
+    int mixed = 0;
+    for (int x = 0; x < 16; ++x)
+        mixed += qRed(image.pixel(x, 8)) > 0 && qRed(image.pixel(x, 8)) < 255;
+    EXPECT_EQ(mixed, 1);
+    EXPECT_EQ(qRed(image.pixel(0, 8)), 0);
+    EXPECT_EQ(qRed(image.pixel(15, 8)), 255);
+}
+
+TEST(PreviewRenderer, GivenSmoothPicture_TracesOneRayPerPixel) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {0.5f, 0.5f, 0.5f})};
+    CountingTracer tracer;
+    ktRenderPreview(scene, makeCamera(), tracer, 32, 32, 1);
+    EXPECT_EQ(tracer.count, 32 * 32);
+    for (auto& position : scene.meshes[0].positions)
+        position[0] = std::min(position[0], 0.0f);
+    tracer.count = 0;
+    ktRenderPreview(scene, makeCamera(), tracer, 32, 32, 1);
+    EXPECT_GT(tracer.count, 32 * 32 + 32 * 16) << "the edge has sixteen rays per pixel";
+    EXPECT_LE(tracer.count, 32 * 32 + 32 * 16 * 4);
+}
+
+TEST(PreviewRenderer, GivenNothing_DithersTheBackground) {
+    ktPreviewScene scene;
+    ktPlainTracer tracer;
+    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, 64, 256, 1);
+    int dithered = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        const int left = qRed(image.pixel(10, y)), right = qRed(image.pixel(11, y));
+        EXPECT_LE(std::abs(left - right), 1);
+        dithered += left != right;
+    }
+    EXPECT_GT(dithered, 64);
 }
