@@ -42,6 +42,8 @@ bool makeHinge(const ktFitMesh& mesh, const Edge& a, const Edge& b, ktFitHinge& 
     hinge.unknowns[1] = static_cast<std::uint32_t>(a.ends);
     hinge.unknowns[2] = left.unknowns[(a.corner + 2) % 3];
     hinge.unknowns[3] = right.unknowns[(b.corner + 2) % 3];
+    if (hinge.unknowns[2] == hinge.unknowns[3])
+        return false; // one face lies on the other
     const Beside c = placeOf(mesh, hinge.unknowns, hinge.unknowns[2], left.area);
     const Beside d = placeOf(mesh, hinge.unknowns, hinge.unknowns[3], right.area);
     const double length = std::min(c.height, d.height);

@@ -15,8 +15,9 @@ struct ktFitHinge {
     float area; ///< of the smaller face
 };
 
-/// Finds the hinges of a piece. Edges of one face or of more than two have none, and neither have needles whose corner
-/// lies far beyond the edge. The result does not depend on the number of threads.
+/// Finds the hinges of a piece. Edges of one face or of more than two have none, and neither have two faces with the
+/// same corners, and needles whose corner lies far beyond the edge. The result does not depend on the number of
+/// threads.
 /// @param begin, end faces of the piece
 /// @throws ktCanceled, std::bad_alloc
 std::vector<ktFitHinge> ktFindHinges(const ktFitMesh& mesh, std::size_t begin, std::size_t end);
