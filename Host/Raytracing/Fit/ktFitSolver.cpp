@@ -13,7 +13,6 @@
 namespace {
 
 constexpr double smoothness = 0.001;     // weight of the squared differences along edges, per area
-constexpr double kinks = 0.02;           // of the squared kinks at edges, likewise
 constexpr double invalidWeight = 1.0e-4; // of a sample that is not valid
 constexpr double leastValid = 0.01;      // share of the area of a piece; with less, all its samples count
 constexpr double tolerance = 1.0e-5;     // of the residual, relative to the right-hand side
@@ -68,8 +67,8 @@ void enforce(const ktFitEquations::Map& matrix, const Eigen::VectorXd& right, co
 class PieceSolver {
 public:
     PieceSolver(const ktFitMesh& mesh_, const ktFitPoints& points_, const ktFitSamples& samples_,
-                const std::vector<ktFitLimits>& limits_)
-        : mesh(mesh_), points(points_), samples(samples_), limits(limits_), rows(mesh_),
+                const std::vector<ktFitLimits>& limits_, double kinks_)
+        : mesh(mesh_), points(points_), samples(samples_), limits(limits_), kinks(kinks_), rows(mesh_),
           values(mesh_.unknownCount * samples_.channels) {}
 
     void solve(std::size_t piece) {
@@ -97,6 +96,7 @@ private:
     const ktFitPoints& points;
     const ktFitSamples& samples;
     const std::vector<ktFitLimits>& limits;
+    const double kinks;
     ktFitRows rows;
     std::vector<float> values;
 };
@@ -104,8 +104,8 @@ private:
 } // namespace
 
 std::vector<float> ktSolveFit(const ktFitMesh& mesh, const ktFitPoints& points, const ktFitSamples& samples,
-                              const std::vector<ktFitLimits>& limits) {
-    PieceSolver solver(mesh, points, samples, limits);
+                              const std::vector<ktFitLimits>& limits, double kinks) {
+    PieceSolver solver(mesh, points, samples, limits, kinks);
     ktParallel::forEach(mesh.pieceCount(), [&solver](std::size_t piece) {
         ktThrowIfCanceled();
         solver.solve(piece);

@@ -24,6 +24,9 @@ struct ktFitLimits {
     float high = std::numeric_limits<float>::infinity();
 };
 
+/// Weights of the squared kinks at edges. Gathered light is smoother than shadows, so it can be smoothed more.
+constexpr double ktDirectKinks = 0.02, ktGatheredKinks = 0.3;
+
 /// Finds the values of the unknowns whose linear interpolation over the faces is nearest to the samples: the least sum
 /// of squares, weighted by area, plus a small term for the differences along edges (L. Kavan, A. W. Bargteil, P.-P.
 /// Sloan, "Least Squares Vertex Baking", 2011). Values keep to the limits: the nearest of those that do, not the
@@ -33,7 +36,8 @@ struct ktFitLimits {
 /// sample is valid, all have full weight.
 /// The same input gives the same bits for any number of threads. Call on a worker thread.
 /// @param limits one element per channel
+/// @param kinks  weight of the squared kinks at edges, per area
 /// @return `channels` floats per unknown; undefined for an unknown without a face
 /// @throws ktCanceled, std::bad_alloc
 std::vector<float> ktSolveFit(const ktFitMesh& mesh, const ktFitPoints& points, const ktFitSamples& samples,
-                              const std::vector<ktFitLimits>& limits);
+                              const std::vector<ktFitLimits>& limits, double kinks = ktDirectKinks);

@@ -166,7 +166,8 @@ ktFitCounts ktGatherFittedLight(const ktGatherTask& vertexTask, const ktFitTask&
     ktFitCounts counts;
     Sampling<ktGatherTask, GatheredSamples>(vertexTask, fit, mesh, points, counts).run(pass, done);
 
-    const std::vector<float> fitted = ktSolveFit(mesh, points, pass.samples, std::vector<ktFitLimits>(3));
+    const std::vector<float> fitted =
+        ktSolveFit(mesh, points, pass.samples, std::vector<ktFitLimits>(3), ktGatheredKinks);
     for (std::uint32_t vertex = 0; vertex < vertexTask.count; ++vertex)
         if (mesh.unknownOf[vertex] != ktFitMesh::none)
             std::copy_n(&fitted[3 * std::size_t(mesh.unknownOf[vertex])], 3, received + 3 * std::size_t(vertex));
