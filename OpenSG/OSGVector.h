@@ -53,7 +53,7 @@ public:
     /// Copies the components that both have. The others stay unchanged.
     template <class OtherT, UInt32 OtherSizeI>
     void setValue(const Point<OtherT, OtherSizeI>& other) {
-        for (UInt32 i = 0; i < (SizeI < OtherSizeI ? SizeI : OtherSizeI); ++i)
+        for (UInt32 i = 0; i < SizeI && i < OtherSizeI; ++i)
             _values[i] = ValueTypeT(other.getValues()[i]);
     }
     void setValue(const ValueTypeT* values) {
