@@ -91,11 +91,10 @@ private:
             const int isTrue = PyObject_IsTrue(value);
             return isTrue < 0 ? nullptr : PyBool_FromLong(isTrue);
         }
-        if (PyFloat_Check(value) || PyLong_Check(value) || PySequence_Check(value))
-            Py_INCREF(value);
-        else if (PyObject_HasAttrString(value, "__index__"))
+        const bool isForeign = !PyFloat_Check(value) && !PyLong_Check(value) && !PySequence_Check(value);
+        if (isForeign && PyObject_HasAttrString(value, "__index__"))
             number = PyNumber_Index(value);
-        else if (PyObject_HasAttrString(value, "__float__"))
+        else if (isForeign && PyObject_HasAttrString(value, "__float__"))
             number = PyNumber_Float(value);
         else
             Py_INCREF(value);

@@ -182,7 +182,7 @@ int main(int argumentCount, char** arguments) {
         const std::size_t step = std::max<std::size_t>(1, writtenOut.vertexCount() / limit);
         std::size_t number = 0;
         for (const ktBenchmarkMesh& mesh : writtenOut.meshes)
-            for (std::uint32_t i = 0; i < mesh.vertexCount(); ++i, ++number) {
+            for (std::size_t i = 0; i < mesh.vertexCount(); ++i, ++number) {
                 ktRayVertex vertex;
                 if (number % step == 0 &&
                     frames.make(&mesh.positions[3 * i], &mesh.normals[3 * i], ktOneRing(), vertex))

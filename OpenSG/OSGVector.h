@@ -4,6 +4,7 @@
 
 #include "OSGBaseFunctions.h"
 
+#include <algorithm>
 #include <iosfwd>
 #include <istream>
 #include <ostream>
@@ -53,7 +54,8 @@ public:
     /// Copies the components that both have. The others stay unchanged.
     template <class OtherT, UInt32 OtherSizeI>
     void setValue(const Point<OtherT, OtherSizeI>& other) {
-        for (UInt32 i = 0; i < SizeI && i < OtherSizeI; ++i)
+        constexpr UInt32 count = std::min(SizeI, OtherSizeI);
+        for (UInt32 i = 0; i < count; ++i)
             _values[i] = ValueTypeT(other.getValues()[i]);
     }
     void setValue(const ValueTypeT* values) {

@@ -18,6 +18,13 @@ using Color = std::array<float, 3>;
 
 constexpr int raysPerAxis = 4; // one packet: of a pixel, or one ray for each pixel of a block
 static_assert(raysPerAxis * raysPerAxis == ktRayPacket::width);
+// Place of a lane in the square that its packet covers.
+int xOf(int lane) {
+    return lane % raysPerAxis;
+}
+int yOf(int lane) {
+    return lane / raysPerAxis;
+}
 constexpr int maxLayers = 64; // of transparent surfaces and hidden back faces along a ray
 
 float toSrgb(float linear) {
@@ -63,11 +70,10 @@ public:
             ktRayPacket rays;
             Sample samples[ktRayPacket::width];
             for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane)
-                aim(rays, samples, lane, column + lane % raysPerAxis + 0.5,
-                    blockRow * raysPerAxis + lane / raysPerAxis + 0.5);
+                aim(rays, samples, lane, column + xOf(lane) + 0.5, blockRow * raysPerAxis + yOf(lane) + 0.5);
             see(rays, samples);
             for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane) {
-                const int x = column + lane % raysPerAxis, y = blockRow * raysPerAxis + lane / raysPerAxis;
+                const int x = column + xOf(lane), y = blockRow * raysPerAxis + yOf(lane);
                 if (x < image.width() && y < image.height())
                     centre(x, y) = samples[lane];
             }
@@ -149,8 +155,7 @@ private:
         ktRayPacket rays;
         Sample samples[ktRayPacket::width];
         for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane)
-            aim(rays, samples, lane, column + (lane % raysPerAxis + 0.5) / raysPerAxis,
-                row + (lane / raysPerAxis + 0.5) / raysPerAxis);
+            aim(rays, samples, lane, column + (xOf(lane) + 0.5) / raysPerAxis, row + (yOf(lane) + 0.5) / raysPerAxis);
         see(rays, samples);
         Color sum = {0, 0, 0};
         for (const Sample& sample : samples)

@@ -88,7 +88,7 @@ TEST_F(Cancel, GivenAtIndirectProgress_ReturnsSilently) {
 TEST_F(Cancel, GivenAtStructureState_ReturnsSilently) {
     controller.updateState(C::Idle, 0);
     const auto base = host.onEntry;
-    host.onEntry = [this, base](const std::string& entry) {
+    host.onEntry = [base](const std::string& entry) {
         base(entry);
         if (entry == "signal progressStarted(4)")
             now_us() += 2000000;

@@ -262,7 +262,7 @@ TEST_F(DirectPass, GivenStates_ReportNodeAndRefinementWithItsId) {
     const std::string id = std::to_string(osg::getContainerId(node));
     Access::refineDirect(controller) = true;
     controller.updateState(C::Starting, 0);
-    host.onEntry = [this](const std::string&) { now_us() += 1000000; };
+    host.onEntry = [](const std::string&) { now_us() += 1000000; };
     controller.computeDirectIllumination();
     EXPECT_THAT(entriesWith(log, "signal stateChanged"),
                 ElementsAre("signal stateChanged(5, " + id + ")", "signal stateChanged(6, " + id + ")"));
@@ -401,7 +401,7 @@ TEST_F(GatherPass, GivenStates_ReportNodeAndRefinementWithItsId) {
     const std::string id = std::to_string(osg::getContainerId(node));
     Access::refineIndirect(controller) = true;
     controller.updateState(C::Starting, 0);
-    host.onEntry = [this](const std::string&) { now_us() += 1000000; };
+    host.onEntry = [](const std::string&) { now_us() += 1000000; };
     controller.gatherIndirectIllumination();
     EXPECT_THAT(entriesWith(log, "signal stateChanged"),
                 ElementsAre("signal stateChanged(7, " + id + ")", "signal stateChanged(8, " + id + ")"));

@@ -157,7 +157,7 @@ struct ktGeoSubdivisionRecord {
 ktGeoSubdivisionList::ktGeoSubdivisionList(const osg::GeometryPtr& geometry) {
     if (host().failsToMakeRecords)
         throw std::bad_alloc();
-    data.reset(new ktGeoSubdivisionRecord{host().label(osg::NodeCorePtr(geometry))});
+    data = std::make_unique<ktGeoSubdivisionRecord>(ktGeoSubdivisionRecord{host().label(osg::NodeCorePtr(geometry))});
     ++host().liveRecords;
     host().record("new record(" + data->label + ")");
 }

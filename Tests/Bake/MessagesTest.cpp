@@ -8,9 +8,7 @@
 #include <QString>
 #include <QStringList>
 
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 using Json = nlohmann::json;
 
 namespace {
@@ -136,7 +134,7 @@ TEST(JsonMessages, GivenBake_WritesOneObjectALine) {
         }
     EXPECT_EQ(percent, 100);
 
-    const Json last = lines.back();
+    const Json& last = lines.back();
     EXPECT_EQ(last.at("level"), "result");
     EXPECT_EQ(last.at("result"), "done");
     EXPECT_EQ(last.at("exitCode"), 0);

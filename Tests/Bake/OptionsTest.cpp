@@ -35,15 +35,14 @@ std::string refuse(const std::vector<std::string>& arguments) {
 /// The arguments that set a setting to this value.
 template <class Row>
 std::vector<std::string> argumentsFor(Row row, const typename Row::Value& value) {
-    namespace Settings = ktAmbientOcclusionSettings;
     const std::string option = row.names.option;
-    if constexpr (std::is_same_v<Settings::OverrideMaterialColor, Row>)
+    if constexpr (std::is_same_v<ktAmbientOcclusionSettings::OverrideMaterialColor, Row>)
         return {"--no-override-color"};
-    else if constexpr (std::is_base_of_v<Settings::Switch, Row>)
+    else if constexpr (std::is_base_of_v<ktAmbientOcclusionSettings::Switch, Row>)
         return {(value ? "--" : "--no-") + option};
-    else if constexpr (std::is_base_of_v<Settings::Choice, Row>)
+    else if constexpr (std::is_base_of_v<ktAmbientOcclusionSettings::Choice, Row>)
         return {"--" + option, row.choices[value]};
-    else if constexpr (std::is_base_of_v<Settings::Color, Row>)
+    else if constexpr (std::is_base_of_v<ktAmbientOcclusionSettings::Color, Row>)
         return {"--" + option, testing::PrintToString(value[0]) + "," + testing::PrintToString(value[1]) + "," +
                                    testing::PrintToString(value[2])};
     else

@@ -65,7 +65,7 @@ TEST(Stats, GivenInstances_CountsStoredUsedAndOccludingTriangles) {
     EXPECT_EQ(stats.at("instancedTriangles"), 48);
     EXPECT_EQ(stats.at("occludingTriangles"), 48);
     EXPECT_EQ(stats.at("verticesTraced"), 48);
-    const auto geometries = stats.at("geometries");
+    const auto& geometries = stats.at("geometries");
     ASSERT_EQ(geometries.size(), 2u);
     EXPECT_EQ(geometries.at(0), (nlohmann::json{{"node", "middle"},
                                                 {"uses", 1},

@@ -74,7 +74,7 @@ ktBakeResult interruptBake(const std::filesystem::path& folder, const std::vecto
 
 static std::filesystem::path makeFolder() {
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::filesystem::path folder =
+    std::filesystem::path folder =
         std::filesystem::path(testing::TempDir()) / (std::string(test->test_suite_name()) + "." + test->name());
     std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder / "preferences");
@@ -101,7 +101,7 @@ std::string readFile(const std::filesystem::path& file) {
 }
 
 std::string model(const std::string& name) {
-    const std::string path = std::string(KT_MODELS) + "/" + name;
+    std::string path = std::string(KT_MODELS) + "/" + name;
     EXPECT_TRUE(std::filesystem::exists(path)) << path;
     return path;
 }

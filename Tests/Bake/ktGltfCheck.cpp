@@ -158,7 +158,8 @@ private:
         const Json& attributes = primitive.at("attributes");
         std::optional<size_t> count;
         for (const auto& [name, index] : attributes.items()) {
-            const std::string here = place + "/attributes/" + name;
+            std::string here = place;
+            here.append("/attributes/").append(name);
             if (!exists(here, "accessors", index))
                 continue;
             const Json& accessor = json["accessors"][index.get<size_t>()];

@@ -58,8 +58,9 @@ std::vector<ktRoomReference::Light> readBake(const ktWholeScene& scene, const st
     std::vector<ktRoomReference::Light> light;
     for (const Vertex& vertex : vertices) {
         const ktRoomSurface& surface = room[vertex.surface];
-        const osg::Vec4f& result =
-            results[vertex.surface].at(static_cast<std::size_t>(vertex.row * (surface.columns + 1) + vertex.column));
+        const osg::Vec4f& result = results[vertex.surface].at(static_cast<std::size_t>(vertex.row) *
+                                                                  static_cast<std::size_t>(surface.columns + 1) +
+                                                              static_cast<std::size_t>(vertex.column));
         light.push_back({});
         for (osg::UInt32 c = 0; c < 3; ++c)
             light.back()[c] = result[c] / surface.color[c];

@@ -18,6 +18,7 @@ template <class PropertyPtr>
 void addMiddle(const PropertyPtr& property) {
     auto& field = property->editField();
     auto middle = field[0];
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): the element is one float or several
     const std::size_t width = sizeof middle / sizeof(float);
     auto* out = reinterpret_cast<float*>(&middle);
     const auto* other = reinterpret_cast<const float*>(&field[1]);

@@ -9,7 +9,7 @@
 namespace fs = std::filesystem;
 
 bool ktHouseFile::endsIn(std::initializer_list<const char*> endings) const {
-    return std::any_of(endings.begin(), endings.end(), [this](const std::string ending) {
+    return std::any_of(endings.begin(), endings.end(), [this](const std::string& ending) {
         return path.size() >= ending.size() && path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
     });
 }

@@ -13,13 +13,13 @@ using namespace osg;
 namespace {
 
 constexpr UInt32 depth = 1000000;
-constexpr size_t stackSize_bytes = 256 * 1024;
+constexpr size_t stackSize_bytes = size_t(256) * 1024;
 
 /// Runs work in a thread with a small stack and waits for it.
 template <class WorkT>
 void runOnSmallStack(WorkT work) {
     pthread_attr_t attributes;
-    pthread_t thread;
+    pthread_t thread = 0;
     ASSERT_EQ(0, pthread_attr_init(&attributes));
     ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, stackSize_bytes));
     const auto call = [](void* argument) -> void* {

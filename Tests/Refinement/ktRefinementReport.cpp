@@ -104,6 +104,7 @@ bool reportMesh(ktRefinedModel& model, bool checksMesh, double cancelAfter_ms) {
 
 } // namespace
 
+// An error may end the report. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
     CLI::App options{"Refines a model and reports the quality of the result"};
     std::string path;

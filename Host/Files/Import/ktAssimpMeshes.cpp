@@ -64,7 +64,7 @@ std::vector<float> normals(ktAssimpTarget& target, const aiMesh& mesh, const std
 std::vector<float> tangents(const aiMesh& mesh) {
     std::vector<float> along = directions(mesh.mTangents, mesh.mNumVertices);
     std::vector<float> out;
-    for (unsigned i = 0; i < mesh.mNumVertices; ++i) {
+    for (std::size_t i = 0; i < mesh.mNumVertices; ++i) {
         if (along[3 * i] == 0.0f && along[3 * i + 1] == 0.0f && along[3 * i + 2] == 0.0f)
             along[3 * i] = 1.0f;
         out.insert(out.end(), &along[3 * i], &along[3 * i] + 3);

@@ -52,7 +52,7 @@ void limit(int resource, std::size_t value) {
         std::signal(number, SIG_DFL);
     sigset_t none;
     sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
     alarm(limits.wait_s);
     // Output of a crashing library would only confuse. The caller reports the reason.
     const int nowhere = open("/dev/null", O_WRONLY);

@@ -38,9 +38,11 @@ struct Element {
     ShadedColor color = {65535, 65535, 65535, 65535};
 
     bool operator==(const Element& other) const {
+        // Compares bits, because 0 and -0 are written differently. NOLINTBEGIN(bugprone-suspicious-memory-comparison)
         return std::memcmp(&occlusion, &other.occlusion, sizeof occlusion) == 0 &&
                std::memcmp(&indirect, &other.indirect, sizeof indirect) == 0 &&
                std::memcmp(&baked, &other.baked, sizeof baked) == 0 && color == other.color;
+        // NOLINTEND(bugprone-suspicious-memory-comparison)
     }
 };
 

@@ -62,6 +62,7 @@ void ktRefinementProbes::trace() {
     for (std::uint32_t i = 0; i < order.size(); ++i)
         order[i] = i;
     ktParallel::sort(order.begin(), order.end(), [this](std::uint32_t a, std::uint32_t b) {
+        // Any fixed order will do. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         const int difference = std::memcmp(&points[a], &points[b], sizeof(ktSurfacePoint));
         return difference != 0 ? difference < 0 : a < b;
     });

@@ -62,7 +62,7 @@ python::object makeView(std::unique_ptr<Numbers> numbers, std::size_t count, int
     numbers->dimensions = columns == 1 ? 1 : 2;
     numbers->shape[0] = static_cast<Py_ssize_t>(count) / columns;
     numbers->shape[1] = columns;
-    numbers->strides[0] = 4 * columns;
+    numbers->strides[0] = Py_ssize_t(4) * columns;
     numbers->strides[1] = 4;
     BufferObject* const object = PyObject_New(BufferObject, &bufferType);
     const python::handle<> owner(reinterpret_cast<PyObject*>(object)); // throws for null

@@ -133,7 +133,7 @@ osg::NodePtr sceneRoot() {
 std::vector<float> readPositions(const osg::GeometryPtr& geometry) {
     const osg::GeoPositionsPtr positions = geometry->getPositions();
     std::vector<float> numbers;
-    numbers.reserve(3 * positions->getSize());
+    numbers.reserve(std::size_t(3) * positions->getSize());
     for (osg::UInt32 i = 0; i < positions->getSize(); ++i) {
         const osg::Pnt3f position = positions->getValue(i);
         numbers.insert(numbers.end(), {position[0], position[1], position[2]});
@@ -170,7 +170,7 @@ python::object ktHostModuleNode::getPath() const {
     const osg::NodePtr root = sceneRoot();
     for (osg::NodePtr node = get(); node != osg::NullFC; node = node == root ? osg::NodePtr() : node->getParent())
         if (const std::string name = ownNameOf(node); !name.empty())
-            path = "/" + escapedForPath(name) + path;
+            path.insert(0, "/" + escapedForPath(name));
     return ktTextResult(path);
 }
 

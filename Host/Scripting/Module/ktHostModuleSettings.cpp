@@ -117,13 +117,14 @@ void change(const std::string& name, const python::object& given) {
         }
 }
 
-void changeOf(std::string name, python::object value) {
+void changeOf(const std::string& name, const python::object& value) {
     change(name, value);
 }
 
 } // namespace
 
-void ktAddSettings(python::object module) {
+void ktAddSettings(const python::object& target) {
+    python::object module = target; // attributes of a constant object cannot be set
     using ktHostModuleGuard::OnMainThread;
     python::dict names;
     names["__builtins__"] = python::import(PY_MAJOR_VERSION >= 3 ? "builtins" : "__builtin__");

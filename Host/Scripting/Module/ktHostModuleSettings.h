@@ -5,4 +5,4 @@
 
 /// Adds to the module `kthost` the type `Settings` and its only object `settings`: the settings as attributes, and a
 /// dictionary of all when it is called.
-void ktAddSettings(boost::python::object module);
+void ktAddSettings(const boost::python::object& module);

@@ -54,6 +54,7 @@ private:
         for (int c = 0; c < 3; ++c) {
             const float* corner = corners.p[c];
             std::uint32_t i = 0;
+            // Points are equal if their bits are. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
             while (i < points && std::memcmp(to->point[i], corner, sizeof to->point[i]) != 0)
                 ++i;
             if (i == Limits::patchPoints) {

@@ -110,13 +110,14 @@ struct Splitter {
 };
 
 constexpr int binCount = 512; // two bins per power of two
+constexpr int middleBin = binCount / 2;
 
 int binOf(double excess) {
-    return std::clamp(static_cast<int>(2 * std::log2(excess)) + binCount / 2, 0, binCount - 1);
+    return std::clamp(static_cast<int>(2 * std::log2(excess)) + middleBin, 0, binCount - 1);
 }
 
 double binUpperBound(int bin) {
-    return std::exp2((bin - binCount / 2 + 1) / 2.0);
+    return std::exp2((bin - middleBin + 1) / 2.0);
 }
 
 } // namespace

@@ -36,8 +36,8 @@ ktBvhBox widened(const ktBvhBox& box) {
 
 void clear(ktWideBvhNode& node) {
     const float none = std::numeric_limits<float>::quiet_NaN();
-    std::fill(&node.lower[0][0], &node.lower[0][0] + 3 * Limits::children, none);
-    std::fill(&node.upper[0][0], &node.upper[0][0] + 3 * Limits::children, none);
+    std::fill(&node.lower[0][0], &node.lower[0][0] + std::size_t(3) * Limits::children, none);
+    std::fill(&node.upper[0][0], &node.upper[0][0] + std::size_t(3) * Limits::children, none);
     std::fill(node.child, node.child + Limits::children, ktWideBvhRef(0));
 }
 
