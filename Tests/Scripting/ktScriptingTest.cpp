@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -127,7 +128,7 @@ TEST_F(Scripting, GivenManyInterrupts_EndsEachScriptAndNeverHangs) {
 
 TEST_F(Scripting, GivenAFile_SetsArgumentsAndFindsModulesBesideIt) {
     const std::string folder = testing::TempDir() + "ktScripting" + std::to_string(getpid());
-    ASSERT_EQ(std::system(("mkdir -p " + folder).c_str()), 0);
+    ASSERT_TRUE(std::filesystem::create_directories(folder));
     std::ofstream(folder + "/neighbour.py") << "value = 5\n";
     std::ofstream(folder + "/script.py") << "import sys, neighbour\n"
                                             "arguments = sys.argv[1:]\nvalue = neighbour.value\n";
