@@ -7,6 +7,7 @@
 #include "ktGeometryView.h"
 #include "ktHemisphereSampler.h"
 #include "ktParallel.h"
+#include "ktTriangleSize.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,22 +34,10 @@ Extent extentOf(const ktTracedGeometry& traced) {
     const double smallEdge = ktSmallEdge(positions.data(), traced.positionCount());
     Extent extent;
     for (std::size_t i = 0; i + 2 < triangles.size(); i += 3) {
-        double edges[3][3], longest = 0;
-        for (std::size_t corner = 0; corner < 3; ++corner) {
-            double square = 0;
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                edges[corner][axis] = double(positions[3 * std::size_t(triangles[i + (corner + 1) % 3]) + axis]) -
-                                      positions[3 * std::size_t(triangles[i + corner]) + axis];
-                square += edges[corner][axis] * edges[corner][axis];
-            }
-            longest = std::max(longest, square);
-        }
-        const double *a = edges[0], *b = edges[2];
-        const double x = a[1] * b[2] - a[2] * b[1], y = a[2] * b[0] - a[0] * b[2], z = a[0] * b[1] - a[1] * b[0];
-        const double twice = std::sqrt(x * x + y * y + z * z);
-        if (longest < smallEdge * smallEdge || !std::isfinite(twice))
+        const ktTriangleSize size = ktMeasureTriangle(positions.data(), &triangles[i]);
+        if (size.longestEdge_squared < smallEdge * smallEdge || !std::isfinite(size.area))
             continue;
-        extent.area += 0.5 * twice;
+        extent.area += size.area;
         ++extent.faces;
     }
     if (!triangles.empty())

@@ -22,6 +22,8 @@ public:
     void setScene(const ktTracedScene& newScene);
     /// Forgets the scene.
     void clear();
+    /// Whether the results of the run are fitted: whether there is a scene.
+    bool isOn() const { return scene != nullptr; }
 
     /// Prepares the fit of one geometry. The result is valid until the next call.
     /// @param geometry   null gives null

@@ -208,7 +208,7 @@ void ktSceneRaytracing::invalidateGeometry() {
         ktEventPump pump;
         ktRefinementTasks tasks = {bounces.directTask(), lastGather.tracer ? &lastGather : nullptr};
         ktFitTask directFit, gatherFit;
-        if (ktGetFitMode() == ktFitMode::Surface) {
+        if (sceneFit.isOn()) {
             directFit = sceneFit.settings(*tasks.direct);
             tasks.directFit = &directFit;
             if (tasks.gather) {
@@ -297,33 +297,21 @@ ktVertexTask ktSceneRaytracing::vertexTask(osg::UInt32 count, const osg::Matrix*
     return task;
 }
 
-void ktSceneRaytracing::countRays(ktGeometryNumber geometry, const ktVertexTask& task, const ktVertexCounts& counts,
+void ktSceneRaytracing::countRays(ktGeometryNumber geometry, std::uint32_t vertices, const ktPassCounts& counts,
                                   std::uint64_t ktRayCounts::*kind) {
-    const std::uint64_t raysPerVertex = task.directions->set.count;
-    statistics.requested.*kind += raysPerVertex * task.count;
-    statistics.shared.*kind += raysPerVertex * (task.count - counts.traced - counts.unusable);
+    statistics.requested.*kind += counts.rays();
+    statistics.shared.*kind += counts.sharedRays;
+    statistics.fitPoints += counts.points;
     if (geometry == 0)
         return;
     ktTracingStatistics::Geometry& entry = statistics.geometries[geometry];
-    entry.vertices += task.count;
-    entry.rays += raysPerVertex * task.count;
-}
-
-// Fitted points count like vertices of a pass; vertices without a face are vertices.
-void ktSceneRaytracing::countFit(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitCounts& counts,
-                                 std::uint64_t ktRayCounts::*kind) {
-    const std::uint64_t raysPerVertex = task.directions->set.count;
-    statistics.requested.*kind += counts.rays();
-    statistics.shared.*kind += raysPerVertex * (counts.vertices - counts.traced.traced - counts.traced.unusable);
-    statistics.fitPoints += counts.points;
-    ktTracingStatistics::Geometry& entry = statistics.geometries[geometry];
-    entry.vertices += task.count;
+    entry.vertices += vertices;
     entry.rays += counts.rays();
 }
 
-// How to fit the results of this geometry; null if the application wants the values at the vertices.
+// How to fit the results of this geometry; null if the run gives the values at the vertices.
 const ktFitTask* ktSceneRaytracing::fitOf(const osg::Pnt3f* positions, const ktVertexTask& task) {
-    return ktGetFitMode() == ktFitMode::Surface ? sceneFit.prepare(numbers.geometry(positions), task) : nullptr;
+    return sceneFit.isOn() ? sceneFit.prepare(numbers.geometry(positions), task) : nullptr;
 }
 
 void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,
@@ -341,29 +329,19 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
             lightMode ? &scene.lights : nullptr};
         const ktGeometryNumber geometry = numbers.find(positions);
         const ktFitTask* fit = fitOf(positions, task);
-        ktVertexCounts counts;
-        ktFitCounts fitCounts;
+        ktPassCounts counts;
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
             std::vector<osg::Vec4f> traced(count);
             const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-            if (fit) {
-                ktFitTask withRings = *fit;
-                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-                fitCounts = ktTraceFittedOcclusion(task, withRings, traced.data(), done);
-                counts = fitCounts.traced;
-            } else {
-                ktOcclusionTask withRings = task;
-                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-                counts = ktTraceOcclusion(withRings, traced.data(), done);
-            }
+            ktOcclusionTask withRings = task;
+            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+            counts = fit ? ktTraceFittedOcclusion(withRings, *fit, traced.data(), done)
+                         : ktPassCounts::ofVertices(task, ktTraceOcclusion(withRings, traced.data(), done));
             ktThrowIfCanceled();
             std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
         });
         unusableVertices += counts.unusable;
-        if (fit)
-            countFit(geometry, task, fitCounts, &ktRayCounts::direct);
-        else
-            countRays(geometry, task, counts, &ktRayCounts::direct);
+        countRays(geometry, count, counts, &ktRayCounts::direct);
         bounces.setDirect(task, true);
         if (const ktTracedGeometry* traced = scene.find(geometry))
             bounces.markCalculated(*traced);
@@ -387,30 +365,21 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         bounces.takeSnapshot(scene, pump);
         const ktGeometryNumber geometry = numbers.find(positions);
         const ktFitTask* fit = fitOf(positions, task);
-        ktVertexCounts counts;
-        ktFitCounts fitCounts;
+        ktPassCounts counts;
         std::vector<float> received(3 * std::size_t(count));
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
             const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-            if (fit) {
-                ktFitTask withRings = *fit;
-                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-                fitCounts = ktGatherFittedLight(task, withRings, received.data(), done);
-            } else {
-                ktGatherTask withRings = task;
-                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-                counts = ktGatherLight(withRings, received.data(), done);
-            }
+            ktGatherTask withRings = task;
+            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+            counts = fit ? ktGatherFittedLight(withRings, *fit, received.data(), done)
+                         : ktPassCounts::ofVertices(task, ktGatherLight(withRings, received.data(), done));
             ktThrowIfCanceled();
             for (std::size_t i = 0; i < count; ++i)
                 for (osg::UInt32 c = 0; c < 3; ++c)
                     results[i][c] = std::max(received[3 * i + c] * (*surfaceColor)[c], ktDarkestResult);
         });
         lastGather = task;
-        if (fit)
-            countFit(geometry, task, fitCounts, &ktRayCounts::indirect);
-        else
-            countRays(geometry, task, counts, &ktRayCounts::indirect);
+        countRays(geometry, count, counts, &ktRayCounts::indirect);
         if (scene.find(geometry)) {
             bounces.setGathered(geometry, std::move(received));
             tints[geometry] = {surfaceColor->red(), surfaceColor->green(), surfaceColor->blue()};

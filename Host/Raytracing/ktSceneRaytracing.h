@@ -58,9 +58,7 @@ public:
 
 private:
     const ktFitTask* fitOf(const osg::Pnt3f* positions, const ktVertexTask& task);
-    void countFit(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitCounts& counts,
-                  std::uint64_t ktRayCounts::*kind);
-    void countRays(ktGeometryNumber geometry, const ktVertexTask& task, const ktVertexCounts& counts,
+    void countRays(ktGeometryNumber geometry, std::uint32_t vertices, const ktPassCounts& counts,
                    std::uint64_t ktRayCounts::*kind);
     ktVertexTask vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
                             const osg::Vec3f* normals, const ktSampler* sampler, bool bothSides);

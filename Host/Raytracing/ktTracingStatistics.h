@@ -8,17 +8,17 @@
 #include <cstdint>
 #include <map>
 
-/// Statistics of the ray tracing in one run of a calculation. Only rays along the directions of a pass are counted. Not
-/// counted are rays to lights, and rays for the direct light that a bounce needs at its hits and that is in no
-/// channel.
+/// Statistics of the ray tracing in one run of a calculation. Counted are the rays at vertices and, with a fit, at
+/// points on faces. Not counted are rays to lights, and rays for the direct light that a bounce needs at its hits and
+/// that is in no channel.
 struct ktTracingStatistics {
     /// Of one geometry, all passes together.
     struct Geometry {
         std::uint64_t vertices = 0; ///< requested of the passes
-        std::uint64_t rays = 0;     ///< these vertices times the directions of their pass
+        std::uint64_t rays = 0;     ///< at its vertices or, with a fit, at the points on its faces
     };
 
-    ktRayCounts requested;                ///< requested vertices times the directions of their pass
+    ktRayCounts requested;                ///< of all geometries
     ktRayCounts shared;                   ///< of these, not traced: an equal vertex has the same rays
     ktRayCounts refining;                 ///< traced by refinement, at probes and new vertices; not in `requested`
     std::uint64_t fitPoints = 0;          ///< points on faces that were traced to fit vertex values to them

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Draws the preview image: traces rays through each pixel, and shades the hits with the baked light.
-#include "ktParallel.h" // before Qt, whose macro `emit` is a name inside TBB
-
 #include "ktPreviewRenderer.h"
 
 #include "ktEventPump.h"
+#include "ktParallel.h"
 #include "ktTracer.h"
 #include "ktWorkers.h"
 

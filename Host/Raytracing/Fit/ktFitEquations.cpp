@@ -21,26 +21,16 @@ int blockEntry(int a, int b) {
 } // namespace
 
 ktFitEquations::ktFitEquations(const ktFitMesh& mesh_, const ktFitPoints& points, const ktFitSamples& samples,
-                               std::size_t piece, ktFitWeights weights, ktFitRows& rows_)
-    : mesh(mesh_), begin(mesh_.faceStart[piece]), end(mesh_.faceStart[piece + 1]), rows(rows_) {
-    numberRows();
+                               std::size_t piece, ktFitWeights weights)
+    : mesh(mesh_), begin(mesh_.faceStart[piece]), end(mesh_.faceStart[piece + 1]),
+      firstUnknown(mesh_.unknowns.data() + mesh_.unknownStart[piece]),
+      rows(mesh_.unknownStart[piece + 1] - mesh_.unknownStart[piece]) {
     if (validShare(points, samples) < weights.leastValid)
         weights.invalidSample = 1.0;
     addFaces(points, samples, weights);
     addFineUnknowns(points, samples, weights);
     addHinges(weights.kinks);
     makeRows();
-}
-
-void ktFitEquations::numberRows() {
-    unknownOfRow.reserve(3 * (end - begin));
-    for (std::size_t face = begin; face < end; ++face)
-        unknownOfRow.insert(unknownOfRow.end(), mesh.faces[face].unknowns, mesh.faces[face].unknowns + 3);
-    ktParallel::sort(unknownOfRow.begin(), unknownOfRow.end(), [](std::uint32_t a, std::uint32_t b) { return a < b; });
-    unknownOfRow.erase(std::unique(unknownOfRow.begin(), unknownOfRow.end()), unknownOfRow.end());
-    ktThrowIfCanceled();
-    for (std::size_t row = 0; row < unknownOfRow.size(); ++row)
-        rows.row[unknownOfRow[row]] = static_cast<std::uint32_t>(row);
 }
 
 // Share of the area whose samples are valid.
@@ -54,8 +44,8 @@ double ktFitEquations::validShare(const ktFitPoints& points, const ktFitSamples&
         valid += mesh.faces[face].area * static_cast<double>(count) / (last - first);
         all += mesh.faces[face].area;
     }
-    for (std::uint32_t unknown : unknownOfRow) {
-        const std::uint32_t fine = rows.fine[unknown];
+    for (std::size_t row = 0; row < rows; ++row) {
+        const std::uint32_t fine = mesh.fineOf[unknownOf(row)];
         if (fine == ktFitMesh::none)
             continue;
         valid += samples.isValid[points.size() + fine] ? mesh.fine[fine].area : 0.0f;
@@ -66,10 +56,9 @@ double ktFitEquations::validShare(const ktFitPoints& points, const ktFitSamples&
 
 // A face adds, over its samples, the products of the corners' weights.
 void ktFitEquations::addFaces(const ktFitPoints& points, const ktFitSamples& samples, ktFitWeights weights) {
-    const auto rowCount = static_cast<Eigen::Index>(unknownOfRow.size());
     blocks.resize(end - begin);
-    rights.assign(samples.channels, Eigen::VectorXd::Zero(rowCount));
-    weightSums = Eigen::VectorXd::Zero(rowCount);
+    rights.assign(samples.channels, Eigen::VectorXd::Zero(static_cast<Eigen::Index>(rows)));
+    weightSums = Eigen::VectorXd::Zero(static_cast<Eigen::Index>(rows));
     for (std::size_t face = begin; face < end; ++face) {
         if (face % grain == 0)
             ktThrowIfCanceled();
@@ -87,7 +76,7 @@ void ktFitEquations::addFaces(const ktFitPoints& points, const ktFitSamples& sam
             const double weight = (samples.isValid[first + point] ? 1.0 : weights.invalidSample) * shape.area / count;
             const float* values = &samples.values[(first + point) * samples.channels];
             for (int i = 0; i < 3; ++i) {
-                const auto row = static_cast<Eigen::Index>(rows.row[shape.unknowns[i]]);
+                const auto row = static_cast<Eigen::Index>(mesh.rowOf[shape.unknowns[i]]);
                 const double w = weight * corner[i];
                 weightSums[row] += w;
                 for (std::size_t channel = 0; channel < samples.channels; ++channel)
@@ -101,9 +90,9 @@ void ktFitEquations::addFaces(const ktFitPoints& points, const ktFitSamples& sam
 
 // A fine unknown adds a sample at its vertex.
 void ktFitEquations::addFineUnknowns(const ktFitPoints& points, const ktFitSamples& samples, ktFitWeights weights) {
-    fineWeights = Eigen::VectorXd::Zero(static_cast<Eigen::Index>(unknownOfRow.size()));
-    for (std::size_t i = 0; i < unknownOfRow.size(); ++i) {
-        const std::uint32_t fine = rows.fine[unknownOfRow[i]];
+    fineWeights = Eigen::VectorXd::Zero(static_cast<Eigen::Index>(rows));
+    for (std::size_t i = 0; i < rows; ++i) {
+        const std::uint32_t fine = mesh.fineOf[unknownOf(i)];
         if (fine == ktFitMesh::none)
             continue;
         const auto row = static_cast<Eigen::Index>(i);
@@ -128,23 +117,22 @@ void ktFitEquations::addHinges(double weight) {
 }
 
 void ktFitEquations::makeRows() {
-    const std::size_t rowCount = unknownOfRow.size();
     // Calls visit(row, element, corner): elements are the faces, then the hinges.
     const auto forCorners = [&](const auto& visit) {
         for (std::size_t face = begin; face < end; ++face)
             for (std::uint32_t corner = 0; corner < 3; ++corner)
-                visit(rows.row[mesh.faces[face].unknowns[corner]], face - begin, corner);
+                visit(mesh.rowOf[mesh.faces[face].unknowns[corner]], face - begin, corner);
         ktThrowIfCanceled();
         for (std::size_t hinge = 0; hinge < hinges.size(); ++hinge)
             for (std::uint32_t corner = 0; corner < 4; ++corner)
-                visit(rows.row[hinges[hinge].unknowns[corner]], end - begin + hinge, corner);
+                visit(mesh.rowOf[hinges[hinge].unknowns[corner]], end - begin + hinge, corner);
         ktThrowIfCanceled();
     };
-    incidentStart.assign(rowCount + 1, 0);
+    incidentStart.assign(rows + 1, 0);
     forCorners([&](std::uint32_t row, std::size_t, std::uint32_t) { ++incidentStart[row + 1]; });
-    for (std::size_t row = 0; row < rowCount; ++row)
+    for (std::size_t row = 0; row < rows; ++row)
         incidentStart[row + 1] += incidentStart[row];
-    incident.resize(incidentStart[rowCount]);
+    incident.resize(incidentStart[rows]);
     std::vector<std::uint32_t> next(incidentStart.begin(), incidentStart.end() - 1);
     forCorners([&](std::uint32_t row, std::size_t element, std::uint32_t corner) {
         incident[next[row]++] = static_cast<std::uint32_t>(4 * element) + corner;
@@ -153,23 +141,23 @@ void ktFitEquations::makeRows() {
     // Each row gets room for the diagonal and, per face or hinge, for the most neighbours that it can add: two of a
     // face; one of a hinge, whose other three unknowns share a face with the row's. (With a corner beside the edge,
     // that is the other corner.)
-    outer.assign(rowCount + 1, 0);
-    for (std::size_t row = 0; row < rowCount; ++row) {
+    outer.assign(rows + 1, 0);
+    for (std::size_t row = 0; row < rows; ++row) {
         std::uint32_t room = 1;
         for (std::uint32_t i = incidentStart[row]; i < incidentStart[row + 1]; ++i)
             room += incident[i] / 4 < end - begin ? 2 : 1;
         outer[row + 1] = outer[row] + static_cast<int>(room);
     }
-    inner.assign(static_cast<std::size_t>(outer[rowCount]), 0);
+    inner.assign(static_cast<std::size_t>(outer[rows]), 0);
     entries.assign(inner.size(), 0.0);
-    ktParallel::forRange(rowCount, grain, [&](std::size_t first, std::size_t last) {
+    ktParallel::forRange(rows, grain, [&](std::size_t first, std::size_t last) {
         ktThrowIfCanceled();
         for (std::size_t row = first; row < last; ++row)
             fillRow(row);
     });
     // Closes the gaps.
     std::size_t size = 0;
-    for (std::size_t row = 0; row < rowCount; ++row) {
+    for (std::size_t row = 0; row < rows; ++row) {
         if (row % grain == 0)
             ktThrowIfCanceled();
         const auto first = static_cast<std::size_t>(outer[row]), last = static_cast<std::size_t>(outer[row + 1]);
@@ -179,7 +167,7 @@ void ktFitEquations::makeRows() {
             entries[size] = entries[i];
         }
     }
-    outer[rowCount] = static_cast<int>(size);
+    outer[rows] = static_cast<int>(size);
     blocks = {};
     hinges = {};
     incident = {};
@@ -204,7 +192,7 @@ void ktFitEquations::fillRow(std::size_t row) {
     inner[first] = static_cast<int>(row);
     entries[first] = fineWeights[static_cast<Eigen::Index>(row)];
     const auto add = [&](std::uint32_t unknown, double value) {
-        const auto column = static_cast<int>(rows.row[unknown]);
+        const auto column = static_cast<int>(mesh.rowOf[unknown]);
         const std::size_t slot = slotOf(column, first, size);
         if (slot == size)
             inner[size++] = column;
@@ -229,7 +217,7 @@ void ktFitEquations::fillRow(std::size_t row) {
 }
 
 ktFitEquations::Map ktFitEquations::matrix() const {
-    const auto size = static_cast<Eigen::Index>(unknownOfRow.size());
+    const auto size = static_cast<Eigen::Index>(rows);
     return {size, size, outer.back(), outer.data(), inner.data(), entries.data()};
 }
 

@@ -19,16 +19,6 @@ struct ktFitWeights {
     double leastValid;    ///< share of the area; in a piece with less valid area, all samples have weight 1
 };
 
-/// Where the unknowns of a mesh are. Pieces use different elements.
-struct ktFitRows {
-    explicit ktFitRows(const ktFitMesh& mesh) : row(mesh.unknownCount), fine(mesh.unknownCount, ktFitMesh::none) {
-        for (std::size_t i = 0; i < mesh.fine.size(); ++i)
-            fine[mesh.fine[i].unknown] = static_cast<std::uint32_t>(i);
-    }
-    std::vector<std::uint32_t> row;  ///< by unknown: its row in the equations of its piece
-    std::vector<std::uint32_t> fine; ///< by unknown: its index in ktFitMesh::fine, or `none`
-};
-
 /// The normal equations of one piece: a symmetric, positive definite matrix, and a right-hand side per channel.
 /// About 200 bytes per unknown.
 class ktFitEquations {
@@ -36,21 +26,20 @@ public:
     using Matrix = Eigen::SparseMatrix<double, Eigen::RowMajor, int>;
     using Map = Eigen::Map<const Matrix>;
 
-    /// @param rows receives the rows of the unknowns of this piece
     /// @throws ktCanceled, std::bad_alloc
     ktFitEquations(const ktFitMesh& mesh, const ktFitPoints& points, const ktFitSamples& samples, std::size_t piece,
-                   ktFitWeights weights, ktFitRows& rows);
+                   ktFitWeights weights);
 
     /// Valid as long as this object.
     Map matrix() const;
     const Eigen::VectorXd& right(std::size_t channel) const { return rights[channel]; }
     /// The weighted mean of the samples around each unknown.
     Eigen::VectorXd guess(std::size_t channel) const;
-    /// By row: the unknown of the mesh.
-    const std::vector<std::uint32_t>& unknowns() const { return unknownOfRow; }
+    std::size_t rowCount() const { return rows; }
+    /// The unknown of the mesh.
+    std::uint32_t unknownOf(std::size_t row) const { return firstUnknown[row]; }
 
 private:
-    void numberRows();
     double validShare(const ktFitPoints& points, const ktFitSamples& samples) const;
     void addFaces(const ktFitPoints& points, const ktFitSamples& samples, ktFitWeights weights);
     void addFineUnknowns(const ktFitPoints& points, const ktFitSamples& samples, ktFitWeights weights);
@@ -66,8 +55,8 @@ private:
 
     const ktFitMesh& mesh;
     const std::size_t begin, end; // faces
-    ktFitRows& rows;
-    std::vector<std::uint32_t> unknownOfRow;
+    const std::uint32_t* const firstUnknown;
+    const std::size_t rows;
     std::vector<FaceBlock> blocks;
     std::vector<ktFitHinge> hinges; // their factors already include the weight
     /// By row: the faces and then the hinges that it belongs to.

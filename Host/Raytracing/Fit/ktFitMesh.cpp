@@ -4,6 +4,7 @@
 
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
+#include "ktTriangleSize.h"
 #include "ktVertexGroups.h"
 
 #include <algorithm>
@@ -13,28 +14,6 @@
 namespace {
 
 constexpr std::size_t grain = 16384;
-
-struct Size {
-    float area; // 0 if it is not finite
-    float longestEdge;
-};
-
-Size sizeOf(const std::vector<float>& positions, const std::uint32_t* unknowns) {
-    double edges[3][3], longest = 0;
-    for (std::size_t corner = 0; corner < 3; ++corner) {
-        double square = 0;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            edges[corner][axis] = double(positions[3 * std::size_t(unknowns[(corner + 1) % 3]) + axis]) -
-                                  positions[3 * std::size_t(unknowns[corner]) + axis];
-            square += edges[corner][axis] * edges[corner][axis];
-        }
-        longest = std::max(longest, square);
-    }
-    const double *a = edges[0], *b = edges[2];
-    const double x = a[1] * b[2] - a[2] * b[1], y = a[2] * b[0] - a[0] * b[2], z = a[0] * b[1] - a[1] * b[0];
-    const auto area = static_cast<float>(0.5 * std::sqrt(x * x + y * y + z * z));
-    return {std::isfinite(area) ? area : 0.0f, static_cast<float>(std::sqrt(longest))};
-}
 
 // Decides which unknowns and faces are fine. `isSmall`: by face.
 void markFine(ktFitMesh& mesh, const ktVertexGroups& groups, const std::vector<std::uint8_t>& isSmall) {
@@ -50,9 +29,12 @@ void markFine(ktFitMesh& mesh, const ktVertexGroups& groups, const std::vector<s
         for (std::uint32_t unknown : face.unknowns)
             area[unknown] += face.isFine ? face.area / 3 : 0.0f;
     }
+    mesh.fineOf.assign(mesh.unknownCount, ktFitMesh::none);
     for (std::uint32_t unknown = 0; unknown < mesh.unknownCount; ++unknown)
-        if (area[unknown] > 0)
+        if (area[unknown] > 0) {
+            mesh.fineOf[unknown] = static_cast<std::uint32_t>(mesh.fine.size());
             mesh.fine.push_back({unknown, groups.first(unknown), area[unknown]});
+        }
     ktThrowIfCanceled();
 }
 
@@ -82,37 +64,52 @@ private:
     std::vector<std::uint32_t> parent;
 };
 
-// Numbers the pieces in the order of their smallest unknown, and sorts the faces by piece.
-void sortByPiece(ktFitMesh& mesh) {
+// Sorts items by piece and keeps their order inside a piece. Returns the first item of each piece, and the end.
+template <class Item, class PieceOf>
+std::vector<std::uint32_t> sortByPiece(std::vector<Item>& items, std::uint32_t pieces, const PieceOf& pieceOf) {
+    std::vector<std::uint32_t> starts(pieces + std::size_t(1), 0);
+    for (const Item& item : items)
+        ++starts[pieceOf(item) + std::size_t(1)];
+    for (std::size_t piece = 0; piece < pieces; ++piece)
+        starts[piece + 1] += starts[piece];
+    ktThrowIfCanceled();
+    std::vector<std::uint32_t> next = starts;
+    std::vector<Item> sorted(items.size());
+    for (const Item& item : items)
+        sorted[next[pieceOf(item)]++] = item;
+    items = std::move(sorted);
+    return starts;
+}
+
+// Numbers the pieces in the order of their smallest unknown, and sorts the faces and unknowns by piece.
+void makePieces(ktFitMesh& mesh) {
     Sets sets(mesh.unknownCount);
+    constexpr std::uint32_t used = ktFitMesh::none - 1;
+    std::vector<std::uint32_t> pieceOf(mesh.unknownCount, ktFitMesh::none);
     for (std::size_t i = 0; i < mesh.faces.size(); ++i) {
         if (i % grain == 0)
             ktThrowIfCanceled();
-        sets.join(mesh.faces[i].unknowns[0], mesh.faces[i].unknowns[1]);
-        sets.join(mesh.faces[i].unknowns[0], mesh.faces[i].unknowns[2]);
+        const std::uint32_t* unknowns = mesh.faces[i].unknowns;
+        sets.join(unknowns[0], unknowns[1]);
+        sets.join(unknowns[0], unknowns[2]);
+        for (int corner = 0; corner < 3; ++corner)
+            pieceOf[unknowns[corner]] = used;
     }
-    std::vector<std::uint32_t> pieceOf(mesh.unknownCount, ktFitMesh::none), sizes;
-    const auto pieceOfFace = [&](const ktFitMesh::Face& face) { return pieceOf[sets.find(face.unknowns[0])]; };
-    for (const ktFitMesh::Face& face : mesh.faces)
-        pieceOf[sets.find(face.unknowns[0])] = 0;
-    std::uint32_t count = 0;
-    for (std::uint32_t& piece : pieceOf)
-        if (piece == 0)
-            piece = count++;
-    sizes.assign(count, 0);
-    for (const ktFitMesh::Face& face : mesh.faces)
-        ++sizes[pieceOfFace(face)];
+    std::uint32_t pieces = 0;
+    for (std::uint32_t unknown = 0; unknown < mesh.unknownCount; ++unknown)
+        if (pieceOf[unknown] == used) {
+            const std::uint32_t first = sets.find(unknown);
+            pieceOf[unknown] = first == unknown ? pieces++ : pieceOf[first];
+            mesh.unknowns.push_back(unknown);
+        }
     ktThrowIfCanceled();
-    mesh.faceStart.assign(1, 0);
-    for (std::uint32_t size : sizes)
-        mesh.faceStart.push_back(mesh.faceStart.back() + size);
-    if (count <= 1)
-        return;
-    std::vector<std::uint32_t> next(mesh.faceStart.begin(), mesh.faceStart.end() - 1);
-    std::vector<ktFitMesh::Face> sorted(mesh.faces.size());
-    for (const ktFitMesh::Face& face : mesh.faces)
-        sorted[next[pieceOfFace(face)]++] = face;
-    mesh.faces = std::move(sorted);
+    mesh.faceStart =
+        sortByPiece(mesh.faces, pieces, [&](const ktFitMesh::Face& face) { return pieceOf[face.unknowns[0]]; });
+    mesh.unknownStart = sortByPiece(mesh.unknowns, pieces, [&](std::uint32_t unknown) { return pieceOf[unknown]; });
+    mesh.rowOf.assign(mesh.unknownCount, ktFitMesh::none);
+    for (std::size_t piece = 0; piece < pieces; ++piece)
+        for (std::uint32_t i = mesh.unknownStart[piece]; i < mesh.unknownStart[piece + 1]; ++i)
+            mesh.rowOf[mesh.unknowns[i]] = i - mesh.unknownStart[piece];
 }
 
 } // namespace
@@ -161,9 +158,14 @@ ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_
                 face.unknowns[corner] = vertex < task.count ? groupOf[vertex] : ktFitMesh::none;
                 isUsable = isUsable && face.unknowns[corner] != ktFitMesh::none;
             }
-            const Size size = isUsable ? sizeOf(mesh.positions, face.unknowns) : Size{0.0f, 0.0f};
-            face.area = size.area;
-            isSmall[i] = size.longestEdge < smallEdge;
+            if (!isUsable) {
+                face.area = 0;
+                continue;
+            }
+            const ktTriangleSize size = ktMeasureTriangle(mesh.positions.data(), face.unknowns);
+            const auto area = static_cast<float>(size.area);
+            face.area = std::isfinite(area) ? area : 0.0f;
+            isSmall[i] = static_cast<float>(std::sqrt(size.longestEdge_squared)) < smallEdge;
         }
     });
     std::size_t kept = 0;
@@ -175,15 +177,10 @@ ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_
     mesh.faces.resize(kept);
     ktThrowIfCanceled();
     markFine(mesh, groups, isSmall);
-
-    std::vector<bool> isUsed(mesh.unknownCount, false);
-    for (const ktFitMesh::Face& face : mesh.faces)
-        for (std::uint32_t unknown : face.unknowns)
-            isUsed[unknown] = true;
+    makePieces(mesh);
     for (std::uint32_t& group : groupOf)
-        if (group != ktFitMesh::none && !isUsed[group])
+        if (group != ktFitMesh::none && mesh.rowOf[group] == ktFitMesh::none)
             group = ktFitMesh::none;
     mesh.unknownOf = std::move(groupOf);
-    sortByPiece(mesh);
     return mesh;
 }

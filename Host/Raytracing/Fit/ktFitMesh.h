@@ -35,8 +35,14 @@ struct ktFitMesh {
     std::uint32_t unknownCount = 0;
     std::vector<float> positions;         ///< of the unknowns: three floats each, world space
     std::vector<Face> faces;              ///< piece by piece
-    std::vector<FineUnknown> fine;        ///< by unknown; those that no fine face has are left out
     std::vector<std::uint32_t> faceStart; ///< by piece: its first face; and the end of the last piece
+
+    std::vector<std::uint32_t> unknowns;     ///< piece by piece, ascending; those that no face has are left out
+    std::vector<std::uint32_t> unknownStart; ///< by piece: its first unknown in `unknowns`; and the end of the last
+    std::vector<std::uint32_t> rowOf;        ///< by unknown: its index among those of its piece, or `none`
+
+    std::vector<FineUnknown> fine;     ///< ascending; those that no fine face has are left out
+    std::vector<std::uint32_t> fineOf; ///< by unknown: its index in `fine`, or `none`
 
     std::size_t pieceCount() const { return faceStart.empty() ? 0 : faceStart.size() - 1; }
 };

@@ -13,10 +13,6 @@ namespace {
 
 constexpr std::size_t grain = 4096;
 
-double unit(std::uint64_t bits) {
-    return static_cast<double>(bits >> 11) * (1.0 / 9007199254740992.0);
-}
-
 } // namespace
 
 // The further points are rounded along the faces, so that their sum is right also where faces are small.
@@ -51,7 +47,8 @@ std::size_t ktFitPoints::faceAfter(std::size_t face, std::size_t count) const {
 void ktFitPoints::weights(std::size_t face, std::uint32_t point, float* weights) {
     const std::uint64_t seed = ktRandom::mix(face + 0x9E3779B97F4A7C15ull);
     // The powers of the plastic number.
-    double u = unit(seed) + 0.7548776662466927 * point, v = unit(ktRandom::mix(seed)) + 0.5698402909980532 * point;
+    double u = ktRandom::toUniform(seed) + 0.7548776662466927 * point,
+           v = ktRandom::toUniform(ktRandom::mix(seed)) + 0.5698402909980532 * point;
     u -= std::floor(u);
     v -= std::floor(v);
     const double root = std::sqrt(u);

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-/// The points on the faces at which light is traced for the fit. Every face that is not
-/// fine has one, further ones are spread by area.
+/// The points on the faces at which light is traced for the fit. Every face that is not fine has one; further ones are
+/// spread by area.
 /// Inside a face they follow a low-discrepancy sequence (M. Roberts, "The Unreasonable Effectiveness of Quasirandom
 /// Sequences", 2018), mapped to the triangle by area. Immutable; points are calculated when asked for.
 class ktFitPoints {
@@ -18,8 +18,7 @@ public:
 
     /// @param mesh    must outlive this object
     /// @param density points per area (world units, squared), besides the one on every face
-    /// @param most    roughly the largest number of further points; a smaller density is used where it would be
-    /// exceeded
+    /// @param most    roughly the largest number of further points; where there would be more, the density is smaller
     ktFitPoints(const ktFitMesh& mesh, double density, std::size_t most);
 
     std::size_t size() const { return starts.back(); }

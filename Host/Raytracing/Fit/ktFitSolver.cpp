@@ -68,12 +68,11 @@ class PieceSolver {
 public:
     PieceSolver(const ktFitMesh& mesh_, const ktFitPoints& points_, const ktFitSamples& samples_,
                 const std::vector<ktFitLimits>& limits_, double kinks_)
-        : mesh(mesh_), points(points_), samples(samples_), limits(limits_), kinks(kinks_), rows(mesh_),
+        : mesh(mesh_), points(points_), samples(samples_), limits(limits_), kinks(kinks_),
           values(mesh_.unknownCount * samples_.channels) {}
 
     void solve(std::size_t piece) {
-        const ktFitEquations equations(mesh, points, samples, piece, {smoothness, kinks, invalidWeight, leastValid},
-                                       rows);
+        const ktFitEquations equations(mesh, points, samples, piece, {smoothness, kinks, invalidWeight, leastValid});
         const auto matrix = equations.matrix();
         Solver solver;
         solver.setTolerance(tolerance);
@@ -83,9 +82,9 @@ public:
             const Eigen::VectorXd& right = equations.right(channel);
             Eigen::VectorXd x = solver.solveWithGuess(right, equations.guess(channel));
             enforce(matrix, right, limits[channel], x);
-            for (std::size_t i = 0; i < equations.unknowns().size(); ++i)
-                values[equations.unknowns()[i] * samples.channels + channel] = static_cast<float>(std::clamp(
-                    x[static_cast<Eigen::Index>(i)], double(limits[channel].low), double(limits[channel].high)));
+            for (std::size_t row = 0; row < equations.rowCount(); ++row)
+                values[equations.unknownOf(row) * samples.channels + channel] = static_cast<float>(std::clamp(
+                    x[static_cast<Eigen::Index>(row)], double(limits[channel].low), double(limits[channel].high)));
         }
     }
 
@@ -97,7 +96,6 @@ private:
     const ktFitSamples& samples;
     const std::vector<ktFitLimits>& limits;
     const double kinks;
-    ktFitRows rows;
     std::vector<float> values;
 };
 

@@ -23,7 +23,7 @@ template <class Task, class Pass>
 class Sampling {
 public:
     Sampling(const Task& vertexTask_, const ktFitTask& fit_, const ktFitMesh& mesh_, const ktFitPoints& points_,
-             ktFitCounts& counts_)
+             ktPassCounts& counts_)
         : vertexTask(vertexTask_), fit(fit_), mesh(mesh_), points(points_), counts(counts_) {}
 
     void run(Pass& pass, std::atomic<std::uint32_t>& done) {
@@ -55,7 +55,7 @@ private:
     void traceFine(Pass& pass) {
         if (mesh.fine.empty())
             return;
-        const ktVertexSubset vertices = ktVertexSubset::ofFineUnknowns(vertexTask, mesh, fit.oneRings);
+        const ktVertexSubset vertices = ktVertexSubset::ofFineUnknowns(vertexTask, mesh);
         Task task = vertexTask;
         vertices.apply(task);
         counts.addVertices(task, pass.trace(task, points.size()));
@@ -66,7 +66,7 @@ private:
     const ktFitTask& fit;
     const ktFitMesh& mesh;
     const ktFitPoints& points;
-    ktFitCounts& counts;
+    ktPassCounts& counts;
 };
 
 class OcclusionSamples {
@@ -126,13 +126,13 @@ public:
 
 } // namespace
 
-ktFitCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktFitTask& fit, osg::Vec4f* results,
-                                   std::atomic<std::uint32_t>& done) {
+ktPassCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktFitTask& fit, osg::Vec4f* results,
+                                    std::atomic<std::uint32_t>& done) {
     const ktFitMesh mesh = ktMakeFitMesh(vertexTask, *fit.triangles);
     const ktFitPoints points(mesh, fit.density, fit.mostPoints);
     const bool hasLights = vertexTask.lights && !vertexTask.lights->empty();
     OcclusionSamples pass(hasLights ? 4 : 1, points.size() + mesh.fine.size());
-    ktFitCounts counts;
+    ktPassCounts counts;
     Sampling<ktOcclusionTask, OcclusionSamples>(vertexTask, fit, mesh, points, counts).run(pass, done);
 
     std::vector<ktFitLimits> limits(pass.samples.channels);
@@ -158,12 +158,12 @@ ktFitCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktFi
     return counts;
 }
 
-ktFitCounts ktGatherFittedLight(const ktGatherTask& vertexTask, const ktFitTask& fit, float* received,
-                                std::atomic<std::uint32_t>& done) {
+ktPassCounts ktGatherFittedLight(const ktGatherTask& vertexTask, const ktFitTask& fit, float* received,
+                                 std::atomic<std::uint32_t>& done) {
     const ktFitMesh mesh = ktMakeFitMesh(vertexTask, *fit.triangles);
     const ktFitPoints points(mesh, fit.density, fit.mostPoints);
     GatheredSamples pass(points.size() + mesh.fine.size());
-    ktFitCounts counts;
+    ktPassCounts counts;
     Sampling<ktGatherTask, GatheredSamples>(vertexTask, fit, mesh, points, counts).run(pass, done);
 
     const std::vector<float> fitted =

@@ -4,10 +4,10 @@
 
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
+#include "ktSideCount.h"
 #include "ktVertexFrames.h"
 
 #include <atomic>
-#include <bitset>
 #include <cfloat>
 
 namespace {
@@ -19,15 +19,10 @@ public:
     explicit Sides(const ktDirectionSet& directions_) : directions(directions_) {}
 
     void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) override {
-        const std::uint32_t lanes = directions.laneMask(tile);
-        for (std::uint32_t lane = 0; lane < ktHitPacket::width; ++lane)
-            if ((lanes >> lane & 1u) != 0 && packet.mesh[lane] != ktHitPacket::noMesh) {
-                ++hit[vertex];
-                back[vertex] += packet.backSide >> lane & 1u;
-            }
+        counts[vertex].add(packet, directions.laneMask(tile));
     }
 
-    std::uint32_t hit[batchSize] = {}, back[batchSize] = {};
+    ktSideCount counts[batchSize];
 
 private:
     const ktDirectionSet& directions;
@@ -54,7 +49,7 @@ std::uint64_t ktMarkInside(const ktVertexTask& task, const std::vector<std::uint
         Sides sides(task.directions->set);
         task.tracer->findNearest(vertices, count, limits, sides);
         for (std::uint32_t i = 0; i < count; ++i)
-            if (2 * sides.back[i] > sides.hit[i])
+            if (sides.counts[i].isInside())
                 isValid[points[i]] = 0;
         traced += count;
     });

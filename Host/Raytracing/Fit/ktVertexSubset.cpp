@@ -17,24 +17,21 @@ void ktVertexSubset::add(const ktVertexTask& task, std::uint32_t vertex) {
     normals.insert(normals.end(), task.normals + at, task.normals + at + 3);
 }
 
-ktVertexSubset ktVertexSubset::ofFineUnknowns(const ktVertexTask& task, const ktFitMesh& mesh,
-                                              const ktOneRing* oneRings) {
+ktVertexSubset ktVertexSubset::ofFineUnknowns(const ktVertexTask& task, const ktFitMesh& mesh) {
     ktVertexSubset subset;
-    std::vector<std::uint32_t> indexOf(mesh.unknownCount, ktFitMesh::none);
     for (std::size_t i = 0; i < mesh.fine.size(); ++i) {
         if (i % grain == 0)
             ktThrowIfCanceled();
         subset.add(task, mesh.fine[i].vertex);
-        indexOf[mesh.fine[i].unknown] = static_cast<std::uint32_t>(i);
     }
-    if (!oneRings)
+    if (!task.oneRings)
         return subset;
     // The vertices of an unknown share its surroundings.
     subset.oneRings.resize(mesh.fine.size());
     for (std::uint32_t vertex = 0; vertex < task.count; ++vertex) {
         const std::uint32_t unknown = mesh.unknownOf[vertex];
-        if (unknown != ktFitMesh::none && indexOf[unknown] != ktFitMesh::none)
-            subset.oneRings[indexOf[unknown]].add(oneRings[vertex]);
+        if (unknown != ktFitMesh::none && mesh.fineOf[unknown] != ktFitMesh::none)
+            subset.oneRings[mesh.fineOf[unknown]].add(task.oneRings[vertex]);
     }
     return subset;
 }

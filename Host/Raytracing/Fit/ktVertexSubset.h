@@ -11,8 +11,7 @@
 class ktVertexSubset {
 public:
     /// One vertex for each fine unknown, in the order of ktFitMesh::fine.
-    /// @param oneRings of all vertices; null if unknown
-    static ktVertexSubset ofFineUnknowns(const ktVertexTask& task, const ktFitMesh& mesh, const ktOneRing* oneRings);
+    static ktVertexSubset ofFineUnknowns(const ktVertexTask& task, const ktFitMesh& mesh);
     /// The vertices that no face of the mesh has.
     static ktVertexSubset withoutFace(const ktVertexTask& task, const ktFitMesh& mesh);
 

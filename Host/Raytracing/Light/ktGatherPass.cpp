@@ -4,6 +4,7 @@
 
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
+#include "ktSideCount.h"
 #include "ktVertexFrames.h"
 #include "ktVertexGroups.h"
 
@@ -23,24 +24,15 @@ public:
         const std::uint32_t lanes = directions.laneMask(tile);
         light.addRadiance(packet, lanes, sums[first + vertex]);
         if (countsSides)
-            countSides(packet, lanes, first + vertex);
+            sides[first + vertex].add(packet, lanes);
     }
-    bool isInside(std::uint32_t vertex) const { return 2 * backSides[vertex] > hitCount[vertex]; }
 
     std::uint32_t first = 0; // the first vertex of the current call
     float sums[batchSize][3] = {};
+    ktSideCount sides[batchSize];
     bool countsSides = false;
 
 private:
-    void countSides(const ktHitPacket& packet, std::uint32_t lanes, std::uint32_t vertex) {
-        for (std::uint32_t lane = 0; lane < ktHitPacket::width; ++lane)
-            if ((lanes >> lane & 1u) != 0 && packet.mesh[lane] != ktHitPacket::noMesh) {
-                ++hitCount[vertex];
-                backSides[vertex] += packet.backSide >> lane & 1u;
-            }
-    }
-
-    std::uint32_t hitCount[batchSize] = {}, backSides[batchSize] = {};
     const ktBounceLight& light;
     const ktDirectionSet& directions;
 };
@@ -69,7 +61,7 @@ ktVertexCounts gatherBatch(const ktGatherTask& task, const ktVertexGroups& group
     }
     for (std::uint32_t i = 0; i < traceable; ++i)
         for (std::uint32_t k = groups.starts[groupOf[i]]; k < groups.starts[groupOf[i] + 1]; ++k) {
-            if (task.isValid && sums.isInside(i))
+            if (task.isValid && sums.sides[i].isInside())
                 task.isValid[groups.order[k]] = 0;
             for (int c = 0; c < 3; ++c)
                 received[3 * std::size_t(groups.order[k]) + c] = sums.sums[i][c] / static_cast<float>(directions.count);

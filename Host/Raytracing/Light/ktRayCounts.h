@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-/// Numbers of rays along the directions of a pass, for direct and for indirect light.
+/// Numbers of rays for direct and for indirect light.
 struct ktRayCounts {
     std::uint64_t direct = 0;
     std::uint64_t indirect = 0;

@@ -4,6 +4,7 @@
 
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
+#include "ktParallelSort.h"
 
 #include <algorithm>
 #include <cmath>

@@ -88,17 +88,13 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
                 mesh->makeOneRings();
             ktRefinementGroup group(meshes, scene, inside, tasks);
             group.refine(progress);
-            counts = {group.newVertexCount(), group.rays()};
             std::vector<std::vector<std::uint32_t>> triangles = group.triangles();
             for (std::size_t i = 0; i < meshes.size(); ++i) {
-                if (tasks.directFit) {
-                    const ktRayCounts before = meshes[i]->rays();
+                if (tasks.directFit)
                     meshes[i]->fit(tasks, triangles[i]);
-                    counts.rays.direct += meshes[i]->rays().direct - before.direct;
-                    counts.rays.indirect += meshes[i]->rays().indirect - before.indirect;
-                }
                 meshes[i]->finish(std::move(triangles[i]));
             }
+            counts = {group.newVertexCount(), group.rays()};
         },
         reportingPump);
     ktThrowIfCanceled();

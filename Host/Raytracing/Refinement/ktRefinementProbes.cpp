@@ -5,6 +5,7 @@
 #include "ktCancelPoint.h"
 #include "ktHemisphereSampler.h"
 #include "ktParallel.h"
+#include "ktParallelSort.h"
 
 #include <algorithm>
 #include <cmath>

@@ -16,9 +16,12 @@ public:
         return x ^ (x >> 31);
     }
 
+    /// Uniform in [0, 1), if all bits are random.
+    static double toUniform(std::uint64_t bits) { return static_cast<double>(bits >> 11) * (1.0 / 9007199254740992.0); }
+
     std::uint64_t next() { return mix(state += 0x9E3779B97F4A7C15ull); }
     /// Uniform in [0, 1).
-    double nextUniform() { return static_cast<double>(next() >> 11) * (1.0 / 9007199254740992.0); }
+    double nextUniform() { return toUniform(next()); }
     /// Uniform in [0, bound); `bound` is at least 1.
     std::uint32_t nextBelow(std::uint32_t bound) { return static_cast<std::uint32_t>(((next() >> 32) * bound) >> 32); }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "ktFlushDenormals.h"
-#include "ktParallelSort.h" // sort()
 
 #include <cstddef>
 

@@ -4,7 +4,11 @@
 #ifdef __SANITIZE_THREAD__
 #include <algorithm>
 #else
+// Qt's macro `emit` is the name of a function of TBB.
+#pragma push_macro("emit")
+#undef emit
 #include <tbb/parallel_sort.h>
+#pragma pop_macro("emit")
 #endif
 
 namespace ktParallel {
