@@ -75,7 +75,15 @@ void fit(ktPreviewCamera& camera, const ktPreviewScene& scene, bool framedOnly, 
 } // namespace
 
 Vector ktPreviewCamera::direction(double x, double y) const {
+    if (isParallel)
+        return forward;
     return normalized(add(add(forward, right, x * tanHalfWidth), up, y * tanHalfHeight));
+}
+
+Vector ktPreviewCamera::origin(double x, double y) const {
+    if (!isParallel)
+        return eye;
+    return add(add(eye, right, x * tanHalfWidth * targetDistance), up, y * tanHalfHeight * targetDistance);
 }
 
 ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, double turn_degrees) {

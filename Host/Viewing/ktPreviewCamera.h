@@ -3,7 +3,7 @@
 
 #include "ktPreviewScene.h"
 
-/// A perspective camera in world space.
+/// A camera in world space.
 struct ktPreviewCamera {
     using Vector = std::array<double, 3>;
 
@@ -12,8 +12,13 @@ struct ktPreviewCamera {
     double tanHalfWidth = 0.3, tanHalfHeight = 0.3;                 ///< extent of the image at distance 1
     double farDistance = 1;                                         ///< all vertices are nearer than this
 
+    bool isParallel = false;   ///< parallel projection, else perspective
+    double targetDistance = 1; ///< parallel: a perspective camera would show the same extent at this distance
+
     /// Unit direction through a point of the image. x and y from -1 (left, bottom) to 1.
     Vector direction(double x, double y) const;
+    /// Where the ray through that point starts.
+    Vector origin(double x, double y) const;
 };
 
 /// Returns a camera that shows the whole scene from the front, the right and above.

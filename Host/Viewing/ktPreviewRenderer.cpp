@@ -137,11 +137,12 @@ private:
     // Aims a ray through a point of the picture, in pixels from the top left.
     void aim(ktRayPacket& rays, Sample* samples, int lane, double x, double y) const {
         samples[lane].row = static_cast<float>(y);
-        const ktPreviewCamera::Vector direction =
-            camera.direction(x / image.width() * 2 - 1, 1 - y / image.height() * 2);
-        rays.originX[lane] = static_cast<float>(camera.eye[0]);
-        rays.originY[lane] = static_cast<float>(camera.eye[1]);
-        rays.originZ[lane] = static_cast<float>(camera.eye[2]);
+        const double acrossView = x / image.width() * 2 - 1, upView = 1 - y / image.height() * 2;
+        const ktPreviewCamera::Vector origin = camera.origin(acrossView, upView);
+        const ktPreviewCamera::Vector direction = camera.direction(acrossView, upView);
+        rays.originX[lane] = static_cast<float>(origin[0]);
+        rays.originY[lane] = static_cast<float>(origin[1]);
+        rays.originZ[lane] = static_cast<float>(origin[2]);
         rays.directionX[lane] = static_cast<float>(direction[0]);
         rays.directionY[lane] = static_cast<float>(direction[1]);
         rays.directionZ[lane] = static_cast<float>(direction[2]);

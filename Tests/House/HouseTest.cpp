@@ -136,6 +136,7 @@ TEST(HouseIncludes, GivenLibraryInItsFolder_IsAccepted) {
     EXPECT_THAT(includeViolations("Host/Core/ktGood.cpp", "#include <QUndoStack>"), IsEmpty());
     EXPECT_THAT(includeViolations("AmbientOcclusion/ktAmbientOcclusionPython.cpp", "#include <boost/python.hpp>"),
                 IsEmpty());
+    EXPECT_THAT(includeViolations("Apps/Studio/Viewport/ktGood.cpp", "#include <QWidget>"), IsEmpty());
 }
 
 TEST(HouseIncludes, GivenPathInQuotes_IsReported) {

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktViewTypes.h"
+
+#include <memory>
+#include <OpenSG/OSGNode.h>
+#include <QColor>
+#include <QImage>
+#include <QWidget>
+#include <vector>
+
+struct ktSceneCamera;
+class ktViewCamera;
+
+/// Shows a scene of the host. Draws with OpenGL 3.3; where there is none, the host's ray tracer draws. Reads the scene
+/// graph on the main thread, and changes nothing in it. Lengths are in world units (millimetres).
+class ktSceneView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ktSceneView(QWidget* parent = nullptr);
+    ~ktSceneView() override;
+
+    /// Shows the tree below `root`; null shows nothing. Call it again after nodes were added, removed, moved, hidden or
+    /// shown: geometry that was shown before is not uploaded again. Call it with null before the scene is destroyed.
+    /// The camera stays, except that the first scene after an empty view is framed.
+    void setScene(const OSG::NodePtr& root);
+    /// Reads the result channels again. Other data of a geometry is read again only if the geometry was refined or its
+    /// refinement was undone.
+    void updateResults();
+    /// Marks these nodes and all below them. Emits nothing.
+    void setSelection(const std::vector<OSG::NodePtr>& nodes);
+
+    void setViewMode(ktViewMode mode);
+    ktViewMode viewMode() const;
+    /// Draws the edges of the triangles over the surfaces. Not while the camera moves in a reduced picture.
+    void setWireOverlay(bool shown);
+    /// Lights surfaces softly from the eye. Off in a new view, because the light is baked.
+    void setHeadlight(bool on);
+    /// Factor on the light, above 0; 1 in a new view.
+    void setExposure(double factor);
+    /// Shows or hides the ground planes of the scene.
+    void setGroundPlaneShown(bool shown);
+    void setBackground(const QColor& top, const QColor& bottom);
+
+    void setComparison(ktComparison comparison);
+    /// Place of the divider, 0 (left) to 1 (right).
+    void setDivider(double place);
+    /// Keeps a copy of the results on the display, for ktComparison::EarlierResults. Call it before a bake.
+    void keepResultsForComparison();
+
+    void frameAll();
+    /// Frames the marked nodes; without marked nodes, all.
+    void frameSelection();
+    void setStandardView(ktStandardView view);
+    void setParallelProjection(bool parallel);
+    bool isParallelProjection() const;
+    void setMouseStyle(ktMouseStyle style);
+    /// Turns the camera around the scene, about 20 degrees a second, until switched off or moved by hand.
+    void setTurntable(bool on);
+    /// Takes the view of a camera of the file.
+    void setFileCamera(const ktSceneCamera& camera);
+    const ktViewCamera& camera() const;
+    void setCamera(const ktViewCamera& camera);
+
+    /// A ring of that radius around the point under the pointer; 0 hides it.
+    void showRadiusRing(double radiusMillimetres);
+    /// While on, clicks set the two ends of a distance, shown in the view, and do not pick.
+    void setMeasuring(bool on);
+
+    /// Draws the scene without marks and overlays, except the legend of false colours. Null if there is no memory.
+    /// @param size pixels, at least 1 x 1, at most 16384 x 16384
+    /// @param turn_degrees turns the camera around the scene, counterclockwise seen from above, for a series
+    QImage renderPicture(const QSize& size, double turn_degrees = 0);
+
+    /// Whether OpenGL draws; else the ray tracer does. Known after the view was first shown.
+    bool usesOpenGL() const;
+
+signals:
+    /// A click on a node, or on nothing (null).
+    void nodePicked(OSG::NodePtr node, Qt::KeyboardModifiers modifiers);
+    /// A rectangle was dragged over these nodes: those that are visible in it.
+    void nodesPicked(std::vector<OSG::NodePtr> nodes, Qt::KeyboardModifiers modifiers);
+    /// What is under the pointer, or the measured distance, as text for a status bar; empty for nothing.
+    void pointerInfoChanged(QString text);
+
+private:
+    class Private;
+    std::unique_ptr<Private> d;
+};
