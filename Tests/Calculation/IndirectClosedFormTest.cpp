@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Indirect light of whole calculations, compared with closed forms.
+#include "ktFitMode.h"
 #include "ktWholeScene.h"
 
 #include <cmath>
@@ -120,6 +121,41 @@ TEST(IndirectClosedForm, GivenOpenPlane_GathersNothing) {
         EXPECT_EQ(results.size(), 81u);
         EXPECT_EQ(ktBitsOf(results), ktBitsOf(dark)) << "mode " << mode;
     }
+}
+
+TEST(IndirectClosedForm, GivenSealedShellOfSingleWalls_StaysDarkInside) {
+    ktWholeMesh shell, inside;
+    const osg::Vec3f x(1000, 0, 0), y(0, 1000, 0), z(0, 0, 1000);
+    for (int side = 0; side < 3; ++side) {
+        const osg::Vec3f a = side == 0   ? x
+                             : side == 1 ? y
+                                         : z,
+                         b = side == 0   ? y
+                             : side == 1 ? z
+                                         : x,
+                         out = side == 0   ? z
+                               : side == 1 ? x
+                                           : y;
+        const osg::Pnt3f near(-500, -500, -500);
+        shell.addGrid(near + out, a, b, 4, 4, out * 0.001f);
+        shell.addGrid(near, b, a, 4, 4, out * -0.001f);
+    }
+    inside.addGrid(osg::Pnt3f(-100, 0, -100), osg::Vec3f(0, 0, 200), osg::Vec3f(200, 0, 0), 4, 4, osg::Vec3f(0, 1, 0));
+    ktWholeScene scene;
+    scene.add("shell", shell, osg::Color3f(0.9f, 0.9f, 0.9f));
+    scene.add("inside", inside, osg::Color3f(0.9f, 0.9f, 0.9f));
+    ktWholeSettings settings;
+    settings.bounces = 3;
+    for (const bool fits : {false, true}) {
+        ktSetFitMode(fits ? ktFitMode::Surface : ktFitMode::Vertices);
+        scene.bake(settings);
+        for (const osg::Vec4f& result : scene.results("shell"))
+            EXPECT_GT(result[3], 0.95f) << "the shell is lit from outside";
+        for (const osg::Vec4f& result : scene.results("inside"))
+            for (osg::UInt32 c = 0; c < 4; ++c)
+                EXPECT_LT(result[c], 1e-3f) << (fits ? "fitted" : "at vertices") << ", component " << c;
+    }
+    ktSetFitMode(ktFitMode::Vertices);
 }
 
 TEST_F(RedWall, GivenColorBleeding_TintsTheWhiteBoxBesideIt) {

@@ -147,9 +147,10 @@ void ktBounceLight::prepareLazy(const ktTracedGeometry& traced) {
     lazy->normals = canTrace ? normals->getField()[0].getValues() : nullptr;
 }
 
-ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced) {
+ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced, ktEventPump& pump) {
     Surface surface;
     surface.traced = &traced;
+    surface.litSide = &litSides.try_emplace(traced.triangles.get(), traced, pump).first->second;
     setAlbedo(traced, surface);
     if (const auto found = receivedLight.find(traced.number); found != receivedLight.end()) {
         surface.received = &found->second;
@@ -164,6 +165,7 @@ void ktBounceLight::takeSnapshot(const ktTracedScene& scene, ktEventPump& pump) 
     if (hasSnapshot)
         return;
     surfaces.clear();
+    litSides.clear();
     receivedLight.clear();
     colorsOf.clear();
     usesLightColor = std::any_of(calculated.begin(), calculated.end(), [](const auto& entry) {
@@ -182,7 +184,7 @@ void ktBounceLight::takeSnapshot(const ktTracedScene& scene, ktEventPump& pump) 
     }
     for (const std::size_t index : scene.meshes) {
         pump.handleEventsIfDue();
-        surfaces.push_back(makeSurface(scene.geometries[index]));
+        surfaces.push_back(makeSurface(scene.geometries[index], pump));
     }
     hasSnapshot = true;
 }
@@ -238,11 +240,15 @@ inline void ktBounceLight::radiance(const Surface& surface, std::uint32_t triang
         color[c] *= albedo[c];
 }
 
+inline bool ktBounceLight::isLit(const ktHitPacket& hits, std::uint32_t lane) const {
+    return surfaces[hits.mesh[lane]].litSide->isLit(hits.triangle[lane], (hits.backSide >> lane & 1u) != 0);
+}
+
 void ktBounceLight::addRadiance(const ktHitPacket& hits, std::uint32_t lanes, float* sum) const {
     float total[3] = {sum[0], sum[1], sum[2]};
     for (std::uint32_t left = lanes; left != 0; left &= left - 1) {
         const auto i = static_cast<std::uint32_t>(__builtin_ctz(left));
-        if (hits.mesh[i] == ktHitPacket::noMesh)
+        if (hits.mesh[i] == ktHitPacket::noMesh || !isLit(hits, i))
             continue;
         float color[3];
         radiance(surfaces[hits.mesh[i]], hits.triangle[i], hits.u[i], hits.v[i], color);

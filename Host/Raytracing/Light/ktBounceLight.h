@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktLitSide.h"
 #include "ktOcclusionPass.h"
 #include "ktSurfaceColors.h"
 #include "ktTracedScene.h"
@@ -22,8 +23,9 @@ struct ktBounceSettings {
 ///
 /// A surface reflects what its vertices received, times its albedo: their direct light and the indirect light of the
 /// previous bounce, interpolated over the triangle. All vertices of a bounce read one snapshot, so the order in which
-/// geometry is gathered does not matter. Direct light that is in no channel is traced at the first hit and kept for the
-/// run, but not stored.
+/// geometry is gathered does not matter. Only the side of a surface to which its normals point reflects: nothing is
+/// known of the light on its back. Direct light that is in no channel is traced at the first hit and kept for the run,
+/// but not stored.
 class ktBounceLight {
 public:
     ktBounceSettings settings;
@@ -67,13 +69,15 @@ private:
         const ktTracedGeometry* traced = nullptr;
         const std::vector<float>* received = nullptr;  ///< three floats per vertex; null: dark
         Lazy* lazy = nullptr;                          ///< adds to `received`
+        const ktLitSide* litSide = nullptr;            ///< not null
         std::shared_ptr<const ktSurfaceColors> colors; ///< null: `albedo` everywhere
         float albedo[3] = {1, 1, 1};
     };
 
     void setAlbedo(const ktTracedGeometry& traced, Surface& surface);
     void prepareLazy(const ktTracedGeometry& traced);
-    Surface makeSurface(const ktTracedGeometry& traced);
+    Surface makeSurface(const ktTracedGeometry& traced, ktEventPump& pump);
+    bool isLit(const ktHitPacket& hits, std::uint32_t lane) const;
     void radiance(const Surface& surface, std::uint32_t triangle, float u, float v, float* color) const;
     void readReceived(const ktTracedGeometry& traced, std::vector<float>& received, ktEventPump& pump) const;
     bool hasResult(const ktTracedGeometry& traced) const;
@@ -85,7 +89,8 @@ private:
     std::map<ktGeometryNumber, std::unique_ptr<Lazy>> lazies;
     /// Key: geometry, and id of the material's field container.
     std::map<std::pair<ktGeometryNumber, std::uint32_t>, std::shared_ptr<const ktSurfaceColors>> colorsOf;
-    std::vector<Surface> surfaces; ///< by the tracer's mesh
+    std::vector<Surface> surfaces;                                   ///< by the tracer's mesh
+    std::map<const std::vector<std::uint32_t>*, ktLitSide> litSides; ///< key: triangles, which instances share
     ktOcclusionTask direct;
     bool hasDirect = false;
     bool usesLightColor = false; ///< direct light is the colour of the lights, not w
