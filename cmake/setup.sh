@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 # shellcheck shell=bash
-# Shared by ./bake and ./test (bash): installs missing packages, then configures and builds quietly.
+# Shared by ./bake, ./studio and ./test (bash): installs missing packages, then configures and builds quietly.
 # Uses only Debian packages and does not change the package sources.
 # Every message goes to standard error.
 

@@ -8,7 +8,6 @@
 #include "ktHostSignals.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -17,7 +16,8 @@ namespace {
 
 constexpr auto redrawInterval = std::chrono::milliseconds(100);
 constexpr int barWidth = 30;
-constexpr size_t longestPhase = 9; // "Preparing"
+constexpr const char* phaseNames[] = {"Preparing", "Shadows", "Bounces"}; // by ktRunPhase
+constexpr size_t longestPhase = 9;
 
 int terminalWidth() {
     winsize size = {};
@@ -26,29 +26,9 @@ int terminalWidth() {
 
 } // namespace
 
-std::string formatDuration(double seconds) {
-    const long long whole = std::llround(std::max(0.0, seconds));
-    char text[64];
-    if (whole >= 3600)
-        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);
-    else
-        std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
-    return text;
-}
-
-std::string formatCount(double count) {
-    char text[64];
-    if (count < 999.5)
-        std::snprintf(text, sizeof text, "%.0f", count);
-    else if (count < 999.5e3)
-        std::snprintf(text, sizeof text, "%.3g k", count / 1e3);
-    else
-        std::snprintf(text, sizeof text, "%.3g M", count / 1e6);
-    return text;
-}
-
-ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount_, bool isShown_)
-    : vertexCount(vertexCount_), isShown(isShown_), isTerminal(!ktBakeMessages::isJson() && isatty(STDERR_FILENO)) {
+ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount, bool isShown_)
+    : isShown(isShown_), isTerminal(!ktBakeMessages::isJson() && isatty(STDERR_FILENO)),
+      progress(counter, vertexCount) {
     const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
     connect(plugin, &ktAmbientOcclusion::progressStarted, this, &ktBakeProgress::onStarted);
     connect(plugin, &ktAmbientOcclusion::progressStep, this, &ktBakeProgress::onStep);
@@ -105,26 +85,13 @@ void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices)
     isBarShown = isTerminal;
 }
 
-double ktBakeProgress::share() const {
-    if (counter.getMaxSteps() <= 0)
-        return 0;
-    if (vertexCount == 0 || counter.getNodeCount() == 0)
-        return std::clamp(static_cast<double>(counter.getSteps()) / counter.getMaxSteps(), 0.0, 0.99);
-    const double passes = static_cast<double>(counter.getMaxSteps()) / counter.getNodeCount();
-    return std::min(0.99,
-                    static_cast<double>(counter.getVerticesTraced()) / (static_cast<double>(vertexCount) * passes));
-}
-
 void ktBakeProgress::show(bool isLast) {
     if (!isShown || !isRunning)
         return;
     const Clock::time_point now = Clock::now();
-    const double done = isLast ? 1 : share();
-    const double tracing = secondsBetween(counter.getFirstVertex(), now);
-    const double rate = tracing > 0 ? static_cast<double>(counter.getVerticesTraced()) / tracing : 0;
-    const std::string phase = counter.getVerticesTraced() == 0               ? "Preparing"
-                              : counter.getSteps() <= counter.getNodeCount() ? "Shadows"
-                                                                             : "Bounces";
+    const double done = isLast ? 1 : progress.share();
+    const double rate = progress.verticesPerSecond();
+    const std::string phase = phaseNames[static_cast<int>(progress.phase())];
 
     if (!isTerminal) {
         const int tenth = static_cast<int>(done * 10);
@@ -156,8 +123,8 @@ void ktBakeProgress::show(bool isLast) {
         line += "  " + formatCount(rate) + " vertices/s";
     if (isLast)
         line += "  in " + formatDuration(secondsBetween(counter.getStart(), now));
-    else if (done > 0.01 && tracing > 0.5)
-        line += "  " + formatDuration(tracing / done * (1 - done)) + " left";
+    else if (const double left = progress.secondsLeft(); left >= 0)
+        line += "  " + formatDuration(left) + " left";
     line.resize(std::min(line.size(), static_cast<size_t>(std::max(1, terminalWidth() - 1))));
     std::fprintf(stderr, "\r\033[K%s%s", line.c_str(), isLast ? "\n" : "");
     std::fflush(stderr);

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktRunCounter.h"
+#include "ktRunProgress.h"
 
 #include <cstdint>
 #include <QObject>
-#include <string>
 
 /// Shows the progress of a calculation on standard error: on a terminal a bar with rate and remaining time, else a
 /// plain line per 10 %. Listens to the plug-in and the host during its lifetime.
@@ -31,20 +30,14 @@ private:
     void onStopped();
     void onTraced();
     void onRefined(int round, int rounds, std::uint64_t newVertices);
-    double share() const; ///< 0 to 1
     void show(bool isLast);
 
-    const std::uint64_t vertexCount;
     const bool isShown;
     const bool isTerminal;
     ktRunCounter counter; ///< made before this object listens, so it counts before this object shows
+    const ktRunProgress progress;
     Clock::time_point lastShown;
     int lastTenth = -1;
     int lastRound = 0;
     bool isRunning = false, isBarShown = false;
 };
-
-/// Minutes and seconds, with hours if needed: "0:07", "12:34", "1:02:03".
-std::string formatDuration(double seconds);
-/// Three significant digits and a unit: "999", "1.23 k", "45.6 M".
-std::string formatCount(double count);

@@ -14,9 +14,11 @@
 #include "ktBakeSignals.h"
 #include "ktBakeStats.h"
 #include "ktControllerState.h"
+#include "ktGeometryList.h"
 #include "ktLog.h"
 #include "ktRaytracingManager.h"
 #include "ktScenegraph.h"
+#include "ktSettingsCheck.h"
 #include "ktThreadCount.h"
 #include "ktTracingStatistics.h"
 
@@ -87,7 +89,8 @@ private:
             return exitCode;
         if (const int exitCode = editPresets(options); exitCode != ktBakeExit::done)
             return exitCode;
-        warnAboutSettings();
+        if (const std::string warning = findUselessSettings(); !warning.empty())
+            ktLog::warning("%s", warning.c_str());
         stats.settings = describeSettings();
         return scene.select(options);
     }
@@ -103,7 +106,7 @@ private:
         }
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled())
             scene.loadPictures();
-        ktBakeProgress progress(scene.getSelectedVertexCount(), !options.quiet);
+        ktBakeProgress progress(countSelectedVertices(), !options.quiet);
         watch.lap();
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
         std::cout.flush();

@@ -5,9 +5,8 @@
 #include "ktBakeExit.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
-#include "ktBakeSelection.h"
-#include "ktGeometryInstances.h"
 #include "ktLengthUnit.h"
+#include "ktMissingResults.h"
 #include "ktNearNames.h"
 #include "ktNodeAttachments.h"
 #include "ktNodeUtils.h"
@@ -164,19 +163,6 @@ int ktBakeScene::select(const ktBakeOptions& options) {
     if (options.missing)
         ktSceneState::setSelection(findMissing(ktScenegraph::getSelectedRootNodes()));
     return ktBakeExit::done;
-}
-
-std::uint64_t ktBakeScene::getSelectedVertexCount() const {
-    std::set<osg::UInt32> seen;
-    std::uint64_t count = 0;
-    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
-        ktForEachGeometryInstance(node, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
-            const osg::GeometryPtr& geometry = instance.geometry;
-            if (geometry->getPositions() != osg::NullFC && seen.insert(geometry.getFieldContainerId()).second)
-                count += geometry->getPositions()->getSize();
-            return true;
-        });
-    return count;
 }
 
 bool ktBakeScene::drawPreview(const ktBakeOptions& options) {

@@ -4,7 +4,6 @@
 #include "ktGeometryList.h"
 #include "ktSceneFile.h"
 
-#include <cstdint>
 #include <memory>
 #include <OpenSG/OSGNode.h>
 
@@ -42,8 +41,6 @@ public:
     double getDiagonal() const { return diagonal; } ///< world units
     /// The scene's current geometry, each once.
     std::vector<ktListedGeometry> getGeometries() const;
-    /// Vertices of the visible geometry below the selection, each geometry once.
-    std::uint64_t getSelectedVertexCount() const;
 
 private:
     void logMessages(const ktFileReport& report) const;

@@ -71,22 +71,3 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
     }
     return ktBakeExit::done;
 }
-
-void warnAboutSettings() {
-    const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
-    if (!plugin->isSubdivideEnabled())
-        return;
-    const bool isDirectRefined = plugin->getShadowQuality() > 1;
-    const bool hasBounces = plugin->isIndirectIlluminationEnabled() && plugin->getNumOfIndirections() > 0;
-    const bool isIndirectRefined = hasBounces && plugin->getGatherQuality() > 1;
-    if (!isDirectRefined && isIndirectRefined)
-        ktLog::warning("Refinement by indirect light alone changes no geometry: it needs a shadow quality of 2 or more "
-                       "as well.");
-    else if (!isDirectRefined)
-        ktLog::warning("Geometry is not refined with a shadow quality of %i; 2 or more refines.",
-                       plugin->getShadowQuality());
-    else if (hasBounces && !isIndirectRefined)
-        ktLog::warning("Geometry is refined by shadows alone: with a gather quality of %i bounces do not refine; 2 or "
-                       "more does.",
-                       plugin->getGatherQuality());
-}

@@ -10,6 +10,3 @@ struct ktBakeOptions;
 /// @param sceneDiagonal world units, for distances in percent
 /// @return exit code; logs the reason of a failure
 int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode, double sceneDiagonal);
-
-/// Logs a warning for each requested setting that has no effect.
-void warnAboutSettings();

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Lists the geometries below a node, each once, with name, sizes and number of uses.
+// Lists the geometries below a node, each once, with name, sizes and number of uses; counts vertices to calculate.
 #include "ktGeometryList.h"
 
 #include "ktGeometryInstances.h"
 #include "ktNodeUtils.h"
+#include "ktScenegraph.h"
 
 #include <map>
+#include <set>
 
 std::vector<ktListedGeometry> listGeometries(const osg::NodePtr& root) {
     std::vector<ktListedGeometry> list;
@@ -27,4 +29,17 @@ std::vector<ktListedGeometry> listGeometries(const osg::NodePtr& root) {
         return true;
     });
     return list;
+}
+
+std::uint64_t countSelectedVertices() {
+    std::set<osg::UInt32> seen;
+    std::uint64_t count = 0;
+    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
+        ktForEachGeometryInstance(node, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+            const osg::GeometryPtr& geometry = instance.geometry;
+            if (geometry->getPositions() != osg::NullFC && seen.insert(geometry.getFieldContainerId()).second)
+                count += geometry->getPositions()->getSize();
+            return true;
+        });
+    return count;
 }

@@ -17,3 +17,6 @@ struct ktListedGeometry {
 
 /// All geometries with positions below a node, in traversal order.
 std::vector<ktListedGeometry> listGeometries(const osg::NodePtr& root);
+
+/// Vertices of the visible geometry below the host's selection, each geometry once.
+std::uint64_t countSelectedVertices();

@@ -13,6 +13,7 @@
 #include "ktResultChannels.h"
 #include "ktResultWriter.h"
 
+#include <algorithm>
 #include <new>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGTransform.h>
@@ -149,8 +150,14 @@ osg::NodePtr ktSceneFile::addGroundPlane(ktFileReport& report) {
 
 bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFileReport& report) {
     return reportOf(path, report, [&] {
-        ktGltfDocument& document = data->document;
         const std::vector<ktPrimitiveLink>& primitives = data->scene.primitives;
+        // Writing refined geometry drops what the file had for it. An application may undo the refinement, so that
+        // happens in a copy.
+        std::optional<ktGltfDocument> copy;
+        if (std::any_of(primitives.begin(), primitives.end(),
+                        [](const ktPrimitiveLink& link) { return link.isRefined(); }))
+            copy = data->document;
+        ktGltfDocument& document = copy ? *copy : data->document;
         ktRemoveResults(document, primitives);
         for (const ktPrimitiveLink& link : primitives) {
             dropCompression(document, link, report.messages);

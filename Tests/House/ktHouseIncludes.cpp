@@ -23,8 +23,8 @@ struct Arrow {
     Folders to;
 };
 
-// Folders of Host/ and AmbientOcclusion/ may also include headers of OpenSG/ and Host/Include/. Files below OpenSG/,
-// Host/ or AmbientOcclusion/ need a row; other files may include everything.
+// Folders with a row may also include headers of OpenSG/ and Host/Include/. Files below OpenSG/, Host/,
+// AmbientOcclusion/ or Apps/Studio/ need a row; other files may include everything.
 const std::vector<Arrow> arrows = {
     {"OpenSG/", {}},
     {"Host/Include/", {}},
@@ -77,6 +77,22 @@ const std::vector<Arrow> arrows = {
     {"Host/Scripting/Module/",
      {"Host/Scripting/", "Host/Core/", "Host/Scene/", "Host/Scene/Results/", "Host/Scene/Surfaces/", "Host/Files/",
       "Host/Viewing/", "Host/Raytracing/"}},
+    {"Apps/Studio/Document/",
+     {"Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Scene/", "Host/Scene/Results/", "Host/Scene/Surfaces/",
+      "Host/Files/", "Host/Files/Storage/", "Host/Raytracing/", "Host/Viewing/"}},
+    {"Apps/Studio/Viewport/",
+     {"Host/Core/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Raytracing/", "Host/Raytracing/Tracer/",
+      "Host/Raytracing/Threads/", "Host/Viewing/", "Host/Files/Read/"}},
+    {"Apps/Studio/Panels/Calculation/", {"Apps/Studio/Document/", "Apps/Common/", "AmbientOcclusion/"}},
+    {"Apps/Studio/Panels/History/", {"Apps/Studio/Document/"}},
+    {"Apps/Studio/Panels/Log/", {"Apps/Studio/Document/"}},
+    {"Apps/Studio/Panels/Part/", {"Apps/Studio/Document/"}},
+    {"Apps/Studio/Panels/Run/", {"Apps/Studio/Document/"}},
+    {"Apps/Studio/Panels/Scene/", {"Apps/Studio/Document/"}},
+    {"Apps/Studio/Window/",
+     {"Apps/Studio/Document/", "Apps/Studio/Viewport/", "Apps/Studio/Panels/Calculation/",
+      "Apps/Studio/Panels/History/", "Apps/Studio/Panels/Log/", "Apps/Studio/Panels/Part/", "Apps/Studio/Panels/Run/",
+      "Apps/Studio/Panels/Scene/", "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Files/"}},
 };
 
 /// The folder of a file, with a trailing '/'.
@@ -85,7 +101,7 @@ std::string folderOf(const std::string& path) {
 }
 
 bool needsRow(const ktHouseFile& file) {
-    return isBelowOne(file, {"OpenSG/", "Host/", "AmbientOcclusion/"});
+    return isBelowOne(file, {"OpenSG/", "Host/", "AmbientOcclusion/", "Apps/Studio/"});
 }
 
 /// Whether files of the folder `from` may include headers of the folder `to`.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Checks that each folder below Host has few entries and a short README.
+// Checks that each folder below Host and Apps/Studio has few entries and a short README.
 #include "ktHouseTree.h"
 
 #include <map>
@@ -16,9 +16,11 @@ std::vector<std::string> findRoomViolations(const std::vector<ktHouseFile>& file
     std::map<std::string, std::set<std::string>> entries; // by folder
     std::vector<std::string> violations;
     for (const ktHouseFile& file : files) {
-        if (!file.isBelow("Host/"))
+        const bool isStudio = file.isBelow("Apps/Studio/");
+        if (!file.isBelow("Host/") && !isStudio)
             continue;
-        for (size_t slash = file.path.find('/'); slash != std::string::npos; slash = file.path.find('/', slash + 1)) {
+        for (size_t slash = file.path.find('/', isStudio ? std::string("Apps/").size() : 0); slash != std::string::npos;
+             slash = file.path.find('/', slash + 1)) {
             const size_t next = file.path.find('/', slash + 1);
             entries[file.path.substr(0, slash + 1)].insert(file.path.substr(slash + 1, next - slash - 1));
         }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Selects the topmost nodes that lack results and contain none, for a bake of missing results only.
-#include "ktBakeSelection.h"
+#include "ktMissingResults.h"
 
 #include "ktAmbientOcclusion.h"
 

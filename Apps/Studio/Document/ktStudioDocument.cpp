@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Opens, saves and watches the scene's file, and knows whether something is unsaved.
+#include "ktStudioDocument.h"
+
+#include "ktGeometryInstances.h"
+#include "ktLengthUnit.h"
+#include "ktLog.h"
+#include "ktLogOutput.h"
+#include "ktNodeUtils.h"
+#include "ktPreview.h"
+#include "ktSceneCommand.h"
+#include "ktSceneFile.h"
+#include "ktScenegraph.h"
+#include "ktSceneState.h"
+#include "ktUndoStack.h"
+
+#include <chrono>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QTimer>
+#include <utility>
+
+/// Options are part of what is undone.
+class ktStudioDocument::OptionsCommand : public ktSceneCommand {
+public:
+    OptionsCommand(const QString& text, ktStudioDocument& document_, const ktStudioOptions& options_)
+        : ktSceneCommand(text), document(document_), options(options_) {}
+    void undo() override {
+        std::swap(document.options, options);
+        emit document.optionsChanged();
+    }
+    void redo() override { undo(); }
+
+private:
+    ktStudioDocument& document;
+    ktStudioOptions options;
+};
+
+namespace {
+
+/// The path of a node by names, as ktSceneState::findNodes() reads it.
+std::string pathOf(osg::NodePtr node) {
+    std::string path;
+    for (; node != osg::NullFC; node = node->getParent())
+        if (const char* name = ktNodeUtils::getName(node); name && *name) {
+            std::string literal;
+            for (const char* c = name; *c; ++c)
+                literal += std::string(std::string("*?[]\\").find(*c) != std::string::npos ? "\\" : "") + *c;
+            path = "/" + literal + path;
+        }
+    return path;
+}
+
+} // namespace
+
+ktStudioDocument::ktStudioDocument(QObject* parent)
+    : QObject(parent), watcher(new QFileSystemWatcher(this)), settle(new QTimer(this)) {
+    connect(&undoStack(), &QUndoStack::indexChanged, this, &ktStudioDocument::noteModified);
+    settle->setSingleShot(true);
+    settle->setInterval(300);
+    const auto wait = [this] { settle->start(); };
+    connect(watcher, &QFileSystemWatcher::fileChanged, settle, wait);
+    connect(watcher, &QFileSystemWatcher::directoryChanged, settle, wait);
+    connect(settle, &QTimer::timeout, this, &ktStudioDocument::checkFile);
+}
+
+ktStudioDocument::~ktStudioDocument() {
+    undoStack().disconnect(this);
+    undoStack().clear(); // commands refer to this object and to the scene
+    ktSceneState::setRootNode(osg::NullFC);
+}
+
+ktUndoStack& ktStudioDocument::undoStack() const {
+    return *ktUndoStack::get(0);
+}
+
+osg::NodePtr ktStudioDocument::getRoot() const {
+    return file ? file->getRoot() : osg::NodePtr();
+}
+
+std::vector<osg::NodePtr> ktStudioDocument::getTopNodes() const {
+    return file ? file->getTopNodes() : std::vector<osg::NodePtr>();
+}
+
+double ktStudioDocument::getUnit_mm() const {
+    return file ? file->getUnit_mm() : 0;
+}
+
+QString ktStudioDocument::proposeOutputPath() const {
+    if (!outputPath.isEmpty())
+        return outputPath;
+    const QFileInfo info(path);
+    const QString name = info.completeBaseName();
+    return info.dir().filePath((name.endsWith("-baked") ? name : name + "-baked") + ".glb");
+}
+
+bool ktStudioDocument::isModified() const {
+    return file && ktSceneCommand::findNewest(undoStack()) != savedCommand;
+}
+
+void ktStudioDocument::noteModified() {
+    const bool isNow = isModified();
+    if (isNow == std::exchange(wasModified, isNow))
+        return;
+    emit modifiedChanged(isNow);
+}
+
+bool ktStudioDocument::letEventsIn() {
+    QCoreApplication::processEvents();
+    return isReadingCancelled;
+}
+
+bool ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& newOptions,
+                            std::unique_ptr<ktSceneFile>& newFile) {
+    const auto unit = ktParseLengthUnit(newOptions.unit.toStdString());
+    if (!unit) {
+        emit failed(tr("%1 is no unit of length.").arg(newOptions.unit));
+        return false;
+    }
+    reading = true;
+    isReadingCancelled = false;
+    emit readingChanged(true, newPath);
+    ktOpenOptions openOptions;
+    openOptions.unit = *unit;
+    openOptions.uniqueInstances = newOptions.uniqueInstances;
+    auto last = std::chrono::steady_clock::now();
+    openOptions.isInterrupted = [this, last]() mutable {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - last < std::chrono::milliseconds(20))
+            return isReadingCancelled;
+        const bool isCancelled = letEventsIn();
+        last = std::chrono::steady_clock::now();
+        return isCancelled;
+    };
+    ktFileReport report;
+    newFile = ktSceneFile::open(newPath, openOptions, report);
+    if (newFile && newOptions.groundPlane)
+        newFile->addGroundPlane(report);
+    logMessages(newPath, report);
+    const bool isGuess = unit->isAutomatic() && !report.messages.notes().empty();
+    reading = false;
+    emit readingChanged(false, newPath);
+    if (!newFile) {
+        if (isReadingCancelled)
+            emit failed(tr("%1 was not opened: cancelled.").arg(QFileInfo(newPath).fileName()));
+        else
+            fail(report);
+        return false;
+    }
+    unitIsGuessed = isGuess;
+    return true;
+}
+
+bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& newOptions) {
+    std::unique_ptr<ktSceneFile> newFile;
+    const QString absolute = QFileInfo(newPath).absoluteFilePath();
+    if (reading || !read(absolute, newOptions, newFile))
+        return false;
+    undoStack().clear();
+    savedCommand = 0;
+    // The old scene lives until its views have let go of it.
+    std::swap(file, newFile);
+    path = absolute;
+    outputPath.clear();
+    readOptions = newOptions;
+    diagonal = ktSceneDiagonal(file->getRoot());
+    ktSceneState::setRootNode(file->getRoot());
+    ktSceneState::setSelection(getTopNodes());
+    watch();
+    wasModified = false;
+    emit opened();
+    emit modifiedChanged(false);
+    return true;
+}
+
+bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {
+    std::vector<std::string> selected;
+    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
+        if (node != osg::NullFC)
+            selected.push_back(pathOf(node));
+    const QString output = outputPath;
+    if (!open(path, newOptions))
+        return false;
+    outputPath = output;
+    std::vector<osg::NodePtr> nodes;
+    for (const std::string& name : selected)
+        for (const osg::NodePtr& node : ktSceneState::findNodes(name))
+            nodes.push_back(node);
+    if (!nodes.empty())
+        ktSceneState::setSelection(nodes);
+    return true;
+}
+
+void ktStudioDocument::loadPictures() {
+    if (!file)
+        return;
+    isReadingCancelled = false;
+    ktFileReport report;
+    file->loadPictures(report, [this] { return letEventsIn(); });
+    logMessages(path, report);
+}
+
+bool ktStudioDocument::saveAs(const QString& newPath) {
+    if (!file || newPath.isEmpty())
+        return false;
+    const bool isSourceReplaced = QFileInfo(newPath).absoluteFilePath() == path;
+    ktSaveOptions saveOptions;
+    saveOptions.multiplyColors = options.multiplyColors;
+    saveOptions.exposure = static_cast<float>(options.exposure);
+    ktFileReport report;
+    const bool isSaved = file->save(newPath, saveOptions, report);
+    logMessages(newPath, report);
+    if (!isSaved) {
+        fail(report);
+        return false;
+    }
+    outputPath = QFileInfo(newPath).absoluteFilePath();
+    savedCommand = ktSceneCommand::findNewest(undoStack());
+    undoStack().setClean();
+    if (isSourceReplaced)
+        watch();
+    noteModified();
+    ktLog::info("%s: saved", qUtf8Printable(newPath));
+    emit saved(outputPath);
+    return true;
+}
+
+bool ktStudioDocument::savePreview(const QString& picturePath) {
+    loadPictures();
+    const std::string reason =
+        ktWritePreview(getRoot(), picturePath.toStdString(), static_cast<float>(options.exposure));
+    if (!reason.empty()) {
+        const QString text = tr("%1: the picture cannot be written: %2").arg(picturePath, reason.c_str());
+        ktLog::error("%s", qUtf8Printable(text));
+        emit failed(text);
+    }
+    return reason.empty();
+}
+
+void ktStudioDocument::setOptions(const ktStudioOptions& newOptions, const QString& text) {
+    if (!(newOptions == options))
+        undoStack().add(new OptionsCommand(text, *this, newOptions));
+}
+
+void ktStudioDocument::logMessages(const QString& ofFile, const ktFileReport& report) const {
+    const std::string name = ofFile.toStdString();
+    for (const ktFileWarning& warning : report.messages.warnings())
+        ktLogOutput::write(ktLogLevel::Warning, name + ": " + warning.text());
+    for (const std::string& note : report.messages.notes())
+        ktLogOutput::write(ktLogLevel::Info, name + ": " + note);
+}
+
+void ktStudioDocument::fail(const ktFileReport& report) {
+    ktLogOutput::write(ktLogLevel::Error, report.error);
+    emit failed(QString::fromStdString(report.error));
+}
+
+void ktStudioDocument::watch() {
+    if (!watcher->files().isEmpty())
+        watcher->removePaths(watcher->files());
+    if (!watcher->directories().isEmpty())
+        watcher->removePaths(watcher->directories());
+    watcher->addPath(path);
+    watcher->addPath(QFileInfo(path).path()); // a program may replace the file by another one
+    const QFileInfo info(path);
+    fileTime = info.lastModified();
+    fileSize = info.size();
+}
+
+void ktStudioDocument::checkFile() {
+    const QFileInfo info(path);
+    if (!file || !info.exists() || (info.lastModified() == fileTime && info.size() == fileSize))
+        return;
+    watch();
+    emit changedOnDisk();
+}

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktFitMode.h"
+#include "ktTracerFactory.h"
+
+#include <QString>
+
+/// How a file is read: the options of `ktbake` of the same names.
+struct ktStudioReadOptions {
+    QString unit = "auto"; ///< as ktParseLengthUnit() understands it
+    bool uniqueInstances = false;
+    bool groundPlane = false;
+};
+
+/// How a bake runs and how it is saved: the options of `ktbake` of the same names.
+struct ktStudioOptions {
+    ktFitMode fit = ktFitMode::Surface;
+    ktTracerKind tracer = ktTracerKind::Hemisphere;
+    int threads = 0;            ///< 0: one a core
+    bool multiplyColors = true; ///< `--shade multiply`
+    double exposure = 1;        ///< above 0
+
+    bool hasSameOutput(const ktStudioOptions& other) const {
+        return multiplyColors == other.multiplyColors && exposure == other.exposure;
+    }
+    bool operator==(const ktStudioOptions& other) const {
+        return fit == other.fit && tracer == other.tracer && threads == other.threads && hasSameOutput(other);
+    }
+};

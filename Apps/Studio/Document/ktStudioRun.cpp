@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Starts, watches and cancels runs, and puts each on the undo stack.
+#include "ktStudioRun.h"
+
+#include "ktAmbientOcclusion.h"
+#include "ktCancelToken.h"
+#include "ktControllerState.h"
+#include "ktGeometryList.h"
+#include "ktHostSignals.h"
+#include "ktLog.h"
+#include "ktNodePermission.h"
+#include "ktNodeUtils.h"
+#include "ktRunProgress.h"
+#include "ktSceneCommands.h"
+#include "ktScenegraph.h"
+#include "ktStudioDocument.h"
+#include "ktStudioSelection.h"
+#include "ktThreadCount.h"
+#include "ktTracingStatistics.h"
+#include "ktUndoStack.h"
+
+#include <algorithm>
+#include <iostream>
+#include <OpenSG/OSGFieldContainerFactory.h>
+
+namespace {
+
+constexpr double updateInterval_s = 0.1;
+constexpr double raysInterval_s = 1;
+constexpr double leastMeasured_s = 0.3; ///< shorter runs say little about the speed
+
+double tracedRays() {
+    const ktTracingStatistics counts = ktReadTracingStatistics();
+    return static_cast<double>(counts.requested.direct + counts.requested.indirect + counts.refining.direct +
+                               counts.refining.indirect) -
+           static_cast<double>(counts.shared.direct + counts.shared.indirect);
+}
+
+QString nameOf(unsigned int nodeId) {
+    const auto node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(nodeId));
+    if (node == osg::NullFC)
+        return {};
+    const char* name = ktNodeUtils::getName(node);
+    return name ? QString::fromUtf8(name) : QString();
+}
+
+} // namespace
+
+ktStudioRun::ktStudioRun(ktStudioDocument& document_, ktStudioSelection& selection_, QObject* parent)
+    : QObject(parent), document(document_), selection(selection_) {
+    const ktHostSignals& host = ktHostSignals::the();
+    const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
+    connect(&host, &ktHostSignals::tracingProgress, this, [this] {
+        refining.clear();
+        update();
+    });
+    connect(&host, &ktHostSignals::refinementProgress, this, [this](int round, int rounds, quint64 newVertices) {
+        if (round > 0)
+            refining = tr("Refining: round %1 of %2, %3 new vertices")
+                           .arg(round)
+                           .arg(rounds)
+                           .arg(QString::fromStdString(formatCount(static_cast<double>(newVertices))));
+        update();
+    });
+    connect(plugin, &ktAmbientOcclusion::progressStep, this, &ktStudioRun::update);
+    connect(plugin, &ktAmbientOcclusion::stateChanged, this,
+            [this](ktAmbientOcclusion::CalculationState, unsigned int node) {
+                if (const QString name = node ? nameOf(node) : QString(); !name.isEmpty())
+                    state.part = name;
+            });
+}
+
+ktStudioRun::~ktStudioRun() = default;
+
+bool ktStudioRun::refuse(Refusal why) {
+    emit refused(why);
+    return false;
+}
+
+void ktStudioRun::update() {
+    if (!counter)
+        return;
+    const double now = secondsBetween(counter->getStart(), ktRunCounter::Clock::now());
+    if (now >= lastUpdate_s && now - lastUpdate_s < updateInterval_s)
+        return;
+    lastUpdate_s = now;
+    switch (progress->phase()) {
+    case ktRunPhase::Preparing:
+        state.phase = tr("Preparing");
+        break;
+    case ktRunPhase::Shadows:
+        state.phase = tr("Shadows");
+        break;
+    case ktRunPhase::Bounces:
+        state.phase = tr("Bounces");
+        break;
+    }
+    if (!refining.isEmpty())
+        state.phase = refining;
+    state.share = progress->share();
+    state.verticesPerSecond = progress->verticesPerSecond();
+    state.seconds = now;
+    state.secondsLeft = progress->secondsLeft();
+    const double tracing = secondsBetween(counter->getFirstVertex(), ktRunCounter::Clock::now());
+    if (tracing > 0.5 && (now < lastRays_s || now - lastRays_s > raysInterval_s)) {
+        lastRays_s = now;
+        state.raysPerSecond = tracedRays() / tracing;
+    }
+    emit stateChanged();
+}
+
+bool ktStudioRun::start(bool missingOnly) {
+    if (running)
+        return false;
+    if (!document.isOpen())
+        return refuse(NothingOpen);
+    const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    const std::vector<osg::NodePtr> selected = selection.get();
+    if (selected.empty())
+        return refuse(NothingSelected);
+    if (std::none_of(selected.begin(), selected.end(), [](const osg::NodePtr& node) {
+            return ktNodePermission::allows(node, ktNodePermission::ChangeIllumination);
+        }))
+        return refuse(AllLocked);
+    if (!(plugin.getMinDistance() < plugin.getMaxDistance()))
+        return refuse(WrongDistances);
+    // So that the other nodes keep the settings that they were baked with.
+    if (missingOnly && !selection.selectMissing(selected))
+        return refuse(NothingMissing);
+    running = true;
+    isCancelled = false;
+    state = {};
+    state.phase = tr("Preparing");
+    selection.setFrozen(true);
+    emit runningChanged(true);
+    const bool hasRun = calculate(missingOnly);
+    running = false;
+    selection.setFrozen(false);
+    if (missingOnly)
+        selection.set(selected);
+    emit runningChanged(false);
+    return hasRun;
+}
+
+bool ktStudioRun::calculate(bool missingOnly) {
+    ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    const ktStudioOptions& options = document.getOptions();
+    ktThreadCount::set(static_cast<unsigned int>(options.threads));
+    ktChooseTracer(options.tracer);
+    ktSetFitMode(options.fit);
+    if (plugin.isIndirectIlluminationEnabled())
+        document.loadPictures();
+    const auto started = ktRunCounter::Clock::now();
+    const auto seconds = [started] { return secondsBetween(started, ktRunCounter::Clock::now()); };
+    if (isCancelled) {
+        emit ended(Ending::Cancelled, {}, seconds());
+        return false;
+    }
+    ktResultState before(selection.get());
+    counter = std::make_unique<ktRunCounter>();
+    progress = std::make_unique<ktRunProgress>(*counter, countSelectedVertices());
+    lastUpdate_s = lastRays_s = 0;
+    refining.clear();
+    const bool hasRun = plugin.startCalculation(missingOnly);
+    std::cout.flush();
+    const ktRunEnd end = ktControllerState::getLastRunEnd();
+    const int geometries = counter->getNodeCount();
+    const double tracing = counter->getTracingSeconds();
+    progress.reset();
+    counter.reset();
+    if (!hasRun) {
+        emit ended(Ending::Failed, tr("Ray tracing is not available. The log says why."), seconds());
+        return false;
+    }
+    if (tracing > leastMeasured_s)
+        measuredRaysPerSecond = tracedRays() / tracing;
+    before.keepChanges();
+    const bool isDone = end.kind == ktRunEnd::Done;
+    if (!before.isEmpty())
+        document.undoStack().add(new ktResultsCommand(isDone && missingOnly ? tr("Bake what is missing")
+                                                      : isDone              ? tr("Bake")
+                                                                            : tr("Bake, not to its end"),
+                                                      std::move(before)));
+    if (isDone && geometries == 0)
+        return refuse(missingOnly ? NothingMissing : NoGeometry);
+    emit ended(isDone                            ? Ending::Done
+               : end.kind == ktRunEnd::Cancelled ? Ending::Cancelled
+                                                 : Ending::Failed,
+               QString::fromStdString(end.reason), seconds());
+    return true;
+}
+
+void ktStudioRun::cancel() {
+    if (!running)
+        return;
+    isCancelled = true;
+    document.cancelReading();
+    ktCancelToken::the().cancel();
+    ktAmbientOcclusion::the()->cancelCalculation();
+}
+
+void ktStudioRun::clear(Clear what, bool activeOnly) {
+    if (running)
+        return;
+    const std::vector<osg::NodePtr> selected = selection.get();
+    if (selected.empty()) {
+        refuse(document.isOpen() ? NothingSelected : NothingOpen);
+        return;
+    }
+    ktResultState before(selected);
+    ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
+    if (what == Clear::Shadows)
+        activeOnly ? plugin->clearActiveShadows() : plugin->clearAllShadows();
+    else
+        activeOnly ? plugin->clearActiveIndirect() : plugin->clearAllIndirect();
+    before.keepChanges();
+    if (before.isEmpty())
+        return;
+    document.undoStack().add(new ktResultsCommand(
+        what == Clear::Shadows ? tr("Clear shadows") : tr("Clear indirect light"), std::move(before)));
+    ktScenegraph::update(true);
+}
+
+double ktStudioRun::estimateRays() const {
+    constexpr double shadowRays[] = {64, 256, 1024, 2304, 4096, 16384}, gatherRays[] = {64, 256, 576, 1024, 2304};
+    const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    const int shadow = plugin.getShadowQuality(), gather = plugin.getGatherQuality();
+    double rays = shadow >= 0 && shadow <= 5 ? shadowRays[shadow] : shadowRays[2];
+    if (plugin.isIndirectIlluminationEnabled())
+        rays += plugin.getNumOfIndirections() * (gather >= 0 && gather <= 4 ? gatherRays[gather] : gatherRays[4]);
+    return rays * static_cast<double>(countSelectedVertices());
+}
+
+double ktStudioRun::estimateSeconds() const {
+    return measuredRaysPerSecond > 0 ? estimateRays() / measuredRaysPerSecond : -1;
+}

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktEarlierResults.h"
+
+#include <cstdint>
+#include <memory>
+#include <OpenSG/OSGNode.h>
+#include <QObject>
+#include <QString>
+#include <vector>
+
+class ktRunCounter;
+class ktRunProgress;
+class ktStudioDocument;
+class ktStudioSelection;
+
+/// What a run is doing now.
+struct ktStudioRunState {
+    QString phase; ///< in words
+    QString part;  ///< name of the node under way; may be empty
+    double share = 0;
+    double verticesPerSecond = 0; ///< 0: not known yet
+    double raysPerSecond = 0;     ///< 0: not known yet
+    double seconds = 0;
+    double secondsLeft = -1; ///< negative: not known yet
+};
+
+/// Bakes and clears the host's selection. Each run and each clearing is one undo step. Main thread only.
+class ktStudioRun : public QObject {
+    Q_OBJECT
+public:
+    /// Why nothing was calculated.
+    enum Refusal { NothingOpen, NothingSelected, AllLocked, WrongDistances, NothingMissing, NoGeometry };
+    Q_ENUM(Refusal)
+    enum class Ending { Done, Cancelled, Failed };
+    Q_ENUM(Ending)
+    enum class Clear { Shadows, Indirect };
+
+    ktStudioRun(ktStudioDocument& document, ktStudioSelection& selection, QObject* parent = nullptr);
+    ~ktStudioRun() override;
+
+    /// From start() until it has ended. Meanwhile the scene, the selection, the settings and the undo stack must not
+    /// change.
+    bool isRunning() const { return running; }
+    const ktStudioRunState& getState() const { return state; }
+
+    /// Bakes the selection, or only what has no results below it. Handles events meanwhile. A cancelled or failed run
+    /// keeps the new results of geometry that it has finished; the rest is as before.
+    /// @return whether a run took place
+    bool start(bool missingOnly);
+    void cancel();
+    /// Removes results of the selection, or only of its visible parts.
+    void clear(Clear what, bool activeOnly);
+
+    /// Rays that start() would trace, without refinement.
+    double estimateRays() const;
+    /// Their time by the rate of the runs so far; negative: not known.
+    double estimateSeconds() const;
+
+signals:
+    void runningChanged(bool isRunning);
+    void stateChanged();
+    void refused(ktStudioRun::Refusal why);
+    void ended(ktStudioRun::Ending how, const QString& reason, double seconds);
+
+private:
+    bool refuse(Refusal why);
+    bool calculate(bool missingOnly);
+    void update();
+
+    ktStudioDocument& document;
+    ktStudioSelection& selection;
+    ktEarlierResults earlierResults; ///< listens for the whole life
+    bool running = false, isCancelled = false;
+    ktStudioRunState state;
+    std::unique_ptr<ktRunCounter> counter;
+    std::unique_ptr<ktRunProgress> progress;
+    double lastUpdate_s = 0, lastRays_s = 0;
+    QString refining;                 ///< round of refinement; empty outside
+    double measuredRaysPerSecond = 0; ///< of the last run that was long enough to measure
+};

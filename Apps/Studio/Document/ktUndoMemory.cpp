@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Keeps the bytes of undo in memory, and beyond a limit in temporary files.
+#include "ktUndoMemory.h"
+
+#include "ktLog.h"
+
+#include <algorithm>
+#include <list>
+#include <QDir>
+#include <QTemporaryFile>
+#include <utility>
+
+struct ktUndoMemory::Block::Data {
+    std::vector<std::uint8_t> bytes;
+    std::size_t size = 0;
+    std::unique_ptr<QTemporaryFile> file; // null: the bytes are in memory
+    bool cannotMove = false;              // a temporary file could not be written
+};
+
+namespace {
+
+struct State {
+    std::uint64_t limit = std::uint64_t(512) << 20, used = 0;
+    std::list<void*> inMemory; // blocks, the oldest first
+};
+
+State& state() {
+    static auto& instance = *new State; // never destroyed: the undo stack is not, either
+    return instance;
+}
+
+} // namespace
+
+ktUndoMemory::Block::Block() = default;
+ktUndoMemory::Block::Block(Block&&) noexcept = default;
+
+ktUndoMemory::Block& ktUndoMemory::Block::operator=(Block&& other) noexcept {
+    std::swap(data, other.data);
+    return *this;
+}
+
+ktUndoMemory::Block::Block(std::vector<std::uint8_t> bytes) {
+    if (bytes.empty())
+        return;
+    data = std::make_unique<Data>();
+    data->size = bytes.size();
+    data->bytes = std::move(bytes);
+    state().used += data->size;
+    state().inMemory.push_back(data.get());
+    keepLimit();
+}
+
+ktUndoMemory::Block::~Block() {
+    if (!data || data->file)
+        return;
+    state().used -= data->size;
+    state().inMemory.remove(data.get());
+}
+
+std::size_t ktUndoMemory::Block::size() const {
+    return data ? data->size : 0;
+}
+
+std::vector<std::uint8_t> ktUndoMemory::Block::take() {
+    Block taken;
+    std::swap(taken.data, data);
+    if (!taken.data)
+        return {};
+    if (!taken.data->file)
+        return taken.data->bytes;
+    std::vector<std::uint8_t> bytes(taken.data->size);
+    const auto wanted = static_cast<qint64>(bytes.size());
+    QTemporaryFile& file = *taken.data->file;
+    if (!file.seek(0) || file.read(reinterpret_cast<char*>(bytes.data()), wanted) != wanted)
+        ktLog::error("%s: results for undo cannot be read: %s", qPrintable(file.fileName()),
+                     qPrintable(file.errorString()));
+    return bytes;
+}
+
+void ktUndoMemory::keepLimit() {
+    State& all = state();
+    for (auto next = all.inMemory.begin(); all.used > all.limit && next != all.inMemory.end();) {
+        auto* const block = static_cast<Block::Data*>(*next);
+        auto file = std::make_unique<QTemporaryFile>(QDir::tempPath() + "/ktstudio-undo-");
+        const auto size = static_cast<qint64>(block->size);
+        if (block->cannotMove || !file->open() ||
+            file->write(reinterpret_cast<const char*>(block->bytes.data()), size) != size || !file->flush()) {
+            if (!std::exchange(block->cannotMove, true))
+                ktLog::warning("%s: results for undo stay in memory: %s", qPrintable(file->fileTemplate()),
+                               qPrintable(file->errorString()));
+            ++next;
+            continue;
+        }
+        block->file = std::move(file);
+        block->bytes = {};
+        all.used -= block->size;
+        next = all.inMemory.erase(next);
+    }
+}
+
+void ktUndoMemory::setLimit(std::uint64_t bytes) {
+    state().limit = bytes;
+    keepLimit();
+}
+
+std::uint64_t ktUndoMemory::getLimit() {
+    return state().limit;
+}
+
+std::uint64_t ktUndoMemory::getUsed() {
+    return state().used;
+}

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The page that a window shows while it reads a file.
+#include "ktReadingPage.h"
+
+#include <QFileInfo>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+ktReadingPage::ktReadingPage(QWidget* parent) : QWidget(parent), text(new QLabel(this)), timer(new QTimer(this)) {
+    auto* rows = new QVBoxLayout(this);
+    rows->addStretch();
+    rows->addWidget(text, 0, Qt::AlignHCenter);
+    auto* bar = new QProgressBar(this);
+    bar->setRange(0, 0); // the reader does not know its share
+    bar->setMaximumWidth(400);
+    bar->setMinimumWidth(300);
+    rows->addWidget(bar, 0, Qt::AlignHCenter);
+    auto* cancel = new QPushButton(tr("Cancel"), this);
+    cancel->setObjectName("cancelReading");
+    cancel->setShortcut(QKeySequence(Qt::Key_Escape));
+    rows->addWidget(cancel, 0, Qt::AlignHCenter);
+    rows->addStretch();
+    connect(cancel, &QPushButton::clicked, this, &ktReadingPage::cancelRequested);
+    timer->setInterval(200);
+    connect(timer, &QTimer::timeout, this, [this] {
+        text->setText(tr("Reading %1 … %2 s").arg(name).arg(static_cast<double>(elapsed.elapsed()) / 1000, 0, 'f', 1));
+    });
+}
+
+void ktReadingPage::begin(const QString& path) {
+    name = QFileInfo(path).fileName();
+    text->setText(tr("Reading %1 …").arg(name));
+    elapsed.start();
+    timer->start();
+}
+
+void ktReadingPage::end() {
+    timer->stop();
+}

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QElapsedTimer>
+#include <QWidget>
+
+class QLabel;
+class QTimer;
+
+/// What the window shows while a file is read: its name, the time so far, and a button to cancel.
+class ktReadingPage : public QWidget {
+    Q_OBJECT
+public:
+    explicit ktReadingPage(QWidget* parent = nullptr);
+    void begin(const QString& path);
+    void end();
+
+signals:
+    void cancelRequested();
+
+private:
+    QLabel* text;
+    QTimer* timer;
+    QElapsedTimer elapsed;
+    QString name;
+};

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The main function of ktstudio: reads the command line and shows the window.
+#include "ktAmbientOcclusion.h"
+#include "ktLengthUnit.h"
+#include "ktPresetStore.h"
+#include "ktStudioWindow.h"
+
+#include <cstdio>
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTimer>
+
+int main(int argc, char** argv) {
+    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // The texts of the command line need no display.
+    QCoreApplication::setApplicationName("ktstudio");
+    QCoreApplication::setApplicationVersion(getPluginVersion());
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QCoreApplication::translate("main", "Opens a scene, bakes light into its vertices, shows and saves it."));
+    const QCommandLineOption help({"h", "help"}, QCoreApplication::translate("main", "Print this."));
+    const QCommandLineOption version({"v", "version"}, QCoreApplication::translate("main", "Print the version."));
+    const QCommandLineOption unit(
+        "unit",
+        QCoreApplication::translate("main",
+                                    "Length of one unit of the file: auto, mm, cm, m, inch, foot or a number of "
+                                    "millimetres."),
+        "UNIT", "auto");
+    parser.addOptions({help, version, unit});
+    parser.addPositionalArgument(
+        "SCENE", QCoreApplication::translate("main", "Scene to open: glTF, OBJ, PLY, STL, ..."), "[SCENE]");
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    // Options of Qt, such as -platform, are taken out by the application object.
+    const bool isText = arguments.contains("--help") || arguments.contains("-h") || arguments.contains("--version") ||
+                        arguments.contains("-v");
+    if (isText) {
+        QCoreApplication application(argc, argv);
+        parser.parse(application.arguments());
+        if (parser.isSet(help))
+            parser.showHelp(0);
+        std::printf("ktstudio %s\n", getPluginVersion());
+        return 0;
+    }
+    QApplication application(argc, argv);
+    QApplication::setDesktopFileName("ktstudio");
+    const auto refuse = [](const QString& why) {
+        std::fprintf(stderr, "ktstudio: %s\n", qUtf8Printable(why));
+        return 2;
+    };
+    if (!parser.parse(application.arguments()))
+        return refuse(parser.errorText());
+    if (parser.positionalArguments().size() > 1)
+        return refuse(QCoreApplication::translate("main", "one SCENE at a time"));
+    if (!ktParseLengthUnit(parser.value(unit).toStdString()))
+        return refuse(QCoreApplication::translate("main",
+                                                  "--unit %1: must be auto, mm, cm, m, inch, foot or a length in "
+                                                  "millimetres")
+                          .arg(parser.value(unit)));
+    ktPresetStore::load();
+    ktStudioWindow window;
+    window.show();
+    if (!parser.positionalArguments().isEmpty()) {
+        ktStudioReadOptions options;
+        options.unit = parser.value(unit);
+        QTimer::singleShot(0, &window, [&window, &parser, options] {
+            window.openFile(parser.positionalArguments().first(), options);
+        });
+    }
+    return QApplication::exec();
+}

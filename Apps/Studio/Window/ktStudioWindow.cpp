@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Builds the main window and connects it with the services.
+#include "ktStudioWindow.h"
+
+#include "ktEmptyPage.h"
+#include "ktMessageBar.h"
+#include "ktReadingPage.h"
+#include "ktRunProgress.h"
+#include "ktStudioPreferences.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStackedWidget>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+ktStudioWindow::ktStudioWindow() : selection(this), run(document, selection, this) {
+    setObjectName("ktstudio");
+    setAcceptDrops(true);
+    resize(1280, 800);
+    makePages();
+    makeFileMenu();
+    makeEditMenu();
+    makeBakeMenu();
+    connectServices();
+    restoreGeometry(ktStudioPreferences::the().get("window/geometry").toByteArray());
+    restoreState(ktStudioPreferences::the().get("window/state").toByteArray());
+    showTitle();
+    updateActions();
+}
+
+ktStudioWindow::~ktStudioWindow() = default;
+
+void ktStudioWindow::makePages() {
+    auto* center = new QWidget(this);
+    auto* rows = new QVBoxLayout(center);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(0);
+    messages = new ktMessageBar(center);
+    rows->addWidget(messages);
+    pages = new QStackedWidget(center);
+    rows->addWidget(pages, 1);
+    emptyPage = new ktEmptyPage(pages);
+    readingPage = new ktReadingPage(pages);
+    viewport = new QWidget(pages);
+    for (QWidget* page : {static_cast<QWidget*>(emptyPage), static_cast<QWidget*>(readingPage), viewport})
+        pages->addWidget(page);
+    setCentralWidget(center);
+    connect(emptyPage, &ktEmptyPage::openRequested, this, &ktStudioWindow::chooseFile);
+    connect(emptyPage, &ktEmptyPage::fileChosen, this, [this](const QString& path) { openFile(path); });
+    connect(emptyPage, &ktEmptyPage::failed, this,
+            [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason); });
+    connect(readingPage, &ktReadingPage::cancelRequested, &document, &ktStudioDocument::cancelReading);
+}
+
+QAction* ktStudioWindow::addAction(QMenu* menu, const char* name, const QString& text, const QKeySequence& keys,
+                                   const std::function<void()>& act) {
+    auto* action = new QAction(text, this);
+    action->setObjectName(name);
+    action->setShortcut(keys);
+    if (menu)
+        menu->addAction(action);
+    QMainWindow::addAction(action);
+    connect(action, &QAction::triggered, this, act);
+    return action;
+}
+
+void ktStudioWindow::connectServices() {
+    connect(&document, &ktStudioDocument::readingChanged, this, [this](bool isReading, const QString& path) {
+        if (isReading) {
+            readingPage->begin(path);
+            pages->setCurrentWidget(readingPage);
+        } else {
+            readingPage->end();
+            pages->setCurrentWidget(document.isOpen() ? viewport : emptyPage);
+        }
+        updateActions();
+    });
+    connect(&document, &ktStudioDocument::opened, this, &ktStudioWindow::showOpened);
+    connect(&document, &ktStudioDocument::modifiedChanged, this, &ktStudioWindow::showTitle);
+    connect(&document, &ktStudioDocument::saved, this, [this](const QString& path) {
+        messages->show(ktMessageBar::Level::Info, tr("Saved as %1").arg(path), {}, "saved");
+        showTitle();
+    });
+    connect(&document, &ktStudioDocument::failed, this,
+            [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason, {}, "file"); });
+    connect(&run, &ktStudioRun::runningChanged, this, [this](bool isRunning) {
+        updateActions();
+        if (!isRunning && closesWhenIdle)
+            QTimer::singleShot(0, this, &QWidget::close);
+    });
+    connect(&run, &ktStudioRun::refused, this, &ktStudioWindow::showRefusal);
+    connect(&run, &ktStudioRun::ended, this, &ktStudioWindow::showEnd);
+    connect(&run, &ktStudioRun::stateChanged, this, [this] {
+        const ktStudioRunState& state = run.getState();
+        statusBar()->showMessage(tr("%1: %2 %").arg(state.phase).arg(static_cast<int>(100 * state.share)));
+    });
+}
+
+void ktStudioWindow::showOpened() {
+    pages->setCurrentWidget(viewport);
+    ktStudioPreferences::the().addRecentFile(document.getPath());
+    showTitle();
+    updateActions();
+}
+
+void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {
+    using Level = ktMessageBar::Level;
+    const QString topic = "run";
+    const ktMessageBar::Button selectAll{tr("Select everything"), [this] { selection.set(document.getTopNodes()); }};
+    switch (why) {
+    case ktStudioRun::NothingOpen:
+        messages->show(Level::Warning, tr("There is nothing to bake: open a scene first."),
+                       {{tr("Open…"), [this] { chooseFile(); }}}, topic);
+        break;
+    case ktStudioRun::NothingSelected:
+        messages->show(
+            Level::Warning,
+            tr("Nothing is selected. Select the parts to bake in the scene or in the picture, or bake everything."),
+            {{tr("Bake everything"),
+              [this] {
+                  selection.set(document.getTopNodes());
+                  run.start(false);
+              }},
+             selectAll},
+            topic);
+        break;
+    case ktStudioRun::AllLocked:
+        messages->show(Level::Warning,
+                       tr("Every selected part is locked. Unlock it (Edit, Unlock), or select other parts."), {},
+                       topic);
+        break;
+    case ktStudioRun::WrongDistances:
+        messages->show(Level::Warning, tr("The minimum distance must be smaller than the maximum distance."), {},
+                       topic);
+        break;
+    case ktStudioRun::NothingMissing:
+        messages->show(Level::Info, tr("Nothing is missing: the selected parts have their results."), {}, topic);
+        break;
+    case ktStudioRun::NoGeometry:
+        messages->show(Level::Warning, tr("The selection holds no geometry to calculate. Select a part with surfaces."),
+                       {selectAll}, topic);
+        break;
+    }
+}
+
+void ktStudioWindow::showEnd(ktStudioRun::Ending how, const QString& reason, double seconds) {
+    const QString time = QString::fromStdString(formatDuration(seconds));
+    statusBar()->clearMessage();
+    switch (how) {
+    case ktStudioRun::Ending::Done:
+        messages->show(ktMessageBar::Level::Info, tr("Baked in %1.").arg(time), {}, "run");
+        break;
+    case ktStudioRun::Ending::Cancelled:
+        messages->show(ktMessageBar::Level::Info,
+                       tr("Cancelled. Parts that were finished keep their new results; the others are as before."), {},
+                       "run");
+        break;
+    case ktStudioRun::Ending::Failed:
+        messages->show(ktMessageBar::Level::Error, tr("The bake failed: %1").arg(reason), {}, "run");
+        break;
+    }
+}
+
+void ktStudioWindow::showTitle() {
+    if (!document.isOpen()) {
+        setWindowTitle("ktstudio");
+        return;
+    }
+    setWindowTitle(QFileInfo(document.getPath()).fileName() + "[*] – ktstudio");
+    setWindowModified(document.isModified());
+}
+
+void ktStudioWindow::updateActions() {
+    for (QAction* action : needIdle)
+        action->setEnabled(!isFrozen());
+    for (QAction* action : needScene)
+        action->setEnabled(document.isOpen() && !isFrozen());
+    cancelAction->setEnabled(run.isRunning());
+}
+
+void ktStudioWindow::closeEvent(QCloseEvent* event) {
+    if (isFrozen()) {
+        event->ignore();
+        closesWhenIdle = run.isRunning();
+        run.cancel();
+        document.cancelReading();
+        return;
+    }
+    closesWhenIdle = false;
+    if (!mayLoseChanges()) {
+        event->ignore();
+        return;
+    }
+    ktStudioPreferences::the().set("window/geometry", saveGeometry());
+    ktStudioPreferences::the().set("window/state", saveState());
+    event->accept();
+}

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktStudioDocument.h"
+#include "ktStudioRun.h"
+#include "ktStudioSelection.h"
+
+#include <functional>
+#include <QKeySequence>
+#include <QMainWindow>
+
+class ktEmptyPage;
+class ktMessageBar;
+class ktReadingPage;
+class QStackedWidget;
+
+/// The main window. Connects the services with menus, panels and the viewport.
+class ktStudioWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    ktStudioWindow();
+    ~ktStudioWindow() override;
+
+    /// Opens a file; asks first what to do with unsaved changes.
+    void openFile(const QString& path, const ktStudioReadOptions& options = {});
+
+    ktStudioDocument& getDocument() { return document; }
+    ktStudioRun& getRun() { return run; }
+    ktStudioSelection& getSelection() { return selection; }
+    ktMessageBar& getMessages() { return *messages; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    QAction* addAction(QMenu* menu, const char* name, const QString& text, const QKeySequence& keys,
+                       const std::function<void()>& act);
+    void makePages();
+    void makeFileMenu();
+    void makeEditMenu();
+    void makeBakeMenu();
+    void connectServices();
+
+    void chooseFile();
+    void chooseOutput();
+    void save();
+    void choosePicture();
+    /// Whether to go on although unsaved changes would be lost.
+    bool mayLoseChanges();
+
+    void showOpened();
+    void showRefusal(ktStudioRun::Refusal why);
+    void showEnd(ktStudioRun::Ending how, const QString& reason, double seconds);
+    void showTitle();
+    /// Enables what may be used now.
+    void updateActions();
+    bool isFrozen() const { return run.isRunning() || document.isReading(); }
+
+    ktStudioDocument document;
+    ktStudioSelection selection;
+    ktStudioRun run;
+
+    ktMessageBar* messages = nullptr;
+    QStackedWidget* pages = nullptr;
+    ktEmptyPage* emptyPage = nullptr;
+    ktReadingPage* readingPage = nullptr;
+    QWidget* viewport = nullptr;
+    QList<QAction*> needScene; ///< enabled with a scene, while nothing is frozen
+    QList<QAction*> needIdle;  ///< enabled while nothing is frozen
+    QAction* cancelAction = nullptr;
+    bool closesWhenIdle = false;
+};

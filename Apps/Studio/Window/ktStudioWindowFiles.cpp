@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Opens and saves files from the main window: dialogs, dropped files, unsaved changes.
+#include "ktMessageBar.h"
+#include "ktStudioWindow.h"
+
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QUrl>
+
+namespace {
+
+/// The first local file that is dragged; empty if there is none.
+QString draggedFile(const QMimeData* data) {
+    for (const QUrl& url : data->urls())
+        if (url.isLocalFile())
+            return url.toLocalFile();
+    return {};
+}
+
+} // namespace
+
+void ktStudioWindow::openFile(const QString& path, const ktStudioReadOptions& options) {
+    if (!isFrozen() && mayLoseChanges())
+        document.open(path, options);
+}
+
+void ktStudioWindow::chooseFile() {
+    auto* dialog = new QFileDialog(this, tr("Open a scene"), QFileInfo(document.getPath()).path(),
+                                   tr("Scenes (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.ac *.3ds *.off *.x);;"
+                                      "All files (*)"));
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // Queued, so that the dialog is gone before the file is read.
+    connect(
+        dialog, &QFileDialog::fileSelected, this, [this](const QString& path) { openFile(path); },
+        Qt::QueuedConnection);
+    dialog->open();
+}
+
+void ktStudioWindow::save() {
+    if (document.getOutputPath().isEmpty())
+        chooseOutput();
+    else
+        document.save();
+}
+
+void ktStudioWindow::chooseOutput() {
+    auto* dialog = new QFileDialog(this, tr("Save the baked scene"), document.proposeOutputPath(),
+                                   tr("glTF, one file (*.glb);;glTF, with separate data (*.gltf)"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix("glb");
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->selectFile(document.proposeOutputPath());
+    connect(
+        dialog, &QFileDialog::fileSelected, this, [this](const QString& path) { document.saveAs(path); },
+        Qt::QueuedConnection);
+    dialog->open();
+}
+
+void ktStudioWindow::choosePicture() {
+    const QFileInfo info(document.proposeOutputPath());
+    auto* dialog = new QFileDialog(this, tr("Save a preview picture"), info.path(), tr("PNG (*.png)"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix("png");
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->selectFile(info.completeBaseName() + ".png");
+    connect(
+        dialog, &QFileDialog::fileSelected, this,
+        [this](const QString& path) {
+            if (document.savePreview(path))
+                messages->show(ktMessageBar::Level::Info, tr("Saved as %1").arg(path), {}, "saved");
+        },
+        Qt::QueuedConnection);
+    dialog->open();
+}
+
+bool ktStudioWindow::mayLoseChanges() {
+    if (!document.isModified())
+        return true;
+    QMessageBox question(
+        QMessageBox::Question, tr("Unsaved changes"),
+        tr("%1 has baked light or other changes that are not saved.").arg(QFileInfo(document.getPath()).fileName()),
+        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
+    question.setDefaultButton(QMessageBox::Save);
+    switch (question.exec()) {
+    case QMessageBox::Save:
+        return document.saveAs(document.proposeOutputPath());
+    case QMessageBox::Discard:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void ktStudioWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!isFrozen() && !draggedFile(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void ktStudioWindow::dropEvent(QDropEvent* event) {
+    const QString path = draggedFile(event->mimeData());
+    if (path.isEmpty())
+        return;
+    event->acceptProposedAction();
+    // Later, because reading takes its time and the other program waits for the end of the drop.
+    QMetaObject::invokeMethod(
+        this, [this, path] { openFile(path); }, Qt::QueuedConnection);
+}

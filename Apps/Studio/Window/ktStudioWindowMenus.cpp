@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The menus of the main window.
+#include "ktStudioPreferences.h"
+#include "ktStudioWindow.h"
+#include "ktUndoStack.h"
+
+#include <QAction>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMenuBar>
+#include <QToolBar>
+
+void ktStudioWindow::makeFileMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&File"));
+    auto* bar = addToolBar(tr("Main"));
+    bar->setObjectName("mainToolBar");
+    QAction* open = addAction(menu, "open", tr("&Open…"), QKeySequence::Open, [this] { chooseFile(); });
+    open->setToolTip(tr("Open a scene"));
+    QMenu* recent = menu->addMenu(tr("Open &recent"));
+    connect(recent, &QMenu::aboutToShow, this, [this, recent] {
+        recent->clear();
+        for (const QString& file : ktStudioPreferences::the().getRecentFiles())
+            recent->addAction(file, this, [this, file] { openFile(file); });
+        recent->addSeparator();
+        recent->addAction(tr("Clear this list"), &ktStudioPreferences::the(), &ktStudioPreferences::clearRecentFiles);
+    });
+    QAction* again = addAction(menu, "readAgain", tr("Read &again"), QKeySequence::Refresh, [this] {
+        if (mayLoseChanges())
+            document.reload(document.getReadOptions());
+    });
+    menu->addSeparator();
+    QAction* saving = addAction(menu, "save", tr("&Save"), QKeySequence::Save, [this] { save(); });
+    saving->setToolTip(tr("Save the scene with its baked light"));
+    QAction* savingAs = addAction(menu, "saveAs", tr("Save &as…"), QKeySequence::SaveAs, [this] { chooseOutput(); });
+    QAction* picture = addAction(menu, "savePreview", tr("Save a &preview picture…"), {}, [this] { choosePicture(); });
+    menu->addSeparator();
+    addAction(menu, "quit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
+    bar->addAction(open);
+    bar->addAction(saving);
+    needIdle << open << recent->menuAction();
+    needScene << again << saving << savingAs << picture;
+}
+
+void ktStudioWindow::makeEditMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&Edit"));
+    ktUndoStack& stack = document.undoStack();
+    QAction* undo = addAction(menu, "undo", tr("&Undo"), QKeySequence::Undo, [this] { document.undoStack().undo(); });
+    QAction* redo = addAction(menu, "redo", tr("&Redo"), QKeySequence::Redo, [this] { document.undoStack().redo(); });
+    const auto update = [this, undo, redo, &stack] {
+        undo->setEnabled(!isFrozen() && stack.canUndo());
+        undo->setText(stack.canUndo() ? tr("&Undo: %1").arg(stack.undoText()) : tr("&Undo"));
+        redo->setEnabled(!isFrozen() && stack.canRedo());
+        redo->setText(stack.canRedo() ? tr("&Redo: %1").arg(stack.redoText()) : tr("&Redo"));
+    };
+    connect(&stack, &QUndoStack::indexChanged, this, update);
+    connect(&run, &ktStudioRun::runningChanged, this, update);
+    connect(&document, &ktStudioDocument::readingChanged, this, update);
+    update();
+    menu->addSeparator();
+    needScene << addAction(menu, "selectAll", tr("Select &everything"), QKeySequence::SelectAll,
+                           [this] { selection.set(document.getTopNodes()); });
+    needScene << addAction(menu, "selectNone", tr("Select &nothing"), QKeySequence("Ctrl+Shift+A"),
+                           [this] { selection.clear(); });
+    needScene << addAction(menu, "selectMissing", tr("Select what is &missing"), QKeySequence("Ctrl+M"), [this] {
+        if (!selection.selectMissing(document.getTopNodes()))
+            showRefusal(ktStudioRun::NothingMissing);
+    });
+}
+
+void ktStudioWindow::makeBakeMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&Bake"));
+    QAction* start = addAction(menu, "start", tr("&Bake"), QKeySequence("Ctrl+B"), [this] { run.start(false); });
+    start->setToolTip(tr("Calculate the light of the selected parts"));
+    QAction* missing = addAction(menu, "startMissing", tr("Bake what is &missing"), QKeySequence("Ctrl+Shift+B"),
+                                 [this] { run.start(true); });
+    cancelAction = addAction(menu, "cancel", tr("&Cancel"), QKeySequence(Qt::Key_Escape), [this] { run.cancel(); });
+    menu->addSeparator();
+    const auto addClear = [this, menu](const char* name, const QString& text, ktStudioRun::Clear what, bool isActive) {
+        needScene << addAction(menu, name, text, {}, [this, what, isActive] { run.clear(what, isActive); });
+    };
+    addClear("clearShadows", tr("Clear &shadows"), ktStudioRun::Clear::Shadows, false);
+    addClear("clearActiveShadows", tr("Clear shadows of visible parts"), ktStudioRun::Clear::Shadows, true);
+    addClear("clearIndirect", tr("Clear &indirect light"), ktStudioRun::Clear::Indirect, false);
+    addClear("clearActiveIndirect", tr("Clear indirect light of visible parts"), ktStudioRun::Clear::Indirect, true);
+    auto* bar = findChild<QToolBar*>("mainToolBar");
+    bar->addSeparator();
+    bar->addAction(start);
+    bar->addAction(cancelAction);
+    needIdle << start << missing;
+}

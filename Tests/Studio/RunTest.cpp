@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Bakes, cancels, clears and undoes in the window.
+#include "ktAmbientOcclusion.h"
+#include "ktHostSignals.h"
+#include "ktNodeMarks.h"
+#include "ktStudioFixture.h"
+#include "ktUndoMemory.h"
+#include "ktUndoStack.h"
+
+#include <QAction>
+
+using StudioRun = ktStudioFixture;
+
+namespace {
+
+/// Calls `act` once, when the run has traced something.
+void whenTracing(QObject* receiver, const std::function<void()>& act) {
+    auto* const once = new QObject(receiver);
+    QObject::connect(&ktHostSignals::the(), &ktHostSignals::tracingProgress, once, [once, act](quint64 done, quint64) {
+        if (done == 0)
+            return;
+        once->disconnect();
+        once->deleteLater();
+        QObject::disconnect(&ktHostSignals::the(), nullptr, once, nullptr);
+        act();
+    });
+}
+
+} // namespace
+
+TEST_F(StudioRun, GivenScene_BakesTheBytesOfKtbake) {
+    const std::string scene = writeBoxes();
+    open(scene);
+    trigger("start");
+    EXPECT_EQ(savedBytes(), bakedByKtbake(scene));
+}
+
+TEST_F(StudioRun, GivenCancelAndSecondBake_SavesTheBytesOfKtbake) {
+    const std::string scene = writeBoxes();
+    open(scene);
+    const std::string before = savedBytes();
+    bool wasFrozen = false;
+    whenTracing(window.get(), [&] {
+        wasFrozen = !action("start").isEnabled() && !action("undo").isEnabled() && !action("open").isEnabled();
+        trigger("cancel");
+    });
+    trigger("start");
+    EXPECT_TRUE(wasFrozen);
+    EXPECT_THAT(message().toStdString(), testing::HasSubstr("Cancelled"));
+    EXPECT_FALSE(window->getRun().isRunning());
+    EXPECT_EQ(savedBytes(), before);
+    trigger("start");
+    EXPECT_EQ(savedBytes(), bakedByKtbake(scene));
+}
+
+TEST_F(StudioRun, GivenUndoAndRedo_SavesTheBytesBeforeAndAfter) {
+    open(writeBoxes());
+    const std::string before = savedBytes();
+    trigger("start");
+    const std::string after = savedBytes();
+    EXPECT_NE(before, after);
+    trigger("undo");
+    EXPECT_EQ(savedBytes(), before);
+    trigger("redo");
+    EXPECT_EQ(savedBytes(), after);
+}
+
+TEST_F(StudioRun, GivenUndoOfRefinement_SavesTheBytesBeforeAndAfter) {
+    ktAmbientOcclusion::the()->setSubdivideEnabled(true);
+    ktAmbientOcclusion::the()->setMinEdgeLength(200);
+    const std::string scene = writeBoxes();
+    open(scene);
+    const std::string before = savedBytes();
+    trigger("start");
+    const std::string after = savedBytes();
+    EXPECT_EQ(after, bakedByKtbake(scene, {"--subdivide", "--min-edge-length", "200"}));
+    EXPECT_GT(after.size(), before.size() + 1000) << "refined";
+    trigger("undo");
+    EXPECT_EQ(savedBytes(), before);
+    trigger("redo");
+    EXPECT_EQ(savedBytes(), after);
+}
+
+TEST_F(StudioRun, GivenSmallMemoryLimit_UndoReadsResultsBackFromFiles) {
+    const std::uint64_t limit = ktUndoMemory::getLimit();
+    ktUndoMemory::setLimit(100);
+    open(writeBoxes());
+    const std::string before = savedBytes();
+    trigger("start");
+    const std::string after = savedBytes();
+    EXPECT_LE(ktUndoMemory::getUsed(), 100u);
+    trigger("undo");
+    EXPECT_EQ(savedBytes(), before);
+    trigger("redo");
+    EXPECT_EQ(savedBytes(), after);
+    ktUndoMemory::setLimit(limit);
+}
+
+TEST_F(StudioRun, GivenClearing_IsOneUndoStep) {
+    open(writeBoxes());
+    trigger("start");
+    const std::string baked = savedBytes();
+    trigger("clearShadows");
+    EXPECT_NE(savedBytes(), baked);
+    trigger("undo");
+    EXPECT_EQ(savedBytes(), baked);
+}
+
+TEST_F(StudioRun, GivenNothingSelected_SaysSoAndOffersToBakeEverything) {
+    open(writeBoxes());
+    trigger("selectNone");
+    trigger("start");
+    EXPECT_THAT(message().toStdString(), testing::HasSubstr("Nothing is selected"));
+    EXPECT_FALSE(window->getDocument().isModified());
+    pressInMessage("Bake everything");
+    EXPECT_TRUE(window->getDocument().isModified());
+}
+
+TEST_F(StudioRun, GivenLockedScene_SaysWhatToDo) {
+    open(writeBoxes());
+    for (const osg::NodePtr& node : window->getDocument().getTopNodes())
+        ktNodeMarks::setLocked(node, true);
+    trigger("start");
+    EXPECT_THAT(message().toStdString(), testing::HasSubstr("locked"));
+}
+
+TEST_F(StudioRun, GivenMinimumAboveMaximum_Refuses) {
+    open(writeBoxes());
+    ktAmbientOcclusion::the()->setMinDistance(4000);
+    trigger("start");
+    EXPECT_THAT(message().toStdString(), testing::HasSubstr("smaller than the maximum"));
+    EXPECT_FALSE(window->getDocument().isModified());
+}
+
+TEST_F(StudioRun, GivenHalfBakedScene_BakesOnlyWhatIsMissing) {
+    const std::string scene = writeBoxes();
+    open(scene);
+    window->getSelection().selectByText("left");
+    trigger("start");
+    const std::string half = folder.file("half.glb");
+    ASSERT_TRUE(window->getDocument().saveAs(QString::fromStdString(half)));
+    trigger("selectAll");
+    trigger("startMissing");
+    EXPECT_EQ(window->getSelection().get().size(), window->getDocument().getTopNodes().size()) << "as before the run";
+    EXPECT_EQ(savedBytes(), bakedByKtbake(half, {"--missing"}));
+    trigger("startMissing");
+    EXPECT_THAT(message().toStdString(), testing::HasSubstr("Nothing is missing"));
+}
+
+TEST_F(StudioRun, GivenCloseWhileBaking_CancelsAndCloses) {
+    open(writeBoxes());
+    whenTracing(window.get(), [&] { EXPECT_FALSE(window->close()); });
+    trigger("start");
+    EXPECT_TRUE(waitFor([&] { return !window->isVisible(); }));
+    EXPECT_FALSE(window->getDocument().isModified());
+}
