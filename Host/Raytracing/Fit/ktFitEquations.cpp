@@ -11,6 +11,7 @@
 
 namespace {
 
+constexpr std::size_t longRow = 1024; // slots
 constexpr std::size_t grain = 4096;
 
 // The entry of a face's block for two of its corners.
@@ -174,6 +175,25 @@ void ktFitEquations::makeRows() {
     incidentStart = {};
 }
 
+// Calls add(column, value) for what the faces and hinges of a row add to it.
+template <class Add>
+void ktFitEquations::forEntries(std::size_t row, const Add& add) const {
+    for (std::uint32_t i = incidentStart[row]; i < incidentStart[row + 1]; ++i) {
+        const std::size_t element = incident[i] / 4;
+        const int corner = static_cast<int>(incident[i] % 4);
+        if (element < end - begin) {
+            const ktFitMesh::Face& face = mesh.faces[begin + element];
+            for (int other = 0; other < 3; ++other)
+                add(mesh.rowOf[face.unknowns[other]],
+                    blocks[element].entries[blockEntry(std::min(corner, other), std::max(corner, other))]);
+        } else {
+            const ktFitHinge& hinge = hinges[element - (end - begin)];
+            for (int other = 0; other < 4; ++other)
+                add(mesh.rowOf[hinge.unknowns[other]], double(hinge.factors[corner]) * hinge.factors[other]);
+        }
+    }
+}
+
 // The slot of a column in a row that fills slots [first, size); `size` if it has none.
 std::size_t ktFitEquations::slotOf(int column, std::size_t first, std::size_t size) const {
     if (inner[first] == column)
@@ -184,36 +204,46 @@ std::size_t ktFitEquations::slotOf(int column, std::size_t first, std::size_t si
     return size;
 }
 
-// The diagonal first, then the neighbours as the faces and hinges meet them. -1 ends the row. A row is searched from
-// its end, where the neighbours of the face before stand, so also the centre of a large fan is quick.
+// The diagonal comes first. -1 ends the row.
 void ktFitEquations::fillRow(std::size_t row) {
     const auto first = static_cast<std::size_t>(outer[row]), last = static_cast<std::size_t>(outer[row + 1]);
-    std::size_t size = first + 1;
     inner[first] = static_cast<int>(row);
     entries[first] = fineWeights[static_cast<Eigen::Index>(row)];
-    const auto add = [&](std::uint32_t unknown, double value) {
-        const auto column = static_cast<int>(mesh.rowOf[unknown]);
-        const std::size_t slot = slotOf(column, first, size);
-        if (slot == size)
-            inner[size++] = column;
-        entries[slot] += value;
-    };
-    for (std::uint32_t i = incidentStart[row]; i < incidentStart[row + 1]; ++i) {
-        const std::size_t element = incident[i] / 4;
-        const int corner = static_cast<int>(incident[i] % 4);
-        if (element < end - begin) {
-            const ktFitMesh::Face& face = mesh.faces[begin + element];
-            for (int other = 0; other < 3; ++other)
-                add(face.unknowns[other],
-                    blocks[element].entries[blockEntry(std::min(corner, other), std::max(corner, other))]);
-        } else {
-            const ktFitHinge& hinge = hinges[element - (end - begin)];
-            for (int other = 0; other < 4; ++other)
-                add(hinge.unknowns[other], double(hinge.factors[corner]) * hinge.factors[other]);
-        }
-    }
+    const std::size_t size = last - first > longRow ? fillLongRow(row, first) : fillShortRow(row, first);
     if (size < last)
         inner[size] = -1;
+}
+
+// The neighbours come as the faces and hinges meet them. A row is searched from its end, where the neighbours of the
+// face before are.
+std::size_t ktFitEquations::fillShortRow(std::size_t row, std::size_t first) {
+    std::size_t size = first + 1;
+    forEntries(row, [&](std::uint32_t column, double value) {
+        const std::size_t slot = slotOf(static_cast<int>(column), first, size);
+        if (slot == size)
+            inner[size++] = static_cast<int>(column);
+        entries[slot] += value;
+    });
+    return size;
+}
+
+// Sorts the neighbours. The faces of a large fan may come in any order, and then a search for each would take too long.
+std::size_t ktFitEquations::fillLongRow(std::size_t row, std::size_t first) {
+    std::vector<std::pair<int, double>> found;
+    forEntries(row, [&](std::uint32_t column, double value) {
+        if (column == row)
+            entries[first] += value;
+        else
+            found.emplace_back(static_cast<int>(column), value);
+    });
+    std::stable_sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::size_t size = first;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (i == 0 || found[i].first != found[i - 1].first)
+            inner[++size] = found[i].first;
+        entries[size] += found[i].second;
+    }
+    return size + 1;
 }
 
 ktFitEquations::Map ktFitEquations::matrix() const {

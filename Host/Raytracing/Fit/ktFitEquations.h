@@ -47,6 +47,10 @@ private:
     void makeRows();
     std::size_t slotOf(int column, std::size_t first, std::size_t size) const;
     void fillRow(std::size_t row);
+    std::size_t fillShortRow(std::size_t row, std::size_t first);
+    std::size_t fillLongRow(std::size_t row, std::size_t first);
+    template <class Add>
+    void forEntries(std::size_t row, const Add& add) const;
 
     /// The part of the matrix that one face adds: its diagonal (0, 1, 2), then the pairs (0, 1), (0, 2), (1, 2).
     struct FaceBlock {
