@@ -17,7 +17,9 @@
 #include "ktGeometryList.h"
 #include "ktLog.h"
 #include "ktRaytracingManager.h"
+#include "ktResultHint.h"
 #include "ktScenegraph.h"
+#include "ktSceneLights.h"
 #include "ktSettingsCheck.h"
 #include "ktThreadCount.h"
 #include "ktTracingStatistics.h"
@@ -91,6 +93,8 @@ private:
             return exitCode;
         if (const std::string warning = findUselessSettings(); !warning.empty())
             ktLog::warning("%s", warning.c_str());
+        if (options.clear == ktBakeClear::Nothing)
+            warnAboutDistances(options, scene.getDiagonal());
         stats.settings = describeSettings();
         return scene.select(options);
     }
@@ -104,6 +108,10 @@ private:
             ktLog::info("Nothing is missing.");
             return ktBakeExit::done;
         }
+        if (const std::string reason = ktFindMissingLight(ktScenegraph::getRootNode()); !reason.empty())
+            return refuse(reason);
+        followScene(options, scene.getDiagonal());
+        stats.settings = describeSettings();
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled())
             scene.loadPictures();
         ktBakeProgress progress(countSelectedVertices(), !options.quiet);
@@ -121,19 +129,31 @@ private:
             return ktBakeExit::cancelled;
         if (!hasRun && !ktRaytracingManager::getRaytracingUtils())
             return ktBakeExit::failed; // the reason is in the log
-        if (!hasRun) {
-            const std::string reason = "nothing can be calculated: every selected node is locked";
-            ktBakeMessages::log(ktLogLevel::Error, options.scene + ": " + reason,
-                                {{"file", options.scene}, {"reason", reason}});
-            return ktBakeExit::badInput;
-        }
+        if (!hasRun)
+            return refuse("nothing can be calculated: every selected node is locked");
         // Its reason is in the log.
         if (ktControllerState::getLastRunEnd().kind != ktRunEnd::Done)
             return ktBakeExit::failed;
         if (stats.geometriesCalculated == 0)
             ktLog::info("%s",
                         options.missing ? "Nothing is missing." : "The selection holds no geometry to calculate.");
+        else
+            giveHint();
         return ktBakeExit::done;
+    }
+
+    /// Logs why the scene cannot be baked like this.
+    int refuse(const std::string& reason) const {
+        ktBakeMessages::log(ktLogLevel::Error, options.scene + ": " + reason,
+                            {{"file", options.scene}, {"reason", reason}});
+        return ktBakeExit::badInput;
+    }
+
+    void giveHint() const {
+        const std::string hint = ktHintAtResult(ktScenegraph::getSelectedRootNodes(), scene.getDiagonal());
+        if (!hint.empty())
+            ktBakeMessages::log(ktLogLevel::Info, options.scene + ": " + hint,
+                                {{"file", options.scene}, {"reason", hint}});
     }
 
     void clear() const {

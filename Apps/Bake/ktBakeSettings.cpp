@@ -61,13 +61,41 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
         row.set(*plugin, settingOf(row, *given, sceneDiagonal));
     });
 
-    if (!(plugin->getMinDistance() < plugin->getMaxDistance())) {
-        const auto nearest = static_cast<double>(plugin->getMinDistance());
-        const auto farthest = static_cast<double>(plugin->getMaxDistance());
+    ktSceneDistances distances = ktSceneDistances::read();
+    if (options.savePreset.empty()) // a preset keeps the distances as they are
+        distances.follow(givenDistances(options), sceneDiagonal);
+    if (!(distances.minDistance < distances.maxDistance)) {
+        const auto nearest = static_cast<double>(distances.minDistance);
+        const auto farthest = static_cast<double>(distances.maxDistance);
         ktLog::error("The minimum distance (%s) must be smaller than the maximum distance (%s).",
                      describeDistance("--min-distance", options.minDistance, nearest).c_str(),
                      describeDistance("--max-distance", options.maxDistance, farthest).c_str());
         return ktBakeExit::usage;
     }
     return ktBakeExit::done;
+}
+
+ktGivenDistances givenDistances(const ktBakeOptions& options) {
+    const bool areAllGiven = !options.preset.empty() || !options.settingsFrom.empty();
+    return {areAllGiven || options.minDistance, areAllGiven || options.maxDistance,
+            areAllGiven || options.minEdgeLength};
+}
+
+void followScene(const ktBakeOptions& options, double sceneDiagonal) {
+    const ktSceneDistances before = ktSceneDistances::read();
+    ktSceneDistances distances = before;
+    distances.follow(givenDistances(options), sceneDiagonal);
+    distances.apply();
+    const std::string change =
+        distances.describeChange(before, sceneDiagonal, ktAmbientOcclusion::the()->isSubdivideEnabled());
+    if (!change.empty())
+        ktBakeMessages::log(ktLogLevel::Info, options.scene + ": " + change,
+                            {{"file", options.scene}, {"reason", change}});
+}
+
+void warnAboutDistances(const ktBakeOptions& options, double sceneDiagonal) {
+    const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
+    for (const std::string& mistake :
+         ktSceneDistances::read().findMistakes(givenDistances(options), sceneDiagonal, plugin->isSubdivideEnabled()))
+        ktLog::warning("%s", mistake.c_str());
 }

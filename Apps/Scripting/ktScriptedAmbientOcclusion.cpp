@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The plug-in as the module `kthost` drives it.
 #include "ktAmbientOcclusion.h"
+#include "ktControllerState.h"
+#include "ktHostSignals.h"
+#include "ktLengthUnit.h"
+#include "ktLog.h"
 #include "ktPresetStore.h"
+#include "ktResultHint.h"
+#include "ktSceneDistances.h"
 #include "ktScenegraph.h"
+#include "ktSceneLights.h"
 #include "ktScriptedPlugin.h"
 #include "ktScriptedStatistics.h"
+#include "ktUndoPause.h"
 
 #include <iterator>
 #include <QJsonDocument>
@@ -16,7 +24,29 @@ namespace Settings = ktAmbientOcclusionSettings;
 
 class ScriptedAmbientOcclusion : public ktScriptedPlugin {
 public:
-    bool start(bool missingOnly) override { return plugin.startCalculation(missingOnly); }
+    ScriptedAmbientOcclusion() {
+        // The functions of the plug-in's module take distances as arguments.
+        QObject::connect(&ktHostSignals::the(), &ktHostSignals::busyChanged, [this](bool isBusy) {
+            if (isBusy && !isStarting)
+                given = {true, true, true};
+        });
+    }
+
+    std::string findObstacle() const override { return ktFindMissingLight(ktScenegraph::getRootNode()); }
+
+    bool start(bool missingOnly) override {
+        const double diagonal = ktSceneDiagonal(ktScenegraph::getRootNode());
+        const ktSceneDistances before = ktSceneDistances::read();
+        adaptTo(diagonal);
+        isStarting = true;
+        const bool hasRun = plugin.startCalculation(missingOnly);
+        isStarting = false;
+        changeWithoutUndo(before);
+        if (hasRun && ktControllerState::getLastRunEnd().kind == ktRunEnd::Done)
+            if (const std::string hint = ktHintAtResult(ktScenegraph::getSelectedRootNodes(), diagonal); !hint.empty())
+                ktLog::info("%s", hint.c_str());
+        return hasRun;
+    }
     void cancel() override { plugin.cancelCalculation(); }
     bool needsPictures() const override { return plugin.isIndirectIlluminationEnabled(); }
 
@@ -30,6 +60,9 @@ public:
 
     void setSetting(const std::string& name, double value) override {
         Settings::forEachSetting<&Settings::Places::scripts>([&](auto row) { setIfNamed(row, name, value); });
+        given.minDistance = given.minDistance || name == Settings::MinDistance::names.script;
+        given.maxDistance = given.maxDistance || name == Settings::MaxDistance::names.script;
+        given.minEdgeLength = given.minEdgeLength || name == Settings::MinEdgeLength::names.script;
     }
 
     std::vector<std::string> getPresetNames() const override {
@@ -45,6 +78,8 @@ public:
             index = ktPresetStore::find(plugin.getPresetNames(), name);
         }
         plugin.applyPreset(index);
+        if (index >= 0)
+            given = {true, true, true};
         return index >= 0;
     }
     std::string savePreset(const std::string& name, bool replace) override {
@@ -76,6 +111,29 @@ public:
 
 private:
     static constexpr const char* components[] = {"R", "G", "B"};
+
+    static void changeWithoutUndo(const ktSceneDistances& distances) {
+        const ktUndoPause pause;
+        distances.apply();
+    }
+
+    /// Lets distances that nobody gave follow the scene, without an undo step. Logs the change, and what does not suit
+    /// the scene.
+    void adaptTo(double diagonal) const {
+        const ktSceneDistances before = ktSceneDistances::read();
+        ktGivenDistances set = given; // another value than the initial one was also given
+        set.minDistance = set.minDistance || before.minDistance != Settings::MinDistance::initial;
+        set.maxDistance = set.maxDistance || before.maxDistance != Settings::MaxDistance::initial;
+        set.minEdgeLength = set.minEdgeLength || before.minEdgeLength != Settings::MinEdgeLength::initial;
+        ktSceneDistances distances = before;
+        distances.follow(set, diagonal);
+        changeWithoutUndo(distances);
+        const bool isRefined = plugin.isSubdivideEnabled();
+        if (const std::string change = distances.describeChange(before, diagonal, isRefined); !change.empty())
+            ktLog::info("%s", change.c_str());
+        for (const std::string& mistake : distances.findMistakes(set, diagonal, isRefined))
+            ktLog::warning("%s", mistake.c_str());
+    }
 
     /// The help of a row, with the names of its values or its unit.
     template <class Row>
@@ -131,6 +189,8 @@ private:
     }
 
     ktAmbientOcclusion& plugin = load();
+    ktGivenDistances given; ///< by a setting, a preset or the arguments of a calculation
+    bool isStarting = false;
     ktScriptedStatistics statistics;
 };
 

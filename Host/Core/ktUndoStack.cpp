@@ -1,10 +1,26 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Applies commands, and keeps them for undo and redo; logs the errors of commands that throw.
+// Applies commands, and keeps them for undo and redo unless paused; logs the errors of commands that throw.
 #include "ktUndoStack.h"
 
 #include "ktLog.h"
+#include "ktUndoPause.h"
 
 #include <exception>
+#include <memory>
+
+static int pauses = 0; // main thread only
+
+ktUndoPause::ktUndoPause() {
+    ++pauses;
+}
+
+ktUndoPause::~ktUndoPause() {
+    --pauses;
+}
+
+bool ktUndoPause::isActive() {
+    return pauses > 0;
+}
 
 ktUndoStack::ktUndoStack(QObject* parent) : QUndoStack(parent) {}
 
@@ -19,7 +35,12 @@ void ktUndoStack::add(QUndoCommand* command) {
         return;
     // After an exception it is unknown whether Qt owns the command, so it is not deleted here.
     try {
-        push(command);
+        if (!ktUndoPause::isActive())
+            push(command);
+        else {
+            const std::unique_ptr<QUndoCommand> applied(command);
+            applied->redo();
+        }
     } catch (const std::exception& e) {
         ktLog::error("A change could not be applied: %s", e.what());
     } catch (...) {

@@ -16,7 +16,10 @@ public:
 
     virtual ~ktScriptedPlugin() = default;
 
-    /// Bakes the selection with the current settings. Returns false if no run took place.
+    /// Why a run with the current settings makes no sense in this scene; empty: it does.
+    virtual std::string findObstacle() const = 0;
+    /// Bakes the selection with the current settings. Distances that nobody gave follow the scene for this run. Returns
+    /// false if no run took place.
     virtual bool start(bool missingOnly) = 0;
     /// Asks the current run to stop at its next check.
     virtual void cancel() = 0;

@@ -65,6 +65,21 @@ TEST(GltfFiles, GivenGoodModels_AreWithoutFaults) {
         }
 }
 
+TEST(GltfFiles, GivenLightsOfTheScene_AreWithoutFaults) {
+    const ktTestFolder folder;
+    nlohmann::json scene = makeBoxes({{"one", {0, 0, 0}}, {"two", {1.2f, 0, 0}}});
+    addLamp(scene, 100);
+    const std::string file = folder.write("lit.gltf", scene.dump());
+    for (const std::string name : {"out.glb", "out.gltf"}) {
+        const ktBakeResult result =
+            runBake(folder.path, {file, "-o", name, "--quiet", "--mode", "light-and-shadows", "--shadow-quality", "2",
+                                  "--subdivide", "--min-edge-length", "10%", "--ground-plane"});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+        EXPECT_TRUE(ktBakedFile(folder.file(name)).primitives().at(0).at("attributes").contains("_BAKED_LIGHT"));
+        EXPECT_THAT(newFaults(file, folder.file(name)), IsEmpty()) << name;
+    }
+}
+
 // Compares textures, materials, animations, cameras, skins, extensions and the bytes of all buffers.
 TEST(GltfFiles, GivenGoodModels_GainOnlyResults) {
     size_t animated = 0, textured = 0;

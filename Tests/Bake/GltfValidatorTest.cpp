@@ -49,6 +49,22 @@ TEST(GltfValidator, GivenGoodModels_FindsNoNewErrors) {
     }
 }
 
+TEST(GltfValidator, GivenLightsOfTheScene_FindsNoNewErrors) {
+    const ktTestFolder folder;
+    nlohmann::json scene = makeBoxes({{"one", {0, 0, 0}}, {"two", {1.2f, 0, 0}}});
+    addLamp(scene, 100);
+    const std::string file = folder.write("lit.gltf", scene.dump());
+    for (const std::string name : {"out.glb", "out.gltf"}) {
+        const ktBakeResult result =
+            runBake(folder.path, {file, "-o", name, "--quiet", "--mode", "light-and-shadows", "--shadow-quality", "2",
+                                  "--subdivide", "--min-edge-length", "10%", "--ground-plane"});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+        const std::vector<std::string> old = validate(file);
+        for (const std::string& issue : validate(folder.file(name)))
+            EXPECT_THAT(old, Contains(issue)) << name;
+    }
+}
+
 TEST(GltfValidator, GivenBrokenFile_ReportsItsErrors) {
     const ktTestFolder folder;
     auto scene = makeBoxes({{"box", {0, 0, 0}}});

@@ -39,6 +39,11 @@ Json firstOf(const std::vector<Json>& lines, const std::string& level) {
     return {};
 }
 
+Json lastOf(std::vector<Json> lines, const std::string& level) {
+    std::reverse(lines.begin(), lines.end());
+    return firstOf(lines, level);
+}
+
 } // namespace
 
 TEST(Quiet, GivenSuccess_WritesNothingOnEitherStream) {
@@ -48,7 +53,7 @@ TEST(Quiet, GivenSuccess_WritesNothingOnEitherStream) {
     for (const std::vector<std::string>& line :
          {std::vector<std::string>{"car.gltf", "-q"},
           {"car.gltf", "--quiet", "--preview", "p.png", "--stats", "s.json", "--bounces", "2", "--subdivide"},
-          {"car.gltf", "-qo", "out.gltf", "--mode", "light-and-shadows", "--ground-plane", "--color-bleeding"},
+          {"car.gltf", "-qo", "out.gltf", "--ground-plane", "--color-bleeding"},
           {"car-baked.glb", "-q", "--missing"},
           {"car-baked.glb", "-q", "--clear", "shadows"},
           {"car.gltf", "-q", "--json"},
@@ -121,7 +126,8 @@ TEST(JsonMessages, GivenBake_WritesOneObjectALine) {
     EXPECT_EQ(warning.at("file"), "car \"ä\".gltf");
     EXPECT_EQ(warning.at("object"), "/nodes/1/extras");
     EXPECT_THAT(warning.at("text").get<std::string>(), HasSubstr(warning.at("reason").get<std::string>()));
-    EXPECT_EQ(firstOf(lines, "info").at("file"), "out.glb");
+    EXPECT_EQ(firstOf(lines, "info").at("file"), "car \"ä\".gltf") << "distances that follow the scene";
+    EXPECT_EQ(lastOf(lines, "info").at("file"), "out.glb");
 
     double percent = -1;
     for (const Json& line : lines)

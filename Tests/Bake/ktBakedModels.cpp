@@ -32,6 +32,6 @@ std::vector<ktWayToBake> ktWaysToBake() {
     return {{"plain", {"--shadow-quality", "0", "--no-indirect"}},
             {"indirect", {"--shadow-quality", "0", "--gather-quality", "0", "--color-bleeding", "--shade", "none"}},
             {"everything",
-             {"--shadow-quality", "2", "--no-indirect", "--mode", "light-and-shadows", "--subdivide",
-              "--min-edge-length", "10%", "--unique-instances", "--ground-plane"}}};
+             {"--shadow-quality", "2", "--no-indirect", "--subdivide", "--min-edge-length", "10%", "--unique-instances",
+              "--ground-plane"}}};
 }

@@ -13,5 +13,6 @@ struct ktWayToBake {
     std::string name;
     std::vector<std::string> arguments;
 };
-/// Between them they write every attribute, refined meshes, copies of shared meshes and a ground plane.
+/// Between them they write every attribute except `_BAKED_LIGHT`, refined meshes, copies of shared meshes and a ground
+/// plane.
 std::vector<ktWayToBake> ktWaysToBake();

@@ -59,3 +59,12 @@ nlohmann::json makeBoxes(const std::vector<ktTestBox>& boxes) {
     }
     return scene;
 }
+
+void addLamp(nlohmann::json& scene, double intensity) {
+    const size_t index = scene["nodes"].size();
+    scene["extensionsUsed"] = {"KHR_lights_punctual"};
+    scene["extensions"]["KHR_lights_punctual"]["lights"] = {{{"type", "point"}, {"intensity", intensity}}};
+    scene["nodes"].push_back(
+        {{"name", "lamp"}, {"translation", {0.3, 2, 0.2}}, {"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
+    scene["scenes"][0]["nodes"].push_back(index);
+}

@@ -14,3 +14,5 @@ struct ktTestBox {
 
 /// A glTF document with embedded data: one node per box, 24 vertices and 12 triangles each.
 nlohmann::json makeBoxes(const std::vector<ktTestBox>& boxes);
+/// Adds a lamp 2 m above the origin, as the last node. @param intensity candela
+void addLamp(nlohmann::json& scene, double intensity);

@@ -4,6 +4,7 @@
 
 #include "ktLogOutput.h"
 #include "ktUndoCommand.h"
+#include "ktUndoPause.h"
 
 #include <functional>
 #include <gmock/gmock.h>
@@ -124,6 +125,20 @@ TEST_F(UndoStack, GivenClear_DeletesCommandsAndLeavesTheValues) {
     EXPECT_EQ(dead, 2);
     EXPECT_EQ(stack->count(), 0);
     EXPECT_EQ(a, 1);
+}
+
+TEST_F(UndoStack, GivenPause_AppliesCommandsAndKeepsNone) {
+    set(1, a);
+    stack->undo();
+    {
+        const ktUndoPause pause;
+        set(2, b);
+    }
+    EXPECT_EQ(b, 2);
+    EXPECT_EQ(dead, 1);
+    EXPECT_TRUE(stack->canRedo()) << "the history is as before";
+    set(3, b);
+    EXPECT_EQ(stack->count(), 1);
 }
 
 TEST_F(UndoStack, GivenCommandThatThrows_LogsAndStaysUsable) {

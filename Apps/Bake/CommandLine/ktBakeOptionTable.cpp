@@ -230,6 +230,11 @@ private:
         onOff(row.names.option, options.given(row), row.help, row.get(defaults));
     }
 
+    /// How a length that is not given follows the scene.
+    static const char* noteOf(Settings::MinDistance) { return ", at most 0.01%"; }
+    static const char* noteOf(Settings::MaxDistance) { return ""; } // only scenes above 300 m have another one
+    static const char* noteOf(Settings::MinEdgeLength) { return ", at most 0.1%"; }
+
     template <class Row, class Value>
     void addSetting(Row row, Settings::Length<Value>) {
         std::optional<ktBakeDistance>& target = options.given(row);
@@ -238,7 +243,7 @@ private:
             [&target](const std::string& option, const std::string& text) {
                 target = parseDistance(option, text, Row::isLeastExcluded);
             },
-            row.help, "MM|PERCENT%", format(row.get(defaults)));
+            row.help, "MM|PERCENT%", format(row.get(defaults)) + noteOf(row));
     }
 
     template <class Row>

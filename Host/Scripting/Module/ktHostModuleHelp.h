@@ -92,15 +92,16 @@ inline const char results[] =
 
 inline const char bake[] =
     "bake(missing=False, keep=\"finished\")\n\n"
-    "Bakes the selection with the current settings: those of apply_preset() or of the last calculation.\n"
+    "Bakes the selection with the current settings: those of apply_preset() or of the last calculation. Distances\n"
+    "that were never set follow the scene's size; the log says how.\n"
     "If the bake does not finish, geometry gets its earlier results back.\n\n"
     "@param missing: Bakes only what has no results yet.\n@type missing: bool\n"
     "@param keep: What stays after a cancel or an error: \"finished\" keeps the new results of geometry that all\n"
     "    passes have finished, \"none\" keeps no new results.\n@type keep: str\n"
     "@return: True if the bake finished, also if nothing was missing. False if it was cancelled.\n@rtype: bool\n"
     "@raise kthost.Error: No scene is open, nothing is selected, all of it is locked, the selection holds no\n"
-    "    geometry, or a bake is running. Then no results are changed, and the log has the reason, too. Or the bake\n"
-    "    failed.";
+    "    geometry, the mode needs a light and the scene has none, or a bake is running. Then no results are changed,\n"
+    "    and the log has the reason, too. Or the bake failed.";
 
 inline const char settings[] =
     "The settings of the next bake. Each is an attribute with the name of the keyword of computeAmbientOcclusion, or\n"

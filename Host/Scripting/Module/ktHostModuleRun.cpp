@@ -37,6 +37,8 @@ bool ktHostModuleRun::bake(bool missing, const python::object& keep) {
         }))
         refuse("every selected node is locked");
     ktHostModuleNodes::refusePointsAndLines();
+    if (const std::string obstacle = ktScriptedPlugin::the().findObstacle(); !obstacle.empty())
+        refuse(obstacle);
     const ktHostModuleWatch::Keep choice(kept == "finished");
     const bool hasRun = ktScriptedPlugin::the().start(missing);
     ktHostModuleWatch::raise();
