@@ -15,9 +15,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <fcntl.h>
 #include <langinfo.h>
 #include <QCoreApplication>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 /// Makes file names and messages UTF-8, even if no language is set (as in containers and jobs). In the locale "C", Qt
@@ -30,6 +32,16 @@ static void useUtf8() {
     unsetenv("LC_ALL");
     setenv("LC_CTYPE", "C.UTF-8", 1);
     // NOLINTEND(concurrency-mt-unsafe)
+}
+
+/// Opens the null device for each closed standard stream. Otherwise files and pipes of the bake would get its number,
+/// and messages would go into them.
+static void keepStandardDescriptors() {
+    for (int file = open("/dev/null", O_RDWR); file >= 0; file = open("/dev/null", O_RDWR))
+        if (file > STDERR_FILENO) {
+            close(file);
+            return;
+        }
 }
 
 /// Whether an option is given: known before the options are parsed, because that may fail.
@@ -60,7 +72,10 @@ static int bakeOrRunScript(ktBakeOptions& options) {
 
 int main(int argc, char** argv) {
     useUtf8();
+    keepStandardDescriptors();
     QCoreApplication application(argc, argv);
+    // Qt takes the user's locale, whose numbers may have a decimal comma. NOLINTNEXTLINE(concurrency-mt-unsafe)
+    std::setlocale(LC_NUMERIC, "C");
     QCoreApplication::setApplicationName("ktbake");
     int exitCode = ktBakeExit::failed;
     try {

@@ -14,8 +14,8 @@ bool writeStats(ktRunStatistics stats, const std::string& fileName) {
     if (!stats.output.empty())
         stats.output = ktBakeMessages::shown(stats.output);
     QString reason;
-    if (ktSafeFile::replace(QFile::encodeName(QString::fromStdString(fileName)), QJsonDocument(stats.toJson()).toJson(),
-                            reason))
+    if (ktSafeFile::replaceOrSend(QFile::encodeName(QString::fromStdString(fileName)),
+                                  QJsonDocument(stats.toJson()).toJson(), reason))
         return true;
     const std::string why = "the statistics cannot be written: " + reason.toStdString();
     ktBakeMessages::log(ktLogLevel::Error, fileName + ": " + why, {{"file", fileName}, {"reason", why}});

@@ -36,6 +36,32 @@ QByteArray directoryOf(const QByteArray& path) {
     return slash < 0 ? QByteArray("./") : path.left(slash + 1);
 }
 
+/// Whether a path is one of the links that the system makes for open files. They do not always lead to the name of a
+/// file.
+bool isOpenFile(const QByteArray& path) {
+    return path.startsWith("/proc/") || path.startsWith("/dev/fd/");
+}
+
+/// What failed, and the system's reason.
+QString lastError(const char* what) {
+    const std::string cause = std::generic_category().message(errno);
+    return QString("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(cause.c_str()));
+}
+
+/// False on failure, see errno.
+bool writeAll(int file, const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t written = ::write(file, data, size);
+        if (written < 0 && errno != EINTR)
+            return false;
+        if (written > 0) {
+            data += written;
+            size -= static_cast<std::size_t>(written);
+        }
+    }
+    return true;
+}
+
 /// Whether `name` still names this open file.
 bool isStillNamed(int file, const QByteArray& name) {
     struct stat opened, named;
@@ -104,6 +130,8 @@ QByteArray ktSafeFile::targetOf(const QByteArray& path) {
         const ssize_t length = readlink(file.constData(), next, sizeof next);
         if (length <= 0 || length == static_cast<ssize_t>(sizeof next))
             return file;
+        if (isOpenFile(file))
+            return file;
         const QByteArray named(next, static_cast<int>(length));
         file = named.startsWith('/') ? named : directoryOf(file) + named;
     }
@@ -134,8 +162,7 @@ ktSafeFile::ktSafeFile(const QByteArray& path) : target(targetOf(path)) {
 ktSafeFile::~ktSafeFile() = default;
 
 bool ktSafeFile::fail(const char* what) {
-    const std::string cause = std::generic_category().message(errno);
-    reason = QString("%1: %2").arg(QString::fromLatin1(what), QString::fromLocal8Bit(cause.c_str()));
+    reason = lastError(what);
     temporary.reset();
     return false;
 }
@@ -143,23 +170,15 @@ bool ktSafeFile::fail(const char* what) {
 bool ktSafeFile::write(const void* data, std::size_t size) {
     if (!temporary)
         return false;
-    const char* next = static_cast<const char*>(data);
-    while (size > 0) {
-        const ssize_t written = ::write(temporary->file.number, next, size);
-        if (written < 0 && errno != EINTR)
-            return fail("cannot write");
-        if (written > 0) {
-            next += written;
-            size -= static_cast<std::size_t>(written);
-        }
-    }
-    return true;
+    return writeAll(temporary->file.number, static_cast<const char*>(data), size) || fail("cannot write");
 }
 
 bool ktSafeFile::commit() {
     if (!temporary)
         return false;
-    if (fsync(temporary->file.number) != 0)
+    // Some file systems report a failed write only when a descriptor is closed. Ours keeps the lock until the rename.
+    const int copy = dup(temporary->file.number);
+    if (fsync(temporary->file.number) != 0 || copy < 0 || close(copy) != 0)
         return fail("cannot write to the disk");
     if (rename(temporary->name.constData(), target.constData()) != 0)
         return fail("cannot rename the new file");
@@ -169,6 +188,23 @@ bool ktSafeFile::commit() {
     if (directory.number >= 0)
         fsync(directory.number);
     return true;
+}
+
+bool ktSafeFile::replaceOrSend(const QByteArray& path, const QByteArray& content, QString& why) {
+    const QByteArray target = targetOf(path);
+    struct stat old;
+    if (stat(target.constData(), &old) != 0 || S_ISDIR(old.st_mode) || (S_ISREG(old.st_mode) && !isOpenFile(target)))
+        return replace(path, content, why);
+    const ktDescriptor stream(open(target.constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (stream.number < 0) {
+        why = errno == ENXIO ? QString("no program reads from this pipe") : lastError("cannot be opened");
+        return false;
+    }
+    fcntl(stream.number, F_SETFL, O_APPEND); // from now on, wait for the reader
+    if (writeAll(stream.number, content.constData(), static_cast<std::size_t>(content.size())))
+        return true;
+    why = lastError("cannot write");
+    return false;
 }
 
 bool ktSafeFile::replace(const QByteArray& path, const QByteArray& content, QString& why) {

@@ -37,7 +37,12 @@ public:
 
     /// All of the above for content in memory. False and the reason on failure.
     static bool replace(const QByteArray& path, const QByteArray& content, QString& why);
-    /// Resolves the symbolic links of `path`, whether the file exists or not.
+    /// As replace(), but a target that is no regular file, for example a pipe, a terminal or the null device, gets the
+    /// content as it is. The path of an open file in /dev/fd or /proc gets it at its end. A pipe that no program reads
+    /// is a failure.
+    static bool replaceOrSend(const QByteArray& path, const QByteArray& content, QString& why);
+    /// Resolves the symbolic links of `path`, whether the file exists or not. The path of an open file in
+    /// /dev/fd or /proc stays.
     static QByteArray targetOf(const QByteArray& path);
 
 private:

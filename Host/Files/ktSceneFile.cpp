@@ -3,6 +3,7 @@
 #include "ktSceneFile.h"
 
 #include "ktAssimpImport.h"
+#include "ktDecimalPoint.h"
 #include "ktFileError.h"
 #include "ktGltfScene.h"
 #include "ktGltfStore.h"
@@ -29,10 +30,11 @@ struct ktSceneFile::Data {
 
 namespace {
 
-// Runs `work`. An exception becomes the report's error.
+// Runs `work`, with a decimal point in numbers. An exception becomes the report's error.
 template <class Work>
 bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
     report.errorObject = "file";
+    const ktDecimalPoint point;
     try {
         work();
         report.errorObject.clear();

@@ -53,7 +53,7 @@ std::string ktWritePreview(const osg::NodePtr& root, const std::string& fileName
         if (mustEnd())
             return interrupted;
         QString reason; // stays empty when all is well
-        ktSafeFile::replace(QFile::encodeName(QString::fromStdString(fileName)), picture.data(), reason);
+        ktSafeFile::replaceOrSend(QFile::encodeName(QString::fromStdString(fileName)), picture.data(), reason);
         return reason.toStdString();
     } catch (const std::exception& error) {
         return error.what();

@@ -46,6 +46,23 @@ void checkEndings(const ktBakeOptions& options) {
         throw ktBakeUsageError("--stats", "-", "must be the name of a file; standard output is for --output only");
 }
 
+/// Whether both name one file, whether it exists or not.
+bool isSameFile(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return fs::equivalent(a, b, error) || fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+}
+
+/// The statistics must not replace another file of the bake. The endings tell the others apart.
+void checkStatistics(const ktBakeOptions& options) {
+    const std::pair<const char*, const std::string&> others[] = {{"SCENE", options.scene},
+                                                                 {"--output", options.output},
+                                                                 {"--preview", options.preview},
+                                                                 {"--script", options.script}};
+    for (const auto& [name, file] : others)
+        if (!options.stats.empty() && !file.empty() && isSameFile(options.stats, file))
+            throw ktBakeUsageError("--stats", options.stats, std::string("is the file of ") + name);
+}
+
 /// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
 void checkScript(const CLI::App& app, const ktBakeOptions& options) {
     static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--fit", "--quiet", "--json"};
@@ -102,6 +119,7 @@ void checkTogether(const CLI::App& app, ktBakeOptions& options) {
         const fs::path scene = options.scene;
         options.output = (scene.parent_path() / (scene.stem().string() + "-baked.glb")).string();
     }
+    checkStatistics(options);
 }
 
 void describeProgram(CLI::App& app) {

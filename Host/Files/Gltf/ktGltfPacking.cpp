@@ -11,7 +11,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 namespace {
 
@@ -222,41 +221,4 @@ ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder
         packed.files.push_back({name, bytes.data(), bytes.size()});
     }
     return packed;
-}
-
-std::vector<QString> ktFindOwnBuffers(const QString& path) {
-    std::vector<QString> files;
-    if (!QFileInfo(path).isFile())
-        return files;
-    try {
-        const ktBytes text = ktReadWholeFile(path, "file");
-        const ktJson json = ktParseJson(reinterpret_cast<const char*>(text.data()), text.size());
-        const QRegularExpression pattern('^' + QRegularExpression::escape(QFileInfo(path).completeBaseName()) +
-                                         "-([0-9a-f]{12})\\.bin$");
-        for (std::size_t i = 0; i < ktJsonCount(json, "buffers"); ++i) {
-            const std::string uri = ktJsonText(json["buffers"][i], "uri");
-            const QString name = ktIsDataUri(uri) || uri.empty() ? QString() : ktDecodeAssetUri(uri, "file");
-            const auto match = pattern.match(name);
-            const QString file = QFileInfo(path).absoluteDir().filePath(name);
-            if (!match.hasMatch() || !QFileInfo(file).isFile())
-                continue;
-            const ktBytes bytes = ktReadWholeFile(file, "file");
-            if (ktHashContent(bytes.data(), bytes.size()) == match.captured(1))
-                files.push_back(file);
-        }
-    } catch (const ktFileError&) {
-        // An unreadable file refers to nothing that could be deleted.
-    }
-    return files;
-}
-
-void ktRemoveUnused(const std::vector<QString>& files, const ktJson& json) {
-    for (const QString& file : files) {
-        const std::string uri = ktEncodeAssetUri(QFileInfo(file).fileName());
-        bool used = false;
-        for (std::size_t i = 0; i < ktJsonCount(json, "buffers"); ++i)
-            used = used || ktJsonText(json["buffers"][i], "uri") == uri;
-        if (!used)
-            QFile::remove(file);
-    }
 }

@@ -41,9 +41,3 @@ ktPackedGltf ktPackForGlb(const ktGltfDocument& document, const QString& folder,
 /// resources keep their relative path; they are copied if the folder is another one.
 ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder, const QString& stem,
                            ktFileMessages& messages);
-
-/// Absolute paths of the buffer files of the .gltf file `path` that ktPackForGltf() wrote: their name ends in the hash
-/// of their content. Empty if there are none.
-std::vector<QString> ktFindOwnBuffers(const QString& path);
-/// Deletes those of `files` that `json` no longer refers to.
-void ktRemoveUnused(const std::vector<QString>& files, const ktJson& json);

@@ -2,7 +2,9 @@
 // Writes a document as a .gltf or .glb file.
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktFolderLock.h"
 #include "ktGlbContainer.h"
+#include "ktGltfOwnBuffers.h"
 #include "ktGltfPacking.h"
 #include "ktOutputFile.h"
 
@@ -116,6 +118,8 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
         files.keep();
         return;
     }
+    // Otherwise one writer could delete the buffer that another one is about to name.
+    const ktFolderLock lock(target.absolutePath());
     const std::vector<QString> replaced = ktFindOwnBuffers(path);
     const ktPackedGltf packed = ktPackForGltf(document, target.absolutePath(), target.completeBaseName(), messages);
     FilesBeside files(target.absoluteDir());
@@ -126,5 +130,5 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
     file.write(text.data(), text.size());
     file.commit();
     files.keep();
-    ktRemoveUnused(replaced, packed.json);
+    ktRemoveUnusedBuffers(replaced, packed.json, path);
 }

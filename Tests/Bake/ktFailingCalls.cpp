@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// A library to preload: the call that KT_FAILING_CALL names fails for temporary files of outputs.
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <unistd.h>
+
+namespace {
+
+bool isChosen(const char* call) {
+    const char* const chosen = std::getenv("KT_FAILING_CALL"); // NOLINT(concurrency-mt-unsafe)
+    return chosen && std::strcmp(chosen, call) == 0;
+}
+
+bool mustFail(const char* call, int file) {
+    if (!isChosen(call))
+        return false;
+    char link[64], name[PATH_MAX];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", file);
+    const ssize_t size = readlink(link, name, sizeof name - 1);
+    if (size < 0)
+        return false;
+    name[size] = '\0';
+    return std::strstr(name, ".tmp-") != nullptr;
+}
+
+int fail() {
+    errno = EIO;
+    return -1;
+}
+
+template <class Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+extern "C" {
+
+ssize_t write(int file, const void* data, size_t size) {
+    return mustFail("write", file) ? fail() : next<decltype(write)>("write")(file, data, size);
+}
+
+int fsync(int file) {
+    return mustFail("fsync", file) ? fail() : next<decltype(fsync)>("fsync")(file);
+}
+
+int close(int file) {
+    const bool fails = mustFail("close", file);
+    const int result = next<decltype(close)>("close")(file);
+    return fails ? fail() : result;
+}
+
+int rename(const char* from, const char* to) noexcept {
+    const bool fails = isChosen("rename") && std::strstr(from, ".tmp-");
+    return fails ? fail() : next<decltype(rename)>("rename")(from, to);
+}
+}
