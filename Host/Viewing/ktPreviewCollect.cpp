@@ -4,11 +4,8 @@
 
 #include "ktBakedLight.h"
 #include "ktGeometryInstances.h"
+#include "ktPreviewMaterial.h"
 #include "ktSurfaceColors.h"
-#include "ktTextureSample.h"
-#include "OSGUberMaterial.h"
-#include "OSGUEnvironmentMaterial.h"
-#include "OSGUEnvironmentSwitchMaterial.h"
 #include "OSGUShadowMaterial.h"
 
 #include <algorithm>
@@ -27,8 +24,7 @@ public:
         const osg::GeometryPtr& geometry = instance.geometry;
         const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
         const osg::MaterialPtr material = ktMaterialInEffect(instance.node);
-        if (positions == osg::NullFC || osg::UEnvironmentMaterialPtr::dcast(material) != osg::NullFC ||
-            osg::UEnvironmentSwitchMaterialPtr::dcast(material) != osg::NullFC)
+        if (positions == osg::NullFC || ktIsEnvironment(material))
             return;
         ktPreviewMesh mesh;
         addPositions(mesh, instance, *positions);
@@ -94,34 +90,19 @@ private:
     }
 
     void addSurface(ktPreviewMesh& mesh, const osg::GeometryPtr& geometry, const osg::MaterialPtr& material) {
-        const osg::UberMaterialPtr uber = osg::UberMaterialPtr::dcast(material);
         ktSurfaceColors colors = ktReadSurfaceColors(geometry, material);
         for (std::uint32_t i = 0; i < mesh.positions.size(); ++i)
             mesh.colors.push_back(colors.vertexColor(i));
         mesh.texCoords = std::move(colors.texCoords);
-        mesh.material = materialIndex(material, uber);
+        mesh.material = materialIndex(material);
     }
 
-    std::uint32_t materialIndex(const osg::MaterialPtr& material, const osg::UberMaterialPtr& uber) {
+    std::uint32_t materialIndex(const osg::MaterialPtr& material) {
         const osg::UInt32 id = material == osg::NullFC ? 0 : material.getFieldContainerId();
         const auto [entry, isNew] = materialIndices.emplace(id, static_cast<std::uint32_t>(scene.materials.size()));
         if (!isNew)
             return entry->second;
-        ktPreviewMaterial look;
-        if (uber != osg::NullFC) {
-            look.isDoubleSided = uber->getDoubleSided();
-            look.alphaCutoff = uber->getAlphaCutoff();
-            if (uber->isTransparent())
-                look.alpha = ktPreviewMaterial::Alpha::Blend;
-            else if (uber->getAlphaMode() == osg::UberMaterial::Mask)
-                look.alpha = ktPreviewMaterial::Alpha::Mask;
-            if (uber->getTexture().image)
-                look.texture = [texture = uber->getTexture()](float u, float v) {
-                    return ktSampleTexture(texture, u, v);
-                };
-        } else if (material != osg::NullFC && material->isTransparent())
-            look.alpha = ktPreviewMaterial::Alpha::Blend;
-        scene.materials.push_back(std::move(look));
+        scene.materials.push_back(ktReadPreviewMaterial(material));
         return entry->second;
     }
 };

@@ -4,6 +4,7 @@
 
 #include "ktEventPump.h"
 #include "ktParallel.h"
+#include "ktSrgb.h"
 #include "ktTracer.h"
 #include "ktWorkers.h"
 
@@ -26,17 +27,6 @@ int yOf(int lane) {
 }
 constexpr int maxLayers = 64; // of transparent surfaces and hidden back faces along a ray
 
-float toSrgb(float linear) {
-    linear = std::clamp(linear, 0.0f, 1.0f);
-    return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1 / 2.4f) - 0.055f;
-}
-
-/// A grey on which white and dark parts are visible; lighter towards the top. `height`: 0 (bottom) to 1 (top).
-Color background(float height) {
-    const float grey = 0.12f + 0.16f * height;
-    return {grey, grey, grey};
-}
-
 /// The light and the colour of one layer at a hit.
 struct Layer {
     Color color = {0, 0, 0};
@@ -55,9 +45,9 @@ struct Sample {
 class Renderer {
 public:
     Renderer(const ktPreviewScene& scene_, const ktPreviewCamera& camera_, const ktTracer& tracer_, QImage& image_,
-             float exposure_)
+             float exposure_, const ktPreviewBackground& background_)
         : scene(scene_), camera(camera_), tracer(tracer_), image(image_), bits(image_.bits()),
-          bytesPerLine(image_.bytesPerLine()), exposure(exposure_),
+          bytesPerLine(image_.bytesPerLine()), exposure(exposure_), background(background_),
           centres(static_cast<std::size_t>(image_.width()) * static_cast<std::size_t>(image_.height())) {}
 
     /// Blocks of pixels that one packet covers, from the top.
@@ -91,7 +81,7 @@ public:
             static constexpr float bayer[2][2] = {{-0.375f, 0.125f}, {0.375f, -0.125f}};
             const float dither = isEven && middle.mesh == ktHitPacket::noMesh ? bayer[row % 2][column % 2] : 0.0f;
             const auto byte = [dither](float value) {
-                return static_cast<int>(std::lround(std::clamp(255 * toSrgb(value) + dither, 0.0f, 255.0f)));
+                return static_cast<int>(std::lround(std::clamp(255 * ktToSrgb(value) + dither, 0.0f, 255.0f)));
             };
             pixels[column] = qRgb(byte(color[0]), byte(color[1]), byte(color[2]));
         }
@@ -105,6 +95,7 @@ private:
     uchar* const bits; // stored, because QImage::bits() is not thread-safe
     const int bytesPerLine;
     const float exposure;
+    const ktPreviewBackground background;
     std::vector<Sample> centres; // of the pixels, row by row
 
     Sample& centre(int x, int y) {
@@ -194,7 +185,7 @@ private:
             }
         }
         for (std::uint32_t lane = 0; lane < ktRayPacket::width; ++lane) {
-            const Color behind = background(1 - samples[lane].row / static_cast<float>(image.height()));
+            const Color behind = background.at(1 - samples[lane].row / static_cast<float>(image.height()));
             for (std::size_t i = 0; i < 3; ++i)
                 samples[lane].color[i] += through[lane] * behind[i];
         }
@@ -239,10 +230,23 @@ private:
 
 } // namespace
 
-QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
-                       int height, float exposure, const std::function<bool()>& isInterrupted) {
+std::array<float, 3> ktPreviewBackground::at(float height) const {
+    Color color;
+    for (std::size_t i = 0; i < 3; ++i)
+        color[i] = bottom[i] + (top[i] - bottom[i]) * height;
+    return color;
+}
+
+ktPreviewRenderer::ktPreviewRenderer(const ktPreviewScene& scene_, ktTracer& tracer_)
+    : scene(scene_), tracer(tracer_) {}
+
+ktPreviewRenderer::~ktPreviewRenderer() {
+    tracer.build({}, {});
+}
+
+bool ktPreviewRenderer::build(const std::function<bool()>& isInterrupted) {
     // The tracer may read four bytes after the last position, so append a vertex that no triangle uses.
-    std::vector<std::vector<std::array<float, 3>>> positions;
+    positions.clear();
     std::vector<ktTracerMesh> meshes;
     for (const ktPreviewMesh& mesh : scene.meshes) {
         positions.push_back(mesh.positions);
@@ -254,27 +258,37 @@ QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camer
         traced.triangleCount = static_cast<std::uint32_t>(mesh.indices.size() / 3);
         meshes.push_back(traced);
     }
+    return tracer.build(meshes, [&isInterrupted](float) { return !isInterrupted(); });
+}
+
+QImage ktPreviewRenderer::draw(const ktPreviewCamera& camera, int width, int height, float exposure,
+                               const ktPreviewBackground& background,
+                               const std::function<bool()>& isInterrupted) const {
     QImage image(width, height, QImage::Format_RGB32);
     if (image.isNull())
         throw std::bad_alloc();
-    Renderer renderer(scene, camera, tracer, image, exposure);
-    bool isDrawn = false;
+    Renderer renderer(scene, camera, tracer, image, exposure, background);
+    ktParallel::forRange(static_cast<size_t>(renderer.blockRows()), 1, [&](size_t begin, size_t end) {
+        for (size_t row = begin; row < end && !isInterrupted(); ++row)
+            renderer.traceCentres(static_cast<int>(row));
+    });
+    ktParallel::forRange(static_cast<size_t>(height), 1, [&](size_t begin, size_t end) {
+        for (size_t row = begin; row < end && !isInterrupted(); ++row)
+            renderer.drawRow(static_cast<int>(row));
+    });
+    return isInterrupted() ? QImage() : image;
+}
+
+QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
+                       int height, float exposure, const std::function<bool()>& isInterrupted) {
+    QImage image;
     ktEventPump pump;
     ktWorkers::run(
         [&] {
-            if (!tracer.build(meshes, [&isInterrupted](float) { return !isInterrupted(); }))
-                return;
-            ktParallel::forRange(static_cast<size_t>(renderer.blockRows()), 1, [&](size_t begin, size_t end) {
-                for (size_t row = begin; row < end && !isInterrupted(); ++row)
-                    renderer.traceCentres(static_cast<int>(row));
-            });
-            ktParallel::forRange(static_cast<size_t>(height), 1, [&](size_t begin, size_t end) {
-                for (size_t row = begin; row < end && !isInterrupted(); ++row)
-                    renderer.drawRow(static_cast<int>(row));
-            });
-            tracer.build({}, {});
-            isDrawn = !isInterrupted();
+            ktPreviewRenderer renderer(scene, tracer);
+            if (renderer.build(isInterrupted))
+                image = renderer.draw(camera, width, height, exposure, {}, isInterrupted);
         },
         pump);
-    return isDrawn ? image : QImage();
+    return image;
 }

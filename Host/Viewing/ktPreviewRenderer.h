@@ -9,6 +9,41 @@
 
 class ktTracer;
 
+/// Behind the scene: linear colours, interpolated from the bottom to the top. By default, a grey on which white and
+/// dark parts are visible.
+struct ktPreviewBackground {
+    std::array<float, 3> bottom = {0.12f, 0.12f, 0.12f}, top = {0.28f, 0.28f, 0.28f};
+
+    /// @param height 0 (bottom) to 1 (top)
+    std::array<float, 3> at(float height) const;
+};
+
+/// Draws several pictures of one scene: the tracer's structure is built once. Use it on worker threads (ktWorkers).
+class ktPreviewRenderer {
+public:
+    /// Both must outlive this.
+    ktPreviewRenderer(const ktPreviewScene& scene, ktTracer& tracer);
+    /// Empties the tracer.
+    ~ktPreviewRenderer();
+    ktPreviewRenderer(const ktPreviewRenderer&) = delete;
+    ktPreviewRenderer& operator=(const ktPreviewRenderer&) = delete;
+
+    /// Builds the structure. Colours, light and materials of the scene may change afterwards, positions and triangles
+    /// may not.
+    /// @return false if it could not be built, or if interrupted
+    /// @throws std::bad_alloc if memory runs out
+    bool build(const std::function<bool()>& isInterrupted);
+    /// Draws a picture as ktRenderPreview() does; after build(). Null if interrupted.
+    /// @throws std::bad_alloc if memory runs out
+    QImage draw(const ktPreviewCamera& camera, int width, int height, float exposure,
+                const ktPreviewBackground& background, const std::function<bool()>& isInterrupted) const;
+
+private:
+    const ktPreviewScene& scene;
+    ktTracer& tracer;
+    std::vector<std::vector<std::array<float, 3>>> positions;
+};
+
 /// Draws a baked scene: surface colour times interpolated vertex light, over a neutral background. Sixteen rays per
 /// pixel. Needs no display.
 /// @param tracer  its structure is built here; keeps no data of the scene afterwards

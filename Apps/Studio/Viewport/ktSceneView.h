@@ -19,7 +19,10 @@ class ktSceneView : public QWidget {
     Q_OBJECT
 
 public:
-    explicit ktSceneView(QWidget* parent = nullptr);
+    /// Who draws.
+    enum class Drawing { Automatic, RayTracer };
+
+    explicit ktSceneView(QWidget* parent = nullptr, Drawing drawing = Drawing::Automatic);
     ~ktSceneView() override;
 
     /// Shows the tree below `root`; null shows nothing. Call it again after nodes were added, removed, moved, hidden or
@@ -38,7 +41,7 @@ public:
     void setWireOverlay(bool shown);
     /// Lights surfaces softly from the eye. Off in a new view, because the light is baked.
     void setHeadlight(bool on);
-    /// Factor on the light, above 0; 1 in a new view.
+    /// Factor on what is shown, above 0; 1 in a new view. False colours ignore it.
     void setExposure(double factor);
     /// Shows or hides the ground planes of the scene.
     void setGroundPlaneShown(bool shown);
@@ -74,8 +77,10 @@ public:
     /// @param turn_degrees turns the camera around the scene, counterclockwise seen from above, for a series
     QImage renderPicture(const QSize& size, double turn_degrees = 0);
 
-    /// Whether OpenGL draws; else the ray tracer does. Known after the view was first shown.
+    /// Whether OpenGL draws; else the ray tracer does, without wires, headlight and comparison.
     bool usesOpenGL() const;
+    /// Whether the view shows the present state in full quality.
+    bool isSettled() const;
 
 signals:
     /// A click on a node, or on nothing (null).
@@ -84,6 +89,16 @@ signals:
     void nodesPicked(std::vector<OSG::NodePtr> nodes, Qt::KeyboardModifiers modifiers);
     /// What is under the pointer, or the measured distance, as text for a status bar; empty for nothing.
     void pointerInfoChanged(QString text);
+
+protected:
+    bool event(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void leaveEvent(QEvent* event) override;
 
 private:
     class Private;

@@ -7,18 +7,21 @@
 #include "ktSurfaceColors.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr float leastResult = 1e-6f; // values up to this count as not calculated
 
 /// A result channel with one element per position; null if there is none.
-osg::GeoTexCoords4fPtr resultsOf(const osg::GeoTexCoordsPtr& channel, osg::UInt32 count) {
+const osg::Vec4f* resultsOf(const osg::GeoTexCoordsPtr& channel, osg::UInt32 count) {
     const osg::GeoTexCoords4fPtr results = osg::GeoTexCoords4fPtr::dcast(channel);
-    return results != osg::NullFC && results->getSize() >= count ? results : osg::GeoTexCoords4fPtr(osg::NullFC);
+    return results != osg::NullFC && results->getSize() >= count ? &results->getField()[0] : nullptr;
 }
 
-/// The colour by which the stored indirect light was multiplied.
-osg::Color3f gatheredColor(const osg::NodePtr& node) {
+} // namespace
+
+osg::Color3f ktGatheredColor(const osg::NodePtr& node) {
     const osg::UberMaterialPtr material = osg::UberMaterialPtr::dcast(ktMaterialInEffect(node));
     if (material == osg::NullFC)
         return osg::Color3f(1, 1, 1);
@@ -30,32 +33,32 @@ osg::Color3f gatheredColor(const osg::NodePtr& node) {
     return osg::Color3f(luminance, luminance, luminance);
 }
 
-} // namespace
+ktBakedChannels ktFindBakedChannels(const osg::GeometryPtr& geometry) {
+    ktBakedChannels channels;
+    if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC || geometry->getPositions()->size() == 0)
+        return channels;
+    const osg::UInt32 count = geometry->getPositions()->size();
+    const osg::Vec4f* results = resultsOf(geometry->getTexCoords7(), count);
+    if (!results || std::none_of(results, results + count, [](const osg::Vec4f& v) { return v[3] > leastResult; }))
+        return channels;
+    channels.count = count;
+    channels.results = results;
+    channels.lamps = resultsOf(geometry->getTexCoords5(), count);
+    return channels;
+}
 
 std::vector<std::array<float, 3>> ktReadBakedLight(const osg::NodePtr& node, const osg::GeometryPtr& geometry) {
-    std::vector<std::array<float, 3>> light;
-    if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC)
+    const ktBakedChannels channels = ktFindBakedChannels(geometry);
+    std::vector<std::array<float, 3>> light(channels.count);
+    if (light.empty())
         return light;
-    const osg::UInt32 count = geometry->getPositions()->getSize();
-    const osg::GeoTexCoords4fPtr results = resultsOf(geometry->getTexCoords7(), count);
-    if (results == osg::NullFC)
-        return light;
-    const auto& values = results->getField();
-    const osg::GeoTexCoords4fPtr lamps = resultsOf(geometry->getTexCoords5(), count);
-    const osg::Color3f color = gatheredColor(node);
-
-    bool isCalculated = false;
-    light.resize(count);
-    for (osg::UInt32 vertex = 0; vertex < count; ++vertex) {
-        isCalculated = isCalculated || values[vertex][3] > leastResult;
+    const osg::Color3f color = ktGatheredColor(node);
+    for (osg::UInt32 vertex = 0; vertex < channels.count; ++vertex)
         for (osg::UInt32 i = 0; i < 3; ++i) {
-            const float direct = lamps != osg::NullFC ? lamps->getField()[vertex][i] : values[vertex][3];
+            const float direct = channels.lamps ? channels.lamps[vertex][i] : channels.results[vertex][3];
             // Light that was multiplied by black is lost. A viewer's product is black as well.
-            const float indirect = color[i] > leastResult ? values[vertex][i] / color[i] : 0;
+            const float indirect = color[i] > leastResult ? channels.results[vertex][i] / color[i] : 0;
             light[vertex][i] = direct + indirect;
         }
-    }
-    if (!isCalculated)
-        light.clear();
     return light;
 }

@@ -2,6 +2,8 @@
 // Samples a texture: transforms and wraps coordinates, filters pixels, converts sRGB to linear colour.
 #include "ktTextureSample.h"
 
+#include "ktSrgb.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -12,10 +14,8 @@ using Color = std::array<float, 4>;
 const std::array<float, 256>& linearFromSrgb() {
     static const std::array<float, 256> table = [] {
         std::array<float, 256> values{};
-        for (size_t i = 0; i < values.size(); ++i) {
-            const float value = static_cast<float>(i) / 255;
-            values[i] = value <= 0.04045f ? value / 12.92f : std::pow((value + 0.055f) / 1.055f, 2.4f);
-        }
+        for (size_t i = 0; i < values.size(); ++i)
+            values[i] = ktFromSrgb(static_cast<float>(i) / 255);
         return values;
     }();
     return table;

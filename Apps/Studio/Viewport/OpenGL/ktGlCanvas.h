@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktGlPicture.h"
+#include "ktMovingQuality.h"
+#include "ktViewCanvas.h"
+
+#include <QOpenGLWidget>
+#include <QTimer>
+
+class ktLevelJob;
+
+/// Draws the viewport with OpenGL 3.3. While the view changes, a reduced picture follows at once. When it is at rest,
+/// the full picture is drawn in slices, so that the event loop goes on.
+class ktGlCanvas : public QOpenGLWidget, public ktViewCanvas {
+public:
+    /// What was drawn, for tests and benchmarks.
+    struct Statistics {
+        double movingPicture_ms = 0; ///< of the last picture while moving
+        ktMovingQuality::Quality movingQuality;
+        std::size_t movingTriangles = 0, movingBatches = 0;
+        bool hasLevels = false; ///< coarser triangles are ready
+        ktGlMeshes::Uploaded uploaded;
+    };
+
+    /// Whether this process has OpenGL 3.3. Asks once.
+    static bool isAvailable();
+
+    /// @param state must outlive this
+    explicit ktGlCanvas(const ktViewState& state, QWidget* parent = nullptr);
+    ~ktGlCanvas() override;
+
+    QWidget* widget() override { return this; }
+    void sceneChanged() override;
+    void viewChanged() override;
+    void keepResults() override;
+    QImage render(const QSize& size, const ktViewCamera& camera, const ktViewLook& look) override;
+    bool isSettled() const override { return isStillShown && !isDirty; }
+
+    Statistics statistics() const;
+
+protected:
+    void initializeGL() override;
+    void paintGL() override;
+    void resizeGL(int width, int height) override;
+
+private:
+    struct Display;
+
+    bool ensureContext();
+    void releaseDisplay();
+    ktGlRequest makeRequest(const QSize& pixels, double detail_px) const;
+    QSize pixelSize() const;
+    void drawMoving();
+    void startStill();
+    void drawSlice();
+    void startLevels();
+    void takeLevels();
+    void fail(const char* reason);
+
+    const ktViewState& state;
+    std::unique_ptr<Display> display; // null without a context
+    std::unique_ptr<ktLevelJob> levelJob;
+    std::uint64_t levelStamp = 0; // of the scene that has levels
+    ktMovingQuality quality;
+    Statistics last;
+    QTimer restTimer, sliceTimer;
+    QString failure; // why nothing is drawn; empty if all is well
+    bool isUploaded = false, isDirty = true, isStillRunning = false, isStillShown = false, mustKeepResults = false;
+};

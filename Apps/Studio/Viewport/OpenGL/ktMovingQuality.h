@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstddef>
+
+/// Chooses how much pictures are reduced while the view moves, by the time that they take.
+class ktMovingQuality {
+public:
+    struct Quality {
+        int scale = 1;        ///< the picture has 1 / scale of the pixels in each direction
+        double detail_px = 0; ///< see ktDrawChoice
+        bool isFull() const { return scale == 1 && detail_px <= 0; }
+    };
+
+    /// Starts again for another scene, with a guess.
+    void reset(std::size_t triangles, bool isSoftware);
+    /// Learns the time of a picture that was drawn with now().
+    void learn(double time_ms);
+    Quality now() const;
+
+private:
+    std::size_t step = 0, finest = 0; // finest: steps below took too long
+    int quickPictures = 0;
+};

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktPreviewScene.h"
+#include "ktViewCamera.h"
+#include "OSGUberMaterial.h"
+
+#include <cstdint>
+#include <memory>
+#include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGMatrix.h>
+#include <OpenSG/OSGNode.h>
+#include <unordered_map>
+#include <vector>
+
+/// A geometry as the viewport shows it. The arrays never change, so other threads may read them; a changed geometry
+/// gets new ones.
+struct ktShownGeometry {
+    osg::GeometryRefPtr geometry;
+    std::shared_ptr<const std::vector<float>> positions;         ///< object space; three floats each, and one spare
+    std::shared_ptr<const std::vector<std::uint32_t>> triangles; ///< three positions each
+    ktViewCamera::Box bounds;                                    ///< object space, of the triangles
+    std::uint64_t shape = 0;   ///< another number after the surface, its colours or normals changed
+    std::uint64_t results = 0; ///< another number after a result changed; 0 if it holds no result
+
+    std::uint32_t vertexCount() const { return static_cast<std::uint32_t>(positions->size() / 3); }
+    std::size_t triangleCount() const { return triangles->size() / 3; }
+};
+
+/// How a surface looks, besides its geometry.
+struct ktViewMaterial {
+    ktPreviewMaterial look;                   ///< its texture is for the ray tracer
+    std::array<float, 4> base = {1, 1, 1, 1}; ///< linear colour and alpha
+    bool hasVertexColors = true;              ///< those of the geometry multiply `base`
+    osg::UberMaterialTexture texture;         ///< `image` is null without a texture
+    bool isGroundPlane = false;
+};
+
+/// One use of a geometry.
+struct ktViewUse {
+    osg::NodeRefPtr node;
+    std::uint32_t geometry = 0, material = 0; ///< indices into the scene's lists
+    osg::Matrix toWorld;
+    bool isMirrored = false, isSelected = false;
+    std::array<float, 3> perGathered = {1, 1, 1}; ///< stored indirect light times this arrives at the surface
+    ktViewCamera::Box bounds;                     ///< world space
+};
+
+/// What the viewport shows: a copy of the scene graph's visible geometry. Main thread.
+class ktViewScene {
+public:
+    std::vector<ktShownGeometry> geometries;
+    std::vector<ktViewMaterial> materials;
+    std::vector<ktViewUse> uses; ///< sorted: uses of one geometry with one material are neighbours
+    ktViewCamera::Box bounds;    ///< world space, without ground planes unless there is nothing else
+    ktViewCamera::Box allBounds; ///< world space
+    std::uint64_t stamp = 0;     ///< another number after each read()
+
+    /// Reads the tree again. Keeps the arrays of geometries that did not change. Null empties the scene.
+    void read(const osg::NodePtr& root);
+    /// Reads the same tree again.
+    void readAgain() { read(osg::NodePtr(root)); }
+    /// Reads which results changed, and by which colours stored light is divided.
+    /// @return false if the shape of a geometry changed: call read()
+    bool readResults();
+    /// Marks the uses at and below these nodes.
+    void select(const std::vector<osg::NodePtr>& nodes);
+
+    /// Whether a geometry is shown, or was shown before and still has nodes.
+    bool isKnown(osg::UInt32 geometryId) const { return known.count(geometryId) > 0; }
+    bool hasSelection() const { return selectedCount > 0; }
+    /// World space, of the marked uses.
+    ktViewCamera::Box selectionBounds() const;
+    /// Triangles of all uses.
+    std::size_t triangleCount() const;
+
+private:
+    std::uint32_t materialIndex(const osg::MaterialPtr& material);
+    void addUse(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld);
+
+    osg::NodeRefPtr root;
+    std::vector<osg::NodePtr> selected;
+    std::size_t selectedCount = 0;
+    std::uint64_t lastShape = 0;
+    std::unordered_map<osg::UInt32, std::uint32_t> geometryIndices, materialIndices;             // by container id
+    std::unordered_map<osg::UInt32, std::pair<std::vector<osg::UInt32>, ktShownGeometry>> known; // with its signature
+};

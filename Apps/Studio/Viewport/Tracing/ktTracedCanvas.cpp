@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The widget that the host's ray tracer draws.
+#include "ktTracedCanvas.h"
+
+#include "ktEventPump.h"
+#include "ktPreviewRenderer.h"
+#include "ktTracedLook.h"
+#include "ktTracer.h"
+#include "ktTracerFactory.h"
+#include "ktWorkers.h"
+
+#include <exception>
+#include <QPaintEvent>
+#include <QTimer>
+
+namespace {
+
+constexpr int coarsest = 8; // pixels of the widget per pixel of the first picture, in each direction
+
+ktPreviewCamera cameraOf(const ktViewCamera& camera, const QSize& size, const ktViewScene& scene) {
+    return camera.previewCamera(static_cast<double>(size.width()) / size.height(), scene.allBounds);
+}
+
+float exposureOf(const ktViewLook& look) {
+    return look.mode == ktViewMode::FalseColours ? 1 : look.exposure;
+}
+
+} // namespace
+
+ktTracedCanvas::ktTracedCanvas(const ktViewState& state_, QWidget* parent) : QWidget(parent), state(state_) {
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
+ktTracedCanvas::~ktTracedCanvas() {
+    stop();
+}
+
+void ktTracedCanvas::stop() {
+    isInterrupted = true;
+    workers.reset();
+    isInterrupted = false;
+}
+
+void ktTracedCanvas::sceneChanged() {
+    viewChanged();
+}
+
+void ktTracedCanvas::viewChanged() {
+    isFinest = false;
+    if (isStartDue)
+        return;
+    isStartDue = true; // several changes make one picture
+    QTimer::singleShot(0, this, [this] { start(); });
+}
+
+void ktTracedCanvas::prepare(const ktViewLook& look) {
+    stop();
+    if (!renderer || stamp != state.scene.stamp) {
+        renderer.reset();
+        tracer = ktMakeTracer();
+        traced = ktMakeTracedScene(state.scene);
+        renderer = std::make_unique<ktPreviewRenderer>(traced, *tracer);
+        stamp = state.scene.stamp;
+        isBuilt = false;
+    }
+    ktSetTracedLook(traced, state.scene, look);
+}
+
+// On a worker thread.
+bool ktTracedCanvas::build() {
+    if (!isBuilt)
+        isBuilt = renderer->build([this] { return isInterrupted.load(); });
+    return isBuilt;
+}
+
+void ktTracedCanvas::start() {
+    isStartDue = false;
+    if (width() < 1 || height() < 1)
+        return;
+    try {
+        prepare(state.look);
+        const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
+        const ktPreviewCamera camera = cameraOf(state.camera, pixels, state.scene);
+        workers = std::make_unique<ktWorkers>([this, pixels, camera, look = state.look, mine = ++number] {
+            try {
+                const auto mustEnd = [this] { return isInterrupted.load(); };
+                for (int step = coarsest; build() && step >= 1; step /= 2) {
+                    const QImage image =
+                        renderer->draw(camera, std::max(1, pixels.width() / step), std::max(1, pixels.height() / step),
+                                       exposureOf(look), look.background, mustEnd);
+                    if (image.isNull())
+                        return;
+                    QMetaObject::invokeMethod(
+                        this, [this, image, step, mine] { show(image, step == 1, mine); }, Qt::QueuedConnection);
+                }
+            } catch (const std::exception& error) {
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, reason = QString::fromUtf8(error.what())] {
+                        failure = reason;
+                        update();
+                    },
+                    Qt::QueuedConnection);
+            }
+        });
+    } catch (const std::exception& error) {
+        failure = QString::fromUtf8(error.what());
+        update();
+    }
+}
+
+void ktTracedCanvas::show(const QImage& image, bool finest, unsigned of) {
+    if (of != number)
+        return;
+    picture = image;
+    isFinest = finest && !isStartDue;
+    update();
+}
+
+void ktTracedCanvas::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (picture.isNull())
+        painter.fillRect(rect(), palette().window());
+    else
+        painter.drawImage(rect(), picture);
+    if (!failure.isEmpty())
+        painter.drawText(rect(), Qt::AlignCenter, failure);
+    if (paintOverlay)
+        paintOverlay(painter);
+}
+
+void ktTracedCanvas::resizeEvent(QResizeEvent*) {
+    viewChanged();
+}
+
+QImage ktTracedCanvas::render(const QSize& size, const ktViewCamera& camera, const ktViewLook& look) {
+    QImage image;
+    try {
+        prepare(look);
+        ktEventPump pump;
+        ktWorkers::run(
+            [&] {
+                if (build())
+                    image = renderer->draw(cameraOf(camera, size, state.scene), size.width(), size.height(),
+                                           exposureOf(look), look.background, [] { return false; });
+            },
+            pump);
+    } catch (const std::exception& error) {
+        failure = QString::fromUtf8(error.what());
+        image = QImage();
+    }
+    viewChanged();
+    return image;
+}

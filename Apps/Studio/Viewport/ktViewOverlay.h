@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktViewCanvas.h"
+
+#include <optional>
+#include <QCoreApplication>
+
+/// What is painted over the picture: legend, divider, rectangle, ring, measured distance, a message.
+class ktViewOverlay {
+    Q_DECLARE_TR_FUNCTIONS(ktViewOverlay)
+
+public:
+    using Vector = ktViewCamera::Vector;
+
+    QRect rectangle;       ///< that is being dragged; null for none
+    QString message;       ///< at the lower edge; empty for none
+    double ringRadius = 0; ///< millimetres; 0 for none
+    std::optional<Vector> ringCentre;
+    std::vector<Vector> measured; ///< no, one or two ends of a distance
+    bool hasBoxes = false;        ///< boxes around marked uses
+
+    void paint(QPainter& painter, const QSize& size, const ktViewState& state) const;
+    /// The legend of false colours, at the right edge.
+    static void paintLegend(QPainter& painter, const QSize& size);
+    /// A length with unit: "12.3 mm", "1.23 m".
+    static QString lengthText(double millimetres);
+
+private:
+    void paintRing(QPainter& painter, const QSize& size, const ktViewCamera& camera) const;
+    void paintMeasured(QPainter& painter, const QSize& size, const ktViewCamera& camera) const;
+    void paintBoxes(QPainter& painter, const QSize& size, const ktViewState& state) const;
+};
