@@ -80,9 +80,15 @@ const std::vector<Arrow> arrows = {
     {"Apps/Studio/Document/",
      {"Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Scene/", "Host/Scene/Results/", "Host/Scene/Surfaces/",
       "Host/Files/", "Host/Files/Storage/", "Host/Raytracing/", "Host/Viewing/"}},
+    {"Apps/Studio/Viewport/Scene/", {"Host/Raytracing/Scene/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Viewing/"}},
+    {"Apps/Studio/Viewport/OpenGL/",
+     {"Apps/Studio/Viewport/Scene/", "Host/Raytracing/Threads/", "Host/Scene/Surfaces/"}},
+    {"Apps/Studio/Viewport/Tracing/",
+     {"Apps/Studio/Viewport/Scene/", "Host/Raytracing/", "Host/Raytracing/Scene/", "Host/Raytracing/Threads/",
+      "Host/Raytracing/Tracer/", "Host/Scene/Surfaces/", "Host/Viewing/"}},
     {"Apps/Studio/Viewport/",
-     {"Host/Core/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Raytracing/", "Host/Raytracing/Tracer/",
-      "Host/Raytracing/Threads/", "Host/Viewing/", "Host/Files/Read/"}},
+     {"Apps/Studio/Viewport/Scene/", "Apps/Studio/Viewport/OpenGL/", "Apps/Studio/Viewport/Tracing/",
+      "Host/Files/Read/", "Host/Scene/Surfaces/"}},
     {"Apps/Studio/Panels/Calculation/", {"Apps/Studio/Document/", "Apps/Common/", "AmbientOcclusion/"}},
     {"Apps/Studio/Panels/History/", {"Apps/Studio/Document/"}},
     {"Apps/Studio/Panels/Log/", {"Apps/Studio/Document/"}},
@@ -165,7 +171,8 @@ std::vector<std::string> findIncludeViolations(const std::vector<ktHouseFile>& f
             for (const Library& library : libraries)
                 if (std::regex_match(header, library.header) && !isBelowOne(file, library.allowed))
                     report("files in this folder may not include headers of " + library.name + ": " + header);
-            if (isWindowHeader(header, qtIncludeDir) && !isBelowOne(file, {"Apps/Studio/", "Tests/Studio/"}))
+            if (isWindowHeader(header, qtIncludeDir) &&
+                !isBelowOne(file, {"Apps/Studio/", "Tests/Studio/", "Benchmarks/ktBenchmarkViewport"}))
                 report("files in this folder may not include headers of QtWidgets: " + header);
             if (isQuoted && header.find('/') != std::string::npos)
                 report("include headers by bare name, without a folder: " + header);
