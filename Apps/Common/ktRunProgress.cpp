@@ -22,8 +22,10 @@ std::string formatCount(double count) {
         std::snprintf(text, sizeof text, "%.0f", count);
     else if (count < 999.5e3)
         std::snprintf(text, sizeof text, "%.3g k", count / 1e3);
-    else
+    else if (count < 999.5e6)
         std::snprintf(text, sizeof text, "%.3g M", count / 1e6);
+    else
+        std::snprintf(text, sizeof text, "%.3g G", count / 1e9);
     return text;
 }
 

@@ -30,5 +30,5 @@ private:
 
 /// Minutes and seconds, with hours if needed: "0:07", "12:34", "1:02:03".
 std::string formatDuration(double seconds);
-/// Three significant digits and a unit: "999", "1.23 k", "45.6 M".
+/// Three significant digits and a unit: "999", "1.23 k", "45.6 M", "7.89 G".
 std::string formatCount(double count);

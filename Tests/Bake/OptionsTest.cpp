@@ -251,4 +251,5 @@ TEST(Options, GivenCountsAndTimes_FormatsThemBriefly) {
     EXPECT_EQ(formatCount(1234), "1.23 k");
     EXPECT_EQ(formatCount(999600), "1 M");
     EXPECT_EQ(formatCount(45.6e6), "45.6 M");
+    EXPECT_EQ(formatCount(7.891e9), "7.89 G");
 }

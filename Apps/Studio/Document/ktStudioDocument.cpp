@@ -2,7 +2,7 @@
 // Opens, saves and watches the scene's file, and knows whether something is unsaved.
 #include "ktStudioDocument.h"
 
-#include "ktGeometryInstances.h"
+#include "ktAmbientOcclusionSettings.h"
 #include "ktLengthUnit.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
@@ -12,6 +12,7 @@
 #include "ktSceneFile.h"
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
+#include "ktUndoPause.h"
 #include "ktUndoStack.h"
 
 #include <chrono>
@@ -166,6 +167,7 @@ bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& n
     outputPath.clear();
     readOptions = newOptions;
     diagonal = ktSceneDiagonal(file->getRoot());
+    followScene();
     ktSceneState::setRootNode(file->getRoot());
     ktSceneState::setSelection(getTopNodes());
     watch();
@@ -173,6 +175,33 @@ bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& n
     emit opened();
     emit modifiedChanged(false);
     return true;
+}
+
+// As ktbake does with distances that nobody gave. The panel shows them, so that they are no surprise.
+void ktStudioDocument::followScene() {
+    namespace Settings = ktAmbientOcclusionSettings;
+    const ktUndoPause pause; // a scene begins with an empty undo stack
+    ktSceneDistances distances = ktSceneDistances::read();
+    const auto forget = [](auto& value, auto followedValue, auto initial) {
+        if (value == followedValue)
+            value = initial;
+    };
+    if (followed) {
+        forget(distances.minDistance, followed->minDistance, Settings::MinDistance::initial);
+        forget(distances.maxDistance, followed->maxDistance, Settings::MaxDistance::initial);
+        forget(distances.minEdgeLength, followed->minEdgeLength, Settings::MinEdgeLength::initial);
+    }
+    ktGivenDistances given;
+    given.minDistance = distances.minDistance != Settings::MinDistance::initial;
+    given.maxDistance = distances.maxDistance != Settings::MaxDistance::initial;
+    given.minEdgeLength = distances.minEdgeLength != Settings::MinEdgeLength::initial;
+    const ktSceneDistances before = distances;
+    distances.follow(given, diagonal);
+    distances.apply();
+    followed = distances;
+    const std::string change = distances.describeChange(before, diagonal, true);
+    if (!change.empty())
+        ktLog::info("%s", change.c_str());
 }
 
 bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktSceneDistances.h"
 #include "ktStudioOptions.h"
 
 #include <memory>
 #include <OpenSG/OSGNode.h>
+#include <optional>
 #include <QDateTime>
 #include <QObject>
 #include <QString>
@@ -80,6 +82,7 @@ private:
     void fail(const ktFileReport& report);
     bool letEventsIn(); ///< whether to end reading
     void noteModified();
+    void followScene();
     void watch();
     void checkFile();
 
@@ -92,6 +95,7 @@ private:
     bool reading = false, isReadingCancelled = false;
     unsigned long savedCommand = 0; ///< ktSceneCommand::findNewest() at the last save
     bool wasModified = false;
+    std::optional<ktSceneDistances> followed; ///< distances that followScene() chose
     QFileSystemWatcher* watcher;
     QTimer* settle; ///< a program that writes the file changes it many times
     QDateTime fileTime;

@@ -10,9 +10,11 @@
 #include "ktLog.h"
 #include "ktNodePermission.h"
 #include "ktNodeUtils.h"
+#include "ktResultHint.h"
 #include "ktRunProgress.h"
 #include "ktSceneCommands.h"
 #include "ktScenegraph.h"
+#include "ktSceneLights.h"
 #include "ktStudioDocument.h"
 #include "ktStudioSelection.h"
 #include "ktThreadCount.h"
@@ -124,6 +126,8 @@ bool ktStudioRun::start(bool missingOnly) {
         return refuse(AllLocked);
     if (!(plugin.getMinDistance() < plugin.getMaxDistance()))
         return refuse(WrongDistances);
+    if (!ktFindMissingLight(document.getRoot()).empty())
+        return refuse(NoLight);
     // So that the other nodes keep the settings that they were baked with.
     if (missingOnly && !selection.selectMissing(selected))
         return refuse(NothingMissing);
@@ -187,7 +191,21 @@ bool ktStudioRun::calculate(bool missingOnly) {
                : end.kind == ktRunEnd::Cancelled ? Ending::Cancelled
                                                  : Ending::Failed,
                QString::fromStdString(end.reason), seconds());
+    if (isDone)
+        giveHint();
     return true;
+}
+
+void ktStudioRun::giveHint() {
+    QString hint = QString::fromStdString(ktHintAtResult(selection.get(), document.getDiagonal()));
+    if (hint.isEmpty())
+        return;
+    // The sentence names options of ktbake.
+    hint.replace("--max-distance", tr("maximum distance"));
+    hint.replace("--exposure", tr("exposure"));
+    hint.replace("--ground-plane", tr("A ground plane (File, Reading options)"));
+    ktLog::info("%s", qUtf8Printable(hint));
+    emit hinted(hint);
 }
 
 void ktStudioRun::cancel() {

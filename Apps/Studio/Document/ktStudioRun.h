@@ -31,7 +31,7 @@ class ktStudioRun : public QObject {
     Q_OBJECT
 public:
     /// Why nothing was calculated.
-    enum Refusal { NothingOpen, NothingSelected, AllLocked, WrongDistances, NothingMissing, NoGeometry };
+    enum Refusal { NothingOpen, NothingSelected, AllLocked, WrongDistances, NoLight, NothingMissing, NoGeometry };
     Q_ENUM(Refusal)
     enum class Ending { Done, Cancelled, Failed };
     Q_ENUM(Ending)
@@ -63,11 +63,14 @@ signals:
     void stateChanged();
     void refused(ktStudioRun::Refusal why);
     void ended(ktStudioRun::Ending how, const QString& reason, double seconds);
+    /// A sentence about a result that is nearly all black or white.
+    void hinted(const QString& hint);
 
 private:
     bool refuse(Refusal why);
     bool calculate(bool missingOnly);
     void update();
+    void giveHint();
 
     ktStudioDocument& document;
     ktStudioSelection& selection;

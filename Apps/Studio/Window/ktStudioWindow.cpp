@@ -3,13 +3,16 @@
 #include "ktStudioWindow.h"
 
 #include "ktEmptyPage.h"
+#include "ktHostSignals.h"
 #include "ktMessageBar.h"
 #include "ktReadingPage.h"
 #include "ktRunProgress.h"
+#include "ktSceneView.h"
 #include "ktStudioPreferences.h"
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QDockWidget>
 #include <QFileInfo>
 #include <QMenu>
 #include <QMenuBar>
@@ -19,7 +22,7 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
-ktStudioWindow::ktStudioWindow() : selection(this), run(document, selection, this) {
+ktStudioWindow::ktStudioWindow() {
     setObjectName("ktstudio");
     setAcceptDrops(true);
     resize(1280, 800);
@@ -27,14 +30,25 @@ ktStudioWindow::ktStudioWindow() : selection(this), run(document, selection, thi
     makeFileMenu();
     makeEditMenu();
     makeBakeMenu();
+    makeViewMenu();
+    makeDocks();
+    makeHelpMenu();
     connectServices();
+    connectView();
+    firstState = saveState();
     restoreGeometry(ktStudioPreferences::the().get("window/geometry").toByteArray());
     restoreState(ktStudioPreferences::the().get("window/state").toByteArray());
     showTitle();
     updateActions();
 }
 
-ktStudioWindow::~ktStudioWindow() = default;
+// Panels and pages use the services until they are gone.
+ktStudioWindow::~ktStudioWindow() {
+    ktHostSignals::the().disconnect(this);
+    for (QDockWidget* dock : findChildren<QDockWidget*>())
+        delete dock;
+    delete takeCentralWidget();
+}
 
 void ktStudioWindow::makePages() {
     auto* center = new QWidget(this);
@@ -47,8 +61,9 @@ void ktStudioWindow::makePages() {
     rows->addWidget(pages, 1);
     emptyPage = new ktEmptyPage(pages);
     readingPage = new ktReadingPage(pages);
-    viewport = new QWidget(pages);
-    for (QWidget* page : {static_cast<QWidget*>(emptyPage), static_cast<QWidget*>(readingPage), viewport})
+    view = new ktSceneView(pages);
+    for (QWidget* page :
+         {static_cast<QWidget*>(emptyPage), static_cast<QWidget*>(readingPage), static_cast<QWidget*>(view)})
         pages->addWidget(page);
     setCentralWidget(center);
     connect(emptyPage, &ktEmptyPage::openRequested, this, &ktStudioWindow::chooseFile);
@@ -77,7 +92,7 @@ void ktStudioWindow::connectServices() {
             pages->setCurrentWidget(readingPage);
         } else {
             readingPage->end();
-            pages->setCurrentWidget(document.isOpen() ? viewport : emptyPage);
+            pages->setCurrentWidget(document.isOpen() ? static_cast<QWidget*>(view) : emptyPage);
         }
         updateActions();
     });
@@ -91,19 +106,21 @@ void ktStudioWindow::connectServices() {
             [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason, {}, "file"); });
     connect(&run, &ktStudioRun::runningChanged, this, [this](bool isRunning) {
         updateActions();
+        if (isRunning) {
+            view->keepResultsForComparison();
+            findChild<QDockWidget*>("runDock")->show(); // it has the way out
+        }
         if (!isRunning && closesWhenIdle)
             QTimer::singleShot(0, this, &QWidget::close);
     });
     connect(&run, &ktStudioRun::refused, this, &ktStudioWindow::showRefusal);
     connect(&run, &ktStudioRun::ended, this, &ktStudioWindow::showEnd);
-    connect(&run, &ktStudioRun::stateChanged, this, [this] {
-        const ktStudioRunState& state = run.getState();
-        statusBar()->showMessage(tr("%1: %2 %").arg(state.phase).arg(static_cast<int>(100 * state.share)));
-    });
+    connect(&run, &ktStudioRun::hinted, this,
+            [this](const QString& hint) { messages->show(ktMessageBar::Level::Info, hint, {}, "hint"); });
 }
 
 void ktStudioWindow::showOpened() {
-    pages->setCurrentWidget(viewport);
+    pages->setCurrentWidget(view);
     ktStudioPreferences::the().addRecentFile(document.getPath());
     showTitle();
     updateActions();
@@ -139,6 +156,12 @@ void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {
         messages->show(Level::Warning, tr("The minimum distance must be smaller than the maximum distance."), {},
                        topic);
         break;
+    case ktStudioRun::NoLight:
+        messages->show(
+            Level::Warning,
+            tr("This mode needs a light, and no visible light of the scene shines. Choose the mode classic."), {},
+            topic);
+        break;
     case ktStudioRun::NothingMissing:
         messages->show(Level::Info, tr("Nothing is missing: the selected parts have their results."), {}, topic);
         break;
@@ -151,7 +174,6 @@ void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {
 
 void ktStudioWindow::showEnd(ktStudioRun::Ending how, const QString& reason, double seconds) {
     const QString time = QString::fromStdString(formatDuration(seconds));
-    statusBar()->clearMessage();
     switch (how) {
     case ktStudioRun::Ending::Done:
         messages->show(ktMessageBar::Level::Info, tr("Baked in %1.").arg(time), {}, "run");

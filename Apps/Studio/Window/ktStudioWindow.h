@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktStudioDocument.h"
-#include "ktStudioRun.h"
-#include "ktStudioSelection.h"
+#include "ktStudioServices.h"
 
 #include <functional>
 #include <QKeySequence>
@@ -12,6 +10,9 @@
 class ktEmptyPage;
 class ktMessageBar;
 class ktReadingPage;
+class ktScenePanel;
+class ktSceneView;
+class QActionGroup;
 class QStackedWidget;
 
 /// The main window. Connects the services with menus, panels and the viewport.
@@ -27,6 +28,7 @@ public:
     ktStudioDocument& getDocument() { return document; }
     ktStudioRun& getRun() { return run; }
     ktStudioSelection& getSelection() { return selection; }
+    ktStudioServices& getServices() { return services; }
     ktMessageBar& getMessages() { return *messages; }
 
 protected:
@@ -41,6 +43,10 @@ private:
     void makeFileMenu();
     void makeEditMenu();
     void makeBakeMenu();
+    void makeViewMenu();
+    void makeDocks();
+    void makeHelpMenu();
+    void connectView();
     void connectServices();
 
     void chooseFile();
@@ -56,19 +62,23 @@ private:
     void showTitle();
     /// Enables what may be used now.
     void updateActions();
-    bool isFrozen() const { return run.isRunning() || document.isReading(); }
+    bool isFrozen() const { return services.isFrozen(); }
 
-    ktStudioDocument document;
-    ktStudioSelection selection;
-    ktStudioRun run;
+    ktStudioServices services;
+    ktStudioDocument& document = services.document;
+    ktStudioSelection& selection = services.selection;
+    ktStudioRun& run = services.run;
 
     ktMessageBar* messages = nullptr;
     QStackedWidget* pages = nullptr;
     ktEmptyPage* emptyPage = nullptr;
     ktReadingPage* readingPage = nullptr;
-    QWidget* viewport = nullptr;
+    ktSceneView* view = nullptr;
+    ktScenePanel* scenePanel = nullptr;
     QList<QAction*> needScene; ///< enabled with a scene, while nothing is frozen
     QList<QAction*> needIdle;  ///< enabled while nothing is frozen
     QAction* cancelAction = nullptr;
+    QMenu* dockMenu = nullptr;
+    QByteArray firstState; ///< layout of the docks at the first start
     bool closesWhenIdle = false;
 };

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The menus of the main window.
+#include "ktScenePanel.h"
 #include "ktStudioPreferences.h"
 #include "ktStudioWindow.h"
 #include "ktUndoStack.h"
 
 #include <QAction>
+#include <QDockWidget>
 #include <QFileInfo>
 #include <QMenu>
 #include <QMenuBar>
@@ -61,10 +63,25 @@ void ktStudioWindow::makeEditMenu() {
                            [this] { selection.set(document.getTopNodes()); });
     needScene << addAction(menu, "selectNone", tr("Select &nothing"), QKeySequence("Ctrl+Shift+A"),
                            [this] { selection.clear(); });
+    needScene << addAction(menu, "search", tr("&Find…"), QKeySequence::Find, [this] {
+        findChild<QDockWidget*>("sceneDock")->show();
+        scenePanel->startSearch();
+    });
     needScene << addAction(menu, "selectMissing", tr("Select what is &missing"), QKeySequence("Ctrl+M"), [this] {
         if (!selection.selectMissing(document.getTopNodes()))
             showRefusal(ktStudioRun::NothingMissing);
     });
+    menu->addSeparator();
+    ktStudioEdit& edit = services.edit;
+    needScene << addAction(menu, "hide", tr("&Hide"), QKeySequence("Ctrl+H"),
+                           [this, &edit] { edit.setHidden(selection.get(), true); });
+    needScene << addAction(menu, "show", tr("Sho&w"), {}, [this, &edit] { edit.setHidden(selection.get(), false); });
+    needScene << addAction(menu, "showAll", tr("Show everything"), QKeySequence("Ctrl+Shift+H"),
+                           [&edit] { edit.showAll(); });
+    needScene << addAction(menu, "lock", tr("&Lock"), QKeySequence("Ctrl+L"),
+                           [this, &edit] { edit.setLocked(selection.get(), true); });
+    needScene << addAction(menu, "unlock", tr("Unloc&k"), QKeySequence("Ctrl+Shift+L"),
+                           [this, &edit] { edit.setLocked(selection.get(), false); });
 }
 
 void ktStudioWindow::makeBakeMenu() {

@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Makes the services of the window.
+#include "ktStudioServices.h"
+
+ktStudioServices::ktStudioServices() : run(document, selection), edit(document) {
+    connect(&run, &ktStudioRun::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
+    connect(&document, &ktStudioDocument::readingChanged, this, [this] { emit frozenChanged(isFrozen()); });
+}

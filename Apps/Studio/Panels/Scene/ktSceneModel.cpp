@@ -1,0 +1,221 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Shows the scene graph as a Qt model and fills it as it is opened.
+#include "ktSceneModel.h"
+
+#include "ktStudioServices.h"
+
+#include <algorithm>
+#include <QLocale>
+
+namespace {
+
+constexpr std::size_t fetchedAtOnce = 500;
+
+} // namespace
+
+struct ktSceneModel::Item {
+    osg::NodePtr node;
+    Item* above = nullptr;
+    int row = 0;
+    std::vector<std::unique_ptr<Item>> below; // the first children of the node
+};
+
+ktSceneModel::ktSceneModel(ktStudioServices& services_, QObject* parent)
+    : QAbstractItemModel(parent), services(services_) {
+    connect(&services.document, &ktStudioDocument::opened, this, &ktSceneModel::reset);
+    connect(&services.summaries, &ktNodeSummaries::changed, this, [this] {
+        // A view asks again for what it shows; it does not matter which items are named.
+        if (top && !top->below.empty())
+            emit dataChanged(index(0, 0), index(static_cast<int>(top->below.size()) - 1, ColumnCount - 1));
+    });
+    reset();
+}
+
+ktSceneModel::~ktSceneModel() = default;
+
+void ktSceneModel::reset() {
+    beginResetModel();
+    top.reset();
+    const std::vector<osg::NodePtr> nodes = services.document.getTopNodes();
+    if (!nodes.empty()) {
+        top = std::make_unique<Item>();
+        top->node = nodes.front()->getParent();
+        const std::size_t count = std::min<std::size_t>(nodes.size(), fetchedAtOnce);
+        for (std::size_t row = 0; row < count; ++row) {
+            top->below.push_back(std::make_unique<Item>());
+            *top->below.back() = {nodes[row], top.get(), static_cast<int>(row), {}};
+        }
+    }
+    endResetModel();
+}
+
+ktSceneModel::Item* ktSceneModel::itemOf(const QModelIndex& index) const {
+    return index.isValid() ? static_cast<Item*>(index.internalPointer()) : top.get();
+}
+
+QModelIndex ktSceneModel::indexOf(Item* item) const {
+    return item && item != top.get() ? createIndex(item->row, 0, item) : QModelIndex();
+}
+
+osg::NodePtr ktSceneModel::nodeOf(const QModelIndex& index) const {
+    return index.isValid() ? itemOf(index)->node : osg::NodePtr();
+}
+
+QModelIndex ktSceneModel::indexOf(const osg::NodePtr& node) {
+    std::vector<osg::NodePtr> path; // from the node up
+    for (osg::NodePtr above = node; top && above != top->node; above = above->getParent()) {
+        if (above == osg::NullFC)
+            return {};
+        path.push_back(above);
+    }
+    Item* item = top.get();
+    for (; item && !path.empty(); path.pop_back()) {
+        const osg::Int32 row = item->node->findChild(path.back());
+        if (row < 0)
+            return {};
+        fetch(item, static_cast<std::size_t>(row) + 1);
+        item = item->below[static_cast<std::size_t>(row)].get();
+    }
+    return indexOf(item);
+}
+
+void ktSceneModel::fetch(Item* item, std::size_t count) {
+    const std::size_t first = item->below.size();
+    count = std::min<std::size_t>(count, item->node->getNChildren());
+    if (count <= first)
+        return;
+    beginInsertRows(indexOf(item), static_cast<int>(first), static_cast<int>(count) - 1);
+    for (std::size_t row = first; row < count; ++row) {
+        item->below.push_back(std::make_unique<Item>());
+        *item->below.back() = {item->node->getChild(static_cast<osg::UInt32>(row)), item, static_cast<int>(row), {}};
+    }
+    endInsertRows();
+}
+
+QModelIndex ktSceneModel::index(int row, int column, const QModelIndex& parent) const {
+    const Item* const item = itemOf(parent);
+    if (!item || row < 0 || static_cast<std::size_t>(row) >= item->below.size() || column < 0 || column >= ColumnCount)
+        return {};
+    return createIndex(row, column, item->below[static_cast<std::size_t>(row)].get());
+}
+
+QModelIndex ktSceneModel::parent(const QModelIndex& index) const {
+    return index.isValid() ? indexOf(itemOf(index)->above) : QModelIndex();
+}
+
+int ktSceneModel::rowCount(const QModelIndex& parent) const {
+    const Item* const item = parent.column() > 0 ? nullptr : itemOf(parent);
+    return item ? static_cast<int>(item->below.size()) : 0;
+}
+
+bool ktSceneModel::hasChildren(const QModelIndex& parent) const {
+    const Item* const item = parent.column() > 0 ? nullptr : itemOf(parent);
+    return item && item->node->getNChildren() > 0;
+}
+
+bool ktSceneModel::canFetchMore(const QModelIndex& parent) const {
+    const Item* const item = parent.column() > 0 ? nullptr : itemOf(parent);
+    return item && item->below.size() < item->node->getNChildren();
+}
+
+void ktSceneModel::fetchMore(const QModelIndex& parent) {
+    if (Item* const item = itemOf(parent))
+        fetch(item, item->below.size() + fetchedAtOnce);
+}
+
+QVariant ktSceneModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid())
+        return {};
+    const osg::NodePtr& node = itemOf(index)->node;
+    const ktNodeSummaries::Summary* const sum = services.summaries.find(node);
+    switch (role) {
+    case Qt::DisplayRole:
+        switch (index.column()) {
+        case Name:
+            return ktStudioEdit::nameOf(node);
+        case Results:
+            return !sum                                 ? QString("…")
+                   : sum->geometries == 0               ? QString()
+                   : sum->withResults == 0              ? tr("missing")
+                   : sum->withResults < sum->geometries ? tr("%1 of %2").arg(sum->withResults).arg(sum->geometries)
+                                                        : tr("yes");
+        case Settings:
+            return ktStudioEdit::hasSettings(node) ? tr("yes") : QString();
+        case Triangles:
+            return sum ? QLocale().toString(static_cast<qulonglong>(sum->triangles)) : QString("…");
+        default:
+            return {};
+        }
+    case Qt::CheckStateRole:
+        if (index.column() == Shown)
+            return ktStudioEdit::isHidden(node) ? Qt::Unchecked : Qt::Checked;
+        if (index.column() == Locked)
+            return ktStudioEdit::isLocked(node) ? Qt::Checked : Qt::Unchecked;
+        return {};
+    case Qt::TextAlignmentRole:
+        return index.column() == Triangles ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
+    case Qt::ToolTipRole:
+        return index.column() == Name ? ktStudioEdit::nameOf(node)
+                                      : headerData(index.column(), Qt::Horizontal, Qt::ToolTipRole);
+    default:
+        return {};
+    }
+}
+
+QVariant ktSceneModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal)
+        return {};
+    if (role == Qt::DisplayRole)
+        switch (section) {
+        case Name:
+            return tr("Name");
+        case Shown:
+            return tr("Shown");
+        case Locked:
+            return tr("Locked");
+        case Results:
+            return tr("Results");
+        case Settings:
+            return tr("Settings");
+        case Triangles:
+            return tr("Triangles");
+        default:
+            return {};
+        }
+    if (role == Qt::ToolTipRole)
+        switch (section) {
+        case Shown:
+            return tr("Hidden parts occlude nothing and get no results");
+        case Locked:
+            return tr("Results of locked parts do not change");
+        case Results:
+            return tr("Whether the surfaces at and below this node have results");
+        case Settings:
+            return tr("Whether the node keeps the settings of its last bake");
+        default:
+            return {};
+        }
+    return {};
+}
+
+Qt::ItemFlags ktSceneModel::flags(const QModelIndex& index) const {
+    Qt::ItemFlags flags = QAbstractItemModel::flags(index);
+    if (index.column() == Shown || index.column() == Locked)
+        flags |= Qt::ItemIsUserCheckable;
+    return flags;
+}
+
+bool ktSceneModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (!index.isValid() || role != Qt::CheckStateRole || services.isFrozen())
+        return false;
+    const bool isChecked = value.toInt() == Qt::Checked;
+    const osg::NodePtr node = itemOf(index)->node;
+    if (index.column() == Shown)
+        services.edit.setHidden({node}, !isChecked);
+    else if (index.column() == Locked)
+        services.edit.setLocked({node}, isChecked);
+    else
+        return false;
+    emit dataChanged(index, index);
+    return true;
+}

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Search field, tree and context menu of the scene.
+#include "ktScenePanel.h"
+
+#include "ktSceneModel.h"
+#include "ktStudioServices.h"
+
+#include <algorithm>
+#include <QHeaderView>
+#include <QItemSelection>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
+    : QWidget(parent), services(services_), model(new ktSceneModel(services_, this)), text(new QLineEdit(this)),
+      found(new QLabel(this)), tree(new QTreeView(this)) {
+    text->setObjectName("sceneSearch");
+    text->setPlaceholderText(tr("Select by name or path: wheel, body/door*"));
+    text->setToolTip(
+        tr("Enter selects all nodes of this name, else those of a path with the wildcards *, ? and [...]"));
+    text->setClearButtonEnabled(true);
+    found->setVisible(false);
+    tree->setObjectName("sceneTree");
+    tree->setAccessibleName(tr("Scene"));
+    tree->setModel(model);
+    tree->setUniformRowHeights(true);
+    tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    tree->setContextMenuPolicy(Qt::CustomContextMenu);
+    tree->header()->setStretchLastSection(false);
+    tree->header()->setSectionResizeMode(ktSceneModel::Name, QHeaderView::Stretch);
+    for (int column = ktSceneModel::Shown; column < ktSceneModel::ColumnCount; ++column)
+        tree->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+
+    auto* rows = new QVBoxLayout(this);
+    rows->setContentsMargins(4, 4, 4, 4);
+    rows->addWidget(text);
+    rows->addWidget(found);
+    rows->addWidget(tree, 1);
+
+    connect(text, &QLineEdit::returnPressed, this, &ktScenePanel::search);
+    connect(text, &QLineEdit::textEdited, found, &QWidget::hide);
+    connect(tree->selectionModel(), &QItemSelectionModel::selectionChanged, this, &ktScenePanel::takeSelection);
+    connect(tree, &QTreeView::customContextMenuRequested, this, &ktScenePanel::showMenu);
+    connect(&services.selection, &ktStudioSelection::changed, this, &ktScenePanel::showSelection);
+    connect(model, &QAbstractItemModel::modelReset, this, [this] {
+        if (model->rowCount() == 1)
+            tree->expand(model->index(0, 0));
+        showSelection();
+    });
+    // The tree can be looked at during a run, but not changed.
+    connect(&services, &ktStudioServices::frozenChanged, this, [this](bool isFrozen) {
+        text->setDisabled(isFrozen);
+        tree->setSelectionMode(isFrozen ? QAbstractItemView::NoSelection : QAbstractItemView::ExtendedSelection);
+    });
+}
+
+void ktScenePanel::startSearch() {
+    text->setFocus();
+    text->selectAll();
+}
+
+void ktScenePanel::search() {
+    if (text->text().isEmpty())
+        return;
+    const int count = services.selection.selectByText(text->text());
+    found->setText(count == 0 ? tr("Nothing is called so.") : tr("%n selected", "", count));
+    found->setVisible(true);
+}
+
+void ktScenePanel::showSelection() {
+    if (isShowing)
+        return;
+    isShowing = true;
+    QItemSelection items;
+    QModelIndex first, last; // of the range under way
+    const auto endRange = [&] {
+        if (first.isValid())
+            items.select(first, last.siblingAtColumn(ktSceneModel::ColumnCount - 1));
+        first = last = {};
+    };
+    QModelIndex shown;
+    for (const osg::NodePtr& node : services.selection.get()) {
+        const QModelIndex index = model->indexOf(node);
+        if (!index.isValid())
+            continue;
+        if (!shown.isValid())
+            shown = index;
+        if (!first.isValid() || last.parent() != index.parent() || last.row() + 1 != index.row()) {
+            endRange();
+            first = index;
+        }
+        last = index;
+    }
+    endRange();
+    tree->selectionModel()->select(items, QItemSelectionModel::ClearAndSelect);
+    if (shown.isValid())
+        tree->scrollTo(shown);
+    isShowing = false;
+}
+
+void ktScenePanel::takeSelection() {
+    if (isShowing || services.isFrozen())
+        return;
+    isShowing = true;
+    std::vector<osg::NodePtr> nodes;
+    for (const QModelIndex& index : tree->selectionModel()->selectedRows())
+        nodes.push_back(model->nodeOf(index));
+    services.selection.set(nodes);
+    isShowing = false;
+}
+
+void ktScenePanel::showMenu(const QPoint& at) {
+    const std::vector<osg::NodePtr> nodes = services.selection.get();
+    if (nodes.empty() || services.isFrozen())
+        return;
+    QMenu menu;
+    menu.addAction(tr("Bake"), this, [this] { services.run.start(false); });
+    menu.addAction(tr("Bake what is missing"), this, [this] { services.run.start(true); });
+    menu.addAction(tr("Select what is missing below"), this,
+                   [this, nodes] { services.selection.selectMissing(nodes); });
+    menu.addSeparator();
+    menu.addAction(tr("Hide"), this, [this, nodes] { services.edit.setHidden(nodes, true); });
+    menu.addAction(tr("Show"), this, [this, nodes] { services.edit.setHidden(nodes, false); });
+    menu.addAction(tr("Lock"), this, [this, nodes] { services.edit.setLocked(nodes, true); });
+    menu.addAction(tr("Unlock"), this, [this, nodes] { services.edit.setLocked(nodes, false); });
+    menu.addSeparator();
+    menu.addAction(tr("Expand to the selection"), this, [this, nodes] {
+        for (const osg::NodePtr& node : nodes)
+            for (QModelIndex index = model->indexOf(node).parent(); index.isValid(); index = index.parent())
+                tree->expand(index);
+    });
+    menu.exec(tree->viewport()->mapToGlobal(at));
+}

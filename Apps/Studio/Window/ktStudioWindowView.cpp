@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The menu of the viewport, and its connections with the services.
+#include "ktHostSignals.h"
+#include "ktSceneView.h"
+#include "ktStudioPreferences.h"
+#include "ktStudioWindow.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QToolBar>
+
+void ktStudioWindow::makeViewMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&View"));
+    auto* bar = addToolBar(tr("View"));
+    bar->setObjectName("viewToolBar");
+    // Choices of a value, one of which holds.
+    const auto addChoices = [this](QMenu* to, const auto& choices, auto current, const auto& choose) {
+        auto* group = new QActionGroup(this);
+        for (const auto& [name, text, keys, value] : choices) {
+            QAction* action = addAction(to, name, text, QKeySequence(keys), [choose, value = value] { choose(value); });
+            action->setCheckable(true);
+            action->setChecked(value == current);
+            group->addAction(action);
+        }
+        return group;
+    };
+    const auto addSwitch = [this](QMenu* to, const char* name, const QString& text, const char* keys, bool isOn,
+                                  const std::function<void(bool)>& act) {
+        QAction* action = addAction(to, name, text, QKeySequence(keys), [] {});
+        action->setCheckable(true);
+        action->setChecked(isOn);
+        connect(action, &QAction::toggled, this, act);
+        return action;
+    };
+    struct Mode {
+        const char* name;
+        QString text;
+        const char* keys;
+        ktViewMode value;
+    };
+    const Mode modes[] = {
+        {"viewBaked", tr("&Baked"), "1", ktViewMode::Baked},
+        {"viewOcclusion", tr("&Occlusion alone"), "2", ktViewMode::Occlusion},
+        {"viewIndirect", tr("&Indirect light alone"), "3", ktViewMode::IndirectLight},
+        {"viewLight", tr("Baked &light"), "4", ktViewMode::BakedLight},
+        {"viewColours", tr("Surface &colours"), "5", ktViewMode::SurfaceColours},
+        {"viewFalse", tr("&False colours"), "6", ktViewMode::FalseColours},
+    };
+    const QActionGroup* group =
+        addChoices(menu, modes, ktViewMode::Baked, [this](ktViewMode mode) { view->setViewMode(mode); });
+    bar->addActions(group->actions());
+    menu->addSeparator();
+    addSwitch(menu, "wire", tr("&Edges"), "W", false, [this](bool on) { view->setWireOverlay(on); });
+    addSwitch(menu, "headlight", tr("&Headlight"), "L", false, [this](bool on) { view->setHeadlight(on); });
+    addSwitch(menu, "groundPlane", tr("&Ground plane"), "G", true, [this](bool on) { view->setGroundPlaneShown(on); });
+    struct Comparison {
+        const char* name;
+        QString text;
+        const char* keys;
+        ktComparison value;
+    };
+    const Comparison comparisons[] = {
+        {"compareNone", tr("&Nothing"), "", ktComparison::None},
+        {"compareLight", tr("With the scene without &light"), "C", ktComparison::WithoutLight},
+        {"compareEarlier", tr("With the results before the last &bake"), "Shift+C", ktComparison::EarlierResults},
+    };
+    addChoices(menu->addMenu(tr("Co&mpare")), comparisons, ktComparison::None,
+               [this](ktComparison comparison) { view->setComparison(comparison); });
+    addSwitch(menu, "measure", tr("&Measure a distance"), "M", false, [this](bool on) { view->setMeasuring(on); });
+    menu->addSeparator();
+    QAction* all =
+        addAction(menu, "frameAll", tr("Frame &everything"), QKeySequence("A"), [this] { view->frameAll(); });
+    addAction(menu, "frameSelection", tr("Frame the &selection"), QKeySequence("F"),
+              [this] { view->frameSelection(); });
+    bar->addSeparator();
+    bar->addAction(all);
+    QMenu* sides = menu->addMenu(tr("Look from"));
+    struct Side {
+        const char* name;
+        QString text;
+        const char* keys;
+        ktStandardView value;
+    };
+    const Side views[] = {
+        {"viewFront", tr("&Front"), "Ctrl+1", ktStandardView::Front},
+        {"viewBack", tr("&Back"), "Ctrl+2", ktStandardView::Back},
+        {"viewLeft", tr("&Left"), "Ctrl+3", ktStandardView::Left},
+        {"viewRight", tr("&Right"), "Ctrl+4", ktStandardView::Right},
+        {"viewTop", tr("&Top"), "Ctrl+5", ktStandardView::Top},
+        {"viewBottom", tr("B&ottom"), "Ctrl+6", ktStandardView::Bottom},
+    };
+    for (const Side& side : views)
+        addAction(sides, side.name, side.text, QKeySequence(side.keys),
+                  [this, value = side.value] { view->setStandardView(value); });
+    addSwitch(menu, "parallel", tr("&Parallel projection"), "P", false,
+              [this](bool on) { view->setParallelProjection(on); });
+    addSwitch(menu, "turntable", tr("&Turntable"), "T", false, [this](bool on) { view->setTurntable(on); });
+    struct Mouse {
+        const char* name;
+        QString text;
+        const char* keys;
+        ktMouseStyle value;
+    };
+    const Mouse mice[] = {
+        {"mouseMeshLab", tr("As in &MeshLab"), "", ktMouseStyle::MeshLab},
+        {"mouseBlender", tr("As in &Blender"), "", ktMouseStyle::Blender},
+    };
+    const char* const mouseKey = "view/mouse";
+    const auto mouse = ktMouseStyle(ktStudioPreferences::the().get(mouseKey, int(ktMouseStyle::MeshLab)).toInt());
+    addChoices(menu->addMenu(tr("M&ouse")), mice, mouse, [this, mouseKey](ktMouseStyle style) {
+        view->setMouseStyle(style);
+        ktStudioPreferences::the().set(mouseKey, int(style));
+    });
+    view->setMouseStyle(mouse);
+    menu->addSeparator();
+    dockMenu = menu->addMenu(tr("&Panels"));
+}
+
+void ktStudioWindow::connectView() {
+    auto* info = new QLabel(this);
+    statusBar()->addWidget(info, 1);
+    connect(view, &ktSceneView::pointerInfoChanged, info, &QLabel::setText);
+    connect(view, &ktSceneView::nodePicked, this, [this](const OSG::NodePtr& node, Qt::KeyboardModifiers modifiers) {
+        const bool adds = (modifiers & Qt::ControlModifier) != 0;
+        if (node == OSG::NullFC) {
+            if (!adds)
+                selection.clear();
+        } else if (adds)
+            selection.toggle({node});
+        else
+            selection.set({node});
+    });
+    connect(view, &ktSceneView::nodesPicked, this,
+            [this](const std::vector<OSG::NodePtr>& nodes, Qt::KeyboardModifiers modifiers) {
+                if (modifiers & Qt::ControlModifier)
+                    selection.toggle(nodes);
+                else
+                    selection.set(nodes);
+            });
+    connect(&selection, &ktStudioSelection::changed, view, [this] { view->setSelection(selection.get()); });
+    connect(&document, &ktStudioDocument::optionsChanged, view,
+            [this] { view->setExposure(document.getOptions().exposure); });
+    // The old scene still exists when another one is opened.
+    const auto show = [this] {
+        view->setScene(document.getRoot());
+        view->updateResults();
+    };
+    connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, show);
+    connect(&document, &ktStudioDocument::opened, this, [this] {
+        view->setSelection(selection.get());
+        view->frameAll();
+    });
+}
