@@ -39,6 +39,7 @@ ktEmptyPage::ktEmptyPage(QWidget* parent) : QWidget(parent) {
     auto* center = new QVBoxLayout(this);
     center->addStretch(1);
     auto* box = new QWidget(this);
+    box->setMinimumWidth(420);
     box->setMaximumWidth(560);
     center->addWidget(box, 0, Qt::AlignHCenter);
     center->addStretch(2);

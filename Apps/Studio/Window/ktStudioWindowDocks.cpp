@@ -4,6 +4,7 @@
 #include "ktCalculationPanel.h"
 #include "ktHistoryPanel.h"
 #include "ktLogPanel.h"
+#include "ktOptionPanel.h"
 #include "ktRunPanel.h"
 #include "ktScenePanel.h"
 #include "ktSceneView.h"
@@ -48,16 +49,23 @@ void ktStudioWindow::makeDocks() {
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     scenePanel = new ktScenePanel(services);
     QDockWidget* scene = addDock("sceneDock", tr("Scene"), Qt::LeftDockWidgetArea, scenePanel);
-    addDock("runDock", tr("Bake"), Qt::RightDockWidgetArea, scrolling(new ktRunPanel(services)));
+    auto* runPanel = new ktRunPanel(services);
+    runPanel->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
+    QDockWidget* bake = addDock("runDock", tr("Bake"), Qt::RightDockWidgetArea, runPanel);
     auto* calculation = new ktCalculationPanel(services);
     connect(calculation, &ktCalculationPanel::radiusChanged, view, &ktSceneView::showRadiusRing);
-    addDock("calculationDock", tr("Calculation"), Qt::RightDockWidgetArea, scrolling(calculation));
+    QDockWidget* settings =
+        addDock("calculationDock", tr("Calculation"), Qt::RightDockWidgetArea, scrolling(calculation));
+    QDockWidget* options =
+        addDock("optionDock", tr("Options"), Qt::RightDockWidgetArea, scrolling(new ktOptionPanel(services)));
+    tabifyDockWidget(settings, options);
+    settings->raise();
     QDockWidget* log = addDock("logDock", tr("Log"), Qt::BottomDockWidgetArea, new ktLogPanel(services));
     QDockWidget* history =
         addDock("historyDock", tr("History"), Qt::BottomDockWidgetArea, new ktHistoryPanel(services));
     tabifyDockWidget(log, history);
     log->raise();
-    resizeDocks({scene}, {330}, Qt::Horizontal);
+    resizeDocks({scene, bake}, {350, 340}, Qt::Horizontal);
     resizeDocks({log}, {130}, Qt::Vertical);
     dockMenu->addSeparator();
     addAction(dockMenu, "resetLayout", tr("&Restore the layout"), {}, [this] { restoreState(firstState); });

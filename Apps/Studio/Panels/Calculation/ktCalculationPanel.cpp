@@ -33,6 +33,8 @@ QString translated(const QString& text) {
 /// The option's name as words: "Shadow quality".
 template <class Row>
 QString labelOf(Row row) {
+    if (std::is_same_v<Row, Settings::OverrideMaterialColor>) // "override" alone says too little
+        return translated("Override colors");
     QString text = QString(row.names.option).replace('-', ' ');
     text[0] = text[0].toUpper();
     return translated(text);

@@ -69,6 +69,7 @@ ktNumberEditor::ktNumberEditor(const Range& range_, const QString& name, const Q
     field->setDecimals(range.decimals);
     field->setRange(range.least, range.most);
     field->setSuffix(range.unit.isEmpty() ? QString() : " " + range.unit);
+    field->setMaximumWidth(field->fontMetrics().horizontalAdvance("00000.000 mm") + 30);
     field->setKeyboardTracking(false);
     if (!isWhole)
         field->setStepType(QAbstractSpinBox::AdaptiveDecimalStepType);

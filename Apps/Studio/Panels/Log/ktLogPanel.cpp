@@ -34,7 +34,7 @@ public:
         const QStyle::StandardPixmap icons[] = {QStyle::SP_MessageBoxCritical, QStyle::SP_MessageBoxWarning,
                                                 QStyle::SP_MessageBoxInformation};
         const int level = std::clamp(index.data(ktStudioLog::Level).toInt(), 0, 2);
-        return QApplication::style()->standardIcon(icons[level]);
+        return QApplication::style()->standardIcon(icons[level]).pixmap(16);
     }
 
 protected:
@@ -56,6 +56,8 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     list->setModel(filter);
     list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list->setUniformItemSizes(true);
+    const int size = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    list->setIconSize({size, size});
     list->setAccessibleName(tr("Log"));
     list->setToolTip(tr("A click selects the part that a line names in quotes."));
 

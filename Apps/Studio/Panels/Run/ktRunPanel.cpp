@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Buttons, progress and options of runs.
+// Buttons and progress of runs.
 #include "ktRunPanel.h"
 
 #include "ktRunProgress.h"
 #include "ktStudioServices.h"
 #include "ktUndoStack.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDoubleSpinBox>
-#include <QFormLayout>
-#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSpinBox>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -37,7 +31,6 @@ ktRunPanel::ktRunPanel(ktStudioServices& services_, QWidget* parent)
     startMissing->setObjectName("bakeMissingButton");
     startMissing->setToolTip(tr("Calculate only selected parts without results; the others keep theirs"));
     cancel->setObjectName("cancelButton");
-    cancel->setEnabled(false);
     QFont strong = start->font();
     strong.setBold(true);
     start->setFont(strong);
@@ -57,7 +50,6 @@ ktRunPanel::ktRunPanel(ktStudioServices& services_, QWidget* parent)
     rows->addWidget(phase);
     rows->addWidget(bar);
     rows->addWidget(figures);
-    rows->addWidget(makeOptions());
     rows->addStretch();
 
     connect(start, &QPushButton::clicked, this, [this] { services.run.start(false); });
@@ -66,12 +58,9 @@ ktRunPanel::ktRunPanel(ktStudioServices& services_, QWidget* parent)
     connect(&services, &ktStudioServices::frozenChanged, this, [this](bool isFrozen) {
         start->setEnabled(!isFrozen);
         startMissing->setEnabled(!isFrozen);
-        optionBox->setEnabled(!isFrozen);
-        cancel->setEnabled(services.run.isRunning());
         showState();
     });
     connect(&services.run, &ktStudioRun::stateChanged, this, &ktRunPanel::showState);
-    connect(&services.document, &ktStudioDocument::optionsChanged, this, &ktRunPanel::showOptions);
     settle->setSingleShot(true);
     settle->setInterval(200);
     connect(settle, &QTimer::timeout, this, &ktRunPanel::showEstimate);
@@ -80,83 +69,15 @@ ktRunPanel::ktRunPanel(ktStudioServices& services_, QWidget* parent)
     connect(&services.document.undoStack(), &QUndoStack::indexChanged, this, later);
     connect(&services.document, &ktStudioDocument::opened, this, later);
     connect(&services.run, &ktStudioRun::ended, this, later);
-    showOptions();
     showState();
     showEstimate();
 }
 
-QWidget* ktRunPanel::makeOptions() {
-    optionBox = new QGroupBox(tr("Options"), this);
-    auto* form = new QFormLayout(optionBox);
-    fit = new QComboBox(optionBox);
-    fit->setObjectName("fit");
-    fit->addItems({tr("At the vertices"), tr("Fitted to the surface")});
-    fit->setToolTip(tr("Light at the vertices, or the vertex values whose interpolation shows the faces best"));
-    form->addRow(tr("Light"), fit);
-    tracer = new QComboBox(optionBox);
-    tracer->setObjectName("tracer");
-    tracer->addItems({tr("Embree"), tr("Hemisphere tracer")});
-    tracer->setToolTip(tr("What follows the rays; the results are the same, to rounding"));
-    form->addRow(tr("Tracer"), tracer);
-    threads = new QSpinBox(optionBox);
-    threads->setObjectName("threads");
-    threads->setRange(0, 1024);
-    threads->setSpecialValueText(tr("One a core"));
-    threads->setKeyboardTracking(false);
-    form->addRow(tr("Threads"), threads);
-    shade = new QCheckBox(tr("Multiply light into the saved colours"), optionBox);
-    shade->setObjectName("shade");
-    shade->setToolTip(tr("Every viewer then shows the light. Without it, the file has the exact results alone."));
-    form->addRow(shade);
-    exposure = new QDoubleSpinBox(optionBox);
-    exposure->setObjectName("exposure");
-    exposure->setRange(0.01, 100);
-    exposure->setDecimals(2);
-    exposure->setSingleStep(0.1);
-    exposure->setKeyboardTracking(false);
-    exposure->setToolTip(tr("Scale of the light in the saved colours and in pictures"));
-    form->addRow(tr("Exposure"), exposure);
-
-    connect(fit, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
-        change(tr("Light: %1").arg(fit->itemText(index)), [index](ktStudioOptions& options) {
-            options.fit = index == 0 ? ktFitMode::Vertices : ktFitMode::Surface;
-        });
-    });
-    connect(tracer, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
-        change(tr("Tracer: %1").arg(tracer->itemText(index)), [index](ktStudioOptions& options) {
-            options.tracer = index == 0 ? ktTracerKind::Embree : ktTracerKind::Hemisphere;
-        });
-    });
-    connect(threads, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int count) {
-        change(tr("Threads"), [count](ktStudioOptions& options) { options.threads = count; });
-    });
-    connect(shade, &QCheckBox::toggled, this, [this](bool on) {
-        change(tr("Multiply light into the saved colours"),
-               [on](ktStudioOptions& options) { options.multiplyColors = on; });
-    });
-    connect(exposure, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, [this](double factor) {
-        change(tr("Exposure"), [factor](ktStudioOptions& options) { options.exposure = factor; });
-    });
-    return optionBox;
-}
-
-void ktRunPanel::change(const QString& text, const std::function<void(ktStudioOptions&)>& set) {
-    ktStudioOptions options = services.document.getOptions();
-    set(options);
-    services.document.setOptions(options, text);
-}
-
-void ktRunPanel::showOptions() {
-    const ktStudioOptions& options = services.document.getOptions();
-    fit->setCurrentIndex(options.fit == ktFitMode::Vertices ? 0 : 1);
-    tracer->setCurrentIndex(options.tracer == ktTracerKind::Embree ? 0 : 1);
-    threads->setValue(options.threads);
-    shade->setChecked(options.multiplyColors);
-    exposure->setValue(options.exposure);
-}
-
 void ktRunPanel::showState() {
     const bool isRunning = services.run.isRunning();
+    start->setVisible(!isRunning);
+    startMissing->setVisible(!isRunning);
+    cancel->setVisible(isRunning);
     bar->setVisible(isRunning);
     phase->setVisible(isRunning);
     figures->setVisible(isRunning);

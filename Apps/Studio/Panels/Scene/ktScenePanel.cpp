@@ -30,9 +30,10 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     tree->setContextMenuPolicy(Qt::CustomContextMenu);
     tree->header()->setStretchLastSection(false);
-    tree->header()->setSectionResizeMode(ktSceneModel::Name, QHeaderView::Stretch);
+    tree->setColumnWidth(ktSceneModel::Name, 150);
     for (int column = ktSceneModel::Shown; column < ktSceneModel::ColumnCount; ++column)
         tree->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+    tree->header()->setMinimumSectionSize(24);
 
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(4, 4, 4, 4);

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Widgets for the options of runs and of the saved file.
+#include "ktOptionPanel.h"
+
+#include "ktStudioServices.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QFormLayout>
+#include <QSpinBox>
+
+ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
+    : QWidget(parent), services(services_), fit(new QComboBox(this)), tracer(new QComboBox(this)),
+      threads(new QSpinBox(this)), shade(new QCheckBox(tr("Multiply light into the saved colours"), this)),
+      exposure(new QDoubleSpinBox(this)) {
+    auto* form = new QFormLayout(this);
+    fit->setObjectName("fit");
+    fit->addItems({tr("At the vertices"), tr("Fitted to the surface")});
+    fit->setToolTip(tr("Light at the vertices, or the vertex values whose interpolation shows the faces best"));
+    form->addRow(tr("Light"), fit);
+    tracer->setObjectName("tracer");
+    tracer->addItems({tr("Embree"), tr("Hemisphere tracer")});
+    tracer->setToolTip(tr("What follows the rays; the results are the same, to rounding"));
+    form->addRow(tr("Tracer"), tracer);
+    threads->setObjectName("threads");
+    threads->setRange(0, 1024);
+    threads->setSpecialValueText(tr("One a core"));
+    threads->setKeyboardTracking(false);
+    form->addRow(tr("Threads"), threads);
+    shade->setObjectName("shade");
+    shade->setToolTip(tr("Every viewer then shows the light. Without it, the file has the exact results alone."));
+    form->addRow(shade);
+    exposure->setObjectName("exposure");
+    exposure->setRange(0.01, 100);
+    exposure->setDecimals(2);
+    exposure->setSingleStep(0.1);
+    exposure->setKeyboardTracking(false);
+    exposure->setToolTip(tr("Scale of the light in the saved colours and in pictures"));
+    form->addRow(tr("Exposure"), exposure);
+
+    connect(fit, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
+        change(tr("Light: %1").arg(fit->itemText(index)), [index](ktStudioOptions& options) {
+            options.fit = index == 0 ? ktFitMode::Vertices : ktFitMode::Surface;
+        });
+    });
+    connect(tracer, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
+        change(tr("Tracer: %1").arg(tracer->itemText(index)), [index](ktStudioOptions& options) {
+            options.tracer = index == 0 ? ktTracerKind::Embree : ktTracerKind::Hemisphere;
+        });
+    });
+    connect(threads, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int count) {
+        change(tr("Threads"), [count](ktStudioOptions& options) { options.threads = count; });
+    });
+    connect(shade, &QCheckBox::toggled, this, [this](bool on) {
+        change(tr("Multiply light into the saved colours"),
+               [on](ktStudioOptions& options) { options.multiplyColors = on; });
+    });
+    connect(exposure, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, [this](double factor) {
+        change(tr("Exposure"), [factor](ktStudioOptions& options) { options.exposure = factor; });
+    });
+    connect(&services.document, &ktStudioDocument::optionsChanged, this, &ktOptionPanel::show);
+    connect(&services, &ktStudioServices::frozenChanged, this, [this](bool isFrozen) { setDisabled(isFrozen); });
+    show();
+}
+
+void ktOptionPanel::change(const QString& text, const std::function<void(ktStudioOptions&)>& set) {
+    ktStudioOptions options = services.document.getOptions();
+    set(options);
+    services.document.setOptions(options, text);
+}
+
+void ktOptionPanel::show() {
+    const ktStudioOptions& options = services.document.getOptions();
+    fit->setCurrentIndex(options.fit == ktFitMode::Vertices ? 0 : 1);
+    tracer->setCurrentIndex(options.tracer == ktTracerKind::Embree ? 0 : 1);
+    threads->setValue(options.threads);
+    shade->setChecked(options.multiplyColors);
+    exposure->setValue(options.exposure);
+}

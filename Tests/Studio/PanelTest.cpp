@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Works with the panels by mouse and keyboard: settings, scene, history, log.
+#include "ktAmbientOcclusion.h"
+#include "ktLog.h"
+#include "ktNodeMarks.h"
+#include "ktNodeUtils.h"
+#include "ktStudioFixture.h"
+#include "ktUndoStack.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPushButton>
+#include <QSlider>
+#include <QToolButton>
+#include <QTreeView>
+#include <QtTest>
+
+namespace {
+
+namespace Settings = ktAmbientOcclusionSettings;
+
+class StudioPanels : public ktStudioFixture {
+protected:
+    template <class Widget>
+    Widget& find(const QString& name) {
+        auto* const widget = window->findChild<Widget*>(name);
+        if (!widget)
+            throw std::runtime_error("no widget " + name.toStdString());
+        return *widget;
+    }
+    static ktAmbientOcclusion& plugin() { return *ktAmbientOcclusion::the(); }
+    static ktUndoStack& stack() { return *ktUndoStack::get(0); }
+
+    static void type(QWidget& widget, const QString& text) {
+        widget.setFocus();
+        QTest::keyClick(&widget, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(&widget, text);
+        QTest::keyClick(&widget, Qt::Key_Return);
+    }
+
+    // Changes the setting of a row by the keyboard or the mouse; the second argument picks the kind of the setting.
+    template <class Row>
+    void change(Row row, Settings::Switch) {
+        QTest::keyClick(&find<QCheckBox>(row.names.option), Qt::Key_Space);
+    }
+    template <class Row>
+    void change(Row row, Settings::Choice) {
+        find<QComboBox>(row.names.option).setFocus();
+        QTest::keyClick(&find<QComboBox>(row.names.option), Qt::Key_Down);
+    }
+    template <class Row>
+    void change(Row row, Settings::Integer) {
+        QTest::keyClick(&find<QDoubleSpinBox>(row.names.option), Qt::Key_Up);
+    }
+    template <class Row, class Value>
+    void change(Row row, Settings::Length<Value>) {
+        type(find<QDoubleSpinBox>(row.names.option), "12.5");
+    }
+    template <class Row>
+    void change(Row row, Settings::Real) {
+        type(find<QDoubleSpinBox>(row.names.option), "0.25");
+    }
+    template <class Row>
+    void change(Row row, Settings::Color) {
+        whenDialogShows([](QWidget& dialog) {
+            auto* const name = dialog.findChild<QLineEdit*>();
+            type(*name, "#00ff00");
+        });
+        QTest::mouseClick(&find<QAbstractButton>(row.names.option), Qt::LeftButton);
+        EXPECT_TRUE(waitFor([&] { return stack().count() > 0; }));
+    }
+
+    std::vector<std::string> selectedNames() {
+        std::vector<std::string> names;
+        for (const osg::NodePtr& node : window->getSelection().get())
+            names.push_back(ktNodeUtils::getName(node));
+        return names;
+    }
+};
+
+} // namespace
+
+TEST_F(StudioPanels, GivenEachSettingChanged_UndoAndRedoAreOneStep) {
+    int rows = 0;
+    Settings::forEachSetting([&](auto row) {
+        SCOPED_TRACE(row.names.option);
+        stack().clear();
+        const auto before = row.get(plugin());
+        change(row, row);
+        const auto after = row.get(plugin());
+        EXPECT_FALSE(after == before);
+        EXPECT_EQ(stack().count(), 1);
+        trigger("undo");
+        EXPECT_TRUE(row.get(plugin()) == before);
+        trigger("redo");
+        EXPECT_TRUE(row.get(plugin()) == after);
+        QTest::mouseClick(&find<QToolButton>(QString(row.names.option) + "Restore"), Qt::LeftButton);
+        EXPECT_TRUE(row.get(plugin()) == typename decltype(row)::Value(row.initial));
+        ++rows;
+    });
+    EXPECT_EQ(rows, 14);
+}
+
+TEST_F(StudioPanels, GivenTwoSliderDrags_AreTwoUndoSteps) {
+    auto& slider = find<QSlider>("shadow-qualitySlider");
+    const auto drag = [&slider](std::initializer_list<int> positions) {
+        slider.setSliderDown(true);
+        for (const int position : positions)
+            slider.setSliderPosition(position);
+        slider.setSliderDown(false);
+    };
+    drag({3, 4, 5});
+    EXPECT_EQ(plugin().getShadowQuality(), 5);
+    EXPECT_EQ(stack().count(), 1);
+    drag({4, 1});
+    EXPECT_EQ(stack().count(), 2);
+    drag({1});
+    EXPECT_EQ(stack().count(), 2) << "nothing has changed";
+    trigger("undo");
+    EXPECT_EQ(plugin().getShadowQuality(), 5);
+    trigger("undo");
+    EXPECT_EQ(plugin().getShadowQuality(), 2);
+    EXPECT_EQ(slider.value(), 2);
+}
+
+TEST_F(StudioPanels, GivenMinimumAboveMaximum_SaysSoAtOnce) {
+    QLabel& warning = find<QLabel>("settingsWarning");
+    EXPECT_FALSE(warning.isVisible());
+    type(find<QDoubleSpinBox>("min-distance"), "4000");
+    EXPECT_TRUE(warning.isVisible());
+    EXPECT_THAT(warning.text().toStdString(), testing::HasSubstr("minimum distance must be smaller"));
+    trigger("undo");
+    EXPECT_FALSE(warning.isVisible());
+}
+
+TEST_F(StudioPanels, GivenClickInTheTree_SelectsInTheHostAndBack) {
+    open(writeBoxes());
+    auto& tree = find<QTreeView>("sceneTree");
+    ASSERT_EQ(tree.model()->rowCount(), 2);
+    EXPECT_THAT(selectedNames(), testing::ElementsAre("left", "right")) << "as ktbake bakes";
+    const QModelIndex right = tree.model()->index(1, 0);
+    QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, tree.visualRect(right).center());
+    EXPECT_THAT(selectedNames(), testing::ElementsAre("right"));
+    window->getSelection().selectByText("left");
+    EXPECT_EQ(tree.selectionModel()->selectedRows(), QModelIndexList{tree.model()->index(0, 0)});
+}
+
+TEST_F(StudioPanels, GivenSearchWithWildcard_SelectsWhatFits) {
+    open(writeBoxes());
+    type(find<QLineEdit>("sceneSearch"), "/ri*");
+    EXPECT_THAT(selectedNames(), testing::ElementsAre("right"));
+    type(find<QLineEdit>("sceneSearch"), "nothing");
+    EXPECT_THAT(selectedNames(), testing::ElementsAre("right")) << "no match changes nothing";
+}
+
+TEST_F(StudioPanels, GivenResults_TreeSaysWhatIsMissing) {
+    open(writeBoxes());
+    auto& tree = find<QTreeView>("sceneTree");
+    const auto results = [&](int row) { return tree.model()->index(row, 3).data().toString(); };
+    EXPECT_TRUE(waitFor([&] { return results(0) == "missing"; }));
+    EXPECT_EQ(tree.model()->index(0, 5).data().toString(), "12");
+    window->getSelection().selectByText("left");
+    trigger("start");
+    EXPECT_TRUE(waitFor([&] { return results(0) == "yes"; }));
+    EXPECT_TRUE(waitFor([&] { return results(1) == "missing"; }));
+    trigger("selectMissing");
+    EXPECT_THAT(selectedNames(), testing::ElementsAre("right"));
+    trigger("undo");
+    EXPECT_TRUE(waitFor([&] { return results(0) == "missing"; }));
+}
+
+TEST_F(StudioPanels, GivenHiddenAndLockedParts_UndoBringsThemBack) {
+    open(writeBoxes());
+    auto& tree = find<QTreeView>("sceneTree");
+    const osg::NodePtr left = window->getDocument().getTopNodes()[0];
+    EXPECT_TRUE(tree.model()->setData(tree.model()->index(0, 1), Qt::Unchecked, Qt::CheckStateRole));
+    EXPECT_FALSE(left->getActive());
+    EXPECT_FALSE(window->isWindowModified()) << "the file does not keep what is hidden";
+    EXPECT_TRUE(tree.model()->setData(tree.model()->index(0, 2), Qt::Checked, Qt::CheckStateRole));
+    EXPECT_TRUE(ktNodeMarks::isLocked(left));
+    EXPECT_TRUE(window->isWindowModified());
+    trigger("undo");
+    EXPECT_FALSE(ktNodeMarks::isLocked(left));
+    trigger("undo");
+    EXPECT_TRUE(left->getActive());
+    trigger("hide");
+    EXPECT_FALSE(left->getActive());
+    trigger("showAll");
+    EXPECT_TRUE(left->getActive());
+}
+
+TEST_F(StudioPanels, GivenLogLineWithAName_AClickSelectsThePart) {
+    open(writeBoxes());
+    trigger("selectNone");
+    ktLog::warning("The part \"right\" is inside out");
+    auto& lines = find<QListView>("logLines");
+    const QModelIndex last = lines.model()->index(lines.model()->rowCount() - 1, 0);
+    EXPECT_THAT(last.data().toString().toStdString(), testing::HasSubstr("inside out"));
+    lines.window()->activateWindow();
+    QTest::mouseClick(lines.viewport(), Qt::LeftButton, {}, lines.visualRect(last).center());
+    EXPECT_THAT(selectedNames(), testing::ElementsAre("right"));
+    find<QComboBox>("logLevel").setCurrentIndex(0);
+    EXPECT_EQ(lines.model()->rowCount(), 0) << "errors only";
+}
+
+TEST_F(StudioPanels, GivenOptions_SavesTheBytesOfKtbake) {
+    const std::string scene = writeBoxes();
+    open(scene);
+    find<QComboBox>("fit").setFocus();
+    QTest::keyClick(&find<QComboBox>("fit"), Qt::Key_Up);
+    QTest::mouseClick(&find<QCheckBox>("shade"), Qt::LeftButton, {}, QPoint(8, find<QCheckBox>("shade").height() / 2));
+    EXPECT_EQ(stack().count(), 2);
+    trigger("start");
+    EXPECT_EQ(savedBytes(), bakedByKtbake(scene, {"--fit", "vertices", "--shade", "none"}));
+    trigger("undo");
+    trigger("undo");
+    EXPECT_TRUE(find<QCheckBox>("shade").isChecked());
+    trigger("undo");
+    EXPECT_EQ(find<QComboBox>("fit").currentIndex(), 1);
+}

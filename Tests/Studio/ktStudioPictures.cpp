@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Makes the pictures of Docs/using/studio.md: walks from an empty window to a saved file and takes each step.
+// Usage, on a display: ktStudioPictures SCENE FOLDER
+#include "ktAmbientOcclusion.h"
+#include "ktPresetStore.h"
+#include "ktStudioWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QPushButton>
+#include <QTimer>
+#include <QtTest>
+
+static void take(QWidget& window, const QString& file) {
+    QTest::qWait(1500); // the picture of the scene refines while nothing moves
+    if (!window.grab().save(file))
+        std::fprintf(stderr, "%s was not written\n", qPrintable(file));
+}
+
+int main(int argc, char** argv) {
+    QApplication application(argc, argv);
+    if (argc != 3)
+        return 2;
+    const QString scene = argv[1], folder = argv[2];
+    QDir().mkpath(folder);
+    ktPresetStore::load();
+    ktStudioWindow window;
+    window.resize(1280, 800);
+    window.show();
+    take(window, folder + "/studio-empty.png");
+    window.openFile(scene);
+    take(window, folder + "/studio-opened.png");
+
+    bool isTaken = false;
+    QObject::connect(&window.getRun(), &ktStudioRun::stateChanged, &window, [&] {
+        if (isTaken || window.getRun().getState().share < 0.3)
+            return;
+        isTaken = true;
+        window.grab().save(folder + "/studio-running.png");
+    });
+    QTest::mouseClick(window.findChild<QPushButton*>("bakeButton"), Qt::LeftButton);
+    take(window, folder + "/studio-baked.png");
+    window.findChild<QAction*>("viewOcclusion")->trigger();
+    take(window, folder + "/studio-occlusion.png");
+    window.findChild<QAction*>("viewFalse")->trigger();
+    window.findChild<QAction*>("wire")->trigger();
+    take(window, folder + "/studio-false.png");
+    return 0;
+}
