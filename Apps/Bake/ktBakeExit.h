@@ -23,7 +23,8 @@ constexpr Description descriptions[] = {
     {failed, "failed", "failed", "an internal error; the log gives the reason"},
     {usage, "usage", "wrong usage", "wrong usage: an unknown option, a value out of range, an unknown preset"},
     {badInput, "badInput", "bad input",
-     "bad input: a file that cannot be read, a name that fits no node, a selection in which every node is locked, or a "
+     "bad input: a file that cannot be read, a name that fits no node or camera, a selection in which every node is "
+     "locked, or a "
      "mode that needs a light in a scene without one"},
     {notWritten, "notWritten", "could not write", "an output file or the presets file cannot be written"},
     {scriptFailed, "scriptFailed", "the script failed", "the script failed; it may also end with a code that it chose"},

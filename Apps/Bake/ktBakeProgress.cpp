@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr auto redrawInterval = std::chrono::milliseconds(100);
 constexpr int barWidth = 30;
 constexpr const char* phaseNames[] = {"Preparing", "Shadows", "Bounces"}; // by ktRunPhase
 constexpr size_t longestPhase = 9;
@@ -25,6 +24,19 @@ int terminalWidth() {
 }
 
 } // namespace
+
+std::string formatBar(const std::string& phase, double share) {
+    const int filled = static_cast<int>(share * barWidth);
+    return phase + std::string(longestPhase - phase.size(), ' ') + " [" +
+           std::string(static_cast<size_t>(filled), '#') + std::string(static_cast<size_t>(barWidth - filled), '-') +
+           "] " + std::to_string(static_cast<int>(share * 100)) + " %";
+}
+
+void writeProgressLine(std::string line, bool isLast) {
+    line.resize(std::min(line.size(), static_cast<size_t>(std::max(1, terminalWidth() - 1))));
+    std::fprintf(stderr, "\r\033[K%s%s", line.c_str(), isLast ? "\n" : "");
+    std::fflush(stderr);
+}
 
 ktBakeProgress::ktBakeProgress(std::uint64_t vertexCount, bool isShown_)
     : isShown(isShown_), isTerminal(!ktBakeMessages::isJson() && isatty(STDERR_FILENO)),
@@ -65,7 +77,8 @@ void ktBakeProgress::onTraced() {
 // The amount of refinement is not known in advance, so this shows the new vertices so far.
 void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices) {
     const Clock::time_point now = Clock::now();
-    if (!isShown || !isRunning || round == 0 || (isTerminal ? now - lastShown < redrawInterval : round == lastRound))
+    if (!isShown || !isRunning || round == 0 ||
+        (isTerminal ? now - lastShown < ktProgressInterval : round == lastRound))
         return;
     lastShown = now;
     lastRound = round;
@@ -111,23 +124,17 @@ void ktBakeProgress::show(bool isLast) {
             std::fprintf(stderr, "%3d %%  %s\n", tenth * 10, traced.c_str());
         return;
     }
-    if (isBarShown && !isLast && now - lastShown < redrawInterval)
+    if (isBarShown && !isLast && now - lastShown < ktProgressInterval)
         return;
     lastShown = now;
-    const int filled = static_cast<int>(done * barWidth);
-    std::string line = phase + std::string(longestPhase - phase.size(), ' ') + " [" +
-                       std::string(static_cast<size_t>(filled), '#') +
-                       std::string(static_cast<size_t>(barWidth - filled), '-') + "] " +
-                       std::to_string(static_cast<int>(done * 100)) + " %";
+    std::string line = formatBar(phase, done);
     if (rate > 0)
         line += "  " + formatCount(rate) + " vertices/s";
     if (isLast)
         line += "  in " + formatDuration(secondsBetween(counter.getStart(), now));
     else if (const double left = progress.secondsLeft(); left >= 0)
         line += "  " + formatDuration(left) + " left";
-    line.resize(std::min(line.size(), static_cast<size_t>(std::max(1, terminalWidth() - 1))));
-    std::fprintf(stderr, "\r\033[K%s%s", line.c_str(), isLast ? "\n" : "");
-    std::fflush(stderr);
+    writeProgressLine(line, isLast);
     isBarShown = !isLast;
 }
 

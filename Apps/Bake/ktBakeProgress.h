@@ -3,6 +3,7 @@
 
 #include "ktRunProgress.h"
 
+#include <chrono>
 #include <cstdint>
 #include <QObject>
 
@@ -41,3 +42,12 @@ private:
     int lastRound = 0;
     bool isRunning = false, isBarShown = false;
 };
+
+/// Least time between two changes of a line on a terminal.
+constexpr std::chrono::milliseconds ktProgressInterval{100};
+/// The phase and a bar: "Shadows   [###---] 50 %".
+/// @param share 0 to 1
+std::string formatBar(const std::string& phase, double share);
+/// Replaces the last line of the terminal, cut to its width.
+/// @param isLast whether the line stays
+void writeProgressLine(std::string line, bool isLast);

@@ -79,6 +79,8 @@ private:
         stats.tracer = options.tracer == ktTracerKind::Embree ? "embree" : "hemisphere";
         stats.sceneDiagonal = scene.getDiagonal();
         stats.addScene(scene.getGeometries());
+        if (const int found = scene.findPreviewView(options); found != ktBakeExit::done)
+            return found;
         return scene.addGroundPlane(options);
     }
 
@@ -172,10 +174,20 @@ private:
         stats.output = options.output;
         ktBakeMessages::addToResult("output", options.output);
         stats.writeSeconds = watch.lap();
-        if (!options.preview.empty() && !scene.drawPreview(options))
-            return ktBakeExit::notWritten;
+        if (options.preview.empty())
+            return ktBakeExit::done;
+        interrupts.letThrough();
+        const bool isDrawn = scene.drawPreview(options, [this] { return interrupts.isInterrupted(); });
+        interrupts.holdBack(); // for the statistics
         stats.previewSeconds = watch.lap();
-        return ktBakeExit::done;
+        if (isDrawn)
+            return ktBakeExit::done;
+        if (!interrupts.isInterrupted())
+            return ktBakeExit::notWritten;
+        const std::string output = ktBakeMessages::shown(options.output);
+        ktLog::error("Cancelled; %s",
+                     output == "-" ? "nothing is written." : (output + " is written, the picture is not.").c_str());
+        return ktBakeExit::cancelled;
     }
 };
 

@@ -5,6 +5,7 @@
 #include "ktBakeExit.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
+#include "ktBakePreviewProgress.h"
 #include "ktLengthUnit.h"
 #include "ktMissingResults.h"
 #include "ktNearNames.h"
@@ -113,9 +114,11 @@ int ktBakeScene::addGroundPlane(const ktBakeOptions& options) {
     return ktBakeExit::badInput;
 }
 
-void ktBakeScene::loadPictures() {
+void ktBakeScene::loadPictures(const std::function<bool()>& isInterrupted) {
     ktFileReport report;
-    file->loadPictures(report);
+    file->loadPictures(report, isInterrupted);
+    if (isInterrupted && isInterrupted())
+        return;
     logMessages(report);
 }
 
@@ -165,12 +168,39 @@ int ktBakeScene::select(const ktBakeOptions& options) {
     return ktBakeExit::done;
 }
 
-bool ktBakeScene::drawPreview(const ktBakeOptions& options) {
-    loadPictures();
-    const std::string reason =
-        ktWritePreview(ktScenegraph::getRootNode(), options.preview, static_cast<float>(options.exposure));
-    if (!reason.empty())
+int ktBakeScene::findPreviewView(const ktBakeOptions& options) {
+    std::string reason;
+    const std::optional<ktPreviewView> view = ktFindPreviewView(options.previewView, file->getCameras(), reason);
+    if (!view) {
+        std::vector<std::string> names = ktPreviewSideNames();
+        for (const ktSceneCamera& camera : file->getCameras())
+            names.push_back(camera.name);
+        logNode("--preview-view", options.previewView, reason + ktSuggestNames(options.previewView, names));
+        return ktBakeExit::badInput;
+    }
+    previewView = *view;
+    return ktBakeExit::done;
+}
+
+bool ktBakeScene::drawPreview(const ktBakeOptions& options, const std::function<bool()>& isInterrupted) {
+    ktPreviewOptions preview;
+    preview.exposure = static_cast<float>(options.exposure);
+    preview.width_px = options.previewSize[0];
+    preview.height_px = options.previewSize[1];
+    preview.view = previewView;
+    preview.hasHeadlight = options.previewHeadlight;
+    preview.isInterrupted = isInterrupted;
+    loadPictures(isInterrupted);
+    std::string reason;
+    {
+        ktBakePreviewProgress progress(!options.quiet);
+        preview.progressed = [&progress](double share) { progress.show(share); };
+        reason = ktWritePreview(ktScenegraph::getRootNode(), options.preview, preview);
+    }
+    if (reason.empty())
+        return true;
+    if (!isInterrupted())
         ktBakeMessages::log(ktLogLevel::Error, options.preview + ": the picture cannot be written: " + reason,
                             {{"file", options.preview}, {"reason", "the picture cannot be written: " + reason}});
-    return reason.empty();
+    return false;
 }

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "ktGeometryList.h"
+#include "ktPreviewView.h"
 #include "ktSceneFile.h"
 
+#include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
 
@@ -24,7 +26,11 @@ public:
     /// @return exit code
     int addGroundPlane(const ktBakeOptions& options);
     /// Decodes the materials' pictures, which bounced light and the preview need.
-    void loadPictures();
+    /// @param isInterrupted asked from time to time, on the main thread; true ends it. May be empty.
+    void loadPictures(const std::function<bool()>& isInterrupted = {});
+    /// Finds the view of `--preview-view`.
+    /// @return exit code
+    int findPreviewView(const ktBakeOptions& options);
     /// Sets `node` to the first node with the name of `--settings-from` that holds settings. Without that option `node`
     /// is unchanged.
     /// @return exit code
@@ -35,8 +41,9 @@ public:
     int select(const ktBakeOptions& options);
     /// Writes the scene with its results; false if it cannot be written.
     bool save(const ktBakeOptions& options);
-    /// Draws the picture; false if it cannot be written.
-    bool drawPreview(const ktBakeOptions& options);
+    /// Draws the picture and shows the progress; false if it cannot be written, or after an interrupt.
+    /// @param isInterrupted asked from time to time, on any thread
+    bool drawPreview(const ktBakeOptions& options, const std::function<bool()>& isInterrupted);
 
     double getDiagonal() const { return diagonal; } ///< world units
     /// The scene's current geometry, each once.
@@ -51,4 +58,5 @@ private:
     std::string fileName; ///< as given
     std::unique_ptr<ktSceneFile> file;
     double diagonal = 0;
+    ktPreviewView previewView;
 };

@@ -92,8 +92,11 @@ int runInHost(const ktBakeOptions& options) {
                                              (options.multiplyColors ? "multiply" : "none") + "', " + exposure + ")"))
         return ktBakeExit::notWritten;
     ktBakeMessages::addToResult("output", options.output);
-    if (!options.preview.empty() && !callHost("preview(" + quoted(options.preview) + ", exposure=" + exposure + ")"))
-        return ktBakeExit::notWritten;
+    if (!options.preview.empty() &&
+        !callHost("preview(" + quoted(options.preview) + ", " + std::to_string(options.previewSize[0]) + ", " +
+                  std::to_string(options.previewSize[1]) + ", " + exposure + ", view=" + quoted(options.previewView) +
+                  ", headlight=" + quoted(options.previewHeadlight) + ")"))
+        return interrupted ? ktBakeExit::cancelled : ktBakeExit::notWritten;
     return ktBakeExit::done;
 }
 

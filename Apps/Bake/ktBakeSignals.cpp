@@ -80,3 +80,7 @@ bool ktBakeSignals::isInterrupted() const {
 void ktBakeSignals::holdBack() {
     isHeldBack = 1;
 }
+
+void ktBakeSignals::letThrough() {
+    isHeldBack = 0;
+}

@@ -3,7 +3,7 @@
 
 /// Cancels the calculation on Ctrl-C or a request to terminate. Create one object at a time, on the main thread, after
 /// the QCoreApplication. The destructor restores the former signal handlers.
-/// A second signal ends the process at once, unless holdBack() was called.
+/// A second signal ends the process at once, unless holdBack() holds.
 class ktBakeSignals {
 public:
     ktBakeSignals();
@@ -15,4 +15,6 @@ public:
     bool isInterrupted() const;
     /// From now on signals do not end the process, so that files are written completely.
     void holdBack();
+    /// Takes holdBack() back: a second signal ends the process again.
+    void letThrough();
 };

@@ -26,3 +26,7 @@ std::unique_ptr<ktTracer> ktMakeTracer() {
         return std::make_unique<ktEmbreeTracer>();
     return std::make_unique<ktHemisphereTracer>();
 }
+
+std::unique_ptr<ktTracer> ktMakePictureTracer() {
+    return std::make_unique<ktEmbreeTracer>(nullptr, ktEmbreeTracer::Quality::Medium);
+}

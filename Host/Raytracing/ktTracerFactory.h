@@ -20,3 +20,8 @@ KT_HOST_EXPORT ktTracerKind ktChosenTracer() noexcept;
 /// Makes the chosen tracer, without an acceleration structure.
 /// @throws std::runtime_error if it cannot start, std::bad_alloc
 std::unique_ptr<ktTracer> ktMakeTracer();
+
+/// Makes a tracer for pictures, without an acceleration structure: its structure is built fast, and it is fast with
+/// rays that begin at one point side by side.
+/// @throws as ktMakeTracer()
+std::unique_ptr<ktTracer> ktMakePictureTracer();

@@ -42,6 +42,8 @@ void onSignal(int signal, siginfo_t* info, void* context) {
 } // namespace
 
 ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt_) : onInterrupt(std::move(onInterrupt_)) {
+    if (wakeUp[1] >= 0)
+        return; // another object
     guardedRun = ktCancelToken::the().getRun();
     if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
         return;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Places a perspective camera so that the preview shows the whole scene.
+// Places the camera of the preview: so that it shows the whole scene, or where a camera of the scene is.
 #include "ktPreviewCamera.h"
 
 #include <algorithm>
@@ -26,9 +26,13 @@ Vector cross(const Vector& a, const Vector& b) {
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
+double length(const Vector& a) {
+    return std::sqrt(dot(a, a));
+}
+
 Vector normalized(const Vector& a) {
-    const double length = std::sqrt(dot(a, a));
-    return {a[0] / length, a[1] / length, a[2] / length};
+    const double size = length(a);
+    return {a[0] / size, a[1] / size, a[2] / size};
 }
 
 /// Calls visit(position) for each vertex of each triangle; if framedOnly, only in meshes that are framed.
@@ -72,6 +76,35 @@ void fit(ktPreviewCamera& camera, const ktPreviewScene& scene, bool framedOnly, 
     }
 }
 
+/// Sets the far distance behind all vertices.
+void seeAll(ktPreviewCamera& camera, const ktPreviewScene& scene) {
+    forEachVertex(scene, false, [&](const Vector& position) {
+        camera.farDistance = std::max(camera.farDistance, 1.01 * length(add(position, camera.eye, -1)));
+    });
+}
+
+/// Unit vector from the scene to the camera. @param front, right, up of the scene
+Vector directionTo(ktPreviewView::Side side, const Vector& front, const Vector& right, const Vector& up) {
+    using Side = ktPreviewView::Side;
+    const Vector none = {0, 0, 0};
+    switch (side) {
+    case Side::Front:
+        return front;
+    case Side::Back:
+        return add(none, front, -1);
+    case Side::Right:
+        return right;
+    case Side::Left:
+        return add(none, right, -1);
+    case Side::Top:
+        return up;
+    case Side::Bottom:
+        return add(none, up, -1);
+    default:
+        return normalized(add(add(front, right, 0.75), up, 0.62));
+    }
+}
+
 } // namespace
 
 Vector ktPreviewCamera::direction(double x, double y) const {
@@ -86,18 +119,22 @@ Vector ktPreviewCamera::origin(double x, double y) const {
     return add(add(eye, right, x * tanHalfWidth * targetDistance), up, y * tanHalfHeight * targetDistance);
 }
 
-ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, double turn_degrees) {
+ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, const ktPreviewView& view) {
+    using Side = ktPreviewView::Side;
     ktPreviewCamera camera;
     const Vector worldUp = {scene.up[0], scene.up[1], scene.up[2]};
     // The front is at +z if y is up, and at -y if z is up.
     const bool isZUp = worldUp[2] > 0.5;
     const Vector unturned = isZUp ? Vector{0, -1, 0} : Vector{0, 0, 1};
-    const double turn = std::fmod(turn_degrees, 360.0) * (std::acos(-1.0) / 180);
+    const double turn = std::fmod(view.turn_degrees, 360.0) * (std::acos(-1.0) / 180);
     const Vector front = add(add({0, 0, 0}, unturned, std::cos(turn)), cross(worldUp, unturned), std::sin(turn));
     const Vector side = cross(worldUp, front);
-    const Vector toEye = normalized(add(add(front, side, 0.75), worldUp, 0.62));
+    const Vector toEye = directionTo(view.side, front, side, worldUp);
+    const Vector above = view.side == Side::Top      ? add({0, 0, 0}, front, -1)
+                         : view.side == Side::Bottom ? front
+                                                     : worldUp;
     camera.forward = {-toEye[0], -toEye[1], -toEye[2]};
-    camera.right = normalized(cross(camera.forward, worldUp));
+    camera.right = normalized(cross(camera.forward, above));
     camera.up = cross(camera.right, camera.forward);
     camera.tanHalfWidth = tanHalfFieldOfView * std::max(1.0, aspect);
     camera.tanHalfHeight = camera.tanHalfWidth / aspect;
@@ -120,9 +157,39 @@ ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, doubl
     fit(camera, scene, framedOnly, middle);
     if (low == high)
         camera.eye = add(middle, toEye, 1); // a single point
-    forEachVertex(scene, false, [&](const Vector& position) {
-        const Vector offset = add(position, camera.eye, -1);
-        camera.farDistance = std::max(camera.farDistance, 1.01 * std::sqrt(dot(offset, offset)));
-    });
+    seeAll(camera, scene);
+    return camera;
+}
+
+std::optional<ktPreviewCamera> ktAimPreview(const ktPreviewScene& scene, double aspect, const ktPreviewView& view) {
+    if (!view.camera)
+        return ktFramePreview(scene, aspect, view);
+    const ktSceneCamera& from = *view.camera;
+    const osg::Matrix toWorld = from.node->getToWorld();
+    const auto column = [&toWorld](osg::UInt32 i) { return Vector{toWorld[i][0], toWorld[i][1], toWorld[i][2]}; };
+    ktPreviewCamera camera;
+    camera.eye = column(3);
+    camera.forward = normalized(add({0, 0, 0}, column(2), -1));
+    camera.right = normalized(cross(camera.forward, column(1)));
+    camera.up = cross(camera.right, camera.forward);
+    camera.isParallel = !from.isPerspective;
+    camera.targetDistance = 1;
+    double shownAspect = from.aspectRatio;
+    if (from.isPerspective)
+        camera.tanHalfHeight = std::tan(from.heightAngle_rad / 2);
+    else {
+        // The camera's sizes are in units of its node.
+        camera.tanHalfHeight = from.height / 2 * length(column(1));
+        shownAspect = from.width / from.height * length(column(0)) / length(column(1));
+    }
+    camera.tanHalfHeight *= std::max(1.0, shownAspect / aspect);
+    camera.tanHalfWidth = camera.tanHalfHeight * aspect;
+    for (const double value : {camera.eye[0], camera.eye[1], camera.eye[2], camera.up[0], camera.up[1], camera.up[2],
+                               camera.tanHalfWidth, camera.tanHalfHeight})
+        if (!std::isfinite(value))
+            return {};
+    if (!(camera.tanHalfHeight > 0))
+        return {};
+    seeAll(camera, scene);
     return camera;
 }

@@ -2,6 +2,9 @@
 #pragma once
 
 #include "ktPreviewScene.h"
+#include "ktPreviewView.h"
+
+#include <optional>
 
 /// A camera in world space.
 struct ktPreviewCamera {
@@ -21,8 +24,13 @@ struct ktPreviewCamera {
     Vector origin(double x, double y) const;
 };
 
-/// Returns a camera that shows the whole scene from the front, the right and above.
+/// Returns a perspective camera that shows the whole scene from a side.
 /// @param aspect width / height of the image
-/// @param turn_degrees turns the camera around the scene, counterclockwise seen from above
+/// @param view   its camera is ignored
 /// For a scene without vertices the camera sees nothing.
-ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, double turn_degrees = 0);
+ktPreviewCamera ktFramePreview(const ktPreviewScene& scene, double aspect, const ktPreviewView& view = {});
+
+/// Returns the camera of a view: the scene's camera if the view has one, else ktFramePreview(). If the image is
+/// narrower than the camera's view, it shows more above and below.
+/// @return empty if the matrix of the scene's camera gives no direction
+std::optional<ktPreviewCamera> ktAimPreview(const ktPreviewScene& scene, double aspect, const ktPreviewView& view);

@@ -31,6 +31,7 @@ public:
         addTriangles(mesh, instance);
         if (mesh.indices.empty())
             return;
+        addNormals(mesh, instance);
         mesh.light = ktReadBakedLight(instance.node, geometry);
         if (mesh.light.empty())
             mesh.light.assign(mesh.positions.size(), {1, 1, 1});
@@ -74,6 +75,21 @@ private:
             if (isMirrored)
                 std::swap(corners[1], corners[2]);
             mesh.indices.insert(mesh.indices.end(), corners, corners + 3);
+        }
+    }
+
+    static void addNormals(ktPreviewMesh& mesh, const ktGeometryInstance& instance) {
+        const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(instance.geometry->getNormals());
+        if (normals == osg::NullFC || normals->getSize() != mesh.positions.size())
+            return;
+        // Normals go to world space with the cofactors of the matrix. Their length and side do not matter.
+        const osg::Matrix& m = instance.toWorld;
+        const osg::Vec3f x(m[0][0], m[0][1], m[0][2]), y(m[1][0], m[1][1], m[1][2]), z(m[2][0], m[2][1], m[2][2]);
+        const osg::Vec3f yz = y.cross(z), zx = z.cross(x), xy = x.cross(y);
+        mesh.normals.reserve(mesh.positions.size());
+        for (const osg::Vec3f& normal : normals->getField()) {
+            const osg::Vec3f world = yz * normal[0] + zx * normal[1] + xy * normal[2];
+            mesh.normals.push_back({world[0], world[1], world[2]});
         }
     }
 

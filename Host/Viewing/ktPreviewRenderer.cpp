@@ -4,11 +4,13 @@
 
 #include "ktEventPump.h"
 #include "ktParallel.h"
+#include "ktPreview.h"
 #include "ktSrgb.h"
 #include "ktTracer.h"
 #include "ktWorkers.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 
@@ -25,7 +27,9 @@ int xOf(int lane) {
 int yOf(int lane) {
     return lane / raysPerAxis;
 }
-constexpr int maxLayers = 64; // of transparent surfaces and hidden back faces along a ray
+constexpr int maxLayers = 64;          // of transparent surfaces and hidden back faces along a ray
+constexpr float structureShare = 0.2f; // of the progress
+constexpr float ambientShare = 0.3f;   // of the light that does not come from the headlight
 
 /// The light and the colour of one layer at a hit.
 struct Layer {
@@ -41,38 +45,86 @@ struct Sample {
 };
 
 /// First one ray a pixel, then sixteen rays where pixels differ from their neighbours. Elsewhere the picture is smooth,
-/// so one ray sees what sixteen would.
+/// so one ray sees what sixteen would. Draws bands of rows, so that a large picture needs little memory.
 class Renderer {
 public:
-    Renderer(const ktPreviewScene& scene_, const ktPreviewCamera& camera_, const ktTracer& tracer_, QImage& image_,
-             float exposure_, const ktPreviewBackground& background_)
-        : scene(scene_), camera(camera_), tracer(tracer_), image(image_), bits(image_.bits()),
-          bytesPerLine(image_.bytesPerLine()), exposure(exposure_), background(background_),
-          centres(static_cast<std::size_t>(image_.width()) * static_cast<std::size_t>(image_.height())) {}
+    Renderer(const ktPreviewScene& scene_, const ktPreviewCamera& camera_, const ktTracer& tracer_, QImage& image,
+             const ktPreviewOptions& options, const ktPreviewBackground& background_, std::atomic<float>& shareDone_)
+        : scene(scene_), camera(camera_), tracer(tracer_), bits(image.bits()), bytesPerLine(image.bytesPerLine()),
+          width(image.width()), height(image.height()), exposure(options.exposure), hasHeadlight(options.hasHeadlight),
+          background(background_), shareDone(shareDone_) {
+        centres.resize(static_cast<std::size_t>(width) *
+                       static_cast<std::size_t>(std::min(height, bandHeight + 2 * raysPerAxis)));
+    }
 
-    /// Blocks of pixels that one packet covers, from the top.
-    int blockRows() const { return (image.height() + raysPerAxis - 1) / raysPerAxis; }
-
-    /// Traces a ray through the centre of each pixel in a row of blocks.
-    void traceCentres(int blockRow) {
-        for (int column = 0; column < image.width(); column += raysPerAxis) {
-            ktRayPacket rays;
-            Sample samples[ktRayPacket::width];
-            for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane)
-                aim(rays, samples, lane, column + xOf(lane) + 0.5, blockRow * raysPerAxis + yOf(lane) + 0.5);
-            see(rays, samples);
-            for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane) {
-                const int x = column + xOf(lane), y = blockRow * raysPerAxis + yOf(lane);
-                if (x < image.width() && y < image.height())
-                    centre(x, y) = samples[lane];
-            }
+    /// Draws the picture, in the arena of the calling thread.
+    void draw(const std::function<bool()>& isInterrupted) {
+        for (int top = 0; top < height && !isInterrupted(); top += bandHeight) {
+            const int bottom = std::min(top + bandHeight, height); // of the band; not in it
+            // Pixels are compared with their neighbours.
+            firstCentre = std::max(0, top - raysPerAxis);
+            const int lastCentre = std::min(bottom + raysPerAxis, height);
+            const int blockRows = (lastCentre - firstCentre + raysPerAxis - 1) / raysPerAxis;
+            forEachRow(blockRows, isInterrupted, [this, top, bottom](int row) {
+                const int y = firstCentre + row * raysPerAxis;
+                traceCentres(y);
+                noteWork(centreWork * std::max(0, std::min(y + raysPerAxis, bottom) - std::max(y, top)));
+            });
+            forEachRow(bottom - top, isInterrupted, [this, top](int row) {
+                drawRow(top + row);
+                noteWork(drawWork);
+            });
         }
     }
 
-    /// Draws a row of pixels; after all centres are traced.
+private:
+    static constexpr int bandHeight = 1024;            // a multiple of raysPerAxis
+    static constexpr int centreWork = 1, drawWork = 2; // of a row of pixels: about the times that they take
+
+    const ktPreviewScene& scene;
+    const ktPreviewCamera& camera;
+    const ktTracer& tracer;
+    uchar* const bits; // stored, because QImage::bits() is not thread-safe
+    const int bytesPerLine, width, height;
+    const float exposure;
+    const bool hasHeadlight;
+    const ktPreviewBackground background;
+    std::atomic<float>& shareDone; // of the picture
+    std::vector<Sample> centres;   // of the pixels, row by row
+    int firstCentre = 0;           // the row of the picture that they begin with
+    std::atomic<int> workDone{0};
+
+    void noteWork(int work) {
+        workDone += work;
+        shareDone = static_cast<float>(workDone) / static_cast<float>(height * (centreWork + drawWork));
+    }
+
+    template <class Body>
+    static void forEachRow(int count, const std::function<bool()>& isInterrupted, const Body& body) {
+        ktParallel::forRange(static_cast<size_t>(count), 1, [&](size_t begin, size_t end) {
+            for (size_t row = begin; row < end && !isInterrupted(); ++row)
+                body(static_cast<int>(row));
+        });
+    }
+
+    // Traces a ray through the centre of each pixel in a row of blocks that begins at row y.
+    void traceCentres(int y) {
+        for (int x = 0; x < width; x += raysPerAxis) {
+            ktRayPacket rays;
+            Sample samples[ktRayPacket::width];
+            for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane)
+                aim(rays, samples, lane, x + xOf(lane) + 0.5, y + yOf(lane) + 0.5);
+            see(rays, samples);
+            for (int lane = 0; lane < raysPerAxis * raysPerAxis; ++lane)
+                if (x + xOf(lane) < width && y + yOf(lane) < height)
+                    centre(x + xOf(lane), y + yOf(lane)) = samples[lane];
+        }
+    }
+
+    // Draws a row of pixels; after the centres of its neighbours are traced.
     void drawRow(int row) const {
         auto* pixels = reinterpret_cast<QRgb*>(bits + static_cast<std::ptrdiff_t>(row) * bytesPerLine);
-        for (int column = 0; column < image.width(); ++column) {
+        for (int column = 0; column < width; ++column) {
             const Sample& middle = centre(column, row);
             const bool isEven = isSmooth(column, row);
             const Color color = isEven ? middle.color : renderPixel(column, row);
@@ -81,25 +133,17 @@ public:
             static constexpr float bayer[2][2] = {{-0.375f, 0.125f}, {0.375f, -0.125f}};
             const float dither = isEven && middle.mesh == ktHitPacket::noMesh ? bayer[row % 2][column % 2] : 0.0f;
             const auto byte = [dither](float value) {
-                return static_cast<int>(std::lround(std::clamp(255 * ktToSrgb(value) + dither, 0.0f, 255.0f)));
+                return static_cast<int>(std::clamp(255 * ktToSrgb(value) + dither, 0.0f, 255.0f) + 0.5f);
             };
-            pixels[column] = qRgb(byte(color[0]), byte(color[1]), byte(color[2]));
+            // Grey is frequent, and the power in toSrgb() takes long.
+            const int red = byte(color[0]);
+            const bool isGrey = color[0] == color[1] && color[0] == color[2];
+            pixels[column] = qRgb(red, isGrey ? red : byte(color[1]), isGrey ? red : byte(color[2]));
         }
     }
 
-private:
-    const ktPreviewScene& scene;
-    const ktPreviewCamera& camera;
-    const ktTracer& tracer;
-    const QImage& image;
-    uchar* const bits; // stored, because QImage::bits() is not thread-safe
-    const int bytesPerLine;
-    const float exposure;
-    const ktPreviewBackground background;
-    std::vector<Sample> centres; // of the pixels, row by row
-
     Sample& centre(int x, int y) {
-        return centres[static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width()) +
+        return centres[static_cast<std::size_t>(y - firstCentre) * static_cast<std::size_t>(width) +
                        static_cast<std::size_t>(x)];
     }
     const Sample& centre(int x, int y) const { return const_cast<Renderer*>(this)->centre(x, y); }
@@ -109,7 +153,7 @@ private:
     bool isSmooth(int x, int y) const {
         const Sample& middle = centre(x, y);
         const auto neighbour = [&](int dx, int dy) -> const Sample& {
-            return centre(std::clamp(x + dx, 0, image.width() - 1), std::clamp(y + dy, 0, image.height() - 1));
+            return centre(std::clamp(x + dx, 0, width - 1), std::clamp(y + dy, 0, height - 1));
         };
         for (const auto& step : {std::array<int, 2>{1, 0}, {0, 1}, {1, 1}, {1, -1}}) {
             const Sample &before = neighbour(-step[0], -step[1]), &after = neighbour(step[0], step[1]);
@@ -128,7 +172,7 @@ private:
     // Aims a ray through a point of the picture, in pixels from the top left.
     void aim(ktRayPacket& rays, Sample* samples, int lane, double x, double y) const {
         samples[lane].row = static_cast<float>(y);
-        const double acrossView = x / image.width() * 2 - 1, upView = 1 - y / image.height() * 2;
+        const double acrossView = x / width * 2 - 1, upView = 1 - y / height * 2;
         const ktPreviewCamera::Vector origin = camera.origin(acrossView, upView);
         const ktPreviewCamera::Vector direction = camera.direction(acrossView, upView);
         rays.originX[lane] = static_cast<float>(origin[0]);
@@ -170,7 +214,7 @@ private:
                     rays.active &= ~bit;
                     continue;
                 }
-                const Layer seen = shade(hits, lane);
+                const Layer seen = shade(rays, hits, lane);
                 Sample& sample = samples[lane];
                 if (seen.alpha > 0 && sample.mesh == ktHitPacket::noMesh)
                     sample.mesh = hits.mesh[lane];
@@ -185,13 +229,13 @@ private:
             }
         }
         for (std::uint32_t lane = 0; lane < ktRayPacket::width; ++lane) {
-            const Color behind = background.at(1 - samples[lane].row / static_cast<float>(image.height()));
+            const Color behind = background.at(1 - samples[lane].row / static_cast<float>(height));
             for (std::size_t i = 0; i < 3; ++i)
                 samples[lane].color[i] += through[lane] * behind[i];
         }
     }
 
-    Layer shade(const ktHitPacket& hits, std::uint32_t lane) const {
+    Layer shade(const ktRayPacket& rays, const ktHitPacket& hits, std::uint32_t lane) const {
         const ktPreviewMesh& mesh = scene.meshes[hits.mesh[lane]];
         const ktPreviewMaterial& material = scene.materials[mesh.material];
         if (!material.isDoubleSided && (hits.backSide >> lane & 1u))
@@ -218,13 +262,38 @@ private:
                 color[i] *= texel[i];
         }
         Layer layer;
+        const float scale =
+            hasHeadlight ? exposure * headlight(mesh, corners, weights,
+                                                {rays.directionX[lane], rays.directionY[lane], rays.directionZ[lane]})
+                         : exposure;
         for (size_t i = 0; i < 3; ++i)
-            layer.color[i] = color[i] * light[i] * exposure;
+            layer.color[i] = color[i] * light[i] * scale;
         if (material.alpha == ktPreviewMaterial::Alpha::Mask)
             layer.alpha = color[3] < material.alphaCutoff ? 0.0f : 1.0f;
         else if (material.alpha == ktPreviewMaterial::Alpha::Blend)
             layer.alpha = std::clamp(color[3], 0.0f, 1.0f);
         return layer;
+    }
+
+    // The share of the light that a surface shows under the headlight: 1 if it faces the ray.
+    static float headlight(const ktPreviewMesh& mesh, const std::uint32_t* corners, const float* weights,
+                           const Color& direction) {
+        Color normal = {0, 0, 0};
+        if (mesh.normals.empty()) {
+            const Color &a = mesh.positions[corners[0]], &b = mesh.positions[corners[1]],
+                        &c = mesh.positions[corners[2]];
+            const Color ab = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, ac = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
+            normal = {ab[1] * ac[2] - ab[2] * ac[1], ab[2] * ac[0] - ab[0] * ac[2], ab[0] * ac[1] - ab[1] * ac[0]};
+        } else
+            for (int corner = 0; corner < 3; ++corner)
+                for (size_t i = 0; i < 3; ++i)
+                    normal[i] += weights[corner] * mesh.normals[corners[corner]][i];
+        const float length = std::hypot(normal[0], normal[1], normal[2]);
+        if (!(length > 0))
+            return 1;
+        const float cosine =
+            std::fabs(normal[0] * direction[0] + normal[1] * direction[1] + normal[2] * direction[2]) / length;
+        return ambientShare + (1 - ambientShare) * std::min(cosine, 1.0f);
     }
 };
 
@@ -245,11 +314,17 @@ ktPreviewRenderer::~ktPreviewRenderer() {
 }
 
 bool ktPreviewRenderer::build(const std::function<bool()>& isInterrupted) {
+    return buildStructure([&isInterrupted](float) { return !isInterrupted(); });
+}
+
+bool ktPreviewRenderer::buildStructure(const std::function<bool(float)>& goesOn) {
     // The tracer may read four bytes after the last position, so append a vertex that no triangle uses.
     positions.clear();
     std::vector<ktTracerMesh> meshes;
     for (const ktPreviewMesh& mesh : scene.meshes) {
-        positions.push_back(mesh.positions);
+        positions.emplace_back();
+        positions.back().reserve(mesh.positions.size() + 1);
+        positions.back() = mesh.positions;
         positions.back().push_back({0, 0, 0});
         ktTracerMesh traced;
         traced.positions = positions.back().front().data();
@@ -258,36 +333,49 @@ bool ktPreviewRenderer::build(const std::function<bool()>& isInterrupted) {
         traced.triangleCount = static_cast<std::uint32_t>(mesh.indices.size() / 3);
         meshes.push_back(traced);
     }
-    return tracer.build(meshes, [&isInterrupted](float) { return !isInterrupted(); });
+    return tracer.build(meshes, goesOn);
 }
 
 QImage ktPreviewRenderer::draw(const ktPreviewCamera& camera, int width, int height, float exposure,
                                const ktPreviewBackground& background,
                                const std::function<bool()>& isInterrupted) const {
-    QImage image(width, height, QImage::Format_RGB32);
+    ktPreviewOptions options;
+    options.width_px = width;
+    options.height_px = height;
+    options.exposure = exposure;
+    options.isInterrupted = isInterrupted;
+    std::atomic<float> shareDone{0};
+    return drawPicture(camera, options, background, shareDone);
+}
+
+QImage ktPreviewRenderer::drawPicture(const ktPreviewCamera& camera, const ktPreviewOptions& options,
+                                      const ktPreviewBackground& background, std::atomic<float>& shareDone) const {
+    QImage image(options.width_px, options.height_px, QImage::Format_RGB32);
     if (image.isNull())
         throw std::bad_alloc();
-    Renderer renderer(scene, camera, tracer, image, exposure, background);
-    ktParallel::forRange(static_cast<size_t>(renderer.blockRows()), 1, [&](size_t begin, size_t end) {
-        for (size_t row = begin; row < end && !isInterrupted(); ++row)
-            renderer.traceCentres(static_cast<int>(row));
-    });
-    ktParallel::forRange(static_cast<size_t>(height), 1, [&](size_t begin, size_t end) {
-        for (size_t row = begin; row < end && !isInterrupted(); ++row)
-            renderer.drawRow(static_cast<int>(row));
-    });
+    const std::function<bool()> isInterrupted = [&options] { return options.isInterrupted && options.isInterrupted(); };
+    Renderer(scene, camera, tracer, image, options, background, shareDone).draw(isInterrupted);
     return isInterrupted() ? QImage() : image;
 }
 
-QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width,
-                       int height, float exposure, const std::function<bool()>& isInterrupted) {
+QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer,
+                       const ktPreviewOptions& options) {
     QImage image;
-    ktEventPump pump;
+    std::atomic<float> structureDone{0}, pictureDone{0};
+    float reported = 0;
+    ktEventPump pump([&] {
+        reported = std::max(reported, structureShare * structureDone + (1 - structureShare) * pictureDone);
+        if (options.progressed)
+            options.progressed(static_cast<double>(reported));
+    });
     ktWorkers::run(
         [&] {
             ktPreviewRenderer renderer(scene, tracer);
-            if (renderer.build(isInterrupted))
-                image = renderer.draw(camera, width, height, exposure, {}, isInterrupted);
+            if (renderer.buildStructure([&](float share) {
+                    structureDone = share;
+                    return !(options.isInterrupted && options.isInterrupted());
+                }))
+                image = renderer.drawPicture(camera, options, {}, pictureDone);
         },
         pump);
     return image;

@@ -4,10 +4,12 @@
 #include "ktPreviewCamera.h"
 #include "ktPreviewScene.h"
 
+#include <atomic>
 #include <functional>
 #include <QImage>
 
 class ktTracer;
+struct ktPreviewOptions;
 
 /// Behind the scene: linear colours, interpolated from the bottom to the top. By default, a grey on which white and
 /// dark parts are visible.
@@ -39,19 +41,22 @@ public:
                 const ktPreviewBackground& background, const std::function<bool()>& isInterrupted) const;
 
 private:
+    friend QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer,
+                                  const ktPreviewOptions& options);
+    bool buildStructure(const std::function<bool(float)>& goesOn);
+    QImage drawPicture(const ktPreviewCamera& camera, const ktPreviewOptions& options,
+                       const ktPreviewBackground& background, std::atomic<float>& shareDone) const;
+
     const ktPreviewScene& scene;
     ktTracer& tracer;
     std::vector<std::vector<std::array<float, 3>>> positions;
 };
 
-/// Draws a baked scene: surface colour times interpolated vertex light, over a neutral background. Sixteen rays per
-/// pixel. Needs no display.
+/// Draws a baked scene: surface colour times interpolated vertex light, over a neutral background. One ray per pixel
+/// where the picture is smooth, else sixteen. Needs no display. Meanwhile handles events.
 /// @param tracer  its structure is built here; keeps no data of the scene afterwards
-/// @param width, height pixels, at least 1
-/// @param exposure scale of the light
-/// @param isInterrupted asked from time to time, on any thread; true ends the drawing
+/// @param options the view is ignored
 /// @return opaque 32-bit image in sRGB; null if the tracer's structure could not be built, or if interrupted
 /// @throws std::bad_alloc if memory runs out
-QImage ktRenderPreview(
-    const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer, int width, int height, float exposure,
-    const std::function<bool()>& isInterrupted = [] { return false; });
+QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer,
+                       const ktPreviewOptions& options);

@@ -26,6 +26,7 @@ struct ktPreviewMesh {
     std::vector<std::array<float, 4>> colors;    ///< linear base colour and alpha without the texture; never empty
     std::vector<std::array<float, 3>> light;     ///< linear incoming light; 1 is a surface in the open
     std::vector<std::array<float, 2>> texCoords; ///< empty: (0, 0) everywhere
+    std::vector<std::array<float, 3>> normals;   ///< of any length above 0; empty: those of the triangles
     std::uint32_t material = 0;                  ///< index into ktPreviewScene::materials
     bool isFramed = true;                        ///< false: ignored by the camera, as a ground plane is
 };

@@ -241,8 +241,10 @@ class OnAScene(Baker):
                                 u"assert [n.name for n in kthost.nodes() if n.name.startswith('room')]\n"
                                 u"assert kthost.bake()\n")
         code, output = self.run_all(KTBAKE, "rooms.obj", "--script", "script.py", "-o", "a.glb", "--unit", "cm",
-                                    "--preview", "a.png", "--", "a")
+                                    "--preview", "a.png", "--preview-size", "64x48", "--preview-view", "top",
+                                    "--preview-headlight", "--", "a")
         self.assertEqual(code, 0, output)
+        self.assertEqual(self.read("a.png")[16:24], b"\0\0\0\x40\0\0\0\x30")
         self.assertEqual(self.read("a.png")[1:4], b"PNG")
         code, output = self.run_all(KTBAKE, "rooms.obj", "-o", "b.glb", "--unit", "cm")
         self.assertEqual(code, 0, output)

@@ -50,6 +50,8 @@ class Files(Host):
                      lambda: kthost.preview(1.5), lambda: kthost.on_cancel("x"), lambda: kthost.save_preset(3),
                      lambda: kthost.delete_preset(3), lambda: kthost.select(["room0", 3]), lambda: kthost.undo(1),
                      lambda: kthost.preview(self.path("a.png"), "wide"), lambda: kthost.bake(None, 1),
+                     lambda: kthost.preview(self.path("a.png"), view=1),
+                     lambda: kthost.preview(self.path("a.png"), progress=1),
                      lambda: kthost.open(self.scene, ground_plane="maybe", nothing=1)):
             self.open()
             self.assertRaises(TypeError, call)
@@ -99,6 +101,50 @@ class Files(Host):
         self.assertEqual((pictures[1], pictures[4]), (pictures[0], pictures[0]))
         for turn in (float("nan"), float("inf")):
             self.assertRaises(kthost.Error, kthost.preview, self.path("a.png"), turn=turn)
+
+    def test_preview_views(self):
+        self.open()
+        ao.computeAmbientOcclusion(*QUICK)
+        pictures = []
+        for options in ({}, {"view": "three-quarter"}, {"view": "front"}, {"view": "top"}, {"view": "left", "turn": 90},
+                        {"headlight": True}):
+            kthost.preview(self.path("a.png"), 64, 48, **options)
+            pictures.append(read(self.path("a.png")))
+        self.assertEqual(len(set(pictures)), 4)
+        self.assertEqual((pictures[0], pictures[2]), (pictures[1], pictures[4]))
+        for view in ("camera", "fromt", ""):
+            with self.assertRaises(kthost.Error) as caught:
+                kthost.preview(self.path("a.png"), 64, 48, view=view)
+            self.assertIn("three-quarter, front", str(caught.exception))
+        self.assertEqual(read(self.path("a.png")), pictures[-1])
+
+    def test_preview_tells_its_progress(self):
+        self.open()
+        shares = []
+        kthost.preview(self.path("a.png"), 640, 480, progress=shares.append)
+        self.assertEqual(shares, sorted(shares))
+        self.assertEqual(shares.count(1.0), 1)
+        before = read(self.path("a.png"))
+
+        def fail(share):
+            raise KeyError("mine")
+        self.assertRaises(KeyError, kthost.preview, self.path("a.png"), 2048, 2048, progress=fail)
+        self.assertEqual(read(self.path("a.png")), before)
+
+    def test_a_progress_function_cannot_change_the_scene(self):
+        self.open()
+        calls = [kthost.close, kthost.bake, lambda: kthost.open(self.scene),
+                 lambda: kthost.preview(self.path("b.png"), 8, 8)]
+        refused = []
+
+        def call_all(share):
+            for call in calls:
+                with self.assertRaises(kthost.Error) as caught:
+                    call()
+                refused.append(str(caught.exception))
+        kthost.preview(self.path("a.png"), 64, 48, progress=call_all)
+        self.assertEqual(set(refused), {"a picture is being drawn"})
+        self.assertTrue(kthost.bake(), "afterwards it is allowed")
 
     def test_preview_has_its_size(self):
         self.open()

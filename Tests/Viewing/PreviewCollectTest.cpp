@@ -174,3 +174,23 @@ TEST_F(PreviewCollect, GivenGroundPlaneAndEnvironment_DrawsTheShadowAloneAndNoEn
     EXPECT_FALSE(scene.meshes[0].isFramed);
     EXPECT_THAT(scene.meshes[0].colors, Each(ElementsAre(0, 0, 0, 0.75f)));
 }
+
+TEST_F(PreviewCollect, GivenNormals_TurnsThemAsTheSurfaceTurns) {
+    osg::GeometryPtr square = makeSquare(), without = makeSquare();
+    osg::GeoNormals3fPtr normals = osg::GeoNormals3f::create();
+    for (int i = 0; i < 4; ++i)
+        normals->getFieldPtr()->push_back(osg::Vec3f(1, 0, 1));
+    square->setNormals(normals);
+    osg::TransformPtr transform = osg::Transform::create();
+    osg::Matrix matrix;
+    matrix.setScale(2, 1, 1); // a slope of 1 becomes a slope of 1/2
+    transform->setMatrix(matrix);
+    add(square, add(transform, root));
+    add(without, root);
+    const ktPreviewScene scene = ktCollectPreview(root);
+    ASSERT_EQ(scene.meshes.at(0).normals.size(), 4u);
+    const auto& normal = scene.meshes[0].normals[0];
+    EXPECT_NEAR(normal[0] / normal[2], 0.5f, 1e-6f);
+    EXPECT_EQ(normal[1], 0);
+    EXPECT_TRUE(scene.meshes.at(1).normals.empty());
+}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests the pixels that the preview's renderer draws.
 #include "ktPlainTracer.h"
+#include "ktPreview.h"
 #include "ktPreviewRenderer.h"
 #include "ktThreadCount.h"
 
@@ -32,9 +33,19 @@ ktPreviewCamera makeCamera() {
     return camera;
 }
 
+QImage draw(const ktPreviewScene& scene, ktTracer& tracer, int width, int height, float exposure = 1,
+            bool hasHeadlight = false) {
+    ktPreviewOptions options;
+    options.width_px = width;
+    options.height_px = height;
+    options.exposure = exposure;
+    options.hasHeadlight = hasHeadlight;
+    return ktRenderPreview(scene, makeCamera(), tracer, options);
+}
+
 QRgb middlePixel(const ktPreviewScene& scene, float exposure = 1) {
     ktPlainTracer tracer;
-    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, exposure);
+    const QImage image = draw(scene, tracer, size, size, exposure);
     return image.isNull() ? 0 : image.pixel(size / 2, size / 2);
 }
 
@@ -56,7 +67,7 @@ TEST(PreviewRenderer, GivenLightThatChangesAcross_Interpolates) {
     scene.meshes[0].positions = {{-0.3f, -1, -1}, {0.3f, -1, -1}, {0.3f, 1, -1}, {-0.3f, 1, -1}};
     scene.meshes[0].light[1] = scene.meshes[0].light[2] = {1, 1, 1};
     ktPlainTracer tracer;
-    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, 1);
+    const QImage image = draw(scene, tracer, size, size, 1);
     for (int x = 1; x < size; ++x)
         EXPECT_GT(qRed(image.pixel(x, 3)), qRed(image.pixel(x - 1, 3)));
 }
@@ -64,7 +75,7 @@ TEST(PreviewRenderer, GivenLightThatChangesAcross_Interpolates) {
 TEST(PreviewRenderer, GivenNothing_ShowsTheBackgroundLighterAtTheTop) {
     ktPreviewScene scene;
     ktPlainTracer tracer;
-    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, 1);
+    const QImage image = draw(scene, tracer, size, size, 1);
     EXPECT_GT(qRed(image.pixel(0, 0)), qRed(image.pixel(0, size - 1)));
     EXPECT_EQ(qRed(image.pixel(0, 0)), qBlue(image.pixel(0, 0)));
 }
@@ -107,7 +118,7 @@ TEST(PreviewRenderer, GivenTexture_SamplesItAtTheInterpolatedCoordinate) {
     scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
     scene.meshes[0].texCoords = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     ktPlainTracer tracer;
-    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, size, size, 1);
+    const QImage image = draw(scene, tracer, size, size, 1);
     EXPECT_EQ(image.pixel(0, size - 1), qRgb(255, 255, 0));
     EXPECT_EQ(image.pixel(size - 1, 0), qRgb(0, 0, 0));
 }
@@ -118,7 +129,7 @@ TEST(PreviewRenderer, GivenStructureThatIsNotBuilt_GivesNoImage) {
     scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
     ktPlainTracer tracer;
     tracer.isBuildable = false;
-    EXPECT_TRUE(ktRenderPreview(scene, makeCamera(), tracer, size, size, 1).isNull());
+    EXPECT_TRUE(draw(scene, tracer, size, size, 1).isNull());
 }
 
 TEST(PreviewRenderer, GivenOneOrMoreThreads_DrawsTheSame) {
@@ -127,9 +138,9 @@ TEST(PreviewRenderer, GivenOneOrMoreThreads_DrawsTheSame) {
     scene.meshes = {makeSquare(1, {0.2f, 0.4f, 0.6f, 1}, {0.1f, 0.9f, 0.7f})};
     ktPlainTracer tracer;
     ktThreadCount::set(1);
-    const QImage one = ktRenderPreview(scene, makeCamera(), tracer, 33, 17, 1);
+    const QImage one = draw(scene, tracer, 33, 17, 1);
     ktThreadCount::set(3);
-    EXPECT_EQ(ktRenderPreview(scene, makeCamera(), tracer, 33, 17, 1), one);
+    EXPECT_EQ(draw(scene, tracer, 33, 17, 1), one);
     ktThreadCount::set(0);
 }
 
@@ -155,7 +166,7 @@ TEST(PreviewRenderer, GivenEdgeOfSurface_MixesBothSidesInItsPixels) {
     for (auto& position : scene.meshes[0].positions)
         position[0] = std::min(position[0], 0.07f); // inside a column of pixels
     ktPlainTracer tracer;
-    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, 16, 16, 1);
+    const QImage image = draw(scene, tracer, 16, 16, 1);
     int mixed = 0;
     for (int x = 0; x < 16; ++x)
         mixed += qRed(image.pixel(x, 8)) > 0 && qRed(image.pixel(x, 8)) < 255;
@@ -169,12 +180,12 @@ TEST(PreviewRenderer, GivenSmoothPicture_TracesOneRayPerPixel) {
     scene.materials.resize(1);
     scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {0.5f, 0.5f, 0.5f})};
     CountingTracer tracer;
-    ktRenderPreview(scene, makeCamera(), tracer, 32, 32, 1);
+    draw(scene, tracer, 32, 32, 1);
     EXPECT_EQ(tracer.count, 32 * 32);
     for (auto& position : scene.meshes[0].positions)
         position[0] = std::min(position[0], 0.0f);
     tracer.count = 0;
-    ktRenderPreview(scene, makeCamera(), tracer, 32, 32, 1);
+    draw(scene, tracer, 32, 32, 1);
     EXPECT_GT(tracer.count, 32 * 32 + 32 * 16) << "the edge has sixteen rays per pixel";
     EXPECT_LE(tracer.count, 32 * 32 + 32 * 16 * 4);
 }
@@ -182,7 +193,7 @@ TEST(PreviewRenderer, GivenSmoothPicture_TracesOneRayPerPixel) {
 TEST(PreviewRenderer, GivenNothing_DithersTheBackground) {
     ktPreviewScene scene;
     ktPlainTracer tracer;
-    const QImage image = ktRenderPreview(scene, makeCamera(), tracer, 64, 256, 1);
+    const QImage image = draw(scene, tracer, 64, 256, 1);
     int dithered = 0;
     for (int y = 0; y < image.height(); ++y) {
         const int left = qRed(image.pixel(10, y)), right = qRed(image.pixel(11, y));
@@ -190,4 +201,68 @@ TEST(PreviewRenderer, GivenNothing_DithersTheBackground) {
         dithered += left != right;
     }
     EXPECT_GT(dithered, 64);
+}
+
+TEST(PreviewRenderer, GivenHeadlight_ShowsSurfacesAtAnAngleDarker) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
+    ktPlainTracer tracer;
+    const auto middle = [&] { return qRed(draw(scene, tracer, size, size, 1, true).pixel(size / 2, size / 2)); };
+    EXPECT_GE(middle(), 254) << "it faces the camera";
+    const auto facing = scene.meshes[0].positions;
+    for (auto& position : scene.meshes[0].positions)
+        position[2] += position[0]; // 45 degrees
+    const int tilted = middle();
+    EXPECT_LT(tilted, 240);
+    EXPECT_GT(tilted, 188) << "brighter than half the light: the headlight is soft";
+    EXPECT_EQ(qRed(draw(scene, tracer, size, size).pixel(size / 2, size / 2)), 255) << "not without the headlight";
+    // Normals count before the triangles, whatever their side and length.
+    scene.meshes[0].positions = facing;
+    scene.meshes[0].normals.assign(4, {0, -3, -3});
+    EXPECT_NEAR(middle(), tilted, 4);
+}
+
+TEST(PreviewRenderer, GivenPictureOfSeveralBands_HasNoSeams) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {0, 0, 0})};
+    scene.meshes[0].positions = {{-1, -0.3f, -1}, {1, -0.3f, -1}, {1, 0.3f, -1}, {-1, 0.3f, -1}};
+    scene.meshes[0].light[2] = scene.meshes[0].light[3] = {1, 1, 1}; // dark below, light above
+    ktPlainTracer tracer;
+    const QImage image = draw(scene, tracer, 3, 2100);
+    for (int y = 1; y < image.height(); ++y) {
+        const int step = qRed(image.pixel(1, y - 1)) - qRed(image.pixel(1, y));
+        EXPECT_GE(step, 0) << y;
+        EXPECT_LE(step, 2) << y;
+    }
+}
+
+TEST(PreviewRenderer, GivenListener_ReportsProgressThatNeverDecreases) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
+    ktPlainTracer tracer;
+    ktPreviewOptions options;
+    options.width_px = 640;
+    options.height_px = 480;
+    std::vector<double> shares;
+    options.progressed = [&shares](double share) { shares.push_back(share); };
+    ktRenderPreview(scene, makeCamera(), tracer, options);
+    ASSERT_FALSE(shares.empty());
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+    EXPECT_GE(shares.front(), 0);
+    EXPECT_LE(shares.back(), 1);
+    EXPECT_GT(shares.back(), 0.2) << "more than the structure";
+}
+
+TEST(PreviewRenderer, GivenInterrupt_EndsWithoutAnImage) {
+    ktPreviewScene scene;
+    scene.materials.resize(1);
+    scene.meshes = {makeSquare(1, {1, 1, 1, 1}, {1, 1, 1})};
+    CountingTracer tracer;
+    ktPreviewOptions options;
+    options.isInterrupted = [&tracer] { return tracer.count > 2000; };
+    EXPECT_TRUE(ktRenderPreview(scene, makeCamera(), tracer, options).isNull());
+    EXPECT_LT(tracer.count, options.width_px * options.height_px / 2);
 }

@@ -8,6 +8,7 @@
 #include "ktBakeValues.h"
 #include "ktLengthUnit.h"
 #include "ktNearNames.h"
+#include "ktPreview.h"
 
 #include <functional>
 #include <iterator>
@@ -124,6 +125,22 @@ private:
         file("-o,--output", options.output, "baked scene; -: standard output", "FILE.glb|.gltf", {".glb", ".gltf"},
              "SCENE-baked.glb");
         file("--preview", options.preview, "picture of the baked scene", "FILE.png", {".png"});
+        value(
+            "--preview-size",
+            [&options = options](const std::string& option, const std::string& text) {
+                options.previewSize = parseSize(option, text, ktLargestPreview_px);
+            },
+            "its size in pixels", "WIDTHxHEIGHT",
+            std::to_string(options.previewSize[0]) + "x" + std::to_string(options.previewSize[1]));
+        ktBakeOptionInfo& view = value("--preview-view", into(options.previewView),
+                                       "its camera: a side, the file's first camera, or a camera's name",
+                                       "SIDE|camera|NAME", options.previewView);
+        view.kind = ktBakeValueKind::Choice;
+        view.values = ktPreviewSideNames();
+        view.values.emplace_back("camera");
+        flag(
+            "--preview-headlight", [&options = options] { options.previewHeadlight = true; },
+            "light it softly from the camera too, so that convex parts have shape");
         file("--stats", options.stats, "times and counts of the run", "FILE.json", {".json"});
         ktBakeOptionInfo& unit = value(
             "--unit",

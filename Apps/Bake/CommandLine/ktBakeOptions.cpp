@@ -63,11 +63,19 @@ void checkStatistics(const ktBakeOptions& options) {
             throw ktBakeUsageError("--stats", options.stats, std::string("is the file of ") + name);
 }
 
+/// Options about the picture are of use only with a picture.
+void checkPreview(const CLI::App& app, const ktBakeOptions& options) {
+    for (const auto& [name, value] : listGiven(app))
+        if (options.preview.empty() && name.rfind("--preview-", 0) == 0)
+            refuse(name, value, "needs --preview FILE.png");
+}
+
 /// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
 void checkScript(const CLI::App& app, const ktBakeOptions& options) {
     static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--fit", "--quiet", "--json"};
-    static const std::set<std::string> withScene = {"SCENE",   "--output",   "--preview",          "--unit",
-                                                    "--shade", "--exposure", "--unique-instances", "--ground-plane"};
+    static const std::set<std::string> withScene = {
+        "SCENE",  "--output", "--preview",  "--preview-size",     "--preview-view", "--preview-headlight",
+        "--unit", "--shade",  "--exposure", "--unique-instances", "--ground-plane"};
     if (options.script == "-")
         throw ktBakeUsageError("--script", "-", "must be the name of a file; standard input is for SCENE only");
     for (const auto& [name, value] : listGiven(app)) {
@@ -78,13 +86,15 @@ void checkScript(const CLI::App& app, const ktBakeOptions& options) {
         if (options.scene.empty())
             refuse(name, value, "needs a SCENE; without one, a --script opens and saves scenes itself");
     }
+    checkPreview(app, options);
     checkEndings(options);
 }
 
 /// Checks the options that need a scene. Without one, presets can be listed, saved and deleted.
 void checkWithoutScene(const CLI::App& app, const ktBakeOptions& options) {
-    static const std::set<std::string> needScene = {"--output",  "--preview", "--stats", "--settings-from",
-                                                    "--missing", "--clear",   "--select"};
+    static const std::set<std::string> needScene = {
+        "--output", "--preview",       "--preview-size", "--preview-view", "--preview-headlight",
+        "--stats",  "--settings-from", "--missing",      "--clear",        "--select"};
     if (!options.select.empty())
         throw ktBakeUsageError("--select", options.select.back(),
                                "read as the name of a node, and SCENE is missing; put SCENE before --select");
@@ -110,6 +120,7 @@ void checkTogether(const CLI::App& app, ktBakeOptions& options) {
         checkWithoutScene(app, options);
         return;
     }
+    checkPreview(app, options);
     checkEndings(options);
     if (options.scene == "-" && options.output.empty())
         throw ktBakeUsageError("SCENE", "-",

@@ -65,8 +65,11 @@ struct ktBakeOptions {
     bool multiplyColors = true; ///< `--shade multiply`
     double exposure = 1;        ///< above 0
 
-    std::string preview, stats; ///< file names; empty: none
-    std::string script;         ///< a file to run, on `scene` if there is one, instead of baking it; empty: none
+    std::string preview, stats;                   ///< file names; empty: none
+    std::array<int, 2> previewSize = {1280, 960}; ///< width and height in pixels
+    std::string previewView = "three-quarter";    ///< as ktFindPreviewView() understands it
+    bool previewHeadlight = false;
+    std::string script; ///< a file to run, on `scene` if there is one, instead of baking it; empty: none
     std::vector<std::string> scriptArguments;
     int threads = 0; ///< 0: one a core
     ktFitMode fit = ktFitMode::Surface;

@@ -75,6 +75,21 @@ ktBakeDistance parseDistance(const std::string& option, const std::string& text,
     return distance;
 }
 
+std::array<int, 2> parseSize(const std::string& option, const std::string& text, int most) {
+    const QStringList parts = QString::fromStdString(text).split('x');
+    std::array<int, 2> size{};
+    for (int i = 0; i < 2; ++i) {
+        bool isNumber = false;
+        const int value = parts.size() == 2 ? parts[i].toInt(&isNumber) : 0;
+        if (!isNumber || value < 1 || value > most)
+            throw ktBakeUsageError(option, text,
+                                   "must be width and height in pixels, each from 1 to " + std::to_string(most) +
+                                       ", such as 1280x960");
+        size[static_cast<size_t>(i)] = value;
+    }
+    return size;
+}
+
 std::array<float, 3> parseColor(const std::string& option, const std::string& text) {
     const QStringList parts = QString::fromStdString(text).split(',');
     std::array<float, 3> color{};

@@ -18,6 +18,9 @@ double parsePositive(const std::string& option, const std::string& text); ///< a
 /// A number from 0 on, or a percentage.
 /// @param isZeroExcluded whether 0 is refused
 ktBakeDistance parseDistance(const std::string& option, const std::string& text, bool isZeroExcluded);
+/// Width and height, "1280x960".
+/// @param most of each; the least is 1
+std::array<int, 2> parseSize(const std::string& option, const std::string& text, int most);
 std::array<float, 3> parseColor(const std::string& option, const std::string& text); ///< linear, 0 to 1
 /// The index of the choice. The message names the choice that is near.
 int parseChoice(const std::string& option, const std::string& text, const std::vector<std::string>& choices);

@@ -258,8 +258,9 @@ bool ktStudioDocument::saveAs(const QString& newPath) {
 
 bool ktStudioDocument::savePreview(const QString& picturePath) {
     loadPictures();
-    const std::string reason =
-        ktWritePreview(getRoot(), picturePath.toStdString(), static_cast<float>(options.exposure));
+    ktPreviewOptions preview;
+    preview.exposure = static_cast<float>(options.exposure);
+    const std::string reason = ktWritePreview(getRoot(), picturePath.toStdString(), preview);
     if (!reason.empty()) {
         const QString text = tr("%1: the picture cannot be written: %2").arg(picturePath, reason.c_str());
         ktLog::error("%s", qUtf8Printable(text));

@@ -223,7 +223,8 @@ bool reportProgress(void* progress, double share) {
 
 } // namespace
 
-ktEmbreeTracer::ktEmbreeTracer(const char* config) : device(rtcNewDevice(config)), rotateTile(ktChooseRotateTile()) {
+ktEmbreeTracer::ktEmbreeTracer(const char* config, Quality quality_)
+    : device(rtcNewDevice(config)), quality(quality_), rotateTile(ktChooseRotateTile()) {
     static_assert(ktHitPacket::noMesh == RTC_INVALID_GEOMETRY_ID, "a miss has the same value in Embree");
     if (!device)
         throwDeviceError(nullptr, "start");
@@ -250,7 +251,7 @@ bool ktEmbreeTracer::build(const std::vector<ktTracerMesh>& meshes, const Progre
     scene = rtcNewScene(device);
     if (!scene)
         throwDeviceError(device, "make a scene");
-    rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_HIGH);
+    rtcSetSceneBuildQuality(scene, quality == Quality::High ? RTC_BUILD_QUALITY_HIGH : RTC_BUILD_QUALITY_MEDIUM);
     rtcSetSceneFlags(scene, RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
     for (std::size_t i = 0; i < meshes.size(); ++i) {
         const ktTracerMesh& mesh = meshes[i];

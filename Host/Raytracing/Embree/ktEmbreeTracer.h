@@ -8,12 +8,18 @@ struct RTCDeviceTy;
 struct RTCSceneTy;
 
 /// Traces with Embree, in packets as wide as the processor supports. The reference for the hemisphere tracer. Builds
-/// one high-quality structure over all meshes, so that tracing is fast.
+/// one structure over all meshes.
 class ktEmbreeTracer : public ktTracer {
 public:
+    enum class Quality {
+        High,  ///< so that tracing is fast
+        Medium ///< built in less than half the time; for few rays
+    };
+
     /// @param config device options of Embree ("isa=avx2", "verbose=1"); null for its defaults
+    /// @param quality of the structure
     /// @throws std::runtime_error if Embree cannot start
-    explicit ktEmbreeTracer(const char* config = nullptr);
+    explicit ktEmbreeTracer(const char* config = nullptr, Quality quality = Quality::High);
     ~ktEmbreeTracer() override;
 
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
@@ -32,6 +38,7 @@ private:
 
     RTCDeviceTy* device = nullptr;
     RTCSceneTy* scene = nullptr;
+    const Quality quality;
     ktRotateTile rotateTile;
     std::uint32_t width = 4;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Checks that kthost is called on the main thread and while no bake runs, and logs refused calls.
+// Checks that kthost is called on the main thread and while nothing is baked or drawn, and logs refused calls.
 #include "ktHostModuleGuard.h"
 
 #include "ktControllerState.h"
@@ -8,6 +8,8 @@
 
 #include <QCoreApplication>
 #include <QThread>
+
+static bool isDrawing = false;
 
 void ktHostModuleGuard::requireMainThread() {
     if (QThread::currentThread() != QCoreApplication::instance()->thread())
@@ -22,4 +24,14 @@ void ktHostModuleGuard::refuse(const std::string& reason) {
 void ktHostModuleGuard::refuseWhileBaking() {
     if (ktControllerState::isBusy())
         refuse("a bake is under way");
+    if (isDrawing)
+        refuse("a picture is being drawn");
+}
+
+ktHostModuleGuard::Drawing::Drawing() {
+    isDrawing = true;
+}
+
+ktHostModuleGuard::Drawing::~Drawing() {
+    isDrawing = false;
 }

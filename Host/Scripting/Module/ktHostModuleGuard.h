@@ -10,8 +10,17 @@ namespace ktHostModuleGuard {
 void requireMainThread();
 /// Logs the reason as an error and throws it as ktHostModuleError: a call that changed nothing.
 [[noreturn]] void refuse(const std::string& reason);
-/// Refuses the call while a bake is under way.
+/// Refuses the call while a bake is under way, or a picture is drawn.
 void refuseWhileBaking();
+
+/// During its lifetime, a picture is drawn. Main thread only.
+class Drawing {
+public:
+    Drawing();
+    ~Drawing();
+    Drawing(const Drawing&) = delete;
+    Drawing& operator=(const Drawing&) = delete;
+};
 
 /// A function of the module with the check for the main thread in front: `&OnMainThread<&f>::call`.
 template <auto function>

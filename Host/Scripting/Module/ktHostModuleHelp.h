@@ -42,7 +42,8 @@ inline const char save[] =
     "@raise kthost.Error: No scene is open, or the file cannot be written.";
 
 inline const char preview[] =
-    "preview(path, width=1280, height=960, exposure=1.0, turn=0.0)\n\n"
+    "preview(path, width=1280, height=960, exposure=1.0, turn=0.0, view=\"three-quarter\", headlight=False,\n"
+    "        progress=None)\n\n"
     "Draws the baked scene into a PNG file.\n\n"
     "@param path: The file.\n@type path: str or os.PathLike\n"
     "@param width: Pixels, 1 to 16384.\n@type width: int\n"
@@ -50,8 +51,17 @@ inline const char preview[] =
     "@param exposure: Factor for the light, above 0.\n@type exposure: float\n"
     "@param turn: Turns the camera around the scene, in degrees, counterclockwise seen from above.\n"
     "@type turn: float\n"
-    "@raise kthost.Error: No scene is open, a value is out of range, or the file cannot be written. An existing file\n"
-    "    is then unchanged, also after Ctrl-C.";
+    "@param view: Where the camera is: \"three-quarter\", \"front\", \"back\", \"left\", \"right\", \"top\" or "
+    "\"bottom\",\n"
+    "    \"camera\" for the file's first camera, or the name of one of its cameras. The front is at +z, the right "
+    "side\n"
+    "    at +x.\n@type view: str\n"
+    "@param headlight: Adds a soft light at the camera, so that convex parts have shape.\n@type headlight: bool\n"
+    "@param progress: Called as progress(share) on the main thread while the picture is drawn, at most 20 times a\n"
+    "    second, with a float up to 1.0. An exception in it ends the drawing, and preview() raises it.\n"
+    "@type progress: callable or None\n"
+    "@raise kthost.Error: No scene is open, there is no such view, a value is out of range, or the file cannot be\n"
+    "    written. An existing file is then unchanged, also after Ctrl-C.";
 
 inline const char nodes[] = "nodes()\n\nReturns all nodes of the scene, parents before their children.\n\n"
                             "@rtype: list of kthost.Node\n@raise kthost.Error: No scene is open.";

@@ -10,14 +10,17 @@
 #include "ktLengthUnit.h"
 #include "ktLog.h"
 #include "ktPreview.h"
+#include "ktPythonObject.h"
 #include "ktSceneFile.h"
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
 #include "ktScriptedPlugin.h"
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace python = boost::python;
 using ktHostModuleGuard::refuse;
@@ -30,8 +33,6 @@ using Clock = std::chrono::steady_clock;
 double secondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
-
-constexpr int maxPictureSize = 16384;
 
 struct OpenScene {
     std::unique_ptr<ktSceneFile> file;
@@ -84,6 +85,56 @@ float checkExposure(double exposure) {
         throw ktHostModuleError("the exposure must be a number above 0");
     return static_cast<float>(exposure);
 }
+
+constexpr auto callInterval = std::chrono::milliseconds(50);
+
+/// Calls a function of a script with the progress of a picture. Main thread only, except hasFailed().
+class Progress {
+public:
+    /// @param callback None: nothing is called
+    explicit Progress(const python::object& callback_) : callback(callback_) {
+        if (callback.is_none() || PyCallable_Check(callback.ptr()))
+            return;
+        PyErr_SetString(PyExc_TypeError, "progress must be callable or None");
+        python::throw_error_already_set();
+    }
+    ~Progress() {
+        Py_XDECREF(errorType);
+        Py_XDECREF(errorValue);
+        Py_XDECREF(errorTrace);
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void report(double share) {
+        if (callback.is_none() || isFailed || (share < 1 && Clock::now() - lastCall < callInterval))
+            return;
+        const ktPythonLock lock;
+        if (ktPythonObject(PyObject_CallFunction(callback.ptr(), const_cast<char*>("d"), share))) {
+            lastCall = Clock::now();
+            return;
+        }
+        PyErr_Fetch(&errorType, &errorValue, &errorTrace);
+        isFailed = true;
+    }
+
+    /// Whether the function has raised an exception. Thread-safe.
+    bool hasFailed() const { return isFailed; }
+    /// Raises that exception.
+    void raise() {
+        if (!isFailed)
+            return;
+        PyErr_Restore(std::exchange(errorType, nullptr), std::exchange(errorValue, nullptr),
+                      std::exchange(errorTrace, nullptr));
+        python::throw_error_already_set();
+    }
+
+private:
+    const python::object& callback;
+    Clock::time_point lastCall;
+    std::atomic<bool> isFailed{false};
+    PyObject *errorType = nullptr, *errorValue = nullptr, *errorTrace = nullptr; // owned
+};
 
 } // namespace
 
@@ -150,24 +201,43 @@ void ktHostModuleScene::save(const python::object& path, const python::object& s
     ktScriptedPlugin::the().sceneSaved(name, secondsSince(begin));
 }
 
-void ktHostModuleScene::preview(const python::object& path, int width, int height, double exposure,
-                                double turn_degrees) {
+void ktHostModuleScene::preview(const python::object& path, int width, int height, double exposure, double turn_degrees,
+                                const python::object& view, bool headlight, const python::object& progress) {
     refuseWhileBaking();
-    const std::string name = ktTextArgument(path, "path");
-    if (width < 1 || height < 1 || width > maxPictureSize || height > maxPictureSize)
-        throw ktHostModuleError("a picture has 1 to " + std::to_string(maxPictureSize) + " pixels a side");
+    const std::string name = ktTextArgument(path, "path"), viewName = ktTextArgument(view, "view");
+    if (width < 1 || height < 1 || width > ktLargestPreview_px || height > ktLargestPreview_px)
+        throw ktHostModuleError("a picture has 1 to " + std::to_string(ktLargestPreview_px) + " pixels a side");
     if (!std::isfinite(turn_degrees))
         throw ktHostModuleError("the turn must be a number of degrees");
-    const float factor = checkExposure(exposure);
-    openFile();
+    ktPreviewOptions options;
+    options.exposure = checkExposure(exposure);
+    options.width_px = width;
+    options.height_px = height;
+    options.hasHeadlight = headlight;
+    std::string reason;
+    const std::optional<ktPreviewView> found = ktFindPreviewView(viewName, openFile().getCameras(), reason);
+    if (!found)
+        throw ktHostModuleError(reason);
+    if (found->camera && turn_degrees != 0)
+        throw ktHostModuleError("a turn needs a side, not the camera \"" + viewName + "\"");
+    options.view = *found;
+    options.view.turn_degrees = turn_degrees;
+    Progress called(progress);
+    const auto isInterrupted = [&called] { return Interrupt::isRequested() || called.hasFailed(); };
+    options.isInterrupted = isInterrupted;
+    options.progressed = [&called](double share) { called.report(share); };
     const auto begin = Clock::now();
     const Interrupt interrupt;
-    ktFileReport report;
-    scene().file->loadPictures(report, &Interrupt::isRequested);
-    interrupt.raise();
-    logMessages(scene().name, report);
-    const std::string reason =
-        ktWritePreview(ktScenegraph::getRootNode(), name, factor, width, height, turn_degrees, &Interrupt::isRequested);
+    {
+        const ktHostModuleGuard::Drawing drawing;
+        ktFileReport report;
+        scene().file->loadPictures(report, isInterrupted);
+        if (!isInterrupted()) {
+            logMessages(scene().name, report);
+            reason = ktWritePreview(ktScenegraph::getRootNode(), name, options);
+        }
+    }
+    called.raise();
     interrupt.raise();
     if (!reason.empty())
         throw ktHostModuleError(name + ": the picture cannot be written: " + reason);

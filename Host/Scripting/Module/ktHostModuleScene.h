@@ -9,7 +9,8 @@ namespace ktHostModuleScene {
 void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances, bool groundPlane);
 void close();
 void save(const boost::python::object& path, const boost::python::object& shade, double exposure);
-void preview(const boost::python::object& path, int width, int height, double exposure, double turn_degrees);
+void preview(const boost::python::object& path, int width, int height, double exposure, double turn_degrees,
+             const boost::python::object& view, bool headlight, const boost::python::object& progress);
 
 /// Selects the top nodes of the open file. Throws ktHostModuleError if no file is open.
 void selectTopNodes();

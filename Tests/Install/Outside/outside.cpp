@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <ktAmbientOcclusion.h>
 #include <ktHostSignals.h>
+#include <ktPreview.h>
+#include <ktSceneFile.h>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGNode.h>
 #include <QCoreApplication>
@@ -18,5 +20,8 @@ int main(int argc, char** argv) {
     std::printf("version %s, %u child, shadow quality %d\n", getPluginVersion(),
                 static_cast<unsigned>(parent->getNChildren()), ktAmbientOcclusion::the()->getShadowQuality());
     osg::subRefCP(parent);
+    ktFileReport report;
+    if (ktSceneFile::open("missing.glb", {}, report) || ktPreviewSideNames().empty())
+        return 1;
     return 0;
 }
