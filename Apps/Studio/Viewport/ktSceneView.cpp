@@ -187,7 +187,7 @@ void ktSceneView::setScene(const OSG::NodePtr& root) {
     d->overlay.ringCentre.reset();
     d->state.scene.read(root);
     if (wasEmpty)
-        d->state.camera.frame(d->state.scene.bounds, d->control.aspect());
+        d->state.camera.frame(d->state.scene.framedBoxes(false), d->control.aspect());
     d->canvas->sceneChanged();
 }
 
@@ -246,13 +246,12 @@ void ktSceneView::keepResultsForComparison() {
 }
 
 void ktSceneView::frameAll() {
-    d->state.camera.frame(d->state.scene.bounds, d->control.aspect());
+    d->state.camera.frame(d->state.scene.framedBoxes(false), d->control.aspect());
     d->canvas->viewChanged();
 }
 
 void ktSceneView::frameSelection() {
-    const ktViewCamera::Box box = d->state.scene.selectionBounds();
-    d->state.camera.frame(box.isEmpty() ? d->state.scene.bounds : box, d->control.aspect());
+    d->state.camera.frame(d->state.scene.framedBoxes(d->state.scene.hasSelection()), d->control.aspect());
     d->canvas->viewChanged();
 }
 

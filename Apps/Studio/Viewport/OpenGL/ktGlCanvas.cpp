@@ -12,12 +12,12 @@
 
 namespace {
 
-constexpr int rest_ms = 120;    // without changes, before the full picture is drawn
-constexpr double slice_ms = 30; // of the full picture and of uploads
-constexpr int fullSamples = 4;  // a pixel of the full picture
-constexpr std::size_t manyTriangles = 200000;
-constexpr int tile_px = 2048;    // of large pictures
-constexpr double stripe_px = 10; // period of the hatching, along a row
+constexpr int rest_ms = 120;                 // without changes, before the full picture is drawn
+constexpr double slice_ms = 30;              // of the full picture and of uploads
+constexpr int fullSamples = 4;               // a pixel of the full picture
+constexpr std::size_t manyTriangles = 50000; // coarser ones are made
+constexpr int tile_px = 2048;                // of large pictures
+constexpr double stripe_px = 10;             // period of the hatching, along a row
 
 QSurfaceFormat formatOf33() {
     QSurfaceFormat format;

@@ -15,7 +15,7 @@ constexpr int picturesBeforeFiner = 4;
 } // namespace
 
 void ktMovingQuality::reset(std::size_t triangles, bool isSoftware) {
-    step = !isSoftware || triangles < 100000 ? 0 : triangles < 1000000 ? 2 : 4;
+    step = !isSoftware || triangles < 50000 ? 0 : triangles < 1000000 ? 2 : 4;
     finest = 0;
     quickPictures = 0;
 }

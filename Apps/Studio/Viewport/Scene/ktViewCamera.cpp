@@ -9,7 +9,8 @@ using Vector = ktViewCamera::Vector;
 
 namespace {
 
-constexpr double margin = 0.06;           // fraction of half the view that stays empty at each side
+constexpr double margin = 0.06; // fraction of half the view that stays empty at each side
+constexpr int centeringRounds = 5;
 constexpr double steepest_rad = 1.5707;   // just below a right angle: the direction and up never coincide
 constexpr double leastNearShare = 0.0002; // near / far: keeps the depth buffer precise
 
@@ -108,19 +109,41 @@ void ktViewCamera::lookAt(const Vector& point) {
     targetPoint = point;
 }
 
-void ktViewCamera::frame(const Box& box, double aspect) {
-    if (box.isEmpty())
+void ktViewCamera::frame(const std::vector<Box>& boxes, double aspect) {
+    Box all;
+    for (const Box& box : boxes)
+        all.extend(box);
+    if (all.isEmpty())
         return;
-    targetPoint = box.centre();
+    targetPoint = all.centre();
     const double halfY = tanHalfHeight * (1 - margin), halfX = halfY * aspect;
-    double distance = 0;
-    forEachCorner(box, [&](const Vector& corner) {
-        const Vector offset = add(corner, targetPoint, -1);
-        const double depth = isParallelProjection ? 0 : dot(offset, forwardAxis);
-        distance = std::max({distance, std::abs(dot(offset, rightAxis)) / halfX - depth,
-                             std::abs(dot(offset, upAxis)) / halfY - depth});
-    });
-    targetDistance = distance > 0 ? distance : 1; // a single point
+    const auto forEachPoint = [&boxes](const auto& visit) {
+        for (const Box& box : boxes)
+            if (!box.isEmpty())
+                forEachCorner(box, visit);
+    };
+    for (int round = 0; round < centeringRounds; ++round) {
+        double least = -1e300;
+        forEachPoint([&](const Vector& point) {
+            const Vector offset = add(point, targetPoint, -1);
+            const double depth = isParallelProjection ? 0 : dot(offset, forwardAxis);
+            least = std::max({least, std::abs(dot(offset, rightAxis)) / halfX - depth,
+                              std::abs(dot(offset, upAxis)) / halfY - depth});
+        });
+        targetDistance = least > 0 ? least : 1; // a single point
+        Vector low = {1e300, 1e300, 0}, high = {-1e300, -1e300, 0};
+        forEachPoint([&](const Vector& point) {
+            const auto place = project(point, aspect);
+            for (std::size_t axis = 0; place && axis < 2; ++axis) {
+                low[axis] = std::min(low[axis], (*place)[axis]);
+                high[axis] = std::max(high[axis], (*place)[axis]);
+            }
+        });
+        if (low[0] > high[0] || round + 1 == centeringRounds)
+            return;
+        targetPoint = add(add(targetPoint, rightAxis, (low[0] + high[0]) / 2 * halfHeight() * aspect), upAxis,
+                          (low[1] + high[1]) / 2 * halfHeight());
+    }
 }
 
 void ktViewCamera::setStandardView(ktStandardView view) {

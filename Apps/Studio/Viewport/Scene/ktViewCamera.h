@@ -6,6 +6,7 @@
 
 #include <array>
 #include <optional>
+#include <vector>
 
 /// The camera of the viewport: it looks at a target and orbits around it. World space, millimetres. y is up.
 /// Points of the view are x and y from -1 (left, bottom) to 1 (right, top).
@@ -41,8 +42,8 @@ public:
     void zoom(double factor, double x, double y, double aspect);
     /// Moves the target, and the camera with it, to look at a point from the same distance and direction.
     void lookAt(const Vector& point);
-    /// Shows the whole box, from the present direction. Does nothing for an empty box.
-    void frame(const Box& box, double aspect);
+    /// Shows all boxes, as large as possible, from the present direction. Does nothing without a box that is not empty.
+    void frame(const std::vector<Box>& boxes, double aspect);
     /// Looks along an axis at the same target.
     void setStandardView(ktStandardView view);
     /// Places the camera.

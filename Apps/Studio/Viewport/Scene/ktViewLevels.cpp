@@ -103,6 +103,8 @@ std::vector<ktViewLevel> ktMakeViewLevels(const std::vector<float>& positions,
         ktViewLevel level;
         level.cellSize = diagonal / cells;
         level.triangles = clusters.simplify(*finer, level.cellSize);
+        if (level.triangles.empty())
+            break;
         if (static_cast<double>(level.triangles.size()) > leastReduction * static_cast<double>(finer->size()))
             continue;
         const bool isCoarsest = level.triangles.size() / 3 < fewTriangles / 2;

@@ -211,12 +211,14 @@ void ktViewScene::select(const std::vector<osg::NodePtr>& nodes) {
     }
 }
 
-Box ktViewScene::selectionBounds() const {
-    Box box;
+std::vector<Box> ktViewScene::framedBoxes(bool onlySelected) const {
+    std::vector<Box> boxes;
     for (const ktViewUse& use : uses)
-        if (use.isSelected)
-            box.extend(use.bounds);
-    return box;
+        if (onlySelected ? use.isSelected : !materials[use.material].isGroundPlane)
+            boxes.push_back(use.bounds);
+    if (boxes.empty() && !onlySelected)
+        boxes.push_back(allBounds);
+    return boxes;
 }
 
 std::size_t ktViewScene::triangleCount() const {

@@ -69,8 +69,8 @@ public:
     /// Whether a geometry is shown, or was shown before and still has nodes.
     bool isKnown(osg::UInt32 geometryId) const { return known.count(geometryId) > 0; }
     bool hasSelection() const { return selectedCount > 0; }
-    /// World space, of the marked uses.
-    ktViewCamera::Box selectionBounds() const;
+    /// Boxes that the camera frames: of the marked uses, or of all except ground planes.
+    std::vector<ktViewCamera::Box> framedBoxes(bool onlySelected) const;
     /// Triangles of all uses.
     std::size_t triangleCount() const;
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr double stripesOfAScene = 120; // along the diagonal
+constexpr double stripesOfAScene = 60; // along the diagonal
 
 /// The light that a mode shows at each vertex; empty without results.
 std::vector<std::array<float, 3>> lightOf(const ktViewUse& use, const ktShownGeometry& geometry, ktViewMode mode) {
@@ -102,7 +102,7 @@ private:
         mesh.texCoords.clear();
         for (std::size_t i = 0; i < mesh.positions.size(); ++i) {
             const auto& p = mesh.positions[i];
-            mesh.texCoords.push_back({static_cast<float>((double(p[0]) + p[1] + p[2]) / period), 0});
+            mesh.texCoords.push_back({static_cast<float>((p[0] - double(p[1]) + 0.6 * p[2]) / period), 0});
             if (!isColored)
                 mesh.colors[i] = {0.42f, 0.38f, 0.52f, mesh.colors[i][3]};
         }
