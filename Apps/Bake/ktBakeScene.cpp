@@ -77,6 +77,7 @@ int ktBakeScene::open(const ktBakeOptions& options) {
     fileName = options.scene;
     ktOpenOptions openOptions;
     openOptions.unit = ktParseLengthUnit(options.unit).value_or(ktLengthUnit());
+    openOptions.up = options.up;
     openOptions.uniqueInstances = options.uniqueInstances;
     ktFileReport report;
     file = ktSceneFile::open(QString::fromStdString(options.scene), openOptions, report);

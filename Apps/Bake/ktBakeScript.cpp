@@ -82,7 +82,8 @@ int exitCodeOf(const ktBakeOptions& options, const ktScripting::Result& result) 
 
 int runInHost(const ktBakeOptions& options) {
     if (!options.scene.empty() && !callHost("open(" + quoted(options.scene) + ", " + quoted(options.unit) + ", " +
-                                            quoted(options.uniqueInstances) + ", " + quoted(options.groundPlane) + ")"))
+                                            quoted(options.uniqueInstances) + ", " + quoted(options.groundPlane) +
+                                            ", '" + (options.up ? ktNameOf(*options.up) : "auto") + "')"))
         return interrupted ? ktBakeExit::cancelled : ktBakeExit::badInput;
     const ktScripting::Result result = ktScripting::runFile(options.script, options.scriptArguments);
     if (!result.succeeded)

@@ -8,6 +8,7 @@
 #include "ktWorldBounds.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace {
@@ -17,15 +18,20 @@ struct Grid {
     std::vector<std::uint16_t> indices;
 };
 
-Grid makeGrid(const osg::Pnt3f& low, const osg::Pnt3f& high, float y) {
+/// A grid in the plane of this y, between two corners. The corners and y are in a space with y up, the grid is in the
+/// document's space.
+Grid makeGrid(const osg::Pnt3f& low, const osg::Pnt3f& high, float y, ktUpAxis up) {
     Grid grid;
+    const auto append = [up](std::vector<float>& values, std::array<float, 3> vector) {
+        ktTurnBack(up, vector.data());
+        values.insert(values.end(), vector.begin(), vector.end());
+    };
     const int n = ktGroundPlaneSquares;
     for (int row = 0; row <= n; ++row)
         for (int column = 0; column <= n; ++column) {
             const float u = static_cast<float>(column) / n, v = static_cast<float>(row) / n;
-            grid.positions.insert(grid.positions.end(),
-                                  {low[0] + u * (high[0] - low[0]), y, low[2] + v * (high[2] - low[2])});
-            grid.normals.insert(grid.normals.end(), {0.0f, 1.0f, 0.0f});
+            append(grid.positions, {low[0] + u * (high[0] - low[0]), y, low[2] + v * (high[2] - low[2])});
+            append(grid.normals, {0.0f, 1.0f, 0.0f});
         }
     for (int row = 0; row < n; ++row)
         for (int column = 0; column < n; ++column) {
@@ -61,8 +67,11 @@ std::size_t addNode(ktGltfDocument& document, const Grid& grid, const ktNodeTree
         accessor.count = values.size() / 3;
         accessor.type = "VEC3";
         if (limits) {
-            accessor.min.assign(values.begin(), values.begin() + 3);
-            accessor.max.assign(values.end() - 3, values.end());
+            // Opposite corners of the grid.
+            for (std::size_t first = 0, last = values.size() - 3; first < 3; ++first, ++last) {
+                accessor.min.push_back(std::min(values[first], values[last]));
+                accessor.max.push_back(std::max(values[first], values[last]));
+            }
         }
         return store.addAccessor(accessor);
     };
@@ -92,12 +101,12 @@ std::size_t addNode(ktGltfDocument& document, const Grid& grid, const ktNodeTree
 
 } // namespace
 
-osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, ktGltfScene& scene,
+osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, ktGltfScene& scene, ktUpAxis up,
                               ktFileMessages& messages) {
     for (const ktNodeLink& link : scene.nodes)
         if (ktIsGroundPlaneNode(*ktJsonElement(document.json, "nodes", link.node)))
             return link.shown;
-    // In the document's space: below the root's transform.
+    // In the document's space, below the root's transform, but with y up.
     ktWorldBounds bounds;
     osg::Matrix toDocument = scene.root->getToWorld();
     toDocument.invert();
@@ -108,6 +117,7 @@ osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, 
         for (osg::UInt32 i = 0; i < positions->size(); ++i) {
             osg::Pnt3f point;
             toRoot.mult(positions->getValue(i), point);
+            ktTurnUp(up, point.getValues());
             if (std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]))
                 bounds.extend(point);
         }
@@ -126,7 +136,7 @@ osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, 
     }
     const float y = bounds.min[1] - 1e-4f * static_cast<float>(diagonal);
     try {
-        const std::size_t node = addNode(document, makeGrid(bounds.min, bounds.max, y), tree);
+        const std::size_t node = addNode(document, makeGrid(bounds.min, bounds.max, y, up), tree);
         ktExtendScene(scene, document, node, messages);
         return scene.nodes.back().shown;
     } catch (const ktFileError& error) {

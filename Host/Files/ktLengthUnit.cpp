@@ -65,10 +65,13 @@ double ktSceneDiagonal(const osg::NodePtr& root) {
     return low[0] > high[0] ? 0.0 : std::hypot(high[0] - low[0], high[1] - low[1], high[2] - low[2]);
 }
 
-double ktDecideUnit(const ktLengthUnit& unit, double diagonal, bool isMetres, std::string& note) {
+double ktDecideUnit(const ktLengthUnit& unit, double diagonal, ktFileUnit fileUnit, std::string& note) {
     if (!unit.isAutomatic())
         return unit.millimetres;
+    const bool isMetres = fileUnit != ktFileUnit::Unnamed;
     if (isMetres && diagonal >= 0.01 && diagonal <= 100.0)
+        return 1000.0;
+    if (fileUnit == ktFileUnit::Named && diagonal > 0.0 && std::isfinite(diagonal))
         return 1000.0;
     const double factor = assumedDiagonal_mm / diagonal;
     if (!(diagonal > 0.0) || !std::isfinite(factor) || !(factor > 0.0)) {

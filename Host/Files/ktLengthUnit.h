@@ -22,10 +22,17 @@ KT_HOST_EXPORT std::optional<ktLengthUnit> ktParseLengthUnit(const std::string& 
 /// excludes ground planes.
 KT_HOST_EXPORT double ktSceneDiagonal(const osg::NodePtr& root);
 
+/// What a file says about its unit. A file that names it has been converted to metres.
+enum class ktFileUnit {
+    Unnamed,
+    Assumed, ///< metres because the format says so, as in glTF; exporters often ignore it
+    Named    ///< the file itself names its unit
+};
+
 /// Chooses the millimetres per unit of a scene.
 /// @param unit     the requested unit
 /// @param diagonal of the scene, in the file's units
-/// @param isMetres the file is in metres, or claims to be
 /// @param note     receives a sentence if the user should know about the choice; else unchanged
-/// If the unit is automatic: metres if `isMetres` and the diagonal is 1 cm to 100 m; else the diagonal becomes 3 m.
-KT_HOST_EXPORT double ktDecideUnit(const ktLengthUnit& unit, double diagonal, bool isMetres, std::string& note);
+/// If the unit is automatic: metres if the file names its unit, or if metres are assumed and the diagonal is 1 cm to
+/// 100 m; else the diagonal becomes 3 m.
+KT_HOST_EXPORT double ktDecideUnit(const ktLengthUnit& unit, double diagonal, ktFileUnit fileUnit, std::string& note);

@@ -8,6 +8,7 @@
 #include "ktGltfScene.h"
 #include "ktGltfStore.h"
 #include "ktGroundPlane.h"
+#include "ktLyingModel.h"
 #include "ktNodeExtras.h"
 #include "ktReadInterrupt.h"
 #include "ktRefinedWriter.h"
@@ -26,6 +27,15 @@ struct ktSceneFile::Data {
     ktGltfScene scene;
     osg::NodeRefPtr root;
     double unit_mm = 1000.0;
+    ktUpAxis up = ktUpAxis::Y; ///< of the document
+};
+
+/// A document, and what its file says about its space.
+struct ReadFile {
+    ktGltfDocument document;
+    ktFileUnit unit = ktFileUnit::Assumed;
+    bool hasUpAxis = true;
+    bool isImported = false;
 };
 
 namespace {
@@ -52,20 +62,34 @@ bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
     return false;
 }
 
-// Reads any supported format. `isMetres`: whether the positions are in metres.
-ktGltfDocument readDocument(const QString& path, bool& isMetres, ktFileMessages& messages) {
+// Reads any supported format.
+ReadFile readFile(const QString& path, std::optional<ktUpAxis> up, ktFileMessages& messages) {
     ktCheckReadable(path, "file");
-    isMetres = true;
     const QString ending = QFileInfo(path).suffix().toLower();
     const bool isNamedGltf = ending == "glb" || ending == "gltf";
     if ((isNamedGltf && !ktIsGltf1(path)) || (!isNamedGltf && ktBeginsLikeGlb(path)))
-        return ktReadGltf(path, messages);
+        return {ktReadGltf(path, messages)};
     if (!ktCanImportWithAssimp(path))
         throw ktFileError("file",
                           "is no glTF, and files of the kind '." + ending.toStdString() + "' cannot be imported");
-    ktImportedFile imported = ktImportWithAssimp(path, messages);
-    isMetres = imported.hasUnit;
-    return std::move(imported.document);
+    ktImportedFile imported = ktImportWithAssimp(path, up, messages);
+    const ktFileUnit unit = imported.isUnitSure ? ktFileUnit::Named
+                            : imported.hasUnit  ? ktFileUnit::Assumed
+                                                : ktFileUnit::Unnamed;
+    return {std::move(imported.document), unit, imported.hasUpAxis, true};
+}
+
+// The transform from the document's space to the world: millimetres, y up.
+osg::Matrix worldMatrix(double unit_mm, ktUpAxis up) {
+    osg::Matrix matrix;
+    for (osg::UInt32 axis = 0; axis < 3; ++axis) {
+        float column[3] = {0, 0, 0};
+        column[axis] = static_cast<float>(unit_mm);
+        ktTurnUp(up, column);
+        for (osg::UInt32 row = 0; row < 3; ++row)
+            matrix[axis][row] = column[row] + 0.0f; // no negative zero
+    }
+    return matrix;
 }
 
 // Removes the compressed copy of a primitive's vertices, because it would not match the results.
@@ -93,8 +117,10 @@ std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpen
     const ktReadInterrupt interrupt(options.isInterrupted);
     auto data = std::make_unique<Data>();
     const bool good = reportOf(path, report, [&] {
-        bool isMetres = true;
-        data->document = readDocument(path, isMetres, report.messages);
+        ReadFile file = readFile(path, options.up, report.messages);
+        data->document = std::move(file.document);
+        if (!file.isImported)
+            data->up = options.up.value_or(ktUpAxis::Y);
         ktReadInterrupt::check();
         data->tree = ktReadNodeTree(data->document, options.scene, report.messages);
         if (options.uniqueInstances)
@@ -102,14 +128,17 @@ std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpen
         data->scene = ktBuildScene(data->document, data->tree, report.messages);
 
         std::string note;
-        data->unit_mm = ktDecideUnit(options.unit, ktSceneDiagonal(data->scene.root), isMetres, note);
+        data->unit_mm = ktDecideUnit(options.unit, ktSceneDiagonal(data->scene.root), file.unit, note);
         if (!note.empty())
             report.messages.note(note);
+        if (!file.hasUpAxis)
+            if (const std::optional<ktUpAxis> lying = ktFindLyingAxis(data->scene.root))
+                report.messages.note(std::string("The model seems to lie on its side: it has a flat side along ") +
+                                     ktNameOf(*lying) + " and none along y. --up " + ktNameOf(*lying) +
+                                     " makes this axis point up.");
         const osg::TransformPtr scale = osg::TransformPtr::dcast(data->scene.root->getCore());
-        osg::Matrix matrix;
-        matrix.setScale(static_cast<float>(data->unit_mm));
         osg::beginEditCP(scale, osg::Transform::MatrixFieldMask);
-        scale->setMatrix(matrix);
+        scale->setMatrix(worldMatrix(data->unit_mm, data->up));
         osg::endEditCP(scale, osg::Transform::MatrixFieldMask);
         data->root = osg::makeNodeFor(osg::Group::create());
         osg::beginEditCP(osg::NodePtr(data->root), osg::Node::ChildrenFieldMask);
@@ -146,7 +175,7 @@ void ktSceneFile::loadPictures(ktFileReport& report, const std::function<bool()>
 osg::NodePtr ktSceneFile::addGroundPlane(ktFileReport& report) {
     osg::NodePtr plane;
     reportOf(data->document.path, report,
-             [&] { plane = ktAddGroundPlane(data->document, data->tree, data->scene, report.messages); });
+             [&] { plane = ktAddGroundPlane(data->document, data->tree, data->scene, data->up, report.messages); });
     return plane;
 }
 

@@ -5,6 +5,7 @@
 #include "ktHostExport.h"
 #include "ktLengthUnit.h"
 #include "ktSceneCamera.h"
+#include "ktUpAxis.h"
 
 #include <functional>
 #include <memory>
@@ -16,11 +17,14 @@
 
 /// Options for opening a scene file.
 struct ktOpenOptions {
-    ktLengthUnit unit;                ///< of the file's positions
+    ktLengthUnit unit; ///< of the file's positions
     bool uniqueInstances = false;     ///< each node gets its own mesh and results, also in the written file
     std::optional<std::size_t> scene; ///< index of the scene in the file; empty: the file's default
     /// Asked from time to time, on the main thread; true ends the reading with an error. May be empty.
     std::function<bool()> isInterrupted = {};
+    /// The axis of the file that points up. Empty: what the file or its format says, else y. The scene in memory has y
+    /// up. Nodes of a glTF file stay as they are; files of other formats are written with y up.
+    std::optional<ktUpAxis> up = {};
 };
 
 /// Options for saving a scene file.
@@ -51,8 +55,8 @@ public:
     ktSceneFile(const ktSceneFile&) = delete;
     ktSceneFile& operator=(const ktSceneFile&) = delete;
 
-    /// Root of the scene, in millimetres: a group, below it one transform from the file's unit to millimetres, below
-    /// that the file's top nodes. The file keeps a reference.
+    /// Root of the scene, in millimetres and with y up: a group, below it one transform from the file's unit and axes,
+    /// below that the file's top nodes. The file keeps a reference.
     osg::NodePtr getRoot() const;
     /// The current children of that transform: the file's top nodes.
     std::vector<osg::NodePtr> getTopNodes() const;

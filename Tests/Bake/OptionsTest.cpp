@@ -77,6 +77,7 @@ TEST(Options, GivenSceneAlone_WritesNextToItAndSetsNothing) {
                  options.intensityThreshold);
     EXPECT_TRUE(options.multiplyColors);
     EXPECT_EQ(options.unit, "auto");
+    EXPECT_FALSE(options.up) << "as the file says";
     EXPECT_EQ(options.exposure, 1);
     EXPECT_EQ(options.tracer, ktTracerKind::Hemisphere);
 }
@@ -110,6 +111,8 @@ TEST(Options, GivenEverySetting_KeepsEach) {
                                          "0.1",
                                          "--unit",
                                          "cm",
+                                         "--up",
+                                         "z",
                                          "--shade",
                                          "none",
                                          "--exposure",
@@ -136,6 +139,7 @@ TEST(Options, GivenEverySetting_KeepsEach) {
     EXPECT_EQ(options.colorBleeding, true);
     EXPECT_EQ(options.overrideColor, true);
     EXPECT_THAT(*options.overrideColorValue, ElementsAre(0.1f, 0.2f, 0.3f));
+    EXPECT_EQ(options.up, ktUpAxis::Z);
     EXPECT_EQ(options.subdivide, true);
     EXPECT_EQ(options.subdivisionQuality, 2);
     EXPECT_EQ(options.minEdgeLength->inWorldUnits(1000), 10);

@@ -133,6 +133,7 @@ const std::vector<Library> libraries = {
     {"TBB", std::regex("(oneapi/)?tbb/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
     {"nlohmann-json", std::regex("nlohmann/.*"), {"Host/Files/", "Tests/", "Benchmarks/"}},
     {"Assimp", std::regex("assimp/.*"), {"Host/Files/", "Tests/", "Benchmarks/"}},
+    {"minizip", std::regex("minizip/.*"), {"Host/Files/Import/", "Tests/"}},
     {"Python",
      std::regex("(boost/python.*|Python\\.h)"),
      {"AmbientOcclusion/ktAmbientOcclusionPython", "Host/Scripting/", "Tests/"}},

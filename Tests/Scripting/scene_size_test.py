@@ -57,5 +57,18 @@ class Lights(Host):
         self.assertTrue(kthost.bake())
 
 
+class UpAxis(Host):
+    def test_the_axis_of_the_file_that_points_up_can_be_given(self):
+        for axis, row in (("auto", 1), ("y", 1), ("x", 0), ("z", 2)):
+            self.open(up=axis)
+            column = [line[row] for line in kthost.find("room0")[0].world_matrix]
+            self.assertEqual([round(number, 6) for number in column[:3]], [0, 1, 0], axis)
+        for axis in ("w", "", "Z"):
+            with self.assertRaises(kthost.Error) as caught:
+                self.open(up=axis)
+            self.assertIn("not \"%s\"" % axis, str(caught.exception))
+        self.assertRaises(TypeError, self.open, up=2)
+
+
 if __name__ == "__main__":
     unittest.main()

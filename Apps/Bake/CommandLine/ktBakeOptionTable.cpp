@@ -157,6 +157,9 @@ private:
         unit.kind = ktBakeValueKind::Choice;
         unit.values = {"auto", "mm", "cm", "m", "inch", "foot"};
         choice(
+            "--up", {"x", "y", "z"}, [&options = options](int axis) { options.up = static_cast<ktUpAxis>(axis); },
+            "axis of the file that points up", "as the file says, else y");
+        choice(
             "--shade", {"multiply", "none"}, [&options = options](int how) { options.multiplyColors = how == 0; },
             "multiply the light into the vertex colours, for viewers", "multiply");
         value(

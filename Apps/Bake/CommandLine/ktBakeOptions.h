@@ -4,6 +4,7 @@
 #include "ktAmbientOcclusionSettings.h"
 #include "ktFitMode.h"
 #include "ktTracerFactory.h"
+#include "ktUpAxis.h"
 
 #include <array>
 #include <optional>
@@ -59,7 +60,8 @@ struct ktBakeOptions {
     ktBakeClear clear = ktBakeClear::Nothing;
     bool activeOnly = false; ///< leave hidden parts as they are
 
-    std::string unit = "auto"; ///< as ktParseLengthUnit() understands it
+    std::string unit = "auto";  ///< as ktParseLengthUnit() understands it
+    std::optional<ktUpAxis> up; ///< empty: as the file says
     bool uniqueInstances = false;
     bool groundPlane = false;   ///< add one, or bake the one that is there
     bool multiplyColors = true; ///< `--shade multiply`

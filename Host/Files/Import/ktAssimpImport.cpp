@@ -2,17 +2,16 @@
 // Imports other file formats with Assimp in a separate, limited process and converts them to glTF in memory.
 #include "ktAssimpImport.h"
 
+#include "ktAssimpSpace.h"
 #include "ktAssimpTarget.h"
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktLimitedProcess.h"
 
-#include <assimp/commonMetaData.h>
 #include <assimp/config.h>
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
-#include <cmath>
 #include <cstring>
 #include <new>
 #include <QFileInfo>
@@ -41,51 +40,12 @@ private:
     }
 };
 
-double metaNumber(const aiScene& scene, const char* key, double otherwise) {
-    if (!scene.mMetaData)
-        return otherwise;
-    double asDouble = 0.0;
-    float asFloat = 0.0f;
-    std::int32_t asInt = 0;
-    if (scene.mMetaData->Get(key, asInt))
-        return asInt;
-    if (scene.mMetaData->Get(key, asDouble))
-        return asDouble;
-    return scene.mMetaData->Get(key, asFloat) ? asFloat : otherwise;
-}
-
-// Metres per unit of the imported positions; 0 if the file does not name its unit.
-double metresPerUnit(const aiScene& scene, const std::string& path) {
-    const std::string ending = path.substr(std::min(path.size(), path.rfind('.') + 1));
-    const auto is = [&](const char* name) { return QString::fromStdString(ending).toLower() == name; };
-    // Assimp's Collada importer converts to metres.
-    if (is("dae") || is("zae"))
-        return 1.0;
-    const double centimetres = metaNumber(scene, "UnitScaleFactor", 0.0);
-    return is("fbx") && centimetres > 0.0 && std::isfinite(centimetres) ? centimetres / 100.0 : 0.0;
-}
-
-// Converts to glTF's axes and unit: y up, metres.
-void standUp(ktAssimpTarget& target, double metres) {
-    const bool zUp =
-        metaNumber(target.scene, "UpAxis", 1.0) == 2.0 && metaNumber(target.scene, "UnitScaleFactor", 0.0) > 0.0;
-    const bool scaled = metres > 0.0 && metres != 1.0;
-    if ((!zUp && !scaled) || !target.json.contains("scenes"))
-        return;
-    ktJson root = {{"name", "unit"}, {"children", target.json["scenes"][0]["nodes"]}};
-    if (zUp)
-        root["rotation"] = {-std::sqrt(0.5), 0.0, 0.0, std::sqrt(0.5)};
-    if (scaled)
-        root["scale"] = {metres, metres, metres};
-    const std::size_t node = target.add("nodes", std::move(root));
-    target.json["scenes"][0]["nodes"] = {node};
-}
-
-ktJson import(const std::string& path, ktBytes& bytes) {
+ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& bytes) {
     ktJson answer = ktJson::object();
     Assimp::Importer importer;
     importer.SetIOHandler(new RegularFiles); // the importer takes ownership
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, up.has_value());
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
                            aiProcess_LimitBoneWeights | aiProcess_FlipUVs;
     const aiScene* scene = importer.ReadFile(path, steps);
@@ -101,11 +61,13 @@ ktJson import(const std::string& path, ktBytes& bytes) {
     ktConvertAssimpMaterials(target);
     ktConvertAssimpNodes(target);
     ktConvertAssimpAnimations(target);
-    const double metres = metresPerUnit(*scene, path);
-    standUp(target, metres);
+    const ktAssimpSpace space = ktFindAssimpSpace(*scene, path, up);
+    ktConvertAssimpSpace(target, space);
     if (!target.bytes.empty())
         target.add("buffers", {{"byteLength", target.bytes.size()}});
-    answer["hasUnit"] = metres > 0.0;
+    answer["hasUnit"] = space.metres > 0.0;
+    answer["isUnitSure"] = space.isUnitSure;
+    answer["hasUpAxis"] = space.hasUpAxis;
     answer["warnings"] = ktJson::array();
     for (const ktFileWarning& warning : messages.warnings())
         answer["warnings"].push_back({warning.object, warning.reason, warning.detail, warning.count});
@@ -114,10 +76,10 @@ ktJson import(const std::string& path, ktBytes& bytes) {
     return answer;
 }
 
-void importInto(ktByteSink& sink, const std::string& path) {
+void importInto(ktByteSink& sink, const std::string& path, std::optional<ktUpAxis> up) {
     ktBytes bytes;
     // Names in old files may have any encoding; bytes that are not UTF-8 are replaced.
-    const std::string text = import(path, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
+    const std::string text = import(path, up, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
     const Header header = {text.size(), bytes.size()};
     sink.write(&header, sizeof header);
     sink.write(text.data(), text.size());
@@ -131,7 +93,7 @@ bool ktCanImportWithAssimp(const QString& path) {
     return !ending.isEmpty() && Assimp::Importer().IsExtensionSupported(ending.toStdString());
 }
 
-ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages) {
+ktImportedFile ktImportWithAssimp(const QString& path, std::optional<ktUpAxis> up, ktFileMessages& messages) {
     const QFileInfo info(path);
     const std::string file = info.absoluteFilePath().toStdString();
     const auto size = static_cast<std::size_t>(info.size());
@@ -139,7 +101,7 @@ ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages)
     limits.memory_bytes = (std::size_t(4) << 30) + 100 * size;
     limits.time_s = 20 + static_cast<unsigned>(size >> 16);
     limits.wait_s = 60 + 4 * limits.time_s; // the machine may be busy or the disk slow
-    const ktBytes answer = ktRunLimited(limits, [&](ktByteSink& sink) { importInto(sink, file); });
+    const ktBytes answer = ktRunLimited(limits, [&](ktByteSink& sink) { importInto(sink, file, up); });
 
     Header header;
     if (answer.size() < sizeof header)
@@ -155,6 +117,8 @@ ktImportedFile ktImportWithAssimp(const QString& path, ktFileMessages& messages)
 
     ktImportedFile imported;
     imported.hasUnit = json["hasUnit"];
+    imported.isUnitSure = json["isUnitSure"];
+    imported.hasUpAxis = json["hasUpAxis"];
     imported.document.path = info.absoluteFilePath();
     imported.document.form = ktGltfForm::Memory;
     imported.document.indent = 2;

@@ -119,7 +119,8 @@ BOOST_PYTHON_MODULE(kthost) {
         .def("__repr__", &ktHostModuleNode::describe);
 
     python::def("open", &OnMainThread<&ktHostModuleScene::open>::call,
-                (arg("path"), arg("unit") = "auto", arg("unique_instances") = false, arg("ground_plane") = false),
+                (arg("path"), arg("unit") = "auto", arg("unique_instances") = false, arg("ground_plane") = false,
+                 arg("up") = "auto"),
                 help::open);
     python::def("close", &OnMainThread<&ktHostModuleScene::close>::call, help::close);
     python::def("save", &OnMainThread<&ktHostModuleScene::save>::call,

@@ -17,7 +17,7 @@ inline const char module[] =
 inline const char error[] = "A call of kthost failed. The text names the file or the node, and the reason.";
 
 inline const char open[] =
-    "open(path, unit=\"auto\", unique_instances=False, ground_plane=False)\n\n"
+    "open(path, unit=\"auto\", unique_instances=False, ground_plane=False, up=\"auto\")\n\n"
     "Closes the current scene, opens another (glTF, OBJ, PLY, STL, FBX, Collada and more), and selects its top\n"
     "nodes. Warnings go to the log.\n\n"
     "@param path: The file.\n@type path: str or os.PathLike\n"
@@ -26,6 +26,8 @@ inline const char open[] =
     "@param unique_instances: Gives each use of a mesh its own results.\n@type unique_instances: bool\n"
     "@param ground_plane: Adds a plane below the scene that shows its shadow, unless the scene has one. The plane is\n"
     "    one of the top nodes.\n@type ground_plane: bool\n"
+    "@param up: Axis of the file that points up: \"x\", \"y\" or \"z\"; \"auto\" is what the file says, else y. World\n"
+    "    space has y up.\n@type up: str\n"
     "@raise kthost.Error: The file cannot be read or holds nothing to bake. The current scene then stays open, also\n"
     "    after Ctrl-C.";
 

@@ -139,7 +139,7 @@ private:
 } // namespace
 
 void ktHostModuleScene::open(const python::object& path, const python::object& unit, bool uniqueInstances,
-                             bool groundPlane) {
+                             bool groundPlane, const python::object& up) {
     refuseWhileBaking();
     const std::string name = ktTextArgument(path, "path");
     const std::string unitText =
@@ -147,8 +147,12 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
     const std::optional<ktLengthUnit> length = ktParseLengthUnit(unitText);
     if (!length)
         throw ktHostModuleError("a unit is auto, mm, cm, m, inch, foot or a length in millimetres, not " + unitText);
+    const std::string axis = ktTextArgument(up, "up");
     ktOpenOptions options;
     options.unit = *length;
+    options.up = ktParseUpAxis(axis);
+    if (!options.up && axis != "auto")
+        throw ktHostModuleError("up is \"auto\", \"x\", \"y\" or \"z\", not \"" + axis + "\"");
     options.uniqueInstances = uniqueInstances;
     options.isInterrupted = &Interrupt::isRequested;
     const Interrupt interrupt;

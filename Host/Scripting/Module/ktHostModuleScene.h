@@ -6,7 +6,8 @@
 /// Functions of the module `kthost` that open, save and show the scene, described in ktHostModuleHelp.h.
 namespace ktHostModuleScene {
 
-void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances, bool groundPlane);
+void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances, bool groundPlane,
+          const boost::python::object& up);
 void close();
 void save(const boost::python::object& path, const boost::python::object& shade, double exposure);
 void preview(const boost::python::object& path, int width, int height, double exposure, double turn_degrees,
