@@ -142,6 +142,29 @@ TEST(OutputFiles, GivenAFailingCallWhileWriting_KeepsTheOldFileAndSaysSo) {
 }
 #endif
 
+#ifdef KT_FAILING_CALLS
+TEST(FailingThreads, GivenAnyThreadThatDoesNotStart_EndsWithAMessage) {
+    const ktTestFolder folder;
+    const std::string scene = model("glTF2/BoxTextured-glTF-Binary/BoxTextured.glb");
+    bool hasFailed = false, areEnough = false;
+    for (int from = 0; !areEnough && from < 30; ++from)
+        for (const char* count : {"1", "1000"}) {
+            fs::remove(folder.file("out.glb"));
+            const ktBakeResult result =
+                runBake(folder.path, {scene, "-qo", "out.glb", "--shadow-quality", "0", "--gather-quality", "0"},
+                        "export LD_PRELOAD=" KT_FAILING_CALLS " KT_FAILING_CALL=pthread_create KT_FAILING_COUNT=" +
+                            std::string(count) + " KT_FAILING_FROM=" + std::to_string(from));
+            ASSERT_THAT(result.exitCode, testing::AnyOf(0, 1)) << from << ' ' << count << ": " << result.error;
+            EXPECT_EQ(fs::exists(folder.file("out.glb")), result.exitCode == 0);
+            EXPECT_EQ(result.error.empty(), result.exitCode == 0);
+            hasFailed = hasFailed || result.exitCode == 1;
+            areEnough = result.exitCode == 0 && std::string(count) == "1000";
+        }
+    EXPECT_TRUE(hasFailed);
+    EXPECT_TRUE(areEnough) << "a bake uses fewer threads";
+}
+#endif
+
 #ifdef KT_LOCALEDEF
 TEST(OutputFiles, GivenLocaleWithDecimalComma_BakesTheSameFile) {
     const ktTestFolder folder;

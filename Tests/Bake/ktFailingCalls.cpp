@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A library to preload: the call that KT_FAILING_CALL names fails for temporary files of outputs.
+// A library to preload: the call that KT_FAILING_CALL names fails. Calls on files fail for temporary files of outputs.
+// Threads fail from number KT_FAILING_FROM on, KT_FAILING_COUNT of them.
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -13,6 +16,11 @@ namespace {
 bool isChosen(const char* call) {
     const char* const chosen = std::getenv("KT_FAILING_CALL"); // NOLINT(concurrency-mt-unsafe)
     return chosen && std::strcmp(chosen, call) == 0;
+}
+
+long numberIn(const char* variable) {
+    const char* const text = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
+    return text ? std::strtol(text, nullptr, 10) : 0;
 }
 
 bool mustFail(const char* call, int file) {
@@ -53,6 +61,14 @@ int close(int file) {
     const bool fails = mustFail("close", file);
     const int result = next<decltype(close)>("close")(file);
     return fails ? fail() : result;
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument) noexcept {
+    static std::atomic<long> number{0};
+    const long first = numberIn("KT_FAILING_FROM"), now = number++;
+    if (isChosen("pthread_create") && now >= first && now < first + numberIn("KT_FAILING_COUNT"))
+        return EAGAIN;
+    return next<decltype(pthread_create)>("pthread_create")(thread, attributes, run, argument);
 }
 
 int rename(const char* from, const char* to) noexcept {

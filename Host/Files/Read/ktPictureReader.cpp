@@ -5,10 +5,11 @@
 #include "ktFileError.h"
 #include "ktGltfAccessor.h"
 
-#include <cstring>
+#include <algorithm>
 #include <limits>
 #include <QBuffer>
 #include <QImageReader>
+#include <vector>
 
 namespace {
 
@@ -25,6 +26,60 @@ ktBytes encodedBytes(const ktGltfDocument& document, const ktJson& image, const 
     if (ktIsDataUri(uri))
         return ktDecodeDataUri(uri, object);
     return ktReadWholeFile(ktResolveAssetUri(document.folder(), uri, object), object);
+}
+
+// Qt converts and scales large images in its thread pool, and waits for ever for a thread that the system does not
+// start. Images of at most this many pixels are converted by the calling thread.
+constexpr int convertedPixels = 1 << 13;
+
+// Rows [first, first + count) of an image, as RGBA.
+QImage rowsOf(const QImage& image, int first, int count) {
+    QImage rows(image.constScanLine(first), image.width(), count, image.bytesPerLine(), image.format());
+    if (image.colorCount() > 0)
+        rows.setColorTable(image.colorTable());
+    return rows.convertToFormat(QImage::Format_RGBA8888);
+}
+
+// Copies an image as RGBA. Each pixel becomes the mean of `step` by `step` pixels, fewer at the edges.
+void copyShrunk(const QImage& image, int step, ktImage& picture) {
+    picture.width_px = (image.width() + step - 1) / step;
+    picture.height_px = (image.height() + step - 1) / step;
+    const auto rowSize = static_cast<std::size_t>(picture.width_px);
+    picture.pixels.resize(4 * rowSize * static_cast<std::size_t>(picture.height_px));
+    const int together = std::max(1, convertedPixels / image.width());
+    std::vector<std::uint32_t> sums(4 * rowSize);
+    QImage rows;
+    for (int y = 0; y < image.height(); ++y) {
+        if (y % together == 0)
+            rows = rowsOf(image, y, std::min(together, image.height() - y));
+        const uchar* const row = rows.constScanLine(y % together);
+        for (std::size_t x = 0; x < static_cast<std::size_t>(image.width()); ++x)
+            for (std::size_t c = 0; c < 4; ++c)
+                sums[4 * (x / static_cast<std::size_t>(step)) + c] += row[4 * x + c];
+        if ((y + 1) % step != 0 && y + 1 < image.height())
+            continue;
+        const auto height = static_cast<std::uint32_t>(y % step + 1);
+        std::uint8_t* const out = &picture.pixels[4 * rowSize * static_cast<std::size_t>(y / step)];
+        for (std::size_t i = 0; i < sums.size(); ++i) {
+            const auto left = static_cast<std::uint32_t>(image.width()) - static_cast<std::uint32_t>(i / 4) * step;
+            const std::uint32_t count = height * std::min(static_cast<std::uint32_t>(step), left);
+            out[i] = static_cast<std::uint8_t>((sums[i] + count / 2) / count);
+            sums[i] = 0;
+        }
+    }
+}
+
+// Lets the JPEG decoder shrink an image, which saves memory. It can do so exactly by 2, 4 and 8.
+void shrinkJpeg(QImageReader& reader, const QSize& size, int step) {
+    int divisor = 1;
+    while (divisor < 8 && 2 * divisor <= step)
+        divisor *= 2;
+    if (divisor > 1 && reader.format() == "jpeg")
+        reader.setScaledSize({(size.width() + divisor - 1) / divisor, (size.height() + divisor - 1) / divisor});
+}
+
+int stepOf(const QSize& size) {
+    return (std::max(size.width(), size.height()) + ktLargestPicture_px - 1) / ktLargestPicture_px;
 }
 
 } // namespace
@@ -45,19 +100,14 @@ std::shared_ptr<const ktImage> ktReadPicture(const ktGltfDocument& document, std
     const QSize size = reader.size();
     if (size.isValid() && std::int64_t(size.width()) * size.height() > pixelLimit)
         throw ktFileError(object, "has too many pixels");
-    if (size.isValid() && std::max(size.width(), size.height()) > ktLargestPicture_px)
-        reader.setScaledSize(
-            size.scaled(ktLargestPicture_px, ktLargestPicture_px, Qt::KeepAspectRatio).expandedTo({1, 1}));
-    const QImage decoded = reader.read().convertToFormat(QImage::Format_RGBA8888);
+    if (size.isValid())
+        shrinkJpeg(reader, size, stepOf(size));
+    const QImage decoded = reader.read();
     if (decoded.isNull())
         throw ktFileError(object, "cannot be decoded: " + reader.errorString().toStdString());
-
+    if (std::int64_t(decoded.width()) * decoded.height() > pixelLimit)
+        throw ktFileError(object, "has too many pixels");
     auto picture = std::make_shared<ktImage>();
-    picture->width_px = decoded.width();
-    picture->height_px = decoded.height();
-    const std::size_t row = 4 * static_cast<std::size_t>(decoded.width());
-    picture->pixels.resize(row * static_cast<std::size_t>(decoded.height()));
-    for (int y = 0; y < decoded.height(); ++y)
-        std::memcpy(&picture->pixels[row * static_cast<std::size_t>(y)], decoded.constScanLine(y), row);
+    copyShrunk(decoded, std::max(1, stepOf(decoded.size())), *picture);
     return picture;
 }

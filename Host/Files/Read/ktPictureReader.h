@@ -6,7 +6,7 @@
 
 #include <memory>
 
-/// Longest side of a picture in pixels; larger pictures are scaled down. This is enough: their colours only tint
+/// Longest side of a picture in pixels; larger pictures are shrunk by a whole number. This is enough: their colours only tint
 /// bounced light and the preview.
 const int ktLargestPicture_px = 2048;
 
