@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests the pixels that OpenGL draws: against closed values, and against the preview's ray tracer.
 #include "ktFalseColours.h"
+#include "ktPreview.h"
 #include "ktPreviewCollect.h"
 #include "ktPreviewRenderer.h"
 #include "ktSceneView.h"
@@ -78,8 +79,10 @@ protected:
         ktViewCamera::Box all;
         all.extend(ktViewCamera::Vector{-20, -20, -20});
         all.extend(ktViewCamera::Vector{20, 20, 20});
+        ktPreviewOptions options;
+        options.width_px = width, options.height_px = height;
         return ktRenderPreview(scene, view.camera().previewCamera(static_cast<double>(width) / height, all), *tracer,
-                               width, height, 1);
+                               options);
     }
     /// Share of the pixels that differ by more than `most`.
     static double differing(const QImage& a, const QImage& b, int most) {

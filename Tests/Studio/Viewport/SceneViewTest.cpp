@@ -13,14 +13,6 @@
 
 namespace {
 
-QApplication& application() {
-    static int count = 1;
-    static char name[] = "ktViewportTest";
-    static char* arguments[] = {name, nullptr};
-    static auto& instance = *new QApplication(count, arguments);
-    return instance;
-}
-
 constexpr int width = 200, height = 100;
 
 class SceneView : public testing::Test {
@@ -35,7 +27,6 @@ protected:
     QString info;
 
     SceneView() {
-        application();
         view = std::make_unique<ktSceneView>();
         view->resize(width, height);
         view->show();

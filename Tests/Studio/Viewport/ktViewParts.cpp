@@ -10,6 +10,7 @@
 #include <OpenSG/OSGMaterialGroup.h>
 #include <OpenSG/OSGSimpleAttachments.h>
 #include <OpenSG/OSGTransform.h>
+#include <QApplication>
 
 namespace {
 
@@ -41,7 +42,16 @@ osg::GeoTexCoords4fPtr sameEverywhere(const osg::GeometryPtr& geometry, const os
 
 } // namespace
 
+static void makeApplication() {
+    static int count = 1;
+    static char name[] = "ktViewportTest";
+    static char* arguments[] = {name, nullptr};
+    if (!QCoreApplication::instance())
+        new QApplication(count, arguments); // lives as long as the process
+}
+
 ktViewParts::ktViewParts() : root(osg::Node::create()) {
+    makeApplication();
     osg::addRefCP(root);
     root->setCore(osg::Group::create());
 }

@@ -12,6 +12,7 @@
 /// Scenes for tests of the viewport.
 class ktViewParts {
 public:
+    /// Makes an application if there is none.
     ktViewParts();
     ~ktViewParts();
 
