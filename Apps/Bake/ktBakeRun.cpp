@@ -71,7 +71,7 @@ private:
 
     int open() {
         watch.lap();
-        const int exitCode = scene.open(options);
+        const int exitCode = scene.open(options, [this] { return interrupts.isInterrupted(); });
         stats.readSeconds = watch.lap();
         if (exitCode != ktBakeExit::done)
             return exitCode;

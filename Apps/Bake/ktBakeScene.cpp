@@ -73,15 +73,18 @@ void ktBakeScene::logNode(const char* option, const std::string& name, const std
                         {{"file", fileName}, {"option", option}, {"value", name}, {"reason", reason}});
 }
 
-int ktBakeScene::open(const ktBakeOptions& options) {
+int ktBakeScene::open(const ktBakeOptions& options, const std::function<bool()>& isInterrupted) {
     fileName = options.scene;
     ktOpenOptions openOptions;
     openOptions.unit = ktParseLengthUnit(options.unit).value_or(ktLengthUnit());
     openOptions.up = options.up;
     openOptions.uniqueInstances = options.uniqueInstances;
+    openOptions.isInterrupted = isInterrupted;
     ktFileReport report;
     file = ktSceneFile::open(QString::fromStdString(options.scene), openOptions, report);
     logMessages(report);
+    if (!file && isInterrupted())
+        return ktBakeExit::cancelled;
     if (!file) {
         logError(options.scene, report);
         return ktBakeExit::badInput;

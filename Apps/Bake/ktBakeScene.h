@@ -21,7 +21,8 @@ public:
 
     /// Reads the file and makes it the host's scene. Logs warnings.
     /// @return exit code
-    int open(const ktBakeOptions& options);
+    /// @param isInterrupted true ends the reading: ktBakeExit::cancelled, without a message
+    int open(const ktBakeOptions& options, const std::function<bool()>& isInterrupted);
     /// Adds the ground plane if the options say so.
     /// @return exit code
     int addGroundPlane(const ktBakeOptions& options);

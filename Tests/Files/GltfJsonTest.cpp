@@ -2,6 +2,7 @@
 // Parsing JSON: broken and hostile texts, values of any type, numbers.
 #include "ktFileError.h"
 #include "ktGltfJson.h"
+#include "ktReadInterrupt.h"
 
 #include <gmock/gmock.h>
 
@@ -29,6 +30,16 @@ TEST(GltfJson, GivenBrokenText_NamesLineAndColumn) {
     EXPECT_NE(problemOf("{\"a\": 1"), "");
     EXPECT_NE(problemOf("{\"a\": 1e999}"), "");
     EXPECT_NE(problemOf("\"\xff\""), "");
+}
+
+TEST(GltfJson, GivenInterrupt_EndsInTheMiddleOfTheText) {
+    const std::string text = "[" + std::string(1 << 20, ' ') + "]";
+    int asked = 0;
+    const ktReadInterrupt interrupt([&asked] { return ++asked == 5; });
+    EXPECT_THROW(ktParseJson(text.data(), text.size()), ktReadInterrupt::Interrupted);
+    EXPECT_EQ(asked, 5);
+    EXPECT_EQ(ktParseJson(text.data(), text.size()).size(), 0u);
+    EXPECT_GT(asked, 15);
 }
 
 TEST(GltfJson, GivenDeepNesting_RefusesInsteadOfOverflowing) {

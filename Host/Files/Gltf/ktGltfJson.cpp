@@ -3,10 +3,12 @@
 #include "ktGltfJson.h"
 
 #include "ktFileError.h"
+#include "ktReadInterrupt.h"
 
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 
 namespace {
 
@@ -54,12 +56,36 @@ std::string lineAndColumn(const char* text, std::size_t size, std::size_t positi
     return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
+// Walks over text for the parser, and lets the caller end the reading.
+class Characters {
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    explicit Characters(const char* next_) : next(next_) {}
+    reference operator*() const { return *next; }
+    Characters& operator++() {
+        constexpr std::uintptr_t interval = 1 << 16;
+        if (reinterpret_cast<std::uintptr_t>(++next) % interval == 0)
+            ktReadInterrupt::check();
+        return *this;
+    }
+    bool operator==(const Characters& other) const { return next == other.next; }
+    bool operator!=(const Characters& other) const { return next != other.next; }
+
+private:
+    const char* next;
+};
+
 } // namespace
 
 ktJson ktParseJson(const char* text, std::size_t size) {
     checkLimits(text, size);
     try {
-        return ktJson::parse(text, text + size);
+        return ktJson::parse(Characters(text), Characters(text + size));
     } catch (const ktJson::parse_error& error) {
         throw ktFileError("file", "JSON is broken at " + lineAndColumn(text, size, error.byte));
     } catch (const ktJson::exception& error) {
