@@ -190,6 +190,7 @@ TEST_F(GlView, GivenManyTriangles_MovesWithFewer) {
 TEST(MovingQuality, GivenSlowPictures_ReducesAndGivenQuickOnes_Refines) {
     ktMovingQuality quality;
     quality.reset(1000, true);
+    quality.learn(1000); // compiles
     EXPECT_TRUE(quality.now().isFull());
     quality.learn(100);
     const ktMovingQuality::Quality reduced = quality.now();
@@ -200,6 +201,10 @@ TEST(MovingQuality, GivenSlowPictures_ReducesAndGivenQuickOnes_Refines) {
         quality.learn(5);
     // Not back to where pictures took too long.
     EXPECT_FALSE(quality.now().isFull());
+    quality.rest();
+    for (int i = 0; i < 50; ++i)
+        quality.learn(5);
+    EXPECT_TRUE(quality.now().isFull());
     quality.reset(5000000, false); // a display that is not software starts full
     EXPECT_TRUE(quality.now().isFull());
 }

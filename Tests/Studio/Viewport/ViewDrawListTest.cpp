@@ -134,6 +134,22 @@ TEST(ViewDrawList, GivenLevels_TakesTheCoarsestThatIsFineEnough) {
     EXPECT_TRUE(listOf(scene, choice, {sizes, sizes}).uses.empty());
 }
 
+TEST(ViewDrawList, GivenLimit_DrawsTheLargestAndAPartOfTheNext) {
+    ktViewParts parts;
+    parts.add(ktViewParts::sphere(0.2f, 16), ktViewParts::moved(-1, 0, 0));
+    parts.add(ktViewParts::sphere(1, 16), ktViewParts::moved(0, 0, 0));
+    parts.add(ktViewParts::sphere(0.5f, 16), ktViewParts::moved(1, 0, 0));
+    ktViewScene scene;
+    scene.read(parts.root);
+    ktDrawChoice choice;
+    choice.mostTriangles = 700; // each has 480
+    const ktDrawList list = listOf(scene, choice);
+    EXPECT_EQ(list.triangles, 700u);
+    ASSERT_EQ(list.batches.size(), 2u);
+    for (const ktDrawBatch& batch : list.batches)
+        EXPECT_EQ(batch.triangles, scene.uses[list.uses[batch.first]].toWorld[3][0] == 0 ? 480u : 220u);
+}
+
 TEST(ViewDrawList, GivenChoice_LeavesOutGroundPlanesAndUnmarkedUses) {
     ktViewParts parts;
     parts.add(ktViewParts::square(), ktViewParts::moved(0, 0, 0), osg::UShadowMaterial::create());

@@ -12,12 +12,13 @@
 
 namespace {
 
-constexpr int rest_ms = 120;                 // without changes, before the full picture is drawn
-constexpr double slice_ms = 30;              // of the full picture and of uploads
-constexpr int fullSamples = 4;               // a pixel of the full picture
-constexpr std::size_t manyTriangles = 50000; // coarser ones are made
-constexpr int tile_px = 2048;                // of large pictures
-constexpr double stripe_px = 10;             // period of the hatching, along a row
+constexpr int rest_ms = 120;                        // without changes, before the full picture is drawn
+constexpr double slice_ms = 30;                     // of the full picture and of uploads
+constexpr int fullSamples = 4;                      // a pixel of the full picture
+constexpr std::size_t mostMovingTriangles = 300000; // with software OpenGL
+constexpr std::size_t manyTriangles = 50000;        // coarser ones are made
+constexpr int tile_px = 2048;                       // of large pictures
+constexpr double stripe_px = 10;                    // period of the hatching, along a row
 
 QSurfaceFormat formatOf33() {
     QSurfaceFormat format;
@@ -181,6 +182,7 @@ void ktGlCanvas::drawMoving() {
     const QSize pixels = (QSizeF(pixelSize()) / used.scale).toSize().expandedTo({1, 1});
     ktGlRequest request = makeRequest(pixels, used.detail_px);
     request.look.hasWires = request.look.hasWires && used.isFull();
+    request.mostTriangles = display->isSoftware ? mostMovingTriangles : 0;
     QElapsedTimer timer;
     timer.start();
     if (!display->moving.begin(request, state.scene))
@@ -199,6 +201,7 @@ void ktGlCanvas::drawMoving() {
 void ktGlCanvas::startStill() {
     if (!display || !isUploaded || isDirty || !failure.isEmpty())
         return;
+    quality.rest();
     makeCurrent();
     ktGlRequest request = makeRequest(pixelSize(), 0);
     request.samples = fullSamples;

@@ -144,6 +144,7 @@ bool ktGlPicture::begin(const ktGlRequest& newRequest, const ktViewScene& newSce
     choice.aspect = request.aspect;
     choice.height_px = request.height_px;
     choice.detail_px = request.detail_px;
+    choice.mostTriangles = request.mostTriangles;
     choice.withGroundPlanes = request.look.hasGroundPlanes;
     const std::vector<std::vector<ktLevelSize>> levels = meshes.levelSizes(newScene);
     list = ktMakeDrawList(newScene, request.camera, choice, levels);

@@ -18,6 +18,7 @@ struct ktGlRequest {
     double aspect = 1;                ///< of the whole view
     double height_px = 1;             ///< of the whole view
     double detail_px = 0;             ///< see ktDrawChoice
+    std::size_t mostTriangles = 0;    ///< see ktDrawChoice
     int samples = 0;                  ///< a pixel; 0: one, without averaging
     double stripe_px = 8;             ///< period of the hatching
     bool hasMarks = true;             ///< outline of the marked uses

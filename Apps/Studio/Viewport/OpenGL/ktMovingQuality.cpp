@@ -18,9 +18,14 @@ void ktMovingQuality::reset(std::size_t triangles, bool isSoftware) {
     step = !isSoftware || triangles < 50000 ? 0 : triangles < 1000000 ? 2 : 4;
     finest = 0;
     quickPictures = 0;
+    isFirst = true;
 }
 
 void ktMovingQuality::learn(double time_ms) {
+    if (isFirst) {
+        isFirst = false;
+        return;
+    }
     if (time_ms > slow_ms) {
         const std::size_t next = std::min(lastStep, step + (time_ms > verySlow_ms ? 2 : 1));
         finest = std::min(step + 1, lastStep);

@@ -13,6 +13,8 @@ namespace {
 struct Chosen {
     std::uint32_t use, level;
     double depth; // of the middle, along the view
+    double size;  // on the screen, in about pixels
+    std::size_t triangles;
 };
 
 class Builder {
@@ -30,11 +32,13 @@ public:
             if ((material.isGroundPlane && !choice.withGroundPlanes) || (choice.onlySelected && !use.isSelected) ||
                 !frustum.touches(use.bounds))
                 continue;
-            Chosen chosen = {i, 0, depthOf(use)};
-            if (choice.detail_px > 0 && !chooseLevel(use, chosen))
+            Chosen chosen = {i, 0, depthOf(use), 0, 0};
+            if (!chooseLevel(use, chosen))
                 continue;
+            chosen.triangles = trianglesOf(use, chosen.level);
             (material.look.alpha == ktPreviewMaterial::Alpha::Blend ? blended : opaque).push_back(chosen);
         }
+        limit(opaque, blended);
         // Uses of one geometry are neighbours already; only their levels differ.
         std::stable_sort(opaque.begin(), opaque.end(), [this](const Chosen& a, const Chosen& b) {
             const ktViewUse &u = scene.uses[a.use], &v = scene.uses[b.use];
@@ -72,11 +76,12 @@ private:
                                       : camera.halfHeight() / camera.distance() *
                                             std::max(chosen.depth - worldDiagonal / 2, 1e-9); // at its nearest point
         const double pixelSize = 2 * halfHeight / choice.height_px;
-        if (worldDiagonal < 0.5 * choice.detail_px * pixelSize)
+        chosen.size = worldDiagonal / pixelSize;
+        if (chosen.size < 0.5 * choice.detail_px)
             return false;
         const ktShownGeometry& geometry = scene.geometries[use.geometry];
         const double objectDiagonal = geometry.bounds.diagonal();
-        if (use.geometry >= levels.size() || !(objectDiagonal > 0))
+        if (choice.detail_px <= 0 || use.geometry >= levels.size() || !(objectDiagonal > 0))
             return true;
         const double scale = worldDiagonal / objectDiagonal;
         const std::vector<ktLevelSize>& sizes = levels[use.geometry];
@@ -85,17 +90,43 @@ private:
         return true;
     }
 
+    std::size_t trianglesOf(const ktViewUse& use, std::uint32_t level) const {
+        return level == 0 ? scene.geometries[use.geometry].triangleCount() : levels[use.geometry][level - 1].triangles;
+    }
+
+    /// Keeps the largest uses, within choice.mostTriangles.
+    void limit(std::vector<Chosen>& opaque, std::vector<Chosen>& blended) const {
+        std::vector<Chosen*> all;
+        std::size_t triangles = 0;
+        for (std::vector<Chosen>* chosen : {&opaque, &blended})
+            for (Chosen& one : *chosen) {
+                all.push_back(&one);
+                triangles += one.triangles;
+            }
+        if (choice.mostTriangles == 0 || triangles <= choice.mostTriangles)
+            return;
+        std::stable_sort(all.begin(), all.end(), [](const Chosen* a, const Chosen* b) { return a->size > b->size; });
+        std::size_t left = choice.mostTriangles;
+        for (Chosen* one : all) {
+            one->triangles = std::min(one->triangles, left);
+            left -= one->triangles;
+        }
+        for (std::vector<Chosen>* chosen : {&opaque, &blended})
+            chosen->erase(
+                std::remove_if(chosen->begin(), chosen->end(), [](const Chosen& one) { return one.triangles == 0; }),
+                chosen->end());
+    }
+
     void append(const Chosen& chosen) {
         const ktViewUse& use = scene.uses[chosen.use];
         ktDrawBatch* last = list.batches.size() > list.opaqueBatches ? &list.batches.back() : nullptr;
         if (!last || last->geometry != use.geometry || last->material != use.material || last->level != chosen.level ||
-            last->isMirrored != use.isMirrored) {
+            last->isMirrored != use.isMirrored || last->triangles != chosen.triangles) {
             ktDrawBatch batch;
             batch.geometry = use.geometry, batch.material = use.material, batch.level = chosen.level;
             batch.isMirrored = use.isMirrored;
             batch.first = static_cast<std::uint32_t>(list.uses.size());
-            batch.triangles = chosen.level == 0 ? scene.geometries[use.geometry].triangleCount()
-                                                : levels[use.geometry][chosen.level - 1].triangles;
+            batch.triangles = chosen.triangles;
             list.batches.push_back(batch);
             last = &list.batches.back();
         }

@@ -9,7 +9,7 @@ struct ktDrawBatch {
     std::uint32_t level = 0;                  ///< 0: full; i: level i - 1 of the geometry
     bool isMirrored = false;
     std::uint32_t first = 0, count = 0; ///< of ktDrawList::uses
-    std::size_t triangles = 0;          ///< of one use
+    std::size_t triangles = 0;          ///< of one use, as many of them as are drawn
 };
 
 /// What a picture draws, in this order.
@@ -32,6 +32,8 @@ struct ktDrawChoice {
     /// Levels are used whose cells are smaller than this on the screen, and uses are left out that are smaller. 0: all
     /// uses, full.
     double detail_px = 0;
+    /// The uses that look largest are drawn, up to about so many triangles; a part of a use that has more. 0: all.
+    std::size_t mostTriangles = 0;
     bool withGroundPlanes = true;
     bool onlySelected = false;
 };
