@@ -197,6 +197,7 @@ int runBake(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
     ktSetFitMode(options.fit);
+    ktSetTriangleBudget(options.maxTriangles);
     if (options.scene.empty()) {
         int exitCode = applySettings(options, osg::NullFC, 0);
         if (exitCode == ktBakeExit::done)

@@ -107,6 +107,7 @@ int runBakeScript(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
     ktSetFitMode(options.fit);
+    ktSetTriangleBudget(options.maxTriangles);
     if (options.quiet)
         ktBakeMessages::dropCalculationOutput();
     const QFileInfo script(QString::fromStdString(options.script));

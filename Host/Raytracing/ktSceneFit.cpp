@@ -79,7 +79,7 @@ void ktSceneFit::setScene(const ktTracedScene& newScene) {
 
 void ktSceneFit::clear() {
     scene = nullptr;
-    ownTriangles = {};
+    triangles.reset();
     task = {};
 }
 
@@ -105,11 +105,12 @@ const ktFitTask* ktSceneFit::prepare(const osg::GeometryPtr& geometry, const ktV
         return nullptr;
     task = settings(vertexTask);
     if (const ktTracedGeometry* traced = scene ? scene->find(ktGetGeometryNumber(geometry)) : nullptr) {
-        task.triangles = traced->triangles.get();
+        triangles = traced->triangles;
     } else {
         std::uint64_t badTriangles = 0;
-        ownTriangles = ktReadTriangles(ktViewGeometry(geometry), badTriangles);
-        task.triangles = &ownTriangles;
+        triangles =
+            std::make_shared<const std::vector<std::uint32_t>>(ktReadTriangles(ktViewGeometry(geometry), badTriangles));
     }
+    task.triangles = triangles.get();
     return task.triangles->empty() ? nullptr : &task;
 }

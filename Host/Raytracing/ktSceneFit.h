@@ -31,6 +31,9 @@ public:
     /// @return null if the geometry has no triangles: then there is nothing to fit
     const ktFitTask* prepare(const osg::GeometryPtr& geometry, const ktVertexTask& vertexTask);
 
+    /// The triangles of the geometry that was prepared last.
+    std::shared_ptr<const std::vector<std::uint32_t>> preparedTriangles() const { return triangles; }
+
     /// How to fit any geometry of the scene; all but its triangles. Valid as long as this object and the tracer.
     ktFitTask settings(const ktVertexTask& vertexTask);
 
@@ -41,6 +44,6 @@ private:
     double density = 0;                                           // points per world unit squared
     std::size_t mostPoints = 0;                                   // of a geometry
     std::map<std::uint32_t, std::unique_ptr<ktSampler>> samplers; // by rays per axis
-    std::vector<std::uint32_t> ownTriangles;                      // of a geometry that does not occlude
+    std::shared_ptr<const std::vector<std::uint32_t>> triangles;  // of the prepared geometry
     ktFitTask task;
 };

@@ -17,6 +17,7 @@
 #include "ktSampler.h"
 #include "ktScenegraph.h"
 #include "ktTracerFactory.h"
+#include "ktTriangleBudget.h"
 #include "ktVertexFrames.h"
 #include "ktWorkers.h"
 
@@ -143,9 +144,17 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     // Geometry that does not occlude is calculated, too.
     ktForEachGeometryInstance(ktScenegraph::getRootNode(), ktInstances::All, [&](const ktGeometryInstance& instance) {
         numbers.add(instance.geometry);
+        const auto [entry, isNew] = triangles.try_emplace(ktGetGeometryNumber(instance.geometry), 0);
+        if (isNew)
+            entry->second = ktCountTriangles(instance.geometry);
         pump.handleEventsIfDue();
         return true;
     });
+    sceneTriangles = 0;
+    for (const auto& entry : triangles)
+        sceneTriangles += entry.second;
+    if (firstSceneTriangles == 0)
+        firstSceneTriangles = sceneTriangles;
     ktWorkers::run(
         [&] {
             scene.makeMeshes();
@@ -174,6 +183,8 @@ void ktSceneRaytracing::clearRun() {
     refinement.clear();
     lastGather = {};
     tints.clear();
+    passSamples.reset();
+    firstSceneTriangles = 0;
 }
 
 // The tracer refers to the meshes of the scene, so it is cleared first. An abandoned build keeps its meshes alive.
@@ -187,6 +198,7 @@ void ktSceneRaytracing::clearScene() {
 
 void ktSceneRaytracing::finishPass() {
     bounces.endBounce();
+    passSamples.reset();
     reportUnusableVertices();
 }
 
@@ -211,6 +223,8 @@ void ktSceneRaytracing::invalidateGeometry() {
         if (sceneFit.isOn()) {
             directFit = sceneFit.settings(*tasks.direct);
             tasks.directFit = &directFit;
+            tasks.sceneTriangles = sceneTriangles;
+            tasks.mostTriangles = ktGetTriangleBudget().of(firstSceneTriangles);
             if (tasks.gather) {
                 gatherFit = sceneFit.settings(*tasks.gather);
                 tasks.gatherFit = &gatherFit;
@@ -221,6 +235,7 @@ void ktSceneRaytracing::invalidateGeometry() {
         };
         const ktRefinementCounts counts = refinement.run(scene, tasks, bounces, tintOf, pump);
         statistics.addedVertices += counts.newVertices;
+        statistics.fitPoints += counts.fitPoints;
         statistics.refining += counts.rays;
     });
 }
@@ -314,6 +329,14 @@ const ktFitTask* ktSceneRaytracing::fitOf(const osg::Pnt3f* positions, const ktV
     return sceneFit.isOn() ? sceneFit.prepare(numbers.geometry(positions), task) : nullptr;
 }
 
+// Refinement may need what the pass has traced for this geometry.
+void ktSceneRaytracing::keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitTask& fit,
+                                    bool indirect) {
+    passGeometry = geometry;
+    passSamples = std::make_shared<const ktPassSamples>(ktPassSamples{
+        sceneFit.preparedTriangles(), task.toWorld, fit.density, fit.mostPoints, std::move(*fit.samples), indirect});
+}
+
 void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,
                                                const osg::Pnt3f* positions, const osg::Vec3f* normals,
                                                osg::Vec4f* results, bool transform, ktSampler* sampler, bool option,
@@ -328,19 +351,25 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
             vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, option),
             lightMode ? &scene.lights : nullptr};
         const ktGeometryNumber geometry = numbers.find(positions);
+        passSamples.reset();
         const ktFitTask* fit = fitOf(positions, task);
+        ktFitSamples samples(0, 0);
+        ktFitTask withSamples = fit ? *fit : ktFitTask();
+        withSamples.samples = &samples;
         ktPassCounts counts;
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
             std::vector<osg::Vec4f> traced(count);
             const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
             ktOcclusionTask withRings = task;
             withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-            counts = fit ? ktTraceFittedOcclusion(withRings, *fit, traced.data(), done)
+            counts = fit ? ktTraceFittedOcclusion(withRings, withSamples, traced.data(), done)
                          : ktPassCounts::ofVertices(task, ktTraceOcclusion(withRings, traced.data(), done));
             ktThrowIfCanceled();
             std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
         });
         unusableVertices += counts.unusable;
+        if (fit)
+            keepSamples(geometry, task, withSamples, false);
         countRays(geometry, count, counts, &ktRayCounts::direct);
         bounces.setDirect(task, true);
         if (const ktTracedGeometry* traced = scene.find(geometry))
@@ -364,14 +393,18 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         ktEventPump pump;
         bounces.takeSnapshot(scene, pump);
         const ktGeometryNumber geometry = numbers.find(positions);
+        passSamples.reset();
         const ktFitTask* fit = fitOf(positions, task);
+        ktFitSamples samples(0, 0);
+        ktFitTask withSamples = fit ? *fit : ktFitTask();
+        withSamples.samples = &samples;
         ktPassCounts counts;
         std::vector<float> received(3 * std::size_t(count));
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
             const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
             ktGatherTask withRings = task;
             withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-            counts = fit ? ktGatherFittedLight(withRings, *fit, received.data(), done)
+            counts = fit ? ktGatherFittedLight(withRings, withSamples, received.data(), done)
                          : ktPassCounts::ofVertices(task, ktGatherLight(withRings, received.data(), done));
             ktThrowIfCanceled();
             for (std::size_t i = 0; i < count; ++i)
@@ -379,6 +412,8 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
                     results[i][c] = std::max(received[3 * i + c] * (*surfaceColor)[c], ktDarkestResult);
         });
         lastGather = task;
+        if (fit)
+            keepSamples(geometry, task, withSamples, true);
         countRays(geometry, count, counts, &ktRayCounts::indirect);
         if (scene.find(geometry)) {
             bounces.setGathered(geometry, std::move(received));
@@ -416,5 +451,7 @@ void ktSceneRaytracing::subdivideByIllumination(const std::string* name, osg::In
     request.minEdgeLength = minEdgeLength;
     request.toWorld = *toWorld;
     request.indirect = indirect;
+    if (passSamples && passGeometry == ktGetGeometryNumber(geometry))
+        record->record()->passSamples = passSamples;
     refinement.add(*record->record());
 }

@@ -58,6 +58,7 @@ public:
 
 private:
     const ktFitTask* fitOf(const osg::Pnt3f* positions, const ktVertexTask& task);
+    void keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitTask& fit, bool indirect);
     void countRays(ktGeometryNumber geometry, std::uint32_t vertices, const ktPassCounts& counts,
                    std::uint64_t ktRayCounts::*kind);
     ktVertexTask vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,
@@ -82,7 +83,11 @@ private:
     ktBounceLight bounces;
     ktRefinement refinement;
     ktSceneFit sceneFit;
-    ktGatherTask lastGather; // of the last gathered geometry; tracer is null before the first
+    std::shared_ptr<const ktPassSamples> passSamples; // of the last fitted geometry, until the next call
+    ktGeometryNumber passGeometry = 0;                // that geometry
+    std::size_t sceneTriangles = 0;                   // at the last build; each geometry counts once
+    std::size_t firstSceneTriangles = 0;              // at the first build of the run
+    ktGatherTask lastGather;                          // of the last gathered geometry; tracer is null before the first
     std::map<ktGeometryNumber, std::array<float, 3>> tints; // factors of gathered light
     ktTracingStatistics statistics;
 };

@@ -51,3 +51,24 @@ TEST(BakeRefinement, GivenActiveRefinement_ReportsItsRoundsWithoutWarnings) {
     EXPECT_THAT(said, Not(HasSubstr("not refine")));
     EXPECT_THAT(messages({"--gather-quality", "2"}), Not(HasSubstr("not refine")));
 }
+
+TEST(BakeRefinement, GivenMaxTriangles_KeepsThemAndFillsThem) {
+    const auto trianglesWith = [](const std::vector<std::string>& options) {
+        const ktTestFolder folder;
+        std::vector<std::string> arguments = {model(box), "-o", folder.file("out.glb"), "--ground-plane",
+                                              "--no-indirect"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const ktBakeResult result = runBake(folder.path, arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.error;
+        const ktBakedFile file(folder.file("out.glb"));
+        double triangles = 0;
+        for (const auto& primitive : file.primitives())
+            triangles += static_cast<double>(file.indices(primitive).size()) / 3;
+        return triangles;
+    };
+    const double before = trianglesWith({});
+    const double after = trianglesWith({"--subdivide", "--max-triangles", "5x", "--intensity-threshold", "0.0075"});
+    EXPECT_GT(after, 0.98 * 5 * before);
+    EXPECT_LT(after, 1.02 * 5 * before);
+    EXPECT_EQ(trianglesWith({"--max-triangles", "5x"}), before);
+}

@@ -49,6 +49,8 @@ const std::vector<WrongLine> wrongLines = {
     {{"car.gltf", "--min-distance", "5%x"}, 2, "--min-distance 5%x: must be a number from 0 on", ""},
     {{"car.gltf", "--max-distance", "-3e2%"}, 2, "--max-distance -3e2%: must be a number from 0 on", ""},
     {{"car.gltf", "--min-edge-length", "0.0"}, 2, "--min-edge-length 0.0: must be above 0", ""},
+    {{"car.gltf", "--max-triangles", "0.5x"}, 2, "--max-triangles 0.5x: must be a number of triangles, or a fac", ""},
+    {{"car.gltf", "--max-triangles", "10.5"}, 2, "--max-triangles 10.5: must be a number of triangles, or a fac", ""},
     {{"car.gltf", "--exposure", "1e-99"}, 2, "--exposure 1e-99: must be a number above 0", ""},
     {{"car.gltf", "--intensity-threshold", "7e-3"}, 2, "--intensity-threshold 7e-3: must be a number from 0.0075", ""},
     {{"car.gltf", "--override-color", "1,1,.x"}, 2, "--override-color 1,1,.x: must be three numbers", ""},

@@ -93,6 +93,22 @@ std::multiset<std::array<Point, 3>> shapes(const Refiner& refiner) {
 
 } // namespace
 
+TEST(ConformingRefiner, GivenAnEdgeBesideLongerOnes_TellsTheLongestAndTheCost) {
+    Refiner refiner(1e-6);
+    const Grid quads = grid(2, 1.0);
+    refiner.addMesh(quads.positions, quads.indices);
+    for (Index t = 0; t < refiner.triangles().size(); ++t)
+        EXPECT_DOUBLE_EQ(refiner.squaredLength(refiner.longestEdge(t)), 2.0);
+    // A diagonal is the longest edge of both triangles beside it.
+    EXPECT_EQ(refiner.splitCost(refiner.longestEdge(0)), 2u);
+    // At a side between two quads, one of the diagonals is split first.
+    const Refiner::Edge side = refiner.edge(0, 1);
+    const std::size_t cost = refiner.splitCost(side), before = refiner.triangles().size();
+    EXPECT_EQ(cost, 4u);
+    ASSERT_TRUE(refiner.split(side));
+    EXPECT_GE(refiner.triangles().size(), before + cost);
+}
+
 TEST(ConformingRefiner, GivenOneSplitOfAnInnerEdge_BisectsBothTriangles) {
     Refiner refiner(1e-6);
     const Grid quad = grid(1, 1.0);

@@ -390,6 +390,12 @@ class Bake(Host):
         self.assertRaises(kthost.Error, kthost.set_fit, "faces")
         self.assertRaises(TypeError, kthost.set_fit, 3)
 
+    def test_max_triangles_takes_numbers_factors_and_none(self):
+        for budget in (1000, "1000", "4x", "2.5x", None):
+            kthost.set_max_triangles(budget)
+        for budget in ("4 x", 0, "0.5x", -3, 10.5):
+            self.assertRaises(kthost.Error, kthost.set_max_triangles, budget)
+
     def test_bake_needs_a_selection(self):
         self.open()
         kthost.select([])

@@ -182,6 +182,14 @@ private:
             "--fit", {"vertices", "surface"},
             [&options = options](int index) { options.fit = index == 0 ? ktFitMode::Vertices : ktFitMode::Surface; },
             "light at the vertices, or the vertex values that show the faces best", "surface");
+        value(
+            "--max-triangles",
+            [&options = options](const std::string& option, const std::string& text) {
+                if (!ktParseTriangleBudget(text, options.maxTriangles))
+                    throw ktBakeUsageError(option, text, "must be a number of triangles, or a factor such as 4x");
+            },
+            "with --subdivide and --fit surface: refine where it pays most, up to this size of the scene", "N|Fx",
+            "no limit");
         ktBakeOptionInfo& select = describe("--select", "bake what is below these nodes only");
         select.argument = "NAME ...";
         select.defaultValue = "the scene's top nodes";

@@ -4,6 +4,7 @@
 #include "ktAmbientOcclusionSettings.h"
 #include "ktFitMode.h"
 #include "ktTracerFactory.h"
+#include "ktTriangleBudget.h"
 #include "ktUpAxis.h"
 
 #include <array>
@@ -75,6 +76,7 @@ struct ktBakeOptions {
     std::vector<std::string> scriptArguments;
     int threads = 0; ///< 0: one a core
     ktFitMode fit = ktFitMode::Surface;
+    ktTriangleBudget maxTriangles;
     ktTracerKind tracer = ktTracerKind::Hemisphere;
     bool quiet = false, json = false;
 };

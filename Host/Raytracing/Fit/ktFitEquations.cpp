@@ -73,7 +73,7 @@ void ktFitEquations::addFaces(const ktFitPoints& points, const ktFitSamples& sam
         }
         for (std::uint32_t point = 0; point < count; ++point) {
             float corner[3];
-            ktFitPoints::weights(face, point, corner);
+            points.weightsAt(face, point, corner);
             const double weight = (samples.isValid[first + point] ? 1.0 : weights.invalidSample) * shape.area / count;
             const float* values = &samples.values[(first + point) * samples.channels];
             for (int i = 0; i < 3; ++i) {

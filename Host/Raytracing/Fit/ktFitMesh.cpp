@@ -128,7 +128,7 @@ float ktSmallEdge(const float* positions, std::size_t count) {
     return static_cast<float>(ktFitMesh::smallEdgeShare * std::sqrt(square));
 }
 
-ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles) {
+ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles, bool findFine) {
     ktFitMesh mesh;
     const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
     std::vector<std::uint32_t> groupOf(task.count, ktFitMesh::none);
@@ -146,11 +146,12 @@ ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_
     const std::size_t count = triangles.size() / 3;
     mesh.faces.resize(count);
     std::vector<std::uint8_t> isSmall(count, 0);
-    const float smallEdge = ktSmallEdge(mesh.positions.data(), mesh.unknownCount);
+    const float smallEdge = findFine ? ktSmallEdge(mesh.positions.data(), mesh.unknownCount) : 0.0f;
     ktParallel::forRange(count, grain, [&](std::size_t begin, std::size_t end) {
         ktThrowIfCanceled();
         for (std::size_t i = begin; i < end; ++i) {
             ktFitMesh::Face& face = mesh.faces[i];
+            face.triangle = static_cast<std::uint32_t>(i);
             bool isUsable = true;
             for (std::size_t corner = 0; corner < 3; ++corner) {
                 const std::uint32_t vertex = triangles[3 * i + corner];

@@ -21,8 +21,9 @@ struct ktFitMesh {
     struct Face {
         std::uint32_t vertices[3]; ///< of the geometry
         std::uint32_t unknowns[3];
-        float area;  ///< world units, squared
-        bool isFine; ///< between fine unknowns
+        std::uint32_t triangle; ///< that it is
+        float area;             ///< world units, squared
+        bool isFine;            ///< between fine unknowns
     };
     /// A fine unknown: light is traced at its vertex.
     struct FineUnknown {
@@ -55,5 +56,6 @@ float ktSmallEdge(const float* positions, std::size_t count);
 /// Makes the mesh. The result does not depend on the number of threads. Call on a worker thread.
 /// @param task      the vertices; its triangles may use each of them, or not
 /// @param triangles three vertices each; triangles with a vertex out of range are left out
+/// @param findFine  false: no face counts as fine
 /// @throws ktCanceled, std::bad_alloc
-ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles);
+ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles, bool findFine = true);

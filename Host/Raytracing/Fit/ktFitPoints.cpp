@@ -37,11 +37,22 @@ ktFitPoints::ktFitPoints(const ktFitMesh& mesh_, double density, std::size_t mos
     }
 }
 
+ktFitPoints::ktFitPoints(const ktFitMesh& mesh_, std::vector<std::uint32_t> starts_,
+                         std::vector<std::array<float, 3>> weights)
+    : mesh(mesh_), starts(std::move(starts_)), given(std::move(weights)) {}
+
 std::size_t ktFitPoints::faceAfter(std::size_t face, std::size_t count) const {
     const auto last =
         std::upper_bound(starts.begin() + static_cast<std::ptrdiff_t>(face) + 1, starts.end(), starts[face] + count) -
         1;
     return std::max(static_cast<std::size_t>(last - starts.begin()), face + 1);
+}
+
+void ktFitPoints::weightsAt(std::size_t face, std::uint32_t point, float* weight) const {
+    if (given.empty())
+        weights(face, point, weight);
+    else
+        std::copy_n(given[starts[face] + point].data(), 3, weight);
 }
 
 void ktFitPoints::weights(std::size_t face, std::uint32_t point, float* weights) {
@@ -75,7 +86,7 @@ void ktFitPoints::make(const ktVertexTask& task, std::size_t first, std::size_t 
             }
             for (std::uint32_t point = starts[face]; point < starts[face + 1]; ++point) {
                 float weight[3];
-                weights(face, point - starts[face], weight);
+                weightsAt(face, point - starts[face], weight);
                 float* position = &positions[3 * std::size_t(point - starts[first])];
                 float* normal = &normals[3 * std::size_t(point - starts[first])];
                 float square = 0;

@@ -4,6 +4,7 @@
 #include "ktFitMesh.h"
 #include "ktVertexTask.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -20,6 +21,10 @@ public:
     /// @param density points per area (world units, squared), besides the one on every face
     /// @param most    roughly the largest number of further points; where there would be more, the density is smaller
     ktFitPoints(const ktFitMesh& mesh, double density, std::size_t most);
+    /// Points at given places. A face may have none.
+    /// @param starts  by face: its first point; and the end of the last
+    /// @param weights of the corners, by point
+    ktFitPoints(const ktFitMesh& mesh, std::vector<std::uint32_t> starts, std::vector<std::array<float, 3>> weights);
 
     std::size_t size() const { return starts.back(); }
     /// The points of a face are begin(face) to begin(face + 1).
@@ -31,6 +36,9 @@ public:
     /// @param face    not a fine one
     /// @param point   0 to begin(face + 1) - begin(face) - 1
     /// @param weights three floats; their sum is 1
+    void weightsAt(std::size_t face, std::uint32_t point, float* weights) const;
+    /// The weights of the low-discrepancy sequence.
+    /// @param face the points of two faces are unrelated
     static void weights(std::size_t face, std::uint32_t point, float* weights);
 
     /// Makes the positions and normals of the points of faces [first, last), in object space.
@@ -41,5 +49,6 @@ public:
 
 private:
     const ktFitMesh& mesh;
-    std::vector<std::uint32_t> starts; // by face, and the end of the last
+    std::vector<std::uint32_t> starts;       // by face, and the end of the last
+    std::vector<std::array<float, 3>> given; // the weights; empty: the sequence
 };

@@ -4,6 +4,7 @@
 
 #include "ktCancelPoint.h"
 #include "ktFitEquations.h"
+#include "ktOcclusionPass.h"
 #include "ktParallel.h"
 
 #include <algorithm>
@@ -100,6 +101,12 @@ private:
 };
 
 } // namespace
+
+std::vector<ktFitLimits> ktDirectLimits(std::size_t channels) {
+    std::vector<ktFitLimits> limits(channels);
+    limits.back() = {ktDarkestResult, 1.0f};
+    return limits;
+}
 
 std::vector<float> ktSolveFit(const ktFitMesh& mesh, const ktFitPoints& points, const ktFitSamples& samples,
                               const std::vector<ktFitLimits>& limits, double kinks) {

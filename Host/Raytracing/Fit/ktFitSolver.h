@@ -24,6 +24,9 @@ struct ktFitLimits {
     float high = std::numeric_limits<float>::infinity();
 };
 
+/// Limits of direct light: of w, the last channel, and of the colour of the lights before it.
+std::vector<ktFitLimits> ktDirectLimits(std::size_t channels);
+
 /// Weights of the squared kinks at edges. Gathered light is smoother than shadows, so it can be smoothed more.
 constexpr double ktDirectKinks = 0.02, ktGatheredKinks = 0.3;
 

@@ -9,13 +9,16 @@
 #include <cstdint>
 #include <vector>
 
+struct ktFitSamples;
+
 /// How to fit the vertex values of a geometry to its surface. Everything belongs to the caller.
 struct ktFitTask {
     const std::vector<std::uint32_t>* triangles = nullptr;  ///< three vertices each
     const ktPreparedDirections* directions = nullptr;       ///< of the rays of a point: fewer than those of a vertex
     const ktPreparedDirections* insideDirections = nullptr; ///< of the rays that tell whether a point is inside a solid
-    double density = 0;         ///< points per world unit squared, besides one on each face that is not fine
-    std::size_t mostPoints = 0; ///< roughly, likewise
+    double density = 0;              ///< points per world unit squared, besides one on each face that is not fine
+    std::size_t mostPoints = 0;      ///< roughly, likewise
+    ktFitSamples* samples = nullptr; ///< receives what was traced, unless null
 };
 
 /// As ktTraceOcclusion(), but the results are the vertex values whose interpolation is nearest to the light at points

@@ -216,6 +216,22 @@ void ktConformingRefiner::bisect(Edge edge) {
     }
 }
 
+// Follows the path of split(). Of two longer edges beside an edge, it counts one.
+std::size_t ktConformingRefiner::splitCost(Edge edge) const {
+    std::size_t cost = 0;
+    for (bool isLongest = false; !isLongest;) {
+        Edge next = edge;
+        for (Index halfEdge = firstHalfEdge(edge); halfEdge != none; halfEdge = nextHalfEdge[halfEdge]) {
+            ++cost;
+            if (next == edge)
+                next = longestEdge(halfEdge / 3);
+        }
+        isLongest = next == edge;
+        edge = next;
+    }
+    return cost;
+}
+
 bool ktConformingRefiner::split(Edge wanted) {
     if (isLocked(wanted) || firstHalfEdge(wanted) == none || vertexList.size() - firstNewVertex >= vertexLimit)
         return false;

@@ -65,6 +65,10 @@ public:
     ///         the vertex limit is reached.
     ///         Even then, longer edges may have been split. The group is always conforming.
     bool split(Edge edge);
+    /// The longest edge of a triangle: the one at which it is bisected.
+    Edge longestEdge(Index triangle) const { return edge(triangle, longestCorner(triangle)); }
+    /// Roughly how many triangles split() adds.
+    std::size_t splitCost(Edge edge) const;
     /// Number of new vertices from which split() refuses. The last split may exceed it by a few vertices.
     void setVertexLimit(std::size_t newVertices) { vertexLimit = newVertices; }
 

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktFitSolver.h"
+#include "ktWorldTransform.h"
+
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGMatrix.h>
 #include <string>
@@ -17,6 +21,16 @@ struct ktRefinementRequest {
     float minEdgeLength = 0; ///< world units
     osg::Matrix toWorld;     ///< object to world
     bool indirect = false;   ///< compare indirect light; false: direct light
+};
+
+/// What a fitted pass traced for a geometry. ktMakeFitMesh() and ktFitPoints give the places of the samples.
+struct ktPassSamples {
+    std::shared_ptr<const std::vector<std::uint32_t>> triangles;
+    ktWorldTransform toWorld;
+    double density = 0;
+    std::size_t mostPoints = 0;
+    ktFitSamples samples;
+    bool indirect = false; ///< gathered light; false: direct light
 };
 
 /// A pending refinement: the request and, after ktRefinement::run(), the new mesh.
@@ -33,12 +47,15 @@ struct ktGeoSubdivisionRecord {
     ktRefinementRequest request;
     std::function<void(ktGeoSubdivisionRecord*)> onDestroy; ///< tells the owner of a pointer to this record
 
+    std::shared_ptr<const ktPassSamples> passSamples; ///< null if nothing is known
+
     bool isReady = false; ///< everything below is filled
     /// Each new vertex is the midpoint of two others: original vertices, or new ones before it.
     std::vector<std::array<std::uint32_t, 2>> parents;
     std::vector<osg::Vec4f> results; ///< channel 7 of the new vertices
     std::vector<osg::Vec4f> baked;   ///< channel 5 of the new vertices, without the marker
-    /// Channels 7 and 5 of the original vertices, if a fit changes them; else empty.
+    /// Channels 7 and 5 of the original vertices, if a fit changes them; else empty. Where `baked` is empty, new
+    /// vertices get the means of their parents.
     std::vector<osg::Vec4f> originalResults, originalBaked;
     std::vector<std::uint32_t> triangles; ///< all of the geometry, three vertices each
 };

@@ -3,6 +3,7 @@
 #include "ktRefinement.h"
 
 #include "ktCancelPoint.h"
+#include "ktFittedRefinement.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
 #include "ktOriginalNodes.h"
@@ -36,6 +37,18 @@ public:
 private:
     std::map<ktGeometryNumber, std::size_t> traced;
 };
+
+// The most triangles that the meshes may have together; 0: no limit. Other geometry counts, too.
+std::size_t mostTriangles(const std::vector<std::unique_ptr<ktRefinementMesh>>& meshes,
+                          const ktRefinementTasks& tasks) {
+    if (tasks.mostTriangles == 0)
+        return 0;
+    std::size_t own = 0;
+    for (const auto& mesh : meshes)
+        own += mesh->storedTriangleCount();
+    const std::size_t others = tasks.sceneTriangles - std::min(tasks.sceneTriangles, own);
+    return std::max<std::size_t>(tasks.mostTriangles - std::min(tasks.mostTriangles, others), 1);
+}
 
 void report(const ktRefinementProgress& progress) {
     emit ktHostSignals::the().refinementProgress(progress.round, progress.rounds, progress.newVertices);
@@ -84,17 +97,22 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
     ktEventPump reportingPump([&progress] { report(progress); });
     ktWorkers::run(
         [&] {
-            for (const auto& mesh : meshes)
-                mesh->makeOneRings();
-            ktRefinementGroup group(meshes, scene, inside, tasks);
-            group.refine(progress);
-            std::vector<std::vector<std::uint32_t>> triangles = group.triangles();
-            for (std::size_t i = 0; i < meshes.size(); ++i) {
-                if (tasks.directFit)
-                    meshes[i]->fit(tasks, triangles[i]);
-                meshes[i]->finish(std::move(triangles[i]));
+            std::vector<std::vector<std::uint32_t>> triangles;
+            if (tasks.directFit) {
+                ktFittedRefinement group(meshes, scene, inside, tasks, mostTriangles(meshes, tasks));
+                group.refine(progress);
+                triangles = group.triangles();
+                counts = {group.newVertexCount(), group.rays(), group.pointCount()};
+            } else {
+                for (const auto& mesh : meshes)
+                    mesh->makeOneRings();
+                ktRefinementGroup group(meshes, scene, inside, tasks);
+                group.refine(progress);
+                triangles = group.triangles();
+                counts = {group.newVertexCount(), group.rays(), 0};
             }
-            counts = {group.newVertexCount(), group.rays()};
+            for (std::size_t i = 0; i < meshes.size(); ++i)
+                meshes[i]->finish(std::move(triangles[i]));
         },
         reportingPump);
     ktThrowIfCanceled();

@@ -15,12 +15,15 @@
 /// What a refinement added, and the rays that it traced.
 struct ktRefinementCounts {
     std::uint64_t newVertices = 0;
-    ktRayCounts rays; ///< at probes and at new vertices
+    ktRayCounts rays;            ///< at probes, at points of faces and at new vertices
+    std::uint64_t fitPoints = 0; ///< points on faces that were traced to fit vertex values to them
 };
 
 /// The pending refinements of a run. They are done together, so that geometries with shared edges stay without cracks.
 ///
-/// An edge longer than the minimum is split if light differs by more than the threshold between its ends. It is also
+/// With a fit, triangles are bisected where the interpolation of the fitted values is off from the light on the surface
+/// (ktFittedRefinement). Without, an edge longer than the minimum is split if light differs by more than the threshold
+/// between its ends. It is also
 /// split if light at its midpoint, or inside a face beside it, differs by more than that from the interpolated light.
 /// Edges that geometry outside the group shares are never split. Docs/inside/refinement.md explains this. Main thread
 /// only.

@@ -5,6 +5,7 @@
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
 #include "ktParallelSort.h"
+#include "ktSharedEdges.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,8 +13,7 @@
 
 namespace {
 
-constexpr double weldShare = 1.0e-6;       // weld distance, as a fraction of the scene's diagonal
-constexpr double spacingShare = 1.0 / 128; // desired spacing of the first round's points, likewise
+constexpr double spacingShare = 1.0 / 128; // desired spacing of the first round's points, by the scene's diagonal
 constexpr int mostPointsAlong = 24;        // largest number of points along a row, and of rows
 constexpr std::size_t cancelInterval = 1024;
 
@@ -26,8 +26,7 @@ bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) 
 ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes_,
                                      const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside,
                                      const ktRefinementTasks& tasks_)
-    : meshes(meshes_), tasks(tasks_), refiner(weldShare * std::max(scene.diagonal, 1e-30f)),
-      spacing(spacingShare * scene.diagonal) {
+    : meshes(meshes_), tasks(tasks_), refiner(ktWeldDistance(scene)), spacing(spacingShare * scene.diagonal) {
     float difference[2] = {std::numeric_limits<float>::max(), std::numeric_limits<float>::max()};
     for (const auto& mesh : meshes) {
         ktThrowIfCanceled();
@@ -37,29 +36,11 @@ ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMes
     }
     direct = std::make_unique<ktRefinementProbes>(tasks, difference[0], false);
     indirect = std::make_unique<ktRefinementProbes>(tasks, difference[1], true);
-    lockSharedEdges(scene, inside);
+    ktLockSharedEdges(refiner, scene, inside);
     for (std::size_t v = 0; v < refiner.vertices().size(); ++v)
         localIndex.push_back(static_cast<Index>(v) - refiner.firstVertex(refiner.vertices()[v].mesh));
     samples.resize(refiner.triangles().size());
     isSmooth.resize(refiner.triangles().size(), false);
-}
-
-void ktRefinementGroup::lockSharedEdges(const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside) {
-    for (const ktTracedGeometry& other : scene.geometries) {
-        if (inside.count(other.number))
-            continue;
-        const std::vector<std::uint32_t>& corners = *other.triangles;
-        const auto point = [&other](std::uint32_t corner) {
-            const float* p = &(*other.positions)[3 * std::size_t(corner)];
-            return ktConformingRefiner::Point{p[0], p[1], p[2]};
-        };
-        for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
-            if (i % cancelInterval == 0)
-                ktThrowIfCanceled();
-            for (std::size_t c = 0; c < 3; ++c)
-                refiner.lockEdge(point(corners[i + c]), point(corners[i + (c + 1) % 3]));
-        }
-    }
 }
 
 void ktRefinementGroup::refine(ktRefinementProgress& progress) {

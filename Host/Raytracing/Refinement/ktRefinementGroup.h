@@ -5,19 +5,13 @@
 #include "ktHashMap.h"
 #include "ktRefinementMesh.h"
 #include "ktRefinementProbes.h"
+#include "ktRefinementProgress.h"
 #include "ktTracedScene.h"
 
-#include <atomic>
 #include <memory>
 #include <set>
 #include <unordered_set>
 #include <vector>
-
-/// Progress of a refinement. Another thread may read it.
-struct ktRefinementProgress {
-    std::atomic<int> round{0}, rounds{0};
-    std::atomic<std::size_t> newVertices{0};
-};
 
 /// Meshes that are refined together.
 ///
@@ -66,7 +60,6 @@ private:
         std::size_t number;
     };
 
-    void lockSharedEdges(const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside);
     void chooseEdges();
     template <class Things, class Action>
     void forEach(const Things& things, Action&& action);

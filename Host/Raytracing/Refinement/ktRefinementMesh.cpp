@@ -2,6 +2,7 @@
 // Holds a geometry during refinement: interpolates new vertices, traces their light and records the results.
 #include "ktRefinementMesh.h"
 
+#include "ktGeometryInstances.h"
 #include "ktGeometryView.h"
 
 #include <algorithm>
@@ -36,6 +37,7 @@ ktRefinementMesh::ktRefinementMesh(ktGeoSubdivisionRecord& record_, const ktBoun
     originalCount = storedPositions->getSize();
     if (originalCount == 0 || storedNormals->getSize() < originalCount || results->getSize() < originalCount)
         return;
+    storedTriangles = ktCountTriangles(geometry);
     const ktGeometryView view = ktViewGeometry(geometry);
     std::uint64_t badTriangles = 0;
     indices = ktReadTriangles(view, badTriangles);
@@ -94,9 +96,11 @@ ktSurfacePoint ktRefinementMesh::midpoint(Index a, Index b) const {
         point.normal[c] = 0.5f * (normals[3 * std::size_t(a) + c] + normals[3 * std::size_t(b) + c]);
     }
     normalize(point.normal);
-    // At a border of the surface, both ends have the surface on the same side.
-    point.oneRing = oneRings[a];
-    point.oneRing.add(oneRings[b]);
+    if (!oneRings.empty()) {
+        // At a border of the surface, both ends have the surface on the same side.
+        point.oneRing = oneRings[a];
+        point.oneRing.add(oneRings[b]);
+    }
     return point;
 }
 
@@ -130,7 +134,15 @@ void ktRefinementMesh::addVertex(Index a, Index b) {
     const ktSurfacePoint point = midpoint(a, b);
     positions.insert(positions.end(), point.position, point.position + 3);
     normals.insert(normals.end(), point.normal, point.normal + 3);
-    oneRings.push_back(point.oneRing);
+    if (!oneRings.empty())
+        oneRings.push_back(point.oneRing);
+    if (!fittedVertices.empty()) {
+        Traced mean;
+        mean.direct = (fittedVertices[a].direct + fittedVertices[b].direct) * 0.5f;
+        for (int c = 0; c < 3; ++c)
+            mean.received[c] = 0.5f * (fittedVertices[a].received[c] + fittedVertices[b].received[c]);
+        fittedVertices.push_back(mean);
+    }
     parents.push_back({a, b});
 }
 
@@ -162,28 +174,13 @@ void ktRefinementMesh::traceNewVertices(const ktRefinementTasks& tasks) {
     }
 }
 
-void ktRefinementMesh::fit(const ktRefinementTasks& tasks, const std::vector<std::uint32_t>& newTriangles) {
-    if (parents.empty())
-        return;
-    std::atomic<std::uint32_t> done{0};
-    std::vector<osg::Vec4f> direct(vertexCount());
-    ktOcclusionTask directTask = *tasks.direct;
-    directTask.setVertices(toWorld, vertexCount(), positions.data(), normals.data(), nullptr);
-    ktFitTask fitTask = *tasks.directFit;
-    fitTask.triangles = &newTriangles;
-    rayCounts.direct += ktTraceFittedOcclusion(directTask, fitTask, direct.data(), done).rays();
-    std::vector<float> gathered(3 * std::size_t(vertexCount()), 0.0f);
-    if (tasks.gather && tasks.gatherFit) {
-        ktGatherTask gather = *tasks.gather;
-        gather.setVertices(toWorld, vertexCount(), positions.data(), normals.data(), nullptr);
-        fitTask = *tasks.gatherFit;
-        fitTask.triangles = &newTriangles;
-        rayCounts.indirect += ktGatherFittedLight(gather, fitTask, gathered.data(), done).rays();
-    }
-    fittedVertices.resize(vertexCount());
-    for (std::size_t i = 0; i < fittedVertices.size(); ++i) {
-        fittedVertices[i].direct = direct[i];
-        std::copy_n(&gathered[3 * i], 3, fittedVertices[i].received);
+void ktRefinementMesh::startFit() {
+    const osg::GeoTexCoords4fPtr results = osg::GeoTexCoords4fPtr::dcast(record.geometry->getTexCoords7());
+    fittedVertices.resize(originalCount);
+    for (std::size_t i = 0; i < originalCount; ++i) {
+        fittedVertices[i].direct = results->getField()[static_cast<osg::UInt32>(i)];
+        if (!originalReceived.empty())
+            std::copy_n(&originalReceived[3 * i], 3, fittedVertices[i].received);
     }
 }
 
@@ -221,6 +218,11 @@ void ktRefinementMesh::finish(std::vector<std::uint32_t> newTriangles) {
         appendReceived(fittedVertices);
         setResults(0, originalCount, fittedVertices.data(), record.originalResults, record.originalBaked);
         setResults(originalCount, fittedVertices.size(), fittedVertices.data(), record.results, record.baked);
+        if (record.request.indirect) {
+            // The direct light is unchanged, and that of new vertices is the mean of their parents'.
+            record.originalBaked.clear();
+            record.baked.clear();
+        }
     }
     record.parents = std::move(parents);
     record.triangles = std::move(newTriangles);

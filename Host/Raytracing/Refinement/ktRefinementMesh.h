@@ -25,6 +25,8 @@ public:
     Index vertexCount() const { return static_cast<Index>(positions.size() / 3); }
     std::vector<ktConformingRefiner::Point> worldPositions() const;
     const std::vector<std::uint32_t>& triangles() const { return indices; }
+    /// Triangles of the geometry, also those that refinement leaves out.
+    std::size_t storedTriangleCount() const { return storedTriangles; }
     const ktRefinementRequest& request() const { return record.request; }
 
     /// Makes the one-rings of all vertices. Worker thread, before the first probe.
@@ -45,12 +47,24 @@ public:
     /// Traces the vertices added since the last call. Worker thread. @throws ktCanceled, std::bad_alloc
     void traceNewVertices(const ktRefinementTasks& tasks);
 
-    /// Fits the values of all vertices, original and new, to the surface. Does nothing without new vertices. Worker
-    /// thread, before finish(). @throws ktCanceled, std::bad_alloc
-    /// @param newTriangles three vertices of the mesh each
-    void fit(const ktRefinementTasks& tasks, const std::vector<std::uint32_t>& newTriangles);
+    /// Prepares for values that the caller fits: from now on, all vertices have some. Those of new vertices are the
+    /// means of their parents'.
+    void startFit();
+    /// The values of a vertex: x, y, z, w as in ktTraceOcclusion(), or what it received, three floats, if the request
+    /// is for indirect light. After startFit().
+    float* fitted(Index vertex) {
+        return record.request.indirect ? fittedVertices[vertex].received : fittedVertices[vertex].direct.getValues();
+    }
+    /// What the last pass traced for this geometry; null if nothing is known.
+    const ktPassSamples* passSamples() const { return record.passSamples.get(); }
+    /// The vertices, as those of a pass. Valid until the next addVertex().
+    ktVertexTask vertexTask() const {
+        ktVertexTask task;
+        task.setVertices(toWorld, vertexCount(), positions.data(), normals.data(), nullptr);
+        return task;
+    }
 
-    /// Rays of all new vertices, and of the fit.
+    /// Rays of all new vertices.
     const ktRayCounts& rays() const { return rayCounts; }
 
     /// Fills the record, but does not mark it as ready. Worker thread.
@@ -82,6 +96,7 @@ private:
     float tint[3];
     bool usable = false;
     Index originalCount = 0;
+    std::size_t storedTriangles = 0;
     std::vector<float> positions, normals; ///< object space, three floats per vertex
     std::vector<std::uint32_t> indices;    ///< of the original geometry
     std::vector<ktOneRing> oneRings;       ///< of all vertices
@@ -91,5 +106,5 @@ private:
     std::vector<std::array<Index, 2>> parents; ///< of the new vertices
     ktRayCounts rayCounts;
     std::vector<Traced> tracedVertices; ///< the new vertices
-    std::vector<Traced> fittedVertices; ///< all vertices; empty without a fit
+    std::vector<Traced> fittedVertices; ///< all vertices; empty without startFit()
 };

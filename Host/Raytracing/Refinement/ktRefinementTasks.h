@@ -14,6 +14,9 @@ struct ktRefinementTasks {
     /// How to fit the results of refined geometry to its surface; all but the triangles. Null: values at the vertices.
     const ktFitTask* directFit = nullptr;
     const ktFitTask* gatherFit = nullptr;
+    /// With a fit: the triangles of the scene now, each geometry counted once, and the most that it may have
+    /// afterwards; 0: no limit.
+    std::size_t sceneTriangles = 0, mostTriangles = 0;
 };
 
 /// The two values that refinement compares: first the visible fraction of direct light (0 for indirect light), then the

@@ -148,6 +148,8 @@ BOOST_PYTHON_MODULE(kthost) {
     python::def("delete_preset", &OnMainThread<&ktHostModuleRun::deletePreset>::call, arg("name"), help::deletePreset);
     python::def("set_threads", &OnMainThread<&ktHostModuleRun::setThreads>::call, arg("count"), help::setThreads);
     python::def("set_fit", &OnMainThread<&ktHostModuleRun::setFit>::call, arg("name"), help::setFit);
+    python::def("set_max_triangles", &OnMainThread<&ktHostModuleRun::setMaxTriangles>::call, arg("budget"),
+                help::setMaxTriangles);
     python::def("set_tracer", &OnMainThread<&ktHostModuleRun::setTracer>::call, arg("name"), help::setTracer);
     python::def("undo", &OnMainThread<&ktHostModuleRun::undo>::call, help::undo);
     python::def("redo", &OnMainThread<&ktHostModuleRun::redo>::call, help::redo);

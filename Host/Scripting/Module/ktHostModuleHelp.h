@@ -178,6 +178,14 @@ inline const char setFit[] =
     "    \"vertices\": the light at the vertices.\n@type name: str\n"
     "@raise kthost.Error: There is no such fit, or a bake is running.";
 
+inline const char setMaxTriangles[] =
+    "set_max_triangles(budget)\n\nLimits the triangles of the scene after refinement, each mesh counted once. "
+    "Refinement\n"
+    "then adds vertices where they pay most. It has no effect with the fit \"vertices\".\n\n"
+    "@param budget: a number of triangles, a factor such as \"4x\", or None (the default): no limit.\n"
+    "@type budget: int, str or None\n"
+    "@raise kthost.Error: It is neither, or a bake is running.";
+
 inline const char setTracer[] = "set_tracer(name)\n\nSets the ray tracer. Results are equal up to rounding.\n\n"
                                 "@param name: \"hemisphere\" (the default) or \"embree\".\n@type name: str\n"
                                 "@raise kthost.Error: There is no such tracer, or a bake is running.";

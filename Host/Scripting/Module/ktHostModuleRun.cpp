@@ -14,6 +14,7 @@
 #include "ktScriptedPlugin.h"
 #include "ktThreadCount.h"
 #include "ktTracerFactory.h"
+#include "ktTriangleBudget.h"
 #include "ktUndoStack.h"
 
 #include <algorithm>
@@ -108,6 +109,18 @@ void ktHostModuleRun::setFit(const python::object& name) {
     if (text != "surface" && text != "vertices")
         throw ktHostModuleError("a fit is \"surface\" or \"vertices\", not \"" + text + "\"");
     ktSetFitMode(text == "surface" ? ktFitMode::Surface : ktFitMode::Vertices);
+}
+
+void ktHostModuleRun::setMaxTriangles(const python::object& budget) {
+    refuseWhileBaking();
+    ktTriangleBudget parsed;
+    if (!budget.is_none()) {
+        const std::string text = ktTextArgument(python::str(budget), "budget");
+        if (!ktParseTriangleBudget(text, parsed))
+            throw ktHostModuleError("a budget is a number of triangles, a factor such as \"4x\", or None, not \"" +
+                                    text + "\"");
+    }
+    ktSetTriangleBudget(parsed);
 }
 
 bool ktHostModuleRun::undo() {

@@ -17,6 +17,7 @@ void deletePreset(const boost::python::object& name);
 
 void setThreads(int count);
 void setFit(const boost::python::object& name);
+void setMaxTriangles(const boost::python::object& budget);
 void setTracer(const boost::python::object& name);
 
 bool undo();
