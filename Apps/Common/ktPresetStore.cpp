@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Finds, saves and deletes presets by name, under a lock that processes share.
+// Finds and changes presets by name, under a lock that processes share.
 #include "ktPresetStore.h"
 
 #include "ktAmbientOcclusion.h"
@@ -13,14 +13,19 @@
 #include "ktSafeFile.h"
 #include "ktWaitHooks.h"
 
+#include <algorithm>
+#include <boost/any.hpp>
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
 #include <mutex>
+#include <QFile>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
+#include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -131,6 +136,57 @@ Result write(const Change& change) {
     return {Result::NotWritten, error.get()};
 }
 
+/// Runs `change`, which returns a Result, under the lock and with the newest presets.
+template <class Change>
+Result changeLocked(const Change& change) {
+    const Lock lock;
+    if (const std::string reason = lock.whyNot(); !reason.empty())
+        return {Result::NotWritten, reason};
+    ktPresetStore::refresh();
+    return change();
+}
+
+Result refuseUnknown(const std::string& name) {
+    return {Result::Refused, "no preset is called \"" + name + "\""};
+}
+
+Result refuseTaken(const std::string& name) {
+    return {Result::Refused, "a preset is called \"" + name + "\" already"};
+}
+
+/// Calls change(list) for each list of the message with `count` entries: the columns of the presets.
+template <class T, class Change>
+bool changeColumn(ktMessage& message, const std::string& name, std::size_t count, const Change& change) {
+    const auto* const column = boost::any_cast<std::vector<T>>(&message.get(name));
+    if (!column || column->size() != count)
+        return column != nullptr;
+    std::vector<T> copy = *column;
+    change(copy);
+    message.set(name, std::move(copy), true);
+    return true;
+}
+
+/// Writes the templates file after a change of its columns. The plug-in has no call for that.
+template <class Change>
+Result rewrite(const Change& change) {
+    const QByteArray path = templatesPath();
+    ktAmbientOcclusion::the()->writePreset(); // so that the file has all columns
+    ktMessage message;
+    if (!ktMessageRW::read(message, path.constData(), ""))
+        return {Result::NotWritten, path.toStdString() + " cannot be read"};
+    const auto count = static_cast<std::size_t>(ktAmbientOcclusion::the()->getPresetNames().size());
+    for (const std::string& name : message.names()) {
+        const auto each = [&](auto& column) { change(name, column); };
+        changeColumn<std::string>(message, name, count, each) || changeColumn<int>(message, name, count, each) ||
+            changeColumn<float>(message, name, count, each) || changeColumn<double>(message, name, count, each) ||
+            changeColumn<bool>(message, name, count, each);
+    }
+    return write([&] {
+        if (ktMessageRW::write(message, path.constData()))
+            ktAmbientOcclusion::the()->readPreset();
+    });
+}
+
 } // namespace
 
 void ktPresetStore::load() {
@@ -158,29 +214,85 @@ int ktPresetStore::find(const QList<QString>& names, const std::string& name) {
 }
 
 Result ktPresetStore::save(const std::string& name, Existing existing) {
-    const Lock lock;
-    if (const std::string reason = lock.whyNot(); !reason.empty())
-        return {Result::NotWritten, reason};
-    refresh();
-    const QString text = QString::fromStdString(name);
-    if (existing == Existing::Refuse && count(text) > 0)
-        return {Result::Refused, "a preset is called \"" + name + "\" already"};
-    return write([&] {
-        deleteInMemory(text);
-        ktAmbientOcclusion::the()->addPreset(text);
+    return changeLocked([&]() -> Result {
+        const QString text = QString::fromStdString(name);
+        if (existing == Existing::Refuse && count(text) > 0)
+            return refuseTaken(name);
+        return write([&] {
+            deleteInMemory(text);
+            ktAmbientOcclusion::the()->addPreset(text);
+        });
     });
 }
 
 Result ktPresetStore::remove(const std::string& name) {
-    const Lock lock;
-    if (const std::string reason = lock.whyNot(); !reason.empty())
-        return {Result::NotWritten, reason};
-    refresh();
-    const QString text = QString::fromStdString(name);
-    if (count(text) == 0)
-        return {Result::Refused, "no preset is called \"" + name + "\""};
-    return write([&] {
-        deleteInMemory(text);
-        ktAmbientOcclusion::the()->writePreset();
+    return changeLocked([&]() -> Result {
+        const QString text = QString::fromStdString(name);
+        if (count(text) == 0)
+            return refuseUnknown(name);
+        return write([&] {
+            deleteInMemory(text);
+            ktAmbientOcclusion::the()->writePreset();
+        });
     });
+}
+
+Result ktPresetStore::rename(const std::string& name, const std::string& newName) {
+    return changeLocked([&]() -> Result {
+        if (count(QString::fromStdString(name)) == 0)
+            return refuseUnknown(name);
+        if (newName == name)
+            return {};
+        if (count(QString::fromStdString(newName)) > 0)
+            return refuseTaken(newName);
+        return rewrite([&](const std::string& column, auto& entries) {
+            if constexpr (std::is_same_v<std::decay_t<decltype(entries)>, std::vector<std::string>>)
+                if (column == "name")
+                    std::replace(entries.begin(), entries.end(), name, newName);
+        });
+    });
+}
+
+Result ktPresetStore::move(const std::string& name, int place) {
+    return changeLocked([&]() -> Result {
+        const QList<QString> names = ktAmbientOcclusion::the()->getPresetNames();
+        const int from = names.indexOf(QString::fromStdString(name));
+        if (from < 0)
+            return refuseUnknown(name);
+        const int to = std::max(0, std::min(place, names.size() - 1));
+        return rewrite([&](const std::string&, auto& entries) {
+            const auto first = entries.begin() + std::min(from, to), last = entries.begin() + std::max(from, to) + 1;
+            std::rotate(first, from < to ? first + 1 : last - 1, last);
+        });
+    });
+}
+
+Result ktPresetStore::restoreBuiltIn() {
+    return changeLocked([] {
+        return write([] {
+            ktAmbientOcclusion* const plugin = ktAmbientOcclusion::the();
+            int old = plugin->getPresetNames().size();
+            plugin->addDefaultPresets();
+            const QList<QString> names = plugin->getPresetNames(), builtIn = names.mid(old);
+            while (old-- > 0)
+                if (builtIn.contains(names[old]))
+                    plugin->deletePreset(old);
+            plugin->writePreset();
+        });
+    });
+}
+
+QByteArray ktPresetStore::readFile() {
+    QFile file(QFile::decodeName(templatesPath()));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+Result ktPresetStore::writeFile(const QByteArray& content) {
+    const Lock lock;
+    QString reason = QString::fromStdString(lock.whyNot());
+    if (reason.isEmpty() && ktSafeFile::replace(templatesPath(), content, reason)) {
+        refresh();
+        return {};
+    }
+    return {Result::NotWritten, reason.toStdString()};
 }

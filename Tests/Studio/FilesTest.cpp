@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Opens and saves files in the window: unsaved changes, broken and changed files, dropped files.
+#include "ktAmbientOcclusion.h"
 #include "ktStudioFixture.h"
 #include "ktStudioPreferences.h"
 #include "ktUndoStack.h"
@@ -96,4 +97,53 @@ TEST_F(StudioFiles, GivenFolderInPlaceOfTheOutput_SaysWhyItIsNotSaved) {
     EXPECT_FALSE(window->getDocument().saveAs(QString::fromStdString(folder.file("taken.glb"))));
     EXPECT_THAT(message().toStdString(), testing::HasSubstr("taken.glb"));
     EXPECT_TRUE(window->isWindowModified());
+}
+
+TEST_F(StudioFiles, GivenFileThatChangesOnDisk_OffersToReadItAgainAndKeepsTheSelection) {
+    const std::string scene = writeBoxes();
+    open(scene);
+    window->getSelection().selectByText("right");
+    QTest::qWait(50);
+    folder.write("boxes.gltf", readFile(scene) + "\n");
+    EXPECT_TRUE(waitFor([&] { return message().contains("changed on disk"); }));
+    pressInMessage("Read again");
+    ASSERT_EQ(window->getSelection().get().size(), 1u);
+    EXPECT_EQ(ktStudioEdit::nameOf(window->getSelection().get().front()), "right");
+}
+
+TEST_F(StudioFiles, GivenFileWithoutUnit_OffersPlausibleSizes) {
+    std::string points;
+    for (const char* point : {"0 0 0", "800 0 0", "0 300 0", "0 0 100"})
+        points += std::string("v ") + point + "\n";
+    open(folder.write("part.obj", points + "f 1 2 3\nf 1 3 4\nf 1 4 2\n"));
+    EXPECT_NEAR(window->getDocument().getDiagonal(), 3000, 1);
+    pressInMessage("0.86 m (unit: mm)");
+    EXPECT_NEAR(window->getDocument().getDiagonal(), 860.2, 0.1);
+    EXPECT_EQ(window->getDocument().getReadOptions().unit, "mm");
+}
+
+TEST_F(StudioFiles, GivenGroundPlaneInTheReadingOptions_BakesTheBytesOfKtbake) {
+    const std::string scene = writeBoxes();
+    open(scene);
+    whenDialogShows([](QWidget& dialog) {
+        QTest::keyClick(dialog.findChild<QWidget*>("plane"), Qt::Key_Space);
+        QTest::keyClick(&dialog, Qt::Key_Return);
+    });
+    trigger("readingOptions");
+    EXPECT_TRUE(waitFor([&] { return window->getDocument().getReadOptions().groundPlane; }));
+    ktAmbientOcclusion::the()->setShadowQuality(0);
+    ktAmbientOcclusion::the()->setIndirectIlluminationEnabled(false);
+    trigger("start");
+    EXPECT_TRUE(savedBytes() == bakedByKtbake(scene, {"--ground-plane", "--shadow-quality", "0", "--no-indirect"}));
+}
+
+TEST_F(StudioFiles, GivenCommandPalette_StartsTheCommandByName) {
+    open(writeBoxes());
+    whenDialogShows([](QWidget& dialog) {
+        auto* const text = dialog.findChild<QWidget*>("commandText");
+        QTest::keyClicks(text, "select nothing");
+        QTest::keyClick(text, Qt::Key_Return);
+    });
+    trigger("commands");
+    EXPECT_TRUE(waitFor([&] { return window->getSelection().isEmpty(); }));
 }

@@ -16,6 +16,7 @@
 #include <QListView>
 #include <QPushButton>
 #include <QSlider>
+#include <QTableWidget>
 #include <QToolButton>
 #include <QTreeView>
 #include <QtTest>
@@ -216,10 +217,48 @@ TEST_F(StudioPanels, GivenOptions_SavesTheBytesOfKtbake) {
     QTest::mouseClick(&find<QCheckBox>("shade"), Qt::LeftButton, {}, QPoint(8, find<QCheckBox>("shade").height() / 2));
     EXPECT_EQ(stack().count(), 2);
     trigger("start");
-    EXPECT_EQ(savedBytes(), bakedByKtbake(scene, {"--fit", "vertices", "--shade", "none"}));
+    EXPECT_TRUE(savedBytes() == bakedByKtbake(scene, {"--fit", "vertices", "--shade", "none"}));
     trigger("undo");
     trigger("undo");
     EXPECT_TRUE(find<QCheckBox>("shade").isChecked());
     trigger("undo");
     EXPECT_EQ(find<QComboBox>("fit").currentIndex(), 1);
+}
+
+TEST_F(StudioPanels, GivenBakedPart_SaysWhatItHoldsAndLoadsItsSettings) {
+    open(writeBoxes());
+    plugin().setShadowQuality(1);
+    trigger("start");
+    plugin().setShadowQuality(3);
+    EXPECT_TRUE(waitFor([&] { return find<QLabel>("partResults").text().startsWith("w: least"); }))
+        << find<QLabel>("partResults").text().toStdString();
+    QTest::mouseClick(&find<QPushButton>("useSettings"), Qt::LeftButton);
+    EXPECT_EQ(plugin().getShadowQuality(), 1);
+    trigger("undo");
+    EXPECT_EQ(plugin().getShadowQuality(), 3);
+    trigger("undo");
+    trigger("undo");
+    EXPECT_TRUE(waitFor([&] { return find<QLabel>("partResults").text() == "No results."; }));
+}
+
+TEST_F(StudioPanels, GivenTextOfANode_ChangesItWithUndo) {
+    open(writeBoxes());
+    const osg::NodePtr left = window->getDocument().getTopNodes()[0];
+    window->getSelection().set({left});
+    auto& table = find<QTableWidget>("texts");
+    EXPECT_TRUE(waitFor([&] { return table.isVisible(); }));
+    QTest::mouseClick(&find<QPushButton>("addText"), Qt::LeftButton);
+    ASSERT_EQ(table.rowCount(), 1);
+    table.item(0, 1)->setText("steel");
+    EXPECT_TRUE(waitFor([&] { return ktStudioEdit::getTexts(left).back().second == "steel"; }));
+    table.item(0, 0)->setText("material");
+    using Pair = std::pair<std::string, std::string>;
+    EXPECT_THAT(ktStudioEdit::getTexts(left), testing::ElementsAre(Pair("material", "steel")));
+    EXPECT_TRUE(window->isWindowModified());
+    EXPECT_THAT(savedBytes(), testing::HasSubstr("\"material\":\"steel\""));
+    trigger("undo");
+    EXPECT_THAT(ktStudioEdit::getTexts(left), testing::ElementsAre(Pair("name", "steel")));
+    trigger("undo");
+    trigger("undo");
+    EXPECT_TRUE(ktStudioEdit::getTexts(left).empty());
 }

@@ -16,6 +16,7 @@
 #include "ktUndoStack.h"
 
 #include <chrono>
+#include <limits>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -205,12 +206,16 @@ void ktStudioDocument::followScene() {
 }
 
 bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {
-    std::vector<std::string> selected;
-    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
+    std::vector<std::string> selected; // stays empty if everything is selected: then new nodes are, too
+    const std::vector<osg::NodePtr> before = ktScenegraph::getSelectedRootNodes();
+    for (const osg::NodePtr& node : before == getTopNodes() ? std::vector<osg::NodePtr>() : before)
         if (node != osg::NullFC)
             selected.push_back(pathOf(node));
     const QString output = outputPath;
-    if (!open(path, newOptions))
+    reloading = true;
+    const bool isOpened = open(QString(path), newOptions);
+    reloading = false;
+    if (!isOpened)
         return false;
     outputPath = output;
     std::vector<osg::NodePtr> nodes;
@@ -231,15 +236,39 @@ void ktStudioDocument::loadPictures() {
     logMessages(path, report);
 }
 
+bool ktStudioDocument::writeTo(const QString& newPath, ktFileReport& report) {
+    ktSaveOptions saveOptions;
+    saveOptions.multiplyColors = options.multiplyColors;
+    saveOptions.exposure = static_cast<float>(options.exposure);
+    return file->save(newPath, saveOptions, report);
+}
+
+bool ktStudioDocument::saveCopy(const QString& copyPath) {
+    ktFileReport report;
+    if (!file || writeTo(copyPath, report))
+        return file != nullptr;
+    ktLog::warning("No copy for a recovery was written: %s", report.error.c_str());
+    return false;
+}
+
+bool ktStudioDocument::openCopy(const QString& copyPath, const QString& scenePath,
+                                const ktStudioReadOptions& newOptions) {
+    if (!open(copyPath, newOptions))
+        return false;
+    path = scenePath;
+    savedCommand = std::numeric_limits<unsigned long>::max(); // no command: something is unsaved whatever is undone
+    watch();
+    noteModified();
+    emit opened(); // under its own name
+    return true;
+}
+
 bool ktStudioDocument::saveAs(const QString& newPath) {
     if (!file || newPath.isEmpty())
         return false;
     const bool isSourceReplaced = QFileInfo(newPath).absoluteFilePath() == path;
-    ktSaveOptions saveOptions;
-    saveOptions.multiplyColors = options.multiplyColors;
-    saveOptions.exposure = static_cast<float>(options.exposure);
     ktFileReport report;
-    const bool isSaved = file->save(newPath, saveOptions, report);
+    const bool isSaved = writeTo(newPath, report);
     logMessages(newPath, report);
     if (!isSaved) {
         fail(report);

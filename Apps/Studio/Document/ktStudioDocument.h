@@ -49,6 +49,9 @@ public:
     bool open(const QString& newPath, const ktStudioReadOptions& options = {});
     /// Reads the file once more. Keeps the selection by the names of the nodes.
     bool reload(const ktStudioReadOptions& options);
+    bool isReloading() const { return reloading; } ///< during opened()
+    /// Reads a copy of a scene (see saveCopy()) as that scene, with unsaved changes.
+    bool openCopy(const QString& copyPath, const QString& scenePath, const ktStudioReadOptions& options);
     void cancelReading() { isReadingCancelled = true; }
     /// Decodes the pictures, which bounced light needs. Handles events meanwhile; cancelReading() ends it.
     void loadPictures();
@@ -56,6 +59,8 @@ public:
     /// Writes the scene; on failure emits failed() and an existing file is unchanged.
     bool saveAs(const QString& newPath);
     bool save() { return saveAs(outputPath); }
+    /// Writes the scene to another file without a change of what is unsaved. A failure is logged only.
+    bool saveCopy(const QString& copyPath);
     /// Draws the picture of `ktbake --preview`; on failure emits failed().
     bool savePreview(const QString& picturePath);
 
@@ -77,6 +82,7 @@ signals:
 private:
     class OptionsCommand;
 
+    bool writeTo(const QString& newPath, ktFileReport& report);
     bool read(const QString& newPath, const ktStudioReadOptions& options, std::unique_ptr<ktSceneFile>& newFile);
     void logMessages(const QString& ofFile, const ktFileReport& report) const;
     void fail(const ktFileReport& report);
@@ -92,7 +98,7 @@ private:
     ktStudioOptions options;
     double diagonal = 0;
     bool unitIsGuessed = false;
-    bool reading = false, isReadingCancelled = false;
+    bool reading = false, isReadingCancelled = false, reloading = false;
     unsigned long savedCommand = 0; ///< ktSceneCommand::findNewest() at the last save
     bool wasModified = false;
     std::optional<ktSceneDistances> followed; ///< distances that followScene() chose

@@ -6,6 +6,7 @@
 #include "ktNodeMarks.h"
 #include "ktNodeUtils.h"
 #include "ktSceneCommands.h"
+#include "ktScenegraph.h"
 #include "ktStudioDocument.h"
 #include "ktUndoStack.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
@@ -72,4 +73,17 @@ void ktStudioEdit::setText(const osg::NodePtr& node, const std::string& key, con
     if (key.empty() || (value ? isThere && old == *value : !isThere))
         return;
     document.undoStack().add(new ktTextCommand(value ? tr("Change a text") : tr("Remove a text"), node, key, value));
+}
+
+void ktStudioEdit::renameText(const osg::NodePtr& node, const std::string& key, const std::string& newKey) {
+    const auto texts = ktFindAttachment<osg::ValuePair>(node);
+    std::string value, taken;
+    if (newKey.empty() || texts == osg::NullFC || !texts->get(key, value) || texts->get(newKey, taken)) {
+        ktScenegraph::update(true); // views show the old name again
+        return;
+    }
+    document.undoStack().beginMacro(tr("Rename a text"));
+    setText(node, newKey, value);
+    setText(node, key, {});
+    document.undoStack().endMacro();
 }

@@ -23,6 +23,8 @@ public:
     void setLocked(const std::vector<osg::NodePtr>& nodes, bool isLocked);
     /// Sets a named text of a node; without a value, removes it.
     void setText(const osg::NodePtr& node, const std::string& key, const std::optional<std::string>& value);
+    /// Gives a named text another name, which must not be taken. The text goes to the end.
+    void renameText(const osg::NodePtr& node, const std::string& key, const std::string& newKey);
 
     static bool isHidden(const osg::NodePtr& node);
     static bool isLocked(const osg::NodePtr& node); ///< itself, not by a node above

@@ -2,7 +2,8 @@
 // Makes the services of the window.
 #include "ktStudioServices.h"
 
-ktStudioServices::ktStudioServices() : run(document, selection), edit(document) {
+ktStudioServices::ktStudioServices()
+    : run(document, selection), edit(document), presets(document.undoStack()), recovery(document, run) {
     connect(&run, &ktStudioRun::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::readingChanged, this, [this] { emit frozenChanged(isFrozen()); });
 }

@@ -5,6 +5,8 @@
 #include "ktStudioDocument.h"
 #include "ktStudioEdit.h"
 #include "ktStudioLog.h"
+#include "ktStudioPresets.h"
+#include "ktStudioRecovery.h"
 #include "ktStudioRun.h"
 #include "ktStudioSelection.h"
 
@@ -25,6 +27,8 @@ public:
     ktStudioSelection selection;
     ktStudioRun run;
     ktStudioEdit edit;
+    ktStudioPresets presets;
+    ktStudioRecovery recovery;
     ktNodeSummaries summaries;
 
 signals:

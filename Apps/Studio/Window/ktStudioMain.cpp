@@ -62,6 +62,7 @@ int main(int argc, char** argv) {
     ktPresetStore::load();
     ktStudioWindow window;
     window.show();
+    window.begin();
     if (!parser.positionalArguments().isEmpty()) {
         ktStudioReadOptions options;
         options.unit = parser.value(unit);

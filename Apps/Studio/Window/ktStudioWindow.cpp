@@ -102,8 +102,15 @@ void ktStudioWindow::connectServices() {
         messages->show(ktMessageBar::Level::Info, tr("Saved as %1").arg(path), {}, "saved");
         showTitle();
     });
+    connect(&document, &ktStudioDocument::changedOnDisk, this, [this] {
+        messages->show(ktMessageBar::Level::Warning,
+                       tr("%1 has changed on disk.").arg(QFileInfo(document.getPath()).fileName()),
+                       {{tr("Read again"), [this] { findChild<QAction*>("readAgain")->trigger(); }}}, "changed");
+    });
     connect(&document, &ktStudioDocument::failed, this,
             [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason, {}, "file"); });
+    connect(&services.presets, &ktStudioPresets::failed, this,
+            [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason, {}, "presets"); });
     connect(&run, &ktStudioRun::runningChanged, this, [this](bool isRunning) {
         updateActions();
         if (isRunning) {
@@ -122,8 +129,11 @@ void ktStudioWindow::connectServices() {
 void ktStudioWindow::showOpened() {
     pages->setCurrentWidget(view);
     ktStudioPreferences::the().addRecentFile(document.getPath());
+    messages->close("changed");
+    messages->close("unit");
     showTitle();
     updateActions();
+    askUnit();
 }
 
 void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {

@@ -25,6 +25,9 @@ public:
     /// Opens a file; asks first what to do with unsaved changes.
     void openFile(const QString& path, const ktStudioReadOptions& options = {});
 
+    /// For the start of the program: offers what an earlier process has left unsaved.
+    void begin() { offerRecovery(); }
+
     ktStudioDocument& getDocument() { return document; }
     ktStudioRun& getRun() { return run; }
     ktStudioSelection& getSelection() { return selection; }
@@ -53,6 +56,10 @@ private:
     void chooseOutput();
     void save();
     void choosePicture();
+    void chooseReadingOptions();
+    /// Offers sizes if the file does not say its unit.
+    void askUnit();
+    void offerRecovery();
     /// Whether to go on although unsaved changes would be lost.
     bool mayLoseChanges();
 

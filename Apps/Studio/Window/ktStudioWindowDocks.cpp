@@ -2,9 +2,11 @@
 // The docks of the main window, and the help.
 #include "ktAmbientOcclusion.h"
 #include "ktCalculationPanel.h"
+#include "ktCommandPalette.h"
 #include "ktHistoryPanel.h"
 #include "ktLogPanel.h"
 #include "ktOptionPanel.h"
+#include "ktPartPanel.h"
 #include "ktRunPanel.h"
 #include "ktScenePanel.h"
 #include "ktSceneView.h"
@@ -49,6 +51,8 @@ void ktStudioWindow::makeDocks() {
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     scenePanel = new ktScenePanel(services);
     QDockWidget* scene = addDock("sceneDock", tr("Scene"), Qt::LeftDockWidgetArea, scenePanel);
+    QDockWidget* part = addDock("partDock", tr("Part"), Qt::LeftDockWidgetArea, scrolling(new ktPartPanel(services)));
+    resizeDocks({scene, part}, {330, 260}, Qt::Vertical);
     auto* runPanel = new ktRunPanel(services);
     runPanel->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     QDockWidget* bake = addDock("runDock", tr("Bake"), Qt::RightDockWidgetArea, runPanel);
@@ -73,6 +77,11 @@ void ktStudioWindow::makeDocks() {
 
 void ktStudioWindow::makeHelpMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&Help"));
+    addAction(menu, "commands", tr("&Commands…"), QKeySequence("Ctrl+Shift+P"), [this] {
+        auto* palette = new ktCommandPalette(actions(), this);
+        palette->setAttribute(Qt::WA_DeleteOnClose);
+        palette->open();
+    });
     addAction(menu, "shortcuts", tr("&Keyboard shortcuts"), QKeySequence::HelpContents, [this] {
         auto* dialog = new QDialog(this);
         dialog->setAttribute(Qt::WA_DeleteOnClose);

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Opens and saves files from the main window: dialogs, dropped files, unsaved changes.
 #include "ktMessageBar.h"
+#include "ktReadingOptions.h"
 #include "ktStudioWindow.h"
 
+#include <algorithm>
+#include <cmath>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLocale>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QUrl>
@@ -76,6 +80,65 @@ void ktStudioWindow::choosePicture() {
         },
         Qt::QueuedConnection);
     dialog->open();
+}
+
+void ktStudioWindow::chooseReadingOptions() {
+    auto* dialog = new ktReadingOptions(document.getReadOptions(), this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::accepted, this, [this, dialog] {
+        QMetaObject::invokeMethod(
+            this,
+            [this, options = dialog->get()] {
+                if (!isFrozen() && mayLoseChanges())
+                    document.reload(options);
+            },
+            Qt::QueuedConnection);
+    });
+    dialog->open();
+}
+
+void ktStudioWindow::askUnit() {
+    if (!document.isUnitGuessed())
+        return;
+    const double diagonal = document.getDiagonal() / document.getUnit_mm(); // units of the file
+    struct Unit {
+        const char* name;
+        double millimetres;
+    };
+    std::vector<Unit> units = {{"mm", 1}, {"cm", 10}, {"inch", 25.4}, {"m", 1000}};
+    // The three sizes that are nearest to what people bake.
+    const auto distance = [diagonal](const Unit& unit) {
+        return std::abs(std::log(diagonal * unit.millimetres / 1500));
+    };
+    std::sort(units.begin(), units.end(), [&](const Unit& a, const Unit& b) { return distance(a) < distance(b); });
+    units.resize(3);
+    std::sort(units.begin(), units.end(), [](const Unit& a, const Unit& b) { return a.millimetres < b.millimetres; });
+    std::vector<ktMessageBar::Button> buttons;
+    for (const Unit& unit : units)
+        buttons.push_back({tr("%1 m (unit: %2)").arg(diagonal * unit.millimetres / 1000, 0, 'g', 3).arg(unit.name),
+                           [this, name = unit.name] {
+                               ktStudioReadOptions options = document.getReadOptions();
+                               options.unit = name;
+                               if (!isFrozen() && mayLoseChanges())
+                                   document.reload(options);
+                           }});
+    messages->show(
+        ktMessageBar::Level::Info,
+        tr("The file does not say how large the scene is. Its diagonal is taken for 3 m. Is it another size?"), buttons,
+        "unit");
+}
+
+void ktStudioWindow::offerRecovery() {
+    for (const ktStudioRecovery::Copy& copy : services.recovery.findAbandoned())
+        messages->show(ktMessageBar::Level::Warning,
+                       tr("%1 was baked at %2 and not saved before ktstudio ended.")
+                           .arg(QFileInfo(copy.scene).fileName(), QLocale().toString(copy.time, QLocale::ShortFormat)),
+                       {{tr("Open the copy"),
+                         [this, copy] {
+                             if (!isFrozen() && mayLoseChanges())
+                                 services.recovery.open(copy);
+                         }},
+                        {tr("Discard it"), [copy] { ktStudioRecovery::discard(copy); }}});
 }
 
 bool ktStudioWindow::mayLoseChanges() {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The menus of the main window.
+#include "ktAmbientOcclusion.h"
 #include "ktScenePanel.h"
 #include "ktStudioPreferences.h"
 #include "ktStudioWindow.h"
@@ -30,6 +31,8 @@ void ktStudioWindow::makeFileMenu() {
         if (mayLoseChanges())
             document.reload(document.getReadOptions());
     });
+    QAction* reading =
+        addAction(menu, "readingOptions", tr("Reading op&tions…"), {}, [this] { chooseReadingOptions(); });
     menu->addSeparator();
     QAction* saving = addAction(menu, "save", tr("&Save"), QKeySequence::Save, [this] { save(); });
     saving->setToolTip(tr("Save the scene with its baked light"));
@@ -40,7 +43,7 @@ void ktStudioWindow::makeFileMenu() {
     bar->addAction(open);
     bar->addAction(saving);
     needIdle << open << recent->menuAction();
-    needScene << again << saving << savingAs << picture;
+    needScene << again << reading << saving << savingAs << picture;
 }
 
 void ktStudioWindow::makeEditMenu() {
@@ -92,6 +95,8 @@ void ktStudioWindow::makeBakeMenu() {
                                  [this] { run.start(true); });
     cancelAction = addAction(menu, "cancel", tr("&Cancel"), QKeySequence(Qt::Key_Escape), [this] { run.cancel(); });
     menu->addSeparator();
+    needScene << addAction(menu, "useSettings", tr("&Use the settings of the selected part"), {},
+                           [] { ktAmbientOcclusion::the()->loadSettings(); });
     const auto addClear = [this, menu](const char* name, const QString& text, ktStudioRun::Clear what, bool isActive) {
         needScene << addAction(menu, name, text, {}, [this, what, isActive] { run.clear(what, isActive); });
     };

@@ -152,6 +152,7 @@ void ktStudioWindow::connectView() {
     connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, show);
     connect(&document, &ktStudioDocument::opened, this, [this] {
         view->setSelection(selection.get());
-        view->frameAll();
+        if (!document.isReloading())
+            view->frameAll();
     });
 }

@@ -4,6 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionSettings.h"
+#include "ktPresetBar.h"
 #include "ktSceneDistances.h"
 #include "ktSettingEditors.h"
 #include "ktSettingsCheck.h"
@@ -167,6 +168,7 @@ constexpr bool isDistance = std::is_same_v<Row, Settings::MinDistance> || std::i
 ktCalculationPanel::ktCalculationPanel(ktStudioServices& services_, QWidget* parent)
     : QWidget(parent), services(services_), warning(new QLabel(this)) {
     auto* rows = new QVBoxLayout(this);
+    rows->addWidget(new ktPresetBar(services, this));
     warning->setObjectName("settingsWarning");
     warning->setWordWrap(true);
     warning->setFrameShape(QFrame::StyledPanel);

@@ -56,6 +56,7 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     list->setModel(filter);
     list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list->setUniformItemSizes(true);
+    list->setTextElideMode(Qt::ElideMiddle); // the file's path comes first
     const int size = style()->pixelMetric(QStyle::PM_SmallIconSize);
     list->setIconSize({size, size});
     list->setAccessibleName(tr("Log"));

@@ -2,13 +2,17 @@
 // Widgets for the options of runs and of the saved file.
 #include "ktOptionPanel.h"
 
+#include "ktStudioPreferences.h"
 #include "ktStudioServices.h"
+#include "ktUndoMemory.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
 #include <QSpinBox>
+
+static const char* const memoryKey = "undoMemory"; // MiB
 
 ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     : QWidget(parent), services(services_), fit(new QComboBox(this)), tracer(new QComboBox(this)),
@@ -59,6 +63,21 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     connect(exposure, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, [this](double factor) {
         change(tr("Exposure"), [factor](ktStudioOptions& options) { options.exposure = factor; });
     });
+    auto* memory = new QSpinBox(this);
+    memory->setObjectName("undoMemory");
+    memory->setRange(16, 1 << 20);
+    memory->setSingleStep(64);
+    memory->setSuffix(tr(" MiB"));
+    memory->setKeyboardTracking(false);
+    memory->setToolTip(tr("Memory for results that undo brings back; beyond it, the oldest go into temporary files"));
+    memory->setValue(
+        ktStudioPreferences::the().get(memoryKey, static_cast<int>(ktUndoMemory::getLimit() >> 20)).toInt());
+    ktUndoMemory::setLimit(static_cast<std::uint64_t>(memory->value()) << 20);
+    connect(memory, QOverload<int>::of(&QSpinBox::valueChanged), this, [](int mebibytes) {
+        ktUndoMemory::setLimit(static_cast<std::uint64_t>(mebibytes) << 20);
+        ktStudioPreferences::the().set(memoryKey, mebibytes);
+    });
+    form->addRow(tr("Undo memory"), memory);
     connect(&services.document, &ktStudioDocument::optionsChanged, this, &ktOptionPanel::show);
     connect(&services, &ktStudioServices::frozenChanged, this, [this](bool isFrozen) { setDisabled(isFrozen); });
     show();

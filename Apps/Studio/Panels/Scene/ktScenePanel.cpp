@@ -2,6 +2,7 @@
 // Search field, tree and context menu of the scene.
 #include "ktScenePanel.h"
 
+#include "ktAmbientOcclusion.h"
 #include "ktSceneModel.h"
 #include "ktStudioServices.h"
 
@@ -47,8 +48,7 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     connect(tree, &QTreeView::customContextMenuRequested, this, &ktScenePanel::showMenu);
     connect(&services.selection, &ktStudioSelection::changed, this, &ktScenePanel::showSelection);
     connect(model, &QAbstractItemModel::modelReset, this, [this] {
-        if (model->rowCount() == 1)
-            tree->expand(model->index(0, 0));
+        expandFirst();
         showSelection();
     });
     // The tree can be looked at during a run, but not changed.
@@ -56,6 +56,25 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
         text->setDisabled(isFrozen);
         tree->setSelectionMode(isFrozen ? QAbstractItemView::NoSelection : QAbstractItemView::ExtendedSelection);
     });
+}
+
+// Groups without siblings say little, so the tree opens until it shows several rows.
+void ktScenePanel::expandFirst() {
+    std::vector<QModelIndex> level = {QModelIndex()};
+    for (int depth = 0; depth < 8; ++depth) {
+        std::vector<QModelIndex> next;
+        for (const QModelIndex& above : level)
+            for (int row = 0; row < model->rowCount(above) && next.size() < 20; ++row)
+                next.push_back(model->index(row, 0, above));
+        if (next.size() >= 6)
+            return;
+        for (const QModelIndex& index : next) {
+            if (model->canFetchMore(index))
+                model->fetchMore(index);
+            tree->expand(index);
+        }
+        level = next;
+    }
 }
 
 void ktScenePanel::startSearch() {
@@ -127,6 +146,7 @@ void ktScenePanel::showMenu(const QPoint& at) {
     menu.addAction(tr("Show"), this, [this, nodes] { services.edit.setHidden(nodes, false); });
     menu.addAction(tr("Lock"), this, [this, nodes] { services.edit.setLocked(nodes, true); });
     menu.addAction(tr("Unlock"), this, [this, nodes] { services.edit.setLocked(nodes, false); });
+    menu.addAction(tr("Use the settings of its last bake"), [] { ktAmbientOcclusion::the()->loadSettings(); });
     menu.addSeparator();
     menu.addAction(tr("Expand to the selection"), this, [this, nodes] {
         for (const osg::NodePtr& node : nodes)

@@ -22,6 +22,7 @@ public:
     void startSearch();
 
 private:
+    void expandFirst();
     void search();
     void showSelection();
     void takeSelection();

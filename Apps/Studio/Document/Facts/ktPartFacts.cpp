@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Counts results, surfaces and materials below some nodes.
+#include "ktPartFacts.h"
+
+#include "ktAmbientOcclusionSettings.h"
+#include "ktGeometryInstances.h"
+#include "ktNodeAttachments.h"
+#include "OSGAmbientOcclusionSettingsAttachment.h"
+
+#include <algorithm>
+#include <OpenSG/OSGMaterial.h>
+#include <OpenSG/OSGSimpleAttachments.h>
+#include <set>
+#include <type_traits>
+
+namespace {
+
+namespace Settings = ktAmbientOcclusionSettings;
+
+constexpr float leastResult = 1e-6f; // a channel without larger w holds no result
+
+template <class Row, class Field>
+QString valueText(Row, const Field& value) {
+    if constexpr (std::is_base_of_v<Settings::Choice, Row>)
+        return Row::choices[std::clamp<int>(value, 0, static_cast<int>(Row::range.most))];
+    else if constexpr (std::is_base_of_v<Settings::Switch, Row>)
+        return value ? "on" : "off";
+    else if constexpr (std::is_base_of_v<Settings::Color, Row>)
+        return QString("%1, %2, %3").arg(value[0]).arg(value[1]).arg(value[2]);
+    else
+        return QString::number(value) + (*Row::unit ? QString(" ") + Row::unit : QString());
+}
+
+void addSettings(ktPartFacts& facts, const osg::NodePtr& node) {
+    const auto stored = ktFindAttachment<osg::AmbientOcclusionSettingsAttachment>(node);
+    if (stored == osg::NullFC || facts.settingsNode != osg::NullFC)
+        return;
+    facts.settingsNode = node;
+    Settings::forEachSetting<&Settings::Places::options>([&](auto row) {
+        facts.settings << QString(row.names.option).replace('-', ' ') + ": " + valueText(row, row.getOnNode(*stored));
+    });
+}
+
+void addResults(ktPartFacts& facts, const osg::GeometryPtr& geometry) {
+    const auto channel = osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7());
+    if (channel == osg::NullFC)
+        return;
+    const auto& values = channel->getField();
+    const auto isResult = [](const osg::Vec4f& value) { return value[3] > leastResult; };
+    if (std::none_of(values.begin(), values.end(), isResult))
+        return;
+    for (const osg::Vec4f& value : values) {
+        const float w = std::clamp(value[3], 0.0f, 1.0f);
+        facts.least = facts.withResults == 0 ? static_cast<double>(w) : std::min(facts.least, static_cast<double>(w));
+        facts.mean += static_cast<double>(w); // the sum, until the end
+        facts.darkShare += w < ktPartFacts::dark ? 1 : 0;
+        ++facts
+              .histogram[std::min<std::size_t>(ktPartFacts::bins - 1, static_cast<std::size_t>(w * ktPartFacts::bins))];
+        ++facts.withResults;
+    }
+}
+
+} // namespace
+
+ktPartFacts ktPartFacts::collect(const std::vector<osg::NodePtr>& nodes) {
+    ktPartFacts facts;
+    std::set<osg::UInt32> seen, seenMaterials;
+    std::vector<osg::NodePtr> pending(nodes.rbegin(), nodes.rend());
+    while (!pending.empty()) {
+        const osg::NodePtr node = pending.back();
+        pending.pop_back();
+        addSettings(facts, node);
+        for (osg::UInt32 i = node->getNChildren(); i-- > 0;)
+            pending.push_back(node->getChild(i));
+        const auto geometry = osg::GeometryPtr::dcast(node->getCore());
+        if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC ||
+            !seen.insert(geometry.getFieldContainerId()).second)
+            continue;
+        ++facts.geometries;
+        facts.vertices += geometry->getPositions()->getSize();
+        facts.triangles += ktCountTriangles(geometry);
+        addResults(facts, geometry);
+        const osg::MaterialPtr material = geometry->getMaterial();
+        if (material != osg::NullFC && seenMaterials.insert(material.getFieldContainerId()).second) {
+            const char* const name = osg::getName(material);
+            facts.materials.push_back({name ? QString::fromUtf8(name) : QString(), material->isTransparent()});
+        }
+    }
+    if (facts.withResults > 0) {
+        facts.mean /= static_cast<double>(facts.withResults);
+        facts.darkShare /= static_cast<double>(facts.withResults);
+    }
+    return facts;
+}

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Keeps and finds copies of unsaved scenes.
+#include "ktStudioRecovery.h"
+
+#include "ktPreferences.h"
+#include "ktStudioDocument.h"
+#include "ktStudioRun.h"
+
+#include <algorithm>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QSettings>
+
+namespace {
+
+const char* const sceneFile = "/scene.glb";
+const char* const infoFile = "/copy.ini";
+const char* const lockFile = "/lock";
+
+QString allFolders() {
+    return ktPreferences::getPreferencesDir() + "recovery";
+}
+
+} // namespace
+
+ktStudioRecovery::ktStudioRecovery(ktStudioDocument& document_, ktStudioRun& run) : document(document_) {
+    connect(&run, &ktStudioRun::ended, this, &ktStudioRecovery::keep);
+    connect(&document, &ktStudioDocument::modifiedChanged, this, [this](bool isModified) {
+        if (!isModified)
+            remove();
+    });
+}
+
+ktStudioRecovery::~ktStudioRecovery() {
+    remove();
+}
+
+void ktStudioRecovery::keep() {
+    if (!document.isModified())
+        return;
+    if (!lock) {
+        folder = allFolders() + "/" + QString::number(QCoreApplication::applicationPid());
+        if (!QDir().mkpath(folder))
+            return;
+        lock = std::make_unique<QLockFile>(folder + lockFile);
+        lock->setStaleLockTime(0);
+        lock->tryLock(0);
+    }
+    if (!document.saveCopy(folder + sceneFile))
+        return;
+    QSettings info(folder + infoFile, QSettings::IniFormat);
+    info.setValue("scene", document.getPath());
+    info.setValue("unit", document.getUnit_mm());
+    info.setValue("time", QDateTime::currentDateTime());
+}
+
+void ktStudioRecovery::remove() {
+    if (!lock)
+        return;
+    lock->unlock();
+    lock.reset();
+    QDir(folder).removeRecursively();
+}
+
+std::vector<ktStudioRecovery::Copy> ktStudioRecovery::findAbandoned() const {
+    std::vector<Copy> copies;
+    const QDir all(allFolders());
+    for (const QString& name : all.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString path = all.filePath(name);
+        QLockFile other(path + lockFile);
+        other.setStaleLockTime(0);
+        if ((lock && path == folder) || !other.tryLock(0))
+            continue; // its process lives
+        other.unlock();
+        const QSettings info(path + infoFile, QSettings::IniFormat);
+        const Copy copy{path, info.value("scene").toString(), info.value("time").toDateTime()};
+        if (copy.scene.isEmpty() || !QFileInfo::exists(path + sceneFile))
+            discard(copy);
+        else
+            copies.push_back(copy);
+    }
+    std::sort(copies.begin(), copies.end(), [](const Copy& a, const Copy& b) { return a.time > b.time; });
+    return copies;
+}
+
+bool ktStudioRecovery::open(const Copy& copy) {
+    ktStudioReadOptions options;
+    options.unit =
+        QString::number(QSettings(copy.folder + infoFile, QSettings::IniFormat).value("unit").toDouble(), 'g', 17);
+    if (!document.openCopy(copy.folder + sceneFile, copy.scene, options))
+        return false;
+    keep(); // of this process now
+    discard(copy);
+    return true;
+}
+
+void ktStudioRecovery::discard(const Copy& copy) {
+    QDir(copy.folder).removeRecursively();
+}

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Finds commands by name.
+#include "ktCommandPalette.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTimer>
+#include <QVBoxLayout>
+
+ktCommandPalette::ktCommandPalette(const QList<QAction*>& actions_, QWidget* parent)
+    : QDialog(parent), actions(actions_), text(new QLineEdit(this)), list(new QListWidget(this)) {
+    setWindowTitle(tr("Commands"));
+    text->setObjectName("commandText");
+    text->setPlaceholderText(tr("Part of a command's name"));
+    text->installEventFilter(this);
+    auto* rows = new QVBoxLayout(this);
+    rows->addWidget(text);
+    rows->addWidget(list);
+    resize(420, 360);
+    connect(text, &QLineEdit::textChanged, this, &ktCommandPalette::filter);
+    connect(text, &QLineEdit::returnPressed, this, &ktCommandPalette::start);
+    connect(list, &QListWidget::itemActivated, this, &ktCommandPalette::start);
+    filter({});
+}
+
+void ktCommandPalette::filter(const QString& wanted) {
+    list->clear();
+    for (int i = 0; i < actions.size(); ++i) {
+        const QString name = actions[i]->text().remove('&');
+        if (!actions[i]->isEnabled() || !name.contains(wanted, Qt::CaseInsensitive))
+            continue;
+        const QString keys = actions[i]->shortcut().toString(QKeySequence::NativeText);
+        auto* item = new QListWidgetItem(keys.isEmpty() ? name : name + "  (" + keys + ")", list);
+        item->setData(Qt::UserRole, i);
+    }
+    list->setCurrentRow(0);
+}
+
+void ktCommandPalette::start() {
+    const QListWidgetItem* const item = list->currentItem();
+    if (!item)
+        return;
+    QAction* const action = actions[item->data(Qt::UserRole).toInt()];
+    accept();
+    // When this dialog is gone: the command may open another one, or bake.
+    QTimer::singleShot(0, action, &QAction::trigger);
+}
+
+// The arrow keys move in the list while the text has the keyboard.
+bool ktCommandPalette::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Up || key == Qt::Key_Down || key == Qt::Key_PageUp || key == Qt::Key_PageDown)
+            return QApplication::sendEvent(list, event);
+    }
+    return QDialog::eventFilter(object, event);
+}

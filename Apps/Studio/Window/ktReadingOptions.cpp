@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The dialog of the options for reading a file.
+#include "ktReadingOptions.h"
+
+#include "ktLengthUnit.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QPushButton>
+
+ktReadingOptions::ktReadingOptions(const ktStudioReadOptions& options, QWidget* parent)
+    : QDialog(parent), unit(new QComboBox(this)),
+      unique(new QCheckBox(tr("Give each use of a mesh its own results"), this)),
+      plane(new QCheckBox(tr("Put a plane below the scene that catches its shadow"), this)) {
+    setWindowTitle(tr("Reading options"));
+    unit->setObjectName("unit");
+    unit->setEditable(true);
+    unit->addItems({"auto", "mm", "cm", "m", "inch", "foot"});
+    unit->setEditText(options.unit);
+    unit->setToolTip(tr("Length of one unit of the file; a number is a length in millimetres"));
+    unique->setChecked(options.uniqueInstances);
+    plane->setObjectName("plane");
+    plane->setChecked(options.groundPlane);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    buttons->button(QDialogButtonBox::Ok)->setText(tr("Read again"));
+    auto* form = new QFormLayout(this);
+    form->addRow(tr("Unit"), unit);
+    form->addRow(unique);
+    form->addRow(plane);
+    form->addRow(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    connect(unit, &QComboBox::editTextChanged, buttons, [buttons](const QString& text) {
+        buttons->button(QDialogButtonBox::Ok)->setEnabled(ktParseLengthUnit(text.toStdString()).has_value());
+    });
+}
+
+ktStudioReadOptions ktReadingOptions::get() const {
+    ktStudioReadOptions options;
+    options.unit = unit->currentText();
+    options.uniqueInstances = unique->isChecked();
+    options.groundPlane = plane->isChecked();
+    return options;
+}

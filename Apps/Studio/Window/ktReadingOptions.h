@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktStudioOptions.h"
+
+#include <QDialog>
+
+class QCheckBox;
+class QComboBox;
+
+/// Asks how the file is to be read: unit, copies of shared meshes, ground plane.
+class ktReadingOptions : public QDialog {
+    Q_OBJECT
+public:
+    ktReadingOptions(const ktStudioReadOptions& options, QWidget* parent);
+    ktStudioReadOptions get() const;
+
+private:
+    QComboBox* unit;
+    QCheckBox *unique, *plane;
+};
