@@ -31,7 +31,7 @@ public:
         addTriangles(mesh, instance);
         if (mesh.indices.empty())
             return;
-        addNormals(mesh, instance);
+        mesh.normals = ktReadPreviewNormals(instance);
         mesh.light = ktReadBakedLight(instance.node, geometry);
         if (mesh.light.empty())
             mesh.light.assign(mesh.positions.size(), {1, 1, 1});
@@ -78,21 +78,6 @@ private:
         }
     }
 
-    static void addNormals(ktPreviewMesh& mesh, const ktGeometryInstance& instance) {
-        const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(instance.geometry->getNormals());
-        if (normals == osg::NullFC || normals->getSize() != mesh.positions.size())
-            return;
-        // Normals go to world space with the cofactors of the matrix. Their length and side do not matter.
-        const osg::Matrix& m = instance.toWorld;
-        const osg::Vec3f x(m[0][0], m[0][1], m[0][2]), y(m[1][0], m[1][1], m[1][2]), z(m[2][0], m[2][1], m[2][2]);
-        const osg::Vec3f yz = y.cross(z), zx = z.cross(x), xy = x.cross(y);
-        mesh.normals.reserve(mesh.positions.size());
-        for (const osg::Vec3f& normal : normals->getField()) {
-            const osg::Vec3f world = yz * normal[0] + zx * normal[1] + xy * normal[2];
-            mesh.normals.push_back({world[0], world[1], world[2]});
-        }
-    }
-
     /// A ground plane is black and as opaque as its shadow is dark.
     void makeShadowPlane(ktPreviewMesh& mesh) {
         mesh.isFramed = false;
@@ -124,6 +109,23 @@ private:
 };
 
 } // namespace
+
+std::vector<std::array<float, 3>> ktReadPreviewNormals(const ktGeometryInstance& instance) {
+    std::vector<std::array<float, 3>> result;
+    const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(instance.geometry->getNormals());
+    if (normals == osg::NullFC || normals->getSize() != instance.geometry->getPositions()->size())
+        return result;
+    // Normals go to world space with the cofactors of the matrix. Their length and side do not matter.
+    const osg::Matrix& m = instance.toWorld;
+    const osg::Vec3f x(m[0][0], m[0][1], m[0][2]), y(m[1][0], m[1][1], m[1][2]), z(m[2][0], m[2][1], m[2][2]);
+    const osg::Vec3f yz = y.cross(z), zx = z.cross(x), xy = x.cross(y);
+    result.reserve(normals->getSize());
+    for (const osg::Vec3f& normal : normals->getField()) {
+        const osg::Vec3f world = yz * normal[0] + zx * normal[1] + xy * normal[2];
+        result.push_back({world[0], world[1], world[2]});
+    }
+    return result;
+}
 
 ktPreviewScene ktCollectPreview(const osg::NodePtr& root, const std::function<bool()>& isInterrupted) {
     Collector collector;

@@ -29,7 +29,6 @@ int yOf(int lane) {
 }
 constexpr int maxLayers = 64;          // of transparent surfaces and hidden back faces along a ray
 constexpr float structureShare = 0.2f; // of the progress
-constexpr float ambientShare = 0.3f;   // of the light that does not come from the headlight
 
 /// The light and the colour of one layer at a hit.
 struct Layer {
@@ -293,7 +292,7 @@ private:
             return 1;
         const float cosine =
             std::fabs(normal[0] * direction[0] + normal[1] * direction[1] + normal[2] * direction[2]) / length;
-        return ambientShare + (1 - ambientShare) * std::min(cosine, 1.0f);
+        return ktHeadlightAmbient + (1 - ktHeadlightAmbient) * std::min(cosine, 1.0f);
     }
 };
 
@@ -336,14 +335,8 @@ bool ktPreviewRenderer::buildStructure(const std::function<bool(float)>& goesOn)
     return tracer.build(meshes, goesOn);
 }
 
-QImage ktPreviewRenderer::draw(const ktPreviewCamera& camera, int width, int height, float exposure,
-                               const ktPreviewBackground& background,
-                               const std::function<bool()>& isInterrupted) const {
-    ktPreviewOptions options;
-    options.width_px = width;
-    options.height_px = height;
-    options.exposure = exposure;
-    options.isInterrupted = isInterrupted;
+QImage ktPreviewRenderer::draw(const ktPreviewCamera& camera, const ktPreviewOptions& options,
+                               const ktPreviewBackground& background) const {
     std::atomic<float> shareDone{0};
     return drawPicture(camera, options, background, shareDone);
 }

@@ -11,6 +11,10 @@
 class ktTracer;
 struct ktPreviewOptions;
 
+/// Under the headlight, surfaces show this share of the light, and the rest times the cosine of the angle at which they
+/// face the ray.
+constexpr float ktHeadlightAmbient = 0.3f;
+
 /// Behind the scene: linear colours, interpolated from the bottom to the top. By default, a grey on which white and
 /// dark parts are visible.
 struct ktPreviewBackground {
@@ -36,9 +40,10 @@ public:
     /// @throws std::bad_alloc if memory runs out
     bool build(const std::function<bool()>& isInterrupted);
     /// Draws a picture as ktRenderPreview() does; after build(). Null if interrupted.
+    /// @param options the view and `progressed` are ignored
     /// @throws std::bad_alloc if memory runs out
-    QImage draw(const ktPreviewCamera& camera, int width, int height, float exposure,
-                const ktPreviewBackground& background, const std::function<bool()>& isInterrupted) const;
+    QImage draw(const ktPreviewCamera& camera, const ktPreviewOptions& options,
+                const ktPreviewBackground& background) const;
 
 private:
     friend QImage ktRenderPreview(const ktPreviewScene& scene, const ktPreviewCamera& camera, ktTracer& tracer,

@@ -86,7 +86,7 @@ const std::vector<Arrow> arrows = {
       "Host/Raytracing/", "Host/Viewing/"}},
     {"Apps/Studio/Viewport/Scene/", {"Host/Raytracing/Scene/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Viewing/"}},
     {"Apps/Studio/Viewport/OpenGL/",
-     {"Apps/Studio/Viewport/Scene/", "Host/Raytracing/Threads/", "Host/Scene/Surfaces/"}},
+     {"Apps/Studio/Viewport/Scene/", "Host/Raytracing/Threads/", "Host/Scene/Surfaces/", "Host/Viewing/"}},
     {"Apps/Studio/Viewport/Tracing/",
      {"Apps/Studio/Viewport/Scene/", "Host/Raytracing/", "Host/Raytracing/Scene/", "Host/Raytracing/Threads/",
       "Host/Raytracing/Tracer/", "Host/Scene/Surfaces/", "Host/Viewing/"}},

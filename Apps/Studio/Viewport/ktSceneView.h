@@ -77,7 +77,7 @@ public:
     /// @param turn_degrees turns the camera around the scene, counterclockwise seen from above, for a series
     QImage renderPicture(const QSize& size, double turn_degrees = 0);
 
-    /// Whether OpenGL draws; else the ray tracer does, without wires, headlight and comparison.
+    /// Whether OpenGL draws; else the ray tracer does, without wires and comparison.
     bool usesOpenGL() const;
     /// Whether the view shows the present state in full quality.
     bool isSettled() const;

@@ -116,6 +116,18 @@ TEST_F(SceneView, GivenResults_ShowsEachMode) {
     EXPECT_LE(ktColorDistance(pixel(1.5, 0.5), ktSrgbBytes(0.1f, 0.2f, 0.4f)), 1);
 }
 
+TEST_F(SceneView, GivenHeadlight_TiltedSurfacesAreDarker) {
+    osg::Matrix tilted; // 60 degrees around y
+    tilted.setRotate(osg::Quaternion(osg::Vec3f(0, 1, 0), 1.0472f));
+    parts.add(ktViewParts::square(), tilted);
+    view->setScene(parts.root);
+    lookFromTheFront();
+    view->setViewMode(ktViewMode::SurfaceColours);
+    EXPECT_LE(ktColorDistance(pixel(0.25, 0.5), ktSrgbBytes(1, 1, 1)), 1);
+    view->setHeadlight(true);
+    EXPECT_LE(ktColorDistance(pixel(0.25, 0.5), ktSrgbBytes(0.65f, 0.65f, 0.65f)), 6);
+}
+
 TEST_F(SceneView, GivenNoResult_ShowsStripes) {
     view->setViewMode(ktViewMode::Occlusion);
     const QImage image = view->renderPicture({4 * width, 4 * height});

@@ -78,6 +78,8 @@ TEST(ViewScene, GivenMarkedGroup_MarksAllBelow) {
     const auto boxes = scene.framedBoxes(true);
     ASSERT_EQ(boxes.size(), 1u);
     EXPECT_EQ(boxes[0].low[0], 5);
+    scene.readAgain();
+    EXPECT_TRUE(scene.hasSelection());
     scene.select({});
     EXPECT_FALSE(scene.hasSelection());
 }

@@ -3,6 +3,7 @@
 #include "ktGlShaders.h"
 
 #include "ktFalseColours.h"
+#include "ktPreviewRenderer.h"
 
 #include <QVector3D>
 #include <stdexcept>
@@ -141,7 +142,7 @@ void main() {
 #endif
     vec3 toEye = isParallel ? vec3(0.0, 0.0, 1.0) : normalize(-inView);
     float facing = dot(across, across) > 0.0 ? abs(dot(normalize(across), toEye)) : 1.0;
-    result *= mix(0.35, 1.0, facing);
+    result *= mix(AMBIENT, 1.0, facing);
 #endif
 #ifdef STRIPES
     float stripe = step(0.5, fract((gl_FragCoord.x + gl_FragCoord.y) * stripesPerPixel));
@@ -313,6 +314,7 @@ QOpenGLShaderProgram& ktGlShaders::surface(const ktGlVariant& variant) {
     add(variant.isMask, "MASK");
     add(variant.hasAlpha, "ALPHA");
     add(variant.needsNormal(), "NORMAL");
+    add(variant.needsNormal(), "AMBIENT", QByteArray::number(static_cast<double>(ktHeadlightAmbient)));
     add(variant.hasNormals, "NORMALS");
     add(variant.surface == ktGlSurface::Hatched || variant.surface == ktGlSurface::HatchedColours, "STRIPES", "0.55");
     add(variant.surface == ktGlSurface::ShadowLight || variant.surface == ktGlSurface::ShadowOcclusion, "SHADOW");

@@ -3,6 +3,7 @@
 #include "ktTracedCanvas.h"
 
 #include "ktEventPump.h"
+#include "ktPreview.h"
 #include "ktPreviewRenderer.h"
 #include "ktTracedLook.h"
 #include "ktTracer.h"
@@ -21,8 +22,15 @@ ktPreviewCamera cameraOf(const ktViewCamera& camera, const QSize& size, const kt
     return camera.previewCamera(static_cast<double>(size.width()) / size.height(), scene.allBounds);
 }
 
-float exposureOf(const ktViewLook& look) {
-    return look.mode == ktViewMode::FalseColours ? 1 : look.exposure;
+ktPreviewOptions optionsOf(const ktViewLook& look, const QSize& size, std::function<bool()> isInterrupted) {
+    ktPreviewOptions options;
+    options.width_px = std::max(1, size.width());
+    options.height_px = std::max(1, size.height());
+    const bool isFalse = look.mode == ktViewMode::FalseColours;
+    options.exposure = isFalse ? 1 : look.exposure;
+    options.hasHeadlight = look.hasHeadlight && !isFalse;
+    options.isInterrupted = std::move(isInterrupted);
+    return options;
 }
 
 } // namespace
@@ -87,8 +95,7 @@ void ktTracedCanvas::start() {
                 const auto mustEnd = [this] { return isInterrupted.load(); };
                 for (int step = coarsest; build() && step >= 1; step /= 2) {
                     const QImage image =
-                        renderer->draw(camera, std::max(1, pixels.width() / step), std::max(1, pixels.height() / step),
-                                       exposureOf(look), look.background, mustEnd);
+                        renderer->draw(camera, optionsOf(look, pixels / step, mustEnd), look.background);
                     if (image.isNull())
                         return;
                     QMetaObject::invokeMethod(
@@ -144,8 +151,8 @@ QImage ktTracedCanvas::render(const QSize& size, const ktViewCamera& camera, con
         ktWorkers::run(
             [&] {
                 if (build())
-                    image = renderer->draw(cameraOf(camera, size, state.scene), size.width(), size.height(),
-                                           exposureOf(look), look.background, [] { return false; });
+                    image =
+                        renderer->draw(cameraOf(camera, size, state.scene), optionsOf(look, size, {}), look.background);
             },
             pump);
     } catch (const std::exception& error) {

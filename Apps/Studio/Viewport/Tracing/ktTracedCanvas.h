@@ -10,7 +10,7 @@ class ktTracer;
 class ktWorkers;
 
 /// Draws the viewport with the host's ray tracer, where there is no OpenGL 3.3. Each picture comes coarse first, and
-/// finer while nothing changes. Shows no wires, headlight, comparison and outlines of marked parts.
+/// finer while nothing changes. Shows no wires, comparison and outlines of marked parts.
 class ktTracedCanvas : public QWidget, public ktViewCanvas {
 public:
     /// @param state must outlive this

@@ -4,6 +4,7 @@
 
 #include "ktBakedLight.h"
 #include "ktFalseColours.h"
+#include "ktPreviewCollect.h"
 #include "ktSurfaceColors.h"
 #include "ktWorldTransform.h"
 
@@ -131,6 +132,7 @@ ktPreviewScene ktMakeTracedScene(const ktViewScene& scene) {
         mesh.indices = *geometry.triangles;
         for (std::size_t i = 0; use.isMirrored && i + 2 < mesh.indices.size(); i += 3)
             std::swap(mesh.indices[i + 1], mesh.indices[i + 2]);
+        mesh.normals = ktReadPreviewNormals({use.node, geometry.geometry, use.toWorld});
         mesh.colors.assign(mesh.positions.size(), {1, 1, 1, 1});
         mesh.light.assign(mesh.positions.size(), {1, 1, 1});
         mesh.isFramed = !scene.materials[use.material].isGroundPlane;
