@@ -150,16 +150,8 @@ ktGlRequest ktGlCanvas::makeRequest(const QSize& pixels, double detail_px) const
 void ktGlCanvas::paintGL() {
     if (display && failure.isEmpty()) {
         try {
-            if (!isUploaded) {
-                if (mustKeepResults)
-                    display->meshes.keepResults();
-                mustKeepResults = false;
-                isUploaded = display->meshes.upload(state.scene, slice_ms);
-                if (isUploaded)
-                    startLevels();
-                else
-                    sliceTimer.start();
-            }
+            if (!isUploaded)
+                uploadSlice();
             if (isUploaded && isDirty)
                 drawMoving();
             ktGlTarget& shown = (isStillShown ? display->still : display->moving).target();
@@ -175,6 +167,17 @@ void ktGlCanvas::paintGL() {
         painter.drawText(rect(), Qt::AlignCenter, failure);
     if (paintOverlay)
         paintOverlay(painter);
+}
+
+void ktGlCanvas::uploadSlice() {
+    if (mustKeepResults)
+        display->meshes.keepResults();
+    mustKeepResults = false;
+    isUploaded = display->meshes.upload(state.scene, slice_ms);
+    if (isUploaded)
+        startLevels();
+    else
+        sliceTimer.start();
 }
 
 void ktGlCanvas::drawMoving() {
@@ -214,11 +217,13 @@ void ktGlCanvas::startStill() {
 void ktGlCanvas::drawSlice() {
     if (!display || !failure.isEmpty() || (isUploaded && !isStillRunning))
         return sliceTimer.stop();
-    if (!isUploaded)
-        return update(); // paintGL() goes on
     makeCurrent();
     try {
-        if (display->still.advance(slice_ms)) {
+        if (!isUploaded) {
+            uploadSlice();
+            if (isUploaded)
+                update();
+        } else if (display->still.advance(slice_ms)) {
             isStillRunning = false;
             isStillShown = true;
             update();

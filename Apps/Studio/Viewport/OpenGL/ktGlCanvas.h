@@ -51,6 +51,7 @@ private:
     void releaseDisplay();
     ktGlRequest makeRequest(const QSize& pixels, double detail_px) const;
     QSize pixelSize() const;
+    void uploadSlice();
     void drawMoving();
     void startStill();
     void drawSlice();

@@ -40,11 +40,13 @@ public:
         }
         limit(opaque, blended);
         // Uses of one geometry are neighbours already; only their levels differ.
-        std::stable_sort(opaque.begin(), opaque.end(), [this](const Chosen& a, const Chosen& b) {
+        const auto isBefore = [this](const Chosen& a, const Chosen& b) {
             const ktViewUse &u = scene.uses[a.use], &v = scene.uses[b.use];
             return std::tie(u.material, u.geometry, u.isMirrored, a.level) <
                    std::tie(v.material, v.geometry, v.isMirrored, b.level);
-        });
+        };
+        if (!std::is_sorted(opaque.begin(), opaque.end(), isBefore))
+            std::stable_sort(opaque.begin(), opaque.end(), isBefore);
         std::stable_sort(blended.begin(), blended.end(),
                          [](const Chosen& a, const Chosen& b) { return a.depth > b.depth; });
         for (const Chosen& chosen : opaque)
