@@ -14,6 +14,7 @@
 #include "ktBakeSignals.h"
 #include "ktBakeStats.h"
 #include "ktControllerState.h"
+#include "ktGeometryInstances.h"
 #include "ktGeometryList.h"
 #include "ktLog.h"
 #include "ktRaytracingManager.h"
@@ -110,6 +111,8 @@ private:
             ktLog::info("Nothing is missing.");
             return ktBakeExit::done;
         }
+        if (ktHasNoTriangles(ktScenegraph::getSelectedRootNodes()))
+            return refuse("the selection holds no triangles; points or lines are not baked");
         if (const std::string reason = ktFindMissingLight(ktScenegraph::getRootNode()); !reason.empty())
             return refuse(reason);
         followScene(options, scene.getDiagonal());

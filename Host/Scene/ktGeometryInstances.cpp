@@ -69,6 +69,17 @@ void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
     }
 }
 
+bool ktHasNoTriangles(const std::vector<osg::NodePtr>& nodes) {
+    bool isEmpty = true, hasTriangles = false;
+    for (const osg::NodePtr& node : nodes)
+        ktForEachGeometryInstance(node, ktInstances::All, [&](const ktGeometryInstance& instance) {
+            isEmpty = false;
+            hasTriangles = hasTriangles || ktCountTriangles(instance.geometry) > 0;
+            return !hasTriangles;
+        });
+    return !isEmpty && !hasTriangles;
+}
+
 std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry) {
     bool hasStrips = false;
     for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)

@@ -8,6 +8,7 @@
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGMatrix.h>
 #include <OpenSG/OSGNode.h>
+#include <vector>
 
 /// One use of a geometry in the scene.
 struct ktGeometryInstance {
@@ -26,6 +27,9 @@ enum class ktInstances {
 /// may have any depth. `visit` must not change the tree.
 KT_HOST_EXPORT void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
                                               const std::function<bool(const ktGeometryInstance&)>& visit);
+
+/// Whether there is geometry below the nodes, hidden nodes included, and all of it consists of points and lines.
+KT_HOST_EXPORT bool ktHasNoTriangles(const std::vector<osg::NodePtr>& nodes);
 
 /// Triangles that a geometry's primitives make, those without area included; none for points and lines. Those that only
 /// connect parts of a strip do not count.

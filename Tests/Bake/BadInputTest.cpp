@@ -79,6 +79,16 @@ TEST(BadInput, GivenSceneWithoutGeometry_SaysSo) {
     expectRefused(folder, "empty.gltf", {"has no geometry that can be used"});
 }
 
+TEST(BadInput, GivenPointsOrLinesOnly_SaysSo) {
+    const ktTestFolder folder;
+    const std::string reason = "the selection holds no triangles; points or lines are not baked";
+    folder.write("lines.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nl 1 2 3\n");
+    expectRefused(folder, "lines.obj", {reason});
+    expectRefused(folder, model("PLY/points.ply"), {reason});
+    folder.write("both.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nl 1 2 3\nf 1 2 3\n");
+    EXPECT_EQ(runBake(folder.path, {"both.obj", "-o", "out.glb", "--shadow-quality", "0"}).exitCode, 0);
+}
+
 TEST(BadInput, GivenUnknownRequiredExtension_NamesIt) {
     const ktTestFolder folder;
     auto scene = makeBoxes({{"box", {0, 0, 0}}});

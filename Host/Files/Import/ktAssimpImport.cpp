@@ -7,7 +7,9 @@
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktLimitedProcess.h"
+#include "ktPlyStrips.h"
 
+#include <algorithm>
 #include <assimp/config.h>
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/Importer.hpp>
@@ -15,7 +17,7 @@
 #include <cstring>
 #include <new>
 #include <QFileInfo>
-#include <sys/stat.h>
+#include <stdexcept>
 
 namespace {
 
@@ -25,20 +27,21 @@ struct Header {
     std::uint64_t dataSize = 0;
 };
 
-// Opens regular files only: with a pipe or a device, the importer could wait forever.
+// Opens regular files only: with a pipe or a device, the importer could wait forever. Finds names that differ in upper
+// and lower case.
 class RegularFiles : public Assimp::DefaultIOSystem {
 public:
-    bool Exists(const char* path) const override { return isRegular(path) && DefaultIOSystem::Exists(path); }
+    bool Exists(const char* path) const override { return ktFindIgnoringCase(path).has_value(); }
     Assimp::IOStream* Open(const char* path, const char* mode) override {
-        return isRegular(path) ? DefaultIOSystem::Open(path, mode) : nullptr;
-    }
-
-private:
-    static bool isRegular(const char* path) {
-        struct stat info;
-        return stat(path, &info) == 0 && S_ISREG(info.st_mode);
+        const std::optional<std::string> found = ktFindIgnoringCase(path);
+        return found ? DefaultIOSystem::Open(found->c_str(), mode) : nullptr;
     }
 };
+
+bool hasEnding(const std::string& path, std::initializer_list<const char*> endings) {
+    const QString ending = QFileInfo(QString::fromStdString(path)).suffix().toLower();
+    return std::any_of(endings.begin(), endings.end(), [&](const char* one) { return ending == one; });
+}
 
 ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& bytes) {
     ktJson answer = ktJson::object();
@@ -48,7 +51,9 @@ ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& byte
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, up.has_value());
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
                            aiProcess_LimitBoneWeights | aiProcess_FlipUVs;
-    const aiScene* scene = importer.ReadFile(path, steps);
+    const std::optional<std::string> ply = hasEnding(path, {"ply"}) ? ktConvertPlyStrips(path) : std::nullopt;
+    const aiScene* scene =
+        ply ? importer.ReadFileFromMemory(ply->data(), ply->size(), steps, "ply") : importer.ReadFile(path, steps);
     if (!scene) {
         const std::string reason = importer.GetErrorString();
         if (reason.find("bad_alloc") != std::string::npos)
@@ -58,6 +63,7 @@ ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& byte
     }
     ktFileMessages messages;
     ktAssimpTarget target(*scene, path.substr(0, path.rfind('/') + 1), messages);
+    target.isInvisibleDoubtful = hasEnding(path, {"obj", "dae", "zae"});
     ktConvertAssimpMaterials(target);
     ktConvertAssimpNodes(target);
     ktConvertAssimpAnimations(target);
@@ -76,10 +82,18 @@ ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& byte
     return answer;
 }
 
+ktJson importOrFail(const std::string& path, std::optional<ktUpAxis> up, ktBytes& bytes) {
+    try {
+        return import(path, up, bytes);
+    } catch (const std::runtime_error& error) {
+        return {{"error", error.what()}};
+    }
+}
+
 void importInto(ktByteSink& sink, const std::string& path, std::optional<ktUpAxis> up) {
     ktBytes bytes;
     // Names in old files may have any encoding; bytes that are not UTF-8 are replaced.
-    const std::string text = import(path, up, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
+    const std::string text = importOrFail(path, up, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
     const Header header = {text.size(), bytes.size()};
     sink.write(&header, sizeof header);
     sink.write(text.data(), text.size());

@@ -62,7 +62,13 @@ ktJson Materials::convert(const aiMaterial& material) {
     aiColor4D color(1, 1, 1, 1);
     if (material.Get(AI_MATKEY_BASE_COLOR, color) != AI_SUCCESS)
         material.Get(AI_MATKEY_COLOR_DIFFUSE, color);
-    const float opacity = number(material, AI_MATKEY_OPACITY, 1.0f);
+    float opacity = number(material, AI_MATKEY_OPACITY, 1.0f);
+    if (opacity <= 0.0f && target.isInvisibleDoubtful) {
+        target.messages.warn("material " + (name.length ? std::string(name.C_Str()) : "without a name"),
+                             "is invisible, which is mostly an exporter's mistake (Tr 1 in MTL, transparency 0 in "
+                             "Collada); it is taken as opaque");
+        opacity = 1.0f;
+    }
     ktJson surface = {{"baseColorFactor", {unit(color.r), unit(color.g), unit(color.b), unit(opacity)}}};
     surface["metallicFactor"] = unit(number(material, AI_MATKEY_METALLIC_FACTOR, 0.0f));
     const float shininess = std::max(number(material, AI_MATKEY_SHININESS, 0.0f), 0.0f);
@@ -167,15 +173,15 @@ ktJson Materials::embedded(const aiTexture& texture) {
 ktJson Materials::fileNamed(std::string name) {
     std::replace(name.begin(), name.end(), '\\', '/');
     const fs::path given = fs::path(name).lexically_normal();
-    std::error_code ignored;
     std::vector<fs::path> tries;
     if (given.is_relative() && given.begin() != given.end() && *given.begin() != "..")
         tries.push_back(given);
     tries.push_back(given.filename());
     tries.push_back(fs::path("textures") / given.filename());
     for (const fs::path& candidate : tries)
-        if (!candidate.empty() && fs::is_regular_file(target.folder / candidate, ignored))
-            return {{"uri", ktEncodeAssetUri(QString::fromStdString(candidate.string()))}};
+        if (const auto found = candidate.empty() ? std::nullopt : ktFindIgnoringCase(target.folder / candidate))
+            return {
+                {"uri", ktEncodeAssetUri(QString::fromStdString(fs::path(*found).lexically_relative(target.folder)))}};
     target.messages.warn(name, "image not found beside the file");
     return nullptr;
 }

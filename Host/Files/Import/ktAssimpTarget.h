@@ -31,6 +31,7 @@ struct ktAssimpTarget {
     const aiScene& scene;
     std::string folder; ///< of the imported file, with a separator at the end
     ktFileMessages& messages;
+    bool isInvisibleDoubtful = false; ///< exporters of the format often write an opaque material as invisible
     ktJson json = {{"asset", {{"version", "2.0"}, {"generator", "ktAmbientOcclusion"}}}};
     ktBytes bytes;
     std::map<std::pair<std::size_t, std::string>, std::size_t> bareMaterials; ///< copies without textures

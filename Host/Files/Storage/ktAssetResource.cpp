@@ -7,11 +7,16 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUrl>
+#include <set>
+#include <system_error>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -54,6 +59,30 @@ ktBytes ktReadWholeFile(const QString& path, const std::string& object) {
         done += static_cast<std::size_t>(got);
     }
     return bytes;
+}
+
+std::optional<std::string> ktFindIgnoringCase(const std::string& path) {
+    std::error_code error;
+    const fs::path wanted(path);
+    if (fs::is_regular_file(wanted, error))
+        return path;
+    fs::path found = wanted.root_path();
+    for (const fs::path& part : wanted.relative_path()) {
+        if (part == "." || part == ".." || fs::exists(found / part, error)) {
+            found /= part;
+            continue;
+        }
+        const QString name = QString::fromStdString(part.string());
+        std::set<fs::path> fitting; // sorted, so that the choice does not depend on the order in the folder
+        for (fs::directory_iterator entry(found.empty() ? "." : found, error), end; !error && entry != end;
+             entry.increment(error))
+            if (QString::fromStdString(entry->path().filename().string()).compare(name, Qt::CaseInsensitive) == 0)
+                fitting.insert(entry->path().filename());
+        if (fitting.empty())
+            return std::nullopt;
+        found /= *fitting.begin();
+    }
+    return fs::is_regular_file(found, error) ? std::make_optional(found.string()) : std::nullopt;
 }
 
 bool ktIsDataUri(const std::string& uri) {
@@ -103,7 +132,10 @@ QString ktDecodeAssetUri(const std::string& uri, const std::string& object) {
 
 QString ktResolveAssetUri(const QString& folder, const std::string& uri, const std::string& object) {
     const QString relative = ktDecodeAssetUri(uri, object);
-    const QFileInfo info(QDir(folder).absoluteFilePath(relative));
+    QFileInfo info(QDir(folder).absoluteFilePath(relative));
+    if (!info.exists())
+        if (const auto found = ktFindIgnoringCase(info.absoluteFilePath().toStdString()))
+            info.setFile(QString::fromStdString(*found));
     if (!info.exists())
         throw ktFileError(object, "'" + relative.toStdString() + "' does not exist");
     const QString inside = QFileInfo(folder).canonicalFilePath();

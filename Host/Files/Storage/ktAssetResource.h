@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <QByteArray>
 #include <QString>
 #include <string>
@@ -14,6 +15,11 @@ void ktCheckReadable(const QString& path, const std::string& object);
 /// The content of a regular file. Throws ktFileError that names `object`.
 ktBytes ktReadWholeFile(const QString& path, const std::string& object);
 
+/// The path of a regular file by a name that may differ from it in upper and lower case, as names do that come from
+/// Windows. An exact name comes first. Empty if there is no such file. Does not throw.
+/// @param path absolute, or relative to the current folder; slashes separate the parts
+std::optional<std::string> ktFindIgnoringCase(const std::string& path);
+
 /// Whether a URI contains its data ("data:").
 bool ktIsDataUri(const std::string& uri);
 /// The data of a data URI, base64 or percent-encoded. Throws ktFileError that names `object`.
@@ -25,7 +31,7 @@ std::string ktEncodeDataUri(const std::uint8_t* data, std::size_t size, const st
 /// names `object` if the URI has a scheme, is absolute or leads outside with "..".
 QString ktDecodeAssetUri(const std::string& uri, const std::string& object);
 /// The absolute path of a file that an asset in `folder` names by a URI. Throws ktFileError that names `object` as
-/// above, and if the file is missing or a link leads outside the folder.
+/// above, and if the file is missing or a link leads outside the folder. The name may differ in upper and lower case.
 QString ktResolveAssetUri(const QString& folder, const std::string& uri, const std::string& object);
 /// A relative path as a URI, percent-encoded where needed.
 std::string ktEncodeAssetUri(const QString& relativePath);

@@ -277,14 +277,7 @@ python::list ktHostModuleNodes::selection() {
 }
 
 void ktHostModuleNodes::refusePointsAndLines() {
-    bool isEmpty = true, hasTriangles = false;
-    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
-        ktForEachGeometryInstance(node, ktInstances::All, [&](const ktGeometryInstance& instance) {
-            isEmpty = false;
-            hasTriangles = hasTriangles || ktCountTriangles(instance.geometry) > 0;
-            return !hasTriangles;
-        });
-    if (!isEmpty && !hasTriangles)
+    if (ktHasNoTriangles(ktScenegraph::getSelectedRootNodes()))
         ktHostModuleGuard::refuse("the selection holds no triangles; points or lines are not baked");
 }
 
