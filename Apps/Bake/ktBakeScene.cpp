@@ -130,6 +130,7 @@ bool ktBakeScene::save(const ktBakeOptions& options) {
     ktSaveOptions saveOptions;
     saveOptions.multiplyColors = options.multiplyColors;
     saveOptions.exposure = static_cast<float>(options.exposure);
+    saveOptions.strength = static_cast<float>(options.strength);
     ktFileReport report;
     const bool isSaved = file->save(QString::fromStdString(options.output), saveOptions, report);
     logMessages(report);

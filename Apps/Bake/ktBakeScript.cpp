@@ -89,8 +89,9 @@ int runInHost(const ktBakeOptions& options) {
     if (!result.succeeded)
         return exitCodeOf(options, result);
     const std::string exposure = QString::number(options.exposure, 'g', 17).toStdString();
-    if (!options.output.empty() && !callHost("save(" + quoted(options.output) + ", '" +
-                                             (options.multiplyColors ? "multiply" : "none") + "', " + exposure + ")"))
+    if (!options.output.empty() &&
+        !callHost("save(" + quoted(options.output) + ", '" + (options.multiplyColors ? "multiply" : "none") + "', " +
+                  exposure + ", " + QString::number(options.strength, 'g', 17).toStdString() + ")"))
         return ktBakeExit::notWritten;
     ktBakeMessages::addToResult("output", options.output);
     if (!options.preview.empty() &&

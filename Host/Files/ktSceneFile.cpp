@@ -199,7 +199,7 @@ bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFile
         for (const ktPrimitiveLink& link : primitives)
             if (link.isRefined())
                 ktWriteRefined(document, store, link, report.messages);
-        ktWriteResults(document, store, primitives, {options.multiplyColors, options.exposure});
+        ktWriteResults(document, store, primitives, {options.multiplyColors, options.exposure, options.strength});
         store.finish();
         for (const ktNodeLink& link : data->scene.nodes)
             ktWriteNodeExtras(document.json["nodes"][link.node], link.shown, ktPointer("nodes", link.node),

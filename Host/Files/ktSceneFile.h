@@ -17,7 +17,7 @@
 
 /// Options for opening a scene file.
 struct ktOpenOptions {
-    ktLengthUnit unit; ///< of the file's positions
+    ktLengthUnit unit;                ///< of the file's positions
     bool uniqueInstances = false;     ///< each node gets its own mesh and results, also in the written file
     std::optional<std::size_t> scene; ///< index of the scene in the file; empty: the file's default
     /// Asked from time to time, on the main thread; true ends the reading with an error. May be empty.
@@ -32,6 +32,8 @@ struct ktSaveOptions {
     bool multiplyColors =
         true;              ///< multiply the baked light into the vertex colours; if not, write only the exact results
     float exposure = 1.0f; ///< factor on that light, above 0
+    /// How strongly that light darkens the colours, from 0: light below 1 is raised to this power. 0 does not darken.
+    float strength = 1.0f;
 };
 
 /// The result of opening or saving.

@@ -78,6 +78,7 @@ TEST(Options, GivenSceneAlone_WritesNextToItAndSetsNothing) {
     EXPECT_TRUE(options.multiplyColors);
     EXPECT_EQ(options.unit, "auto");
     EXPECT_FALSE(options.up) << "as the file says";
+    EXPECT_EQ(options.strength, 1);
     EXPECT_EQ(options.exposure, 1);
     EXPECT_EQ(options.tracer, ktTracerKind::Hemisphere);
 }
@@ -117,6 +118,8 @@ TEST(Options, GivenEverySetting_KeepsEach) {
                                          "none",
                                          "--exposure",
                                          "1.5",
+                                         "--strength",
+                                         "2.5",
                                          "--unique-instances",
                                          "--ground-plane",
                                          "--threads",
@@ -140,6 +143,7 @@ TEST(Options, GivenEverySetting_KeepsEach) {
     EXPECT_EQ(options.overrideColor, true);
     EXPECT_THAT(*options.overrideColorValue, ElementsAre(0.1f, 0.2f, 0.3f));
     EXPECT_EQ(options.up, ktUpAxis::Z);
+    EXPECT_EQ(options.strength, 2.5);
     EXPECT_EQ(options.subdivide, true);
     EXPECT_EQ(options.subdivisionQuality, 2);
     EXPECT_EQ(options.minEdgeLength->inWorldUnits(1000), 10);

@@ -54,6 +54,8 @@ const std::vector<WrongLine> wrongLines = {
     {{"car.gltf", "--exposure", "1e-99"}, 2, "--exposure 1e-99: must be a number above 0", ""},
     {{"car.gltf", "--intensity-threshold", "7e-3"}, 2, "--intensity-threshold 7e-3: must be a number from 0.0075", ""},
     {{"car.gltf", "--override-color", "1,1,.x"}, 2, "--override-color 1,1,.x: must be three numbers", ""},
+    {{"car.gltf", "--strength", "-1"}, 2, "--strength -1: must be a number from 0 to 10", ""},
+    {{"car.gltf", "--up", "w"}, 2, "--up w: must be x, y or z", ""},
     {{"car.gltf", "--mode", "shadow"}, 2, "--mode shadow: must be classic, shadows or light-", "mean shadows?"},
     {{"car.gltf", "--tracer", "Embree"}, 2, "--tracer Embree: must be embree or hemisphere", "mean embree?"},
     {{"car.gltf", "--unit", "inches"}, 2, "--unit inches: must be auto, mm, cm, m, inch, foot or", "mean inch?"},

@@ -136,6 +136,26 @@ TEST_F(SceneSave, GivenShading_MultipliesLightIntoColours) {
     EXPECT_TRUE(attributes("exact.glb").contains("_AO"));
 }
 
+TEST_F(SceneSave, GivenStrength_ChangesTheColoursAlone) {
+    const auto file = open(ktSquare());
+    const ktSeenGeometry seen = ktGeometriesOf(*file)[0];
+    ktSetChannel(seen.geometry, 7, {{0, 0, 0, 0.25f}, {0, 0, 0, 0.5f}, {0, 0, 0, 1}, {0, 0, 0, 2e-6f}});
+    const auto redAt = [&](float exposure, float strength) {
+        ktSaveTestScene(*file, folder.path("out.glb"), {true, exposure, strength});
+        EXPECT_THAT(values("out.glb", "_AO"), testing::ElementsAre(0.25f, 0.5f, 1.0f, 2e-6f))
+            << "the exact values stay";
+        const std::vector<float> colors = values("out.glb", "COLOR_0");
+        return std::vector<float>{colors[0], colors[4], colors[8], colors[12]};
+    };
+    const auto near = [](float value) { return FloatNear(value, 1.0f / 65535.0f); };
+    using testing::ElementsAre;
+    EXPECT_THAT(redAt(1, 1), ElementsAre(near(0.25f), near(0.5f), near(1), near(0)));
+    EXPECT_THAT(redAt(1, 2), ElementsAre(near(0.0625f), near(0.25f), near(1), near(0)));
+    EXPECT_THAT(redAt(1, 0.5f), ElementsAre(near(0.5f), near(std::sqrt(0.5f)), near(1), near(0.0014142f)));
+    EXPECT_THAT(redAt(1, 0), ElementsAre(near(1), near(1), near(1), near(1)));
+    EXPECT_THAT(redAt(2, 2), ElementsAre(near(0.25f), near(1), near(1), near(0))) << "the exposure comes first";
+}
+
 TEST_F(SceneSave, GivenLightMode_ShadesWithChannelFive) {
     const auto file = open(ktSquare());
     const osg::GeometryPtr geometry = ktGeometriesOf(*file)[0].geometry;

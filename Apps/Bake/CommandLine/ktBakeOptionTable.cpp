@@ -168,6 +168,12 @@ private:
                 options.exposure = parsePositive(option, text);
             },
             "scale of the light that is multiplied in", "FLOAT", "1");
+        value(
+            "--strength",
+            [&options = options](const std::string& option, const std::string& text) {
+                options.strength = parseReal(option, text, 0, 10);
+            },
+            "how strongly that light darkens the vertex colours; exact values stay", "FLOAT", "1");
         flag(
             "--unique-instances", [&options = options] { options.uniqueInstances = true; },
             "give each use of a mesh its own results");

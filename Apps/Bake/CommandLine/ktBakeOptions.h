@@ -67,6 +67,7 @@ struct ktBakeOptions {
     bool groundPlane = false;   ///< add one, or bake the one that is there
     bool multiplyColors = true; ///< `--shade multiply`
     double exposure = 1;        ///< above 0
+    double strength = 1;        ///< 0 to 10
 
     std::string preview, stats;                   ///< file names; empty: none
     std::array<int, 2> previewSize = {1280, 960}; ///< width and height in pixels

@@ -114,6 +114,12 @@ private:
     std::map<std::size_t, std::size_t> standIns; ///< accessor by count
 };
 
+// Light as viewers show it. A power keeps black and white, and a power of 2 darkens as if the light were multiplied
+// twice.
+float strengthen(float light, float strength) {
+    return strength == 1.0f || !(light < 1.0f) ? light : std::pow(std::max(light, 0.0f), strength);
+}
+
 std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktResultChannels& baked,
                                         const Parts& parts) const {
     const std::size_t count = link.geometry->getPositions()->size();
@@ -130,14 +136,18 @@ std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktRes
         if (!parts.color)
             continue;
         if (link.isGroundPlane) {
-            const float shadow = baked.working.empty() ? 0.0f : 1.0f - baked.working[i][3];
+            const float shadow =
+                baked.working.empty() ? 0.0f : 1.0f - strengthen(baked.working[i][3], shading.strength);
             element.color = {0, 0, 0, toShort(shadow)};
             continue;
         }
         const bool hasColor = colors != osg::NullFC && i < colors->size();
         const osg::Color4f own = hasColor ? colors->getField()[static_cast<osg::UInt32>(i)] : osg::Color4f(1, 1, 1, 1);
         for (osg::UInt32 c = 0; c < 3; ++c)
-            element.color[c] = toShort(own[c] * baked.arriving[i][c] * shading.exposure);
+            element.color[c] =
+                shading.strength == 1.0f
+                    ? toShort(own[c] * baked.arriving[i][c] * shading.exposure)
+                    : toShort(own[c] * strengthen(baked.arriving[i][c] * shading.exposure, shading.strength));
         element.color[3] = toShort(own[3]);
     }
     return elements;

@@ -11,6 +11,7 @@ class ktGltfStore;
 struct ktShading {
     bool multiply = true;  ///< multiply it into COLOR_0; else write only the exact results
     float exposure = 1.0f; ///< factor on the multiplied light
+    float strength = 1.0f; ///< power of the multiplied light where it is below 1, after the exposure
 };
 
 /// Removes from the document what earlier bakes added to these primitives; refined geometry stays refined. The next

@@ -187,7 +187,8 @@ void ktHostModuleScene::close() {
     scene().file.reset();
 }
 
-void ktHostModuleScene::save(const python::object& path, const python::object& shade, double exposure) {
+void ktHostModuleScene::save(const python::object& path, const python::object& shade, double exposure,
+                             double strength) {
     refuseWhileBaking();
     const std::string name = ktTextArgument(path, "path");
     const std::string how = ktTextArgument(shade, "shade");
@@ -196,6 +197,9 @@ void ktHostModuleScene::save(const python::object& path, const python::object& s
     ktSaveOptions options;
     options.multiplyColors = how == "multiply";
     options.exposure = checkExposure(exposure);
+    if (!(strength >= 0 && strength <= 10))
+        throw ktHostModuleError("the strength must be a number from 0 to 10");
+    options.strength = static_cast<float>(strength);
     ktFileReport report;
     const auto begin = Clock::now();
     const bool isSaved = openFile().save(QString::fromStdString(name), options, report);
