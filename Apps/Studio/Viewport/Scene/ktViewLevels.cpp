@@ -96,12 +96,12 @@ std::vector<ktViewLevel> ktMakeViewLevels(const std::vector<float>& positions,
     if (triangles.size() / 3 < fewTriangles || !(diagonal > 0))
         return levels;
     Clusters clusters(positions, bounds);
-    double cells = 1; // along the diagonal
-    while (cells * cells < static_cast<double>(triangles.size()) / 6 && cells < 512)
+    std::size_t cells = 1; // along the diagonal
+    while (cells * cells < triangles.size() / 6 && cells < 512)
         cells *= 2;
     for (const std::vector<std::uint32_t>* finer = &triangles; cells >= 2; cells /= 2) {
         ktViewLevel level;
-        level.cellSize = diagonal / cells;
+        level.cellSize = diagonal / static_cast<double>(cells);
         level.triangles = clusters.simplify(*finer, level.cellSize);
         if (level.triangles.empty())
             break;

@@ -84,7 +84,7 @@ bool ktTracedCanvas::build() {
 
 void ktTracedCanvas::start() {
     isStartDue = false;
-    if (width() < 1 || height() < 1)
+    if (isRendering || width() < 1 || height() < 1) // render() starts again at its end
         return;
     try {
         prepare(state.look);
@@ -145,20 +145,24 @@ void ktTracedCanvas::resizeEvent(QResizeEvent*) {
 
 QImage ktTracedCanvas::render(const QSize& size, const ktViewCamera& camera, const ktViewLook& look) {
     QImage image;
+    if (isRendering) // an event handler below
+        return image;
+    isRendering = true;
     try {
         prepare(look);
+        const ktPreviewCamera view = cameraOf(camera, size, state.scene);
         ktEventPump pump;
         ktWorkers::run(
             [&] {
                 if (build())
-                    image =
-                        renderer->draw(cameraOf(camera, size, state.scene), optionsOf(look, size, {}), look.background);
+                    image = renderer->draw(view, optionsOf(look, size, {}), look.background);
             },
             pump);
     } catch (const std::exception& error) {
         failure = QString::fromUtf8(error.what());
         image = QImage();
     }
+    isRendering = false;
     viewChanged();
     return image;
 }

@@ -44,7 +44,8 @@ private:
     QImage picture;
     QString failure;
     bool isFinest = false, isStartDue = false;
-    unsigned number = 0; // of the newest picture that was started
+    bool isRendering = false; // the worker of render() reads what start() would change
+    unsigned number = 0;      // of the newest picture that was started
     std::atomic<bool> isInterrupted{false};
     std::unique_ptr<ktWorkers> workers;
 };
