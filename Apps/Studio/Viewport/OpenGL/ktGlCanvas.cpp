@@ -185,7 +185,8 @@ void ktGlCanvas::drawMoving() {
     const QSize pixels = (QSizeF(pixelSize()) / used.scale).toSize().expandedTo({1, 1});
     ktGlRequest request = makeRequest(pixels, used.detail_px);
     request.look.hasWires = request.look.hasWires && used.isFull();
-    request.mostTriangles = display->isSoftware ? mostMovingTriangles : 0;
+    if (display->isSoftware)
+        request.mostTriangles = levelJob ? mostMovingTriangles / 2 : mostMovingTriangles;
     QElapsedTimer timer;
     timer.start();
     if (!display->moving.begin(request, state.scene))
