@@ -256,7 +256,7 @@ class OnAScene(Baker):
                      "--exposure", "0.5"]
         code, output = self.run_all(KTBAKE, "--script", "script.py", "-o", "a.glb", *arguments)
         self.assertEqual(code, 0, output)
-        code, output = self.run_all(KTBAKE, "-o", "b.glb", *arguments)
+        code, output = self.run_all(KTBAKE, "-o", "b.glb", "--indirect", *arguments)
         self.assertEqual(code, 0, output)
         self.assertTrue(self.read("a.glb") == self.read("b.glb"))
 
