@@ -80,6 +80,8 @@ int ktBakeScene::open(const ktBakeOptions& options, const std::function<bool()>&
     openOptions.up = options.up;
     openOptions.uniqueInstances = options.uniqueInstances;
     openOptions.isInterrupted = isInterrupted;
+    openOptions.creaseAngle_deg = options.creaseAngle_deg;
+    openOptions.keepVertices = options.keepVertices;
     ktFileReport report;
     file = ktSceneFile::open(QString::fromStdString(options.scene), openOptions, report);
     logMessages(report);

@@ -83,7 +83,9 @@ int exitCodeOf(const ktBakeOptions& options, const ktScripting::Result& result) 
 int runInHost(const ktBakeOptions& options) {
     if (!options.scene.empty() && !callHost("open(" + quoted(options.scene) + ", " + quoted(options.unit) + ", " +
                                             quoted(options.uniqueInstances) + ", " + quoted(options.groundPlane) +
-                                            ", '" + (options.up ? ktNameOf(*options.up) : "auto") + "')"))
+                                            ", '" + (options.up ? ktNameOf(*options.up) : "auto") + "', " +
+                                            QString::number(options.creaseAngle_deg, 'g', 17).toStdString() + ", " +
+                                            quoted(options.keepVertices) + ")"))
         return interrupted ? ktBakeExit::cancelled : ktBakeExit::badInput;
     const ktScripting::Result result = ktScripting::runFile(options.script, options.scriptArguments);
     if (!result.succeeded)

@@ -55,12 +55,13 @@ bool isEnvironment(const osg::MaterialPtr& material) {
 }
 
 // One use of a primitive. Triangles with a position that is not finite are left out.
-ktQualityMesh makeMesh(const ktGeometryInstance& use, bool hasNormals, double scale, ktQualityValues values) {
+// @param shown the normals that the file shows, x, y, z per vertex; empty: none
+ktQualityMesh makeMesh(const ktGeometryInstance& use, const std::vector<float>& shown, double scale,
+                       ktQualityValues values) {
     const osg::GeometryPtr& geometry = use.geometry;
     const Transform transform(use.toWorld, scale);
     ktQualityMesh mesh;
     const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
-    const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
     if (positions == osg::NullFC)
         return mesh;
     const osg::UInt32 count = positions->getSize();
@@ -75,9 +76,9 @@ ktQualityMesh makeMesh(const ktGeometryInstance& use, bool hasNormals, double sc
         }
     }
     mesh.positions.push_back(0);
-    hasNormals = hasNormals && normals != osg::NullFC && normals->getSize() >= count;
+    const bool hasNormals = shown.size() >= 3 * std::size_t(count);
     for (osg::UInt32 i = 0; hasNormals && i < count; ++i) {
-        const osg::Vec3f n = normals->getField()[i];
+        const float* n = &shown[3 * std::size_t(i)];
         double world[3];
         for (std::size_t axis = 0; axis < 3; ++axis)
             world[axis] =
@@ -119,6 +120,27 @@ ktQualityMesh makeMesh(const ktGeometryInstance& use, bool hasNormals, double sc
     mesh.isMeasured = !isGroundPlane && !isEnvironment(material);
     mesh.isOccluder = isGroundPlane || isEnvironment(material) || material == osg::NullFC || !material->isTransparent();
     return mesh;
+}
+
+// The normals that a viewer uses; empty if the file has none.
+std::vector<float> readShownNormals(const ktGltfDocument& document, const ktPrimitiveLink& link) {
+    std::vector<float> shown;
+    const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(link.geometry->getNormals());
+    const ktJson& attributes = document.json["meshes"][link.mesh]["primitives"][link.primitive]["attributes"];
+    if (link.hasNormals && normals != osg::NullFC) {
+        const auto* values = reinterpret_cast<const float*>(normals->getData());
+        shown.assign(values, values + 3 * normals->getSize());
+    } else if (const auto index = ktJsonWhole(attributes, "NORMAL")) { // calculated by an earlier bake
+        const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
+        for (std::size_t i = 0; i < link.vertexCount; ++i) {
+            const auto source = static_cast<std::uint32_t>(link.sourceOf(i));
+            if (source >= accessor.count())
+                return {};
+            shown.resize(shown.size() + 3);
+            accessor.readFloats(&source, 1, 3, 0.0f, &shown[3 * i]);
+        }
+    }
+    return shown;
 }
 
 // The light in the vertex colours of a primitive. Empty if it has no results.
@@ -202,7 +224,7 @@ ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm, c
         ktFileMessages messages;
         const ktGltfDocument document = ktReadGltf(QString::fromStdString(path), messages);
         const ktNodeTree tree = ktReadNodeTree(document, {}, messages);
-        const ktGltfScene file = ktBuildScene(document, tree, messages);
+        const ktGltfScene file = ktBuildScene(document, tree, {}, messages);
         if (!reflection.color)
             file.materials->loadPictures(messages);
         std::map<osg::UInt32, const ktPrimitiveLink*> links; // by container id of the geometry
@@ -215,12 +237,14 @@ ktQualityScene ktReadQualityScene(const std::string& path, double diagonal_mm, c
         scene.unit_mm = scale;
         for (const ktPrimitiveLink& link : file.primitives)
             if (!link.isGroundPlane) {
-                scene.vertices += link.vertexCount;
+                scene.vertices += link.vertexCount - link.splitVertices; // the file has them once
                 scene.triangles += ktCountTriangles(link.geometry);
             }
         ktForEachGeometryInstance(file.root, ktInstances::Visible, [&](const ktGeometryInstance& use) {
             const auto link = links.find(use.geometry.getFieldContainerId());
-            ktQualityMesh mesh = makeMesh(use, link != links.end() && link->second->hasNormals, scale, values);
+            const std::vector<float> shown =
+                link != links.end() ? readShownNormals(document, *link->second) : std::vector<float>();
+            ktQualityMesh mesh = makeMesh(use, shown, scale, values);
             if (mesh.indices.empty())
                 return true;
             if (link != links.end() && mesh.isMeasured && values == ktQualityValues::Results)

@@ -10,10 +10,12 @@
 #include "ktGroundPlane.h"
 #include "ktLyingModel.h"
 #include "ktNodeExtras.h"
+#include "ktPartOrientation.h"
 #include "ktReadInterrupt.h"
 #include "ktRefinedWriter.h"
 #include "ktResultChannels.h"
 #include "ktResultWriter.h"
+#include "ktSplitWriter.h"
 
 #include <algorithm>
 #include <new>
@@ -92,6 +94,27 @@ osg::Matrix worldMatrix(double unit_mm, ktUpAxis up) {
     return matrix;
 }
 
+// Keeps primitives while their vertices are written split, and puts them back at the end: each save starts from the
+// primitives as they were read.
+class WholePrimitives {
+public:
+    explicit WholePrimitives(ktGltfDocument& document_) : document(document_) {}
+    WholePrimitives(const WholePrimitives&) = delete;
+    WholePrimitives& operator=(const WholePrimitives&) = delete;
+    ~WholePrimitives() {
+        for (auto& [link, json] : kept)
+            document.json["meshes"][link->mesh]["primitives"][link->primitive].swap(json);
+    }
+
+    void keep(const ktPrimitiveLink& link) {
+        kept.emplace_back(&link, document.json["meshes"][link.mesh]["primitives"][link.primitive]);
+    }
+
+private:
+    ktGltfDocument& document;
+    std::vector<std::pair<const ktPrimitiveLink*, ktJson>> kept;
+};
+
 // Removes the compressed copy of a primitive's vertices, because it would not match the results.
 void dropCompression(ktGltfDocument& document, const ktPrimitiveLink& link, ktFileMessages& messages) {
     ktJson& primitive = document.json["meshes"][link.mesh]["primitives"][link.primitive];
@@ -125,7 +148,13 @@ std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpen
         data->tree = ktReadNodeTree(data->document, options.scene, report.messages);
         if (options.uniqueInstances)
             ktMakeMeshesUnique(data->document, data->tree);
-        data->scene = ktBuildScene(data->document, data->tree, report.messages);
+        data->scene =
+            ktBuildScene(data->document, data->tree, {options.creaseAngle_deg, options.keepVertices}, report.messages);
+
+        ktSideRules rules;
+        rules.isGltf = data->document.form != ktGltfForm::Memory;
+        rules.normalsFollowWinding = QFileInfo(path).suffix().toLower() == "stl";
+        ktCorrectOrientation(data->document, data->scene, rules, report.messages);
 
         std::string note;
         data->unit_mm = ktDecideUnit(options.unit, ktSceneDiagonal(data->scene.root), file.unit, note);
@@ -195,10 +224,16 @@ bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFile
             if (link.isRefined())
                 ktForgetRefined(document, link);
         }
+        WholePrimitives whole(document);
         ktGltfStore store(document);
         for (const ktPrimitiveLink& link : primitives)
             if (link.isRefined())
                 ktWriteRefined(document, store, link, report.messages);
+        for (const ktPrimitiveLink* link : ktChooseGeometries(primitives))
+            if (link->isSplit() && !link->isRefined() && ktHasResults(link->geometry)) {
+                whole.keep(*link);
+                ktWriteSplit(document, store, *link, report.messages);
+            }
         ktWriteResults(document, store, primitives, {options.multiplyColors, options.exposure, options.strength});
         store.finish();
         for (const ktNodeLink& link : data->scene.nodes)

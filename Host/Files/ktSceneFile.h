@@ -25,6 +25,10 @@ struct ktOpenOptions {
     /// The axis of the file that points up. Empty: what the file or its format says, else y. The scene in memory has y
     /// up. Nodes of a glTF file stay as they are; files of other formats are written with y up.
     std::optional<ktUpAxis> up = {};
+    /// Edges of surfaces without normals are smooth if the angle between the normals of their faces is at most this;
+    /// vertices are split at sharper ones. 0 to 180.
+    double creaseAngle_deg = 30;
+    bool keepVertices = false; ///< such edges do not split the vertices of the written file
 };
 
 /// Options for saving a scene file.

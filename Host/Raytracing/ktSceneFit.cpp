@@ -7,6 +7,7 @@
 #include "ktGeometryView.h"
 #include "ktHemisphereSampler.h"
 #include "ktParallel.h"
+#include "ktSharedVertices.h"
 #include "ktTriangleSize.h"
 
 #include <algorithm>
@@ -104,6 +105,8 @@ const ktFitTask* ktSceneFit::prepare(const osg::GeometryPtr& geometry, const ktV
     if (geometry == osg::NullFC)
         return nullptr;
     task = settings(vertexTask);
+    if (geometry->getPositions() != osg::NullFC && geometry->getPositions()->getSize() == vertexTask.count)
+        task.sharedValues = ktFindSharedVertices(geometry);
     if (const ktTracedGeometry* traced = scene ? scene->find(ktGetGeometryNumber(geometry)) : nullptr) {
         triangles = traced->triangles;
     } else {

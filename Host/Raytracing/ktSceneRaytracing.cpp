@@ -332,6 +332,8 @@ const ktFitTask* ktSceneRaytracing::fitOf(const osg::Pnt3f* positions, const ktV
 // Refinement may need what the pass has traced for this geometry.
 void ktSceneRaytracing::keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitTask& fit,
                                     bool indirect) {
+    if (fit.sharedValues) // the refined geometry shares none
+        return;
     passGeometry = geometry;
     passSamples = std::make_shared<const ktPassSamples>(ktPassSamples{
         sceneFit.preparedTriangles(), task.toWorld, fit.density, fit.mostPoints, std::move(*fit.samples), indirect});

@@ -60,7 +60,7 @@ const std::vector<Arrow> arrows = {
     {"Host/Raytracing/",
      {"Host/Raytracing/Refinement/", "Host/Raytracing/Fit/", "Host/Raytracing/Light/", "Host/Raytracing/Scene/",
       "Host/Raytracing/Hemisphere/", "Host/Raytracing/Embree/", "Host/Raytracing/Tracer/", "Host/Raytracing/Sampling/",
-      "Host/Raytracing/Threads/", "Host/Scene/", "Host/Core/"}},
+      "Host/Raytracing/Threads/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Core/"}},
     {"Host/Files/Storage/", {"Host/Core/"}},
     {"Host/Files/Gltf/", {"Host/Files/Storage/"}},
     {"Host/Files/Meshes/", {"Host/Files/Gltf/", "Host/Files/Storage/", "Host/Scene/Surfaces/"}},

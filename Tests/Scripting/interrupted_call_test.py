@@ -33,7 +33,7 @@ class Interrupted(Host):
     def expect_the_scene_of_before(self):
         self.assertEqual(kthost.nodes(), self.nodes)
         ao.computeAmbientOcclusion(*QUICK)
-        self.assertEqual(len(kthost.results("room0")["ao"]), 45)
+        self.assertEqual(len(kthost.results("room0")["ao"]), 50)
 
     def test_import(self):
         large = self.path("large.obj")  # takes more than a second

@@ -174,6 +174,16 @@ private:
                 options.strength = parseReal(option, text, 0, 10);
             },
             "how strongly that light darkens the vertex colours; exact values stay", "FLOAT", "1");
+        value(
+            "--crease-angle",
+            [&options = options](const std::string& option, const std::string& text) {
+                options.creaseAngle_deg = parseReal(option, text, 0, 180);
+            },
+            "surfaces without normals: edges up to this angle are smooth, vertices are split at sharper ones",
+            "DEGREES", "30");
+        flag(
+            "--keep-vertices", [&options = options] { options.keepVertices = true; },
+            "do not split vertices: the sides of a sharp edge share one value");
         flag(
             "--unique-instances", [&options = options] { options.uniqueInstances = true; },
             "give each use of a mesh its own results");

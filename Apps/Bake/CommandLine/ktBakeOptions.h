@@ -64,6 +64,8 @@ struct ktBakeOptions {
     std::string unit = "auto";  ///< as ktParseLengthUnit() understands it
     std::optional<ktUpAxis> up; ///< empty: as the file says
     bool uniqueInstances = false;
+    double creaseAngle_deg = 30; ///< 0 to 180
+    bool keepVertices = false;
     bool groundPlane = false;   ///< add one, or bake the one that is there
     bool multiplyColors = true; ///< `--shade multiply`
     double exposure = 1;        ///< above 0

@@ -242,3 +242,9 @@ void ktGltfAccessor::readWhole(const std::uint32_t* which, std::size_t n, int wa
             *out++ = c < width && isUnsigned(type) ? wholeAt(at + c * size, type) : 0;
     }
 }
+
+void ktGltfAccessor::readBytes(const std::uint32_t* which, std::size_t n, std::size_t step, std::uint8_t* out) const {
+    const std::size_t size = ktComponentSize(type) * static_cast<std::size_t>(width);
+    for (std::size_t i = 0; i < n; ++i)
+        std::memcpy(out + i * step, element(which[i]), size);
+}

@@ -42,6 +42,10 @@ public:
     std::vector<std::uint32_t> readIndices() const;
     /// Reads components as unsigned integers, for instance joints. The arguments are as for readFloats().
     void readWhole(const std::uint32_t* which, std::size_t n, int wanted, std::uint32_t* out) const;
+    /// Copies elements as they are.
+    /// @param which  indices of the elements, each below count()
+    /// @param step   bytes from one element to the next in `out`
+    void readBytes(const std::uint32_t* which, std::size_t n, std::size_t step, std::uint8_t* out) const;
 
 private:
     template <class T>

@@ -44,10 +44,15 @@ std::vector<float> directions(const aiVector3D* data, std::size_t count) {
     return out;
 }
 
-// The mesh's normals. Smooth normals replace those without direction.
+// The mesh's normals; empty if it has none, or only zeros, as some STL files do. Smooth normals replace single ones
+// without direction.
 std::vector<float> normals(ktAssimpTarget& target, const aiMesh& mesh, const std::vector<float>& positions,
                            const std::vector<std::uint32_t>& triangles) {
+    if (!mesh.HasNormals())
+        return {};
     std::vector<float> out = directions(mesh.mNormals, mesh.mNumVertices);
+    if (std::all_of(out.begin(), out.end(), [](float component) { return component == 0.0f; }))
+        return {};
     std::vector<float> smooth;
     for (std::size_t i = 0; i < out.size(); i += 3) {
         if (out[i] != 0.0f || out[i + 1] != 0.0f || out[i + 2] != 0.0f)
@@ -102,7 +107,7 @@ void addSkinning(ktAssimpTarget& target, const aiMesh& mesh, ktJson& attributes)
     attributes["WEIGHTS_0"] = target.addFloats(weights, "VEC4", 4, false, vertexTarget);
 }
 
-ktJson morphTarget(ktAssimpTarget& target, const aiMesh& mesh, const aiAnimMesh& morph) {
+ktJson morphTarget(ktAssimpTarget& target, const aiMesh& mesh, const aiAnimMesh& morph, bool hasNormals) {
     ktJson attributes = ktJson::object();
     const auto difference = [&](const aiVector3D* to, const aiVector3D* from) {
         std::vector<float> out = finiteVectors(to, mesh.mNumVertices);
@@ -114,7 +119,7 @@ ktJson morphTarget(ktAssimpTarget& target, const aiMesh& mesh, const aiAnimMesh&
     if (morph.HasPositions())
         attributes["POSITION"] =
             target.addFloats(difference(morph.mVertices, mesh.mVertices), "VEC3", 3, true, vertexTarget);
-    if (morph.HasNormals() && mesh.HasNormals())
+    if (morph.HasNormals() && hasNormals)
         attributes["NORMAL"] =
             target.addFloats(difference(morph.mNormals, mesh.mNormals), "VEC3", 3, false, vertexTarget);
     return attributes;
@@ -155,9 +160,9 @@ ktJson ktConvertAssimpMesh(ktAssimpTarget& target, const aiMesh& mesh) {
 
     const std::vector<float> positions = finiteVectors(mesh.mVertices, mesh.mNumVertices);
     ktJson attributes = {{"POSITION", target.addFloats(positions, "VEC3", 3, true, vertexTarget)}};
-    if (mesh.HasNormals() && mode == 4)
-        attributes["NORMAL"] =
-            target.addFloats(normals(target, mesh, positions, indices), "VEC3", 3, false, vertexTarget);
+    const std::vector<float> directed = mode == 4 ? normals(target, mesh, positions, indices) : std::vector<float>();
+    if (!directed.empty())
+        attributes["NORMAL"] = target.addFloats(directed, "VEC3", 3, false, vertexTarget);
     if (attributes.contains("NORMAL") && mesh.HasTangentsAndBitangents())
         attributes["TANGENT"] = target.addFloats(tangents(mesh), "VEC4", 4, false, vertexTarget);
     for (unsigned t = 0, n = 0; t < AI_MAX_NUMBER_OF_TEXTURECOORDS; ++t)
@@ -182,6 +187,6 @@ ktJson ktConvertAssimpMesh(ktAssimpTarget& target, const aiMesh& mesh) {
         primitive["material"] = ktChooseAssimpMaterial(target, mesh.mMaterialIndex, attributes);
     for (unsigned m = 0; m < mesh.mNumAnimMeshes; ++m)
         if (mesh.mAnimMeshes[m] && mesh.mAnimMeshes[m]->mNumVertices == mesh.mNumVertices)
-            primitive["targets"].push_back(morphTarget(target, mesh, *mesh.mAnimMeshes[m]));
+            primitive["targets"].push_back(morphTarget(target, mesh, *mesh.mAnimMeshes[m], !directed.empty()));
     return primitive;
 }

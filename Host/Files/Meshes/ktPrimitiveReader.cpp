@@ -2,16 +2,19 @@
 // Converts glTF primitives to geometries: shape, normals, colours, other attributes and earlier baked results.
 #include "ktPrimitiveReader.h"
 
+#include "ktCreaseNormals.h"
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktReadInterrupt.h"
 #include "ktResultAttributes.h"
+#include "ktSharedVertices.h"
 #include "ktSmoothNormals.h"
 #include "ktTexCoordChannel.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 namespace {
 
@@ -60,8 +63,9 @@ struct ktPrimitiveReader::Open {
     ktPrimitiveShape shape;
 };
 
-ktPrimitiveReader::ktPrimitiveReader(const ktGltfDocument& document_, ktFileMessages& messages_)
-    : document(document_), messages(messages_), budget(budgetOf(document_)) {}
+ktPrimitiveReader::ktPrimitiveReader(const ktGltfDocument& document_, const ktSurfaceOptions& options_,
+                                     ktFileMessages& messages_)
+    : document(document_), options(options_), messages(messages_), budget(budgetOf(document_)) {}
 
 void ktPrimitiveReader::spend(std::size_t elements) {
     if (elements > budget)
@@ -99,12 +103,15 @@ std::optional<ktPrimitiveLink> ktPrimitiveReader::read(std::size_t mesh, std::si
         messages.warn(object, "left out: " + error.reason(), error.object());
         return std::nullopt;
     }
-    mendNormals(open, normals);
-
     ktPrimitiveLink& link = open.link;
+    link.isAnimated = ktJsonCount(json, "targets") > 0 || !pose.joints.empty();
+    if (normals.empty())
+        makeNormals(open, normals);
+    else
+        mendNormals(open, normals);
+
     link.source = open.shape.source;
     link.vertexCount = open.shape.vertexCount();
-    link.isAnimated = ktJsonCount(json, "targets") > 0 || !pose.joints.empty();
     link.geometry = osg::Geometry::create();
     const osg::GeometryPtr geometry = link.geometry;
     osg::beginEditCP(geometry);
@@ -117,6 +124,8 @@ std::optional<ktPrimitiveLink> ktPrimitiveReader::read(std::size_t mesh, std::si
     geometry->setPositions(fill<osg::GeoPositions3fPtr>(shape.positions));
     if (!normals.empty())
         geometry->setNormals(fill<osg::GeoNormals3fPtr>(normals));
+    if (link.sharesVertices())
+        ktSetSharedVertices(geometry, link.firstVertices());
     readColors(open);
     readSlots(open);
     readResults(open);
@@ -197,16 +206,39 @@ bool ktPrimitiveReader::readAttribute(Open& open, const std::string& name, int w
 }
 
 void ktPrimitiveReader::readNormals(Open& open, std::vector<float>& normals) {
-    open.link.hasNormals = readAttribute(open, "NORMAL", 3, 0.0f, normals);
+    open.link.hasNormals =
+        !ktHasCalculatedNormals(document, open.attributes) && readAttribute(open, "NORMAL", 3, 0.0f, normals);
+}
+
+void ktPrimitiveReader::makeNormals(Open& open, std::vector<float>& normals) {
+    ktPrimitiveShape& shape = open.shape;
+    if (shape.mode < 4)
+        return;
+    ktPrimitiveLink& link = open.link;
+    ktCreasedSurface surface =
+        ktFindCreaseNormals(shape.positions.data(), shape.vertexCount(), ktTriangulate(shape), options.creaseAngle_deg);
+    normals = std::move(surface.normals);
+    link.splitVertices = surface.added.size();
+    link.keepsVertices = options.keepVertices;
+    link.isFlat = surface.isFlat;
+    if (surface.added.empty())
+        return;
+    shape.mode = 4;
+    shape.indices = std::move(surface.triangles);
+    if (shape.source.empty()) {
+        shape.source.resize(shape.vertexCount());
+        std::iota(shape.source.begin(), shape.source.end(), 0u);
+    }
+    shape.positions.reserve(shape.positions.size() + 3 * surface.added.size());
+    for (const std::uint32_t vertex : surface.added) {
+        shape.source.push_back(shape.source[vertex]);
+        for (std::size_t c = 0; c < 3; ++c)
+            shape.positions.push_back(shape.positions[3 * std::size_t(vertex) + c]);
+    }
 }
 
 void ktPrimitiveReader::mendNormals(Open& open, std::vector<float>& normals) {
     const std::vector<float>& positions = open.shape.positions;
-    if (normals.empty()) {
-        if (open.shape.mode >= 4)
-            normals = ktMakeSmoothNormals(positions.data(), open.shape.vertexCount(), ktTriangulate(open.shape));
-        return;
-    }
     std::vector<float> smooth;
     std::size_t bad = 0;
     for (std::size_t i = 0; i < normals.size(); i += 3) {

@@ -26,12 +26,25 @@ inline bool ktIsResultAttribute(const std::string& name) {
 
 /// Text in the extras of an accessor with white colours for a primitive that had no COLOR_0.
 const char* const ktStandInMark = "no source color";
+/// Text in the extras of an accessor with the normals that were calculated for a primitive that had none.
+const char* const ktCalculatedNormalsMark = "calculated normals";
 
-/// Whether a primitive's _SOURCE_COLOR_0 has this text: the primitive had no COLOR_0.
-inline bool ktIsStandInColor(const ktGltfDocument& document, const ktJson& attributes) {
-    const auto index = ktJsonWhole(attributes, ktAttributeSourceColor);
+/// Whether the accessor of a primitive's attribute has this text in its extras.
+inline bool ktHasMark(const ktGltfDocument& document, const ktJson& attributes, const char* attribute,
+                      const char* text) {
+    const auto index = ktJsonWhole(attributes, attribute);
     const ktJson* accessor =
         index ? ktJsonElement(document.json, "accessors", static_cast<std::size_t>(*index)) : nullptr;
     const ktJson* extras = accessor ? ktJsonMember(*accessor, "extras") : nullptr;
-    return extras && ktJsonText(*extras, "ambientOcclusion") == ktStandInMark;
+    return extras && ktJsonText(*extras, "ambientOcclusion") == text;
+}
+
+/// Whether the primitive had no COLOR_0 before it was baked.
+inline bool ktIsStandInColor(const ktGltfDocument& document, const ktJson& attributes) {
+    return ktHasMark(document, attributes, ktAttributeSourceColor, ktStandInMark);
+}
+
+/// Whether the primitive had no NORMAL before it was baked.
+inline bool ktHasCalculatedNormals(const ktGltfDocument& document, const ktJson& attributes) {
+    return ktHasMark(document, attributes, "NORMAL", ktCalculatedNormalsMark);
 }

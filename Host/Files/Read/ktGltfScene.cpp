@@ -11,6 +11,7 @@
 #include "ktPrimitiveReader.h"
 #include "ktReadInterrupt.h"
 
+#include <cstdio>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGSimpleAttachments.h>
 #include <OpenSG/OSGTransform.h>
@@ -19,8 +20,10 @@ namespace {
 
 class Builder {
 public:
-    Builder(const ktGltfDocument& document_, const ktNodeTree& tree_, ktFileMessages& messages_)
-        : document(document_), tree(tree_), messages(messages_), primitives(document_, messages_) {}
+    Builder(const ktGltfDocument& document_, const ktNodeTree& tree_, const ktSurfaceOptions& options_,
+            ktFileMessages& messages_)
+        : document(document_), tree(tree_), options(options_), messages(messages_),
+          primitives(document_, options_, messages_) {}
 
     ktGltfScene build();
     void addNodes(ktGltfScene& target);
@@ -32,11 +35,13 @@ private:
     std::vector<std::size_t> readMesh(std::size_t mesh, const ktJson& node, const ktRestPose& pose);
     ktRestPose poseOf(std::size_t index, const ktJson& json);
     void addCamera(const ktJson& json, const osg::NodePtr& node);
+    void noteSplits(const ktGltfScene& target);
     void shareSettings(const osg::NodePtr& node, const osg::AmbientOcclusionSettingsAttachmentPtr& settings);
     static void addChild(const osg::NodePtr& parent, const osg::NodePtr& child);
 
     const ktGltfDocument& document;
     const ktNodeTree& tree;
+    const ktSurfaceOptions options;
     ktFileMessages& messages;
     ktPrimitiveReader primitives;
     ktGltfScene scene;
@@ -62,7 +67,24 @@ ktGltfScene Builder::build() {
         throw ktFileError(object, "has no geometry that can be used" +
                                       (warnings.empty() ? std::string() : "; first: " + warnings.front().text()));
     }
+    noteSplits(target);
     return target;
+}
+
+void Builder::noteSplits(const ktGltfScene& target) {
+    std::size_t vertices = 0, surfaces = 0;
+    for (const ktPrimitiveLink& link : target.primitives)
+        if (link.isSplit()) {
+            vertices += link.splitVertices;
+            ++surfaces;
+        }
+    if (vertices == 0)
+        return;
+    char angle[32];
+    std::snprintf(angle, sizeof angle, "%g", options.creaseAngle_deg);
+    messages.note("Surfaces without normals have edges sharper than " + std::string(angle) +
+                  " degrees; their vertices are split there: " + std::to_string(vertices) + " added (" +
+                  std::to_string(surfaces) + (surfaces == 1 ? " surface)." : " surfaces)."));
 }
 
 void Builder::addNodes(ktGltfScene& target) {
@@ -214,14 +236,15 @@ void Builder::addCamera(const ktJson& json, const osg::NodePtr& node) {
 
 } // namespace
 
-ktGltfScene ktBuildScene(const ktGltfDocument& document, const ktNodeTree& tree, ktFileMessages& messages) {
-    return Builder(document, tree, messages).build();
+ktGltfScene ktBuildScene(const ktGltfDocument& document, const ktNodeTree& tree, const ktSurfaceOptions& options,
+                         ktFileMessages& messages) {
+    return Builder(document, tree, options, messages).build();
 }
 
 void ktExtendScene(ktGltfScene& scene, const ktGltfDocument& document, std::size_t node, ktFileMessages& messages) {
     ktNodeTree tree;
     tree.entries.push_back({node, ktNodeTree::none});
-    Builder(document, tree, messages).addNodes(scene);
+    Builder(document, tree, {}, messages).addNodes(scene);
 }
 
 bool ktIsGroundPlaneNode(const ktJson& node) {

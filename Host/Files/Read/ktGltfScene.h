@@ -4,6 +4,7 @@
 #include "ktMaterialReader.h"
 #include "ktNodeTree.h"
 #include "ktPrimitiveLink.h"
+#include "ktPrimitiveReader.h"
 #include "ktSceneCamera.h"
 
 #include <memory>
@@ -28,7 +29,8 @@ struct ktGltfScene {
 /// first its geometries, one per primitive, then its light, then its child nodes. Meshes that several nodes show
 /// become shared cores. Throws ktFileError if the scene has no usable geometry. The document must outlive the
 /// result.
-ktGltfScene ktBuildScene(const ktGltfDocument& document, const ktNodeTree& tree, ktFileMessages& messages);
+ktGltfScene ktBuildScene(const ktGltfDocument& document, const ktNodeTree& tree, const ktSurfaceOptions& options,
+                         ktFileMessages& messages);
 
 /// Adds a node of the document, without its children, to the top of an already built scene.
 void ktExtendScene(ktGltfScene& scene, const ktGltfDocument& document, std::size_t node, ktFileMessages& messages);

@@ -5,16 +5,15 @@
 #include "ktFileMessages.h"
 #include "ktGltfStore.h"
 #include "ktTexCoordChannel.h"
+#include "ktTriangleIndices.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <OpenSG/OSGTriangleIterator.h>
 
 namespace {
 
 const int vertexTarget = 34962;
-const int indexTarget = 34963;
 const char* const vectorTypes[] = {"", "SCALAR", "VEC2", "VEC3", "VEC4"};
 
 ktJson& primitiveOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
@@ -54,8 +53,8 @@ public:
 
 private:
     std::size_t add(const std::vector<float>& values, int width, bool limits);
-    std::size_t addTriangles();
     void set(const char* name, const std::vector<float>& values, int width);
+    void writeNormals();
 
     ktGltfDocument& document;
     ktGltfStore& store;
@@ -81,37 +80,27 @@ std::size_t Writer::add(const std::vector<float>& values, int width, bool limits
     return store.addAccessor(accessor);
 }
 
-std::size_t Writer::addTriangles() {
-    std::vector<std::uint32_t> indices;
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
-        for (int corner = 0; corner < 3; ++corner)
-            indices.push_back(static_cast<std::uint32_t>(triangle.getPositionIndex(corner)));
-    ktGltfNewAccessor accessor;
-    accessor.byteOffset = 0;
-    accessor.count = indices.size();
-    if (geometry->getPositions()->size() < 65535) {
-        const std::vector<std::uint16_t> small(indices.begin(), indices.end());
-        accessor.view = store.addView(small.data(), small.size() * sizeof small[0], 0, indexTarget);
-        accessor.component = ktComponent::UnsignedShort;
-    } else {
-        accessor.view = store.addView(indices.data(), indices.size() * sizeof indices[0], 0, indexTarget);
-        accessor.component = ktComponent::UnsignedInt;
-    }
-    return store.addAccessor(accessor);
-}
-
 void Writer::set(const char* name, const std::vector<float>& values, int width) {
     const std::size_t accessor = add(values, width, std::strcmp(name, "POSITION") == 0);
     primitiveOf(document, link)["attributes"][name] = accessor;
 }
 
+// Calculated normals are written if viewers need them. Those of turned parts would not say that they were turned.
+void Writer::writeNormals() {
+    const std::vector<std::uint8_t> turned = ktTurnedVertices(link);
+    if (geometry->getNormals() == osg::NullFC || (!link.hasNormals && (link.isFlat || !turned.empty())))
+        return;
+    std::vector<float> normals = floatsOf(geometry->getNormals(), 3);
+    normalize(normals, 3);
+    for (std::size_t i = 0; i < turned.size(); ++i)
+        for (std::size_t c = 0; c < 3 && (turned[i] & ktPrimitiveLink::turnedNormal); ++c)
+            normals[3 * i + c] = -normals[3 * i + c];
+    set("NORMAL", normals, 3);
+}
+
 void Writer::write(ktFileMessages& messages) {
     set("POSITION", floatsOf(geometry->getPositions(), 3), 3);
-    if (link.hasNormals && geometry->getNormals() != osg::NullFC) {
-        std::vector<float> normals = floatsOf(geometry->getNormals(), 3);
-        normalize(normals, 3);
-        set("NORMAL", normals, 3);
-    }
+    writeNormals();
     if (link.colorWidth && geometry->getColors() != osg::NullFC)
         set("COLOR_0", floatsOf(geometry->getColors(), link.colorWidth), link.colorWidth);
     for (const ktAttributeSlot& slot : link.attributeSlots) {
@@ -134,7 +123,7 @@ void Writer::write(ktFileMessages& messages) {
     ktJson& attributes = primitiveOf(document, link)["attributes"];
     for (auto entry = attributes.begin(); entry != attributes.end();)
         entry = entry->is_null() ? attributes.erase(entry) : std::next(entry);
-    primitiveOf(document, link)["indices"] = addTriangles();
+    primitiveOf(document, link)["indices"] = ktAddTriangleIndices(store, link);
 }
 
 } // namespace

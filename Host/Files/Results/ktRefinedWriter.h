@@ -10,7 +10,8 @@ class ktGltfStore;
 /// Removes the attributes and indices of a refined primitive from the document. Keeps the order of their names.
 void ktForgetRefined(ktGltfDocument& document, const ktPrimitiveLink& link);
 /// Writes a refined geometry as its primitive: triangles, with all attributes of the primitive, as floats. Normals
-/// and tangents get unit length. Does not write normals that the file did not have. Call after
+/// and tangents get unit length. Calculated normals are written only if the surface is
+/// not flat. Call after
 /// ktForgetRefined().
 void ktWriteRefined(ktGltfDocument& document, ktGltfStore& store, const ktPrimitiveLink& link,
                     ktFileMessages& messages);

@@ -37,6 +37,20 @@ std::vector<osg::Vec4f> copyOf(const osg::GeoTexCoords4fPtr& property, std::size
     return out;
 }
 
+// The means of `width` floats of each vertex over the vertices with equal `first`.
+void average(float* values, std::size_t width, const std::vector<std::uint32_t>& first) {
+    std::vector<double> sums(width * first.size(), 0.0);
+    std::vector<std::uint32_t> numbers(first.size(), 0);
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        ++numbers[first[i]];
+        for (std::size_t c = 0; c < width; ++c)
+            sums[width * first[i] + c] += values[width * i + c];
+    }
+    for (std::size_t i = 0; i < first.size(); ++i)
+        for (std::size_t c = 0; c < width; ++c)
+            values[width * i + c] = static_cast<float>(sums[width * first[i] + c] / numbers[first[i]]);
+}
+
 // The node at which a geometry was calculated: one with settings, else the first that shows it.
 osg::NodePtr nodeOf(const osg::GeometryPtr& geometry) {
     typedef osg::AmbientOcclusionSettingsAttachment Settings;
@@ -63,6 +77,16 @@ ktResultChannels ktReadResultChannels(const osg::GeometryPtr& geometry) {
     if (!results.working.empty() && node != osg::NullFC)
         results.arriving = ktReadBakedLight(node, geometry);
     return results;
+}
+
+void ktAverageShared(ktResultChannels& results, const ktPrimitiveLink& link) {
+    const std::vector<std::uint32_t> first = link.firstVertices();
+    if (results.working.size() == first.size())
+        average(results.working[0].getValues(), 4, first);
+    if (results.light.size() == first.size())
+        average(results.light[0].getValues(), 4, first);
+    if (results.arriving.size() == first.size())
+        average(results.arriving[0].data(), 3, first);
 }
 
 bool ktHasResults(const osg::GeometryPtr& geometry) {

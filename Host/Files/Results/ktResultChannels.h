@@ -17,5 +17,8 @@ struct ktResultChannels {
 
 /// Reads the result channels. A channel in which all w are at most ktLeastResult holds no result.
 ktResultChannels ktReadResultChannels(const osg::GeometryPtr& geometry);
+/// Replaces the results of vertices that have the same source by their mean.
+/// @param link of a geometry that is not refined
+void ktAverageShared(ktResultChannels& results, const ktPrimitiveLink& link);
 /// Whether the channels hold a result.
 bool ktHasResults(const osg::GeometryPtr& geometry);

@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstring>
 #include <map>
-#include <set>
 #include <tuple>
 
 namespace {
@@ -35,22 +34,25 @@ struct Element {
     float occlusion = 1.0f;
     std::array<float, 3> indirect = {0, 0, 0};
     std::array<float, 4> baked = {1, 1, 1, 3};
+    std::array<float, 3> normal = {0, 0, 1};
     ShadedColor color = {65535, 65535, 65535, 65535};
 
     bool operator==(const Element& other) const {
         // Compares bits, because 0 and -0 are written differently. NOLINTBEGIN(bugprone-suspicious-memory-comparison)
         return std::memcmp(&occlusion, &other.occlusion, sizeof occlusion) == 0 &&
                std::memcmp(&indirect, &other.indirect, sizeof indirect) == 0 &&
-               std::memcmp(&baked, &other.baked, sizeof baked) == 0 && color == other.color;
+               std::memcmp(&baked, &other.baked, sizeof baked) == 0 &&
+               std::memcmp(&normal, &other.normal, sizeof normal) == 0 && color == other.color;
         // NOLINTEND(bugprone-suspicious-memory-comparison)
     }
 };
 
 /// Which attributes a primitive gets.
 struct Parts {
-    bool occlusion = false, indirect = false, baked = false, color = false;
+    bool occlusion = false, indirect = false, baked = false, color = false, normal = false;
     bool operator<(const Parts& o) const {
-        return std::tie(occlusion, indirect, baked, color) < std::tie(o.occlusion, o.indirect, o.baked, o.color);
+        return std::tie(occlusion, indirect, baked, color, normal) <
+               std::tie(o.occlusion, o.indirect, o.baked, o.color, o.normal);
     }
     bool any() const { return occlusion || indirect || baked || color; }
 };
@@ -59,7 +61,7 @@ struct Parts {
 struct Layer {
     std::vector<Element> elements;
     std::vector<bool> isSet;
-    std::size_t occlusion = 0, indirect = 0, baked = 0, color = 0; ///< accessors, once written
+    std::size_t occlusion = 0, indirect = 0, baked = 0, color = 0, normal = 0; ///< accessors, once written
 
     explicit Layer(std::size_t count) : elements(count), isSet(count, false) {}
 
@@ -102,7 +104,7 @@ private:
     void fillUnused(const ktPrimitiveLink& link, Layer& layer);
     template <class Value, class Get>
     void writePart(bool Parts::*part, std::size_t Layer::*accessor, const char* type, ktComponent component,
-                   const Get& get);
+                   const Get& get, const char* mark = nullptr);
     std::size_t standInColor(std::size_t count);
 
     ktGltfDocument& document;
@@ -124,6 +126,7 @@ std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktRes
                                         const Parts& parts) const {
     const std::size_t count = link.geometry->getPositions()->size();
     const osg::GeoColors4fPtr colors = osg::GeoColors4fPtr::dcast(link.geometry->getColors());
+    const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(link.geometry->getNormals());
     std::vector<Element> elements(count);
     for (std::size_t i = 0; i < count; ++i) {
         Element& element = elements[i];
@@ -133,6 +136,13 @@ std::vector<Element> Writer::elementsOf(const ktPrimitiveLink& link, const ktRes
             element.indirect = {baked.working[i][0], baked.working[i][1], baked.working[i][2]};
         if (parts.baked)
             element.baked = {baked.light[i][0], baked.light[i][1], baked.light[i][2], baked.light[i][3]};
+        if (parts.normal) {
+            const bool isTurned = !link.turned.empty() && (link.turned[i] & ktPrimitiveLink::turnedNormal);
+            for (osg::UInt32 c = 0; c < 3; ++c) {
+                const float value = normals->getField()[static_cast<osg::UInt32>(i)][c];
+                element.normal[c] = isTurned ? -value : value;
+            }
+        }
         if (!parts.color)
             continue;
         if (link.isGroundPlane) {
@@ -171,7 +181,10 @@ void Writer::add(const ktPrimitiveLink& link) {
     const ktJson* attributes = attributesOf(document, link);
     if (!attributes)
         return;
-    const ktResultChannels baked = ktReadResultChannels(link.geometry);
+    ktResultChannels baked = ktReadResultChannels(link.geometry);
+    const bool isRefined = link.isRefined();
+    if (link.sharesVertices() && !isRefined)
+        ktAverageShared(baked, link);
     Parts parts;
     parts.occlusion = !baked.working.empty();
     parts.indirect = baked.hasIndirect;
@@ -179,16 +192,17 @@ void Writer::add(const ktPrimitiveLink& link) {
     parts.color = link.isGroundPlane || (shading.multiply && !baked.arriving.empty());
     if (!parts.any())
         return;
+    parts.normal = link.writesNormals() && !isRefined;
     const auto reference = [&](const char* name) {
         const auto index = ktJsonWhole(*attributes, name);
         return index ? static_cast<std::int64_t>(*index) : -1;
     };
-    const bool isRefined = link.isRefined();
-    const std::size_t count = isRefined ? link.geometry->getPositions()->size() : link.sourceCount;
+    const bool isRewritten = isRefined || link.isSplit();
+    const std::size_t count = isRewritten ? link.geometry->getPositions()->size() : link.sourceCount;
     const GroupKey key(count, reference("POSITION"), reference("COLOR_0"), parts);
     const std::vector<Element> own = elementsOf(link, baked, parts);
-    ktPrimitiveLink inSequence; // for refined geometry: vertex i is source vertex i
-    const ktPrimitiveLink& order = isRefined ? inSequence : link;
+    ktPrimitiveLink inSequence; // for rewritten primitives: vertex i is source vertex i
+    const ktPrimitiveLink& order = isRewritten ? inSequence : link;
 
     std::vector<Layer>& layers = groups[key];
     const auto found =
@@ -205,7 +219,7 @@ void Writer::add(const ktPrimitiveLink& link) {
 
 template <class Value, class Get>
 void Writer::writePart(bool Parts::*part, std::size_t Layer::*accessor, const char* type, ktComponent component,
-                       const Get& get) {
+                       const Get& get, const char* mark) {
     std::vector<Value> values;
     for (const auto& [key, layers] : groups)
         if (std::get<3>(key).*part)
@@ -226,6 +240,7 @@ void Writer::writePart(bool Parts::*part, std::size_t Layer::*accessor, const ch
                 entry.component = component;
                 entry.type = type;
                 entry.normalized = component != ktComponent::Float;
+                entry.mark = mark;
                 layer.*accessor = store.addAccessor(entry);
                 offset += layer.elements.size() * sizeof(Value);
             }
@@ -263,6 +278,9 @@ void Writer::finish() {
                                     [](const Element& element) { return element.baked; });
     writePart<ShadedColor>(&Parts::color, &Layer::color, "VEC4", ktComponent::UnsignedShort,
                            [](const Element& element) { return element.color; });
+    writePart<std::array<float, 3>>(
+        &Parts::normal, &Layer::normal, "VEC3", ktComponent::Float,
+        [](const Element& element) { return element.normal; }, ktCalculatedNormalsMark);
     for (const Use& use : uses) {
         const Layer& layer = groups[use.group][use.layer];
         const Parts& parts = std::get<3>(use.group);
@@ -273,6 +291,8 @@ void Writer::finish() {
             attributes[ktAttributeIndirect] = layer.indirect;
         if (parts.baked)
             attributes[ktAttributeBakedLight] = layer.baked;
+        if (parts.normal)
+            attributes["NORMAL"] = layer.normal;
         if (!parts.color)
             continue;
         attributes[ktAttributeSourceColor] =
@@ -297,23 +317,28 @@ void ktRemoveResults(ktGltfDocument& document, const std::vector<ktPrimitiveLink
         for (const char* name :
              {ktAttributeOcclusion, ktAttributeIndirect, ktAttributeBakedLight, ktAttributeSourceColor})
             attributes->erase(name);
+        if (ktHasCalculatedNormals(document, *attributes))
+            attributes->erase("NORMAL");
     }
+}
+
+std::vector<const ktPrimitiveLink*> ktChooseGeometries(const std::vector<ktPrimitiveLink>& primitives) {
+    std::map<std::pair<std::size_t, std::size_t>, std::size_t> places;
+    std::vector<const ktPrimitiveLink*> chosen;
+    for (const ktPrimitiveLink& link : primitives) {
+        const auto [entry, isNew] = places.emplace(std::make_pair(link.mesh, link.primitive), chosen.size());
+        if (isNew)
+            chosen.push_back(&link);
+        else if (!ktHasResults(chosen[entry->second]->geometry) && ktHasResults(link.geometry))
+            chosen[entry->second] = &link;
+    }
+    return chosen;
 }
 
 void ktWriteResults(ktGltfDocument& document, ktGltfStore& store, const std::vector<ktPrimitiveLink>& primitives,
                     const ktShading& shading) {
-    // One geometry per primitive: the first with results, else the first.
-    std::map<std::pair<std::size_t, std::size_t>, const ktPrimitiveLink*> chosen;
-    for (const ktPrimitiveLink& link : primitives) {
-        const auto key = std::make_pair(link.mesh, link.primitive);
-        const auto [entry, isNew] = chosen.emplace(key, &link);
-        if (!isNew && !ktHasResults(entry->second->geometry) && ktHasResults(link.geometry))
-            entry->second = &link;
-    }
-    std::set<std::pair<std::size_t, std::size_t>> done;
     Writer writer(document, store, shading);
-    for (const ktPrimitiveLink& link : primitives)
-        if (done.insert({link.mesh, link.primitive}).second)
-            writer.add(*chosen[{link.mesh, link.primitive}]);
+    for (const ktPrimitiveLink* link : ktChooseGeometries(primitives))
+        writer.add(*link);
     writer.finish();
 }

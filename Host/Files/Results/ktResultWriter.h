@@ -18,8 +18,12 @@ struct ktShading {
 /// ktGltfStore removes the data.
 void ktRemoveResults(ktGltfDocument& document, const std::vector<ktPrimitiveLink>& primitives);
 
-/// Adds the results of the geometries to their primitives, see ktResultAttributes.h. If a primitive has several
-/// geometries, takes the first one with results. Results are in the order of the source vertices. Primitives that use
-/// different vertices of the same buffers share result buffers.
+/// The geometry of each primitive that is written, in the order of the primitives: if it has several, the first one
+/// with results, else the first.
+std::vector<const ktPrimitiveLink*> ktChooseGeometries(const std::vector<ktPrimitiveLink>& primitives);
+
+/// Adds the results of the chosen geometries to their primitives, see ktResultAttributes.h; and the calculated normals,
+/// if viewers need them. Refined and split primitives must have been written before. Results are in the order of the
+/// source vertices. Primitives that use different vertices of the same buffers share result buffers.
 void ktWriteResults(ktGltfDocument& document, ktGltfStore& store, const std::vector<ktPrimitiveLink>& primitives,
                     const ktShading& shading);

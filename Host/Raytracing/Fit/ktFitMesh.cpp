@@ -15,29 +15,6 @@ namespace {
 
 constexpr std::size_t grain = 16384;
 
-// Decides which unknowns and faces are fine. `isSmall`: by face.
-void markFine(ktFitMesh& mesh, const ktVertexGroups& groups, const std::vector<std::uint8_t>& isSmall) {
-    std::vector<std::uint8_t> isFine(mesh.unknownCount, 1);
-    for (std::size_t face = 0; face < mesh.faces.size(); ++face)
-        if (!isSmall[face])
-            for (std::uint32_t unknown : mesh.faces[face].unknowns)
-                isFine[unknown] = 0;
-    ktThrowIfCanceled();
-    std::vector<float> area(mesh.unknownCount, 0.0f);
-    for (ktFitMesh::Face& face : mesh.faces) {
-        face.isFine = isFine[face.unknowns[0]] && isFine[face.unknowns[1]] && isFine[face.unknowns[2]];
-        for (std::uint32_t unknown : face.unknowns)
-            area[unknown] += face.isFine ? face.area / 3 : 0.0f;
-    }
-    mesh.fineOf.assign(mesh.unknownCount, ktFitMesh::none);
-    for (std::uint32_t unknown = 0; unknown < mesh.unknownCount; ++unknown)
-        if (area[unknown] > 0) {
-            mesh.fineOf[unknown] = static_cast<std::uint32_t>(mesh.fine.size());
-            mesh.fine.push_back({unknown, groups.first(unknown), area[unknown]});
-        }
-    ktThrowIfCanceled();
-}
-
 // Disjoint sets of unknowns (R. E. Tarjan, "Efficiency of a Good But Not Linear Set Union Algorithm", 1975). The
 // smallest member represents a set.
 class Sets {
@@ -63,6 +40,79 @@ public:
 private:
     std::vector<std::uint32_t> parent;
 };
+
+// The unknowns, and the vertices that they stand for.
+struct Unknowns {
+    std::vector<std::uint32_t> ofVertex;    // `none`: cannot be traced
+    std::vector<std::uint32_t> firstVertex; // by unknown
+    std::vector<std::uint8_t> isUniform;    // by unknown: its vertices have one normal
+};
+
+Unknowns numberUnknowns(const ktVertexTask& task, const std::uint32_t* shared) {
+    const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
+    Unknowns unknowns;
+    unknowns.ofVertex.assign(task.count, ktFitMesh::none);
+    for (std::size_t group = 0; group < groups.size(); ++group)
+        for (std::uint32_t i = groups.starts[group]; i < groups.starts[group + 1]; ++i)
+            unknowns.ofVertex[groups.order[i]] = static_cast<std::uint32_t>(group);
+    if (!shared) {
+        for (std::size_t group = 0; group < groups.size(); ++group)
+            unknowns.firstVertex.push_back(groups.first(group));
+        unknowns.isUniform.assign(groups.size(), 1);
+        return unknowns;
+    }
+    Sets sets(static_cast<std::uint32_t>(groups.size()));
+    std::vector<std::uint32_t> groupOfValue(task.count, ktFitMesh::none);
+    for (std::uint32_t vertex = 0; vertex < task.count; ++vertex) {
+        const std::uint32_t group = unknowns.ofVertex[vertex];
+        if (group == ktFitMesh::none || shared[vertex] >= task.count)
+            continue;
+        std::uint32_t& known = groupOfValue[shared[vertex]];
+        if (known == ktFitMesh::none)
+            known = group;
+        else
+            sets.join(known, group);
+    }
+    std::vector<std::uint32_t> unknownOfGroup(groups.size());
+    for (std::uint32_t group = 0; group < groups.size(); ++group) {
+        const std::uint32_t first = sets.find(group);
+        if (first == group) {
+            unknownOfGroup[group] = static_cast<std::uint32_t>(unknowns.firstVertex.size());
+            unknowns.firstVertex.push_back(groups.first(group));
+            unknowns.isUniform.push_back(1);
+        } else {
+            unknownOfGroup[group] = unknownOfGroup[first];
+            unknowns.isUniform[unknownOfGroup[first]] = 0;
+        }
+    }
+    for (std::uint32_t& unknown : unknowns.ofVertex)
+        if (unknown != ktFitMesh::none)
+            unknown = unknownOfGroup[unknown];
+    return unknowns;
+}
+
+// Decides which unknowns and faces are fine. `isSmall`: by face.
+void markFine(ktFitMesh& mesh, const Unknowns& unknowns, const std::vector<std::uint8_t>& isSmall) {
+    std::vector<std::uint8_t> isFine = unknowns.isUniform;
+    for (std::size_t face = 0; face < mesh.faces.size(); ++face)
+        if (!isSmall[face])
+            for (std::uint32_t unknown : mesh.faces[face].unknowns)
+                isFine[unknown] = 0;
+    ktThrowIfCanceled();
+    std::vector<float> area(mesh.unknownCount, 0.0f);
+    for (ktFitMesh::Face& face : mesh.faces) {
+        face.isFine = isFine[face.unknowns[0]] && isFine[face.unknowns[1]] && isFine[face.unknowns[2]];
+        for (std::uint32_t unknown : face.unknowns)
+            area[unknown] += face.isFine ? face.area / 3 : 0.0f;
+    }
+    mesh.fineOf.assign(mesh.unknownCount, ktFitMesh::none);
+    for (std::uint32_t unknown = 0; unknown < mesh.unknownCount; ++unknown)
+        if (area[unknown] > 0) {
+            mesh.fineOf[unknown] = static_cast<std::uint32_t>(mesh.fine.size());
+            mesh.fine.push_back({unknown, unknowns.firstVertex[unknown], area[unknown]});
+        }
+    ktThrowIfCanceled();
+}
 
 // Sorts items by piece and keeps their order inside a piece. Returns the first item of each piece, and the end.
 template <class Item, class PieceOf>
@@ -128,19 +178,16 @@ float ktSmallEdge(const float* positions, std::size_t count) {
     return static_cast<float>(ktFitMesh::smallEdgeShare * std::sqrt(square));
 }
 
-ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles, bool findFine) {
+ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles, bool findFine,
+                        const std::uint32_t* shared) {
     ktFitMesh mesh;
-    const ktVertexGroups groups = ktGroupVertices(task.positions, task.normals, task.count);
-    std::vector<std::uint32_t> groupOf(task.count, ktFitMesh::none);
-    for (std::size_t group = 0; group < groups.size(); ++group)
-        for (std::uint32_t i = groups.starts[group]; i < groups.starts[group + 1]; ++i)
-            groupOf[groups.order[i]] = static_cast<std::uint32_t>(group);
-    mesh.unknownCount = static_cast<std::uint32_t>(groups.size());
-    mesh.positions.resize(3 * groups.size());
-    ktParallel::forRange(groups.size(), grain, [&](std::size_t begin, std::size_t end) {
+    Unknowns unknowns = numberUnknowns(task, shared);
+    mesh.unknownCount = static_cast<std::uint32_t>(unknowns.firstVertex.size());
+    mesh.positions.resize(3 * unknowns.firstVertex.size());
+    ktParallel::forRange(mesh.unknownCount, grain, [&](std::size_t begin, std::size_t end) {
         ktThrowIfCanceled();
-        for (std::size_t group = begin; group < end; ++group)
-            task.toWorld.position(task.positions + 3 * std::size_t(groups.first(group)), &mesh.positions[3 * group]);
+        for (std::size_t i = begin; i < end; ++i)
+            task.toWorld.position(task.positions + 3 * std::size_t(unknowns.firstVertex[i]), &mesh.positions[3 * i]);
     });
 
     const std::size_t count = triangles.size() / 3;
@@ -156,7 +203,7 @@ ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_
             for (std::size_t corner = 0; corner < 3; ++corner) {
                 const std::uint32_t vertex = triangles[3 * i + corner];
                 face.vertices[corner] = vertex;
-                face.unknowns[corner] = vertex < task.count ? groupOf[vertex] : ktFitMesh::none;
+                face.unknowns[corner] = vertex < task.count ? unknowns.ofVertex[vertex] : ktFitMesh::none;
                 isUsable = isUsable && face.unknowns[corner] != ktFitMesh::none;
             }
             if (!isUsable) {
@@ -177,11 +224,11 @@ ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_
         }
     mesh.faces.resize(kept);
     ktThrowIfCanceled();
-    markFine(mesh, groups, isSmall);
+    markFine(mesh, unknowns, isSmall);
     makePieces(mesh);
-    for (std::uint32_t& group : groupOf)
-        if (group != ktFitMesh::none && mesh.rowOf[group] == ktFitMesh::none)
-            group = ktFitMesh::none;
-    mesh.unknownOf = std::move(groupOf);
+    for (std::uint32_t& unknown : unknowns.ofVertex)
+        if (unknown != ktFitMesh::none && mesh.rowOf[unknown] == ktFitMesh::none)
+            unknown = ktFitMesh::none;
+    mesh.unknownOf = std::move(unknowns.ofVertex);
     return mesh;
 }

@@ -7,10 +7,11 @@
 #include <vector>
 
 /// The surface of a geometry as the fit sees it: faces between unknowns. Vertices with equal position and normal are
-/// one unknown. Faces that share an unknown, also through others, form a piece; pieces do not affect each other.
+/// one unknown, and so are vertices that the geometry's file stores as one. Faces that share an unknown, also through
+/// others, form a piece; pieces do not affect each other.
 ///
 /// Where all faces around an unknown are small, its value at the vertex is as good as a fit, and costs less. Such
-/// unknowns are fine, and so are faces between them.
+/// unknowns are fine, unless their vertices have several normals; and so are faces between them.
 ///
 /// Left out are faces without area in world space, and faces with a corner that cannot be traced.
 struct ktFitMesh {
@@ -57,5 +58,7 @@ float ktSmallEdge(const float* positions, std::size_t count);
 /// @param task      the vertices; its triangles may use each of them, or not
 /// @param triangles three vertices each; triangles with a vertex out of range are left out
 /// @param findFine  false: no face counts as fine
+/// @param shared    by vertex: those with equal numbers, below the number of vertices, are one unknown; null: none
 /// @throws ktCanceled, std::bad_alloc
-ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles, bool findFine = true);
+ktFitMesh ktMakeFitMesh(const ktVertexTask& task, const std::vector<std::uint32_t>& triangles, bool findFine = true,
+                        const std::uint32_t* shared = nullptr);

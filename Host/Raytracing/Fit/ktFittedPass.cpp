@@ -70,7 +70,7 @@ private:
 
 ktPassCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktFitTask& fit, osg::Vec4f* results,
                                     std::atomic<std::uint32_t>& done) {
-    const ktFitMesh mesh = ktMakeFitMesh(vertexTask, *fit.triangles);
+    const ktFitMesh mesh = ktMakeFitMesh(vertexTask, *fit.triangles, true, fit.sharedValues);
     const ktFitPoints points(mesh, fit.density, fit.mostPoints);
     const bool hasLights = vertexTask.lights && !vertexTask.lights->empty();
     ktFitSamples samples(hasLights ? 4 : 1, points.size() + mesh.fine.size());
@@ -103,7 +103,7 @@ ktPassCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktF
 
 ktPassCounts ktGatherFittedLight(const ktGatherTask& vertexTask, const ktFitTask& fit, float* received,
                                  std::atomic<std::uint32_t>& done) {
-    const ktFitMesh mesh = ktMakeFitMesh(vertexTask, *fit.triangles);
+    const ktFitMesh mesh = ktMakeFitMesh(vertexTask, *fit.triangles, true, fit.sharedValues);
     const ktFitPoints points(mesh, fit.density, fit.mostPoints);
     ktFitSamples samples(3, points.size() + mesh.fine.size());
     ktPassCounts counts;

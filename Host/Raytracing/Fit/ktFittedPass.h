@@ -19,6 +19,7 @@ struct ktFitTask {
     double density = 0;              ///< points per world unit squared, besides one on each face that is not fine
     std::size_t mostPoints = 0;      ///< roughly, likewise
     ktFitSamples* samples = nullptr; ///< receives what was traced, unless null
+    const std::uint32_t* sharedValues = nullptr; ///< by vertex: those with equal numbers get one value; null: none do
 };
 
 /// As ktTraceOcclusion(), but the results are the vertex values whose interpolation is nearest to the light at points

@@ -120,7 +120,7 @@ BOOST_PYTHON_MODULE(kthost) {
 
     python::def("open", &OnMainThread<&ktHostModuleScene::open>::call,
                 (arg("path"), arg("unit") = "auto", arg("unique_instances") = false, arg("ground_plane") = false,
-                 arg("up") = "auto"),
+                 arg("up") = "auto", arg("crease_angle") = 30.0, arg("keep_vertices") = false),
                 help::open);
     python::def("close", &OnMainThread<&ktHostModuleScene::close>::call, help::close);
     python::def("save", &OnMainThread<&ktHostModuleScene::save>::call,

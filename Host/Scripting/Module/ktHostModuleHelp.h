@@ -17,7 +17,8 @@ inline const char module[] =
 inline const char error[] = "A call of kthost failed. The text names the file or the node, and the reason.";
 
 inline const char open[] =
-    "open(path, unit=\"auto\", unique_instances=False, ground_plane=False, up=\"auto\")\n\n"
+    "open(path, unit=\"auto\", unique_instances=False, ground_plane=False, up=\"auto\", crease_angle=30.0,\n"
+    "    keep_vertices=False)\n\n"
     "Closes the current scene, opens another (glTF, OBJ, PLY, STL, FBX, Collada and more), and selects its top\n"
     "nodes. Warnings go to the log.\n\n"
     "@param path: The file.\n@type path: str or os.PathLike\n"
@@ -28,6 +29,10 @@ inline const char open[] =
     "    one of the top nodes.\n@type ground_plane: bool\n"
     "@param up: Axis of the file that points up: \"x\", \"y\" or \"z\"; \"auto\" is what the file says, else y. World\n"
     "    space has y up.\n@type up: str\n"
+    "@param crease_angle: Degrees, 0 to 180. Surfaces without normals are smooth across edges up to this angle. At\n"
+    "    sharper edges, vertices are split.\n@type crease_angle: float\n"
+    "@param keep_vertices: Vertices are not split; the sides of a sharp edge share one value.\n"
+    "@type keep_vertices: bool\n"
     "@raise kthost.Error: The file cannot be read or holds nothing to bake. The current scene then stays open, also\n"
     "    after Ctrl-C.";
 

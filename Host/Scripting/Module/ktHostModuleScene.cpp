@@ -139,7 +139,7 @@ private:
 } // namespace
 
 void ktHostModuleScene::open(const python::object& path, const python::object& unit, bool uniqueInstances,
-                             bool groundPlane, const python::object& up) {
+                             bool groundPlane, const python::object& up, double creaseAngle_deg, bool keepVertices) {
     refuseWhileBaking();
     const std::string name = ktTextArgument(path, "path");
     const std::string unitText =
@@ -148,12 +148,16 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
     if (!length)
         throw ktHostModuleError("a unit is auto, mm, cm, m, inch, foot or a length in millimetres, not " + unitText);
     const std::string axis = ktTextArgument(up, "up");
+    if (!(creaseAngle_deg >= 0 && creaseAngle_deg <= 180))
+        throw ktHostModuleError("the crease angle must be from 0 to 180 degrees");
     ktOpenOptions options;
     options.unit = *length;
     options.up = ktParseUpAxis(axis);
     if (!options.up && axis != "auto")
         throw ktHostModuleError("up is \"auto\", \"x\", \"y\" or \"z\", not \"" + axis + "\"");
     options.uniqueInstances = uniqueInstances;
+    options.creaseAngle_deg = creaseAngle_deg;
+    options.keepVertices = keepVertices;
     options.isInterrupted = &Interrupt::isRequested;
     const Interrupt interrupt;
     const auto begin = Clock::now();

@@ -7,7 +7,7 @@
 namespace ktHostModuleScene {
 
 void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances, bool groundPlane,
-          const boost::python::object& up);
+          const boost::python::object& up, double creaseAngle_deg, bool keepVertices);
 void close();
 void save(const boost::python::object& path, const boost::python::object& shade, double exposure, double strength);
 void preview(const boost::python::object& path, int width, int height, double exposure, double turn_degrees,
