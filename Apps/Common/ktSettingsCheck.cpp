@@ -3,11 +3,16 @@
 #include "ktSettingsCheck.h"
 
 #include "ktAmbientOcclusion.h"
+#include "ktFitMode.h"
+#include "ktTriangleBudget.h"
 
 std::string findUselessSettings() {
     const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
+    const bool hasBudget = ktGetTriangleBudget().number > 0;
     if (!plugin->isSubdivideEnabled())
-        return {};
+        return hasBudget ? "A number of triangles has no effect without refinement; turn on \"subdivide\"." : "";
+    if (hasBudget && ktGetFitMode() != ktFitMode::Surface)
+        return "A number of triangles has no effect with the fit \"vertices\".";
     const bool isDirectRefined = plugin->getShadowQuality() > 1;
     const bool hasBounces = plugin->isIndirectIlluminationEnabled() && plugin->getNumOfIndirections() > 0;
     const bool isIndirectRefined = hasBounces && plugin->getGatherQuality() > 1;

@@ -3,6 +3,7 @@
 #include "ktBakedFile.h"
 #include "ktBakeProcess.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,7 +16,9 @@ const char* const box = "glTF2/BoxTextured-glTF-Binary/BoxTextured.glb";
 
 std::string messages(const std::vector<std::string>& options) {
     const ktTestFolder folder;
-    std::vector<std::string> arguments = {model(box), "-o", folder.file("out.glb"), "--ground-plane", "--subdivide"};
+    std::vector<std::string> arguments = {model(box), "-o", folder.file("out.glb"), "--ground-plane"};
+    if (std::find(options.begin(), options.end(), "--no-subdivide") == options.end())
+        arguments.push_back("--subdivide");
     arguments.insert(arguments.end(), options.begin(), options.end());
     const ktBakeResult result = runBake(folder.path, arguments);
     EXPECT_EQ(result.exitCode, 0) << result.error;
@@ -50,6 +53,14 @@ TEST(BakeRefinement, GivenActiveRefinement_ReportsItsRoundsWithoutWarnings) {
     EXPECT_THAT(said, HasSubstr("Refining: round 4 of 4"));
     EXPECT_THAT(said, Not(HasSubstr("not refine")));
     EXPECT_THAT(messages({"--gather-quality", "2"}), Not(HasSubstr("not refine")));
+}
+
+TEST(BakeRefinement, GivenMaxTrianglesWithoutUse_SaysSo) {
+    EXPECT_THAT(messages({"--no-subdivide", "--no-indirect", "--max-triangles", "2x"}),
+                HasSubstr("A number of triangles has no effect without refinement"));
+    EXPECT_THAT(messages({"--no-indirect", "--max-triangles", "2x", "--fit", "vertices"}),
+                HasSubstr("A number of triangles has no effect with the fit \"vertices\""));
+    EXPECT_THAT(messages({"--no-indirect", "--max-triangles", "2x"}), Not(HasSubstr("no effect")));
 }
 
 TEST(BakeRefinement, GivenMaxTriangles_KeepsThemAndFillsThem) {
