@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-# What is installed: libraries, headers, ktbake with its manual page and completions, and the CMake package
-# `ktAmbientOcclusion`. Included last, when all
-# targets exist. Libraries find each other relative to themselves, so the folder can be moved.
+# What is installed: libraries, headers, ktbake with its manual page and completions, ktstudio with its desktop file, and the
+# CMake package `ktAmbientOcclusion`. Included last, when all targets exist. Libraries find each other relative to themselves, so the folder can be moved.
 
 include(CMakePackageConfigHelpers)
 set(kt_include ${CMAKE_INSTALL_INCLUDEDIR}/ktAmbientOcclusion)
@@ -39,6 +38,12 @@ install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.bash RENAME ktbake
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES ${KT_BAKE_MANUAL_FOLDER}/_ktbake DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+# ./bake builds only ktbake, and the installation must not fail without the window.
+install(TARGETS ktstudio RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} OPTIONAL)
+install(FILES ${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES ${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.svg
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+install(FILES ${PROJECT_SOURCE_DIR}/Examples/scenes.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ktAmbientOcclusion/Examples)
 if(TARGET kthost)
     install(TARGETS kthost LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
     install(FILES ${PROJECT_SOURCE_DIR}/Apps/Scripting/kthost.pyi ${PROJECT_SOURCE_DIR}/Apps/Scripting/ktAmbientOcclusion.pyi

@@ -6,14 +6,12 @@
 #include "ktBoxScene.h"
 #include "ktFitMode.h"
 #include "ktMessageBar.h"
-#include "ktPreferences.h"
 #include "ktPresetStore.h"
 #include "ktUndoStack.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDir>
-#include <QFile>
 #include <QPushButton>
 #include <QtTest>
 
@@ -33,7 +31,9 @@ bool waitFor(const std::function<bool()>& condition) {
 
 ktStudioFixture::ktStudioFixture() {
     application();
-    QFile::remove(ktPreferences::getPreferencesDir() + "ktstudio.ini");
+    // Tests that run at the same time share nothing. The process that a test kills keeps what it was given.
+    if (!qEnvironmentVariableIsSet("KT_STUDIO_VICTIM_SCENE"))
+        qputenv("KT_PREFERENCES_DIR", QByteArray::fromStdString(folder.file("preferences/")));
     ktPresetStore::load();
     Settings::forEachSetting([](auto row) { row.set(*ktAmbientOcclusion::the(), row.initial); });
     ktUndoStack::get(0)->clear();

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Makes the pictures of Docs/using/studio.md: walks from an empty window to a saved file and takes each step.
 // Usage, on a display: ktStudioPictures SCENE FOLDER
-#include "ktAmbientOcclusion.h"
 #include "ktPresetStore.h"
 #include "ktStudioWindow.h"
+#include "ktUndoStack.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDir>
-#include <QFileDialog>
+#include <QDockWidget>
 #include <QPushButton>
 #include <QTimer>
 #include <QtTest>
@@ -41,11 +41,15 @@ int main(int argc, char** argv) {
         window.grab().save(folder + "/studio-running.png");
     });
     QTest::mouseClick(window.findChild<QPushButton*>("bakeButton"), Qt::LeftButton);
+    window.getSelection().selectByText("body");
     take(window, folder + "/studio-baked.png");
-    window.findChild<QAction*>("viewOcclusion")->trigger();
-    take(window, folder + "/studio-occlusion.png");
+    window.getSelection().clear();
     window.findChild<QAction*>("viewFalse")->trigger();
-    window.findChild<QAction*>("wire")->trigger();
-    take(window, folder + "/studio-false.png");
+    take(window, folder + "/studio-false-colours.png");
+    window.findChild<QAction*>("viewBaked")->trigger();
+    window.getDocument().saveAs(folder + "/engine-baked.glb");
+    window.findChild<QDockWidget*>("historyDock")->raise();
+    window.getDocument().undoStack().undo();
+    take(window, folder + "/studio-undone.png");
     return 0;
 }

@@ -36,8 +36,10 @@ void ktMessageBar::show(Level level, const QString& text, const std::vector<Butt
     row->setFrameShape(QFrame::StyledPanel);
     row->setAutoFillBackground(true);
     row->setProperty(topicProperty, topic);
-    auto* line = new QHBoxLayout(row);
-    line->setContentsMargins(8, 4, 4, 4);
+    auto* lines = new QVBoxLayout(row);
+    lines->setContentsMargins(8, 4, 4, 4);
+    auto* line = new QHBoxLayout;
+    lines->addLayout(line);
     const QStyle::StandardPixmap icons[] = {QStyle::SP_MessageBoxInformation, QStyle::SP_MessageBoxWarning,
                                             QStyle::SP_MessageBoxCritical};
     auto* icon = new QLabel(row);
@@ -50,9 +52,13 @@ void ktMessageBar::show(Level level, const QString& text, const std::vector<Butt
     label->setWordWrap(true);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     line->addWidget(label, 1);
+    // Several buttons would leave the text no room.
+    auto* buttonLine = buttons.size() > 1 ? new QHBoxLayout : line;
+    if (buttonLine != line)
+        buttonLine->addStretch();
     for (const Button& button : buttons) {
         auto* push = new QPushButton(button.text, row);
-        line->addWidget(push);
+        buttonLine->addWidget(push);
         connect(push, &QPushButton::clicked, this, [row, act = button.act] {
             row->hide();
             row->setProperty(topicProperty, QVariant());
@@ -68,6 +74,8 @@ void ktMessageBar::show(Level level, const QString& text, const std::vector<Butt
     closing->setAccessibleName(closing->toolTip());
     connect(closing, &QToolButton::clicked, row, &QWidget::deleteLater);
     line->addWidget(closing);
+    if (buttonLine != line)
+        lines->addLayout(buttonLine);
     layout()->addWidget(row);
     if (level == Level::Info && buttons.empty())
         QTimer::singleShot(shownFor_ms, row, &QWidget::deleteLater);

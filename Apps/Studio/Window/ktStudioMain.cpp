@@ -5,10 +5,33 @@
 #include "ktPresetStore.h"
 #include "ktStudioWindow.h"
 
+#include <clocale>
 #include <cstdio>
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
+#include <QPainter>
 #include <QTimer>
+
+/// The icon of the desktop file; without an installation, the same drawn here.
+static QIcon makeIcon() {
+    QPixmap picture(64, 64);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0xf2, 0xb5, 0x44));
+    painter.drawPolygon(QPolygon({{2, 46}, {32, 33}, {62, 46}, {32, 60}}));
+    painter.setBrush(QColor(12, 17, 22, 120));
+    painter.drawEllipse(QPoint(32, 46), 18, 8);
+    QRadialGradient ball(QPointF(26, 20), 30);
+    ball.setColorAt(0, Qt::white);
+    ball.setColorAt(0.55, QColor(0xc9, 0xd3, 0xdc));
+    ball.setColorAt(1, QColor(0x4a, 0x59, 0x66));
+    painter.setBrush(ball);
+    painter.drawEllipse(QPoint(32, 27), 20, 20);
+    return QIcon::fromTheme("ktstudio", QIcon(picture));
+}
 
 int main(int argc, char** argv) {
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
@@ -45,6 +68,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     QApplication application(argc, argv);
+    // Qt takes the user's locale, whose numbers may have a decimal comma. NOLINTNEXTLINE(concurrency-mt-unsafe)
+    std::setlocale(LC_NUMERIC, "C");
     QApplication::setDesktopFileName("ktstudio");
     const auto refuse = [](const QString& why) {
         std::fprintf(stderr, "ktstudio: %s\n", qUtf8Printable(why));
@@ -60,6 +85,7 @@ int main(int argc, char** argv) {
                                                   "millimetres")
                           .arg(parser.value(unit)));
     ktPresetStore::load();
+    QApplication::setWindowIcon(makeIcon());
     ktStudioWindow window;
     window.show();
     window.begin();

@@ -114,6 +114,9 @@ void ktStudioWindow::connectServices() {
     connect(&run, &ktStudioRun::runningChanged, this, [this](bool isRunning) {
         updateActions();
         if (isRunning) {
+            messages->close("unit");
+            messages->close("run");
+            messages->close("hint");
             view->keepResultsForComparison();
             findChild<QDockWidget*>("runDock")->show(); // it has the way out
         }

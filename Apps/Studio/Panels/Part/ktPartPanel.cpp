@@ -83,11 +83,12 @@ ktPartPanel::ktPartPanel(ktStudioServices& services_, QWidget* parent)
     rows->addWidget(settings);
     rows->addWidget(useSettings);
     rows->addWidget(materials);
-    rows->addWidget(texts, 1);
+    rows->addWidget(texts, 2);
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(addText);
     buttons->addWidget(removeText);
     rows->addLayout(buttons);
+    rows->addStretch(1);
 
     settle->setSingleShot(true);
     settle->setInterval(150);
