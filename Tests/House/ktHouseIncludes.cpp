@@ -104,7 +104,8 @@ const std::vector<Arrow> arrows = {
     {"Apps/Studio/Window/",
      {"Apps/Studio/Document/", "Apps/Studio/Viewport/", "Apps/Studio/Panels/Calculation/",
       "Apps/Studio/Panels/History/", "Apps/Studio/Panels/Log/", "Apps/Studio/Panels/Part/", "Apps/Studio/Panels/Run/",
-      "Apps/Studio/Panels/Scene/", "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Files/"}},
+      "Apps/Studio/Panels/Scene/", "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Files/",
+      "Host/Files/Storage/"}},
 };
 
 /// The folder of a file, with a trailing '/'.

@@ -17,12 +17,13 @@
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-static QApplication& application() {
+/// Makes the application object, unless the main function has made one.
+static void makeApplication() {
     static int count = 1;
     static char name[] = "ktStudioTest";
     static char* arguments[] = {name, nullptr};
-    static auto& instance = *new QApplication(count, arguments);
-    return instance;
+    if (!QCoreApplication::instance())
+        new QApplication(count, arguments); // never destroyed
 }
 
 bool waitFor(const std::function<bool()>& condition) {
@@ -30,7 +31,7 @@ bool waitFor(const std::function<bool()>& condition) {
 }
 
 ktStudioFixture::ktStudioFixture() {
-    application();
+    makeApplication();
     // Tests that run at the same time share nothing. The process that a test kills keeps what it was given.
     if (!qEnvironmentVariableIsSet("KT_STUDIO_VICTIM_SCENE"))
         qputenv("KT_PREFERENCES_DIR", QByteArray::fromStdString(folder.file("preferences/")));

@@ -16,6 +16,7 @@
 #include "ktUndoStack.h"
 
 #include <chrono>
+#include <cmath>
 #include <limits>
 #include <QCoreApplication>
 #include <QDir>
@@ -41,6 +42,8 @@ private:
 };
 
 namespace {
+
+constexpr double guessedDiagonal = 3000; // millimetres; see ktDecideUnit()
 
 /// The path of a node by names, as ktSceneState::findNodes() reads it.
 std::string pathOf(osg::NodePtr node) {
@@ -123,15 +126,17 @@ bool ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& n
     }
     reading = true;
     isReadingCancelled = false;
-    emit readingChanged(true, newPath);
+    const QString what = tr("Reading %1").arg(QFileInfo(newPath).fileName());
+    emit readingChanged(true, what);
     ktOpenOptions openOptions;
     openOptions.unit = *unit;
+    openOptions.up = ktParseUpAxis(newOptions.up.toStdString());
     openOptions.uniqueInstances = newOptions.uniqueInstances;
     auto last = std::chrono::steady_clock::now();
     openOptions.isInterrupted = [this, last]() mutable {
         const auto now = std::chrono::steady_clock::now();
         if (now - last < std::chrono::milliseconds(20))
-            return isReadingCancelled;
+            return isReadingCancelled.load();
         const bool isCancelled = letEventsIn();
         last = std::chrono::steady_clock::now();
         return isCancelled;
@@ -141,9 +146,11 @@ bool ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& n
     if (newFile && newOptions.groundPlane)
         newFile->addGroundPlane(report);
     logMessages(newPath, report);
-    const bool isGuess = unit->isAutomatic() && !report.messages.notes().empty();
+    // What has no unit, or a size that is hardly meant, gets this diagonal.
+    const bool isGuess =
+        unit->isAutomatic() && newFile && std::abs(ktSceneDiagonal(newFile->getRoot()) - guessedDiagonal) < 0.5;
     reading = false;
-    emit readingChanged(false, newPath);
+    emit readingChanged(false, what);
     if (!newFile) {
         if (isReadingCancelled)
             emit failed(tr("%1 was not opened: cancelled.").arg(QFileInfo(newPath).fileName()));
@@ -286,10 +293,19 @@ bool ktStudioDocument::saveAs(const QString& newPath) {
 }
 
 bool ktStudioDocument::savePreview(const QString& picturePath) {
+    if (!file || reading)
+        return false;
+    reading = true;
+    isReadingCancelled = false;
+    const QString what = tr("Drawing %1").arg(QFileInfo(picturePath).fileName());
+    emit readingChanged(true, what);
     loadPictures();
-    ktPreviewOptions preview;
-    preview.exposure = static_cast<float>(options.exposure);
-    const std::string reason = ktWritePreview(getRoot(), picturePath.toStdString(), preview);
+    ktPreviewOptions previewOptions;
+    previewOptions.exposure = static_cast<float>(options.exposure);
+    previewOptions.isInterrupted = [this] { return isReadingCancelled.load(); };
+    const std::string reason = ktWritePreview(getRoot(), picturePath.toStdString(), previewOptions);
+    reading = false;
+    emit readingChanged(false, what);
     if (!reason.empty()) {
         const QString text = tr("%1: the picture cannot be written: %2").arg(picturePath, reason.c_str());
         ktLog::error("%s", qUtf8Printable(text));

@@ -4,6 +4,7 @@
 #include "ktSceneDistances.h"
 #include "ktStudioOptions.h"
 
+#include <atomic>
 #include <memory>
 #include <OpenSG/OSGNode.h>
 #include <optional>
@@ -69,7 +70,8 @@ public:
     void setOptions(const ktStudioOptions& newOptions, const QString& text);
 
 signals:
-    void readingChanged(bool isReading, const QString& path);
+    /// A file is read, or a picture drawn: what is done, in words. Meanwhile nothing may change.
+    void readingChanged(bool isReading, const QString& what);
     /// Another scene is open; the old one is gone.
     void opened();
     void modifiedChanged(bool isModified);
@@ -98,8 +100,9 @@ private:
     ktStudioOptions options;
     double diagonal = 0;
     bool unitIsGuessed = false;
-    bool reading = false, isReadingCancelled = false, reloading = false;
-    unsigned long savedCommand = 0; ///< ktSceneCommand::findNewest() at the last save
+    bool reading = false, reloading = false;
+    std::atomic<bool> isReadingCancelled{false}; ///< asked on several threads
+    unsigned long savedCommand = 0;              ///< ktSceneCommand::findNewest() at the last save
     bool wasModified = false;
     std::optional<ktSceneDistances> followed; ///< distances that followScene() chose
     QFileSystemWatcher* watcher;

@@ -9,6 +9,7 @@
 /// How a file is read: the options of `ktbake` of the same names.
 struct ktStudioReadOptions {
     QString unit = "auto"; ///< as ktParseLengthUnit() understands it
+    QString up;            ///< "x", "y" or "z"; empty: what the file or its format says
     bool uniqueInstances = false;
     bool groundPlane = false;
 };

@@ -4,6 +4,7 @@
 
 #include "ktLengthUnit.h"
 
+#include <algorithm>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -11,7 +12,7 @@
 #include <QPushButton>
 
 ktReadingOptions::ktReadingOptions(const ktStudioReadOptions& options, QWidget* parent)
-    : QDialog(parent), unit(new QComboBox(this)),
+    : QDialog(parent), unit(new QComboBox(this)), up(new QComboBox(this)),
       unique(new QCheckBox(tr("Give each use of a mesh its own results"), this)),
       plane(new QCheckBox(tr("Put a plane below the scene that catches its shadow"), this)) {
     setWindowTitle(tr("Reading options"));
@@ -20,6 +21,10 @@ ktReadingOptions::ktReadingOptions(const ktStudioReadOptions& options, QWidget* 
     unit->addItems({"auto", "mm", "cm", "m", "inch", "foot"});
     unit->setEditText(options.unit);
     unit->setToolTip(tr("Length of one unit of the file; a number is a length in millimetres"));
+    up->setObjectName("up");
+    up->addItems({tr("as the file says"), "x", "y", "z"});
+    up->setCurrentIndex(std::max(0, up->findText(options.up)));
+    up->setToolTip(tr("The axis of the file that points up"));
     unique->setChecked(options.uniqueInstances);
     plane->setObjectName("plane");
     plane->setChecked(options.groundPlane);
@@ -27,6 +32,7 @@ ktReadingOptions::ktReadingOptions(const ktStudioReadOptions& options, QWidget* 
     buttons->button(QDialogButtonBox::Ok)->setText(tr("Read again"));
     auto* form = new QFormLayout(this);
     form->addRow(tr("Unit"), unit);
+    form->addRow(tr("Up"), up);
     form->addRow(unique);
     form->addRow(plane);
     form->addRow(buttons);
@@ -40,6 +46,7 @@ ktReadingOptions::ktReadingOptions(const ktStudioReadOptions& options, QWidget* 
 ktStudioReadOptions ktReadingOptions::get() const {
     ktStudioReadOptions options;
     options.unit = unit->currentText();
+    options.up = up->currentIndex() == 0 ? QString() : up->currentText();
     options.uniqueInstances = unique->isChecked();
     options.groundPlane = plane->isChecked();
     return options;

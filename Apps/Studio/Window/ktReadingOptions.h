@@ -8,7 +8,7 @@
 class QCheckBox;
 class QComboBox;
 
-/// Asks how the file is to be read: unit, copies of shared meshes, ground plane.
+/// Asks how the file is to be read: unit, up axis, copies of shared meshes, ground plane.
 class ktReadingOptions : public QDialog {
     Q_OBJECT
 public:
@@ -16,6 +16,6 @@ public:
     ktStudioReadOptions get() const;
 
 private:
-    QComboBox* unit;
+    QComboBox *unit, *up;
     QCheckBox *unique, *plane;
 };

@@ -2,7 +2,6 @@
 // The page that a window shows while it reads a file.
 #include "ktReadingPage.h"
 
-#include <QFileInfo>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -26,13 +25,13 @@ ktReadingPage::ktReadingPage(QWidget* parent) : QWidget(parent), text(new QLabel
     connect(cancel, &QPushButton::clicked, this, &ktReadingPage::cancelRequested);
     timer->setInterval(200);
     connect(timer, &QTimer::timeout, this, [this] {
-        text->setText(tr("Reading %1 … %2 s").arg(name).arg(static_cast<double>(elapsed.elapsed()) / 1000, 0, 'f', 1));
+        text->setText(tr("%1 … %2 s").arg(what).arg(static_cast<double>(elapsed.elapsed()) / 1000, 0, 'f', 1));
     });
 }
 
-void ktReadingPage::begin(const QString& path) {
-    name = QFileInfo(path).fileName();
-    text->setText(tr("Reading %1 …").arg(name));
+void ktReadingPage::begin(const QString& newWhat) {
+    what = newWhat;
+    text->setText(what + " …");
     elapsed.start();
     timer->start();
 }

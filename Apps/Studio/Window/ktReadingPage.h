@@ -7,12 +7,13 @@
 class QLabel;
 class QTimer;
 
-/// What the window shows while a file is read: its name, the time so far, and a button to cancel.
+/// What the window shows while it reads a file or draws a picture: the time so far, and a button to cancel.
 class ktReadingPage : public QWidget {
     Q_OBJECT
 public:
     explicit ktReadingPage(QWidget* parent = nullptr);
-    void begin(const QString& path);
+    /// @param what is done, in words
+    void begin(const QString& what);
     void end();
 
 signals:
@@ -22,5 +23,5 @@ private:
     QLabel* text;
     QTimer* timer;
     QElapsedTimer elapsed;
-    QString name;
+    QString what;
 };

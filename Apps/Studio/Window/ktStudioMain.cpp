@@ -4,6 +4,7 @@
 #include "ktLengthUnit.h"
 #include "ktPresetStore.h"
 #include "ktStudioWindow.h"
+#include "ktUpAxis.h"
 
 #include <clocale>
 #include <cstdio>
@@ -50,7 +51,12 @@ int main(int argc, char** argv) {
                                     "Length of one unit of the file: auto, mm, cm, m, inch, foot or a number of "
                                     "millimetres."),
         "UNIT", "auto");
-    parser.addOptions({help, version, unit});
+    const QCommandLineOption up(
+        "up",
+        QCoreApplication::translate("main",
+                                    "Axis of the file that points up: x, y or z; without it, as the file says."),
+        "AXIS");
+    parser.addOptions({help, version, unit, up});
     parser.addPositionalArgument(
         "SCENE", QCoreApplication::translate("main", "Scene to open: glTF, OBJ, PLY, STL, ..."), "[SCENE]");
     QStringList arguments;
@@ -84,6 +90,8 @@ int main(int argc, char** argv) {
                                                   "--unit %1: must be auto, mm, cm, m, inch, foot or a length in "
                                                   "millimetres")
                           .arg(parser.value(unit)));
+    if (parser.isSet(up) && !ktParseUpAxis(parser.value(up).toStdString()))
+        return refuse(QCoreApplication::translate("main", "--up %1: must be x, y or z").arg(parser.value(up)));
     ktPresetStore::load();
     QApplication::setWindowIcon(makeIcon());
     ktStudioWindow window;
@@ -92,6 +100,7 @@ int main(int argc, char** argv) {
     if (!parser.positionalArguments().isEmpty()) {
         ktStudioReadOptions options;
         options.unit = parser.value(unit);
+        options.up = parser.value(up);
         QTimer::singleShot(0, &window, [&window, &parser, options] {
             window.openFile(parser.positionalArguments().first(), options);
         });

@@ -86,9 +86,9 @@ QAction* ktStudioWindow::addAction(QMenu* menu, const char* name, const QString&
 }
 
 void ktStudioWindow::connectServices() {
-    connect(&document, &ktStudioDocument::readingChanged, this, [this](bool isReading, const QString& path) {
+    connect(&document, &ktStudioDocument::readingChanged, this, [this](bool isReading, const QString& what) {
         if (isReading) {
-            readingPage->begin(path);
+            readingPage->begin(what);
             pages->setCurrentWidget(readingPage);
         } else {
             readingPage->end();
