@@ -246,6 +246,7 @@ void ktStudioDocument::loadPictures() {
 bool ktStudioDocument::writeTo(const QString& newPath, ktFileReport& report) {
     ktSaveOptions saveOptions;
     saveOptions.multiplyColors = options.multiplyColors;
+    saveOptions.strength = static_cast<float>(options.strength);
     saveOptions.exposure = static_cast<float>(options.exposure);
     return file->save(newPath, saveOptions, report);
 }

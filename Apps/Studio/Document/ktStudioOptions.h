@@ -20,10 +20,11 @@ struct ktStudioOptions {
     ktTracerKind tracer = ktTracerKind::Hemisphere;
     int threads = 0;            ///< 0: one a core
     bool multiplyColors = true; ///< `--shade multiply`
+    double strength = 1;        ///< 0 to 10: how strongly the light darkens the saved colours
     double exposure = 1;        ///< above 0
 
     bool hasSameOutput(const ktStudioOptions& other) const {
-        return multiplyColors == other.multiplyColors && exposure == other.exposure;
+        return multiplyColors == other.multiplyColors && strength == other.strength && exposure == other.exposure;
     }
     bool operator==(const ktStudioOptions& other) const {
         return fit == other.fit && tracer == other.tracer && threads == other.threads && hasSameOutput(other);

@@ -228,6 +228,8 @@ void ktCalculationPanel::check() {
         text = tr("The minimum distance must be smaller than the maximum distance.");
     else
         text = translated(QString::fromStdString(findUselessSettings()));
+    if (plugin().getMode() != ktAmbientOcclusion::Classic && !plugin().isIndirectIlluminationEnabled())
+        text += (text.isEmpty() ? "" : "\n") + tr("Without indirect light, the shadows of lights are black.");
     for (const std::string& mistake : ktSceneDistances::read().findMistakes(
              {true, true, true}, services.document.getDiagonal(), plugin().isSubdivideEnabled()))
         text += (text.isEmpty() ? "" : "\n") + QString::fromStdString(mistake);

@@ -17,7 +17,7 @@ static const char* const memoryKey = "undoMemory"; // MiB
 ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     : QWidget(parent), services(services_), fit(new QComboBox(this)), tracer(new QComboBox(this)),
       threads(new QSpinBox(this)), shade(new QCheckBox(tr("Multiply light into the saved colours"), this)),
-      exposure(new QDoubleSpinBox(this)) {
+      strength(new QDoubleSpinBox(this)), exposure(new QDoubleSpinBox(this)) {
     auto* form = new QFormLayout(this);
     fit->setObjectName("fit");
     fit->addItems({tr("At the vertices"), tr("Fitted to the surface")});
@@ -35,6 +35,16 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     shade->setObjectName("shade");
     shade->setToolTip(tr("Every viewer then shows the light. Without it, the file has the exact results alone."));
     form->addRow(shade);
+    strength->setObjectName("strength");
+    strength->setRange(0, 10);
+    strength->setDecimals(2);
+    strength->setSingleStep(0.1);
+    strength->setKeyboardTracking(false);
+    strength->setToolTip(tr("How strongly the light darkens the saved colours"));
+    form->addRow(tr("Strength"), strength);
+    connect(strength, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, [this](double value) {
+        change(tr("Strength"), [value](ktStudioOptions& options) { options.strength = value; });
+    });
     exposure->setObjectName("exposure");
     exposure->setRange(0.01, 100);
     exposure->setDecimals(2);
@@ -95,5 +105,6 @@ void ktOptionPanel::show() {
     tracer->setCurrentIndex(options.tracer == ktTracerKind::Embree ? 0 : 1);
     threads->setValue(options.threads);
     shade->setChecked(options.multiplyColors);
+    strength->setValue(options.strength);
     exposure->setValue(options.exposure);
 }

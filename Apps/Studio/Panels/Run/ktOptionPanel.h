@@ -26,5 +26,5 @@ private:
     QComboBox *fit, *tracer;
     QSpinBox* threads;
     QCheckBox* shade;
-    QDoubleSpinBox* exposure;
+    QDoubleSpinBox *strength, *exposure;
 };
