@@ -35,12 +35,6 @@ std::string describeDistance(const char* option, const std::optional<ktBakeDista
     return std::string(option) + " " + given->typed + (given->isPercent ? ", which is " + length : "");
 }
 
-/// Whether the options ask for bounced light. The lights of a scene need it: their shadows would be black.
-bool askForBounces(const ktBakeOptions& options) {
-    return options.mode.value_or(0) != 0 || options.indirect || options.gatherQuality || options.bounces ||
-           options.colorBleeding.value_or(false) || options.overrideColor || options.overrideColorValue;
-}
-
 } // namespace
 
 int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode, double sceneDiagonal) {
@@ -57,10 +51,6 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
     }
     if (settingsNode != osg::NullFC)
         plugin->loadFromNode(settingsNode);
-
-    // Viewers add light of their own from all sides. With bounces on top, little is left of the shadows.
-    if (options.preset.empty() && settingsNode == osg::NullFC && !askForBounces(options))
-        plugin->setIndirectIlluminationEnabled(false);
 
     Settings::forEachSetting([&](auto row) {
         const auto& given = options.given(row);

@@ -99,7 +99,7 @@ public:
         for (const std::string& text : options.variants)
             variants.push_back(parseVariant(text));
         if (variants.empty())
-            variants.push_back({"vertices", "--indirect --fit vertices"});
+            variants.push_back({"vertices", "--fit vertices"});
         for (const Variant& variant : variants)
             rows.push_back(variant.name);
         for (const std::string& text : options.evens) {
@@ -322,9 +322,8 @@ int main(int argumentCount, char** arguments) {
     line.add("--scenes", options.names, ktQualitySceneHelp);
     line.add("--models", options.models, "Folder of CesiumMilkTruck.glb, nefertiti.obj and stanford-bunny.obj");
     line.add("--samples", options.samples, "Folder of Assimp's test models");
-    line.addEach(
-        "--variant", options.variants,
-        "NAME=OPTIONS: bakes each scene with these options of ktbake; without any: vertices=--indirect --fit vertices");
+    line.addEach("--variant", options.variants,
+                 "NAME=OPTIONS: bakes each scene with these options of ktbake; without any: vertices=--fit vertices");
     line.addEach(
         "--even", options.evens,
         "VARIANT or VARIANT*FACTOR: also bakes each scene subdivided evenly, with the options of the first variant "

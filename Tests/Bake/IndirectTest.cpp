@@ -113,24 +113,7 @@ TEST_F(BakeIndirect, GivenIndirectOnOrOff_GathersOrDoesNot) {
     EXPECT_FALSE(without.primitives()[1].at("attributes").contains("_INDIRECT"));
     EXPECT_EQ(faceMean(without, 1, "_AO", -1), faceMean(with, 1, "_AO", -1));
     EXPECT_GT(bright[0], faceMean(without, 1, "COLOR_0", -1)[0] + 0.05) << "viewers show it as well";
-}
-
-TEST_F(BakeIndirect, GivenNoOptionAboutBounces_BakesShadowsAlone) {
-    const auto hasBounces = [this](const std::vector<std::string>& options, const std::string& scene) {
-        return bake(options, scene).primitives()[1].at("attributes").contains("_INDIRECT");
-    };
-    EXPECT_FALSE(hasBounces({}, "boxes.gltf"));
-    for (const std::vector<std::string>& options : {std::vector<std::string>{"--bounces", "1"},
-                                                    {"--gather-quality", "0"},
-                                                    {"--color-bleeding"},
-                                                    {"--no-override-color"},
-                                                    {"--override-color", "1,1,1"},
-                                                    {"--preset", "Default"}})
-        EXPECT_TRUE(hasBounces(options, "boxes.gltf")) << options[0];
-    folder.write("lit.gltf", makeLitRedAndWhite().dump());
-    EXPECT_TRUE(hasBounces({"--mode", "shadows"}, "lit.gltf"));
-    EXPECT_FALSE(hasBounces({"--mode", "classic"}, "lit.gltf"));
-    EXPECT_FALSE(hasBounces({"--mode", "shadows", "--no-indirect"}, "lit.gltf"));
+    EXPECT_GT(facingRed(bake({}))[0], 0.05) << "it is on by default";
 }
 
 TEST_F(BakeIndirect, GivenGatherQuality_CastsItsRays) {
@@ -139,7 +122,7 @@ TEST_F(BakeIndirect, GivenGatherQuality_CastsItsRays) {
         bake({"--gather-quality", quality});
         EXPECT_THAT(out, HasSubstr(rayLine(48 * (64 + rays)))) << "quality " << quality;
     }
-    bake({"--indirect"});
+    bake({});
     EXPECT_THAT(out, HasSubstr(rayLine(48 * (64 + 1024)))) << "32 by 32 until a quality is given";
 }
 
@@ -209,7 +192,7 @@ TEST_F(BakeIndirect, GivenModes_TracesTheLampAndKeepsItsLight) {
 TEST_F(BakeIndirect, GivenShortDistance_GathersFromAnywhereWithTheLampsLightOnly) {
     folder.write("lit.gltf", makeLitRedAndWhite().dump());
     const auto near = [&](const std::string& mode) {
-        return facingRed(bake({"--indirect", "--mode", mode, "--max-distance", "150"}, "lit.gltf"))[0];
+        return facingRed(bake({"--mode", mode, "--max-distance", "150"}, "lit.gltf"))[0];
     };
     EXPECT_FLOAT_EQ(static_cast<float>(near("classic")), darkest) << "the other box is 200 mm away";
     EXPECT_FLOAT_EQ(static_cast<float>(near("shadows")), darkest);

@@ -54,7 +54,6 @@ std::vector<std::string> argumentsFor(Row row, const typename Row::Value& value)
 TEST(Options, GivenEverySettingsOption_ReachesThePlugInAndTheStatistics) {
     ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
     ktAmbientOcclusionSettings::forEachSetting([&](auto row) {
-        plugin.setIndirectIlluminationEnabled(true); // without options about it, ktbake switches it off
         std::vector<std::string> arguments = argumentsFor(row, otherThanInitial(row));
         arguments.insert(arguments.begin(), "a.glb");
         const ktBakeOptions options = parse(arguments);

@@ -246,7 +246,7 @@ class OnAScene(Baker):
         self.assertEqual(code, 0, output)
         self.assertEqual(self.read("a.png")[16:24], b"\0\0\0\x40\0\0\0\x30")
         self.assertEqual(self.read("a.png")[1:4], b"PNG")
-        code, output = self.run_all(KTBAKE, "rooms.obj", "-o", "b.glb", "--unit", "cm", "--indirect")
+        code, output = self.run_all(KTBAKE, "rooms.obj", "-o", "b.glb", "--unit", "cm")
         self.assertEqual(code, 0, output)
         self.assertTrue(self.read("a.glb") == self.read("b.glb"), "as without a script")
 
@@ -256,7 +256,7 @@ class OnAScene(Baker):
                      "--exposure", "0.5"]
         code, output = self.run_all(KTBAKE, "--script", "script.py", "-o", "a.glb", *arguments)
         self.assertEqual(code, 0, output)
-        code, output = self.run_all(KTBAKE, "-o", "b.glb", "--indirect", *arguments)
+        code, output = self.run_all(KTBAKE, "-o", "b.glb", *arguments)
         self.assertEqual(code, 0, output)
         self.assertTrue(self.read("a.glb") == self.read("b.glb"))
 

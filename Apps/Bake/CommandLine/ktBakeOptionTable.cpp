@@ -274,12 +274,6 @@ private:
         onOff(row.names.option, options.given(row), row.help, row.get(defaults));
     }
 
-    /// See applySettings().
-    void addSetting(Settings::IndirectIllumination row, Settings::Switch) {
-        onOff(row.names.option, options.given(row),
-              std::string(row.help) + "; other options about it, and modes with lights, switch it on", false);
-    }
-
     /// How a length that is not given follows the scene.
     static const char* noteOf(Settings::MinDistance) { return ", at most 0.01%"; }
     static const char* noteOf(Settings::MaxDistance) { return ""; } // only scenes above 300 m have another one
