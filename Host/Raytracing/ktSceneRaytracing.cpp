@@ -332,11 +332,11 @@ const ktFitTask* ktSceneRaytracing::fitOf(const osg::Pnt3f* positions, const ktV
 // Refinement may need what the pass has traced for this geometry.
 void ktSceneRaytracing::keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitTask& fit,
                                     bool indirect) {
-    if (fit.sharedValues) // the refined geometry shares none
-        return;
     passGeometry = geometry;
     passSamples = std::make_shared<const ktPassSamples>(ktPassSamples{
-        sceneFit.preparedTriangles(), task.toWorld, fit.density, fit.mostPoints, std::move(*fit.samples), indirect});
+        sceneFit.preparedTriangles(), task.toWorld, fit.density, fit.mostPoints, std::move(*fit.samples), indirect,
+        fit.sharedValues ? std::vector<std::uint32_t>(fit.sharedValues, fit.sharedValues + task.count)
+                         : std::vector<std::uint32_t>()});
 }
 
 void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,

@@ -80,6 +80,9 @@ TEST(BakeNormals, GivenInsideOutBox_BakesItsOuterSide) {
 TEST(BakeNormals, GivenRefinement_WritesSplitVertices) {
     const Bake bake("corner.off", floorAndWall, {"--max-distance", "100", "--subdivide", "--min-edge-length", "50"});
     EXPECT_GT(bake.occlusion.size(), 8u);
+    const Bake keeping("corner.off", floorAndWall,
+                       {"--max-distance", "100", "--subdivide", "--min-edge-length", "50", "--keep-vertices"});
+    EXPECT_GT(keeping.occlusion.size(), 8u) << "a refined mesh has new vertices anyway";
     const ktBakedFile file(bake.folder.file("out.glb"));
     // No triangle has vertices on both sides of the edge.
     const auto primitive = file.primitives().at(0);

@@ -119,7 +119,8 @@ void ktFittedRefinement::takePassSamples() {
             return;
         ktVertexTask task = mesh.vertexTask();
         task.toWorld = pass->toWorld;
-        const ktFitMesh fitMesh = ktMakeFitMesh(task, *pass->triangles);
+        const ktFitMesh fitMesh = ktMakeFitMesh(task, *pass->triangles, true,
+                                                pass->sharedValues.empty() ? nullptr : pass->sharedValues.data());
         const ktFitPoints points(fitMesh, pass->density, pass->mostPoints);
         if (pass->samples.isValid.size() != points.size() + fitMesh.fine.size())
             return;

@@ -30,7 +30,8 @@ struct ktPassSamples {
     double density = 0;
     std::size_t mostPoints = 0;
     ktFitSamples samples;
-    bool indirect = false; ///< gathered light; false: direct light
+    bool indirect = false;                        ///< gathered light; false: direct light
+    std::vector<std::uint32_t> sharedValues = {}; ///< ktFitTask::sharedValues; empty: null
 };
 
 /// A pending refinement: the request and, after ktRefinement::run(), the new mesh.
