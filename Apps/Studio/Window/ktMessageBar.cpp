@@ -9,6 +9,7 @@
 #include <QStyle>
 #include <QTimer>
 #include <QToolButton>
+#include <QVariant>
 #include <QVBoxLayout>
 
 namespace {
