@@ -6,8 +6,8 @@
 
 #include <memory>
 
-/// Longest side of a picture in pixels; larger pictures are shrunk by a whole number. This is enough: their colours only
-/// tint bounced light and the preview.
+/// Longest side of a picture in pixels; larger pictures are shrunk by a whole number. This is enough: their colours
+/// only tint bounced light and the preview.
 const int ktLargestPicture_px = 2048;
 
 /// Decodes an image of a document (PNG, JPEG and other formats with a Qt plug-in). Throws ktFileError that names the
