@@ -17,10 +17,13 @@ ktSampler* createSampler(ktRaytracingUtils* utils, int count) {
     return utils->createSampler(count, count, 0, 1, 0.25f, 0.25f);
 }
 
+// Detaches the children from the first to the last. They are reversed before, because removing the first of many moves all
+// others.
 void releaseWorkingTree(const osg::NodePtr& root) {
     osg::beginEditCP(root, osg::Node::ChildrenFieldMask);
+    std::reverse(root->getMFChildren()->begin(), root->getMFChildren()->end());
     while (root->getNChildren() > 0)
-        root->subChild(osg::UInt32(0));
+        root->subChild(root->getNChildren() - 1);
     osg::endEditCP(root, osg::Node::ChildrenFieldMask);
     osg::subRefCP(root);
 }

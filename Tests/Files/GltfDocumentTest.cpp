@@ -220,6 +220,20 @@ TEST(GltfDocument, GivenNoGltf_SaysWhy) {
     EXPECT_EQ(problemWith(R"({"asset":{"version":"2.1"}})"), "");
 }
 
+TEST(GltfDocument, GivenCollectionThatIsNoArray_RefusesItWhenRead) {
+    const ktTestFolder folder;
+    for (const std::string key :
+         {"accessors", "buffers", "bufferViews", "extensionsUsed", "materials", "meshes", "nodes"})
+        for (const nlohmann::json& value : {nlohmann::json::object(), nlohmann::json(5), nlohmann::json("x")}) {
+            ktTestGltf file = ktSquare();
+            file.saveGltf(folder.path("a.gltf"));
+            EXPECT_EQ(problemOf(folder.path("a.gltf")), "");
+            file.json[key] = value;
+            ktWriteTestFile(folder.path("a.gltf"), file.json.dump());
+            EXPECT_EQ(problemOf(folder.path("a.gltf")), "/" + key + ": is not an array") << value;
+        }
+}
+
 TEST(GltfDocument, GivenRequiredExtension_RefusesUnsupportedOnesByName) {
     const ktTestFolder folder;
     const auto problemWith = [&](const char* name) {

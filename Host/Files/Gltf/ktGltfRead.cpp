@@ -40,6 +40,13 @@ void checkAsset(const ktJson& json) {
         throw ktFileError("/asset/minVersion", "asks for glTF " + least.substr(0, 20) + "; only glTF 2.0 can be read");
 }
 
+// Writing adds to these. A file in which that is not possible is refused before the bake and not after it.
+void checkCollections(const ktJson& json) {
+    for (const char* key : {"accessors", "buffers", "bufferViews", "extensionsUsed", "materials", "meshes", "nodes"})
+        if (const ktJson* collection = ktJsonMember(json, key); collection && !collection->is_array())
+            throw ktFileError(std::string("/") + key, "is not an array");
+}
+
 void cutToLength(ktGltfBuffer& buffer, const ktJson& entry, const std::string& object, ktFileMessages& messages) {
     const auto length = ktJsonWhole(entry, "byteLength");
     if (!length) {
@@ -110,6 +117,7 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
         ktBytes().swap(file);
     }
     checkAsset(document.json);
+    checkCollections(document.json);
     ktCheckRequiredExtensions(document.json);
     for (std::size_t i = 0; i < ktJsonCount(document.json, "buffers"); ++i)
         document.buffers.push_back(readBuffer(document, i, file, hasBinary, messages));
