@@ -129,7 +129,7 @@ std::vector<float> readShownNormals(const ktGltfDocument& document, const ktPrim
     const ktJson& attributes = document.json["meshes"][link.mesh]["primitives"][link.primitive]["attributes"];
     if (link.hasNormals && normals != osg::NullFC) {
         const auto* values = reinterpret_cast<const float*>(normals->getData());
-        shown.assign(values, values + 3 * normals->getSize());
+        shown.assign(values, values + 3 * std::size_t(normals->getSize()));
     } else if (const auto index = ktJsonWhole(attributes, "NORMAL")) { // calculated by an earlier bake
         const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
         for (std::size_t i = 0; i < link.vertexCount; ++i) {

@@ -14,9 +14,7 @@
 
 namespace fs = std::filesystem;
 
-using testing::Each;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace {

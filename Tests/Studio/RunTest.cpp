@@ -7,6 +7,8 @@
 #include "ktUndoMemory.h"
 #include "ktUndoStack.h"
 
+#include <functional>
+#include <gmock/gmock.h>
 #include <QAction>
 
 using StudioRun = ktStudioFixture;

@@ -17,6 +17,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <QCoreApplication>
 #include <QDir>
@@ -50,10 +51,13 @@ std::string pathOf(osg::NodePtr node) {
     std::string path;
     for (; node != osg::NullFC; node = node->getParent())
         if (const char* name = ktNodeUtils::getName(node); name && *name) {
-            std::string literal;
-            for (const char* c = name; *c; ++c)
-                literal += std::string(std::string("*?[]\\").find(*c) != std::string::npos ? "\\" : "") + *c;
-            path = "/" + literal + path;
+            std::string literal = "/";
+            for (const char* c = name; *c; ++c) {
+                if (std::strchr("*?[]\\", *c))
+                    literal += '\\';
+                literal += *c;
+            }
+            path.insert(0, literal);
         }
     return path;
 }
@@ -321,11 +325,11 @@ void ktStudioDocument::setOptions(const ktStudioOptions& newOptions, const QStri
 }
 
 void ktStudioDocument::logMessages(const QString& ofFile, const ktFileReport& report) const {
-    const std::string name = ofFile.toStdString();
+    const std::string prefix = ofFile.toStdString() + ": ";
     for (const ktFileWarning& warning : report.messages.warnings())
-        ktLogOutput::write(ktLogLevel::Warning, name + ": " + warning.text());
+        ktLogOutput::write(ktLogLevel::Warning, prefix + warning.text());
     for (const std::string& note : report.messages.notes())
-        ktLogOutput::write(ktLogLevel::Info, name + ": " + note);
+        ktLogOutput::write(ktLogLevel::Info, prefix + note);
 }
 
 void ktStudioDocument::fail(const ktFileReport& report) {

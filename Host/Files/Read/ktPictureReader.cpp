@@ -62,7 +62,7 @@ void copyShrunk(const QImage& image, int step, ktImage& picture) {
         std::uint8_t* const out = &picture.pixels[4 * rowSize * static_cast<std::size_t>(y / step)];
         for (std::size_t i = 0; i < sums.size(); ++i) {
             const auto left = static_cast<std::uint32_t>(image.width()) - static_cast<std::uint32_t>(i / 4) * step;
-            const std::uint32_t count = height * std::min(static_cast<std::uint32_t>(step), left);
+            const std::uint32_t count = std::max(1u, height * std::min(static_cast<std::uint32_t>(step), left));
             out[i] = static_cast<std::uint8_t>((sums[i] + count / 2) / count);
             sums[i] = 0;
         }
