@@ -17,8 +17,8 @@ ktSampler* createSampler(ktRaytracingUtils* utils, int count) {
     return utils->createSampler(count, count, 0, 1, 0.25f, 0.25f);
 }
 
-// Detaches the children from the first to the last. They are reversed before, because removing the first of many moves all
-// others.
+// Detaches the children from the first to the last. They are reversed before, because removing the first of many moves
+// all others.
 void releaseWorkingTree(const osg::NodePtr& root) {
     osg::beginEditCP(root, osg::Node::ChildrenFieldMask);
     std::reverse(root->getMFChildren()->begin(), root->getMFChildren()->end());
