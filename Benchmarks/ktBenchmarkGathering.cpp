@@ -3,6 +3,8 @@
 // traces packets of 16 neighbouring directions with the coherent flag, for vertices along a space-filling curve. Both
 // trace the same rays on the same threads, in turns in one process. The result is the median of the ratios of all
 // rounds, because other load on the machine slows both runs of a round alike.
+#include <tbb/task_arena.h> // before Qt, whose macro `emit` is a name inside TBB
+
 #include "ktBenchmarkScenes.h"
 #include "ktCommandLine.h"
 #include "ktEmbreeLoop.h"
@@ -25,7 +27,6 @@
 #include <map>
 #include <OpenSG/OSGGroup.h>
 #include <QCoreApplication>
-#include <tbb/task_arena.h>
 
 namespace {
 
