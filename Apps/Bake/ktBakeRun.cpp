@@ -113,7 +113,7 @@ private:
         }
         if (ktHasNoTriangles(ktScenegraph::getSelectedRootNodes()))
             return refuse("the selection holds no triangles; points or lines are not baked");
-        if (const std::string reason = ktFindMissingLight(ktScenegraph::getRootNode()); !reason.empty())
+        if (const std::string reason = ktCheckLights(ktScenegraph::getRootNode()); !reason.empty())
             return refuse(reason);
         followScene(options, scene.getDiagonal());
         stats.settings = describeSettings();

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Finds out whether a scene has the lights that a mode needs: without them, the result would be black.
+// Checks that a scene has the lights that a mode needs: with the colours of no lights, the result would be black.
 #include "ktSceneLights.h"
 
 #include "ktAmbientOcclusion.h"
 #include "ktLights.h"
+#include "ktLog.h"
 #include "ktSceneLight.h"
 
 #include <OpenSG/OSGSwitch.h>
@@ -28,11 +29,15 @@ static std::vector<osg::NodePtr> findVisibleLights(const osg::NodePtr& root) {
     return lights;
 }
 
-std::string ktFindMissingLight(const osg::NodePtr& root) {
+std::string ktCheckLights(const osg::NodePtr& root) {
     namespace Settings = ktAmbientOcclusionSettings;
     const int mode = Settings::Mode::get(*ktAmbientOcclusion::the());
-    if (mode == Settings::Mode::initial || !ktReadLights(findVisibleLights(root)).empty())
+    if (mode == ktAmbientOcclusion::Classic || !ktReadLights(findVisibleLights(root)).empty())
         return {};
-    return std::string("the mode ") + Settings::Mode::choices[mode] +
-           " needs a light that shines, and the scene has none; the mode classic needs none";
+    if (mode == ktAmbientOcclusion::LightAndShadows)
+        return std::string("the mode ") + Settings::Mode::choices[mode] +
+               " needs a light that shines, and the scene has none; the mode classic needs none";
+    ktLog::warning("The scene has no light that shines; the mode %s gives the same as the mode classic",
+                   Settings::Mode::choices[mode]);
+    return {};
 }

@@ -4,6 +4,7 @@
 #include <OpenSG/OSGNode.h>
 #include <string>
 
-/// Why the plug-in's current mode cannot be calculated in a scene: it needs a light, and no visible light shines.
-/// Empty if it can be.
-std::string ktFindMissingLight(const osg::NodePtr& root);
+/// Checks that the plug-in's current mode finds a visible light that shines.
+/// @return why the mode cannot be calculated: without lights, the result of light and shadows would be black. Empty if
+///         it can be. The mode with shadows alone gives the result of the classic mode then, with a warning in the log
+std::string ktCheckLights(const osg::NodePtr& root);

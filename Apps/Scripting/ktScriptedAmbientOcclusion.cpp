@@ -32,7 +32,7 @@ public:
         });
     }
 
-    std::string findObstacle() const override { return ktFindMissingLight(ktScenegraph::getRootNode()); }
+    std::string findObstacle() const override { return ktCheckLights(ktScenegraph::getRootNode()); }
 
     bool start(bool missingOnly) override {
         const double diagonal = ktSceneDiagonal(ktScenegraph::getRootNode());

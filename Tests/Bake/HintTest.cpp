@@ -28,18 +28,29 @@ ktBakeResult bake(const ktTestFolder& folder, const nlohmann::json& scene, const
 
 } // namespace
 
-TEST(Lights, GivenModeWithLightsAndNoneThatShines_SaysSo) {
+TEST(Lights, GivenModeLightAndShadowsAndNoneThatShines_SaysSo) {
     nlohmann::json hidden = litBox(100);
     hidden["nodes"][1]["extensions"]["KHR_node_visibility"] = {{"visible", false}};
-    for (const nlohmann::json& scene : {makeBoxes({{"box", {0, 0, 0}}}), litBox(0), hidden})
-        for (const std::string mode : {"shadows", "light-and-shadows"}) {
-            const ktTestFolder folder;
-            const ktBakeResult result = bake(folder, scene, {"--mode", mode});
-            EXPECT_EQ(result.exitCode, 3) << mode;
-            EXPECT_THAT(result.error, HasSubstr("error: scene.gltf: the mode " + mode +
-                                                " needs a light that shines, and the scene has none"));
-            EXPECT_FALSE(std::filesystem::exists(folder.path / "out.glb")) << "no black file";
-        }
+    for (const nlohmann::json& scene : {makeBoxes({{"box", {0, 0, 0}}}), litBox(0), hidden}) {
+        const ktTestFolder folder;
+        const ktBakeResult result = bake(folder, scene, {"--mode", "light-and-shadows"});
+        EXPECT_EQ(result.exitCode, 3);
+        EXPECT_THAT(result.error, HasSubstr("error: scene.gltf: the mode light-and-shadows needs a light that shines, "
+                                            "and the scene has none"));
+        EXPECT_FALSE(std::filesystem::exists(folder.path / "out.glb")) << "no black file";
+    }
+}
+
+TEST(Lights, GivenModeShadowsWithoutLights_WarnsAndBakesAsClassic) {
+    const ktTestFolder folder;
+    const nlohmann::json scene = makeBoxes({{"box", {0, 0, 0}}, {"other", {1.2f, 0, 0}}});
+    EXPECT_EQ(bake(folder, scene, {}).exitCode, 0);
+    const std::vector<float> classic = ktBakedFile(folder.file("out.glb")).allOcclusion();
+    const ktBakeResult result = bake(folder, scene, {"--mode", "shadows"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.error, HasSubstr("warning: The scene has no light that shines; the mode shadows gives the same "
+                                        "as the mode classic"));
+    EXPECT_EQ(ktBakedFile(folder.file("out.glb")).allOcclusion(), classic);
 }
 
 TEST(Lights, GivenALightThatShines_Bakes) {

@@ -47,14 +47,14 @@ class Distances(Host):
 class Lights(Host):
     def test_a_mode_with_lights_needs_one(self):
         self.open()
-        for mode in (1, 2):
-            kthost.settings.mode = mode
-            with self.assertRaises(kthost.Error) as caught:
-                kthost.bake()
-            self.assertIn("needs a light that shines, and the scene has none", str(caught.exception))
+        kthost.settings.mode = 2
+        with self.assertRaises(kthost.Error) as caught:
+            kthost.bake()
+        self.assertIn("needs a light that shines, and the scene has none", str(caught.exception))
         self.assertRaises(kthost.Error, kthost.results, "room0")
-        kthost.settings.mode = 0
-        self.assertTrue(kthost.bake())
+        for mode in (0, 1):
+            kthost.settings.mode = mode
+            self.assertTrue(kthost.bake())
 
 
 class UpAxis(Host):

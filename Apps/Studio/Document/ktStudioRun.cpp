@@ -126,7 +126,7 @@ bool ktStudioRun::start(bool missingOnly) {
         return refuse(AllLocked);
     if (!(plugin.getMinDistance() < plugin.getMaxDistance()))
         return refuse(WrongDistances);
-    if (!ktFindMissingLight(document.getRoot()).empty())
+    if (!ktCheckLights(document.getRoot()).empty())
         return refuse(NoLight);
     // So that the other nodes keep the settings that they were baked with.
     if (missingOnly && !selection.selectMissing(selected))

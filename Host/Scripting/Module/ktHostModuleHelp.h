@@ -17,8 +17,8 @@ inline const char module[] =
 inline const char error[] = "A call of kthost failed. The text names the file or the node, and the reason.";
 
 inline const char open[] =
-    "open(path, unit=\"auto\", unique_instances=False, ground_plane=False, up=\"auto\", crease_angle=30.0,\n"
-    "    keep_vertices=False)\n\n"
+    "open(path, unit=\"auto\", unique_instances=False, ground_plane=False, up=\"auto\", crease_angle=30.0, "
+    "keep_vertices=False)\n\n"
     "Closes the current scene, opens another (glTF, OBJ, PLY, STL, FBX, Collada and more), and selects its top\n"
     "nodes. Warnings go to the log.\n\n"
     "@param path: The file.\n@type path: str or os.PathLike\n"
