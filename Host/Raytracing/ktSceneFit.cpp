@@ -81,6 +81,7 @@ void ktSceneFit::setScene(const ktTracedScene& newScene) {
 void ktSceneFit::clear() {
     scene = nullptr;
     triangles.reset();
+    samples = {0, 0};
     task = {};
 }
 
@@ -115,5 +116,14 @@ const ktFitTask* ktSceneFit::prepare(const osg::GeometryPtr& geometry, const ktV
             std::make_shared<const std::vector<std::uint32_t>>(ktReadTriangles(ktViewGeometry(geometry), badTriangles));
     }
     task.triangles = triangles.get();
+    samples = {0, 0};
+    task.samples = &samples;
     return task.triangles->empty() ? nullptr : &task;
+}
+
+std::shared_ptr<const ktPassSamples> ktSceneFit::takeSamples(const ktVertexTask& vertexTask, bool indirect) {
+    const std::uint32_t* shared = task.sharedValues;
+    return std::make_shared<const ktPassSamples>(ktPassSamples{
+        triangles, vertexTask.toWorld, task.density, task.mostPoints, std::move(samples), indirect,
+        shared ? std::vector<std::uint32_t>(shared, shared + vertexTask.count) : std::vector<std::uint32_t>()});
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktFittedPass.h"
+#include "ktGeoSubdivisionRecord.h"
 #include "ktSampler.h"
 #include "ktTracedScene.h"
 
@@ -25,14 +26,15 @@ public:
     /// Whether the results of the run are fitted: whether there is a scene.
     bool isOn() const { return scene != nullptr; }
 
-    /// Prepares the fit of one geometry. The result is valid until the next call.
+    /// Prepares the fit of one geometry. The result is valid until the next call. What the pass traces is kept for
+    /// takeSamples().
     /// @param geometry   null gives null
     /// @param vertexTask its vertices
     /// @return null if the geometry has no triangles: then there is nothing to fit
     const ktFitTask* prepare(const osg::GeometryPtr& geometry, const ktVertexTask& vertexTask);
 
-    /// The triangles of the geometry that was prepared last.
-    std::shared_ptr<const std::vector<std::uint32_t>> preparedTriangles() const { return triangles; }
+    /// What the pass has traced for the geometry that was prepared last. Call once.
+    std::shared_ptr<const ktPassSamples> takeSamples(const ktVertexTask& vertexTask, bool indirect);
 
     /// How to fit any geometry of the scene; all but its triangles. Valid as long as this object and the tracer.
     ktFitTask settings(const ktVertexTask& vertexTask);
@@ -45,5 +47,6 @@ private:
     std::size_t mostPoints = 0;                                   // of a geometry
     std::map<std::uint32_t, std::unique_ptr<ktSampler>> samplers; // by rays per axis
     std::shared_ptr<const std::vector<std::uint32_t>> triangles;  // of the prepared geometry
+    ktFitSamples samples{0, 0};                                   // of the prepared geometry
     ktFitTask task;
 };

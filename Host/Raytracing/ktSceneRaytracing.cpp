@@ -330,13 +330,9 @@ const ktFitTask* ktSceneRaytracing::fitOf(const osg::Pnt3f* positions, const ktV
 }
 
 // Refinement may need what the pass has traced for this geometry.
-void ktSceneRaytracing::keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitTask& fit,
-                                    bool indirect) {
+void ktSceneRaytracing::keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, bool indirect) {
     passGeometry = geometry;
-    passSamples = std::make_shared<const ktPassSamples>(ktPassSamples{
-        sceneFit.preparedTriangles(), task.toWorld, fit.density, fit.mostPoints, std::move(*fit.samples), indirect,
-        fit.sharedValues ? std::vector<std::uint32_t>(fit.sharedValues, fit.sharedValues + task.count)
-                         : std::vector<std::uint32_t>()});
+    passSamples = sceneFit.takeSamples(task, indirect);
 }
 
 void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,
@@ -355,23 +351,20 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         const ktGeometryNumber geometry = numbers.find(positions);
         passSamples.reset();
         const ktFitTask* fit = fitOf(positions, task);
-        ktFitSamples samples(0, 0);
-        ktFitTask withSamples = fit ? *fit : ktFitTask();
-        withSamples.samples = &samples;
         ktPassCounts counts;
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
             std::vector<osg::Vec4f> traced(count);
             const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
             ktOcclusionTask withRings = task;
             withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-            counts = fit ? ktTraceFittedOcclusion(withRings, withSamples, traced.data(), done)
+            counts = fit ? ktTraceFittedOcclusion(withRings, *fit, traced.data(), done)
                          : ktPassCounts::ofVertices(task, ktTraceOcclusion(withRings, traced.data(), done));
             ktThrowIfCanceled();
             std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
         });
         unusableVertices += counts.unusable;
         if (fit)
-            keepSamples(geometry, task, withSamples, false);
+            keepSamples(geometry, task, false);
         countRays(geometry, count, counts, &ktRayCounts::direct);
         bounces.setDirect(task, true);
         if (const ktTracedGeometry* traced = scene.find(geometry))
@@ -397,16 +390,13 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         const ktGeometryNumber geometry = numbers.find(positions);
         passSamples.reset();
         const ktFitTask* fit = fitOf(positions, task);
-        ktFitSamples samples(0, 0);
-        ktFitTask withSamples = fit ? *fit : ktFitTask();
-        withSamples.samples = &samples;
         ktPassCounts counts;
         std::vector<float> received(3 * std::size_t(count));
         runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
             const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
             ktGatherTask withRings = task;
             withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-            counts = fit ? ktGatherFittedLight(withRings, withSamples, received.data(), done)
+            counts = fit ? ktGatherFittedLight(withRings, *fit, received.data(), done)
                          : ktPassCounts::ofVertices(task, ktGatherLight(withRings, received.data(), done));
             ktThrowIfCanceled();
             for (std::size_t i = 0; i < count; ++i)
@@ -415,7 +405,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         });
         lastGather = task;
         if (fit)
-            keepSamples(geometry, task, withSamples, true);
+            keepSamples(geometry, task, true);
         countRays(geometry, count, counts, &ktRayCounts::indirect);
         if (scene.find(geometry)) {
             bounces.setGathered(geometry, std::move(received));

@@ -58,7 +58,7 @@ public:
 
 private:
     const ktFitTask* fitOf(const osg::Pnt3f* positions, const ktVertexTask& task);
-    void keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, const ktFitTask& fit, bool indirect);
+    void keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, bool indirect);
     void countRays(ktGeometryNumber geometry, std::uint32_t vertices, const ktPassCounts& counts,
                    std::uint64_t ktRayCounts::*kind);
     ktVertexTask vertexTask(osg::UInt32 count, const osg::Matrix* toWorld, const osg::Pnt3f* positions,

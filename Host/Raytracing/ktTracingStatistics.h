@@ -18,12 +18,12 @@ struct ktTracingStatistics {
         std::uint64_t rays = 0;     ///< at its vertices or, with a fit, at the points on its faces
     };
 
-    ktRayCounts requested;                ///< of all geometries
-    ktRayCounts shared;                   ///< of these, not traced: an equal vertex has the same rays
-    ktRayCounts refining;                 ///< traced by refinement, at probes and new vertices; not in `requested`
-    std::uint64_t fitPoints = 0;          ///< points on faces that were traced to fit vertex values to them
-    std::uint64_t addedVertices = 0;      ///< by refinement
-    std::uint64_t occludingTriangles = 0; ///< at the last build; each instance counts
+    ktRayCounts requested;           ///< of all geometries
+    ktRayCounts shared;              ///< of these, not traced: an equal vertex has the same rays
+    ktRayCounts refining;            ///< traced by refinement: at points, probes and new vertices; not in `requested`
+    std::uint64_t fitPoints = 0;     ///< points on faces that were traced to fit vertex values to them
+    std::uint64_t addedVertices = 0; ///< by refinement
+    std::uint64_t occludingTriangles = 0;            ///< at the last build; each instance counts
     std::map<ktGeometryNumber, Geometry> geometries; ///< by number
 };
 

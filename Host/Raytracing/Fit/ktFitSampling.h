@@ -4,7 +4,13 @@
 #include "ktFitSolver.h"
 #include "ktFittedPass.h"
 
+#include <cstddef>
 #include <cstdint>
+
+/// Channels of the samples of direct light: w and, where lights shine, their colour before it.
+inline std::size_t ktDirectChannels(const ktOcclusionTask& task) {
+    return task.lights && !task.lights->empty() ? 4 : 1;
+}
 
 /// What tracing samples took.
 struct ktSampleCounts {

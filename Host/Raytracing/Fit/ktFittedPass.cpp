@@ -72,19 +72,17 @@ ktPassCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktF
                                     std::atomic<std::uint32_t>& done) {
     const ktFitMesh mesh = ktMakeFitMesh(vertexTask, *fit.triangles, true, fit.sharedValues);
     const ktFitPoints points(mesh, fit.density, fit.mostPoints);
-    const bool hasLights = vertexTask.lights && !vertexTask.lights->empty();
-    ktFitSamples samples(hasLights ? 4 : 1, points.size() + mesh.fine.size());
+    const std::size_t channels = ktDirectChannels(vertexTask);
+    ktFitSamples samples(channels, points.size() + mesh.fine.size());
     ktPassCounts counts;
     Sampling(vertexTask, fit, mesh, points, counts).run(samples, done);
 
-    const std::vector<ktFitLimits> limits = ktDirectLimits(samples.channels);
-    const std::vector<float> fitted = ktSolveFit(mesh, points, samples, limits);
+    const std::vector<float> fitted = ktSolveFit(mesh, points, samples, ktDirectLimits(channels));
     for (std::uint32_t vertex = 0; vertex < vertexTask.count; ++vertex) {
         if (mesh.unknownOf[vertex] == ktFitMesh::none)
             continue;
-        const float* values = &fitted[mesh.unknownOf[vertex] * limits.size()];
-        results[vertex] =
-            hasLights ? osg::Vec4f(values[0], values[1], values[2], values[3]) : osg::Vec4f(0, 0, 0, values[0]);
+        results[vertex] = osg::Vec4f(0, 0, 0, 0);
+        std::copy_n(&fitted[mesh.unknownOf[vertex] * channels], channels, &results[vertex][4 - channels]);
     }
     const ktVertexSubset alone = ktVertexSubset::withoutFace(vertexTask, mesh);
     if (alone.size() > 0) {

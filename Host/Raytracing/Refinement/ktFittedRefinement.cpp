@@ -6,8 +6,6 @@
 #include "ktFitPoints.h"
 #include "ktFitSampling.h"
 #include "ktParallel.h"
-#include "ktRefinement.h"
-#include "ktSharedEdges.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,7 +22,6 @@ constexpr float smallShare = 0.25f;           // then also this share of the thr
 constexpr float errorLeft = 0.3f, differenceLeft = 0.6f;
 constexpr float mostLeverage = 0.8f;
 constexpr std::size_t pointsAtOnce = 1 << 17; // bounds memory
-constexpr std::size_t cancelInterval = 1024;
 
 // Gathered light is noisier than w: its rays meet surfaces of unequal brightness. With less, bounces added three times
 // as many triangles to the truck, without a smaller error.
@@ -49,19 +46,15 @@ ktIllumination measureLight(const float* channels, std::size_t count, bool indir
 ktFittedRefinement::ktFittedRefinement(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes_,
                                        const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside,
                                        const ktRefinementTasks& tasks_, std::size_t most_)
-    : meshes(meshes_), tasks(tasks_), most(most_), refiner(ktWeldDistance(scene)) {
+    : ktRefinedMeshes(meshes_, scene, inside), tasks(tasks_), most(most_) {
     noise[0] = noise[1] = noiseOf(tasks.directFit->directions);
     if (tasks.gatherFit)
         noise[1] = gatheredNoise * noiseOf(tasks.gatherFit->directions);
+    Index triangles = 0;
     for (const auto& mesh : meshes) {
-        ktThrowIfCanceled();
-        firstTriangle.push_back(static_cast<Index>(refiner.triangles().size()));
-        refiner.addMesh(mesh->worldPositions(), mesh->triangles());
+        firstTriangle.push_back(triangles);
+        triangles += static_cast<Index>(mesh->triangles().size() / 3);
     }
-    refiner.setVertexLimit(ktRefinement::vertexLimit);
-    ktLockSharedEdges(refiner, scene, inside);
-    for (std::size_t v = 0; v < refiner.vertices().size(); ++v)
-        localIndex.push_back(static_cast<Index>(v) - refiner.firstVertex(refiner.vertices()[v].mesh));
     const std::size_t count = refiner.triangles().size();
     samples.resize(count);
     error.resize(count);
@@ -75,7 +68,7 @@ ktFittedRefinement::ktFittedRefinement(std::vector<std::unique_ptr<ktRefinementM
 }
 
 std::size_t ktFittedRefinement::channelsOf(bool indirect) const {
-    return indirect ? 3 : tasks.direct->lights && !tasks.direct->lights->empty() ? 4 : 1;
+    return indirect ? 3 : ktDirectChannels(*tasks.direct);
 }
 
 void ktFittedRefinement::refine(ktRefinementProgress& progress) {
@@ -380,9 +373,7 @@ bool ktFittedRefinement::mayBisect(Index triangle) const {
     if (!(error[triangle] > 0) || !isOff(triangle) || depth[triangle] >= (most > 0 ? deepest : 2 * request.rounds) ||
         refiner.isCollapsed(triangle))
         return false;
-    const ktConformingRefiner::Edge edge = refiner.longestEdge(triangle);
-    const double shortest = request.minEdgeLength;
-    return !refiner.isLocked(edge) && refiner.squaredLength(edge) > shortest * shortest;
+    return canSplit(refiner.longestEdge(triangle), request);
 }
 
 // Bisects triangles until the round is full. Returns whether there was any.
@@ -422,13 +413,7 @@ bool ktFittedRefinement::bisectWorst(ktRefinementProgress& progress) {
             add(bisection.newTriangle);
         }
     }
-    for (std::size_t v = localIndex.size(); v < refiner.vertices().size(); ++v) {
-        if (v % cancelInterval == 0)
-            ktThrowIfCanceled();
-        const ktConformingRefiner::Vertex& vertex = refiner.vertices()[v];
-        localIndex.push_back(meshes[vertex.mesh]->vertexCount());
-        meshes[vertex.mesh]->addVertex(localIndex[vertex.parents[0]], localIndex[vertex.parents[1]]);
-    }
+    addNewVertices();
     progress.newVertices = newVertexCount();
     return refiner.triangles().size() > before;
 }
@@ -461,16 +446,4 @@ void ktFittedRefinement::takeBisection(const ktConformingRefiner::Bisection& bis
         fresh.push_back(part);
         isMeshFresh[refiner.triangles()[part].mesh] = 1;
     }
-}
-
-std::vector<std::vector<std::uint32_t>> ktFittedRefinement::triangles() const {
-    std::vector<std::vector<std::uint32_t>> result(meshes.size());
-    for (Index t = 0; t < refiner.triangles().size(); ++t) {
-        if (t % cancelInterval == 0)
-            ktThrowIfCanceled();
-        if (!refiner.isCollapsed(t))
-            for (Index v : refiner.triangles()[t].vertices)
-                result[refiner.triangles()[t].mesh].push_back(localIndex[v]);
-    }
-    return result;
 }

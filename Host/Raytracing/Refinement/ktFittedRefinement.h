@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktConformingRefiner.h"
 #include "ktFitMesh.h"
 #include "ktFitPoints.h"
-#include "ktRefinementMesh.h"
+#include "ktRefinedMeshes.h"
 #include "ktRefinementProgress.h"
 #include "ktSurfaceSamples.h"
-#include "ktTracedScene.h"
 
 #include <cstdint>
 #include <memory>
@@ -21,10 +19,9 @@
 /// of the noise is subtracted, so that it adds no vertices. A triangle is only bisected if a point in it is off by more
 /// than the threshold of its mesh. Points stay valid when their triangle is cut; small parts get new ones. Call on one
 /// worker thread; it uses all.
-class ktFittedRefinement {
+class ktFittedRefinement : public ktRefinedMeshes {
 public:
-    /// @param meshes in an order that does not depend on that of the nodes
-    /// @param inside the geometries of the meshes; edges that other geometries share are not split
+    /// See ktRefinedMeshes.
     /// @param most   triangles of all meshes together; refinement stops there. 0: no limit
     /// @throws ktCanceled, std::exception
     ktFittedRefinement(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
@@ -32,15 +29,10 @@ public:
 
     /// Runs all rounds. The meshes then have the values of all vertices. @throws ktCanceled, std::exception
     void refine(ktRefinementProgress& progress);
-    /// Triangles of each mesh, as indices of its vertices. Leaves out triangles without area.
-    std::vector<std::vector<std::uint32_t>> triangles() const;
     const ktRayCounts& rays() const { return traced; }
     std::uint64_t pointCount() const { return pointTotal; }
-    std::size_t newVertexCount() const { return refiner.vertices().size() - refiner.originalVertexCount(); }
 
 private:
-    using Index = ktConformingRefiner::Index;
-
     /// A point where light is to be traced.
     struct NewPoint {
         Index triangle;
@@ -72,16 +64,12 @@ private:
     std::size_t channelsOf(bool indirect) const;
     float* valuesOf(ktRefinementMesh& mesh, Index vertex) const;
     std::size_t triangleCount() const { return refiner.triangles().size() - collapsedCount; }
-    ktRefinementMesh& meshOf(Index triangle) const { return *meshes[refiner.triangles()[triangle].mesh]; }
 
-    std::vector<std::unique_ptr<ktRefinementMesh>>& meshes;
     const ktRefinementTasks& tasks;
     const std::size_t most;
-    ktConformingRefiner refiner;
     std::vector<Index> firstTriangle; ///< by mesh
     std::size_t collapsedCount = 0;
-    float noise[2];                ///< variance of direct and of indirect light at a point
-    std::vector<Index> localIndex; ///< by vertex of the refiner: index in its mesh
+    float noise[2]; ///< variance of direct and of indirect light at a point
     ktSurfaceSamples samples;
 
     // By triangle.

@@ -5,7 +5,6 @@
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
 #include "ktParallelSort.h"
-#include "ktSharedEdges.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +14,6 @@ namespace {
 
 constexpr double spacingShare = 1.0 / 128; // desired spacing of the first round's points, by the scene's diagonal
 constexpr int mostPointsAlong = 24;        // largest number of points along a row, and of rows
-constexpr std::size_t cancelInterval = 1024;
 
 bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) {
     return std::fabs(a[0] - b[0]) > threshold || std::fabs(a[1] - b[1]) > threshold;
@@ -26,19 +24,14 @@ bool differs(const ktIllumination& a, const ktIllumination& b, float threshold) 
 ktRefinementGroup::ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes_,
                                      const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside,
                                      const ktRefinementTasks& tasks_)
-    : meshes(meshes_), tasks(tasks_), refiner(ktWeldDistance(scene)), spacing(spacingShare * scene.diagonal) {
+    : ktRefinedMeshes(meshes_, scene, inside), tasks(tasks_), spacing(spacingShare * scene.diagonal) {
     float difference[2] = {std::numeric_limits<float>::max(), std::numeric_limits<float>::max()};
     for (const auto& mesh : meshes) {
-        ktThrowIfCanceled();
-        refiner.addMesh(mesh->worldPositions(), mesh->triangles());
         float& smallest = difference[mesh->request().indirect];
         smallest = std::min(smallest, mesh->request().threshold);
     }
     direct = std::make_unique<ktRefinementProbes>(tasks, difference[0], false);
     indirect = std::make_unique<ktRefinementProbes>(tasks, difference[1], true);
-    ktLockSharedEdges(refiner, scene, inside);
-    for (std::size_t v = 0; v < refiner.vertices().size(); ++v)
-        localIndex.push_back(static_cast<Index>(v) - refiner.firstVertex(refiner.vertices()[v].mesh));
     samples.resize(refiner.triangles().size());
     isSmooth.resize(refiner.triangles().size(), false);
 }
@@ -56,13 +49,9 @@ void ktRefinementGroup::refine(ktRefinementProgress& progress) {
         chooseEdges();
         splitEdges();
         addNewVertices();
+        traceNewVertices();
         progress.newVertices = newVertexCount();
     }
-}
-
-bool ktRefinementGroup::canSplit(Edge edge, const ktRefinementRequest& request) const {
-    const double shortest = request.minEdgeLength;
-    return !refiner.isLocked(edge) && refiner.squaredLength(edge) > shortest * shortest;
 }
 
 // Chooses the edges to split in this round. Traces no probes where an edge is already chosen.
@@ -284,15 +273,7 @@ void ktRefinementGroup::distributeSamples() {
     active.erase(std::unique(active.begin(), active.end()), active.end());
 }
 
-void ktRefinementGroup::addNewVertices() {
-    for (std::size_t v = localIndex.size(); v < refiner.vertices().size(); ++v) {
-        if (v % cancelInterval == 0)
-            ktThrowIfCanceled();
-        const ktConformingRefiner::Vertex& vertex = refiner.vertices()[v];
-        ktRefinementMesh& mesh = *meshes[vertex.mesh];
-        localIndex.push_back(mesh.vertexCount());
-        mesh.addVertex(localIndex[vertex.parents[0]], localIndex[vertex.parents[1]]);
-    }
+void ktRefinementGroup::traceNewVertices() {
     // In parallel, because many small meshes must keep all workers busy, too.
     ktParallel::forRange(meshes.size(), 1, [this](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i)
@@ -306,16 +287,4 @@ ktRayCounts ktRefinementGroup::rays() const {
     for (const auto& mesh : meshes)
         sum += mesh->rays();
     return sum;
-}
-
-std::vector<std::vector<std::uint32_t>> ktRefinementGroup::triangles() const {
-    std::vector<std::vector<std::uint32_t>> result(meshes.size());
-    for (Index t = 0; t < refiner.triangles().size(); ++t) {
-        if (t % cancelInterval == 0)
-            ktThrowIfCanceled();
-        if (!refiner.isCollapsed(t))
-            for (Index v : refiner.triangles()[t].vertices)
-                result[refiner.triangles()[t].mesh].push_back(localIndex[v]);
-    }
-    return result;
 }

@@ -1,44 +1,34 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktConformingRefiner.h"
 #include "ktHashMap.h"
-#include "ktRefinementMesh.h"
+#include "ktRefinedMeshes.h"
 #include "ktRefinementProbes.h"
 #include "ktRefinementProgress.h"
-#include "ktTracedScene.h"
 
 #include <memory>
 #include <set>
 #include <unordered_set>
 #include <vector>
 
-/// Meshes that are refined together.
+/// Meshes that are refined together, where light changes between vertices.
 ///
 /// Each round traces probes at the midpoints of edges and inside faces, in the triangles that the previous round made.
 /// It splits edges where light changes. The first round probes a grid of points in every triangle. The parts of a split
 /// triangle inherit these samples, so later rounds probe only faces without a sample. Call on one worker thread;
 /// tracing uses all worker threads.
-class ktRefinementGroup {
+class ktRefinementGroup : public ktRefinedMeshes {
 public:
-    /// @param meshes in an order that does not depend on that of the nodes
-    /// @param inside the geometries of the meshes; edges that other geometries share are not split
-    /// @throws ktCanceled, std::exception
+    /// See ktRefinedMeshes. @throws ktCanceled, std::exception
     ktRefinementGroup(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes, const ktTracedScene& scene,
                       const std::set<ktGeometryNumber>& inside, const ktRefinementTasks& tasks);
 
     /// Runs all rounds. @throws ktCanceled, std::exception
     void refine(ktRefinementProgress& progress);
-    /// Triangles of each mesh, as indices of its vertices. Leaves out triangles without area.
-    std::vector<std::vector<std::uint32_t>> triangles() const;
     /// Rays that refine() traced.
     ktRayCounts rays() const;
-    std::size_t newVertexCount() const { return refiner.vertices().size() - refiner.originalVertexCount(); }
 
 private:
-    using Index = ktConformingRefiner::Index;
-    using Edge = ktConformingRefiner::Edge;
-
     /// Light at a point inside a triangle, given by the weights of its corners.
     struct Sample {
         std::array<float, 3> weights;
@@ -74,22 +64,17 @@ private:
     std::vector<Edge> sortedEdgesToSplit() const;
     void splitEdges();
     void distributeSamples();
-    void addNewVertices();
+    void traceNewVertices();
 
-    bool canSplit(Edge edge, const ktRefinementRequest& request) const;
-    ktRefinementMesh& meshOf(Index triangle) const { return *meshes[refiner.triangles()[triangle].mesh]; }
     ktRefinementProbes& probesOf(Index triangle) { return meshOf(triangle).request().indirect ? *indirect : *direct; }
     const ktIllumination& lightAt(Index vertex) const {
         return meshes[refiner.vertices()[vertex].mesh]->illumination(localIndex[vertex]);
     }
 
-    std::vector<std::unique_ptr<ktRefinementMesh>>& meshes;
     const ktRefinementTasks& tasks;
-    ktConformingRefiner refiner;
     std::unique_ptr<ktRefinementProbes> direct, indirect; ///< for requests that compare this light
     double spacing;                                       ///< between grid points of the first round
     int round = 0;
-    std::vector<Index> localIndex;            ///< by vertex of the refiner: index in its mesh
     std::vector<Index> active;                ///< triangles that are new in this round
     std::vector<std::vector<Sample>> samples; ///< by triangle
     std::vector<bool> isSmooth;               ///< by triangle: no edge needs a split
