@@ -40,10 +40,10 @@ kt_changed_files() {
     } | awk '!seen[$0]++' | (cd "$kt_root" && while IFS= read -r file; do [ ! -f "$file" ] || printf '%s\n' "$file"; done)
 }
 
-# The folder that clang builds in. Without precompiled headers, each file has to include what it uses.
+# The folder that clang builds in. Without precompiled headers and joined sources, each file has to include what it uses.
 kt_clang_build=$kt_root/build/gate-clang
 kt_clang_options=(-DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0
-    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON)
+    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DKT_JOIN_SOURCES=OFF)
 
 # kt_sanitize NAME SANITIZERS TARGETS: builds the targets with gcc's sanitizers in build/gate-NAME.
 kt_sanitize() {

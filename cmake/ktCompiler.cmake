@@ -20,6 +20,13 @@ endif()
 # Each top folder of this tree adds these for itself: a project around this one keeps its own choice.
 set(kt_own_warnings $<$<CXX_COMPILER_ID:GNU>:-Wshadow> $<$<CXX_COMPILER_ID:GNU>:-Wmissing-declarations>)
 
+# kt_join_sources(TARGET): with KT_JOIN_SOURCES, the target's sources are compiled together, eight at once. Names in their
+# unnamed namespaces must then differ. The tracer, tests and benchmarks are not joined: their code should be what a
+# compiler makes of each file alone.
+function(kt_join_sources target)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ${KT_JOIN_SOURCES} UNITY_BUILD_BATCH_SIZE 8)
+endfunction()
+
 if(KT_SANITIZE)
     add_compile_options(-fsanitize=${KT_SANITIZE} -fno-omit-frame-pointer)
     # Reports name lines. Other build types have what they need for that.

@@ -77,7 +77,7 @@ kt_configure() {
     # would mislead the next one.
     [ -f "$build/build.ninja" ] && [ -f "$build/CMakeCache.txt" ] && return
     rm -rf "$build/CMakeCache.txt" "$build/CMakeFiles"
-    cmake -S "$kt_root" -B "$build" -G Ninja "$@"
+    cmake -S "$kt_root" -B "$build" -G Ninja -DKT_JOIN_SOURCES=ON "$@"
 }
 
 # On a terminal: shows the last line of the build output in place of the previous one.

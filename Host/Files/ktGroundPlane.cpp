@@ -62,7 +62,7 @@ std::size_t addNode(ktGltfDocument& document, const Grid& grid, const ktNodeTree
     ktGltfStore store(document);
     const auto vectors = [&](const std::vector<float>& values, bool limits) {
         ktGltfNewAccessor accessor;
-        accessor.view = store.addView(values.data(), values.size() * sizeof(float), 0, 34962);
+        accessor.view = store.addView(values.data(), values.size() * sizeof(float), 0, ktVertexTarget);
         accessor.byteOffset = 0;
         accessor.count = values.size() / 3;
         accessor.type = "VEC3";
@@ -78,7 +78,7 @@ std::size_t addNode(ktGltfDocument& document, const Grid& grid, const ktNodeTree
     const std::size_t positions = vectors(grid.positions, true);
     const std::size_t normals = vectors(grid.normals, false);
     ktGltfNewAccessor triangles;
-    triangles.view = store.addView(grid.indices.data(), grid.indices.size() * sizeof grid.indices[0], 0, 34963);
+    triangles.view = store.addView(grid.indices.data(), grid.indices.size() * sizeof grid.indices[0], 0, ktIndexTarget);
     triangles.byteOffset = 0;
     triangles.count = grid.indices.size();
     triangles.component = ktComponent::UnsignedShort;

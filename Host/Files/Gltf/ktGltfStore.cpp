@@ -202,7 +202,7 @@ void ktGltfStore::finish() {
     }
     if (!freedViews.empty()) {
         const char nothing[8] = {};
-        const std::size_t view = addView(nothing, sizeof nothing, 0, 34962);
+        const std::size_t view = addView(nothing, sizeof nothing, 0, ktVertexTarget);
         for (const std::size_t i : freedViews)
             list("bufferViews")[i] = list("bufferViews")[view];
         freedViews.clear();

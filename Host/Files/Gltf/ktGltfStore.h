@@ -3,6 +3,9 @@
 
 #include "ktGltfAccessor.h"
 
+/// What a buffer view is for (glTF 2.0, bufferView.target).
+constexpr int ktVertexTarget = 34962, ktIndexTarget = 34963;
+
 /// An accessor to add.
 struct ktGltfNewAccessor {
     std::size_t view;
@@ -32,7 +35,7 @@ public:
 
     /// Adds a buffer view with a copy of the data, aligned to 4 bytes. Returns its index.
     /// @param stride bytes from one element to the next, needed if several accessors use the view; 0: none
-    /// @param target 34962 for vertices, 34963 for indices
+    /// @param target ktVertexTarget or ktIndexTarget
     std::size_t addView(const void* data, std::size_t size, std::size_t stride, int target);
     /// Adds an accessor to a view. Returns its index.
     std::size_t addAccessor(const ktGltfNewAccessor& accessor);

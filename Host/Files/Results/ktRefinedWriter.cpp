@@ -13,7 +13,6 @@
 
 namespace {
 
-const int vertexTarget = 34962;
 const char* const vectorTypes[] = {"", "SCALAR", "VEC2", "VEC3", "VEC4"};
 
 ktJson& primitiveOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
@@ -44,9 +43,9 @@ void normalize(std::vector<float>& values, std::size_t width) {
     }
 }
 
-class Writer {
+class MeshWriter {
 public:
-    Writer(ktGltfDocument& document_, ktGltfStore& store_, const ktPrimitiveLink& link_)
+    MeshWriter(ktGltfDocument& document_, ktGltfStore& store_, const ktPrimitiveLink& link_)
         : document(document_), store(store_), link(link_), geometry(link_.geometry) {}
 
     void write(ktFileMessages& messages);
@@ -62,9 +61,9 @@ private:
     osg::GeometryPtr geometry;
 };
 
-std::size_t Writer::add(const std::vector<float>& values, int width, bool limits) {
+std::size_t MeshWriter::add(const std::vector<float>& values, int width, bool limits) {
     ktGltfNewAccessor accessor;
-    accessor.view = store.addView(values.data(), values.size() * sizeof(float), 0, vertexTarget);
+    accessor.view = store.addView(values.data(), values.size() * sizeof(float), 0, ktVertexTarget);
     accessor.byteOffset = 0;
     accessor.count = values.size() / static_cast<std::size_t>(width);
     accessor.type = vectorTypes[width];
@@ -80,13 +79,13 @@ std::size_t Writer::add(const std::vector<float>& values, int width, bool limits
     return store.addAccessor(accessor);
 }
 
-void Writer::set(const char* name, const std::vector<float>& values, int width) {
+void MeshWriter::set(const char* name, const std::vector<float>& values, int width) {
     const std::size_t accessor = add(values, width, std::strcmp(name, "POSITION") == 0);
     primitiveOf(document, link)["attributes"][name] = accessor;
 }
 
 // Calculated normals are written if viewers need them. Those of turned parts would not say that they were turned.
-void Writer::writeNormals() {
+void MeshWriter::writeNormals() {
     const std::vector<std::uint8_t> turned = ktTurnedVertices(link);
     if (geometry->getNormals() == osg::NullFC || (!link.hasNormals && (link.isFlat || !turned.empty())))
         return;
@@ -98,7 +97,7 @@ void Writer::writeNormals() {
     set("NORMAL", normals, 3);
 }
 
-void Writer::write(ktFileMessages& messages) {
+void MeshWriter::write(ktFileMessages& messages) {
     set("POSITION", floatsOf(geometry->getPositions(), 3), 3);
     writeNormals();
     if (link.colorWidth && geometry->getColors() != osg::NullFC)
@@ -139,5 +138,5 @@ void ktForgetRefined(ktGltfDocument& document, const ktPrimitiveLink& link) {
 
 void ktWriteRefined(ktGltfDocument& document, ktGltfStore& store, const ktPrimitiveLink& link,
                     ktFileMessages& messages) {
-    Writer(document, store, link).write(messages);
+    MeshWriter(document, store, link).write(messages);
 }

@@ -14,8 +14,6 @@
 
 namespace {
 
-const int vertexTarget = 34962;
-
 ktJson* attributesOf(ktGltfDocument& document, const ktPrimitiveLink& link) {
     ktJson* mesh = ktJsonElement(document.json, "meshes", link.mesh);
     ktJson* primitive = mesh ? ktJsonElement(*mesh, "primitives", link.primitive) : nullptr;
@@ -228,7 +226,7 @@ void Writer::writePart(bool Parts::*part, std::size_t Layer::*accessor, const ch
                     values.push_back(get(element));
     if (values.empty())
         return;
-    const std::size_t view = store.addView(values.data(), values.size() * sizeof(Value), sizeof(Value), vertexTarget);
+    const std::size_t view = store.addView(values.data(), values.size() * sizeof(Value), sizeof(Value), ktVertexTarget);
     std::size_t offset = 0;
     for (auto& [key, layers] : groups)
         if (std::get<3>(key).*part)
@@ -256,7 +254,7 @@ std::size_t Writer::standInColor(std::size_t count) {
             if (!use.hadColor)
                 largest = std::max(largest, std::get<0>(use.group));
         const std::vector<std::uint32_t> white(largest, 0xFFFFFFFFu);
-        standInView = store.addView(white.data(), white.size() * sizeof white[0], sizeof white[0], vertexTarget);
+        standInView = store.addView(white.data(), white.size() * sizeof white[0], sizeof white[0], ktVertexTarget);
     }
     ktGltfNewAccessor entry;
     entry.view = standInView;

@@ -13,8 +13,6 @@
 
 namespace {
 
-const int vertexTarget = 34962;
-
 const char* typeName(int components) {
     const char* const names[] = {"", "SCALAR", "VEC2", "VEC3", "VEC4"};
     return components <= 4 ? names[components] : "MAT4";
@@ -42,9 +40,9 @@ float componentAt(const std::uint8_t* at, ktComponent type) {
     return 0.0f;
 }
 
-class Writer {
+class Splitter {
 public:
-    Writer(ktGltfDocument& document_, ktGltfStore& store_, const ktPrimitiveLink& link_, ktFileMessages& messages_)
+    Splitter(ktGltfDocument& document_, ktGltfStore& store_, const ktPrimitiveLink& link_, ktFileMessages& messages_)
         : document(document_), store(store_), link(link_), messages(messages_) {}
 
     void write();
@@ -61,7 +59,7 @@ private:
     std::map<std::pair<std::size_t, bool>, std::size_t> copies;
 };
 
-std::size_t Writer::copy(std::size_t accessor, bool limits) {
+std::size_t Splitter::copy(std::size_t accessor, bool limits) {
     const auto known = copies.find({accessor, limits});
     if (known != copies.end())
         return known->second;
@@ -90,11 +88,11 @@ std::size_t Writer::copy(std::size_t accessor, bool limits) {
         to.min.push_back(low);
         to.max.push_back(high);
     }
-    to.view = store.addView(bytes.data(), bytes.size(), stride, vertexTarget);
+    to.view = store.addView(bytes.data(), bytes.size(), stride, ktVertexTarget);
     return copies[{accessor, limits}] = store.addAccessor(to);
 }
 
-void Writer::copyAll(ktJson& attributes, const std::string& object) {
+void Splitter::copyAll(ktJson& attributes, const std::string& object) {
     if (!attributes.is_object())
         return;
     for (auto entry = attributes.begin(); entry != attributes.end();) {
@@ -112,7 +110,7 @@ void Writer::copyAll(ktJson& attributes, const std::string& object) {
     }
 }
 
-void Writer::write() {
+void Splitter::write() {
     const std::string object = ktPointer("meshes", link.mesh) + "/primitives/" + std::to_string(link.primitive);
     copyAll(primitive()["attributes"], object + "/attributes");
     for (std::size_t t = 0; t < ktJsonCount(primitive(), "targets"); ++t)
@@ -125,5 +123,5 @@ void Writer::write() {
 } // namespace
 
 void ktWriteSplit(ktGltfDocument& document, ktGltfStore& store, const ktPrimitiveLink& link, ktFileMessages& messages) {
-    Writer(document, store, link, messages).write();
+    Splitter(document, store, link, messages).write();
 }

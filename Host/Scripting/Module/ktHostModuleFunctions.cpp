@@ -19,7 +19,7 @@ constexpr std::size_t mostFunctions = 48;
 
 std::array<PyObject*, mostFunctions> targets; // owned until the process ends; the module exists once
 std::array<PyMethodDef, mostFunctions> definitions;
-std::array<std::string, mostFunctions> names, texts;
+std::array<std::string, mostFunctions> functionNames, texts;
 
 PyObject* plainArguments(PyObject* arguments) {
     const Py_ssize_t count = PyTuple_GET_SIZE(arguments);
@@ -87,10 +87,10 @@ void ktFinishFunctions(const python::object& module) {
             continue;
         if (count == mostFunctions)
             throw std::length_error("kthost has more functions than expected");
-        names[count] = python::extract<std::string>(name);
+        functionNames[count] = python::extract<std::string>(name);
         texts[count] = withSignature(python::extract<std::string>(function.attr("__doc__")));
         targets[count] = python::incref(function.ptr());
-        definitions[count] = {names[count].c_str(),
+        definitions[count] = {functionNames[count].c_str(),
                               reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(calls[count])),
                               METH_VARARGS | METH_KEYWORDS, texts[count].c_str()};
         python::setattr(

@@ -2,6 +2,7 @@
 // Counts triangles and results below the nodes of the scene, a few milliseconds at a time.
 #include "ktNodeSummaries.h"
 
+#include "ktBakedLight.h"
 #include "ktControllerState.h"
 #include "ktGeometryInstances.h"
 #include "ktHostSignals.h"
@@ -13,17 +14,6 @@
 namespace {
 
 constexpr auto longestWork = std::chrono::milliseconds(8);
-constexpr float leastResult = 1e-6f; // a channel without larger w holds no result
-
-bool hasResult(const osg::GeometryPtr& geometry) {
-    const auto results = osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7());
-    if (results == osg::NullFC)
-        return false;
-    for (const osg::Vec4f& value : results->getField())
-        if (value[3] > leastResult)
-            return true;
-    return false;
-}
 
 } // namespace
 
@@ -51,7 +41,7 @@ ktNodeSummaries::Summary ktNodeSummaries::summaryOf(const osg::GeometryPtr& geom
     if (isNew && geometry->getPositions() != osg::NullFC) {
         sum.triangles = ktCountTriangles(geometry);
         sum.geometries = sum.triangles > 0;
-        sum.withResults = sum.triangles > 0 && hasResult(geometry);
+        sum.withResults = sum.triangles > 0 && ktFindBakedChannels(geometry).results;
     }
     return sum;
 }
