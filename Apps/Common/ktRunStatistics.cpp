@@ -6,6 +6,7 @@
 #include "ktGeometryList.h"
 #include "ktLogOutput.h"
 #include "ktThreadCount.h"
+#include "ktVersion.h"
 
 #include <sys/resource.h>
 #include <type_traits>
@@ -56,7 +57,7 @@ QJsonObject ktRunStatistics::toJson() const {
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
     return {
-        {"version", getPluginVersion()},
+        {"version", ktProjectVersion()},
         {"scene", QString::fromStdString(scene)},
         {"output", output.empty() ? QJsonValue() : QJsonValue(QString::fromStdString(output))},
         {"settings", settings},

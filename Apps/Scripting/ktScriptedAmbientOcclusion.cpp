@@ -13,6 +13,7 @@
 #include "ktScriptedPlugin.h"
 #include "ktScriptedStatistics.h"
 #include "ktUndoPause.h"
+#include "ktVersion.h"
 
 #include <iterator>
 #include <QJsonDocument>
@@ -50,7 +51,7 @@ public:
     void cancel() override { plugin.cancelCalculation(); }
     bool needsPictures() const override { return plugin.isIndirectIlluminationEnabled(); }
 
-    std::string getVersion() const override { return getPluginVersion(); }
+    std::string getVersion() const override { return ktProjectVersion(); }
 
     std::vector<Setting> getSettings() const override {
         std::vector<Setting> settings;

@@ -9,6 +9,7 @@
 #include "ktLengthUnit.h"
 #include "ktNearNames.h"
 #include "ktPreview.h"
+#include "ktVersion.h"
 
 #include <functional>
 #include <iterator>
@@ -357,7 +358,7 @@ private:
         app.set_help_flag("-h,--help", "print this")->group(group);
         describe("-v,-V,--version", "print the version");
         app.add_flag_callback(
-               "-v,-V,--version", [] { throw CLI::CallForVersion(std::string("ktbake ") + getPluginVersion(), 0); },
+               "-v,-V,--version", [] { throw CLI::CallForVersion(std::string("ktbake ") + ktProjectVersion(), 0); },
                "print the version")
             ->group(group)
             ->option_text(" ");

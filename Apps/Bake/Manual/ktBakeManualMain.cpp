@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Writes the manual page, the completions and the list of settings of ktbake into a folder. The build runs it.
-#include "ktAmbientOcclusion.h"
 #include "ktBakeCompletions.h"
 #include "ktBakeManualPage.h"
 #include "ktBakeSettingsList.h"
+#include "ktVersion.h"
 
 #include <fstream>
 #include <iostream>
@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
     const std::vector<ktBakeOptionInfo> options = describeBakeOptions();
     const std::string folder = std::string(argv[1]) + "/";
     for (const auto& [name, content] :
-         {std::make_pair("ktbake.1", makeManualPage(options, getPluginVersion())),
+         {std::make_pair("ktbake.1", makeManualPage(options, ktProjectVersion())),
           std::make_pair("ktbake.bash", ktBakeCompletions::makeBash(options)),
           std::make_pair("_ktbake", ktBakeCompletions::makeZsh(options)),
           std::make_pair("ktbake.fish", ktBakeCompletions::makeFish(options)),

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The main function of ktstudio: reads the command line and shows the window.
-#include "ktAmbientOcclusion.h"
 #include "ktLengthUnit.h"
 #include "ktPresetStore.h"
 #include "ktStudioWindow.h"
 #include "ktUpAxis.h"
+#include "ktVersion.h"
 
 #include <clocale>
 #include <cstdio>
@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     // The texts of the command line need no display.
     QCoreApplication::setApplicationName("ktstudio");
-    QCoreApplication::setApplicationVersion(getPluginVersion());
+    QCoreApplication::setApplicationVersion(ktProjectVersion());
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QCoreApplication::translate("main", "Opens a scene, bakes light into its vertices, shows and saves it."));
@@ -70,7 +70,7 @@ int main(int argc, char** argv) {
         parser.parse(application.arguments());
         if (parser.isSet(help))
             parser.showHelp(0);
-        std::printf("ktstudio %s\n", getPluginVersion());
+        std::printf("ktstudio %s\n", ktProjectVersion());
         return 0;
     }
     QApplication application(argc, argv);

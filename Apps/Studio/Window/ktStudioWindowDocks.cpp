@@ -11,6 +11,7 @@
 #include "ktScenePanel.h"
 #include "ktSceneView.h"
 #include "ktStudioWindow.h"
+#include "ktVersion.h"
 
 #include <QAction>
 #include <QDialog>
@@ -112,6 +113,6 @@ void ktStudioWindow::makeHelpMenu() {
         QMessageBox::about(this, tr("About ktstudio"),
                            tr("<b>ktstudio %1</b><p>Bakes ambient occlusion and bounced light into the vertices of a "
                               "scene.<p>Licence: LGPL 2.1 or later")
-                               .arg(getPluginVersion()));
+                               .arg(ktProjectVersion()));
     });
 }
