@@ -1,6 +1,10 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-# What is installed: libraries, headers, ktbake with its manual page and completions, ktstudio with its desktop file, and the
-# CMake package `ktAmbientOcclusion`. Included last, when all targets exist. Libraries find each other relative to themselves, so the folder can be moved.
+# What is installed, by component. Included last, when all targets exist. cmake/ktLayout.cmake says where.
+#
+# runtime      libraries, ktbake with its manual page and completions
+# development  headers, the CMake package `ktAmbientOcclusion`, the file for pkg-config
+# studio       ktstudio with its manual page, desktop file and icon; nothing if it is not built
+# python       the modules for scripts with their stubs
 
 include(CMakePackageConfigHelpers)
 set(kt_include ${CMAKE_INSTALL_INCLUDEDIR}/ktAmbientOcclusion)
@@ -22,8 +26,12 @@ function(kt_install_library target)
         list(APPEND both $<INSTALL_INTERFACE:${folder}>)
     endforeach()
     set_property(TARGET ${target} PROPERTY INTERFACE_INCLUDE_DIRECTORIES "${both}")
+    get_target_property(type ${target} TYPE)
+    if(NOT type STREQUAL "INTERFACE_LIBRARY")
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH "${KT_LIBRARY_RPATH}")
+    endif()
     install(TARGETS ${target} EXPORT ktAmbientOcclusionTargets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        LIBRARY DESTINATION ${KT_LIBRARY_FOLDER} COMPONENT runtime NAMELINK_COMPONENT runtime)
 endfunction()
 
 kt_install_library(ktOpenSG ${kt_include})
@@ -32,28 +40,52 @@ kt_install_library(ktHost)
 kt_install_library(ktHostInternals ${kt_include}/Host/Core ${kt_include}/Host/Scene ${kt_include}/Host/Files
     ${kt_include}/Host/Viewing)
 kt_install_library(ktAmbientOcclusion ${kt_include}/AmbientOcclusion)
-install(TARGETS ktbake RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+set_target_properties(ktbake ktstudio PROPERTIES INSTALL_RPATH "${KT_PROGRAM_RPATH}")
+install(TARGETS ktbake RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.bash RENAME ktbake
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-install(FILES ${KT_BAKE_MANUAL_FOLDER}/_ktbake DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
-install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
-# ./bake builds only ktbake, and the installation must not fail without the window.
-install(TARGETS ktstudio RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} OPTIONAL)
-install(FILES ${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
-install(FILES ${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.svg
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
-install(FILES ${PROJECT_SOURCE_DIR}/Examples/scenes.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ktAmbientOcclusion/Examples)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+install(FILES ${KT_BAKE_MANUAL_FOLDER}/_ktbake DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT runtime)
+install(FILES ${KT_BAKE_MANUAL_FOLDER}/ktbake.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+    COMPONENT runtime)
+
+# ./bake builds only ktbake. Without the window, nothing that belongs to it is installed.
+configure_file(${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.1.in ${PROJECT_BINARY_DIR}/Apps/ktstudio.1 @ONLY)
+function(kt_install_for_studio folder)
+    foreach(file IN LISTS ARGN)
+        install(CODE "
+            if(EXISTS \"$<TARGET_FILE:ktstudio>\")
+                file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${folder}\" TYPE FILE FILES \"${file}\")
+            endif()" COMPONENT studio)
+    endforeach()
+endfunction()
+install(TARGETS ktstudio RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT studio OPTIONAL)
+kt_install_for_studio(${CMAKE_INSTALL_MANDIR}/man1 ${PROJECT_BINARY_DIR}/Apps/ktstudio.1)
+kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/applications ${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.desktop)
+kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
+    ${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.svg)
+kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/ktAmbientOcclusion/Examples ${PROJECT_SOURCE_DIR}/Examples/scenes.py)
+
 if(TARGET kthost)
-    install(TARGETS kthost LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    # The plug-in is a module, too. It loads its libraries from where the interpreter finds the link to it.
+    set_target_properties(ktAmbientOcclusion kthost PROPERTIES INSTALL_RPATH "${KT_MODULE_RPATH}")
+    install(TARGETS kthost LIBRARY DESTINATION ${KT_PYTHON_FOLDER} COMPONENT python)
     install(FILES ${PROJECT_SOURCE_DIR}/Apps/Scripting/kthost.pyi ${PROJECT_SOURCE_DIR}/Apps/Scripting/ktAmbientOcclusion.pyi
-        DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        DESTINATION ${KT_PYTHON_FOLDER} COMPONENT python)
+    install(CODE "
+        set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${KT_PYTHON_FOLDER}\")
+        message(STATUS \"Installing: \${folder}/ktAmbientOcclusion.so\")
+        file(CREATE_LINK \"${kt_libraries_from_modules}/ktAmbientOcclusion.so\" \"\${folder}/ktAmbientOcclusion.so\" SYMBOLIC)
+        list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${CMAKE_INSTALL_PREFIX}/${KT_PYTHON_FOLDER}/ktAmbientOcclusion.so\")
+        " COMPONENT python)
 endif()
 
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h" PATTERN "*.inl")
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_include} FILES_MATCHING PATTERN "*.h"
-    PATTERN "*Python*" EXCLUDE)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/Host/Include DESTINATION ${kt_include}/Host FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} COMPONENT development
+    FILES_MATCHING PATTERN "*.h" PATTERN "*.inl")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_include} COMPONENT development
+    FILES_MATCHING PATTERN "*.h" PATTERN "*Python*" EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Host/Include DESTINATION ${kt_include}/Host COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
 # From the rooms of the host, only headers that declare exported symbols, and the headers that these include. The rooms of a
 # folder are installed together.
 set(kt_host_folders Core Scene Files Viewing)
@@ -72,18 +104,24 @@ foreach(folder IN LISTS kt_host_folders)
     endforeach()
 endforeach()
 foreach(folder IN LISTS kt_host_folders)
-    install(DIRECTORY DESTINATION ${kt_include}/Host/${folder})
+    install(DIRECTORY DESTINATION ${kt_include}/Host/${folder} COMPONENT development)
     foreach(header IN LISTS headers_${folder})
         get_filename_component(name ${header} NAME)
         if(header IN_LIST exported_${folder} OR name IN_LIST included)
-            install(FILES ${header} DESTINATION ${kt_include}/Host/${folder})
+            install(FILES ${header} DESTINATION ${kt_include}/Host/${folder} COMPONENT development)
         endif()
     endforeach()
 endforeach()
 
-install(EXPORT ktAmbientOcclusionTargets NAMESPACE ktAmbientOcclusion:: DESTINATION ${kt_package})
+install(EXPORT ktAmbientOcclusionTargets NAMESPACE ktAmbientOcclusion:: DESTINATION ${kt_package} COMPONENT development)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ktAmbientOcclusionConfig.cmake.in
     ${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfig.cmake INSTALL_DESTINATION ${kt_package})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfig.cmake
-    ${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfigVersion.cmake DESTINATION ${kt_package})
+    ${PROJECT_BINARY_DIR}/ktAmbientOcclusionConfigVersion.cmake DESTINATION ${kt_package} COMPONENT development)
+file(RELATIVE_PATH kt_prefix_from_pkgconfig /usr/${CMAKE_INSTALL_LIBDIR}/pkgconfig /usr)
+string(REGEX REPLACE "/$" "" kt_prefix_from_pkgconfig "${kt_prefix_from_pkgconfig}")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/Packages/ktAmbientOcclusion.pc.in ${PROJECT_BINARY_DIR}/ktAmbientOcclusion.pc
+    @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/ktAmbientOcclusion.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT development)

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -109,7 +110,7 @@ void flushStreams() {
     PyErr_Clear();
 }
 
-/// The folder of the libraries, where the modules for scripts are.
+/// The folder of the libraries.
 std::string libraryFolder() {
     Dl_info info{};
     if (dladdr(reinterpret_cast<const void*>(&ktScript::run), &info) == 0 || !info.dli_fname)
@@ -119,10 +120,21 @@ std::string libraryFolder() {
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
-void findModulesBesideLibraries() {
-    const ktPythonObject folder(ktPythonText(libraryFolder()));
-    if (PyObject* const search = PySys_GetObject(const_cast<char*>("path")))
-        PyList_Append(search, folder.get());
+/// Where the modules for scripts are: beside the libraries, or, in an installation, where the interpreter looks below
+/// /usr.
+std::string moduleFolder() {
+    std::string libraries = libraryFolder();
+    std::error_code missing;
+    const auto module = std::filesystem::canonical(libraries + "/" KT_MODULES_FROM_LIBRARIES "/kthost.so", missing);
+    return missing ? libraries : module.parent_path().string();
+}
+
+/// Scripts find the modules of this installation, not those of another one that the interpreter finds by itself.
+void findModules() {
+    const ktPythonObject folder(ktPythonText(moduleFolder()));
+    PyObject* const search = PySys_GetObject(const_cast<char*>("path"));
+    if (search && PySequence_Contains(search, folder.get()) == 0)
+        PyList_Insert(search, 0, folder.get());
 }
 
 ktScripting::Result execute(const std::string& source, const char* name) {
@@ -172,7 +184,7 @@ void ktScripting::start() {
     if (!Py_IsInitialized()) {
         Py_InitializeEx(0); // the application handles its own signals
         emptyMainNamespace();
-        findModulesBesideLibraries();
+        findModules();
         ktScriptInterrupt::prepare();
     }
     attach();

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 # Tests an installation in a moved folder. Usage:
-# cmake -DBUILD=... -DWORK=... -DOUTSIDE=... -DGENERATOR=... -DCXX=... -DSANITIZE=... -P InstallTest.cmake
+# cmake -DBUILD=... -DWORK=... -DOUTSIDE=... -DGENERATOR=... -DCXX=... -DSANITIZE=... -DVERSION=... -DLIBRARIES=... -P
+# InstallTest.cmake
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -27,8 +28,35 @@ if(NOT output MATCHES "version 10.0, 1 child, shadow quality 2")
 endif()
 
 run(${WORK}/moved/bin/ktbake --version)
-if(NOT output MATCHES "ktbake 10.0")
+if(NOT output STREQUAL "ktbake ${VERSION}\n")
     message(FATAL_ERROR "The installed ktbake prints: ${output}")
+endif()
+
+# Programs that are not built with CMake use pkg-config.
+find_program(PKG_CONFIG pkg-config REQUIRED)
+get_filename_component(folder ${LIBRARIES} DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} ${WORK}/moved/${folder}/pkgconfig)
+run(${PKG_CONFIG} --modversion ktAmbientOcclusion)
+if(NOT output STREQUAL "${VERSION}\n")
+    message(FATAL_ERROR "pkg-config gives the version ${output}")
+endif()
+run(${PKG_CONFIG} --cflags --libs ktAmbientOcclusion)
+separate_arguments(options UNIX_COMMAND "${flags} ${output}")
+run(${CXX} -std=c++17 -fPIC ${OUTSIDE}/outside.cpp -o ${WORK}/outside/without-cmake ${options})
+run(${WORK}/outside/without-cmake)
+
+# The manual page of the window names each of its options.
+if(EXISTS ${WORK}/moved/bin/ktstudio)
+    run(${WORK}/moved/bin/ktstudio --help)
+    string(REGEX MATCHALL "--[a-z]+" names "${output}")
+    list(LENGTH names count)
+    file(READ ${WORK}/moved/share/man/man1/ktstudio.1 page)
+    string(REPLACE "\\-" "-" page "${page}")
+    foreach(name IN LISTS names)
+        if(count LESS 4 OR NOT page MATCHES "${name}[^a-z]")
+            message(FATAL_ERROR "The manual page of ktstudio does not have ${name}:\n${page}")
+        endif()
+    endforeach()
 endif()
 
 # The manual page and the completions are where man and the shells look.
@@ -44,7 +72,7 @@ foreach(file man/man1/ktbake.1 bash-completion/completions/ktbake zsh/site-funct
 endforeach()
 
 # No installed file may refer to the folder where it was built.
-file(GLOB libraries ${WORK}/moved/lib/*.so ${WORK}/moved/bin/*)
+file(GLOB libraries ${WORK}/moved/${LIBRARIES}/*.so ${WORK}/moved/lib/python*/dist-packages/kthost.so ${WORK}/moved/bin/*)
 list(LENGTH libraries count)
 if(count LESS 4)
     message(FATAL_ERROR "Libraries are missing; only these are installed: ${libraries}")

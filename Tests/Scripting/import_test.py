@@ -23,7 +23,7 @@ def main():
         assert process.returncode == 0, (process.returncode, output)
         files = output.split("|")
         for path in files[1:3]:
-            assert os.path.dirname(os.path.realpath(path)) == folder, path
+            assert os.path.realpath(os.path.dirname(path)) == folder, path
         assert files[3].strip() == "1", output
     print("imported from", folder)
 
