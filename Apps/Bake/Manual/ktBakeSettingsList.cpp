@@ -4,6 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionSettings.h"
+#include "ktVersion.h"
 
 #include <cmath>
 #include <iterator>
@@ -78,5 +79,5 @@ QByteArray makeSettingsList(const std::vector<ktBakeOptionInfo>& options) {
     for (const ktBakeOptionInfo& option : options)
         optionList.append(describe(option));
     Settings::forEachSetting<&Settings::Places::options>([&](auto row) { settings.append(describeSetting(row)); });
-    return QJsonDocument({{"version", getPluginVersion()}, {"options", optionList}, {"settings", settings}}).toJson();
+    return QJsonDocument({{"version", ktProjectVersion()}, {"options", optionList}, {"settings", settings}}).toJson();
 }
