@@ -10,8 +10,8 @@
 #include "ktSceneDistances.h"
 #include "ktScenegraph.h"
 #include "ktSceneLights.h"
+#include "ktSceneStatistics.h"
 #include "ktScriptedPlugin.h"
-#include "ktScriptedStatistics.h"
 #include "ktUndoPause.h"
 #include "ktVersion.h"
 
@@ -192,7 +192,7 @@ private:
     ktAmbientOcclusion& plugin = load();
     ktGivenDistances given; ///< by a setting, a preset or the arguments of a calculation
     bool isStarting = false;
-    ktScriptedStatistics statistics;
+    ktSceneStatistics statistics;
 };
 
 } // namespace

@@ -201,6 +201,10 @@ void ktSceneFile::loadPictures(ktFileReport& report, const std::function<bool()>
     reportOf(data->document.path, report, [&] { data->scene.materials->loadPictures(report.messages); });
 }
 
+bool ktSceneFile::hasPicturesToLoad() const {
+    return data->scene.materials->hasPicturesToLoad();
+}
+
 osg::NodePtr ktSceneFile::addGroundPlane(ktFileReport& report) {
     osg::NodePtr plane;
     reportOf(data->document.path, report,
@@ -209,7 +213,9 @@ osg::NodePtr ktSceneFile::addGroundPlane(ktFileReport& report) {
 }
 
 bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFileReport& report) {
+    const ktReadInterrupt interrupt(options.isInterrupted);
     return reportOf(path, report, [&] {
+        ktReadInterrupt::check();
         const std::vector<ktPrimitiveLink>& primitives = data->scene.primitives;
         // Writing refined geometry drops what the file had for it. An application may undo the refinement, so that
         // happens in a copy.

@@ -38,6 +38,8 @@ struct ktSaveOptions {
     float exposure = 1.0f; ///< factor on that light, above 0
     /// How strongly that light darkens the colours, from 0: light below 1 is raised to this power. 0 does not darken.
     float strength = 1.0f;
+    /// Asked from time to time, on the calling thread; true ends the saving with an error. May be empty.
+    std::function<bool()> isInterrupted = {};
 };
 
 /// The result of opening or saving.
@@ -73,14 +75,18 @@ public:
 
     /// Decodes the pictures of the materials, which only bounced light and previews need. Leaves out, with a warning,
     /// pictures that cannot be decoded. Later calls do nothing.
-    /// @param isInterrupted as in ktOpenOptions; the next call then goes on
+    /// @param isInterrupted as in ktOpenOptions; the next call then goes on. With it, pictures are decoded on another
+    /// thread, so that the caller can handle events in it
     void loadPictures(ktFileReport& report, const std::function<bool()>& isInterrupted = {});
+    /// Whether loadPictures() has something to do.
+    bool hasPicturesToLoad() const;
     /// The scene's ground plane; adds one if there is none. Null, with a warning, if the scene has no extent.
     osg::NodePtr addGroundPlane(ktFileReport& report);
 
     /// Writes the scene as .glb or .gltf, by the ending of `path`: results, settings, locks and texts of its nodes, and
     /// refined geometry. Replaces the file as a whole; on failure sets report.error and leaves the file unchanged. May
-    /// be called repeatedly.
+    /// be called repeatedly. May be called on another thread, while nothing changes the scene and nobody uses this
+    /// object.
     bool save(const QString& path, const ktSaveOptions& options, ktFileReport& report);
 
 private:

@@ -2,7 +2,9 @@
 // Opens, saves and watches the scene's file, and knows whether something is unsaved.
 #include "ktStudioDocument.h"
 
+#include "ktAddedScene.h"
 #include "ktAmbientOcclusionSettings.h"
+#include "ktBackgroundWork.h"
 #include "ktLengthUnit.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
@@ -15,6 +17,7 @@
 #include "ktUndoPause.h"
 #include "ktUndoStack.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -43,6 +46,12 @@ private:
 };
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 constexpr double guessedDiagonal = 3000; // millimetres; see ktDecideUnit()
 
@@ -85,12 +94,21 @@ ktUndoStack& ktStudioDocument::undoStack() const {
     return *ktUndoStack::get(0);
 }
 
-osg::NodePtr ktStudioDocument::getRoot() const {
-    return file ? file->getRoot() : osg::NodePtr();
+ktStudioDocument::Work::Work(ktStudioDocument& document_, const QString& what_)
+    : document(document_), what(what_), wasReading(std::exchange(document.reading, true)) {
+    if (!wasReading)
+        document.isReadingCancelled = false;
+    emit document.workChanged(true, what);
 }
 
-std::vector<osg::NodePtr> ktStudioDocument::getTopNodes() const {
-    return file ? file->getTopNodes() : std::vector<osg::NodePtr>();
+ktStudioDocument::Work::~Work() {
+    document.reading = wasReading;
+    emit document.workChanged(false, what);
+}
+
+bool ktStudioDocument::Work::goOn(double share) {
+    emit document.workProgressed(share);
+    return !document.letEventsIn();
 }
 
 double ktStudioDocument::getUnit_mm() const {
@@ -121,12 +139,12 @@ bool ktStudioDocument::letEventsIn() {
     return isReadingCancelled;
 }
 
-bool ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& newOptions,
-                            std::unique_ptr<ktSceneFile>& newFile) {
+std::unique_ptr<ktSceneFile> ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& newOptions,
+                                                    bool& isUnitGuess) {
     const auto unit = ktParseLengthUnit(newOptions.unit.toStdString());
     if (!unit) {
         emit failed(tr("%1 is no unit of length.").arg(newOptions.unit));
-        return false;
+        return nullptr;
     }
     reading = true;
     isReadingCancelled = false;
@@ -136,6 +154,8 @@ bool ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& n
     openOptions.unit = *unit;
     openOptions.up = ktParseUpAxis(newOptions.up.toStdString());
     openOptions.uniqueInstances = newOptions.uniqueInstances;
+    openOptions.creaseAngle_deg = newOptions.creaseAngle_deg;
+    openOptions.keepVertices = newOptions.keepVertices;
     auto last = std::chrono::steady_clock::now();
     openOptions.isInterrupted = [this, last]() mutable {
         const auto now = std::chrono::steady_clock::now();
@@ -146,32 +166,37 @@ bool ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& n
         return isCancelled;
     };
     ktFileReport report;
-    newFile = ktSceneFile::open(newPath, openOptions, report);
+    std::unique_ptr<ktSceneFile> newFile = ktSceneFile::open(newPath, openOptions, report);
     if (newFile && newOptions.groundPlane)
         newFile->addGroundPlane(report);
     logMessages(newPath, report);
     // What has no unit, or a size that is hardly meant, gets this diagonal.
-    const bool isGuess =
+    isUnitGuess =
         unit->isAutomatic() && newFile && std::abs(ktSceneDiagonal(newFile->getRoot()) - guessedDiagonal) < 0.5;
     reading = false;
     emit readingChanged(false, what);
-    if (!newFile) {
-        if (isReadingCancelled)
-            emit failed(tr("%1 was not opened: cancelled.").arg(QFileInfo(newPath).fileName()));
-        else
-            fail(report);
-        return false;
-    }
-    unitIsGuessed = isGuess;
-    return true;
+    if (!newFile && isReadingCancelled)
+        emit failed(tr("%1 was not opened: cancelled.").arg(QFileInfo(newPath).fileName()));
+    else if (!newFile)
+        fail(report);
+    return newFile;
 }
 
 bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& newOptions) {
-    std::unique_ptr<ktSceneFile> newFile;
-    const QString absolute = QFileInfo(newPath).absoluteFilePath();
-    if (reading || !read(absolute, newOptions, newFile))
+    if (reading)
         return false;
+    const QString absolute = QFileInfo(newPath).absoluteFilePath();
+    const auto started = Clock::now();
+    bool isGuess = false;
+    std::unique_ptr<ktSceneFile> newFile = read(absolute, newOptions, isGuess);
+    if (!newFile)
+        return false;
+    unitIsGuessed = isGuess;
+    readSeconds = secondsSince(started);
     undoStack().clear();
+    const std::vector<std::shared_ptr<ktAddedScene>> oldAdded = std::move(added);
+    added.clear();
+    const osg::NodeRefPtr oldGroup = std::exchange(group, osg::NodeRefPtr());
     savedCommand = 0;
     // The old scene lives until its views have let go of it.
     std::swap(file, newFile);
@@ -186,6 +211,7 @@ bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& n
     wasModified = false;
     emit opened();
     emit modifiedChanged(false);
+    showPictures();
     return true;
 }
 
@@ -223,12 +249,17 @@ bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {
         if (node != osg::NullFC)
             selected.push_back(pathOf(node));
     const QString output = outputPath;
+    const QStringList addedPaths = getAddedPaths();
     reloading = true;
     const bool isOpened = open(QString(path), newOptions);
     reloading = false;
     if (!isOpened)
         return false;
     outputPath = output;
+    if (!addedPaths.isEmpty()) {
+        const ktUndoPause pause; // they belong to what was read
+        addFiles(addedPaths);
+    }
     std::vector<osg::NodePtr> nodes;
     for (const std::string& name : selected)
         for (const osg::NodePtr& node : ktSceneState::findNodes(name))
@@ -239,26 +270,50 @@ bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {
 }
 
 void ktStudioDocument::loadPictures() {
+    const auto load = [this](ktSceneFile& from, const QString& fromPath) {
+        ktFileReport report;
+        from.loadPictures(report, [this] { return letEventsIn(); });
+        logMessages(fromPath, report);
+    };
     if (!file)
         return;
     isReadingCancelled = false;
-    ktFileReport report;
-    file->loadPictures(report, [this] { return letEventsIn(); });
-    logMessages(path, report);
+    load(*file, path);
+    for (const std::shared_ptr<ktAddedScene>& scene : added)
+        load(scene->getFile(), scene->getPath());
 }
 
-bool ktStudioDocument::writeTo(const QString& newPath, ktFileReport& report) {
+// The scene is in view before, without its pictures.
+void ktStudioDocument::showPictures() {
+    if (!file->hasPicturesToLoad() && std::none_of(added.begin(), added.end(), [](const auto& scene) {
+            return scene->getFile().hasPicturesToLoad();
+        }))
+        return;
+    {
+        const Work work(*this, tr("Reading pictures"));
+        loadPictures();
+    }
+    emit picturesLoaded();
+}
+
+bool ktStudioDocument::writeTo(ktSceneFile& written, const QString& newPath, ktFileReport& report) {
+    const Work work(*this, tr("Saving %1").arg(QFileInfo(newPath).fileName()));
     ktSaveOptions saveOptions;
+    saveOptions.isInterrupted = [this] { return isReadingCancelled.load(); };
     saveOptions.multiplyColors = options.multiplyColors;
     saveOptions.strength = static_cast<float>(options.strength);
     saveOptions.exposure = static_cast<float>(options.exposure);
-    return file->save(newPath, saveOptions, report);
+    bool isWritten = false;
+    ktRunInBackground([&] { isWritten = written.save(newPath, saveOptions, report); });
+    return isWritten;
 }
 
 bool ktStudioDocument::saveCopy(const QString& copyPath) {
     ktFileReport report;
-    if (!file || writeTo(copyPath, report))
+    if (!file || writeTo(*file, copyPath, report))
         return file != nullptr;
+    if (isReadingCancelled)
+        return false;
     ktLog::warning("No copy for a recovery was written: %s", report.error.c_str());
     return false;
 }
@@ -275,42 +330,51 @@ bool ktStudioDocument::openCopy(const QString& copyPath, const QString& scenePat
     return true;
 }
 
+bool ktStudioDocument::saveOne(ktSceneFile& written, const QString& newPath) {
+    ktFileReport report;
+    const bool isSaved = writeTo(written, newPath, report);
+    logMessages(newPath, report);
+    if (isSaved)
+        ktLog::info("%s: saved", qUtf8Printable(newPath));
+    else if (isReadingCancelled)
+        emit failed(tr("%1 was not saved: cancelled.").arg(QFileInfo(newPath).fileName()));
+    else
+        fail(report);
+    return isSaved;
+}
+
 bool ktStudioDocument::saveAs(const QString& newPath) {
-    if (!file || newPath.isEmpty())
+    if (!file || reading || newPath.isEmpty())
         return false;
     const bool isSourceReplaced = QFileInfo(newPath).absoluteFilePath() == path;
-    ktFileReport report;
-    const bool isSaved = writeTo(newPath, report);
-    logMessages(newPath, report);
-    if (!isSaved) {
-        fail(report);
+    const auto started = Clock::now();
+    if (!saveOne(*file, newPath))
         return false;
-    }
     outputPath = QFileInfo(newPath).absoluteFilePath();
+    if (!saveAdded())
+        return false;
     savedCommand = ktSceneCommand::findNewest(undoStack());
     undoStack().setClean();
     if (isSourceReplaced)
         watch();
     noteModified();
-    ktLog::info("%s: saved", qUtf8Printable(newPath));
-    emit saved(outputPath);
+    emit saved(outputPath, secondsSince(started));
     return true;
 }
 
-bool ktStudioDocument::savePreview(const QString& picturePath) {
+bool ktStudioDocument::savePreview(const QString& picturePath, const ktPreviewOptions& look) {
     if (!file || reading)
         return false;
-    reading = true;
-    isReadingCancelled = false;
-    const QString what = tr("Drawing %1").arg(QFileInfo(picturePath).fileName());
-    emit readingChanged(true, what);
-    loadPictures();
-    ktPreviewOptions previewOptions;
-    previewOptions.exposure = static_cast<float>(options.exposure);
-    previewOptions.isInterrupted = [this] { return isReadingCancelled.load(); };
-    const std::string reason = ktWritePreview(getRoot(), picturePath.toStdString(), previewOptions);
-    reading = false;
-    emit readingChanged(false, what);
+    std::string reason;
+    {
+        const Work work(*this, tr("Drawing %1").arg(QFileInfo(picturePath).fileName()));
+        loadPictures();
+        ktPreviewOptions previewOptions = look;
+        previewOptions.exposure = static_cast<float>(options.exposure);
+        previewOptions.isInterrupted = [this] { return isReadingCancelled.load(); };
+        previewOptions.progressed = [this](double share) { emit workProgressed(share); };
+        reason = ktWritePreview(getRoot(), picturePath.toStdString(), previewOptions);
+    }
     if (!reason.empty()) {
         const QString text = tr("%1: the picture cannot be written: %2").arg(picturePath, reason.c_str());
         ktLog::error("%s", qUtf8Printable(text));

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <memory>
 #include <OpenSG/OSGNode.h>
+#include <OpenSG/OSGRefPtr.h>
 #include <optional>
 #include <QDateTime>
 #include <QObject>
@@ -15,11 +16,14 @@
 #include <string>
 #include <vector>
 
+class ktAddedScene;
 class ktSceneFile;
 class ktUndoStack;
 class QFileSystemWatcher;
 class QTimer;
 struct ktFileReport;
+struct ktPreviewOptions;
+struct ktSceneCamera;
 
 /// The open scene and its files. Messages about files go to the host's log. Main thread only; make one object.
 class ktStudioDocument : public QObject {
@@ -29,6 +33,7 @@ public:
     ~ktStudioDocument() override;
 
     bool isOpen() const { return file != nullptr; }
+    /// Whether a file is read, or other Work is on.
     bool isReading() const { return reading; }
     const QString& getPath() const { return path; } ///< of the file that was read
     /// Where save() writes; empty until saveAs().
@@ -41,8 +46,13 @@ public:
     double getUnit_mm() const;                           ///< of the file
     bool isUnitGuessed() const { return unitIsGuessed; } ///< the scene was scaled to a size that people bake
 
-    osg::NodePtr getRoot() const; ///< null if nothing is open
-    std::vector<osg::NodePtr> getTopNodes() const;
+    double getReadSeconds() const { return readSeconds; }
+
+    osg::NodePtr getRoot() const;                  ///< null if nothing is open
+    std::vector<osg::NodePtr> getTopNodes() const; ///< of all files: what there is to select
+    /// What a tree of the scene shows first: the top nodes; with several files, one node for each file.
+    std::vector<osg::NodePtr> getTreeNodes() const;
+    const std::vector<ktSceneCamera>& getCameras() const; ///< of the opened file; needs an open file
     ktUndoStack& undoStack() const;
 
     /// Reads a file and makes it the host's scene, with its top nodes selected and an empty undo stack. Handles events
@@ -51,41 +61,82 @@ public:
     /// Reads the file once more. Keeps the selection by the names of the nodes.
     bool reload(const ktStudioReadOptions& options);
     bool isReloading() const { return reloading; } ///< during opened()
+    /// Adds files to the open scene as one undo step: parts beside it, or its surroundings. The selection stays. A file
+    /// of the opened file's format is read with its options and its unit. A file that cannot be read is left out, with
+    /// failed().
+    /// @return number of files that were added
+    int addFiles(const QStringList& paths);
+    QStringList getAddedPaths() const;
     /// Reads a copy of a scene (see saveCopy()) as that scene, with unsaved changes.
     bool openCopy(const QString& copyPath, const QString& scenePath, const ktStudioReadOptions& options);
     void cancelReading() { isReadingCancelled = true; }
     /// Decodes the pictures, which bounced light needs. Handles events meanwhile; cancelReading() ends it.
     void loadPictures();
 
-    /// Writes the scene; on failure emits failed() and an existing file is unchanged.
+    /// Writes the opened file's part of the scene, then added files with new results beside it as NAME-baked.glb.
+    /// Handles events meanwhile; cancelReading() ends it. On failure or cancel emits failed(), and a file that exists
+    /// is unchanged.
     bool saveAs(const QString& newPath);
     bool save() { return saveAs(outputPath); }
     /// Writes the scene to another file without a change of what is unsaved. A failure is logged only.
     bool saveCopy(const QString& copyPath);
-    /// Draws the picture of `ktbake --preview`; on failure emits failed().
-    bool savePreview(const QString& picturePath);
+    /// Draws the picture of `ktbake --preview`; on failure emits failed(). Size, view and headlight of the options
+    /// hold.
+    bool savePreview(const QString& picturePath, const ktPreviewOptions& look);
+
+    /// During its lifetime, something takes its time while the scene stays in view. Nothing may change meanwhile.
+    class Work {
+    public:
+        /// @param what is done, in words
+        Work(ktStudioDocument& document, const QString& what);
+        ~Work();
+        Work(const Work&) = delete;
+        Work& operator=(const Work&) = delete;
+        /// Tells the share that is done, and handles events. @return false: the user has cancelled
+        bool goOn(double share);
+
+    private:
+        ktStudioDocument& document;
+        const QString what;
+        const bool wasReading; ///< inside other work
+    };
 
     const ktStudioOptions& getOptions() const { return options; }
     /// Changes options as one undo step, called `text`.
     void setOptions(const ktStudioOptions& newOptions, const QString& text);
 
 signals:
-    /// A file is read, or a picture drawn: what is done, in words. Meanwhile nothing may change.
+    /// A file is read: what is done, in words. Meanwhile nothing may change.
     void readingChanged(bool isReading, const QString& what);
+    /// As readingChanged(), but the scene stays in view.
+    void workChanged(bool isWorking, const QString& what);
+    void workProgressed(double share);
+    /// Files were added to the scene or removed from it.
+    void filesChanged();
+    /// The materials have their pictures now.
+    void picturesLoaded();
     /// Another scene is open; the old one is gone.
     void opened();
     void modifiedChanged(bool isModified);
     void optionsChanged();
-    void saved(const QString& path);
+    void saved(const QString& path, double seconds);
     void failed(const QString& reason);
     /// Another program has changed the file that was read.
     void changedOnDisk();
 
 private:
+    class AddCommand;
     class OptionsCommand;
 
-    bool writeTo(const QString& newPath, ktFileReport& report);
-    bool read(const QString& newPath, const ktStudioReadOptions& options, std::unique_ptr<ktSceneFile>& newFile);
+    bool writeTo(ktSceneFile& written, const QString& newPath, ktFileReport& report);
+    bool saveOne(ktSceneFile& written, const QString& newPath);
+    bool saveAdded();
+    std::unique_ptr<ktSceneFile> read(const QString& newPath, const ktStudioReadOptions& options, bool& isUnitGuess);
+    std::shared_ptr<ktAddedScene> readAdded(const QString& newPath);
+    void attach(const std::shared_ptr<ktAddedScene>& scene);
+    void detach(const std::shared_ptr<ktAddedScene>& scene);
+    void showTree(const std::vector<osg::NodePtr>& selected);
+    void showPictures();
     void logMessages(const QString& ofFile, const ktFileReport& report) const;
     void fail(const ktFileReport& report);
     bool letEventsIn(); ///< whether to end reading
@@ -95,7 +146,10 @@ private:
     void checkFile();
 
     std::unique_ptr<ktSceneFile> file;
+    std::vector<std::shared_ptr<ktAddedScene>> added;
+    osg::NodeRefPtr group; ///< above the roots of all files, if there are several
     QString path, outputPath;
+    double readSeconds = 0;
     ktStudioReadOptions readOptions;
     ktStudioOptions options;
     double diagonal = 0;

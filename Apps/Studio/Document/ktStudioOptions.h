@@ -12,6 +12,8 @@ struct ktStudioReadOptions {
     QString up;            ///< "x", "y" or "z"; empty: what the file or its format says
     bool uniqueInstances = false;
     bool groundPlane = false;
+    double creaseAngle_deg = 30; ///< 0 to 180; see ktOpenOptions
+    bool keepVertices = false;
 };
 
 /// How a bake runs and how it is saved: the options of `ktbake` of the same names.
@@ -20,6 +22,7 @@ struct ktStudioOptions {
     ktTracerKind tracer = ktTracerKind::Hemisphere;
     int threads = 0;            ///< 0: one a core
     bool multiplyColors = true; ///< `--shade multiply`
+    QString maxTriangles;       ///< as ktParseTriangleBudget() reads it; empty: no limit
     double strength = 1;        ///< 0 to 10: how strongly the light darkens the saved colours
     double exposure = 1;        ///< above 0
 
@@ -27,6 +30,7 @@ struct ktStudioOptions {
         return multiplyColors == other.multiplyColors && strength == other.strength && exposure == other.exposure;
     }
     bool operator==(const ktStudioOptions& other) const {
-        return fit == other.fit && tracer == other.tracer && threads == other.threads && hasSameOutput(other);
+        return fit == other.fit && tracer == other.tracer && threads == other.threads &&
+               maxTriangles == other.maxTriangles && hasSameOutput(other);
     }
 };

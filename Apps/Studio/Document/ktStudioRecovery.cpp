@@ -15,6 +15,7 @@
 
 namespace {
 
+constexpr int laterThan_ms = 3000;
 const char* const sceneFile = "/scene.glb";
 const char* const infoFile = "/copy.ini";
 const char* const lockFile = "/lock";
@@ -26,7 +27,25 @@ QString allFolders() {
 } // namespace
 
 ktStudioRecovery::ktStudioRecovery(ktStudioDocument& document_, ktStudioRun& run) : document(document_) {
-    connect(&run, &ktStudioRun::ended, this, &ktStudioRecovery::keep);
+    later.setSingleShot(true);
+    later.setInterval(laterThan_ms);
+    connect(&later, &QTimer::timeout, this, [this] {
+        if (document.isReading())
+            later.start();
+        else
+            keep();
+    });
+    connect(&run, &ktStudioRun::ended, this, [this](ktStudioRun::Ending how) {
+        // After a cancel the window is free at once.
+        if (how == ktStudioRun::Ending::Cancelled)
+            later.start();
+        else
+            keep();
+    });
+    connect(&run, &ktStudioRun::runningChanged, this, [this](bool isRunning) {
+        if (isRunning)
+            later.stop();
+    });
     connect(&document, &ktStudioDocument::modifiedChanged, this, [this](bool isModified) {
         if (!isModified)
             remove();
@@ -57,6 +76,7 @@ void ktStudioRecovery::keep() {
 }
 
 void ktStudioRecovery::remove() {
+    later.stop();
     if (!lock)
         return;
     lock->unlock();

@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <vector>
 
 class ktStudioDocument;
@@ -40,4 +41,5 @@ private:
     ktStudioDocument& document;
     QString folder;
     std::unique_ptr<QLockFile> lock;
+    QTimer later; ///< after a cancelled run
 };

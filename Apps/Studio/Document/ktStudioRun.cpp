@@ -19,6 +19,7 @@
 #include "ktStudioSelection.h"
 #include "ktThreadCount.h"
 #include "ktTracingStatistics.h"
+#include "ktTriangleBudget.h"
 #include "ktUndoStack.h"
 
 #include <algorithm>
@@ -152,6 +153,9 @@ bool ktStudioRun::calculate(bool missingOnly) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
     ktSetFitMode(options.fit);
+    ktTriangleBudget budget;
+    ktParseTriangleBudget(options.maxTriangles.toStdString(), budget);
+    ktSetTriangleBudget(budget);
     if (plugin.isIndirectIlluminationEnabled())
         document.loadPictures();
     const auto started = ktRunCounter::Clock::now();

@@ -6,4 +6,10 @@ ktStudioServices::ktStudioServices()
     : run(document, selection), edit(document), presets(document.undoStack()), recovery(document, run) {
     connect(&run, &ktStudioRun::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::readingChanged, this, [this] { emit frozenChanged(isFrozen()); });
+    connect(&document, &ktStudioDocument::workChanged, this, [this] { emit frozenChanged(isFrozen()); });
+    connect(&document, &ktStudioDocument::opened, this, [this] {
+        statistics.describeScene(document.getPath().toStdString(), document.getRoot(), document.getReadSeconds())();
+    });
+    connect(&document, &ktStudioDocument::saved, this,
+            [this](const QString& path, double seconds) { statistics.setOutput(path.toStdString(), seconds); });
 }

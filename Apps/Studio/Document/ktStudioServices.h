@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktNodeSummaries.h"
+#include "ktSceneStatistics.h"
 #include "ktStudioDocument.h"
 #include "ktStudioEdit.h"
 #include "ktStudioLog.h"
@@ -18,8 +19,8 @@ class ktStudioServices : public QObject {
 public:
     ktStudioServices();
 
-    /// Whether a run or the reading of a file is on. Meanwhile nothing may change the scene, its selection, the
-    /// settings or the undo stack.
+    /// Whether a run, the reading of a file or other work is on. Meanwhile nothing may change the scene, its selection,
+    /// the settings or the undo stack.
     bool isFrozen() const { return run.isRunning() || document.isReading(); }
 
     ktStudioLog log; ///< first, so that it has the lines of the others
@@ -30,6 +31,7 @@ public:
     ktStudioPresets presets;
     ktStudioRecovery recovery;
     ktNodeSummaries summaries;
+    ktSceneStatistics statistics; ///< of the open file and its last bake
 
 signals:
     void frozenChanged(bool isFrozen);

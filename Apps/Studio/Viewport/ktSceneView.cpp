@@ -233,6 +233,11 @@ void ktSceneView::setBackground(const QColor& top, const QColor& bottom) {
     d->canvas->viewChanged();
 }
 
+void ktSceneView::resetBackground() {
+    d->state.look.background = {};
+    d->canvas->viewChanged();
+}
+
 void ktSceneView::setComparison(ktComparison comparison) {
     d->set(d->state.look.comparison, d->glCanvas ? comparison : ktComparison::None);
 }

@@ -46,6 +46,8 @@ public:
     /// Shows or hides the ground planes of the scene.
     void setGroundPlaneShown(bool shown);
     void setBackground(const QColor& top, const QColor& bottom);
+    /// The background of a new view.
+    void resetBackground();
 
     void setComparison(ktComparison comparison);
     /// Place of the divider, 0 (left) to 1 (right).

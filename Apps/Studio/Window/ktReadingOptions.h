@@ -7,8 +7,9 @@
 
 class QCheckBox;
 class QComboBox;
+class QDoubleSpinBox;
 
-/// Asks how the file is to be read: unit, up axis, copies of shared meshes, ground plane.
+/// Asks how the file is to be read: unit, up axis, normals, copies of shared meshes, ground plane.
 class ktReadingOptions : public QDialog {
     Q_OBJECT
 public:
@@ -17,5 +18,6 @@ public:
 
 private:
     QComboBox *unit, *up;
-    QCheckBox *unique, *plane;
+    QDoubleSpinBox* crease;
+    QCheckBox *unique, *keep, *plane;
 };

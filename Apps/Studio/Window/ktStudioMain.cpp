@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The main function of ktstudio: reads the command line and shows the window.
+#include "ktAppearance.h"
 #include "ktLengthUnit.h"
 #include "ktPresetStore.h"
 #include "ktStudioWindow.h"
@@ -58,7 +59,9 @@ int main(int argc, char** argv) {
         "AXIS");
     parser.addOptions({help, version, unit, up});
     parser.addPositionalArgument(
-        "SCENE", QCoreApplication::translate("main", "Scene to open: glTF, OBJ, PLY, STL, ..."), "[SCENE]");
+        "SCENE",
+        QCoreApplication::translate("main", "Scene to open: glTF, OBJ, PLY, STL, ... More files are added to it."),
+        "[SCENE...]");
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
@@ -83,8 +86,6 @@ int main(int argc, char** argv) {
     };
     if (!parser.parse(application.arguments()))
         return refuse(parser.errorText());
-    if (parser.positionalArguments().size() > 1)
-        return refuse(QCoreApplication::translate("main", "one SCENE at a time"));
     if (!ktParseLengthUnit(parser.value(unit).toStdString()))
         return refuse(QCoreApplication::translate("main",
                                                   "--unit %1: must be auto, mm, cm, m, inch, foot or a length in "
@@ -93,6 +94,7 @@ int main(int argc, char** argv) {
     if (parser.isSet(up) && !ktParseUpAxis(parser.value(up).toStdString()))
         return refuse(QCoreApplication::translate("main", "--up %1: must be x, y or z").arg(parser.value(up)));
     ktPresetStore::load();
+    ktAppearance::load();
     QApplication::setWindowIcon(makeIcon());
     ktStudioWindow window;
     window.show();
@@ -101,9 +103,8 @@ int main(int argc, char** argv) {
         ktStudioReadOptions options;
         options.unit = parser.value(unit);
         options.up = parser.value(up);
-        QTimer::singleShot(0, &window, [&window, &parser, options] {
-            window.openFile(parser.positionalArguments().first(), options);
-        });
+        QTimer::singleShot(0, &window,
+                           [&window, &parser, options] { window.openFiles(parser.positionalArguments(), options); });
     }
     return QApplication::exec();
 }

@@ -9,6 +9,7 @@
 #include "ktRunProgress.h"
 #include "ktSceneView.h"
 #include "ktStudioPreferences.h"
+#include "ktWorkBar.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -59,6 +60,8 @@ void ktStudioWindow::makePages() {
     rows->addWidget(messages);
     pages = new QStackedWidget(center);
     rows->addWidget(pages, 1);
+    workBar = new ktWorkBar(center);
+    rows->addWidget(workBar);
     emptyPage = new ktEmptyPage(pages);
     readingPage = new ktReadingPage(pages);
     view = new ktSceneView(pages);
@@ -70,6 +73,7 @@ void ktStudioWindow::makePages() {
     connect(emptyPage, &ktEmptyPage::fileChosen, this, [this](const QString& path) { openFile(path); });
     connect(emptyPage, &ktEmptyPage::failed, this,
             [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason); });
+    connect(workBar, &ktWorkBar::cancelRequested, &document, &ktStudioDocument::cancelReading);
     connect(readingPage, &ktReadingPage::cancelRequested, &document, &ktStudioDocument::cancelReading);
 }
 
@@ -95,7 +99,14 @@ void ktStudioWindow::connectServices() {
             pages->setCurrentWidget(document.isOpen() ? static_cast<QWidget*>(view) : emptyPage);
         }
         updateActions();
+        closeWhenIdle();
     });
+    connect(&document, &ktStudioDocument::workChanged, this, [this](bool isWorking, const QString& what) {
+        isWorking ? workBar->begin(what) : workBar->end();
+        updateActions();
+        closeWhenIdle();
+    });
+    connect(&document, &ktStudioDocument::workProgressed, workBar, &ktWorkBar::setShare);
     connect(&document, &ktStudioDocument::opened, this, &ktStudioWindow::showOpened);
     connect(&document, &ktStudioDocument::modifiedChanged, this, &ktStudioWindow::showTitle);
     connect(&document, &ktStudioDocument::saved, this, [this](const QString& path) {
@@ -120,8 +131,7 @@ void ktStudioWindow::connectServices() {
             view->keepResultsForComparison();
             findChild<QDockWidget*>("runDock")->show(); // it has the way out
         }
-        if (!isRunning && closesWhenIdle)
-            QTimer::singleShot(0, this, &QWidget::close);
+        closeWhenIdle();
     });
     connect(&run, &ktStudioRun::refused, this, &ktStudioWindow::showRefusal);
     connect(&run, &ktStudioRun::ended, this, &ktStudioWindow::showEnd);
@@ -207,7 +217,10 @@ void ktStudioWindow::showTitle() {
         setWindowTitle("ktstudio");
         return;
     }
-    setWindowTitle(QFileInfo(document.getPath()).fileName() + "[*] – ktstudio");
+    QStringList names = {QFileInfo(document.getPath()).fileName()};
+    for (const QString& path : document.getAddedPaths())
+        names << QFileInfo(path).fileName();
+    setWindowTitle(names.join(" + ") + "[*] – ktstudio");
     setWindowModified(document.isModified());
 }
 
@@ -219,10 +232,15 @@ void ktStudioWindow::updateActions() {
     cancelAction->setEnabled(run.isRunning());
 }
 
+void ktStudioWindow::closeWhenIdle() {
+    if (closesWhenIdle && !isFrozen())
+        QTimer::singleShot(0, this, &QWidget::close);
+}
+
 void ktStudioWindow::closeEvent(QCloseEvent* event) {
     if (isFrozen()) {
         event->ignore();
-        closesWhenIdle = run.isRunning();
+        closesWhenIdle = true;
         run.cancel();
         document.cancelReading();
         return;

@@ -12,7 +12,9 @@ class ktMessageBar;
 class ktReadingPage;
 class ktScenePanel;
 class ktSceneView;
+class ktWorkBar;
 class QActionGroup;
+class QSize;
 class QStackedWidget;
 
 /// The main window. Connects the services with menus, panels and the viewport.
@@ -24,6 +26,8 @@ public:
 
     /// Opens a file; asks first what to do with unsaved changes.
     void openFile(const QString& path, const ktStudioReadOptions& options = {});
+    /// Opens the first file as above and adds the others.
+    void openFiles(const QStringList& paths, const ktStudioReadOptions& options = {});
 
     /// For the start of the program: offers what an earlier process has left unsaved.
     void begin() { offerRecovery(); }
@@ -47,6 +51,8 @@ private:
     void makeEditMenu();
     void makeBakeMenu();
     void makeViewMenu();
+    void makeCameraMenu(QMenu* menu);
+    void makeLookMenus(QMenu* menu);
     void makeDocks();
     void makeHelpMenu();
     void connectView();
@@ -55,7 +61,16 @@ private:
     void chooseFile();
     void chooseOutput();
     void save();
-    void choosePicture();
+    void chooseFilesToAdd();
+    void addFiles(const QStringList& paths);
+    enum class PictureKind { Preview, View, Turntable };
+    void choosePicture(PictureKind kind);
+    void saveViewPictures(const QString& path, const QSize& size, int count);
+    void chooseStatistics();
+    void chooseFileToWrite(const QString& title, const QString& proposal, const QString& filter,
+                           const std::function<void(const QString&)>& write);
+    /// Says that a file was written, or why not.
+    void showWritten(const QString& path, const QString& reason = {});
     void chooseReadingOptions();
     /// Offers sizes if the file does not say its unit.
     void askUnit();
@@ -69,6 +84,7 @@ private:
     void showTitle();
     /// Enables what may be used now.
     void updateActions();
+    void closeWhenIdle();
     bool isFrozen() const { return services.isFrozen(); }
 
     ktStudioServices services;
@@ -80,6 +96,7 @@ private:
     QStackedWidget* pages = nullptr;
     ktEmptyPage* emptyPage = nullptr;
     ktReadingPage* readingPage = nullptr;
+    ktWorkBar* workBar = nullptr;
     ktSceneView* view = nullptr;
     ktScenePanel* scenePanel = nullptr;
     QList<QAction*> needScene; ///< enabled with a scene, while nothing is frozen

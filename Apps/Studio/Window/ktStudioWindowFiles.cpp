@@ -17,12 +17,18 @@
 
 namespace {
 
-/// The first local file that is dragged; empty if there is none.
-QString draggedFile(const QMimeData* data) {
+/// The local files that are dragged.
+QStringList draggedFiles(const QMimeData* data) {
+    QStringList files;
     for (const QUrl& url : data->urls())
         if (url.isLocalFile())
-            return url.toLocalFile();
-    return {};
+            files << url.toLocalFile();
+    return files;
+}
+
+QString sceneFilter() {
+    return ktStudioWindow::tr("Scenes (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.ac *.3ds *.off *.x);;"
+                              "All files (*)");
 }
 
 } // namespace
@@ -32,10 +38,32 @@ void ktStudioWindow::openFile(const QString& path, const ktStudioReadOptions& op
         document.open(path, options);
 }
 
+void ktStudioWindow::openFiles(const QStringList& paths, const ktStudioReadOptions& options) {
+    openFile(paths.first(), options);
+    const QStringList others = paths.mid(1);
+    if (!others.isEmpty() && document.getPath() == QFileInfo(paths.first()).absoluteFilePath())
+        addFiles(others);
+}
+
+void ktStudioWindow::addFiles(const QStringList& paths) {
+    if (!isFrozen() && document.isOpen() && document.addFiles(paths) > 0)
+        messages->show(ktMessageBar::Level::Info,
+                       tr("Added. Only what is selected is baked; everything casts shadows. Select the new parts, too, "
+                          "to bake them."),
+                       {}, "added");
+}
+
+void ktStudioWindow::chooseFilesToAdd() {
+    auto* dialog =
+        new QFileDialog(this, tr("Add files to the scene"), QFileInfo(document.getPath()).path(), sceneFilter());
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QFileDialog::filesSelected, this, &ktStudioWindow::addFiles, Qt::QueuedConnection);
+    dialog->open();
+}
+
 void ktStudioWindow::chooseFile() {
-    auto* dialog = new QFileDialog(this, tr("Open a scene"), QFileInfo(document.getPath()).path(),
-                                   tr("Scenes (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.ac *.3ds *.off *.x);;"
-                                      "All files (*)"));
+    auto* dialog = new QFileDialog(this, tr("Open a scene"), QFileInfo(document.getPath()).path(), sceneFilter());
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     // Queued, so that the dialog is gone before the file is read.
@@ -61,23 +89,6 @@ void ktStudioWindow::chooseOutput() {
     dialog->selectFile(document.proposeOutputPath());
     connect(
         dialog, &QFileDialog::fileSelected, this, [this](const QString& path) { document.saveAs(path); },
-        Qt::QueuedConnection);
-    dialog->open();
-}
-
-void ktStudioWindow::choosePicture() {
-    const QFileInfo info(document.proposeOutputPath());
-    auto* dialog = new QFileDialog(this, tr("Save a preview picture"), info.path(), tr("PNG (*.png)"));
-    dialog->setAcceptMode(QFileDialog::AcceptSave);
-    dialog->setDefaultSuffix("png");
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->selectFile(info.completeBaseName() + ".png");
-    connect(
-        dialog, &QFileDialog::fileSelected, this,
-        [this](const QString& path) {
-            if (document.savePreview(path))
-                messages->show(ktMessageBar::Level::Info, tr("Saved as %1").arg(path), {}, "saved");
-        },
         Qt::QueuedConnection);
     dialog->open();
 }
@@ -160,16 +171,18 @@ bool ktStudioWindow::mayLoseChanges() {
 }
 
 void ktStudioWindow::dragEnterEvent(QDragEnterEvent* event) {
-    if (!isFrozen() && !draggedFile(event->mimeData()).isEmpty())
+    if (!isFrozen() && !draggedFiles(event->mimeData()).isEmpty())
         event->acceptProposedAction();
 }
 
+// With Shift or Ctrl, the files are added to the scene.
 void ktStudioWindow::dropEvent(QDropEvent* event) {
-    const QString path = draggedFile(event->mimeData());
-    if (path.isEmpty())
+    const QStringList paths = draggedFiles(event->mimeData());
+    if (paths.isEmpty())
         return;
     event->acceptProposedAction();
+    const bool isAdded = document.isOpen() && event->keyboardModifiers() & (Qt::ShiftModifier | Qt::ControlModifier);
     // Later, because reading takes its time and the other program waits for the end of the drop.
     QMetaObject::invokeMethod(
-        this, [this, path] { openFile(path); }, Qt::QueuedConnection);
+        this, [this, paths, isAdded] { isAdded ? addFiles(paths) : openFiles(paths); }, Qt::QueuedConnection);
 }

@@ -19,6 +19,9 @@ void ktStudioWindow::makeFileMenu() {
     bar->setObjectName("mainToolBar");
     QAction* open = addAction(menu, "open", tr("&Open…"), QKeySequence::Open, [this] { chooseFile(); });
     open->setToolTip(tr("Open a scene"));
+    QAction* adding =
+        addAction(menu, "addFiles", tr("A&dd files…"), QKeySequence("Ctrl+Shift+O"), [this] { chooseFilesToAdd(); });
+    adding->setToolTip(tr("Add parts or surroundings to the open scene"));
     QMenu* recent = menu->addMenu(tr("Open &recent"));
     connect(recent, &QMenu::aboutToShow, this, [this, recent] {
         recent->clear();
@@ -37,13 +40,20 @@ void ktStudioWindow::makeFileMenu() {
     QAction* saving = addAction(menu, "save", tr("&Save"), QKeySequence::Save, [this] { save(); });
     saving->setToolTip(tr("Save the scene with its baked light"));
     QAction* savingAs = addAction(menu, "saveAs", tr("Save &as…"), QKeySequence::SaveAs, [this] { chooseOutput(); });
-    QAction* picture = addAction(menu, "savePreview", tr("Save a &preview picture…"), {}, [this] { choosePicture(); });
+    menu->addSeparator();
+    needScene << addAction(menu, "savePicture", tr("Save the &view as a picture…"), QKeySequence("Ctrl+P"),
+                           [this] { choosePicture(PictureKind::View); });
+    needScene << addAction(menu, "saveTurntable", tr("Save a &turntable…"), {},
+                           [this] { choosePicture(PictureKind::Turntable); });
+    needScene << addAction(menu, "savePreview", tr("Save a &preview picture…"), {},
+                           [this] { choosePicture(PictureKind::Preview); });
+    needScene << addAction(menu, "saveStatistics", tr("Save stat&istics…"), {}, [this] { chooseStatistics(); });
     menu->addSeparator();
     addAction(menu, "quit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
     bar->addAction(open);
     bar->addAction(saving);
     needIdle << open << recent->menuAction();
-    needScene << again << reading << saving << savingAs << picture;
+    needScene << adding << again << reading << saving << savingAs;
 }
 
 void ktStudioWindow::makeEditMenu() {

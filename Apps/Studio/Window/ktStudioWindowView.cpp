@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The menu of the viewport, and its connections with the services.
+#include "ktAppearance.h"
 #include "ktHostSignals.h"
+#include "ktMessageBar.h"
+#include "ktSceneCamera.h"
 #include "ktSceneView.h"
 #include "ktStudioPreferences.h"
 #include "ktStudioWindow.h"
@@ -96,6 +99,7 @@ void ktStudioWindow::makeViewMenu() {
     for (const Side& side : views)
         addAction(sides, side.name, side.text, QKeySequence(side.keys),
                   [this, value = side.value] { view->setStandardView(value); });
+    makeCameraMenu(menu);
     addSwitch(menu, "parallel", tr("&Parallel projection"), "P", false,
               [this](bool on) { view->setParallelProjection(on); });
     addSwitch(menu, "turntable", tr("&Turntable"), "T", false, [this](bool on) { view->setTurntable(on); });
@@ -116,8 +120,69 @@ void ktStudioWindow::makeViewMenu() {
         ktStudioPreferences::the().set(mouseKey, int(style));
     });
     view->setMouseStyle(mouse);
+    makeLookMenus(menu);
     menu->addSeparator();
     dockMenu = menu->addMenu(tr("&Panels"));
+}
+
+void ktStudioWindow::makeCameraMenu(QMenu* menu) {
+    QMenu* cameras = menu->addMenu(tr("Camera of the fi&le"));
+    cameras->menuAction()->setObjectName("fileCameras");
+    cameras->setEnabled(false);
+    connect(&document, &ktStudioDocument::opened, this, [this, cameras] {
+        cameras->clear();
+        for (const ktSceneCamera& camera : document.getCameras())
+            cameras->addAction(camera.name.empty() ? tr("Camera without a name") : QString::fromStdString(camera.name),
+                               view, [this, camera] { view->setFileCamera(camera); });
+        cameras->setEnabled(!document.getCameras().empty());
+    });
+}
+
+void ktStudioWindow::makeLookMenus(QMenu* menu) {
+    ktStudioPreferences& preferences = ktStudioPreferences::the();
+    // Choices that the preferences keep.
+    const auto addKept = [this, &preferences](QMenu* to, const QString& key, const auto& choices,
+                                              const std::function<void(const QString&)>& choose) {
+        auto* group = new QActionGroup(this);
+        const QString now = preferences.get(key, choices[0].value).toString();
+        for (const auto& choice : choices) {
+            const QString value = choice.value;
+            QAction* action = addAction(to, choice.name, choice.text, {}, [&preferences, key, value, choose] {
+                preferences.set(key, value);
+                choose(value);
+            });
+            action->setCheckable(true);
+            action->setChecked(value == now);
+            group->addAction(action);
+        }
+        return now;
+    };
+    struct Choice {
+        const char* name;
+        QString text, value;
+    };
+    const Choice backgrounds[] = {{"backgroundSky", tr("&Sky"), "sky"},
+                                  {"backgroundWhite", tr("&White"), "white"},
+                                  {"backgroundGrey", tr("&Grey"), "grey"},
+                                  {"backgroundDark", tr("&Dark"), "dark"}};
+    const auto setBackground = [this](const QString& name) {
+        const QColor plain = name == "white" ? Qt::white : name == "grey" ? QColor(128, 128, 128) : QColor(28, 30, 33);
+        if (name == "sky")
+            view->resetBackground();
+        else
+            view->setBackground(plain, plain);
+    };
+    setBackground(addKept(menu->addMenu(tr("Back&ground")), "view/background", backgrounds, setBackground));
+    menu->addSeparator();
+    const Choice colors[] = {{"colorsSystem", tr("As the &desktop"), "system"},
+                             {"colorsLight", tr("&Light"), "light"},
+                             {"colorsDark", tr("Dar&k"), "dark"}};
+    addKept(menu->addMenu(tr("&Window colours")), "window/colors", colors, ktAppearance::setColors);
+    const Choice languages[] = {
+        {"languageSystem", tr("As the &system"), ""}, {"languageEn", "English", "en"}, {"languageDe", "Deutsch", "de"}};
+    addKept(menu->addMenu(tr("La&nguage")), "window/language", languages, [this](const QString&) {
+        messages->show(ktMessageBar::Level::Info, tr("The language changes at the next start."), {}, "language");
+    });
 }
 
 void ktStudioWindow::connectView() {
@@ -150,6 +215,9 @@ void ktStudioWindow::connectView() {
         view->updateResults();
     };
     connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, show);
+    connect(&document, &ktStudioDocument::filesChanged, this, show);
+    connect(&document, &ktStudioDocument::filesChanged, this, &ktStudioWindow::showTitle);
+    connect(&document, &ktStudioDocument::picturesLoaded, this, show);
     connect(&document, &ktStudioDocument::opened, this, [this] {
         view->setSelection(selection.get());
         if (!document.isReloading())

@@ -9,10 +9,15 @@
 #include "ktReadInterrupt.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <future>
 #include <OpenSG/OSGSimpleAttachments.h>
+#include <system_error>
 
 namespace {
+
+constexpr auto askInterval = std::chrono::milliseconds(5);
 
 float unit(double value) {
     return value > 0.0 ? static_cast<float>(std::min(value, 1.0)) : 0.0f;
@@ -172,13 +177,27 @@ void ktMaterialReader::readTexture(const ktJson& info, const osg::UberMaterialPt
     pending.push_back({material, static_cast<std::size_t>(*image), object});
 }
 
+std::shared_ptr<const ktImage> ktMaterialReader::readPicture(std::size_t image) const {
+    if (!ktReadInterrupt::isPossible())
+        return ktReadPicture(document, image);
+    std::future<std::shared_ptr<const ktImage>> picture;
+    try {
+        picture = std::async(std::launch::async, [this, image] { return ktReadPicture(document, image); });
+    } catch (const std::system_error&) { // no thread starts
+        return ktReadPicture(document, image);
+    }
+    while (picture.wait_for(askInterval) != std::future_status::ready)
+        ktReadInterrupt::check();
+    return picture.get();
+}
+
 void ktMaterialReader::loadPictures(ktFileMessages& report) {
     for (const Pending& entry : pending) {
         ktReadInterrupt::check();
         if (!pictures.count(entry.image)) {
             std::shared_ptr<const ktImage> picture;
             try {
-                picture = ktReadPicture(document, entry.image);
+                picture = readPicture(entry.image);
             } catch (const ktFileError& error) {
                 report.warn(error.object(), "image left out", error.reason());
             }

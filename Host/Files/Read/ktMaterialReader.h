@@ -25,6 +25,7 @@ public:
     osg::UShadowMaterialPtr shadowMaterial();
     /// Decodes the missing pictures of all materials that were returned.
     void loadPictures(ktFileMessages& messages);
+    bool hasPicturesToLoad() const { return !pending.empty(); }
 
 private:
     struct Pending {
@@ -33,6 +34,8 @@ private:
         std::string object; ///< the texture reference, for warnings
     };
 
+    /// Decodes an image; on another thread if somebody may interrupt the reading.
+    std::shared_ptr<const ktImage> readPicture(std::size_t image) const;
     osg::UberMaterialPtr make(std::optional<std::size_t> index);
     void readSurface(const ktJson& json, const osg::UberMaterialPtr& material, const std::string& object);
     void readTexture(const ktJson& info, const osg::UberMaterialPtr& material, const std::string& object);

@@ -3,9 +3,13 @@
 #include "ktOutputFile.h"
 
 #include "ktFileError.h"
+#include "ktReadInterrupt.h"
 #include "ktSafeFile.h"
 
+#include <algorithm>
 #include <QFile>
+
+static constexpr std::size_t writtenAtOnce = 4 << 20; // bytes; an interrupt waits for them
 
 ktOutputFile::ktOutputFile(const QString& path) : file(std::make_unique<ktSafeFile>(QFile::encodeName(path))) {
     check(file->error().isEmpty());
@@ -14,7 +18,11 @@ ktOutputFile::ktOutputFile(const QString& path) : file(std::make_unique<ktSafeFi
 ktOutputFile::~ktOutputFile() = default;
 
 void ktOutputFile::write(const void* data, std::size_t size) {
-    check(file->write(data, size));
+    const char* const bytes = static_cast<const char*>(data);
+    for (std::size_t at = 0; at < size; at += writtenAtOnce) {
+        ktReadInterrupt::check();
+        check(file->write(bytes + at, std::min(writtenAtOnce, size - at)));
+    }
 }
 
 void ktOutputFile::writeWord(std::size_t word) {
@@ -24,6 +32,7 @@ void ktOutputFile::writeWord(std::size_t word) {
 }
 
 void ktOutputFile::commit() {
+    ktReadInterrupt::check();
     check(file->commit());
 }
 

@@ -7,7 +7,7 @@
 
 class ktSafeFile;
 
-/// A ktSafeFile whose members throw ktFileError (object "file") if writing fails.
+/// A ktSafeFile whose members throw ktFileError (object "file") if writing fails, and ktReadInterrupt::Interrupted.
 class ktOutputFile {
 public:
     explicit ktOutputFile(const QString& path);

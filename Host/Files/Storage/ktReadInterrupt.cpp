@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Asks the caller from time to time whether the reading of a file is to end.
+// Asks the caller from time to time whether the reading or writing of a file is to end.
 #include "ktReadInterrupt.h"
 
 #include <utility>
 
-static ktReadInterrupt* innermost = nullptr;
+static thread_local ktReadInterrupt* innermost = nullptr;
 
 ktReadInterrupt::ktReadInterrupt(std::function<bool()> isInterrupted_)
     : isInterrupted(std::move(isInterrupted_)), outer(std::exchange(innermost, this)) {}

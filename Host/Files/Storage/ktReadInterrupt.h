@@ -4,27 +4,28 @@
 #include <functional>
 #include <stdexcept>
 
-/// Lets the caller end the reading of a file. During the lifetime of an object, the readers ask `isInterrupted` from
-/// time to time. Main thread only; may be nested.
+/// Lets the caller end the reading or writing of a file. During the lifetime of an object, readers and writers on the
+/// same thread ask `isInterrupted` from time to time. May be nested.
 class ktReadInterrupt {
 public:
-    /// Leaves the reading. Only ktSceneFile catches it; unlike a ktFileError it is no reason to leave out a part.
+    /// Leaves the reading or writing. Only ktSceneFile catches it; unlike a ktFileError it is no reason to leave out a
+    /// part.
     class Interrupted : public std::runtime_error {
     public:
-        Interrupted() : std::runtime_error("was not read: interrupted") {}
+        Interrupted() : std::runtime_error("interrupted") {}
     };
 
-    /// @param isInterrupted may be empty: then nothing ends the reading
+    /// @param isInterrupted may be empty: then nothing ends it
     explicit ktReadInterrupt(std::function<bool()> isInterrupted);
     ~ktReadInterrupt();
     ktReadInterrupt(const ktReadInterrupt&) = delete;
     ktReadInterrupt& operator=(const ktReadInterrupt&) = delete;
 
-    /// Whether somebody may end the reading.
+    /// Whether somebody may end it.
     static bool isPossible();
-    /// Whether the reading is to end.
+    /// Whether it is to end.
     static bool isRequested();
-    /// Throws Interrupted if the reading is to end.
+    /// Throws Interrupted if it is to end.
     static void check();
 
 private:

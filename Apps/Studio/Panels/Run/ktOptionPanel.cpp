@@ -4,20 +4,29 @@
 
 #include "ktStudioPreferences.h"
 #include "ktStudioServices.h"
+#include "ktTriangleBudget.h"
 #include "ktUndoMemory.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
+#include <QLineEdit>
 #include <QSpinBox>
 
 static const char* const memoryKey = "undoMemory"; // MiB
 
+/// Whether the text is a limit of triangles, or empty for none.
+static bool isBudget(const QString& text) {
+    ktTriangleBudget budget;
+    return text.isEmpty() || ktParseTriangleBudget(text.toStdString(), budget);
+}
+
 ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     : QWidget(parent), services(services_), fit(new QComboBox(this)), tracer(new QComboBox(this)),
-      threads(new QSpinBox(this)), shade(new QCheckBox(tr("Multiply light into the saved colours"), this)),
-      strength(new QDoubleSpinBox(this)), exposure(new QDoubleSpinBox(this)) {
+      threads(new QSpinBox(this)), triangles(new QLineEdit(this)),
+      shade(new QCheckBox(tr("Multiply light into the saved colours"), this)), strength(new QDoubleSpinBox(this)),
+      exposure(new QDoubleSpinBox(this)) {
     auto* form = new QFormLayout(this);
     fit->setObjectName("fit");
     fit->addItems({tr("At the vertices"), tr("Fitted to the surface")});
@@ -32,6 +41,18 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     threads->setSpecialValueText(tr("One a core"));
     threads->setKeyboardTracking(false);
     form->addRow(tr("Threads"), threads);
+    triangles->setObjectName("maxTriangles");
+    triangles->setPlaceholderText(tr("No limit"));
+    triangles->setToolTip(tr("With refinement and fitted light: how many triangles the scene may have, for example "
+                             "200000, or 4x for four times as many as before. Refines where it pays most."));
+    form->addRow(tr("Triangle limit"), triangles);
+    connect(triangles, &QLineEdit::textEdited, this, [this](const QString& text) { markTriangles(text); });
+    connect(triangles, &QLineEdit::editingFinished, this, [this] {
+        const QString text = triangles->text().trimmed();
+        if (isBudget(text))
+            change(tr("Triangle limit"), [text](ktStudioOptions& options) { options.maxTriangles = text; });
+        show();
+    });
     shade->setObjectName("shade");
     shade->setToolTip(tr("Every viewer then shows the light. Without it, the file has the exact results alone."));
     form->addRow(shade);
@@ -104,7 +125,16 @@ void ktOptionPanel::show() {
     fit->setCurrentIndex(options.fit == ktFitMode::Vertices ? 0 : 1);
     tracer->setCurrentIndex(options.tracer == ktTracerKind::Embree ? 0 : 1);
     threads->setValue(options.threads);
+    triangles->setText(options.maxTriangles);
+    markTriangles(options.maxTriangles);
     shade->setChecked(options.multiplyColors);
     strength->setValue(options.strength);
     exposure->setValue(options.exposure);
+}
+
+// A limit that cannot be read is struck out; leaving the field takes back the old one.
+void ktOptionPanel::markTriangles(const QString& text) {
+    QFont font = triangles->font();
+    font.setStrikeOut(!isBudget(text.trimmed()));
+    triangles->setFont(font);
 }

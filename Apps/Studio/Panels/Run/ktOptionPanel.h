@@ -10,6 +10,7 @@ class ktStudioServices;
 class QCheckBox;
 class QComboBox;
 class QDoubleSpinBox;
+class QLineEdit;
 class QSpinBox;
 
 /// The options of runs and of the saved file. Each change is one undo step.
@@ -20,11 +21,13 @@ public:
 
 private:
     void show();
+    void markTriangles(const QString& text);
     void change(const QString& text, const std::function<void(ktStudioOptions&)>& set);
 
     ktStudioServices& services;
     QComboBox *fit, *tracer;
     QSpinBox* threads;
+    QLineEdit* triangles;
     QCheckBox* shade;
     QDoubleSpinBox *strength, *exposure;
 };

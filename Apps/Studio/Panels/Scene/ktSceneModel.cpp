@@ -23,6 +23,7 @@ struct ktSceneModel::Item {
 ktSceneModel::ktSceneModel(ktStudioServices& services_, QObject* parent)
     : QAbstractItemModel(parent), services(services_) {
     connect(&services.document, &ktStudioDocument::opened, this, &ktSceneModel::reset);
+    connect(&services.document, &ktStudioDocument::filesChanged, this, &ktSceneModel::reset);
     connect(&services.summaries, &ktNodeSummaries::changed, this, [this] {
         // A view asks again for what it shows; it does not matter which items are named.
         if (top && !top->below.empty())
@@ -36,7 +37,7 @@ ktSceneModel::~ktSceneModel() = default;
 void ktSceneModel::reset() {
     beginResetModel();
     top.reset();
-    const std::vector<osg::NodePtr> nodes = services.document.getTopNodes();
+    const std::vector<osg::NodePtr> nodes = services.document.getTreeNodes();
     if (!nodes.empty()) {
         top = std::make_unique<Item>();
         top->node = nodes.front()->getParent();

@@ -10,9 +10,9 @@
 #include <QObject>
 
 /// The statistics of the open scene and of its last bake. Listens to the host during its lifetime. Main thread only.
-class ktScriptedStatistics : public QObject {
+class ktSceneStatistics : public QObject {
 public:
-    ktScriptedStatistics();
+    ktSceneStatistics();
 
     /// Takes the counts of a scene. @return makes it the scene, and forgets the one before
     std::function<void()> describeScene(const std::string& name, const osg::NodePtr& root, double seconds);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Collects times and counts of the open scene and its last bake for kthost.stats().
-#include "ktScriptedStatistics.h"
+// Collects times and counts of the open scene and its last bake for kthost.stats() and the window.
+#include "ktSceneStatistics.h"
 
 #include "ktGeometryList.h"
 #include "ktHostSignals.h"
@@ -14,12 +14,12 @@ static std::string nameOfTracer() {
     return ktChosenTracer() == ktTracerKind::Embree ? "embree" : "hemisphere";
 }
 
-ktScriptedStatistics::ktScriptedStatistics() {
+ktSceneStatistics::ktSceneStatistics() {
     connect(&ktHostSignals::the(), &ktHostSignals::busyChanged, this, [this](bool busy) { busy ? begin() : end(); });
 }
 
-std::function<void()> ktScriptedStatistics::describeScene(const std::string& name, const osg::NodePtr& root,
-                                                          double seconds) {
+std::function<void()> ktSceneStatistics::describeScene(const std::string& name, const osg::NodePtr& root,
+                                                       double seconds) {
     ktRunStatistics opened;
     opened.scene = name;
     opened.settings = describeSettings();
@@ -30,19 +30,19 @@ std::function<void()> ktScriptedStatistics::describeScene(const std::string& nam
     return [this, opened] { statistics = opened; };
 }
 
-void ktScriptedStatistics::setOutput(const std::string& name, double seconds) {
+void ktSceneStatistics::setOutput(const std::string& name, double seconds) {
     statistics.output = name;
     statistics.writeSeconds = seconds;
 }
 
-void ktScriptedStatistics::begin() {
+void ktSceneStatistics::begin() {
     counter = std::make_unique<ktRunCounter>();
     began = ktRunCounter::Clock::now();
     statistics.settings = describeSettings();
     statistics.tracer = nameOfTracer();
 }
 
-void ktScriptedStatistics::end() {
+void ktSceneStatistics::end() {
     if (!counter)
         return;
     const double seconds = secondsBetween(began, ktRunCounter::Clock::now());
@@ -55,7 +55,7 @@ void ktScriptedStatistics::end() {
     counter.reset();
 }
 
-QJsonObject ktScriptedStatistics::describe(const osg::NodePtr& root) const {
+QJsonObject ktSceneStatistics::describe(const osg::NodePtr& root) const {
     ktRunStatistics now = statistics;
     now.addTracing(statistics.tracing, listGeometries(root));
     now.totalSeconds = now.readSeconds + now.structureSeconds + now.tracingSeconds + now.storingSeconds +
