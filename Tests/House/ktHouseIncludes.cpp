@@ -78,7 +78,7 @@ const std::vector<Arrow> arrows = {
     {"Host/Scripting/Module/",
      {"Host/Scripting/", "Host/Core/", "Host/Scene/", "Host/Scene/Results/", "Host/Scene/Surfaces/", "Host/Files/",
       "Host/Viewing/", "Host/Raytracing/"}},
-    {"Apps/Studio/Document/Facts/", {"Host/Core/", "Host/Scene/"}},
+    {"Apps/Studio/Document/Facts/", {"Host/Core/", "Host/Scene/", "Host/Scene/Surfaces/"}},
     {"Apps/Studio/Document/Undo/", {"Host/Core/", "Host/Scene/"}},
     {"Apps/Studio/Document/Files/", {"Host/Files/", "Host/Files/Storage/", "Host/Scene/Surfaces/"}},
     {"Apps/Studio/Document/",

@@ -39,10 +39,9 @@ TEST_F(StudioWalk, GivenClickOnAPart_SelectsItAndOnNothing_SelectsNothing) {
     const auto click = [view](QPoint at) {
         QWidget* const target = view->childAt(at) ? view->childAt(at) : view;
         QTest::mouseClick(target, Qt::LeftButton, {}, target->mapFrom(view, at));
-        QTest::qWait(100);
     };
     click(view->rect().center() + QPoint(view->width() / 6, 0));
-    ASSERT_EQ(window->getSelection().get().size(), 1u);
+    ASSERT_TRUE(waitFor([&] { return window->getSelection().get().size() == 1; }));
     click(QPoint(4, view->height() - 4));
-    EXPECT_TRUE(window->getSelection().isEmpty());
+    EXPECT_TRUE(waitFor([&] { return window->getSelection().isEmpty(); }));
 }
