@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The main function of ktbake: reads the options, runs the bake or the script.
+#include "ktBakeBatch.h"
 #include "ktBakeExit.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
@@ -57,7 +58,7 @@ static int bakeOrRunScript(ktBakeOptions& options) {
     if (exitCode != ktBakeExit::done)
         return exitCode;
     if (options.script.empty())
-        exitCode = runBake(options);
+        exitCode = options.outputFolder.empty() ? runBake(options) : runBakeBatch(options);
     else {
 #ifdef KT_SCRIPTING
         exitCode = runBakeScript(options);

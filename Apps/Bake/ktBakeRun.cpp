@@ -33,10 +33,12 @@ namespace {
 /// One bake. Each step returns an exit code; the first that is not `done` ends the bake.
 class Run {
 public:
-    explicit Run(const ktBakeOptions& options_) : options(options_) {}
+    Run(const ktBakeOptions& options_, ktBakeSignals& interrupts_, ktRunStatistics& stats_)
+        : options(options_), interrupts(interrupts_), stats(stats_) {}
 
     int bake() {
         ktBakeWatch whole;
+        interrupts.letThrough();
         for (const auto step : {&Run::checkOutputs, &Run::open, &Run::prepare, &Run::calculate, &Run::write}) {
             const int exitCode = (this->*step)();
             if (interrupts.isInterrupted() && step != &Run::write) {
@@ -47,19 +49,14 @@ public:
                 return exitCode;
         }
         stats.totalSeconds = whole.lap();
-        if (!options.stats.empty() && !writeStats(stats, options.stats))
-            return ktBakeExit::notWritten;
-        const std::string reason = "written in " + formatDuration(stats.totalSeconds);
-        ktBakeMessages::log(ktLogLevel::Info, options.output + ": " + reason,
-                            {{"file", options.output}, {"reason", reason}});
         return ktBakeExit::done;
     }
 
 private:
     const ktBakeOptions& options;
-    ktBakeSignals interrupts;
+    ktBakeSignals& interrupts;
     ktBakeScene scene;
-    ktRunStatistics stats;
+    ktRunStatistics& stats;
     ktBakeWatch watch;
 
     /// Checks before hours of tracing that the results can be written.
@@ -196,11 +193,20 @@ private:
 
 } // namespace
 
-int runBake(const ktBakeOptions& options) {
+void beginBakes(const ktBakeOptions& options) {
     ktThreadCount::set(static_cast<unsigned int>(options.threads));
     ktChooseTracer(options.tracer);
     ktSetFitMode(options.fit);
     ktSetTriangleBudget(options.maxTriangles);
+    if (options.quiet)
+        ktBakeMessages::dropCalculationOutput();
+}
+
+int bakeScene(const ktBakeOptions& options, ktBakeSignals& interrupts, ktRunStatistics& stats) {
+    return Run(options, interrupts, stats).bake();
+}
+
+int runBake(const ktBakeOptions& options) {
     if (options.scene.empty()) {
         int exitCode = applySettings(options, osg::NullFC, 0);
         if (exitCode == ktBakeExit::done)
@@ -211,7 +217,15 @@ int runBake(const ktBakeOptions& options) {
     }
     if (options.listPresets)
         printPresets();
-    if (options.quiet)
-        ktBakeMessages::dropCalculationOutput();
-    return Run(options).bake();
+    beginBakes(options);
+    ktBakeSignals interrupts;
+    ktRunStatistics stats;
+    if (const int exitCode = bakeScene(options, interrupts, stats); exitCode != ktBakeExit::done)
+        return exitCode;
+    if (!options.stats.empty() && !writeStats(stats, options.stats))
+        return ktBakeExit::notWritten;
+    const std::string reason = "written in " + formatDuration(stats.totalSeconds);
+    ktBakeMessages::log(ktLogLevel::Info, options.output + ": " + reason,
+                        {{"file", options.output}, {"reason", reason}});
+    return ktBakeExit::done;
 }

@@ -54,11 +54,8 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
 
     Settings::forEachSetting([&](auto row) {
         const auto& given = options.given(row);
-        if (!given)
-            return;
-        if constexpr (row.needsAChange)
-            row.set(*plugin, *given == row.range.least ? *given + 1 : *given - 1);
-        row.set(*plugin, settingOf(row, *given, sceneDiagonal));
+        if (given)
+            ktPutSetting(row, settingOf(row, *given, sceneDiagonal));
     });
 
     ktSceneDistances distances = ktSceneDistances::read();

@@ -1,10 +1,20 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktAmbientOcclusion.h"
 #include "ktNodePtr.h"
 #include "ktSceneDistances.h"
 
 struct ktBakeOptions;
+
+/// Sets one setting of the plug-in, also where its setter ignores the value that it has already.
+template <class Row>
+void ktPutSetting(Row row, const typename Row::Value& value) {
+    ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    if constexpr (Row::needsAChange)
+        row.set(plugin, value == Row::range.least ? value + 1 : value - 1);
+    row.set(plugin, value);
+}
 
 /// Passes the options to the plug-in's setters: the preset, then the node's settings, then each given option.
 /// @param settingsNode  node of `--settings-from`; null without that option

@@ -38,8 +38,13 @@ public:
             else
                 readScene(argument);
         }
-        if (scene)
-            result.normalised.insert(result.normalised.begin(), *scene);
+        std::vector<std::string>& scenes = result.scenes;
+        if (scenes.size() > 1 && given.count("--output-folder") == 0)
+            throw ktBakeUsageError("", scenes[1],
+                                   "only one SCENE can be given, and it is " + ktQuoteTyped(scenes[0]) +
+                                       "; with --output-folder DIR there can be many");
+        if (!scenes.empty())
+            result.normalised.insert(result.normalised.begin(), scenes[0]);
         return std::move(result);
     }
 
@@ -48,7 +53,6 @@ private:
     const std::vector<ktBakeOptionInfo>& options;
     size_t next = 0;
     ktBakeArguments result;
-    std::optional<std::string> scene;
     std::map<std::string, std::string> given; // by long name: the value, empty for a flag
 
     const ktBakeOptionInfo* find(const std::string& name) const {
@@ -166,16 +170,15 @@ private:
         if (!option.takesSeveral)
             return;
         // The last argument is the scene if none was given before.
-        while (next < typed.size() && !looksLikeOption(typed[next]) && (scene || next + 1 < typed.size()))
+        while (next < typed.size() && !looksLikeOption(typed[next]) &&
+               (!result.scenes.empty() || next + 1 < typed.size()))
             addValue(option, typed[next++]);
     }
 
     void readScene(const std::string& argument) {
-        if (scene)
-            throw ktBakeUsageError("", argument, "only one SCENE can be given, and it is " + ktQuoteTyped(*scene));
         if (argument.empty())
             throw ktBakeUsageError("SCENE", argument, "the name is empty");
-        scene = argument;
+        result.scenes.push_back(argument);
     }
 
     /// What follows "--": arguments of the script, or a scene whose name may begin with "-".

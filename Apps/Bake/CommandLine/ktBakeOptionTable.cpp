@@ -118,13 +118,22 @@ private:
 
     void addFiles() {
         group = "Files";
-        ktBakeOptionInfo& scene = describe("SCENE", "scene to bake: glTF (.glb, .gltf), OBJ, PLY, STL, FBX, Collada, "
-                                                    "...; -: standard input");
+        ktBakeOptionInfo& scene =
+            describe("SCENE", "scene to bake: glTF (.glb, .gltf), OBJ, PLY, STL, FBX, Collada, "
+                              "...; -: standard input; several with --output-folder, @LIST: a file of names");
         scene.kind = ktBakeValueKind::File;
         scene.values = {".glb", ".gltf", ".obj", ".ply", ".stl", ".fbx", ".dae", ".ac", ".3ds", ".off", ".x"};
         app.add_option("SCENE", options.scene, scene.help)->option_text(" ");
         file("-o,--output", options.output, "baked scene; -: standard output", "FILE.glb|.gltf", {".glb", ".gltf"},
              "SCENE-baked.glb");
+        value("--output-folder", into(options.outputFolder), "bake each SCENE into this folder, as NAME-baked.glb",
+              "DIR");
+        flag(
+            "--update", [&options = options] { options.update = true; },
+            "with --output-folder: leave out scenes whose files and options have not changed");
+        flag(
+            "--stop-on-error", [&options = options] { options.stopOnError = true; },
+            "with --output-folder: end at the first scene that fails");
         file("--preview", options.preview, "picture of the baked scene", "FILE.png", {".png"});
         value(
             "--preview-size",

@@ -94,8 +94,9 @@ void checkScript(const CLI::App& app, const ktBakeOptions& options) {
 /// Checks the options that need a scene. Without one, presets can be listed, saved and deleted.
 void checkWithoutScene(const CLI::App& app, const ktBakeOptions& options) {
     static const std::set<std::string> needScene = {
-        "--output", "--preview",       "--preview-size", "--preview-view", "--preview-headlight",
-        "--stats",  "--settings-from", "--missing",      "--clear",        "--select"};
+        "--output",       "--output-folder",     "--update", "--stop-on-error", "--preview", "--preview-size",
+        "--preview-view", "--preview-headlight", "--stats",  "--settings-from", "--missing", "--clear",
+        "--select"};
     if (!options.select.empty())
         throw ktBakeUsageError("--select", options.select.back(),
                                "read as the name of a node, and SCENE is missing; put SCENE before --select");
@@ -104,6 +105,38 @@ void checkWithoutScene(const CLI::App& app, const ktBakeOptions& options) {
     for (const auto& [name, value] : listGiven(app))
         if (needScene.count(name) > 0)
             refuse(name, value, "needs a SCENE");
+}
+
+/// The options that results depend on.
+std::vector<std::string> withEffect(const std::vector<std::string>& normalised) {
+    static const std::set<std::string> withoutEffect = {"--output-folder", "--update", "--stop-on-error", "--stats",
+                                                        "--threads",       "--quiet",  "--json"};
+    std::vector<std::string> result;
+    for (const std::string& option : normalised)
+        if (option.rfind("--", 0) == 0 && withoutEffect.count(option.substr(0, option.find('='))) == 0)
+            result.push_back(option);
+    return result;
+}
+
+/// Many scenes: options that name one file or edit presets make no sense.
+void checkScenes(const CLI::App& app, const ktBakeOptions& options) {
+    static const std::set<std::string> ofOneScene = {"--output",      "--preview",       "--settings-from",
+                                                     "--save-preset", "--delete-preset", "--list-presets"};
+    for (const auto& [name, value] : listGiven(app)) {
+        if (options.outputFolder.empty() && (name == "--update" || name == "--stop-on-error"))
+            refuse(name, value, "needs --output-folder DIR");
+        if (!options.outputFolder.empty() && ofOneScene.count(name) > 0)
+            refuse(name, value, "does not go with --output-folder");
+    }
+    for (const std::string& scene : options.outputFolder.empty() ? std::vector<std::string>() : options.scenes) {
+        if (scene == "-")
+            throw ktBakeUsageError("SCENE", scene, "standard input does not go with --output-folder");
+        if (!options.stats.empty() && isSameFile(options.stats, scene))
+            throw ktBakeUsageError("--stats", options.stats, "is the file of SCENE");
+    }
+    std::error_code error;
+    if (options.outputFolder.empty() && options.scene[0] == '@' && !fs::exists(options.scene, error))
+        throw ktBakeUsageError("SCENE", options.scene, "a list of scenes needs --output-folder DIR");
 }
 
 /// Checks combinations of options.
@@ -121,8 +154,11 @@ void checkTogether(const CLI::App& app, ktBakeOptions& options) {
         checkWithoutScene(app, options);
         return;
     }
+    checkScenes(app, options);
     checkPreview(app, options);
     checkEndings(options);
+    if (!options.outputFolder.empty())
+        return;
     if (options.scene == "-" && options.output.empty())
         throw ktBakeUsageError("SCENE", "-",
                                "is standard input and needs --output FILE, or --output - for standard "
@@ -163,6 +199,8 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
     try {
         ktBakeArguments given = readBakeArguments(arguments, infos);
         options.scriptArguments = std::move(given.forScript);
+        options.scenes = std::move(given.scenes);
+        options.typed = withEffect(given.normalised);
         std::reverse(given.normalised.begin(), given.normalised.end());
         app.parse(given.normalised);
         if (!options.script.empty()) {

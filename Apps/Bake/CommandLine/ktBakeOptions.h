@@ -40,6 +40,13 @@ struct ktBakeOptions {
     std::string output; ///< "-": standard output; SCENE-baked.glb beside the scene unless given; empty without a scene,
                         ///< or with a script when nothing is to be saved
 
+    std::string outputFolder; ///< of many scenes; empty: one scene is baked
+    std::vector<std::string>
+        scenes;               ///< as typed; with an output folder there may be many, and `@LIST` names a file of scenes
+    bool stopOnError = false; ///< with an output folder: the first failure ends the bake
+    bool update = false;      ///< with an output folder: leave out what would come out the same
+    std::vector<std::string> typed; ///< the options that results depend on, as typed: "--name" or "--name=value"
+
     // One member for each setting, such as std::optional<int> shadowQuality, and given(row) for loops over the rows.
 #define KT_OPTION(Row, member)                                                                                         \
     std::optional<decltype(ktBakeValueOf(ktAmbientOcclusionSettings::Row()))> member;                                  \

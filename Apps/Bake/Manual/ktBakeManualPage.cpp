@@ -67,6 +67,11 @@ named
 is a .glb file from standard input;
 .B \-\-output \-
 writes one to standard output.
+With
+.B \-\-output\-folder
+there may be many scenes;
+.I @LIST
+is a file with one name a line.
 After
 .B \-\-
 there are no options.
@@ -125,7 +130,9 @@ std::string makeManualPage(const std::vector<ktBakeOptionInfo>& options, const s
     std::string page = ".\\\" Made from the description of the options when ktbake is built.\n";
     page += ".TH KTBAKE 1 \"\" \"ktbake " + version + "\" \"User Commands\"\n";
     page += ".SH NAME\nktbake \\- bake ambient occlusion and indirect light into the vertices of a scene\n";
-    page += ".SH SYNOPSIS\n.B ktbake\n[\\fIOPTIONS\\fR] \\fISCENE\\fR\n.br\n.B ktbake \\-\\-list\\-presets\n.br\n"
+    page += ".SH SYNOPSIS\n.B ktbake\n[\\fIOPTIONS\\fR] \\fISCENE\\fR\n.br\n"
+            ".B ktbake\n[\\fIOPTIONS\\fR] \\fISCENE\\fR ... \\fB\\-\\-output\\-folder\\fR \\fIDIR\\fR\n.br\n.B ktbake "
+            "\\-\\-list\\-presets\n.br\n"
             ".B ktbake \\-\\-script\n\\fIFILE.py\\fR [\\fISCENE\\fR] [\\fB\\-\\-\\fR \\fIARGUMENTS\\fR]\n";
     page += description;
     page += ".SH OPTIONS\n" + escaped(ktBakeText::lengths) + "\n";

@@ -73,7 +73,7 @@ std::string ktBakeCompletions::makeZsh(const std::vector<ktBakeOptionInfo>& opti
         const std::string value =
             ":" + protect(option.isScene() ? "SCENE" : option.argument, ":\\") + ":" + actionOf(option);
         if (option.isScene()) {
-            script += quote("1" + value, "'\\''");
+            script += quote("*" + value, "'\\''");
             continue;
         }
         const std::string tail = "[" + protect(option.help, "[]:\\") + "]" + (option.isFlag() ? "" : value);

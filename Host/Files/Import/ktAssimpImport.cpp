@@ -8,6 +8,7 @@
 #include "ktFileMessages.h"
 #include "ktLimitedProcess.h"
 #include "ktPlyStrips.h"
+#include "ktReadRecord.h"
 
 #include <algorithm>
 #include <assimp/config.h>
@@ -31,11 +32,16 @@ struct Header {
 // and lower case.
 class RegularFiles : public Assimp::DefaultIOSystem {
 public:
+    explicit RegularFiles(ktJson& files_) : files(files_) {}
     bool Exists(const char* path) const override { return ktFindIgnoringCase(path).has_value(); }
     Assimp::IOStream* Open(const char* path, const char* mode) override {
         const std::optional<std::string> found = ktFindIgnoringCase(path);
+        files.push_back(found ? *found : path);
         return found ? DefaultIOSystem::Open(found->c_str(), mode) : nullptr;
     }
+
+private:
+    ktJson& files; // those that were opened, or were to be
 };
 
 bool hasEnding(const std::string& path, std::initializer_list<const char*> endings) {
@@ -44,9 +50,9 @@ bool hasEnding(const std::string& path, std::initializer_list<const char*> endin
 }
 
 ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& bytes) {
-    ktJson answer = ktJson::object();
+    ktJson answer = {{"files", ktJson::array()}};
     Assimp::Importer importer;
-    importer.SetIOHandler(new RegularFiles); // the importer takes ownership
+    importer.SetIOHandler(new RegularFiles(answer["files"])); // the importer takes ownership
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, up.has_value());
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
@@ -123,6 +129,8 @@ ktImportedFile ktImportWithAssimp(const QString& path, std::optional<ktUpAxis> u
     std::memcpy(&header, answer.data(), sizeof header);
     const char* text = reinterpret_cast<const char*>(answer.data()) + sizeof header;
     ktJson json = ktJson::parse(text, text + header.jsonSize);
+    for (const ktJson& name : json.value("files", ktJson::array()))
+        ktReadRecord::add(QString::fromStdString(name.get<std::string>()));
     if (json.contains("error"))
         throw ktFileError("file", "cannot be imported: " + json["error"].get<std::string>());
     for (const ktJson& warning : json["warnings"])

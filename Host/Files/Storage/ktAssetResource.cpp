@@ -4,6 +4,7 @@
 
 #include "ktFileError.h"
 #include "ktReadInterrupt.h"
+#include "ktReadRecord.h"
 
 #include <algorithm>
 #include <cctype>
@@ -34,6 +35,7 @@ bool hasScheme(const std::string& uri) {
 } // namespace
 
 void ktCheckReadable(const QString& path, const std::string& object) {
+    ktReadRecord::add(path);
     const QFileInfo info(path);
     const std::string name = object == "file" ? std::string() : "'" + path.toStdString() + "' ";
     if (!info.exists())
@@ -133,6 +135,7 @@ QString ktDecodeAssetUri(const std::string& uri, const std::string& object) {
 QString ktResolveAssetUri(const QString& folder, const std::string& uri, const std::string& object) {
     const QString relative = ktDecodeAssetUri(uri, object);
     QFileInfo info(QDir(folder).absoluteFilePath(relative));
+    ktReadRecord::add(info.absoluteFilePath());
     if (!info.exists())
         if (const auto found = ktFindIgnoringCase(info.absoluteFilePath().toStdString()))
             info.setFile(QString::fromStdString(*found));

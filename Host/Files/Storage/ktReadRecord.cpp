@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Collects the names of the files that are read.
+#include "ktReadRecord.h"
+
+#include <mutex>
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+std::mutex recordMutex;
+ktReadRecord* currentRecord = nullptr;
+
+} // namespace
+
+ktReadRecord::ktReadRecord() {
+    const std::lock_guard<std::mutex> lock(recordMutex);
+    currentRecord = this;
+}
+
+ktReadRecord::~ktReadRecord() {
+    const std::lock_guard<std::mutex> lock(recordMutex);
+    currentRecord = nullptr;
+}
+
+void ktReadRecord::add(const QString& path) {
+    const std::lock_guard<std::mutex> lock(recordMutex);
+    if (currentRecord)
+        currentRecord->paths.insert(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
+}
+
+std::set<QString> ktReadRecord::files() const {
+    const std::lock_guard<std::mutex> lock(recordMutex);
+    return paths;
+}
