@@ -4,7 +4,10 @@
 
 Both read the same file, trace the same number of rays per sample without a maximum distance, and use the same number of
 threads. The time includes building the structure, but not reading and writing. Blender samples every corner of every
-triangle, ktbake samples every vertex once. So the table gives the seconds of a bake and also the rays per second."""
+triangle, ktbake samples every vertex once. So the table gives the seconds of a bake and also the rays per second.
+
+With --addon, both bake Suzanne with 500,000 smooth faces into a colour attribute on corners, inside one Blender. The time of
+the add-on includes all: the way of the scene to ktbake, its start, and the way of the results into the attributes."""
 
 import argparse
 import json
@@ -16,6 +19,21 @@ import tempfile
 
 RAYS = {0: 64, 1: 256, 2: 1024, 3: 2304, 4: 4096, 5: 16384}  # of --shadow-quality
 MARK = "ktBenchmarkBlender "
+
+
+def prepare_cycles(rays, threads):
+    import bpy
+
+    scene = bpy.context.scene
+    scene.render.engine = "CYCLES"
+    scene.cycles.device = "CPU"
+    scene.cycles.samples = rays
+    scene.cycles.use_adaptive_sampling = False
+    scene.cycles.use_denoising = False  # Debian's build has no denoiser, and bakes nothing if it is on
+    scene.render.threads_mode = "FIXED"
+    scene.render.threads = threads
+    scene.world = bpy.data.worlds.new("world")
+    scene.world.light_settings.distance = 1.0e10
 
 
 def inside_blender(path, rays, threads):
@@ -33,15 +51,7 @@ def inside_blender(path, rays, threads):
     else:
         raise SystemExit(path + ": is not .obj, .glb or .gltf")
     scene = bpy.context.scene
-    scene.render.engine = "CYCLES"
-    scene.cycles.device = "CPU"
-    scene.cycles.samples = rays
-    scene.cycles.use_adaptive_sampling = False
-    scene.cycles.use_denoising = False  # Debian's build has no denoiser, and bakes nothing if it is on
-    scene.render.threads_mode = "FIXED"
-    scene.render.threads = threads
-    scene.world = bpy.data.worlds.new("world")
-    scene.world.light_settings.distance = 1.0e10
+    prepare_cycles(rays, threads)
     meshes = [o for o in scene.objects if o.type == "MESH"]
     for o in scene.objects:
         o.select_set(o in meshes)
@@ -65,6 +75,68 @@ def inside_blender(path, rays, threads):
         "samples": sum(len(o.data.loops) for o in meshes),
         "mean": sum(light) / len(light),
     }), flush=True)
+
+
+def addon_inside_blender(zip_path, ktbake, quality, threads, repeats):
+    """Bakes Suzanne with the add-on and with Cycles, by turns. Runs in Blender's Python."""
+    import time
+
+    import bpy
+    import numpy as np
+
+    bpy.ops.wm.read_factory_settings(use_empty=True)
+    bpy.ops.preferences.addon_install(filepath=zip_path, overwrite=True)
+    bpy.ops.preferences.addon_enable(module="ktambientocclusion")
+    preferences = bpy.context.preferences.addons["ktambientocclusion"].preferences
+    preferences.program, preferences.threads = ktbake, threads
+    bpy.ops.mesh.primitive_monkey_add()
+    suzanne = bpy.context.object
+    suzanne.modifiers.new("Subdivision", "SUBSURF").levels = 5
+    bpy.ops.object.modifier_apply(modifier="Subdivision")
+    bpy.ops.object.shade_smooth()
+    mesh = suzanne.data
+    mesh.color_attributes.new("Cycles", "FLOAT_COLOR", "CORNER")
+    prepare_cycles(RAYS[quality], threads)
+
+    def values(name, member, columns):
+        array = np.empty(len(mesh.loops) * columns, np.float32)
+        mesh.attributes[name].data.foreach_get(member, array)
+        return array[::columns]
+
+    seconds = {"addon": [], "cycles": []}
+    for _ in range(repeats):
+        start = time.perf_counter()
+        bpy.ops.object.ktambientocclusion_bake(
+            scope="SELECTED", domain="CORNER", fit="vertices", shadow_quality=str(quality), indirect=False, min_distance=0,
+            max_distance=1e9)
+        seconds["addon"].append(time.perf_counter() - start)
+        mesh.color_attributes.active_color = mesh.color_attributes["Cycles"]
+        start = time.perf_counter()
+        bpy.ops.object.bake(type="AO", target="VERTEX_COLORS")
+        seconds["cycles"].append(time.perf_counter() - start)
+    ours, theirs = values("AO", "value", 1), values("Cycles", "color", 4)
+    if not theirs.any():
+        raise SystemExit("Blender did not bake")
+    mesh.calc_loop_triangles()
+    print(MARK + json.dumps({
+        "faces": len(mesh.polygons), "vertices": len(mesh.vertices), "samples": 3 * len(mesh.loop_triangles),
+        "addon": sorted(seconds["addon"])[repeats // 2], "cycles": sorted(seconds["cycles"])[repeats // 2],
+        "difference": float(np.abs(ours - theirs).mean()),
+    }), flush=True)
+
+
+def compare_addon(arguments):
+    done = subprocess.run([arguments.blender, "--background", "--factory-startup", "--python-exit-code", "1", "--python",
+                           os.path.abspath(__file__), "--", "--addon", os.path.abspath(arguments.addon),
+                           shutil.which(arguments.ktbake), str(arguments.quality), str(arguments.threads),
+                           str(arguments.repeats)], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+    lines = [line for line in done.stdout.splitlines() if line.startswith(MARK)]
+    if not lines:
+        raise SystemExit("Blender failed:\n" + done.stdout[-2000:])
+    result = json.loads(lines[0][len(MARK):])
+    print("Suzanne, %(faces)d faces, %(vertices)d vertices; mean difference %(difference).4f" % result)
+    print("add-on, transfer included: %(addon).2f s; Cycles: %(cycles).2f s for %(samples)d samples" % result)
+    print("ratio: %.1f; load of the machine: %s" % (result["cycles"] / result["addon"], "%.1f %.1f %.1f" % os.getloadavg()))
 
 
 def run_blender(blender, path, rays, threads):
@@ -93,7 +165,8 @@ def run_ktbake(ktbake, path, quality, threads):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("scene", nargs="+", help=".obj, .glb or .gltf")
+    parser.add_argument("scene", nargs="*", help=".obj, .glb or .gltf")
+    parser.add_argument("--addon", metavar="ZIP", help="compares the Blender add-on instead, on Suzanne with 500,000 faces")
     parser.add_argument("--ktbake", default="ktbake", help="the program to measure")
     parser.add_argument("--blender", default="blender")
     parser.add_argument("--quality", type=int, choices=RAYS, default=2, help="64, 256, 1024, 2304, 4096, 16384 rays")
@@ -106,6 +179,9 @@ def main():
     version = subprocess.run([arguments.blender, "--version"], stdout=subprocess.PIPE, text=True, check=True).stdout.split("\n")[0]
     rays = RAYS[arguments.quality]
     print(f"{version}, {rays} rays, {arguments.threads} threads, median of {arguments.repeats}")
+    if arguments.addon:
+        compare_addon(arguments)
+        return
     print(f"{'scene':24} {'':8} {'seconds':>8} {'samples':>9} {'Mray/s':>8} {'mean':>6}")
     for path in arguments.scene:
         theirs, ours = [], []
@@ -126,6 +202,9 @@ def main():
 
 if __name__ == "__main__":
     if "bpy" in sys.modules or os.path.basename(sys.executable).startswith("blender") or "--python" in sys.argv:
-        inside_blender(sys.argv[-3], int(sys.argv[-2]), int(sys.argv[-1]))
+        if sys.argv[-6] == "--addon":
+            addon_inside_blender(sys.argv[-5], sys.argv[-4], *map(int, sys.argv[-3:]))
+        else:
+            inside_blender(sys.argv[-3], int(sys.argv[-2]), int(sys.argv[-1]))
     else:
         main()

@@ -71,6 +71,10 @@ foreach(file man/man1/ktbake.1 bash-completion/completions/ktbake zsh/site-funct
     endif()
 endforeach()
 
+if(NOT EXISTS ${WORK}/moved/share/ktambientocclusion/blender/ktambientocclusion-blender.zip)
+    message(FATAL_ERROR "The Blender add-on is not installed")
+endif()
+
 # No installed file may refer to the folder where it was built.
 file(GLOB libraries ${WORK}/moved/${LIBRARIES}/*.so ${WORK}/moved/lib/python*/dist-packages/kthost.so ${WORK}/moved/bin/*)
 list(LENGTH libraries count)

@@ -21,8 +21,15 @@ class KtBake(KtSettingsOfOperator, bpy.types.Operator):
 
     __annotations__ = KtSettingsOfOperator.__annotations__
 
+    current = None  # the bake that runs in the window
     _bake = None
     _timer = None
+
+    @classmethod
+    def poll(cls, _context):
+        if KtBake.current:
+            cls.poll_message_set("A bake is running; Esc cancels it")
+        return KtBake.current is None
 
     def _start(self, context):
         self._values = Values(context.scene, self)
@@ -49,6 +56,7 @@ class KtBake(KtSettingsOfOperator, bpy.types.Operator):
         if not self._start(context):
             return {"CANCELLED"}
         manager = context.window_manager
+        KtBake.current = self._bake
         self._timer = manager.event_timer_add(0.05, window=context.window)
         manager.progress_begin(0, 100)
         manager.modal_handler_add(self)
@@ -59,6 +67,8 @@ class KtBake(KtSettingsOfOperator, bpy.types.Operator):
         text, done = self._bake.progress
         context.workspace.status_text_set("%s    |    Esc: cancel" % text)
         context.window_manager.progress_update(100 * done)
+        if context.area:
+            context.area.tag_redraw()
 
     def modal(self, context, event):
         if event.type == "ESC" and event.value == "PRESS":
@@ -79,6 +89,7 @@ class KtBake(KtSettingsOfOperator, bpy.types.Operator):
         self._end_modal(context)
 
     def _end_modal(self, context):
+        KtBake.current = None
         context.window_manager.event_timer_remove(self._timer)
         context.window_manager.progress_end()
         context.workspace.status_text_set(None)

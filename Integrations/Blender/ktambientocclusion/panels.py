@@ -7,9 +7,8 @@ from . import operators, presets, shading
 from .settings import DESCRIPTION
 
 # Settings that count only if a switch is on.
-_NEEDS = {"gather_quality": "indirect_illumination", "num_indirections": "indirect_illumination",
-          "color_bleeding": "indirect_illumination", "override_material_color": "indirect_illumination",
-          "material_color": "override_material_color"}
+_NEEDS = {"gather_quality": "indirect", "bounces": "indirect", "color_bleeding": "indirect", "override": "indirect",
+          "override_color": "override"}
 
 
 class _Panel:
@@ -17,10 +16,12 @@ class _Panel:
     bl_region_type = "UI"
     bl_category = "Light"
 
-    def _column(self):
-        self.layout.use_property_split = True
-        self.layout.use_property_decorate = False
-        return self.layout.column()
+    @staticmethod
+    def _row(column, label):
+        """A row with a label and room for controls. Blender's own split is too narrow for our labels."""
+        split = column.split(factor=0.56)
+        split.label(text=label)
+        return split.row()
 
 
 class KT_PT_bake(_Panel, bpy.types.Panel):
@@ -28,13 +29,15 @@ class KT_PT_bake(_Panel, bpy.types.Panel):
 
     def draw(self, context):
         values = context.scene.ktambientocclusion
-        column = self._column()
+        column = self.layout.column()
         column.row().prop(values, "scope", expand=True)
         column.row().prop(values, "domain", expand=True)
         column.menu(presets.KT_MT_presets.__name__, icon="PRESET")
+        if operators.KtBake.current:
+            self.layout.label(text=operators.KtBake.current.progress[0], icon="TIME")
         row = self.layout.row()
         row.scale_y = 1.5
-        # Otherwise Blender would run the operator at once, without its window staying usable.
+        # Blender stays usable while the operator runs.
         row.operator_context = "INVOKE_DEFAULT"
         row.operator(operators.KtBake.bl_idname, icon="SHADING_RENDERED")
 
@@ -45,17 +48,19 @@ class _SettingsPanel(_Panel):
 
     def draw(self, context):
         values = context.scene.ktambientocclusion
-        column = self._column()
+        column = self.layout.column()
         for setting in DESCRIPTION.groups()[self.group]:
-            row = column.row(heading=setting.label if setting.kind == "length" else "")
+            is_switch = setting.kind == "switch"
+            row = column.row() if is_switch else self._row(column, setting.label)
             row.active = setting.name not in _NEEDS or getattr(values, _NEEDS[setting.name])
             if setting.kind == "length":
                 row.prop(values, "use_" + setting.name, text="")
-                row = row.row()
-                row.active = getattr(values, "use_" + setting.name)
-                row.prop(values, setting.name, text="" if row.active else "Automatic")
+                if getattr(values, "use_" + setting.name):
+                    row.prop(values, setting.name, text="")
+                else:
+                    row.label(text="Automatic")
             else:
-                row.prop(values, setting.name)
+                row.prop(values, setting.name, text=setting.label if is_switch else "")
 
 
 def _make_settings_panels():
@@ -71,9 +76,10 @@ class KT_PT_result(_Panel, bpy.types.Panel):
 
     def draw(self, context):
         values = context.scene.ktambientocclusion
-        column = self._column()
-        for name in ("fit", "color_name", "exposure", "strength", "use_shading"):
-            column.prop(values, name)
+        column = self.layout.column()
+        for name in ("fit", "color_name", "exposure", "strength"):
+            self._row(column, values.bl_rna.properties[name].name).prop(values, name, text="")
+        column.prop(values, "use_shading")
         column.separator()
         column.operator(shading.KtAddShading.bl_idname, icon="NODE_MATERIAL")
         column.operator(shading.KtRemoveShading.bl_idname)

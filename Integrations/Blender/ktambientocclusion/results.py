@@ -50,22 +50,38 @@ def store(mesh, light, domain, color_name, exposure, strength):
     check(mesh, color_name)
     colors = np.ones((len(light.light), 4), np.float32)
     colors[:, :3] = shown(light.light, exposure, strength)
-    active = mesh.attributes.active_index
+    active, colors_before = mesh.attributes.active_index, _active_colors(mesh)
     for (name, (kind, member)), values in zip(attributes(color_name).items(), (light.ao, light.indirect, colors)):
         _write(mesh, name, kind, member, domain, values)
     if active >= 0:
         mesh.attributes.active_index = active
+    _activate_colors(mesh, colors_before)
     mesh.update_tag()
+
+
+def _active_colors(mesh):
+    """The names of the colour attributes that the viewport and renders show. Blender changes them with a new one."""
+    names = [attribute.name for attribute in mesh.color_attributes]
+    indices = (mesh.color_attributes.active_color_index, mesh.color_attributes.render_color_index)
+    return [names[i] if 0 <= i < len(names) else None for i in indices]
+
+
+def _activate_colors(mesh, names):
+    for member, name in zip(("active_color_index", "render_color_index"), names):
+        index = mesh.color_attributes.find(name) if name else -1
+        if index >= 0:
+            setattr(mesh.color_attributes, member, index)
 
 
 def remove(mesh, color_name):
     """Removes the attributes of a bake. Returns their number."""
-    count = 0
+    count, colors = 0, _active_colors(mesh)
     for name, (kind, _) in attributes(color_name).items():
         existing = mesh.attributes.get(name)
         if existing is not None and existing.data_type == kind:
             mesh.attributes.remove(existing)
             count += 1
     if count:
+        _activate_colors(mesh, colors)
         mesh.update_tag()
     return count

@@ -78,7 +78,7 @@ class Collector:
         self.receivers, self.warnings = [], []
         self._context = context
         self._values = values
-        self._uses_colors = not values.override_material_color
+        self._uses_colors = not values.override
         self._numbers = {}  # of meshes in the file, by what they depend on
         self._textured = set()
         self._rendered = _rendered_objects(context.view_layer)
@@ -165,9 +165,11 @@ class Collector:
 
     def _key(self, one, evaluated, slots):
         """Uses with equal keys share one mesh of the file."""
-        is_plain = one.type == "MESH" and one.data is not None and not one.modifiers and one.mode == "OBJECT"
-        data = one.data if is_plain else evaluated.data
-        return (is_plain, data.as_pointer(), tuple(slots))
+        # Some parents deform their children as a modifier does.
+        is_plain = one.type == "MESH" and not one.modifiers and one.mode == "OBJECT" and \
+            one.parent_type not in {"ARMATURE", "LATTICE", "CURVE"}
+        shared = one.data if is_plain else evaluated.data if one.type == "MESH" else one
+        return (shared.as_pointer(), tuple(slots))
 
     def _add_receiver(self, one, is_tracked, is_first, depsgraph):
         evaluated = one.evaluated_get(depsgraph)
@@ -202,13 +204,13 @@ class Collector:
 
     def _add_others(self, baked, depsgraph):
         """Everything visible that is not baked: other objects and instances as occluders, and the lights."""
-        done = {o.name for o in baked}
+        done = {o.as_pointer() for o in baked}
         left_out = set()
         for use in depsgraph.object_instances:
             evaluated = use.object
             source = evaluated.original
             shown_by = use.parent.original if use.is_instance and use.parent else source
-            if not use.is_instance and (source.name in done or not use.show_self):
+            if not use.is_instance and (source.as_pointer() in done or not use.show_self):
                 continue
             if source.hide_render or not self._is_rendered(shown_by):
                 continue
@@ -227,7 +229,7 @@ class Collector:
         slots = self._slots(evaluated, evaluated.data) if evaluated.type == "MESH" else self._slots(evaluated, source.data)
         # Instances that Geometry Nodes make have the object of the modifier, but data of another.
         is_made = use.is_instance and evaluated.type == "MESH" and evaluated.data != source.evaluated_get(depsgraph).data
-        key = (False, evaluated.data.as_pointer(), tuple(slots)) if is_made else self._key(source, evaluated, slots)
+        key = (evaluated.data.as_pointer(), tuple(slots)) if is_made else self._key(source, evaluated, slots)
         if key not in self._numbers:
             mesh = evaluated.data if is_made else self._evaluated_mesh(evaluated, depsgraph)
             if mesh is None:

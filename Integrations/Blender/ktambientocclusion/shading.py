@@ -3,7 +3,7 @@
 
 import bpy
 
-from . import materials
+from . import materials, results
 
 NAME = "Baked Light"
 
@@ -20,7 +20,7 @@ def _add_sockets(tree):
 def node_group(color_name):
     """The node group for a colour attribute; a new one if there is none.
 
-    A mesh without the attribute keeps its colour: the alpha of an attribute that is missing is 0."""
+    A mesh without results keeps its colour. An attribute that is missing is 0 in shaders, and a baked "AO" is never 0."""
     for tree in bpy.data.node_groups:
         if tree.library is None and tree.get(materials.GROUP_MARK) == color_name:
             return tree
@@ -31,21 +31,27 @@ def node_group(color_name):
     source, target = nodes.new("NodeGroupInput"), nodes.new("NodeGroupOutput")
     light = nodes.new("ShaderNodeAttribute")
     light.attribute_name = color_name
+    occlusion, is_baked = nodes.new("ShaderNodeAttribute"), nodes.new("ShaderNodeMath")
+    occlusion.attribute_name = results.AO
+    is_baked.operation = "GREATER_THAN"
+    is_baked.inputs[1].default_value = 1e-7
     steps = []
-    for operation in ("SUBTRACT", "SCALE", "ADD", "MULTIPLY"):  # color * (1 + alpha * (light - 1))
+    for operation in ("SUBTRACT", "SCALE", "ADD", "MULTIPLY"):  # color * (1 + is_baked * (light - 1))
         step = nodes.new("ShaderNodeVectorMath")
         step.operation = operation
         step.inputs[1].default_value = (1, 1, 1)
         steps.append(step)
     links.new(light.outputs["Color"], steps[0].inputs[0])
-    links.new(light.outputs["Alpha"], steps[1].inputs["Scale"])
+    links.new(occlusion.outputs["Fac"], is_baked.inputs[0])
+    links.new(is_baked.outputs[0], steps[1].inputs["Scale"])
     for before, after in zip(steps, steps[1:]):
         links.new(before.outputs[0], after.inputs[0])
     links.new(source.outputs[0], steps[3].inputs[1])
     links.new(steps[3].outputs[0], target.inputs[0])
     for column, node in enumerate([light] + steps + [target]):
         node.location = (200 * column, 0)
-    source.location = (600, -200)
+    for node, place in ((occlusion, (-200, -250)), (is_baked, (0, -250)), (source, (600, -250))):
+        node.location = place
     return tree
 
 

@@ -3,7 +3,6 @@
 
 import json
 import os
-import re
 
 # Refinement adds vertices, and a bake from Blender keeps the mesh.
 LEFT_OUT = {"Refinement"}
@@ -19,9 +18,9 @@ class Setting:
     """
 
     def __init__(self, row):
-        self.name = re.sub(r"(?<=[a-z])(?=[A-Z])", "_", row["name"]).lower()
-        self.label = self.name.replace("_", " ").title()
         self.option = row["option"]
+        self.name = self.option.replace("-", "_")
+        self.label = self.option.replace("-", " ").title()
         self.kind = row["kind"]
         self.group = row["group"]
         self.help = row["help"]
@@ -87,7 +86,7 @@ def setting_arguments(description, values):
             arguments += [option] if option else []
         elif setting.kind == "color":
             # The colour switches the override on.
-            if values.get("override_material_color", True):
+            if values.get("override", True):
                 arguments += ["--" + setting.option, ",".join(number(part) for part in value)]
         elif setting.kind in ("integer", "choice"):
             arguments += ["--" + setting.option, str(value)]

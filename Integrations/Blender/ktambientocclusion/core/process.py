@@ -115,7 +115,8 @@ def _ask(program, arguments, seconds=30):
         raise RuntimeError("%s: %s" % (program, error)) from None
     if done.returncode != 0:
         lines = done.stderr.decode("utf-8", "replace").strip().splitlines()
-        raise RuntimeError(lines[0] if lines else "%s ended with exit code %d" % (program, done.returncode))
+        reason = lines[0] if lines else "%s ended with exit code %d" % (program, done.returncode)
+        raise RuntimeError(reason[7:] if reason.startswith("error: ") else reason)
     return done.stdout.decode("utf-8", "replace")
 
 
