@@ -168,7 +168,7 @@ def walk():
     shading = view().spaces[0].shading
     shading.type = "MATERIAL"
     show(False)
-    yield 12  # software OpenGL compiles the shaders
+    yield 60 if FOLDER else 1  # software OpenGL compiles the shaders
     picture("materials")
     yield 0.5
 

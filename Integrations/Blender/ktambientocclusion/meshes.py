@@ -26,9 +26,10 @@ def _corner_normals(mesh):
 def read_mesh(mesh):
     """A mesh as MeshData. Polygons are divided into triangles as Blender draws them."""
     mesh.calc_loop_triangles()
-    return MeshData(_read(mesh.vertices, "co", np.float32, 3), _read(mesh.loops, "vertex_index", np.int32),
-                    _corner_normals(mesh), _read(mesh.loop_triangles, "loops", np.int32, 3),
-                    _read(mesh.loop_triangles, "material_index", np.int32))
+    triangles = _read(mesh.loop_triangles, "loops", np.int32, 3)
+    slots = _read(mesh.loop_triangles, "material_index", np.int32) if len(mesh.materials) > 1 else \
+        np.zeros(len(triangles), np.int32)
+    return MeshData(_read(mesh.vertices, "co", np.float32, 3), corner_vertices(mesh), _corner_normals(mesh), triangles, slots)
 
 
 def corner_vertices(mesh):

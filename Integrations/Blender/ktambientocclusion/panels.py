@@ -58,7 +58,7 @@ class _SettingsPanel(_Panel):
                 if getattr(values, "use_" + setting.name):
                     row.prop(values, setting.name, text="")
                 else:
-                    row.label(text="Automatic")
+                    row.label(text="Auto")
             else:
                 row.prop(values, setting.name, text=setting.label if is_switch else "")
 

@@ -52,7 +52,8 @@ def light_of(ao, indirect, lamps, color):
 
 def shown(light, exposure, strength):
     """The light as ktbake multiplies it into vertex colours: scaled, then raised to a power where it is below 1."""
-    light = light * np.float32(exposure)
+    if exposure != 1:
+        light = light * np.float32(exposure)
     if strength != 1:
         light = np.where(light < 1, np.power(np.maximum(light, 0), np.float32(strength)), light)
-    return light.astype(np.float32)
+    return light.astype(np.float32, copy=False)

@@ -114,7 +114,7 @@ class SceneFile:
         corners: number of corners of the mesh; those without a triangle are in the open
         """
         reader = path if isinstance(path, GlbReader) else GlbReader(path)
-        result = Light.open(corners)
+        result = None
         for index, primitive in enumerate(self._primitives[mesh]):
             ao = reader.attribute(mesh, index, "_AO")
             if ao is None:
@@ -123,6 +123,9 @@ class SceneFile:
                 raise GlbError("ktbake has written %d results for %d vertices" % (len(ao), primitive.joined.max() + 1))
             light = light_of(ao, reader.attribute(mesh, index, "_INDIRECT"), reader.attribute(mesh, index, "_BAKED_LIGHT"),
                              gathered_color(self._colors[primitive.material], color_bleeding))
+            if len(primitive.corners) == corners:
+                return Light(*(values[primitive.joined] for values in light.arrays()))
+            result = result or Light.open(corners)
             for target, source in zip(result.arrays(), light.arrays()):
                 target[primitive.corners] = source[primitive.joined]
         return result
