@@ -21,6 +21,7 @@
 #include <new>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGTransform.h>
+#include <QFile>
 #include <QFileInfo>
 
 struct ktSceneFile::Data {
@@ -64,16 +65,20 @@ bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
     return false;
 }
 
+/// glTF as text, in a file without an ending.
+bool beginsLikeJson(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.read(64).trimmed().startsWith('{');
+}
+
 // Reads any supported format.
 ReadFile readFile(const QString& path, std::optional<ktUpAxis> up, ktFileMessages& messages) {
     ktCheckReadable(path, "file");
     const QString ending = QFileInfo(path).suffix().toLower();
     const bool isNamedGltf = ending == "glb" || ending == "gltf";
-    if ((isNamedGltf && !ktIsGltf1(path)) || (!isNamedGltf && ktBeginsLikeGlb(path)))
+    if ((isNamedGltf && !ktIsGltf1(path)) || (!isNamedGltf && ktBeginsLikeGlb(path)) ||
+        (ending.isEmpty() && beginsLikeJson(path)))
         return {ktReadGltf(path, messages)};
-    if (!ktCanImportWithAssimp(path))
-        throw ktFileError("file",
-                          "is no glTF, and files of the kind '." + ending.toStdString() + "' cannot be imported");
     ktImportedFile imported = ktImportWithAssimp(path, up, messages);
     const ktFileUnit unit = imported.isUnitSure ? ktFileUnit::Named
                             : imported.hasUnit  ? ktFileUnit::Assumed

@@ -163,7 +163,7 @@ ktScripting::Result execute(const std::string& source, const char* name) {
         return result;
     }
     if (PyErr_ExceptionMatches(PyExc_SystemExit)) {
-        const ktScripting::Result exit = takeExit();
+        ktScripting::Result exit = takeExit();
         flushStreams();
         return exit;
     }

@@ -134,7 +134,7 @@ struct Library {
 
 // Tests and benchmarks may use any of these libraries to compare with.
 const std::vector<Library> libraries = {
-    {"Eigen", std::regex("Eigen/.*"), {"Host/Raytracing/Fit/"}},
+    {"Eigen", std::regex("Eigen/.*"), {"Host/Raytracing/Fit/", "Host/Files/Import/"}},
     {"Embree", std::regex("embree[34]/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
     {"TBB", std::regex("(oneapi/)?tbb/.*"), {"Host/Raytracing/", "Tests/", "Benchmarks/"}},
     {"nlohmann-json", std::regex("nlohmann/.*"), {"Host/Files/", "Tests/", "Benchmarks/"}},

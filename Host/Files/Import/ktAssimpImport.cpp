@@ -6,6 +6,7 @@
 #include "ktAssimpTarget.h"
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktImportFormat.h"
 #include "ktLimitedProcess.h"
 #include "ktPlyStrips.h"
 #include "ktReadRecord.h"
@@ -32,34 +33,40 @@ struct Header {
 // and lower case.
 class RegularFiles : public Assimp::DefaultIOSystem {
 public:
-    explicit RegularFiles(ktJson& files_) : files(files_) {}
-    bool Exists(const char* path) const override { return ktFindIgnoringCase(path).has_value(); }
-    Assimp::IOStream* Open(const char* path, const char* mode) override {
-        const std::optional<std::string> found = ktFindIgnoringCase(path);
-        files.push_back(found ? *found : path);
+    /// The imported file has the name `alias` for the importer, and is at `path`.
+    RegularFiles(std::string alias_, std::string path_, ktJson& files_)
+        : alias(std::move(alias_)), path(std::move(path_)), files(files_) {}
+
+    bool Exists(const char* name) const override { return find(name).has_value(); }
+    Assimp::IOStream* Open(const char* name, const char* mode) override {
+        const std::optional<std::string> found = find(name);
+        files.push_back(found ? *found : name);
         return found ? DefaultIOSystem::Open(found->c_str(), mode) : nullptr;
     }
 
 private:
+    std::optional<std::string> find(const char* name) const { return ktFindIgnoringCase(name == alias ? path : name); }
+
+    std::string alias, path;
     ktJson& files; // those that were opened, or were to be
 };
 
-bool hasEnding(const std::string& path, std::initializer_list<const char*> endings) {
-    const QString ending = QFileInfo(QString::fromStdString(path)).suffix().toLower();
-    return std::any_of(endings.begin(), endings.end(), [&](const char* one) { return ending == one; });
+bool isAny(const std::string& format, std::initializer_list<const char*> formats) {
+    return std::find(formats.begin(), formats.end(), format) != formats.end();
 }
 
-ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& bytes) {
+ktJson import(const ktFileToImport& file, std::optional<ktUpAxis> up, ktBytes& bytes) {
     ktJson answer = {{"files", ktJson::array()}};
     Assimp::Importer importer;
-    importer.SetIOHandler(new RegularFiles(answer["files"])); // the importer takes ownership
+    const std::string name = file.nameWithEnding();
+    importer.SetIOHandler(new RegularFiles(name, file.path, answer["files"])); // the importer takes ownership
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, up.has_value());
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
                            aiProcess_LimitBoneWeights | aiProcess_FlipUVs;
-    const std::optional<std::string> ply = hasEnding(path, {"ply"}) ? ktConvertPlyStrips(path) : std::nullopt;
+    const std::optional<std::string> ply = file.format == "ply" ? ktConvertPlyStrips(file.path) : std::nullopt;
     const aiScene* scene =
-        ply ? importer.ReadFileFromMemory(ply->data(), ply->size(), steps, "ply") : importer.ReadFile(path, steps);
+        ply ? importer.ReadFileFromMemory(ply->data(), ply->size(), steps, "ply") : importer.ReadFile(name, steps);
     if (!scene) {
         const std::string reason = importer.GetErrorString();
         if (reason.find("bad_alloc") != std::string::npos)
@@ -68,12 +75,12 @@ ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& byte
         return answer;
     }
     ktFileMessages messages;
-    ktAssimpTarget target(*scene, path.substr(0, path.rfind('/') + 1), messages);
-    target.isInvisibleDoubtful = hasEnding(path, {"obj", "dae", "zae"});
+    ktAssimpTarget target(*scene, file, messages);
+    target.isInvisibleDoubtful = isAny(file.format, {"obj", "dae", "zae"});
     ktConvertAssimpMaterials(target);
     ktConvertAssimpNodes(target);
     ktConvertAssimpAnimations(target);
-    const ktAssimpSpace space = ktFindAssimpSpace(*scene, path, up);
+    const ktAssimpSpace space = ktFindAssimpSpace(*scene, file, up);
     ktConvertAssimpSpace(target, space);
     if (!target.bytes.empty())
         target.add("buffers", {{"byteLength", target.bytes.size()}});
@@ -88,18 +95,18 @@ ktJson import(const std::string& path, std::optional<ktUpAxis> up, ktBytes& byte
     return answer;
 }
 
-ktJson importOrFail(const std::string& path, std::optional<ktUpAxis> up, ktBytes& bytes) {
+ktJson importOrFail(const ktFileToImport& file, std::optional<ktUpAxis> up, ktBytes& bytes) {
     try {
-        return import(path, up, bytes);
+        return import(file, up, bytes);
     } catch (const std::runtime_error& error) {
         return {{"error", error.what()}};
     }
 }
 
-void importInto(ktByteSink& sink, const std::string& path, std::optional<ktUpAxis> up) {
+void importInto(ktByteSink& sink, const ktFileToImport& file, std::optional<ktUpAxis> up) {
     ktBytes bytes;
     // Names in old files may have any encoding; bytes that are not UTF-8 are replaced.
-    const std::string text = importOrFail(path, up, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
+    const std::string text = importOrFail(file, up, bytes).dump(-1, ' ', false, ktJson::error_handler_t::replace);
     const Header header = {text.size(), bytes.size()};
     sink.write(&header, sizeof header);
     sink.write(text.data(), text.size());
@@ -108,14 +115,9 @@ void importInto(ktByteSink& sink, const std::string& path, std::optional<ktUpAxi
 
 } // namespace
 
-bool ktCanImportWithAssimp(const QString& path) {
-    const QString ending = QFileInfo(path).suffix().toLower();
-    return !ending.isEmpty() && Assimp::Importer().IsExtensionSupported(ending.toStdString());
-}
-
 ktImportedFile ktImportWithAssimp(const QString& path, std::optional<ktUpAxis> up, ktFileMessages& messages) {
     const QFileInfo info(path);
-    const std::string file = info.absoluteFilePath().toStdString();
+    const ktFileToImport file = {info.absoluteFilePath().toStdString(), ktFindImportFormat(path)};
     const auto size = static_cast<std::size_t>(info.size());
     ktProcessLimits limits;
     limits.memory_bytes = (std::size_t(4) << 30) + 100 * size;
@@ -132,7 +134,8 @@ ktImportedFile ktImportWithAssimp(const QString& path, std::optional<ktUpAxis> u
     for (const ktJson& name : json.value("files", ktJson::array()))
         ktReadRecord::add(QString::fromStdString(name.get<std::string>()));
     if (json.contains("error"))
-        throw ktFileError("file", "cannot be imported: " + json["error"].get<std::string>());
+        throw ktFileError("file", "cannot be imported: " + json["error"].get<std::string>() +
+                                      (file.format == "blend" ? ". Export glTF from Blender" : ""));
     for (const ktJson& warning : json["warnings"])
         for (std::size_t i = 0; i < warning[3].get<std::size_t>(); ++i)
             messages.warn(warning[0], warning[1], warning[2]);

@@ -16,12 +16,10 @@ struct ktImportedFile {
     bool hasUpAxis = false;  ///< the file or its format says which axis points up
 };
 
-/// Imports any format that Assimp supports. The import runs in a separate process with limits on memory and time, so
-/// that a broken file cannot crash this process. Throws ktFileError (object "file").
+/// Imports any format that Assimp supports, found by the file's ending or its first bytes. The import runs in a
+/// separate process with limits on memory and time, so that a broken file cannot crash this process. Throws ktFileError
+/// (object "file").
 /// @param up the axis of the file that points up; empty: what the file or its format says, else y. In the document, y
 /// is
 ///           up
 ktImportedFile ktImportWithAssimp(const QString& path, std::optional<ktUpAxis> up, ktFileMessages& messages);
-
-/// Whether Assimp has an importer for files with the ending of `path`.
-bool ktCanImportWithAssimp(const QString& path);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Converts Assimp's nodes, skins, cameras and lights to glTF.
 #include "ktAssimpTarget.h"
+#include "ktAssimpTransform.h"
 #include "ktFileMessages.h"
 
 #include <algorithm>
@@ -9,42 +10,12 @@
 
 namespace {
 
-ktJson columns(const aiMatrix4x4& matrix) {
-    ktJson out = ktJson::array();
-    for (unsigned column = 0; column < 4; ++column)
-        for (unsigned row = 0; row < 4; ++row)
-            out.push_back(ktJsonFromFloat(matrix[row][column]));
-    return out;
-}
-
-bool isFinite(const aiMatrix4x4& matrix) {
-    return std::all_of(&matrix.a1, &matrix.a1 + 16, [](float value) { return std::isfinite(value); });
-}
-
 std::set<std::string> animatedNames(const aiScene& scene) {
     std::set<std::string> names;
     for (unsigned a = 0; a < scene.mNumAnimations; ++a)
         for (unsigned c = 0; c < scene.mAnimations[a]->mNumChannels; ++c)
             names.insert(scene.mAnimations[a]->mChannels[c]->mNodeName.C_Str());
     return names;
-}
-
-// Animated nodes must have translation, rotation and scale instead of a matrix.
-void setTransform(ktJson& node, const aiMatrix4x4& matrix, bool animated) {
-    if (!isFinite(matrix) || (matrix.IsIdentity() && !animated))
-        return;
-    if (!animated) {
-        node["matrix"] = columns(matrix);
-        return;
-    }
-    aiVector3D scale, place;
-    aiQuaternion turn;
-    matrix.Decompose(scale, turn, place);
-    turn.Normalize();
-    node["translation"] = {ktJsonFromFloat(place.x), ktJsonFromFloat(place.y), ktJsonFromFloat(place.z)};
-    node["rotation"] = {ktJsonFromFloat(turn.x), ktJsonFromFloat(turn.y), ktJsonFromFloat(turn.z),
-                        ktJsonFromFloat(turn.w)};
-    node["scale"] = {ktJsonFromFloat(scale.x), ktJsonFromFloat(scale.y), ktJsonFromFloat(scale.z)};
 }
 
 ktJson extrasOf(const aiMetadata& data) {
@@ -82,6 +53,7 @@ public:
 
 private:
     void walk();
+    std::string nameOf(const aiNode& source) const;
     void addMeshes();
     void addMeshTo(std::size_t node, const std::vector<unsigned>& meshes, const aiMesh* skinned);
     std::size_t skinOf(const aiMesh& mesh);
@@ -92,6 +64,7 @@ private:
 
     ktAssimpTarget& target;
     std::set<std::string> animated;
+    std::size_t top = 0;                                 ///< of all nodes
     std::map<unsigned, ktJson> primitives;               ///< per mesh; null if unusable
     std::map<std::vector<unsigned>, std::size_t> meshOf; ///< per list of meshes
 };
@@ -103,8 +76,17 @@ void Nodes::convert() {
     addMeshes();
     addLights();
     addCameras();
-    target.add("scenes", {{"nodes", {0}}});
+    target.add("scenes", {{"nodes", {top}}});
     target.json["scene"] = 0;
+}
+
+/// Some importers name the top node after the file, even with the whole path: here it is the file's plain name.
+std::string Nodes::nameOf(const aiNode& source) const {
+    std::string name = source.mName.C_Str();
+    const std::string alias = target.file.nameWithEnding();
+    if (name == alias || name == alias.substr(target.folder.size()))
+        return target.file.path.substr(target.folder.size());
+    return name;
 }
 
 void Nodes::walk() {
@@ -116,18 +98,25 @@ void Nodes::walk() {
         if (!seen.insert(source).second)
             continue;
         ktJson node = ktJson::object();
-        const std::string name = source->mName.C_Str();
+        const std::string name = nameOf(*source);
         if (!name.empty())
             node["name"] = name;
-        setTransform(node, source->mTransformation, animated.count(name) > 0);
+        ktJson above = ktWriteAssimpTransform(node, source->mTransformation, animated.count(name) > 0);
         if (source->mMetaData) {
             ktJson extras = extrasOf(*source->mMetaData);
             if (!extras.empty())
                 node["extras"] = std::move(extras);
         }
         const std::size_t index = target.add("nodes", std::move(node));
+        std::size_t upper = index;
+        if (!above.is_null()) {
+            above["children"] = {index};
+            upper = target.add("nodes", std::move(above));
+        }
         if (seen.size() > 1)
-            target.json["nodes"][parent]["children"].push_back(index);
+            target.json["nodes"][parent]["children"].push_back(upper);
+        else
+            top = upper;
         target.nodes.push_back(index);
         target.assimpNodes.push_back(source);
         target.nodeOfName.emplace(name, index);
@@ -221,7 +210,7 @@ std::size_t Nodes::addOriented(const aiString& name, const aiVector3D& place, co
     const aiMatrix4x4 matrix(right.x, above.x, back.x, place.x, right.y, above.y, back.y, place.y, right.z, above.z,
                              back.z, place.z, 0, 0, 0, 1);
     ktJson node = {{"name", name.C_Str()}};
-    setTransform(node, matrix, false);
+    ktWriteAssimpTransform(node, matrix, false); // at right angles, so one node is enough
     const std::size_t index = target.add("nodes", std::move(node));
     const auto owner = target.nodeOfName.find(name.C_Str());
     const std::size_t parent = owner == target.nodeOfName.end() ? 0 : owner->second;

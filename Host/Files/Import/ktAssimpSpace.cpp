@@ -8,7 +8,7 @@
 #include <cmath>
 #include <memory>
 #include <minizip/unzip.h>
-#include <QFileInfo>
+#include <QString>
 #include <regex>
 #include <utility>
 
@@ -88,10 +88,9 @@ bool hasTurnedZUp(const aiScene& scene) {
 
 } // namespace
 
-ktAssimpSpace ktFindAssimpSpace(const aiScene& scene, const std::string& path, std::optional<ktUpAxis> up) {
-    const QString ending = QFileInfo(QString::fromStdString(path)).suffix().toLower();
+ktAssimpSpace ktFindAssimpSpace(const aiScene& scene, const ktFileToImport& file, std::optional<ktUpAxis> up) {
     const auto isAny = [&](std::initializer_list<const char*> names) {
-        return std::any_of(names.begin(), names.end(), [&](const char* name) { return ending == name; });
+        return std::any_of(names.begin(), names.end(), [&](const char* name) { return file.format == name; });
     };
     ktAssimpSpace space;
     space.hasUpAxis = up || !isAny({"obj", "ply", "stl", "off"});
@@ -101,7 +100,7 @@ ktAssimpSpace ktFindAssimpSpace(const aiScene& scene, const std::string& path, s
         space.metres = 1.0; // likewise
         space.isUnitSure = true;
     } else if (isAny({"3mf"})) {
-        space.metres = metresIn3mf(path);
+        space.metres = metresIn3mf(file.path);
         space.isUnitSure = true;
         space.up = ktUpAxis::Z; // the build plate is below
     } else if (isAny({"fbx"})) {

@@ -18,8 +18,7 @@ struct ktAssimpSpace {
 };
 
 /// Finds out the space of an imported file.
-/// @param path of the file
 /// @param up   the axis of the file that the user says points up; overrides what the file says
-ktAssimpSpace ktFindAssimpSpace(const aiScene& scene, const std::string& path, std::optional<ktUpAxis> up);
+ktAssimpSpace ktFindAssimpSpace(const aiScene& scene, const ktFileToImport& file, std::optional<ktUpAxis> up);
 /// Converts to glTF's space: y up, metres. Adds a node above the others if needed.
 void ktConvertAssimpSpace(ktAssimpTarget& target, const ktAssimpSpace& space);

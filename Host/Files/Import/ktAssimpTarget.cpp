@@ -3,6 +3,12 @@
 #include "ktAssimpTarget.h"
 
 #include <algorithm>
+#include <QFileInfo>
+
+std::string ktFileToImport::nameWithEnding() const {
+    const QString ending = QFileInfo(QString::fromStdString(path)).suffix().toLower();
+    return ending.toStdString() == format ? path : path + "." + format;
+}
 
 std::size_t ktAssimpTarget::addView(const void* data, std::size_t size, int target) {
     bytes.resize((bytes.size() + 3) / 4 * 4);

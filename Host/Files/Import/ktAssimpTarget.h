@@ -11,11 +11,20 @@
 
 class ktFileMessages;
 
+/// A file to import.
+struct ktFileToImport {
+    /// The name that an importer recognises the format by.
+    std::string nameWithEnding() const;
+
+    std::string path;   ///< absolute
+    std::string format; ///< as ktFindImportFormat
+};
+
 /// The glTF document that an imported scene is converted to. All data is in buffer 0. Runs in a forked process, so it
 /// uses no Qt objects with threads or events.
 struct ktAssimpTarget {
-    ktAssimpTarget(const aiScene& scene_, std::string folder_, ktFileMessages& messages_)
-        : scene(scene_), folder(std::move(folder_)), messages(messages_) {}
+    ktAssimpTarget(const aiScene& scene_, const ktFileToImport& file_, ktFileMessages& messages_)
+        : scene(scene_), file(file_), folder(file_.path.substr(0, file_.path.rfind('/') + 1)), messages(messages_) {}
 
     /// Adds data, aligned to 4 bytes. Returns the index of its view.
     std::size_t addView(const void* data, std::size_t size, int target = 0);
@@ -29,6 +38,7 @@ struct ktAssimpTarget {
     void useExtension(const char* name);
 
     const aiScene& scene;
+    const ktFileToImport& file;
     std::string folder; ///< of the imported file, with a separator at the end
     ktFileMessages& messages;
     bool isInvisibleDoubtful = false; ///< exporters of the format often write an opaque material as invisible
