@@ -80,6 +80,7 @@ class Collector:
         self._values = values
         self._uses_colors = not values.override
         self._numbers = {}  # of meshes in the file, by what they depend on
+        self._materials = {}  # what was read of each
         self._textured = set()
         self._rendered = _rendered_objects(context.view_layer)
 
@@ -157,7 +158,10 @@ class Collector:
         """The number of the material of each slot."""
         numbers = []
         for material in materials.materials_of(evaluated, mesh):
-            color, is_blended, is_textured = materials.read_material(material)
+            key = material.as_pointer() if material else 0
+            if key not in self._materials:
+                self._materials[key] = materials.read_material(material)
+            color, is_blended, is_textured = self._materials[key]
             if is_textured:
                 self._textured.add(material.name)
             numbers.append(self.file.add_material(color if self._uses_colors else (1, 1, 1), is_blended))
