@@ -30,7 +30,8 @@ struct Extent {
 };
 
 Extent extentOf(const ktTracedGeometry& traced) {
-    const std::vector<float>& positions = *traced.positions;
+    const std::shared_ptr<const std::vector<float>> world = traced.worldPositions();
+    const std::vector<float>& positions = *world;
     const std::vector<std::uint32_t>& triangles = *traced.triangles;
     const double smallEdge = ktSmallEdge(positions.data(), traced.positionCount());
     Extent extent;

@@ -157,7 +157,7 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
         firstSceneTriangles = sceneTriangles;
     ktWorkers::run(
         [&] {
-            scene.makeMeshes();
+            scene.makeMeshes(tracer->takesInstances());
             if (ktGetFitMode() == ktFitMode::Surface)
                 sceneFit.setScene(scene);
         },

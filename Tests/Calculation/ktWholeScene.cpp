@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGPointLight.h>
+#include <OpenSG/OSGTransform.h>
 
 namespace {
 
@@ -105,6 +106,16 @@ void ktWholeScene::add(const std::string& name, const ktWholeMesh& mesh, const o
     osg::endEditCP(geometry);
     nodes[name] = makeNode(geometry);
     addChild(root.get(), nodes[name]);
+}
+
+void ktWholeScene::addUse(const std::string& name, const osg::Matrix& toWorld) {
+    const osg::TransformPtr transform = osg::Transform::create();
+    osg::beginEditCP(transform);
+    transform->setMatrix(toWorld);
+    osg::endEditCP(transform);
+    const osg::NodePtr parent = makeNode(transform);
+    addChild(parent, makeNode(nodes.at(name)->getCore()));
+    addChild(root.get(), parent);
 }
 
 void ktWholeScene::addLamp(const osg::Pnt3f& position_mm, const osg::Color3f& color) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <OpenSG/OSGColor.h>
 #include <OpenSG/OSGGeometry.h>
+#include <OpenSG/OSGMatrix.h>
 #include <OpenSG/OSGNode.h>
 #include <string>
 #include <vector>
@@ -48,6 +49,8 @@ public:
 
     /// Appends a geometry node of this name and surface colour to the scene's root.
     void add(const std::string& name, const ktWholeMesh& mesh, const osg::Color3f& color);
+    /// Appends a second use of a node's geometry, below a transform.
+    void addUse(const std::string& name, const osg::Matrix& toWorld);
     /// A lamp that shines in all directions. @param color light at a distance of 1 m
     void addLamp(const osg::Pnt3f& position_mm, const osg::Color3f& color);
     /// Clears earlier results and calculates everything. If the run does not start, the test fails.

@@ -116,8 +116,9 @@ TEST(WideBvh, GivenAnyTriangles_KeepsTheirCornersBitForBit) {
                 ASSERT_EQ(leaf.pointCount != 0, kind == ktLeafKind::Patches);
                 ASSERT_TRUE(leaf.restIsFlat);
                 for (std::size_t i = 0; i < leaf.ids.size(); ++i) {
-                    const std::uint32_t mesh = bvh.meshOf(leaf.ids[i]);
-                    const std::uint32_t* index = views[mesh].indices + 3 * (leaf.ids[i] - bvh.firstOf(mesh));
+                    const std::uint32_t mesh = bvh.triangleNumbers().meshOf(leaf.ids[i]);
+                    const std::uint32_t* index =
+                        views[mesh].indices + 3 * (leaf.ids[i] - bvh.triangleNumbers().firstOf(mesh));
                     for (std::size_t c = 0; c < 3; ++c)
                         ASSERT_EQ(std::memcmp(&leaf.corners[i][3 * c], views[mesh].positions + 3 * index[c], 12), 0);
                 }
@@ -187,8 +188,8 @@ TEST(WideBvh, GivenUnusableTriangles_SkipsThemAndKeepsTheOtherIds) {
     for (const std::uint32_t id : usable)
         expected.push_back(60000 + id);
     EXPECT_EQ(ktWideBvhWalk(bvh).ids, expected);
-    EXPECT_EQ(bvh.meshOf(59999), 1u);
-    EXPECT_EQ(bvh.meshOf(60000), 3u);
+    EXPECT_EQ(bvh.triangleNumbers().meshOf(59999), 1u);
+    EXPECT_EQ(bvh.triangleNumbers().meshOf(60000), 3u);
 }
 
 TEST(WideBvh, GivenStopAtAnyStep_IsEmptyAndCallsNoMore) {

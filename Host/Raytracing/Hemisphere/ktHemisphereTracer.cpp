@@ -121,7 +121,7 @@ struct VisibleCounter {
 /// Writes the hits of a group to the packets, in the order of the caller's set.
 struct HitWriter {
     const Group& group;
-    const ktWideBvh& bvh;
+    const ktTriangleNumbers& numbers;
     const ktTileBatch& batch;
     ktHitPacket* packets;
     std::uint32_t tileCount; ///< packets per vertex
@@ -137,8 +137,8 @@ struct HitWriter {
                     continue;
                 const std::uint32_t ray = batch.sourceRay[t][lane], to = ray % ktHitPacket::width;
                 ktHitPacket& packet = ofVertex[ray / ktHitPacket::width];
-                packet.mesh[to] = bvh.meshOf(id);
-                packet.triangle[to] = id - bvh.firstOf(packet.mesh[to]);
+                packet.mesh[to] = numbers.meshOf(id);
+                packet.triangle[to] = id - numbers.firstOf(packet.mesh[to]);
                 packet.u[to] = tile.u[lane];
                 packet.v[to] = tile.v[lane];
                 packet.distance[to] = tile.tFar[lane];
@@ -171,7 +171,27 @@ std::uint32_t ktHemisphereTracer::laneCount() const {
 }
 
 bool ktHemisphereTracer::build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) {
-    return bvh.build(meshes, progress, leafKind);
+    const bool instances =
+        std::any_of(meshes.begin(), meshes.end(), [](const ktTracerMesh& mesh) { return mesh.toWorld != nullptr; });
+    // Only one of them has a structure at a time.
+    if (hasInstances != instances) {
+        bvh.clear();
+        twoLevel.clear();
+    }
+    hasInstances = instances;
+    return hasInstances ? twoLevel.build(meshes, progress, leafKind) : bvh.build(meshes, progress, leafKind);
+}
+
+const ktKernelFunctions& ktHemisphereTracer::functions() const {
+    return hasInstances ? kernel.twoLevel : kernel.oneLevel;
+}
+
+ktBvhView ktHemisphereTracer::view() const {
+    return hasInstances ? twoLevel.view() : ktBvhView{bvh.rootRef(), nullptr, nullptr};
+}
+
+const ktTriangleNumbers& ktHemisphereTracer::triangleNumbers() const {
+    return hasInstances ? twoLevel.triangleNumbers() : bvh.triangleNumbers();
 }
 
 std::unique_ptr<ktPreparedDirections> ktHemisphereTracer::prepareDirections(const ktDirectionSet& set) const {
@@ -190,15 +210,16 @@ void ktHemisphereTracer::countVisible(const ktRayVertex* vertices, std::uint32_t
         }
         for (const ktTileBatch& batch : batchesOf(vertices[group.first])) {
             VisibleCounter counter{group, batch, visible, masks};
-            kernel.occlusion(bvh.rootRef(),
-                             {&batch, group.traceable, group.traceableCount, &limits,
-                              [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstTile) {
-                                  VisibleCounter& receiver = *static_cast<VisibleCounter*>(to);
-                                  receiver.add(receiver.group.index[i],
-                                               [&](std::uint32_t t) { return done.tile[firstTile + t].live; });
-                              },
-                              &counter},
-                             state);
+            functions().occlusion(
+                view(),
+                {&batch, group.traceable, group.traceableCount, &limits,
+                 [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstTile) {
+                     VisibleCounter& receiver = *static_cast<VisibleCounter*>(to);
+                     receiver.add(receiver.group.index[i],
+                                  [&](std::uint32_t t) { return done.tile[firstTile + t].live; });
+                 },
+                 &counter},
+                state);
             for (std::uint32_t i = 0; i < group.untracedCount; ++i)
                 counter.add(group.untraced[i], [&](std::uint32_t t) { return batch.validRays[t]; });
         }
@@ -218,14 +239,14 @@ void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t 
         for (ktHitPacket& packet : packets)
             clearHits(packet);
         for (const ktTileBatch& batch : batchesOf(vertices[group.first])) {
-            HitWriter writer{group, bvh, batch, packets.data(), tileCount};
-            kernel.nearest(bvh.rootRef(),
-                           {&batch, group.traceable, group.traceableCount, &limits,
-                            [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstTile) {
-                                static_cast<const HitWriter*>(to)->add(i, done, firstTile);
-                            },
-                            &writer},
-                           state);
+            HitWriter writer{group, triangleNumbers(), batch, packets.data(), tileCount};
+            functions().nearest(view(),
+                                {&batch, group.traceable, group.traceableCount, &limits,
+                                 [](void* to, std::uint32_t i, const ktTraversalState& done, std::uint32_t firstTile) {
+                                     static_cast<const HitWriter*>(to)->add(i, done, firstTile);
+                                 },
+                                 &writer},
+                                state);
         }
         for (std::uint32_t v = 0; v < group.size; ++v)
             for (std::uint32_t t = 0; t < tileCount; ++t)
@@ -234,27 +255,27 @@ void ktHemisphereTracer::findNearest(const ktRayVertex* vertices, std::uint32_t 
 }
 
 std::uint32_t ktHemisphereTracer::occluded(const ktRayPacket& rays, bool bothSides) const {
-    const ktWideBvhRef root = bvh.rootRef();
+    const ktBvhView bvhView = view();
     std::uint32_t hit = 0;
     ktKernelRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i)
-        if (loadRay(rays, i, ray) && kernel.rayOccluded(root, ray, bothSides))
+        if (loadRay(rays, i, ray) && functions().rayOccluded(bvhView, ray, bothSides))
             hit |= 1u << i;
     return hit;
 }
 
 void ktHemisphereTracer::nearest(const ktRayPacket& rays, bool bothSides, ktHitPacket& hits) const {
-    const ktWideBvhRef root = bvh.rootRef();
+    const ktBvhView bvhView = view();
     clearHits(hits);
     ktKernelRay ray;
     for (std::uint32_t i = 0; i < ktRayPacket::width; ++i) {
         if (!loadRay(rays, i, ray))
             continue;
-        const ktKernelHit hit = kernel.rayNearest(root, ray, bothSides);
+        const ktKernelHit hit = functions().rayNearest(bvhView, ray, bothSides);
         if (hit.triangle == ktHemisphereKernel::noTriangle)
             continue;
-        hits.mesh[i] = bvh.meshOf(hit.triangle);
-        hits.triangle[i] = hit.triangle - bvh.firstOf(hits.mesh[i]);
+        hits.mesh[i] = triangleNumbers().meshOf(hit.triangle);
+        hits.triangle[i] = hit.triangle - triangleNumbers().firstOf(hits.mesh[i]);
         hits.u[i] = hit.u;
         hits.v[i] = hit.v;
         hits.distance[i] = hit.distance;

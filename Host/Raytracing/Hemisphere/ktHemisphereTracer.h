@@ -2,9 +2,11 @@
 #pragma once
 
 #include "ktTracer.h"
+#include "ktTwoLevelBvh.h"
 #include "ktWideBvh.h"
 
 struct ktHemisphereKernel;
+struct ktKernelFunctions;
 
 /// Traces all rays of a vertex together. Since they start at one point, whole tiles of directions go down the tree at
 /// once; Docs/inside/hemisphere-tracer.md explains how. Rays with different origins (occluded(), nearest()) are traced
@@ -17,6 +19,7 @@ public:
 
     /// @throws std::length_error for 2^32 triangles or more, besides what ktTracer::build() says
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
+    bool takesInstances() const override { return true; }
     std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const override;
     void countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                       std::uint32_t* visible, std::uint64_t* const* masks) const override;
@@ -27,10 +30,19 @@ public:
 
     /// Floats that the kernel handles at a time: 4, 8 or 16.
     std::uint32_t laneCount() const;
+    /// The structure of a scene without instances; otherwise empty.
     const ktWideBvh& wideBvh() const { return bvh; }
+    /// The structure of a scene with instances; otherwise empty.
+    const ktTwoLevelBvh& twoLevelBvh() const { return twoLevel; }
 
 private:
+    const ktKernelFunctions& functions() const;
+    ktBvhView view() const;
+    const ktTriangleNumbers& triangleNumbers() const;
+
     const ktHemisphereKernel& kernel;
     const ktLeafKind leafKind;
     ktWideBvh bvh;
+    ktTwoLevelBvh twoLevel;
+    bool hasInstances = false;
 };

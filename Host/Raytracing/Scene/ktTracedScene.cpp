@@ -3,6 +3,7 @@
 #include "ktTracedScene.h"
 
 #include "ktCancelPoint.h"
+#include "ktInstancing.h"
 #include "ktParallel.h"
 #include "ktSceneOrder.h"
 
@@ -61,6 +62,27 @@ Bounds boundsOf(const std::vector<float>& positions, const std::vector<std::uint
     for (const Bounds& chunk : chunks)
         bounds.extend(chunk);
     return bounds;
+}
+
+// Positions of a part as its instances need them, and the largest absolute coordinate on each axis.
+struct PartPositions {
+    std::shared_ptr<const std::vector<float>> positions;
+    float farthest[3] = {0, 0, 0};
+    bool isUsable = true; // all coordinates are finite, and zero or normal: workers take others for zero
+};
+
+PartPositions copyPositions(const ktGeometryView& view) {
+    const float* from = view.positions();
+    auto copy = std::make_shared<std::vector<float>>(from, from + 3 * std::size_t(view.positionCount));
+    PartPositions part;
+    for (std::size_t i = 0; i < copy->size(); ++i) {
+        const float size = std::fabs((*copy)[i]);
+        part.isUsable = part.isUsable && (size == 0 || std::isnormal(size));
+        part.farthest[i % 3] = std::max(part.farthest[i % 3], size);
+    }
+    copy->push_back(0);
+    part.positions = copy;
+    return part;
 }
 
 // World positions. Bad ones, not finite or too large, become the origin; triangles that use them must be removed.
@@ -125,13 +147,48 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
     ktSortLights(lights);
 }
 
+// Chooses the geometries that are traced as instances, and gives those of a part common positions.
+void ktTracedScene::chooseInstances() {
+    std::map<const void*, std::size_t> partOf;
+    std::vector<ktPartUse> parts;
+    std::vector<std::size_t> part(geometries.size()), firstUse;
+    for (std::size_t i = 0; i < geometries.size(); ++i) {
+        const auto [entry, isNew] = partOf.try_emplace(geometries[i].triangles.get(), parts.size());
+        part[i] = entry->second;
+        if (isNew) {
+            parts.push_back({0, geometries[i].triangles->size() / 3});
+            firstUse.push_back(i);
+        }
+        ++parts[part[i]].uses;
+    }
+    const std::vector<bool> chosen = ktChooseInstances(parts, ktGetInstancing());
+    std::vector<PartPositions> positions(parts.size());
+    ktParallel::forEach(parts.size(), [&](std::size_t p) {
+        ktThrowIfCanceled();
+        if (chosen[p])
+            positions[p] = copyPositions(views[firstUse[p]]);
+    });
+    for (std::size_t i = 0; i < geometries.size(); ++i) {
+        const PartPositions& shared = positions[part[i]];
+        if (!shared.positions || !shared.isUsable || !(geometries[i].toWorld.magnitude(shared.farthest) < 1.0e18f))
+            continue;
+        geometries[i].isInstance = true;
+        geometries[i].positions = shared.positions;
+    }
+}
+
+std::shared_ptr<const std::vector<float>> ktTracedGeometry::worldPositions() const {
+    if (!isInstance)
+        return positions;
+    auto world = std::make_shared<std::vector<float>>(positions->size());
+    for (std::size_t i = 0; i + 2 < positions->size(); i += 3)
+        toWorld.position(&(*positions)[i], &(*world)[i]);
+    return world;
+}
+
 // Returns the number of triangles that are removed.
-std::uint64_t ktTracedScene::makePositions(std::size_t index) {
+std::uint64_t ktTracedScene::removeTriangles(std::size_t index, const std::vector<char>& isBad) {
     ktTracedGeometry& traced = geometries[index];
-    std::vector<char> isBad;
-    traced.positions = std::make_shared<const std::vector<float>>(transformAll(views[index], traced.toWorld, isBad));
-    if (isBad.empty())
-        return 0;
     // Not shared: positions that overflow in this instance may be finite in another.
     auto kept = std::make_shared<std::vector<std::uint32_t>>();
     std::uint64_t bad = 0;
@@ -169,17 +226,28 @@ void ktTracedScene::readTriangles(std::vector<std::uint64_t>& bad) {
         geometries[i].triangles = geometries[firstUseOf[i]].triangles;
 }
 
-void ktTracedScene::makeMeshes() {
-    std::vector<std::uint64_t> bad(geometries.size());
+void ktTracedScene::makeMeshes(bool mayInstance) {
+    std::vector<std::uint64_t> bad(geometries.size()), shapes(geometries.size());
     readTriangles(bad);
+    if (mayInstance)
+        chooseInstances();
     std::vector<Bounds> bounds(geometries.size());
     ktParallel::forEach(geometries.size(), [&](std::size_t i) {
         ktThrowIfCanceled();
-        bad[i] += makePositions(i);
-        bounds[i] = boundsOf(*geometries[i].positions, *geometries[i].triangles);
+        ktTracedGeometry& traced = geometries[i];
+        std::vector<char> isBad;
+        // Instances are measured and ordered as if they were written out.
+        const auto world = std::make_shared<const std::vector<float>>(transformAll(views[i], traced.toWorld, isBad));
+        if (!traced.isInstance)
+            traced.positions = world;
+        if (!isBad.empty())
+            bad[i] += removeTriangles(i, isBad);
+        bounds[i] = boundsOf(*world, *traced.triangles);
+        shapes[i] = ktHashShape(*world, *traced.triangles, normals[i].stored, normals[i].count);
     });
     views.clear();
     views.shrink_to_fit();
+    normals.clear();
     Bounds all;
     for (std::size_t i = 0; i < geometries.size(); ++i) {
         all.extend(bounds[i]);
@@ -188,21 +256,16 @@ void ktTracedScene::makeMeshes() {
         badTriangles += bad[i];
     }
     diagonal = all.diagonal();
-    sortMeshes();
+    sortMeshes(shapes);
 }
 
-void ktTracedScene::sortMeshes() {
+void ktTracedScene::sortMeshes(const std::vector<std::uint64_t>& shapes) {
     std::vector<std::tuple<std::uint64_t, std::uint64_t, std::size_t>> order(geometries.size());
-    ktParallel::forEach(geometries.size(), [&](std::size_t i) {
-        ktThrowIfCanceled();
-        const std::uint64_t shape =
-            ktHashShape(*geometries[i].positions, *geometries[i].triangles, normals[i].stored, normals[i].count);
-        order[i] = {shape, geometries[i].surfaceHash, i};
-    });
+    for (std::size_t i = 0; i < geometries.size(); ++i)
+        order[i] = {shapes[i], geometries[i].surfaceHash, i};
     std::sort(order.begin(), order.end());
     for (const auto& entry : order)
         meshes.push_back(std::get<2>(entry));
-    normals.clear();
 }
 
 std::function<void()> ktTracedScene::makeBuildJob(ktTracer& tracer,
@@ -213,6 +276,8 @@ std::function<void()> ktTracedScene::makeBuildJob(ktTracer& tracer,
     };
     std::vector<Arrays> arrays;
     std::vector<ktTracerMesh> list;
+    std::vector<ktWorldTransform> transforms;
+    transforms.reserve(meshes.size()); // the list has their addresses
     for (const std::size_t index : meshes) {
         const ktTracedGeometry& traced = geometries[index];
         arrays.push_back({traced.triangles, traced.positions});
@@ -221,9 +286,12 @@ std::function<void()> ktTracedScene::makeBuildJob(ktTracer& tracer,
         mesh.indices = traced.triangles->data();
         mesh.vertexCount = traced.positionCount();
         mesh.triangleCount = static_cast<std::uint32_t>(traced.triangles->size() / 3);
+        if (traced.isInstance)
+            mesh.toWorld = transforms.emplace_back(traced.toWorld).rows();
         list.push_back(mesh);
     }
-    return [&tracer, arrays = std::move(arrays), list = std::move(list), isAbandoned = std::move(isAbandoned)] {
+    return [&tracer, arrays = std::move(arrays), transforms = std::move(transforms), list = std::move(list),
+            isAbandoned = std::move(isAbandoned)] {
         if (!tracer.build(list, [&](float) { return !*isAbandoned && !ktCancelToken::the().isCanceled(); }))
             throw ktCanceled();
     };

@@ -25,10 +25,15 @@ struct ktTracedGeometry {
     /// Three position indices per triangle; triangle i is triangle i of the tracer. Instances of a core share them if
     /// both or neither are mirrored.
     std::shared_ptr<const std::vector<std::uint32_t>> triangles;
-    std::shared_ptr<const std::vector<float>> positions; ///< world space, three floats per position and one spare
-    std::uint64_t surfaceHash = 0;                       ///< see ktSceneOrder.h
+    /// Three floats per position and one spare. In world space; if it is traced as an instance, in object space, and
+    /// shared by all instances of a core.
+    std::shared_ptr<const std::vector<float>> positions;
+    bool isInstance = false;
+    std::uint64_t surfaceHash = 0; ///< see ktSceneOrder.h
 
     std::uint32_t positionCount() const { return static_cast<std::uint32_t>(positions->size() / 3); }
+    /// The positions in world space; for an instance, a new copy.
+    std::shared_ptr<const std::vector<float>> worldPositions() const;
 };
 
 /// The occluders in world space, and the lights. Copies what it needs of the scene graph, so later changes of the scene
@@ -49,7 +54,8 @@ public:
                  ktEventPump& pump);
     /// Makes the meshes, after collect(). Not on the main thread; uses the threads of the calling thread's arena.
     /// @throws ktCanceled, std::exception
-    void makeMeshes();
+    /// @param mayInstance whether the tracer takes instances
+    void makeMeshes(bool mayInstance = false);
     /// Returns a job that builds the tracer's structure; call after makeMeshes(). The job uses only the tracer. It
     /// keeps the arrays of the meshes alive, even if this scene is cleared or destroyed. It throws ktCanceled or
     /// std::exception.
@@ -67,8 +73,9 @@ public:
 
 private:
     void readTriangles(std::vector<std::uint64_t>& bad);
-    std::uint64_t makePositions(std::size_t index);
-    void sortMeshes();
+    void chooseInstances();
+    std::uint64_t removeTriangles(std::size_t index, const std::vector<char>& isBad);
+    void sortMeshes(const std::vector<std::uint64_t>& shapes);
 
     struct Normals {
         const float* stored = nullptr; // in the scene graph

@@ -14,8 +14,11 @@ public:
 
     /// Whether the matrix mirrors: triangles change their winding.
     bool isMirrored() const { return mirrored; }
+    /// The three rows of the matrix; position() says how they are used.
+    const double (*rows() const)[4] { return matrix; }
 
-    /// World position, three floats; not finite if the input or the matrix is not.
+    /// World position, three floats: for each row m, m[0] * x + m[1] * y + m[2] * z + m[3], added from left to right,
+    /// then rounded. Not finite if the input or the matrix is not.
     void position(const float* object, float* world) const;
     /// World direction, three floats of any length; not finite if the input or the matrix is not.
     void direction(const float* object, float* world) const;

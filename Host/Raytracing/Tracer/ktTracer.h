@@ -9,13 +9,19 @@
 #include <memory>
 #include <vector>
 
-/// One mesh in world space. The arrays belong to the caller. They stay alive and unchanged until the next build() or
+/// One mesh. The arrays belong to the caller. They stay alive and unchanged until the next build() or
 /// the end of the tracer.
 struct ktTracerMesh {
     const float* positions = nullptr;       ///< x, y, z per vertex; all finite; 4 readable bytes follow the array
     const std::uint32_t* indices = nullptr; ///< three per triangle, counter-clockwise seen from the front
     std::uint32_t vertexCount = 0;
     std::uint32_t triangleCount = 0; ///< may be 0; triangles may be degenerate (they are never hit)
+    /// Null: positions are in world space. Otherwise the mesh is an instance, for tracers that take instances. Its
+    /// positions are in object space, and these are the three rows of its matrix. A world position is, for each row m,
+    /// m[0] * x + m[1] * y + m[2] * z + m[3] in double precision, added from left to right, then rounded to float. The
+    /// sum of the absolute values of these terms is below 1e18. Positions are zero or normal numbers. Instances of a
+    /// part have the same arrays. Only build() reads it.
+    const double (*toWorld)[4] = nullptr;
 };
 
 /// A direction set, prepared for one tracer: the set and the tables that the tracer derives from it.
@@ -63,6 +69,9 @@ public:
     /// @return false if `progress` stopped it: the tracer is then empty (rays hit nothing)
     /// @throws std::exception if memory runs out or the library fails: the tracer is then empty
     virtual bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) = 0;
+
+    /// Whether meshes may be instances (ktTracerMesh::toWorld).
+    virtual bool takesInstances() const { return false; }
 
     /// Prepares a direction set for this tracer. Works before, during and after build(). Stays valid after a build().
     virtual std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const;

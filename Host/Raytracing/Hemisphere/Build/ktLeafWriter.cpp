@@ -6,10 +6,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
 using Limits = ktWideBvhLayout;
+
+// Above this, tracing mostly waits for memory, so smaller leaves are faster.
+constexpr std::uint32_t maxUnindexedTriangles = 1000000;
 
 std::size_t pointBytes(std::uint32_t count) {
     return 3 * sizeof(float) * count;
@@ -76,7 +80,16 @@ private:
 
 } // namespace
 
-std::uint32_t ktLeafWriter::cacheLineCount(const ktBinaryBvhLeaf& leaf) const {
+ktLeafKind ktLeafKindFor(std::uint64_t triangles) {
+    return triangles > maxUnindexedTriangles ? ktLeafKind::Patches : ktLeafKind::Unindexed;
+}
+
+ktTriangleLeafWriter::ktTriangleLeafWriter(const std::vector<ktTracerMesh>& meshes_, const ktTriangleNumbers& numbers_,
+                                           ktLeafKind kind_, std::vector<std::uint32_t> idOffsets_)
+    : meshes(meshes_), numbers(numbers_), kind(kind_ == ktLeafKind::ByCount ? ktLeafKindFor(numbers.total()) : kind_),
+      idOffsets(std::move(idOffsets_)) {}
+
+std::uint32_t ktTriangleLeafWriter::cacheLineCount(const ktBinaryBvhLeaf& leaf) const {
     if (kind == ktLeafKind::Unindexed)
         return sizeof(ktUnindexedLeaf) / sizeof(ktCacheLine);
     const Patches patches(leaf, meshes, numbers);
@@ -86,7 +99,7 @@ std::uint32_t ktLeafWriter::cacheLineCount(const ktBinaryBvhLeaf& leaf) const {
     return static_cast<std::uint32_t>(cacheLines);
 }
 
-ktWideBvhRef ktLeafWriter::write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
+ktWideBvhRef ktTriangleLeafWriter::write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
     if (kind == ktLeafKind::Unindexed)
         return writeUnindexed(leaf, to);
     const Patches patches(leaf, meshes, numbers);
@@ -99,6 +112,8 @@ ktWideBvhRef ktLeafWriter::write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) c
             for (std::uint32_t axis = 0; axis < 3; ++axis)
                 std::memcpy(bytes + sizeof(float) * (axis * from.pointCount + p), &from.point[p][axis], sizeof(float));
         ktPatchFooter footer = from.footer;
+        for (std::uint32_t lane = 0; lane < footer.count; ++lane)
+            footer.id[lane] = idOf(footer.id[lane]);
         footer.nextPointCount = i + 1 < patches.count ? patches.patch[i + 1].pointCount : 0;
         std::memcpy(bytes + pointBytes(from.pointCount), &footer, sizeof footer);
         const std::size_t cacheLines = cacheLinesOf(from.pointCount);
@@ -108,7 +123,7 @@ ktWideBvhRef ktLeafWriter::write(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) c
     return ref;
 }
 
-ktWideBvhRef ktLeafWriter::writeUnindexed(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
+ktWideBvhRef ktTriangleLeafWriter::writeUnindexed(const ktBinaryBvhLeaf& leaf, ktCacheLine* to) const {
     const ktBinaryBvhLeaf ids = sorted(leaf);
     ktUnindexedLeaf leafData{};
     for (std::uint32_t i = 0; i < ids.count; ++i) {
@@ -116,7 +131,7 @@ ktWideBvhRef ktLeafWriter::writeUnindexed(const ktBinaryBvhLeaf& leaf, ktCacheLi
         for (std::uint32_t c = 0; c < 3; ++c)
             for (std::uint32_t axis = 0; axis < 3; ++axis)
                 leafData.corner[c][axis][i] = corners.p[c][axis];
-        leafData.id[i] = ids.ids[i];
+        leafData.id[i] = idOf(ids.ids[i]);
     }
     std::memcpy(to, &leafData, sizeof leafData);
     return reinterpret_cast<std::uintptr_t>(to) | Limits::leafFlag | Limits::unindexedFlag | Limits::nodeFlags;

@@ -28,45 +28,9 @@ constexpr float collected = 0.05f, binaryBuilt = 0.75f, reinserted = 0.8f;
 
 struct Stopped {};
 
-} // namespace
-
-void ktWideBvh::clear() {
-    arrays = {};
-    numbers.clear();
-}
-
-std::size_t ktWideBvh::memory() const {
-    return arrays.nodes.capacity() * sizeof(ktWideBvhNode) + arrays.cacheLines.capacity() * sizeof(ktCacheLine) +
-           numbers.memory();
-}
-
-bool ktWideBvh::build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& receiver,
-                      ktLeafKind kind) try {
-    ktBuildProgress progress(receiver);
-    clear();
-    if (!progress.goOn(0.0f))
-        return false;
-    numbers.assign(meshes);
-    ktBinaryBvh binary;
-    if (buildBinary(binary, meshes, progress)) {
-        if (binary.root())
-            ktReinsertNodes(binary.root(), progress, binaryBuilt);
-        if (binary.root() && !progress.isStopped())
-            arrays = ktWriteWideBvh(binary, meshes, numbers, kind, progress, reinserted);
-        if (!progress.isStopped())
-            return true;
-    }
-    clear();
-    return false;
-} catch (...) {
-    clear();
-    throw;
-}
-
-/// Builds the binary tree.
-/// @return false if it was stopped
-bool ktWideBvh::buildBinary(ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes,
-                            ktBuildProgress& progress) const try {
+// Builds the binary tree. Returns false if it was stopped.
+bool buildBinary(ktBinaryBvh& binary, bool atMedian, const std::vector<ktTracerMesh>& meshes,
+                 const ktTriangleNumbers& numbers, ktBuildProgress& progress) try {
     ktTriangleBoxes primitives = ktCollectTriangleBoxes(meshes, numbers, maxExtraParts, progress, collected);
     if (progress.isStopped() || primitives.boxes.empty())
         return !progress.isStopped();
@@ -85,13 +49,62 @@ bool ktWideBvh::buildBinary(ktBinaryBvh& binary, const std::vector<ktTracerMesh>
         });
     const auto goOn = [&](float share) { return progress.goOn(collected + (binaryBuilt - collected) * share); };
     try {
-        return binary.build(ktBinaryBvh::Kind::Sah, primitives.boxes, split, goOn);
+        if (!atMedian)
+            return binary.build(ktBinaryBvh::Kind::Sah, primitives.boxes, split, goOn);
     } catch (const std::runtime_error&) {
         // Too deep, for instance a hundred scales of triangles inside each other. Any other error occurs again.
-        primitives = {};
-        primitives = ktCollectTriangleBoxes(meshes, numbers, 0, progress, collected);
-        return !progress.isStopped() && binary.build(ktBinaryBvh::Kind::Median, primitives.boxes, {}, goOn);
     }
+    primitives = {};
+    primitives = ktCollectTriangleBoxes(meshes, numbers, 0, progress, collected);
+    return !progress.isStopped() && binary.build(ktBinaryBvh::Kind::Median, primitives.boxes, {}, goOn);
 } catch (const Stopped&) {
     return false;
+}
+
+} // namespace
+
+ktWideBvhArrays ktBuildTriangleBvh(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
+                                   const ktLeafWriter& leafWriter, ktBuildProgress& progress, std::uint32_t maxLevels) {
+    for (const bool atMedian : {false, true}) {
+        ktBinaryBvh binary;
+        if (!buildBinary(binary, atMedian, meshes, numbers, progress) || !binary.root())
+            return {};
+        if (!atMedian) // it may make the tree deeper
+            ktReinsertNodes(binary.root(), progress, binaryBuilt);
+        if (progress.isStopped())
+            return {};
+        ktWideBvhArrays arrays = ktWriteWideBvh(binary, leafWriter, progress, reinserted);
+        if (progress.isStopped())
+            return {};
+        if (arrays.levels <= maxLevels)
+            return arrays;
+    }
+    return {};
+}
+
+void ktWideBvh::clear() {
+    arrays = {};
+    numbers.clear();
+}
+
+std::size_t ktWideBvh::memory() const {
+    return arrays.nodes.capacity() * sizeof(ktWideBvhNode) + arrays.cacheLines.capacity() * sizeof(ktCacheLine) +
+           numbers.memory();
+}
+
+bool ktWideBvh::build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& receiver,
+                      ktLeafKind kind) try {
+    ktBuildProgress progress(receiver);
+    clear();
+    if (!progress.goOn(0.0f))
+        return false;
+    numbers.assign(meshes);
+    arrays = ktBuildTriangleBvh(meshes, numbers, ktTriangleLeafWriter(meshes, numbers, kind), progress);
+    if (!progress.isStopped())
+        return true;
+    clear();
+    return false;
+} catch (...) {
+    clear();
+    throw;
 }

@@ -1,13 +1,26 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktBuildProgress.h"
+#include "ktLeafWriter.h"
 #include "ktTracer.h"
 #include "ktTriangleNumbers.h"
 #include "ktWideBvhLayout.h"
 #include "ktWideBvhWriter.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
+
+/// Builds a wide BVH over the triangles of meshes, on all threads of the calling thread's arena; the result does not
+/// depend on their number. Ignores triangles with two equal corners, or with a coordinate that is NaN or beyond 1.8e18.
+/// @param leafWriter for the same meshes and numbers
+/// @param maxLevels  at least 31; if the tree gets deeper, the triangles are split at the median
+/// @return empty if `progress` stopped it, or if there are no usable triangles
+/// @throws std::exception if memory runs out or Embree fails
+ktWideBvhArrays ktBuildTriangleBvh(const std::vector<ktTracerMesh>& meshes, const ktTriangleNumbers& numbers,
+                                   const ktLeafWriter& leafWriter, ktBuildProgress& progress,
+                                   std::uint32_t maxLevels = ktWideBvhLayout::maxDepth);
 
 /// The wide BVH that rays are traced against: builds and owns nodes and leaves, and finds the mesh of a triangle.
 class ktWideBvh {
@@ -16,20 +29,19 @@ public:
     ktWideBvh(const ktWideBvh&) = delete; // nodes hold addresses of nodes
     ktWideBvh& operator=(const ktWideBvh&) = delete;
 
-    /// Builds a new tree on all threads of the calling thread's arena; the result does not depend on their number.
-    /// Ignores triangles with two equal corners, or with a coordinate that is NaN or beyond 1.8e18.
+    /// Builds a new tree, as ktBuildTriangleBvh() does.
     /// @return false if `progress` stopped it; the tree is then empty
     /// @throws std::exception if memory runs out, Embree fails, or there are 2^32 triangles or more; the tree is then
     ///         empty
     bool build(const std::vector<ktTracerMesh>& meshes, const ktTracer::Progress& progress,
                ktLeafKind kind = ktLeafKind::ByCount);
 
+    /// Removes everything and frees the memory.
+    void clear();
+
     /// The root, where all rays start; 0 if there are no triangles. Valid until the next build.
     ktWideBvhRef rootRef() const { return arrays.root; }
-    /// Index of the mesh of triangle `id`.
-    std::uint32_t meshOf(std::uint32_t id) const { return numbers.meshOf(id); }
-    /// Id of the first triangle of a mesh.
-    std::uint32_t firstOf(std::uint32_t mesh) const { return numbers.firstOf(mesh); }
+    const ktTriangleNumbers& triangleNumbers() const { return numbers; }
     /// Bytes in use, without the caller's meshes.
     std::size_t memory() const;
     /// Levels of nodes from the root to the deepest leaf.
@@ -39,9 +51,6 @@ public:
     std::size_t cacheLineCount() const { return arrays.cacheLines.size(); }
 
 private:
-    bool buildBinary(ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes, ktBuildProgress& progress) const;
-    void clear();
-
     ktWideBvhArrays arrays;
     ktTriangleNumbers numbers;
 };

@@ -4,42 +4,17 @@
 
 #include "ktBvhCollapse.h"
 #include "ktParallel.h"
+#include "ktWideNode.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
-#include <limits>
 
 namespace {
 
 using Limits = ktWideBvhLayout;
 
-// Above this, tracing mostly waits for memory, so smaller leaves are faster.
-constexpr std::uint32_t maxUnindexedTriangles = 1000000;
-
 // A subtree of this size is worth several threads: some milliseconds of one thread.
 constexpr std::size_t parallelCacheLines = 10240;
-
-// Enlarges a box by a few units in the last place of its largest coordinate: rays along a face must not miss it.
-ktBvhBox widened(const ktBvhBox& box) {
-    float farthest = 0;
-    for (int axis = 0; axis < 3; ++axis)
-        farthest = std::max({farthest, std::fabs(box.lower[axis]), std::fabs(box.upper[axis])});
-    const float margin = farthest * 2.5e-7f;
-    ktBvhBox wide;
-    for (int axis = 0; axis < 3; ++axis) {
-        wide.lower[axis] = box.lower[axis] - margin;
-        wide.upper[axis] = box.upper[axis] + margin;
-    }
-    return wide;
-}
-
-void clear(ktWideBvhNode& node) {
-    const float none = std::numeric_limits<float>::quiet_NaN();
-    std::fill(&node.lower[0][0], &node.lower[0][0] + std::size_t(3) * Limits::children, none);
-    std::fill(&node.upper[0][0], &node.upper[0][0] + std::size_t(3) * Limits::children, none);
-    std::fill(node.child, node.child + Limits::children, ktWideBvhRef(0));
-}
 
 /// A wide node to write, and where it and its subtree go.
 struct Destination {
@@ -65,21 +40,18 @@ public:
         std::size_t nextNode = destination.firstNode, nextCacheLine = destination.firstCacheLine;
 
         ktWideBvhNode node;
-        clear(node);
+        ktClearWideNode(node);
         for (std::uint32_t i = 0; i < count; ++i) {
-            const ktBvhBox box = widened(child[i].box);
-            for (int axis = 0; axis < 3; ++axis) {
-                node.lower[axis][i] = box.lower[axis];
-                node.upper[axis][i] = box.upper[axis];
-            }
+            ktWideBvhRef ref = 0;
             if (ktBinaryBvh::isLeaf(child[i].node)) {
                 const ktBinaryBvhLeaf& leaf = ktBinaryBvh::leaf(child[i].node);
-                node.child[i] = leafWriter.write(leaf, &arrays.cacheLines[nextCacheLine]);
+                ref = leafWriter.write(leaf, arrays.cacheLines.data() + nextCacheLine);
                 nextCacheLine += leaf.cacheLines;
             } else {
-                node.child[i] = refTo(arrays.nodes[nextNode]);
+                ref = refTo(arrays.nodes[nextNode]);
                 inner[innerCount++] = {child[i].node, nextNode++, 0, 0};
             }
+            ktSetWideChild(node, i, child[i].box, ref);
         }
         arrays.nodes[destination.index] = node;
 
@@ -118,14 +90,10 @@ private:
 
 } // namespace
 
-ktWideBvhArrays ktWriteWideBvh(const ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes,
-                               const ktTriangleNumbers& numbers, ktLeafKind kind, ktBuildProgress& progress,
+ktWideBvhArrays ktWriteWideBvh(const ktBinaryBvh& binary, const ktLeafWriter& leafWriter, ktBuildProgress& progress,
                                float startShare) {
     static_assert(ktBinaryBvh::maxDepth <= Limits::maxDepth, "stacks are large enough");
-    if (kind == ktLeafKind::ByCount)
-        kind = numbers.total() > maxUnindexedTriangles ? ktLeafKind::Patches : ktLeafKind::Unindexed;
     ktWideBvhArrays arrays;
-    const ktLeafWriter leafWriter(meshes, numbers, kind);
     if (ktBinaryBvh::isLeaf(binary.root())) {
         const ktBinaryBvhLeaf& leaf = ktBinaryBvh::leaf(binary.root());
         arrays.cacheLines.resize(leafWriter.cacheLineCount(leaf));

@@ -5,11 +5,7 @@
 #include "ktBuildProgress.h"
 #include "ktLargeArray.h"
 #include "ktLeafWriter.h"
-#include "ktTracer.h"
-#include "ktTriangleNumbers.h"
 #include "ktWideBvhLayout.h"
-
-#include <vector>
 
 /// The arrays of a wide BVH. Nodes refer to addresses in them.
 struct ktWideBvhArrays {
@@ -23,6 +19,5 @@ struct ktWideBvhArrays {
 /// and so do all nodes and all leaves of a subtree. The result does not depend on the number of threads.
 /// @param binary   not empty; ktBvhCollapse uses the memory of its nodes
 /// @param progress gets shares from `startShare` to 1; if it stops the build, the result is invalid
-ktWideBvhArrays ktWriteWideBvh(const ktBinaryBvh& binary, const std::vector<ktTracerMesh>& meshes,
-                               const ktTriangleNumbers& numbers, ktLeafKind kind, ktBuildProgress& progress,
+ktWideBvhArrays ktWriteWideBvh(const ktBinaryBvh& binary, const ktLeafWriter& leafWriter, ktBuildProgress& progress,
                                float startShare);

@@ -4,6 +4,7 @@
 // Box tests that both phases and single rays share: the sort order of a node's children, prefetching, and one box
 // against the 16 rays of a tile.
 
+#include "ktBvhLevels.h"
 #include "ktVertexSetup.h"
 
 #include <cstddef>
@@ -23,12 +24,9 @@ KT_INLINE std::uint32_t rankOf(const float* keys, std::uint32_t among, std::uint
     return static_cast<std::uint32_t>(__builtin_popcount((Float8::load(keys) < Float8(keys[child])).bits() & among));
 }
 
-KT_INLINE const ktWideBvhNode& nodeAt(ktWideBvhRef ref) {
-    return *reinterpret_cast<const ktWideBvhNode*>(ref - ktWideBvhLayout::nodeFlags);
-}
-
-KT_INLINE void prefetch(ktWideBvhRef ref) {
-    const char* at = reinterpret_cast<const char*>(ref & ktWideBvhLayout::addressMask);
+template <class Levels>
+KT_INLINE void prefetch(const Levels& levels, ktWideBvhRef ref) {
+    const char* at = levels.address(ref);
     // Start of the last cache line: `points` + 1 points of 12 bytes each, and the footer.
     const std::uint64_t points = ref >> ktWideBvhLayout::pointShift & (ktWideBvhLayout::patchPoints - 1);
     const std::uint64_t last = (points * 12 + 75) & ~std::uint64_t(63);
@@ -39,12 +37,14 @@ KT_INLINE void prefetch(ktWideBvhRef ref) {
 }
 
 /// Which of a tile's 16 rays pass through a box between the distances. The box is relative to the vertex.
+/// @param reciprocal of the tile's directions, in the space of the box
 template <bool nearest>
-KT_INLINE std::uint32_t raysThroughBox(const ktTraversalState& state, const ktTileState& tile, const float* lower,
-                                       const float* upper, std::ptrdiff_t stride) {
+KT_INLINE std::uint32_t raysThroughBox(const ktTraversalState& state, const ktTileState& tile,
+                                       const float (*reciprocal)[16], const float* lower, const float* upper,
+                                       std::ptrdiff_t stride) {
     Float16 enter = state.minDistance, leave = nearest ? Float16::load(tile.tFar) : Float16(state.maxDistance);
     for (int axis = 0; axis < 3; ++axis) {
-        const Float16 r = Float16::load(tile.reciprocal[axis]);
+        const Float16 r = Float16::load(reciprocal[axis]);
         const std::ptrdiff_t at = axis * stride;
         const Float16 a = Float16(lower[at]) * r, b = Float16(upper[at]) * r;
         enter = max(enter, min(a, b));

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ktTraversalState.h"
-#include "ktWideBvhLayout.h"
+#include "ktTwoLevelLayout.h"
 
 #include <cstdint>
 
@@ -39,20 +39,26 @@ struct ktKernelHit {
     bool backSide;
 };
 
-/// The functions of one kernel.
+/// What a kernel does with one kind of BVH.
+struct ktKernelFunctions {
+    /// Finds the rays that hit nothing within the limits: `live` of the tile states.
+    void (*occlusion)(const ktBvhView&, const ktKernelJob&, ktTraversalState&);
+    /// Finds the nearest hit of every ray: `hit`, `tFar`, `u`, `v` and `backSide` of the tile states.
+    void (*nearest)(const ktBvhView&, const ktKernelJob&, ktTraversalState&);
+    /// Whether a single ray hits something.
+    bool (*rayOccluded)(const ktBvhView&, const ktKernelRay&, bool bothSides);
+    /// The nearest hit of a single ray.
+    ktKernelHit (*rayNearest)(const ktBvhView&, const ktKernelRay&, bool bothSides);
+};
+
+/// One kernel.
 struct ktHemisphereKernel {
     static constexpr std::uint32_t noTriangle = 0xFFFFFFFFu;
 
     const char* name; ///< for messages and benchmarks
     std::uint32_t lanes;
-    /// Finds the rays that hit nothing within the limits: `live` of the tile states.
-    void (*occlusion)(ktWideBvhRef root, const ktKernelJob&, ktTraversalState&);
-    /// Finds the nearest hit of every ray: `hit`, `tFar`, `u`, `v` and `backSide` of the tile states.
-    void (*nearest)(ktWideBvhRef root, const ktKernelJob&, ktTraversalState&);
-    /// Whether a single ray hits something.
-    bool (*rayOccluded)(ktWideBvhRef, const ktKernelRay&, bool bothSides);
-    /// The nearest hit of a single ray.
-    ktKernelHit (*rayNearest)(ktWideBvhRef, const ktKernelRay&, bool bothSides);
+    ktKernelFunctions oneLevel; ///< for a wide BVH
+    ktKernelFunctions twoLevel; ///< for a two-level BVH
 };
 
 extern const ktHemisphereKernel ktHemisphereKernelBase;

@@ -13,14 +13,15 @@
 namespace KT_ISA {
 namespace {
 
-template <bool nearest>
-void trace(ktWideBvhRef root, const ktKernelJob& job, ktTraversalState& state) {
+template <bool nearest, class Levels>
+void trace(const ktBvhView& view, const ktKernelJob& job, ktTraversalState& state) {
+    const Levels levels(view);
     prepareJob(job, state);
     const std::uint32_t inFlight =
         std::min(ktTraversalState::maxTiles >> state.tileShift, ktTraversalState::maxVertices);
     const auto finish = [&](std::uint32_t vertexIndex) {
         if (state.vertex[vertexIndex].activeTiles)
-            rayPhase<nearest>(state, &state.vertex[vertexIndex]);
+            rayPhase<nearest>(levels, state, &state.vertex[vertexIndex]);
         job.finished(job.receiver, state.vertex[vertexIndex].jobIndex, state, vertexIndex << state.tileShift);
     };
     for (std::uint32_t v = 0; v < job.count; ++v) {
@@ -28,27 +29,34 @@ void trace(ktWideBvhRef root, const ktKernelJob& job, ktTraversalState& state) {
         if (v >= inFlight)
             finish(vertexIndex);
         prepareVertex<nearest>(*job.batch, *job.vertices[v], v, vertexIndex, state);
-        if (root)
-            tilePhase<nearest>(root, state, vertexIndex);
+        levels.leaveInstances(state, vertexIndex);
+        if (levels.root)
+            tilePhase<nearest>(levels, state, vertexIndex);
     }
     for (std::uint32_t v = job.count - std::min(job.count, inFlight); v < job.count; ++v)
         finish(v % inFlight);
 }
 
-bool rayOccluded(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides) {
+template <class Levels>
+bool rayOccluded(const ktBvhView& view, const ktKernelRay& ray, bool bothSides) {
     ktKernelHit none;
-    return traceSingleRay<false>(root, ray, bothSides, none);
+    return traceSingleRay<false>(Levels(view), ray, bothSides, none);
 }
 
-ktKernelHit rayNearest(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides) {
+template <class Levels>
+ktKernelHit rayNearest(const ktBvhView& view, const ktKernelRay& ray, bool bothSides) {
     ktKernelHit hit{ktHemisphereKernel::noTriangle, 0, 0, 0, false};
-    traceSingleRay<true>(root, ray, bothSides, hit);
+    traceSingleRay<true>(Levels(view), ray, bothSides, hit);
     return hit;
 }
+
+template <class Levels>
+constexpr ktKernelFunctions functions = {trace<false, Levels>, trace<true, Levels>, rayOccluded<Levels>,
+                                         rayNearest<Levels>};
 
 } // namespace
 } // namespace KT_ISA
 
-const ktHemisphereKernel KT_KERNEL = {KT_KERNEL_NAME,      KT_KERNEL_LANES,     KT_ISA::trace<false>,
-                                      KT_ISA::trace<true>, KT_ISA::rayOccluded, KT_ISA::rayNearest};
+const ktHemisphereKernel KT_KERNEL = {KT_KERNEL_NAME, KT_KERNEL_LANES, KT_ISA::functions<KT_ISA::OneLevel>,
+                                      KT_ISA::functions<KT_ISA::TwoLevel>};
 // NOLINTEND(misc-definitions-in-headers)

@@ -18,8 +18,9 @@ KT_INLINE void endRays(ktTileState& tile, std::uint32_t rays) {
 }
 
 /// Tests some rays of a tile against the triangles of a leaf.
-template <bool nearest>
-KT_INLINE void leafRays(ktTraversalState& state, ktTileState& tile, std::uint32_t rays, ktWideBvhRef ref) {
+template <bool nearest, class Levels>
+KT_INLINE void leafRays(const Levels& levels, ktTraversalState& state, ktTileState& tile, std::uint32_t rays,
+                        ktWideBvhRef ref) {
     const float* planeNormal = state.minCosine > 0 ? tile.vertex->normal : nullptr;
     std::uint32_t hit = 0;
     const auto test = [&](const std::uint32_t* ids, const PreparedTriangles& triangles) {
@@ -46,29 +47,29 @@ KT_INLINE void leafRays(ktTraversalState& state, ktTileState& tile, std::uint32_
         }
         return true;
     };
-    forEachPrepared(ref, tile.origin, planeNormal, state.bothSides, test);
+    forEachPrepared(levels, ref, tile.origin, planeNormal, state.bothSides, test);
     if (!nearest)
         endRays(tile, hit & rays);
 }
 
 /// Tests the leaves that tiles reached in a round. Not inlined: inside rayPhase() it needs so many registers that
 /// compilers keep loop variables in memory.
-template <bool nearest>
-__attribute__((noinline)) void leafPhase(ktTraversalState& state, std::uint64_t count) {
+template <bool nearest, class Levels>
+__attribute__((noinline)) void leafPhase(Levels levels, ktTraversalState& state, std::uint64_t count) {
     for (std::uint64_t i = 0; i < count; ++i) {
         const ktLeafTask& task = state.leafTask[i];
-        leafRays<nearest>(state, *task.tile, task.rays, task.ref);
+        leafRays<nearest>(levels, state, *task.tile, task.rays, task.ref);
     }
 }
 
 /// Processes the tasks of all active tiles in rounds, one task per tile: while a tile waits for memory, others advance.
 /// @param stopVertex returns when this vertex has no active tile; null: when no tile is active
-template <bool nearest>
-inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = nullptr) {
+template <bool nearest, class Levels>
+inline void rayPhase(const Levels& levels, ktTraversalState& state, const ktVertexState* stopVertex = nullptr) {
     std::uint64_t leafCount = 0;
     for (std::uint64_t activeIndex = 0; state.activeCount; ++activeIndex) {
         if (activeIndex >= state.activeCount) {
-            leafPhase<nearest>(state, leafCount);
+            leafPhase<nearest>(levels, state, leafCount);
             activeIndex = leafCount = 0;
         }
         ktTileState& tile = *state.active[activeIndex];
@@ -98,13 +99,9 @@ inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = 
             state.leafTask[leafCount++] = {ref, &tile, rays};
             continue;
         }
-        const ktWideBvhNode& node = nodeAt(ref);
+        const ktWideBvhNode& node = levels.nodeAt(ref);
         Float8 lower[3], upper[3];
-        for (int axis = 0; axis < 3; ++axis) {
-            const Float8 o = tile.origin[axis];
-            lower[axis] = Float8::load(node.lower[axis]) - o;
-            upper[axis] = Float8::load(node.upper[axis]) - o;
-        }
+        const float(*const reciprocal)[16] = levels.boxesForRays(state, tile, ref, node, lower, upper);
         std::uint32_t hit = 0;
         alignas(32) std::uint32_t mask[8];
         Float8 enter = state.minDistance, first = kHuge;
@@ -115,7 +112,7 @@ inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = 
                 Float8 leave = nearest ? tile.tFar[lane] : state.maxDistance;
                 enter = state.minDistance;
                 for (int axis = 0; axis < 3; ++axis) {
-                    const Float8 r = tile.reciprocal[axis][lane];
+                    const Float8 r = reciprocal[axis][lane];
                     const Float8 a = lower[axis] * r, b = upper[axis] * r;
                     enter = max(enter, min(a, b));
                     leave = min(leave, max(a, b));
@@ -133,6 +130,9 @@ inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = 
             for (int axis = 0; axis < 3; ++axis) {
                 lower[axis].store(box[axis]);
                 upper[axis].store(box[axis + 3]);
+            }
+            levels.boxesForTile(tile, ref, node, lower, upper);
+            for (int axis = 0; axis < 3; ++axis) {
                 enter = max(enter, max(lower[axis] * Float8(state.enterAbove[axis][tile.index]),
                                        upper[axis] * Float8(state.enterBelow[axis][tile.index])));
                 leave = min(leave, max(upper[axis] * Float8(state.leaveFirst[axis][tile.index]),
@@ -141,7 +141,8 @@ inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = 
             for (std::uint32_t remaining = (enter <= leave * Float8(kExitMargin)).bits(); remaining;
                  remaining &= remaining - 1) {
                 const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(remaining));
-                mask[child] = rays & raysThroughBox<nearest>(state, tile, &box[0][child], &box[3][child], 8);
+                mask[child] =
+                    rays & raysThroughBox<nearest>(state, tile, reciprocal, &box[0][child], &box[3][child], 8);
                 hit |= static_cast<std::uint32_t>(mask[child] != 0) << child;
             }
         }
@@ -152,13 +153,13 @@ inline void rayPhase(ktTraversalState& state, const ktVertexState* stopVertex = 
         const std::uint32_t hitCount = static_cast<std::uint32_t>(__builtin_popcount(hit));
         for (std::uint32_t remaining = hit; remaining; remaining &= remaining - 1) {
             const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(remaining));
-            const ktWideBvhRef childRef = node.child[child];
-            prefetch(childRef);
+            const ktWideBvhRef childRef = levels.childOf(ref, node, child);
+            prefetch(levels, childRef);
             top[hitCount - 1 - rankOf(key, hit, child)] = {childRef, mask[child], key[child]};
         }
         tile.top = top + hitCount;
     }
-    leafPhase<nearest>(state, leafCount);
+    leafPhase<nearest>(levels, state, leafCount);
 }
 
 } // namespace KT_ISA

@@ -7,8 +7,8 @@
 
 namespace KT_ISA {
 
-template <bool nearest>
-inline bool traceSingleRay(ktWideBvhRef root, const ktKernelRay& ray, bool bothSides, ktKernelHit& found) {
+template <bool nearest, class Levels>
+inline bool traceSingleRay(const Levels& levels, const ktKernelRay& ray, bool bothSides, ktKernelHit& found) {
     struct Task {
         ktWideBvhRef ref;
         float distance;
@@ -22,8 +22,8 @@ inline bool traceSingleRay(ktWideBvhRef root, const ktKernelRay& ray, bool bothS
         const float d = ray.direction[axis];
         reciprocal[axis] = 1.0f / (d < 1e-30f && d > -1e-30f ? (d < 0 ? -1e-30f : 1e-30f) : d);
     }
-    if (root)
-        stack[top++] = {root, 0.0f};
+    if (levels.root)
+        stack[top++] = {levels.root, 0.0f};
     while (top) {
         const Task task = stack[--top];
         if (nearest && task.distance > hit.distance)
@@ -35,15 +35,16 @@ inline bool traceSingleRay(ktWideBvhRef root, const ktKernelRay& ray, bool bothS
                 nearestOnRay(ids, triangles, ray.direction, ray.minDistance, maxDistance, hit);
                 return true;
             };
-            if (!forEachPrepared(task.ref, ray.origin, nullptr, bothSides, test))
+            if (!forEachPrepared(levels, task.ref, ray.origin, nullptr, bothSides, test))
                 return true;
             continue;
         }
-        const ktWideBvhNode& node = nodeAt(task.ref);
+        const ktWideBvhNode& node = levels.nodeAt(task.ref);
+        const auto boxes = levels.boxesOf(task.ref, node, ray.origin);
         Float8 enter = ray.minDistance, leave = hit.distance;
         for (int axis = 0; axis < 3; ++axis) {
-            const Float8 o = ray.origin[axis], r = reciprocal[axis];
-            const Float8 a = (Float8::load(node.lower[axis]) - o) * r, b = (Float8::load(node.upper[axis]) - o) * r;
+            const Float8 r = reciprocal[axis];
+            const Float8 a = boxes.lower(axis) * r, b = boxes.upper(axis) * r;
             enter = max(enter, min(a, b));
             leave = min(leave, max(a, b));
         }
@@ -53,7 +54,8 @@ inline bool traceSingleRay(ktWideBvhRef root, const ktKernelRay& ray, bool bothS
         const std::uint32_t hitCount = static_cast<std::uint32_t>(__builtin_popcount(through));
         for (std::uint32_t remaining = through; remaining; remaining &= remaining - 1) {
             const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(remaining));
-            stack[top + hitCount - 1 - rankOf(key, through, child)] = {node.child[child], key[child]};
+            stack[top + hitCount - 1 - rankOf(key, through, child)] = {levels.childOf(task.ref, node, child),
+                                                                       key[child]};
         }
         top += hitCount;
     }

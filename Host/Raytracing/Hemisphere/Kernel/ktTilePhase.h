@@ -35,13 +35,14 @@ struct alignas(32) ChildBoxes {
     std::uint32_t candidates; ///< bit i: a ray of some tile can hit child i
 };
 
-KT_INLINE void prepareChildren(const ktWideBvhNode& node, const ktTraversalState& state, const ktVertexState& vertex,
+template <class Boxes>
+KT_INLINE void prepareChildren(const Boxes& children, const ktTraversalState& state, const ktVertexState& vertex,
                                ChildBoxes& boxes) {
     const Float8 zero = 0.0f, huge = kHuge, minusHuge = -kHuge;
     Float8 nearSquared = zero, farSquared = zero, elevation = zero, size = zero;
     for (int axis = 0; axis < 3; ++axis) {
-        const Float8 o = vertex.origin[axis], n = vertex.normal[axis];
-        const Float8 lower = Float8::load(node.lower[axis]) - o, upper = Float8::load(node.upper[axis]) - o;
+        const Float8 n = vertex.normal[axis];
+        const Float8 lower = children.lower(axis), upper = children.upper(axis);
         const Mask<8> below = upper <= zero, above = zero <= lower;
         boxes.below[axis] = below.bits();
         select(below, huge, upper).store(boxes.upper[axis]);
@@ -88,9 +89,9 @@ constexpr std::uint64_t kTriangleLists[16] = {
     3, 0x30000, 0x30001, 0x300010000ull, 0x30002, 0x300020000ull, 0x300020001ull, 0x3000200010000ull};
 
 /// Tests several tiles against the triangles of a leaf.
-template <bool nearest>
-inline void leafTiles(ktTraversalState& state, ktVertexState& vertex, std::uint32_t firstTile, std::uint64_t tiles,
-                      ktWideBvhRef ref) {
+template <bool nearest, class Levels>
+inline void leafTiles(const Levels& levels, ktTraversalState& state, ktVertexState& vertex, std::uint32_t firstTile,
+                      std::uint64_t tiles, ktWideBvhRef ref) {
     const float* planeNormal = state.minCosine > 0 ? vertex.normal : nullptr;
     const auto test = [&](const std::uint32_t* ids, const PreparedTriangles& triangles) {
         constexpr std::uint32_t count = kLeafTriangles;
@@ -118,7 +119,7 @@ inline void leafTiles(ktTraversalState& state, ktVertexState& vertex, std::uint3
         }
         return true;
     };
-    forEachPrepared(ref, vertex.origin, planeNormal, state.bothSides, test);
+    forEachPrepared(levels, ref, vertex.origin, planeNormal, state.bothSides, test);
     if (nearest)
         return;
     for (std::uint64_t remaining = tiles; remaining; remaining &= remaining - 1) {
@@ -140,13 +141,13 @@ KT_INLINE std::uint64_t tilesBeyond(const ktTraversalState& state, std::uint32_t
     return tiles;
 }
 
-template <bool nearest>
-inline void tilePhase(ktWideBvhRef root, ktTraversalState& state, std::uint32_t vertexIndex) {
+template <bool nearest, class Levels>
+inline void tilePhase(const Levels& levels, ktTraversalState& state, std::uint32_t vertexIndex) {
     ktVertexState& vertex = state.vertex[vertexIndex];
     const std::uint32_t firstTile = vertexIndex << state.tileShift;
     ktTileTask* const stack = state.tileStack;
     std::uint32_t top = 1;
-    stack[0] = {root, vertex.liveTiles, nullptr, 0.0f};
+    stack[0] = {levels.root, vertex.liveTiles, nullptr, 0.0f, 0};
     while (top) {
         --top;
         const ktWideBvhRef ref = stack[top].ref;
@@ -156,17 +157,19 @@ inline void tilePhase(ktWideBvhRef root, ktTraversalState& state, std::uint32_t 
         if (!tiles)
             continue;
         const bool leaf = ref & ktWideBvhLayout::leafFlag;
-        if (static_cast<std::uint32_t>(__builtin_popcountll(tiles)) <= (leaf ? kFewLeafTiles : state.fewTiles)) {
-            float lower[3], upper[3];
-            const float* box = stack[top].box;
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                lower[axis] = box ? box[8 * axis] - vertex.origin[axis] : -kHuge;
-                upper[axis] = box ? box[24 + 8 * axis] - vertex.origin[axis] : kHuge;
-            }
+        if (static_cast<std::uint32_t>(__builtin_popcountll(tiles)) <=
+            (leaf ? kFewLeafTiles : levels.fewTiles(ref, state.fewTiles))) {
+            float lower[3] = {-kHuge, -kHuge, -kHuge}, upper[3] = {kHuge, kHuge, kHuge};
+            const float* const box = stack[top].box;
+            const std::uint32_t boxInstance = stack[top].boxInstance;
+            if (box)
+                levels.relativeBox(box, vertex.origin, lower, upper);
             bool full = false;
             for (std::uint64_t remaining = tiles; remaining; remaining &= remaining - 1) {
                 ktTileState& tile = state.tile[firstTile + static_cast<std::uint32_t>(__builtin_ctzll(remaining))];
-                const std::uint32_t rays = tile.live & raysThroughBox<nearest>(state, tile, lower, upper, 1);
+                const float(*const reciprocal)[16] = levels.boxForRays(state, tile, boxInstance, box, lower, upper);
+                const std::uint32_t rays =
+                    tile.live & raysThroughBox<nearest>(state, tile, reciprocal, lower, upper, 1);
                 const std::uint32_t next = tile.pendingCount;
                 tile.pending[next] = {ref, rays, 0.0f};
                 state.active[state.activeCount] = &tile;
@@ -177,16 +180,16 @@ inline void tilePhase(ktWideBvhRef root, ktTraversalState& state, std::uint32_t 
                 full |= next + 1 >= ktTileState::maxPending;
             }
             if (full || state.activeCount >= kEnoughActive)
-                rayPhase<nearest>(state);
+                rayPhase<nearest>(levels, state);
             continue;
         }
         if (leaf) {
-            leafTiles<nearest>(state, vertex, firstTile, tiles, ref);
+            leafTiles<nearest>(levels, state, vertex, firstTile, tiles, ref);
             continue;
         }
-        const ktWideBvhNode& node = nodeAt(ref);
+        const ktWideBvhNode& node = levels.nodeAt(ref);
         ChildBoxes boxes;
-        prepareChildren(node, state, vertex, boxes);
+        prepareChildren(levels.boxesOf(ref, node, vertex.origin), state, vertex, boxes);
         std::uint64_t mask[8];
         std::uint16_t part[8][4] = {};
         for (std::uint32_t group = 0; group < 4; ++group) {
@@ -207,11 +210,11 @@ inline void tilePhase(ktWideBvhRef root, ktTraversalState& state, std::uint32_t 
         const std::uint32_t count = static_cast<std::uint32_t>(__builtin_popcount(hit));
         for (std::uint32_t remaining = hit; remaining; remaining &= remaining - 1) {
             const std::uint32_t child = static_cast<std::uint32_t>(__builtin_ctz(remaining));
-            const ktWideBvhRef childRef = node.child[child];
-            prefetch(childRef);
+            const ktWideBvhRef childRef = levels.childOf(ref, node, child);
+            prefetch(levels, childRef);
             stack[top + count - 1 - rankOf(boxes.key, hit, child)] = {
                 childRef, mask[child], &node.lower[0][child],
-                nearest ? squareRoot(boxes.key[child]) * kEnterMargin : 0.0f};
+                nearest ? squareRoot(boxes.key[child]) * kEnterMargin : 0.0f, levels.instanceOf(ref)};
         }
         top += count;
     }

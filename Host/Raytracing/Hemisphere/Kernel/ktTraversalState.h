@@ -12,8 +12,9 @@
 struct ktTileTask {
     ktWideBvhRef ref;
     std::uint64_t tiles;
-    const float* box; ///< lower x of its box in the parent node; null for the root
-    float distance;   ///< lower bound of its distance to the vertex
+    const float* box;          ///< lower x of its box in the parent node; null for the root
+    float distance;            ///< lower bound of its distance to the vertex
+    std::uint32_t boxInstance; ///< whose space the box is in; see ktTwoLevelLayout.h
 };
 
 /// Work left for one tile: a node or leaf, and the rays that go there.
@@ -55,6 +56,14 @@ struct alignas(64) ktTileState {
     std::uint32_t backSide;     ///< bit i: ray i hit the back side
 };
 
+/// The rays of a tile in the space of the instance that they visited last.
+struct alignas(64) ktTileInInstance {
+    float reciprocal[3][16]; ///< as ktTileState::reciprocal
+    float belowOf[3];        ///< origin for lower sides of boxes: these get lower by the rounding of the rays
+    float aboveOf[3];        ///< origin for upper sides
+    std::uint32_t instance;  ///< 0: none
+};
+
 /// A leaf that some rays of a tile have reached.
 struct ktLeafTask {
     ktWideBvhRef ref;
@@ -86,4 +95,5 @@ struct alignas(64) ktTraversalState {
     ktTileState tile[maxTiles];
     ktTileTask tileStack[stackSize];
     ktRayTask rayStack[maxTiles][stackSize];
+    ktTileInInstance tileInInstance[maxTiles]; ///< for two-level BVHs only
 };

@@ -27,11 +27,6 @@ struct alignas(64) PreparedTriangles {
 };
 
 template <int N>
-struct Vector {
-    Float<N> x, y, z;
-};
-
-template <int N>
 KT_INLINE Vector<N> operator-(Vector<N> a, Vector<N> b) {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
@@ -74,15 +69,11 @@ struct Patch {
     }
 };
 
-KT_INLINE Patch firstPatch(ktWideBvhRef leaf) {
-    return {reinterpret_cast<const float*>(leaf & ktWideBvhLayout::addressMask),
+template <class Levels>
+KT_INLINE Patch firstPatch(const Levels& levels, ktWideBvhRef leaf) {
+    return {reinterpret_cast<const float*>(levels.address(leaf)),
             (static_cast<std::uint32_t>(leaf >> ktWideBvhLayout::pointShift) & (ktWideBvhLayout::patchPoints - 1)) + 1};
 }
-
-/// The corners of eight triangles.
-struct LeafCorners {
-    Vector<kLeafTriangles> a, b, c;
-};
 
 KT_INLINE LeafCorners cornersOf(const ktUnindexedLeaf& leaf) {
     return {loadVector<kLeafTriangles>(leaf.corner[0]), loadVector<kLeafTriangles>(leaf.corner[1]),
@@ -184,19 +175,20 @@ KT_INLINE std::uint32_t trianglesOnRay(const PreparedTriangles& triangles, const
 
 /// Prepares a leaf's triangles for a vertex and calls `body(ids, triangles)`, patch by patch, until it returns false.
 /// @return false if `body` returned false
-template <class Body>
-KT_INLINE bool forEachPrepared(ktWideBvhRef leaf, const float* origin, const float* planeNormal, bool bothSides,
-                               const Body& body) {
+template <class Levels, class Body>
+KT_INLINE bool forEachPrepared(const Levels& levels, ktWideBvhRef leaf, const float* origin, const float* planeNormal,
+                               bool bothSides, const Body& body) {
     PreparedTriangles triangles;
+    std::uint32_t ids[kLeafTriangles];
     if (leaf & ktWideBvhLayout::unindexedFlag) {
-        const auto& wide = *reinterpret_cast<const ktUnindexedLeaf*>(leaf & ktWideBvhLayout::addressMask);
-        prepareTriangles(cornersOf(wide), origin, planeNormal, bothSides, triangles);
-        return !triangles.usable || body(wide.id, triangles);
+        const auto& wide = *reinterpret_cast<const ktUnindexedLeaf*>(levels.address(leaf));
+        prepareTriangles(levels.worldCorners(leaf, cornersOf(wide)), origin, planeNormal, bothSides, triangles);
+        return !triangles.usable || body(levels.worldIds(leaf, wide.id, ids), triangles);
     }
-    for (Patch patch = firstPatch(leaf);;) {
-        prepareTriangles(cornersOf(patch), origin, planeNormal, bothSides, triangles);
+    for (Patch patch = firstPatch(levels, leaf);;) {
+        prepareTriangles(levels.worldCorners(leaf, cornersOf(patch)), origin, planeNormal, bothSides, triangles);
         const ktPatchFooter* footer = patch.footer();
-        if (triangles.usable && !body(footer->id, triangles))
+        if (triangles.usable && !body(levels.worldIds(leaf, footer->id, ids), triangles))
             return false;
         if (!footer->nextPointCount)
             return true;
