@@ -83,11 +83,13 @@ const std::vector<Arrow> arrows = {
       "Host/Viewing/", "Host/Raytracing/"}},
     {"Apps/Studio/Document/Facts/", {"Host/Core/", "Host/Scene/", "Host/Scene/Surfaces/"}},
     {"Apps/Studio/Document/Undo/", {"Host/Core/", "Host/Scene/"}},
+    {"Apps/Studio/Document/Kept/", {"Apps/Common/", "AmbientOcclusion/", "Host/Core/"}},
     {"Apps/Studio/Document/Files/", {"Host/Files/", "Host/Files/Storage/", "Host/Scene/Surfaces/"}},
     {"Apps/Studio/Document/",
-     {"Apps/Studio/Document/Facts/", "Apps/Studio/Document/Files/", "Apps/Studio/Document/Undo/", "Apps/Common/",
-      "AmbientOcclusion/", "Host/Core/", "Host/Scene/", "Host/Scene/Results/", "Host/Scene/Surfaces/", "Host/Files/",
-      "Host/Files/Storage/", "Host/Raytracing/", "Host/Viewing/"}},
+     {"Apps/Studio/Document/Facts/", "Apps/Studio/Document/Files/", "Apps/Studio/Document/Kept/",
+      "Apps/Studio/Document/Undo/", "Host/Scripting/", "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Scene/",
+      "Host/Scene/Results/", "Host/Scene/Surfaces/", "Host/Files/", "Host/Files/Storage/", "Host/Raytracing/",
+      "Host/Viewing/"}},
     {"Apps/Studio/Viewport/Scene/", {"Host/Raytracing/Scene/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Viewing/"}},
     {"Apps/Studio/Viewport/OpenGL/",
      {"Apps/Studio/Viewport/Scene/", "Host/Raytracing/Threads/", "Host/Scene/Surfaces/", "Host/Viewing/"}},
@@ -103,14 +105,18 @@ const std::vector<Arrow> arrows = {
     {"Apps/Studio/Panels/Part/",
      {"Apps/Studio/Document/", "Apps/Studio/Document/Facts/", "AmbientOcclusion/", "Host/Core/"}},
     {"Apps/Studio/Panels/Run/",
-     {"Apps/Studio/Document/", "Apps/Studio/Document/Undo/", "Apps/Common/", "Host/Raytracing/"}},
+     {"Apps/Studio/Document/", "Apps/Studio/Document/Kept/", "Apps/Studio/Document/Undo/", "Apps/Common/",
+      "Host/Raytracing/"}},
+    {"Apps/Studio/Panels/Script/", {"Apps/Studio/Document/", "Apps/Studio/Document/Kept/"}},
     {"Apps/Studio/Panels/Scene/", {"Apps/Studio/Document/", "Apps/Studio/Document/Facts/", "AmbientOcclusion/"}},
-    {"Apps/Studio/Window/Pages/", {"Apps/Studio/Document/"}},
+    {"Apps/Studio/Translations/", {}},
+    {"Apps/Studio/Window/Pages/", {"Apps/Studio/Document/Kept/"}},
     {"Apps/Studio/Window/",
-     {"Apps/Studio/Window/Pages/", "Apps/Studio/Document/", "Apps/Studio/Viewport/", "Apps/Studio/Panels/Calculation/",
-      "Apps/Studio/Panels/History/", "Apps/Studio/Panels/Log/", "Apps/Studio/Panels/Part/", "Apps/Studio/Panels/Run/",
-      "Apps/Studio/Panels/Scene/", "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Files/",
-      "Host/Files/Storage/", "Host/Scene/Types/", "Host/Viewing/"}},
+     {"Apps/Studio/Window/Pages/", "Apps/Studio/Document/", "Apps/Studio/Document/Kept/", "Apps/Studio/Viewport/",
+      "Apps/Studio/Panels/Calculation/", "Apps/Studio/Panels/History/", "Apps/Studio/Panels/Log/",
+      "Apps/Studio/Panels/Part/", "Apps/Studio/Panels/Run/", "Apps/Studio/Panels/Scene/", "Apps/Studio/Panels/Script/",
+      "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Files/", "Host/Files/Storage/", "Host/Scene/Types/",
+      "Host/Viewing/"}},
 };
 
 /// The folder of a file, with a trailing '/'.
@@ -185,7 +191,8 @@ std::vector<std::string> findIncludeViolations(const std::vector<ktHouseFile>& f
                 if (std::regex_match(header, library.header) && !isBelowOne(file, library.allowed))
                     report("files in this folder may not include headers of " + library.name + ": " + header);
             if (isWindowHeader(header, qtIncludeDir) &&
-                !isBelowOne(file, {"Apps/Studio/", "Tests/Studio/", "Benchmarks/ktBenchmarkViewport"}))
+                !isBelowOne(file, {"Apps/Studio/", "Tests/Studio/", "Benchmarks/ktBenchmarkViewport",
+                                   "Benchmarks/ktBenchmarkStudio"}))
                 report("files in this folder may not include headers of QtWidgets: " + header);
             if (isQuoted && header.find('/') != std::string::npos)
                 report("include headers by bare name, without a folder: " + header);

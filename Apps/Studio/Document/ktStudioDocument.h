@@ -52,6 +52,7 @@ public:
     std::vector<osg::NodePtr> getTopNodes() const; ///< of all files: what there is to select
     /// What a tree of the scene shows first: the top nodes; with several files, one node for each file.
     std::vector<osg::NodePtr> getTreeNodes() const;
+    ktSceneFile* getFile() const { return file.get(); }   ///< the opened file; null: none
     const std::vector<ktSceneCamera>& getCameras() const; ///< of the opened file; needs an open file
     ktUndoStack& undoStack() const;
 
@@ -78,6 +79,8 @@ public:
     /// is unchanged.
     bool saveAs(const QString& newPath);
     bool save() { return saveAs(outputPath); }
+    /// As saveAs(), with other options of the output than those of the window.
+    bool saveWith(const QString& newPath, bool multiplyColors, double exposure, double strength);
     /// Writes the scene to another file without a change of what is unsaved. A failure is logged only.
     bool saveCopy(const QString& copyPath);
     /// Draws the picture of `ktbake --preview`; on failure emits failed(). Size, view and headlight of the options

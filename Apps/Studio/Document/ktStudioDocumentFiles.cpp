@@ -151,6 +151,16 @@ void ktStudioDocument::showTree(const std::vector<osg::NodePtr>& selected) {
     emit filesChanged();
 }
 
+bool ktStudioDocument::saveWith(const QString& newPath, bool multiplyColors, double exposure, double strength) {
+    const ktStudioOptions kept = options;
+    options.multiplyColors = multiplyColors;
+    options.exposure = exposure;
+    options.strength = strength;
+    const bool isSaved = saveAs(newPath);
+    options = kept;
+    return isSaved;
+}
+
 bool ktStudioDocument::saveAdded() {
     const QString folder = QFileInfo(outputPath).path();
     for (const std::shared_ptr<ktAddedScene>& scene : added) {

@@ -3,9 +3,11 @@
 #include "ktStudioServices.h"
 
 ktStudioServices::ktStudioServices()
-    : run(document, selection), edit(document), presets(document.undoStack()), recovery(document, run) {
+    : run(document, selection), scripts(document, run), edit(document), presets(document.undoStack()),
+      recovery(document, run) {
     connect(&run, &ktStudioRun::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::readingChanged, this, [this] { emit frozenChanged(isFrozen()); });
+    connect(&scripts, &ktStudioScripts::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::workChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::opened, this, [this] {
         statistics.describeScene(document.getPath().toStdString(), document.getRoot(), document.getReadSeconds())();

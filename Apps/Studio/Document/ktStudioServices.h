@@ -9,6 +9,7 @@
 #include "ktStudioPresets.h"
 #include "ktStudioRecovery.h"
 #include "ktStudioRun.h"
+#include "ktStudioScripts.h"
 #include "ktStudioSelection.h"
 
 #include <QObject>
@@ -19,14 +20,15 @@ class ktStudioServices : public QObject {
 public:
     ktStudioServices();
 
-    /// Whether a run, the reading of a file or other work is on. Meanwhile nothing may change the scene, its selection,
-    /// the settings or the undo stack.
-    bool isFrozen() const { return run.isRunning() || document.isReading(); }
+    /// Whether a run, a script, the reading of a file or other work is on. Meanwhile nothing may change the scene, its
+    /// selection, the settings or the undo stack.
+    bool isFrozen() const { return run.isRunning() || document.isReading() || scripts.isRunning(); }
 
     ktStudioLog log; ///< first, so that it has the lines of the others
     ktStudioDocument document;
     ktStudioSelection selection;
     ktStudioRun run;
+    ktStudioScripts scripts;
     ktStudioEdit edit;
     ktStudioPresets presets;
     ktStudioRecovery recovery;

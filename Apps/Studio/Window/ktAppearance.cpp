@@ -12,6 +12,13 @@
 #include <QStyleFactory>
 #include <QTranslator>
 
+/// The texts are in a static library, whose resources no static object registers.
+static void registerTexts() {
+#ifdef KT_HAS_TRANSLATIONS
+    Q_INIT_RESOURCE(translations);
+#endif
+}
+
 namespace {
 
 QPalette darkPalette() {
@@ -43,9 +50,11 @@ void ktAppearance::setColors(const QString& name) {
 }
 
 QString ktAppearance::setLanguage(const QString& language) {
-    static QTranslator own, qt;
+    // Never destroyed: the application object refers to them until its end.
+    static auto &own = *new QTranslator, &qt = *new QTranslator;
     QCoreApplication::removeTranslator(&own);
     QCoreApplication::removeTranslator(&qt);
+    registerTexts();
     const QLocale locale = language.isEmpty() ? QLocale() : QLocale(language);
     if (locale.language() == QLocale::English || !own.load(locale, "ktstudio", "_", ":/translations"))
         return "en";

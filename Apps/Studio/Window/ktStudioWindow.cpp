@@ -98,14 +98,9 @@ void ktStudioWindow::connectServices() {
             readingPage->end();
             pages->setCurrentWidget(document.isOpen() ? static_cast<QWidget*>(view) : emptyPage);
         }
-        updateActions();
-        closeWhenIdle();
     });
-    connect(&document, &ktStudioDocument::workChanged, this, [this](bool isWorking, const QString& what) {
-        isWorking ? workBar->begin(what) : workBar->end();
-        updateActions();
-        closeWhenIdle();
-    });
+    connect(&document, &ktStudioDocument::workChanged, this,
+            [this](bool isWorking, const QString& what) { isWorking ? workBar->begin(what) : workBar->end(); });
     connect(&document, &ktStudioDocument::workProgressed, workBar, &ktWorkBar::setShare);
     connect(&document, &ktStudioDocument::opened, this, &ktStudioWindow::showOpened);
     connect(&document, &ktStudioDocument::modifiedChanged, this, &ktStudioWindow::showTitle);
@@ -123,7 +118,6 @@ void ktStudioWindow::connectServices() {
     connect(&services.presets, &ktStudioPresets::failed, this,
             [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason, {}, "presets"); });
     connect(&run, &ktStudioRun::runningChanged, this, [this](bool isRunning) {
-        updateActions();
         if (isRunning) {
             messages->close("unit");
             messages->close("run");
@@ -131,6 +125,9 @@ void ktStudioWindow::connectServices() {
             view->keepResultsForComparison();
             findChild<QDockWidget*>("runDock")->show(); // it has the way out
         }
+    });
+    connect(&services, &ktStudioServices::frozenChanged, this, [this] {
+        updateActions();
         closeWhenIdle();
     });
     connect(&run, &ktStudioRun::refused, this, &ktStudioWindow::showRefusal);
@@ -229,7 +226,7 @@ void ktStudioWindow::updateActions() {
         action->setEnabled(!isFrozen());
     for (QAction* action : needScene)
         action->setEnabled(document.isOpen() && !isFrozen());
-    cancelAction->setEnabled(run.isRunning());
+    cancelAction->setEnabled(run.isRunning() || services.scripts.isRunning());
 }
 
 void ktStudioWindow::closeWhenIdle() {
@@ -243,6 +240,7 @@ void ktStudioWindow::closeEvent(QCloseEvent* event) {
         closesWhenIdle = true;
         run.cancel();
         document.cancelReading();
+        services.scripts.cancel();
         return;
     }
     closesWhenIdle = false;

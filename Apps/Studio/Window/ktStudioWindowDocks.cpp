@@ -10,6 +10,7 @@
 #include "ktRunPanel.h"
 #include "ktScenePanel.h"
 #include "ktSceneView.h"
+#include "ktScriptPanel.h"
 #include "ktStudioWindow.h"
 #include "ktVersion.h"
 
@@ -69,6 +70,8 @@ void ktStudioWindow::makeDocks() {
     QDockWidget* history =
         addDock("historyDock", tr("History"), Qt::BottomDockWidgetArea, new ktHistoryPanel(services));
     tabifyDockWidget(log, history);
+    tabifyDockWidget(history,
+                     addDock("scriptDock", tr("Script"), Qt::BottomDockWidgetArea, new ktScriptPanel(services)));
     log->raise();
     resizeDocks({scene, bake}, {350, 340}, Qt::Horizontal);
     resizeDocks({log}, {130}, Qt::Vertical);

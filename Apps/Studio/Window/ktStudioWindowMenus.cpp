@@ -68,8 +68,7 @@ void ktStudioWindow::makeEditMenu() {
         redo->setText(stack.canRedo() ? tr("&Redo: %1").arg(stack.redoText()) : tr("&Redo"));
     };
     connect(&stack, &QUndoStack::indexChanged, this, update);
-    connect(&run, &ktStudioRun::runningChanged, this, update);
-    connect(&document, &ktStudioDocument::readingChanged, this, update);
+    connect(&services, &ktStudioServices::frozenChanged, this, update);
     update();
     menu->addSeparator();
     needScene << addAction(menu, "selectAll", tr("Select &everything"), QKeySequence::SelectAll,
@@ -103,7 +102,10 @@ void ktStudioWindow::makeBakeMenu() {
     start->setToolTip(tr("Calculate the light of the selected parts"));
     QAction* missing = addAction(menu, "startMissing", tr("Bake what is &missing"), QKeySequence("Ctrl+Shift+B"),
                                  [this] { run.start(true); });
-    cancelAction = addAction(menu, "cancel", tr("&Cancel"), QKeySequence(Qt::Key_Escape), [this] { run.cancel(); });
+    cancelAction = addAction(menu, "cancel", tr("&Cancel"), QKeySequence(Qt::Key_Escape), [this] {
+        services.scripts.cancel();
+        run.cancel();
+    });
     menu->addSeparator();
     needScene << addAction(menu, "useSettings", tr("&Use the settings of the selected part"), {},
                            [] { ktAmbientOcclusion::the()->loadSettings(); });

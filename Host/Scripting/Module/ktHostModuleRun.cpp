@@ -12,6 +12,7 @@
 #include "ktNodePermission.h"
 #include "ktScenegraph.h"
 #include "ktScriptedPlugin.h"
+#include "ktScriptedScene.h"
 #include "ktThreadCount.h"
 #include "ktTracerFactory.h"
 #include "ktTriangleBudget.h"
@@ -41,7 +42,17 @@ bool ktHostModuleRun::bake(bool missing, const python::object& keep) {
     if (const std::string obstacle = ktScriptedPlugin::the().findObstacle(); !obstacle.empty())
         refuse(obstacle);
     const ktHostModuleWatch::Keep choice(kept == "finished");
-    const bool hasRun = ktScriptedPlugin::the().start(missing);
+    bool hasRun = false;
+    if (ktScriptedScene* const shared = ktScriptedScene::get()) {
+        std::string reason;
+        const ktScriptedScene::Bake end = shared->bake(missing, reason);
+        if (end == ktScriptedScene::Bake::NothingToDo)
+            return true;
+        if (end == ktScriptedScene::Bake::Refused)
+            refuse(reason);
+        hasRun = true;
+    } else
+        hasRun = ktScriptedPlugin::the().start(missing);
     ktHostModuleWatch::raise();
     if (!hasRun)
         throw ktHostModuleError("ray tracing is not available");

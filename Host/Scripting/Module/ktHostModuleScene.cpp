@@ -15,6 +15,7 @@
 #include "ktScenegraph.h"
 #include "ktSceneState.h"
 #include "ktScriptedPlugin.h"
+#include "ktScriptedScene.h"
 
 #include <atomic>
 #include <chrono>
@@ -52,10 +53,23 @@ void logMessages(const std::string& name, const ktFileReport& report) {
         ktLog::info("%s: %s", name.c_str(), note.c_str());
 }
 
+/// The file of the application whose scene scripts share, else that of this module; null if none is open.
+ktSceneFile* currentFile() {
+    ktScriptedScene* const shared = ktScriptedScene::get();
+    return shared ? shared->getFile() : scene().file.get();
+}
+
 ktSceneFile& openFile() {
-    if (!scene().file)
+    ktSceneFile* const file = currentFile();
+    if (!file)
         refuse("no scene is open");
-    return *scene().file;
+    return *file;
+}
+
+/// Throws a reason that is not empty.
+void check(const std::string& reason) {
+    if (!reason.empty())
+        throw ktHostModuleError(reason);
 }
 
 /// During its lifetime, Ctrl-C does not wait for the end of the call. Interrupts the call also if the handler of a
@@ -158,6 +172,17 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
     options.uniqueInstances = uniqueInstances;
     options.creaseAngle_deg = creaseAngle_deg;
     options.keepVertices = keepVertices;
+    if (ktScriptedScene* const shared = ktScriptedScene::get()) {
+        ktScriptedScene::OpenOptions given;
+        given.unit = unitText;
+        given.up = options.up ? axis : "";
+        given.uniqueInstances = uniqueInstances;
+        given.groundPlane = groundPlane;
+        given.keepVertices = keepVertices;
+        given.creaseAngle_deg = creaseAngle_deg;
+        check(shared->open(name, given));
+        return;
+    }
     options.isInterrupted = &Interrupt::isRequested;
     const Interrupt interrupt;
     const auto begin = Clock::now();
@@ -185,6 +210,8 @@ void ktHostModuleScene::open(const python::object& path, const python::object& u
 
 void ktHostModuleScene::close() {
     refuseWhileBaking();
+    if (ktScriptedScene::get())
+        refuse("the scene belongs to the window: open another one instead");
     if (!scene().file)
         return;
     ktSceneState::setRootNode(osg::NullFC);
@@ -204,6 +231,11 @@ void ktHostModuleScene::save(const python::object& path, const python::object& s
     if (!(strength >= 0 && strength <= 10))
         throw ktHostModuleError("the strength must be a number from 0 to 10");
     options.strength = static_cast<float>(strength);
+    if (ktScriptedScene* const shared = ktScriptedScene::get()) {
+        openFile();
+        check(shared->save(name, {options.multiplyColors, exposure, strength}));
+        return;
+    }
     ktFileReport report;
     const auto begin = Clock::now();
     const bool isSaved = openFile().save(QString::fromStdString(name), options, report);
@@ -243,7 +275,7 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
     {
         const ktHostModuleGuard::Drawing drawing;
         ktFileReport report;
-        scene().file->loadPictures(report, isInterrupted);
+        openFile().loadPictures(report, isInterrupted);
         if (!isInterrupted()) {
             logMessages(scene().name, report);
             reason = ktWritePreview(ktScenegraph::getRootNode(), name, options);
@@ -261,9 +293,10 @@ void ktHostModuleScene::selectTopNodes() {
 }
 
 void ktHostModuleScene::loadPictures() {
-    if (!scene().file)
+    ktSceneFile* const file = currentFile();
+    if (!file)
         return;
     ktFileReport report;
-    scene().file->loadPictures(report);
+    file->loadPictures(report);
     logMessages(scene().name, report);
 }

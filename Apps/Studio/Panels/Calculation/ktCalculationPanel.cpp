@@ -191,8 +191,8 @@ ktCalculationPanel::ktCalculationPanel(ktStudioServices& services_, QWidget* par
         auto* restore = new QToolButton(both);
         restore->setAutoRaise(true);
         restore->setIcon(style()->standardIcon(QStyle::SP_DialogResetButton));
-        restore->setToolTip(tr("Restore the initial value"));
-        restore->setAccessibleName(tr("Restore the initial value of %1").arg(labelOf(row)));
+        restore->setToolTip(ktCalculationPanel::tr("Restore the initial value"));
+        restore->setAccessibleName(ktCalculationPanel::tr("Restore the initial value of %1").arg(labelOf(row)));
         restore->setObjectName(QString(row.names.option) + "Restore");
         line->addWidget(restore);
         auto* label = new QLabel(labelOf(row), box);
@@ -201,6 +201,11 @@ ktCalculationPanel::ktCalculationPanel(ktStudioServices& services_, QWidget* par
         editor.widget->setToolTip(helpOf(row));
         editor.widget->setAccessibleName(labelOf(row));
         editor.widget->setAccessibleDescription(helpOf(row));
+        for (auto* part : editor.widget->findChildren<QWidget*>())
+            if (part->focusPolicy() != Qt::NoFocus) {
+                part->setAccessibleName(labelOf(row));
+                part->setAccessibleDescription(helpOf(row));
+            }
         form->addRow(label, both);
 
         const auto show = [this, row, editor, restore] {

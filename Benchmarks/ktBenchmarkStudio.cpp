@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Measures the window with a large scene: time to open, gaps of the event loop while it bakes, time to cancel, memory;
+// opening and memory also as ratios to ktbake's. Needs a display (xvfb-run).
+#include "ktAmbientOcclusion.h"
+#include "ktCommandLine.h"
+#include "ktPresetStore.h"
+#include "ktSceneView.h"
+#include "ktStudioWindow.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QOpenGLWidget>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+
+namespace {
+
+constexpr int beat_ms = 1;
+
+double milliseconds(const QElapsedTimer& timer) {
+    return static_cast<double>(timer.nsecsElapsed()) * 1e-6;
+}
+
+/// Most memory that the process has used so far, in MiB.
+double peakMemory() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("VmHWM:", 0) == 0)
+            return std::atof(line.c_str() + 6) / 1024;
+    return 0;
+}
+
+double load() {
+    double one = 0;
+    return getloadavg(&one, 1) == 1 ? one : 0;
+}
+
+/// The times between two rounds of the event loop, and what went on in the longest ones.
+class Gaps {
+public:
+    explicit Gaps(ktStudioWindow& window_) : window(window_) {
+        QObject::connect(&timer, &QTimer::timeout, [this] {
+            const double gap = milliseconds(clock);
+            clock.start();
+            gaps.push_back(gap);
+            double& longest = longestOf[phase];
+            longest = std::max(longest, gap);
+            const ktStudioRun& run = window.getRun();
+            phase = (run.isRunning() ? run.getState().phase : QString("idle")).toStdString();
+        });
+        timer.start(beat_ms);
+        clock.start();
+    }
+
+    void print(const char* what) {
+        std::sort(gaps.begin(), gaps.end());
+        if (gaps.empty())
+            return;
+        // By time, not by number: half of a second that is one gap counts as much as half of one of many gaps.
+        double all = 0, sum = 0, byTime = 0;
+        for (const double gap : gaps)
+            all += gap;
+        for (const double gap : gaps)
+            if ((sum += gap) <= 0.95 * all)
+                byTime = gap;
+        const auto at = [this](double share) {
+            return gaps[static_cast<std::size_t>(share * static_cast<double>(gaps.size() - 1))];
+        };
+        std::printf("%s: gaps of the event loop: median %.1f ms, 95 %% %.1f ms (by time %.1f ms), longest %.1f ms;",
+                    what, at(0.5), at(0.95), byTime, at(1));
+        for (const auto& [name, longest] : longestOf)
+            std::printf(" %s %.1f ms", name.c_str(), longest);
+        std::printf("\n");
+    }
+
+private:
+    ktStudioWindow& window;
+    QTimer timer;
+    QElapsedTimer clock;
+    std::vector<double> gaps;
+    std::string phase = "idle";
+    std::map<std::string, double> longestOf;
+};
+
+/// What `ktbake --stats` tells about a bake of the scene; empty if it fails.
+QJsonObject runBake(const std::string& ktbake, const std::string& scene, int quality) {
+    const QTemporaryDir folder;
+    const QString stats = folder.filePath("stats.json");
+    QProcess process;
+    process.start(QString::fromStdString(ktbake),
+                  {QString::fromStdString(scene), "-o", folder.filePath("baked.glb"), "--shadow-quality",
+                   QString::number(quality), "--no-indirect", "--quiet", "--stats", stats});
+    process.waitForFinished(-1);
+    QFile file(stats);
+    if (!file.open(QIODevice::ReadOnly)) {
+        std::fprintf(stderr, "%s\n", process.readAllStandardError().constData());
+        return {};
+    }
+    return QJsonDocument::fromJson(file.readAll()).object();
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    std::string scene, ktbake;
+    int quality = 0, orbit = 60;
+    ktCommandLine line("The window with a large scene");
+    line.addRequired("scene", scene, "scene file");
+    line.add("--ktbake", ktbake, "ktbake to compare with");
+    line.addPositive("--frames", orbit, "pictures while the camera moves");
+    if (const auto code = line.parse(count, arguments))
+        return *code;
+
+    const QJsonObject baker = ktbake.empty() ? QJsonObject() : runBake(ktbake, scene, quality);
+    const QTemporaryDir preferences;
+    qputenv("KT_PREFERENCES_DIR", (preferences.path() + "/").toUtf8());
+    QApplication application(count, arguments);
+    ktPresetStore::load();
+    ktStudioWindow window;
+    window.resize(1280, 800);
+    window.show();
+    QApplication::processEvents();
+    std::printf("load %.1f\n", load());
+
+    auto* const view = window.findChild<ktSceneView*>();
+    QElapsedTimer timer;
+    double firstPicture = 0;
+    bool isOpen = false;
+    QObject::connect(&window.getDocument(), &ktStudioDocument::opened, [&isOpen] { isOpen = true; });
+    if (auto* const canvas = view->findChild<QOpenGLWidget*>())
+        QObject::connect(canvas, &QOpenGLWidget::frameSwapped, [&] {
+            if (isOpen && firstPicture == 0)
+                firstPicture = milliseconds(timer);
+        });
+    {
+        Gaps gaps(window);
+        timer.start();
+        window.openFile(QString::fromStdString(scene));
+        if (!window.getDocument().isOpen())
+            return 1;
+        while (view->usesOpenGL() && firstPicture == 0)
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+        std::printf("opened to the first picture: %.0f ms, of which %.0f ms to read it\n", firstPicture,
+                    1000 * window.getDocument().getReadSeconds());
+        gaps.print("reading");
+        while (!view->isSettled())
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    }
+    ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    plugin.setShadowQuality(quality);
+    plugin.setIndirectIlluminationEnabled(false);
+
+    {
+        Gaps gaps(window);
+        timer.start();
+        window.getRun().start(false);
+        std::printf("baked in %.1f s\n", milliseconds(timer) / 1000);
+        gaps.print("baking");
+    }
+    const double memory = peakMemory();
+    {
+        bool isCancelled = false;
+        const auto connection = QObject::connect(&window.getRun(), &ktStudioRun::stateChanged, [&] {
+            if (!isCancelled && window.getRun().getState().share > 0.3) {
+                isCancelled = true;
+                timer.start();
+                QTimer::singleShot(0, [&window] { window.getRun().cancel(); });
+            }
+        });
+        window.getRun().start(false);
+        std::printf("cancel to idle: %.0f ms%s\n", milliseconds(timer), isCancelled ? "" : " (it was not cancelled)");
+        QObject::disconnect(connection);
+    }
+    {
+        Gaps gaps(window);
+        timer.start();
+        const QTemporaryDir folder;
+        window.getDocument().saveAs(folder.filePath("saved.glb"));
+        std::printf("saved in %.1f s\n", milliseconds(timer) / 1000);
+        gaps.print("saving");
+    }
+    if (!baker.isEmpty()) {
+        const double read = 1000 * baker["seconds"].toObject()["read"].toDouble();
+        const double bakerMemory = baker["peakMemoryMiB"].toDouble();
+        std::printf("ktbake reads it in %.0f ms: opening takes %.2f times as long\n", read, firstPicture / read);
+        std::printf("memory: %.0f MiB, ktbake %.0f MiB: %.2f times as much\n", memory, bakerMemory,
+                    memory / bakerMemory);
+    } else
+        std::printf("memory: %.0f MiB\n", memory);
+    std::printf("load %.1f\n", load());
+    return 0;
+}
