@@ -118,11 +118,11 @@ struct Recorder : ktHitReceiver {
     }
 };
 
-std::vector<ktRayVertex> makeVertices(Scene& scene, float reach, std::size_t count) {
+std::vector<ktRayVertex> makeVertices(Scene& scene, float reach, std::size_t count, float middle = 0) {
     std::vector<ktRayVertex> vertices(count);
     for (ktRayVertex& vertex : vertices) {
         for (float& o : vertex.origin)
-            o = scene.random(-reach, reach);
+            o = middle + scene.random(-reach, reach);
         const float a = scene.random(0, 6.28f), z = scene.random(-1, 1), r = std::sqrt(1 - z * z);
         const float n[3] = {r * std::cos(a), r * std::sin(a), z}, t[3] = {-std::sin(a), std::cos(a), 0};
         for (int i = 0; i < 3; ++i) {
@@ -177,8 +177,8 @@ std::vector<std::uint32_t> answers(const ktHemisphereTracer& tracer, std::vector
 }
 
 void expectEqualAnswers(Scene& scene, float reach, std::size_t vertexCount,
-                        const std::vector<std::uint32_t>& lanesToTest = {16, 8, 4}) {
-    const std::vector<ktRayVertex> vertices = makeVertices(scene, reach, vertexCount);
+                        const std::vector<std::uint32_t>& lanesToTest = {16, 8, 4}, float middle = 0) {
+    const std::vector<ktRayVertex> vertices = makeVertices(scene, reach, vertexCount, middle);
     for (const std::uint32_t lanes : lanesToTest) {
         for (const ktLeafKind kind : {ktLeafKind::Unindexed, ktLeafKind::Patches}) {
             ktHemisphereTracer instanced(lanes, kind), writtenOut(lanes, kind);
@@ -232,6 +232,20 @@ TEST(TwoLevelBvh, GivenPartFarFromItsOrigin_AnswersAsIfWrittenOut) {
                               matrix({{1, 0, 0, float(i) - middle[0]}, {0, 1, 0, -middle[1]}, {0, 0, 1, -middle[2]}}));
     }
     expectEqualAnswers(scene, 10, 32);
+}
+
+// Here, world positions are rounded by a hundredth of a triangle, and boxes must be larger by that.
+TEST(TwoLevelBvh, GivenInstancesFarFromTheOrigin_AnswersAsIfWrittenOut) {
+    Scene scene;
+    const float middle = 5e4f;
+    ktTestMesh grid;
+    for (int i = 0; i < 64; ++i)
+        grid.addQuad({0.25 * (i % 8) - 1, 0.25 * (i / 8) - 1.0, 0}, {0.1, 0, 0}, {0, 0.1, 0});
+    ktTestMesh& part = scene.addPart(grid);
+    for (int i = 0; i < 40; ++i)
+        scene.addInstance(part, scene.turned(middle + scene.random(-3, 3), middle + scene.random(-3, 3),
+                                             middle + scene.random(-3, 3)));
+    expectEqualAnswers(scene, 4, 64, {16, 4}, middle);
 }
 
 TEST(TwoLevelBvh, GivenPartsOfManyScales_StaysWithinTheStacks) {
