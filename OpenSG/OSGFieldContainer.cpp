@@ -36,23 +36,24 @@ void FieldContainer::created(const FieldContainerPtr& container) {
 
 void FieldContainer::destroy(FieldContainer* container) {
     // Containers that a destructor releases wait in a list until it returns, so deep trees do not overflow the stack.
-    // Last in, first out: a node then finds itself quickly, at the end of its core's list of parents.
-    static thread_local std::vector<FieldContainer*>* waiting = nullptr;
-    if (waiting != nullptr) {
-        waiting->push_back(container);
+    // Last in, first out: a node then finds itself quickly, at the end of its core's list of parents. The list needs no
+    // memory, because destructors must not fail.
+    static thread_local FieldContainer* waiting = nullptr;
+    static thread_local bool isDestroying = false;
+    container->_nextToDestroy = waiting;
+    waiting = container;
+    if (isDestroying)
         return;
-    }
-    std::vector<FieldContainer*> list(1, container);
-    waiting = &list;
-    while (!list.empty()) {
-        FieldContainer* const next = list.back();
-        list.pop_back();
+    isDestroying = true;
+    while (waiting != nullptr) {
+        FieldContainer* const next = waiting;
+        waiting = next->_nextToDestroy;
         if (ChangeList* const changes = Thread::getCurrentChangeList())
             changes->addDestroyed(next->_id);
         next->onDestroy();
         delete next;
     }
-    waiting = nullptr;
+    isDestroying = false;
 }
 
 OSG_END_NAMESPACE

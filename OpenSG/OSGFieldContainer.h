@@ -80,6 +80,7 @@ private:
 
     std::atomic<Int32> _refCount{0};
     UInt32 _id;
+    FieldContainer* _nextToDestroy = nullptr;
 };
 
 OSG_END_NAMESPACE

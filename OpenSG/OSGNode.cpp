@@ -258,18 +258,23 @@ NodePtr cloneTree(const NodePtr& root) {
         UInt32 nextChild;
     };
     const NodePtr result = cloneNode(root);
-    std::vector<Frame> stack(1, Frame{root, result, 0});
-    while (!stack.empty()) {
-        Frame& frame = stack.back();
-        if (frame.nextChild < frame.source->getNChildren()) {
-            const NodePtr child = frame.source->getChild(frame.nextChild++);
-            const NodePtr clone = cloneNode(child);
-            frame.clone->addChild(clone);
-            stack.push_back(Frame{child, clone, 0});
-        } else {
-            endEditCP(frame.clone);
-            stack.pop_back();
+    try {
+        std::vector<Frame> stack(1, Frame{root, result, 0});
+        while (!stack.empty()) {
+            Frame& frame = stack.back();
+            if (frame.nextChild < frame.source->getNChildren()) {
+                const NodePtr child = frame.source->getChild(frame.nextChild++);
+                const NodePtr clone = cloneNode(child);
+                frame.clone->addChild(clone);
+                stack.push_back(Frame{child, clone, 0});
+            } else {
+                endEditCP(frame.clone);
+                stack.pop_back();
+            }
         }
+    } catch (...) {
+        subRefCP(result); // memory ran out
+        throw;
     }
     return result;
 }

@@ -4,7 +4,8 @@
 
 #include "OSGChangeList.h"
 
-#include <memory>
+#include <climits>
+#include <pthread.h>
 
 OSG_BEGIN_NAMESPACE
 
@@ -15,21 +16,26 @@ namespace {
 thread_local ChangeList* currentList = nullptr;
 thread_local bool threadIsEnding = false;
 
-struct ListOwner {
-    std::unique_ptr<ChangeList> list = std::make_unique<ChangeList>();
+void onThreadEnd(void* list) {
+    currentList = nullptr;
+    threadIsEnding = true;
+    delete static_cast<ChangeList*>(list);
+}
 
-    ~ListOwner() {
-        currentList = nullptr;
-        threadIsEnding = true;
-    }
-};
+// A key with a destructor instead of a thread_local object: the system would end the process if it had no memory to
+// note the destructor of such an object. The main thread keeps its list until the end of the process.
+pthread_key_t makeKey() {
+    pthread_key_t key;
+    return pthread_key_create(&key, onThreadEnd) == 0 ? key : PTHREAD_KEYS_MAX;
+}
 
 } // namespace
 
 ChangeList* Thread::getCurrentChangeList() {
     if (currentList == nullptr && !threadIsEnding) {
-        static thread_local ListOwner owner;
-        currentList = owner.list.get();
+        static const pthread_key_t key = makeKey();
+        currentList = new ChangeList;
+        pthread_setspecific(key, currentList); // without a key, the list stays when the thread ends
     }
     return currentList;
 }
