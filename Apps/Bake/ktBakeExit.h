@@ -4,7 +4,7 @@
 /// Exit codes of ktbake.
 namespace ktBakeExit {
 constexpr int done = 0;
-constexpr int failed = 1; ///< internal error; the reason is in the log
+constexpr int failed = 1; ///< out of memory or internal error; the reason is in the log
 constexpr int usage = 2;
 constexpr int badInput = 3;
 constexpr int notWritten = 4;
@@ -20,13 +20,16 @@ struct Description {
 };
 constexpr Description descriptions[] = {
     {done, "done", "done", "done, also if nothing was missing"},
-    {failed, "failed", "failed", "an internal error; the log gives the reason"},
+    {failed, "failed", "failed", "out of memory, or an internal error; the log gives the reason"},
     {usage, "usage", "wrong usage", "wrong usage: an unknown option, a value out of range, an unknown preset"},
     {badInput, "badInput", "bad input",
      "bad input: a file that cannot be read, a name that fits no node or camera, a selection in which every node is "
      "locked, or a "
      "mode that needs a light in a scene without one"},
-    {notWritten, "notWritten", "could not write", "an output file or the presets file cannot be written"},
+    {notWritten, "notWritten", "could not write",
+     "an output file or the presets file cannot be written; if only the preview or the statistics fail, the output is "
+     "new, "
+     "and a line says so"},
     {scriptFailed, "scriptFailed", "the script failed", "the script failed; it may also end with a code that it chose"},
     {cancelled, "cancelled", "cancelled", "cancelled by Ctrl-C or SIGTERM; a second signal ends the process at once"},
 };

@@ -2,6 +2,7 @@
 // The main function of ktbake: reads the options, runs the bake or the script.
 #include "ktBakeBatch.h"
 #include "ktBakeExit.h"
+#include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeRun.h"
@@ -13,11 +14,13 @@
 
 #include <algorithm>
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
 #include <langinfo.h>
+#include <new>
 #include <QCoreApplication>
 #include <string>
 #include <unistd.h>
@@ -35,6 +38,11 @@ static void useUtf8() {
     // NOLINTEND(concurrency-mt-unsafe)
 }
 
+/// Lets Qt handle events without GLib, which ends the process if memory runs out.
+static void avoidGlib() {
+    setenv("QT_NO_GLIB", "1", 0); // no other thread runs yet. NOLINT(concurrency-mt-unsafe)
+}
+
 /// Opens the null device for each closed standard stream. Otherwise files and pipes of the bake would get its number,
 /// and messages would go into them.
 static void keepStandardDescriptors() {
@@ -49,6 +57,15 @@ static void keepStandardDescriptors() {
 static bool isGiven(const std::vector<std::string>& arguments, const char* option) {
     const auto end = std::find(arguments.begin(), arguments.end(), "--");
     return std::find(arguments.begin(), end, option) != end;
+}
+
+/// Loads the presets. Few bakes need the file, so one warning is enough if it cannot be read or made.
+static void loadPresets() {
+    ktBakeMessages::hold();
+    ktPresetStore::load();
+    const std::vector<std::string> lines = ktBakeMessages::release();
+    if (!lines.empty())
+        ktLog::warning("%s; the built-in presets are used", lines.front().c_str());
 }
 
 static int bakeOrRunScript(ktBakeOptions& options) {
@@ -71,9 +88,7 @@ static int bakeOrRunScript(ktBakeOptions& options) {
     return exitCode == ktBakeExit::done ? streams.end() : exitCode;
 }
 
-int main(int argc, char** argv) {
-    useUtf8();
-    keepStandardDescriptors();
+static int run(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     // Qt takes the user's locale, whose numbers may have a decimal comma. NOLINTNEXTLINE(concurrency-mt-unsafe)
     std::setlocale(LC_NUMERIC, "C");
@@ -83,7 +98,7 @@ int main(int argc, char** argv) {
         const std::vector<std::string> arguments(argv + 1, argv + argc);
         ktBakeMessages::begin(isGiven(arguments, "--json"));
         ktLogOutput::setQuiet(isGiven(arguments, "-q") || isGiven(arguments, "--quiet"));
-        ktPresetStore::load();
+        loadPresets();
         ktBakeOptions options;
         if (const std::optional<int> end = parseBakeOptions(arguments, options)) {
             if (*end == ktBakeExit::done)
@@ -91,9 +106,28 @@ int main(int argc, char** argv) {
             exitCode = *end;
         } else
             exitCode = bakeOrRunScript(options);
+    } catch (const std::bad_alloc&) {
+        ktBakeLastWords::endSoon();
+        throw; // destructors free some memory
     } catch (const std::exception& error) {
         ktLog::error("%s", error.what());
     }
     ktBakeMessages::end(exitCode);
+    ktBakeLastWords::setResult(exitCode);
     return exitCode;
+}
+
+int main(int argc, char** argv) {
+    // Needs no memory, so it cannot use the list of isGiven().
+    const auto isJson = [](const char* argument) { return std::strcmp(argument, "--json") == 0; };
+    ktBakeLastWords::prepare(std::any_of(argv + 1, argv + argc, isJson));
+    try {
+        useUtf8();
+        avoidGlib();
+        std::signal(SIGXFSZ, SIG_IGN); // a file that gets too large for `ulimit -f` is an error of writing
+        keepStandardDescriptors();
+        return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        return ktBakeLastWords::sayOutOfMemory();
+    }
 }

@@ -4,6 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
+#include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeOutput.h"
@@ -17,6 +18,7 @@
 #include "ktGeometryInstances.h"
 #include "ktGeometryList.h"
 #include "ktLog.h"
+#include "ktLogOutput.h"
 #include "ktRaytracingManager.h"
 #include "ktResultHint.h"
 #include "ktScenegraph.h"
@@ -30,6 +32,13 @@
 
 namespace {
 
+/// After a failure, so that nobody takes the output for the old file.
+void sayWritten(const ktBakeOptions& options) {
+    if (const std::string output = ktBakeMessages::shown(options.output); output != "-")
+        ktBakeMessages::log(ktLogLevel::Info, output + ": is written and complete",
+                            {{"file", output}, {"reason", "is written and complete"}});
+}
+
 /// One bake. Each step returns an exit code; the first that is not `done` ends the bake.
 class Run {
 public:
@@ -38,6 +47,7 @@ public:
 
     int bake() {
         ktBakeWatch whole;
+        ktBakeLastWords::goOn(); // after another bake that failed
         interrupts.letThrough();
         for (const auto step : {&Run::checkOutputs, &Run::open, &Run::prepare, &Run::calculate, &Run::write}) {
             const int exitCode = (this->*step)();
@@ -45,6 +55,8 @@ public:
                 ktLog::error("Cancelled; nothing is written.");
                 return ktBakeExit::cancelled;
             }
+            if (exitCode == ktBakeExit::failed)
+                ktBakeLastWords::endSoon();
             if (exitCode != ktBakeExit::done)
                 return exitCode;
         }
@@ -61,13 +73,16 @@ private:
 
     /// Checks before hours of tracing that the results can be written.
     int checkOutputs() {
-        for (const std::string& file : {options.output, options.preview, options.stats})
-            if (!file.empty() && !canBeWritten(file))
+        if (!options.output.empty() && !canBeWritten(options.output, ktBakeTarget::File))
+            return ktBakeExit::notWritten;
+        for (const std::string& file : {options.preview, options.stats})
+            if (!file.empty() && !canBeWritten(file, ktBakeTarget::Anything))
                 return ktBakeExit::notWritten;
         return ktBakeExit::done;
     }
 
     int open() {
+        ktBakeLastWords::setStep(options.scene, "reading");
         watch.lap();
         const int exitCode = scene.open(options, [this] { return interrupts.isInterrupted(); });
         stats.readSeconds = watch.lap();
@@ -83,12 +98,16 @@ private:
     }
 
     int prepare() {
+        ktBakeLastWords::setStep(options.scene, "preparing the bake");
         osg::NodePtr settingsNode = osg::NullFC;
         if (const int exitCode = scene.findSettingsNode(options, settingsNode); exitCode != ktBakeExit::done)
             return exitCode;
+        const std::uint64_t errors = ktLogOutput::getCount(ktLogLevel::Error);
         if (const int exitCode = applySettings(options, settingsNode, scene.getDiagonal());
             exitCode != ktBakeExit::done)
             return exitCode;
+        if (ktLogOutput::getCount(ktLogLevel::Error) != errors)
+            return ktBakeExit::failed; // the host logs changes of settings that fail
         if (const int exitCode = editPresets(options); exitCode != ktBakeExit::done)
             return exitCode;
         if (const std::string warning = findUselessSettings(); !warning.empty())
@@ -100,6 +119,7 @@ private:
     }
 
     int calculate() {
+        ktBakeLastWords::setStep(options.scene, "baking");
         if (options.clear != ktBakeClear::Nothing) {
             clear();
             return ktBakeExit::done;
@@ -114,8 +134,8 @@ private:
             return refuse(reason);
         followScene(options, scene.getDiagonal());
         stats.settings = describeSettings();
-        if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled())
-            scene.loadPictures();
+        if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled() && !scene.loadPictures())
+            return ktBakeExit::failed;
         ktBakeProgress progress(countSelectedVertices(), !options.quiet);
         watch.lap();
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
@@ -169,8 +189,10 @@ private:
     int write() {
         interrupts.holdBack();
         watch.lap();
-        if (!scene.save(options))
-            return ktBakeExit::notWritten;
+        ktBakeLastWords::setStep(options.output, "writing");
+        if (const int exitCode = scene.save(options); exitCode != ktBakeExit::done)
+            return exitCode;
+        ktBakeLastWords::setStep(options.output, "ending; this file is written");
         stats.output = options.output;
         ktBakeMessages::addToResult("output", options.output);
         stats.writeSeconds = watch.lap();
@@ -182,8 +204,10 @@ private:
         stats.previewSeconds = watch.lap();
         if (isDrawn)
             return ktBakeExit::done;
-        if (!interrupts.isInterrupted())
+        if (!interrupts.isInterrupted()) {
+            sayWritten(options);
             return ktBakeExit::notWritten;
+        }
         const std::string output = ktBakeMessages::shown(options.output);
         ktLog::error("Cancelled; %s",
                      output == "-" ? "nothing is written." : (output + " is written, the picture is not.").c_str());
@@ -222,8 +246,10 @@ int runBake(const ktBakeOptions& options) {
     ktRunStatistics stats;
     if (const int exitCode = bakeScene(options, interrupts, stats); exitCode != ktBakeExit::done)
         return exitCode;
-    if (!options.stats.empty() && !writeStats(stats, options.stats))
+    if (!options.stats.empty() && !writeStats(stats, options.stats)) {
+        sayWritten(options);
         return ktBakeExit::notWritten;
+    }
     const std::string reason = "written in " + formatDuration(stats.totalSeconds);
     ktBakeMessages::log(ktLogLevel::Info, options.output + ": " + reason,
                         {{"file", options.output}, {"reason", reason}});

@@ -89,7 +89,7 @@ int ktBakeScene::open(const ktBakeOptions& options, const std::function<bool()>&
         return ktBakeExit::cancelled;
     if (!file) {
         logError(options.scene, report);
-        return ktBakeExit::badInput;
+        return report.isOutOfMemory ? ktBakeExit::failed : ktBakeExit::badInput;
     }
     ktSceneState::setRootNode(file->getRoot());
     diagonal = ktSceneDiagonal(file->getRoot());
@@ -120,15 +120,18 @@ int ktBakeScene::addGroundPlane(const ktBakeOptions& options) {
     return ktBakeExit::badInput;
 }
 
-void ktBakeScene::loadPictures(const std::function<bool()>& isInterrupted) {
+bool ktBakeScene::loadPictures(const std::function<bool()>& isInterrupted) {
     ktFileReport report;
     file->loadPictures(report, isInterrupted);
     if (isInterrupted && isInterrupted())
-        return;
+        return true;
     logMessages(report);
+    if (report.isOutOfMemory)
+        logError(fileName, report);
+    return !report.isOutOfMemory;
 }
 
-bool ktBakeScene::save(const ktBakeOptions& options) {
+int ktBakeScene::save(const ktBakeOptions& options) {
     ktSaveOptions saveOptions;
     saveOptions.multiplyColors = options.multiplyColors;
     saveOptions.exposure = static_cast<float>(options.exposure);
@@ -136,9 +139,10 @@ bool ktBakeScene::save(const ktBakeOptions& options) {
     ktFileReport report;
     const bool isSaved = file->save(QString::fromStdString(options.output), saveOptions, report);
     logMessages(report);
-    if (!isSaved)
-        logError(options.output, report);
-    return isSaved;
+    if (isSaved)
+        return ktBakeExit::done;
+    logError(options.output, report);
+    return report.isOutOfMemory ? ktBakeExit::failed : ktBakeExit::notWritten;
 }
 
 int ktBakeScene::findSettingsNode(const ktBakeOptions& options, osg::NodePtr& node) const {
@@ -163,7 +167,7 @@ int ktBakeScene::findSettingsNode(const ktBakeOptions& options, osg::NodePtr& no
 
 int ktBakeScene::select(const ktBakeOptions& options) {
     if (options.select.empty())
-        ktSceneState::setSelection(file->getTopNodes());
+        ktSceneState::setSelection(file->getNodesToBake());
     const std::vector<std::string> unknown =
         options.select.empty() ? std::vector<std::string>() : ktSceneState::selectByName(options.select);
     for (const std::string& name : unknown)
@@ -197,7 +201,8 @@ bool ktBakeScene::drawPreview(const ktBakeOptions& options, const std::function<
     preview.view = previewView;
     preview.hasHeadlight = options.previewHeadlight;
     preview.isInterrupted = isInterrupted;
-    loadPictures(isInterrupted);
+    if (!loadPictures(isInterrupted))
+        return false;
     std::string reason;
     {
         ktBakePreviewProgress progress(!options.quiet);

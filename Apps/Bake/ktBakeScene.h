@@ -28,7 +28,8 @@ public:
     int addGroundPlane(const ktBakeOptions& options);
     /// Decodes the materials' pictures, which bounced light and the preview need.
     /// @param isInterrupted asked from time to time, on the main thread; true ends it. May be empty.
-    void loadPictures(const std::function<bool()>& isInterrupted = {});
+    /// @return false if memory ran out; pictures that cannot be decoded are only left out
+    bool loadPictures(const std::function<bool()>& isInterrupted = {});
     /// Finds the view of `--preview-view`.
     /// @return exit code
     int findPreviewView(const ktBakeOptions& options);
@@ -40,8 +41,9 @@ public:
     /// without the results that the plug-in's current settings request.
     /// @return exit code
     int select(const ktBakeOptions& options);
-    /// Writes the scene with its results; false if it cannot be written.
-    bool save(const ktBakeOptions& options);
+    /// Writes the scene with its results.
+    /// @return exit code
+    int save(const ktBakeOptions& options);
     /// Draws the picture and shows the progress; false if it cannot be written, or after an interrupt.
     /// @param isInterrupted asked from time to time, on any thread
     bool drawPreview(const ktBakeOptions& options, const std::function<bool()>& isInterrupted);

@@ -120,9 +120,9 @@ int runBakeScript(const ktBakeOptions& options) {
                             {{"option", "--script"}, {"value", options.script}, {"reason", reason}});
         return ktBakeExit::badInput;
     }
-    for (const std::string& file : {options.output, options.preview})
-        if (!file.empty() && !canBeWritten(file))
-            return ktBakeExit::notWritten;
+    if ((!options.output.empty() && !canBeWritten(options.output, ktBakeTarget::File)) ||
+        (!options.preview.empty() && !canBeWritten(options.preview, ktBakeTarget::Anything)))
+        return ktBakeExit::notWritten;
     ktAmbientOcclusion::the(); // its hook puts the module into the interpreter
     ktScripting::start();
     // Without SA_RESTART, so that a script that waits for input or for a thread wakes up.

@@ -64,6 +64,14 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
     if (!(distances.minDistance < distances.maxDistance)) {
         const auto nearest = static_cast<double>(distances.minDistance);
         const auto farthest = static_cast<double>(distances.maxDistance);
+        if ((options.minDistance && options.minDistance->isPercent) ||
+            (options.maxDistance && options.maxDistance->isPercent)) {
+            const std::string reason = "its diagonal of " + ktDescribeLength(sceneDiagonal) +
+                                       " is too small or too large for distances in percent";
+            ktBakeMessages::log(ktLogLevel::Error, options.scene + ": " + reason,
+                                {{"file", options.scene}, {"reason", reason}});
+            return ktBakeExit::badInput;
+        }
         ktLog::error("The minimum distance (%s) must be smaller than the maximum distance (%s).",
                      describeDistance("--min-distance", options.minDistance, nearest).c_str(),
                      describeDistance("--max-distance", options.maxDistance, farthest).c_str());

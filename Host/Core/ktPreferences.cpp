@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <filesystem>
+#include <new>
 #include <QByteArray>
 #include <QDir>
 #include <QStandardPaths>
@@ -50,6 +51,8 @@ QString ktPreferences::getPreferencesDir() {
         if (error)
             ktLog::error("%s: the preferences directory cannot be made: %s", dir.c_str(), error.message().c_str());
         return QString::fromUtf8(dir.c_str());
+    } catch (const std::bad_alloc&) {
+        throw; // presets must not go to another folder only because memory is short
     } catch (const std::exception& e) {
         ktLog::error("No preferences directory: %s", e.what());
         return QDir::tempPath() + QLatin1Char('/');

@@ -4,6 +4,7 @@
 
 #include "ktDescriptor.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -14,15 +15,39 @@
 #include <sys/stat.h>
 #include <system_error>
 
+namespace {
+
+/// The names of temporary files that exist, where deleteTemporaryFiles() finds them. Files that find no place are not
+/// deleted then; a later ktSafeFile deletes them.
+std::array<std::atomic<const char*>, 16> existing{};
+
+void exchangeName(const char* from, const char* to) {
+    for (std::atomic<const char*>& name : existing) {
+        const char* expected = from;
+        if (name.compare_exchange_strong(expected, to))
+            return;
+    }
+}
+
+} // namespace
+
 struct ktSafeFile::Temporary {
-    Temporary(int number, const QByteArray& name_) : file(number), name(name_) {}
+    Temporary() = default;
     ~Temporary() {
+        if (number < 0)
+            return;
+        exchangeName(name.constData(), nullptr);
         if (!isRenamed)
             unlink(name.constData());
+        close(number);
     }
+    Temporary(const Temporary&) = delete;
+    Temporary& operator=(const Temporary&) = delete;
 
-    const ktDescriptor file;
-    const QByteArray name;
+    bool create(const QByteArray& path);
+
+    int number = -1; // of the open file
+    QByteArray name;
     bool isRenamed = false;
 };
 
@@ -69,27 +94,6 @@ bool isStillNamed(int file, const QByteArray& name) {
            opened.st_ino == named.st_ino;
 }
 
-/// Creates a file beside `path` and locks it while it is open. Negative on failure, see errno.
-int createTemporary(const QByteArray& path, QByteArray& name) {
-    static std::atomic<unsigned> counter{0};
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        name = path + temporaryMark + QByteArray::number(static_cast<qint64>(getpid())) + '-' +
-               QByteArray::number(counter++);
-        const int file = open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (file < 0 && errno == EEXIST)
-            continue;
-        if (file < 0)
-            return -1;
-        // Fails on a file system without locks. There, left-behind files are not removed either.
-        while (flock(file, LOCK_EX) != 0 && errno == EINTR) {
-        }
-        if (isStillNamed(file, name))
-            return file;
-        close(file); // another process deleted it before it was locked
-    }
-    return -1;
-}
-
 /// Whether the rest of a name, after the mark, is a process id and a number.
 bool isOurs(const char* rest) {
     const std::size_t process = std::strspn(rest, "0123456789");
@@ -123,6 +127,30 @@ void removeLeftBehind(const QByteArray& path) {
 
 } // namespace
 
+/// Creates a file beside `path` and locks it while it is open. False on failure, see errno.
+bool ktSafeFile::Temporary::create(const QByteArray& path) {
+    static std::atomic<unsigned> counter{0};
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        name = path + temporaryMark + QByteArray::number(static_cast<qint64>(getpid())) + '-' +
+               QByteArray::number(counter++);
+        const int file = open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file < 0 && errno == EEXIST)
+            continue;
+        if (file < 0)
+            return false;
+        // Fails on a file system without locks. There, left-behind files are not removed either.
+        while (flock(file, LOCK_EX) != 0 && errno == EINTR) {
+        }
+        if (isStillNamed(file, name)) {
+            number = file;
+            exchangeName(nullptr, name.constData());
+            return true;
+        }
+        close(file); // another process deleted it before it was locked
+    }
+    return false;
+}
+
 QByteArray ktSafeFile::targetOf(const QByteArray& path) {
     QByteArray file = path;
     for (int links = 0; links < mostLinks; ++links) {
@@ -148,15 +176,13 @@ ktSafeFile::ktSafeFile(const QByteArray& path) : target(targetOf(path)) {
         fail("the file may not be changed");
         return;
     }
-    QByteArray name;
-    const int file = createTemporary(target, name);
-    if (file < 0) {
+    temporary = std::make_unique<Temporary>();
+    if (!temporary->create(target)) {
         fail("cannot create a file in its directory");
         return;
     }
-    temporary = std::make_unique<Temporary>(file, name);
     if (exists)
-        fchmod(file, old.st_mode & 0777); // fails harmlessly on file systems without permissions
+        fchmod(temporary->number, old.st_mode & 0777); // fails harmlessly on file systems without permissions
 }
 
 ktSafeFile::~ktSafeFile() = default;
@@ -170,24 +196,31 @@ bool ktSafeFile::fail(const char* what) {
 bool ktSafeFile::write(const void* data, std::size_t size) {
     if (!temporary)
         return false;
-    return writeAll(temporary->file.number, static_cast<const char*>(data), size) || fail("cannot write");
+    return writeAll(temporary->number, static_cast<const char*>(data), size) || fail("cannot write");
 }
 
 bool ktSafeFile::commit() {
     if (!temporary)
         return false;
     // Some file systems report a failed write only when a descriptor is closed. Ours keeps the lock until the rename.
-    const int copy = dup(temporary->file.number);
-    if (fsync(temporary->file.number) != 0 || copy < 0 || close(copy) != 0)
+    const QByteArray folder = directoryOf(target); // nothing may fail after the renaming
+    const int copy = dup(temporary->number);
+    if (fsync(temporary->number) != 0 || copy < 0 || close(copy) != 0)
         return fail("cannot write to the disk");
     if (rename(temporary->name.constData(), target.constData()) != 0)
         return fail("cannot rename the new file");
     temporary->isRenamed = true;
     temporary.reset();
-    const ktDescriptor directory(open(directoryOf(target).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const ktDescriptor directory(open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (directory.number >= 0)
         fsync(directory.number);
     return true;
+}
+
+void ktSafeFile::deleteTemporaryFiles() noexcept {
+    for (const std::atomic<const char*>& name : existing)
+        if (const char* const path = name)
+            unlink(path);
 }
 
 bool ktSafeFile::replaceOrSend(const QByteArray& path, const QByteArray& content, QString& why) {

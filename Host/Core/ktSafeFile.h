@@ -45,6 +45,9 @@ public:
     /// /dev/fd or /proc stays.
     static QByteArray targetOf(const QByteArray& path);
 
+    /// Deletes the temporary files of all objects, for the end of a process that calls no destructors. Needs no memory.
+    static void deleteTemporaryFiles() noexcept;
+
 private:
     struct Temporary;
 

@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <memory>
+#include <new>
 
 static int pauses = 0; // main thread only
 
@@ -41,6 +42,8 @@ void ktUndoStack::add(QUndoCommand* command) {
             const std::unique_ptr<QUndoCommand> applied(command);
             applied->redo();
         }
+    } catch (const std::bad_alloc&) {
+        ktLog::error("A change could not be applied: out of memory");
     } catch (const std::exception& e) {
         ktLog::error("A change could not be applied: %s", e.what());
     } catch (...) {

@@ -5,6 +5,7 @@
 #include "ktAssimpImport.h"
 #include "ktDecimalPoint.h"
 #include "ktFileError.h"
+#include "ktGeometryInstances.h"
 #include "ktGltfScene.h"
 #include "ktGltfStore.h"
 #include "ktGroundPlane.h"
@@ -56,6 +57,7 @@ bool reportOf(const QString& path, ktFileReport& report, const Work& work) {
         report.errorObject = error.object();
         report.errorReason = error.reason();
     } catch (const std::bad_alloc&) {
+        report.isOutOfMemory = true;
         report.errorReason = "needs more memory than there is";
     } catch (const std::exception& error) {
         report.errorReason = error.what();
@@ -191,6 +193,20 @@ std::vector<osg::NodePtr> ktSceneFile::getTopNodes() const {
     for (osg::UInt32 i = 0; i < data->scene.root->getNChildren(); ++i)
         nodes.push_back(data->scene.root->getChild(i));
     return nodes;
+}
+
+std::vector<osg::NodePtr> ktSceneFile::getNodesToBake() const {
+    std::vector<osg::NodePtr> nodes;
+    for (const osg::NodePtr& node : getTopNodes()) {
+        bool hasGeometry = false;
+        ktForEachGeometryInstance(node, ktInstances::All, [&](const ktGeometryInstance&) {
+            hasGeometry = true;
+            return false;
+        });
+        if (hasGeometry)
+            nodes.push_back(node);
+    }
+    return nodes.empty() ? getTopNodes() : nodes;
 }
 
 const std::vector<ktSceneCamera>& ktSceneFile::getCameras() const {

@@ -46,6 +46,7 @@ struct ktSaveOptions {
 struct ktFileReport {
     std::string error; ///< names file, object and reason; empty on success
     ktFileMessages messages;
+    bool isOutOfMemory = false;           ///< why it failed
     std::string errorObject, errorReason; ///< of the error: a JSON pointer or "file", and the text without both names
 
     bool isGood() const { return error.empty(); }
@@ -68,6 +69,9 @@ public:
     osg::NodePtr getRoot() const;
     /// The current children of that transform: the file's top nodes.
     std::vector<osg::NodePtr> getTopNodes() const;
+    /// The top nodes to bake if nobody selects others: those with geometry below, or all if none has any. Settings are
+    /// stored on the baked nodes, and thousands of empty nodes have no use for them.
+    std::vector<osg::NodePtr> getNodesToBake() const;
     /// The file's cameras; their nodes belong to the scene.
     const std::vector<ktSceneCamera>& getCameras() const;
     /// Millimetres per unit of the file.

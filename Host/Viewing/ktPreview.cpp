@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <QBuffer>
 #include <QFile>
 #include <QImageWriter>
@@ -95,6 +96,8 @@ std::string ktWritePreview(const osg::NodePtr& root, const std::string& fileName
         if (ktSafeFile::replaceOrSend(QFile::encodeName(QString::fromStdString(fileName)), picture.data(), reason))
             report(1);
         return reason.toStdString();
+    } catch (const std::bad_alloc&) {
+        return "out of memory";
     } catch (const std::exception& error) {
         return error.what();
     }

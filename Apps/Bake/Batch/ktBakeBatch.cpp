@@ -124,7 +124,7 @@ private:
     int openStatistics() {
         if (options.stats.empty())
             return ktBakeExit::done;
-        if (!canBeWritten(options.stats))
+        if (!canBeWritten(options.stats, ktBakeTarget::Anything))
             return ktBakeExit::notWritten;
         stats.open(options.stats, std::ios::binary);
         return stats ? ktBakeExit::done : fail(ktBakeExit::notWritten, options.stats, "cannot be written");

@@ -63,6 +63,17 @@ void checkStatistics(const ktBakeOptions& options) {
             throw ktBakeUsageError("--stats", options.stats, std::string("is the file of ") + name);
 }
 
+/// The host's names of files are UTF-8.
+void checkNames(const ktBakeOptions& options) {
+    const std::pair<const char*, const std::string&> names[] = {{"SCENE", options.scene},
+                                                                {"--output", options.output},
+                                                                {"--preview", options.preview},
+                                                                {"--stats", options.stats}};
+    for (const auto& [option, name] : names)
+        if (QString::fromStdString(name).toStdString() != name)
+            throw ktBakeUsageError(option, name, "the name is not valid UTF-8; rename the file");
+}
+
 /// Options about the picture are of use only with a picture.
 void checkPreview(const CLI::App& app, const ktBakeOptions& options) {
     for (const auto& [name, value] : listGiven(app))
@@ -203,6 +214,7 @@ std::optional<int> parseBakeOptions(const std::vector<std::string>& arguments, k
         options.typed = withEffect(given.normalised);
         std::reverse(given.normalised.begin(), given.normalised.end());
         app.parse(given.normalised);
+        checkNames(options);
         if (!options.script.empty()) {
             checkScript(app, options);
             return {};

@@ -16,6 +16,8 @@ const char* const levelNames[] = {"error", "warning", "info"};
 
 struct State {
     bool isJson = false;
+    bool isHeld = false;
+    std::vector<std::string> held;
     std::vector<std::pair<std::string, std::string>> shownNames; // paths and what messages show instead
     QJsonObject result;
     std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
@@ -49,6 +51,10 @@ void writeJson(const char* level, const std::string& text, QJsonObject object) {
 }
 
 void onLogged(ktLogLevel level, const std::string& line) {
+    if (state().isHeld) {
+        state().held.push_back(line);
+        return;
+    }
     const int number = static_cast<int>(level);
     if (!state().isJson) {
         writeLine((level == ktLogLevel::Info ? "" : levelNames[number] + std::string(": ")) +
@@ -101,6 +107,15 @@ std::string shown(const std::string& text) {
 void dropCalculationOutput() {
     // The calculation writes through this stream; Python does not.
     std::cout.setstate(std::ios::failbit);
+}
+
+void hold() {
+    state().isHeld = true;
+}
+
+std::vector<std::string> release() {
+    state().isHeld = false;
+    return std::exchange(state().held, {});
 }
 
 void log(ktLogLevel level, const std::string& text, const Fields& fields) {

@@ -24,6 +24,11 @@ std::string shown(const std::string& path);
 /// The calculation's lines on standard output go nowhere from now on. A script's own prints remain.
 void dropCalculationOutput();
 
+/// Keeps logged lines back until release().
+void hold();
+/// Ends hold(). @return the lines that were kept back, without their levels
+std::vector<std::string> release();
+
 /// Logs a line, and its parts with JSON.
 void log(ktLogLevel level, const std::string& text, const Fields& fields);
 /// With JSON: writes a line of level "progress".

@@ -3,6 +3,7 @@
 #include "ktBakeStandardStreams.h"
 
 #include "ktBakeExit.h"
+#include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 
@@ -94,11 +95,13 @@ int ktBakeStandardStreams::begin(ktBakeOptions& options) {
             return fail(ktBakeExit::notWritten, "standard output", "is a terminal; send it to a file or a program");
         folder.emplace();
         output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+        ktBakeLastWords::deleteAtEnd(QFile::encodeName(folder->path()).toStdString());
         if (!folder->isValid() || output < 0 || ::dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
             return fail(ktBakeExit::notWritten, "standard output", "cannot be kept: " + lastError());
         if (ktBakeMessages::isJson())
             ktBakeMessages::dropCalculationOutput(); // its lines are no JSON
         outputFile = QFile::encodeName(folder->filePath("baked.glb")).toStdString();
+        ktBakeLastWords::deleteAtEnd(outputFile);
         options.output = outputFile;
         ktBakeMessages::showAs(outputFile, standardStream);
     }

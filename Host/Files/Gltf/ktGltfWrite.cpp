@@ -9,6 +9,7 @@
 #include "ktOutputFile.h"
 
 #include <limits>
+#include <new>
 #include <QDir>
 #include <QFileInfo>
 
@@ -130,5 +131,9 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
     file.write(text.data(), text.size());
     file.commit();
     files.keep();
-    ktRemoveUnusedBuffers(replaced, packed.json, path);
+    try {
+        ktRemoveUnusedBuffers(replaced, packed.json, path);
+    } catch (const std::bad_alloc&) {
+        // The document is written. Buffers that nothing names harm nobody.
+    }
 }

@@ -7,6 +7,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <new>
+#include <pthread.h>
 
 #ifdef KT_HEMISPHERE_X86
 #include <cpuid.h>
@@ -39,9 +42,22 @@ const ktHemisphereKernel& chooseKernel([[maybe_unused]] std::uint32_t lanes) {
 
 // Created when a thread traces its first vertex.
 ktTraversalState& stateOfThread() {
-    // NOLINTNEXTLINE(modernize-make-unique): would clear the stacks, which are large and mostly never used
-    thread_local const std::unique_ptr<ktTraversalState> state(new ktTraversalState);
-    // The analyzer destroys a thread_local here. NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete)
+    // A key with a destructor instead of a thread_local object: the system would end the process if it had no memory to
+    // note the destructor of such an object.
+    static const pthread_key_t key = [] {
+        pthread_key_t made;
+        if (pthread_key_create(&made, [](void* old) { delete static_cast<ktTraversalState*>(old); }) != 0)
+            throw std::bad_alloc();
+        return made;
+    }();
+    thread_local ktTraversalState* state = nullptr;
+    if (!state) {
+        // NOLINTNEXTLINE(modernize-make-unique): would clear the stacks, which are large and mostly never used
+        std::unique_ptr<ktTraversalState> made(new ktTraversalState);
+        if (pthread_setspecific(key, made.get()) != 0)
+            throw std::bad_alloc();
+        state = made.release();
+    }
     return *state;
 }
 

@@ -31,10 +31,18 @@ struct Callbacks {
     const ktBinaryBvh::Split* split;
     const ktBinaryBvh::Progress* progress;
     std::atomic<bool> stopped{false};
+    std::atomic<bool> isOutOfMemory{false};
 };
 
-void* createNode(RTCThreadLocalAllocator allocator, unsigned, void*) {
-    return new (rtcThreadLocalAlloc(allocator, sizeof(ktBinaryBvhNode), 16)) ktBinaryBvhNode{};
+void* allocate(RTCThreadLocalAllocator allocator, std::size_t size, void* user) {
+    if (void* const memory = rtcThreadLocalAlloc(allocator, size, 16))
+        return memory;
+    static_cast<Callbacks*>(user)->isOutOfMemory = true; // Embree's builder catches the exception and fails
+    throw std::bad_alloc();
+}
+
+void* createNode(RTCThreadLocalAllocator allocator, unsigned, void* user) {
+    return new (allocate(allocator, sizeof(ktBinaryBvhNode), user)) ktBinaryBvhNode{};
 }
 
 void setChildren(void* node, void** children, unsigned count, void*) {
@@ -49,8 +57,9 @@ void setBounds(void* node, const RTCBounds** bounds, unsigned count, void*) {
                                                        {bounds[i]->upper_x, bounds[i]->upper_y, bounds[i]->upper_z}};
 }
 
-void* createLeaf(RTCThreadLocalAllocator allocator, const RTCBuildPrimitive* primitives, std::size_t count, void*) {
-    ktBinaryBvhLeaf* leaf = new (rtcThreadLocalAlloc(allocator, sizeof(ktBinaryBvhLeaf), 16)) ktBinaryBvhLeaf;
+void* createLeaf(RTCThreadLocalAllocator allocator, const RTCBuildPrimitive* primitives, std::size_t count,
+                 void* user) {
+    ktBinaryBvhLeaf* leaf = new (allocate(allocator, sizeof(ktBinaryBvhLeaf), user)) ktBinaryBvhLeaf;
     leaf->count = static_cast<std::uint32_t>(count);
     for (std::size_t i = 0; i < count; ++i)
         leaf->ids[i] = primitives[i].primID;
@@ -132,8 +141,11 @@ bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& spl
     embree->bvh = (rtcReleaseBVH(embree->bvh), nullptr);
     if (callbacks.stopped)
         return false;
+    const RTCError error = rtcGetDeviceError(embree->device);
+    if (callbacks.isOutOfMemory || error == RTC_ERROR_OUT_OF_MEMORY)
+        throw std::bad_alloc();
     throw std::runtime_error("the ray tracing embree could not build the structure (error " +
-                             std::to_string(static_cast<int>(rtcGetDeviceError(embree->device))) + ")");
+                             std::to_string(static_cast<int>(error)) + ")");
 }
 
 // Splits at the median of the centroids, on the axis of their largest extent.

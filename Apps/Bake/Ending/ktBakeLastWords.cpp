@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The message and the exit code if memory runs out or the program fails, and the handlers that need them.
+#include "ktBakeLastWords.h"
+
+#include "ktBakeExit.h"
+#include "ktBakeMessages.h"
+#include "ktSafeFile.h"
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int unknown = -1;
+constexpr std::size_t mostPaths = 4;
+constexpr int failureSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+
+/// Text of a fixed size, which needs no memory. What is too long is cut.
+class Text {
+public:
+    void clear() { size = 0; }
+    void add(const char* text) { add(text, std::strlen(text)); }
+    void add(const char* text, std::size_t length) {
+        const std::size_t count = std::min(length, sizeof bytes - 1 - size);
+        std::memcpy(bytes + size, text, count);
+        size += count;
+        bytes[size] = '\0';
+    }
+    const char* get() const { return bytes; }
+    void write() const {
+        std::size_t at = 0;
+        while (at < size) {
+            const ssize_t written = ::write(STDERR_FILENO, bytes + at, size - at);
+            if (written <= 0)
+                return;
+            at += static_cast<std::size_t>(written);
+        }
+    }
+
+private:
+    char bytes[4 * PATH_MAX] = {};
+    std::size_t size = 0;
+};
+
+/// The file and what is done with it; in JSON, without quotes at the ends.
+struct Step {
+    Text file, what;
+};
+
+Step steps[2]; // one is whole while the other is replaced
+std::atomic<const Step*> current{&steps[0]};
+Text line;
+std::atomic<bool> isSaid{false};
+std::atomic<int> result{unknown};
+bool isJson = false;
+char paths[mostPaths][PATH_MAX];
+std::atomic<std::size_t> pathCount{0};
+alignas(64) char signalStack[1 << 16];
+
+std::string escaped(const std::string& text) {
+    if (!isJson)
+        return text;
+    const QByteArray json = QJsonDocument(QJsonArray{QString::fromStdString(text)}).toJson(QJsonDocument::Compact);
+    return json.mid(2, json.size() - 4).toStdString(); // without [" and "]
+}
+
+void put(const std::string& file, const std::string& what) {
+    Step& next = current == &steps[0] ? steps[1] : steps[0];
+    next.file.clear();
+    next.what.clear();
+    next.file.add(file.data(), file.size());
+    next.what.add(what.data(), what.size());
+    current = &next;
+}
+
+/// Writes "error: FILE: CAUSE while WHAT", once.
+void say(const char* cause) {
+    if (isSaid.exchange(true))
+        return;
+    const Step& step = *current;
+    const auto add = [](std::initializer_list<const char*> parts) {
+        for (const char* part : parts)
+            line.add(part);
+    };
+    line.clear();
+    if (isJson) {
+        static_assert(ktBakeExit::failed == 1, "the text names the code");
+        add({"{\"file\":\"", step.file.get(), "\",\"level\":\"error\",\"reason\":\"", cause, " while ", step.what.get(),
+             "\",\"text\":\"", step.file.get(), ": ", cause, " while ", step.what.get(), "\"}\n",
+             "{\"exitCode\":1,\"level\":\"result\",\"result\":\"failed\",\"text\":\"failed\"}\n"});
+    } else
+        add({"error: ", step.file.get(), ": ", cause, " while ", step.what.get(), "\n"});
+    line.write();
+}
+
+/// Ends the process after a failure. One thread does that; others wait.
+[[noreturn]] void end(const char* cause) {
+    static std::atomic<bool> isEnding{false};
+    if (isEnding.exchange(true))
+        for (;;)
+            pause();
+    ktSafeFile::deleteTemporaryFiles();
+    for (std::size_t i = pathCount; i > 0; --i)
+        std::remove(paths[i - 1]);
+    if (result != unknown)
+        _exit(result);
+    say(cause);
+    _exit(ktBakeExit::failed);
+}
+
+void onFailureSignal(int signal) {
+    rlimit cores = {};
+    if (getrlimit(RLIMIT_CORE, &cores) == 0 && cores.rlim_cur > 0) { // somebody wants to look into it
+        ktSafeFile::deleteTemporaryFiles();
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+        return;
+    }
+    end(signal == SIGSEGV   ? "internal error (signal SIGSEGV), perhaps out of memory,"
+        : signal == SIGABRT ? "internal error (signal SIGABRT), perhaps out of memory,"
+                            : "internal error (signal SIGBUS, SIGFPE or SIGILL)");
+}
+
+/// The exception that is being handled; "out of memory" if there is none: it was thrown where none may be thrown.
+const char* causeOfEnd() noexcept {
+    const std::exception_ptr error = std::current_exception();
+    try {
+        if (error)
+            std::rethrow_exception(error);
+    } catch (const std::bad_alloc&) {
+        return "out of memory";
+    } catch (...) {
+        return "internal error (an exception that nothing handles)";
+    }
+    return "out of memory";
+}
+
+void onAlarm(int) {
+    end("out of memory");
+}
+
+void onTerminate() {
+    end(causeOfEnd());
+}
+
+} // namespace
+
+namespace ktBakeLastWords {
+
+void prepare(bool asJson) noexcept {
+    isJson = asJson;
+    put("ktbake", "starting"); // short enough for strings without memory
+    std::set_terminate(onTerminate);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they have their own handlers
+    stack_t stack = {};
+    stack.ss_sp = signalStack; // the other one may be full
+    stack.ss_size = sizeof signalStack;
+    sigaltstack(&stack, nullptr);
+    struct sigaction action = {};
+    action.sa_handler = onFailureSignal;
+    action.sa_flags = SA_ONSTACK;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : failureSignals)
+        sigaction(signal, &action, nullptr);
+#endif
+}
+
+void setStep(const std::string& file, const std::string& what) {
+    put(escaped(ktBakeMessages::shown(file)), escaped(what));
+}
+
+void setResult(int exitCode) noexcept {
+    result = exitCode;
+}
+
+void endSoon() noexcept {
+    constexpr unsigned patience_s = 5;
+    std::signal(SIGALRM, onAlarm);
+    alarm(patience_s);
+}
+
+void goOn() noexcept {
+    alarm(0);
+}
+
+void deleteAtEnd(const std::string& path) noexcept {
+    const std::size_t i = pathCount;
+    if (i == mostPaths || path.size() >= sizeof paths[i])
+        return;
+    std::memcpy(paths[i], path.c_str(), path.size() + 1);
+    pathCount = i + 1;
+}
+
+int sayOutOfMemory() noexcept {
+    say("out of memory");
+    return ktBakeExit::failed;
+}
+
+} // namespace ktBakeLastWords

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <string>
+
+/// How ktbake ends if memory runs out or the program fails: with a message that was prepared before, and exit code
+/// ktBakeExit::failed. If destructors cannot run, as after std::terminate() or a signal such as SIGSEGV, temporary
+/// files are deleted first. If core dumps are on (`ulimit -c`), such a signal ends the process as usual.
+namespace ktBakeLastWords {
+
+/// Installs the handlers. Needs no memory. @param isJson messages are JSON objects
+void prepare(bool isJson) noexcept;
+
+/// Prepares the message "FILE: out of memory while WHAT".
+/// @param what a verb, such as "reading". May end with what is already written.
+void setStep(const std::string& file, const std::string& what);
+
+/// From now on the result is known, and nothing after it changes the exit code.
+void setResult(int exitCode) noexcept;
+
+/// Ends the process after five seconds unless it ends before. For the way out after a failure: a library may wait for
+/// ever for a lock that it left locked when it had no memory.
+void endSoon() noexcept;
+/// Takes endSoon() back, for the next of several bakes.
+void goOn() noexcept;
+
+/// A file or an empty folder to delete if the process ends without calling destructors. At most 4; the last is deleted
+/// first.
+void deleteAtEnd(const std::string& path) noexcept;
+
+/// Writes the message, unless it is written already. Needs no memory. @return exit code
+int sayOutOfMemory() noexcept;
+
+} // namespace ktBakeLastWords

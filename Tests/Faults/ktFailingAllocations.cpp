@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// A library to preload: allocations fail, from number KT_FAILING_FROM on (0 is the first one after the start of
+// main()), KT_FAILING_COUNT of them. KT_ALLOCATION_COUNT names a file that gets the number of allocations at the end.
+// KT_FAILING_TRACE=1 prints the calls that lead to the first one. A program can also call ktFailAllocations().
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<bool> isCounting{false};
+std::atomic<long> number{0};
+std::atomic<long> first{LONG_MAX}, last{LONG_MAX}; // the allocations [first, last) fail
+bool isTraced = false;
+
+long numberIn(const char* variable, long otherwise) {
+    const char* const text = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
+    return text ? std::strtol(text, nullptr, 10) : otherwise;
+}
+
+void trace() {
+    isCounting = false; // this allocates
+    void* calls[60];
+    backtrace_symbols_fd(calls, backtrace(calls, 60), STDERR_FILENO);
+    isCounting = true;
+}
+
+/// Counts an allocation. Whether it fails; errno is then set.
+bool mustFail() {
+    if (!isCounting.load(std::memory_order_relaxed))
+        return false;
+    const long now = number++;
+    if (now < first || now >= last)
+        return false;
+    if (isTraced && now == first)
+        trace();
+    errno = ENOMEM;
+    return true;
+}
+
+void writeCount() {
+    isCounting = false;
+    const char* const name = std::getenv("KT_ALLOCATION_COUNT"); // NOLINT(concurrency-mt-unsafe)
+    const int file = name ? open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) : -1;
+    if (file < 0)
+        return;
+    dprintf(file, "%ld\n", number.load());
+    close(file);
+}
+
+int (*realMain)(int, char**, char**) = nullptr;
+
+int countedMain(int argc, char** argv, char** environment) {
+    isTraced = numberIn("KT_FAILING_TRACE", 0) != 0;
+    if (isTraced) {
+        void* calls[1];
+        backtrace(calls, 1); // loads what it needs
+    }
+    std::atexit(writeCount);
+    first = numberIn("KT_FAILING_FROM", LONG_MAX);
+    const long count = numberIn("KT_FAILING_COUNT", 1);
+    last = count > LONG_MAX - first ? LONG_MAX : first + count;
+    isCounting = true;
+    return realMain(argc, argv, environment);
+}
+
+} // namespace
+
+extern "C" {
+
+void* __libc_malloc(size_t);
+void* __libc_calloc(size_t, size_t);
+void* __libc_realloc(void*, size_t);
+void* __libc_memalign(size_t, size_t);
+
+/// From now on, lets `count` allocations fail after `after` more.
+void ktFailAllocations(long after, long count) {
+    isCounting = false;
+    number = 0;
+    first = after;
+    last = count > LONG_MAX - after ? LONG_MAX : after + count;
+    isCounting = true;
+}
+
+/// Ends the failures. The number of allocations since ktFailAllocations().
+long ktEndFailingAllocations() {
+    isCounting = false;
+    return number;
+}
+
+void* malloc(size_t size) noexcept {
+    return mustFail() ? nullptr : __libc_malloc(size);
+}
+
+void* calloc(size_t count, size_t size) noexcept {
+    return mustFail() ? nullptr : __libc_calloc(count, size);
+}
+
+void* realloc(void* memory, size_t size) noexcept {
+    return size > 0 && mustFail() ? nullptr : __libc_realloc(memory, size);
+}
+
+void* memalign(size_t alignment, size_t size) noexcept {
+    return mustFail() ? nullptr : __libc_memalign(alignment, size);
+}
+
+void* aligned_alloc(size_t alignment, size_t size) noexcept {
+    return mustFail() ? nullptr : __libc_memalign(alignment, size);
+}
+
+int posix_memalign(void** memory, size_t alignment, size_t size) noexcept {
+    void* const made = mustFail() ? nullptr : __libc_memalign(alignment, size);
+    if (!made)
+        return ENOMEM;
+    *memory = made;
+    return 0;
+}
+
+void* mmap(void* address, size_t size, int protection, int flags, int file, off_t offset) noexcept {
+    static const auto next = reinterpret_cast<decltype(&mmap)>(dlsym(RTLD_NEXT, "mmap"));
+    return (flags & MAP_ANONYMOUS) != 0 && mustFail() ? MAP_FAILED
+                                                      : next(address, size, protection, flags, file, offset);
+}
+
+int __libc_start_main(int (*main)(int, char**, char**), int argc, char** argv, void (*begin)(), void (*end)(),
+                      void (*endLoader)(), void* stack) {
+    realMain = main;
+    const auto next = reinterpret_cast<decltype(&__libc_start_main)>(dlsym(RTLD_NEXT, "__libc_start_main"));
+    return next(countedMain, argc, argv, begin, end, endLoader, stack);
+}
+}
