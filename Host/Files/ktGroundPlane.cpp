@@ -4,6 +4,7 @@
 
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktGltfReferences.h"
 #include "ktGltfStore.h"
 #include "ktWorldBounds.h"
 
@@ -85,6 +86,8 @@ std::size_t addNode(ktGltfDocument& document, const Grid& grid, const ktNodeTree
     const std::size_t indices = store.addAccessor(triangles);
     store.finish();
 
+    for (const char* collection : {"materials", "meshes", "nodes"})
+        ktParkDanglingReferences(document.json, collection);
     const ktJson primitive = {{"attributes", {{"POSITION", positions}, {"NORMAL", normals}}},
                               {"indices", indices},
                               {"material", addMaterial(document.json)}};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A library to preload: the call that KT_FAILING_CALL names fails. Calls on files fail for temporary files of outputs.
-// Threads fail from number KT_FAILING_FROM on, KT_FAILING_COUNT of them.
+// A library to preload: the call that KT_FAILING_CALL names fails. Calls on files fail for temporary files of outputs,
+// read() for the presets file. Threads fail from number KT_FAILING_FROM on, KT_FAILING_COUNT of them.
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -48,6 +48,14 @@ Function* next(const char* name) {
 } // namespace
 
 extern "C" {
+
+ssize_t read(int file, void* data, size_t size) {
+    char link[64], name[PATH_MAX];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", file);
+    const ssize_t length = isChosen("read") ? readlink(link, name, sizeof name - 1) : -1;
+    name[length < 0 ? 0 : length] = '\0';
+    return std::strstr(name, "aotemplates.xml") ? fail() : next<decltype(read)>("read")(file, data, size);
+}
 
 ssize_t write(int file, const void* data, size_t size) {
     return mustFail("write", file) ? fail() : next<decltype(write)>("write")(file, data, size);

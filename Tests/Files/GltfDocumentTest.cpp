@@ -89,6 +89,28 @@ TEST(GltfDocument, GivenFurtherChunk_KeepsIt) {
     EXPECT_EQ(ktReadTestFile(folder.path("out.glb")), file);
 }
 
+TEST(GltfDocument, GivenBinaryChunkInAWrongPlace_WritesOne) {
+    const ktTestFolder folder;
+    ktSquare().saveGlb(folder.path("in.glb"));
+    const std::string good = ktReadTestFile(folder.path("in.glb"));
+    std::uint32_t jsonSize = 0;
+    std::memcpy(&jsonSize, &good[12], 4);
+    const std::size_t binary = 20 + jsonSize;
+    const std::string other("\x04\0\0\0ABCDwxyz", 12);
+    for (const bool isTwice : {false, true}) {
+        std::string file = good.substr(0, binary) + other + good.substr(binary) + (isTwice ? good.substr(binary) : "");
+        const auto size = static_cast<std::uint32_t>(file.size());
+        std::memcpy(&file[8], &size, 4);
+        ktWriteTestFile(folder.path("wrong.glb"), file);
+        ktFileMessages messages;
+        const ktGltfDocument document = ktReadGltf(folder.path("wrong.glb"), messages);
+        ASSERT_EQ(messages.warnings().size(), isTwice ? 2u : 1u);
+        EXPECT_THAT(messages.warnings()[0].text(), HasSubstr("binary chunk in a wrong place"));
+        write(document, folder.path("out.glb"));
+        EXPECT_EQ(ktReadTestFile(folder.path("out.glb")).substr(12), good.substr(12) + other);
+    }
+}
+
 TEST(GltfDocument, GivenGltf_KeepsTextAndIndentation) {
     const ktTestFolder folder;
     ktSquare().saveGltf(folder.path("in.gltf"), "in.bin");

@@ -59,6 +59,24 @@ TEST(GltfStore, GivenGltf_AddsASeparateBuffer) {
     EXPECT_EQ(document.json["buffers"][1]["byteLength"], 16);
 }
 
+TEST(GltfStore, GivenReferencesToNothing_DoNotFindTheNewData) {
+    const ktTestFolder folder;
+    ktTestGltf gltf = ktSquare();
+    const std::size_t accessors = gltf.json["accessors"].size(), views = gltf.json["bufferViews"].size();
+    gltf.json["meshes"][0]["primitives"][0]["attributes"]["_LOST"] = accessors;
+    gltf.json["accessors"][0]["bufferView"] = views;
+    gltf.json["images"] = {{{"bufferView", views}, {"mimeType", "image/png"}}};
+    gltf.json["bufferViews"][0]["buffer"] = 1;
+    gltf.saveGlb(folder.path("a.glb"));
+    ktGltfDocument document = squareFrom(folder, "a.glb");
+    addScalars(document, 4);
+    EXPECT_GE(attributes(document)["_LOST"], document.json["accessors"].size());
+    EXPECT_GE(document.json["accessors"][0]["bufferView"], document.json["bufferViews"].size());
+    EXPECT_GE(document.json["images"][0]["bufferView"], document.json["bufferViews"].size());
+    EXPECT_GE(document.json["bufferViews"][0]["buffer"], document.json["buffers"].size());
+    EXPECT_EQ(attributes(document)["_AO"], accessors) << "a reference to the new data is as usual";
+}
+
 TEST(GltfStore, GivenRepeatedUse_DoesNotGrow) {
     for (const char* name : {"a.glb", "a.gltf"}) {
         const ktTestFolder folder;

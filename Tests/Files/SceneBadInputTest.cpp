@@ -181,14 +181,37 @@ TEST_F(SceneBadInput, GivenNoGeometry_SaysSo) {
 }
 
 TEST_F(SceneBadInput, GivenHugeSceneInAFewBytes_Refuses) {
-    // Sixteen million vertices without data, in primitive after primitive.
-    gltf.json["accessors"].push_back({{"componentType", 5126}, {"count", 1 << 24}, {"type", "VEC3"}});
+    // Few vertices without data, but in primitive after primitive.
+    gltf.json["accessors"].push_back({{"componentType", 5126}, {"count", 1 << 16}, {"type", "VEC3"}});
     primitive = {{"attributes", {{"POSITION", gltf.json["accessors"].size() - 1}}}, {"mode", 0}};
     for (int i = 0; i < 100; ++i)
         gltf.mesh(primitive);
     gltf.saveGlb(folder.path("a.glb"));
     EXPECT_THAT(ktOpeningSays(folder.path("a.glb")),
                 ElementsAre(HasSubstr("/meshes: describe far more vertices than the file has data for")));
+}
+
+TEST_F(SceneBadInput, GivenManyElementsWithoutData_LeavesThePrimitiveOut) {
+    gltf.json["accessors"].push_back({{"componentType", 5126}, {"count", 1 << 20}, {"type", "VEC3"}});
+    primitive = {{"attributes", {{"POSITION", gltf.json["accessors"].size() - 1}}}, {"mode", 0}};
+    EXPECT_THAT(withBroken(), ElementsAre(HasSubstr("has 1048576 elements without data, too many for this file")));
+}
+
+TEST_F(SceneBadInput, GivenManyNodesThatShowManyPrimitives_Refuses) {
+    ktJson& primitives = gltf.json["meshes"][0]["primitives"];
+    const ktJson one = primitives[0];
+    ktJson& nodes = gltf.json["nodes"];
+    while (primitives.size() < 600) {
+        primitives.push_back(one);
+        nodes.push_back({{"mesh", 0}});
+        gltf.json["scenes"][0]["nodes"].push_back(nodes.size() - 1);
+    }
+    gltf.saveGlb(folder.path("a.glb"));
+    EXPECT_THAT(ktOpeningSays(folder.path("a.glb")),
+                ElementsAre(HasSubstr("/nodes: show far more primitives than a file of this size describes")));
+    primitives = ktJson::array({one, one});
+    gltf.saveGlb(folder.path("b.glb"));
+    EXPECT_THAT(ktOpeningSays(folder.path("b.glb")), testing::IsEmpty()) << "a mesh with many uses is as usual";
 }
 
 TEST_F(SceneBadInput, GivenCompressedPrimitive_LeavesItOut) {

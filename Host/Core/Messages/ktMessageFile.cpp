@@ -41,7 +41,7 @@ ktMessageFile::ReadResult ktMessageFile::read(const QByteArray& path, int maxByt
         fail(reason, "cannot open it");
         if (stat(path.constData(), &status) == 0)
             identity = identityOf(status);
-        return ReadResult::Failed;
+        return ReadResult::Unreadable;
     }
     if (fstat(file.number, &status) != 0) {
         fail(reason, "cannot open it");
@@ -62,7 +62,7 @@ ktMessageFile::ReadResult ktMessageFile::read(const QByteArray& path, int maxByt
             continue;
         if (count < 0) {
             fail(reason, "cannot read it");
-            return ReadResult::Failed;
+            return ReadResult::Unreadable;
         }
         if (content.size() + count > maxBytes) {
             reason = QString("it is larger than %1 bytes").arg(maxBytes);

@@ -18,7 +18,12 @@ struct Identity {
 /// Whether `path` still names the file `identity`.
 bool isStill(const QByteArray& path, const Identity& identity);
 
-enum class ReadResult { Done, Missing, Failed };
+enum class ReadResult {
+    Done,
+    Missing,
+    Failed,    ///< its content is of no use
+    Unreadable ///< the system does not give its content, which may be good
+};
 
 /// Reads all of the regular file `path`; fails if it is larger than `maxBytes`. Sets `identity` if the file exists, and
 /// `reason` if reading fails.

@@ -48,7 +48,11 @@ ktGlbParts ktSplitGlb(const ktBytes& file, ktFileMessages& messages) {
                 throw ktFileError("file", "does not begin with a JSON chunk");
             parts.jsonBegin = at;
             parts.jsonSize = chunkSize;
-        } else if (type == ktGlbBinaryChunk && !parts.hasBinary && parts.others.empty()) {
+        } else if (type == ktGlbBinaryChunk && parts.hasBinary) {
+            messages.warn("file", "has a second binary chunk, which is left out");
+        } else if (type == ktGlbBinaryChunk) {
+            if (!parts.others.empty())
+                messages.warn("file", "has its binary chunk in a wrong place; it is read all the same");
             parts.hasBinary = true;
             parts.binaryBegin = at;
             parts.binarySize = chunkSize;

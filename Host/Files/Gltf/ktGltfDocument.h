@@ -40,6 +40,8 @@ struct ktGltfDocument {
 
     /// Absolute path of the folder that resources are relative to.
     QString folder() const;
+    /// Bytes of all buffers.
+    std::size_t dataSize() const;
 };
 
 /// Reads a .gltf or .glb file. A buffer with an error stores the reason. Throws ktFileError if the whole file is

@@ -1,70 +1,119 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Finds the accessors and buffer views that a glTF document uses, so that unused baked data can be removed.
+// Visits the references of a glTF document between accessors, buffer views, buffers, materials, meshes and nodes.
 #include "ktGltfReferences.h"
+
+#include <cstring>
+#include <functional>
 
 namespace {
 
-void use(std::vector<bool>& used, const ktJson* reference) {
-    const auto index = reference ? ktJsonAsWhole(*reference) : std::nullopt;
-    if (index && *index < used.size())
-        used[static_cast<std::size_t>(*index)] = true;
+// The visitors below call visit(reference) for each reference to an element of one collection. Json is const or not.
+
+template <class Json, class Visit>
+void visitMember(Json& holder, const char* key, const Visit& visit) {
+    if (auto* const reference = ktJsonMember(holder, key))
+        visit(*reference);
 }
 
-// Marks every value of an object whose members are all references, such as a primitive's attributes.
-void useAll(std::vector<bool>& used, const ktJson* references) {
+// Every value of an object whose members are all references, such as a primitive's attributes.
+template <class Json, class Visit>
+void visitAll(Json* references, const Visit& visit) {
     if (references && references->is_object())
-        for (const ktJson& reference : *references)
-            use(used, &reference);
+        for (auto& reference : *references)
+            visit(reference);
 }
 
-void useMesh(std::vector<bool>& used, const ktJson& mesh) {
-    for (std::size_t p = 0; p < ktJsonCount(mesh, "primitives"); ++p) {
-        const ktJson& primitive = *ktJsonElement(mesh, "primitives", p);
-        useAll(used, ktJsonMember(primitive, "attributes"));
-        use(used, ktJsonMember(primitive, "indices"));
-        for (std::size_t t = 0; t < ktJsonCount(primitive, "targets"); ++t)
-            useAll(used, ktJsonElement(primitive, "targets", t));
-    }
+template <class Json, class Visit>
+void visitElements(Json& holder, const char* key, const Visit& visit) {
+    for (std::size_t i = 0; i < ktJsonCount(holder, key); ++i)
+        visit(*ktJsonElement(holder, key, i));
 }
 
-void useInstancing(std::vector<bool>& used, const ktJson& node) {
-    const ktJson* extensions = ktJsonMember(node, "extensions");
-    const ktJson* instancing = extensions ? ktJsonMember(*extensions, "EXT_mesh_gpu_instancing") : nullptr;
-    if (instancing)
-        useAll(used, ktJsonMember(*instancing, "attributes"));
+template <class Json, class Visit>
+void visitPrimitives(Json& document, const Visit& visit) {
+    visitElements(document, "meshes", [&](auto& mesh) { visitElements(mesh, "primitives", visit); });
+}
+
+template <class Json, class Visit>
+void visitAccessors(Json& document, const Visit& visit) {
+    visitPrimitives(document, [&](auto& primitive) {
+        visitAll(ktJsonMember(primitive, "attributes"), visit);
+        visitMember(primitive, "indices", visit);
+        visitElements(primitive, "targets", [&](auto& target) { visitAll(&target, visit); });
+    });
+    visitElements(document, "animations", [&](auto& animation) {
+        visitElements(animation, "samplers", [&](auto& sampler) {
+            visitMember(sampler, "input", visit);
+            visitMember(sampler, "output", visit);
+        });
+    });
+    visitElements(document, "skins", [&](auto& skin) { visitMember(skin, "inverseBindMatrices", visit); });
+    visitElements(document, "nodes", [&](auto& node) {
+        if (auto* const extensions = ktJsonMember(node, "extensions"))
+            if (auto* const instancing = ktJsonMember(*extensions, "EXT_mesh_gpu_instancing"))
+                visitAll(ktJsonMember(*instancing, "attributes"), visit);
+    });
+}
+
+template <class Json, class Visit>
+void visitViews(Json& document, const Visit& visit) {
+    visitElements(document, "accessors", [&](auto& accessor) {
+        visitMember(accessor, "bufferView", visit);
+        if (auto* const sparse = ktJsonMember(accessor, "sparse"))
+            for (const char* part : {"indices", "values"})
+                if (auto* const holder = ktJsonMember(*sparse, part))
+                    visitMember(*holder, "bufferView", visit);
+    });
+    visitElements(document, "images", [&](auto& image) { visitMember(image, "bufferView", visit); });
+}
+
+template <class Json, class Visit>
+void visitNodes(Json& document, const Visit& visit) {
+    visitElements(document, "scenes", [&](auto& scene) { visitElements(scene, "nodes", visit); });
+    visitElements(document, "nodes", [&](auto& node) { visitElements(node, "children", visit); });
+    visitElements(document, "skins", [&](auto& skin) { visitElements(skin, "joints", visit); });
+}
+
+std::vector<bool> findUsed(const ktJson& document, const char* collection,
+                           void (*visitReferences)(const ktJson&, const std::function<void(const ktJson&)>&)) {
+    std::vector<bool> used(ktJsonCount(document, collection));
+    visitReferences(document, [&used](const ktJson& reference) {
+        const auto index = ktJsonAsWhole(reference);
+        if (index && *index < used.size())
+            used[static_cast<std::size_t>(*index)] = true;
+    });
+    return used;
 }
 
 } // namespace
 
 std::vector<bool> ktFindUsedAccessors(const ktJson& document) {
-    std::vector<bool> used(ktJsonCount(document, "accessors"));
-    for (std::size_t i = 0; i < ktJsonCount(document, "meshes"); ++i)
-        useMesh(used, *ktJsonElement(document, "meshes", i));
-    for (std::size_t i = 0; i < ktJsonCount(document, "animations"); ++i) {
-        const ktJson& animation = *ktJsonElement(document, "animations", i);
-        for (std::size_t s = 0; s < ktJsonCount(animation, "samplers"); ++s) {
-            use(used, ktJsonMember(*ktJsonElement(animation, "samplers", s), "input"));
-            use(used, ktJsonMember(*ktJsonElement(animation, "samplers", s), "output"));
-        }
-    }
-    for (std::size_t i = 0; i < ktJsonCount(document, "skins"); ++i)
-        use(used, ktJsonMember(*ktJsonElement(document, "skins", i), "inverseBindMatrices"));
-    for (std::size_t i = 0; i < ktJsonCount(document, "nodes"); ++i)
-        useInstancing(used, *ktJsonElement(document, "nodes", i));
-    return used;
+    return findUsed(document, "accessors", visitAccessors<const ktJson, std::function<void(const ktJson&)>>);
 }
 
 std::vector<bool> ktFindUsedViews(const ktJson& document) {
-    std::vector<bool> used(ktJsonCount(document, "bufferViews"));
-    for (std::size_t i = 0; i < ktJsonCount(document, "accessors"); ++i) {
-        const ktJson& accessor = *ktJsonElement(document, "accessors", i);
-        use(used, ktJsonMember(accessor, "bufferView"));
-        if (const ktJson* sparse = ktJsonMember(accessor, "sparse"))
-            for (const char* part : {"indices", "values"})
-                if (const ktJson* holder = ktJsonMember(*sparse, part))
-                    use(used, ktJsonMember(*holder, "bufferView"));
-    }
-    for (std::size_t i = 0; i < ktJsonCount(document, "images"); ++i)
-        use(used, ktJsonMember(*ktJsonElement(document, "images", i), "bufferView"));
-    return used;
+    return findUsed(document, "bufferViews", visitViews<const ktJson, std::function<void(const ktJson&)>>);
+}
+
+void ktParkDanglingReferences(ktJson& document, const char* collection) {
+    constexpr std::uint64_t nowhere = 4294967295; // no collection gets so long
+    const std::size_t count = ktJsonCount(document, collection);
+    const auto park = [&](ktJson& reference) {
+        const auto index = ktJsonAsWhole(reference);
+        if (index && *index >= count)
+            reference = nowhere;
+    };
+    const auto is = [&](const char* name) { return std::strcmp(collection, name) == 0; };
+    if (is("accessors"))
+        visitAccessors(document, park);
+    else if (is("bufferViews"))
+        visitViews(document, park);
+    else if (is("buffers"))
+        visitElements(document, "bufferViews", [&](ktJson& view) { visitMember(view, "buffer", park); });
+    else if (is("materials"))
+        visitPrimitives(document, [&](ktJson& primitive) { visitMember(primitive, "material", park); });
+    else if (is("meshes"))
+        visitElements(document, "nodes", [&](ktJson& node) { visitMember(node, "mesh", park); });
+    else if (is("nodes"))
+        visitNodes(document, park);
 }

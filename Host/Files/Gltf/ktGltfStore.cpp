@@ -55,6 +55,7 @@ ktGltfStore::ktGltfStore(ktGltfDocument& document_) : document(document_), targe
     for (const char* collection : {"accessors", "bufferViews", "buffers"}) {
         if (!ktJsonMember(document.json, collection))
             madeCollections.push_back(collection);
+        ktParkDanglingReferences(document.json, collection);
         ktJsonArray(document.json, collection);
     }
     findOwnRegions();

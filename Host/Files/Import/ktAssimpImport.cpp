@@ -8,6 +8,7 @@
 #include "ktFileMessages.h"
 #include "ktImportFormat.h"
 #include "ktLimitedProcess.h"
+#include "ktPlyCounts.h"
 #include "ktPlyStrips.h"
 #include "ktReadRecord.h"
 
@@ -64,6 +65,9 @@ ktJson import(const ktFileToImport& file, std::optional<ktUpAxis> up, ktBytes& b
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, up.has_value());
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
                            aiProcess_LimitBoneWeights | aiProcess_FlipUVs;
+    if (file.format == "ply")
+        if (const std::string reason = ktCheckPlyCounts(file.path); !reason.empty())
+            throw std::runtime_error(reason);
     const std::optional<std::string> ply = file.format == "ply" ? ktConvertPlyStrips(file.path) : std::nullopt;
     const aiScene* scene =
         ply ? importer.ReadFileFromMemory(ply->data(), ply->size(), steps, "ply") : importer.ReadFile(name, steps);

@@ -24,7 +24,7 @@
 
 namespace {
 
-enum ExitCode { done = 0, threw = 1, outOfMemory = 2, noRoom = 3 };
+enum ExitCode { done = 0, threw = 1, outOfMemory = 2, noRoom = 3, tooLarge = 4 };
 
 std::size_t addressSpaceNow() {
     unsigned long pages = 0;
@@ -50,6 +50,7 @@ void limit(int resource, std::size_t value) {
     limit(RLIMIT_CORE, 0);
     for (const int number : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGXCPU, SIGALRM, SIGINT, SIGTERM})
         std::signal(number, SIG_DFL);
+    std::signal(SIGXFSZ, SIG_IGN); // then the write fails, which gets a message
     sigset_t none;
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
@@ -77,6 +78,8 @@ std::string reasonFor(int status) {
         return "cannot be imported: it took too long";
     if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGINT || WTERMSIG(status) == SIGTERM))
         return "was not imported: interrupted";
+    if (WIFEXITED(status) && WEXITSTATUS(status) == tooLarge)
+        return "cannot be imported: the limit on the size of files (ulimit -f) is too low for it";
     if (WIFEXITED(status) && (WEXITSTATUS(status) == outOfMemory || WEXITSTATUS(status) == noRoom))
         return "cannot be imported: it asks for too much memory";
     return "cannot be imported: the importer failed on it";
@@ -112,7 +115,7 @@ void ktByteSink::write(const void* data, std::size_t size) {
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
-            _exit(noRoom);
+            _exit(written < 0 && errno == EFBIG ? tooLarge : noRoom);
         at += written;
         size -= static_cast<std::size_t>(written);
     }

@@ -32,10 +32,7 @@ PropertyPtr fill(const std::vector<Value>& values) {
 
 // Limits the vertices and indices by the size of the document's data: a short file must not describe an endless scene.
 std::size_t budgetOf(const ktGltfDocument& document) {
-    std::size_t bytes = 0;
-    for (const ktGltfBuffer& buffer : document.buffers)
-        bytes += buffer.bytes.size();
-    return (std::size_t(1) << 24) + bytes;
+    return (std::size_t(1) << 20) + 16 * document.dataSize();
 }
 
 bool isUnit(const float* v) {
@@ -104,7 +101,7 @@ std::optional<ktPrimitiveLink> ktPrimitiveReader::read(std::size_t mesh, std::si
         return std::nullopt;
     }
     ktPrimitiveLink& link = open.link;
-    link.isAnimated = ktJsonCount(json, "targets") > 0 || !pose.joints.empty();
+    link.isAnimated = ktJsonCount(json, "targets") > 0 || pose.skin;
     if (normals.empty())
         makeNormals(open, normals);
     else

@@ -5,7 +5,6 @@
 #include "ktAttributeSlots.h"
 #include "ktFileError.h"
 #include "ktFileMessages.h"
-#include "ktPictureReader.h"
 #include "ktReadInterrupt.h"
 
 #include <algorithm>
@@ -54,7 +53,7 @@ std::optional<std::uint64_t> imageOf(const ktJson& texture) {
 } // namespace
 
 ktMaterialReader::ktMaterialReader(const ktGltfDocument& document_, ktFileMessages& messages_)
-    : document(document_), messages(messages_) {}
+    : document(document_), messages(messages_), reader(document_) {}
 
 ktMaterialReader::~ktMaterialReader() {
     for (const auto& entry : materials)
@@ -177,14 +176,14 @@ void ktMaterialReader::readTexture(const ktJson& info, const osg::UberMaterialPt
     pending.push_back({material, static_cast<std::size_t>(*image), object});
 }
 
-std::shared_ptr<const ktImage> ktMaterialReader::readPicture(std::size_t image) const {
+std::shared_ptr<const ktImage> ktMaterialReader::readPicture(std::size_t image, ktFileMessages& report) {
     if (!ktReadInterrupt::isPossible())
-        return ktReadPicture(document, image);
+        return reader.read(image, report);
     std::future<std::shared_ptr<const ktImage>> picture;
     try {
-        picture = std::async(std::launch::async, [this, image] { return ktReadPicture(document, image); });
+        picture = std::async(std::launch::async, [this, image, &report] { return reader.read(image, report); });
     } catch (const std::system_error&) { // no thread starts
-        return ktReadPicture(document, image);
+        return reader.read(image, report);
     }
     while (picture.wait_for(askInterval) != std::future_status::ready)
         ktReadInterrupt::check();
@@ -197,7 +196,7 @@ void ktMaterialReader::loadPictures(ktFileMessages& report) {
         if (!pictures.count(entry.image)) {
             std::shared_ptr<const ktImage> picture;
             try {
-                picture = readPicture(entry.image);
+                picture = readPicture(entry.image, report);
             } catch (const ktFileError& error) {
                 report.warn(error.object(), "image left out", error.reason());
             }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktGltfDocument.h"
+#include "ktPictureReader.h"
 #include "OSGUberMaterial.h"
 #include "OSGUShadowMaterial.h"
 
@@ -35,7 +36,7 @@ private:
     };
 
     /// Decodes an image; on another thread if somebody may interrupt the reading.
-    std::shared_ptr<const ktImage> readPicture(std::size_t image) const;
+    std::shared_ptr<const ktImage> readPicture(std::size_t image, ktFileMessages& messages);
     osg::UberMaterialPtr make(std::optional<std::size_t> index);
     void readSurface(const ktJson& json, const osg::UberMaterialPtr& material, const std::string& object);
     void readTexture(const ktJson& info, const osg::UberMaterialPtr& material, const std::string& object);
@@ -45,5 +46,6 @@ private:
     std::map<std::int64_t, osg::UberMaterialPtr> materials; ///< by index in the document; -1: the default
     osg::UShadowMaterialPtr shadow;
     std::vector<Pending> pending;
+    ktPictureReader reader;
     std::map<std::size_t, std::shared_ptr<const ktImage>> pictures;
 };

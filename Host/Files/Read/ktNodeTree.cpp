@@ -4,6 +4,7 @@
 
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktGltfReferences.h"
 
 namespace {
 
@@ -125,6 +126,7 @@ std::vector<std::optional<ktMatrix>> ktFindNodeMatrices(const ktGltfDocument& do
 }
 
 void ktMakeMeshesUnique(ktGltfDocument& document, const ktNodeTree& tree) {
+    ktParkDanglingReferences(document.json, "meshes");
     std::vector<bool> used(ktJsonCount(document.json, "meshes"), false);
     for (const ktNodeTree::Entry& entry : tree.entries) {
         ktJson& node = *ktJsonElement(document.json, "nodes", entry.node);

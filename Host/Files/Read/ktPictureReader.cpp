@@ -3,17 +3,91 @@
 #include "ktPictureReader.h"
 
 #include "ktFileError.h"
+#include "ktFileMessages.h"
 #include "ktGltfAccessor.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <QBuffer>
 #include <QImageReader>
+#include <QtGlobal>
 #include <vector>
 
 namespace {
 
-const std::int64_t pixelLimit = std::int64_t(1) << 28;
+// Pixels that a picture may have: a short file must not fill the memory. 512 pixels of one colour are about a byte in
+// a PNG file.
+const std::int64_t alwaysAllowed = std::int64_t(1) << 24, neverAllowed = (std::int64_t(1) << 28) + 1;
+const std::int64_t pixelsPerByte = 512;
+// Pixels of all pictures together, after shrinking.
+const std::int64_t allowedTogether = std::int64_t(1) << 27, togetherPerByte = 64;
+
+/// Keeps what Qt and the libraries that it uses print while they decode an image: their words name no file.
+class DecoderWords {
+public:
+    DecoderWords() {
+        former = qInstallMessageHandler(keep);
+        current = this;
+    }
+    ~DecoderWords() {
+        current = nullptr;
+        qInstallMessageHandler(former);
+    }
+    DecoderWords(const DecoderWords&) = delete;
+    DecoderWords& operator=(const DecoderWords&) = delete;
+    /// The first line; empty if nothing was printed.
+    std::string first() const { return text.toStdString(); }
+
+private:
+    static void keep(QtMsgType type, const QMessageLogContext& context, const QString& line) {
+        if (!current) // another thread
+            return former(type, context, line);
+        if (current->text.isEmpty())
+            current->text = line;
+    }
+
+    static thread_local DecoderWords* current;
+    static QtMessageHandler former;
+    QString text;
+};
+
+thread_local DecoderWords* DecoderWords::current = nullptr;
+QtMessageHandler DecoderWords::former = nullptr;
+
+std::string reasonOf(const QImageReader& reader, const DecoderWords& words) {
+    return words.first().empty() ? reader.errorString().toStdString() : words.first();
+}
+
+/// What an image is read from; equal for images with the same pixels. Empty: from nothing.
+std::string sourceOf(const ktJson& image) {
+    if (const auto view = ktJsonWhole(image, "bufferView"))
+        return "#" + std::to_string(*view);
+    return ktJsonText(image, "uri");
+}
+
+/// The name of Qt for the format of the data; glTF allows no others. Throws ktFileError.
+const char* formatOf(const ktBytes& bytes, const std::string& object) {
+    const auto holds = [&](const char* magic, std::size_t at) {
+        const std::size_t size = std::strlen(magic);
+        return bytes.size() >= at + size && std::memcmp(bytes.data() + at, magic, size) == 0;
+    };
+    if (holds("\x89PNG\r\n\x1a\n", 0))
+        return "png";
+    if (holds("\xFF\xD8\xFF", 0))
+        return "jpeg";
+    if (holds("RIFF", 0) && holds("WEBP", 8))
+        return "webp";
+    throw ktFileError(object, "is none of PNG, JPEG and WebP");
+}
+
+void checkSize(const QSize& size, const ktBytes& bytes, const std::string& object) {
+    const std::int64_t pixels = std::int64_t(size.width()) * size.height();
+    const std::int64_t allowed = std::max(alwaysAllowed, pixelsPerByte * static_cast<std::int64_t>(bytes.size()));
+    if (pixels >= std::min(neverAllowed, allowed + 1))
+        throw ktFileError(object, "has " + std::to_string(size.width()) + " x " + std::to_string(size.height()) +
+                                      " pixels, too many for its " + std::to_string(bytes.size()) + " bytes");
+}
 
 ktBytes encodedBytes(const ktGltfDocument& document, const ktJson& image, const std::string& object) {
     if (const auto view = ktJsonWhole(image, "bufferView")) {
@@ -84,11 +158,18 @@ int stepOf(const QSize& size) {
 
 } // namespace
 
-std::shared_ptr<const ktImage> ktReadPicture(const ktGltfDocument& document, std::size_t index) {
+ktPictureReader::ktPictureReader(const ktGltfDocument& document_)
+    : document(document_),
+      pixelsLeft(allowedTogether + togetherPerByte * static_cast<std::int64_t>(document_.dataSize())) {}
+
+std::shared_ptr<const ktImage> ktPictureReader::read(std::size_t index, ktFileMessages& messages) {
     const std::string object = ktPointer("images", index);
     const ktJson* json = ktJsonElement(document.json, "images", index);
     if (!json)
         throw ktFileError(object, "does not exist");
+    const std::string source = sourceOf(*json);
+    if (const auto found = known.find(source); found != known.end())
+        return found->second;
     const ktBytes bytes = encodedBytes(document, *json, object);
     if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
         throw ktFileError(object, "is too large");
@@ -96,18 +177,29 @@ std::shared_ptr<const ktImage> ktReadPicture(const ktGltfDocument& document, std
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
     QBuffer buffer(&raw);
     buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
+    const DecoderWords words;
+    QImageReader reader(&buffer, formatOf(bytes, object));
+    reader.setAutoDetectImageFormat(false);
     const QSize size = reader.size();
-    if (size.isValid() && std::int64_t(size.width()) * size.height() > pixelLimit)
-        throw ktFileError(object, "has too many pixels");
-    if (size.isValid())
-        shrinkJpeg(reader, size, stepOf(size));
+    if (!size.isValid())
+        throw ktFileError(object, "cannot be decoded: " +
+                                      (reader.canRead() ? "it names no size" : reader.errorString().toStdString()));
+    checkSize(size, bytes, object);
+    shrinkJpeg(reader, size, stepOf(size));
     const QImage decoded = reader.read();
     if (decoded.isNull())
-        throw ktFileError(object, "cannot be decoded: " + reader.errorString().toStdString());
-    if (std::int64_t(decoded.width()) * decoded.height() > pixelLimit)
-        throw ktFileError(object, "has too many pixels");
+        throw ktFileError(object, "cannot be decoded: " + reasonOf(reader, words));
+    if (!words.first().empty())
+        messages.warn(object, "is decoded with a warning: " + words.first());
+    checkSize(decoded.size(), bytes, object);
+    const int step = std::max(1, stepOf(decoded.size()));
+    if (!ktJsonMember(*json, "bufferView"))
+        pixelsLeft += togetherPerByte * static_cast<std::int64_t>(bytes.size());
+    pixelsLeft -= std::int64_t(decoded.width() / step) * (decoded.height() / step);
+    if (pixelsLeft < 0)
+        throw ktFileError(object, "has more pixels than a file of this size may have together");
     auto picture = std::make_shared<ktImage>();
-    copyShrunk(decoded, std::max(1, stepOf(decoded.size())), *picture);
+    copyShrunk(decoded, step, *picture);
+    known.emplace(source, picture);
     return picture;
 }
