@@ -14,7 +14,8 @@ osg::MaterialPtr ktAmbientOcclusion::getRealMaterial(const osg::NodePtr& node) {
         return osg::NullFC;
     // A group's material overrides all materials below it. The scene's root is not asked: it belongs to the host.
     const osg::NodePtr root = ktScenegraph::getRootNode();
-    for (osg::NodePtr ancestor = node; ancestor != osg::NullFC && ancestor != root; ancestor = ancestor->getParent()) {
+    for (osg::NodePtr ancestor = osg::MaterialGroup::exist() ? node : osg::NodePtr();
+         ancestor != osg::NullFC && ancestor != root; ancestor = ancestor->getParent()) {
         if (ancestor->getCore() == osg::NullFC)
             continue;
         const osg::MaterialGroupPtr group = osg::MaterialGroupPtr::dcast(ancestor->getCore());

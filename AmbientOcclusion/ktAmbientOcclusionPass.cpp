@@ -4,11 +4,13 @@
 #include "ktAmbientOcclusionInternal.h"
 
 #include <iostream>
+#include <OpenSG/OSGWorldMatrices.h>
 #include <QCoreApplication>
 
 using namespace ktAmbientOcclusionInternal;
 
 void ktAmbientOcclusion::tracePass(bool indirect, const std::function<void(const PassVertices&)>& trace) {
+    osg::WorldMatrices worldMatrices;
     for (const osg::NodePtr& node : geometryNodes) {
         stepProgress();
         QCoreApplication::processEvents();
@@ -30,7 +32,7 @@ void ktAmbientOcclusion::tracePass(bool indirect, const std::function<void(const
         }
         const osg::GeoTexCoords4fPtr aoData = getAOData(geometry, vertices.count);
         vertices.node = node;
-        vertices.toWorld = node->getToWorld();
+        vertices.toWorld = worldMatrices.get(node);
         vertices.isIdentity = isIdentityMatrix(vertices.toWorld);
         vertices.positions = &(*positions->getFieldPtr())[0];
         vertices.normals = &(*normals->getFieldPtr())[0];

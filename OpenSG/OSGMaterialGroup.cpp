@@ -11,4 +11,11 @@ FieldContainerType MaterialGroup::_type("MaterialGroup", "Group", nullptr,
 
 OSG_FIELD_CONTAINER_DEF(MaterialGroup, MaterialGroupPtr)
 
+std::atomic<Int32> MaterialGroup::_withMaterial{0};
+
+void MaterialGroup::setMaterial(const MaterialPtr& value) {
+    _withMaterial += Int32(value != NullFC) - Int32(getMaterial() != NullFC);
+    setRefdCP(_sfMaterial.getValue(), value);
+}
+
 OSG_END_NAMESPACE

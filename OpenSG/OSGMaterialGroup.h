@@ -5,6 +5,8 @@
 #include "OSGGroup.h"
 #include "OSGMaterial.h"
 
+#include <atomic>
+
 OSG_BEGIN_NAMESPACE
 
 class MaterialGroup;
@@ -25,7 +27,10 @@ public:
 
     /// The group references its material. Null in a new group.
     OSG_SFIELD_READ_ACCESS(MaterialPtr, Material)
-    void setMaterial(const MaterialPtr& value) { setRefdCP(_sfMaterial.getValue(), value); }
+    void setMaterial(const MaterialPtr& value);
+
+    /// False if there is no group with a material, so that nobody has to look for one above a node.
+    static bool exist() { return _withMaterial > 0; }
 
 protected:
     MaterialGroup() = default;
@@ -33,6 +38,7 @@ protected:
     ~MaterialGroup() override { setMaterial(NullFC); }
 
     SFMaterialPtr _sfMaterial;
+    static std::atomic<Int32> _withMaterial;
     static FieldContainerType _type;
 
 private:

@@ -6,14 +6,14 @@
 #include <OpenSG/OSGAttachment.h>
 #include <OpenSG/OSGMFBaseTypes.h>
 #include <string>
+#include <unordered_map>
 
 OSG_BEGIN_NAMESPACE
 
 class ValuePair;
 typedef FCPtr<AttachmentPtr, ValuePair> ValuePairPtr;
 
-/// Named texts of a node, in the order in which the names were first set. Texts are UTF-8. Lookup is linear, because a
-/// node has only a few of them.
+/// Named texts of a node, in the order in which the names were first set. Texts are UTF-8.
 class KT_HOST_EXPORT ValuePair : public Attachment {
     typedef Attachment Inherited;
 
@@ -53,6 +53,8 @@ private:
     friend class FieldContainer;
 
     UInt32 find(const std::string& key) const;
+
+    mutable std::unordered_map<std::string, UInt32> _places; // by key; empty, or of all keys
 };
 
 OSG_FIELD_CONTAINER_INL_DEF(ValuePair, ValuePairPtr)

@@ -24,6 +24,16 @@ TEST(GltfJson, GivenDocument_KeepsOrderAndNumbers) {
     EXPECT_EQ(ktParseJson(text.data(), text.size()).dump(), text);
 }
 
+TEST(GltfJson, GivenEachKindOfValue_ReadsWhatTheLibraryReads) {
+    std::string text = R"({"a":[1,-2,3.5,true,false,null,"x\u00e4"],"b":{"c":{},"d":[]},"a":[[],{"e":[{}]}],"f":1})";
+    std::string many = "{";
+    for (int i = 0; i < 100; ++i)
+        many += "\"" + std::to_string(i % 60) + "\":" + std::to_string(i) + ",";
+    for (const std::string& each :
+         {text, many + "\"z\":0}", std::string("[1,[2]]"), std::string("7"), std::string("{}")})
+        EXPECT_EQ(ktParseJson(each.data(), each.size()).dump(), ktJson::parse(each).dump());
+}
+
 TEST(GltfJson, GivenBrokenText_NamesLineAndColumn) {
     EXPECT_EQ(problemOf("{\n  \"a\": ]\n}"), "JSON is broken at line 2, column 8");
     EXPECT_NE(problemOf(""), "");

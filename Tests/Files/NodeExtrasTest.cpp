@@ -161,6 +161,27 @@ TEST_F(NodeExtras, GivenStrings_AreNamedTextsBothWays) {
     EXPECT_EQ(save(*file).dump(), expected.dump());
 }
 
+TEST_F(NodeExtras, GivenManyTexts_FindsEach) {
+    ktJson extras;
+    for (int i = 0; i < 100; ++i)
+        extras["key" + std::to_string(i)] = "value" + std::to_string(i);
+    const auto file = open(extras);
+    const osg::ValuePairPtr texts = textsOf(file->getTopNodes()[0]);
+    ASSERT_EQ(texts->getSize(), 100u);
+    std::string value;
+    EXPECT_TRUE(texts->get("key77", value));
+    EXPECT_EQ(value, "value77");
+    texts->set("key77", "new");
+    texts->set("added", "last");
+    EXPECT_TRUE(texts->del("key3"));
+    EXPECT_FALSE(texts->get("key3", value));
+    EXPECT_TRUE(texts->get("added", value));
+    EXPECT_EQ(value, "last");
+    EXPECT_TRUE(texts->get("key77", value));
+    EXPECT_EQ(value, "new");
+    EXPECT_EQ(texts->getKey(99), "added");
+}
+
 TEST_F(NodeExtras, GivenLock_LocksTheNodeBothWays) {
     const auto file = open({{"locked", true}});
     ktSceneState::setRootNode(file->getRoot());

@@ -206,7 +206,7 @@ bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& n
     diagonal = ktSceneDiagonal(file->getRoot());
     followScene();
     ktSceneState::setRootNode(file->getRoot());
-    ktSceneState::setSelection(getTopNodes());
+    ktSceneState::setSelection(file->getNodesToBake());
     watch();
     wasModified = false;
     emit opened();
@@ -245,7 +245,7 @@ void ktStudioDocument::followScene() {
 bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {
     std::vector<std::string> selected; // stays empty if everything is selected: then new nodes are, too
     const std::vector<osg::NodePtr> before = ktScenegraph::getSelectedRootNodes();
-    for (const osg::NodePtr& node : before == getTopNodes() ? std::vector<osg::NodePtr>() : before)
+    for (const osg::NodePtr& node : before == file->getNodesToBake() ? std::vector<osg::NodePtr>() : before)
         if (node != osg::NullFC)
             selected.push_back(pathOf(node));
     const QString output = outputPath;

@@ -3,6 +3,7 @@
 #include "ktGltfJson.h"
 
 #include "ktFileError.h"
+#include "ktJsonBuilder.h"
 #include "ktReadInterrupt.h"
 
 #include <charconv>
@@ -98,7 +99,9 @@ std::string describeOverflow(const char* text, std::size_t size, const std::stri
 ktJson ktParseJson(const char* text, std::size_t size) {
     checkLimits(text, size);
     try {
-        return ktJson::parse(Characters(text), Characters(text + size));
+        ktJsonBuilder builder;
+        ktJson::sax_parse(Characters(text), Characters(text + size), &builder);
+        return builder.take();
     } catch (const ktJson::parse_error& error) {
         throw ktFileError("file", "JSON is broken at " + lineAndColumn(text, size, error.byte));
     } catch (const ktJson::out_of_range& error) {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace {
 
@@ -21,9 +22,13 @@ std::vector<double> weightsOf(const ktJson& holder) {
     return weights;
 }
 
-std::vector<ktMatrix> jointsOf(const ktGltfDocument& document, std::size_t skinIndex, const ktMatrix& toNode,
-                               const std::vector<std::optional<ktMatrix>>& toScene) {
-    const std::string object = ktPointer("skins", skinIndex);
+bool isFinite(const ktMatrix& matrix) {
+    return std::all_of(matrix.begin(), matrix.end(), [](double number) { return std::isfinite(number); });
+}
+
+void readSkin(const ktGltfDocument& document, std::size_t skinIndex,
+              const std::vector<std::optional<ktMatrix>>& toScene, ktSkin& read) {
+    const std::string object = read.object = ktPointer("skins", skinIndex);
     const ktJson* skin = ktJsonElement(document.json, "skins", skinIndex);
     const std::size_t count = skin ? ktJsonCount(*skin, "joints") : 0;
     if (!count)
@@ -36,23 +41,43 @@ std::vector<ktMatrix> jointsOf(const ktGltfDocument& document, std::size_t skinI
         inverse.resize(16 * count);
         matrices.readFloats(nullptr, count, 16, 0.0f, inverse.data());
     }
-    std::vector<ktMatrix> joints;
     for (std::size_t j = 0; j < count; ++j) {
         const auto node = ktJsonAsWhole(*ktJsonElement(*skin, "joints", j));
         if (!node || *node >= toScene.size() || !toScene[static_cast<std::size_t>(*node)])
             throw ktFileError(object, "has a joint outside the scene");
-        ktMatrix joint = ktMultiply(toNode, *toScene[static_cast<std::size_t>(*node)]);
+        read.toScene.push_back(*toScene[static_cast<std::size_t>(*node)]);
+        ktMatrix bind = ktIdentity;
         if (!inverse.empty()) {
-            ktMatrix bind;
             std::copy_n(inverse.begin() + static_cast<std::ptrdiff_t>(16 * j), 16, bind.begin());
-            joint = ktMultiply(joint, bind);
+            read.bind.push_back(bind);
         }
-        if (!std::all_of(joint.begin(), joint.end(), [](double number) { return std::isfinite(number); }))
+        if (!isFinite(ktMultiply(read.toScene.back(), bind)))
             throw ktFileError(object, "has a joint that is not finite");
-        joints.push_back(joint);
     }
-    return joints;
 }
+
+/// The joints of a skin at a node: only those that vertices follow are calculated.
+class Joints {
+public:
+    explicit Joints(const ktRestPose& pose_) : pose(pose_) {}
+    std::size_t count() const { return pose.skin->toScene.size(); }
+    /// From mesh space to the node's space.
+    const ktMatrix& get(std::uint32_t joint) {
+        const auto [entry, isNew] = known.try_emplace(joint);
+        if (isNew) {
+            entry->second = ktMultiply(pose.toNode, pose.skin->toScene[joint]);
+            if (!pose.skin->bind.empty())
+                entry->second = ktMultiply(entry->second, pose.skin->bind[joint]);
+            if (!isFinite(entry->second))
+                throw ktFileError(pose.skin->object, "has a joint that is not finite");
+        }
+        return entry->second;
+    }
+
+private:
+    const ktRestPose& pose;
+    std::unordered_map<std::uint32_t, ktMatrix> known;
+};
 
 void addTarget(const ktGltfDocument& document, const ktJson& target, const char* name, double weight,
                const std::uint32_t* source, std::vector<float>& values) {
@@ -109,14 +134,14 @@ Influences influencesOf(const ktGltfDocument& document, const ktJson& attributes
 }
 
 // The weighted mean of the joints' matrices; false if no joint moves the vertex.
-bool blend(const ktRestPose& pose, const Influences& influences, std::size_t vertex, ktMatrix& mean) {
+bool blend(Joints& joints, const Influences& influences, std::size_t vertex, ktMatrix& mean) {
     mean.fill(0.0);
     double sum = 0.0;
     for (std::size_t k = vertex * influences.perVertex; k < (vertex + 1) * influences.perVertex; ++k) {
         const double weight = influences.weights[k];
-        if (!(weight > 0.0) || influences.joints[k] >= pose.joints.size())
+        if (!(weight > 0.0) || influences.joints[k] >= joints.count())
             continue;
-        const ktMatrix& joint = pose.joints[influences.joints[k]];
+        const ktMatrix& joint = joints.get(influences.joints[k]);
         for (std::size_t e = 0; e < 16; ++e)
             mean[e] += weight * joint[e];
         sum += weight;
@@ -161,8 +186,11 @@ void normalizeAll(std::vector<float>& normals) {
 
 } // namespace
 
-ktRestPose ktReadRestPose(const ktGltfDocument& document, std::size_t node,
-                          const std::vector<std::optional<ktMatrix>>& toScene, ktFileMessages& messages) {
+ktRestPoseReader::ktRestPoseReader(const ktGltfDocument& document_,
+                                   const std::vector<std::optional<ktMatrix>>& toScene_, ktFileMessages& messages_)
+    : document(document_), toScene(toScene_), messages(messages_) {}
+
+ktRestPose ktRestPoseReader::read(std::size_t node) {
     ktRestPose pose;
     const ktJson& shown = *ktJsonElement(document.json, "nodes", node);
     const ktJson* mesh =
@@ -173,10 +201,22 @@ ktRestPose ktReadRestPose(const ktGltfDocument& document, std::size_t node,
     if (!skin)
         return pose;
     try {
-        ktMatrix toNode;
-        if (!toScene[node] || !ktInvert(*toScene[node], toNode))
+        if (!toScene[node] || !ktInvert(*toScene[node], pose.toNode))
             throw ktFileError(ktPointer("nodes", node), "has no inverse transform, so its skin is left out");
-        pose.joints = jointsOf(document, static_cast<std::size_t>(*skin), toNode, toScene);
+        std::shared_ptr<const ktSkin>& known = skins[static_cast<std::size_t>(*skin)];
+        if (!known) {
+            auto read = std::make_shared<ktSkin>();
+            try {
+                readSkin(document, static_cast<std::size_t>(*skin), toScene, *read);
+            } catch (const ktFileError& error) {
+                read->object = error.object();
+                read->problem = error.reason();
+            }
+            known = std::move(read);
+        }
+        if (!known->problem.empty())
+            throw ktFileError(known->object, known->problem);
+        pose.skin = known;
     } catch (const ktFileError& error) {
         messages.warn(error.object(), error.reason());
     }
@@ -191,12 +231,13 @@ void ktApplyRestPose(const ktGltfDocument& document, const ktJson& primitive, co
         addTarget(document, target, "NORMAL", pose.weights[t], source, normals);
     }
     const ktJson* attributes = ktJsonMember(primitive, "attributes");
-    if (!pose.joints.empty() && attributes && !positions.empty()) {
+    if (pose.skin && attributes && !positions.empty()) {
         const std::size_t count = positions.size() / 3;
         const Influences influences = influencesOf(document, *attributes, source, count);
+        Joints joints(pose);
         ktMatrix mean;
         for (std::size_t i = 0; i < count && influences.perVertex; ++i) {
-            if (!blend(pose, influences, i, mean))
+            if (!blend(joints, influences, i, mean))
                 continue;
             transform(mean, &positions[3 * i]);
             if (!normals.empty())

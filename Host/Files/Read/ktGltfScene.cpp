@@ -18,12 +18,22 @@
 
 namespace {
 
+// Limits the parts by the size of the document: a short file in which a thousand nodes show a mesh of a thousand
+// primitives must not fill the memory.
+std::size_t mostParts(const ktJson& json) {
+    std::size_t described = ktJsonCount(json, "nodes");
+    for (std::size_t mesh = 0; mesh < ktJsonCount(json, "meshes"); ++mesh)
+        described += ktJsonCount(*ktJsonElement(json, "meshes", mesh), "primitives");
+    return (std::size_t(1) << 17) + 32 * described;
+}
+
 class Builder {
 public:
     Builder(const ktGltfDocument& document_, const ktNodeTree& tree_, const ktSurfaceOptions& options_,
             ktFileMessages& messages_)
         : document(document_), tree(tree_), options(options_), messages(messages_),
-          primitives(document_, options_, messages_) {}
+          primitives(document_, options_, messages_), poses(document_, matrices, messages_),
+          partsLeft(mostParts(document_.json)) {}
 
     ktGltfScene build();
     void addNodes(ktGltfScene& target);
@@ -47,6 +57,8 @@ private:
     ktGltfScene scene;
     std::vector<osg::NodePtr> made;                ///< one per entry of the tree
     std::vector<std::optional<ktMatrix>> matrices; ///< filled for the first skin
+    ktRestPoseReader poses;
+    std::size_t partsLeft; ///< that may be made
     std::map<std::pair<std::size_t, std::vector<double>>, std::vector<std::size_t>> linksOfMesh;
 };
 
@@ -145,7 +157,7 @@ osg::NodePtr Builder::makeNode(std::size_t index, const ktJson& json) {
 ktRestPose Builder::poseOf(std::size_t index, const ktJson& json) {
     if (ktJsonMember(json, "skin") && matrices.empty())
         matrices = ktFindNodeMatrices(document, tree);
-    return ktReadRestPose(document, index, matrices, messages);
+    return poses.read(index);
 }
 
 void Builder::addMesh(std::size_t index, const ktJson& json, const osg::NodePtr& node) {
@@ -155,6 +167,9 @@ void Builder::addMesh(std::size_t index, const ktJson& json, const osg::NodePtr&
         return;
     }
     const std::vector<std::size_t> links = linksOf(static_cast<std::size_t>(*mesh), json, poseOf(index, json));
+    if (links.size() > partsLeft)
+        throw ktFileError("/nodes", "show far more primitives than a file of this size describes");
+    partsLeft -= links.size();
     for (const std::size_t link : links) {
         const osg::NodePtr part = osg::makeNodeFor(osg::GeometryPtr(scene.primitives[link].geometry));
         addChild(node, part);

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <limits>
 #include <QString>
+#include <unordered_map>
+#include <vector>
 
 namespace {
 
@@ -111,14 +113,25 @@ void writeTexts(ktJson& extras, const osg::ValuePairPtr& texts, const std::strin
         const bool isGone = member->is_string() && (texts == osg::NullFC || !texts->get(member.key(), ignored));
         member = isGone ? extras.erase(member) : std::next(member);
     }
-    for (osg::UInt32 i = 0; texts != osg::NullFC && i < texts->getSize(); ++i) {
+    if (texts == osg::NullFC)
+        return;
+    // A lookup in the JSON compares all members.
+    std::unordered_map<std::string, ktJson*> members;
+    for (auto member = extras.begin(); member != extras.end(); ++member)
+        members.emplace(member.key(), &*member);
+    std::vector<osg::UInt32> added;
+    for (osg::UInt32 i = 0; i < texts->getSize(); ++i) {
         const std::string key = asUtf8(texts->getKey(i));
-        const ktJson* old = ktJsonMember(extras, key.c_str());
-        if (old && !old->is_string())
+        const auto old = members.find(key);
+        if (old == members.end())
+            added.push_back(i);
+        else if (!old->second->is_string())
             messages.warn(object + "/extras", "has another member with the name of a text; the text is left out", key);
         else
-            extras[key] = asUtf8(texts->getValue(i));
+            *old->second = asUtf8(texts->getValue(i));
     }
+    for (const osg::UInt32 i : added)
+        extras[asUtf8(texts->getKey(i))] = asUtf8(texts->getValue(i));
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cmath>
 #include <map>
+#include <OpenSG/OSGWorldMatrices.h>
 #include <tuple>
 
 namespace {
@@ -123,6 +124,7 @@ void ktTracedScene::clear() {
 void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, const std::vector<osg::NodePtr>& lightNodes,
                             ktEventPump& pump) {
     clear();
+    osg::WorldMatrices worldMatrices;
     for (const osg::NodePtr& node : geometryNodes) {
         const osg::GeometryPtr geometry =
             osg::GeometryPtr::dcast(node != osg::NullFC ? node->getCore() : osg::NodeCorePtr());
@@ -132,7 +134,7 @@ void ktTracedScene::collect(const std::vector<osg::NodePtr>& geometryNodes, cons
         traced.node = node;
         traced.geometry = geometry;
         traced.number = ktGetGeometryNumber(geometry);
-        traced.toWorld = ktWorldTransform(node->getToWorld());
+        traced.toWorld = ktWorldTransform(worldMatrices.get(node));
         traced.surfaceHash = ktHashSurface(node);
         views.push_back(ktViewGeometry(geometry));
         const osg::GeoNormals3fPtr stored = osg::GeoNormals3fPtr::dcast(geometry->getNormals());

@@ -45,7 +45,8 @@ std::array<float, size> interpolate(const std::vector<std::array<float, size>>& 
 } // namespace
 
 osg::MaterialPtr ktMaterialInEffect(const osg::NodePtr& node) {
-    for (osg::NodePtr above = node; above != osg::NullFC; above = above->getParent()) {
+    for (osg::NodePtr above = osg::MaterialGroup::exist() ? node : osg::NodePtr(); above != osg::NullFC;
+         above = above->getParent()) {
         const osg::MaterialGroupPtr group = osg::MaterialGroupPtr::dcast(above->getCore());
         if (group != osg::NullFC && group->getMaterial() != osg::NullFC)
             return group->getMaterial();

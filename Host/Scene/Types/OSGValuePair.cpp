@@ -6,6 +6,9 @@
 
 OSG_BEGIN_NAMESPACE
 
+// Above this number of texts, a table of the keys is quicker than a search.
+static constexpr UInt32 mostSearched = 16;
+
 FieldContainerType ValuePair::_type("ValuePair", "Attachment", nullptr,
                                     []() -> FieldContainerPtr { return createEmpty(); });
 
@@ -20,6 +23,13 @@ ValuePair::~ValuePair() = default;
 
 // Index of the key, or getSize().
 UInt32 ValuePair::find(const std::string& key) const {
+    if (getSize() > mostSearched) {
+        if (_places.empty())
+            for (UInt32 i = 0; i < getSize(); ++i)
+                _places.emplace(_mfKeys[i], i);
+        const auto found = _places.find(key);
+        return found != _places.end() ? found->second : getSize();
+    }
     return static_cast<UInt32>(std::find(_mfKeys.begin(), _mfKeys.end(), key) - _mfKeys.begin());
 }
 
@@ -28,6 +38,8 @@ void ValuePair::set(const std::string& key, const std::string& value) {
     if (index < getSize()) {
         _mfValues[index] = value;
     } else {
+        if (!_places.empty())
+            _places.emplace(key, index);
         _mfKeys.push_back(key);
         _mfValues.push_back(value);
     }
@@ -45,6 +57,7 @@ bool ValuePair::del(const std::string& key) {
     const UInt32 index = find(key);
     if (index == getSize())
         return false;
+    _places.clear();
     _mfKeys.erase(_mfKeys.begin() + index);
     _mfValues.erase(_mfValues.begin() + index);
     return true;

@@ -289,7 +289,7 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
 }
 
 void ktHostModuleScene::selectTopNodes() {
-    ktSceneState::setSelection(openFile().getTopNodes());
+    ktSceneState::setSelection(openFile().getNodesToBake());
 }
 
 void ktHostModuleScene::loadPictures() {
