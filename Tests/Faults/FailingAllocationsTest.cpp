@@ -107,8 +107,9 @@ void check(const std::vector<std::string>& options, long sample) {
             }
         }
         std::cout << (count == forEver ? "All allocations fail from one on: " : "One allocation fails: ")
-                  << baked + failed << " of " << bake.allocations << " allocations tested, " << baked << " baked all the same, "
-                  << failed << " ended with a message, the longest took " << longest_s << " s\n";
+                  << baked + failed << " of " << bake.allocations << " allocations tested, " << baked
+                  << " baked all the same, " << failed << " ended with a message, the longest took " << longest_s
+                  << " s\n";
         EXPECT_GT(failed, 0);
     }
 }
