@@ -11,6 +11,7 @@
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -80,6 +81,11 @@ void* __libc_malloc(size_t);
 void* __libc_calloc(size_t, size_t);
 void* __libc_realloc(void*, size_t);
 void* __libc_memalign(size_t, size_t);
+int __libc_start_main(int (*)(int, char**, char**), int, char**, void (*)(), void (*)(), void (*)(), void*);
+
+// Python calls these.
+void ktFailAllocations(long after, long count);
+long ktEndFailingAllocations();
 
 /// From now on, lets `count` allocations fail after `after` more.
 void ktFailAllocations(long after, long count) {
