@@ -9,6 +9,8 @@
 #include "ktBakePresets.h"
 #include "ktLog.h"
 
+#include <cmath>
+
 namespace {
 
 namespace Settings = ktAmbientOcclusionSettings;
@@ -64,8 +66,10 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
     if (!(distances.minDistance < distances.maxDistance)) {
         const auto nearest = static_cast<double>(distances.minDistance);
         const auto farthest = static_cast<double>(distances.maxDistance);
-        if ((options.minDistance && options.minDistance->isPercent) ||
-            (options.maxDistance && options.maxDistance->isPercent)) {
+        const auto isLost = [](const std::optional<ktBakeDistance>& given, double length) {
+            return given && given->isPercent && !(length > 0 && std::isfinite(length));
+        };
+        if (isLost(options.minDistance, nearest) || isLost(options.maxDistance, farthest)) {
             const std::string reason = "its diagonal of " + ktDescribeLength(sceneDiagonal) +
                                        " is too small or too large for distances in percent";
             ktBakeMessages::log(ktLogLevel::Error, options.scene + ": " + reason,
