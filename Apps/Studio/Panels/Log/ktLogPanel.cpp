@@ -70,6 +70,7 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     auto* text = new QLineEdit(this);
     text->setObjectName("logFilter");
     text->setPlaceholderText(tr("Filter"));
+    text->setAccessibleName(tr("Filter"));
     text->setClearButtonEnabled(true);
     auto* copying = new QPushButton(tr("Copy"), this);
     copying->setToolTip(tr("Copy the selected lines, or all"));

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Options and view modes by keyboard, shortcuts, and many windows one after the other.
+#include "ktSceneView.h"
+#include "ktStudioFixture.h"
+#include "ktUndoStack.h"
+
+#include <OpenSG/OSGFieldContainerFactory.h>
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDockWidget>
+#include <QTableWidget>
+#include <QtTest>
+#include <set>
+
+namespace {
+
+class StudioControls : public ktStudioFixture {
+protected:
+    ktStudioOptions options() { return window->getDocument().getOptions(); }
+};
+
+} // namespace
+
+TEST_F(StudioControls, GivenEachOptionChangedByKeys_UndoAndRedoAreOneStep) {
+    open(writeBoxes());
+    window->findChild<QDockWidget*>("optionDock")->raise();
+    const auto type = [](QWidget& widget, const char* text) {
+        QTest::keyClick(&widget, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(&widget, text);
+        QTest::keyClick(&widget, Qt::Key_Return);
+    };
+    const std::pair<const char*, std::function<void(QWidget&)>> controls[] = {
+        {"fit", [](QWidget& widget) { QTest::keyClick(&widget, Qt::Key_Up); }},
+        {"tracer", [](QWidget& widget) { QTest::keyClick(&widget, Qt::Key_Up); }},
+        {"threads", [](QWidget& widget) { QTest::keyClick(&widget, Qt::Key_Up); }},
+        {"maxTriangles", [&](QWidget& widget) { type(widget, "5000"); }},
+        {"shade", [](QWidget& widget) { QTest::keyClick(&widget, Qt::Key_Space); }},
+        {"strength", [&](QWidget& widget) { type(widget, "0.5"); }},
+        {"exposure", [&](QWidget& widget) { type(widget, "2"); }},
+    };
+    for (const auto& [name, change] : controls) {
+        SCOPED_TRACE(name);
+        const ktStudioOptions before = options();
+        const int steps = ktUndoStack::get(0)->count();
+        auto* const widget = window->findChild<QWidget*>(name);
+        ASSERT_TRUE(widget);
+        widget->setFocus();
+        change(*widget);
+        const ktStudioOptions after = options();
+        EXPECT_FALSE(after == before);
+        EXPECT_EQ(ktUndoStack::get(0)->count(), steps + 1);
+        trigger("undo");
+        EXPECT_TRUE(options() == before);
+        trigger("redo");
+        EXPECT_TRUE(options() == after);
+    }
+}
+
+TEST_F(StudioControls, GivenKeysOfTheView_ChangeItsModeAndProjection) {
+    open(writeBoxes());
+    window->activateWindow();
+    auto* const view = window->findChild<ktSceneView*>();
+    view->setFocus();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    const std::pair<Qt::Key, ktViewMode> modes[] = {
+        {Qt::Key_2, ktViewMode::Occlusion},    {Qt::Key_3, ktViewMode::IndirectLight},
+        {Qt::Key_4, ktViewMode::BakedLight},   {Qt::Key_5, ktViewMode::SurfaceColours},
+        {Qt::Key_6, ktViewMode::FalseColours}, {Qt::Key_1, ktViewMode::Baked},
+    };
+    for (const auto& [key, mode] : modes) {
+        QTest::keyClick(view, key);
+        EXPECT_EQ(view->viewMode(), mode);
+    }
+    QTest::keyClick(view, Qt::Key_P);
+    EXPECT_TRUE(view->isParallelProjection());
+    QTest::keyClick(view, Qt::Key_P);
+    EXPECT_FALSE(view->isParallelProjection());
+}
+
+TEST_F(StudioControls, GivenAllCommands_ShortcutsAreDifferentAndListed) {
+    std::set<QString> keys;
+    for (const QAction* action : window->actions()) {
+        const QString key = action->shortcut().toString();
+        EXPECT_TRUE(key.isEmpty() || keys.insert(key).second) << key.toStdString();
+    }
+    EXPECT_GT(keys.size(), 40u);
+    int rows = 0;
+    whenDialogShows([&rows](QWidget& dialog) {
+        rows = dialog.findChild<QTableWidget*>()->rowCount();
+        static_cast<QDialog&>(dialog).reject();
+    });
+    trigger("shortcuts");
+    EXPECT_TRUE(waitFor([&rows] { return rows > 0; }));
+    EXPECT_EQ(static_cast<std::size_t>(rows), keys.size());
+}
+
+TEST_F(StudioControls, GivenFocusableWidgets_HaveNamesForScreenReaders) {
+    open(writeBoxes());
+    std::set<std::string> nameless;
+    for (QDockWidget* dock : window->findChildren<QDockWidget*>())
+        for (QWidget* widget : dock->widget()->findChildren<QWidget*>()) {
+            const bool isOfQt = widget->objectName().startsWith("qt_");
+            const bool isNamed = !widget->accessibleName().isEmpty() ||
+                                 !widget->property("text").toString().isEmpty() || !widget->toolTip().isEmpty();
+            const bool isHere = widget->window() == window.get(); // not a popup of Qt
+            if (isHere && (widget->focusPolicy() & Qt::TabFocus) == Qt::TabFocus && !isOfQt && !isNamed)
+                nameless.insert(
+                    (dock->objectName() + "/" + widget->metaObject()->className() + "/" + widget->objectName())
+                        .toStdString());
+        }
+    EXPECT_THAT(nameless, testing::IsEmpty());
+}
+
+TEST_F(StudioControls, GivenManyWindowsOneAfterTheOther_NothingStays) {
+    const std::string scene = writeBoxes();
+    window.reset();
+    osg::UInt32 containers = 0;
+    for (int cycle = 0; cycle < KT_CYCLES; ++cycle) {
+        window = std::make_unique<ktStudioWindow>();
+        window->show();
+        open(scene);
+        if (cycle % 4 == 0)
+            trigger("selectNone");
+        QApplication::processEvents();
+        EXPECT_TRUE(window->close());
+        window.reset();
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        const osg::UInt32 living = osg::FieldContainerFactory::the()->getNumContainers();
+        if (cycle == 0)
+            containers = living;
+        ASSERT_EQ(living, containers) << "cycle " << cycle;
+    }
+    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
+}
