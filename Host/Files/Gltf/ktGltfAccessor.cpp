@@ -92,6 +92,13 @@ bool isUnsigned(ktComponent type) {
 
 } // namespace
 
+std::size_t ktGltfDocument::dataSize() const {
+    std::size_t size = 0;
+    for (const ktGltfBuffer& buffer : buffers)
+        size += buffer.bytes.size();
+    return size;
+}
+
 std::size_t ktComponentSize(ktComponent type) {
     switch (type) {
     case ktComponent::Byte:

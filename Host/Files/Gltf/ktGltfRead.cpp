@@ -91,13 +91,6 @@ QString ktGltfDocument::folder() const {
     return QFileInfo(path).absolutePath();
 }
 
-std::size_t ktGltfDocument::dataSize() const {
-    std::size_t size = 0;
-    for (const ktGltfBuffer& buffer : buffers)
-        size += buffer.bytes.size();
-    return size;
-}
-
 ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
     ktGltfDocument document;
     document.path = QFileInfo(path).absoluteFilePath();
