@@ -3,15 +3,14 @@
 
 #include "ktHostExport.h"
 
-#include <array>
 #include <cstdint>
 #include <QObject>
 #include <QString>
 #include <vector>
 
 struct ktRunEnd;
-/// New vertices of a geometry. Each lies in the middle between two others: old ones, or new ones before it.
-using ktSplitEdges = std::vector<std::array<std::uint32_t, 2>>;
+struct ktSplitEdge;
+using ktSplitEdges = std::vector<ktSplitEdge>; ///< see ktSplitEdges.h
 
 /// Signals of the host for applications. Lives as long as the process. All signals except logged() are emitted on the
 /// main thread.

@@ -287,3 +287,92 @@ TEST(ConformingRefiner, GivenBisections_TellsWhichTrianglesTheyMade) {
     }
     EXPECT_TRUE(refiner.takeBisections().empty());
 }
+
+TEST(ConformingRefiner, GivenACut_SplitsAllTrianglesAtItThere) {
+    Refiner refiner(1e-6);
+    const Grid left = grid(1, 1.0), right = grid(1, 1.0, 1.0);
+    refiner.addMesh(left.positions, left.indices);
+    refiner.addMesh(right.positions, right.indices);
+    const auto positionOf = [&](Index v) { return refiner.vertices()[v].position; };
+    const Refiner::Edge side = Refiner::edgeBetween(positionOf(1), positionOf(3)); // between the meshes
+    EXPECT_EQ(refiner.cutCost(side), 2u);
+    ASSERT_TRUE(refiner.cut(side, 0.3));
+    EXPECT_EQ(refiner.triangles().size(), 6u);
+    EXPECT_EQ(countHangingVertices(refiner), 0);
+    EXPECT_NEAR(totalArea(refiner), 2.0, 1e-9);
+    for (std::size_t v = refiner.originalVertexCount(); v < refiner.vertices().size(); ++v) {
+        const auto& vertex = refiner.vertices()[v];
+        const Point p = refiner.position(vertex.position), a = refiner.position(positionOf(vertex.parents[0])),
+                    b = refiner.position(positionOf(vertex.parents[1]));
+        EXPECT_NEAR(p[0], 1.0, 1e-12);
+        EXPECT_NEAR(p[1], 0.3, 1e-6);
+        EXPECT_NEAR(p[1], (1 - vertex.at) * a[1] + vertex.at * b[1], 1e-12);
+    }
+    for (const Refiner::Bisection& bisection : refiner.takeBisections())
+        EXPECT_TRUE(bisection.isCut);
+}
+
+TEST(ConformingRefiner, GivenACutThatMakesSliversOrALockedEdge_RefusesIt) {
+    Refiner refiner(1e-6);
+    const Grid quads = grid(2, 1.0);
+    refiner.addMesh(quads.positions, quads.indices);
+    refiner.lockEdge({1, 0, 0}, {1, 1, 0});
+    const Refiner::Edge diagonal = refiner.longestEdge(0), locked = Refiner::edgeBetween(1, 4);
+    EXPECT_TRUE(refiner.canCut(diagonal, 0.5));
+    for (const double at : {0.0, 1.0, 1e-7, 0.05, 0.95})
+        EXPECT_FALSE(refiner.cut(diagonal, at)) << at;
+    EXPECT_FALSE(refiner.cut(locked, 0.5));
+    EXPECT_EQ(refiner.triangles().size(), 8u);
+}
+
+TEST(ConformingRefiner, GivenAllSplitsTakenBack_HasTheOriginalTriangles) {
+    Refiner refiner(1e-6);
+    const Grid left = grid(3, 1.0), right = grid(3, 1.0, 3.0);
+    refiner.addMesh(left.positions, left.indices);
+    refiner.addMesh(right.positions, right.indices);
+    const auto original = shapes(refiner);
+    std::mt19937 random(5);
+    for (int i = 0; i < 60; ++i) {
+        const Refiner::Edge edge = refiner.edge(random() % refiner.triangles().size(), static_cast<int>(random() % 3));
+        if (i % 3 == 0)
+            refiner.cut(edge, 0.2 + 0.6 * (random() % 100) / 100.0);
+        else
+            refiner.split(edge);
+    }
+    const std::size_t most = refiner.triangles().size();
+    ASSERT_GT(most, 100u);
+    for (bool isAny = true; isAny;) {
+        isAny = false;
+        for (std::size_t split = 0; split < refiner.splitCount(); ++split)
+            if (refiner.canMerge(split)) {
+                refiner.merge(split);
+                EXPECT_FALSE(refiner.canMerge(split));
+                isAny = true;
+            }
+        EXPECT_NEAR(totalArea(refiner), 18.0, 1e-9);
+    }
+    std::size_t collapsed = 0;
+    for (Index t = 0; t < refiner.triangles().size(); ++t)
+        collapsed += refiner.isCollapsed(t);
+    EXPECT_EQ(collapsed, most - original.size());
+    auto now = shapes(refiner);
+    for (auto shape = now.begin(); shape != now.end();)
+        shape = (*shape)[0] == (*shape)[1] ? now.erase(shape) : std::next(shape);
+    EXPECT_EQ(now, original);
+    // Where a split was taken back, another one can be made.
+    EXPECT_TRUE(refiner.cut(refiner.longestEdge(0), 0.4));
+    EXPECT_NEAR(refiner.vertices().back().at, 0.4, 1e-6) << "not the vertex of the split before";
+}
+
+TEST(ConformingRefiner, GivenAVertexThatOtherSplitsUse_DoesNotTakeItBack) {
+    Refiner refiner(1e-6);
+    const Grid quad = grid(1, 1.0);
+    refiner.addMesh(quad.positions, quad.indices);
+    ASSERT_TRUE(refiner.split(Refiner::edgeBetween(0, 3)));
+    EXPECT_TRUE(refiner.canMerge(0));
+    ASSERT_TRUE(refiner.split(refiner.longestEdge(0)));
+    EXPECT_FALSE(refiner.canMerge(0));
+    EXPECT_TRUE(refiner.canMerge(1));
+    refiner.merge(1);
+    EXPECT_TRUE(refiner.canMerge(0));
+}

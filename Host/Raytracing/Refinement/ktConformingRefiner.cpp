@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Bisects triangles at their longest edges, also across meshes, so that refinement causes no cracks.
+// Splits edges of triangles, also across meshes, so that refinement causes no cracks, and takes splits back.
 #include "ktConformingRefiner.h"
 
 #include <algorithm>
@@ -18,9 +18,31 @@ std::uint64_t cellKey(std::int64_t x, std::int64_t y, std::int64_t z) {
     return key;
 }
 
+constexpr double leastShape = 0.1;   // of a part of a triangle that is cut: twice the area by the longest edge squared
+constexpr double cutSteps = 1 << 20; // places where an edge can be cut
+
 double squaredDistance(const Point& a, const Point& b) {
     const double x = a[0] - b[0], y = a[1] - b[1], z = a[2] - b[2];
     return x * x + y * y + z * z;
+}
+
+double doubledArea(const Point& a, const Point& b, const Point& c) {
+    const double u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
+    const double x = u[1] * v[2] - u[2] * v[1], y = u[2] * v[0] - u[0] * v[2], z = u[0] * v[1] - u[1] * v[0];
+    return std::sqrt(x * x + y * y + z * z);
+}
+
+double shape(const Point& a, const Point& b, const Point& c) {
+    const double longest = std::max({squaredDistance(a, b), squaredDistance(b, c), squaredDistance(c, a)});
+    return longest > 0 ? doubledArea(a, b, c) / longest : 0;
+}
+
+Point between(const Point& a, const Point& b, double at) {
+    return {(1 - at) * a[0] + at * b[0], (1 - at) * a[1] + at * b[1], (1 - at) * a[2] + at * b[2]};
+}
+
+double roundCut(double at) {
+    return std::round(at * cutSteps) / cutSteps;
 }
 
 } // namespace
@@ -74,6 +96,7 @@ Index ktConformingRefiner::addPosition(const Point& point) {
     const Index welded = static_cast<Index>(weldedPositions.size());
     const Cell cell = cellOf(point, 0.0);
     weldedPositions.push_back(point);
+    cornerCount.push_back(0);
     const auto [first, isNew] = firstInCell.insert(cellKey(cell[0], cell[1], cell[2]), welded);
     nextInCell.push_back(isNew ? none : std::exchange(*first, welded));
     return welded;
@@ -89,7 +112,7 @@ Index ktConformingRefiner::addMesh(const std::vector<Point>& positions, const st
     const Index first = static_cast<Index>(vertexList.size());
     meshFirstVertex.push_back(first);
     for (const Point& position : positions)
-        vertexList.push_back({weld(position), {none, none}, mesh});
+        vertexList.push_back({weld(position), {none, none}, mesh, 0.0});
     for (std::size_t i = 0; i + 2 < indices.size(); i += 3) {
         const Index triangle = static_cast<Index>(triangleList.size());
         triangleList.push_back({{first + indices[i], first + indices[i + 1], first + indices[i + 2]}, mesh, false});
@@ -97,6 +120,7 @@ Index ktConformingRefiner::addMesh(const std::vector<Point>& positions, const st
         nextHalfEdge.resize(3 * triangleList.size(), none);
         link(triangle);
     }
+    lastSplitOf.resize(triangleList.size(), none);
     firstNewVertex = vertexList.size();
     return mesh;
 }
@@ -124,6 +148,7 @@ void ktConformingRefiner::link(Index triangle) {
         return; // without area it is not split and leaves no gap
     for (int corner = 0; corner < 3; ++corner) {
         const Index halfEdge = 3 * triangle + corner;
+        ++cornerCount[vertexList[triangleList[triangle].vertices[corner]].position];
         const auto [first, isNew] = firstHalfEdges.insert(edge(triangle, corner), halfEdge);
         nextHalfEdge[halfEdge] = isNew ? none : std::exchange(*first, halfEdge);
     }
@@ -132,6 +157,7 @@ void ktConformingRefiner::link(Index triangle) {
 void ktConformingRefiner::unlink(Index triangle) {
     for (int corner = 0; corner < 3; ++corner) {
         const Index halfEdge = 3 * triangle + corner;
+        --cornerCount[vertexList[triangleList[triangle].vertices[corner]].position];
         Index* at = firstHalfEdges.find(edge(triangle, corner));
         while (*at != halfEdge)
             at = &nextHalfEdge[*at];
@@ -173,47 +199,127 @@ bool ktConformingRefiner::isTooThin(Index triangle, int corner) const {
     const Point &a = weldedPositions[vertexList[t.vertices[corner]].position],
                 &b = weldedPositions[vertexList[t.vertices[(corner + 1) % 3]].position],
                 &c = weldedPositions[vertexList[t.vertices[(corner + 2) % 3]].position];
-    const double u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
-    const double x = u[1] * v[2] - u[2] * v[1], y = u[2] * v[0] - u[0] * v[2], z = u[0] * v[1] - u[1] * v[0];
-    return x * x + y * y + z * z < minSize * minSize * squaredDistance(a, b);
+    const double area = doubledArea(a, b, c);
+    return area * area < minSize * minSize * squaredDistance(a, b);
 }
 
-Index ktConformingRefiner::midpointVertex(Index a, Index b, Index welded) {
-    const auto [middle, isNew] = midpointOfVertices.insert(edgeBetween(a, b), static_cast<Index>(vertexList.size()));
-    if (isNew)
-        vertexList.push_back({welded, {std::min(a, b), std::max(a, b)}, vertexList[a].mesh});
-    return *middle;
+Index ktConformingRefiner::vertexBetween(Index a, Index b, double at, Index welded) {
+    const auto [known, isNew] = vertexBetweenVertices.insert(edgeBetween(a, b), none);
+    if (*known == none) {
+        *known = static_cast<Index>(vertexList.size());
+        vertexList.push_back({welded, {std::min(a, b), std::max(a, b)}, vertexList[a].mesh, a < b ? at : 1 - at});
+    }
+    return *known;
 }
 
-// `edge` is the longest edge of all triangles around it.
-void ktConformingRefiner::bisect(Edge edge) {
+// `at` is measured from the end with the smaller index. Where it is a half, `edge` is the longest edge of all triangles
+// around it.
+void ktConformingRefiner::bisect(Edge edge, double at, bool isCut) {
     std::vector<Index> halfEdges;
     for (Index halfEdge = firstHalfEdge(edge); halfEdge != none; halfEdge = nextHalfEdge[halfEdge])
         halfEdges.push_back(halfEdge);
     std::sort(halfEdges.begin(), halfEdges.end()); // the order of the list depends on earlier splits
 
-    Point middle;
-    for (int i = 0; i < 3; ++i)
-        middle[i] = 0.5 * (weldedPositions[edge >> 32][i] + weldedPositions[edge & 0xFFFFFFFFu][i]);
+    const Point point = between(weldedPositions[edge >> 32], weldedPositions[edge & 0xFFFFFFFFu], at);
     // If a neighbour already has a vertex there, this closes the gap.
-    Index welded = weld(middle);
+    Index welded = weld(point);
     if (welded == edge >> 32 || welded == (edge & 0xFFFFFFFFu))
-        welded = addPosition(middle);
+        welded = addPosition(point);
 
+    splits.push_back({welded, static_cast<Index>(bisections.size()), static_cast<Index>(halfEdges.size())});
     for (Index halfEdge : halfEdges) {
         const Index triangle = halfEdge / 3;
         const int corner = static_cast<int>(halfEdge % 3);
         const Triangle old = triangleList[triangle];
         const Index a = old.vertices[corner], b = old.vertices[(corner + 1) % 3], c = old.vertices[(corner + 2) % 3];
-        const Index m = midpointVertex(a, b, welded);
+        const double fromA = vertexList[a].position == edge >> 32 ? at : 1 - at;
+        const Index m = vertexBetween(a, b, fromA, welded);
+        const Index newTriangle = static_cast<Index>(triangleList.size());
         unlink(triangle);
         triangleList[triangle] = {{a, m, c}, old.mesh, old.isDegenerate};
         triangleList.push_back({{m, b, c}, old.mesh, old.isDegenerate});
         nextHalfEdge.resize(3 * triangleList.size(), none);
         link(triangle);
-        link(static_cast<Index>(triangleList.size() - 1));
-        bisections.push_back({triangle, static_cast<Index>(triangleList.size() - 1), corner});
+        link(newTriangle);
+        bisections.push_back({triangle, newTriangle, corner, fromA, isCut});
+        earlierSplitOf.push_back(lastSplitOf[triangle]);
+        lastSplitOf[triangle] = static_cast<Index>(splits.size() - 1);
+        lastSplitOf.push_back(lastSplitOf[triangle]);
     }
+}
+
+bool ktConformingRefiner::canCut(Edge edge, double at) const {
+    at = roundCut(at);
+    const Index first = firstHalfEdge(edge);
+    if (first == none || isLocked(edge) || vertexList.size() - firstNewVertex >= vertexLimit)
+        return false;
+    const double shorter = std::min(at, 1 - at);
+    if (!(shorter > 0) || shorter * shorter * squaredLength(edge) < minSize * minSize)
+        return false;
+    for (Index halfEdge = first; halfEdge != none; halfEdge = nextHalfEdge[halfEdge]) {
+        const Triangle& t = triangleList[halfEdge / 3];
+        const int corner = static_cast<int>(halfEdge % 3);
+        const Point &a = weldedPositions[vertexList[t.vertices[corner]].position],
+                    &b = weldedPositions[vertexList[t.vertices[(corner + 1) % 3]].position],
+                    &c = weldedPositions[vertexList[t.vertices[(corner + 2) % 3]].position];
+        const Point m = between(weldedPositions[edge >> 32], weldedPositions[edge & 0xFFFFFFFFu], at);
+        if (t.isDegenerate || shape(a, m, c) < leastShape || shape(m, b, c) < leastShape)
+            return false;
+        // The parts are split later only if they are higher than `minSize`.
+        if (isTooThin(halfEdge / 3, longestCorner(halfEdge / 3)))
+            return false;
+    }
+    return true;
+}
+
+std::size_t ktConformingRefiner::cutCost(Edge edge) const {
+    std::size_t cost = 0;
+    for (Index halfEdge = firstHalfEdge(edge); halfEdge != none; halfEdge = nextHalfEdge[halfEdge])
+        ++cost;
+    return cost;
+}
+
+bool ktConformingRefiner::cut(Edge edge, double at) {
+    if (!canCut(edge, at))
+        return false;
+    bisect(edge, roundCut(at), true);
+    return true;
+}
+
+bool ktConformingRefiner::canMerge(std::size_t split) const {
+    const Split& s = splits[split];
+    if (cornerCount[s.position] != 2 * s.bisectionCount)
+        return false;
+    for (Index i = s.firstBisection; i < s.firstBisection + s.bisectionCount; ++i)
+        if (lastSplitOf[bisections[i].triangle] != split || lastSplitOf[bisections[i].newTriangle] != split)
+            return false;
+    return true;
+}
+
+void ktConformingRefiner::merge(std::size_t split) {
+    const Split& s = splits[split];
+    for (Index i = s.firstBisection; i < s.firstBisection + s.bisectionCount; ++i) {
+        const Bisection& bisection = bisections[i];
+        unlink(bisection.triangle);
+        unlink(bisection.newTriangle);
+        Triangle& first = triangleList[bisection.triangle];
+        Triangle& second = triangleList[bisection.newTriangle];
+        const Index a = first.vertices[0], b = second.vertices[1], c = first.vertices[2];
+        first.vertices[bisection.corner] = a;
+        first.vertices[(bisection.corner + 1) % 3] = b;
+        first.vertices[(bisection.corner + 2) % 3] = c;
+        second.vertices[0] = second.vertices[1] = second.vertices[2] = a;
+        lastSplitOf[bisection.triangle] = earlierSplitOf[i];
+        lastSplitOf[bisection.newTriangle] = none;
+        *vertexBetweenVertices.find(edgeBetween(a, b)) = none;
+        link(bisection.triangle);
+    }
+}
+
+std::vector<ktConformingRefiner::Bisection> ktConformingRefiner::takeBisections() {
+    const auto first = bisections.begin() + static_cast<std::ptrdiff_t>(takenBisections);
+    takenBisections = bisections.size();
+    return {first, bisections.end()};
 }
 
 // Follows the path of split(). Of two longer edges beside an edge, it counts one.
@@ -256,7 +362,7 @@ bool ktConformingRefiner::split(Edge wanted) {
                 return false;
         }
         if (next == edge) {
-            bisect(edge);
+            bisect(edge, 0.5, false);
             path.pop_back();
         } else {
             path.push_back(next);

@@ -11,10 +11,11 @@
 #include <vector>
 
 /// Splits edges of a group of triangle meshes and keeps the group conforming: if two triangles, of one mesh or of two,
-/// share an edge in space, a split of this edge splits both. Triangles are always bisected at their longest edge. So
+/// share an edge in space, a split of this edge splits both. split() always bisects triangles at their longest edge. So
 /// their shapes stay good, and the result of a set of splits does not depend on their order. A triangle is not split if
 /// its longest edge is locked, or if it is so thin that its parts would vanish in rounding.
 /// After M.-C. Rivara, "Algorithms for refining triangular grids suitable for adaptive and multigrid techniques", 1984.
+/// cut() splits an edge at any point, and merge() takes back a split.
 ///
 /// Vertices and triangles are numbered over the whole group, starting with the first mesh. New ones are appended.
 /// Many threads may read at once; changes are not thread-safe.
@@ -27,19 +28,27 @@ public:
     /// one lies between.
     struct Vertex {
         Index position;
-        Index parents[2]; ///< `none` for an original vertex
+        Index parents[2]; ///< `none` for an original vertex; else the smaller first
         Index mesh;
+        double at = 0; ///< where between them, from the first: above 0, below 1
     };
     struct Triangle {
         Index vertices[3]; ///< with the winding of the original triangle
         Index mesh;
         bool isDegenerate; ///< the original triangle has no height, so its parts may vanish
     };
-    /// A bisected triangle: (a, b, c) became (a, m, c), and (m, b, c) is new. m is the midpoint of a and b.
+    /// A bisected triangle: (a, b, c) became (a, m, c), and (m, b, c) is new. m lies between a and b.
     struct Bisection {
         Index triangle;
         Index newTriangle;
-        int corner; ///< of the original triangle: a
+        int corner;      ///< of the original triangle: a
+        double at = 0.5; ///< where m is: 0 at a, 1 at b
+        bool isCut = false;
+    };
+    /// The bisections of all triangles at an edge that was split once.
+    struct Split {
+        Index position; ///< of the new vertices
+        Index firstBisection, bisectionCount;
     };
     /// An edge in space: the indices of its welded positions, the smaller first.
     using Edge = std::uint64_t;
@@ -65,6 +74,26 @@ public:
     ///         the vertex limit is reached.
     ///         Even then, longer edges may have been split. The group is always conforming.
     bool split(Edge edge);
+    /// Splits an edge at any point, whether or not longer edges are beside it. Keeps the group conforming.
+    /// @param at from the end with the smaller index (0) to the other (1); rounded to 2^-20
+    /// @return false if canCut() is: nothing is then split
+    bool cut(Edge edge, double at);
+    /// Whether an edge can be cut. It must not be locked, a part must not be shorter than eight weld distances, and no
+    /// triangle beside it may become a sliver: lower than a tenth of its longest edge.
+    bool canCut(Edge edge, double at) const;
+    /// Roughly how many triangles cut() adds: those beside the edge.
+    std::size_t cutCost(Edge edge) const;
+
+    /// Splits so far, also those taken back. They are numbered in their order in time.
+    std::size_t splitCount() const { return splits.size(); }
+    const Split& splitAt(std::size_t split) const { return splits[split]; }
+    const Bisection& bisection(std::size_t index) const { return bisections[index]; }
+    /// Whether a split can be taken back: nothing but its parts uses its new vertices.
+    bool canMerge(std::size_t split) const;
+    /// Takes back a split: `triangle` of each bisection is again what it was before, and `newTriangle` collapses. The
+    /// new vertices stay in the list, but no triangle has them.
+    void merge(std::size_t split);
+
     /// The longest edge of a triangle: the one at which it is bisected.
     Edge longestEdge(Index triangle) const { return edge(triangle, longestCorner(triangle)); }
     /// Roughly how many triangles split() adds.
@@ -73,7 +102,7 @@ public:
     void setVertexLimit(std::size_t newVertices) { vertexLimit = newVertices; }
 
     /// Bisections since the last call, in their order in time.
-    std::vector<Bisection> takeBisections() { return std::exchange(bisections, {}); }
+    std::vector<Bisection> takeBisections();
 
     static Edge edgeBetween(Index positionA, Index positionB);
     Edge edge(Index triangle, int corner) const; ///< from the corner to the next one
@@ -105,8 +134,8 @@ private:
     bool longer(Edge a, Edge b) const;
     /// Whether the triangle is too thin to be bisected at the edge from `corner`.
     bool isTooThin(Index triangle, int corner) const;
-    void bisect(Edge edge);
-    Index midpointVertex(Index a, Index b, Index welded);
+    void bisect(Edge edge, double at, bool isCut);
+    Index vertexBetween(Index a, Index b, double at, Index welded);
 
     double weldDistance;
     double cellSize; // of the search grid
@@ -122,7 +151,12 @@ private:
     // Triangles around an edge: a list of half-edges (3 * triangle + corner) that begins at firstHalfEdge(edge).
     ktHashMap<Index> firstHalfEdges;
     std::vector<Index> nextHalfEdge;
-    ktHashMap<Index> midpointOfVertices; // keyed by two vertices
+    ktHashMap<Index> vertexBetweenVertices; // keyed by two vertices; `none` after a merge
     std::unordered_set<Edge> locked;
+    std::vector<Index> cornerCount; // by welded position: corners of triangles that have it
     std::vector<Bisection> bisections;
+    std::vector<Index> earlierSplitOf; // by bisection: lastSplitOf its triangle before
+    std::vector<Split> splits;
+    std::vector<Index> lastSplitOf; // by triangle: the split that made it what it is, or `none`
+    std::size_t takenBisections = 0;
 };

@@ -3,6 +3,7 @@
 #include "ktFittedRefinement.h"
 
 #include "ktCancelPoint.h"
+#include "ktContactCut.h"
 #include "ktFitPoints.h"
 #include "ktFitSampling.h"
 #include "ktParallel.h"
@@ -22,6 +23,8 @@ constexpr float smallShare = 0.25f;           // then also this share of the thr
 constexpr float errorLeft = 0.3f, differenceLeft = 0.6f;
 constexpr float mostLeverage = 0.8f;
 constexpr std::size_t pointsAtOnce = 1 << 17; // bounds memory
+constexpr double cutShare = 0.3;              // of the squared error that a line explains, where a triangle is cut
+constexpr int mostMerges = 2;                 // times that unneeded splits are taken back
 
 // Gathered light is noisier than w: its rays meet surfaces of unequal brightness. With less, bounces added three times
 // as many triangles to the truck, without a smaller error.
@@ -33,20 +36,12 @@ float noiseOf(const ktPreparedDirections* directions) {
     return static_cast<float>(0.37 * 0.37 / (perAxis * perAxis * perAxis));
 }
 
-ktIllumination measureLight(const float* channels, std::size_t count, bool indirect) {
-    if (indirect)
-        return ktMeasureIndirect(channels);
-    osg::Vec4f result(0, 0, 0, 0);
-    std::copy_n(channels, count, result.getValues() + (4 - count));
-    return ktMeasureDirect(result);
-}
-
 } // namespace
 
 ktFittedRefinement::ktFittedRefinement(std::vector<std::unique_ptr<ktRefinementMesh>>& meshes_,
-                                       const ktTracedScene& scene, const std::set<ktGeometryNumber>& inside,
+                                       const ktTracedScene& scene_, const std::set<ktGeometryNumber>& inside,
                                        const ktRefinementTasks& tasks_, std::size_t most_)
-    : ktRefinedMeshes(meshes_, scene, inside), tasks(tasks_), most(most_) {
+    : ktRefinedMeshes(meshes_, scene_, inside), tasks(tasks_), most(most_), scene(scene_) {
     noise[0] = noise[1] = noiseOf(tasks.directFit->directions);
     if (tasks.gatherFit)
         noise[1] = gatheredNoise * noiseOf(tasks.gatherFit->directions);
@@ -60,7 +55,10 @@ ktFittedRefinement::ktFittedRefinement(std::vector<std::unique_ptr<ktRefinementM
     error.resize(count);
     area.resize(count);
     difference.resize(count);
+    fittedError.resize(count);
     depth.resize(count);
+    version.resize(count);
+    isFree.resize(count);
     wanted.resize(count, pointsPerTriangle);
     isMeshFresh.resize(meshes.size(), 1);
     for (Index t = 0; t < count; ++t)
@@ -83,7 +81,7 @@ void ktFittedRefinement::refine(ktRefinementProgress& progress) {
         rounds = std::max(rounds, most > 0 ? deepest / 2 : mesh->request().rounds);
     progress.rounds = rounds;
     progress.round = 1;
-    do {
+    for (int merges = 0;;) {
         addPoints();
         traceNewPoints(false);
         traceNewPoints(true);
@@ -91,7 +89,11 @@ void ktFittedRefinement::refine(ktRefinementProgress& progress) {
         fit();
         // Two bisections halve the edges of a triangle.
         progress.round = std::min(rounds, 1 + *std::max_element(depth.begin(), depth.end()) / 2);
-    } while (bisectWorst(progress));
+        if (!bisectWorst(progress) && (merges++ == mostMerges || !mergeUnneeded()))
+            break;
+    }
+    removeUnusedVertices();
+    progress.newVertices = newVertexCount();
     progress.round = rounds;
 }
 
@@ -173,7 +175,8 @@ bool ktFittedRefinement::isEven(ktRefinementMesh& mesh, const std::uint32_t* ver
     const std::size_t channels = channelsOf(mesh.request().indirect);
     ktIllumination least = {2, 1e30f}, greatest = {-1, -1};
     for (int corner = 0; corner < 3; ++corner) {
-        const ktIllumination light = measureLight(valuesOf(mesh, vertices[corner]), channels, mesh.request().indirect);
+        const ktIllumination light =
+            ktMeasureLight(valuesOf(mesh, vertices[corner]), channels, mesh.request().indirect);
         for (std::size_t k = 0; k < light.size(); ++k) {
             least[k] = std::min(least[k], light[k]);
             greatest[k] = std::max(greatest[k], light[k]);
@@ -346,8 +349,8 @@ void ktFittedRefinement::measureErrors(ktRefinementMesh& mesh, const std::vector
                 leverage += weightOf(face) * sample.weights[corner] * sample.weights[corner] /
                             std::max(diagonal[corners.unknowns[corner]], 1e-300);
             }
-            const ktIllumination at = measureLight(sample.light.data(), channels, indirect);
-            const ktIllumination expected = measureLight(interpolated, channels, indirect);
+            const ktIllumination at = ktMeasureLight(sample.light.data(), channels, indirect);
+            const ktIllumination expected = ktMeasureLight(interpolated, channels, indirect);
             const float a = std::fabs(at[0] - expected[0]), b = std::fabs(at[1] - expected[1]);
             const double squared = (double(a) * a + double(b) * b) / (1 - std::min(leverage, double(mostLeverage)));
             sample.error = static_cast<float>(weightOf(face) * (squared - variance));
@@ -356,6 +359,7 @@ void ktFittedRefinement::measureErrors(ktRefinementMesh& mesh, const std::vector
             difference[triangle] = std::max(difference[triangle], sample.difference);
         });
         error[triangle] = static_cast<float>(std::max(0.0, sum));
+        fittedError[triangle] = error[triangle];
         area[triangle] = corners.area;
     }
 }
@@ -381,7 +385,7 @@ bool ktFittedRefinement::bisectWorst(ktRefinementProgress& progress) {
     std::vector<Candidate> queue;
     const auto add = [&](Index triangle) {
         if (mayBisect(triangle)) {
-            queue.push_back({error[triangle], triangle, depth[triangle]});
+            queue.push_back({error[triangle], triangle, version[triangle]});
             std::push_heap(queue.begin(), queue.end());
         }
     };
@@ -401,12 +405,14 @@ bool ktFittedRefinement::bisectWorst(ktRefinementProgress& progress) {
         std::pop_heap(queue.begin(), queue.end());
         const Candidate worst = queue.back();
         queue.pop_back();
-        if (worst.depth != depth[worst.triangle])
+        if (worst.version != version[worst.triangle])
             continue; // bisected meanwhile
-        const ktConformingRefiner::Edge edge = refiner.longestEdge(worst.triangle);
-        if (most > 0 && triangleCount() + refiner.splitCost(edge) > most)
-            continue;
-        refiner.split(edge);
+        if (!cutAlongContact(worst.triangle)) {
+            const Edge edge = refiner.longestEdge(worst.triangle);
+            if (most > 0 && triangleCount() + refiner.splitCost(edge) > most)
+                continue;
+            refiner.split(edge);
+        }
         for (const ktConformingRefiner::Bisection& bisection : refiner.takeBisections()) {
             takeBisection(bisection);
             add(bisection.triangle);
@@ -418,18 +424,98 @@ bool ktFittedRefinement::bisectWorst(ktRefinementProgress& progress) {
     return refiner.triangles().size() > before;
 }
 
+// Whether the light changes at a line through a triangle: the samples on the two sides of it explain a good part of the
+// squared error by being off in different ways. True if nobody sees one side.
+bool ktFittedRefinement::isLightCut(Index triangle, const double* sides) const {
+    ktRefinementMesh& mesh = meshOf(triangle);
+    const bool indirect = mesh.request().indirect;
+    const std::size_t channels = channelsOf(indirect);
+    const float* values[3];
+    for (std::size_t corner = 0; corner < 3; ++corner)
+        values[corner] = valuesOf(mesh, localIndex[refiner.triangles()[triangle].vertices[corner]]);
+    double sum[2] = {0, 0}, squares = 0;
+    int count[2] = {0, 0};
+    samples.forEach(triangle, [&](const ktSurfaceSample& sample) {
+        if (!sample.isValid)
+            return;
+        float interpolated[4] = {0, 0, 0, 0};
+        double side = 0;
+        for (std::size_t corner = 0; corner < 3; ++corner) {
+            side += sides[corner] * sample.weights[corner];
+            for (std::size_t c = 0; c < channels; ++c)
+                interpolated[c] += sample.weights[corner] * values[corner][c];
+        }
+        const ktIllumination at = ktMeasureLight(sample.light.data(), channels, indirect);
+        const ktIllumination expected = ktMeasureLight(interpolated, channels, indirect);
+        const double off = double(at[0]) - expected[0] + at[1] - expected[1];
+        sum[side > 0] += off;
+        ++count[side > 0];
+        squares += off * off;
+    });
+    if (count[0] == 0 || count[1] == 0)
+        return true;
+    return sum[0] * sum[0] / count[0] + sum[1] * sum[1] / count[1] >= cutShare * squares;
+}
+
+// Cuts a triangle along a line where another surface meets it. Returns false if there is none, if the light does not
+// change there, or if the parts would be slivers.
+bool ktFittedRefinement::cutAlongContact(Index triangle) {
+    if (isFree[triangle])
+        return false;
+    if (!contacts)
+        contacts = std::make_unique<ktContactLines>(scene);
+    addNewVertices();
+    const ktConformingRefiner::Triangle& t = refiner.triangles()[triangle];
+    ktConformingRefiner::Point corners[3];
+    Index vertices[3];
+    for (std::size_t corner = 0; corner < 3; ++corner) {
+        corners[corner] = refiner.position(refiner.vertices()[t.vertices[corner]].position);
+        vertices[corner] = localIndex[t.vertices[corner]];
+    }
+    constexpr float middle[3] = {1 / 3.0f, 1 / 3.0f, 1 / 3.0f};
+    const ktSurfacePoint seen = meshOf(triangle).worldPoint(vertices, middle);
+    const std::vector<ktContactSegment> segments =
+        contacts->find(corners, {seen.normal[0], seen.normal[1], seen.normal[2]});
+    isFree[triangle] = segments.empty();
+    const ktContactCut cut = ktChooseContactCut(corners, segments);
+    Edge edges[2];
+    double at[2];
+    std::size_t cost = 0;
+    for (int i = 0; i < cut.count; ++i) {
+        const int corner = cut.places[i].corner;
+        edges[i] = refiner.edge(triangle, corner);
+        const bool isFirst = refiner.vertices()[t.vertices[corner]].position == edges[i] >> 32;
+        at[i] = isFirst ? cut.places[i].at : 1 - cut.places[i].at;
+        if (!refiner.canCut(edges[i], at[i]))
+            return false;
+        cost += refiner.cutCost(edges[i]);
+    }
+    if (cut.count == 0 || (most > 0 && triangleCount() + cost > most) || !isLightCut(triangle, cut.sides))
+        return false;
+    for (int i = 0; i < cut.count; ++i)
+        refiner.cut(edges[i], at[i]);
+    return true;
+}
+
 void ktFittedRefinement::takeBisection(const ktConformingRefiner::Bisection& bisection) {
     const std::size_t count = std::max<std::size_t>(error.size(), std::size_t(bisection.newTriangle) + 1);
     samples.resize(count);
     error.resize(count);
     area.resize(count);
     difference.resize(count);
+    fittedError.resize(count);
     depth.resize(count);
+    version.resize(count);
+    isFree.resize(count);
     wanted.resize(count);
-    depth[bisection.triangle] = static_cast<std::uint8_t>(std::min(depth[bisection.triangle] + 1, 255));
+    if (!bisection.isCut)
+        depth[bisection.triangle] = static_cast<std::uint8_t>(std::min(depth[bisection.triangle] + 1, 255));
     depth[bisection.newTriangle] = depth[bisection.triangle];
-    area[bisection.triangle] *= 0.5f;
-    area[bisection.newTriangle] = area[bisection.triangle];
+    ++version[bisection.triangle];
+    isFree[bisection.newTriangle] = isFree[bisection.triangle];
+    const auto first = static_cast<float>(bisection.at);
+    area[bisection.newTriangle] = area[bisection.triangle] * (1 - first);
+    area[bisection.triangle] *= first;
     samples.distribute(bisection);
     for (Index part : {bisection.triangle, bisection.newTriangle}) {
         double sum = 0;

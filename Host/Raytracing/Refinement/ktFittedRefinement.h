@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktContactLines.h"
 #include "ktFitMesh.h"
 #include "ktFitPoints.h"
 #include "ktRefinedMeshes.h"
@@ -42,10 +43,18 @@ private:
     struct Candidate {
         float error;
         Index triangle;
-        std::uint8_t depth; ///< of the triangle; another one if it has been bisected meanwhile
+        std::uint32_t version; ///< of the triangle; another one if it has been bisected meanwhile
         bool operator<(const Candidate& other) const {
             return error != other.error ? error < other.error : triangle > other.triangle;
         }
+    };
+    /// A split that may be taken back.
+    struct Merge {
+        std::size_t split;
+        std::size_t saved; ///< triangles
+        double cost;       ///< squared error, times the area, that it adds
+        double noise;      ///< the part of the squared error that may be noise
+        bool isSmall;      ///< no difference would be above the threshold, or more than now
     };
     void takePassSamples();
     bool isEven(ktRefinementMesh& mesh, const std::uint32_t* vertices) const;
@@ -60,6 +69,13 @@ private:
     bool isOff(Index triangle) const;
     bool mayBisect(Index triangle) const;
     bool bisectWorst(ktRefinementProgress& progress);
+    bool isLightCut(Index triangle, const double* sides) const;
+    bool cutAlongContact(Index triangle);
+    float mergedError(const ktConformingRefiner::Bisection& bisection, float& greatest) const;
+    Merge evaluateMerge(std::size_t split) const;
+    void merge(const Merge& merge);
+    std::vector<float> expectedGains() const;
+    bool mergeUnneeded();
     void takeBisection(const ktConformingRefiner::Bisection& bisection);
     std::size_t channelsOf(bool indirect) const;
     float* valuesOf(ktRefinementMesh& mesh, Index vertex) const;
@@ -69,15 +85,20 @@ private:
     const std::size_t most;
     std::vector<Index> firstTriangle; ///< by mesh
     std::size_t collapsedCount = 0;
-    float noise[2]; ///< variance of direct and of indirect light at a point
+    const ktTracedScene& scene;
+    std::unique_ptr<ktContactLines> contacts; ///< made when first needed
+    float noise[2];                           ///< variance of direct and of indirect light at a point
     ktSurfaceSamples samples;
 
     // By triangle.
-    std::vector<float> error;         ///< squared, times the area
-    std::vector<float> area;          ///< world units, squared; set by a fit
-    std::vector<float> difference;    ///< the largest of its samples, less noise
-    std::vector<std::uint8_t> depth;  ///< bisections since the original
-    std::vector<std::uint8_t> wanted; ///< fewest samples
+    std::vector<float> error;           ///< squared, times the area
+    std::vector<float> area;            ///< world units, squared; set by a fit
+    std::vector<float> difference;      ///< the largest of its samples, less noise
+    std::vector<double> fittedError;    ///< of its parts in the last fit
+    std::vector<std::uint8_t> depth;    ///< bisections since the original, cuts left out
+    std::vector<std::uint32_t> version; ///< bisections, cuts and merges
+    std::vector<std::uint8_t> isFree;   ///< no other surface meets it
+    std::vector<std::uint8_t> wanted;   ///< fewest samples
 
     std::vector<Index> fresh;              ///< triangles that may lack samples
     std::vector<std::uint8_t> isMeshFresh; ///< by mesh: needs a fit

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "ktFitSolver.h"
+#include "ktSplitEdges.h"
 #include "ktWorldTransform.h"
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -50,13 +50,12 @@ struct ktGeoSubdivisionRecord {
 
     std::shared_ptr<const ktPassSamples> passSamples; ///< null if nothing is known
 
-    bool isReady = false; ///< everything below is filled
-    /// Each new vertex is the midpoint of two others: original vertices, or new ones before it.
-    std::vector<std::array<std::uint32_t, 2>> parents;
+    bool isReady = false;            ///< everything below is filled
+    ktSplitEdges parents;            ///< of the new vertices
     std::vector<osg::Vec4f> results; ///< channel 7 of the new vertices
     std::vector<osg::Vec4f> baked;   ///< channel 5 of the new vertices, without the marker
-    /// Channels 7 and 5 of the original vertices, if a fit changes them; else empty. Where `baked` is empty, new
-    /// vertices get the means of their parents.
+    /// Channels 7 and 5 of the original vertices, if a fit changes them; else empty. Where `baked` is empty, that of
+    /// new vertices is interpolated between their parents.
     std::vector<osg::Vec4f> originalResults, originalBaked;
     std::vector<std::uint32_t> triangles; ///< all of the geometry, three vertices each
 };

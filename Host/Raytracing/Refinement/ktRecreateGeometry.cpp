@@ -17,20 +17,20 @@ constexpr float bakedMarker = 2.0f; // added to w in channel 5; values of 1.5 or
 using Parents = ktSplitEdges;
 
 template <class Component>
-Component mean(Component a, Component b) {
+Component interpolate(const ktSplitEdge& edge, Component a, Component b) {
     if constexpr (std::numeric_limits<Component>::is_integer)
-        return static_cast<Component>(std::llround((static_cast<double>(a) + static_cast<double>(b)) / 2));
+        return static_cast<Component>(std::llround((1.0 - edge.at) * static_cast<double>(a) + edge.at * double(b)));
     else
-        return static_cast<Component>(0.5f * (a + b));
+        return static_cast<Component>(edge.interpolate(a, b));
 }
 
 template <class Component>
-void appendMeans(osg::UInt8* data, std::size_t oldCount, std::size_t dimension, const Parents& parents) {
+void appendInterpolated(osg::UInt8* data, std::size_t oldCount, std::size_t dimension, const Parents& parents) {
     auto* const values = reinterpret_cast<Component*>(data);
     for (std::size_t i = 0; i < parents.size(); ++i)
         for (std::size_t c = 0; c < dimension; ++c)
             values[(oldCount + i) * dimension + c] =
-                mean(values[parents[i][0] * dimension + c], values[parents[i][1] * dimension + c]);
+                interpolate(parents[i], values[parents[i].a * dimension + c], values[parents[i].b * dimension + c]);
 }
 
 void normalize(osg::UInt8* data, std::size_t begin, std::size_t end) {
@@ -43,7 +43,7 @@ void normalize(osg::UInt8* data, std::size_t begin, std::size_t end) {
     }
 }
 
-// Appends the means to a property with one element per vertex. Other properties stay unchanged.
+// Appends the new vertices to a property with one element per vertex. Other properties stay unchanged.
 template <class PropertyPtr>
 void extend(const PropertyPtr& property, std::size_t oldCount, const Parents& parents, bool isNormal = false) {
     if (property == osg::NullFC || property->getSize() < oldCount)
@@ -54,27 +54,27 @@ void extend(const PropertyPtr& property, std::size_t oldCount, const Parents& pa
     const std::size_t dimension = property->getDimension();
     switch (property->getFormat()) {
     case GL_FLOAT:
-        appendMeans<float>(data, oldCount, dimension, parents);
+        appendInterpolated<float>(data, oldCount, dimension, parents);
         if (isNormal && dimension == 3)
             normalize(data, oldCount, oldCount + parents.size());
         break;
     case GL_DOUBLE:
-        appendMeans<double>(data, oldCount, dimension, parents);
+        appendInterpolated<double>(data, oldCount, dimension, parents);
         break;
     case GL_UNSIGNED_BYTE:
-        appendMeans<osg::UInt8>(data, oldCount, dimension, parents);
+        appendInterpolated<osg::UInt8>(data, oldCount, dimension, parents);
         break;
     case GL_BYTE:
-        appendMeans<osg::Int8>(data, oldCount, dimension, parents);
+        appendInterpolated<osg::Int8>(data, oldCount, dimension, parents);
         break;
     case GL_UNSIGNED_SHORT:
-        appendMeans<osg::UInt16>(data, oldCount, dimension, parents);
+        appendInterpolated<osg::UInt16>(data, oldCount, dimension, parents);
         break;
     case GL_SHORT:
-        appendMeans<osg::Int16>(data, oldCount, dimension, parents);
+        appendInterpolated<osg::Int16>(data, oldCount, dimension, parents);
         break;
     case GL_UNSIGNED_INT:
-        appendMeans<osg::UInt32>(data, oldCount, dimension, parents);
+        appendInterpolated<osg::UInt32>(data, oldCount, dimension, parents);
         break;
     default:
         break;

@@ -51,7 +51,32 @@ void ktRefinedMeshes::addNewVertices() {
             ktThrowIfCanceled();
         const ktConformingRefiner::Vertex& vertex = refiner.vertices()[v];
         localIndex.push_back(meshes[vertex.mesh]->vertexCount());
-        meshes[vertex.mesh]->addVertex(localIndex[vertex.parents[0]], localIndex[vertex.parents[1]]);
+        meshes[vertex.mesh]->addVertex(
+            {localIndex[vertex.parents[0]], localIndex[vertex.parents[1]], static_cast<float>(vertex.at)});
+    }
+}
+
+void ktRefinedMeshes::removeUnusedVertices() {
+    std::vector<std::vector<bool>> isKept(meshes.size());
+    for (std::size_t m = 0; m < meshes.size(); ++m)
+        isKept[m].resize(meshes[m]->vertexCount(), false);
+    const auto kept = [&](std::size_t v) { return isKept[refiner.vertices()[v].mesh][localIndex[v]]; };
+    for (std::size_t v = 0; v < refiner.originalVertexCount(); ++v)
+        kept(v) = true;
+    for (Index t = 0; t < refiner.triangles().size(); ++t)
+        for (std::size_t corner = 0; !refiner.isCollapsed(t) && corner < 3; ++corner)
+            kept(refiner.triangles()[t].vertices[corner]) = true;
+    ktThrowIfCanceled();
+    for (std::size_t m = 0; m < meshes.size(); ++m)
+        meshes[m]->keepVertices(isKept[m]);
+    std::vector<Index> next(meshes.size(), 0);
+    unusedCount = 0;
+    for (std::size_t v = 0; v < localIndex.size(); ++v) {
+        const Index mesh = refiner.vertices()[v].mesh;
+        if (isKept[mesh][localIndex[v]])
+            localIndex[v] = next[mesh]++;
+        else
+            ++unusedCount;
     }
 }
 

@@ -16,7 +16,9 @@ class ktRefinedMeshes {
 public:
     /// Triangles of each mesh, as indices of its vertices. Leaves out triangles without area.
     std::vector<std::vector<std::uint32_t>> triangles() const;
-    std::size_t newVertexCount() const { return refiner.vertices().size() - refiner.originalVertexCount(); }
+    std::size_t newVertexCount() const {
+        return refiner.vertices().size() - refiner.originalVertexCount() - unusedCount;
+    }
 
 protected:
     using Index = ktConformingRefiner::Index;
@@ -34,8 +36,14 @@ protected:
     ktRefinementMesh& meshOf(Index triangle) const { return *meshes[refiner.triangles()[triangle].mesh]; }
     /// Appends the vertices that splits have made to their meshes. @throws ktCanceled, std::bad_alloc
     void addNewVertices();
+    /// Removes the new vertices that no triangle has, because a split was taken back. Call at most once, at the end.
+    /// @throws ktCanceled, std::bad_alloc
+    void removeUnusedVertices();
 
     std::vector<std::unique_ptr<ktRefinementMesh>>& meshes;
     ktConformingRefiner refiner;
     std::vector<Index> localIndex; ///< by vertex of the refiner: index in its mesh
+
+private:
+    std::size_t unusedCount = 0; ///< removed vertices
 };

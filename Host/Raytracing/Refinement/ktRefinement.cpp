@@ -72,21 +72,30 @@ void ktRefinement::clear() {
 ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinementTasks& tasks, ktBounceLight& bounces,
                                      const std::function<const float*(ktGeometryNumber)>& tintOf, ktEventPump& pump) {
     std::vector<std::unique_ptr<ktRefinementMesh>> meshes;
-    std::set<ktGeometryNumber> inside;
+    std::set<ktGeometryNumber> inside, usedOften;
     const Uses uses(scene, pump);
     for (ktGeoSubdivisionRecord* record : records) {
         pump.handleEventsIfDue();
         const osg::GeometryPtr geometry = record->geometry.get();
         const ktGeometryNumber number = ktGetGeometryNumber(geometry);
         // A geometry may have two records, for example after two bounces. It is refined once.
-        if (record->isReady || inside.count(number) || !uses.isUsedOnce(geometry))
+        if (record->isReady || inside.count(number))
             continue;
+        if (!uses.isUsedOnce(geometry)) {
+            if (!record->request.indirect)
+                usedOften.insert(number);
+            continue;
+        }
         auto mesh = std::make_unique<ktRefinementMesh>(*record, bounces, tintOf(number));
         if (!mesh->isUsable())
             continue;
         inside.insert(number);
         meshes.push_back(std::move(mesh));
     }
+    if (!usedOften.empty())
+        ktLog::info("Meshes that are used several times keep their triangles (%zu); with unique instances, each use is "
+                    "refined",
+                    usedOften.size());
     if (meshes.empty())
         return {};
     // From here on, the result does not depend on the order of the scene's nodes.

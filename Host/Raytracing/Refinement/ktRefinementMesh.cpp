@@ -89,11 +89,12 @@ ktIllumination ktRefinementMesh::measure(const Traced& traced) const {
     return ktMeasureDirect(traced.direct);
 }
 
-ktSurfacePoint ktRefinementMesh::midpoint(Index a, Index b) const {
+ktSurfacePoint ktRefinementMesh::pointOn(const ktSplitEdge& edge) const {
+    const std::size_t a = edge.a, b = edge.b;
     ktSurfacePoint point;
     for (std::size_t c = 0; c < 3; ++c) {
-        point.position[c] = 0.5f * (positions[3 * std::size_t(a) + c] + positions[3 * std::size_t(b) + c]);
-        point.normal[c] = 0.5f * (normals[3 * std::size_t(a) + c] + normals[3 * std::size_t(b) + c]);
+        point.position[c] = edge.interpolate(positions[3 * a + c], positions[3 * b + c]);
+        point.normal[c] = edge.interpolate(normals[3 * a + c], normals[3 * b + c]);
     }
     normalize(point.normal);
     if (!oneRings.empty()) {
@@ -130,20 +131,43 @@ ktSurfacePoint ktRefinementMesh::toWorldSpace(const ktSurfacePoint& point) const
     return world;
 }
 
-void ktRefinementMesh::addVertex(Index a, Index b) {
-    const ktSurfacePoint point = midpoint(a, b);
+void ktRefinementMesh::addVertex(const ktSplitEdge& edge) {
+    const ktSurfacePoint point = pointOn(edge);
     positions.insert(positions.end(), point.position, point.position + 3);
     normals.insert(normals.end(), point.normal, point.normal + 3);
     if (!oneRings.empty())
         oneRings.push_back(point.oneRing);
     if (!fittedVertices.empty()) {
-        Traced mean;
-        mean.direct = (fittedVertices[a].direct + fittedVertices[b].direct) * 0.5f;
+        const Traced &a = fittedVertices[edge.a], &b = fittedVertices[edge.b];
+        Traced between;
+        between.direct = edge.interpolate(a.direct, b.direct);
         for (int c = 0; c < 3; ++c)
-            mean.received[c] = 0.5f * (fittedVertices[a].received[c] + fittedVertices[b].received[c]);
-        fittedVertices.push_back(mean);
+            between.received[c] = edge.interpolate(a.received[c], b.received[c]);
+        fittedVertices.push_back(between);
     }
-    parents.push_back({a, b});
+    parents.push_back(edge);
+}
+
+void ktRefinementMesh::keepVertices(const std::vector<bool>& isKept) {
+    std::vector<Index> newIndex(isKept.size());
+    Index count = 0;
+    for (Index i = 0; i < isKept.size(); ++i) {
+        newIndex[i] = count;
+        if (!isKept[i])
+            continue;
+        std::copy_n(&positions[3 * std::size_t(i)], 3, &positions[3 * std::size_t(count)]);
+        std::copy_n(&normals[3 * std::size_t(i)], 3, &normals[3 * std::size_t(count)]);
+        fittedVertices[count] = fittedVertices[i];
+        if (i >= originalCount) {
+            const ktSplitEdge& edge = parents[i - originalCount];
+            parents[count - originalCount] = {newIndex[edge.a], newIndex[edge.b], edge.at};
+        }
+        ++count;
+    }
+    positions.resize(3 * std::size_t(count));
+    normals.resize(positions.size());
+    fittedVertices.resize(count);
+    parents.resize(count - originalCount);
 }
 
 // The new vertices are consecutive and follow all traced ones.

@@ -40,15 +40,18 @@ public:
         return toWorldSpace(interpolate(vertices, weights));
     }
     /// The midpoint of two vertices.
-    ktSurfacePoint worldMidpoint(Index a, Index b) const { return toWorldSpace(midpoint(a, b)); }
+    ktSurfacePoint worldMidpoint(Index a, Index b) const { return toWorldSpace(pointOn({a, b, 0.5f})); }
 
-    /// Appends the midpoint of two vertices.
-    void addVertex(Index a, Index b);
+    /// Appends a vertex between two others.
+    void addVertex(const ktSplitEdge& edge);
+    /// Removes new vertices. The others keep their order.
+    /// @param isKept by vertex; the ends of the edge of a kept one are kept; true for original vertices
+    void keepVertices(const std::vector<bool>& isKept);
     /// Traces the vertices added since the last call. Worker thread. @throws ktCanceled, std::bad_alloc
     void traceNewVertices(const ktRefinementTasks& tasks);
 
-    /// Prepares for values that the caller fits: from now on, all vertices have some. Those of new vertices are the
-    /// means of their parents'.
+    /// Prepares for values that the caller fits: from now on, all vertices have some. Those of new vertices are
+    /// interpolated between their parents.
     void startFit();
     /// The values of a vertex: x, y, z, w as in ktTraceOcclusion(), or what it received, three floats, if the request
     /// is for indirect light. After startFit().
@@ -83,8 +86,8 @@ private:
         float received[3] = {0, 0, 0};              ///< indirect light, not multiplied by the tint
     };
 
-    // midpoint() and interpolate() give object space.
-    ktSurfacePoint midpoint(Index a, Index b) const;
+    // pointOn() and interpolate() give object space.
+    ktSurfacePoint pointOn(const ktSplitEdge& edge) const;
     ktSurfacePoint interpolate(const Index* vertices, const float* weights) const;
     ktSurfacePoint toWorldSpace(const ktSurfacePoint& point) const;
     void setResults(std::size_t first, std::size_t last, const Traced* traced, std::vector<osg::Vec4f>& results,
@@ -103,7 +106,7 @@ private:
     std::vector<float> originalReceived;   ///< indirect light of the original vertices
     std::vector<float> received;           ///< indirect light of all vertices; set by finish()
     std::vector<ktIllumination> light;
-    std::vector<std::array<Index, 2>> parents; ///< of the new vertices
+    ktSplitEdges parents; ///< of the new vertices
     ktRayCounts rayCounts;
     std::vector<Traced> tracedVertices; ///< the new vertices
     std::vector<Traced> fittedVertices; ///< all vertices; empty without startFit()

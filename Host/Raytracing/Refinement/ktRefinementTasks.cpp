@@ -4,6 +4,7 @@
 
 #include "ktLuminance.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -22,4 +23,12 @@ ktIllumination ktMeasureDirect(const osg::Vec4f& result) {
 
 ktIllumination ktMeasureIndirect(const float* received) {
     return {0.0f, brightness(received)};
+}
+
+ktIllumination ktMeasureLight(const float* channels, std::size_t count, bool indirect) {
+    if (indirect)
+        return ktMeasureIndirect(channels);
+    osg::Vec4f result(0, 0, 0, 0);
+    std::copy_n(channels, count, result.getValues() + (4 - count));
+    return ktMeasureDirect(result);
 }

@@ -27,3 +27,5 @@ using ktIllumination = std::array<float, 2>;
 ktIllumination ktMeasureDirect(const osg::Vec4f& result);
 /// The values for indirect light. @param received linear red, green, blue
 ktIllumination ktMeasureIndirect(const float* received);
+/// The values for samples of a fit. @param count channels: as in ktFitSamples
+ktIllumination ktMeasureLight(const float* channels, std::size_t count, bool indirect);

@@ -7,6 +7,7 @@
 #include "ktLog.h"
 #include "ktNodePermission.h"
 #include "ktScenegraph.h"
+#include "ktSplitEdges.h"
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
 #include <algorithm>
@@ -141,8 +142,8 @@ void ktEarlierResults::noteRefined(quint32 id, const ktSplitEdges& newVertices) 
             continue;
         values.resize(entry->vertices);
         values.reserve(entry->vertices + newVertices.size());
-        for (const auto& [a, b] : newVertices)
-            values.push_back((values[a] + values[b]) * 0.5f);
+        for (const ktSplitEdge& edge : newVertices)
+            values.push_back(edge.interpolate(values[edge.a], values[edge.b]));
     }
     entry->vertices += static_cast<osg::UInt32>(newVertices.size());
     // Its positions lie elsewhere now.
