@@ -60,7 +60,7 @@ const std::vector<Arrow> arrows = {
     {"Host/Raytracing/Contacts/", {"Host/Raytracing/Scene/", "Host/Raytracing/Tracer/", "Host/Raytracing/Threads/"}},
     {"Host/Raytracing/Refinement/",
      {"Host/Raytracing/Contacts/", "Host/Raytracing/Fit/", "Host/Raytracing/Light/", "Host/Raytracing/Scene/",
-      "Host/Raytracing/Sampling/", "Host/Raytracing/Threads/", "Host/Scene/", "Host/Core/"}},
+      "Host/Raytracing/Sampling/", "Host/Raytracing/Threads/", "Host/Scene/", "Host/Scene/Surfaces/", "Host/Core/"}},
     {"Host/Raytracing/",
      {"Host/Raytracing/Refinement/", "Host/Raytracing/Fit/", "Host/Raytracing/Light/", "Host/Raytracing/Scene/",
       "Host/Raytracing/Hemisphere/", "Host/Raytracing/Embree/", "Host/Raytracing/Tracer/", "Host/Raytracing/Sampling/",
