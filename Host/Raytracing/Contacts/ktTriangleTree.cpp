@@ -37,13 +37,15 @@ ktTriangleTree::ktTriangleTree(const ktTracedScene& scene_) : scene(scene_) {
     Point low, high;
     low.fill(infinity);
     high.fill(-infinity);
-    for (const ktTracedGeometry& geometry : scene.geometries) {
-        ktThrowIfCanceled();
-        for (std::uint32_t corner : *geometry.triangles)
+    Point corners[3];
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i % grain == 0)
+            ktThrowIfCanceled();
+        read(static_cast<std::uint32_t>(i), corners);
+        for (const Point& corner : corners)
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                const double p = (*geometry.positions)[3 * std::size_t(corner) + axis];
-                low[axis] = std::min(low[axis], p);
-                high[axis] = std::max(high[axis], p);
+                low[axis] = std::min(low[axis], corner[axis]);
+                high[axis] = std::max(high[axis], corner[axis]);
             }
     }
     double scale[3];
@@ -52,12 +54,12 @@ ktTriangleTree::ktTriangleTree(const ktTracedScene& scene_) : scene(scene_) {
     std::vector<std::uint64_t> keys(count);
     ktParallel::forRange(count, grain, [&](std::size_t begin, std::size_t end) {
         ktThrowIfCanceled();
-        Point corners[3];
+        Point ends[3];
         for (std::size_t i = begin; i < end; ++i) {
-            read(static_cast<std::uint32_t>(i), corners);
+            read(static_cast<std::uint32_t>(i), ends);
             std::uint64_t code = 0;
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                const double middle = (corners[0][axis] + corners[1][axis] + corners[2][axis]) / 3;
+                const double middle = (ends[0][axis] + ends[1][axis] + ends[2][axis]) / 3;
                 const double cell = std::clamp((middle - low[axis]) * scale[axis], 0.0, 1023.0);
                 code |= spread(static_cast<std::uint64_t>(cell)) << axis;
             }
@@ -120,7 +122,11 @@ void ktTriangleTree::read(std::uint32_t triangle, Point* corners) const {
         std::upper_bound(firstTriangle.begin(), firstTriangle.end(), triangle) - firstTriangle.begin() - 1);
     const ktTracedGeometry& traced = scene.geometries[geometry];
     const std::uint32_t* indices = &(*traced.triangles)[3 * std::size_t(triangle - firstTriangle[geometry])];
-    for (std::size_t corner = 0; corner < 3; ++corner)
-        for (std::size_t axis = 0; axis < 3; ++axis)
-            corners[corner][axis] = (*traced.positions)[3 * std::size_t(indices[corner]) + axis];
+    for (std::size_t corner = 0; corner < 3; ++corner) {
+        const float* stored = &(*traced.positions)[3 * std::size_t(indices[corner])];
+        float world[3] = {stored[0], stored[1], stored[2]};
+        if (traced.isInstance)
+            traced.toWorld.position(stored, world);
+        std::copy_n(world, 3, corners[corner].data());
+    }
 }

@@ -24,8 +24,9 @@ ktRefinedMeshes::ktRefinedMeshes(std::vector<std::unique_ptr<ktRefinementMesh>>&
         if (inside.count(other.number))
             continue;
         const std::vector<std::uint32_t>& corners = *other.triangles;
-        const auto point = [&other](std::uint32_t corner) {
-            const float* p = &(*other.positions)[3 * std::size_t(corner)];
+        const std::shared_ptr<const std::vector<float>> positions = other.worldPositions();
+        const auto point = [&positions](std::uint32_t corner) {
+            const float* p = &(*positions)[3 * std::size_t(corner)];
             return ktConformingRefiner::Point{p[0], p[1], p[2]};
         };
         for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
