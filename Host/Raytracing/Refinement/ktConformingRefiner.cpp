@@ -18,7 +18,7 @@ std::uint64_t cellKey(std::int64_t x, std::int64_t y, std::int64_t z) {
     return key;
 }
 
-constexpr double leastShape = 0.1;   // of a part of a triangle that is cut: twice the area by the longest edge squared
+constexpr double leastShape = 0.2;   // of a part of a triangle that is cut: twice the area by the longest edge squared
 constexpr double cutSteps = 1 << 20; // places where an edge can be cut
 
 double squaredDistance(const Point& a, const Point& b) {

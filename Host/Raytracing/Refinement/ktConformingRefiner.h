@@ -79,7 +79,7 @@ public:
     /// @return false if canCut() is: nothing is then split
     bool cut(Edge edge, double at);
     /// Whether an edge can be cut. It must not be locked, a part must not be shorter than eight weld distances, and no
-    /// triangle beside it may become a sliver: lower than a tenth of its longest edge.
+    /// triangle beside it may become a sliver: lower than a fifth of its longest edge.
     bool canCut(Edge edge, double at) const;
     /// Roughly how many triangles cut() adds: those beside the edge.
     std::size_t cutCost(Edge edge) const;
