@@ -234,7 +234,7 @@ osg::NodePtr ktSceneFile::addGroundPlane(ktFileReport& report) {
 }
 
 bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFileReport& report) {
-    const ktReadInterrupt interrupt(options.isInterrupted);
+    const ktReadInterrupt interrupt(options.isInterrupted, "was not written: interrupted");
     return reportOf(path, report, [&] {
         ktReadInterrupt::check();
         const std::vector<ktPrimitiveLink>& primitives = data->scene.primitives;

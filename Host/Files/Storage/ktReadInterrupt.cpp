@@ -6,8 +6,8 @@
 
 static thread_local ktReadInterrupt* innermost = nullptr;
 
-ktReadInterrupt::ktReadInterrupt(std::function<bool()> isInterrupted_)
-    : isInterrupted(std::move(isInterrupted_)), outer(std::exchange(innermost, this)) {}
+ktReadInterrupt::ktReadInterrupt(std::function<bool()> isInterrupted_, const char* what_)
+    : isInterrupted(std::move(isInterrupted_)), what(what_), outer(std::exchange(innermost, this)) {}
 
 ktReadInterrupt::~ktReadInterrupt() {
     innermost = outer;
@@ -23,5 +23,5 @@ bool ktReadInterrupt::isRequested() {
 
 void ktReadInterrupt::check() {
     if (isRequested())
-        throw Interrupted();
+        throw Interrupted(innermost->what);
 }

@@ -12,11 +12,12 @@ public:
     /// part.
     class Interrupted : public std::runtime_error {
     public:
-        Interrupted() : std::runtime_error("interrupted") {}
+        explicit Interrupted(const char* what = "was not read: interrupted") : std::runtime_error(what) {}
     };
 
     /// @param isInterrupted may be empty: then nothing ends it
-    explicit ktReadInterrupt(std::function<bool()> isInterrupted);
+    /// @param what          the reason that the caller gives for the end; a text that is never destroyed
+    explicit ktReadInterrupt(std::function<bool()> isInterrupted, const char* what = "was not read: interrupted");
     ~ktReadInterrupt();
     ktReadInterrupt(const ktReadInterrupt&) = delete;
     ktReadInterrupt& operator=(const ktReadInterrupt&) = delete;
@@ -30,5 +31,6 @@ public:
 
 private:
     std::function<bool()> isInterrupted;
+    const char* const what;
     ktReadInterrupt* const outer;
 };
