@@ -136,6 +136,7 @@ int ktBakeScene::save(const ktBakeOptions& options) {
     saveOptions.multiplyColors = options.multiplyColors;
     saveOptions.exposure = static_cast<float>(options.exposure);
     saveOptions.strength = static_cast<float>(options.strength);
+    saveOptions.compression = options.compression;
     ktFileReport report;
     const bool isSaved = file->save(QString::fromStdString(options.output), saveOptions, report);
     logMessages(report);

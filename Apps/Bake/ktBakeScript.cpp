@@ -93,7 +93,8 @@ int runInHost(const ktBakeOptions& options) {
     const std::string exposure = QString::number(options.exposure, 'g', 17).toStdString();
     if (!options.output.empty() &&
         !callHost("save(" + quoted(options.output) + ", '" + (options.multiplyColors ? "multiply" : "none") + "', " +
-                  exposure + ", " + QString::number(options.strength, 'g', 17).toStdString() + ")"))
+                  exposure + ", " + QString::number(options.strength, 'g', 17).toStdString() + ", '" +
+                  ktNameOf(options.compression) + "')"))
         return ktBakeExit::notWritten;
     ktBakeMessages::addToResult("output", options.output);
     if (!options.preview.empty() &&

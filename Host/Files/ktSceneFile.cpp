@@ -3,12 +3,15 @@
 #include "ktSceneFile.h"
 
 #include "ktAssimpImport.h"
+#include "ktCompress.h"
 #include "ktDecimalPoint.h"
+#include "ktDecompress.h"
 #include "ktFileError.h"
 #include "ktGeometryInstances.h"
 #include "ktGltfScene.h"
 #include "ktGltfStore.h"
 #include "ktGroundPlane.h"
+#include "ktInstances.h"
 #include "ktLyingModel.h"
 #include "ktNodeExtras.h"
 #include "ktPartOrientation.h"
@@ -26,7 +29,8 @@
 #include <QFileInfo>
 
 struct ktSceneFile::Data {
-    ktGltfDocument document;
+    ktGltfDocument document; ///< decoded
+    ktCompressedInput compressed;
     ktNodeTree tree;
     ktGltfScene scene;
     osg::NodeRefPtr root;
@@ -149,9 +153,12 @@ std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpen
     const bool good = reportOf(path, report, [&] {
         ReadFile file = readFile(path, options.up, report.messages);
         data->document = std::move(file.document);
+        data->compressed = ktDecompress(data->document, report.messages);
         if (!file.isImported)
             data->up = options.up.value_or(ktUpAxis::Y);
         ktReadInterrupt::check();
+        if (options.uniqueInstances)
+            ktMakeInstancesNodes(data->document, report.messages);
         data->tree = ktReadNodeTree(data->document, options.scene, report.messages);
         if (options.uniqueInstances)
             ktMakeMeshesUnique(data->document, data->tree);
@@ -266,6 +273,14 @@ bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFile
         for (const ktNodeLink& link : data->scene.nodes)
             ktWriteNodeExtras(document.json["nodes"][link.node], link.shown, ktPointer("nodes", link.node),
                               report.messages);
-        ktWriteGltf(document, path, report.messages);
+        const bool isPlain = options.compression == ktCompressionMode::None ||
+                             (options.compression == ktCompressionMode::AsInput && data->compressed.isEmpty());
+        if (isPlain) {
+            ktWriteGltf(document, path, report.messages);
+            return;
+        }
+        ktGltfDocument packed = document; // the document in memory stays decoded
+        ktCompress(packed, options.compression, data->compressed, report.messages);
+        ktWriteGltf(packed, path, report.messages);
     });
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktCompressionMode.h"
 #include "ktFileMessages.h"
 #include "ktHostExport.h"
 #include "ktLengthUnit.h"
@@ -38,6 +39,7 @@ struct ktSaveOptions {
     float exposure = 1.0f; ///< factor on that light, above 0
     /// How strongly that light darkens the colours, from 0: light below 1 is raised to this power. 0 does not darken.
     float strength = 1.0f;
+    ktCompressionMode compression = ktCompressionMode::AsInput;
     /// Asked from time to time, on the calling thread; true ends the saving with an error. May be empty.
     std::function<bool()> isInterrupted = {};
 };

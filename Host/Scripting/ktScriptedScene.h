@@ -21,6 +21,7 @@ public:
     struct SaveOptions {
         bool multiplyColors = true;
         double exposure = 1, strength = 1;
+        std::string compress = "as-input"; ///< one of ktCompressionNames()
     };
     enum class Bake { Ran, NothingToDo, Refused };
 

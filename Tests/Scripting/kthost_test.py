@@ -60,6 +60,7 @@ class Files(Host):
         self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), exposure=0)
         for strength in (-1, 11, float("nan")):
             self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), strength=strength)
+        self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), compress="zip")
         self.assertRaises(kthost.Error, kthost.save, self.path("no/such/folder.glb"))
         for exposure in (-1, float("nan"), float("inf")):
             self.assertRaises(kthost.Error, kthost.save, self.path("a.glb"), exposure=exposure)

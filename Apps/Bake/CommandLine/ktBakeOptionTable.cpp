@@ -184,6 +184,10 @@ private:
                 options.strength = parseReal(option, text, 0, 10);
             },
             "how strongly that light darkens the vertex colours; exact values stay", "FLOAT", "1");
+        choice(
+            "--compress", ktCompressionNames(),
+            [&options = options](int mode) { options.compression = static_cast<ktCompressionMode>(mode); },
+            "how the geometry of the written file is compressed", "as-input");
         value(
             "--crease-angle",
             [&options = options](const std::string& option, const std::string& text) {

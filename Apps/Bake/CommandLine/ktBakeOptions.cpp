@@ -84,10 +84,12 @@ void checkPreview(const CLI::App& app, const ktBakeOptions& options) {
 /// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
 void checkScript(const CLI::App& app, const ktBakeOptions& options) {
     static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--fit", "--quiet", "--json"};
-    static const std::set<std::string> withScene = {
-        "SCENE",          "--output",       "--preview",      "--preview-size", "--preview-view", "--preview-headlight",
-        "--unit",         "--up",           "--shade",        "--exposure",     "--strength",     "--unique-instances",
-        "--ground-plane", "--crease-angle", "--keep-vertices"};
+    static const std::set<std::string> withScene = {"SCENE",          "--output",       "--preview",
+                                                    "--preview-size", "--preview-view", "--preview-headlight",
+                                                    "--unit",         "--up",           "--shade",
+                                                    "--exposure",     "--strength",     "--unique-instances",
+                                                    "--ground-plane", "--crease-angle", "--keep-vertices",
+                                                    "--compress"};
     if (options.script == "-")
         throw ktBakeUsageError("--script", "-", "must be the name of a file; standard input is for SCENE only");
     for (const auto& [name, value] : listGiven(app)) {

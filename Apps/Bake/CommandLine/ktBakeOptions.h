@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktAmbientOcclusionSettings.h"
+#include "ktCompressionMode.h"
 #include "ktFitMode.h"
 #include "ktTracerFactory.h"
 #include "ktTriangleBudget.h"
@@ -77,6 +78,7 @@ struct ktBakeOptions {
     bool multiplyColors = true; ///< `--shade multiply`
     double exposure = 1;        ///< above 0
     double strength = 1;        ///< 0 to 10
+    ktCompressionMode compression = ktCompressionMode::AsInput;
 
     std::string preview, stats;                   ///< file names; empty: none
     std::array<int, 2> previewSize = {1280, 960}; ///< width and height in pixels

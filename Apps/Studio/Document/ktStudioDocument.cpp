@@ -303,6 +303,7 @@ bool ktStudioDocument::writeTo(ktSceneFile& written, const QString& newPath, ktF
     saveOptions.multiplyColors = options.multiplyColors;
     saveOptions.strength = static_cast<float>(options.strength);
     saveOptions.exposure = static_cast<float>(options.exposure);
+    saveOptions.compression = options.compression;
     bool isWritten = false;
     ktRunInBackground([&] { isWritten = written.save(newPath, saveOptions, report); });
     return isWritten;

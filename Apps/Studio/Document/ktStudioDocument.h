@@ -80,7 +80,8 @@ public:
     bool saveAs(const QString& newPath);
     bool save() { return saveAs(outputPath); }
     /// As saveAs(), with other options of the output than those of the window.
-    bool saveWith(const QString& newPath, bool multiplyColors, double exposure, double strength);
+    bool saveWith(const QString& newPath, bool multiplyColors, double exposure, double strength,
+                  ktCompressionMode compression);
     /// Writes the scene to another file without a change of what is unsaved. A failure is logged only.
     bool saveCopy(const QString& copyPath);
     /// Draws the picture of `ktbake --preview`; on failure emits failed(). Size, view and headlight of the options

@@ -151,11 +151,13 @@ void ktStudioDocument::showTree(const std::vector<osg::NodePtr>& selected) {
     emit filesChanged();
 }
 
-bool ktStudioDocument::saveWith(const QString& newPath, bool multiplyColors, double exposure, double strength) {
+bool ktStudioDocument::saveWith(const QString& newPath, bool multiplyColors, double exposure, double strength,
+                                ktCompressionMode compression) {
     const ktStudioOptions kept = options;
     options.multiplyColors = multiplyColors;
     options.exposure = exposure;
     options.strength = strength;
+    options.compression = compression;
     const bool isSaved = saveAs(newPath);
     options = kept;
     return isSaved;

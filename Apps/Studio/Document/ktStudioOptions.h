@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktCompressionMode.h"
 #include "ktFitMode.h"
 #include "ktTracerFactory.h"
 
@@ -25,9 +26,11 @@ struct ktStudioOptions {
     QString maxTriangles;       ///< as ktParseTriangleBudget() reads it; empty: no limit
     double strength = 1;        ///< 0 to 10: how strongly the light darkens the saved colours
     double exposure = 1;        ///< above 0
+    ktCompressionMode compression = ktCompressionMode::AsInput;
 
     bool hasSameOutput(const ktStudioOptions& other) const {
-        return multiplyColors == other.multiplyColors && strength == other.strength && exposure == other.exposure;
+        return multiplyColors == other.multiplyColors && strength == other.strength && exposure == other.exposure &&
+               compression == other.compression;
     }
     bool operator==(const ktStudioOptions& other) const {
         return fit == other.fit && tracer == other.tracer && threads == other.threads &&

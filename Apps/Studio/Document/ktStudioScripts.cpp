@@ -44,7 +44,7 @@ public:
     std::string save(const std::string& path, const SaveOptions& given) override {
         return reasonOf([&] {
             return scripts.document.saveWith(QString::fromStdString(path), given.multiplyColors, given.exposure,
-                                             given.strength);
+                                             given.strength, ktParseCompressionMode(given.compress).value());
         });
     }
 

@@ -10,9 +10,12 @@ namespace {
 
 // Supported, or without influence on the light.
 const char* const known[] = {
-    "KHR_lights_punctual", "KHR_mesh_quantization",  "KHR_texture_transform",
-    "KHR_node_visibility", "KHR_animation_pointer",  "KHR_xmp",
-    "KHR_xmp_json_ld",     "EXT_lights_image_based",
+    "KHR_lights_punctual",     "KHR_mesh_quantization",
+    "KHR_texture_transform",   "KHR_node_visibility",
+    "KHR_animation_pointer",   "KHR_xmp",
+    "KHR_xmp_json_ld",         "EXT_lights_image_based",
+    "EXT_mesh_gpu_instancing", "KHR_draco_mesh_compression",
+    "EXT_meshopt_compression", "KHR_meshopt_compression",
 };
 
 // Images in other formats. Their colours are missing; whoever needs them warns.
@@ -24,18 +27,13 @@ bool isKnown(const std::string& name) {
            std::any_of(std::begin(images), std::end(images), equal) || name.compare(0, 14, "KHR_materials_") == 0;
 }
 
-std::string reasonFor(const std::string& name) {
-    if (name == "KHR_draco_mesh_compression" || name == "EXT_meshopt_compression" || name == "KHR_meshopt_compression")
-        return "requires the extension " + name + "; compressed geometry cannot be read, save the file without it";
-    return "requires the extension " + name + ", which is not supported";
-}
-
 } // namespace
 
 void ktCheckRequiredExtensions(const ktJson& document) {
     for (std::size_t i = 0; i < ktJsonCount(document, "extensionsRequired"); ++i) {
         const ktJson& name = *ktJsonElement(document, "extensionsRequired", i);
         if (name.is_string() && !isKnown(name.get<std::string>()))
-            throw ktFileError(ktPointer("extensionsRequired", i), reasonFor(name.get<std::string>()));
+            throw ktFileError(ktPointer("extensionsRequired", i),
+                              "requires the extension " + name.get<std::string>() + ", which is not supported");
     }
 }

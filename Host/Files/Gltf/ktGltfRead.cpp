@@ -59,11 +59,25 @@ void cutToLength(ktGltfBuffer& buffer, const ktJson& entry, const std::string& o
     }
 }
 
+// Whether readers that decode compressed data do not need the buffer.
+bool isFallback(const ktJson& entry) {
+    const ktJson* extensions = ktJsonMember(entry, "extensions");
+    for (const char* name : {"EXT_meshopt_compression", "KHR_meshopt_compression"})
+        if (const ktJson* extension = extensions ? ktJsonMember(*extensions, name) : nullptr)
+            if (ktJsonBool(*extension, "fallback", false))
+                return true;
+    return false;
+}
+
 ktGltfBuffer readBuffer(const ktGltfDocument& document, std::size_t index, ktBytes& binary, bool hasBinary,
                         ktFileMessages& messages) {
     const std::string object = ktPointer("buffers", index);
     const ktJson& entry = *ktJsonElement(document.json, "buffers", index);
     ktGltfBuffer buffer;
+    if (isFallback(entry)) {
+        buffer.problem = "has no data: it is the place of decoded data";
+        return buffer;
+    }
     try {
         if (!entry.is_object())
             throw ktFileError(object, "is not an object");

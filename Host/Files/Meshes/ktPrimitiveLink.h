@@ -22,6 +22,7 @@ struct ktPrimitiveLink {
     bool hasNormals = false;       ///< the file has its normals
     bool isFlat = true;            ///< it has none, and viewers need none: all calculated normals are those of faces
     int colorWidth = 0;            ///< components of the file's colours; 0: none
+    bool hasLostLight = false;     ///< COLOR_0 holds light of a bake whose other attributes a tool dropped
     /// What was turned after reading, by vertex as read: flags. Empty: nothing. All vertices of a part have the same
     /// turnedTriangles. What is written is turned back.
     std::vector<std::uint8_t> turned;

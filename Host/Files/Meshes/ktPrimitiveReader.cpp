@@ -62,7 +62,8 @@ struct ktPrimitiveReader::Open {
 
 ktPrimitiveReader::ktPrimitiveReader(const ktGltfDocument& document_, const ktSurfaceOptions& options_,
                                      ktFileMessages& messages_)
-    : document(document_), options(options_), messages(messages_), budget(budgetOf(document_)) {}
+    : document(document_), options(options_), messages(messages_), lightMark(ktReadLightMark(document_)),
+      hasResultAttributes(ktHasResultAttributes(document_)), budget(budgetOf(document_)) {}
 
 void ktPrimitiveReader::spend(std::size_t elements) {
     if (elements > budget)
@@ -250,8 +251,29 @@ void ktPrimitiveReader::mendNormals(Open& open, std::vector<float>& normals) {
         messages.warn(open.object, "has normals without direction; smooth ones stand in", std::to_string(bad));
 }
 
+// Whether COLOR_0 holds nothing but light of an earlier bake. Warns if it holds light.
+bool ktPrimitiveReader::isLostLight(Open& open) {
+    if (!ktJsonMember(open.attributes, "COLOR_0"))
+        return false;
+    if (lightMark == ktLightMark::Light) {
+        messages.warn(open.object,
+                      "a tool dropped the exact results of an earlier bake; COLOR_0, which holds its light, "
+                      "is not taken for colours");
+        return true;
+    }
+    if (lightMark == ktLightMark::LightAndColors && !hasResultAttributes)
+        messages.warn(open.object,
+                      "a tool dropped the exact results of an earlier bake; COLOR_0 holds its light and is "
+                      "multiplied again; bake the file as it was before that tool");
+    return false;
+}
+
 void ktPrimitiveReader::readColors(Open& open) {
     const bool wasBaked = ktJsonMember(open.attributes, ktAttributeSourceColor) != nullptr;
+    if (!wasBaked && isLostLight(open)) {
+        open.link.hasLostLight = true;
+        return;
+    }
     const std::string name = wasBaked ? ktAttributeSourceColor : "COLOR_0";
     const auto accessor = openAttribute(open, name);
     if (!accessor || (wasBaked && ktIsStandInColor(document, open.attributes)))

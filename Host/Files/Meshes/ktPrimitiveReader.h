@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktLightMark.h"
 #include "ktPrimitiveLink.h"
 #include "ktPrimitiveShape.h"
 #include "ktRestPose.h"
@@ -31,6 +32,7 @@ private:
     void readNormals(Open& open, std::vector<float>& normals);
     void mendNormals(Open& open, std::vector<float>& normals);
     void makeNormals(Open& open, std::vector<float>& normals);
+    bool isLostLight(Open& open);
     void readColors(Open& open);
     void readSlots(Open& open);
     void readResults(Open& open);
@@ -41,6 +43,8 @@ private:
     const ktGltfDocument& document;
     const ktSurfaceOptions options;
     ktFileMessages& messages;
+    const ktLightMark lightMark;
+    const bool hasResultAttributes;
     ktVertexPacker packer;
     std::size_t budget; ///< vertices and indices that may still be read
 };

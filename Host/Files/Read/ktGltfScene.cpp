@@ -4,6 +4,7 @@
 
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktInstances.h"
 #include "ktLightReader.h"
 #include "ktNodeAttachments.h"
 #include "ktNodeExtras.h"
@@ -40,7 +41,9 @@ public:
 
 private:
     osg::NodePtr makeNode(std::size_t index, const ktJson& json);
+    static osg::TransformPtr transformOf(const ktMatrix& matrix);
     void addMesh(std::size_t index, const ktJson& json, const osg::NodePtr& node);
+    void addParts(const std::vector<std::size_t>& links, const osg::NodePtr& node);
     std::vector<std::size_t> linksOf(std::size_t mesh, const ktJson& node, const ktRestPose& pose);
     std::vector<std::size_t> readMesh(std::size_t mesh, const ktJson& node, const ktRestPose& pose);
     ktRestPose poseOf(std::size_t index, const ktJson& json);
@@ -121,6 +124,14 @@ void Builder::addNodes(ktGltfScene& target) {
     std::swap(scene, target);
 }
 
+osg::TransformPtr Builder::transformOf(const ktMatrix& matrix) {
+    const osg::TransformPtr transform = osg::Transform::create();
+    osg::beginEditCP(transform, osg::Transform::MatrixFieldMask);
+    transform->setMatrix(ktToOSG(matrix));
+    osg::endEditCP(transform, osg::Transform::MatrixFieldMask);
+    return transform;
+}
+
 osg::NodePtr Builder::makeNode(std::size_t index, const ktJson& json) {
     bool valid = false;
     const ktMatrix matrix = ktReadNodeMatrix(json, valid);
@@ -130,11 +141,7 @@ osg::NodePtr Builder::makeNode(std::size_t index, const ktJson& json) {
     if (matrix == ktIdentity) {
         core = osg::Group::create();
     } else {
-        const osg::TransformPtr transform = osg::Transform::create();
-        osg::beginEditCP(transform, osg::Transform::MatrixFieldMask);
-        transform->setMatrix(ktToOSG(matrix));
-        osg::endEditCP(transform, osg::Transform::MatrixFieldMask);
-        core = transform;
+        core = transformOf(matrix);
     }
     const osg::NodePtr node = osg::makeNodeFor(core);
     std::string name = ktJsonText(json, "name");
@@ -148,8 +155,6 @@ osg::NodePtr Builder::makeNode(std::size_t index, const ktJson& json) {
         const ktJson* visibility = ktJsonMember(*extensions, "KHR_node_visibility");
         if (visibility && !ktJsonBool(*visibility, "visible", true))
             node->setActive(false);
-        if (ktJsonMember(*extensions, "EXT_mesh_gpu_instancing"))
-            messages.warn(ktPointer("nodes", index), "is drawn many times by EXT_mesh_gpu_instancing; only one counts");
     }
     return node;
 }
@@ -167,9 +172,23 @@ void Builder::addMesh(std::size_t index, const ktJson& json, const osg::NodePtr&
         return;
     }
     const std::vector<std::size_t> links = linksOf(static_cast<std::size_t>(*mesh), json, poseOf(index, json));
-    if (links.size() > partsLeft)
+    const std::vector<ktMatrix> instances = ktReadInstances(document, index, messages);
+    const std::size_t shown = std::max<std::size_t>(1, instances.size());
+    if (!links.empty() && shown > partsLeft / links.size())
         throw ktFileError("/nodes", "show far more primitives than a file of this size describes");
-    partsLeft -= links.size();
+    partsLeft -= shown * links.size();
+    for (std::size_t i = 0; i < instances.size(); ++i) {
+        if (i % 1024 == 0)
+            ktReadInterrupt::check();
+        const osg::NodePtr instance = osg::makeNodeFor(transformOf(instances[i]));
+        addChild(node, instance);
+        addParts(links, instance);
+    }
+    if (instances.empty())
+        addParts(links, node);
+}
+
+void Builder::addParts(const std::vector<std::size_t>& links, const osg::NodePtr& node) {
     for (const std::size_t link : links) {
         const osg::NodePtr part = osg::makeNodeFor(osg::GeometryPtr(scene.primitives[link].geometry));
         addChild(node, part);
@@ -217,8 +236,10 @@ std::vector<std::size_t> Builder::readMesh(std::size_t mesh, const ktJson& node,
 
 // Attaches a node's settings to all scene graph nodes of that node: they were calculated together.
 void Builder::shareSettings(const osg::NodePtr& node, const osg::AmbientOcclusionSettingsAttachmentPtr& settings) {
-    for (osg::UInt32 i = 0; i < node->getNChildren(); ++i)
+    for (osg::UInt32 i = 0; i < node->getNChildren(); ++i) {
         ktAttach(node->getChild(i), settings);
+        shareSettings(node->getChild(i), settings); // parts of instances
+    }
 }
 
 void Builder::addCamera(const ktJson& json, const osg::NodePtr& node) {

@@ -5,6 +5,7 @@
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktGltfAccessor.h"
+#include "ktPictureFormat.h"
 
 #include <algorithm>
 #include <cstring>
@@ -79,6 +80,12 @@ const char* formatOf(const ktBytes& bytes, const std::string& object) {
     if (holds("RIFF", 0) && holds("WEBP", 8))
         return "webp";
     throw ktFileError(object, "is none of PNG, JPEG and WebP");
+}
+
+// The most pixels that an image of this size may have.
+std::int64_t allowedPixels(const ktBytes& bytes) {
+    const std::int64_t allowed = std::max(alwaysAllowed, pixelsPerByte * static_cast<std::int64_t>(bytes.size()));
+    return std::min(neverAllowed, allowed + 1) - 1;
 }
 
 void checkSize(const QSize& size, const ktBytes& bytes, const std::string& object) {
@@ -156,23 +163,8 @@ int stepOf(const QSize& size) {
     return (std::max(size.width(), size.height()) + ktLargestPicture_px - 1) / ktLargestPicture_px;
 }
 
-} // namespace
-
-ktPictureReader::ktPictureReader(const ktGltfDocument& document_)
-    : document(document_),
-      pixelsLeft(allowedTogether + togetherPerByte * static_cast<std::int64_t>(document_.dataSize())) {}
-
-std::shared_ptr<const ktImage> ktPictureReader::read(std::size_t index, ktFileMessages& messages) {
-    const std::string object = ktPointer("images", index);
-    const ktJson* json = ktJsonElement(document.json, "images", index);
-    if (!json)
-        throw ktFileError(object, "does not exist");
-    const std::string source = sourceOf(*json);
-    if (const auto found = known.find(source); found != known.end())
-        return found->second;
-    const ktBytes bytes = encodedBytes(document, *json, object);
-    if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-        throw ktFileError(object, "is too large");
+// Decodes PNG, JPEG and other formats with a Qt plug-in. Large JPEG images are shrunk on the way.
+QImage decodeWithQt(const ktBytes& bytes, const std::string& object, ktFileMessages& messages) {
     QByteArray raw =
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
     QBuffer buffer(&raw);
@@ -191,6 +183,31 @@ std::shared_ptr<const ktImage> ktPictureReader::read(std::size_t index, ktFileMe
         throw ktFileError(object, "cannot be decoded: " + reasonOf(reader, words));
     if (!words.first().empty())
         messages.warn(object, "is decoded with a warning: " + words.first());
+    return decoded;
+}
+
+} // namespace
+
+ktPictureReader::ktPictureReader(const ktGltfDocument& document_)
+    : document(document_),
+      pixelsLeft(allowedTogether + togetherPerByte * static_cast<std::int64_t>(document_.dataSize())) {}
+
+std::shared_ptr<const ktImage> ktPictureReader::read(std::size_t index, ktFileMessages& messages) {
+    const std::string object = ktPointer("images", index);
+    const ktJson* json = ktJsonElement(document.json, "images", index);
+    if (!json)
+        throw ktFileError(object, "does not exist");
+    const std::string source = sourceOf(*json);
+    if (const auto found = known.find(source); found != known.end())
+        return found->second;
+    const ktBytes bytes = encodedBytes(document, *json, object);
+    if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        throw ktFileError(object, "is too large");
+    if (const char* format = ktUnreadFormat(bytes))
+        throw ktFileError(object, std::string("cannot be decoded: the format ") + format +
+                                      " cannot be read; the plain colour of the material stands in");
+    const QImage decoded =
+        ktIsWebP(bytes) ? ktDecodeWebP(bytes, allowedPixels(bytes), object) : decodeWithQt(bytes, object, messages);
     checkSize(decoded.size(), bytes, object);
     const int step = std::max(1, stepOf(decoded.size()));
     if (!ktJsonMember(*json, "bufferView"))

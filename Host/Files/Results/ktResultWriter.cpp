@@ -3,6 +3,7 @@
 #include "ktResultWriter.h"
 
 #include "ktGltfStore.h"
+#include "ktLightMark.h"
 #include "ktResultAttributes.h"
 #include "ktResultChannels.h"
 
@@ -315,6 +316,8 @@ void ktRemoveResults(ktGltfDocument& document, const std::vector<ktPrimitiveLink
         for (const char* name :
              {ktAttributeOcclusion, ktAttributeIndirect, ktAttributeBakedLight, ktAttributeSourceColor})
             attributes->erase(name);
+        if (link.hasLostLight && ktHasResults(link.geometry))
+            attributes->erase("COLOR_0");
         if (ktHasCalculatedNormals(document, *attributes))
             attributes->erase("NORMAL");
     }
@@ -339,4 +342,5 @@ void ktWriteResults(ktGltfDocument& document, ktGltfStore& store, const std::vec
     for (const ktPrimitiveLink* link : ktChooseGeometries(primitives))
         writer.add(*link);
     writer.finish();
+    ktWriteLightMark(document);
 }

@@ -124,7 +124,9 @@ BOOST_PYTHON_MODULE(kthost) {
                 help::open);
     python::def("close", &OnMainThread<&ktHostModuleScene::close>::call, help::close);
     python::def("save", &OnMainThread<&ktHostModuleScene::save>::call,
-                (arg("path"), arg("shade") = "multiply", arg("exposure") = 1.0, arg("strength") = 1.0), help::save);
+                (arg("path"), arg("shade") = "multiply", arg("exposure") = 1.0, arg("strength") = 1.0,
+                 arg("compress") = "as-input"),
+                help::save);
     python::def("preview", &OnMainThread<&ktHostModuleScene::preview>::call,
                 (arg("path"), arg("width") = 1280, arg("height") = 960, arg("exposure") = 1.0, arg("turn") = 0.0,
                  arg("view") = "three-quarter", arg("headlight") = false, arg("progress") = python::object()),

@@ -40,7 +40,7 @@ inline const char close[] = "close()\n\nCloses the scene. Does nothing if no sce
                             "@raise kthost.Error: A bake is running.";
 
 inline const char save[] =
-    "save(path, shade=\"multiply\", exposure=1.0, strength=1.0)\n\n"
+    "save(path, shade=\"multiply\", exposure=1.0, strength=1.0, compress=\"as-input\")\n\n"
     "Writes the scene with its results as .glb or .gltf. After a failure, an existing file is unchanged.\n\n"
     "@param path: The file.\n@type path: str or os.PathLike\n"
     "@param shade: \"multiply\" multiplies the vertex colours by the light, for viewers; \"none\" keeps them.\n"
@@ -48,6 +48,8 @@ inline const char save[] =
     "@param exposure: Factor for that light, above 0.\n@type exposure: float\n"
     "@param strength: How strongly that light darkens the colours, 0 to 10: light below 1 is raised to this power.\n"
     "    The exact results stay.\n@type strength: float\n"
+    "@param compress: How the geometry is compressed: \"as-input\", \"draco\", \"meshopt\" or \"none\".\n"
+    "@type compress: str\n"
     "@raise kthost.Error: No scene is open, a value is out of range, or the file cannot be written.";
 
 inline const char preview[] =

@@ -218,8 +218,8 @@ void ktHostModuleScene::close() {
     scene().file.reset();
 }
 
-void ktHostModuleScene::save(const python::object& path, const python::object& shade, double exposure,
-                             double strength) {
+void ktHostModuleScene::save(const python::object& path, const python::object& shade, double exposure, double strength,
+                             const python::object& compress) {
     refuseWhileBaking();
     const std::string name = ktTextArgument(path, "path");
     const std::string how = ktTextArgument(shade, "shade");
@@ -231,9 +231,14 @@ void ktHostModuleScene::save(const python::object& path, const python::object& s
     if (!(strength >= 0 && strength <= 10))
         throw ktHostModuleError("the strength must be a number from 0 to 10");
     options.strength = static_cast<float>(strength);
+    const std::string mode = ktTextArgument(compress, "compress");
+    const std::optional<ktCompressionMode> compression = ktParseCompressionMode(mode);
+    if (!compression)
+        throw ktHostModuleError("compress is \"as-input\", \"draco\", \"meshopt\" or \"none\", not \"" + mode + "\"");
+    options.compression = *compression;
     if (ktScriptedScene* const shared = ktScriptedScene::get()) {
         openFile();
-        check(shared->save(name, {options.multiplyColors, exposure, strength}));
+        check(shared->save(name, {options.multiplyColors, exposure, strength, mode}));
         return;
     }
     ktFileReport report;

@@ -9,7 +9,8 @@ namespace ktHostModuleScene {
 void open(const boost::python::object& path, const boost::python::object& unit, bool uniqueInstances, bool groundPlane,
           const boost::python::object& up, double creaseAngle_deg, bool keepVertices);
 void close();
-void save(const boost::python::object& path, const boost::python::object& shade, double exposure, double strength);
+void save(const boost::python::object& path, const boost::python::object& shade, double exposure, double strength,
+          const boost::python::object& compress);
 void preview(const boost::python::object& path, int width, int height, double exposure, double turn_degrees,
              const boost::python::object& view, bool headlight, const boost::python::object& progress);
 

@@ -24,7 +24,7 @@ static bool isBudget(const QString& text) {
 
 ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     : QWidget(parent), services(services_), fit(new QComboBox(this)), tracer(new QComboBox(this)),
-      threads(new QSpinBox(this)), triangles(new QLineEdit(this)),
+      compression(new QComboBox(this)), threads(new QSpinBox(this)), triangles(new QLineEdit(this)),
       shade(new QCheckBox(tr("Multiply light into the saved colours"), this)), strength(new QDoubleSpinBox(this)),
       exposure(new QDoubleSpinBox(this)) {
     auto* form = new QFormLayout(this);
@@ -73,6 +73,14 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     exposure->setKeyboardTracking(false);
     exposure->setToolTip(tr("Scale of the light in the saved colours and in pictures"));
     form->addRow(tr("Exposure"), exposure);
+    compression->setObjectName("compression");
+    compression->addItems({tr("As in the opened file"), tr("Draco"), tr("Meshopt"), tr("None")});
+    compression->setToolTip(tr("How the geometry of the saved file is compressed"));
+    form->addRow(tr("Compression"), compression);
+    connect(compression, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
+        change(tr("Compression: %1").arg(compression->itemText(index)),
+               [index](ktStudioOptions& options) { options.compression = static_cast<ktCompressionMode>(index); });
+    });
 
     connect(fit, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
         change(tr("Light: %1").arg(fit->itemText(index)), [index](ktStudioOptions& options) {
@@ -130,6 +138,7 @@ void ktOptionPanel::show() {
     shade->setChecked(options.multiplyColors);
     strength->setValue(options.strength);
     exposure->setValue(options.exposure);
+    compression->setCurrentIndex(static_cast<int>(options.compression));
 }
 
 // A limit that cannot be read is struck out; leaving the field takes back the old one.

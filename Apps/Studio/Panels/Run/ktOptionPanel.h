@@ -25,7 +25,7 @@ private:
     void change(const QString& text, const std::function<void(ktStudioOptions&)>& set);
 
     ktStudioServices& services;
-    QComboBox *fit, *tracer;
+    QComboBox *fit, *tracer, *compression;
     QSpinBox* threads;
     QLineEdit* triangles;
     QCheckBox* shade;

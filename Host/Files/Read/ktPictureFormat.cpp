@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Recognises image formats, and decodes WebP.
+#include "ktPictureFormat.h"
+
+#include "ktFileError.h"
+
+#include <cstring>
+#include <webp/decode.h>
+
+namespace {
+
+bool holds(const ktBytes& image, std::size_t at, const char* text) {
+    const std::size_t size = std::strlen(text);
+    return image.size() >= at + size && std::memcmp(image.data() + at, text, size) == 0;
+}
+
+} // namespace
+
+bool ktIsWebP(const ktBytes& image) {
+    return holds(image, 0, "RIFF") && holds(image, 8, "WEBP");
+}
+
+QImage ktDecodeWebP(const ktBytes& image, std::int64_t most, const std::string& object) {
+    WebPBitstreamFeatures features;
+    if (WebPGetFeatures(image.data(), image.size(), &features) != VP8_STATUS_OK)
+        throw ktFileError(object, "cannot be decoded: it is no valid WebP image");
+    if (features.has_animation)
+        throw ktFileError(object, "cannot be decoded: it is an animated WebP image");
+    if (std::int64_t(features.width) * features.height > most)
+        throw ktFileError(object, "has too many pixels");
+    QImage out(features.width, features.height, QImage::Format_RGBA8888);
+    if (out.isNull())
+        throw ktFileError(object, "needs more memory than there is");
+    const auto size = static_cast<std::size_t>(out.sizeInBytes());
+    if (!WebPDecodeRGBAInto(image.data(), image.size(), out.bits(), size, out.bytesPerLine()))
+        throw ktFileError(object, "cannot be decoded: the WebP image is damaged");
+    return out;
+}
+
+const char* ktUnreadFormat(const ktBytes& image) {
+    if (holds(image, 0, "\xABKTX 20"))
+        return "KTX 2 (KHR_texture_basisu)";
+    if (holds(image, 0, "DDS "))
+        return "DDS (MSFT_texture_dds)";
+    if (holds(image, 4, "ftypavif"))
+        return "AVIF (EXT_texture_avif)";
+    return nullptr;
+}
