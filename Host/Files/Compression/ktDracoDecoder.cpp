@@ -14,15 +14,15 @@
 namespace {
 
 /// A primitive with a stream.
-struct Use {
+struct StreamUse {
     std::size_t mesh, primitive, view;
     std::string object;
     std::map<std::string, unsigned> ids; ///< of the attributes that the primitive names, too
 };
 
-class Decoder {
+class DracoDecoder {
 public:
-    Decoder(ktGltfDocument& document_, ktCompressedInput& input_, ktFileMessages& messages_)
+    DracoDecoder(ktGltfDocument& document_, ktCompressedInput& input_, ktFileMessages& messages_)
         : document(document_), input(input_), messages(messages_) {}
 
     void run();
@@ -32,16 +32,16 @@ private:
     typedef std::pair<std::size_t, std::int64_t> Source; ///< stream's view, attribute's id
 
     void findUses();
-    void want(const Use& use);
-    void fill(const Use& use, ktBufferRebuild& rebuild);
-    void fillIndices(const Use& use, const ktDracoMesh& mesh, ktJson& primitive, ktBufferRebuild& rebuild);
+    void want(const StreamUse& use);
+    void fill(const StreamUse& use, ktBufferRebuild& rebuild);
+    void fillIndices(const StreamUse& use, const ktDracoMesh& mesh, ktJson& primitive, ktBufferRebuild& rebuild);
     bool claim(ktJson& reference, const Source& source, bool& isNew);
-    ktJson& primitiveOf(const Use& use) { return document.json["meshes"][use.mesh]["primitives"][use.primitive]; }
+    ktJson& primitiveOf(const StreamUse& use) { return document.json["meshes"][use.mesh]["primitives"][use.primitive]; }
 
     ktGltfDocument& document;
     ktCompressedInput& input;
     ktFileMessages& messages;
-    std::vector<Use> uses;
+    std::vector<StreamUse> uses;
     std::vector<ktDracoMesh> meshes;
     std::map<std::size_t, std::size_t> meshOfView; ///< index in `meshes`
     std::map<std::size_t, Source> sourceOf;        ///< by accessor
@@ -56,7 +56,7 @@ bool hasPlainPositions(const ktGltfDocument& document, const ktJson& primitive) 
     return !accessor || ktJsonMember(*accessor, "bufferView") || ktJsonMember(*accessor, "sparse");
 }
 
-void Decoder::findUses() {
+void DracoDecoder::findUses() {
     for (std::size_t m = 0; m < ktJsonCount(document.json, "meshes"); ++m) {
         const ktJson& mesh = *ktJsonElement(document.json, "meshes", m);
         for (std::size_t p = 0; p < ktJsonCount(mesh, "primitives"); ++p) {
@@ -64,7 +64,7 @@ void Decoder::findUses() {
             const ktJson* extension = ktFindExtension(primitive, ktDracoExtension);
             if (!extension || hasPlainPositions(document, primitive))
                 continue;
-            Use use = {m, p, 0, ktPointer("meshes", m) + "/primitives/" + std::to_string(p), {}};
+            StreamUse use = {m, p, 0, ktPointer("meshes", m) + "/primitives/" + std::to_string(p), {}};
             const auto view = ktJsonWhole(*extension, "bufferView");
             const ktJson* ids = ktJsonMember(*extension, "attributes");
             if (!view || !ids || !ids->is_object())
@@ -83,7 +83,7 @@ void Decoder::findUses() {
 }
 
 // Adds the attributes of a primitive to what is read from its stream.
-void Decoder::want(const Use& use) {
+void DracoDecoder::want(const StreamUse& use) {
     const auto [place, isNew] = meshOfView.emplace(use.view, meshes.size());
     if (isNew) {
         const ktGltfViewRange range = ktFindGltfView(document, use.view);
@@ -111,7 +111,7 @@ void Decoder::want(const Use& use) {
 }
 
 // Makes a reference name an accessor for data of this source. False if the accessor is filled already.
-bool Decoder::claim(ktJson& reference, const Source& source, bool& isNew) {
+bool DracoDecoder::claim(ktJson& reference, const Source& source, bool& isNew) {
     ktJson& accessors = document.json["accessors"];
     const std::size_t index = static_cast<std::size_t>(reference);
     const auto [known, isFree] = sourceOf.emplace(index, source);
@@ -126,7 +126,8 @@ bool Decoder::claim(ktJson& reference, const Source& source, bool& isNew) {
     return true;
 }
 
-void Decoder::fillIndices(const Use& use, const ktDracoMesh& mesh, ktJson& primitive, ktBufferRebuild& rebuild) {
+void DracoDecoder::fillIndices(const StreamUse& use, const ktDracoMesh& mesh, ktJson& primitive,
+                               ktBufferRebuild& rebuild) {
     ktJson& accessors = document.json["accessors"];
     const auto given = ktJsonWhole(primitive, "indices");
     if (!given || *given >= accessors.size() || !accessors[static_cast<std::size_t>(*given)].is_object()) {
@@ -153,7 +154,7 @@ void Decoder::fillIndices(const Use& use, const ktDracoMesh& mesh, ktJson& primi
         accessor.erase(key);
 }
 
-void Decoder::fill(const Use& use, ktBufferRebuild& rebuild) {
+void DracoDecoder::fill(const StreamUse& use, ktBufferRebuild& rebuild) {
     const ktDracoMesh& mesh = meshes[meshOfView[use.view]];
     ktJson& accessors = document.json["accessors"];
     ktJson& primitive = primitiveOf(use);
@@ -189,12 +190,12 @@ void Decoder::fill(const Use& use, ktBufferRebuild& rebuild) {
     ktRemoveExtension(primitive, ktDracoExtension);
 }
 
-void Decoder::run() {
+void DracoDecoder::run() {
     findUses();
     if (uses.empty())
         return;
     ktReadDracoStreams(meshes);
-    for (const Use& use : uses) {
+    for (const StreamUse& use : uses) {
         const ktDracoMesh& mesh = meshes[meshOfView[use.view]];
         ktDracoStream stream;
         stream.bytes.assign(mesh.data, mesh.data + mesh.size);
@@ -235,5 +236,5 @@ void Decoder::run() {
 } // namespace
 
 void ktDecodeDraco(ktGltfDocument& document, ktCompressedInput& input, ktFileMessages& messages) {
-    Decoder(document, input, messages).run();
+    DracoDecoder(document, input, messages).run();
 }

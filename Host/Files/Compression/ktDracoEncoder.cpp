@@ -23,9 +23,9 @@ struct Target {
     const ktDracoStream* input; ///< null: the input did not hold it compressed
 };
 
-class Encoder {
+class DracoEncoder {
 public:
-    Encoder(ktGltfDocument& document_, bool all_, const ktCompressedInput& input_, ktFileMessages& messages_)
+    DracoEncoder(ktGltfDocument& document_, bool all_, const ktCompressedInput& input_, ktFileMessages& messages_)
         : document(document_), all(all_), input(input_), messages(messages_) {}
 
     void run();
@@ -70,7 +70,7 @@ bool isTriangles(const ktJson& primitive) {
     return ktJsonWhole(primitive, "mode").value_or(4) == 4 && primitive.is_object();
 }
 
-void Encoder::findTargets() {
+void DracoEncoder::findTargets() {
     for (std::size_t m = 0; m < ktJsonCount(document.json, "meshes"); ++m) {
         const ktJson& mesh = *ktJsonElement(document.json, "meshes", m);
         for (std::size_t p = 0; p < ktJsonCount(mesh, "primitives"); ++p) {
@@ -92,7 +92,7 @@ void Encoder::findTargets() {
 }
 
 // How many places name each accessor.
-void Encoder::countUses() {
+void DracoEncoder::countUses() {
     useCount.assign(ktJsonCount(document.json, "accessors"), 0);
     const std::vector<bool> isUsed = ktFindUsedAccessors(document.json);
     const auto use = [&](const ktJson& reference) {
@@ -120,7 +120,7 @@ void Encoder::countUses() {
 }
 
 // The box of all positions of a mesh, so that primitives which touch are rounded to one grid. Empty: not finite.
-std::optional<Encoder::Box> Encoder::boxOf(std::size_t mesh) {
+std::optional<DracoEncoder::Box> DracoEncoder::boxOf(std::size_t mesh) {
     const auto known = boxes.find(mesh);
     if (known != boxes.end())
         return known->second;
@@ -149,7 +149,7 @@ std::optional<Encoder::Box> Encoder::boxOf(std::size_t mesh) {
 }
 
 // Whether the stream of the input still holds the primitive.
-bool Encoder::isUnchanged(const Target& target) const {
+bool DracoEncoder::isUnchanged(const Target& target) const {
     if (!target.input)
         return false;
     const ktJson& primitive = primitiveOf(target);
@@ -181,8 +181,8 @@ bool fits(const ktDracoQuantization& grid, const ktDracoNewAttribute& attribute)
 }
 
 /// Chooses how the values of an attribute are rounded.
-ktDracoQuantization Encoder::gridFor(const Target& target, const std::string& name,
-                                     const ktDracoNewAttribute& attribute) {
+ktDracoQuantization DracoEncoder::gridFor(const Target& target, const std::string& name,
+                                          const ktDracoNewAttribute& attribute) {
     if (attribute.component != ktComponent::Float)
         return {};
     if (target.input) {
@@ -220,7 +220,7 @@ ktDracoQuantization Encoder::gridFor(const Target& target, const std::string& na
     return std::isfinite(grid.range) ? grid : ktDracoQuantization{};
 }
 
-std::vector<ktDracoNewAttribute> Encoder::attributesOf(const Target& target, std::size_t& vertices) {
+std::vector<ktDracoNewAttribute> DracoEncoder::attributesOf(const Target& target, std::size_t& vertices) {
     const ktJson& json = primitiveOf(target)["attributes"];
     std::vector<std::string> names = {"POSITION"};
     for (const auto& attribute : json.items())
@@ -251,7 +251,7 @@ std::vector<ktDracoNewAttribute> Encoder::attributesOf(const Target& target, std
     return attributes;
 }
 
-std::vector<std::uint32_t> Encoder::indicesOf(const ktJson& primitive, std::size_t vertices) const {
+std::vector<std::uint32_t> DracoEncoder::indicesOf(const ktJson& primitive, std::size_t vertices) const {
     std::vector<std::uint32_t> indices;
     if (const auto index = ktJsonWhole(primitive, "indices")) {
         indices = ktGltfAccessor(document, static_cast<std::size_t>(*index)).readIndices();
@@ -269,7 +269,7 @@ std::vector<std::uint32_t> Encoder::indicesOf(const ktJson& primitive, std::size
 }
 
 // A stream without bytes if the primitive cannot be compressed.
-ktDracoNewStream Encoder::compress(const Target& target, std::vector<std::string>& names) {
+ktDracoNewStream DracoEncoder::compress(const Target& target, std::vector<std::string>& names) {
     try {
         std::size_t vertices = 0;
         const ktJson& primitive = primitiveOf(target);
@@ -284,7 +284,7 @@ ktDracoNewStream Encoder::compress(const Target& target, std::vector<std::string
 }
 
 // An accessor without data for a reference, and only for it.
-ktJson& Encoder::detach(ktJson& reference, std::size_t count) {
+ktJson& DracoEncoder::detach(ktJson& reference, std::size_t count) {
     ktJson& accessors = document.json["accessors"];
     std::size_t index = static_cast<std::size_t>(reference);
     if (useCount[index] > 1) {
@@ -304,7 +304,7 @@ ktJson& Encoder::detach(ktJson& reference, std::size_t count) {
     return accessor;
 }
 
-void Encoder::apply(const Target& target, const ktDracoNewStream& stream, const std::vector<std::string>& names) {
+void DracoEncoder::apply(const Target& target, const ktDracoNewStream& stream, const std::vector<std::string>& names) {
     ktJson& primitive = primitiveOf(target);
     ktJson ids = ktJson::object();
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -331,7 +331,7 @@ void Encoder::apply(const Target& target, const ktDracoNewStream& stream, const 
     streams.emplace_back(&target, stream.bytes);
 }
 
-void Encoder::applyInput(const Target& target) {
+void DracoEncoder::applyInput(const Target& target) {
     ktJson& primitive = primitiveOf(target);
     ktJson ids = ktJson::object();
     for (const auto& [name, id] : target.input->ids) {
@@ -347,7 +347,7 @@ void Encoder::applyInput(const Target& target) {
 }
 
 // Removes views that held what is compressed now, also of primitives that were written anew.
-void Encoder::dropUnusedData(ktBufferRebuild& rebuild) {
+void DracoEncoder::dropUnusedData(ktBufferRebuild& rebuild) {
     ktJson& accessors = document.json["accessors"];
     const std::vector<bool> isUsed = ktFindUsedAccessors(document.json);
     for (std::size_t i = 0; i < accessors.size(); ++i) {
@@ -362,7 +362,7 @@ void Encoder::dropUnusedData(ktBufferRebuild& rebuild) {
             rebuild.remove(i);
 }
 
-void Encoder::run() {
+void DracoEncoder::run() {
     findTargets();
     countUses();
     wasUsed = ktFindUsedViews(document.json);
@@ -399,5 +399,5 @@ void Encoder::run() {
 } // namespace
 
 void ktEncodeDraco(ktGltfDocument& document, bool all, const ktCompressedInput& input, ktFileMessages& messages) {
-    Encoder(document, all, input, messages).run();
+    DracoEncoder(document, all, input, messages).run();
 }

@@ -14,7 +14,7 @@
 namespace {
 
 // Decoded data may be this many times its stream, and a megabyte of streams this much more than nothing.
-constexpr std::size_t largestRatio = 256, alwaysAllowed = std::size_t(1) << 24;
+constexpr std::size_t largestMeshRatio = 256, alwaysAllowed = std::size_t(1) << 24;
 
 /// Writes the answer of the limited process.
 class Answer {
@@ -138,7 +138,7 @@ bool readAttribute(const draco::Mesh& mesh, ktDracoAttribute& out) {
 }
 
 // Decodes one stream. Returns the reason if it cannot.
-std::string decode(ktDracoMesh& out) {
+std::string decodeMesh(ktDracoMesh& out) {
     draco::Decoder decoder;
     for (int type = draco::GeometryAttribute::POSITION; type < draco::GeometryAttribute::NAMED_ATTRIBUTES_COUNT; ++type)
         decoder.SetSkipAttributeTransform(static_cast<draco::GeometryAttribute::Type>(type));
@@ -151,7 +151,7 @@ std::string decode(ktDracoMesh& out) {
     std::size_t size = std::size_t(mesh.num_faces()) * 12;
     for (const ktDracoAttribute& attribute : out.attributes)
         size += attribute.stride() * mesh.num_points();
-    if (size > alwaysAllowed + largestRatio * out.size)
+    if (size > alwaysAllowed + largestMeshRatio * out.size)
         return "its compressed data (KHR_draco_mesh_compression) describes far more than its size justifies";
     out.vertices = mesh.num_points();
     out.indices.reserve(3 * std::size_t(mesh.num_faces()));
@@ -169,7 +169,7 @@ std::string decode(ktDracoMesh& out) {
 }
 
 void answer(ktDracoMesh& mesh, Answer out) {
-    const std::string problem = decode(mesh);
+    const std::string problem = decodeMesh(mesh);
     out.put(std::vector<char>(problem.begin(), problem.end()));
     out.put(std::uint64_t(mesh.vertices));
     out.put(mesh.indices);
@@ -188,7 +188,7 @@ void ktReadDracoStreams(std::vector<ktDracoMesh>& meshes) {
     for (const ktDracoMesh& mesh : meshes)
         size += mesh.size;
     ktProcessLimits limits;
-    limits.memory_bytes = (std::size_t(1) << 30) + 4 * largestRatio * size;
+    limits.memory_bytes = (std::size_t(1) << 30) + 4 * largestMeshRatio * size;
     limits.time_s = 20 + static_cast<unsigned>(size >> 16);
     limits.wait_s = 60 + 4 * limits.time_s;
     ktBytes bytes;

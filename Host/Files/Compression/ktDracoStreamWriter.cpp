@@ -80,8 +80,8 @@ draco::Options optionsFor(const ktDracoQuantization& grid, int width) {
     return options;
 }
 
-bool encode(const draco::Mesh& mesh, const std::vector<ktDracoNewAttribute>& attributes, int method,
-            draco::EncoderBuffer& out) {
+bool encodeMesh(const draco::Mesh& mesh, const std::vector<ktDracoNewAttribute>& attributes, int method,
+                draco::EncoderBuffer& out) {
     draco::ExpertEncoder encoder(mesh);
     encoder.SetSpeedOptions(speed, speed);
     encoder.SetEncodingMethod(method);
@@ -138,7 +138,7 @@ ktDracoNewStream ktWriteDracoStream(const std::vector<ktDracoNewAttribute>& attr
             mesh.DeduplicateAttributeValues();
         draco::EncoderBuffer buffer;
         ktDracoNewStream stream;
-        if (!encode(mesh, attributes, method, buffer) || !inspect(buffer, stream) ||
+        if (!encodeMesh(mesh, attributes, method, buffer) || !inspect(buffer, stream) ||
             (keepsOrder && stream.vertices != vertices))
             continue;
         stream.bytes.assign(buffer.data(), buffer.data() + buffer.size());

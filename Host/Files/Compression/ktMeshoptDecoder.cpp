@@ -11,18 +11,18 @@
 namespace {
 
 // A block of 256 elements takes at least 4 bytes per byte of an element, so data is at most 64 times its stream.
-constexpr std::size_t largestRatio = 64, leastSize = 4096;
+constexpr std::size_t largestViewRatio = 64, leastSize = 4096;
 constexpr unsigned newestVertexCodec = 0, newestIndexCodec = 1;
 
-struct Stream {
+struct ViewStream {
     std::string object;
     const std::uint8_t* data = nullptr;
     std::size_t size = 0, count = 0, stride = 0;
     std::string mode, filter;
 };
 
-Stream openStream(const ktGltfDocument& document, std::size_t view, const ktJson& extension, const char* name) {
-    Stream stream;
+ViewStream openStream(const ktGltfDocument& document, std::size_t view, const ktJson& extension, const char* name) {
+    ViewStream stream;
     stream.object = ktPointer("bufferViews", view) + "/extensions/" + name;
     const auto fail = [&](const std::string& reason) { throw ktFileError(stream.object, reason); };
     const auto buffer = ktJsonWhole(extension, "buffer"), length = ktJsonWhole(extension, "byteLength"),
@@ -46,7 +46,7 @@ Stream openStream(const ktGltfDocument& document, std::size_t view, const ktJson
         fail("has no valid byteStride");
     if (stream.mode == "TRIANGLES" && *count % 3 != 0)
         fail("has a count that is no number of triangles");
-    if (*count < 1 || *count > (*length * largestRatio + leastSize) / *stride)
+    if (*count < 1 || *count > (*length * largestViewRatio + leastSize) / *stride)
         fail("describes far more data than its size justifies");
     stream.data = source.bytes.data() + offset;
     stream.size = static_cast<std::size_t>(*length);
@@ -60,7 +60,7 @@ Stream openStream(const ktGltfDocument& document, std::size_t view, const ktJson
     return stream;
 }
 
-void applyFilter(const Stream& stream, std::uint8_t* data) {
+void applyFilter(const ViewStream& stream, std::uint8_t* data) {
     if (stream.filter.empty())
         return;
     const std::size_t stride = stream.stride;
@@ -77,7 +77,7 @@ void applyFilter(const Stream& stream, std::uint8_t* data) {
                                              "' or one that does not suit its byteStride");
 }
 
-ktBytes decode(const Stream& stream) {
+ktBytes decodeView(const ViewStream& stream) {
     ktBytes data(stream.count * stream.stride);
     const auto run = [&] {
         if (stream.mode == "ATTRIBUTES")
@@ -103,8 +103,8 @@ void ktDecodeMeshopt(ktGltfDocument& document, ktCompressedInput& input) {
             if (!extension)
                 continue;
             ktReadInterrupt::check();
-            const Stream stream = openStream(document, i, *extension, name);
-            ktBytes data = decode(stream);
+            const ViewStream stream = openStream(document, i, *extension, name);
+            ktBytes data = decodeView(stream);
             const auto length = ktJsonWhole(view, "byteLength");
             if (!length || *length > data.size())
                 throw ktFileError(stream.object, "holds less data than its buffer view needs");

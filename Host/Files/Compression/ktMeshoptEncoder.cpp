@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t largestStride = 256;
 
 /// What a view is used for.
-struct Use {
+struct ViewUse {
     bool isVertices = false, isIndices = false;
     bool isOther = false;        ///< an image, an unknown use, or accessors of other types beside indices
     bool isTriangles = true;     ///< all its indices form triangle lists
@@ -23,9 +23,9 @@ struct Use {
     bool hasManySizes = false;
 };
 
-class Encoder {
+class MeshoptEncoder {
 public:
-    Encoder(ktGltfDocument& document_, bool all_, const ktCompressedInput& input_)
+    MeshoptEncoder(ktGltfDocument& document_, bool all_, const ktCompressedInput& input_)
         : document(document_), all(all_), input(input_), rebuild(document_) {}
 
     void run();
@@ -34,9 +34,9 @@ private:
     void findUses();
     void useIndices(const ktJson& primitive);
     void compress(std::size_t view);
-    void encodeVertices(std::size_t view, const ktGltfViewRange& range, const Use& use);
-    void encodeIndices(std::size_t view, const ktGltfViewRange& range, const Use& use);
-    Use* useOf(const ktJson& accessor) {
+    void encodeVertices(std::size_t view, const ktGltfViewRange& range, const ViewUse& use);
+    void encodeIndices(std::size_t view, const ktGltfViewRange& range, const ViewUse& use);
+    ViewUse* useOf(const ktJson& accessor) {
         const auto view = ktJsonWhole(accessor, "bufferView");
         return view && *view < uses.size() ? &uses[static_cast<std::size_t>(*view)] : nullptr;
     }
@@ -45,15 +45,15 @@ private:
     const bool all;
     const ktCompressedInput& input;
     ktBufferRebuild rebuild;
-    std::vector<Use> uses; ///< by view
+    std::vector<ViewUse> uses; ///< by view
     bool isCompressed = false;
 };
 
-void Encoder::useIndices(const ktJson& primitive) {
+void MeshoptEncoder::useIndices(const ktJson& primitive) {
     const auto index = ktJsonWhole(primitive, "indices");
     const ktJson* accessor =
         index ? ktJsonElement(document.json, "accessors", static_cast<std::size_t>(*index)) : nullptr;
-    Use* const use = accessor ? useOf(*accessor) : nullptr;
+    ViewUse* const use = accessor ? useOf(*accessor) : nullptr;
     if (!use)
         return;
     use->isIndices = true;
@@ -63,11 +63,11 @@ void Encoder::useIndices(const ktJson& primitive) {
         use->isTriangles = false;
 }
 
-void Encoder::findUses() {
+void MeshoptEncoder::findUses() {
     uses.resize(ktJsonCount(document.json, "bufferViews"));
     for (std::size_t i = 0; i < ktJsonCount(document.json, "accessors"); ++i) {
         const ktJson& accessor = *ktJsonElement(document.json, "accessors", i);
-        if (Use* const use = useOf(accessor)) {
+        if (ViewUse* const use = useOf(accessor)) {
             const auto component = ktJsonWhole(accessor, "componentType").value_or(0);
             const std::size_t size = ktComponentSize(static_cast<ktComponent>(component)) *
                                      static_cast<std::size_t>(ktComponentCount(ktJsonText(accessor, "type")));
@@ -78,11 +78,11 @@ void Encoder::findUses() {
         if (const ktJson* sparse = ktJsonMember(accessor, "sparse"))
             for (const char* part : {"indices", "values"})
                 if (const ktJson* holder = ktJsonMember(*sparse, part))
-                    if (Use* const use = useOf(*holder))
+                    if (ViewUse* const use = useOf(*holder))
                         use->isOther = true;
     }
     for (std::size_t i = 0; i < ktJsonCount(document.json, "images"); ++i)
-        if (Use* const use = useOf(*ktJsonElement(document.json, "images", i)))
+        if (ViewUse* const use = useOf(*ktJsonElement(document.json, "images", i)))
             use->isOther = true;
     for (std::size_t m = 0; m < ktJsonCount(document.json, "meshes"); ++m) {
         const ktJson& mesh = *ktJsonElement(document.json, "meshes", m);
@@ -91,7 +91,7 @@ void Encoder::findUses() {
     }
 }
 
-void Encoder::encodeVertices(std::size_t view, const ktGltfViewRange& range, const Use& use) {
+void MeshoptEncoder::encodeVertices(std::size_t view, const ktGltfViewRange& range, const ViewUse& use) {
     const std::size_t stride = range.stride                                   ? range.stride
                                : use.hasManySizes || use.elementSize % 4 != 0 ? 4
                                                                               : use.elementSize;
@@ -108,7 +108,7 @@ void Encoder::encodeVertices(std::size_t view, const ktGltfViewRange& range, con
     isCompressed = true;
 }
 
-void Encoder::encodeIndices(std::size_t view, const ktGltfViewRange& range, const Use& use) {
+void MeshoptEncoder::encodeIndices(std::size_t view, const ktGltfViewRange& range, const ViewUse& use) {
     const std::size_t size = use.elementSize;
     if ((size != 2 && size != 4) || range.stride != 0 || range.size < size)
         return;
@@ -136,7 +136,7 @@ void Encoder::encodeIndices(std::size_t view, const ktGltfViewRange& range, cons
     isCompressed = true;
 }
 
-void Encoder::compress(std::size_t view) {
+void MeshoptEncoder::compress(std::size_t view) {
     const ktJson& json = *ktJsonElement(document.json, "bufferViews", view);
     const auto known = input.meshopt.find(view);
     const bool isOwn = ktIsOwnData(json);
@@ -145,7 +145,7 @@ void Encoder::compress(std::size_t view) {
         isCompressed = true;
         return;
     }
-    const Use& use = uses[view];
+    const ViewUse& use = uses[view];
     if (use.isOther || (!use.isVertices && !use.isIndices) || !(all || isOwn))
         return;
     const ktGltfViewRange range = ktFindGltfView(document, view);
@@ -157,7 +157,7 @@ void Encoder::compress(std::size_t view) {
         encodeVertices(view, range, use);
 }
 
-void Encoder::run() {
+void MeshoptEncoder::run() {
     // The extension needs this version of the indices' code. The library keeps it in a variable of the process.
     static std::once_flag once;
     std::call_once(once, [] { meshopt_encodeIndexVersion(1); });
@@ -177,5 +177,5 @@ void Encoder::run() {
 } // namespace
 
 void ktEncodeMeshopt(ktGltfDocument& document, bool all, const ktCompressedInput& input) {
-    Encoder(document, all, input).run();
+    MeshoptEncoder(document, all, input).run();
 }

@@ -6,7 +6,7 @@
 
 namespace {
 
-const char* const key = "ambientOcclusion";
+const char* const markKey = "ambientOcclusion";
 const char* const lightText = "light";
 const char* const bothText = "light and colors";
 
@@ -22,13 +22,13 @@ void forEachAttributes(const ktGltfDocument& document, const Visit& visit) {
 
 void removeMark(ktJson& asset) {
     ktJson* extras = ktJsonMember(asset, "extras");
-    ktJson* mark = extras ? ktJsonMember(*extras, key) : nullptr;
+    ktJson* mark = extras ? ktJsonMember(*extras, markKey) : nullptr;
     if (!mark || !ktJsonMember(*mark, "COLOR_0"))
         return;
     mark->erase("COLOR_0");
     if (!mark->empty())
         return;
-    extras->erase(key);
+    extras->erase(markKey);
     if (extras->empty())
         asset.erase("extras");
 }
@@ -38,7 +38,7 @@ void removeMark(ktJson& asset) {
 ktLightMark ktReadLightMark(const ktGltfDocument& document) {
     const ktJson* asset = ktJsonMember(document.json, "asset");
     const ktJson* extras = asset ? ktJsonMember(*asset, "extras") : nullptr;
-    const ktJson* mark = extras ? ktJsonMember(*extras, key) : nullptr;
+    const ktJson* mark = extras ? ktJsonMember(*extras, markKey) : nullptr;
     const std::string text = mark ? ktJsonText(*mark, "COLOR_0") : std::string();
     return text == lightText ? ktLightMark::Light : text == bothText ? ktLightMark::LightAndColors : ktLightMark::None;
 }
@@ -71,8 +71,8 @@ void ktWriteLightMark(ktGltfDocument& document) {
         return;
     }
     const ktJson* const extras = ktJsonMember(*asset, "extras");
-    const ktJson* const mark = extras ? ktJsonMember(*extras, key) : nullptr;
+    const ktJson* const mark = extras ? ktJsonMember(*extras, markKey) : nullptr;
     if ((extras && !extras->is_object()) || (mark && !mark->is_object()))
         return; // somebody else's
-    (*asset)["extras"][key]["COLOR_0"] = hasColors ? bothText : lightText;
+    (*asset)["extras"][markKey]["COLOR_0"] = hasColors ? bothText : lightText;
 }

@@ -11,12 +11,12 @@
 
 namespace {
 
-const char* const extensionName = "EXT_mesh_gpu_instancing";
+const char* const instancingName = "EXT_mesh_gpu_instancing";
 constexpr std::size_t mostWithoutData = 1 << 16; // instances whose transforms are all zeros
 
 const ktJson* instancingOf(const ktJson& node) {
     const ktJson* extensions = ktJsonMember(node, "extensions");
-    return extensions ? ktJsonMember(*extensions, extensionName) : nullptr;
+    return extensions ? ktJsonMember(*extensions, instancingName) : nullptr;
 }
 
 /// The transforms as glTF stores them: one list for each of translation, rotation and scale; empty: the default.
@@ -75,7 +75,7 @@ std::vector<ktMatrix> ktReadInstances(const ktGltfDocument& document, std::size_
     const ktJson* instancing = instancingOf(*ktJsonElement(document.json, "nodes", node));
     if (!instancing)
         return {};
-    const std::string object = ktPointer("nodes", node) + "/extensions/" + extensionName;
+    const std::string object = ktPointer("nodes", node) + "/extensions/" + instancingName;
     std::vector<ktMatrix> matrices;
     try {
         const Lists lists = readLists(document, *instancing, object);
@@ -106,7 +106,7 @@ void ktMakeInstancesNodes(ktGltfDocument& document, ktFileMessages& messages) {
             continue;
         std::optional<Lists> lists;
         try {
-            lists = readLists(document, *instancing, ktPointer("nodes", i) + "/extensions/" + extensionName);
+            lists = readLists(document, *instancing, ktPointer("nodes", i) + "/extensions/" + instancingName);
         } catch (const ktFileError& error) {
             messages.warn(error.object(), "its instances cannot be read, so its mesh is shown once: " + error.reason());
         }
@@ -126,7 +126,7 @@ void ktMakeInstancesNodes(ktGltfDocument& document, ktFileMessages& messages) {
         }
         ktJson& node = document.json["nodes"][i];
         node.erase("mesh");
-        node["extensions"].erase(extensionName);
+        node["extensions"].erase(instancingName);
         if (node["extensions"].empty())
             node.erase("extensions");
     }
@@ -134,7 +134,7 @@ void ktMakeInstancesNodes(ktGltfDocument& document, ktFileMessages& messages) {
         return;
     for (const char* list : {"extensionsUsed", "extensionsRequired"})
         if (ktJson* names = ktJsonMember(document.json, list); names && names->is_array()) {
-            names->erase(std::remove(names->begin(), names->end(), extensionName), names->end());
+            names->erase(std::remove(names->begin(), names->end(), instancingName), names->end());
             if (names->empty())
                 document.json.erase(list);
         }

@@ -9,7 +9,7 @@
 
 namespace {
 
-bool holds(const ktBytes& image, std::size_t at, const char* text) {
+bool hasText(const ktBytes& image, std::size_t at, const char* text) {
     const std::size_t size = std::strlen(text);
     return image.size() >= at + size && std::memcmp(image.data() + at, text, size) == 0;
 }
@@ -17,7 +17,7 @@ bool holds(const ktBytes& image, std::size_t at, const char* text) {
 } // namespace
 
 bool ktIsWebP(const ktBytes& image) {
-    return holds(image, 0, "RIFF") && holds(image, 8, "WEBP");
+    return hasText(image, 0, "RIFF") && hasText(image, 8, "WEBP");
 }
 
 QImage ktDecodeWebP(const ktBytes& image, std::int64_t most, const std::string& object) {
@@ -38,11 +38,11 @@ QImage ktDecodeWebP(const ktBytes& image, std::int64_t most, const std::string& 
 }
 
 const char* ktUnreadFormat(const ktBytes& image) {
-    if (holds(image, 0, "\xABKTX 20"))
+    if (hasText(image, 0, "\xABKTX 20"))
         return "KTX 2 (KHR_texture_basisu)";
-    if (holds(image, 0, "DDS "))
+    if (hasText(image, 0, "DDS "))
         return "DDS (MSFT_texture_dds)";
-    if (holds(image, 4, "ftypavif"))
+    if (hasText(image, 4, "ftypavif"))
         return "AVIF (EXT_texture_avif)";
     return nullptr;
 }
