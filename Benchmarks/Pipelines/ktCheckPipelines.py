@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Bakes ten models before and after gltf-transform and gltfpack, and checks that _AO is the same: within what the tools
+"""Bakes models before and after gltf-transform and gltfpack, and checks that _AO is the same: within what the tools
 round. Also bakes with --compress draco and meshopt. Decodes all results with the reference decoders, and draws them in
 three.js if Chromium is installed. Needs node and the packages of package.json; says so if they are missing. Ends with 1 if
 a file bakes to something else.
@@ -23,7 +23,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 ASSIMP = "/usr/share/assimp/models/"
 MODELS = ["glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb", "glTF2/BoxTextured-glTF-Binary/BoxTextured.glb",
           "PLY/Wuson.ply", "OBJ/spider.obj", "Collada/duck.dae", "Collada/teapots.DAE", "STL/Spider_ascii.stl",
-          "MD2/faerie.md2", "X/Testwuson.X", "FBX/spider.fbx"]
+          "MD2/faerie.md2", "FBX/spider.fbx"]
 # Vertices keep their values, as light at the vertices does not depend on the triangles that a tool makes.
 BAKE = ["--fit", "vertices", "--no-indirect", "--shadow-quality", "1"]
 TOOLS = ["optimize", "draco", "meshopt", "quantize", "instance", "-c", "-cc"]
@@ -184,6 +184,10 @@ def main():
     print("| model | tool | size | vertices found | `_AO`: mean, 95 % | picture |\n| --- | --- | --- | --- | --- | --- |")
     for name, tool, result, whole, size in rows:
         picture = pictures.get((name, tool))
+        if not result["matched"]:
+            print("| %s | `%s` | | 0 %% | | | DIFFERS" % (name, tool))
+            bad += 1
+            continue
         is_good = (result["matched"] >= LEAST_MATCHED and result["mean"] <= MOST_MEAN and
                    (picture is None or picture <= MOST_PICTURE))
         bad += not is_good
