@@ -22,8 +22,8 @@
 ///
 /// When ktCancelToken is set, the current call ends soon and leaves its geometry unchanged. Later calls return
 /// immediately. An error inside a call is logged in one line and sets the token, which cancels the run.
-/// Memory: the occluders in world space (parts that are traced as instances once), the tracer's structure and, during a call, about 40 bytes for each of its
-/// vertices. Rays need no memory.
+/// Memory: the occluders in world space (parts that are traced as instances once), the tracer's structure and, during a
+/// call, about 40 bytes for each of its vertices. Rays need no memory.
 class KT_HOST_EXPORT ktSceneRaytracing : public ktRaytracingUtils {
 public:
     /// Uses the tracer of ktMakeTracer(), which is made when first needed.
