@@ -25,7 +25,6 @@
 #include <vector>
 
 class ktGeoSubdivisionList;
-class ktRaytracingUtils;
 class ktSampler;
 struct ktAmbientOcclusionAccess;
 namespace ktAmbientOcclusionInternal {
@@ -153,10 +152,6 @@ public:
 
     // --- Passes: parts of a run, called by startCalculation() ------------------------------------------------------
 
-    /// Collects the geometry and runs the passes. May throw std::bad_alloc; startCalculation() then puts all away.
-    /// @param workingRoot gets the working tree, with a reference
-    void runPasses(ktRaytracingUtils* utils, const std::vector<ktNodePtr>& selectedNodes, bool onlyMissing,
-                   osg::NodePtr& workingRoot);
     /// Runs the passes over the collected lists; writes timings to standard output.
     void computeIllumination(bool indirect);
     /// Traces the direct result of every vertex of the collected geometry into channel 7.

@@ -9,8 +9,6 @@
 #include "ktScenegraph.h"
 
 #include <algorithm>
-#include <exception>
-#include <OpenSG/OSGRefPtr.h>
 
 namespace {
 
@@ -22,8 +20,6 @@ ktSampler* createSampler(ktRaytracingUtils* utils, int count) {
 // Detaches the children from the first to the last. They are reversed before, because removing the first of many moves
 // all others.
 void releaseWorkingTree(const osg::NodePtr& root) {
-    if (root == osg::NullFC)
-        return;
     osg::beginEditCP(root, osg::Node::ChildrenFieldMask);
     std::reverse(root->getMFChildren()->begin(), root->getMFChildren()->end());
     while (root->getNChildren() > 0)
@@ -62,24 +58,33 @@ bool ktAmbientOcclusion::startCalculation(bool onlyMissing) {
     const bool renderWasEnabled = ktOSGWidget::isRenderEnabled();
     const int raytracing = ktOSGWidget::getRaytracing();
     ktOSGWidget::enableRender(false);
+    ktController::setBusy(true, true);
+    ktOSGWidget::getMGLWCount();
 
-    // If memory runs out, the host must not stay frozen: everything is put away, and then the exception goes on.
-    std::exception_ptr error;
-    const auto attempt = [&error](const auto& step) {
-        try {
-            step();
-        } catch (...) {
-            if (!error)
-                error = std::current_exception();
-        }
-    };
-    osg::NodePtr workingRoot;
-    attempt([&] { runPasses(utils, selectedNodes, onlyMissing, workingRoot); });
-    if (error)
-        attempt([this] { cancelCalculation(); });
+    directSampler = createSampler(utils, directSampleCountU);
+    gatherSampler = createSampler(utils, gatherSampleCount);
+    directThreshold = intensityThreshold;
+    indirectThreshold = intensityThreshold;
+    updateState(Preparing, 0);
+    refineDirect = subdivide && shadowQuality > 1;
+    refineIndirect = subdivide && gatherQuality > 1;
+    utils->setMaterialOverride(colorBleeding, overrideMaterialColor, materialColor.getValuesRGB());
 
-    attempt([this] { updateState(Finishing, 0); });
-    attempt([&] { releaseWorkingTree(workingRoot); });
+    const osg::AmbientOcclusionSettingsAttachmentPtr attachment = getAmbientOcclusionSettings();
+    osg::addRefCP(attachment);
+    for (const ktNodePtr& node : selectedNodes)
+        addAOData(node, attachment);
+    osg::subRefCP(attachment);
+
+    passOption = true;
+    const osg::NodePtr workingRoot = buildGeometryNodeList(selectedNodes, geometryNodes, onlyMissing);
+    if (!geometryNodes.empty()) {
+        buildVisibleNodeList();
+        computeIllumination(indirectIllumination);
+    }
+
+    updateState(Finishing, 0);
+    releaseWorkingTree(workingRoot);
     utils->releaseSampler(directSampler);
     utils->releaseSampler(gatherSampler);
     directSampler = nullptr;
@@ -90,42 +95,15 @@ bool ktAmbientOcclusion::startCalculation(bool onlyMissing) {
     visibleGeometryNodes.clear();
     visibleLightNodes.clear();
 
-    attempt([&] { utils->restoreRaytracing(raytracing); });
-    attempt([] { ktController::setBusy(false, true); });
+    utils->restoreRaytracing(raytracing);
+    ktController::setBusy(false, true);
     ktOSGWidget::enableRender(renderWasEnabled);
     ktScenegraph::enableUpdate(true);
     calculating = false;
     keepRunning = false;
-    if (error)
-        std::rethrow_exception(error);
     updateState(Idle, 0);
     ktController::setModified(1);
     ktScenegraph::update(true);
     Q_EMIT calculationStarted(onlyMissing);
     return true;
-}
-
-void ktAmbientOcclusion::runPasses(ktRaytracingUtils* utils, const std::vector<ktNodePtr>& selectedNodes,
-                                   bool onlyMissing, osg::NodePtr& workingRoot) {
-    ktController::setBusy(true, true);
-    ktOSGWidget::getMGLWCount();
-    directSampler = createSampler(utils, directSampleCountU);
-    gatherSampler = createSampler(utils, gatherSampleCount);
-    directThreshold = intensityThreshold;
-    indirectThreshold = intensityThreshold;
-    updateState(Preparing, 0);
-    refineDirect = subdivide && shadowQuality > 1;
-    refineIndirect = subdivide && gatherQuality > 1;
-    utils->setMaterialOverride(colorBleeding, overrideMaterialColor, materialColor.getValuesRGB());
-
-    const osg::RefPtr<osg::AmbientOcclusionSettingsAttachmentPtr> attachment(getAmbientOcclusionSettings());
-    for (const ktNodePtr& node : selectedNodes)
-        addAOData(node, attachment);
-
-    passOption = true;
-    workingRoot = buildGeometryNodeList(selectedNodes, geometryNodes, onlyMissing);
-    if (!geometryNodes.empty()) {
-        buildVisibleNodeList();
-        computeIllumination(indirectIllumination);
-    }
 }

@@ -78,28 +78,26 @@ osg::NodePtr ktAmbientOcclusion::buildGeometryNodeList(const std::vector<ktNodeP
     nodes.clear();
     missingOnly = onlyMissing;
 
-    const osg::NodeRefPtr kept(osg::Node::create()); // released if memory runs out
-    const osg::NodePtr workingRoot = kept;
+    const osg::NodePtr workingRoot = osg::Node::create();
+    osg::addRefCP(workingRoot);
     osg::beginEditCP(workingRoot, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
     workingRoot->setCore(osg::Group::create());
     for (const ktNodePtr& selected : selectedNodes) {
         if (selected == osg::NullFC)
             continue; // no longer in the scene
-        const osg::NodeRefPtr clone(osg::cloneTree(selected));
+        const osg::NodePtr clone = osg::cloneTree(selected);
         osg::Matrix parentToWorld;
         if (selected->getParent() != osg::NullFC)
             parentToWorld = selected->getParent()->getToWorld();
 
         const osg::TransformPtr transform = osg::Transform::create();
-        const osg::TransformRefPtr keptTransform(transform);
         osg::beginEditCP(transform, osg::Transform::MatrixFieldMask);
         transform->setMatrix(parentToWorld);
         osg::endEditCP(transform, osg::Transform::MatrixFieldMask);
         const osg::NodePtr placed = osg::Node::create();
-        const osg::NodeRefPtr keptPlaced(placed);
         osg::beginEditCP(placed, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
         placed->setCore(transform);
-        placed->addChild(osg::NodePtr(clone));
+        placed->addChild(clone);
         osg::endEditCP(placed, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
         workingRoot->addChild(placed);
     }
@@ -107,7 +105,6 @@ osg::NodePtr ktAmbientOcclusion::buildGeometryNodeList(const std::vector<ktNodeP
 
     std::set<osg::GeometryPtr> collectedCores;
     GeometryCollector{this, &nodes, &collectedCores}.traverse(workingRoot);
-    osg::addRefCP(workingRoot); // for the caller
     return workingRoot;
 }
 

@@ -90,7 +90,9 @@ void check(const std::vector<std::string>& options, long sample) {
             const std::string which = "allocation " + std::to_string(from) + ", " + count + " fail: " + result.error;
             const std::string output = readFile(folder.file("out.glb"));
             longest_s = std::max(longest_s, result.seconds);
-            ASSERT_TRUE(result.exitCode == 0 || result.exitCode == 1) << result.exitCode << ", " << which;
+            // 4: the picture or the statistics have failed, and the output is written.
+            const bool isWritten = result.exitCode == 4 && output == bake.expected;
+            ASSERT_TRUE(result.exitCode == 0 || result.exitCode == 1 || isWritten) << result.exitCode << ", " << which;
             EXPECT_THAT(namesIn(folder.path), testing::IsSubsetOf({"out.glb", "p.png", "preferences", "s.json"}))
                 << which;
             if (result.exitCode == 0) {

@@ -296,7 +296,7 @@ TEST(ConformingRefiner, GivenACut_SplitsAllTrianglesAtItThere) {
     const auto positionOf = [&](Index v) { return refiner.vertices()[v].position; };
     const Refiner::Edge side = Refiner::edgeBetween(positionOf(1), positionOf(3)); // between the meshes
     EXPECT_EQ(refiner.cutCost(side), 2u);
-    ASSERT_TRUE(refiner.cut(side, 0.3));
+    ASSERT_TRUE(refiner.cut(side, 0.45));
     EXPECT_EQ(refiner.triangles().size(), 6u);
     EXPECT_EQ(countHangingVertices(refiner), 0);
     EXPECT_NEAR(totalArea(refiner), 2.0, 1e-9);
@@ -305,7 +305,7 @@ TEST(ConformingRefiner, GivenACut_SplitsAllTrianglesAtItThere) {
         const Point p = refiner.position(vertex.position), a = refiner.position(positionOf(vertex.parents[0])),
                     b = refiner.position(positionOf(vertex.parents[1]));
         EXPECT_NEAR(p[0], 1.0, 1e-12);
-        EXPECT_NEAR(p[1], 0.3, 1e-6);
+        EXPECT_NEAR(p[1], 0.45, 1e-6);
         EXPECT_NEAR(p[1], (1 - vertex.at) * a[1] + vertex.at * b[1], 1e-12);
     }
     for (const Refiner::Bisection& bisection : refiner.takeBisections())

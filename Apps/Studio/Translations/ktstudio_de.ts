@@ -427,6 +427,34 @@
             <source>Undo memory</source>
             <translation>Speicher für Rückgängig</translation>
         </message>
+        <message>
+            <source>As in the opened file</source>
+            <translation>Wie in der geöffneten Datei</translation>
+        </message>
+        <message>
+            <source>Draco</source>
+            <translation>Draco</translation>
+        </message>
+        <message>
+            <source>Meshopt</source>
+            <translation>Meshopt</translation>
+        </message>
+        <message>
+            <source>None</source>
+            <translation>Keine</translation>
+        </message>
+        <message>
+            <source>How the geometry of the saved file is compressed</source>
+            <translation>Wie die Geometrie der gespeicherten Datei komprimiert wird</translation>
+        </message>
+        <message>
+            <source>Compression</source>
+            <translation>Kompression</translation>
+        </message>
+        <message>
+            <source>Compression: %1</source>
+            <translation>Kompression: %1</translation>
+        </message>
     </context>
     <context>
         <name>ktPartPanel</name>
