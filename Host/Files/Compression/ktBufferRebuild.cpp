@@ -58,7 +58,7 @@ void ktBufferRebuild::remove(std::size_t view) {
     changes[view] = {How::Removed, {}, {}};
 }
 
-std::size_t ktBufferRebuild::add(ktJson json, ktBytes content) {
+std::size_t ktBufferRebuild::add(const ktJson& json, ktBytes content) {
     const auto free =
         std::find_if(changes.begin(), changes.end(), [](const Change& change) { return change.how == How::Removed; });
     const std::size_t index = static_cast<std::size_t>(free - changes.begin());

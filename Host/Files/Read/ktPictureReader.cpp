@@ -178,7 +178,7 @@ QImage decodeWithQt(const ktBytes& bytes, const std::string& object, ktFileMessa
                                       (reader.canRead() ? "it names no size" : reader.errorString().toStdString()));
     checkSize(size, bytes, object);
     shrinkJpeg(reader, size, stepOf(size));
-    const QImage decoded = reader.read();
+    QImage decoded = reader.read();
     if (decoded.isNull())
         throw ktFileError(object, "cannot be decoded: " + reasonOf(reader, words));
     if (!words.first().empty())
