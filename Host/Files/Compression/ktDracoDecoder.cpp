@@ -146,7 +146,7 @@ void DracoDecoder::fillIndices(const StreamUse& use, const ktDracoMesh& mesh, kt
     ktJson view = {{"target", 34963}};
     if (ktIsOwnData(accessor))
         ktMarkAsOwn(view);
-    accessor["bufferView"] = rebuild.add(std::move(view), std::move(bytes));
+    accessor["bufferView"] = rebuild.add(view, std::move(bytes));
     input.decodedViews.insert(static_cast<std::size_t>(accessor["bufferView"]));
     accessor["componentType"] = isShort ? 5123 : 5125;
     accessor["count"] = mesh.indices.size();
@@ -179,7 +179,7 @@ void DracoDecoder::fill(const StreamUse& use, ktBufferRebuild& rebuild) {
         view["target"] = 34962;
         if (ktIsOwnData(accessor))
             ktMarkAsOwn(view);
-        accessor["bufferView"] = rebuild.add(std::move(view), attribute->values);
+        accessor["bufferView"] = rebuild.add(view, attribute->values);
         input.decodedViews.insert(static_cast<std::size_t>(accessor["bufferView"]));
         accessor["count"] = mesh.vertices;
         accessor.erase("byteOffset");
