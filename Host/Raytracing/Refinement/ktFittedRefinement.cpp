@@ -79,8 +79,8 @@ void ktFittedRefinement::refine(ktRefinementProgress& progress) {
     int rounds = 0;
     for (const auto& mesh : meshes)
         rounds = std::max(rounds, most > 0 ? deepest / 2 : mesh->request().rounds);
-    progress.rounds = rounds;
-    progress.round = 1;
+    progress.setRounds(rounds);
+    progress.beginRound(1);
     for (int merges = 0;;) {
         addPoints();
         traceNewPoints(false);
@@ -88,13 +88,13 @@ void ktFittedRefinement::refine(ktRefinementProgress& progress) {
         newPoints.clear();
         fit();
         // Two bisections halve the edges of a triangle.
-        progress.round = std::min(rounds, 1 + *std::max_element(depth.begin(), depth.end()) / 2);
+        progress.beginRound(std::min(rounds, 1 + *std::max_element(depth.begin(), depth.end()) / 2));
         if (!bisectWorst(progress) && (merges++ == mostMerges || !mergeUnneeded()))
             break;
     }
     removeUnusedVertices();
-    progress.newVertices = newVertexCount();
-    progress.round = rounds;
+    progress.setNewVertices(newVertexCount());
+    progress.beginRound(rounds);
 }
 
 // Puts the samples of the pass into their triangles. That of a fine unknown goes to one of the faces around it.
@@ -420,7 +420,7 @@ bool ktFittedRefinement::bisectWorst(ktRefinementProgress& progress) {
         }
     }
     addNewVertices();
-    progress.newVertices = newVertexCount();
+    progress.setNewVertices(newVertexCount());
     return refiner.triangles().size() > before;
 }
 

@@ -50,8 +50,9 @@ std::size_t mostTriangles(const std::vector<std::unique_ptr<ktRefinementMesh>>& 
     return std::max<std::size_t>(tasks.mostTriangles - std::min(tasks.mostTriangles, others), 1);
 }
 
-void report(const ktRefinementProgress& progress) {
-    emit ktHostSignals::the().refinementProgress(progress.round, progress.rounds, progress.newVertices);
+void report(ktRefinementProgress& progress) {
+    for (const ktRefinementProgress::State& state : progress.takeStates())
+        emit ktHostSignals::the().refinementProgress(state.round, state.rounds, state.newVertices);
 }
 
 } // namespace
@@ -128,7 +129,7 @@ ktRefinementCounts ktRefinement::run(const ktTracedScene& scene, const ktRefinem
     report(progress);
     for (const auto& mesh : meshes)
         mesh->publish(bounces);
-    if (progress.newVertices >= vertexLimit)
+    if (progress.getNewVertices() >= vertexLimit)
         ktLog::warning("Refinement stopped at its limit of %zu new vertices; raise the minimum edge length or the "
                        "intensity threshold",
                        vertexLimit);

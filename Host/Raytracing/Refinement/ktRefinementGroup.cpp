@@ -40,17 +40,17 @@ void ktRefinementGroup::refine(ktRefinementProgress& progress) {
     int rounds = 0;
     for (const auto& mesh : meshes)
         rounds = std::max(rounds, mesh->request().rounds);
-    progress.rounds = rounds;
+    progress.setRounds(rounds);
     active.resize(refiner.triangles().size());
     for (Index t = 0; t < active.size(); ++t)
         active[t] = t;
     for (round = 0; round < rounds && !active.empty(); ++round) {
-        progress.round = round + 1;
+        progress.beginRound(round + 1);
         chooseEdges();
         splitEdges();
         addNewVertices();
         traceNewVertices();
-        progress.newVertices = newVertexCount();
+        progress.setNewVertices(newVertexCount());
     }
 }
 
