@@ -47,7 +47,6 @@ public:
 
     int bake() {
         ktBakeWatch whole;
-        ktBakeLastWords::goOn(); // after another bake that failed
         interrupts.letThrough();
         for (const auto step : {&Run::checkOutputs, &Run::open, &Run::prepare, &Run::calculate, &Run::write}) {
             const int exitCode = (this->*step)();

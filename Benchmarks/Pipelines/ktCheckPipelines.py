@@ -8,18 +8,17 @@ a file bakes to something else.
     ktCheckPipelines.py --ktbake build/test/bin/ktbake --modules node_modules --sheet sheet.png [MODEL...]
 """
 import argparse
-import base64
-import functools
-import http.server
 import json
 import os
 import shutil
 import subprocess
 import sys
 import tempfile
-import threading
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.dirname(HERE))
+import ktBrowserPage
+
 ASSIMP = "/usr/share/assimp/models/"
 MODELS = ["glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb", "glTF2/BoxTextured-glTF-Binary/BoxTextured.glb",
           "PLY/Wuson.ply", "OBJ/spider.obj", "Collada/duck.dae", "Collada/teapots.DAE", "STL/Spider_ascii.stl",
@@ -96,69 +95,6 @@ def compare(arguments, files):
     return [json.loads(line) for line in out.splitlines()]
 
 
-class Handler(http.server.SimpleHTTPRequestHandler):
-    """Serves the page, the modules and the scenes, and takes the results."""
-
-    def __init__(self, *arguments, state, **more):
-        self.state = state
-        super().__init__(*arguments, **more)
-
-    def translate_path(self, path):
-        parts = os.path.normpath(path.split("?")[0]).strip("/").split("/", 1)
-        folder = self.state["folders"].get(parts[0])
-        return os.path.join(folder, parts[1]) if folder else os.path.join(HERE, *parts)
-
-    def do_GET(self):
-        if self.path != "/scenes.json":
-            super().do_GET()
-            return
-        self.answer(json.dumps(self.state["models"]).encode())
-
-    def do_POST(self):
-        result = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
-        if self.path == "/done":
-            self.state.update(error=result.get("error"), sheet=result.get("sheet"))
-            self.state["done"].set()
-        else:
-            self.state["results"].append(result)
-        self.answer(b"{}")
-
-    def answer(self, content):
-        self.send_response(200)
-        self.send_header("Content-Type", "application/json")
-        self.send_header("Content-Length", str(len(content)))
-        self.end_headers()
-        self.wfile.write(content)
-
-    def log_message(self, *arguments):
-        pass
-
-
-def draw(arguments, models, folder):
-    """Mean differences of the pictures by (model, tool). Writes the sheet."""
-    state = {"models": models, "results": [], "done": threading.Event(), "error": "the browser gave no answer",
-             "folders": {"modules": os.path.abspath(arguments.modules), "scenes": folder}}
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), functools.partial(Handler, state=state))
-    threading.Thread(target=server.serve_forever, daemon=True).start()
-    browser = subprocess.Popen(
-        [arguments.browser, "--headless=new", "--no-sandbox", "--use-gl=angle", "--use-angle=swiftshader",
-         "--enable-unsafe-swiftshader", "--user-data-dir=" + os.path.join(folder, "profile"),
-         "http://127.0.0.1:%d/page.html" % server.server_port],
-        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    try:
-        state["done"].wait(PATIENCE_S)
-    finally:
-        browser.terminate()
-        browser.wait()
-        server.shutdown()
-    if state["error"]:
-        sys.exit("the pictures cannot be drawn: " + state["error"])
-    if arguments.sheet:
-        with open(arguments.sheet, "wb") as picture:
-            picture.write(base64.b64decode(state["sheet"].split(",", 1)[1]))
-    return {(result["model"], result["tool"]): result["mean"] for result in state["results"]}
-
-
 def main():
     arguments = parse()
     reasons = list(missing(arguments))
@@ -177,7 +113,8 @@ def main():
                      for (tool, file), result in zip(files[1:], results)]
         pictures = {}
         if shutil.which(arguments.browser):
-            pictures = draw(arguments, models, folder)
+            drawn = ktBrowserPage.draw(HERE, models, folder, arguments, PATIENCE_S)
+            pictures = {(result["model"], result["tool"]): result["mean"] for result in drawn}
         else:
             print("%s is not installed, so no pictures are compared" % arguments.browser, file=sys.stderr)
     bad = 0

@@ -7,9 +7,6 @@ if they are missing. Downloads nothing.
     ktBenchmarkViewers.py SCENE.glb --ktbake build/release/bin/ktbake --modules node_modules --sheet FILE.png
 """
 import argparse
-import base64
-import functools
-import http.server
 import json
 import os
 import shlex
@@ -17,9 +14,11 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import threading
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.dirname(HERE))
+import ktBrowserPage
+
 VARIANTS = ["no bounces=--no-indirect", "1 bounce=--bounces 1", "2 bounces=--bounces 2",
             "1 bounce in colour=--bounces 1 --color-bleeding --no-override-color"]
 PATIENCE_S = 300
@@ -60,85 +59,18 @@ def bake(arguments, folder):
     return scenes
 
 
-class Handler(http.server.SimpleHTTPRequestHandler):
-    """Serves the page, the modules and the scenes, and takes the results."""
-
-    def __init__(self, *arguments, state, **more):
-        self.state = state
-        super().__init__(*arguments, **more)
-
-    def translate_path(self, path):
-        path = super().translate_path(path)
-        relative = os.path.relpath(path, os.getcwd())
-        for prefix, folder in self.state["folders"].items():
-            if relative.startswith(prefix + os.sep):
-                return os.path.join(folder, os.path.relpath(relative, prefix))
-        return os.path.join(HERE, relative)
-
-    def do_GET(self):
-        if self.path != "/scenes.json":
-            super().do_GET()
-            return
-        self.answer(json.dumps(self.state["scenes"]).encode())
-
-    def do_POST(self):
-        result = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
-        if self.path == "/done":
-            self.state.update(error=result.get("error"), sheet=result.get("sheet"))
-            self.state["done"].set()
-        else:
-            self.state["results"].append(result)
-        self.answer(b"{}")
-
-    def answer(self, content):
-        self.send_response(200)
-        self.send_header("Content-Type", "application/json")
-        self.send_header("Content-Length", str(len(content)))
-        self.end_headers()
-        self.wfile.write(content)
-
-    def log_message(self, *arguments):
-        pass
-
-
-def draw(arguments, scenes, folder):
-    """The page's results (viewer, scene, pixels, mean, percentile95), and the pictures as a data URL."""
-    state = {"scenes": scenes, "results": [], "done": threading.Event(), "error": "the browser gave no answer",
-             "folders": {"modules": os.path.abspath(arguments.modules), "scenes": folder}}
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), functools.partial(Handler, state=state))
-    threading.Thread(target=server.serve_forever, daemon=True).start()
-    # SwiftShader draws in software, so the pictures do not depend on the machine's graphics.
-    browser = subprocess.Popen(
-        [arguments.browser, "--headless=new", "--no-sandbox", "--use-gl=angle", "--use-angle=swiftshader",
-         "--enable-unsafe-swiftshader", "--user-data-dir=" + os.path.join(folder, "profile"),
-         "http://127.0.0.1:%d/page.html" % server.server_port],
-        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    try:
-        state["done"].wait(PATIENCE_S)
-    finally:
-        browser.terminate()
-        browser.wait()
-        server.shutdown()
-    if state["error"]:
-        sys.exit("the pictures cannot be drawn: " + state["error"])
-    return state["results"], state["sheet"]
-
-
 def main():
     arguments = parse()
     reasons = list(missing(arguments))
     if reasons:
         sys.exit("\n".join(reasons))
     with tempfile.TemporaryDirectory() as folder:
-        results, sheet = draw(arguments, bake(arguments, folder), folder)
+        results = ktBrowserPage.draw(HERE, bake(arguments, folder), folder, arguments, PATIENCE_S)
     viewers = list(dict.fromkeys(result["viewer"] for result in results))
     print("| bake | " + " | ".join(viewers) + " |\n| --- |" + " --- |" * len(viewers))
     for scene in list(dict.fromkeys(result["scene"] for result in results))[1:]:
         row = ["%.1f, %.1f" % (result["mean"], result["percentile95"]) for result in results if result["scene"] == scene]
         print("| %s | %s |" % (scene, " | ".join(row)))
-    if arguments.sheet:
-        with open(arguments.sheet, "wb") as picture:
-            picture.write(base64.b64decode(sheet.split(",", 1)[1]))
 
 
 if __name__ == "__main__":

@@ -4,6 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBakeExit.h"
+#include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeOutput.h"
@@ -64,12 +65,14 @@ const char* nameOf(int exitCode) {
 
 class Batch {
 public:
-    explicit Batch(const ktBakeOptions& options_) : options(options_) {}
+    explicit Batch(const ktBakeOptions& options_) : options(options_), one(options_) {
+        one.scenes.clear();
+        one.stats.clear();
+    }
 
     int run() {
         if (const int exitCode = prepare(); exitCode != ktBakeExit::done)
             return exitCode;
-        const KeptSettings kept;
         for (size_t i = 0; i < entries.size() && !interrupts.isInterrupted(); ++i) {
             kept.putBack();
             number = i + 1;
@@ -82,6 +85,8 @@ public:
 
 private:
     const ktBakeOptions& options;
+    ktBakeOptions one; // of the scene under way
+    const KeptSettings kept;
     ktBakeSignals interrupts;
     ktBakeWatch whole;
     std::vector<ktBakeSceneEntry> entries;
@@ -108,17 +113,20 @@ private:
         fs::create_directories(options.outputFolder, error);
         if (error)
             return fail(ktBakeExit::notWritten, options.outputFolder, "cannot be created: " + error.message());
-        if (!options.preset.empty()) { // its values are part of the record
-            const KeptSettings kept;
-            std::string message;
-            const int index = findPreset(ktAmbientOcclusion::the()->getPresetNames(), options.preset, message);
-            if (index >= 0)
-                ktAmbientOcclusion::the()->applyPreset(index);
-            record = std::make_unique<ktBakeRecord>(options);
-            kept.putBack();
-        } else
-            record = std::make_unique<ktBakeRecord>(options);
+        makeRecord();
         return openStatistics();
+    }
+
+    /// The values of the preset are part of it. Each scene refuses a preset that does not exist.
+    void makeRecord() {
+        std::string message;
+        const int preset = options.preset.empty()
+                               ? -1
+                               : findPreset(ktAmbientOcclusion::the()->getPresetNames(), options.preset, message);
+        if (preset >= 0)
+            ktAmbientOcclusion::the()->applyPreset(preset);
+        record = std::make_unique<ktBakeRecord>(options);
+        kept.putBack();
     }
 
     int openStatistics() {
@@ -132,18 +140,17 @@ private:
 
     void bake(const ktBakeSceneEntry& entry) {
         ktBakeWatch watch;
+        ktBakeLastWords::goOn(); // after a scene that failed
         if (options.update && record->isUpToDate(entry)) {
             ++upToDate;
             report(entry, "up to date", ktBakeExit::done);
             return;
         }
-        ktBakeOptions one = options;
         one.scene = entry.scene;
         one.output = entry.output;
-        one.stats.clear();
         ktRunStatistics statistics;
         statistics.scene = entry.scene;
-        const int exitCode = bakeAndRecord(one, entry, statistics);
+        const int exitCode = bakeAndRecord(entry, statistics);
         if (exitCode == ktBakeExit::cancelled)
             return; // the summary says so
         if (exitCode == ktBakeExit::done)
@@ -159,7 +166,7 @@ private:
     }
 
     /// An exception ends this scene only.
-    int bakeAndRecord(const ktBakeOptions& one, const ktBakeSceneEntry& entry, ktRunStatistics& statistics) {
+    int bakeAndRecord(const ktBakeSceneEntry& entry, ktRunStatistics& statistics) {
         try {
             const ktReadRecord read;
             const int exitCode = bakeScene(one, interrupts, statistics);
@@ -198,13 +205,12 @@ private:
         if (stats.is_open() && !stats)
             worst = std::max(worst, fail(ktBakeExit::notWritten, options.stats, "the statistics cannot be written"));
         const bool isCancelled = interrupts.isInterrupted();
-        const std::string counts = std::to_string(entries.size()) + " scenes in " + formatDuration(whole.lap()) + ": " +
-                                   std::to_string(baked) + " baked, " + std::to_string(upToDate) + " up to date, " +
-                                   std::to_string(failures.size()) + " failed" +
-                                   (isCancelled || baked + upToDate + failures.size() < entries.size()
-                                        ? ", " + std::to_string(entries.size() - baked - upToDate - failures.size()) +
-                                              " not begun or cancelled"
-                                        : "");
+        const size_t rest = entries.size() - baked - upToDate - failures.size();
+        const std::string counts =
+            std::to_string(entries.size()) + " scenes in " + formatDuration(whole.lap()) + ": " +
+            std::to_string(baked) + " baked, " + std::to_string(upToDate) + " up to date, " +
+            std::to_string(failures.size()) + " failed" +
+            (isCancelled || rest > 0 ? ", " + std::to_string(rest) + " not begun or cancelled" : "");
         ktLog::info("%s", counts.c_str());
         for (const std::string& failure : failures)
             ktLog::info("failed: %s", failure.c_str());

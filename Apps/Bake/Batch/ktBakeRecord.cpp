@@ -7,7 +7,6 @@
 #include "ktSafeFile.h"
 #include "ktVersion.h"
 
-#include <algorithm>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
