@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <QString>
 #include <QStringList>
+#include <sched.h>
 
 using testing::HasSubstr;
 using Json = nlohmann::json;
@@ -69,6 +70,24 @@ TEST(Quiet, GivenSuccess_WritesNothingOnEitherStream) {
         EXPECT_EQ(result.error, "");
     }
     EXPECT_TRUE(std::filesystem::exists(folder.path / "p.png"));
+}
+
+TEST(Quiet, GivenOneProcessor_WritesNothingEither) {
+    cpu_set_t before;
+    ASSERT_EQ(sched_getaffinity(0, sizeof before, &before), 0);
+    int first = 0;
+    while (!CPU_ISSET(first, &before))
+        ++first;
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(first, &one);
+    const ktTestFolder folder;
+    folder.write("car.gltf", sceneWithAWarning());
+    ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0); // a program that this one starts has the same processors
+    const ktBakeResult result = runBake(folder.path, {"car.gltf", "-q", "--shadow-quality", "0"});
+    sched_setaffinity(0, sizeof before, &before);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.error, "");
 }
 
 TEST(Quiet, GivenFailure_WritesTheErrorAlone) {

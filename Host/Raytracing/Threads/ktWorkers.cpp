@@ -99,7 +99,8 @@ private:
             // TBB starts no more workers than cores unless this limit is higher.
             const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                                             static_cast<std::size_t>(threads));
-            keepWorkers();
+            if (threads > 1) // TBB warns on standard error about an arena with more threads than its limit
+                keepWorkers();
             tbb::task_arena arena(threads, 1); // one slot is for this thread
             arena.execute(work);
         } catch (...) {
