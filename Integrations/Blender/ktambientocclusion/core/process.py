@@ -79,7 +79,7 @@ class Run:
         for end in (self._process.terminate, self._process.kill):
             if self._reader.is_alive():
                 end()
-                self._reader.join(3)
+                self._reader.join(10)
         self._process.wait()
 
     @property
