@@ -3,16 +3,16 @@
 // opening and memory also as ratios to ktbake's. Needs a display (xvfb-run).
 #include "ktAmbientOcclusion.h"
 #include "ktCommandLine.h"
+#include "ktHostSignals.h"
+#include "ktLoopGaps.h"
 #include "ktPresetStore.h"
 #include "ktSceneView.h"
 #include "ktStudioWindow.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <map>
+#include <memory>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -24,8 +24,6 @@
 #include <QTimer>
 
 namespace {
-
-constexpr int beat_ms = 1;
 
 double milliseconds(const QElapsedTimer& timer) {
     return static_cast<double>(timer.nsecsElapsed()) * 1e-6;
@@ -44,53 +42,6 @@ double load() {
     double one = 0;
     return getloadavg(&one, 1) == 1 ? one : 0;
 }
-
-/// The times between two rounds of the event loop, and what went on in the longest ones.
-class Gaps {
-public:
-    explicit Gaps(ktStudioWindow& window_) : window(window_) {
-        QObject::connect(&timer, &QTimer::timeout, [this] {
-            const double gap = milliseconds(clock);
-            clock.start();
-            gaps.push_back(gap);
-            double& longest = longestOf[phase];
-            longest = std::max(longest, gap);
-            const ktStudioRun& run = window.getRun();
-            phase = (run.isRunning() ? run.getState().phase : QString("idle")).toStdString();
-        });
-        timer.start(beat_ms);
-        clock.start();
-    }
-
-    void print(const char* what) {
-        std::sort(gaps.begin(), gaps.end());
-        if (gaps.empty())
-            return;
-        // By time, not by number: half of a second that is one gap counts as much as half of one of many gaps.
-        double all = 0, sum = 0, byTime = 0;
-        for (const double gap : gaps)
-            all += gap;
-        for (const double gap : gaps)
-            if ((sum += gap) <= 0.95 * all)
-                byTime = gap;
-        const auto at = [this](double share) {
-            return gaps[static_cast<std::size_t>(share * static_cast<double>(gaps.size() - 1))];
-        };
-        std::printf("%s: gaps of the event loop: median %.1f ms, 95 %% %.1f ms (by time %.1f ms), longest %.1f ms;",
-                    what, at(0.5), at(0.95), byTime, at(1));
-        for (const auto& [name, longest] : longestOf)
-            std::printf(" %s %.1f ms", name.c_str(), longest);
-        std::printf("\n");
-    }
-
-private:
-    ktStudioWindow& window;
-    QTimer timer;
-    QElapsedTimer clock;
-    std::vector<double> gaps;
-    std::string phase = "idle";
-    std::map<std::string, double> longestOf;
-};
 
 /// What `ktbake --stats` tells about a bake of the scene; empty if it fails.
 QJsonObject runBake(const std::string& ktbake, const std::string& scene, int quality) {
@@ -113,11 +64,12 @@ QJsonObject runBake(const std::string& ktbake, const std::string& scene, int qua
 
 int main(int count, char** arguments) {
     std::string scene, ktbake;
-    int quality = 0, orbit = 60;
+    const int quality = 0;
+    int trace_ms = 0;
     ktCommandLine line("The window with a large scene");
     line.addRequired("scene", scene, "scene file");
     line.add("--ktbake", ktbake, "ktbake to compare with");
-    line.addPositive("--frames", orbit, "pictures while the camera moves");
+    line.addPositive("--trace", trace_ms, "prints the calls in gaps that are longer, milliseconds");
     if (const auto code = line.parse(count, arguments))
         return *code;
 
@@ -133,6 +85,11 @@ int main(int count, char** arguments) {
     std::printf("load %.1f\n", load());
 
     auto* const view = window.findChild<ktSceneView*>();
+    const auto phase = [&window] {
+        const ktStudioRun& run = window.getRun();
+        return (run.isRunning() ? run.getState().phase : QString("idle")).toStdString();
+    };
+    const auto measureGaps = [&] { return std::make_unique<ktLoopGaps>(phase, static_cast<double>(trace_ms)); };
     QElapsedTimer timer;
     double firstPicture = 0;
     bool isOpen = false;
@@ -143,7 +100,7 @@ int main(int count, char** arguments) {
                 firstPicture = milliseconds(timer);
         });
     {
-        Gaps gaps(window);
+        const auto gaps = measureGaps();
         timer.start();
         window.openFile(QString::fromStdString(scene));
         if (!window.getDocument().isOpen())
@@ -152,7 +109,7 @@ int main(int count, char** arguments) {
             QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
         std::printf("opened to the first picture: %.0f ms, of which %.0f ms to read it\n", firstPicture,
                     1000 * window.getDocument().getReadSeconds());
-        gaps.print("reading");
+        gaps->print("reading");
         while (!view->isSettled())
             QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
     }
@@ -161,33 +118,47 @@ int main(int count, char** arguments) {
     plugin.setIndirectIlluminationEnabled(false);
 
     {
-        Gaps gaps(window);
+        const auto gaps = measureGaps();
         timer.start();
         window.getRun().start(false);
         std::printf("baked in %.1f s\n", milliseconds(timer) / 1000);
-        gaps.print("baking");
+        gaps->print("baking");
     }
     const double memory = peakMemory();
     {
         bool isCancelled = false;
+        ktThreadTimes before;
+        double tracingEnd = 0;
         const auto connection = QObject::connect(&window.getRun(), &ktStudioRun::stateChanged, [&] {
             if (!isCancelled && window.getRun().getState().share > 0.3) {
                 isCancelled = true;
-                timer.start();
-                QTimer::singleShot(0, [&window] { window.getRun().cancel(); });
+                QTimer::singleShot(0, [&] {
+                    timer.start();
+                    before = ktThreadTimes::now();
+                    window.getRun().cancel();
+                });
             }
         });
+        const auto end = QObject::connect(&ktHostSignals::the(), &ktHostSignals::runEnded,
+                                          [&] { tracingEnd = milliseconds(timer); });
+        const auto gaps = measureGaps();
         window.getRun().start(false);
-        std::printf("cancel to idle: %.0f ms%s\n", milliseconds(timer), isCancelled ? "" : " (it was not cancelled)");
+        const double idle = milliseconds(timer);
+        const ktThreadTimes spent = ktThreadTimes::now() - before;
+        std::printf("cancel to idle: %.0f ms, of which %.0f ms to the end of the tracing; the main thread was %.0f ms "
+                    "on a processor and waited %.0f ms for one%s\n",
+                    idle, tracingEnd, spent.ran_ms, spent.waited_ms, isCancelled ? "" : " (it was not cancelled)");
         QObject::disconnect(connection);
+        QObject::disconnect(end);
+        gaps->print("cancelled bake");
     }
     {
-        Gaps gaps(window);
+        const auto gaps = measureGaps();
         timer.start();
         const QTemporaryDir folder;
         window.getDocument().saveAs(folder.filePath("saved.glb"));
         std::printf("saved in %.1f s\n", milliseconds(timer) / 1000);
-        gaps.print("saving");
+        gaps->print("saving");
     }
     if (!baker.isEmpty()) {
         const double read = 1000 * baker["seconds"].toObject()["read"].toDouble();

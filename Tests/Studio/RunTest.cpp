@@ -3,6 +3,7 @@
 #include "ktAmbientOcclusion.h"
 #include "ktHostSignals.h"
 #include "ktNodeMarks.h"
+#include "ktResultState.h"
 #include "ktStudioFixture.h"
 #include "ktUndoMemory.h"
 #include "ktUndoStack.h"
@@ -82,6 +83,35 @@ TEST_F(StudioRun, GivenUndoOfRefinement_SavesTheBytesBeforeAndAfter) {
     EXPECT_TRUE(savedBytes() == before);
     trigger("redo");
     EXPECT_TRUE(savedBytes() == after);
+}
+
+TEST_F(StudioRun, GivenManyResults_CopiesThemAsideAndSwapsThemBack) {
+    const auto results = osg::GeoTexCoords4f::create();
+    const auto positions = osg::GeoPositions3f::create();
+    results->resize(100000);
+    positions->resize(100000);
+    const auto geometry = osg::Geometry::create();
+    geometry->setPositions(positions);
+    geometry->setTexCoords7(results);
+    const osg::NodeRefPtr node(osg::makeNodeFor(geometry));
+    osg::Vec4f& last = results->editFieldPtr()->back();
+    last = osg::Vec4f(1, 2, 3, 0.5f);
+    int copies = 0;
+    const auto aside = [&copies](const std::function<void()>& copy) {
+        ++copies;
+        copy();
+    };
+    ktResultState unchanged({node.get()}, aside), changed({node.get()}, aside);
+    EXPECT_EQ(copies, 2);
+    unchanged.keepChanges();
+    EXPECT_TRUE(unchanged.isEmpty());
+    last = osg::Vec4f(1, 2, 3, 0.75f);
+    changed.keepChanges();
+    EXPECT_FALSE(changed.isEmpty());
+    changed.swap();
+    EXPECT_EQ(results->getField().back(), osg::Vec4f(1, 2, 3, 0.5f));
+    changed.swap();
+    EXPECT_EQ(results->getField().back(), osg::Vec4f(1, 2, 3, 0.75f));
 }
 
 TEST_F(StudioRun, GivenSmallMemoryLimit_UndoReadsResultsBackFromFiles) {

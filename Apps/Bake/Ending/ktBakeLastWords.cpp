@@ -65,7 +65,7 @@ std::atomic<int> result{unknown};
 bool isJson = false;
 char paths[mostPaths][PATH_MAX];
 std::atomic<std::size_t> pathCount{0};
-alignas(64) char signalStack[1 << 16];
+[[maybe_unused]] alignas(64) char signalStack[1 << 16];
 
 std::string escaped(const std::string& text) {
     if (!isJson)
@@ -118,7 +118,7 @@ void say(const char* cause) {
     _exit(ktBakeExit::failed);
 }
 
-void onFailureSignal(int signal) {
+[[maybe_unused]] void onFailureSignal(int signal) {
     rlimit cores = {};
     if (getrlimit(RLIMIT_CORE, &cores) == 0 && cores.rlim_cur > 0) { // somebody wants to look into it
         ktSafeFile::deleteTemporaryFiles();

@@ -2,6 +2,7 @@
 // Keeps and finds copies of unsaved scenes.
 #include "ktStudioRecovery.h"
 
+#include "ktBackgroundWork.h"
 #include "ktPreferences.h"
 #include "ktStudioDocument.h"
 #include "ktStudioRun.h"
@@ -59,20 +60,32 @@ ktStudioRecovery::~ktStudioRecovery() {
 void ktStudioRecovery::keep() {
     if (!document.isModified())
         return;
+    // Disks take their time.
+    const ktStudioDocument::Work work(document, tr("Keeping a copy for a recovery"));
     if (!lock) {
         folder = allFolders() + "/" + QString::number(QCoreApplication::applicationPid());
-        if (!QDir().mkpath(folder))
+        auto newLock = std::make_unique<QLockFile>(folder + lockFile);
+        newLock->setStaleLockTime(0);
+        bool isMade = false;
+        ktRunInBackground([&] {
+            isMade = QDir().mkpath(folder);
+            if (isMade)
+                newLock->tryLock(0);
+        });
+        if (!isMade)
             return;
-        lock = std::make_unique<QLockFile>(folder + lockFile);
-        lock->setStaleLockTime(0);
-        lock->tryLock(0);
+        lock = std::move(newLock);
     }
     if (!document.saveCopy(folder + sceneFile))
         return;
-    QSettings info(folder + infoFile, QSettings::IniFormat);
-    info.setValue("scene", document.getPath());
-    info.setValue("unit", document.getUnit_mm());
-    info.setValue("time", QDateTime::currentDateTime());
+    const QString path = document.getPath(), infoPath = folder + infoFile;
+    const double unit_mm = document.getUnit_mm();
+    ktRunInBackground([&] {
+        QSettings info(infoPath, QSettings::IniFormat);
+        info.setValue("scene", path);
+        info.setValue("unit", unit_mm);
+        info.setValue("time", QDateTime::currentDateTime());
+    });
 }
 
 void ktStudioRecovery::remove() {

@@ -3,6 +3,7 @@
 #include "ktStudioRun.h"
 
 #include "ktAmbientOcclusion.h"
+#include "ktBackgroundWork.h"
 #include "ktCancelToken.h"
 #include "ktControllerState.h"
 #include "ktGeometryList.h"
@@ -25,6 +26,7 @@
 #include <algorithm>
 #include <iostream>
 #include <OpenSG/OSGFieldContainerFactory.h>
+#include <QCoreApplication>
 
 namespace {
 
@@ -160,11 +162,12 @@ bool ktStudioRun::calculate(bool missingOnly) {
         document.loadPictures();
     const auto started = ktRunCounter::Clock::now();
     const auto seconds = [started] { return secondsBetween(started, ktRunCounter::Clock::now()); };
+    QCoreApplication::processEvents(); // the window says what begins
+    ktResultState before(selection.get(), ktRunInBackground);
     if (isCancelled) {
         emit ended(Ending::Cancelled, {}, seconds());
         return false;
     }
-    ktResultState before(selection.get());
     counter = std::make_unique<ktRunCounter>();
     progress = std::make_unique<ktRunProgress>(*counter, countSelectedVertices());
     lastUpdate_s = lastRays_s = 0;
@@ -182,6 +185,7 @@ bool ktStudioRun::calculate(bool missingOnly) {
     }
     if (tracing > leastMeasured_s)
         measuredRaysPerSecond = tracedRays() / tracing;
+    QCoreApplication::processEvents(); // what follows takes its time, too
     before.keepChanges();
     const bool isDone = end.kind == ktRunEnd::Done;
     if (!before.isEmpty())

@@ -1087,6 +1087,13 @@
         </message>
     </context>
     <context>
+        <name>ktStudioRecovery</name>
+        <message>
+            <source>Keeping a copy for a recovery</source>
+            <translation>Bewahrt eine Kopie zur Wiederherstellung</translation>
+        </message>
+    </context>
+    <context>
         <name>ktStudioRun</name>
         <message>
             <source>Refining: round %1 of %2, %3 new vertices</source>

@@ -250,6 +250,10 @@ void ktSceneView::keepResultsForComparison() {
     d->canvas->keepResults();
 }
 
+void ktSceneView::setHurried(bool hurried) {
+    d->state.isHurried = hurried;
+}
+
 void ktSceneView::frameAll() {
     d->state.camera.frame(d->state.scene.framedBoxes(false), d->control.aspect());
     d->canvas->viewChanged();

@@ -54,6 +54,8 @@ public:
     void setDivider(double place);
     /// Keeps a copy of the results on the display, for ktComparison::EarlierResults. Call it before a bake.
     void keepResultsForComparison();
+    /// While other work needs the processors, draws less at once, so that the event loop goes on.
+    void setHurried(bool hurried);
 
     void frameAll();
     /// Frames the marked nodes; without marked nodes, all.

@@ -127,6 +127,7 @@ void ktStudioWindow::connectServices() {
         }
     });
     connect(&services, &ktStudioServices::frozenChanged, this, [this] {
+        view->setHurried(isFrozen());
         updateActions();
         closeWhenIdle();
     });

@@ -14,6 +14,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 
 void ktStudioWindow::makeViewMenu() {
@@ -210,11 +211,14 @@ void ktStudioWindow::connectView() {
     connect(&document, &ktStudioDocument::optionsChanged, view,
             [this] { view->setExposure(document.getOptions().exposure); });
     // The old scene still exists when another one is opened.
-    const auto show = [this] {
-        view->setScene(document.getRoot());
-        view->updateResults();
-    };
-    connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, show);
+    const auto show = [this] { view->setScene(document.getRoot()); };
+    connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, [this, show] {
+        // The end of a run has enough to do. What comes next may be the end of the scene, so nothing else can wait.
+        if (run.isRunning())
+            QTimer::singleShot(0, view, show);
+        else
+            show();
+    });
     connect(&document, &ktStudioDocument::filesChanged, this, show);
     connect(&document, &ktStudioDocument::filesChanged, this, &ktStudioWindow::showTitle);
     connect(&document, &ktStudioDocument::picturesLoaded, this, show);

@@ -14,6 +14,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
+constexpr std::size_t muchToCopy = std::size_t(1) << 20; // bytes; takes about a millisecond
+
 template <class PropertyPtr>
 std::size_t elementSize(const PropertyPtr& property) {
     return static_cast<std::size_t>(property->getFormatSize()) * property->getDimension();
@@ -72,8 +74,8 @@ ktResultState::Channel ktResultState::copyOf(const osg::GeoTexCoordsPtr& propert
 ktResultState::Entry ktResultState::stateOf(const osg::GeometryPtr& geometry) {
     Entry entry;
     entry.geometry = geometry;
-    entry.shadows = copyOf(geometry->getTexCoords7());
-    entry.bakedLight = copyOf(geometry->getTexCoords5());
+    entry.shadows.property = geometry->getTexCoords7();
+    entry.bakedLight.property = geometry->getTexCoords5();
     entry.indexMapping.assign(geometry->getMFIndexMapping()->begin(), geometry->getMFIndexMapping()->end());
     forEachVertexProperty(geometry, [&entry](const auto& property) {
         Tail tail;
@@ -87,7 +89,35 @@ ktResultState::Entry ktResultState::stateOf(const osg::GeometryPtr& geometry) {
     return entry;
 }
 
-ktResultState::ktResultState(const std::vector<osg::NodePtr>& roots) {
+void ktResultState::copyChannels(const Aside& aside) {
+    struct Copy {
+        Channel* channel;
+        const std::uint8_t* data;
+        std::size_t size;
+        Bytes bytes;
+    };
+    std::vector<Copy> copies;
+    std::size_t size = 0;
+    for (Entry& entry : geometries)
+        for (Channel* const channel : {&entry.shadows, &entry.bakedLight})
+            if (const osg::GeoTexCoordsPtr property = channel->property.get();
+                property != osg::NullFC && property->getSize() > 0) {
+                copies.push_back({channel, property->getData(), property->getSize() * elementSize(property), {}});
+                size += copies.back().size;
+            }
+    const auto copyAll = [&copies] {
+        for (Copy& copy : copies)
+            copy.bytes.assign(copy.data, copy.data + copy.size);
+    };
+    if (aside && size > muchToCopy)
+        aside(copyAll);
+    else
+        copyAll();
+    for (Copy& copy : copies)
+        copy.channel->content = ktUndoMemory::Block(std::move(copy.bytes));
+}
+
+ktResultState::ktResultState(const std::vector<osg::NodePtr>& roots, const Aside& aside) {
     std::set<osg::UInt32> seen;
     std::vector<osg::NodePtr> pending = roots;
     while (!pending.empty()) {
@@ -103,17 +133,15 @@ ktResultState::ktResultState(const std::vector<osg::NodePtr>& roots) {
             seen.insert(geometry.getFieldContainerId()).second)
             geometries.push_back(stateOf(geometry));
     }
+    copyChannels(aside);
 }
 
-bool ktResultState::isAsNow(Entry& entry) {
+bool ktResultState::isAsNow(const Entry& entry) {
     const osg::GeometryPtr geometry = entry.geometry.get();
-    const auto isSame = [](Channel& channel, const osg::GeoTexCoordsPtr& now) {
+    const auto isSame = [](const Channel& channel, const osg::GeoTexCoordsPtr& now) {
         if (channel.property.get() != now)
             return false;
-        Bytes before = channel.content.take();
-        const bool isEqual = before == bytesOf(now);
-        channel.content = ktUndoMemory::Block(std::move(before));
-        return isEqual;
+        return now == osg::NullFC || channel.content.isEqual(now->getData(), now->getSize() * elementSize(now));
     };
     return isSame(entry.shadows, geometry->getTexCoords7()) && isSame(entry.bakedLight, geometry->getTexCoords5()) &&
            entry.indices.get() == geometry->getIndices() &&
@@ -133,6 +161,8 @@ void ktResultState::keepChanges() {
 void ktResultState::swap(Entry& entry) {
     const osg::GeometryPtr geometry = entry.geometry.get();
     Entry now = stateOf(geometry);
+    now.shadows = copyOf(geometry->getTexCoords7());
+    now.bakedLight = copyOf(geometry->getTexCoords5());
     osg::beginEditCP(geometry);
     std::size_t number = 0;
     forEachVertexProperty(geometry, [&](const auto& property) {

@@ -3,6 +3,7 @@
 
 #include "ktUndoMemory.h"
 
+#include <functional>
 #include <OpenSG/OSGAttachment.h>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGNode.h>
@@ -14,9 +15,13 @@
 /// after it, and swap() undoes and redoes the change. Main thread only.
 class ktResultState {
 public:
+    /// Runs work on another thread, and returns at its end.
+    using Aside = std::function<void(const std::function<void()>&)>;
+
     ktResultState() = default;
     /// Copies the state below `roots`, each geometry once.
-    explicit ktResultState(const std::vector<osg::NodePtr>& roots);
+    /// @param aside copies what is large; the scene must not change meanwhile. Empty: this thread does it.
+    explicit ktResultState(const std::vector<osg::NodePtr>& roots, const Aside& aside = {});
 
     /// Drops what is as it was.
     void keepChanges();
@@ -51,8 +56,10 @@ private:
     };
 
     static Channel copyOf(const osg::GeoTexCoordsPtr& property);
+    /// Without the content of the channels.
     static Entry stateOf(const osg::GeometryPtr& geometry);
-    static bool isAsNow(Entry& entry);
+    void copyChannels(const Aside& aside);
+    static bool isAsNow(const Entry& entry);
     static void swap(Entry& entry);
 
     std::vector<Entry> geometries;

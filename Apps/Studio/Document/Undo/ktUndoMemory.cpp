@@ -61,19 +61,34 @@ std::size_t ktUndoMemory::Block::size() const {
     return data ? data->size : 0;
 }
 
+std::vector<std::uint8_t> ktUndoMemory::Block::read(Data& data) {
+    std::vector<std::uint8_t> bytes(data.size);
+    const auto wanted = static_cast<qint64>(bytes.size());
+    QTemporaryFile& file = *data.file;
+    if (file.seek(0) && file.read(reinterpret_cast<char*>(bytes.data()), wanted) == wanted)
+        return bytes;
+    ktLog::error("%s: results for undo cannot be read: %s", qPrintable(file.fileName()),
+                 qPrintable(file.errorString()));
+    return {};
+}
+
+bool ktUndoMemory::Block::isEqual(const std::uint8_t* bytes, std::size_t size) const {
+    if (!data || size != data->size)
+        return !data && size == 0;
+    const std::vector<std::uint8_t> inFile = data->file ? read(*data) : std::vector<std::uint8_t>();
+    const std::vector<std::uint8_t>& kept = data->file ? inFile : data->bytes;
+    return kept.size() == size && std::equal(kept.begin(), kept.end(), bytes);
+}
+
 std::vector<std::uint8_t> ktUndoMemory::Block::take() {
     Block taken;
     std::swap(taken.data, data);
     if (!taken.data)
         return {};
     if (!taken.data->file)
-        return taken.data->bytes;
-    std::vector<std::uint8_t> bytes(taken.data->size);
-    const auto wanted = static_cast<qint64>(bytes.size());
-    QTemporaryFile& file = *taken.data->file;
-    if (!file.seek(0) || file.read(reinterpret_cast<char*>(bytes.data()), wanted) != wanted)
-        ktLog::error("%s: results for undo cannot be read: %s", qPrintable(file.fileName()),
-                     qPrintable(file.errorString()));
+        return std::move(taken.data->bytes);
+    std::vector<std::uint8_t> bytes = read(*taken.data);
+    bytes.resize(taken.data->size);
     return bytes;
 }
 

@@ -22,6 +22,8 @@ public:
         Block& operator=(Block&&) noexcept;
 
         std::size_t size() const;
+        /// Whether the block has these bytes. False, with an error in the log, if the temporary file cannot be read.
+        bool isEqual(const std::uint8_t* bytes, std::size_t size) const;
         /// Takes the bytes out; the block is empty afterwards. Zeros, with an error in the log, if the temporary file
         /// cannot be read.
         std::vector<std::uint8_t> take();
@@ -29,6 +31,7 @@ public:
     private:
         friend class ktUndoMemory;
         struct Data;
+        static std::vector<std::uint8_t> read(Data& data);
         std::unique_ptr<Data> data;
     };
 

@@ -14,8 +14,10 @@ namespace {
 
 constexpr int rest_ms = 120;                        // without changes, before the full picture is drawn
 constexpr double slice_ms = 30;                     // of the full picture and of uploads
+constexpr double hurriedSlice_ms = 12;              // the same beside other work
 constexpr int fullSamples = 4;                      // a pixel of the full picture
 constexpr std::size_t mostMovingTriangles = 300000; // with software OpenGL
+constexpr std::size_t hurriedTriangles = 100000;    // the same beside other work
 constexpr std::size_t manyTriangles = 50000;        // coarser ones are made
 constexpr int tile_px = 2048;                       // of large pictures
 constexpr double stripe_px = 10;                    // period of the hatching, along a row
@@ -109,6 +111,10 @@ void ktGlCanvas::fail(const char* reason) {
     qWarning("the viewport cannot draw: %s", reason);
 }
 
+double ktGlCanvas::sliceLength_ms() const {
+    return state.isHurried ? hurriedSlice_ms : slice_ms;
+}
+
 QSize ktGlCanvas::pixelSize() const {
     return (QSizeF(size()) * devicePixelRatioF()).toSize().expandedTo({1, 1});
 }
@@ -124,9 +130,9 @@ void ktGlCanvas::viewChanged() {
     update();
 }
 
+// The buffers change hands when new results are uploaded. Until then they are what both sides of a comparison show.
 void ktGlCanvas::keepResults() {
     mustKeepResults = true;
-    sceneChanged();
 }
 
 void ktGlCanvas::resizeGL(int, int) {
@@ -150,10 +156,13 @@ ktGlRequest ktGlCanvas::makeRequest(const QSize& pixels, double detail_px) const
 void ktGlCanvas::paintGL() {
     if (display && failure.isEmpty()) {
         try {
+            const bool mayDrawAtOnce = isUploaded || !state.isHurried;
             if (!isUploaded)
                 uploadSlice();
-            if (isUploaded && isDirty)
+            if (isUploaded && isDirty && mayDrawAtOnce)
                 drawMoving();
+            else if (isUploaded && isDirty)
+                update(); // other events first
             ktGlTarget& shown = (isStillShown ? display->still : display->moving).target();
             if (!shown.size().isEmpty())
                 shown.copyTo(defaultFramebufferObject(), pixelSize());
@@ -173,7 +182,7 @@ void ktGlCanvas::uploadSlice() {
     if (mustKeepResults)
         display->meshes.keepResults();
     mustKeepResults = false;
-    isUploaded = display->meshes.upload(state.scene, slice_ms);
+    isUploaded = display->meshes.upload(state.scene, sliceLength_ms());
     if (isUploaded)
         startLevels();
     else
@@ -186,7 +195,9 @@ void ktGlCanvas::drawMoving() {
     ktGlRequest request = makeRequest(pixels, used.detail_px);
     request.look.hasWires = request.look.hasWires && used.isFull();
     if (display->isSoftware)
-        request.mostTriangles = levelJob ? mostMovingTriangles / 2 : mostMovingTriangles;
+        request.mostTriangles = state.isHurried ? hurriedTriangles
+                                : levelJob      ? mostMovingTriangles / 2
+                                                : mostMovingTriangles;
     QElapsedTimer timer;
     timer.start();
     if (!display->moving.begin(request, state.scene))
@@ -224,7 +235,7 @@ void ktGlCanvas::drawSlice() {
             uploadSlice();
             if (isUploaded)
                 update();
-        } else if (display->still.advance(slice_ms)) {
+        } else if (display->still.advance(sliceLength_ms())) {
             isStillRunning = false;
             isStillShown = true;
             update();
@@ -236,10 +247,11 @@ void ktGlCanvas::drawSlice() {
 }
 
 void ktGlCanvas::startLevels() {
-    if (levelStamp == state.scene.stamp)
+    if (levelStamp == state.scene.shapeStamp())
         return;
-    levelStamp = state.scene.stamp;
+    levelStamp = state.scene.shapeStamp();
     levelJob.reset();
+    takenLevels = 0;
     last.hasLevels = false;
     const std::size_t triangles = state.scene.triangleCount();
     quality.reset(triangles, display->isSoftware);
@@ -254,10 +266,19 @@ void ktGlCanvas::startLevels() {
 void ktGlCanvas::takeLevels() {
     if (!levelJob || !levelJob->isDone() || !display)
         return;
+    QElapsedTimer timer;
+    timer.start();
     makeCurrent();
-    for (const ktLevelJob::Result& result : levelJob->results())
+    const std::vector<ktLevelJob::Result>& results = levelJob->results();
+    while (takenLevels < results.size() && static_cast<double>(timer.elapsed()) < sliceLength_ms()) {
+        const ktLevelJob::Result& result = results[takenLevels++];
         display->meshes.setLevels(result.geometryId, result.shape, result.levels);
+    }
     doneCurrent();
+    if (takenLevels < results.size()) {
+        QTimer::singleShot(0, this, [this] { takeLevels(); });
+        return;
+    }
     levelJob.reset();
     last.hasLevels = true;
     quality.reset(state.scene.triangleCount(), display->isSoftware);

@@ -51,6 +51,7 @@ private:
     void releaseDisplay();
     ktGlRequest makeRequest(const QSize& pixels, double detail_px) const;
     QSize pixelSize() const;
+    double sliceLength_ms() const;
     void uploadSlice();
     void drawMoving();
     void startStill();
@@ -62,7 +63,8 @@ private:
     const ktViewState& state;
     std::unique_ptr<Display> display; // null without a context
     std::unique_ptr<ktLevelJob> levelJob;
-    std::uint64_t levelStamp = 0; // of the scene that has levels
+    std::uint64_t levelStamp = 0; // of the shapes that have levels
+    std::size_t takenLevels = 0;  // results of the job that are uploaded
     ktMovingQuality quality;
     Statistics last;
     QTimer restTimer, sliceTimer;

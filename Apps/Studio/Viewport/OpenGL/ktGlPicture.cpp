@@ -183,6 +183,7 @@ bool ktGlPicture::advance(double budget_ms) {
     QElapsedTimer timer;
     timer.start();
     std::size_t pending = 0, drawn = 0;
+    lastSetup.reset();
     gl.glBindVertexArray(vertexArray);
     gl.glEnable(GL_FRAMEBUFFER_SRGB);
     gl.glEnable(GL_SCISSOR_TEST);
@@ -219,6 +220,8 @@ bool ktGlPicture::advance(double budget_ms) {
 }
 
 void ktGlPicture::draw(const Step& step) {
+    if (step.kind == Kind::Background || step.kind == Kind::Average || step.kind == Kind::Outline)
+        lastSetup.reset();
     switch (step.kind) {
     case Kind::Background:
         return drawBackground();
@@ -378,19 +381,23 @@ void ktGlPicture::drawBatch(const Step& step) {
     ktGlVariant variant;
     if (!chooseVariant(step, batch, variant))
         return;
-    if (step.kind == Kind::Mark) {
-        gl.glBindFramebuffer(GL_FRAMEBUFFER, maskFramebuffer);
-        gl.glViewport(0, 0, request.size.width(), request.size.height());
-        gl.glScissor(0, 0, request.size.width(), request.size.height());
-    } else {
-        colors.bind();
-        const Pass& pass = passes[step.pass];
-        gl.glScissor(pass.left, 0, pass.right - pass.left, request.size.height());
+    const Setup setup = {step.kind, step.pass, batch.material, variant.key(), batch.isMirrored};
+    if (!(lastSetup == setup)) {
+        if (step.kind == Kind::Mark) {
+            gl.glBindFramebuffer(GL_FRAMEBUFFER, maskFramebuffer);
+            gl.glViewport(0, 0, request.size.width(), request.size.height());
+            gl.glScissor(0, 0, request.size.width(), request.size.height());
+        } else {
+            colors.bind();
+            const Pass& pass = passes[step.pass];
+            gl.glScissor(pass.left, 0, pass.right - pass.left, request.size.height());
+        }
+        setState(step.kind, batch);
+        QOpenGLShaderProgram& program = shaders.surface(variant);
+        program.bind();
+        setUniforms(program, variant, scene->materials[batch.material]);
+        lastSetup = setup;
     }
-    setState(step.kind, batch);
-    QOpenGLShaderProgram& program = shaders.surface(variant);
-    program.bind();
-    setUniforms(program, variant, scene->materials[batch.material]);
     setAttributes(step, batch, variant);
     const ktGlMesh& mesh = meshes.of(scene->geometries[batch.geometry]);
     const std::size_t levelFirst = batch.level == 0 ? 0 : mesh.levelFirst[batch.level - 1];

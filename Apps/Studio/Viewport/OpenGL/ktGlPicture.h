@@ -7,6 +7,7 @@
 #include "ktGlTextures.h"
 #include "ktViewLook.h"
 
+#include <optional>
 #include <QRectF>
 
 /// What a picture shows, and how fine.
@@ -66,6 +67,20 @@ private:
         std::size_t firstIndex = 0, indexCount = 0; // of the triangles of one use
     };
 
+    /// What OpenGL is set up for, besides the attributes. Thousands of batches often have the same.
+    struct Setup {
+        Kind kind;
+        std::size_t pass;
+        std::uint32_t material;
+        unsigned variant;
+        bool isMirrored;
+
+        bool operator==(const Setup& other) const {
+            return kind == other.kind && pass == other.pass && material == other.material && variant == other.variant &&
+                   isMirrored == other.isMirrored;
+        }
+    };
+
     void choosePasses();
     void uploadUses(const ktViewScene& scene);
     void addSteps(Kind kind, std::size_t pass, std::size_t beginBatch, std::size_t endBatch);
@@ -93,6 +108,7 @@ private:
     std::vector<Pass> passes;
     std::vector<Step> steps;
     std::size_t nextStep = 0;
+    std::optional<Setup> lastSetup; ///< of this slice
     QMatrix4x4 projection;
     double trianglesPerMs = 2000; // measured
 };

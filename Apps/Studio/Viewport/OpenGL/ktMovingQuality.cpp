@@ -9,7 +9,7 @@ namespace {
 
 constexpr ktMovingQuality::Quality qualities[] = {{1, 0}, {1, 1.5}, {2, 2}, {2, 4}, {3, 6}, {4, 10}, {4, 18}, {5, 32}};
 constexpr std::size_t lastStep = std::size(qualities) - 1;
-constexpr double slow_ms = 60, verySlow_ms = 150, quick_ms = 22;
+constexpr double slow_ms = 45, verySlow_ms = 120, quick_ms = 22;
 constexpr int picturesBeforeFiner = 4;
 
 } // namespace

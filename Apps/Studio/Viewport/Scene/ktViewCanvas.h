@@ -14,6 +14,7 @@ struct ktViewState {
     ktViewScene scene;
     ktViewCamera camera;
     ktViewLook look;
+    bool isHurried = false; ///< other work needs the processors: draw less at once
 };
 
 /// Draws the state into a widget. The functions are called after the state changed.

@@ -71,6 +71,8 @@ public:
     bool hasSelection() const { return selectedCount > 0; }
     /// Boxes that the camera frames: of the marked uses, or of all except ground planes.
     std::vector<ktViewCamera::Box> framedBoxes(bool onlySelected) const;
+    /// Another number after a geometry with a new shape was read.
+    std::uint64_t shapeStamp() const { return lastShape; }
     /// Triangles of all uses.
     std::size_t triangleCount() const;
 
