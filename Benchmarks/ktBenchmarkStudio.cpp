@@ -112,6 +112,7 @@ int main(int count, char** arguments) {
         gaps->print("reading");
         while (!view->isSettled())
             QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+        QApplication::processEvents(); // the full picture reaches the screen
     }
     ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
     plugin.setShadowQuality(quality);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Makes the pictures of Docs/using/studio.md: walks from an empty window to a saved file and takes each step.
-// Usage, on a display: ktStudioPictures SCENE FOLDER
+// Usage, on a display: ktStudioPictures SCENE FOLDER [LANGUAGE [light|dark]]
+#include "ktAppearance.h"
 #include "ktPresetStore.h"
 #include "ktStudioWindow.h"
 #include "ktUndoStack.h"
@@ -9,6 +10,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QDockWidget>
+#include <QFileDialog>
 #include <QPushButton>
 #include <QTimer>
 #include <QtTest>
@@ -21,11 +23,14 @@ static void take(QWidget& window, const QString& file) {
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
-    if (argc != 3)
+    if (argc < 3 || argc > 5)
         return 2;
     const QString scene = argv[1], folder = argv[2];
     QDir().mkpath(folder);
     ktPresetStore::load();
+    ktAppearance::setLanguage(argc > 3 ? argv[3] : "en");
+    if (argc > 4)
+        ktAppearance::setColors(argv[4]);
     ktStudioWindow window;
     window.resize(1280, 800);
     window.show();
@@ -41,9 +46,14 @@ int main(int argc, char** argv) {
         window.grab().save(folder + "/studio-running.png");
     });
     QTest::mouseClick(window.findChild<QPushButton*>("bakeButton"), Qt::LeftButton);
-    window.getSelection().selectByText("body");
     take(window, folder + "/studio-baked.png");
-    window.getSelection().clear();
+    window.findChild<QAction*>("save")->trigger();
+    QTest::qWait(500);
+    if (auto* const dialog = window.findChild<QFileDialog*>()) {
+        take(*dialog, folder + "/studio-save.png");
+        dialog->reject();
+    }
+    window.getSelection().selectByText("body");
     window.findChild<QAction*>("viewFalse")->trigger();
     take(window, folder + "/studio-false-colours.png");
     window.findChild<QAction*>("viewBaked")->trigger();
@@ -51,5 +61,12 @@ int main(int argc, char** argv) {
     window.findChild<QDockWidget*>("historyDock")->raise();
     window.getDocument().undoStack().undo();
     take(window, folder + "/studio-undone.png");
+    window.getSelection().selectByText("body_1*");
+    window.findChild<QAction*>("start")->trigger();
+    window.findChild<QAction*>("selectAll")->trigger();
+    take(window, folder + "/studio-missing.png");
+    for (const char* const dock : {"optionDock", "scriptDock"})
+        window.findChild<QDockWidget*>(dock)->raise();
+    take(window, folder + "/studio-options.png");
     return 0;
 }

@@ -502,16 +502,16 @@
             </translation>
         </message>
         <message>
-            <source>%1 geometries, %2 vertices, %3 triangles</source>
-            <translation>%1 Geometrien, %2 Ecken, %3 Dreiecke</translation>
+            <source>Geometries: %1, vertices: %2, triangles: %3</source>
+            <translation>Geometrien: %1, Ecken: %2, Dreiecke: %3</translation>
         </message>
         <message>
             <source>No results.</source>
             <translation>Keine Ergebnisse.</translation>
         </message>
         <message>
-            <source>w: least %1, mean %2; %3 % of the vertices are below 0.1</source>
-            <translation>w: kleinstes %1, Mittel %2; %3 % der Ecken sind unter 0,1</translation>
+            <source>w: least %L1, mean %L2; %L3 % of the vertices are below %L4</source>
+            <translation>w: kleinstes %L1, Mittel %L2; %L3 % der Ecken sind unter %L4</translation>
         </message>
         <message>
             <source>Last bake: %1</source>
@@ -733,8 +733,8 @@
             <translation>Abbrechen</translation>
         </message>
         <message>
-            <source>%1 … %2 s</source>
-            <translation>%1 … %2 s</translation>
+            <source>%1 … %L2 s</source>
+            <translation>%1 … %L2 s</translation>
         </message>
     </context>
     <context>
@@ -792,6 +792,10 @@
             <translation>Etwa %1 Strahlen</translation>
         </message>
         <message>
+            <source>About %1 rays, less than a second</source>
+            <translation>Etwa %1 Strahlen, weniger als eine Sekunde</translation>
+        </message>
+        <message>
             <source>About %1 rays, roughly %2</source>
             <translation>Etwa %1 Strahlen, ungefähr %2</translation>
         </message>
@@ -835,20 +839,20 @@
             <translation>Dreiecke</translation>
         </message>
         <message>
-            <source>Hidden parts occlude nothing and get no results</source>
-            <translation>Ausgeblendete Teile verdecken nichts und bekommen keine Ergebnisse</translation>
+            <source>Shown: hidden parts occlude nothing and get no results</source>
+            <translation>Sichtbar: ausgeblendete Teile verdecken nichts und bekommen keine Ergebnisse</translation>
         </message>
         <message>
-            <source>Results of locked parts do not change</source>
-            <translation>Ergebnisse gesperrter Teile ändern sich nicht</translation>
+            <source>Locked: results of locked parts do not change</source>
+            <translation>Gesperrt: Ergebnisse gesperrter Teile ändern sich nicht</translation>
         </message>
         <message>
             <source>Whether the surfaces at and below this node have results</source>
             <translation>Ob die Flächen an und unter diesem Knoten Ergebnisse haben</translation>
         </message>
         <message>
-            <source>Whether the node keeps the settings of its last bake</source>
-            <translation>Ob der Knoten die Einstellungen seines letzten Backens hält</translation>
+            <source>Settings: whether the node keeps those of its last bake</source>
+            <translation>Einstellungen: ob der Knoten die seines letzten Backens hält</translation>
         </message>
     </context>
     <context>
@@ -1158,6 +1162,38 @@
     <context>
         <name>ktStudioWindow</name>
         <message>
+            <source>False colours</source>
+            <translation>Falschfarben</translation>
+        </message>
+        <message>
+            <source>Colours</source>
+            <translation>Farben</translation>
+        </message>
+        <message>
+            <source>Light</source>
+            <translation>Licht</translation>
+        </message>
+        <message>
+            <source>Indirect</source>
+            <translation>Indirekt</translation>
+        </message>
+        <message>
+            <source>Occlusion</source>
+            <translation>Verdeckung</translation>
+        </message>
+        <message>
+            <source>Baked</source>
+            <translation>Gebacken</translation>
+        </message>
+        <message>
+            <source>Undo</source>
+            <translation>Rückgängig</translation>
+        </message>
+        <message>
+            <source>Redo</source>
+            <translation>Wiederholen</translation>
+        </message>
+        <message>
             <source>Saved as %1</source>
             <translation>Gespeichert als %1</translation>
         </message>
@@ -1318,8 +1354,8 @@
             <translation>glTF, eine Datei (*.glb);;glTF, mit getrennten Daten (*.gltf)</translation>
         </message>
         <message>
-            <source>%1 m (unit: %2)</source>
-            <translation>%1 m (Einheit: %2)</translation>
+            <source>%L1 m (unit: %2)</source>
+            <translation>%L1 m (Einheit: %2)</translation>
         </message>
         <message>
             <source>The file does not say how large the scene is. Its diagonal is taken for 3 m. Is it another size?</source>
@@ -1728,12 +1764,12 @@
     <context>
         <name>ktViewOverlay</name>
         <message>
-            <source>%1 m</source>
-            <translation>%1 m</translation>
+            <source>%L1 m</source>
+            <translation>%L1 m</translation>
         </message>
         <message>
-            <source>%1 mm</source>
-            <translation>%1 mm</translation>
+            <source>%L1 mm</source>
+            <translation>%L1 mm</translation>
         </message>
         <message>
             <source>w</source>

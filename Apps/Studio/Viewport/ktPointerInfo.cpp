@@ -32,7 +32,7 @@ QString ktPointerInfo::text(const ktViewScene& scene, const ktViewPicker::Hit& h
     const auto values = results(scene, hit);
     if (!values)
         return tr("%1, no result").arg(place);
-    const auto number = [](float value) { return QString::number(static_cast<double>(value), 'f', 3); };
+    const auto number = [](float value) { return QString("%L1").arg(static_cast<double>(value), 0, 'f', 3); };
     const auto& [red, green, blue, w] = *values;
     return tr("%1, w %2, indirect light %3 %4 %5").arg(place, number(w), number(red), number(green), number(blue));
 }

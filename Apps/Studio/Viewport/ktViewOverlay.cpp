@@ -44,8 +44,8 @@ void paintLine(QPainter& painter, const Shape& shape, const QColor& color) {
 
 QString ktViewOverlay::lengthText(double millimetres) {
     if (millimetres >= 1000)
-        return tr("%1 m").arg(millimetres / 1000, 0, 'g', 4);
-    return tr("%1 mm").arg(millimetres, 0, 'g', 4);
+        return tr("%L1 m").arg(millimetres / 1000, 0, 'g', 4);
+    return tr("%L1 mm").arg(millimetres, 0, 'g', 4);
 }
 
 void ktViewOverlay::paintLegend(QPainter& painter, const QSize& size) {

@@ -23,14 +23,14 @@ namespace {
 
 QPalette darkPalette() {
     QPalette palette(QColor(0x35, 0x37, 0x3a), QColor(0x2b, 0x2d, 0x30));
-    palette.setColor(QPalette::Base, QColor(0x1f, 0x21, 0x24));
-    palette.setColor(QPalette::AlternateBase, QColor(0x27, 0x29, 0x2c));
+    palette.setColor(QPalette::Base, QColor(0x3a, 0x3d, 0x41)); // lighter than the window, so that check boxes are seen
+    palette.setColor(QPalette::AlternateBase, QColor(0x40, 0x43, 0x48));
     palette.setColor(QPalette::Highlight, QColor(0x3d, 0x7e, 0xb8));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Link, QColor(0x6c, 0xb2, 0xf0));
     palette.setColor(QPalette::ToolTipBase, QColor(0x3f, 0x42, 0x46));
     palette.setColor(QPalette::ToolTipText, Qt::white);
-    palette.setColor(QPalette::PlaceholderText, QColor(0x9a, 0x9d, 0xa1));
+    palette.setColor(QPalette::PlaceholderText, QColor(0xaa, 0xad, 0xb1));
     for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
         palette.setColor(role, QColor(0xe6, 0xe8, 0xea));
         palette.setColor(QPalette::Disabled, role, QColor(0x83, 0x87, 0x8c));
@@ -55,7 +55,8 @@ QString ktAppearance::setLanguage(const QString& language) {
     QCoreApplication::removeTranslator(&own);
     QCoreApplication::removeTranslator(&qt);
     registerTexts();
-    const QLocale locale = language.isEmpty() ? QLocale() : QLocale(language);
+    const QLocale locale = language.isEmpty() ? QLocale::system() : QLocale(language);
+    QLocale::setDefault(locale); // numbers speak the same language
     if (locale.language() == QLocale::English || !own.load(locale, "ktstudio", "_", ":/translations"))
         return "en";
     QCoreApplication::installTranslator(&own);

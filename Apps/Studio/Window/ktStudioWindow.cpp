@@ -105,6 +105,7 @@ void ktStudioWindow::connectServices() {
     connect(&document, &ktStudioDocument::opened, this, &ktStudioWindow::showOpened);
     connect(&document, &ktStudioDocument::modifiedChanged, this, &ktStudioWindow::showTitle);
     connect(&document, &ktStudioDocument::saved, this, [this](const QString& path) {
+        messages->close("run");
         messages->show(ktMessageBar::Level::Info, tr("Saved as %1").arg(path), {}, "saved");
         showTitle();
     });
@@ -122,6 +123,7 @@ void ktStudioWindow::connectServices() {
             messages->close("unit");
             messages->close("run");
             messages->close("hint");
+            messages->close("saved");
             view->keepResultsForComparison();
             findChild<QDockWidget*>("runDock")->show(); // it has the way out
         }

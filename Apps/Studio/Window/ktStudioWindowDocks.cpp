@@ -73,8 +73,8 @@ void ktStudioWindow::makeDocks() {
     tabifyDockWidget(history,
                      addDock("scriptDock", tr("Script"), Qt::BottomDockWidgetArea, new ktScriptPanel(services)));
     log->raise();
-    resizeDocks({scene, bake}, {350, 340}, Qt::Horizontal);
-    resizeDocks({log}, {130}, Qt::Vertical);
+    resizeDocks({scene, bake}, {330, 360}, Qt::Horizontal);
+    resizeDocks({log}, {120}, Qt::Vertical);
     dockMenu->addSeparator();
     addAction(dockMenu, "resetLayout", tr("&Restore the layout"), {}, [this] { restoreState(firstState); });
 }

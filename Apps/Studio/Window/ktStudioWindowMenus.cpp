@@ -70,6 +70,13 @@ void ktStudioWindow::makeEditMenu() {
     connect(&stack, &QUndoStack::indexChanged, this, update);
     connect(&services, &ktStudioServices::frozenChanged, this, update);
     update();
+    // The texts of the menu name the step; the tool bar must not change its width.
+    auto* bar = findChild<QToolBar*>("mainToolBar");
+    bar->addSeparator();
+    for (QAction* const action : {undo, redo})
+        bar->addAction(action);
+    undo->setIconText(tr("Undo"));
+    redo->setIconText(tr("Redo"));
     menu->addSeparator();
     needScene << addAction(menu, "selectAll", tr("Select &everything"), QKeySequence::SelectAll,
                            [this] { selection.set(document.getTopNodes()); });

@@ -24,10 +24,11 @@ void ktStudioWindow::makeViewMenu() {
     // Choices of a value, one of which holds.
     const auto addChoices = [this](QMenu* to, const auto& choices, auto current, const auto& choose) {
         auto* group = new QActionGroup(this);
-        for (const auto& [name, text, keys, value] : choices) {
-            QAction* action = addAction(to, name, text, QKeySequence(keys), [choose, value = value] { choose(value); });
+        for (const auto& choice : choices) {
+            QAction* action = addAction(to, choice.name, choice.text, QKeySequence(choice.keys),
+                                        [choose, value = choice.value] { choose(value); });
             action->setCheckable(true);
-            action->setChecked(value == current);
+            action->setChecked(choice.value == current);
             group->addAction(action);
         }
         return group;
@@ -45,18 +46,21 @@ void ktStudioWindow::makeViewMenu() {
         QString text;
         const char* keys;
         ktViewMode value;
+        QString shortText; // for the tool bar
     };
     const Mode modes[] = {
-        {"viewBaked", tr("&Baked"), "1", ktViewMode::Baked},
-        {"viewOcclusion", tr("&Occlusion alone"), "2", ktViewMode::Occlusion},
-        {"viewIndirect", tr("&Indirect light alone"), "3", ktViewMode::IndirectLight},
-        {"viewLight", tr("Baked &light"), "4", ktViewMode::BakedLight},
-        {"viewColours", tr("Surface &colours"), "5", ktViewMode::SurfaceColours},
-        {"viewFalse", tr("&False colours"), "6", ktViewMode::FalseColours},
+        {"viewBaked", tr("&Baked"), "1", ktViewMode::Baked, tr("Baked")},
+        {"viewOcclusion", tr("&Occlusion alone"), "2", ktViewMode::Occlusion, tr("Occlusion")},
+        {"viewIndirect", tr("&Indirect light alone"), "3", ktViewMode::IndirectLight, tr("Indirect")},
+        {"viewLight", tr("Baked &light"), "4", ktViewMode::BakedLight, tr("Light")},
+        {"viewColours", tr("Surface &colours"), "5", ktViewMode::SurfaceColours, tr("Colours")},
+        {"viewFalse", tr("&False colours"), "6", ktViewMode::FalseColours, tr("False colours")},
     };
     const QActionGroup* group =
         addChoices(menu, modes, ktViewMode::Baked, [this](ktViewMode mode) { view->setViewMode(mode); });
     bar->addActions(group->actions());
+    for (int i = 0; i < group->actions().size(); ++i)
+        group->actions()[i]->setIconText(modes[i].shortText);
     menu->addSeparator();
     addSwitch(menu, "wire", tr("&Edges"), "W", false, [this](bool on) { view->setWireOverlay(on); });
     addSwitch(menu, "headlight", tr("&Headlight"), "L", false, [this](bool on) { view->setHeadlight(on); });

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <OpenSG/OSGMaterial.h>
 #include <OpenSG/OSGSimpleAttachments.h>
+#include <QCoreApplication>
 #include <set>
 #include <type_traits>
 
@@ -19,16 +20,21 @@ namespace Settings = ktAmbientOcclusionSettings;
 
 constexpr float leastResult = 1e-6f; // a channel without larger w holds no result
 
+QString translated(const QString& text) {
+    return QCoreApplication::translate("ktCalculationSettings", text.toUtf8().constData());
+}
+
 template <class Row, class Field>
 QString valueText(Row, const Field& value) {
     if constexpr (std::is_base_of_v<Settings::Choice, Row>)
-        return Row::choices[std::clamp<int>(value, 0, static_cast<int>(Row::range.most))];
+        return translated(Row::choices[std::clamp<int>(value, 0, static_cast<int>(Row::range.most))]);
     else if constexpr (std::is_base_of_v<Settings::Switch, Row>)
-        return value ? "on" : "off";
+        return value ? QCoreApplication::translate("ktCalculationPanel", "on")
+                     : QCoreApplication::translate("ktCalculationPanel", "off");
     else if constexpr (std::is_base_of_v<Settings::Color, Row>)
-        return QString("%1, %2, %3").arg(value[0]).arg(value[1]).arg(value[2]);
+        return QString("%L1 %L2 %L3").arg(value[0]).arg(value[1]).arg(value[2]);
     else
-        return QString::number(value) + (*Row::unit ? QString(" ") + Row::unit : QString());
+        return QString("%L1").arg(value) + (*Row::unit ? QString(" ") + Row::unit : QString());
 }
 
 void addSettings(ktPartFacts& facts, const osg::NodePtr& node) {
@@ -37,7 +43,11 @@ void addSettings(ktPartFacts& facts, const osg::NodePtr& node) {
         return;
     facts.settingsNode = node;
     Settings::forEachSetting<&Settings::Places::options>([&](auto row) {
-        facts.settings << QString(row.names.option).replace('-', ' ') + ": " + valueText(row, row.getOnNode(*stored));
+        QString name = QString(row.names.option).replace('-', ' ');
+        name[0] = name[0].toUpper();
+        if (std::is_same_v<decltype(row), Settings::OverrideMaterialColor>) // as the panel of the settings calls it
+            name = "Override colors";
+        facts.settings << translated(name) + ": " + valueText(row, row.getOnNode(*stored));
     });
 }
 

@@ -31,6 +31,22 @@ QColor displayOf(const osg::Color3f& color) {
                             toDisplay(static_cast<double>(color[2])));
 }
 
+/// Shows no zeros that say nothing.
+class NumberField : public QDoubleSpinBox {
+public:
+    using QDoubleSpinBox::QDoubleSpinBox;
+    QString textFromValue(double value) const override {
+        QString text = QDoubleSpinBox::textFromValue(value);
+        if (!text.contains(locale().decimalPoint()))
+            return text;
+        while (text.endsWith(locale().zeroDigit()))
+            text.chop(1);
+        if (text.endsWith(locale().decimalPoint()))
+            text.chop(1);
+        return text;
+    }
+};
+
 } // namespace
 
 ktDragStep::ktDragStep(QSlider* slider_, const QString& text_) : QObject(slider_), slider(slider_), text(text_) {
@@ -55,7 +71,7 @@ void ktDragStep::end() {
 }
 
 ktNumberEditor::ktNumberEditor(const Range& range_, const QString& name, const QString& undoText, QWidget* parent)
-    : QWidget(parent), range(range_), slider(new QSlider(Qt::Horizontal, this)), field(new QDoubleSpinBox(this)),
+    : QWidget(parent), range(range_), slider(new QSlider(Qt::Horizontal, this)), field(new NumberField(this)),
       step(new ktDragStep(slider, undoText)) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(0, 0, 0, 0);
@@ -69,7 +85,8 @@ ktNumberEditor::ktNumberEditor(const Range& range_, const QString& name, const Q
     field->setDecimals(range.decimals);
     field->setRange(range.least, range.most);
     field->setSuffix(range.unit.isEmpty() ? QString() : " " + range.unit);
-    field->setMaximumWidth(field->fontMetrics().horizontalAdvance("00000.000 mm") + 30);
+    // Sliders below each other have the same length.
+    field->setFixedWidth(field->fontMetrics().horizontalAdvance(isWhole ? "00" : "0000.00 mm") + 34);
     field->setKeyboardTracking(false);
     if (!isWhole)
         field->setStepType(QAbstractSpinBox::AdaptiveDecimalStepType);

@@ -19,6 +19,8 @@
 
 namespace {
 
+constexpr int mostMaterials = 12; // that are named
+
 QString number(std::uint64_t count) {
     return QLocale().toString(static_cast<qulonglong>(count));
 }
@@ -143,14 +145,15 @@ void ktPartPanel::show() {
     name->setText(nodes.empty()       ? tr("Nothing is selected.")
                   : nodes.size() == 1 ? ktStudioEdit::nameOf(nodes.front())
                                       : tr("%n parts", "", static_cast<int>(nodes.size())));
-    counts->setText(tr("%1 geometries, %2 vertices, %3 triangles")
+    counts->setText(tr("Geometries: %1, vertices: %2, triangles: %3")
                         .arg(number(facts.geometries), number(facts.vertices), number(facts.triangles)));
     counts->setVisible(!nodes.empty());
     results->setText(facts.withResults == 0 ? tr("No results.")
-                                            : tr("w: least %1, mean %2; %3 % of the vertices are below 0.1")
+                                            : tr("w: least %L1, mean %L2; %L3 % of the vertices are below %L4")
                                                   .arg(facts.least, 0, 'f', 3)
                                                   .arg(facts.mean, 0, 'f', 3)
-                                                  .arg(100 * facts.darkShare, 0, 'f', 1));
+                                                  .arg(100 * facts.darkShare, 0, 'f', 1)
+                                                  .arg(static_cast<double>(ktPartFacts::dark)));
     results->setVisible(!nodes.empty());
     histogram->set(facts);
     histogram->setVisible(facts.withResults > 0);
@@ -159,13 +162,13 @@ void ktPartPanel::show() {
     settings->setVisible(settingsNode != osg::NullFC);
     useSettings->setVisible(settingsNode != osg::NullFC);
     QStringList names;
-    for (const ktPartFacts::Material& material : facts.materials)
-        if (names.size() < 12) {
-            const QString text = material.name.isEmpty() ? tr("(without a name)") : material.name;
-            names << (material.isTransparent ? tr("%1 (transparent)").arg(text) : text);
-        }
-    if (facts.materials.size() > 12)
-        names << tr("and %1 more").arg(facts.materials.size() - 12);
+    for (const ktPartFacts::Material& material : facts.materials) {
+        const QString text = material.name.isEmpty() ? tr("(without a name)") : material.name;
+        names << (material.isTransparent ? tr("%1 (transparent)").arg(text) : text);
+    }
+    names.removeDuplicates();
+    if (const int more = names.size() - mostMaterials; more > 0)
+        names = names.mid(0, mostMaterials) << tr("and %1 more").arg(more);
     materials->setText(tr("Materials: %1").arg(names.join(", ")));
     materials->setVisible(!names.isEmpty());
     showTexts();

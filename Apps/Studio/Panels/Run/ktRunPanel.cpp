@@ -106,6 +106,7 @@ void ktRunPanel::showEstimate() {
         return;
     }
     const double rays = services.run.estimateRays(), seconds = services.run.estimateSeconds();
-    estimate->setText(seconds < 0 ? tr("About %1 rays").arg(countText(rays))
-                                  : tr("About %1 rays, roughly %2").arg(countText(rays), durationText(seconds)));
+    estimate->setText(seconds < 0   ? tr("About %1 rays").arg(countText(rays))
+                      : seconds < 1 ? tr("About %1 rays, less than a second").arg(countText(rays))
+                                    : tr("About %1 rays, roughly %2").arg(countText(rays), durationText(seconds)));
 }

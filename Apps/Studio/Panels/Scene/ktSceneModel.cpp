@@ -2,6 +2,7 @@
 // Shows the scene graph as a Qt model and fills it as it is opened.
 #include "ktSceneModel.h"
 
+#include "ktSceneSigns.h"
 #include "ktStudioServices.h"
 
 #include <algorithm>
@@ -141,7 +142,7 @@ QVariant ktSceneModel::data(const QModelIndex& index, int role) const {
                    : sum->withResults < sum->geometries ? tr("%1 of %2").arg(sum->withResults).arg(sum->geometries)
                                                         : tr("yes");
         case Settings:
-            return ktStudioEdit::hasSettings(node) ? tr("yes") : QString();
+            return ktStudioEdit::hasSettings(node) ? QString(QChar(0x2713)) : QString(); // a check mark
         case Triangles:
             return sum ? QLocale().toString(static_cast<qulonglong>(sum->triangles)) : QString("…");
         default:
@@ -154,7 +155,13 @@ QVariant ktSceneModel::data(const QModelIndex& index, int role) const {
             return ktStudioEdit::isLocked(node) ? Qt::Checked : Qt::Unchecked;
         return {};
     case Qt::TextAlignmentRole:
-        return index.column() == Triangles ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
+        return index.column() == Triangles  ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter))
+               : index.column() == Settings ? QVariant(int(Qt::AlignCenter))
+                                            : QVariant();
+    case Qt::AccessibleTextRole:
+        if (index.column() == Settings)
+            return ktStudioEdit::hasSettings(node) ? tr("yes") : QString();
+        return {};
     case Qt::ToolTipRole:
         return index.column() == Name ? ktStudioEdit::nameOf(node)
                                       : headerData(index.column(), Qt::Horizontal, Qt::ToolTipRole);
@@ -166,7 +173,12 @@ QVariant ktSceneModel::data(const QModelIndex& index, int role) const {
 QVariant ktSceneModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal)
         return {};
-    if (role == Qt::DisplayRole)
+    const bool hasSign = section == Shown || section == Locked || section == Settings;
+    if (role == Qt::DecorationRole && hasSign)
+        return section == Shown    ? ktSceneSigns::shown()
+               : section == Locked ? ktSceneSigns::locked()
+                                   : ktSceneSigns::settings();
+    if (role == Qt::AccessibleTextRole || (role == Qt::DisplayRole && !hasSign))
         switch (section) {
         case Name:
             return tr("Name");
@@ -186,13 +198,13 @@ QVariant ktSceneModel::headerData(int section, Qt::Orientation orientation, int 
     if (role == Qt::ToolTipRole)
         switch (section) {
         case Shown:
-            return tr("Hidden parts occlude nothing and get no results");
+            return tr("Shown: hidden parts occlude nothing and get no results");
         case Locked:
-            return tr("Results of locked parts do not change");
+            return tr("Locked: results of locked parts do not change");
         case Results:
             return tr("Whether the surfaces at and below this node have results");
         case Settings:
-            return tr("Whether the node keeps the settings of its last bake");
+            return tr("Settings: whether the node keeps those of its last bake");
         default:
             return {};
         }

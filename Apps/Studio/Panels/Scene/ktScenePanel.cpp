@@ -31,7 +31,7 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     tree->setContextMenuPolicy(Qt::CustomContextMenu);
     tree->header()->setStretchLastSection(false);
-    tree->setColumnWidth(ktSceneModel::Name, 150);
+    tree->header()->setSectionResizeMode(ktSceneModel::Name, QHeaderView::Stretch);
     for (int column = ktSceneModel::Shown; column < ktSceneModel::ColumnCount; ++column)
         tree->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
     tree->header()->setMinimumSectionSize(24);

@@ -16,6 +16,7 @@ const char* const indentation = "    ";
 ktScriptInput::ktScriptInput(QWidget* parent) : QPlainTextEdit(parent) {
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     setPlaceholderText(tr("Python: kthost.bake()"));
+    setMinimumHeight(fontMetrics().lineSpacing() * 2);
     setMaximumHeight(fontMetrics().lineSpacing() * 5);
     setAccessibleName(tr("Python statements"));
 }

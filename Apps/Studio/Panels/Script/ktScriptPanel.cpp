@@ -23,6 +23,7 @@ ktScriptPanel::ktScriptPanel(ktStudioServices& services_, QWidget* parent)
     output->setReadOnly(true);
     output->setMaximumBlockCount(mostLines);
     output->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    output->setMinimumHeight(3 * output->fontMetrics().lineSpacing()); // the dock may be low
     output->setAccessibleName(tr("Output of the statements"));
     input->setObjectName("scriptInput");
     input->setHistory(ktStudioPreferences::the().get(historyKey).toStringList());
@@ -37,10 +38,8 @@ ktScriptPanel::ktScriptPanel(ktStudioServices& services_, QWidget* parent)
     rows->addWidget(output, 1);
     auto* line = new QHBoxLayout;
     line->addWidget(input, 1);
-    auto* buttons = new QVBoxLayout;
     for (QPushButton* button : {file, cancel, clear})
-        buttons->addWidget(button);
-    line->addLayout(buttons);
+        line->addWidget(button, 0, Qt::AlignTop);
     rows->addLayout(line);
 
     ktStudioScripts& scripts = services.scripts;

@@ -25,7 +25,7 @@ ktReadingPage::ktReadingPage(QWidget* parent) : QWidget(parent), text(new QLabel
     connect(cancel, &QPushButton::clicked, this, &ktReadingPage::cancelRequested);
     timer->setInterval(200);
     connect(timer, &QTimer::timeout, this, [this] {
-        text->setText(tr("%1 … %2 s").arg(what).arg(static_cast<double>(elapsed.elapsed()) / 1000, 0, 'f', 1));
+        text->setText(tr("%1 … %L2 s").arg(what).arg(static_cast<double>(elapsed.elapsed()) / 1000, 0, 'f', 1));
     });
 }
 
