@@ -2,6 +2,7 @@
 // Makes the pictures of Docs/using/studio.md: walks from an empty window to a saved file and takes each step.
 // Usage, on a display: ktStudioPictures SCENE FOLDER [LANGUAGE [light|dark]]
 #include "ktAppearance.h"
+#include "ktPartFacts.h"
 #include "ktPresetStore.h"
 #include "ktStudioWindow.h"
 #include "ktUndoStack.h"
@@ -12,12 +13,18 @@
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QPushButton>
+#include <QScreen>
 #include <QTimer>
 #include <QtTest>
 
+/// What the display shows, with all that is painted over the view.
+static QPixmap onScreen(QWidget& window) {
+    return window.screen()->grabWindow(window.winId());
+}
+
 static void take(QWidget& window, const QString& file) {
     QTest::qWait(1500); // the picture of the scene refines while nothing moves
-    if (!window.grab().save(file))
+    if (!onScreen(window).save(file))
         std::fprintf(stderr, "%s was not written\n", qPrintable(file));
 }
 
@@ -43,7 +50,7 @@ int main(int argc, char** argv) {
         if (isTaken || window.getRun().getState().share < 0.3)
             return;
         isTaken = true;
-        window.grab().save(folder + "/studio-running.png");
+        onScreen(window).save(folder + "/studio-running.png");
     });
     QTest::mouseClick(window.findChild<QPushButton*>("bakeButton"), Qt::LeftButton);
     take(window, folder + "/studio-baked.png");
@@ -61,7 +68,16 @@ int main(int argc, char** argv) {
     window.findChild<QDockWidget*>("historyDock")->raise();
     window.getDocument().undoStack().undo();
     take(window, folder + "/studio-undone.png");
-    window.getSelection().selectByText("body_1*");
+    // The child with the most surfaces.
+    const osg::NodePtr top = window.getDocument().getTopNodes().back();
+    osg::NodePtr part = top;
+    std::size_t most = 0;
+    for (osg::UInt32 i = 0; i < top->getNChildren(); ++i)
+        if (const std::size_t count = ktPartFacts::collect({top->getChild(i)}).triangles; count > most) {
+            most = count;
+            part = top->getChild(i);
+        }
+    window.getSelection().set({part});
     window.findChild<QAction*>("start")->trigger();
     window.findChild<QAction*>("selectAll")->trigger();
     take(window, folder + "/studio-missing.png");

@@ -80,13 +80,14 @@ ktNumberEditor::ktNumberEditor(const Range& range_, const QString& name, const Q
     const bool isWhole = range.decimals == 0;
     slider->setObjectName(name + "Slider");
     slider->setRange(0, isWhole ? static_cast<int>(range.sliderMost - range.sliderLeast) : sliderSteps);
+    slider->setMinimumWidth(44);
     slider->setPageStep(isWhole ? 1 : sliderSteps / 10);
     field->setObjectName(name);
     field->setDecimals(range.decimals);
     field->setRange(range.least, range.most);
     field->setSuffix(range.unit.isEmpty() ? QString() : " " + range.unit);
     // Sliders below each other have the same length.
-    field->setFixedWidth(field->fontMetrics().horizontalAdvance(isWhole ? "00" : "0000.00 mm") + 34);
+    field->setFixedWidth(field->fontMetrics().horizontalAdvance(isWhole ? "00" : "0000.0 mm") + 32);
     field->setKeyboardTracking(false);
     if (!isWhole)
         field->setStepType(QAbstractSpinBox::AdaptiveDecimalStepType);
