@@ -10,6 +10,7 @@
 #include "ktBakeStandardStreams.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
+#include "ktMemoryReserve.h"
 #include "ktPresetStore.h"
 
 #include <algorithm>
@@ -118,6 +119,7 @@ static int run(int argc, char** argv) {
 }
 
 int main(int argc, char** argv) {
+    ktMemoryReserve::use();
     // Needs no memory, so it cannot use the list of isGiven().
     const auto isJson = [](const char* argument) { return std::strcmp(argument, "--json") == 0; };
     ktBakeLastWords::prepare(std::any_of(argv + 1, argv + argc, isJson));

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdint>
 #include <fcntl.h>
+#include <QEvent>
 #include <QSocketNotifier>
 #include <unistd.h>
 #include <utility>
@@ -39,6 +40,32 @@ void onSignal(int signal, siginfo_t* info, void* context) {
     errno = error;
 }
 
+void closePipe() {
+    for (int& end : wakeUp)
+        close(std::exchange(end, -1));
+}
+
+/// Overrides the event instead of a connection: Qt's connections crash without memory.
+class Notifier : public QSocketNotifier {
+public:
+    explicit Notifier(const std::function<void()>& onInterrupt_)
+        : QSocketNotifier(wakeUp[0], QSocketNotifier::Read), onInterrupt(onInterrupt_) {}
+
+protected:
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::SockAct)
+            return QSocketNotifier::event(event);
+        char bytes[16];
+        while (read(wakeUp[0], bytes, sizeof bytes) > 0) {
+        }
+        onInterrupt();
+        return true;
+    }
+
+private:
+    const std::function<void()>& onInterrupt;
+};
+
 } // namespace
 
 ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt_) : onInterrupt(std::move(onInterrupt_)) {
@@ -47,13 +74,12 @@ ktInterruptGuard::ktInterruptGuard(std::function<void()> onInterrupt_) : onInter
     guardedRun = ktCancelToken::the().getRun();
     if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
-    notifier = std::make_unique<QSocketNotifier>(wakeUp[0], QSocketNotifier::Read);
-    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [this] {
-        char bytes[16];
-        while (read(wakeUp[0], bytes, sizeof bytes) > 0) {
-        }
-        onInterrupt();
-    });
+    try {
+        notifier = std::make_unique<Notifier>(onInterrupt);
+    } catch (...) { // no memory
+        closePipe();
+        throw;
+    }
     for (int i = 0; i < 2; ++i) {
         sigaction(handledSignals[i], nullptr, &former[i]);
         if (!hasHandler(former[i]))
@@ -77,6 +103,5 @@ ktInterruptGuard::~ktInterruptGuard() {
     }
     notifier.reset();
     // Such a handler may still call ours. The write must then fail, not go to a file that reuses the number.
-    for (int& end : wakeUp)
-        close(std::exchange(end, -1));
+    closePipe();
 }

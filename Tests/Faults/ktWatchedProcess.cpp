@@ -47,16 +47,19 @@ ktWatchedResult runWatched(const std::filesystem::path& folder, const std::strin
 
     ktWatchedResult result;
     int status = 0;
-    while (waitpid(process, &status, WNOHANG) == 0) {
+    rusage usage = {};
+    while (wait4(process, &status, WNOHANG, &usage) == 0) {
         if (std::chrono::steady_clock::now() - begin > patience) {
             kill(process, SIGKILL);
-            waitpid(process, &status, 0);
+            wait4(process, &status, 0, &usage);
             result.exitCode = ktWatchedResult::hangs;
             break;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    for (const timeval& time : {usage.ru_utime, usage.ru_stime})
+        result.processorSeconds += static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
     if (result.exitCode != ktWatchedResult::hangs)
         result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     std::ostringstream text;

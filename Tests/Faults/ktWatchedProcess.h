@@ -10,6 +10,7 @@ struct ktWatchedResult {
     int exitCode = -1; ///< minus the number of the signal that ended it; `hangs` if it did not end
     std::string error; ///< the end of its standard error
     double seconds = 0;
+    double processorSeconds = 0; ///< with its child processes
 
     static constexpr int hangs = -1000;
 };

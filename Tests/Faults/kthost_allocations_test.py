@@ -2,8 +2,8 @@
 """The module kthost with failing allocations: calls fail with an exception, and the next call works. Arguments: the folder
 of the libraries, a scene, every how many allocations one is tested. Needs ktFailingAllocations preloaded.
 
-The JSON library allocates in destructors. If just that allocation fails, the process ends; such ends are counted, and the
-output must be whole all the same. ktbake has a reserve for them.
+A new thread's first exception needs memory for variables of the C++ library. Without it, the C library ends the process;
+such ends are counted, and the output must be whole all the same. In ktbake, these variables exist from the start.
 
 An exception inside the plug-in's run leaves the host frozen, as the plug-in promises its hosts. The module then refuses
 further bakes, and the test goes on in a new process."""
@@ -22,7 +22,7 @@ import kthost
 SCENE, STEP = sys.argv[2], int(os.environ.get("KT_FAULTS_STEP", sys.argv[3]))
 FOR_EVER = 10 ** 9
 FROZEN = "a bake is under way"
-MOST_ENDS = {1: 0.1, FOR_EVER: 0.7}  # by the number of failures: share of the tested allocations
+MOST_ENDS = {1: 0.02, FOR_EVER: 0.4}  # by the number of failures: share of the tested allocations
 shim = ctypes.PyDLL(None)
 fail_allocations, end_failures = shim.ktFailAllocations, shim.ktEndFailingAllocations
 fail_allocations.argtypes, end_failures.restype = (ctypes.c_long, ctypes.c_long), ctypes.c_long
@@ -104,8 +104,7 @@ def main():
             failed += sum(line.endswith("failed") for line in lines)
             if process.returncode == 0:
                 break
-            # The last is the C library's, when a thread's variables find no memory.
-            assert any(text in err for text in ("terminate called", FROZEN, "memory for thread-local data")), \
+            assert any(text in err for text in (FROZEN, "memory for thread-local data")), \
                 (process.returncode, lines[-1], err)
             assert read(output) in (b"old", expected), lines[-1]
             if FROZEN in err:

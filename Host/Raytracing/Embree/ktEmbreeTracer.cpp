@@ -217,6 +217,12 @@ void findNearestBy(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex* v
         nearestOfVertex<Width>(scene, rotateTile, v, vertices[v], limits, receiver);
 }
 
+/// Without the cache for subdivision surfaces, which we do not have: if the system has no memory for it, Embree keeps a
+/// lock for ever.
+RTCDevice newDevice(const char* config) {
+    return rtcNewDevice(((config ? std::string(config) + ',' : "") + "tessellation_cache_size=0").c_str());
+}
+
 bool reportProgress(void* progress, double share) {
     return (*static_cast<const ktTracer::Progress*>(progress))(static_cast<float>(share));
 }
@@ -224,7 +230,7 @@ bool reportProgress(void* progress, double share) {
 } // namespace
 
 ktEmbreeTracer::ktEmbreeTracer(const char* config, Quality quality_)
-    : device(rtcNewDevice(config)), quality(quality_), rotateTile(ktChooseRotateTile()) {
+    : device(newDevice(config)), quality(quality_), rotateTile(ktChooseRotateTile()) {
     static_assert(ktHitPacket::noMesh == RTC_INVALID_GEOMETRY_ID, "a miss has the same value in Embree");
     if (!device)
         throwDeviceError(nullptr, "start");

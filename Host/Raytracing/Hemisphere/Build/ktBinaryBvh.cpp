@@ -103,7 +103,9 @@ bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& spl
         return !progress || progress(1.0f);
     }
     embree = std::make_unique<Embree>();
-    embree->device = rtcNewDevice(nullptr);
+    // A cache for subdivision surfaces, which we do not have: if the system has no memory for it, Embree keeps a lock
+    // for ever.
+    embree->device = rtcNewDevice("tessellation_cache_size=0");
     embree->bvh = embree->device ? rtcNewBVH(embree->device) : nullptr;
     if (!embree->bvh)
         throw std::runtime_error("the ray tracing embree cannot be started");
