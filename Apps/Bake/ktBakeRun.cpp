@@ -20,6 +20,7 @@
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktRaytracingManager.h"
+#include "ktReadRecord.h"
 #include "ktResultHint.h"
 #include "ktScenegraph.h"
 #include "ktSceneLights.h"
@@ -29,6 +30,8 @@
 
 #include <algorithm>
 #include <iostream>
+#include <new>
+#include <sys/stat.h>
 
 namespace {
 
@@ -38,6 +41,30 @@ void sayWritten(const ktBakeOptions& options) {
         ktBakeMessages::log(ktLogLevel::Info, output + ": is written and complete",
                             {{"file", output}, {"reason", "is written and complete"}});
 }
+
+/// Finds out whether a file is replaced. Needs no memory.
+class Replacement {
+public:
+    /// @param path_ must outlive the object
+    explicit Replacement(const std::string& path_) : path(path_), before(find()) {}
+    bool isDone() const {
+        const Identity now = find();
+        return now.device != before.device || now.file != before.file;
+    }
+
+private:
+    struct Identity {
+        dev_t device = 0;
+        ino_t file = 0;
+    };
+    Identity find() const {
+        struct stat found = {};
+        return stat(path.c_str(), &found) == 0 ? Identity{found.st_dev, found.st_ino} : Identity();
+    }
+
+    const std::string& path;
+    const Identity before;
+};
 
 /// One bake. Each step returns an exit code; the first that is not `done` ends the bake.
 class Run {
@@ -80,6 +107,17 @@ private:
         return ktBakeExit::done;
     }
 
+    /// Picture and statistics must not replace a texture or a buffer of the scene. Knows those that have been read.
+    int checkInputs() const {
+        for (const std::string& file : {options.preview, options.stats})
+            if (ktReadRecord::has(QString::fromStdString(file))) {
+                const std::string reason = "cannot be written: the scene uses this file";
+                ktBakeMessages::log(ktLogLevel::Error, file + ": " + reason, {{"file", file}, {"reason", reason}});
+                return ktBakeExit::notWritten;
+            }
+        return ktBakeExit::done;
+    }
+
     int open() {
         ktBakeLastWords::setStep(options.scene, "reading");
         watch.lap();
@@ -93,6 +131,10 @@ private:
         stats.addScene(scene.getGeometries());
         if (const int found = scene.findPreviewView(options); found != ktBakeExit::done)
             return found;
+        if (!options.preview.empty() && !scene.loadPictures([this] { return interrupts.isInterrupted(); }))
+            return ktBakeExit::failed;
+        if (const int used = checkInputs(); used != ktBakeExit::done)
+            return used;
         return scene.addGroundPlane(options);
     }
 
@@ -189,9 +231,20 @@ private:
         interrupts.holdBack();
         watch.lap();
         ktBakeLastWords::setStep(options.output, "writing");
-        if (const int exitCode = scene.save(options); exitCode != ktBakeExit::done)
-            return exitCode;
-        ktBakeLastWords::setStep(options.output, "ending; this file is written");
+        ktBakeLastWords::prepareStep(options.output, "ending; this file is written");
+        const Replacement replacement(options.output);
+        try {
+            if (const int exitCode = scene.save(options); exitCode != ktBakeExit::done) {
+                if (replacement.isDone())
+                    sayWritten(options);
+                return exitCode;
+            }
+        } catch (const std::bad_alloc&) { // perhaps only a message about the file
+            if (replacement.isDone())
+                ktBakeLastWords::beginPreparedStep();
+            throw;
+        }
+        ktBakeLastWords::beginPreparedStep();
         stats.output = options.output;
         ktBakeMessages::addToResult("output", options.output);
         stats.writeSeconds = watch.lap();
@@ -241,6 +294,7 @@ int runBake(const ktBakeOptions& options) {
     if (options.listPresets)
         printPresets();
     beginBakes(options);
+    const ktReadRecord read;
     ktBakeSignals interrupts;
     ktRunStatistics stats;
     if (const int exitCode = bakeScene(options, interrupts, stats); exitCode != ktBakeExit::done)

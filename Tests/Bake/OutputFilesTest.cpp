@@ -117,6 +117,45 @@ TEST(OutputFiles, GivenStatisticsInTheFileOfSceneOrOutput_IsRefused) {
     EXPECT_EQ(readFile(folder.file("car.gltf")), scene);
 }
 
+TEST(OutputFiles, GivenPictureThatLinksToSceneOrOutput_IsRefused) {
+    const ktTestFolder folder;
+    writeCar(folder);
+    const std::string scene = readFile(folder.file("car.gltf"));
+    folder.write("new.glb", "old");
+    for (const char* target : {"car.gltf", "new.glb"}) {
+        fs::remove(folder.file("link.png"));
+        fs::create_symlink(target, folder.file("link.png"));
+        const ktBakeResult result = runBake(folder.path, quick({"car.gltf", "-o", "new.glb", "--preview", "link.png"}));
+        EXPECT_EQ(result.exitCode, 2) << target;
+        EXPECT_THAT(result.error, HasSubstr("link.png: is the file of ")) << target;
+        EXPECT_EQ(readFile(folder.file("car.gltf")), scene);
+        EXPECT_EQ(readFile(folder.file("new.glb")), "old");
+    }
+}
+
+TEST(OutputFiles, GivenPictureOrStatisticsInAFileOfTheScene_IsRefused) {
+    const ktTestFolder folder;
+    writeCar(folder);
+    nlohmann::json scene = nlohmann::json::parse(readFile(folder.file("car.gltf")));
+    scene["images"] = {{{"uri", "paint.png"}}};
+    scene["textures"] = {{{"source", 0}}};
+    scene["materials"] = {{{"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 0}}}}}}};
+    for (nlohmann::json& mesh : scene["meshes"])
+        mesh["primitives"][0]["material"] = 0;
+    folder.write("car.gltf", scene.dump());
+    folder.write("paint.png", "no picture, but the scene names it");
+    const std::string buffer = readFile(folder.file("car.bin"));
+    const std::vector<std::vector<std::string>> given = {{"--preview", "paint.png"}, {"--stats", "car.bin"}};
+    for (const std::vector<std::string>& option : given) {
+        const ktBakeResult result = runBake(folder.path, quick({"car.gltf", "-o", "new.glb", option[0], option[1]}));
+        EXPECT_EQ(result.exitCode, 4) << option[1] << result.error;
+        EXPECT_THAT(result.error, HasSubstr(option[1] + ": cannot be written: the scene uses this file"));
+        EXPECT_FALSE(fs::exists(folder.file("new.glb")));
+    }
+    EXPECT_EQ(readFile(folder.file("car.bin")), buffer);
+    EXPECT_EQ(readFile(folder.file("paint.png")), "no picture, but the scene names it");
+}
+
 TEST(OutputFiles, GivenClosedStandardStreams_BakesAsUsual) {
     const ktTestFolder folder;
     writeCar(folder);

@@ -7,9 +7,14 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <linux/landlock.h>
+#include <QDir>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using testing::ElementsAre;
@@ -20,6 +25,10 @@ namespace {
 
 const char* const cube = "mtllib a.mtl\no box\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0 0 1\nv 1 0 1\nv 1 1 1\nv 0 1 1\n"
                          "vt 0 0\nvt 1 1\nusemtl red\nf 1/1 4/1 3/1 2/1\nf 5/2 6/2 7/2 8/2\n";
+
+bool hasLandlock() {
+    return syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) >= 1;
+}
 
 std::string failureOf(const std::function<void(ktByteSink&)>& work, const ktProcessLimits& limits) {
     try {
@@ -118,6 +127,52 @@ TEST(LimitedProcess, GivenCrash_EndsOnlyTheChildProcess) {
     EXPECT_THAT(failureOf([](ktByteSink&) { std::abort(); }, limits), HasSubstr("the importer failed on it"));
     EXPECT_THAT(failureOf([](ktByteSink&) { throw 1; }, limits), HasSubstr("the importer failed on it"));
     EXPECT_THAT(failureOf([](ktByteSink&) { throw std::bad_alloc(); }, limits), HasSubstr("too much memory"));
+}
+
+TEST(LimitedProcess, GivenFoldersToRead_OpensNoOtherFilesAndNoNetwork) {
+    const ktTestFolder folder, other;
+    ktWriteTestFile(folder.path("inside"), "x");
+    ktWriteTestFile(other.path("outside"), "x");
+    ktProcessLimits limits = {std::size_t(1) << 30, 10, 60, {folder.root().toStdString()}};
+    const auto tryAll = [&](ktByteSink& sink) {
+        const auto tell = [&sink](int result) { sink.write(result < 0 ? "-" : "+", 1); };
+        tell(open(folder.path("inside").toLocal8Bit(), O_RDONLY | O_CLOEXEC));
+        tell(socket(AF_INET, SOCK_STREAM, 0));
+        tell(socket(AF_UNIX, SOCK_STREAM, 0));
+        tell(open(other.path("outside").toLocal8Bit(), O_RDONLY | O_CLOEXEC));
+        tell(open("/etc/passwd", O_RDONLY | O_CLOEXEC));
+        tell(open(folder.path("inside").toLocal8Bit(), O_WRONLY | O_CLOEXEC));
+        tell(open(folder.path("new").toLocal8Bit(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        tell(unlink(folder.path("inside").toLocal8Bit()));
+    };
+    const ktBytes answer = ktRunLimited(limits, tryAll);
+    const std::string found(answer.begin(), answer.end());
+    EXPECT_EQ(found.substr(0, 3), "+--") << "reads inside, has no network";
+    EXPECT_EQ(found.substr(3), hasLandlock() ? "-----" : "+++++") << "no other files, and no changes";
+}
+
+TEST(LimitedProcess, GivenOpenDescriptors_ClosesThem) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const ktBytes answer = ktRunLimited({std::size_t(1) << 30, 10, 60}, [&](ktByteSink& sink) {
+        sink.write(fcntl(ends[1], F_GETFD) < 0 ? "closed" : "open", 4);
+    });
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_EQ(std::string(answer.begin(), answer.end()), "clos");
+}
+
+TEST(Import, GivenMaterialsOutsideTheFolder_SaysThatTheyAreNotRead) {
+    const ktTestFolder folder;
+    ASSERT_TRUE(QDir(folder.root()).mkdir("scene"));
+    ktWriteTestFile(folder.path("outside.mtl"), "newmtl red\nKd 1 0 0\n");
+    ktWriteTestFile(folder.path("scene/a.obj"),
+                    "mtllib ../outside.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl red\nf 1 2 3\n");
+    const auto isWarning = HasSubstr("outside.mtl: is outside the scene's folder and was not read");
+    const std::vector<std::string> said = ktOpeningSays(folder.path("scene/a.obj"));
+    const bool isSaid = std::any_of(said.begin(), said.end(),
+                                    [&](const std::string& text) { return testing::Matches(isWarning)(text); });
+    EXPECT_EQ(isSaid, hasLandlock()) << "without Landlock, the file is read";
 }
 
 TEST(LimitedProcess, GivenEndlessLoop_IsEnded) {

@@ -52,15 +52,18 @@ bool isSameFile(const std::string& a, const std::string& b) {
     return fs::equivalent(a, b, error) || fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
 }
 
-/// The statistics must not replace another file of the bake. The endings tell the others apart.
-void checkStatistics(const ktBakeOptions& options) {
+/// Statistics and picture must not replace another file of the bake, also not through a link.
+void checkFiles(const ktBakeOptions& options) {
     const std::pair<const char*, const std::string&> others[] = {{"SCENE", options.scene},
                                                                  {"--output", options.output},
-                                                                 {"--preview", options.preview},
-                                                                 {"--script", options.script}};
-    for (const auto& [name, file] : others)
-        if (!options.stats.empty() && !file.empty() && isSameFile(options.stats, file))
-            throw ktBakeUsageError("--stats", options.stats, std::string("is the file of ") + name);
+                                                                 {"--script", options.script},
+                                                                 {"--preview", options.preview}};
+    const std::pair<const char*, const std::string&> checked[] = {{"--stats", options.stats},
+                                                                  {"--preview", options.preview}};
+    for (const auto& [option, written] : checked)
+        for (const auto& [name, file] : others)
+            if (option != std::string(name) && !written.empty() && !file.empty() && isSameFile(written, file))
+                throw ktBakeUsageError(option, written, std::string("is the file of ") + name);
 }
 
 /// The host's names of files are UTF-8.
@@ -102,6 +105,7 @@ void checkScript(const CLI::App& app, const ktBakeOptions& options) {
     }
     checkPreview(app, options);
     checkEndings(options);
+    checkFiles(options);
 }
 
 /// Checks the options that need a scene. Without one, presets can be listed, saved and deleted.
@@ -180,7 +184,7 @@ void checkTogether(const CLI::App& app, ktBakeOptions& options) {
         const fs::path scene = options.scene;
         options.output = (scene.parent_path() / (scene.stem().string() + "-baked.glb")).string();
     }
-    checkStatistics(options);
+    checkFiles(options);
 }
 
 void describeProgram(CLI::App& app) {

@@ -80,7 +80,6 @@ void put(const std::string& file, const std::string& what) {
     next.what.clear();
     next.file.add(file.data(), file.size());
     next.what.add(what.data(), what.size());
-    current = &next;
 }
 
 /// Writes "error: FILE: CAUSE while WHAT", once.
@@ -160,6 +159,7 @@ namespace ktBakeLastWords {
 void prepare(bool asJson) noexcept {
     isJson = asJson;
     put("ktbake", "starting"); // short enough for strings without memory
+    beginPreparedStep();
     std::set_terminate(onTerminate);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they have their own handlers
     stack_t stack = {};
@@ -176,7 +176,16 @@ void prepare(bool asJson) noexcept {
 }
 
 void setStep(const std::string& file, const std::string& what) {
+    prepareStep(file, what);
+    beginPreparedStep();
+}
+
+void prepareStep(const std::string& file, const std::string& what) {
     put(escaped(ktBakeMessages::shown(file)), escaped(what));
+}
+
+void beginPreparedStep() noexcept {
+    current = current == &steps[0] ? &steps[1] : &steps[0];
 }
 
 void setResult(int exitCode) noexcept {

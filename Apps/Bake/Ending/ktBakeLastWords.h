@@ -14,6 +14,10 @@ void prepare(bool isJson) noexcept;
 /// Prepares the message "FILE: out of memory while WHAT".
 /// @param what a verb, such as "reading". May end with what is already written.
 void setStep(const std::string& file, const std::string& what);
+/// Prepares the message of the next step. Until then the current one holds.
+void prepareStep(const std::string& file, const std::string& what);
+/// The prepared step begins. Needs no memory.
+void beginPreparedStep() noexcept;
 
 /// From now on the result is known, and nothing after it changes the exit code.
 void setResult(int exitCode) noexcept;

@@ -21,6 +21,7 @@
 #include <new>
 #include <QFileInfo>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace {
 
@@ -35,21 +36,25 @@ struct Header {
 class RegularFiles : public Assimp::DefaultIOSystem {
 public:
     /// The imported file has the name `alias` for the importer, and is at `path`.
-    RegularFiles(std::string alias_, std::string path_, ktJson& files_)
-        : alias(std::move(alias_)), path(std::move(path_)), files(files_) {}
+    RegularFiles(std::string alias_, std::string path_, ktJson& files_, ktJson& outside_)
+        : alias(std::move(alias_)), path(std::move(path_)), files(files_), outside(outside_) {}
 
     bool Exists(const char* name) const override { return find(name).has_value(); }
     Assimp::IOStream* Open(const char* name, const char* mode) override {
         const std::optional<std::string> found = find(name);
         files.push_back(found ? *found : name);
-        return found ? DefaultIOSystem::Open(found->c_str(), mode) : nullptr;
+        Assimp::IOStream* const stream = found ? DefaultIOSystem::Open(found->c_str(), mode) : nullptr;
+        if (found && !stream && access(found->c_str(), R_OK) == 0)
+            outside.push_back(*found);
+        return stream;
     }
 
 private:
     std::optional<std::string> find(const char* name) const { return ktFindIgnoringCase(name == alias ? path : name); }
 
     std::string alias, path;
-    ktJson& files; // those that were opened, or were to be
+    ktJson& files;   // those that were opened, or were to be
+    ktJson& outside; // those that this process may not open, although the user could
 };
 
 bool isAny(const std::string& format, std::initializer_list<const char*> formats) {
@@ -57,10 +62,11 @@ bool isAny(const std::string& format, std::initializer_list<const char*> formats
 }
 
 ktJson import(const ktFileToImport& file, std::optional<ktUpAxis> up, ktBytes& bytes) {
-    ktJson answer = {{"files", ktJson::array()}};
+    ktJson answer = {{"files", ktJson::array()}, {"outside", ktJson::array()}};
     Assimp::Importer importer;
     const std::string name = file.nameWithEnding();
-    importer.SetIOHandler(new RegularFiles(name, file.path, answer["files"])); // the importer takes ownership
+    // The importer takes ownership.
+    importer.SetIOHandler(new RegularFiles(name, file.path, answer["files"], answer["outside"]));
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_IGNORE_UP_DIRECTION, up.has_value());
     const unsigned steps = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices | aiProcess_SortByPType |
@@ -127,6 +133,8 @@ ktImportedFile ktImportWithAssimp(const QString& path, std::optional<ktUpAxis> u
     limits.memory_bytes = (std::size_t(4) << 30) + 100 * size;
     limits.time_s = 20 + static_cast<unsigned>(size >> 16);
     limits.wait_s = 60 + 4 * limits.time_s; // the machine may be busy or the disk slow
+    limits.readableFolders = {info.absolutePath().toStdString(),
+                              QFileInfo(info.canonicalFilePath()).path().toStdString()};
     const ktBytes answer = ktRunLimited(limits, [&](ktByteSink& sink) { importInto(sink, file, up); });
 
     Header header;
@@ -137,6 +145,8 @@ ktImportedFile ktImportWithAssimp(const QString& path, std::optional<ktUpAxis> u
     ktJson json = ktJson::parse(text, text + header.jsonSize);
     for (const ktJson& name : json.value("files", ktJson::array()))
         ktReadRecord::add(QString::fromStdString(name.get<std::string>()));
+    for (const ktJson& name : json.value("outside", ktJson::array()))
+        messages.warn(name.get<std::string>(), "is outside the scene's folder and was not read");
     if (json.contains("error"))
         throw ktFileError("file", "cannot be imported: " + json["error"].get<std::string>() +
                                       (file.format == "blend" ? ". Export glTF from Blender" : ""));

@@ -4,6 +4,7 @@
 
 #include "ktDescriptor.h"
 #include "ktFileError.h"
+#include "ktProcessSandbox.h"
 #include "ktReadInterrupt.h"
 
 #include <algorithm>
@@ -61,6 +62,10 @@ void limit(int resource, std::size_t value) {
         dup2(nowhere, STDOUT_FILENO);
         dup2(nowhere, STDERR_FILENO);
     }
+    ktProcessSandbox::closeOthers(descriptor); // such as the connection to the window system
+    ktProcessSandbox::forbidNetwork();
+    if (!limits.readableFolders.empty())
+        ktProcessSandbox::restrictFiles(limits.readableFolders);
     int code = done;
     try {
         ktByteSink sink(descriptor);

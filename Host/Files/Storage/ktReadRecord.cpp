@@ -2,6 +2,7 @@
 // Collects the names of the files that are read.
 #include "ktReadRecord.h"
 
+#include <algorithm>
 #include <mutex>
 #include <QDir>
 #include <QFileInfo>
@@ -27,6 +28,14 @@ void ktReadRecord::add(const QString& path) {
     const std::lock_guard<std::mutex> lock(recordMutex);
     if (currentRecord)
         currentRecord->paths.insert(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
+}
+
+bool ktReadRecord::has(const QString& path) {
+    const std::lock_guard<std::mutex> lock(recordMutex);
+    const QString file = QFileInfo(path).canonicalFilePath(); // empty if it does not exist
+    return currentRecord && !file.isEmpty() &&
+           std::any_of(currentRecord->paths.begin(), currentRecord->paths.end(),
+                       [&](const QString& read) { return QFileInfo(read).canonicalFilePath() == file; });
 }
 
 std::set<QString> ktReadRecord::files() const {

@@ -19,6 +19,8 @@ public:
     static void add(const QString& path);
     /// Absolute paths, without "." and "..".
     std::set<QString> files() const;
+    /// Whether the current record has this file, perhaps by another name. False if there is no record.
+    static bool has(const QString& path);
 
 private:
     std::set<QString> paths;
