@@ -79,7 +79,7 @@ class Runs:
         if moment is not None:
             time.sleep(moment)
             used, sent = processor_time(process.pid), time.monotonic()
-            process.send_signal(number)
+            os.kill(process.pid, number)  # an ended process is still there: nobody has waited for it
         _, status, usage = os.wait4(process.pid, 0)
         end = time.monotonic()
         process.returncode = 0  # it is reaped

@@ -16,10 +16,12 @@
 #include <algorithm>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
+#include <iostream>
 #include <langinfo.h>
 #include <new>
 #include <QCoreApplication>
@@ -115,6 +117,11 @@ static int run(int argc, char** argv) {
     }
     ktBakeMessages::end(exitCode);
     ktBakeLastWords::setResult(exitCode);
+    if (exitCode == ktBakeExit::cancelled) { // at once: to release a large scene takes long
+        std::cout.flush();
+        std::fflush(nullptr);
+        std::_Exit(exitCode);
+    }
     return exitCode;
 }
 

@@ -79,8 +79,11 @@ public:
             const int exitCode = (this->*step)();
             if (interrupts.isInterrupted() && step != &Run::write) {
                 ktLog::error("Cancelled; nothing is written.");
+                scene.abandon();
                 return ktBakeExit::cancelled;
             }
+            if (exitCode == ktBakeExit::cancelled)
+                scene.abandon();
             if (exitCode == ktBakeExit::failed)
                 ktBakeLastWords::endSoon();
             if (exitCode != ktBakeExit::done)
@@ -234,11 +237,13 @@ private:
         ktBakeLastWords::prepareStep(options.output, "ending; this file is written");
         const Replacement replacement(options.output);
         try {
-            if (const int exitCode = scene.save(options); exitCode != ktBakeExit::done) {
-                if (replacement.isDone())
-                    sayWritten(options);
+            const int exitCode = scene.save(options, [this] { return interrupts.isInterrupted(); });
+            if (exitCode == ktBakeExit::cancelled)
+                ktLog::error("Cancelled; nothing is written.");
+            else if (exitCode != ktBakeExit::done && replacement.isDone())
+                sayWritten(options);
+            if (exitCode != ktBakeExit::done)
                 return exitCode;
-            }
         } catch (const std::bad_alloc&) { // perhaps only a message about the file
             if (replacement.isDone())
                 ktBakeLastWords::beginPreparedStep();

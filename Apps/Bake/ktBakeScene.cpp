@@ -50,6 +50,10 @@ std::string suggestNodes(const osg::NodePtr& root, const std::string& wanted) {
 } // namespace
 
 ktBakeScene::~ktBakeScene() {
+    if (isAbandoned) {
+        [[maybe_unused]] const ktSceneFile* const left = file.release();
+        return;
+    }
     ktSceneState::setRootNode(osg::NullFC);
 }
 
@@ -131,17 +135,20 @@ bool ktBakeScene::loadPictures(const std::function<bool()>& isInterrupted) {
     return !report.isOutOfMemory;
 }
 
-int ktBakeScene::save(const ktBakeOptions& options) {
+int ktBakeScene::save(const ktBakeOptions& options, const std::function<bool()>& isInterrupted) {
     ktSaveOptions saveOptions;
     saveOptions.multiplyColors = options.multiplyColors;
     saveOptions.exposure = static_cast<float>(options.exposure);
     saveOptions.strength = static_cast<float>(options.strength);
     saveOptions.compression = options.compression;
+    saveOptions.isInterrupted = isInterrupted;
     ktFileReport report;
     const bool isSaved = file->save(QString::fromStdString(options.output), saveOptions, report);
     logMessages(report);
     if (isSaved)
         return ktBakeExit::done;
+    if (isInterrupted())
+        return ktBakeExit::cancelled;
     logError(options.output, report);
     return report.isOutOfMemory ? ktBakeExit::failed : ktBakeExit::notWritten;
 }

@@ -42,11 +42,15 @@ public:
     /// @return exit code
     int select(const ktBakeOptions& options);
     /// Writes the scene with its results.
-    /// @return exit code
-    int save(const ktBakeOptions& options);
+    /// @return exit code; ktBakeExit::cancelled without a message
+    /// @param isInterrupted asked from time to time; true ends the writing, and the old file stays
+    int save(const ktBakeOptions& options, const std::function<bool()>& isInterrupted);
     /// Draws the picture and shows the progress; false if it cannot be written, or after an interrupt.
     /// @param isInterrupted asked from time to time, on any thread
     bool drawPreview(const ktBakeOptions& options, const std::function<bool()>& isInterrupted);
+
+    /// The destructor will not release the scene: for a process that is about to end. Millions of nodes take long.
+    void abandon() { isAbandoned = true; }
 
     double getDiagonal() const { return diagonal; } ///< world units
     /// The scene's current geometry, each once.
@@ -61,5 +65,6 @@ private:
     std::string fileName; ///< as given
     std::unique_ptr<ktSceneFile> file;
     double diagonal = 0;
+    bool isAbandoned = false;
     ktPreviewView previewView;
 };
