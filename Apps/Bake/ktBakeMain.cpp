@@ -97,12 +97,12 @@ static int run(int argc, char** argv) {
     std::setlocale(LC_NUMERIC, "C");
     QCoreApplication::setApplicationName("ktbake");
     int exitCode = ktBakeExit::failed;
+    ktBakeOptions options;
     try {
         const std::vector<std::string> arguments(argv + 1, argv + argc);
         ktBakeMessages::begin(isGiven(arguments, "--json"));
         ktLogOutput::setQuiet(isGiven(arguments, "-q") || isGiven(arguments, "--quiet"));
         loadPresets();
-        ktBakeOptions options;
         if (const std::optional<int> end = parseBakeOptions(arguments, options)) {
             if (*end == ktBakeExit::done)
                 return *end; // help or version
@@ -117,7 +117,8 @@ static int run(int argc, char** argv) {
     }
     ktBakeMessages::end(exitCode);
     ktBakeLastWords::setResult(exitCode);
-    if (exitCode == ktBakeExit::cancelled) { // at once: to release a large scene takes long
+    // At once, because to release a large scene takes long. A script's interpreter has work at the end.
+    if (exitCode == ktBakeExit::cancelled && options.script.empty()) {
         std::cout.flush();
         std::fflush(nullptr);
         std::_Exit(exitCode);
