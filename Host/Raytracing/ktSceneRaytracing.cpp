@@ -14,6 +14,7 @@
 #include "ktLog.h"
 #include "ktOcclusionPass.h"
 #include "ktOSGWidgetState.h"
+#include "ktRankPool.h"
 #include "ktSampler.h"
 #include "ktScenegraph.h"
 #include "ktTracerFactory.h"
@@ -158,6 +159,10 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     ktWorkers::run(
         [&] {
             scene.makeMeshes(tracer->takesInstances());
+            if (ktRankPool* const ranks = ktRankPool::current()) {
+                std::vector<ktWorldTransform> transforms;
+                ranks->sendScene(scene.tracerMeshes(transforms));
+            }
             if (ktGetFitMode() == ktFitMode::Surface)
                 sceneFit.setScene(scene);
         },
@@ -174,6 +179,8 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     if (!build->wait(pump, isOverdue)) {
         *isAbandoned = true; // the token may be reset before the build checks it again
         abandonedBuild = std::move(build);
+        if (ktRankPool* const ranks = ktRankPool::current())
+            ranks->cancelScene();
         throw ktCanceled();
     }
 }
@@ -191,6 +198,8 @@ void ktSceneRaytracing::clearRun() {
 void ktSceneRaytracing::clearScene() {
     if (tracer && !abandonedBuild)
         tracer->build({}, {});
+    if (ktRankPool* const ranks = ktRankPool::current())
+        ranks->cancelScene();
     scene.clear();
     sceneFit.clear();
     numbers.clear();
@@ -304,6 +313,7 @@ ktVertexTask ktSceneRaytracing::vertexTask(osg::UInt32 count, const osg::Matrix*
     waitForAbandonedBuild();
     ktVertexTask task;
     task.tracer = &ensureTracer();
+    task.helpers = ktRankPool::current();
     task.directions = sampler->prepared.get();
     task.limits = {std::max(minDistance, ktVertexFrames::minHitDistance(scene.diagonal)), maxDistance, bothSides};
     task.sceneSize = scene.diagonal;
@@ -384,7 +394,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         if (!results || !surfaceColor || (transform && !toWorld))
             throw std::invalid_argument(handedNothing);
         const ktGatherTask task = {vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, true),
-                                   &bounces};
+                                   &bounces.light()};
         ktEventPump pump;
         bounces.takeSnapshot(scene, pump);
         const ktGeometryNumber geometry = numbers.find(positions);

@@ -10,6 +10,7 @@
 namespace {
 
 std::atomic<ktTracerKind> chosen{ktTracerKind::Hemisphere};
+std::atomic<std::uint32_t> mostLanes{16};
 
 } // namespace
 
@@ -21,10 +22,14 @@ ktTracerKind ktChosenTracer() noexcept {
     return chosen;
 }
 
+void ktLimitTracerLanes(std::uint32_t lanes) noexcept {
+    mostLanes = lanes;
+}
+
 std::unique_ptr<ktTracer> ktMakeTracer() {
     if (chosen == ktTracerKind::Embree)
         return std::make_unique<ktEmbreeTracer>();
-    return std::make_unique<ktHemisphereTracer>();
+    return std::make_unique<ktHemisphereTracer>(mostLanes);
 }
 
 std::unique_ptr<ktTracer> ktMakePictureTracer() {

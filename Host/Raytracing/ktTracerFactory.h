@@ -17,9 +17,13 @@ KT_HOST_EXPORT void ktChooseTracer(ktTracerKind kind) noexcept;
 /// What ktMakeTracer() makes now. Thread-safe.
 KT_HOST_EXPORT ktTracerKind ktChosenTracer() noexcept;
 
+/// Limits the vector instructions of hemisphere tracers that are made from now on to so many lanes: 4, 8 or 16, the
+/// default. Thread-safe.
+KT_HOST_EXPORT void ktLimitTracerLanes(std::uint32_t lanes) noexcept;
+
 /// Makes the chosen tracer, without an acceleration structure.
 /// @throws std::runtime_error if it cannot start, std::bad_alloc
-std::unique_ptr<ktTracer> ktMakeTracer();
+KT_HOST_EXPORT std::unique_ptr<ktTracer> ktMakeTracer();
 
 /// Makes a tracer for pictures, without an acceleration structure: its structure is built fast, and it is fast with
 /// rays that begin at one point side by side.

@@ -2,56 +2,33 @@
 // Tests whether points lie inside solids, by the sides of the surfaces around them.
 #include "ktInsideTest.h"
 
-#include "ktCancelPoint.h"
-#include "ktParallel.h"
-#include "ktSideCount.h"
+#include "ktVertexBatch.h"
 #include "ktVertexFrames.h"
 
 #include <atomic>
 #include <cfloat>
 
-namespace {
-
-constexpr std::size_t batchSize = 64;
-
-class Sides : public ktHitReceiver {
-public:
-    explicit Sides(const ktDirectionSet& directions_) : directions(directions_) {}
-
-    void hits(std::uint32_t vertex, std::uint32_t tile, const ktHitPacket& packet) override {
-        counts[vertex].add(packet, directions.laneMask(tile));
-    }
-
-    ktSideCount counts[batchSize];
-
-private:
-    const ktDirectionSet& directions;
-};
-
-} // namespace
-
 std::uint64_t ktMarkInside(const ktVertexTask& task, const std::vector<std::uint32_t>& asked, std::uint8_t* isValid) {
     const ktVertexFrames frames(task.toWorld, task.directions, task.sceneSize);
-    const ktRayLimits limits = {task.limits.minDistance, FLT_MAX, true};
     std::atomic<std::uint64_t> traced{0};
-    ktParallel::forRange(asked.size(), batchSize, [&](std::size_t begin, std::size_t end) {
-        ktThrowIfCanceled();
-        ktRayVertex vertices[batchSize];
-        std::uint32_t points[batchSize], count = 0;
-        for (std::size_t i = begin; i < end; ++i) {
-            points[count] = asked[i];
-            if (frames.make(task.positions + 3 * std::size_t(asked[i]), task.normals + 3 * std::size_t(asked[i]),
-                            ktOneRing(), vertices[count]))
-                ++count;
+    ktBatchLoop loop;
+    loop.work = ktBatchWork::of(task, ktBatchKind::Sides);
+    loop.work.limits = {task.limits.minDistance, FLT_MAX, true};
+    loop.count = asked.size();
+    loop.make = [&](ktVertexBatch& batch) {
+        for (std::size_t i = batch.begin; i < batch.end; ++i) {
+            const std::size_t at = 3 * std::size_t(asked[i]);
+            const bool isTraceable =
+                frames.make(task.positions + at, task.normals + at, ktOneRing(), batch.vertices[batch.count]);
+            batch.slot[i - batch.begin] = isTraceable ? static_cast<int>(batch.count++) : -1;
         }
-        if (count == 0)
-            return;
-        Sides sides(task.directions->set);
-        task.tracer->findNearest(vertices, count, limits, sides);
-        for (std::uint32_t i = 0; i < count; ++i)
-            if (sides.counts[i].isInside())
-                isValid[points[i]] = 0;
-        traced += count;
-    });
+    };
+    loop.finish = [&](const ktVertexBatch& batch) {
+        for (std::size_t i = batch.begin; i < batch.end; ++i)
+            if (const int slot = batch.slot[i - batch.begin]; slot >= 0 && batch.light[slot].sides.isInside())
+                isValid[asked[i]] = 0;
+        traced += batch.count;
+    };
+    ktRunLoop(loop, task.helpers);
     return traced;
 }

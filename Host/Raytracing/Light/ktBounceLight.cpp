@@ -49,7 +49,8 @@ void ktBounceLight::markCalculated(const ktTracedGeometry& traced) {
 }
 
 void ktBounceLight::setDirect(const ktOcclusionTask& task, bool isValid) {
-    direct = task;
+    reflected.direct = task;
+    reflected.renew();
     hasDirect = isValid;
 }
 
@@ -134,10 +135,8 @@ void ktBounceLight::prepareLazy(const ktTracedGeometry& traced) {
     std::unique_ptr<Lazy>& lazy = lazies[traced.number];
     const osg::UInt32 count = positionCount(traced.geometry);
     if (!lazy || lazy->light.size() != 3 * std::size_t(count)) {
-        lazy = std::make_unique<Lazy>();
+        lazy = std::make_unique<Lazy>(count);
         lazy->toWorld = traced.toWorld;
-        lazy->light.resize(3 * std::size_t(count));
-        lazy->isTraced = std::make_unique<std::atomic<bool>[]>(count);
     }
     const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(traced.geometry->getPositions());
     const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(traced.geometry->getNormals());
@@ -149,7 +148,7 @@ void ktBounceLight::prepareLazy(const ktTracedGeometry& traced) {
 
 ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced, ktEventPump& pump) {
     Surface surface;
-    surface.traced = &traced;
+    surface.triangles = traced.triangles.get();
     surface.litSide = &litSides.try_emplace(traced.triangles.get(), traced, pump).first->second;
     setAlbedo(traced, surface);
     if (const auto found = receivedLight.find(traced.number); found != receivedLight.end()) {
@@ -164,11 +163,12 @@ ktBounceLight::Surface ktBounceLight::makeSurface(const ktTracedGeometry& traced
 void ktBounceLight::takeSnapshot(const ktTracedScene& scene, ktEventPump& pump) {
     if (hasSnapshot)
         return;
-    surfaces.clear();
+    reflected.surfaces.clear();
     litSides.clear();
     receivedLight.clear();
     colorsOf.clear();
-    usesLightColor = std::any_of(calculated.begin(), calculated.end(), [](const auto& entry) {
+    reflected.hasColorBleeding = settings.colorBleeding;
+    reflected.usesLightColor = std::any_of(calculated.begin(), calculated.end(), [](const auto& entry) {
         const osg::GeometryPtr geometry = entry.second.get();
         return channel(geometry->getTexCoords5(), positionCount(geometry)) != osg::NullFC;
     });
@@ -184,76 +184,8 @@ void ktBounceLight::takeSnapshot(const ktTracedScene& scene, ktEventPump& pump) 
     }
     for (const std::size_t index : scene.meshes) {
         pump.handleEventsIfDue();
-        surfaces.push_back(makeSurface(scene.geometries[index], pump));
+        reflected.surfaces.push_back(makeSurface(scene.geometries[index], pump));
     }
+    reflected.renew();
     hasSnapshot = true;
-}
-
-// Two threads may trace the same vertex at the same time: both find the same light.
-void ktBounceLight::addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const {
-    if (!lazy.normals)
-        return;
-    float* const stored = &lazy.light[3 * std::size_t(vertex)];
-    float traced[3];
-    if (lazy.isTraced[vertex].load(std::memory_order_acquire)) {
-        std::copy_n(stored, 3, traced);
-    } else {
-        ktOcclusionTask task = direct;
-        const std::size_t first = 3 * std::size_t(vertex);
-        task.setVertices(lazy.toWorld, 1, lazy.positions + first, lazy.normals + first, nullptr);
-        osg::Vec4f result;
-        std::atomic<std::uint32_t> done{0};
-        ktTraceOcclusion(task, &result, done);
-        for (osg::UInt32 c = 0; c < 3; ++c)
-            traced[c] = usesLightColor ? result[c] : result[3];
-        const std::lock_guard<std::mutex> guard(*lazyLock);
-        if (!lazy.isTraced[vertex].load(std::memory_order_relaxed)) { // otherwise other threads may read it
-            std::copy_n(traced, 3, stored);
-            lazy.isTraced[vertex].store(true, std::memory_order_release);
-        }
-    }
-    for (int c = 0; c < 3; ++c)
-        light[c] += weight * traced[c];
-}
-
-inline void ktBounceLight::radiance(const Surface& surface, std::uint32_t triangle, float u, float v,
-                                    float* color) const {
-    const std::uint32_t* corners = &(*surface.traced->triangles)[3 * std::size_t(triangle)];
-    const float weights[3] = {1.0f - u - v, u, v};
-    color[0] = color[1] = color[2] = 0.0f;
-    for (int corner = 0; corner < 3; ++corner) {
-        if (surface.received) {
-            const float* received = &(*surface.received)[3 * std::size_t(corners[corner])];
-            for (int c = 0; c < 3; ++c)
-                color[c] += weights[corner] * received[c];
-        } else if (surface.lazy) {
-            addLazy(*surface.lazy, corners[corner], weights[corner], color);
-        }
-    }
-    float albedo[3] = {surface.albedo[0], surface.albedo[1], surface.albedo[2]};
-    if (surface.colors) {
-        std::copy_n(surface.colors->at(corners, u, v).data(), 3, albedo);
-        if (!settings.colorBleeding)
-            toLuminance(albedo);
-    }
-    for (int c = 0; c < 3; ++c)
-        color[c] *= albedo[c];
-}
-
-inline bool ktBounceLight::isLit(const ktHitPacket& hits, std::uint32_t lane) const {
-    return surfaces[hits.mesh[lane]].litSide->isLit(hits.triangle[lane], (hits.backSide >> lane & 1u) != 0);
-}
-
-void ktBounceLight::addRadiance(const ktHitPacket& hits, std::uint32_t lanes, float* sum) const {
-    float total[3] = {sum[0], sum[1], sum[2]};
-    for (std::uint32_t left = lanes; left != 0; left &= left - 1) {
-        const auto i = static_cast<std::uint32_t>(__builtin_ctz(left));
-        if (hits.mesh[i] == ktHitPacket::noMesh || !isLit(hits, i))
-            continue;
-        float color[3];
-        radiance(surfaces[hits.mesh[i]], hits.triangle[i], hits.u[i], hits.v[i], color);
-        for (int c = 0; c < 3; ++c)
-            total[c] += color[c];
-    }
-    std::copy_n(total, 3, sum);
 }

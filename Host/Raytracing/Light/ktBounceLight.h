@@ -3,13 +3,12 @@
 
 #include "ktLitSide.h"
 #include "ktOcclusionPass.h"
+#include "ktReflectedLight.h"
 #include "ktSurfaceColors.h"
 #include "ktTracedScene.h"
 
-#include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 /// How a surface reflects light.
@@ -37,18 +36,14 @@ public:
     /// Sets how to trace direct light that is in no channel. What the task refers to must outlive the gathering.
     void setDirect(const ktOcclusionTask& task, bool isValid);
     /// That task; null if there is none.
-    const ktOcclusionTask* directTask() const { return hasDirect ? &direct : nullptr; }
+    const ktOcclusionTask* directTask() const { return hasDirect ? &reflected.direct : nullptr; }
     /// Ends the current bounce: the next takeSnapshot() includes what it gathered.
     void endBounce() { hasSnapshot = false; }
 
-    /// Takes the snapshot for this bounce unless there is one. Main thread, before addRadiance().
+    /// Takes the snapshot for this bounce unless there is one. Main thread, before light() is read.
     void takeSnapshot(const ktTracedScene& scene, ktEventPump& pump);
-    /// Adds up the light (linear red, green, blue) that surfaces reflect at the hits of rays. Any thread.
-    /// @param hits  from a tracer
-    /// @param lanes bit i: ray i counts
-    /// @param sum   three floats; light is added ray by ray, in ascending order
-    /// @throws ktCanceled
-    void addRadiance(const ktHitPacket& hits, std::uint32_t lanes, float* sum) const;
+    /// The snapshot. Stays at its place.
+    const ktReflectedLight& light() const { return reflected; }
 
     /// Sets what the vertices of a geometry received in this bounce: three floats per vertex, not yet multiplied by the
     /// surface colour. Replaces earlier values. Main thread.
@@ -57,31 +52,14 @@ public:
     const std::vector<float>* gathered(ktGeometryNumber geometry) const;
 
 private:
-    /// Direct light that is traced when needed, vertex by vertex.
-    struct Lazy {
-        ktWorldTransform toWorld;
-        const float* positions = nullptr;
-        const float* normals = nullptr; ///< null: no light can be traced
-        std::vector<float> light;       ///< three floats per vertex, valid where `isTraced`
-        std::unique_ptr<std::atomic<bool>[]> isTraced;
-    };
-    struct Surface {
-        const ktTracedGeometry* traced = nullptr;
-        const std::vector<float>* received = nullptr;  ///< three floats per vertex; null: dark
-        Lazy* lazy = nullptr;                          ///< adds to `received`
-        const ktLitSide* litSide = nullptr;            ///< not null
-        std::shared_ptr<const ktSurfaceColors> colors; ///< null: `albedo` everywhere
-        float albedo[3] = {1, 1, 1};
-    };
+    using Lazy = ktReflectedLight::Lazy;
+    using Surface = ktReflectedLight::Surface;
 
     void setAlbedo(const ktTracedGeometry& traced, Surface& surface);
     void prepareLazy(const ktTracedGeometry& traced);
     Surface makeSurface(const ktTracedGeometry& traced, ktEventPump& pump);
-    bool isLit(const ktHitPacket& hits, std::uint32_t lane) const;
-    void radiance(const Surface& surface, std::uint32_t triangle, float u, float v, float* color) const;
     void readReceived(const ktTracedGeometry& traced, std::vector<float>& received, ktEventPump& pump) const;
     bool hasResult(const ktTracedGeometry& traced) const;
-    void addLazy(Lazy& lazy, std::uint32_t vertex, float weight, float* light) const;
 
     std::map<ktGeometryNumber, osg::GeometryRefPtr> calculated;
     std::map<ktGeometryNumber, std::vector<float>> gatheredLight;
@@ -89,11 +67,8 @@ private:
     std::map<ktGeometryNumber, std::unique_ptr<Lazy>> lazies;
     /// Key: geometry, and id of the material's field container.
     std::map<std::pair<ktGeometryNumber, std::uint32_t>, std::shared_ptr<const ktSurfaceColors>> colorsOf;
-    std::vector<Surface> surfaces;                                   ///< by the tracer's mesh
     std::map<const std::vector<std::uint32_t>*, ktLitSide> litSides; ///< key: triangles, which instances share
-    ktOcclusionTask direct;
+    ktReflectedLight reflected;
     bool hasDirect = false;
-    bool usesLightColor = false; ///< direct light is the colour of the lights, not w
     bool hasSnapshot = false;
-    std::unique_ptr<std::mutex> lazyLock = std::make_unique<std::mutex>(); ///< for writing
 };

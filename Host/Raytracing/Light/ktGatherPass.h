@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktBounceLight.h"
+#include "ktReflectedLight.h"
 #include "ktVertexTask.h"
 
 #include <atomic>
@@ -10,7 +10,7 @@
 
 /// Input for gathering one bounce of indirect light at one geometry. Everything belongs to the caller.
 struct ktGatherTask : ktVertexTask {
-    const ktBounceLight* light = nullptr; ///< after takeSnapshot()
+    const ktReflectedLight* light = nullptr; ///< of ktBounceLight, after takeSnapshot()
     /// Null, or `count` elements: set to 0 where more than half of the surfaces that the rays hit show their back side.
     std::uint8_t* isValid = nullptr;
 };

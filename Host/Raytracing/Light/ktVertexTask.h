@@ -7,12 +7,15 @@
 
 #include <cstdint>
 
+class ktLoopHelpers;
+
 /// Input of a pass: the vertices of one geometry, and how to trace them. Everything belongs to the caller.
 struct ktVertexTask {
     const ktTracer* tracer = nullptr;
     const ktPreparedDirections* directions = nullptr;
-    ktRayLimits limits;  ///< of the rays along `directions`
-    float sceneSize = 0; ///< diagonal of the occluders' bounds, world units
+    ktLoopHelpers* helpers = nullptr; ///< others that trace a part of the vertices; null: none
+    ktRayLimits limits;               ///< of the rays along `directions`
+    float sceneSize = 0;              ///< diagonal of the occluders' bounds, world units
     ktWorldTransform toWorld;
     std::uint32_t count = 0;
     const float* positions = nullptr; ///< object space, three floats per vertex

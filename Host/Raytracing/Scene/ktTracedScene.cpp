@@ -277,12 +277,23 @@ std::function<void()> ktTracedScene::makeBuildJob(ktTracer& tracer,
         std::shared_ptr<const std::vector<float>> positions;
     };
     std::vector<Arrays> arrays;
-    std::vector<ktTracerMesh> list;
+    for (const std::size_t index : meshes)
+        arrays.push_back({geometries[index].triangles, geometries[index].positions});
     std::vector<ktWorldTransform> transforms;
+    std::vector<ktTracerMesh> list = tracerMeshes(transforms);
+    return [&tracer, arrays = std::move(arrays), transforms = std::move(transforms), list = std::move(list),
+            isAbandoned = std::move(isAbandoned)] {
+        if (!tracer.build(list, [&](float) { return !*isAbandoned && !ktCancelToken::the().isCanceled(); }))
+            throw ktCanceled();
+    };
+}
+
+std::vector<ktTracerMesh> ktTracedScene::tracerMeshes(std::vector<ktWorldTransform>& transforms) const {
+    std::vector<ktTracerMesh> list;
+    transforms.clear();
     transforms.reserve(meshes.size()); // the list has their addresses
     for (const std::size_t index : meshes) {
         const ktTracedGeometry& traced = geometries[index];
-        arrays.push_back({traced.triangles, traced.positions});
         ktTracerMesh mesh;
         mesh.positions = traced.positions->data();
         mesh.indices = traced.triangles->data();
@@ -292,11 +303,7 @@ std::function<void()> ktTracedScene::makeBuildJob(ktTracer& tracer,
             mesh.toWorld = transforms.emplace_back(traced.toWorld).rows();
         list.push_back(mesh);
     }
-    return [&tracer, arrays = std::move(arrays), transforms = std::move(transforms), list = std::move(list),
-            isAbandoned = std::move(isAbandoned)] {
-        if (!tracer.build(list, [&](float) { return !*isAbandoned && !ktCancelToken::the().isCanceled(); }))
-            throw ktCanceled();
-    };
+    return list;
 }
 
 const ktTracedGeometry* ktTracedScene::find(ktGeometryNumber geometry) const {

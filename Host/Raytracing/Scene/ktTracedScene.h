@@ -61,6 +61,9 @@ public:
     /// std::exception.
     /// @param isAbandoned true: nobody waits for the job any more, so it ends, even if the cancel token has been reset
     std::function<void()> makeBuildJob(ktTracer& tracer, std::shared_ptr<const std::atomic<bool>> isAbandoned) const;
+    /// The meshes as a tracer takes them, after makeMeshes(). They refer to this scene and to the transforms.
+    /// @param transforms receives the matrices of instances
+    std::vector<ktTracerMesh> tracerMeshes(std::vector<ktWorldTransform>& transforms) const;
     /// Clears everything. The tracer's structure must not be used any more.
     void clear();
 

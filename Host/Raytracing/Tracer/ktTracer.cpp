@@ -2,7 +2,11 @@
 // Provides the default visibility and nearest-hit queries of tracers, packet by packet.
 #include "ktTracer.h"
 
+#include <atomic>
+
 namespace {
+
+std::atomic<std::uint64_t> lastDirections{0};
 
 // Makes the rays of one tile of a vertex, in world space.
 void fillPacket(const ktRayVertex& vertex, std::uint32_t tileIndex, const ktRayLimits& limits, ktRayPacket& packet) {
@@ -23,6 +27,8 @@ void fillPacket(const ktRayVertex& vertex, std::uint32_t tileIndex, const ktRayL
 }
 
 } // namespace
+
+ktPreparedDirections::ktPreparedDirections(const ktDirectionSet& set_) : set(set_), number(++lastDirections) {}
 
 std::unique_ptr<ktPreparedDirections> ktTracer::prepareDirections(const ktDirectionSet& set) const {
     return std::make_unique<ktPreparedDirections>(set);

@@ -28,12 +28,13 @@ struct ktTracerMesh {
 /// Immutable; may be read from any thread. Refers to the set, which must outlive it.
 class ktPreparedDirections {
 public:
-    explicit ktPreparedDirections(const ktDirectionSet& set_) : set(set_) {}
+    explicit ktPreparedDirections(const ktDirectionSet& set_);
     virtual ~ktPreparedDirections() = default;
     ktPreparedDirections(const ktPreparedDirections&) = delete;
     ktPreparedDirections& operator=(const ktPreparedDirections&) = delete;
 
     const ktDirectionSet& set;
+    const std::uint64_t number; ///< no other object of this process has or had it
 };
 
 /// A point that sends one ray along each direction of a set. If direction i is x, y, z, ray i goes from `origin` along

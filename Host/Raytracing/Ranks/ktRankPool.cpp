@@ -1,0 +1,521 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Shares loops with the other ranks: hands out blocks, stores results, watches for ranks that are lost.
+#include "ktRankPool.h"
+
+#include "ktCancelPoint.h"
+#include "ktParallel.h"
+#include "ktThreadCount.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+
+namespace {
+
+constexpr std::uint32_t blocksAhead = 2;              // of a rank: it traces one while the next is on its way
+constexpr std::uint64_t leastRaysPerThread = 1 << 16; // of a block; about a millisecond
+constexpr std::size_t mostBatchesPerThread = 16;      // of a block; a batch takes 10 kB here
+constexpr std::size_t shareOfRest = 4;                // a block is at most this part of a rank's share of the rest
+
+std::atomic<ktRankPool*> currentPool{nullptr};
+
+double secondsSince(std::chrono::steady_clock::time_point begin) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+} // namespace
+
+struct ktRankPool::Peer {
+    int rank = 0;
+    bool hasMet = false;
+    std::uint64_t builtGeneration = 0;           // of the scene whose structure it has
+    std::uint64_t begun = 0;                     // generation of the loop that it knows
+    std::uint64_t lightVersion = 0;              // of the reflected light that it has
+    std::set<std::uint64_t> directions;          // numbers of those that it has
+    std::map<std::uint32_t, ktRankBlock> blocks; // handed out
+    Clock::time_point lastHeard, lastProgress;
+    std::uint64_t process = 0;
+    std::uint64_t fingerprints[3] = {0, 0, 0};
+    ktRankStatistics statistics;
+};
+
+struct ktRankPool::Loop {
+    const ktBatchLoop* work = nullptr;
+    std::uint64_t generation = 0;
+    std::atomic<std::size_t> next{0}; // item
+    std::uint32_t nextBlock = 0;
+    std::size_t inUse = 0;     // threads of the pool that use the loop now
+    std::size_t handedOut = 0; // blocks without results
+    bool isOver = false;
+    std::exception_ptr error; // of the listener
+    ktMessageBytes begin;
+};
+
+ktRankPool* ktRankPool::current() noexcept {
+    return currentPool;
+}
+
+void ktRankPool::setCurrent(ktRankPool* pool) noexcept {
+    currentPool = pool;
+}
+
+ktRankPool::ktRankPool(std::unique_ptr<ktTransport> transport_, ktRankHello hello, Limits limits_)
+    : transport(std::move(transport_)), limits(limits_) {
+    self.host = hello.host;
+    self.threads = hello.threads;
+    for (int rank = 1; rank < transport->size(); ++rank) {
+        peers.push_back(std::make_unique<Peer>());
+        peers.back()->rank = rank;
+        peers.back()->lastHeard = peers.back()->lastProgress = Clock::now();
+    }
+    try {
+        meetAll(hello);
+    } catch (...) {
+        transport->abort(1);
+        throw;
+    }
+    listener = std::thread([this] { listen(); });
+}
+
+ktRankPool::~ktRankPool() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        isEnding = true;
+    }
+    listener.join();
+    if (!failure.empty()) {
+        transport->abort(1);
+        return;
+    }
+    for (const auto& peer : peers)
+        transport->send(peer->rank, ktEndMessage(ktBeginMessage(ktRankMessage::End)));
+    transport->finish();
+}
+
+std::string ktRankPool::nameOf(const Peer& peer) const {
+    const std::string host = peer.statistics.host.empty() ? "of an unknown host" : "on " + peer.statistics.host;
+    return "rank " + std::to_string(peer.rank) + " " + host;
+}
+
+void ktRankPool::meetAll(const ktRankHello& hello) {
+    std::size_t met = 0;
+    const Clock::time_point begin = Clock::now();
+    while (met < peers.size()) {
+        int from = 0;
+        std::vector<char> message;
+        if (transport->receive(from, message, std::chrono::milliseconds(20))) {
+            ktWireReader reader(message);
+            Peer& peer = *peers.at(static_cast<std::size_t>(from - 1));
+            const auto kind = reader.get<ktRankMessage>();
+            if (kind == ktRankMessage::Beat)
+                continue;
+            ktRankHello other;
+            if (kind != ktRankMessage::Hello || peer.hasMet)
+                throw std::runtime_error(nameOf(peer) + " says something else than hello");
+            ktGet(reader, other);
+            peer.statistics.host = other.host;
+            peer.statistics.threads = other.threads;
+            peer.process = other.process;
+            peer.hasMet = true;
+            ++met;
+            if (other.version != hello.version)
+                throw std::runtime_error(nameOf(peer) + " runs version " + other.version + ", but rank 0 on " +
+                                         hello.host + " runs version " + hello.version);
+            std::copy(std::begin(other.fingerprints), std::end(other.fingerprints), peer.fingerprints);
+        } else if (Clock::now() - begin > limits.silence) {
+            const auto silent =
+                std::find_if(peers.begin(), peers.end(), [](const auto& peer) { return !peer->hasMet; });
+            throw std::runtime_error("rank " + std::to_string((*silent)->rank) + " does not answer");
+        }
+    }
+    for (const auto& peer : peers)
+        peer->lastHeard = peer->lastProgress = Clock::now();
+    start(hello);
+}
+
+// Chooses the widest vector instructions with which all ranks find the same bits.
+void ktRankPool::start(const ktRankHello& hello) {
+    bool isEqual[3] = {true, true, true};
+    for (int width = 0; width < 3; ++width)
+        for (const auto& peer : peers)
+            isEqual[width] = isEqual[width] && hello.fingerprints[width] != 0 &&
+                             peer->fingerprints[width] == hello.fingerprints[width];
+    if (!isEqual[0] && !isEqual[1] && !isEqual[2]) {
+        const auto other = std::find_if(peers.begin(), peers.end(), [&](const auto& peer) {
+            return peer->fingerprints[0] != hello.fingerprints[0];
+        });
+        throw std::runtime_error(nameOf(other == peers.end() ? *peers.front() : **other) +
+                                 " finds other bits than rank 0 on " + hello.host +
+                                 ": their processors or mathematical libraries differ too much");
+    }
+    commonLanes = isEqual[2] ? 16 : isEqual[1] ? 8 : 4;
+    ktWireWriter writer = ktBeginMessage(ktRankMessage::Start);
+    writer.put(commonLanes);
+    const ktMessageBytes message = ktEndMessage(std::move(writer));
+    for (const auto& peer : peers)
+        send(*peer, message);
+}
+
+void ktRankPool::send(Peer& peer, ktMessageBytes message) {
+    peer.statistics.bytesSent += message->size();
+    transport->send(peer.rank, std::move(message));
+}
+
+void ktRankPool::lose(const Peer& peer, const std::string& reason) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (failure.empty())
+        failure = nameOf(peer) + " " + reason;
+    isLost = true;
+    changed.notify_all();
+}
+
+bool ktRankPool::hasFailed() const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return !failure.empty();
+}
+
+std::vector<ktRankStatistics> ktRankPool::statistics() const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    std::vector<ktRankStatistics> all{self};
+    for (const auto& peer : peers)
+        all.push_back(peer->statistics);
+    return all;
+}
+
+// The thread that receives all messages.
+void ktRankPool::listen() {
+    const ktFlushDenormals fast; // as the threads that trace
+    Clock::time_point lastBeat = Clock::now();
+    while (true) {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            if (isEnding)
+                return;
+        }
+        int from = 0;
+        std::vector<char> message;
+        if (transport->receive(from, message, std::chrono::milliseconds(20)) && from > 0 &&
+            static_cast<std::size_t>(from) <= peers.size()) {
+            Peer& peer = *peers[static_cast<std::size_t>(from - 1)];
+            try {
+                handle(peer, message);
+            } catch (const ktBadMessage& error) {
+                lose(peer, std::string("returned nonsense: ") + error.what());
+            } catch (...) {
+                const std::lock_guard<std::mutex> lock(mutex);
+                if (loop && !loop->error)
+                    loop->error = std::current_exception();
+                changed.notify_all();
+            }
+        }
+        if (Clock::now() - lastBeat >= limits.beat) {
+            lastBeat = Clock::now();
+            for (const auto& peer : peers)
+                transport->send(peer->rank, ktEndMessage(ktBeginMessage(ktRankMessage::Beat)));
+            watch();
+        }
+    }
+}
+
+void ktRankPool::watch() {
+    for (const auto& peer : peers) {
+        bool isSilent = false, isStuck = false;
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            isSilent = Clock::now() - peer->lastHeard > limits.silence;
+            isStuck = !peer->blocks.empty() && Clock::now() - peer->lastProgress > limits.progress;
+        }
+        if (isSilent)
+            lose(*peer, "has ended or hangs: it gave no sign of life for " +
+                            std::to_string(limits.silence.count() / 1000) + " seconds");
+        else if (isStuck)
+            lose(*peer,
+                 "hangs: it has finished nothing for " + std::to_string(limits.progress.count() / 1000) + " seconds");
+    }
+}
+
+void ktRankPool::handle(Peer& peer, const std::vector<char>& message) {
+    ktWireReader reader(message);
+    const auto kind = reader.get<ktRankMessage>();
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        peer.lastHeard = Clock::now();
+        peer.statistics.bytesReceived += message.size();
+    }
+    switch (kind) {
+    case ktRankMessage::Beat: {
+        const auto beat = reader.get<ktRankBeat>();
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (beat.vertices != peer.statistics.vertices)
+            peer.lastProgress = Clock::now();
+        peer.statistics.vertices = beat.vertices;
+        peer.statistics.buildSeconds = beat.buildSeconds;
+        peer.statistics.tracingSeconds = beat.tracingSeconds;
+        peer.statistics.waitingSeconds = beat.waitingSeconds;
+        return;
+    }
+    case ktRankMessage::Built: {
+        const auto built = reader.get<std::uint64_t>();
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            peer.builtGeneration = built;
+        }
+        handOut(peer);
+        return;
+    }
+    case ktRankMessage::Done:
+        storeResults(peer, reader);
+        handOut(peer);
+        return;
+    case ktRankMessage::Failed:
+        lose(peer, "cannot go on: " + reader.getText());
+        return;
+    default:
+        throw ktBadMessage("a message of an unknown kind");
+    }
+}
+
+void ktRankPool::storeResults(Peer& peer, ktWireReader& reader) {
+    std::uint64_t ofGeneration = 0;
+    std::uint32_t number = 0;
+    ktGetBlockName(reader, ofGeneration, number);
+    ktRankBlock block;
+    Loop* stored = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!loop || loop->isOver || loop->generation != ofGeneration)
+            return; // of a loop that was cancelled
+        const auto found = peer.blocks.find(number);
+        if (found == peer.blocks.end())
+            throw ktBadMessage("results that nobody asked for");
+        block = std::move(found->second);
+        peer.blocks.erase(found);
+        peer.lastProgress = Clock::now();
+        stored = loop;
+        ++stored->inUse;
+    }
+    std::exception_ptr error;
+    const Clock::time_point begin = Clock::now();
+    try {
+        ktGetResults(reader, block, stored->work->work);
+        for (const ktVertexBatch& batch : block.batches)
+            stored->work->finish(batch);
+    } catch (...) {
+        error = std::current_exception();
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        peer.statistics.sendingSeconds += secondsSince(begin);
+        --stored->inUse;
+        if (!error)
+            --stored->handedOut;
+        changed.notify_all();
+    }
+    if (error)
+        std::rethrow_exception(error);
+}
+
+bool ktRankPool::hasScene(const Peer& peer) const {
+    return sceneGeneration != 0 && peer.builtGeneration == sceneGeneration;
+}
+
+// Takes the items of the next block for a rank. The mutex is locked.
+bool ktRankPool::take(Peer& peer, ktRankBlock& block) {
+    if (!loop || loop->isOver || isLost || !hasScene(peer) || peer.blocks.size() >= blocksAhead)
+        return false;
+    std::size_t allThreads = ownThreads;
+    for (const auto& each : peers)
+        allThreads += hasScene(*each) ? each->statistics.threads : 0;
+    constexpr std::size_t batch = ktVertexBatch::mostItems;
+    const std::size_t threads = peer.statistics.threads, next = loop->next, count = loop->work->count;
+    const std::size_t rest = (count - std::min(next, count) + batch - 1) / batch;
+    const std::uint64_t raysPerBatch = batch * std::uint64_t(loop->work->work.directions->set.count);
+    const std::size_t least = threads * (1 + leastRaysPerThread / raysPerBatch);
+    const std::size_t batches =
+        std::clamp(rest * threads / (shareOfRest * allThreads), least, std::max(least, threads * mostBatchesPerThread));
+    const std::size_t begin = loop->next.fetch_add(batches * batch);
+    if (begin >= count)
+        return false;
+    const std::size_t end = std::min(begin + batches * batch, count);
+    block.generation = loop->generation;
+    block.number = loop->nextBlock++;
+    block.batches.resize((end - begin + batch - 1) / batch);
+    for (std::size_t i = 0; i < block.batches.size(); ++i) {
+        block.batches[i].begin = begin + i * batch;
+        block.batches[i].end = std::min(begin + (i + 1) * batch, end);
+    }
+    if (peer.blocks.empty())
+        peer.lastProgress = Clock::now();
+    ++loop->handedOut;
+    ++loop->inUse;
+    return true;
+}
+
+// Sends what a rank needs to know before it can trace blocks of a loop. The mutex is locked.
+void ktRankPool::join(Peer& peer, const Loop& joined) {
+    if (peer.begun == joined.generation)
+        return;
+    const ktBatchWork& work = joined.work->work;
+    const auto sendDirections = [&](const ktPreparedDirections& directions) {
+        if (!peer.directions.insert(directions.number).second)
+            return;
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::Directions);
+        ktPutDirections(writer, directions);
+        send(peer, ktEndMessage(std::move(writer)));
+    };
+    sendDirections(*work.directions);
+    if (work.light && peer.lightVersion != work.light->version()) {
+        if (work.light->direct.directions)
+            sendDirections(*work.light->direct.directions);
+        if (lightVersion != work.light->version()) {
+            ktWireWriter writer = ktBeginMessage(ktRankMessage::Light);
+            ktPutLight(writer, *work.light);
+            light = ktEndMessage(std::move(writer));
+            lightVersion = work.light->version();
+        }
+        send(peer, light);
+        peer.lightVersion = lightVersion;
+    }
+    send(peer, joined.begin);
+    peer.begun = joined.generation;
+}
+
+void ktRankPool::handOut(Peer& peer) {
+    while (true) {
+        const Clock::time_point begin = Clock::now();
+        ktRankBlock block;
+        Loop* of = nullptr;
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            if (!take(peer, block))
+                return;
+            of = loop;
+        }
+        std::exception_ptr error;
+        try {
+            ktWireWriter writer = ktBeginMessage(ktRankMessage::Block);
+            ktPutBlockName(writer, block);
+            for (ktVertexBatch& batch : block.batches)
+                of->work->make(batch);
+            ktPutBlock(writer, block, of->work->work);
+            ktMessageBytes message = ktEndMessage(std::move(writer));
+            const std::lock_guard<std::mutex> lock(mutex);
+            join(peer, *of);
+            const std::uint32_t number = block.number;
+            peer.blocks.emplace(number, std::move(block));
+            send(peer, std::move(message));
+            peer.statistics.sendingSeconds += secondsSince(begin);
+        } catch (...) {
+            error = std::current_exception();
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        --of->inUse;
+        if (error && !of->error)
+            of->error = error;
+        changed.notify_all();
+    }
+}
+
+void ktRankPool::sendScene(const std::vector<ktTracerMesh>& meshes) {
+    std::uint64_t sent = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        sent = sceneGeneration = ++generation;
+        lightVersion = 0;
+        light.reset();
+        for (const auto& peer : peers) {
+            peer->directions.clear();
+            peer->lightVersion = 0;
+        }
+    }
+    ktWireWriter writer = ktBeginMessage(ktRankMessage::Scene);
+    writer.put(sent);
+    ktPutScene(writer, meshes);
+    const ktMessageBytes message = ktEndMessage(std::move(writer));
+    const std::lock_guard<std::mutex> lock(mutex);
+    for (const auto& peer : peers)
+        send(*peer, message);
+}
+
+void ktRankPool::cancelScene() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    sceneGeneration = 0;
+    ktWireWriter writer = ktBeginMessage(ktRankMessage::Cancel);
+    writer.put(++generation);
+    const ktMessageBytes message = ktEndMessage(std::move(writer));
+    for (const auto& peer : peers)
+        send(*peer, message);
+}
+
+void ktRankPool::traceHere(Loop& joined) {
+    constexpr std::size_t batchSize = ktVertexBatch::mostItems;
+    const std::size_t count = joined.work->count;
+    ktParallel::forRange(ktThreadCount::get(), 1, [&](std::size_t, std::size_t) {
+        const Clock::time_point begun = Clock::now();
+        std::uint64_t vertices = 0;
+        for (std::size_t begin = 0; !isLost && (begin = joined.next.fetch_add(batchSize)) < count;)
+            vertices += ktRunBatch(*joined.work, begin, std::min(begin + batchSize, count));
+        const std::lock_guard<std::mutex> lock(mutex);
+        self.vertices += vertices;
+        self.tracingSeconds += secondsSince(begun);
+    });
+}
+
+// Forgets a loop that ended early. Waits until the listener does not use it.
+void ktRankPool::endLoop(Loop& ended) {
+    std::unique_lock<std::mutex> lock(mutex);
+    ended.isOver = true;
+    changed.wait(lock, [&] { return ended.inUse == 0; });
+    loop = nullptr;
+    if (ended.handedOut == 0)
+        return;
+    ktWireWriter writer = ktBeginMessage(ktRankMessage::Cancel);
+    writer.put(ended.generation);
+    const ktMessageBytes message = ktEndMessage(std::move(writer));
+    for (const auto& peer : peers) {
+        peer->blocks.clear();
+        send(*peer, message);
+    }
+}
+
+void ktRankPool::run(const ktBatchLoop& work) {
+    const std::uint64_t rays = std::uint64_t(work.count) * work.work.directions->set.count;
+    if (rays < limits.leastRays) {
+        ktRunLoop(work, nullptr);
+        return;
+    }
+    Loop own;
+    own.work = &work;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        ownThreads = ktThreadCount::get();
+        own.generation = ++generation;
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::Begin);
+        ktPutLoop(writer, own.generation, work.work);
+        own.begin = ktEndMessage(std::move(writer));
+        loop = &own;
+    }
+    try {
+        {
+            const ktFlushDenormals fast;
+            for (const auto& peer : peers)
+                handOut(*peer);
+        }
+        traceHere(own);
+        const Clock::time_point waited = Clock::now();
+        std::unique_lock<std::mutex> lock(mutex);
+        while (own.handedOut > 0 && !own.error && failure.empty()) {
+            changed.wait_for(lock, std::chrono::milliseconds(5));
+            ktThrowIfCanceled();
+        }
+        self.waitingSeconds += ownThreads * secondsSince(waited);
+        if (own.error)
+            std::rethrow_exception(own.error);
+        if (!failure.empty())
+            throw std::runtime_error(failure);
+    } catch (...) {
+        endLoop(own);
+        throw;
+    }
+    endLoop(own);
+}

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "ktHostExport.h"
+#include "ktRankMessages.h"
+#include "ktTransport.h"
+#include "ktVertexBatch.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// What one rank did in all bakes so far. Seconds of tracing and waiting are the sum over its threads.
+struct ktRankStatistics {
+    std::string host;
+    std::uint32_t threads = 0;
+    std::uint64_t vertices = 0; ///< and points that it traced
+    double buildSeconds = 0, tracingSeconds = 0, waitingSeconds = 0;
+    double sendingSeconds = 0;                      ///< that rank 0 took to make and read its messages
+    std::uint64_t bytesSent = 0, bytesReceived = 0; ///< by rank 0, to and from it
+};
+
+/// The other ranks of a bake, as rank 0 sees them. Shares loops with them: hands out blocks of vertices as ranks become
+/// free, and stores the results in place. Results have the same bits with any number of ranks.
+class KT_HOST_EXPORT ktRankPool : public ktLoopHelpers {
+public:
+    struct Limits {
+        std::chrono::milliseconds beat{500};         ///< between two signs of life
+        std::chrono::milliseconds silence{20'000};   ///< a rank without a sign of life for so long is lost
+        std::chrono::milliseconds progress{600'000}; ///< and one that has work and finishes no batch
+        std::uint64_t leastRays = 1 << 18;           ///< smaller loops are not shared
+    };
+
+    /// Waits until all ranks have said hello. @param transport_ not null; this is its rank 0
+    /// @param hello what this process is: a rank of another version is refused, and one that
+    ///              finds other bits with every width of its vector instructions
+    /// @throws std::runtime_error with the reason and the rank
+    ktRankPool(std::unique_ptr<ktTransport> transport_, ktRankHello hello, Limits limits_);
+    ktRankPool(std::unique_ptr<ktTransport> transport_, ktRankHello hello)
+        : ktRankPool(std::move(transport_), std::move(hello), Limits()) {}
+    /// Tells the ranks to end. Waits for them unless one is lost: then ends them as ktTransport::abort() does, with
+    /// exit code 1.
+    ~ktRankPool() override;
+
+    /// The lanes that all tracers must use: the most with which all ranks find the same bits. 4, 8 or 16.
+    std::uint32_t lanes() const { return commonLanes; }
+
+    /// Sends the scene to all ranks, which build its structure meanwhile. Worker thread, outside of run().
+    void sendScene(const std::vector<ktTracerMesh>& meshes);
+    /// The scene is of no use any more: the ranks stop to build its structure, and later loops run here only. Any
+    /// thread, outside of run().
+    void cancelScene();
+
+    /// Worker thread. @throws ktCanceled, std::runtime_error with the rank and its host if one is lost
+    void run(const ktBatchLoop& loop) override;
+
+    /// Entry 0 is this process: what the shared loops traced here.
+    std::vector<ktRankStatistics> statistics() const;
+    /// Whether a rank is lost: no loop can run any more.
+    bool hasFailed() const;
+
+    /// The pool that all calculations of this process use; null if there is none. The application sets it, on the main
+    /// thread, while nothing is calculated.
+    static ktRankPool* current() noexcept;
+    static void setCurrent(ktRankPool* pool) noexcept;
+
+private:
+    struct Peer;
+    struct Loop;
+    using Clock = std::chrono::steady_clock;
+
+    void meetAll(const ktRankHello& hello);
+    void start(const ktRankHello& hello);
+    void listen();
+    void handle(Peer& peer, const std::vector<char>& message);
+    void storeResults(Peer& peer, ktWireReader& reader);
+    void watch();
+    void handOut(Peer& peer);
+    bool hasScene(const Peer& peer) const;
+    bool take(Peer& peer, ktRankBlock& block);
+    void join(Peer& peer, const Loop& joined);
+    void traceHere(Loop& joined);
+    void endLoop(Loop& ended);
+    void send(Peer& peer, ktMessageBytes message);
+    void lose(const Peer& peer, const std::string& reason);
+    std::string nameOf(const Peer& peer) const;
+
+    const std::unique_ptr<ktTransport> transport;
+    const Limits limits;
+    std::uint32_t ownThreads = 1;
+    std::uint32_t commonLanes = 16;
+    std::vector<std::unique_ptr<Peer>> peers; // by rank - 1
+    ktRankStatistics self;
+    mutable std::mutex mutex; // for all below and the peers
+    std::condition_variable changed;
+    std::uint64_t generation = 0, sceneGeneration = 0;
+    ktMessageBytes light;            // the last reflected light that was sent
+    std::uint64_t lightVersion = 0;  // its version
+    Loop* loop = nullptr;            // the one that runs
+    std::string failure;             // why a rank is lost; empty: none is
+    std::atomic<bool> isLost{false}; // the same
+    bool isEnding = false;
+    std::thread listener;
+};

@@ -1,0 +1,290 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Traces blocks of vertices for rank 0 on all threads of this process.
+#include "ktRankServer.h"
+
+#include "ktCancelPoint.h"
+#include "ktEventPump.h"
+#include "ktFlushDenormals.h"
+#include "ktWorkers.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+// A block in work. The thread that traces its last batch sends the results.
+struct Block {
+    ktRankBlock block;
+    const ktRankLoop* loop = nullptr;
+    std::size_t nextBatch = 0;            // under the mutex
+    std::atomic<std::size_t> batchesLeft; // to trace
+    std::atomic<bool> isDropped{false};
+
+    explicit Block(ktRankBlock&& block_) : block(std::move(block_)), batchesLeft(block.batches.size()) {}
+};
+
+class Server {
+public:
+    Server(ktTransport& transport_, const ktRankServerOptions& options_) : transport(transport_), options(options_) {
+        for (std::uint32_t i = 0; i < options.self.threads; ++i)
+            threads.emplace_back([this] { trace(); });
+    }
+    ~Server() {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            isEnding = true;
+            blocks.clear();
+        }
+        options.setCanceled(true);
+        changed.notify_all();
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+
+    bool run() {
+        ktWireWriter hello = ktBeginMessage(ktRankMessage::Hello);
+        ktPut(hello, options.self);
+        transport.send(0, ktEndMessage(std::move(hello)));
+        lastHeard = Clock::now();
+        while (!hasEnded && !isRankZeroLost) {
+            std::vector<char> message;
+            if (!deferred.empty()) {
+                message = std::move(deferred.front());
+                deferred.pop_front();
+            } else if (!receive(message, std::chrono::milliseconds(20)))
+                continue;
+            try {
+                handle(message);
+            } catch (const ktCanceled&) {
+                continue;
+            } catch (const std::bad_alloc&) {
+                sayFailed("out of memory");
+            } catch (const std::exception& error) {
+                sayFailed(error.what());
+            }
+        }
+        return !isRankZeroLost;
+    }
+
+private:
+    // Beats, and handles what cannot wait. @return whether there is a message for handle()
+    bool receive(std::vector<char>& message, std::chrono::milliseconds longest) {
+        if (Clock::now() - lastBeat >= options.beat) {
+            lastBeat = Clock::now();
+            sendBeat();
+        }
+        int from = 0;
+        if (!transport.receive(from, message, longest)) {
+            isRankZeroLost = Clock::now() - lastHeard > options.silence;
+            return false;
+        }
+        lastHeard = Clock::now();
+        ktWireReader reader(message);
+        switch (reader.get<ktRankMessage>()) {
+        case ktRankMessage::Beat:
+            return false;
+        case ktRankMessage::End:
+            hasEnded = true;
+            options.setCanceled(true);
+            return false;
+        case ktRankMessage::Cancel:
+            cancel(reader.get<std::uint64_t>());
+            return false;
+        default:
+            return true;
+        }
+    }
+
+    void sendBeat() {
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::Beat);
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            writer.put(done);
+        }
+        transport.send(0, ktEndMessage(std::move(writer)));
+    }
+
+    void sayFailed(const std::string& reason) {
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::Failed);
+        writer.putText(reason);
+        transport.send(0, ktEndMessage(std::move(writer)));
+    }
+
+    void cancel(std::uint64_t generation) {
+        if (generation <= canceledGeneration)
+            return;
+        canceledGeneration = generation;
+        options.setCanceled(true);
+        const std::lock_guard<std::mutex> lock(mutex);
+        blocks.clear();
+    }
+
+    // Waits until no thread traces; then the state that they read may change.
+    void waitUntilIdle() {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [this] { return blocks.empty() && busyThreads == 0; });
+    }
+
+    void handle(const std::vector<char>& message) {
+        ktWireReader reader(message);
+        const auto kind = reader.get<ktRankMessage>();
+        if (kind == ktRankMessage::Start) {
+            tracer = options.makeTracer(reader.get<std::uint32_t>());
+            return;
+        }
+        if (!tracer)
+            throw ktBadMessage("rank 0 sent work before the start");
+        switch (kind) {
+        case ktRankMessage::Scene:
+            build(reader);
+            return;
+        case ktRankMessage::Directions:
+            waitUntilIdle();
+            ktGetDirections(reader, *tracer, directions);
+            return;
+        case ktRankMessage::Light:
+            waitUntilIdle();
+            loop.reset();
+            light = ktGetLight(reader, scene, *tracer, directions);
+            return;
+        case ktRankMessage::Begin:
+            waitUntilIdle();
+            loop = ktGetLoop(reader, *tracer, directions, light ? &light->light : nullptr);
+            if (loop->generation > canceledGeneration)
+                options.setCanceled(false);
+            return;
+        case ktRankMessage::Block:
+            addBlock(reader);
+            return;
+        default:
+            throw ktBadMessage("rank 0 sent a message of an unknown kind");
+        }
+    }
+
+    void addBlock(ktWireReader& reader) {
+        ktRankBlock block;
+        ktGetBlockName(reader, block.generation, block.number);
+        if (block.generation <= canceledGeneration)
+            return;
+        if (!loop || loop->generation != block.generation)
+            throw ktBadMessage("rank 0 sent a block of an unknown loop");
+        ktGetBlock(reader, block, loop->work);
+        auto added = std::make_shared<Block>(std::move(block));
+        added->loop = loop.get();
+        const std::lock_guard<std::mutex> lock(mutex);
+        blocks.push_back(std::move(added));
+        changed.notify_all();
+    }
+
+    void build(ktWireReader& reader) {
+        waitUntilIdle();
+        const auto generation = reader.get<std::uint64_t>();
+        loop.reset();
+        light.reset();
+        directions.clear();
+        tracer->build({}, {});
+        scene = ktRankScene();
+        ktGetScene(reader, scene);
+        if (generation > canceledGeneration)
+            options.setCanceled(false);
+        const Clock::time_point begin = Clock::now();
+        ktEventPump pump([this] {
+            std::vector<char> message;
+            while (receive(message, std::chrono::milliseconds(0)))
+                deferred.push_back(std::move(message));
+        });
+        bool isBuilt = false;
+        const auto goesOn = [&](float) { return !hasEnded && !isRankZeroLost && canceledGeneration < generation; };
+        ktWorkers::run([&] { isBuilt = tracer->build(scene.meshes, goesOn); }, pump);
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            done.buildSeconds += secondsSince(begin);
+        }
+        if (!isBuilt)
+            return;
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::Built);
+        writer.put(generation);
+        transport.send(0, ktEndMessage(std::move(writer)));
+    }
+
+    // A thread that traces.
+    void trace() {
+        const ktFlushDenormals fast;
+        std::unique_lock<std::mutex> lock(mutex);
+        while (true) {
+            const Clock::time_point waited = Clock::now();
+            changed.wait(lock, [this] { return isEnding || !blocks.empty(); });
+            if (isEnding)
+                return;
+            done.waitingSeconds += secondsSince(waited);
+            const std::shared_ptr<Block> block = blocks.front();
+            const std::size_t index = block->nextBatch++;
+            if (block->nextBatch == block->block.batches.size())
+                blocks.pop_front();
+            ++busyThreads;
+            lock.unlock();
+            const Clock::time_point begun = Clock::now();
+            traceBatch(*block, index);
+            lock.lock();
+            done.tracingSeconds += secondsSince(begun);
+            done.vertices += block->block.batches[index].count;
+            --busyThreads;
+            changed.notify_all();
+        }
+    }
+
+    void traceBatch(Block& block, std::size_t index) {
+        try {
+            ktTraceBatch(block.loop->work, block.block.batches[index]);
+        } catch (const ktCanceled&) {
+            block.isDropped = true;
+        } catch (const std::exception& error) {
+            block.isDropped = true;
+            sayFailed(error.what());
+        }
+        if (--block.batchesLeft > 0 || block.isDropped)
+            return;
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::Done);
+        ktPutBlockName(writer, block.block);
+        ktPutResults(writer, block.block, block.loop->work);
+        transport.send(0, ktEndMessage(std::move(writer)));
+    }
+
+    ktTransport& transport;
+    const ktRankServerOptions& options;
+    // Read by the threads; changed only while they are idle.
+    std::unique_ptr<ktTracer> tracer; // null before Start
+    ktRankScene scene;
+    ktRankDirectionTable directions;
+    std::unique_ptr<ktRankLight> light;
+    std::unique_ptr<ktRankLoop> loop;
+    // Of the thread that receives.
+    std::deque<std::vector<char>> deferred; // received while a structure was built
+    std::atomic<std::uint64_t> canceledGeneration{0};
+    std::atomic<bool> hasEnded{false}, isRankZeroLost{false};
+    Clock::time_point lastBeat, lastHeard;
+
+    std::mutex mutex; // for all below
+    std::condition_variable changed;
+    std::deque<std::shared_ptr<Block>> blocks; // with batches that no thread has taken
+    std::size_t busyThreads = 0;
+    ktRankBeat done;
+    bool isEnding = false;
+    std::vector<std::thread> threads;
+};
+
+} // namespace
+
+bool ktServeRank(ktTransport& transport, const ktRankServerOptions& options) {
+    return Server(transport, options).run();
+}

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Light that several ranks trace together has the bits of one process.
+#include "ktTestRanks.h"
+
+#include "../Raytracing/ktTriangleScene.h"
+
+#include "ktEmbreeTracer.h"
+#include "ktFitMode.h"
+#include "ktRankFingerprint.h"
+#include "OSGUberMaterial.h"
+
+#include <cfloat>
+#include <gtest/gtest.h>
+#include <OpenSG/OSGPointLight.h>
+#include <random>
+
+namespace {
+
+osg::GeometryPtr coreOf(const osg::NodePtr& node) {
+    return osg::GeometryPtr::dcast(node->getCore());
+}
+
+ktTestMesh bumps(int cells) {
+    ktTestMesh mesh;
+    for (int row = 0; row <= cells; ++row)
+        for (int column = 0; column <= cells; ++column)
+            mesh.addVertex(40.0 * column, 40.0 * row, 60 * std::sin(0.9 * column) * std::cos(1.3 * row));
+    const auto stride = static_cast<std::uint32_t>(cells + 1);
+    for (std::uint32_t row = 0; row + 1 < stride; ++row)
+        for (std::uint32_t column = 0; column + 1 < stride; ++column) {
+            const std::uint32_t p = row * stride + column;
+            mesh.addTriangle(p, p + 1, p + stride + 1);
+            mesh.addTriangle(p, p + stride + 1, p + stride);
+        }
+    return mesh;
+}
+
+/// Three geometries: bumps with a texture, a sphere with vertex colours that is used twice, and one whose direct light
+/// is traced only where a bounce needs it.
+class RankBits : public testing::Test {
+protected:
+    RankBits() {
+        addNormals(scene.addMesh(bumps(24)));
+        ktTestMesh sphere;
+        sphere.addSphere(150, 12, 24);
+        osg::Matrix above, beside;
+        above.setTranslate(300, 300, 250);
+        beside.setTranslate(700, 500, 220);
+        addNormals(scene.addMesh(sphere, above));
+        scene.addInstance(scene.geometryNodes[1], beside);
+        ktTestMesh wall;
+        wall.addQuad({0, 0, -100}, {1000, 0, 0}, {0, 0, 600});
+        addNormals(scene.addMesh(wall));
+        paint(scene.geometryNodes[0]);
+        colour(scene.geometryNodes[1]);
+
+        const osg::PointLightPtr light = osg::PointLight::create();
+        beginEditCP(light);
+        light->setPosition(500, 400, 900);
+        light->setDiffuse(1, 0.9f, 0.5f, 1);
+        endEditCP(light);
+        lights.push_back(scene.addCore(light));
+    }
+    ~RankBits() override { ktSetFitMode(ktFitMode::Vertices); }
+
+    static void addNormals(const osg::NodePtr& node) {
+        const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(coreOf(node)->getPositions());
+        const osg::GeoNormals3fPtr normals = osg::GeoNormals3f::create();
+        std::mt19937 random(5);
+        std::uniform_real_distribution<float> slant(-0.3f, 0.3f);
+        for (osg::UInt32 i = 0; i < positions->getSize(); ++i) {
+            osg::Vec3f normal(slant(random), slant(random), 1);
+            normal.normalize();
+            normals->push_back(normal);
+        }
+        coreOf(node)->setNormals(normals);
+    }
+    static void paint(const osg::NodePtr& node) {
+        auto image = std::make_shared<ktImage>();
+        image->width_px = 2;
+        image->height_px = 2;
+        image->pixels = {200, 30, 30, 255, 30, 200, 30, 255, 30, 30, 200, 255, 250, 250, 20, 255};
+        osg::UberMaterialTexture texture;
+        texture.image = image;
+        texture.rotation_rad = 0.4f;
+        const osg::UberMaterialPtr material = osg::UberMaterial::create();
+        material->setTexture(texture);
+        const osg::GeoTexCoords2fPtr places = osg::GeoTexCoords2f::create();
+        for (osg::UInt32 i = 0; i < coreOf(node)->getPositions()->getSize(); ++i)
+            places->push_back(osg::Vec2f(0.013f * static_cast<float>(i), 0.07f * static_cast<float>(i)));
+        coreOf(node)->setTexCoords(places);
+        coreOf(node)->setMaterial(material);
+    }
+    static void colour(const osg::NodePtr& node) {
+        const osg::GeoColors3fPtr colors = osg::GeoColors3f::create();
+        for (osg::UInt32 i = 0; i < coreOf(node)->getPositions()->getSize(); ++i)
+            colors->push_back(osg::Color3f(0.01f * static_cast<float>(i % 100), 0.5f, 0.8f));
+        coreOf(node)->setColors(colors);
+    }
+
+    /// All light of the first two geometries: direct, and one bounce of it.
+    std::vector<std::uint32_t> bake(bool hasLights) const {
+        ktTestTracing tracing(16);
+        ktSceneRaytracing& utils = *tracing.utils;
+        utils.setMaterialOverride(true, false, nullptr);
+        utils.buildAccelerationStructure(scene.geometryNodes, lights);
+        utils.configureTracing(16, 16, 0, FLT_MAX);
+        std::vector<std::uint32_t> bits;
+        for (const bool isBounce : {false, true}) {
+            for (std::size_t i = 0; i < 2; ++i) {
+                const osg::NodePtr node = scene.geometryNodes[i];
+                const osg::Matrix matrix = node->getToWorld();
+                auto& positions = osg::GeoPositions3fPtr::dcast(coreOf(node)->getPositions())->getField();
+                auto& normals = osg::GeoNormals3fPtr::dcast(coreOf(node)->getNormals())->getField();
+                const auto count = static_cast<osg::UInt32>(positions.size());
+                std::vector<osg::Vec4f> results(count);
+                const osg::Color3f white(1, 1, 1);
+                if (isBounce)
+                    utils.gatherVertexIllumination(count, &matrix, &positions[0], &normals[0], results.data(), &white,
+                                                   true, tracing.sampler, 1, hasLights);
+                else
+                    utils.computeVertexOcclusion(count, &matrix, &positions[0], &normals[0], results.data(), true,
+                                                 tracing.sampler, i == 0, hasLights);
+                for (const std::uint32_t word : ktBitsOf(results))
+                    bits.push_back(word);
+                if (!isBounce && i == 0) {
+                    const osg::GeoTexCoords4fPtr stored = osg::GeoTexCoords4f::create();
+                    for (const osg::Vec4f& result : results)
+                        stored->push_back(osg::Vec4f(0, 0, 0, result[3]));
+                    coreOf(node)->setTexCoords7(stored);
+                }
+            }
+            utils.finishPass();
+        }
+        return bits;
+    }
+
+    void expectEqualBits(bool hasLights) const {
+        const ktTestLog log;
+        const std::vector<std::uint32_t> alone = bake(hasLights);
+        for (int size = 2; size <= 4; ++size) {
+            const ktTestRanks ranks(size);
+            EXPECT_TRUE(bake(hasLights) == alone) << size << " ranks";
+            std::uint64_t elsewhere = 0;
+            for (std::size_t rank = 1; rank < static_cast<std::size_t>(size); ++rank)
+                elsewhere += ranks.pool->statistics()[rank].bytesReceived;
+            EXPECT_GT(elsewhere, 1000u) << "bytes of results";
+        }
+        EXPECT_TRUE(log.lines.empty()) << log.lines.front();
+    }
+
+    ktTriangleScene scene;
+    std::vector<osg::NodePtr> lights;
+};
+
+} // namespace
+
+TEST_F(RankBits, GivenRanks_GivesBitsOfOneProcess) {
+    expectEqualBits(false);
+}
+
+TEST_F(RankBits, GivenRanksAndLights_GivesBitsOfOneProcess) {
+    expectEqualBits(true);
+}
+
+TEST_F(RankBits, GivenRanksAndFit_GivesBitsOfOneProcess) {
+    ktSetFitMode(ktFitMode::Surface);
+    expectEqualBits(false);
+}
+
+TEST_F(RankBits, GivenSameTracers_FingerprintIsEqual) {
+    ktHemisphereTracer one(4), other(4);
+    const std::uint64_t fingerprint = ktCalculateFingerprint(one);
+    EXPECT_EQ(ktCalculateFingerprint(other), fingerprint);
+    EXPECT_EQ(ktCalculateFingerprint(one), fingerprint) << "again";
+    ktEmbreeTracer reference;
+    EXPECT_NE(ktCalculateFingerprint(reference), fingerprint);
+}
