@@ -5,6 +5,7 @@
 #include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
+#include "ktBakeRanks.h"
 #include "ktBakeRun.h"
 #include "ktBakeScript.h"
 #include "ktBakeStandardStreams.h"
@@ -71,8 +72,10 @@ static void loadPresets() {
         ktLog::warning("%s; the built-in presets are used", lines.front().c_str());
 }
 
-static int bakeOrRunScript(ktBakeOptions& options) {
+static int bakeOrRunScript(ktBakeOptions& options, ktBakeRanks& ranks) {
     ktLogOutput::setQuiet(options.quiet);
+    if (const std::optional<int> end = ranks.join(options))
+        return *end;
     ktBakeStandardStreams streams;
     int exitCode = streams.begin(options);
     if (exitCode != ktBakeExit::done)
@@ -91,7 +94,8 @@ static int bakeOrRunScript(ktBakeOptions& options) {
     return exitCode == ktBakeExit::done ? streams.end() : exitCode;
 }
 
-static int run(int argc, char** argv) {
+static int run(int argc, char** argv, const ktBakeLauncher& launcher) {
+    ktBakeRanks ranks(launcher);
     QCoreApplication application(argc, argv);
     // Qt takes the user's locale, whose numbers may have a decimal comma. NOLINTNEXTLINE(concurrency-mt-unsafe)
     std::setlocale(LC_NUMERIC, "C");
@@ -108,7 +112,7 @@ static int run(int argc, char** argv) {
                 return *end; // help or version
             exitCode = *end;
         } else
-            exitCode = bakeOrRunScript(options);
+            exitCode = bakeOrRunScript(options, ranks);
     } catch (const std::bad_alloc&) {
         ktBakeLastWords::endSoon();
         throw; // destructors free some memory
@@ -136,7 +140,10 @@ int main(int argc, char** argv) {
         avoidGlib();
         std::signal(SIGXFSZ, SIG_IGN); // a file that gets too large for `ulimit -f` is an error of writing
         keepStandardDescriptors();
-        return run(argc, argv);
+        const ktBakeLauncher launcher = ktBakeLauncher::find();
+        if (launcher.size > 1 && !ktAreRanksOff({argv + 1, argv + argc}))
+            ktGuardRank(launcher);
+        return run(argc, argv, launcher);
     } catch (const std::bad_alloc&) {
         return ktBakeLastWords::sayOutOfMemory();
     }

@@ -57,6 +57,7 @@ const std::vector<Arrow> arrows = {
     {"Host/Raytracing/Ranks/",
      {"Host/Raytracing/Light/", "Host/Raytracing/Scene/", "Host/Raytracing/Tracer/", "Host/Raytracing/Sampling/",
       "Host/Raytracing/Threads/", "Host/Core/"}},
+    {"Host/Raytracing/Ranks/Mpi/", {"Host/Raytracing/Ranks/"}},
     {"Host/Raytracing/Fit/",
      {"Host/Raytracing/Light/", "Host/Raytracing/Scene/", "Host/Raytracing/Tracer/", "Host/Raytracing/Sampling/",
       "Host/Raytracing/Threads/"}},

@@ -358,6 +358,9 @@ private:
             },
             "worker threads", "INT", "one a core");
         choice(
+            "--ranks", {"auto", "off"}, [&options = options](int index) { options.ranks = index == 0; },
+            "share one bake among the processes that mpirun or srun started", "auto");
+        choice(
             "--tracer", {"embree", "hemisphere"},
             [&options = options](int index) {
                 options.tracer = index == 0 ? ktTracerKind::Embree : ktTracerKind::Hemisphere;

@@ -86,7 +86,8 @@ void checkPreview(const CLI::App& app, const ktBakeOptions& options) {
 
 /// A script chooses its settings itself. It opens scenes itself, or gets SCENE.
 void checkScript(const CLI::App& app, const ktBakeOptions& options) {
-    static const std::set<std::string> always = {"--script", "--threads", "--tracer", "--fit", "--quiet", "--json"};
+    static const std::set<std::string> always = {"--script", "--threads", "--ranks", "--tracer",
+                                                 "--fit",    "--quiet",   "--json"};
     static const std::set<std::string> withScene = {"SCENE",          "--output",       "--preview",
                                                     "--preview-size", "--preview-view", "--preview-headlight",
                                                     "--unit",         "--up",           "--shade",
@@ -127,7 +128,7 @@ void checkWithoutScene(const CLI::App& app, const ktBakeOptions& options) {
 /// The options that results depend on.
 std::vector<std::string> withEffect(const std::vector<std::string>& normalised) {
     static const std::set<std::string> withoutEffect = {"--output-folder", "--update", "--stop-on-error", "--stats",
-                                                        "--threads",       "--quiet",  "--json"};
+                                                        "--threads",       "--ranks",  "--quiet",         "--json"};
     std::vector<std::string> result;
     for (const std::string& option : normalised)
         if (option.rfind("--", 0) == 0 && withoutEffect.count(option.substr(0, option.find('='))) == 0)

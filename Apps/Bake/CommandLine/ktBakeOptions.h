@@ -86,7 +86,8 @@ struct ktBakeOptions {
     bool previewHeadlight = false;
     std::string script; ///< a file to run, on `scene` if there is one, instead of baking it; empty: none
     std::vector<std::string> scriptArguments;
-    int threads = 0; ///< 0: one a core
+    int threads = 0;   ///< 0: one a core
+    bool ranks = true; ///< shares the work with the processes that a launcher has started with this one
     ktFitMode fit = ktFitMode::Surface;
     ktTriangleBudget maxTriangles;
     ktTracerKind tracer = ktTracerKind::Hemisphere;

@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Carries messages between ranks with MPI. One thread makes all calls of MPI.
+#include "ktMpiTransport.h"
+
+#include "ktTransport.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <list>
+#include <mpi.h>
+#include <mutex>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t pieceSize = 64u << 20;           // of a long message, bytes
+constexpr std::chrono::microseconds pollInterval{100}; // while nothing happens
+constexpr std::chrono::seconds longestEnd{5};          // of MPI's own end; then the process ends without
+enum Tag : int { wholeMessage = 1, announcedSize, piece };
+
+class MpiTransport : public ktTransport {
+public:
+    MpiTransport() : thread([this] { run(); }) {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [this] { return state != State::Starting; });
+    }
+    ~MpiTransport() override {
+        if (thread.joinable())
+            finish();
+    }
+
+    bool hasStarted() const { return isUsable; }
+    int rank() const override { return ownRank; }
+    int size() const override { return rankCount; }
+
+    void send(int to, ktMessageBytes message) override {
+        const std::lock_guard<std::mutex> lock(mutex);
+        outgoing.emplace_back(to, std::move(message));
+        changed.notify_all();
+    }
+
+    bool receive(int& from, std::vector<char>& message, std::chrono::milliseconds longest) override {
+        std::unique_lock<std::mutex> lock(mutex);
+        if (!arrived.wait_for(lock, longest, [this] { return !incoming.empty(); }))
+            return false;
+        from = incoming.front().first;
+        message = std::move(incoming.front().second);
+        incoming.pop_front();
+        return true;
+    }
+
+    void finish() override { end(State::Finishing, 0); }
+    void abort(int code) override { end(State::Aborting, code); }
+
+private:
+    enum class State { Starting, Running, Finishing, Aborting, Ended };
+    struct Sending {
+        ktMessageBytes bytes;
+        std::uint64_t size = 0;
+        MPI_Request request = MPI_REQUEST_NULL;
+    };
+    // A long message that arrives in pieces.
+    struct Partial {
+        std::vector<char> bytes;
+        std::size_t arrived = 0;
+    };
+
+    void end(State how, int code) {
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            if (state != State::Ended) {
+                state = how;
+                exitCode = code;
+                changed.notify_all();
+                // Another rank may be lost, and MPI would wait for it.
+                if (!changed.wait_for(lock, longestEnd, [this] { return state == State::Ended; }))
+                    _exit(code);
+            }
+        }
+        if (thread.joinable())
+            thread.join();
+    }
+
+    void run() {
+        int provided = 0;
+        isUsable = MPI_Init_thread(nullptr, nullptr, MPI_THREAD_FUNNELED, &provided) == MPI_SUCCESS &&
+                   provided >= MPI_THREAD_FUNNELED;
+        if (isUsable) {
+            MPI_Comm_set_errhandler(MPI_COMM_WORLD, MPI_ERRORS_RETURN);
+            MPI_Comm_rank(MPI_COMM_WORLD, &ownRank);
+            MPI_Comm_size(MPI_COMM_WORLD, &rankCount);
+            partials.resize(static_cast<std::size_t>(rankCount));
+        }
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            state = isUsable ? State::Running : State::Ended;
+            changed.notify_all();
+        }
+        if (!isUsable)
+            return;
+        while (step()) {
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        state = State::Ended;
+        changed.notify_all();
+    }
+
+    // Sends, receives, or waits for a moment. @return false when MPI has ended
+    bool step() {
+        std::deque<std::pair<int, ktMessageBytes>> toSend;
+        State now = State::Running;
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            toSend.swap(outgoing);
+            now = state;
+        }
+        if (now == State::Aborting) {
+            MPI_Abort(MPI_COMM_WORLD, exitCode);
+            _exit(exitCode);
+        }
+        for (auto& [to, bytes] : toSend)
+            startSending(to, std::move(bytes));
+        const bool hasSent = dropSent(), hasReceived = receiveOne();
+        if (now == State::Finishing && toSend.empty() && sending.empty()) {
+            waitForAll();
+            MPI_Finalize();
+            return false;
+        }
+        if (!hasSent && !hasReceived && toSend.empty()) {
+            std::unique_lock<std::mutex> lock(mutex);
+            changed.wait_for(lock, pollInterval,
+                             [&] { return !outgoing.empty() || (state != now && state != State::Running); });
+        }
+        return true;
+    }
+
+    void startSending(int to, ktMessageBytes bytes) {
+        const auto start = [&](const void* from, std::size_t size, Tag tag, Sending& entry) {
+            MPI_Isend(from, static_cast<int>(size), MPI_BYTE, to, tag, MPI_COMM_WORLD, &entry.request);
+        };
+        const std::size_t size = bytes->size();
+        if (size <= pieceSize) {
+            Sending& entry = sending.emplace_back();
+            entry.bytes = bytes;
+            start(bytes->data(), size, wholeMessage, entry);
+            return;
+        }
+        Sending& head = sending.emplace_back();
+        head.size = size;
+        start(&head.size, sizeof head.size, announcedSize, head);
+        for (std::size_t first = 0; first < size; first += pieceSize) {
+            Sending& entry = sending.emplace_back();
+            entry.bytes = bytes;
+            start(bytes->data() + first, std::min(pieceSize, size - first), piece, entry);
+        }
+    }
+
+    bool dropSent() {
+        bool any = false;
+        for (auto entry = sending.begin(); entry != sending.end();) {
+            int isDone = 0;
+            // A rank that has ended gets no message: its request counts as done.
+            if (MPI_Test(&entry->request, &isDone, MPI_STATUS_IGNORE) == MPI_SUCCESS && !isDone) {
+                ++entry;
+                continue;
+            }
+            entry = sending.erase(entry);
+            any = true;
+        }
+        return any;
+    }
+
+    bool receiveOne() {
+        int isThere = 0, count = 0;
+        MPI_Message handle = MPI_MESSAGE_NULL;
+        MPI_Status status;
+        if (MPI_Improbe(MPI_ANY_SOURCE, MPI_ANY_TAG, MPI_COMM_WORLD, &isThere, &handle, &status) != MPI_SUCCESS ||
+            !isThere)
+            return false;
+        MPI_Get_count(&status, MPI_BYTE, &count);
+        const auto size = static_cast<std::size_t>(count);
+        Partial& partial = partials[static_cast<std::size_t>(status.MPI_SOURCE)];
+        const auto take = [&](void* to) { return MPI_Mrecv(to, count, MPI_BYTE, &handle, &status) == MPI_SUCCESS; };
+        if (status.MPI_TAG == announcedSize) {
+            std::uint64_t whole = 0;
+            if (size == sizeof whole && take(&whole)) {
+                partial.bytes.resize(whole);
+                partial.arrived = 0;
+            }
+            return true;
+        }
+        if (status.MPI_TAG == piece) {
+            if (partial.arrived + size <= partial.bytes.size() && take(partial.bytes.data() + partial.arrived))
+                partial.arrived += size;
+            if (partial.arrived == partial.bytes.size())
+                deliver(status.MPI_SOURCE, std::exchange(partial, Partial()).bytes);
+            return true;
+        }
+        std::vector<char> bytes(size);
+        if (take(bytes.data()))
+            deliver(status.MPI_SOURCE, std::move(bytes));
+        return true;
+    }
+
+    void deliver(int from, std::vector<char> bytes) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        incoming.emplace_back(from, std::move(bytes));
+        arrived.notify_all();
+    }
+
+    // Until all ranks have come so far. Messages that still arrive are not read.
+    static void waitForAll() {
+        MPI_Request request = MPI_REQUEST_NULL;
+        int isDone = 0;
+        if (MPI_Ibarrier(MPI_COMM_WORLD, &request) != MPI_SUCCESS)
+            return;
+        for (const Clock::time_point begin = Clock::now(); !isDone && Clock::now() - begin < longestEnd;) {
+            MPI_Test(&request, &isDone, MPI_STATUS_IGNORE);
+            if (!isDone)
+                std::this_thread::sleep_for(pollInterval);
+        }
+    }
+
+    bool isUsable = false;
+    int ownRank = 0, rankCount = 1;
+    // Of the thread.
+    std::list<Sending> sending;
+    std::vector<Partial> partials; // by rank
+
+    std::mutex mutex; // for all below
+    std::condition_variable changed, arrived;
+    State state = State::Starting;
+    int exitCode = 0;
+    std::deque<std::pair<int, ktMessageBytes>> outgoing;
+    std::deque<std::pair<int, std::vector<char>>> incoming;
+    std::thread thread; // last: it uses all others
+};
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) ktTransport* ktOpenMpi(char* reason, std::size_t reasonSize);
+
+ktTransport* ktOpenMpi(char* reason, std::size_t reasonSize) {
+    // Settings of Open MPI that the user's environment may replace. Files of other formats are imported in a child
+    // process, which does not use MPI. Copying between processes needs rights that containers do not give.
+    // NOLINTBEGIN(concurrency-mt-unsafe)
+    setenv("OMPI_MCA_mpi_warn_on_fork", "0", 0);
+    setenv("OMPI_MCA_btl_vader_single_copy_mechanism", "none", 0);
+    // NOLINTEND(concurrency-mt-unsafe)
+    try {
+        auto* const transport = new MpiTransport;
+        if (transport->hasStarted())
+            return transport;
+        delete transport;
+        std::snprintf(reason, reasonSize, "MPI does not start");
+    } catch (const std::exception& error) {
+        std::snprintf(reason, reasonSize, "%s", error.what());
+    }
+    return nullptr;
+}
