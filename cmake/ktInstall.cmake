@@ -5,6 +5,7 @@
 # development  headers, the CMake package `ktAmbientOcclusion`, the file for pkg-config
 # studio       ktstudio with its manual page, desktop file and icon; nothing if it is not built
 # python       the modules for scripts with their stubs
+# mpi          the module that shares one bake among machines; nothing if it is not built
 
 include(CMakePackageConfigHelpers)
 set(kt_include ${CMAKE_INSTALL_INCLUDEDIR}/ktAmbientOcclusion)
@@ -65,6 +66,10 @@ kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/applications ${PROJECT_SOURCE_DIR
 kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
     ${PROJECT_SOURCE_DIR}/Apps/Studio/Desktop/ktstudio.svg)
 kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/ktAmbientOcclusion/Examples ${PROJECT_SOURCE_DIR}/Examples/scenes.py)
+
+if(TARGET ktRanksMpi)
+    install(TARGETS ktRanksMpi LIBRARY DESTINATION ${KT_LIBRARY_FOLDER} COMPONENT mpi)
+endif()
 
 if(TARGET kthost)
     # The plug-in is a module, too. It loads its libraries from where the interpreter finds the link to it.

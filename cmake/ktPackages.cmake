@@ -50,7 +50,7 @@ function(kt_package component package section)
     endforeach()
 endfunction()
 
-kt_package(runtime ${name} graphics SUGGESTS "python3-${name}, ${name}-studio"
+kt_package(runtime ${name} graphics SUGGESTS "python3-${name}, ${name}-studio, ${name}-mpi"
     TEXT "bakes ambient occlusion and bounced light into vertices"
         "ktbake reads a scene, calculates for each vertex how much light reaches it,"
         "and writes the scene with the results. It needs no texture coordinates and no"
@@ -73,6 +73,12 @@ if(TARGET kthost)
             "The module kthost opens scenes, bakes, and saves them. It gives results as"
             "buffers that NumPy reads without a copy. The module ktAmbientOcclusion holds"
             "the calculation. With this package, ktbake runs scripts.")
+endif()
+if(TARGET ktRanksMpi)
+    kt_package(mpi ${name}-mpi graphics DEPENDS "${name} ${exactly}" RECOMMENDS openmpi-bin
+        TEXT "bakes light into vertices - many machines"
+            "With this package, processes of ktbake that mpirun or srun has started on one or"
+            "many machines share one bake. The result has the same bits as without.")
 endif()
 kt_package(blender ${name}-blender graphics ARCHITECTURE all DEPENDS "${name} (>= ${PROJECT_VERSION})" SUGGESTS blender
     TEXT "bakes light into vertices - add-on for Blender"

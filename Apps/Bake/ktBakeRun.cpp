@@ -10,6 +10,7 @@
 #include "ktBakeOutput.h"
 #include "ktBakePresets.h"
 #include "ktBakeProgress.h"
+#include "ktBakeRankStats.h"
 #include "ktBakeScene.h"
 #include "ktBakeSettings.h"
 #include "ktBakeSignals.h"
@@ -99,6 +100,7 @@ private:
     ktBakeScene scene;
     ktRunStatistics& stats;
     ktBakeWatch watch;
+    const ktBakeRankStats rankStats;
 
     /// Checks before hours of tracing that the results can be written.
     int checkOutputs() {
@@ -185,6 +187,7 @@ private:
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
         std::cout.flush();
         const double seconds = watch.lap();
+        stats.ranks = rankStats.toJson();
         stats.addTracing(ktReadTracingStatistics(), scene.getGeometries());
         stats.geometriesCalculated = progress.getCounter().getNodeCount();
         stats.verticesTraced = progress.getCounter().getVerticesTraced();

@@ -56,7 +56,7 @@ void ktRunStatistics::addTracing(const ktTracingStatistics& counts,
 QJsonObject ktRunStatistics::toJson() const {
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
-    return {
+    QJsonObject all{
         {"version", ktProjectVersion()},
         {"scene", QString::fromStdString(scene)},
         {"output", output.empty() ? QJsonValue() : QJsonValue(QString::fromStdString(output))},
@@ -85,6 +85,9 @@ QJsonObject ktRunStatistics::toJson() const {
         {"warnings", count(ktLogOutput::getCount(ktLogLevel::Warning))},
         {"peakMemoryMiB", static_cast<double>(usage.ru_maxrss) / 1024},
     };
+    if (!ranks.isEmpty())
+        all.insert("ranks", ranks);
+    return all;
 }
 
 void ktRunStatistics::addScene(const std::vector<ktListedGeometry>& sceneGeometries) {

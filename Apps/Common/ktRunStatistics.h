@@ -25,6 +25,8 @@ struct ktRunStatistics {
     ktTracingStatistics tracing;                         ///< rays, triangles that rays can hit
     QJsonArray geometries;                               ///< one entry per geometry, with its traced counts
 
+    QJsonArray ranks; ///< one entry per process that shared the bake; empty if it was alone
+
     double readSeconds = 0, structureSeconds = 0, tracingSeconds = 0;
     double storingSeconds = 0; ///< the rest of the calculation: collecting, storing, refining
     double writeSeconds = 0, previewSeconds = 0, totalSeconds = 0;

@@ -124,6 +124,8 @@ TEST(Options, GivenEverySetting_KeepsEach) {
                                          "--ground-plane",
                                          "--threads",
                                          "2",
+                                         "--ranks",
+                                         "off",
                                          "--tracer",
                                          "embree",
                                          "--stats",
@@ -144,6 +146,7 @@ TEST(Options, GivenEverySetting_KeepsEach) {
     EXPECT_THAT(*options.overrideColorValue, ElementsAre(0.1f, 0.2f, 0.3f));
     EXPECT_EQ(options.up, ktUpAxis::Z);
     EXPECT_EQ(options.strength, 2.5);
+    EXPECT_EQ(options.ranks, false);
     EXPECT_EQ(options.subdivide, true);
     EXPECT_EQ(options.subdivisionQuality, 2);
     EXPECT_EQ(options.minEdgeLength->inWorldUnits(1000), 10);

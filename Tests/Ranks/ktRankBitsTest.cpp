@@ -2,7 +2,7 @@
 // Light that several ranks trace together has the bits of one process.
 #include "ktTestRanks.h"
 
-#include "../Raytracing/ktTriangleScene.h"
+#include "ktTriangleScene.h"
 
 #include "ktEmbreeTracer.h"
 #include "ktFitMode.h"

@@ -2,7 +2,7 @@
 // Ranks that are silent, hang, return nonsense, or run something else; and cancelled loops.
 #include "ktTestRanks.h"
 
-#include "../Raytracing/ktTriangleScene.h"
+#include "ktTriangleScene.h"
 
 #include "ktCancelPoint.h"
 #include "ktEventPump.h"

@@ -59,7 +59,7 @@ void closeOutput() {
     if (WIFEXITED(status))
         _exit(WEXITSTATUS(status));
     const int signal = WTERMSIG(status);
-    if (signal == lastPassed) { // as asked
+    if (signal == lastPassed || signal == SIGINT || signal == SIGTERM || signal == SIGHUP) { // as asked
         std::signal(signal, SIG_DFL);
         std::raise(signal);
     }
@@ -91,7 +91,7 @@ bool ktAreRanksOff(const std::vector<std::string>& arguments) {
 
 void ktSayAsRank(const ktBakeLauncher& launcher, const std::string& reason) {
     const std::string line =
-        "ERROR: rank " + std::to_string(launcher.rank) + " on " + hostName() + ": " + reason + "\n";
+        "error: rank " + std::to_string(launcher.rank) + " on " + hostName() + ": " + reason + "\n";
     [[maybe_unused]] const ssize_t written = write(errorStream, line.data(), line.size());
 }
 

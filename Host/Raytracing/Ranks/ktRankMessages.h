@@ -44,6 +44,7 @@ struct ktRankHello {
 struct ktRankBeat {
     std::uint64_t vertices = 0;
     double tracingSeconds = 0, waitingSeconds = 0, buildSeconds = 0;
+    std::uint64_t peakMemory_bytes = 0; ///< of the process
 };
 
 /// The meshes of a scene, with own arrays.

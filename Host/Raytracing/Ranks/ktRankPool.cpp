@@ -252,6 +252,7 @@ void ktRankPool::handle(Peer& peer, const std::vector<char>& message) {
         peer.statistics.buildSeconds = beat.buildSeconds;
         peer.statistics.tracingSeconds = beat.tracingSeconds;
         peer.statistics.waitingSeconds = beat.waitingSeconds;
+        peer.statistics.peakMemory_bytes = beat.peakMemory_bytes;
         return;
     }
     case ktRankMessage::Built: {

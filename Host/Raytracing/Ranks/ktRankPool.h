@@ -25,6 +25,7 @@ struct ktRankStatistics {
     std::uint64_t vertices = 0; ///< and points that it traced
     double buildSeconds = 0, tracingSeconds = 0, waitingSeconds = 0;
     double sendingSeconds = 0;                      ///< that rank 0 took to make and read its messages
+    std::uint64_t peakMemory_bytes = 0;             ///< of the process; rank 0: unknown
     std::uint64_t bytesSent = 0, bytesReceived = 0; ///< by rank 0, to and from it
 };
 

@@ -12,6 +12,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <sys/resource.h>
 #include <thread>
 
 namespace {
@@ -106,9 +107,12 @@ private:
     }
 
     void sendBeat() {
+        rusage usage = {};
+        getrusage(RUSAGE_SELF, &usage);
         ktWireWriter writer = ktBeginMessage(ktRankMessage::Beat);
         {
             const std::lock_guard<std::mutex> lock(mutex);
+            done.peakMemory_bytes = static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
             writer.put(done);
         }
         transport.send(0, ktEndMessage(std::move(writer)));
@@ -234,16 +238,22 @@ private:
             ++busyThreads;
             lock.unlock();
             const Clock::time_point begun = Clock::now();
-            traceBatch(*block, index);
+            const bool isComplete = traceBatch(*block, index);
             lock.lock();
             done.tracingSeconds += secondsSince(begun);
             done.vertices += block->block.batches[index].count;
             --busyThreads;
             changed.notify_all();
+            if (isComplete) {
+                lock.unlock();
+                sendBeat(); // so that rank 0 knows what was done at the end of a bake
+                lock.lock();
+            }
         }
     }
 
-    void traceBatch(Block& block, std::size_t index) {
+    // @return whether the results of the block are sent
+    bool traceBatch(Block& block, std::size_t index) {
         try {
             ktTraceBatch(block.loop->work, block.block.batches[index]);
         } catch (const ktCanceled&) {
@@ -253,11 +263,12 @@ private:
             sayFailed(error.what());
         }
         if (--block.batchesLeft > 0 || block.isDropped)
-            return;
+            return false;
         ktWireWriter writer = ktBeginMessage(ktRankMessage::Done);
         ktPutBlockName(writer, block.block);
         ktPutResults(writer, block.block, block.loop->work);
         transport.send(0, ktEndMessage(std::move(writer)));
+        return true;
     }
 
     ktTransport& transport;

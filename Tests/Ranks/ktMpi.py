@@ -1,0 +1,52 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""Starts ktbake with mpirun, for the tests beside this file."""
+import os
+import socket
+import subprocess
+import tempfile
+
+# As root, with more ranks than cores, and without a network: what a bare system and a container need.
+ENVIRONMENT = dict(os.environ, OMPI_ALLOW_RUN_AS_ROOT="1", OMPI_ALLOW_RUN_AS_ROOT_CONFIRM="1",
+                   OMPI_MCA_btl="self,vader", OMPI_MCA_rmaps_base_oversubscribe="1",
+                   OMPI_MCA_hwloc_base_binding_policy="none")
+for name in list(ENVIRONMENT):
+    if name.startswith(("SLURM_", "PMI_", "PMIX_")):
+        del ENVIRONMENT[name]
+HOST = socket.gethostname()
+
+
+class Bakes:
+    """Bakes in a temporary folder."""
+
+    def __init__(self, mpirun, ktbake):
+        self.mpirun, self.ktbake = mpirun, ktbake
+        self.temporary = tempfile.TemporaryDirectory(prefix="ktMpi-")
+        self.folder = self.temporary.name
+        # mpirun keeps sockets here; their paths must be short.
+        self.environment = dict(ENVIRONMENT, KT_PREFERENCES_DIR=self.folder + "/", TMPDIR=self.folder)
+
+    def command(self, ranks, arguments):
+        """Without ranks: the plain program."""
+        launcher = [self.mpirun, "-n", str(ranks)] if ranks else []
+        return launcher + [self.ktbake] + arguments
+
+    def run(self, ranks, *arguments):
+        """Returns the exit code and standard error."""
+        done = subprocess.run(self.command(ranks, list(arguments) + ["--quiet"]), cwd=self.folder, env=self.environment,
+                              stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        return done.returncode, done.stderr.decode(errors="replace")
+
+    def start(self, ranks, arguments):
+        return subprocess.Popen(self.command(ranks, arguments), cwd=self.folder, env=self.environment,
+                                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def read(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def write(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content)
