@@ -3,6 +3,7 @@
 #include "ktBakeRun.h"
 
 #include "ktAmbientOcclusion.h"
+#include "ktBakeCheckpoint.h"
 #include "ktBakeExit.h"
 #include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
@@ -101,6 +102,7 @@ private:
     ktRunStatistics& stats;
     ktBakeWatch watch;
     const ktBakeRankStats rankStats;
+    ktBakeCheckpoint checkpoint;
 
     /// Checks before hours of tracing that the results can be written.
     int checkOutputs() {
@@ -182,10 +184,13 @@ private:
         stats.settings = describeSettings();
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled() && !scene.loadPictures())
             return ktBakeExit::failed;
+        if (const int exitCode = checkpoint.begin(options, stats.settings); exitCode != ktBakeExit::done)
+            return exitCode;
         ktBakeProgress progress(countSelectedVertices(), !options.quiet);
         watch.lap();
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
         std::cout.flush();
+        checkpoint.end();
         const double seconds = watch.lap();
         stats.ranks = rankStats.toJson();
         stats.addTracing(ktReadTracingStatistics(), scene.getGeometries());
@@ -253,6 +258,7 @@ private:
             throw;
         }
         ktBakeLastWords::beginPreparedStep();
+        checkpoint.remove();
         stats.output = options.output;
         ktBakeMessages::addToResult("output", options.output);
         stats.writeSeconds = watch.lap();

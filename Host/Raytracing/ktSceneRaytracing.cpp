@@ -3,6 +3,7 @@
 #include "ktSceneRaytracing.h"
 
 #include "ktCancelPoint.h"
+#include "ktCheckpoint.h"
 #include "ktControllerState.h"
 #include "ktFitMode.h"
 #include "ktGatherPass.h"
@@ -159,10 +160,11 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
     ktWorkers::run(
         [&] {
             scene.makeMeshes(tracer->takesInstances());
-            if (ktRankPool* const ranks = ktRankPool::current()) {
-                std::vector<ktWorldTransform> transforms;
+            std::vector<ktWorldTransform> transforms;
+            if (ktRankPool* const ranks = ktRankPool::current())
                 ranks->sendScene(scene.tracerMeshes(transforms));
-            }
+            if (ktCheckpoint* const checkpoint = ktCheckpoint::current())
+                checkpoint->beginScene(scene.tracerMeshes(transforms));
             if (ktGetFitMode() == ktFitMode::Surface)
                 sceneFit.setScene(scene);
         },
@@ -314,6 +316,8 @@ ktVertexTask ktSceneRaytracing::vertexTask(osg::UInt32 count, const osg::Matrix*
     ktVertexTask task;
     task.tracer = &ensureTracer();
     task.helpers = ktRankPool::current();
+    if (ktCheckpoint* const checkpoint = ktCheckpoint::current())
+        task.helpers = checkpoint;
     task.directions = sampler->prepared.get();
     task.limits = {std::max(minDistance, ktVertexFrames::minHitDistance(scene.diagonal)), maxDistance, bothSides};
     task.sceneSize = scene.diagonal;

@@ -357,6 +357,8 @@ private:
                 options.threads = parseInteger(option, text, 1, 1024);
             },
             "worker threads", "INT", "one a core");
+        file("--checkpoint", options.checkpoint, "keep what is traced; the same command goes on after a break", "FILE",
+             {});
         choice(
             "--ranks", {"auto", "off"}, [&options = options](int index) { options.ranks = index == 0; },
             "share one bake among the processes that mpirun or srun started", "auto");

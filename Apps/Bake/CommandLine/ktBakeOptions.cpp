@@ -112,9 +112,10 @@ void checkScript(const CLI::App& app, const ktBakeOptions& options) {
 /// Checks the options that need a scene. Without one, presets can be listed, saved and deleted.
 void checkWithoutScene(const CLI::App& app, const ktBakeOptions& options) {
     static const std::set<std::string> needScene = {
-        "--output",       "--output-folder",     "--update", "--stop-on-error", "--preview", "--preview-size",
-        "--preview-view", "--preview-headlight", "--stats",  "--settings-from", "--missing", "--clear",
-        "--select"};
+        "--output",     "--output-folder", "--update",       "--stop-on-error",
+        "--preview",    "--preview-size",  "--preview-view", "--preview-headlight",
+        "--stats",      "--settings-from", "--missing",      "--clear",
+        "--checkpoint", "--select"};
     if (!options.select.empty())
         throw ktBakeUsageError("--select", options.select.back(),
                                "read as the name of a node, and SCENE is missing; put SCENE before --select");
@@ -127,8 +128,9 @@ void checkWithoutScene(const CLI::App& app, const ktBakeOptions& options) {
 
 /// The options that results depend on.
 std::vector<std::string> withEffect(const std::vector<std::string>& normalised) {
-    static const std::set<std::string> withoutEffect = {"--output-folder", "--update", "--stop-on-error", "--stats",
-                                                        "--threads",       "--ranks",  "--quiet",         "--json"};
+    static const std::set<std::string> withoutEffect = {"--output-folder", "--update",  "--stop-on-error",
+                                                        "--stats",         "--threads", "--ranks",
+                                                        "--quiet",         "--json",    "--checkpoint"};
     std::vector<std::string> result;
     for (const std::string& option : normalised)
         if (option.rfind("--", 0) == 0 && withoutEffect.count(option.substr(0, option.find('='))) == 0)
@@ -138,8 +140,9 @@ std::vector<std::string> withEffect(const std::vector<std::string>& normalised) 
 
 /// Many scenes: options that name one file or edit presets make no sense.
 void checkScenes(const CLI::App& app, const ktBakeOptions& options) {
-    static const std::set<std::string> ofOneScene = {"--output",      "--preview",       "--settings-from",
-                                                     "--save-preset", "--delete-preset", "--list-presets"};
+    static const std::set<std::string> ofOneScene = {"--output",      "--preview",     "--settings-from",
+                                                     "--checkpoint",  "--save-preset", "--delete-preset",
+                                                     "--list-presets"};
     for (const auto& [name, value] : listGiven(app)) {
         if (options.outputFolder.empty() && (name == "--update" || name == "--stop-on-error"))
             refuse(name, value, "needs --output-folder DIR");

@@ -79,8 +79,11 @@ std::shared_ptr<ktSurfaceColors> getColors(ktWireReader& from,
     return colors;
 }
 
-void putLazy(ktWireWriter& to, const ktReflectedLight::Lazy& lazy) {
-    to.put(lazy.toWorld);
+void putLazy(ktWireWriter& to, const ktReflectedLight::Lazy& lazy, bool isForRank) {
+    if (isForRank)
+        to.put(lazy.toWorld);
+    else
+        to.putArray(&lazy.toWorld.rows()[0][0], 12);
     const std::size_t count = lazy.normals ? lazy.light.size() : 0;
     to.put(static_cast<std::uint32_t>(lazy.light.size() / 3));
     to.putArray(lazy.positions, count);
@@ -104,9 +107,9 @@ void getLazy(ktWireReader& from, ktRankLight& light) {
 }
 
 // How direct light that is in no channel is traced.
-void putDirect(ktWireWriter& to, const ktOcclusionTask& direct) {
-    to.put(direct.directions->number);
-    to.put(direct.limits);
+void putDirect(ktWireWriter& to, const ktOcclusionTask& direct, bool isForRank) {
+    to.put(isForRank ? direct.directions->number : std::uint64_t(0));
+    ktPutLimits(to, direct.limits);
     to.put(direct.sceneSize);
     to.putArray(direct.lights ? *direct.lights : std::vector<ktSceneLight>());
 }
@@ -117,7 +120,7 @@ void getDirect(ktWireReader& from, const ktTracer& tracer, const ktRankDirection
         throw ktBadMessage("unknown directions");
     ktOcclusionTask& direct = light.light.direct;
     direct.directions = directions->second->prepared.get();
-    from.get(direct.limits);
+    direct.limits = ktGetLimits(from);
     from.get(direct.sceneSize);
     light.lights = from.getArray<ktSceneLight>();
     direct.lights = &light.lights;
@@ -126,7 +129,7 @@ void getDirect(ktWireReader& from, const ktTracer& tracer, const ktRankDirection
 
 } // namespace
 
-void ktPutLight(ktWireWriter& to, const ktReflectedLight& light) {
+void ktPutLight(ktWireWriter& to, const ktReflectedLight& light, bool isForRank) {
     Shared<std::vector<float>> received;
     Shared<ktReflectedLight::Lazy> lazies;
     Shared<ktLitSide> litSides;
@@ -146,9 +149,9 @@ void ktPutLight(ktWireWriter& to, const ktReflectedLight& light) {
         to.putArray(*values);
     to.put(sizeOf(lazies.all));
     if (!lazies.all.empty())
-        putDirect(to, light.direct);
+        putDirect(to, light.direct, isForRank);
     for (const ktReflectedLight::Lazy* lazy : lazies.all)
-        putLazy(to, *lazy);
+        putLazy(to, *lazy, isForRank);
     to.put(sizeOf(litSides.all));
     for (const ktLitSide* side : litSides.all) {
         to.put(static_cast<std::uint32_t>(side->hasBoth()));

@@ -160,10 +160,25 @@ void ktGetDirections(ktWireReader& from, const ktTracer& tracer, ktRankDirection
     table[number] = std::move(directions);
 }
 
+// One by one: between the members are bytes of any value.
+void ktPutLimits(ktWireWriter& to, const ktRayLimits& limits) {
+    to.put(limits.minDistance);
+    to.put(limits.maxDistance);
+    to.put(static_cast<std::uint32_t>(limits.bothSides));
+}
+
+ktRayLimits ktGetLimits(ktWireReader& from) {
+    ktRayLimits limits;
+    from.get(limits.minDistance);
+    from.get(limits.maxDistance);
+    limits.bothSides = from.get<std::uint32_t>() != 0;
+    return limits;
+}
+
 void ktPutLoop(ktWireWriter& to, std::uint64_t generation, const ktBatchWork& work) {
     to.put(generation);
     to.put(work.kind);
-    to.put(work.limits);
+    ktPutLimits(to, work.limits);
     to.put(work.directions->number);
     to.put(static_cast<std::uint32_t>(work.countsSides));
     to.putArray(work.lights ? *work.lights : std::vector<ktSceneLight>());
@@ -174,7 +189,7 @@ std::unique_ptr<ktRankLoop> ktGetLoop(ktWireReader& from, const ktTracer& tracer
     auto loop = std::make_unique<ktRankLoop>();
     from.get(loop->generation);
     from.get(loop->work.kind);
-    from.get(loop->work.limits);
+    loop->work.limits = ktGetLimits(from);
     const auto directions = table.find(from.get<std::uint64_t>());
     demand(directions != table.end(), "unknown directions");
     loop->work.directions = directions->second->prepared.get();
@@ -233,23 +248,27 @@ void ktGetBlockName(ktWireReader& from, std::uint64_t& generation, std::uint32_t
     from.get(number);
 }
 
+void ktPutBatchResults(ktWireWriter& to, const ktVertexBatch& batch, const ktBatchWork& work) {
+    for (std::uint32_t i = 0; i < batch.count; ++i) {
+        const ktVertexLight& light = batch.light[i];
+        if (work.kind == ktBatchKind::Direct) {
+            to.put(light.visible);
+            if (hasLights(work)) {
+                putFloats(to, light.arriving);
+                putFloats(to, light.unshadowed);
+            }
+            continue;
+        }
+        if (work.kind == ktBatchKind::Gather)
+            putFloats(to, light.arriving);
+        if (work.kind == ktBatchKind::Sides || work.countsSides)
+            to.put(light.sides);
+    }
+}
+
 void ktPutResults(ktWireWriter& to, const ktRankBlock& block, const ktBatchWork& work) {
     for (const ktVertexBatch& batch : block.batches)
-        for (std::uint32_t i = 0; i < batch.count; ++i) {
-            const ktVertexLight& light = batch.light[i];
-            if (work.kind == ktBatchKind::Direct) {
-                to.put(light.visible);
-                if (hasLights(work)) {
-                    putFloats(to, light.arriving);
-                    putFloats(to, light.unshadowed);
-                }
-                continue;
-            }
-            if (work.kind == ktBatchKind::Gather)
-                putFloats(to, light.arriving);
-            if (work.kind == ktBatchKind::Sides || work.countsSides)
-                to.put(light.sides);
-        }
+        ktPutBatchResults(to, batch, work);
 }
 
 void ktGetResults(ktWireReader& from, ktRankBlock& block, const ktBatchWork& work) {

@@ -103,10 +103,13 @@ void ktGetScene(ktWireReader& from, ktRankScene& scene);
 void ktPutDirections(ktWireWriter& to, const ktPreparedDirections& directions);
 /// Adds the set to the table. @param tracer prepares it
 void ktGetDirections(ktWireReader& from, const ktTracer& tracer, ktRankDirectionTable& table);
-void ktPutLight(ktWireWriter& to, const ktReflectedLight& light);
+/// @param isForRank false: without what differs from process to process; only to compare
+void ktPutLight(ktWireWriter& to, const ktReflectedLight& light, bool isForRank = true);
 /// @param scene must outlive the light
 std::unique_ptr<ktRankLight> ktGetLight(ktWireReader& from, const ktRankScene& scene, const ktTracer& tracer,
                                         const ktRankDirectionTable& table);
+void ktPutLimits(ktWireWriter& to, const ktRayLimits& limits);
+ktRayLimits ktGetLimits(ktWireReader& from);
 void ktPutLoop(ktWireWriter& to, std::uint64_t generation, const ktBatchWork& work);
 /// @param light for gathering; may be null for other loops
 std::unique_ptr<ktRankLoop> ktGetLoop(ktWireReader& from, const ktTracer& tracer, const ktRankDirectionTable& table,
@@ -118,6 +121,8 @@ void ktGetBlock(ktWireReader& from, ktRankBlock& block, const ktBatchWork& work)
 void ktPutBlockName(ktWireWriter& to, const ktRankBlock& block);
 void ktGetBlockName(ktWireReader& from, std::uint64_t& generation, std::uint32_t& number);
 void ktPutResults(ktWireWriter& to, const ktRankBlock& block, const ktBatchWork& work);
+/// The results of one of its batches.
+void ktPutBatchResults(ktWireWriter& to, const ktVertexBatch& batch, const ktBatchWork& work);
 /// Reads the results of the vertices of a block.
 void ktGetResults(ktWireReader& from, ktRankBlock& block, const ktBatchWork& work);
 /// @}

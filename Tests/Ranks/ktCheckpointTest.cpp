@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Loops that are interrupted and restored from a checkpoint.
+#include "ktCheckpoint.h"
+#include "ktCancelPoint.h"
+#include "ktEventPump.h"
+#include "ktHemisphereSampler.h"
+#include "ktHemisphereTracer.h"
+#include "ktTestMesh.h"
+#include "ktTriangleScene.h"
+#include "ktWorkers.h"
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+/// Two loops over points above a sphere, as a bake that always does the same.
+class Checkpoint : public testing::Test {
+protected:
+    static constexpr std::size_t count = 20'000;
+
+    Checkpoint() : set(ktMakeHemisphereDirections(8, 8, 0.25f, 0.25f, 1)), directions(tracer.prepareDirections(set)) {
+        std::filesystem::remove(file);
+        mesh.addSphere(1, 12, 24);
+        mesh.positions.push_back(0);
+        view.positions = mesh.positions.data();
+        view.indices = mesh.indices.data();
+        view.vertexCount = static_cast<std::uint32_t>(mesh.positions.size() / 3);
+        view.triangleCount = static_cast<std::uint32_t>(mesh.indices.size() / 3);
+    }
+    ~Checkpoint() override { std::filesystem::remove(file); }
+
+    /// @param stopAfter vertices; then the bake is cancelled
+    /// @param height    of the points; another one is another bake
+    std::vector<std::uint32_t> bake(ktLoopHelpers* helpers, std::size_t stopAfter = ~std::size_t(0), float height = 2) {
+        std::vector<std::uint32_t> visible(2 * count);
+        traced = 0;
+        ktEventPump pump;
+        ktWorkers::run(
+            [&] {
+                tracer.build({view}, {});
+                for (std::size_t loopNumber = 0; loopNumber < 2; ++loopNumber) {
+                    ktBatchLoop loop;
+                    loop.work.tracer = &tracer;
+                    loop.work.directions = directions.get();
+                    loop.work.limits = {0, 10, true};
+                    loop.count = count;
+                    loop.make = [&](ktVertexBatch& batch) {
+                        for (std::size_t i = batch.begin; i < batch.end; ++i) {
+                            batch.slot[i - batch.begin] = static_cast<int>(batch.count);
+                            const float x = static_cast<float>(i) / count - 0.5f;
+                            batch.vertices[batch.count++] = {
+                                {x, 0, height}, {1, 0, 0}, {0, -1, 0}, {0, 0, -1}, directions.get()};
+                        }
+                    };
+                    loop.finish = [&](const ktVertexBatch& batch) {
+                        for (std::size_t i = batch.begin; i < batch.end; ++i)
+                            visible[loopNumber * count + i] = batch.light[i - batch.begin].visible;
+                        if ((traced += batch.count) > stopAfter)
+                            ktCancelToken::the().cancel();
+                    };
+                    ktRunLoop(loop, helpers);
+                }
+            },
+            pump);
+        return visible;
+    }
+    std::string refusal(const std::string& identity) {
+        try {
+            const ktCheckpoint checkpoint(file, identity);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "nothing is refused";
+    }
+    /// A bake that ends in its second loop.
+    void interrupt() {
+        ktCheckpoint checkpoint(file, "identity");
+        EXPECT_THROW(bake(&checkpoint, count + 2000), ktCanceled);
+        ktCancelToken::the().reset();
+    }
+
+    const std::string file = testing::TempDir() + "ktCheckpointTest." + std::to_string(getpid());
+    const ktTestLog log; // resets the cancel token
+    ktTestMesh mesh;
+    ktTracerMesh view;
+    ktHemisphereTracer tracer;
+    const ktDirectionSet set;
+    const std::unique_ptr<ktPreparedDirections> directions;
+    std::atomic<std::size_t> traced{0};
+};
+
+} // namespace
+
+TEST_F(Checkpoint, GivenInterruptedBake_NextOneGoesOnToTheSameBits) {
+    const std::vector<std::uint32_t> undisturbed = bake(nullptr);
+    interrupt();
+    const std::size_t kept = traced;
+    ktCheckpoint checkpoint(file, "identity");
+    EXPECT_EQ(bake(&checkpoint), undisturbed);
+    EXPECT_EQ(checkpoint.restoredVertices(), kept);
+    EXPECT_GE(kept, count + 2000);
+    EXPECT_EQ(checkpoint.writeError(), "");
+}
+
+TEST_F(Checkpoint, GivenTornEnd_RestoresTheRest) {
+    const std::vector<std::uint32_t> undisturbed = bake(nullptr);
+    interrupt();
+    const std::size_t kept = traced;
+    std::filesystem::resize_file(file, std::filesystem::file_size(file) - 5);
+    ktCheckpoint checkpoint(file, "identity");
+    EXPECT_EQ(bake(&checkpoint), undisturbed);
+    EXPECT_LT(checkpoint.restoredVertices(), kept);
+    EXPECT_GE(checkpoint.restoredVertices(), kept - 64);
+}
+
+TEST_F(Checkpoint, GivenOtherIdentity_IsRefused) {
+    interrupt();
+    EXPECT_THAT(refusal("identitx"), HasSubstr("is a checkpoint of another scene, of other settings"));
+    EXPECT_THAT(refusal("identity and more"), HasSubstr("is a checkpoint of another scene, of other settings"));
+    EXPECT_EQ(refusal("identity"), "nothing is refused");
+}
+
+TEST_F(Checkpoint, GivenOtherVertices_IsRefused) {
+    interrupt();
+    ktCheckpoint checkpoint(file, "identity");
+    try {
+        bake(&checkpoint, ~std::size_t(0), 2.5f);
+        FAIL() << "light of other vertices was restored";
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("the checkpoint is of another scene"));
+    }
+}
+
+TEST_F(Checkpoint, GivenAnotherFile_IsRefusedAndKept) {
+    std::ofstream(file) << "my notes";
+    EXPECT_EQ(refusal("identity"), "is not a checkpoint");
+    std::ifstream kept(file);
+    std::string text;
+    std::getline(kept, text);
+    EXPECT_EQ(text, "my notes");
+}
