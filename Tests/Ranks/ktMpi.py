@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """Starts ktbake with mpirun, for the tests beside this file."""
 import os
+import shutil
 import socket
 import subprocess
 import tempfile
@@ -24,6 +25,14 @@ class Bakes:
         self.folder = self.temporary.name
         # mpirun keeps sockets here; their paths must be short.
         self.environment = dict(ENVIRONMENT, KT_PREFERENCES_DIR=self.folder + "/", TMPDIR=self.folder)
+        # Shared memory of this bake only: others may run at the same time.
+        self.memory = os.path.join("/dev/shm", os.path.basename(self.folder))
+        self.environment["OMPI_MCA_btl_vader_backing_directory"] = self.memory
+        os.makedirs(self.memory)
+
+    def cleanup(self):
+        self.temporary.cleanup()
+        shutil.rmtree(self.memory, ignore_errors=True)
 
     def command(self, ranks, arguments):
         """Without ranks: the plain program."""

@@ -95,6 +95,7 @@ void ktSayAsRank(const ktBakeLauncher& launcher, const std::string& reason) {
     [[maybe_unused]] const ssize_t written = write(errorStream, line.data(), line.size());
 }
 
+// The only thread. NOLINTBEGIN(concurrency-mt-unsafe)
 void ktGuardRank(const ktBakeLauncher& launcher) {
     const pid_t parent = getpid();
     sigset_t passed, before;
@@ -125,3 +126,4 @@ void ktGuardRank(const ktBakeLauncher& launcher) {
     if (child > 0)
         waitForChild(launcher);
 }
+// NOLINTEND(concurrency-mt-unsafe)

@@ -102,6 +102,7 @@ void ktPutScene(ktWireWriter& to, const std::vector<ktTracerMesh>& meshes) {
     SharedArrays<float> positions;
     SharedArrays<std::uint32_t> triangles;
     std::vector<MeshHead> heads;
+    heads.reserve(meshes.size());
     for (const ktTracerMesh& mesh : meshes)
         heads.push_back({positions.indexOf(mesh.positions, 3 * std::size_t(mesh.vertexCount)),
                          triangles.indexOf(mesh.indices, 3 * std::size_t(mesh.triangleCount)), mesh.vertexCount,

@@ -59,7 +59,7 @@ void ktRankPool::setCurrent(ktRankPool* pool) noexcept {
     currentPool = pool;
 }
 
-ktRankPool::ktRankPool(std::unique_ptr<ktTransport> transport_, ktRankHello hello, Limits limits_)
+ktRankPool::ktRankPool(std::unique_ptr<ktTransport> transport_, const ktRankHello& hello, Limits limits_)
     : transport(std::move(transport_)), limits(limits_) {
     self.host = hello.host;
     self.threads = hello.threads;

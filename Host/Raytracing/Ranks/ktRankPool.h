@@ -44,9 +44,9 @@ public:
     /// @param hello what this process is: a rank of another version is refused, and one that
     ///              finds other bits with every width of its vector instructions
     /// @throws std::runtime_error with the reason and the rank
-    ktRankPool(std::unique_ptr<ktTransport> transport_, ktRankHello hello, Limits limits_);
-    ktRankPool(std::unique_ptr<ktTransport> transport_, ktRankHello hello)
-        : ktRankPool(std::move(transport_), std::move(hello), Limits()) {}
+    ktRankPool(std::unique_ptr<ktTransport> transport_, const ktRankHello& hello, Limits limits_);
+    ktRankPool(std::unique_ptr<ktTransport> transport_, const ktRankHello& hello)
+        : ktRankPool(std::move(transport_), hello, Limits()) {}
     /// Tells the ranks to end. Waits for them unless one is lost: then ends them as ktTransport::abort() does, with
     /// exit code 1.
     ~ktRankPool() override;
