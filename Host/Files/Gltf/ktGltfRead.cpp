@@ -145,9 +145,12 @@ bool ktBeginsLikeGlb(const QString& path) {
 
 bool ktIsGltf1(const QString& path) {
     try {
+        ktCheckReadable(path, "file");
+        if (ktBeginsLikeGlb(path)) { // may be large
+            QFile file(path);
+            return file.open(QIODevice::ReadOnly) && file.read(5).endsWith('\1');
+        }
         const ktBytes file = ktReadWholeFile(path, "file");
-        if (ktIsGlb(file))
-            return file.size() > 4 && file[4] == 1;
         const ktJson json = ktParseJson(reinterpret_cast<const char*>(file.data()), file.size());
         const ktJson* asset = ktJsonMember(json, "asset");
         const std::string version = asset ? ktJsonText(*asset, "version") : std::string();
