@@ -81,7 +81,10 @@ int main(int count, char** arguments) {
     ktStudioWindow window;
     window.resize(1280, 800);
     window.show();
-    QApplication::processEvents();
+    window.begin();
+    QElapsedTimer beforeOpening; // OpenGL starts beside the empty page
+    for (beforeOpening.start(); beforeOpening.elapsed() < 1000;)
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
     std::printf("load %.1f\n", load());
 
     auto* const view = window.findChild<ktSceneView*>();

@@ -51,7 +51,8 @@ TEST_F(StudioFiles, GivenDroppedFile_OpensIt) {
     EXPECT_TRUE(waitFor([&] { return window->getDocument().isOpen(); }));
     EXPECT_EQ(window->getDocument().getPath().toStdString(), scene);
     EXPECT_THAT(window->windowTitle().toStdString(), testing::HasSubstr("boxes.gltf"));
-    EXPECT_EQ(ktStudioPreferences::the().getRecentFiles(), QStringList(QString::fromStdString(scene)));
+    EXPECT_TRUE(waitFor(
+        [&] { return ktStudioPreferences::the().getRecentFiles() == QStringList(QString::fromStdString(scene)); }));
 }
 
 TEST_F(StudioFiles, GivenDroppedBrokenFile_NamesItAndKeepsTheScene) {

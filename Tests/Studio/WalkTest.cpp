@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QToolBar>
 #include <QtTest>
@@ -26,6 +27,34 @@ TEST_F(StudioWalk, GivenFewClicks_SavesTheBytesOfKtbake) {
     const std::string saved = folder.file("boxes-baked.glb");
     EXPECT_TRUE(waitFor([&] { return !window->isWindowModified(); })) << message().toStdString();
     EXPECT_TRUE(readFile(saved) == bakedByKtbake(scene));
+}
+
+TEST_F(StudioWalk, GivenKeysAlone_OpensBakesSavesAndUndoes) {
+    const std::string scene = writeBoxes();
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    const auto enterName = [](const std::string& name) {
+        return [name](QWidget& dialog) {
+            auto* const line = dialog.findChild<QLineEdit*>("fileNameEdit");
+            ASSERT_TRUE(line);
+            line->setText(QString::fromStdString(name)); // typed letters open a list of proposals
+            QTest::keyClick(&dialog, Qt::Key_Return);
+        };
+    };
+    whenDialogShows(enterName(scene));
+    QTest::keyClick(window.get(), Qt::Key_O, Qt::ControlModifier);
+    ASSERT_TRUE(waitFor([&] { return window->getDocument().isOpen(); })) << message().toStdString();
+    QTest::keyClick(window.get(), Qt::Key_B, Qt::ControlModifier);
+    EXPECT_TRUE(window->isWindowModified());
+    const std::string saved = folder.file("by-keys.glb");
+    whenDialogShows(enterName(saved));
+    QTest::keyClick(window.get(), Qt::Key_S, Qt::ControlModifier);
+    EXPECT_TRUE(waitFor([&] { return !window->isWindowModified(); })) << message().toStdString();
+    EXPECT_TRUE(readFile(saved) == bakedByKtbake(scene));
+    QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(window->isWindowModified());
+    QTest::keyClick(window.get(), Qt::Key_M, Qt::ControlModifier);
+    EXPECT_FALSE(window->getSelection().isEmpty()) << "what is missing";
 }
 
 TEST_F(StudioWalk, GivenClickOnAPart_SelectsItAndOnNothing_SelectsNothing) {

@@ -250,6 +250,10 @@ void ktSceneView::keepResultsForComparison() {
     d->canvas->keepResults();
 }
 
+void ktSceneView::warmUp() {
+    d->canvas->warmUp();
+}
+
 void ktSceneView::setHurried(bool hurried) {
     d->state.isHurried = hurried;
 }

@@ -54,6 +54,8 @@ public:
     void setDivider(double place);
     /// Keeps a copy of the results on the display, for ktComparison::EarlierResults. Call it before a bake.
     void keepResultsForComparison();
+    /// Does ahead what takes long in the first picture: OpenGL starts and compiles. Takes some tenths of a second.
+    void warmUp();
     /// While other work needs the processors, draws less at once, so that the event loop goes on.
     void setHurried(bool hurried);
 

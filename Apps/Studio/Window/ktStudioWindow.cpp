@@ -23,6 +23,9 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
+static constexpr int shortReading_ms = 150;
+static constexpr int emptyWindow_ms = 100; // until it is on the screen
+
 ktStudioWindow::ktStudioWindow() {
     setObjectName("ktstudio");
     setAcceptDrops(true);
@@ -51,6 +54,11 @@ ktStudioWindow::~ktStudioWindow() {
     delete takeCentralWidget();
 }
 
+void ktStudioWindow::begin() {
+    offerRecovery();
+    QTimer::singleShot(emptyWindow_ms, view, &ktSceneView::warmUp);
+}
+
 void ktStudioWindow::makePages() {
     auto* center = new QWidget(this);
     auto* rows = new QVBoxLayout(center);
@@ -64,6 +72,10 @@ void ktStudioWindow::makePages() {
     rows->addWidget(workBar);
     emptyPage = new ktEmptyPage(pages);
     readingPage = new ktReadingPage(pages);
+    readingDelay = new QTimer(this);
+    readingDelay->setSingleShot(true);
+    readingDelay->setInterval(shortReading_ms);
+    connect(readingDelay, &QTimer::timeout, this, [this] { pages->setCurrentWidget(readingPage); });
     view = new ktSceneView(pages);
     for (QWidget* page :
          {static_cast<QWidget*>(emptyPage), static_cast<QWidget*>(readingPage), static_cast<QWidget*>(view)})
@@ -93,8 +105,9 @@ void ktStudioWindow::connectServices() {
     connect(&document, &ktStudioDocument::readingChanged, this, [this](bool isReading, const QString& what) {
         if (isReading) {
             readingPage->begin(what);
-            pages->setCurrentWidget(readingPage);
+            readingDelay->start();
         } else {
+            readingDelay->stop();
             readingPage->end();
             pages->setCurrentWidget(document.isOpen() ? static_cast<QWidget*>(view) : emptyPage);
         }
@@ -141,7 +154,9 @@ void ktStudioWindow::connectServices() {
 
 void ktStudioWindow::showOpened() {
     pages->setCurrentWidget(view);
-    ktStudioPreferences::the().addRecentFile(document.getPath());
+    QTimer::singleShot(0, this, [path = document.getPath()] { // the picture comes first
+        ktStudioPreferences::the().addRecentFile(path);
+    });
     messages->close("changed");
     messages->close("unit");
     showTitle();

@@ -16,6 +16,7 @@ class ktWorkBar;
 class QActionGroup;
 class QSize;
 class QStackedWidget;
+class QTimer;
 
 /// The main window. Connects the services with menus, panels and the viewport.
 class ktStudioWindow : public QMainWindow {
@@ -29,8 +30,8 @@ public:
     /// Opens the first file as above and adds the others.
     void openFiles(const QStringList& paths, const ktStudioReadOptions& options = {});
 
-    /// For the start of the program: offers what an earlier process has left unsaved.
-    void begin() { offerRecovery(); }
+    /// For the start of the program: offers what an earlier process has left unsaved, and starts OpenGL.
+    void begin();
 
     ktStudioDocument& getDocument() { return document; }
     ktStudioRun& getRun() { return run; }
@@ -96,6 +97,7 @@ private:
     QStackedWidget* pages = nullptr;
     ktEmptyPage* emptyPage = nullptr;
     ktReadingPage* readingPage = nullptr;
+    QTimer* readingDelay = nullptr; ///< a short reading shows no page
     ktWorkBar* workBar = nullptr;
     ktSceneView* view = nullptr;
     ktScenePanel* scenePanel = nullptr;

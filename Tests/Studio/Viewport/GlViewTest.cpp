@@ -73,6 +73,19 @@ TEST_F(GlView, GivenSharedGeometry_UploadsItOnce) {
     EXPECT_EQ(uploaded().shapes, one);
 }
 
+TEST_F(GlView, GivenWarmUp_KeepsNothingOfItAndShowsTheScene) {
+    view.warmUp();
+    const std::size_t before = uploaded().shapes;
+    parts.add(ktViewParts::square(2), ktViewParts::moved(-1, -1, 0));
+    show();
+    settle();
+    EXPECT_GT(uploaded().shapes, before);
+    EXPECT_EQ(view.renderPicture(QSize(40, 30)).size(), QSize(40, 30));
+    const std::size_t after = uploaded().shapes;
+    view.warmUp(); // a scene is shown: nothing is left to do
+    EXPECT_EQ(uploaded().shapes, after);
+}
+
 TEST_F(GlView, GivenNewResults_UploadsOnlyTheirs) {
     const osg::GeometryPtr first = ktViewParts::sphere(0.3f, 16), second = ktViewParts::sphere(0.3f, 8);
     parts.add(first, ktViewParts::moved(-1, 0, 0));

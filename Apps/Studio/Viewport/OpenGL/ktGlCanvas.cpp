@@ -332,6 +332,53 @@ QImage ktGlCanvas::render(const QSize& pixels, const ktViewCamera& camera, const
     return image;
 }
 
+// Drivers compile programs when something is drawn with them, and again for each number of samples.
+void ktGlCanvas::warmUp() {
+    if (!state.scene.uses.empty() || !ensureContext())
+        return;
+    const auto positions = osg::GeoPositions3f::create();
+    const auto normals = osg::GeoNormals3f::create();
+    const auto indices = osg::GeoIndicesUI32::create();
+    for (const osg::Pnt3f& corner : {osg::Pnt3f(0, 0, 0), osg::Pnt3f(1, 0, 0), osg::Pnt3f(0, 1, 0)}) {
+        indices->getFieldPtr()->push_back(positions->getSize());
+        positions->getFieldPtr()->push_back(corner);
+        normals->getFieldPtr()->push_back(osg::Vec3f(0, 0, 1));
+    }
+    const auto types = osg::GeoPTypesUI8::create();
+    const auto lengths = osg::GeoPLengthsUI32::create();
+    types->getFieldPtr()->push_back(GL_TRIANGLES);
+    lengths->getFieldPtr()->push_back(indices->getSize());
+    const auto geometry = osg::Geometry::create();
+    osg::beginEditCP(geometry);
+    geometry->setPositions(positions);
+    geometry->setNormals(normals);
+    geometry->setIndices(indices);
+    geometry->setLengths(lengths);
+    geometry->setTypes(types);
+    osg::endEditCP(geometry);
+    ktViewScene scene;
+    scene.read(osg::makeNodeFor(geometry));
+    ktGlRequest request = makeRequest(QSize(64, 64), 0);
+    request.camera.frame(scene.framedBoxes(false), 1);
+    makeCurrent();
+    try {
+        display->meshes.upload(scene, 1e30);
+        for (ktGlPicture* const picture : {&display->moving, &display->still}) {
+            request.samples = picture == &display->still ? fullSamples : 0;
+            if (picture->begin(request, scene))
+                picture->finish();
+            picture->target().copyTo(defaultFramebufferObject(), pixelSize());
+        }
+        display->gl.glFinish();
+        scene.read(osg::NullFC);
+        display->meshes.upload(scene, 1e30); // lets go of the triangle
+    } catch (const std::exception& error) {
+        fail(error.what());
+    }
+    doneCurrent();
+    sceneChanged();
+}
+
 ktGlCanvas::Statistics ktGlCanvas::statistics() const {
     Statistics result = last;
     if (display)

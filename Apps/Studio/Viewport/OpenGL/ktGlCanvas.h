@@ -35,6 +35,7 @@ public:
     void viewChanged() override;
     void keepResults() override;
     QImage render(const QSize& size, const ktViewCamera& camera, const ktViewLook& look) override;
+    void warmUp() override;
     bool isSettled() const override { return isStillShown && !isDirty; }
 
     Statistics statistics() const;

@@ -31,6 +31,8 @@ public:
     virtual void keepResults() = 0;
     /// Draws the scene without marks. Null if that is not possible.
     virtual QImage render(const QSize& size, const ktViewCamera& camera, const ktViewLook& look) = 0;
+    /// Does ahead what takes long in the first picture. Takes some tenths of a second.
+    virtual void warmUp() {}
     /// Whether the widget shows the state in full quality.
     virtual bool isSettled() const = 0;
 
