@@ -121,6 +121,7 @@ static int run(int argc, char** argv, const ktBakeLauncher& launcher) {
     }
     ktBakeMessages::end(exitCode);
     ktBakeLastWords::setResult(exitCode);
+    ranks.end();
     // At once, because to release a large scene takes long. A script's interpreter has work at the end.
     if (exitCode == ktBakeExit::cancelled && options.script.empty()) {
         std::cout.flush();

@@ -95,7 +95,12 @@ int serve(ktTransport& transport, const ktRankHello& self) {
 ktBakeRanks::ktBakeRanks(const ktBakeLauncher& launcher_) : launcher(launcher_) {}
 
 ktBakeRanks::~ktBakeRanks() {
+    end();
+}
+
+void ktBakeRanks::end() {
     ktRankPool::setCurrent(nullptr);
+    pool.reset();
 }
 
 std::optional<int> ktBakeRanks::join(const ktBakeOptions& options) {

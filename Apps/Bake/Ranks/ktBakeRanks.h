@@ -14,13 +14,15 @@ class ktRankPool;
 class ktBakeRanks {
 public:
     explicit ktBakeRanks(const ktBakeLauncher& launcher);
-    /// Ends the other ranks. If one is lost, ends this process, too, with exit code 1: the last thing to do.
     ~ktBakeRanks();
 
     /// Joins the ranks, unless there is only one or `--ranks off` is given. Rank 0 returns when all ranks are ready,
     /// the others when rank 0 has ended. Uses the options for threads and tracer.
     /// @return empty if the bake goes on in this process; else the exit code. An error is logged
     std::optional<int> join(const ktBakeOptions& options);
+    /// Ends the other ranks, if there are any. If one is lost, ends this process, too, with exit code 1: the last thing
+    /// to do.
+    void end();
 
 private:
     const ktBakeLauncher launcher;
