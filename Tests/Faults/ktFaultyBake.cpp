@@ -67,11 +67,14 @@ void ktFaultyBake::expectRightEnd(const ktWatchedResult& result, const std::stri
     EXPECT_THAT(namesIn(folder.path), testing::IsSubsetOf({"out.glb", "p.png", "preferences", "s.json"})) << which;
     const std::string found = readFile(folder.file("out.glb")), drawn = readFile(folder.file("p.png")),
                       statistics = readFile(folder.file("s.json"));
+    // The PNG library does not tell its lack of memory from a broken image, which is left out with a warning.
+    const bool isTextured = result.error.find("image left out") == std::string::npos;
+    const bool isDrawn = isTextured ? drawn == picture : drawn.empty() == picture.empty();
     EXPECT_TRUE(found == old || found == output) << which;
-    EXPECT_TRUE(drawn.empty() || drawn == picture) << which;
+    EXPECT_TRUE(drawn.empty() || isDrawn) << which;
     EXPECT_TRUE(statistics.empty() || statistics.substr(statistics.size() - 2) == "}\n") << which;
     if (result.exitCode == 0) {
-        EXPECT_TRUE(found == output && drawn == picture && statistics.empty() == !hasStatistics) << which;
+        EXPECT_TRUE(found == output && isDrawn && statistics.empty() == !hasStatistics) << which;
         return;
     }
     EXPECT_THAT(result.error, HasSubstr(isJson ? "\"level\":\"error\"" : "error: ")) << which;
