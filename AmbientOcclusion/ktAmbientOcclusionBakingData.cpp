@@ -20,7 +20,7 @@ osg::GeoTexCoords4fPtr asResults(const osg::GeoTexCoordsPtr& property) {
 osg::GeoTexCoords4fPtr makeResults(osg::UInt32 count) {
     const osg::GeoTexCoords4fPtr results = osg::GeoTexCoords4f::create();
     osg::beginEditCP(results);
-    osg::MFVec4f& values = *results->editFieldPtr();
+    osg::MFVec4f& values = *results->getFieldPtr();
     values.resize(count);
     for (osg::UInt32 i = 0; i < count; ++i)
         values[i].setValues(0, 0, 0, 0);
@@ -30,7 +30,7 @@ osg::GeoTexCoords4fPtr makeResults(osg::UInt32 count) {
 
 // Handles one entry only: multi-index geometry becomes single-index before it is calculated.
 void mapChannel(const osg::GeometryPtr& geometry, osg::UInt16 bit) {
-    osg::MFUInt16& mapping = *geometry->editMFIndexMapping();
+    osg::MFUInt16& mapping = *geometry->getMFIndexMapping();
     if (mapping.size() == 1)
         mapping[0] = static_cast<osg::UInt16>(mapping[0] | bit);
 }
@@ -74,7 +74,7 @@ void ktAmbientOcclusion::storeDirectToBakingData() {
         if (mode == LightAndShadows) {
             const osg::GeoTexCoords4fPtr bakingData = getBakingData(geometry, count);
             const osg::MFVec4f& source = *aoData->getFieldPtr();
-            osg::MFVec4f& target = *bakingData->editFieldPtr();
+            osg::MFVec4f& target = *bakingData->getFieldPtr();
             const bool shared = &source == &target;
             for (osg::UInt32 i = 0; i < count; ++i) {
                 if (!shared)
@@ -105,7 +105,7 @@ void ktAmbientOcclusion::addIndirectToBakingData() {
             continue;
         const osg::GeoTexCoords4fPtr bakingData = getBakingData(geometry, count);
         const osg::MFVec4f& source = *aoData->getFieldPtr();
-        osg::MFVec4f& target = *bakingData->editFieldPtr();
+        osg::MFVec4f& target = *bakingData->getFieldPtr();
         for (osg::UInt32 i = 0; i < count; ++i)
             target[i] += source[i];
         announce(bakingData);
@@ -123,7 +123,7 @@ void ktAmbientOcclusion::clearBakingData(const osg::GeometryPtr& geometry, bool 
     if (positions == osg::NullFC)
         return;
     const osg::GeoTexCoords4fPtr aoData = getAOData(geometry, positions->size());
-    for (osg::Vec4f& value : *aoData->editFieldPtr()) {
+    for (osg::Vec4f& value : *aoData->getFieldPtr()) {
         if (clearDirect)
             value[3] = 0;
         else if (value[3] >= markerThreshold)

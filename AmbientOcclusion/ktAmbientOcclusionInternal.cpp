@@ -41,7 +41,7 @@ osg::GeoNormals3fPtr usableNormals(const osg::GeometryPtr& geometry, osg::UInt32
 }
 
 void zeroIndirectLight(const osg::GeoTexCoords4fPtr& results) {
-    for (osg::Vec4f& value : *results->editFieldPtr())
+    for (osg::Vec4f& value : *results->getFieldPtr())
         value.setValues(0, 0, 0, value[3]);
 }
 

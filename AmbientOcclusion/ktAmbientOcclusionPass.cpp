@@ -36,7 +36,7 @@ void ktAmbientOcclusion::tracePass(bool indirect, const std::function<void(const
         vertices.isIdentity = isIdentityMatrix(vertices.toWorld);
         vertices.positions = &(*positions->getFieldPtr())[0];
         vertices.normals = &(*normals->getFieldPtr())[0];
-        vertices.results = &(*aoData->editFieldPtr())[0];
+        vertices.results = &(*aoData->getFieldPtr())[0];
         numRays += vertices.count;
         trace(vertices);
         announce(aoData);

@@ -5,6 +5,7 @@
 #include "ktUndoStack.h"
 
 #include <initializer_list>
+#include <QMetaMethod>
 
 namespace {
 
@@ -125,8 +126,10 @@ void ktAmbientOcclusion::setMaterialColor(float r, float g, float b) {
     if (componentsEqual(r, materialColor[0]) && componentsEqual(g, materialColor[1]) &&
         componentsEqual(b, materialColor[2]))
         return;
-    pushChange(tr("Ambient Occlusion Material Color"), osg::Color3f(r, g, b), this,
-               "materialColorChanged(OSG::Color3f)", materialColor);
+    // The namespace's name in the signature depends on the scene graph.
+    const QByteArray signature = QMetaMethod::fromSignal(&ktAmbientOcclusion::materialColorChanged).methodSignature();
+    pushChange(tr("Ambient Occlusion Material Color"), osg::Color3f(r, g, b), this, signature.constData(),
+               materialColor);
 }
 
 void ktAmbientOcclusion::setSubdivideEnabled(bool enable) {

@@ -20,7 +20,7 @@ void copyValues(const osg::GeoTexCoords4fPtr& source, std::vector<osg::Vec4f>& t
 }
 
 void copyValues(const std::vector<osg::Vec4f>& source, const osg::GeoTexCoords4fPtr& target) {
-    osg::MFVec4f& values = *target->editFieldPtr();
+    osg::MFVec4f& values = *target->getFieldPtr();
     const std::size_t count = std::min<std::size_t>(source.size(), values.size());
     for (osg::UInt32 i = 0; i < count; ++i)
         values[i] = source[i];
@@ -48,7 +48,7 @@ void ktAmbientOcclusion::clearVertexColors(int lightMode) {
 
         if (lightMode == LightAndShadows) {
             const osg::GeoTexCoords4fPtr bakingData = getBakingData(geometry, count);
-            for (osg::Vec4f& value : *bakingData->editFieldPtr())
+            for (osg::Vec4f& value : *bakingData->getFieldPtr())
                 value.setValues(0, 0, 0, 0);
             announce(bakingData);
         } else if (geometry->getTexCoords5() != osg::NullFC &&

@@ -20,6 +20,8 @@ FieldContainer::~FieldContainer() {
     FieldContainerFactory::the()->unregisterContainer(_id);
 }
 
+void FieldContainer::onCreate(const FieldContainer*) {}
+
 void FieldContainer::onDestroy() {}
 
 void FieldContainer::changed(BitVector, UInt32) {}

@@ -36,7 +36,7 @@ public:
     virtual UInt32 getContainerSize() const = 0;
 
     /// Returns a new container of the same class. Copies plain fields, and shares the containers that fields point to
-    /// (each gets one more reference). The copy of a node has no parent, children or core.
+    /// (each gets one more reference). The copy of a node has no parent and no children.
     virtual FieldContainerPtr shallowCopy() const = 0;
 
     /// Called after an edit of the fields in whichField. Derived classes update what depends on them.
@@ -50,6 +50,10 @@ protected:
     FieldContainer(const FieldContainer& source);
     virtual ~FieldContainer();
 
+    /// Called when the container is complete; source is what it was copied from, or null. A class that does something
+    /// here has an onCreate() with a pointer to its own class, which calls that of its base class first. OpenSG 1.8
+    /// constructs a container once per aspect but calls onCreate() and onDestroy() once.
+    void onCreate(const FieldContainer* source = nullptr);
     /// Called before the destructor, while the object is still complete.
     virtual void onDestroy();
 
@@ -59,11 +63,13 @@ protected:
     static void newPtr(PtrT& result) {
         result = PtrT(new typename PtrT::StoredObjectType());
         created(result);
+        result->onCreate();
     }
     template <class PtrT>
     static void newPtr(PtrT& result, const typename PtrT::StoredObjectType* prototype) {
         result = PtrT(new typename PtrT::StoredObjectType(*prototype));
         created(result);
+        result->onCreate(prototype);
     }
 
     static FieldContainerType _type;

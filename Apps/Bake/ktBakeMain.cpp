@@ -25,6 +25,7 @@
 #include <iostream>
 #include <langinfo.h>
 #include <new>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <QCoreApplication>
 #include <string>
 #include <unistd.h>
@@ -100,6 +101,7 @@ static int run(int argc, char** argv, const ktBakeLauncher& launcher) {
     // Qt takes the user's locale, whose numbers may have a decimal comma. NOLINTNEXTLINE(concurrency-mt-unsafe)
     std::setlocale(LC_NUMERIC, "C");
     QCoreApplication::setApplicationName("ktbake");
+    osg::osgInit(argc, argv);
     int exitCode = ktBakeExit::failed;
     ktBakeOptions options;
     try {

@@ -43,7 +43,7 @@ std::vector<Part> collect(const osg::NodePtr& root) {
             for (double& value : part.positions.back())
                 value = std::isfinite(value) ? value : 0;
         }
-        for (osg::TriangleIterator triangle(use.geometry); !triangle.isAtEnd(); ++triangle)
+        for (osg::TriangleIterator triangle = use.geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle)
             for (int corner = 0; corner < 3; ++corner)
                 part.indices.push_back(static_cast<Index>(triangle.getPositionIndex(corner)));
         if (!part.indices.empty())

@@ -87,7 +87,7 @@ ktQualityMesh makeMesh(const ktGeometryInstance& use, const std::vector<float>& 
         for (const double value : world)
             vertexNormals.push_back(length > 0 ? static_cast<float>(value / length) : 0.0f);
     }
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle) {
+    for (osg::TriangleIterator triangle = geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle) {
         std::uint32_t corners[3];
         bool isWhole = true;
         for (int i = 0; i < 3; ++i) {

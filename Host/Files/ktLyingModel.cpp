@@ -27,7 +27,7 @@ void forEachTriangle(const osg::NodePtr& root, const Visit& visit) {
         if (osg::UShadowMaterialPtr::dcast(instance.geometry->getMaterial()) != osg::NullFC ||
             instance.geometry->getPositions() == osg::NullFC)
             return true;
-        for (osg::TriangleIterator triangle(instance.geometry); !triangle.isAtEnd(); ++triangle) {
+        for (osg::TriangleIterator triangle = instance.geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle) {
             std::array<Point, 3> corners;
             bool isFinite = true;
             for (osg::UInt32 c = 0; c < 3; ++c) {

@@ -5,8 +5,10 @@
 #include "ktHostExport.h"
 
 #include <OpenSG/OSGAttachment.h>
+#include <OpenSG/OSGFieldAccessMacros.h>
 #include <OpenSG/OSGSFBaseTypes.h>
 #include <OpenSG/OSGSFSysTypes.h>
+#include <type_traits>
 
 OSG_BEGIN_NAMESPACE
 
@@ -47,8 +49,12 @@ protected:
     AmbientOcclusionSettingsAttachment(const AmbientOcclusionSettingsAttachment& source);
     ~AmbientOcclusionSettingsAttachment() override;
 
+    // Of OpenSG's fields of bool, only SFBool works.
+    template <class ValueT>
+    using FieldOf = std::conditional_t<std::is_same_v<ValueT, bool>, SFBool, SField<ValueT>>;
+
 #define KT_FIELD(Row, member)                                                                                          \
-    SField<ktAmbientOcclusionSettings::Row::Field> _sf##Row{                                                           \
+    FieldOf<ktAmbientOcclusionSettings::Row::Field> _sf##Row{                                                          \
         static_cast<ktAmbientOcclusionSettings::Row::Field>(ktAmbientOcclusionSettings::Row::initial)};
     KT_AMBIENT_OCCLUSION_SETTINGS(KT_FIELD)
 #undef KT_FIELD

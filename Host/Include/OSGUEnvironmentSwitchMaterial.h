@@ -4,7 +4,9 @@
 #include "ktHostExport.h"
 #include "OSGUEnvironmentMaterial.h"
 
-#include <OpenSG/OSGMField.h>
+#include <OpenSG/OSGFieldAccessMacros.h>
+#include <OpenSG/OSGMFFieldContainerPtr.h>
+#include <OpenSG/OSGSFSysTypes.h>
 
 OSG_BEGIN_NAMESPACE
 
@@ -37,7 +39,9 @@ public:
     void subEnvironment(UInt32 index);
     UInt32 getNEnvironments() const { return _mfEnvironments.getSize(); }
     /// `index` must be below getNEnvironments().
-    UEnvironmentMaterialPtr getEnvironment(UInt32 index) const { return _mfEnvironments[index]; }
+    UEnvironmentMaterialPtr getEnvironment(UInt32 index) const {
+        return UEnvironmentMaterialPtr::dcast(_mfEnvironments[index]);
+    }
     /// The environment shown, or null.
     UEnvironmentMaterialPtr getChosenEnvironment() const;
 
@@ -49,7 +53,11 @@ protected:
     UEnvironmentSwitchMaterial(const UEnvironmentSwitchMaterial& source);
     ~UEnvironmentSwitchMaterial() override;
 
-    MField<UEnvironmentMaterialPtr> _mfEnvironments;
+    // Reference the environments. A container may be copied once per thread, so constructors cannot.
+    void onCreate(const UEnvironmentSwitchMaterial* source = nullptr);
+    void onDestroy() override;
+
+    MFFieldContainerPtr _mfEnvironments;
     SFInt32 _sfChoice;
 
     static FieldContainerType _type;

@@ -4,6 +4,7 @@
 #include "ktHostExport.h"
 
 #include <OpenSG/OSGChunkMaterial.h>
+#include <OpenSG/OSGFieldAccessMacros.h>
 #include <OpenSG/OSGSFSysTypes.h>
 
 OSG_BEGIN_NAMESPACE

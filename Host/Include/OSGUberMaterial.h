@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <OpenSG/OSGChunkMaterial.h>
+#include <OpenSG/OSGFieldAccessMacros.h>
 #include <OpenSG/OSGSFBaseTypes.h>
 #include <OpenSG/OSGSFSysTypes.h>
 #include <OpenSG/OSGVector.h>

@@ -5,6 +5,7 @@
 #include <OpenSG/OSGGeoFunctions.h>
 #include <OpenSG/OSGSwitch.h>
 #include <OpenSG/OSGTriangleIterator.h>
+#include <OpenSG/OSGWorldMatrices.h>
 #include <vector>
 
 namespace {
@@ -43,7 +44,7 @@ void ktForEachGeometryInstance(const osg::NodePtr& root, ktInstances which,
         frame.node = node;
         frame.toWorld = parentToWorld;
         if (node->getCore() != osg::NullFC)
-            node->getCore()->accumulateMatrix(frame.toWorld);
+            osg::CoreMatrix::accumulate(*node->getCore(), frame.toWorld);
         chooseChildren(frame, which);
         const auto geometry = osg::GeometryPtr::dcast(node->getCore());
         const bool goesOn = geometry == osg::NullFC || visit({node, geometry, frame.toWorld});
@@ -82,7 +83,7 @@ bool ktHasNoTriangles(const std::vector<osg::NodePtr>& nodes) {
 
 std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry) {
     bool hasStrips = false;
-    for (osg::PrimitiveIterator primitive(geometry); !primitive.isAtEnd(); ++primitive)
+    for (osg::PrimitiveIterator primitive = geometry->beginPrimitives(); !primitive.isAtEnd(); ++primitive)
         hasStrips = hasStrips || primitive.getType() == GL_TRIANGLE_STRIP || primitive.getType() == GL_QUAD_STRIP;
     if (!hasStrips) {
         osg::UInt32 triangles = 0, lines = 0, points = 0;
@@ -91,7 +92,7 @@ std::uint64_t ktCountTriangles(const osg::GeometryPtr& geometry) {
     }
     // Those that only connect parts of a strip do not count.
     std::uint64_t count = 0;
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+    for (osg::TriangleIterator triangle = geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle)
         ++count;
     return count;
 }

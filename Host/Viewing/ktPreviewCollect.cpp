@@ -61,7 +61,7 @@ private:
 
     void addTriangles(ktPreviewMesh& mesh, const ktGeometryInstance& instance) const {
         const bool isMirrored = instance.toWorld.det3() < 0;
-        for (osg::TriangleIterator triangle(instance.geometry); !triangle.isAtEnd(); ++triangle) {
+        for (osg::TriangleIterator triangle = instance.geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle) {
             std::uint32_t corners[3];
             bool isWhole = true;
             for (int corner = 0; corner < 3; ++corner) {

@@ -26,7 +26,7 @@ protected:
     void addMapping(const std::vector<osg::UInt16>& entries) {
         osg::beginEditCP(geometry);
         for (osg::UInt16 entry : entries)
-            geometry->editMFIndexMapping()->push_back(entry);
+            geometry->getMFIndexMapping()->push_back(entry);
         osg::endEditCP(geometry);
     }
     osg::UInt16 mapping(osg::UInt32 i) { return (*geometry->getMFIndexMapping())[i]; }

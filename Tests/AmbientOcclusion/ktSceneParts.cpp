@@ -117,7 +117,7 @@ osg::GeoTexCoords4fPtr makeChannel(const std::vector<osg::Vec4f>& values) {
     const osg::GeoTexCoords4fPtr channel = osg::GeoTexCoords4f::create();
     osg::beginEditCP(channel);
     for (const osg::Vec4f& value : values)
-        channel->editFieldPtr()->push_back(value);
+        channel->getFieldPtr()->push_back(value);
     osg::endEditCP(channel);
     return channel;
 }
@@ -174,7 +174,7 @@ void makeMultiIndexed(const osg::GeometryPtr& geometry) {
     osg::endEditCP(indices);
     osg::beginEditCP(geometry);
     geometry->setIndices(indices);
-    geometry->editMFIndexMapping()->push_back(osg::Geometry::MapPosition);
-    geometry->editMFIndexMapping()->push_back(osg::Geometry::MapNormal);
+    geometry->getMFIndexMapping()->push_back(osg::Geometry::MapPosition);
+    geometry->getMFIndexMapping()->push_back(osg::Geometry::MapNormal);
     osg::endEditCP(geometry);
 }

@@ -247,15 +247,15 @@ TEST_F(PartOrientation, GivenRefinedGeometry_IsWrittenAsItWasRead) {
     const auto a = static_cast<osg::UInt32>(triangles[1]), b = static_cast<osg::UInt32>(triangles[2]);
     osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
     osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
-    positions->editField().push_back(positions->getField()[a] +
-                                     (positions->getField()[b] - positions->getField()[a]) * 0.5f);
-    normals->editField().push_back(normals->getField()[a] + normals->getField()[b]);
+    positions->getField().push_back(positions->getField()[a] +
+                                    (positions->getField()[b] - positions->getField()[a]) * 0.5f);
+    normals->getField().push_back(normals->getField()[a] + normals->getField()[b]);
     const osg::GeoIndicesUI32Ptr indices = osg::GeoIndicesUI32::create();
     for (const osg::UInt32 index : {static_cast<osg::UInt32>(triangles[0]), a, osg::UInt32(8),
                                     static_cast<osg::UInt32>(triangles[0]), osg::UInt32(8), b})
-        indices->editField().push_back(index);
+        indices->getField().push_back(index);
     for (std::size_t i = 3; i < triangles.size(); ++i)
-        indices->editField().push_back(static_cast<osg::UInt32>(triangles[i]));
+        indices->getField().push_back(static_cast<osg::UInt32>(triangles[i]));
     geometry->setIndices(indices);
     geometry->getLengths()->setValue(39, 0);
     ASSERT_EQ(outwardOf(geometry), (Outward{13, 9}));

@@ -16,7 +16,7 @@ namespace {
 // every property.
 template <class PropertyPtr>
 void addMiddle(const PropertyPtr& property) {
-    auto& field = property->editField();
+    auto& field = property->getField();
     auto middle = field[0];
     // NOLINTNEXTLINE(bugprone-sizeof-expression): the element is one float or several
     const std::size_t width = sizeof middle / sizeof(float);
@@ -56,7 +56,7 @@ void refine(const osg::GeometryPtr& geometry) {
     const auto middle = static_cast<osg::UInt32>(geometry->getPositions()->size() - 1);
     const osg::GeoIndicesUI32Ptr indices = osg::GeoIndicesUI32::create();
     for (const osg::UInt32 index : {0u, middle, 2u, middle, 1u, 2u})
-        indices->editField().push_back(index);
+        indices->getField().push_back(index);
     geometry->setIndices(indices);
     geometry->getLengths()->setValue(6, 0);
     geometry->getTypes()->setValue(GL_TRIANGLES, 0);

@@ -97,7 +97,7 @@ std::vector<osg::Vec4f> ktChannelOf(const osg::GeometryPtr& geometry, int channe
 void ktSetChannel(const osg::GeometryPtr& geometry, int channel, const std::vector<osg::Vec4f>& values) {
     const osg::GeoTexCoords4fPtr property = osg::GeoTexCoords4f::create();
     for (const osg::Vec4f& value : values)
-        property->editField().push_back(value);
+        property->getField().push_back(value);
     if (channel == 5)
         geometry->setTexCoords5(property);
     else

@@ -97,7 +97,7 @@ TEST(Geometry, GivenAllChannels_KeepsThemApart) {
 TEST(Geometry, GivenIndexMapping_FindsTheEntryOfAProperty) {
     const GeometryRefPtr geometry(Geometry::create());
     geometry->getMFIndexMapping()->push_back(Geometry::MapPosition | Geometry::MapTexCoords7);
-    geometry->editMFIndexMapping()->push_back(Geometry::MapNormal);
+    geometry->getMFIndexMapping()->push_back(Geometry::MapNormal);
     EXPECT_EQ(0, geometry->calcMappingIndex(Geometry::MapPosition));
     EXPECT_EQ(0, geometry->calcMappingIndex(Geometry::MapTexCoords7));
     EXPECT_EQ(1, geometry->calcMappingIndex(Geometry::MapNormal));

@@ -94,8 +94,8 @@ TEST(GeometryView, GivenMixedPrimitives_AgreesWithTheTriangleIterator) {
 
 TEST(GeometryView, GivenSeveralIndicesPerVertex_TakesThePositionIndex) {
     const auto geometry = makeGeometry({{GL_TRIANGLES, 3}}, 9, {0, 5, 1, 6, 2, 7});
-    geometry->editMFIndexMapping()->push_back(osg::Geometry::MapNormal);
-    geometry->editMFIndexMapping()->push_back(osg::Geometry::MapPosition);
+    geometry->getMFIndexMapping()->push_back(osg::Geometry::MapNormal);
+    geometry->getMFIndexMapping()->push_back(osg::Geometry::MapPosition);
     EXPECT_THAT(read(geometry), ElementsAre(5, 6, 7));
     EXPECT_EQ(read(geometry), iterate(geometry));
 }

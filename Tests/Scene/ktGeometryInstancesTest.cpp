@@ -17,7 +17,7 @@ class GeometryInstances : public ktSceneFixture {
 protected:
     static osg::TransformPtr makeTranslation(float x, float y, float z) {
         const osg::TransformPtr transform = osg::Transform::create();
-        transform->editMatrix().setTranslate(x, y, z);
+        transform->getMatrix().setTranslate(x, y, z);
         return transform;
     }
     static std::vector<osg::NodePtr> nodesBelow(const osg::NodePtr& start, ktInstances which) {

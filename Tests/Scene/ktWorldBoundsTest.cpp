@@ -24,7 +24,7 @@ TEST_F(WorldBounds, GivenNoVertices_IsEmptyWithDiagonalZero) {
 
 TEST_F(WorldBounds, GivenScaledAndMovedGeometry_IsInWorldUnits) {
     const osg::TransformPtr transform = osg::Transform::create();
-    transform->editMatrix().setTransform(osg::Vec3f(100, 0, 0), osg::Quaternion(), osg::Vec3f(1000, 1000, 1000));
+    transform->getMatrix().setTransform(osg::Vec3f(100, 0, 0), osg::Quaternion(), osg::Vec3f(1000, 1000, 1000));
     const osg::NodePtr scaled = addNode(root, "scaled", transform);
     const osg::NodePtr body =
         addNode(scaled, "body", makeGeometry({osg::Pnt3f(-1, 0, 0), osg::Pnt3f(2, 4, 0), osg::Pnt3f(0, 2, 12)}));

@@ -9,6 +9,7 @@
 
 #include <clocale>
 #include <cstdio>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QIcon>
@@ -77,6 +78,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     QApplication application(argc, argv);
+    osg::osgInit(argc, argv);
     // Qt takes the user's locale, whose numbers may have a decimal comma. NOLINTNEXTLINE(concurrency-mt-unsafe)
     std::setlocale(LC_NUMERIC, "C");
     QApplication::setDesktopFileName("ktstudio");

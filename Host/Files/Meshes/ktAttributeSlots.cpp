@@ -15,7 +15,7 @@ osg::GeoTexCoordsPtr make(const std::vector<float>& values) {
     osg::beginEditCP(property);
     property->resize(values.size() * sizeof(float) / sizeof(Stored));
     if (!values.empty())
-        std::memcpy(property->editData(), values.data(), values.size() * sizeof(float));
+        std::memcpy(property->getData(), values.data(), values.size() * sizeof(float));
     osg::endEditCP(property);
     return property;
 }

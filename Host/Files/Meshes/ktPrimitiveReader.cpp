@@ -25,7 +25,7 @@ PropertyPtr fill(const std::vector<Value>& values) {
     osg::beginEditCP(property);
     property->resize(values.size() * sizeof(Value) / sizeof(typename Property::StoredFieldType::StoredType));
     if (!values.empty())
-        std::memcpy(property->editData(), values.data(), values.size() * sizeof(Value));
+        std::memcpy(property->getData(), values.data(), values.size() * sizeof(Value));
     osg::endEditCP(property);
     return property;
 }

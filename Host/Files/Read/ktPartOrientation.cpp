@@ -62,7 +62,7 @@ struct Sphere {
 
 std::vector<std::uint32_t> trianglesOf(const osg::GeometryPtr& geometry) {
     std::vector<std::uint32_t> triangles;
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+    for (osg::TriangleIterator triangle = geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle)
         for (int corner = 0; corner < 3; ++corner)
             triangles.push_back(static_cast<std::uint32_t>(triangle.getPositionIndex(corner)));
     return triangles;
@@ -157,7 +157,7 @@ bool Correction::mayBeWrong(const Mesh& mesh) const {
             return true;
         const auto* n = reinterpret_cast<const float*>(normals->getData());
         const float* p = floatsOf(one.geometry->getPositions());
-        for (osg::TriangleIterator triangle(one.geometry); !triangle.isAtEnd(); ++triangle) {
+        for (osg::TriangleIterator triangle = one.geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle) {
             const float* at[3];
             double sum[3] = {};
             for (int corner = 0; corner < 3; ++corner) {

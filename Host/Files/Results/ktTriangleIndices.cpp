@@ -15,7 +15,7 @@ std::vector<std::uint8_t> ktTurnedVertices(const ktPrimitiveLink& link) {
     const osg::GeometryPtr geometry = link.geometry;
     turned.resize(geometry->getPositions()->size(), 0);
     ktVertexSets parts(turned.size());
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+    for (osg::TriangleIterator triangle = geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle)
         for (int corner = 1; corner < 3; ++corner)
             parts.join(static_cast<std::uint32_t>(triangle.getPositionIndex(0)),
                        static_cast<std::uint32_t>(triangle.getPositionIndex(corner)));
@@ -28,7 +28,7 @@ std::size_t ktAddTriangleIndices(ktGltfStore& store, const ktPrimitiveLink& link
     const int indexTarget = 34963;
     const osg::GeometryPtr geometry = link.geometry;
     std::vector<std::uint32_t> indices;
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+    for (osg::TriangleIterator triangle = geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle)
         for (int corner = 0; corner < 3; ++corner)
             indices.push_back(static_cast<std::uint32_t>(triangle.getPositionIndex(corner)));
     const std::vector<std::uint8_t> turned = ktTurnedVertices(link);

@@ -50,7 +50,7 @@ void extend(const PropertyPtr& property, std::size_t oldCount, const Parents& pa
         return;
     beginEditCP(property);
     property->resize(oldCount + parents.size());
-    osg::UInt8* const data = property->editData();
+    osg::UInt8* const data = property->getData();
     const std::size_t dimension = property->getDimension();
     switch (property->getFormat()) {
     case GL_FLOAT:
@@ -94,7 +94,7 @@ void setTriangles(const osg::GeometryPtr& geometry, const std::vector<std::uint3
     endEditCP(lengths);
     beginEditCP(indices);
     indices->getField().resize(triangles.size());
-    std::memcpy(indices->editData(), triangles.data(), triangles.size() * sizeof(osg::UInt32));
+    std::memcpy(indices->getData(), triangles.data(), triangles.size() * sizeof(osg::UInt32));
     endEditCP(indices);
     geometry->setTypes(types);
     geometry->setLengths(lengths);

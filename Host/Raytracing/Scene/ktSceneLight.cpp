@@ -24,7 +24,7 @@ bool readColor(const osg::Color4f& source, float* color) {
 
 bool readAxis(const osg::Matrix& toWorld, const osg::Vec3f& direction, double* axis) {
     osg::Vec3f turned;
-    toWorld.mult3x3(direction, turned);
+    toWorld.multMatrixVec(direction, turned);
     const double length = std::hypot(std::hypot(double(turned[0]), double(turned[1])), double(turned[2]));
     if (!(length > 0.0) || !std::isfinite(length))
         return false;

@@ -186,7 +186,7 @@ void ktEarlierResults::giveBack(const Entry& entry) const {
         if (values == osg::NullFC || isEqual(*values->getFieldPtr(), channel.values))
             return;
         osg::beginEditCP(values);
-        osg::MFVec4f& field = *values->editFieldPtr();
+        osg::MFVec4f& field = *values->getFieldPtr();
         field.resize(static_cast<osg::UInt32>(channel.values.size()));
         std::copy(channel.values.begin(), channel.values.end(), field.begin());
         osg::endEditCP(values);
@@ -196,7 +196,7 @@ void ktEarlierResults::giveBack(const Entry& entry) const {
     osg::beginEditCP(geometry);
     geometry->setTexCoords7(entry.shadows.property.get());
     geometry->setTexCoords5(entry.bakedLight.property.get());
-    osg::MFUInt16& mapping = *geometry->editMFIndexMapping();
+    osg::MFUInt16& mapping = *geometry->getMFIndexMapping();
     if (mapping.size() == entry.indexMapping.size())
         std::copy(entry.indexMapping.begin(), entry.indexMapping.end(), mapping.begin());
     osg::endEditCP(geometry);

@@ -3,6 +3,7 @@
 #include "ktSharedVertices.h"
 
 #include <OpenSG/OSGAttachment.h>
+#include <OpenSG/OSGFieldAccessMacros.h>
 #include <OpenSG/OSGMFSysTypes.h>
 
 OSG_BEGIN_NAMESPACE
@@ -58,7 +59,7 @@ void ktSetSharedVertices(const osg::GeometryPtr& geometry, const std::vector<std
     const Shared::Ptr shared = Shared::create();
     osg::beginEditCP(shared, Shared::ValuesFieldMask);
     for (const std::uint32_t value : values)
-        shared->editMFValues()->push_back(value);
+        shared->getMFValues()->push_back(value);
     osg::endEditCP(shared, Shared::ValuesFieldMask);
     osg::beginEditCP(geometry, osg::Geometry::AttachmentsFieldMask);
     geometry->addAttachment(shared);

@@ -18,21 +18,24 @@ OSG_FIELD_MASK_DEF(NodeMarksAttachment, GeometryComponentField)
 OSG_FIELD_MASK_DEF(NodeMarksAttachment, RayFileLightField)
 
 NodeMarksAttachment::NodeMarksAttachment()
-    : _sfLocked(false), _sfVertexAnimation(false), _sfGeometryComponent(false), _sfRayFileLight(false) {
-    ++livingCount;
-    ++generation;
-}
+    : _sfLocked(false), _sfVertexAnimation(false), _sfGeometryComponent(false), _sfRayFileLight(false) {}
 
 NodeMarksAttachment::NodeMarksAttachment(const NodeMarksAttachment& source)
     : Inherited(source), _sfLocked(source._sfLocked), _sfVertexAnimation(source._sfVertexAnimation),
-      _sfGeometryComponent(source._sfGeometryComponent), _sfRayFileLight(source._sfRayFileLight) {
+      _sfGeometryComponent(source._sfGeometryComponent), _sfRayFileLight(source._sfRayFileLight) {}
+
+NodeMarksAttachment::~NodeMarksAttachment() = default;
+
+void NodeMarksAttachment::onCreate(const NodeMarksAttachment* source) {
+    Inherited::onCreate(source);
     ++livingCount;
     ++generation;
 }
 
-NodeMarksAttachment::~NodeMarksAttachment() {
+void NodeMarksAttachment::onDestroy() {
     --livingCount;
     ++generation;
+    Inherited::onDestroy();
 }
 
 void NodeMarksAttachment::changed(BitVector whichField, UInt32 origin) {

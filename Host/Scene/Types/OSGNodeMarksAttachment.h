@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <OpenSG/OSGAttachment.h>
+#include <OpenSG/OSGFieldAccessMacros.h>
 #include <OpenSG/OSGSFSysTypes.h>
 
 OSG_BEGIN_NAMESPACE
@@ -54,6 +55,10 @@ protected:
     NodeMarksAttachment();
     NodeMarksAttachment(const NodeMarksAttachment& source);
     ~NodeMarksAttachment() override;
+
+    // Count the attachment. A container may be constructed once per thread, so constructors cannot.
+    void onCreate(const NodeMarksAttachment* source = nullptr);
+    void onDestroy() override;
 
     SFBool _sfLocked;
     SFBool _sfVertexAnimation;

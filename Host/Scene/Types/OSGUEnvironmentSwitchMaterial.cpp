@@ -15,14 +15,19 @@ OSG_FIELD_MASK_DEF(UEnvironmentSwitchMaterial, ChoiceField)
 UEnvironmentSwitchMaterial::UEnvironmentSwitchMaterial() : _sfChoice(0) {}
 
 UEnvironmentSwitchMaterial::UEnvironmentSwitchMaterial(const UEnvironmentSwitchMaterial& source)
-    : Inherited(source), _mfEnvironments(source._mfEnvironments), _sfChoice(source._sfChoice) {
-    for (const UEnvironmentMaterialPtr& environment : _mfEnvironments)
-        addRefCP(environment);
+    : Inherited(source), _mfEnvironments(source._mfEnvironments), _sfChoice(source._sfChoice) {}
+UEnvironmentSwitchMaterial::~UEnvironmentSwitchMaterial() = default;
+
+void UEnvironmentSwitchMaterial::onCreate(const UEnvironmentSwitchMaterial* source) {
+    Inherited::onCreate(source);
+    for (UInt32 i = 0; i < getNEnvironments(); ++i)
+        addRefCP(_mfEnvironments[i]);
 }
 
-UEnvironmentSwitchMaterial::~UEnvironmentSwitchMaterial() {
-    for (const UEnvironmentMaterialPtr& environment : _mfEnvironments)
-        subRefCP(environment);
+void UEnvironmentSwitchMaterial::onDestroy() {
+    for (UInt32 i = 0; i < getNEnvironments(); ++i)
+        subRefCP(_mfEnvironments[i]);
+    Inherited::onDestroy();
 }
 
 void UEnvironmentSwitchMaterial::addEnvironment(const UEnvironmentMaterialPtr& environment) {
@@ -35,7 +40,7 @@ void UEnvironmentSwitchMaterial::addEnvironment(const UEnvironmentMaterialPtr& e
 void UEnvironmentSwitchMaterial::subEnvironment(UInt32 index) {
     if (index >= getNEnvironments())
         return;
-    const UEnvironmentMaterialPtr environment = _mfEnvironments[index];
+    const UEnvironmentMaterialPtr environment = getEnvironment(index);
     _mfEnvironments.erase(_mfEnvironments.begin() + index);
     subRefCP(environment);
 }
@@ -44,7 +49,7 @@ UEnvironmentMaterialPtr UEnvironmentSwitchMaterial::getChosenEnvironment() const
     const Int32 choice = getChoice();
     if (choice < 0 || static_cast<UInt32>(choice) >= getNEnvironments())
         return NullFC;
-    return _mfEnvironments[static_cast<UInt32>(choice)];
+    return getEnvironment(static_cast<UInt32>(choice));
 }
 
 bool UEnvironmentSwitchMaterial::isTransparent() const {

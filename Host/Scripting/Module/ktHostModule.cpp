@@ -19,6 +19,8 @@
 #include "ktScripting.h"
 
 #include <clocale>
+#include <OpenSG/OSGBaseFunctions.h>
+#include <OpenSG/OSGNode.h>
 #include <QCoreApplication>
 #include <QThread>
 #include <string>
@@ -62,6 +64,9 @@ void becomeApplication() {
         // Undo Qt's change: messages and files need a decimal point. NOLINTNEXTLINE(concurrency-mt-unsafe)
         std::setlocale(LC_NUMERIC, "C");
     }
+    // A real OpenSG must be started once, before the first container.
+    if (osg::Node::getClassType().getPrototype() == osg::NullFC)
+        osg::osgInit(0, nullptr);
     ktSuggestFitMode(ktFitMode::Surface);
     if (!ktScripting::isRunning())
         ktScripting::attach();

@@ -143,7 +143,7 @@ std::vector<float> readPositions(const osg::GeometryPtr& geometry) {
 
 std::vector<std::uint32_t> readTriangles(const osg::GeometryPtr& geometry) {
     std::vector<std::uint32_t> corners;
-    for (osg::TriangleIterator triangle(geometry); !triangle.isAtEnd(); ++triangle)
+    for (osg::TriangleIterator triangle = geometry->beginTriangles(); !triangle.isAtEnd(); ++triangle)
         for (int corner = 0; corner < 3; ++corner)
             corners.push_back(static_cast<std::uint32_t>(triangle.getPositionIndex(corner)));
     return corners;

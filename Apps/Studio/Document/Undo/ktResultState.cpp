@@ -37,7 +37,7 @@ void setBytes(const PropertyPtr& property, std::size_t first, const Bytes& bytes
     const std::size_t size = elementSize(property);
     property->resize(first + bytes.size() / size);
     if (!bytes.empty())
-        std::memcpy(property->editData() + first * size, bytes.data(), bytes.size());
+        std::memcpy(property->getData() + first * size, bytes.data(), bytes.size());
     osg::endEditCP(property);
 }
 
@@ -183,7 +183,7 @@ void ktResultState::swap(Entry& entry) {
     geometry->setTypes(entry.types.get());
     geometry->setLengths(entry.lengths.get());
     geometry->setIndices(entry.indices.get());
-    osg::MFUInt16& mapping = *geometry->editMFIndexMapping();
+    osg::MFUInt16& mapping = *geometry->getMFIndexMapping();
     mapping.resize(static_cast<osg::UInt32>(entry.indexMapping.size()));
     std::copy(entry.indexMapping.begin(), entry.indexMapping.end(), mapping.begin());
     osg::endEditCP(geometry);
