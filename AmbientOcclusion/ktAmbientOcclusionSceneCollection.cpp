@@ -18,16 +18,43 @@ using namespace ktAmbientOcclusionInternal;
 
 namespace {
 
+// The child that a switch selects; null for other nodes, and if the choice is not a child.
+osg::NodePtr chosenChild(const osg::NodePtr& node) {
+    const osg::SwitchPtr switchCore = node == osg::NullFC ? osg::SwitchPtr() : osg::SwitchPtr::dcast(node->getCore());
+    if (switchCore == osg::NullFC)
+        return osg::NullFC;
+    const osg::Int32 choice = switchCore->getChoice();
+    const bool isChild = choice >= 0 && static_cast<osg::UInt32>(choice) < node->getNChildren();
+    return isChild ? node->getChild(static_cast<osg::UInt32>(choice)) : osg::NodePtr();
+}
+
+// Calls `collect` for a node below `root`, unless a switch above it hides it. Switches that select a child are passed
+// through: if each began a traversal of its own, deeply nested ones would overflow the stack.
+template <class Collect>
+osg::Action::ResultE enterUnlessHidden(const osg::NodePtr& node, const osg::NodePtr& root, Collect collect) {
+    if (node != root) {
+        const osg::NodePtr chosen = chosenChild(node->getParent());
+        if (chosen != osg::NullFC && node != chosen)
+            return osg::Action::Skip;
+    }
+    if (chosenChild(node) != osg::NullFC)
+        return isHidden(node) ? osg::Action::Skip : osg::Action::Continue;
+    return collect();
+}
+
 // Passes the lists to the traversal's callbacks, which take only a node.
 struct GeometryCollector {
     ktAmbientOcclusion* controller;
     std::vector<osg::NodePtr>* nodes;
     std::set<osg::GeometryPtr>* collectedCores;
+    osg::NodePtr root;
 
     osg::Action::ResultE enter(osg::NodePtr& node) {
-        return controller->getGeometryNodes(node, *nodes, *collectedCores);
+        return enterUnlessHidden(node, root,
+                                 [&] { return controller->getGeometryNodes(node, *nodes, *collectedCores); });
     }
-    void traverse(const osg::NodePtr& root) {
+    void traverse(const osg::NodePtr& newRoot) {
+        root = newRoot;
         osg::traverse(root,
                       osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, GeometryCollector, osg::NodePtr>(
                           this, &GeometryCollector::enter));
@@ -36,9 +63,13 @@ struct GeometryCollector {
 
 struct VisibleCollector {
     ktAmbientOcclusion* controller;
+    osg::NodePtr root;
 
-    osg::Action::ResultE enter(osg::NodePtr& node) { return controller->getVisibleNodes(node); }
-    void traverse(const osg::NodePtr& root) {
+    osg::Action::ResultE enter(osg::NodePtr& node) {
+        return enterUnlessHidden(node, root, [&] { return controller->getVisibleNodes(node); });
+    }
+    void traverse(const osg::NodePtr& newRoot) {
+        root = newRoot;
         osg::traverse(root,
                       osg::osgTypedMethodFunctor1ObjPtrCPtrRef<osg::Action::ResultE, VisibleCollector, osg::NodePtr>(
                           this, &VisibleCollector::enter));
@@ -104,7 +135,7 @@ osg::NodePtr ktAmbientOcclusion::buildGeometryNodeList(const std::vector<ktNodeP
     osg::endEditCP(workingRoot, osg::Node::CoreFieldMask | osg::Node::ChildrenFieldMask);
 
     std::set<osg::GeometryPtr> collectedCores;
-    GeometryCollector{this, &nodes, &collectedCores}.traverse(workingRoot);
+    GeometryCollector{this, &nodes, &collectedCores, {}}.traverse(workingRoot);
     return workingRoot;
 }
 
@@ -113,7 +144,7 @@ void ktAmbientOcclusion::buildVisibleNodeList() {
     visibleLightNodes.clear();
     const osg::NodePtr root = ktScenegraph::getRootNode();
     if (root != osg::NullFC)
-        VisibleCollector{this}.traverse(root);
+        VisibleCollector{this, {}}.traverse(root);
 }
 
 osg::Action::ResultE ktAmbientOcclusion::getGeometryNodes(const osg::NodePtr& node, std::vector<osg::NodePtr>& nodes,
@@ -126,7 +157,7 @@ osg::Action::ResultE ktAmbientOcclusion::getGeometryNodes(const osg::NodePtr& no
     const osg::SwitchPtr switchCore = osg::SwitchPtr::dcast(node->getCore());
     if (switchCore != osg::NullFC) {
         const osg::Int32 choice = switchCore->getChoice();
-        if (enterChoice(node, choice, GeometryCollector{this, &nodes, &collectedCores}))
+        if (enterChoice(node, choice, GeometryCollector{this, &nodes, &collectedCores, {}}))
             return osg::Action::Skip;
         // A choice that is not a child enters all children, unlike in the visible scene.
         return choice == osg::Switch::NONE ? osg::Action::Skip : osg::Action::Continue;
@@ -163,7 +194,7 @@ osg::Action::ResultE ktAmbientOcclusion::getVisibleNodes(const osg::NodePtr& nod
     const osg::SwitchPtr switchCore = osg::SwitchPtr::dcast(node->getCore());
     if (switchCore != osg::NullFC) {
         const osg::Int32 choice = switchCore->getChoice();
-        if (enterChoice(node, choice, VisibleCollector{this}))
+        if (enterChoice(node, choice, VisibleCollector{this, {}}))
             return osg::Action::Skip;
         return choice == osg::Switch::ALL ? osg::Action::Continue : osg::Action::Skip;
     }

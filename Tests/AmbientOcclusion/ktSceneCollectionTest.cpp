@@ -55,6 +55,13 @@ class VisibleList : public Collection {};
 class RealMaterial : public Collection {};
 class NodeOrder : public Collection {};
 
+// So many levels that recursion once per level would overflow the stack.
+osg::NodePtr makeNestedSwitches(osg::NodePtr node) {
+    for (int level = 0; level < 60000; ++level)
+        node = makeSwitch(0, {node});
+    return node;
+}
+
 osg::MaterialPtr transparentMaterial() {
     const osg::UberMaterialPtr material = osg::UberMaterial::create();
     osg::beginEditCP(material);
@@ -147,6 +154,12 @@ TEST_F(GeometryList, GivenSwitchInsideSwitch_SharesTheCollectedCores) {
     const osg::NodePtr again = makeNode(a->getCore());
     const osg::NodePtr outer = add(makeSwitch(0, {makeGroup("g", {a, makeSwitch(0, {again}), makeGeometryNode("b")})}));
     EXPECT_EQ(collect({outer}), "a b");
+}
+
+TEST_F(GeometryList, GivenDeeplyNestedSwitches_FollowsThem) {
+    const osg::NodePtr nested = makeNestedSwitches(makeGeometryNode("a"));
+    const osg::NodePtr outer = add(makeSwitch(1, {makeGeometryNode("hidden"), makeGroup("g", {nested})}));
+    EXPECT_EQ(collect({outer}), "a");
 }
 
 TEST_F(GeometryList, GivenLockedGeometry_IsLeftOutButItsChildrenAreNot) {
@@ -281,6 +294,12 @@ TEST_F(VisibleList, GivenHiddenNode_IsSkippedWithItsSubtree) {
     hide(hidden);
     add(makeNode(osg::NullFC, {makeGeometryNode("b")}));
     EXPECT_EQ(visible(), "b");
+}
+
+TEST_F(VisibleList, GivenDeeplyNestedSwitches_FollowsThem) {
+    add(makeSwitch(1, {makeGeometryNode("hidden"), makeNestedSwitches(makeGeometryNode("a"))}));
+    add(makeGeometryNode("b"));
+    EXPECT_EQ(visible(), "a b");
 }
 
 TEST_F(VisibleList, GivenSwitch_FollowsItsChoiceAndSkipsOtherwise) {
