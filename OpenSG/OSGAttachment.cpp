@@ -9,8 +9,7 @@ OSG_BEGIN_NAMESPACE
 OSG_FIELD_MASK_DEF(Attachment, ParentsField)
 OSG_FIELD_MASK_DEF(Attachment, InternalField)
 
-FieldContainerType Attachment::_type("Attachment", "FieldContainer", nullptr,
-                                     []() -> FieldContainerPtr { return Attachment::createEmpty(); });
+FieldContainerType Attachment::_type("Attachment", "FieldContainer");
 
 OSG_FIELD_CONTAINER_DEF(Attachment, AttachmentPtr)
 

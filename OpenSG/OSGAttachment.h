@@ -27,6 +27,7 @@ public:
     static const BitVector ParentsFieldMask;
     static const BitVector InternalFieldMask;
 
+    /// create() returns null, because the class has no prototype: only derived classes can be created.
     OSG_FIELD_CONTAINER_DECL(AttachmentPtr)
 
     /// The containers that hold it, one entry per use. The order changes when a parent is removed.

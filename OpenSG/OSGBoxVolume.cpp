@@ -61,7 +61,7 @@ bool BoxVolume::intersect(const Pnt3f& point) const {
     if (isInfinite())
         return true;
     for (UInt32 i = 0; i < 3; ++i)
-        if (point[i] < _min[i] || point[i] > _max[i])
+        if (!(point[i] > _min[i] && point[i] < _max[i]))
             return false;
     return true;
 }

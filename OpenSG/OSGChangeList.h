@@ -11,9 +11,9 @@ OSG_BEGIN_NAMESPACE
 
 /// Records one thread's edits, references, creations and destructions of containers, in order.
 ///
-/// Each thread has one current list (Thread::getCurrentChangeList()). A list is read-only unless setReadWriteDefault()
-/// was called before the thread's first use of it, or setReadOnly(false) on it. Read-only lists record nothing, so that
-/// they take no memory in programs that do not use them.
+/// A thread has at most one current list (Thread::getCurrentChangeList()). A list is read-only unless
+/// setReadWriteDefault() was called before the thread's first use of it, or setReadOnly(false) on it. Read-only lists
+/// record nothing, so that they take no memory in programs that do not use them.
 class ChangeList {
 public:
     /// Container id and the fields that changed.

@@ -17,6 +17,9 @@ class ChunkMaterial : public Material {
 public:
     typedef ChunkMaterialPtr Ptr;
 
+    /// OpenSG 1.8 has two fields for drawing here. Their ids are kept, so that those of derived classes are the same.
+    enum { ChunksFieldId = Inherited::NextFieldId, SlotsFieldId = ChunksFieldId + 1, NextFieldId = SlotsFieldId + 1 };
+
     OSG_FIELD_CONTAINER_DECL(ChunkMaterialPtr)
 
     /// True if the transparency mode says so.

@@ -4,6 +4,8 @@
 
 #include "OSGBaseFunctions.h"
 
+#include <algorithm>
+#include <cmath>
 #include <ostream>
 
 OSG_BEGIN_NAMESPACE
@@ -92,6 +94,41 @@ private:
     }
 };
 
+namespace detail {
+
+/// A component between 0 and 1 as a value of the type, whose largest value stands for 1 if it is an integer.
+template <class ValueTypeT>
+inline ValueTypeT colorComponent(const Real32 fraction) {
+    if constexpr (TypeTraits<ValueTypeT>::getMin() == ValueTypeT(0))
+        return ValueTypeT(fraction * Real32(TypeTraits<ValueTypeT>::getMax()) + 0.5f);
+    else
+        return ValueTypeT(fraction);
+}
+/// The opposite of colorComponent().
+template <class ValueTypeT>
+inline Real32 colorFraction(const ValueTypeT component) {
+    if constexpr (TypeTraits<ValueTypeT>::getMin() == ValueTypeT(0))
+        return Real32(component) / Real32(TypeTraits<ValueTypeT>::getMax());
+    else
+        return Real32(component);
+}
+
+/// Components of 8 bits each, the first in the lowest bits.
+template <class ValueTypeT>
+inline void unpackColor(UInt32 packed, ValueTypeT* components, const UInt32 count) {
+    for (UInt32 i = 0; i < count; ++i, packed >>= 8)
+        components[i] = colorComponent<ValueTypeT>(Real32(packed & 255) / 255.0f);
+}
+template <class ValueTypeT>
+inline UInt32 packColor(const ValueTypeT* components, const UInt32 count) {
+    UInt32 packed = 0;
+    for (UInt32 i = count; i > 0; --i)
+        packed = packed << 8 | UInt32(colorComponent<UInt8>(colorFraction(components[i - 1])));
+    return packed;
+}
+
+} // namespace detail
+
 /// Red, green and blue; floating point colours are linear and usually between 0 and 1, byte colours 0 to 255.
 template <class ValueTypeT>
 class Color3 : public ColorBase<Color3<ValueTypeT>, ValueTypeT, 3> {
@@ -113,6 +150,21 @@ public:
     }
     ValueTypeT* getValuesRGB() { return this->_values; }
     const ValueTypeT* getValuesRGB() const { return this->_values; }
+
+    // Hue in degrees, 0 (red) to 360; saturation and value, 0 to 1 (Alvy Ray Smith, Color Gamut Transform Pairs, 1978).
+    void setValuesHSV(const Real32 h, const Real32 s, const Real32 v) { convertFromHSV(this->_values, h, s, v); }
+    void getValuesHSV(Real32& h, Real32& s, Real32& v) const { convertToHSV(this->_values, h, s, v); }
+    /// Leaves the colour unchanged if the hue of a colour with saturation is out of range, or rgb is null.
+    static void convertFromHSV(ValueTypeT* rgb, Real32 h, Real32 s, Real32 v);
+    /// The hue of grey is 0.
+    static void convertToHSV(const ValueTypeT* rgb, Real32& h, Real32& s, Real32& v);
+    /// Index of the largest and of the smallest component.
+    static UInt32 maxPart(const ValueTypeT* rgb) { return UInt32(std::max_element(rgb, rgb + 3) - rgb); }
+    static UInt32 minPart(const ValueTypeT* rgb) { return UInt32(std::min_element(rgb, rgb + 3) - rgb); }
+
+    // Packed as 0xBBGGRR.
+    void setRGB(const UInt32 packed) { detail::unpackColor(packed, this->_values, 3); }
+    UInt32 getRGB() const { return detail::packColor(this->_values, 3); }
 };
 
 /// Red, green, blue and alpha (1 or 255: opaque).
@@ -142,7 +194,51 @@ public:
     }
     ValueTypeT* getValuesRGBA() { return this->_values; }
     const ValueTypeT* getValuesRGBA() const { return this->_values; }
+
+    /// As Color3::setValuesHSV(); the alpha becomes 1.
+    void setValuesHSV(const Real32 h, const Real32 s, const Real32 v) {
+        Color3<ValueTypeT>::convertFromHSV(this->_values, h, s, v);
+        this->_values[3] = detail::colorComponent<ValueTypeT>(1.0f);
+    }
+    void getValuesHSV(Real32& h, Real32& s, Real32& v) const {
+        Color3<ValueTypeT>::convertToHSV(this->_values, h, s, v);
+    }
+
+    // Packed as 0xAABBGGRR.
+    void setRGBA(const UInt32 packed) { detail::unpackColor(packed, this->_values, 4); }
+    UInt32 getRGBA() const { return detail::packColor(this->_values, 4); }
 };
+
+template <class ValueTypeT>
+inline void Color3<ValueTypeT>::convertFromHSV(ValueTypeT* rgb, const Real32 h, const Real32 s, const Real32 v) {
+    const Real32 sixth = s == 0.0f || h == 360.0f ? 0.0f : h / 60.0f;
+    if (rgb == nullptr || !(sixth >= 0.0f && sixth < 6.0f))
+        return;
+    const Real32 part = sixth - std::floor(sixth);
+    const Real32 low = v * (1.0f - s), falling = v * (1.0f - s * part), rising = v * (1.0f - s * (1.0f - part));
+    const Real32 values[6][3] = {{v, rising, low},  {falling, v, low}, {low, v, rising},
+                                 {low, falling, v}, {rising, low, v},  {v, low, falling}};
+    for (UInt32 i = 0; i < 3; ++i)
+        rgb[i] = detail::colorComponent<ValueTypeT>(s == 0.0f ? v : values[UInt32(sixth)][i]);
+}
+
+template <class ValueTypeT>
+inline void Color3<ValueTypeT>::convertToHSV(const ValueTypeT* rgb, Real32& h, Real32& s, Real32& v) {
+    if (rgb == nullptr)
+        return;
+    const UInt32 largest = maxPart(rgb);
+    const Real32 values[3] = {detail::colorFraction(rgb[0]), detail::colorFraction(rgb[1]),
+                              detail::colorFraction(rgb[2])};
+    const Real32 range = values[largest] - values[minPart(rgb)];
+    v = values[largest];
+    s = v == 0.0f ? 0.0f : range / v;
+    h = 0.0f;
+    if (s == 0.0f)
+        return;
+    h = 60.0f * (2.0f * Real32(largest) + (values[(largest + 1) % 3] - values[(largest + 2) % 3]) / range);
+    if (h < 0.0f)
+        h += 360.0f;
+}
 
 template <class ValueTypeT>
 inline const Color3<ValueTypeT> Color3<ValueTypeT>::Null = Color3<ValueTypeT>();

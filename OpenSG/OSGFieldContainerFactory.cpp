@@ -7,6 +7,7 @@
 #include "OSGLog.h"
 #include "OSGNode.h"
 #include "OSGNodeCore.h"
+#include "OSGThread.h"
 
 OSG_BEGIN_NAMESPACE
 
@@ -142,6 +143,7 @@ void FieldContainerFactory::initializeTypes() {
 }
 
 bool osgInit(Int32, Char8**, UInt16, UInt16, UInt16) {
+    ExternalThread::get("")->initialize(0);
     FieldContainerFactory::the()->initializeTypes();
     return true;
 }

@@ -85,7 +85,7 @@ public:
             types->push_back(it.getType());
             lengths->push_back(it.getLength());
             for (UInt32 i = 0; i < it.getLength(); ++i)
-                addVertex(it.getIndexIndex(Int32(i)), noNormal);
+                addVertex(it.getVertexPlace(Int32(i)), noNormal);
             normals.resize(noNormal + 1);
         }
 
@@ -198,7 +198,7 @@ void calcVertexNormals(const GeometryPtr geo, const Real32 creaseAngle) {
     TriangleListWriter writer(geo);
     forEachTriangle(geo, [&](const TriangleIterator& it, const Triangle& triangle) {
         for (UInt32 i = 0; i < 3; ++i)
-            writer.addVertex(it.getIndexIndex(Int32(i)), normalIndex(triangle, triangle.positions[i]));
+            writer.addVertex(it.getVertexPlace(Int32(i)), normalIndex(triangle, triangle.positions[i]));
     });
     writer.finish(UInt32(triangles.size()), normals);
 }
@@ -210,7 +210,7 @@ void calcFaceNormals(const GeometryPtr geo) {
     TriangleListWriter writer(geo);
     forEachTriangle(geo, [&](const TriangleIterator& it, const Triangle& triangle) {
         for (Int32 i = 0; i < 3; ++i)
-            writer.addVertex(it.getIndexIndex(i), UInt32(normals.size()));
+            writer.addVertex(it.getVertexPlace(i), UInt32(normals.size()));
         normals.push_back(triangle.normal);
     });
     writer.finish(UInt32(normals.size()), normals);

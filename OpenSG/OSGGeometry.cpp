@@ -2,6 +2,9 @@
 // Finds, clones and unshares the properties of a geometry, and reads its index mapping.
 #include "OSGGeometry.h"
 
+#include "OSGEdgeIterator.h"
+#include "OSGFaceIterator.h"
+#include "OSGLineIterator.h"
 #include "OSGPrimitiveIterator.h"
 #include "OSGTriangleIterator.h"
 
@@ -124,24 +127,50 @@ BitVector Geometry::getFieldMaskOf(const AttachmentPtr& property) const {
     return result;
 }
 
+namespace {
+
+template <class IteratorT>
+IteratorT endOf(const Geometry* geometry) {
+    IteratorT result{GeometryPtr(geometry)};
+    result.setToEnd();
+    return result;
+}
+
+} // namespace
+
 PrimitiveIterator Geometry::beginPrimitives() const {
     return PrimitiveIterator(GeometryPtr(this));
 }
-
 PrimitiveIterator Geometry::endPrimitives() const {
-    PrimitiveIterator result{GeometryPtr(this)};
-    result.setToEnd();
-    return result;
+    return endOf<PrimitiveIterator>(this);
 }
 
 TriangleIterator Geometry::beginTriangles() const {
     return TriangleIterator(GeometryPtr(this));
 }
-
 TriangleIterator Geometry::endTriangles() const {
-    TriangleIterator result{GeometryPtr(this)};
-    result.setToEnd();
-    return result;
+    return endOf<TriangleIterator>(this);
+}
+
+FaceIterator Geometry::beginFaces() const {
+    return FaceIterator(GeometryPtr(this));
+}
+FaceIterator Geometry::endFaces() const {
+    return endOf<FaceIterator>(this);
+}
+
+LineIterator Geometry::beginLines() const {
+    return LineIterator(GeometryPtr(this));
+}
+LineIterator Geometry::endLines() const {
+    return endOf<LineIterator>(this);
+}
+
+EdgeIterator Geometry::beginEdges() const {
+    return EdgeIterator(GeometryPtr(this));
+}
+EdgeIterator Geometry::endEdges() const {
+    return endOf<EdgeIterator>(this);
 }
 
 void Geometry::changed(const BitVector whichField, const UInt32 origin) {

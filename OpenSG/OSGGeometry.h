@@ -6,6 +6,9 @@
 
 OSG_BEGIN_NAMESPACE
 
+class EdgeIterator;
+class FaceIterator;
+class LineIterator;
 class PrimitiveIterator;
 class TriangleIterator;
 
@@ -45,11 +48,17 @@ public:
     /// copy.
     void unshareProperties();
 
-    // The first one and one past the last; see OSGPrimitiveIterator.h and OSGTriangleIterator.h.
+    // The first one and one past the last; see OSGPrimitiveIterator.h, OSGTriangleIterator.h and so on.
     PrimitiveIterator beginPrimitives() const;
     PrimitiveIterator endPrimitives() const;
     TriangleIterator beginTriangles() const;
     TriangleIterator endTriangles() const;
+    FaceIterator beginFaces() const;
+    FaceIterator endFaces() const;
+    LineIterator beginLines() const;
+    LineIterator endLines() const;
+    EdgeIterator beginEdges() const;
+    EdgeIterator endEdges() const;
 
     /// Mask of the fields that hold the property.
     BitVector getFieldMaskOf(const AttachmentPtr& property) const;

@@ -28,20 +28,19 @@ void GeometryBase::setProperty(SField<PtrT>& field, const PtrT& value) {
     const FieldContainerPtr self(this);
     const PtrT newProperty = value;
     const PtrT oldProperty = field.getValue();
-    if (newProperty == oldProperty)
-        return;
-    if (newProperty != NullFC) {
-        addRefCP(newProperty);
-        beginEditCP(newProperty, Attachment::ParentsFieldMask);
-        newProperty->addParent(self);
-        endEditCP(newProperty, Attachment::ParentsFieldMask);
-    }
+    // The same property again is announced, too.
+    addRefCP(newProperty);
     field.setValue(newProperty);
     if (oldProperty != NullFC) {
         beginEditCP(oldProperty, Attachment::ParentsFieldMask);
         oldProperty->subParent(self);
         endEditCP(oldProperty, Attachment::ParentsFieldMask);
         subRefCP(oldProperty);
+    }
+    if (newProperty != NullFC) {
+        beginEditCP(newProperty, Attachment::ParentsFieldMask);
+        newProperty->addParent(self);
+        endEditCP(newProperty, Attachment::ParentsFieldMask);
     }
 }
 

@@ -44,10 +44,8 @@ Light::Light()
 
 Light::Light(const Light& source)
     : Inherited(source), _sfAmbient(source._sfAmbient), _sfDiffuse(source._sfDiffuse), _sfSpecular(source._sfSpecular),
-      _sfOn(source._sfOn), _sfConstantAttenuation(source._sfConstantAttenuation),
+      _sfBeacon(source._sfBeacon), _sfOn(source._sfOn), _sfConstantAttenuation(source._sfConstantAttenuation),
       _sfLinearAttenuation(source._sfLinearAttenuation), _sfQuadraticAttenuation(source._sfQuadraticAttenuation),
-      _sfShadowIntensity(source._sfShadowIntensity), _sfShadowMode(source._sfShadowMode) {
-    setBeacon(source.getBeacon());
-}
+      _sfShadowIntensity(source._sfShadowIntensity), _sfShadowMode(source._sfShadowMode) {}
 
 OSG_END_NAMESPACE

@@ -63,9 +63,8 @@ public:
         setSpecular(Color4f(red, green, blue, alpha));
     }
 
-    /// The light references its beacon. Null in a new light.
-    OSG_SFIELD_READ_ACCESS(NodePtr, Beacon)
-    void setBeacon(const NodePtr& value) { setRefdCP(_sfBeacon.getValue(), value); }
+    /// The light does not reference its beacon, which must live as long as the light uses it. Null in a new light.
+    OSG_SFIELD_ACCESS(NodePtr, Beacon)
 
     /// True in a new light.
     OSG_SFIELD_ACCESS(bool, On)
@@ -82,7 +81,7 @@ public:
 protected:
     Light();
     Light(const Light& source);
-    ~Light() override { setBeacon(NullFC); }
+    ~Light() override = default;
 
     SFColor4f _sfAmbient;
     SFColor4f _sfDiffuse;

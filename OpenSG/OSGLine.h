@@ -24,6 +24,11 @@ public:
     const Pnt3f& getPosition() const { return _pos; }
     const Vec3f& getDirection() const { return _dir; }
 
+    /// The point of the straight line through the ray, in both directions, that is nearest to a point.
+    Pnt3f getClosestPoint(const Pnt3f& point) const { return _pos + _dir * (point - _pos).dot(_dir); }
+    /// Distance of the point to that line.
+    Real32 distance(const Pnt3f& point) const { return (point - getClosestPoint(point)).length(); }
+
 private:
     Pnt3f _pos;
     Vec3f _dir;

@@ -23,6 +23,12 @@ Node::Node() : _sfTravMask(TypeTraits<UInt32>::getMax()) {}
 
 Node::Node(const Node& source) : Inherited(source), _sfVolume(source._sfVolume), _sfTravMask(source._sfTravMask) {}
 
+void Node::onCreate(const Node* source) {
+    Inherited::onCreate(source);
+    if (source != nullptr)
+        setCore(source->getCore());
+}
+
 Node::~Node() {
     if (const NodeCorePtr core = getCore(); core != NullFC) {
         beginEditCP(core, NodeCore::ParentsFieldMask);
@@ -166,7 +172,9 @@ void Node::getWorldVolume(DynamicVolume& result) {
 }
 
 void Node::updateVolume() {
-    const auto outOfDate = [](const NodePtr& node) { return !node->getVolume().isValid() && node->getTravMask() != 0; };
+    const auto outOfDate = [](const NodePtr& node) {
+        return !node->getVolume().getInstance().isValid() && node->getTravMask() != 0;
+    };
     if (!outOfDate(NodePtr(this)))
         return;
     // Children before parents. An explicit stack, because trees may be deep.
@@ -190,28 +198,31 @@ void Node::updateVolume() {
 }
 
 void Node::updateOwnVolume() {
-    DynamicVolume volume = getVolume();
+    DynamicVolume dynamicVolume = getVolume();
+    Volume& volume = dynamicVolume.getInstance();
     volume.setEmpty();
     for (const NodePtr& child : _mfChildren)
         if (child->getTravMask() != 0)
-            volume.extendBy(child->getVolume());
+            volume.extendBy(child->getVolume().getInstance());
     if (getCore() != NullFC)
         getCore()->adjustVolume(volume);
 
     const NodePtr self(this);
     beginEditCP(self, VolumeFieldMask);
-    _sfVolume.setValue(volume);
+    _sfVolume.setValue(dynamicVolume);
     endEditCP(self, VolumeFieldMask);
 }
 
 void Node::invalidateVolume() {
     for (Node* node = this; node != nullptr; node = node->getParent().getCPtr()) {
-        DynamicVolume& volume = node->_sfVolume.getValue();
+        DynamicVolume& dynamicVolume = node->_sfVolume.getValue();
+        Volume& volume = dynamicVolume.getInstance();
         if (!volume.isValid() || volume.isStatic())
             return;
         const NodePtr self(node);
         beginEditCP(self, VolumeFieldMask);
         volume.setValid(false);
+        dynamicVolume.instanceChanged();
         endEditCP(self, VolumeFieldMask);
     }
 }
@@ -221,11 +232,18 @@ void Node::changed(const BitVector whichField, const UInt32 origin) {
     if (whichField & (CoreFieldMask | ChildrenFieldMask))
         invalidateVolume();
     if (whichField & TravMaskFieldMask) {
-        if (getParent() != NullFC)
+        if (getParent() != NullFC) {
+            beginEditCP(getParent(), VolumeFieldMask);
             getParent()->invalidateVolume();
-        else
+            endEditCP(getParent(), VolumeFieldMask);
+        } else {
             invalidateVolume();
+        }
     }
+}
+
+NodePtr Node::clone() const {
+    return cloneTree(NodePtr(this));
 }
 
 NodePtr makeNodeFor(const NodeCorePtr core) {

@@ -83,6 +83,9 @@ public:
     /// Marks the volumes of this node and the nodes above it as out of date.
     void invalidateVolume();
 
+    /// The same as cloneTree().
+    NodePtr clone() const;
+
     const SFDynamicVolume* getSFVolume() const { return &_sfVolume; }
     SFDynamicVolume* editSFVolume() { return &_sfVolume; }
     const SFUInt32* getSFTravMask() const { return &_sfTravMask; }
@@ -97,9 +100,11 @@ public:
 
 protected:
     Node();
-    /// Copies attachments (shared), traversal mask and volume.
+    /// Copies attachments (shared) and traversal mask.
     Node(const Node& source);
     ~Node() override;
+    /// Shares the core of source. The volume of a node that was copied or made by create() is out of date.
+    void onCreate(const Node* source = nullptr);
 
     static FieldContainerType _type;
 

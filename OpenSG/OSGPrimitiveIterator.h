@@ -68,9 +68,14 @@ public:
     OSG_TEX_COORDS_ACCESS(7, 7)
 #undef OSG_TEX_COORDS_ACCESS
 
-    /// Position of the vertex's (first) index in the geometry's indices. Without indices, the vertex number.
-    Int32 getIndexIndex(Int32 which) const {
+    /// Number of the vertex among those of all primitives, times the number of indices per vertex: with indices, the
+    /// position of its (first) index.
+    Int32 getVertexPlace(Int32 which) const {
         return Int32((_firstVertex + UInt32(which)) * _mappings);
+    }
+    /// Position of the vertex's (first) index in the geometry's indices; -1 without indices.
+    Int32 getIndexIndex(Int32 which) const {
+        return _indices == NullFC ? -1 : getVertexPlace(which);
     }
 
     void operator++();

@@ -36,9 +36,9 @@ void setName(const AttachmentContainerPtr container, const std::string& text) {
         container->addAttachment(name);
         endEditCP(container, AttachmentContainer::AttachmentsFieldMask);
     }
-    beginEditCP(name, Name::SimpleFieldMask);
+    beginEditCP(name);
     name->getField().setValue(text);
-    endEditCP(name, Name::SimpleFieldMask);
+    endEditCP(name);
 }
 
 void setName(const AttachmentContainerPtr container, const Char8* name) {

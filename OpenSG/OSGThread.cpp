@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Owns the change list of each thread, and tolerates destructors that run after the thread's end.
+// Owns the change lists of threads, and tolerates destructors that run after the thread's end.
 #include "OSGThread.h"
 
 #include "OSGChangeList.h"
 
 #include <climits>
+#include <map>
+#include <mutex>
 #include <pthread.h>
+#include <string>
 
 OSG_BEGIN_NAMESPACE
 
@@ -15,6 +18,22 @@ namespace {
 // destructor, so it can be read even then.
 thread_local ChangeList* currentList = nullptr;
 thread_local bool threadIsEnding = false;
+
+// Whether the thread has a list: the one that loads the library, and those that ask for one.
+thread_local bool hasList = false;
+[[maybe_unused]] const bool loaderHasList = hasList = true;
+
+std::mutex& externalThreadsLock() {
+    static std::mutex* const lock = new std::mutex;
+    return *lock;
+}
+
+using ExternalThreads = std::map<std::string, ExternalThread*>;
+
+ExternalThreads& externalThreads() {
+    static ExternalThreads* const threads = new ExternalThreads;
+    return *threads;
+}
 
 void onThreadEnd(void* list) {
     currentList = nullptr;
@@ -32,12 +51,30 @@ pthread_key_t makeKey() {
 } // namespace
 
 ChangeList* Thread::getCurrentChangeList() {
-    if (currentList == nullptr && !threadIsEnding) {
+    if (currentList == nullptr && hasList && !threadIsEnding) {
         static const pthread_key_t key = makeKey();
         currentList = new ChangeList;
         pthread_setspecific(key, currentList); // without a key, the list stays when the thread ends
     }
     return currentList;
+}
+
+ExternalThread* ExternalThread::get(const Char8* name) {
+    const std::lock_guard<std::mutex> lock(externalThreadsLock());
+    ExternalThread*& thread = externalThreads()[name != nullptr ? name : ""];
+    if (thread == nullptr)
+        thread = new ExternalThread;
+    return thread;
+}
+
+ExternalThread* ExternalThread::find(const Char8* name) {
+    const std::lock_guard<std::mutex> lock(externalThreadsLock());
+    const auto found = externalThreads().find(name != nullptr ? name : "");
+    return found != externalThreads().end() ? found->second : nullptr;
+}
+
+void ExternalThread::initialize(UInt32) {
+    hasList = true;
 }
 
 OSG_END_NAMESPACE

@@ -4,51 +4,16 @@
 
 OSG_BEGIN_NAMESPACE
 
-void TriangleIterator::startTriangles() {
-    _triIndex = 0;
-    _next = 0;
-    findTriangle();
+bool TriangleIterator::isLeftOut() const {
+    if (getType() != GL_TRIANGLE_STRIP && getType() != GL_QUAD_STRIP)
+        return false;
+    const Int32 a = getPositionIndex(0), b = getPositionIndex(1), c = getPositionIndex(2);
+    return a == b || b == c || c == a;
 }
 
-void TriangleIterator::seek(const Int32 index) {
-    setToBegin();
-    while (!isAtEnd() && getIndex() < index)
-        ++*this;
-}
-
-void TriangleIterator::operator++() {
-    if (isAtEnd())
-        return;
-    ++_triIndex;
-    findTriangle();
-}
-
-void TriangleIterator::findTriangle() {
-    while (!isAtEnd()) {
-        while (readTriangle()) {
-            const bool strip = getType() == GL_TRIANGLE_STRIP || getType() == GL_QUAD_STRIP;
-            if (!strip)
-                return;
-            const Int32 a = getPositionIndex(0), b = getPositionIndex(1), c = getPositionIndex(2);
-            if (a != b && b != c && c != a)
-                return;
-        }
-        Inherited::operator++();
-        _next = 0;
-    }
-}
-
-// Sets the corners to triangle _next of the primitive and increments _next. False if there is no such triangle.
-bool TriangleIterator::readTriangle() {
+bool TriangleIterator::readPart() {
     const Int32 n = Int32(_next);
     const Int32 length = Int32(getLength());
-    const auto set = [this](const Int32 a, const Int32 b, const Int32 c) {
-        _corner[0] = a;
-        _corner[1] = b;
-        _corner[2] = c;
-        ++_next;
-        return true;
-    };
     switch (getType()) {
     case GL_TRIANGLES:
         return 3 * n + 2 < length && set(3 * n, 3 * n + 1, 3 * n + 2);

@@ -7,14 +7,12 @@
 
 OSG_BEGIN_NAMESPACE
 
-/// Base class of bounding volumes.
+/// The state of a bounding volume.
 ///
 /// valid: it is up to date. empty: it contains no point. static: it is never recalculated. infinite: it contains all
 /// points. A new volume is valid and empty.
-class Volume {
+class VolumeState {
 public:
-    virtual ~Volume() = default;
-
     /// A static volume keeps its validity.
     void setValid(const bool value = true) {
         if (!isStatic())
@@ -44,6 +42,19 @@ public:
     UInt16 getState() const { return _state; }
     void setState(const UInt16 state) { _state = state; }
 
+private:
+    enum Flag : UInt16 { ValidFlag = 1, EmptyFlag = 2, StaticFlag = 4, InfiniteFlag = 8 };
+
+    void setFlag(const Flag flag, const bool value) { _state = UInt16(value ? _state | flag : _state & ~flag); }
+
+    UInt16 _state = ValidFlag | EmptyFlag;
+};
+
+/// Base class of bounding volumes.
+class Volume : public VolumeState {
+public:
+    virtual ~Volume() = default;
+
     virtual void getCenter(Pnt3f& center) const = 0;
     /// Its size in cubic units; 0 if empty.
     virtual Real32 getScalarVolume() const = 0;
@@ -54,7 +65,7 @@ public:
     virtual void extendBy(const Pnt3f& pt) = 0;
     virtual void extendBy(const Volume& volume) = 0;
 
-    /// True if they have a common point.
+    /// True if they have a common point. A point on the border is outside.
     virtual bool intersect(const Pnt3f& point) const = 0;
     virtual bool intersect(const Line& line) const = 0;
     /// enter and exit: distances along the line, set if the result is true. enter is 0 if the line starts inside.
@@ -70,13 +81,6 @@ protected:
     Volume() = default;
     Volume(const Volume&) = default;
     Volume& operator=(const Volume&) = default;
-
-private:
-    enum Flag : UInt16 { ValidFlag = 1, EmptyFlag = 2, StaticFlag = 4, InfiniteFlag = 8 };
-
-    void setFlag(const Flag flag, const bool value) { _state = UInt16(value ? _state | flag : _state & ~flag); }
-
-    UInt16 _state = ValidFlag | EmptyFlag;
 };
 
 OSG_END_NAMESPACE

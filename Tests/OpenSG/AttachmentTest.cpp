@@ -60,6 +60,11 @@ TEST(Attachment, GivenOtherBinding_StandsBesideTheFirst) {
     EXPECT_TRUE(node->findAttachment(Note::getClassType()) == first);
 }
 
+TEST(Attachment, GivenBaseClass_CreatesNone) {
+    EXPECT_TRUE(Attachment::create() == NullFC);
+    EXPECT_TRUE(Attachment::getClassType().getPrototype() == NullFC);
+}
+
 TEST(Attachment, GivenRemoved_IsReleased) {
     const NodeRefPtr node(Node::create());
     RefPtr<NotePtr> note(Note::create());

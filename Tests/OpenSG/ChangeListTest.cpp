@@ -5,6 +5,7 @@
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGNode.h>
+#include <OpenSG/OSGSimpleAttachments.h>
 #include <OpenSG/OSGThread.h>
 #include <OpenSG/OSGTransform.h>
 #include <thread>
@@ -92,6 +93,44 @@ TEST_F(Changes, GivenIgnoreChange_EntersTheEditAndCallsNothing) {
     FieldContainerPtr::_ignore_change = false;
     endEditCP(transform, Transform::MatrixFieldMask);
     EXPECT_FALSE(node->getVolume().isValid());
+}
+
+TEST_F(Changes, GivenNewNode_TellsThatItsVolumeIsOutOfDate) {
+    const NodeRefPtr created(Node::create());
+    EXPECT_EQ(Node::VolumeFieldMask, changesOf(created.get()));
+    EXPECT_FALSE(created->getVolume().isValid());
+    list.clearAll();
+    created->updateVolume();
+    EXPECT_EQ(Node::VolumeFieldMask, changesOf(created.get()));
+    EXPECT_TRUE(created->getVolume().isValid());
+}
+
+TEST_F(Changes, GivenTraversalMaskOfAChild_TellsOfTheParentsVolume) {
+    const NodePtr child = Node::create();
+    node->addChild(child);
+    list.clearAll();
+    EXPECT_FALSE(node->getVolume().isValid());
+    endEditCP(child, Node::TravMaskFieldMask);
+    EXPECT_EQ(Node::VolumeFieldMask, changesOf(node.get())) << "even if it was out of date";
+}
+
+TEST_F(Changes, GivenSameTexCoordsAgain_TellsOfThem) {
+    const RefPtr<GeometryPtr> geometry(Geometry::create());
+    const GeoTexCoords2fPtr texCoords = GeoTexCoords2f::create();
+    geometry->setTexCoords(texCoords);
+    list.clearAll();
+    geometry->setTexCoords(texCoords);
+    EXPECT_EQ(2u, list.sizeChanged());
+    EXPECT_EQ(Attachment::ParentsFieldMask, changesOf(texCoords));
+    EXPECT_EQ(1u, list.sizeAddRefd());
+    EXPECT_EQ(1u, list.sizeSubRefd());
+    EXPECT_EQ(1, texCoords.getRefCount());
+    EXPECT_EQ(1u, texCoords->getParents().size());
+}
+
+TEST_F(Changes, GivenName_TellsOfAllItsFields) {
+    setName(node.get(), "wheel");
+    EXPECT_EQ(FieldBits::AllFields, changesOf(node->findAttachment(Name::getClassType())));
 }
 
 TEST_F(Changes, GivenNewChild_TellsOfTheChildsParent) {
@@ -186,11 +225,26 @@ TEST_F(Changes, GivenEditorObject_AnnouncesAtTheEndOfTheBlock) {
     EXPECT_EQ(FieldBits::AllFields, changesOf(edited));
 }
 
-TEST_F(Changes, GivenOtherThread_HasAListOfItsOwn) {
+TEST_F(Changes, GivenThreadThatAsksForNoList_HasNone) {
+    ChangeList* others = &list;
+    std::thread([&] {
+        endEditCP(node.get(), Node::CoreFieldMask);
+        others = Thread::getCurrentChangeList();
+    }).join();
+    EXPECT_EQ(nullptr, others);
+    EXPECT_EQ(0u, changesOf(node.get()));
+}
+
+TEST_F(Changes, GivenExternalThread_HasAListOfItsOwn) {
+    EXPECT_EQ(nullptr, ExternalThread::find("worker"));
+    ExternalThread* const worker = ExternalThread::get("worker");
+    EXPECT_EQ(worker, ExternalThread::get("worker"));
+    EXPECT_EQ(worker, ExternalThread::find("worker"));
     ChangeList* others = nullptr;
     bool recorded = false;
     ChangeList::setReadWriteDefault(true);
     std::thread([&] {
+        worker->initialize(0);
         others = Thread::getCurrentChangeList();
         endEditCP(node.get(), Node::CoreFieldMask);
         recorded = others->sizeChanged() > 0;
@@ -201,6 +255,7 @@ TEST_F(Changes, GivenOtherThread_HasAListOfItsOwn) {
     EXPECT_EQ(0u, changesOf(node.get()));
     bool silent = false;
     std::thread([&] {
+        worker->initialize(0);
         endEditCP(node.get(), Node::CoreFieldMask);
         silent = Thread::getCurrentChangeList()->empty();
     }).join();

@@ -30,3 +30,40 @@ TEST(Color, GivenSeparateValues_KeepsTheirOrder) {
     EXPECT_FLOAT_EQ(0.3f, color.getValuesRGBA()[2]);
     EXPECT_EQ(3 * sizeof(Real32), sizeof(Color3f));
 }
+
+TEST(Color, GivenHueSaturationAndValue_ConvertsBothWays) {
+    struct Case {
+        Color3f rgb;
+        Real32 h, s, v;
+    };
+    for (const Case& each : {Case{Color3f(1, 0, 0), 0, 1, 1}, Case{Color3f(0, 1, 0), 120, 1, 1},
+                             Case{Color3f(0, 0, 0.5f), 240, 1, 0.5f}, Case{Color3f(0.5f, 0.25f, 0.25f), 0, 0.5f, 0.5f},
+                             Case{Color3f(1, 1, 0), 60, 1, 1}, Case{Color3f(1, 0, 0.5f), 330, 1, 1},
+                             Case{Color3f(0, 0.5f, 1), 210, 1, 1}, Case{Color3f(0.25f, 0.25f, 0.25f), 0, 0, 0.25f}}) {
+        Color3f rgb;
+        rgb.setValuesHSV(each.h, each.s, each.v);
+        EXPECT_EQ(each.rgb, rgb) << each.h;
+        Real32 h = -1, s = -1, v = -1;
+        rgb.getValuesHSV(h, s, v);
+        EXPECT_FLOAT_EQ(each.h, h);
+        EXPECT_FLOAT_EQ(each.s, s);
+        EXPECT_FLOAT_EQ(each.v, v);
+    }
+    Color3f kept(0.1f, 0.2f, 0.3f);
+    kept.setValuesHSV(400, 1, 1);
+    EXPECT_EQ(Color3f(0.1f, 0.2f, 0.3f), kept) << "a hue out of range";
+    Color4ub bytes;
+    bytes.setValuesHSV(360, 1, 1);
+    EXPECT_EQ(Color4ub(255, 0, 0, 255), bytes);
+}
+
+TEST(Color, GivenPackedBytes_HaveTheFirstComponentLowest) {
+    Color3ub bytes;
+    bytes.setRGB(0x030201);
+    EXPECT_EQ(Color3ub(1, 2, 3), bytes);
+    EXPECT_EQ(0x030201u, bytes.getRGB());
+    Color4f color;
+    color.setRGBA(0x80ff3300);
+    EXPECT_EQ(Color4f(0, 0.2f, 1, 128.0f / 255), color);
+    EXPECT_EQ(0x80ff3300u, color.getRGBA());
+}

@@ -97,17 +97,23 @@ TEST(Light, GivenNewLights_HaveTheirDefaults) {
     EXPECT_TRUE(PointLightPtr::dcast(sun) == NullFC);
 }
 
-TEST(Light, GivenBeacon_ReferencesIt) {
+TEST(SimpleMaterial, GivenFieldIds_LeaveOutThoseOfDrawing) {
+    EXPECT_EQ(Material::NextFieldId + 2, int(SimpleMaterial::AmbientFieldId));
+    EXPECT_EQ(BitVector(1) << SimpleMaterial::AmbientFieldId, SimpleMaterial::AmbientFieldMask);
+}
+
+TEST(Light, GivenBeacon_KeepsItWithoutAReference) {
     const NodeRefPtr beacon(Node::create());
     {
         const RefPtr<PointLightPtr> light(PointLight::create());
         light->setBeacon(beacon.get());
-        EXPECT_EQ(2, beacon.get().getRefCount());
+        EXPECT_EQ(1, beacon.get().getRefCount());
         light->setDiffuse(1, 0.5f, 0.25f, 1);
         light->setPosition(1, 2, 3);
         const FieldContainerRefPtr container(light->shallowCopy());
         const PointLightPtr copy = PointLightPtr::dcast(container);
-        EXPECT_EQ(3, beacon.get().getRefCount());
+        EXPECT_TRUE(copy->getBeacon() == beacon.get());
+        EXPECT_EQ(1, beacon.get().getRefCount());
         EXPECT_EQ(Color4f(1, 0.5f, 0.25f, 1), copy->getDiffuse());
         EXPECT_EQ(Pnt3f(1, 2, 3), copy->getPosition());
     }

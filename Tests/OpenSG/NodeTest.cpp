@@ -183,7 +183,7 @@ TEST(Node, GivenTransformsAbove_ToWorldIsTheirProductFromTheRoot) {
     EXPECT_EQ(move, result);
 }
 
-TEST(Node, GivenCopiedNode_HasItsMaskAndAttachmentsButNoTies) {
+TEST(Node, GivenCopiedNode_HasItsCoreMaskAndAttachmentsButNoRelatives) {
     const NodeRefPtr root(makeGroupNode());
     const NodePtr node = makeGroupNode();
     root->addChild(node);
@@ -195,8 +195,10 @@ TEST(Node, GivenCopiedNode_HasItsMaskAndAttachmentsButNoTies) {
     EXPECT_EQ(5u, copy->getTravMask());
     EXPECT_STREQ("original", getName(copy));
     EXPECT_TRUE(copy->getParent() == NullFC);
-    EXPECT_TRUE(copy->getCore() == NullFC);
+    EXPECT_TRUE(copy->getCore() == node->getCore());
+    EXPECT_EQ(2u, node->getCore()->getParents().size());
     EXPECT_EQ(0u, copy->getNChildren());
+    EXPECT_FALSE(copy->getVolume().isValid());
 }
 
 TEST(CloneTree, GivenTree_SharesCoresAndMasksAndLeavesAttachments) {
@@ -209,7 +211,7 @@ TEST(CloneTree, GivenTree_SharesCoresAndMasksAndLeavesAttachments) {
     setName(root.get(), "root");
     setName(c, "c");
 
-    const NodeRefPtr clone(cloneTree(root));
+    const NodeRefPtr clone(root->clone());
     EXPECT_EQ(1, clone.get().getRefCount());
     EXPECT_TRUE(clone->getParent() == NullFC);
     EXPECT_TRUE(clone != root);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <OpenSG/OSGAttachment.h>
 #include <OpenSG/OSGChunkMaterial.h>
+#include <OpenSG/OSGFieldAccessMacros.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <OpenSG/OSGMFBaseTypes.h>
 #include <OpenSG/OSGNode.h>
@@ -50,6 +51,52 @@ FieldContainerType TestLamp::_type("TestLamp", "Attachment", nullptr,
 OSG_FIELD_CONTAINER_DEF(TestLamp, TestLampPtr)
 OSG_FIELD_MASK_DEF(TestLamp, PowerField)
 OSG_FIELD_MASK_DEF(TestLamp, TagsField)
+
+class TestCounted;
+typedef FCPtr<AttachmentPtr, TestCounted> TestCountedPtr;
+
+/// Counts its living objects, and how many of them are copies.
+class TestCounted : public Attachment {
+    typedef Attachment Inherited;
+
+public:
+    typedef TestCountedPtr Ptr;
+
+    static int living;
+    static int copies;
+
+    OSG_FIELD_CONTAINER_DECL(TestCountedPtr)
+
+protected:
+    TestCounted() = default;
+    TestCounted(const TestCounted& source) : Inherited(source) {}
+    ~TestCounted() override = default;
+
+    void onCreate(const TestCounted* source = nullptr) {
+        Inherited::onCreate(source);
+        ++living;
+        copies += source != nullptr;
+    }
+    void onDestroy() override {
+        --living;
+        Inherited::onDestroy();
+    }
+
+    static FieldContainerType _type;
+
+private:
+    friend class FieldContainer;
+};
+
+int TestCounted::living = 0;
+int TestCounted::copies = 0;
+
+OSG_FIELD_CONTAINER_INL_DEF(TestCounted, TestCountedPtr)
+
+FieldContainerType TestCounted::_type("TestCounted", "Attachment", nullptr,
+                                      []() -> FieldContainerPtr { return TestCounted::createEmpty(); });
+
+OSG_FIELD_CONTAINER_DEF(TestCounted, TestCountedPtr)
 
 class TestGlass;
 typedef FCPtr<ChunkMaterialPtr, TestGlass> TestGlassPtr;
@@ -110,6 +157,20 @@ TEST(OwnContainer, GivenFields_AreReadWrittenAndCopied) {
     EXPECT_EQ(1u, TestLampPtr::dcast(copy)->getTags().size());
     EXPECT_NE(TestLamp::PowerFieldMask, TestLamp::TagsFieldMask);
     EXPECT_EQ(0u, TestLamp::PowerFieldMask & (Attachment::ParentsFieldMask | Attachment::InternalFieldMask));
+}
+
+TEST(OwnContainer, GivenCreationAndDestruction_IsToldOnceOfEach) {
+    osgInit(0, nullptr);
+    const int before = TestCounted::living, copiesBefore = TestCounted::copies;
+    {
+        const RefPtr<TestCountedPtr> empty(TestCounted::createEmpty());
+        EXPECT_EQ(before + 1, TestCounted::living);
+        EXPECT_EQ(copiesBefore, TestCounted::copies);
+        const RefPtr<TestCountedPtr> copied(TestCounted::create());
+        EXPECT_EQ(before + 2, TestCounted::living);
+        EXPECT_EQ(copiesBefore + 1, TestCounted::copies) << "create() copies the prototype";
+    }
+    EXPECT_EQ(before, TestCounted::living);
 }
 
 TEST(OwnContainer, GivenMaterialClass_AnswersByItsBase) {

@@ -50,6 +50,7 @@ TEST(PrimitiveIterator, GivenSingleIndex_PicksEveryProperty) {
     EXPECT_EQ(Pnt3f(2, 0, 0), it.getPosition(0));
     EXPECT_EQ(Vec3f(0, 0, 1), it.getNormal(0));
     EXPECT_EQ(1, it.getIndexIndex(1));
+    EXPECT_EQ(-1, GeometryRefPtr(makeRow(GL_TRIANGLES, 3))->beginPrimitives().getIndexIndex(1)) << "without indices";
     EXPECT_EQ(-1, it.getColorIndex(0)) << "no such property";
     EXPECT_EQ(Color3f(0, 0, 0), it.getColor(0));
     EXPECT_EQ(Vec2f(0, 0), it.getTexCoords7(0));

@@ -89,6 +89,50 @@ TEST(BoxVolume, GivenAnotherVolume_TellsWhetherTheyTouch) {
     EXPECT_FALSE(box.isOnSurface(Pnt3f(5, 2, 1)));
 }
 
+TEST(BoxVolume, GivenPointOnTheBorder_IsOutside) {
+    const BoxVolume box(0, 0, 0, 2, 2, 2);
+    EXPECT_TRUE(box.intersect(Pnt3f(1, 1, 1)));
+    EXPECT_FALSE(box.intersect(Pnt3f(2, 1, 1)));
+    EXPECT_FALSE(box.intersect(Pnt3f(1, 0, 1)));
+    EXPECT_FALSE(box.intersect(Pnt3f(1, 1, 3)));
+}
+
+TEST(DynamicVolume, GivenState_IsItsOwnUntilTheInstanceChanges) {
+    DynamicVolume volume;
+    volume.extendBy(Pnt3f(1, 1, 1));
+    volume.setInfinite(true);
+    EXPECT_TRUE(volume.isInfinite());
+    EXPECT_FALSE(volume.getInstance().isInfinite());
+    const DynamicVolume copy(volume);
+    EXPECT_TRUE(copy.isInfinite());
+    DynamicVolume assigned;
+    assigned = volume;
+    EXPECT_FALSE(assigned.isInfinite()) << "assigning takes the instance's state";
+    volume.instanceChanged();
+    EXPECT_FALSE(volume.isInfinite());
+    volume.setEmpty(true);
+    volume.setBounds(Pnt3f(0, 0, 0), Pnt3f(1, 2, 3));
+    EXPECT_FALSE(volume.isEmpty());
+    EXPECT_TRUE(volume.isValid());
+}
+
+TEST(NodeVolume, GivenInfiniteVolume_StaysSoOnlyInTheInstance) {
+    const NodeRefPtr node(makeNodeFor(makePoints({Pnt3f(1, 1, 1)})));
+    node->getVolume(false).setInfinite(true);
+    EXPECT_TRUE(node->getVolume().isInfinite());
+    EXPECT_FALSE(node->getVolume(true).isInfinite()) << "the update looks at the instance";
+    node->getVolume(false).getInstance().setInfinite(true);
+    node->getVolume(false).instanceChanged();
+    EXPECT_TRUE(node->getVolume(true).isInfinite());
+}
+
+TEST(Line, GivenPoint_TellsItsDistance) {
+    const Line line(Pnt3f(1, 0, 0), Vec3f(0, 2, 0));
+    EXPECT_EQ(Pnt3f(1, 5, 0), line.getClosestPoint(Pnt3f(4, 5, 4)));
+    EXPECT_FLOAT_EQ(5.0f, line.distance(Pnt3f(4, 5, 4)));
+    EXPECT_FLOAT_EQ(3.0f, line.distance(Pnt3f(1, -7, 3))) << "the line runs in both directions";
+}
+
 TEST(NodeVolume, GivenGeometryBelowTransforms_BoundsItInTheParentsSpace) {
     const TransformPtr transform = Transform::create();
     transform->getMatrix().setTranslate(10, 0, 0);
