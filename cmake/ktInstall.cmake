@@ -35,7 +35,14 @@ function(kt_install_library target)
         LIBRARY DESTINATION ${KT_LIBRARY_FOLDER} COMPONENT runtime NAMELINK_COMPONENT runtime)
 endfunction()
 
-kt_install_library(ktOpenSG ${kt_include})
+if(KT_OPENSG)
+    kt_install_library(ktOpenSG ${kt_include} ${KT_OPENSG}/include ${KT_OPENSG}/include/OpenSG)
+    set(KT_PKGCONFIG_OPENSG "${KT_OSGSystem} ${KT_OSGBase}")
+    set(KT_PKGCONFIG_OPENSG_FLAGS "${kt_opensg_flags}")
+else()
+    kt_install_library(ktOpenSG ${kt_include})
+    set(KT_PKGCONFIG_OPENSG -lktOpenSG)
+endif()
 kt_install_library(ktHostInterface ${kt_include}/Host/Include)
 kt_install_library(ktHost)
 kt_install_library(ktHostInternals ${kt_include}/Host/Core ${kt_include}/Host/Scene ${kt_include}/Host/Files
@@ -85,8 +92,12 @@ if(TARGET kthost)
         " COMPONENT python)
 endif()
 
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} COMPONENT development
-    FILES_MATCHING PATTERN "*.h" PATTERN "*.inl")
+if(KT_OPENSG)
+    install(DIRECTORY ${kt_opensg_own}/OpenSG DESTINATION ${kt_include} COMPONENT development)
+else()
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/OpenSG DESTINATION ${kt_include} COMPONENT development
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.inl")
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/AmbientOcclusion DESTINATION ${kt_include} COMPONENT development
     FILES_MATCHING PATTERN "*.h" PATTERN "*Python*" EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Host/Include DESTINATION ${kt_include}/Host COMPONENT development
