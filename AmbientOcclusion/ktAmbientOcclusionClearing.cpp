@@ -51,8 +51,8 @@ void clearIndirectLight(const osg::GeometryPtr& geometry) {
     osg::beginEditCP(results);
     zeroIndirectLight(results);
     osg::endEditCP(results);
+    // The geometry keeps the property. It only tells that its values are different.
     osg::beginEditCP(geometry);
-    geometry->setTexCoords7(results);
     osg::endEditCP(geometry);
 }
 
