@@ -94,7 +94,7 @@ TEST_F(StudioRun, GivenManyResults_CopiesThemAsideAndSwapsThemBack) {
     geometry->setPositions(positions);
     geometry->setTexCoords7(results);
     const osg::NodeRefPtr node(osg::makeNodeFor(geometry));
-    osg::Vec4f& last = results->editFieldPtr()->back();
+    osg::Vec4f& last = results->getFieldPtr()->back();
     last = osg::Vec4f(1, 2, 3, 0.5f);
     int copies = 0;
     const auto aside = [&copies](const std::function<void()>& copy) {
