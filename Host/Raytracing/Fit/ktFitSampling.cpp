@@ -15,7 +15,7 @@ constexpr float enclosed = 0.5f;  // a point that sees less may lie inside a sol
 } // namespace
 
 ktSampleCounts ktTraceSamples(const ktOcclusionTask& points, const ktFitTask& fit, ktFitSamples& samples,
-                              std::size_t first) {
+                              std::size_t first, bool findInvalid) {
     std::vector<osg::Vec4f> light(points.count);
     std::vector<float> sky(points.count);
     ktOcclusionTask task = points;
@@ -28,6 +28,8 @@ ktSampleCounts ktTraceSamples(const ktOcclusionTask& points, const ktFitTask& fi
         // w comes last.
         std::copy_n(light[i].getValues() + (4 - samples.channels), samples.channels,
                     &samples.values[(first + i) * samples.channels]);
+        if (!findInvalid)
+            continue;
         if (sky[i] < leastSky)
             samples.isValid[first + i] = 0;
         else if (sky[i] < enclosed || !task.limits.bothSides)
@@ -41,9 +43,10 @@ ktSampleCounts ktTraceSamples(const ktOcclusionTask& points, const ktFitTask& fi
 }
 
 // The gathered rays tell the inside from the outside.
-ktSampleCounts ktTraceSamples(const ktGatherTask& points, const ktFitTask&, ktFitSamples& samples, std::size_t first) {
+ktSampleCounts ktTraceSamples(const ktGatherTask& points, const ktFitTask&, ktFitSamples& samples, std::size_t first,
+                              bool findInvalid) {
     ktGatherTask task = points;
-    task.isValid = &samples.isValid[first];
+    task.isValid = findInvalid ? &samples.isValid[first] : nullptr;
     std::atomic<std::uint32_t> done{0};
     ktSampleCounts counts;
     counts.points = ktGatherLight(task, &samples.values[3 * first], done);

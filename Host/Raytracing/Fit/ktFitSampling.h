@@ -18,13 +18,13 @@ struct ktSampleCounts {
     std::uint64_t insideRays = 0; ///< that tell inside from outside
 };
 
-/// Traces light at points and decides which of them count. Call on a worker thread.
+/// Traces light at points and, if asked, decides which of them count; otherwise, all do. Call on a worker thread.
 /// @param points  the points, as the vertices of a task
 /// @param fit     its inside directions are used
 /// @param samples those from `first` on are set, one per point. Of direct light: w, and before it the colour of the
 ///                lights if there are four channels. Of gathered light: red, green, blue
 /// @throws ktCanceled, std::bad_alloc
 ktSampleCounts ktTraceSamples(const ktOcclusionTask& points, const ktFitTask& fit, ktFitSamples& samples,
-                              std::size_t first);
+                              std::size_t first, bool findInvalid = true);
 ktSampleCounts ktTraceSamples(const ktGatherTask& points, const ktFitTask& fit, ktFitSamples& samples,
-                              std::size_t first);
+                              std::size_t first, bool findInvalid = true);

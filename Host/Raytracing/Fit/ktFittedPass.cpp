@@ -10,6 +10,7 @@
 #include "ktVertexSubset.h"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace {
 
@@ -48,15 +49,17 @@ private:
         counts.pointRays += std::uint64_t(task.directions->set.count) * traced.points.traced + traced.insideRays;
     }
 
+    // Dark vertices of fine faces count in direct light: their darkness reaches no farther than such a face. In
+    // bounces, where light that is gathered inside solids is missing, they do not.
     void traceFine(ktFitSamples& samples) {
         if (mesh.fine.empty())
             return;
         const ktVertexSubset vertices = ktVertexSubset::ofFineUnknowns(vertexTask, mesh);
         Task task = vertexTask;
         vertices.apply(task);
-        const ktSampleCounts traced = ktTraceSamples(task, fit, samples, points.size());
+        const ktSampleCounts traced =
+            ktTraceSamples(task, fit, samples, points.size(), std::is_same_v<Task, ktGatherTask>);
         counts.addVertices(task, traced.points);
-        counts.pointRays += traced.insideRays;
     }
 
     const Task& vertexTask;

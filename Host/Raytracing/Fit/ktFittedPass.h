@@ -23,7 +23,8 @@ struct ktFitTask {
 };
 
 /// As ktTraceOcclusion(), but the results are the vertex values whose interpolation is nearest to the light at points
-/// on the faces (ktSolveFit). Points inside solids and points that see less than 2 % of the sky do not count.
+/// on the faces (ktSolveFit). Points inside solids and points that see less than 2 % of the sky do not count, unless
+/// they are vertices of fine faces.
 /// @param vertexTask the vertices; its directions are for what is traced at the vertex
 ktPassCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktFitTask& fit, osg::Vec4f* results,
                                     std::atomic<std::uint32_t>& done);
