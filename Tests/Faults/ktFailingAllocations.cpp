@@ -77,11 +77,13 @@ int countedMain(int argc, char** argv, char** environment) {
 
 extern "C" {
 
+// Names of the C library. NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 void* __libc_malloc(size_t);
 void* __libc_calloc(size_t, size_t);
 void* __libc_realloc(void*, size_t);
 void* __libc_memalign(size_t, size_t);
 int __libc_start_main(int (*)(int, char**, char**), int, char**, void (*)(), void (*)(), void (*)(), void*);
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 // Python calls these.
 void ktFailAllocations(long after, long count);

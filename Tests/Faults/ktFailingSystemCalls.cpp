@@ -104,6 +104,7 @@ mode_t modeIn(int flags, va_list arguments) {
 
 extern "C" {
 
+// A name of the C library. NOLINTNEXTLINE(clang-diagnostic-reserved-identifier)
 int __libc_start_main(int (*)(int, char**, char**), int, char**, void (*)(), void (*)(), void (*)(), void*);
 
 // Python calls these.
