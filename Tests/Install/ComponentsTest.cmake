@@ -22,7 +22,7 @@ endfunction()
 
 file(REMOVE_RECURSE ${WORK})
 install_files(whole)
-foreach(component runtime development studio python)
+foreach(component runtime development studio python mpi)
     install_files(${component} --component ${component})
 endforeach()
 
@@ -45,6 +45,9 @@ expect(studio
     share/icons/hicolor/scalable/apps/ktstudio.svg
     share/ktAmbientOcclusion/Examples/scenes.py
     share/man/man1/ktstudio.1)
+if(NOT "${mpi}" STREQUAL "" AND NOT "${mpi}" STREQUAL "${LIBDIR}/ktambientocclusion/ktRanksMpi.so")
+    message(FATAL_ERROR "The component mpi installs ${mpi}")
+endif()
 foreach(file include/ktAmbientOcclusion/OpenSG/OSGNode.h include/ktAmbientOcclusion/Host/Include/ktLog.h
         include/ktAmbientOcclusion/AmbientOcclusion/ktAmbientOcclusion.h ${LIBDIR}/pkgconfig/ktAmbientOcclusion.pc
         ${LIBDIR}/cmake/ktAmbientOcclusion/ktAmbientOcclusionConfig.cmake)
@@ -59,7 +62,7 @@ foreach(file IN LISTS development)
 endforeach()
 
 # A file without a component would be in no package. The add-on for Blender has a test of its own.
-set(parts ${runtime} ${development} ${studio} ${python})
+set(parts ${runtime} ${development} ${studio} ${python} ${mpi})
 list(SORT parts)
 list(FILTER whole EXCLUDE REGEX "[Bb]lender")
 if(NOT "${whole}" STREQUAL "${parts}")
