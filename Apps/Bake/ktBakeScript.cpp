@@ -7,10 +7,9 @@
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktBakeOutput.h"
+#include "ktBakeRun.h"
 #include "ktBakeUsageError.h"
 #include "ktScripting.h"
-#include "ktThreadCount.h"
-#include "ktTracerFactory.h"
 
 #include <csignal>
 #include <cstdio>
@@ -108,12 +107,7 @@ int runInHost(const ktBakeOptions& options) {
 } // namespace
 
 int runBakeScript(const ktBakeOptions& options) {
-    ktThreadCount::set(static_cast<unsigned int>(options.threads));
-    ktChooseTracer(options.tracer);
-    ktSetFitMode(options.fit);
-    ktSetTriangleBudget(options.maxTriangles);
-    if (options.quiet)
-        ktBakeMessages::dropCalculationOutput();
+    beginBakes(options);
     const QFileInfo script(QString::fromStdString(options.script));
     if (!script.isFile() || !script.isReadable()) {
         const std::string reason = "there is no such script, or it cannot be read";
