@@ -75,6 +75,7 @@ kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
 kt_install_for_studio(${CMAKE_INSTALL_DATADIR}/ktAmbientOcclusion/Examples ${PROJECT_SOURCE_DIR}/Examples/scenes.py)
 
 if(TARGET ktRanksMpi)
+    set_target_properties(ktRanksMpi PROPERTIES INSTALL_RPATH "${KT_LIBRARY_RPATH}")
     install(TARGETS ktRanksMpi LIBRARY DESTINATION ${KT_LIBRARY_FOLDER} COMPONENT mpi)
 endif()
 
