@@ -234,6 +234,21 @@ TEST_F(FittedPass, GivenAFineMesh_DiffersFromTheVerticesOnlyBySmoothing) {
     EXPECT_LT(std::sqrt(squares), 0.003);
 }
 
+TEST_F(FittedPass, GivenACreviceOfAFineMesh_IsAsDarkAsAtItsVertices) {
+    const int cells = 110;
+    const ktTestMesh floor = grid(1000, cells);
+    const osg::NodePtr node = scene.addMesh(floor);
+    scene.addMesh(box({-25, -300, 1}, {50, 600, 300}));
+    const auto atVertices = traceVertices(node, allUp(floor)), fitted = trace(node, allUp(floor));
+    int dark = 0;
+    for (std::size_t i = 0; i < fitted.size(); ++i)
+        if (atVertices[i][3] < 0.02f) {
+            ++dark;
+            EXPECT_NEAR(fitted[i][3], atVertices[i][3], 0.05f) << i;
+        }
+    EXPECT_GT(dark, 100);
+}
+
 TEST_F(FittedPass, GivenALamp_FitsItsColourAndTheShare) {
     const osg::Color3f lamp(2.0f, 1.0f, 0.5f);
     const ktTestMesh mesh = sphere(32, 64);
