@@ -100,7 +100,7 @@ namespace detail {
 template <class ValueTypeT>
 inline ValueTypeT colorComponent(const Real32 fraction) {
     if constexpr (TypeTraits<ValueTypeT>::getMin() == ValueTypeT(0))
-        return ValueTypeT(fraction * Real32(TypeTraits<ValueTypeT>::getMax()) + 0.5f);
+        return ValueTypeT(std::lround(Real64(fraction) * Real64(TypeTraits<ValueTypeT>::getMax())));
     else
         return ValueTypeT(fraction);
 }

@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    VolumeState _own = *this;
+    VolumeState _own = static_cast<const VolumeState&>(*this);
 };
 
 OSG_END_NAMESPACE

@@ -44,7 +44,7 @@ void onThreadEnd(void* list) {
 // A key with a destructor instead of a thread_local object: the system would end the process if it had no memory to
 // note the destructor of such an object. The main thread keeps its list until the end of the process.
 pthread_key_t makeKey() {
-    pthread_key_t key;
+    pthread_key_t key = PTHREAD_KEYS_MAX;
     return pthread_key_create(&key, onThreadEnd) == 0 ? key : PTHREAD_KEYS_MAX;
 }
 
