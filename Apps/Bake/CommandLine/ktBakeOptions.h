@@ -86,9 +86,9 @@ struct ktBakeOptions {
     bool previewHeadlight = false;
     std::string script; ///< a file to run, on `scene` if there is one, instead of baking it; empty: none
     std::vector<std::string> scriptArguments;
-    int threads = 0;   ///< 0: one a core
+    int threads = 0;        ///< 0: one a core
     std::string checkpoint; ///< file that keeps what is traced; empty: none
-    bool ranks = true; ///< shares the work with the processes that a launcher has started with this one
+    bool ranks = true;      ///< shares the work with the processes that a launcher has started with this one
     ktFitMode fit = ktFitMode::Surface;
     ktTriangleBudget maxTriangles;
     ktTracerKind tracer = ktTracerKind::Hemisphere;
