@@ -6,29 +6,16 @@
 
 #include <OpenSG/OSGMaterialDrawable.h>
 #include <OpenSG/OSGMaterialGroup.h>
+#include <OpenSG/OSGMaterialGroups.h>
 
 using namespace ktAmbientOcclusionInternal;
-
-namespace {
-
-// False if the scene graph can tell that no group has a material. OpenSG 1.8 cannot tell.
-template <class GroupT>
-auto groupsExist(int) -> decltype(GroupT::exist()) {
-    return GroupT::exist();
-}
-template <class GroupT>
-bool groupsExist(...) {
-    return true;
-}
-
-} // namespace
 
 osg::MaterialPtr ktAmbientOcclusion::getRealMaterial(const osg::NodePtr& node) {
     if (node == osg::NullFC || node->getCore() == osg::NullFC)
         return osg::NullFC;
     // A group's material overrides all materials below it. The scene's root is not asked: it belongs to the host.
     const osg::NodePtr root = ktScenegraph::getRootNode();
-    for (osg::NodePtr ancestor = groupsExist<osg::MaterialGroup>(0) ? node : osg::NodePtr();
+    for (osg::NodePtr ancestor = osg::materialGroupsExist() ? node : osg::NodePtr();
          ancestor != osg::NullFC && ancestor != root; ancestor = ancestor->getParent()) {
         if (ancestor->getCore() == osg::NullFC)
             continue;

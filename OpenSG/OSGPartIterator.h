@@ -101,6 +101,11 @@ protected:
     bool isLeftOut() const {
         return false;
     }
+    /// Whether two of the first three corners have one index: such a triangle only connects parts of a strip.
+    bool isConnection() const {
+        const Int32 a = getPositionIndex(0), b = getPositionIndex(1), c = getPositionIndex(2);
+        return a == b || b == c || c == a;
+    }
     Int32 getCorner(const Int32 which) const {
         return _corner[which];
     }

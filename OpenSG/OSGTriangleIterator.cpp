@@ -5,10 +5,7 @@
 OSG_BEGIN_NAMESPACE
 
 bool TriangleIterator::isLeftOut() const {
-    if (getType() != GL_TRIANGLE_STRIP && getType() != GL_QUAD_STRIP)
-        return false;
-    const Int32 a = getPositionIndex(0), b = getPositionIndex(1), c = getPositionIndex(2);
-    return a == b || b == c || c == a;
+    return (getType() == GL_TRIANGLE_STRIP || getType() == GL_QUAD_STRIP) && isConnection();
 }
 
 bool TriangleIterator::readPart() {

@@ -20,7 +20,7 @@ endif()
 
 # These headers are ours and work with both.
 set(kt_opensg_own ${PROJECT_BINARY_DIR}/InstalledOpenSG)
-foreach(name OSGFieldAccessMacros.h OSGWorldMatrices.h)
+foreach(name OSGFieldAccessMacros.h OSGMaterialGroups.h OSGWorldMatrices.h)
     configure_file(${PROJECT_SOURCE_DIR}/OpenSG/${name} ${kt_opensg_own}/OpenSG/${name} COPYONLY)
 endforeach()
 

@@ -6,14 +6,13 @@
 #include "ktBakeMessages.h"
 #include "ktBakeOptions.h"
 #include "ktEventPump.h"
+#include "ktFileHash.h"
 #include "ktRankFingerprint.h"
 #include "ktTracerFactory.h"
 #include "ktVersion.h"
 #include "ktWorkers.h"
 
 #include <cstdio>
-#include <QCryptographicHash>
-#include <QFile>
 #include <QJsonDocument>
 #include <stdexcept>
 
@@ -30,10 +29,8 @@ std::string identityOf(const ktBakeOptions& options, const QJsonObject& settings
     for (const std::string& option : options.typed)
         if (option.rfind("--output", 0) != 0 && option.rfind("--preview", 0) != 0)
             identity += "\n" + option;
-    QFile scene(QString::fromStdString(options.scene));
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    if (options.scene != "-" && scene.open(QIODevice::ReadOnly) && hash.addData(&scene))
-        identity += "\n" + hash.result().toHex().toStdString();
+    if (const QString hash = ktHashOfFile(QString::fromStdString(options.scene)); !hash.isEmpty())
+        identity += "\n" + hash.toStdString();
     std::uint64_t fingerprint = 0;
     ktEventPump pump;
     ktWorkers::run([&] { fingerprint = ktCalculateFingerprint(*ktMakeTracer()); }, pump);

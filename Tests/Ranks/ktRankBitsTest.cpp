@@ -25,13 +25,7 @@ ktTestMesh bumps(int cells) {
     for (int row = 0; row <= cells; ++row)
         for (int column = 0; column <= cells; ++column)
             mesh.addVertex(40.0 * column, 40.0 * row, 60 * std::sin(0.9 * column) * std::cos(1.3 * row));
-    const auto stride = static_cast<std::uint32_t>(cells + 1);
-    for (std::uint32_t row = 0; row + 1 < stride; ++row)
-        for (std::uint32_t column = 0; column + 1 < stride; ++column) {
-            const std::uint32_t p = row * stride + column;
-            mesh.addTriangle(p, p + 1, p + stride + 1);
-            mesh.addTriangle(p, p + stride + 1, p + stride);
-        }
+    mesh.addGridTriangles(cells);
     return mesh;
 }
 

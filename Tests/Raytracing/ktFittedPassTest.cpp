@@ -49,18 +49,12 @@ ktTestMesh box(std::array<double, 3> p, std::array<double, 3> size) {
 /// A square in the plane z = 0 with shared vertices.
 ktTestMesh grid(double size, int cells, double height = 0) {
     ktTestMesh mesh;
-    const auto stride = static_cast<std::uint32_t>(cells + 1);
     for (int row = 0; row <= cells; ++row)
         for (int column = 0; column <= cells; ++column) {
             const double x = (double(column) / cells - 0.5) * size, y = (double(row) / cells - 0.5) * size;
             mesh.addVertex(x, y, height * std::sin(20 * x / size) * std::cos(17 * y / size));
         }
-    for (std::uint32_t row = 0; row + 1 < stride; ++row)
-        for (std::uint32_t column = 0; column + 1 < stride; ++column) {
-            const std::uint32_t p = row * stride + column;
-            mesh.addTriangle(p, p + 1, p + stride + 1);
-            mesh.addTriangle(p, p + stride + 1, p + stride);
-        }
+    mesh.addGridTriangles(cells);
     return mesh;
 }
 

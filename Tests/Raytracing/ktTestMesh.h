@@ -32,6 +32,17 @@ struct ktTestMesh {
         addTriangle(p, r, s);
     }
 
+    /// Two triangles in each cell of a square grid, whose vertices are the first ones of the mesh, row by row.
+    void addGridTriangles(int cells) {
+        const auto stride = static_cast<std::uint32_t>(cells + 1);
+        for (std::uint32_t row = 0; row + 1 < stride; ++row)
+            for (std::uint32_t column = 0; column + 1 < stride; ++column) {
+                const std::uint32_t p = row * stride + column;
+                addTriangle(p, p + 1, p + stride + 1);
+                addTriangle(p, p + stride + 1, p + stride);
+            }
+    }
+
     /// A disc of the given radius at height z, facing down (front towards -z).
     void addDisc(double radius, double z, int segments) {
         const std::uint32_t centre = addVertex(0, 0, z);

@@ -3,11 +3,11 @@
 #include "ktBakeRecord.h"
 
 #include "ktBakeOptions.h"
+#include "ktFileHash.h"
 #include "ktRunStatistics.h"
 #include "ktSafeFile.h"
 #include "ktVersion.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -15,15 +15,6 @@
 #include <QJsonDocument>
 
 namespace {
-
-/// SHA-256 of a file's content in hexadecimal digits; empty if it cannot be read.
-QString hashOf(const QString& path) {
-    QFile file(path);
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || !hash.addData(&file))
-        return {};
-    return QString::fromLatin1(hash.result().toHex());
-}
 
 QString asPath(const std::string& name) {
     return QString::fromStdString(name);
@@ -52,12 +43,12 @@ bool ktBakeRecord::isUpToDate(const ktBakeSceneEntry& entry) const {
         if (record[field.key()] != field.value())
             return false;
     const QJsonObject inputs = record["inputs"].toObject();
-    const QString output = hashOf(asPath(entry.output));
+    const QString output = ktHashOfFile(asPath(entry.output));
     if (!inputs.contains(QFileInfo(asPath(entry.scene)).fileName()) || output.isEmpty() || record["output"] != output)
         return false;
     const QDir folder = folderOf(entry);
     for (auto input = inputs.begin(); input != inputs.end(); ++input)
-        if (hashOf(folder.absoluteFilePath(input.key())) != input.value().toString())
+        if (ktHashOfFile(folder.absoluteFilePath(input.key())) != input.value().toString())
             return false;
     return true;
 }
@@ -66,9 +57,9 @@ std::string ktBakeRecord::write(const ktBakeSceneEntry& entry, const std::set<QS
     const QDir folder = folderOf(entry);
     QJsonObject record = made, inputs;
     for (const QString& file : filesRead)
-        inputs[folder.relativeFilePath(file)] = hashOf(file);
+        inputs[folder.relativeFilePath(file)] = ktHashOfFile(file);
     record["inputs"] = inputs;
-    record["output"] = hashOf(asPath(entry.output));
+    record["output"] = ktHashOfFile(asPath(entry.output));
     QString reason;
     ktSafeFile::replace(QFile::encodeName(asPath(entry.record)), QJsonDocument(record).toJson(), reason);
     return reason.toStdString();

@@ -38,12 +38,6 @@ void passOn(int signal) {
         kill(child, signal);
 }
 
-std::string hostName() {
-    char name[256] = "";
-    gethostname(name, sizeof name - 1);
-    return name;
-}
-
 void closeOutput() {
     errorStream = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
     const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -81,6 +75,12 @@ ktBakeLauncher ktBakeLauncher::find() {
     return {};
 }
 
+std::string ktHostName() {
+    char name[256] = "";
+    gethostname(name, sizeof name - 1);
+    return name;
+}
+
 bool ktAreRanksOff(const std::vector<std::string>& arguments) {
     const auto end = std::find(arguments.begin(), arguments.end(), "--");
     for (auto argument = arguments.begin(); argument != end; ++argument)
@@ -91,7 +91,7 @@ bool ktAreRanksOff(const std::vector<std::string>& arguments) {
 
 void ktSayAsRank(const ktBakeLauncher& launcher, const std::string& reason) {
     const std::string line =
-        "error: rank " + std::to_string(launcher.rank) + " on " + hostName() + ": " + reason + "\n";
+        "error: rank " + std::to_string(launcher.rank) + " on " + ktHostName() + ": " + reason + "\n";
     [[maybe_unused]] const ssize_t written = write(errorStream, line.data(), line.size());
 }
 

@@ -13,6 +13,9 @@ struct ktBakeLauncher {
     static ktBakeLauncher find();
 };
 
+/// The name of this machine.
+std::string ktHostName();
+
 /// Whether the command line has `--ranks off`: known before the options are parsed.
 bool ktAreRanksOff(const std::vector<std::string>& arguments);
 

@@ -52,9 +52,7 @@ std::unique_ptr<ktTransport> openTransport() {
 ktRankHello describeSelf(ktTracerKind kind) {
     ktRankHello self;
     self.version = ktProjectVersion();
-    char host[256] = "";
-    gethostname(host, sizeof host - 1);
-    self.host = host;
+    self.host = ktHostName();
     self.process = static_cast<std::uint64_t>(getpid());
     self.threads = ktThreadCount::get();
     ktEventPump pump;

@@ -21,7 +21,7 @@ std::uint64_t hashOf(const float* position, const float* normal) {
             std::memcpy(&bits, values + i, sizeof(bits));
             if (bits == 0x80000000u) // negative zero is zero
                 bits = 0;
-            hash = ktRandom::mix(hash + 0x9E3779B97F4A7C15ull + bits);
+            hash = ktRandom::combine(hash, bits);
         }
     }
     return hash;

@@ -29,11 +29,11 @@ std::uint64_t hashBytes(const void* bytes, std::size_t size, std::uint64_t start
     const char* at = static_cast<const char*>(bytes);
     for (; size >= sizeof word; size -= sizeof word, at += sizeof word) {
         std::memcpy(&word, at, sizeof word);
-        hash = ktRandom::mix(hash + 0x9E3779B97F4A7C15ull + word);
+        hash = ktRandom::combine(hash, word);
     }
     word = 0;
     std::memcpy(&word, at, size);
-    return ktRandom::mix(hash + 0x9E3779B97F4A7C15ull + word);
+    return ktRandom::combine(hash, word);
 }
 
 std::uint64_t hashBytes(const std::vector<char>& bytes, std::uint64_t start = 0) {

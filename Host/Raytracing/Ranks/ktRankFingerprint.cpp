@@ -19,7 +19,7 @@ public:
     void add(T value) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, &value, sizeof value);
-        number = ktRandom::mix(number + 0x9E3779B97F4A7C15ull + bits);
+        number = ktRandom::combine(number, bits);
     }
     void hits(std::uint32_t, std::uint32_t, const ktHitPacket& packet) override {
         for (std::uint32_t i = 0; i < ktHitPacket::width; ++i)

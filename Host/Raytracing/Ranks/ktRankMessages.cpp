@@ -16,10 +16,6 @@ bool hasLights(const ktBatchWork& work) {
     return work.lights && !work.lights->empty();
 }
 
-void putFloats(ktWireWriter& to, const float (&values)[3]) {
-    to.put(values);
-}
-
 void getFinite(ktWireReader& from, float (&values)[3]) {
     from.get(values);
     demand(std::isfinite(values[0]) && std::isfinite(values[1]) && std::isfinite(values[2]),
@@ -210,12 +206,12 @@ void ktPutBlock(ktWireWriter& to, const ktRankBlock& block, const ktBatchWork& w
         to.put(batch.count);
         for (std::uint32_t i = 0; i < batch.count; ++i) {
             const ktRayVertex& vertex = batch.vertices[i];
-            putFloats(to, vertex.origin);
-            putFloats(to, vertex.tangent);
-            putFloats(to, vertex.bitangent);
-            putFloats(to, vertex.normal);
+            to.put(vertex.origin);
+            to.put(vertex.tangent);
+            to.put(vertex.bitangent);
+            to.put(vertex.normal);
             if (hasLights(work))
-                putFloats(to, batch.points[i]);
+                to.put(batch.points[i]);
         }
     }
 }
@@ -255,13 +251,13 @@ void ktPutBatchResults(ktWireWriter& to, const ktVertexBatch& batch, const ktBat
         if (work.kind == ktBatchKind::Direct) {
             to.put(light.visible);
             if (hasLights(work)) {
-                putFloats(to, light.arriving);
-                putFloats(to, light.unshadowed);
+                to.put(light.arriving);
+                to.put(light.unshadowed);
             }
             continue;
         }
         if (work.kind == ktBatchKind::Gather)
-            putFloats(to, light.arriving);
+            to.put(light.arriving);
         if (work.kind == ktBatchKind::Sides || work.countsSides)
             to.put(light.sides);
     }

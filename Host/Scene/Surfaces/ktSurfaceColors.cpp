@@ -6,6 +6,7 @@
 #include "ktTextureSample.h"
 
 #include <OpenSG/OSGMaterialGroup.h>
+#include <OpenSG/OSGMaterialGroups.h>
 #include <OpenSG/OSGSimpleMaterial.h>
 
 namespace {
@@ -29,16 +30,6 @@ std::vector<Color> readVertexColors(const osg::GeoColorsPtr& colors, osg::UInt32
     return result;
 }
 
-// False if the scene graph can tell that no group has a material. OpenSG 1.8 cannot tell.
-template <class GroupT>
-auto groupsExist(int) -> decltype(GroupT::exist()) {
-    return GroupT::exist();
-}
-template <class GroupT>
-bool groupsExist(...) {
-    return true;
-}
-
 Color product(const Color& a, const Color& b) {
     return {a[0] * b[0], a[1] * b[1], a[2] * b[2], a[3] * b[3]};
 }
@@ -55,7 +46,7 @@ std::array<float, size> interpolate(const std::vector<std::array<float, size>>& 
 } // namespace
 
 osg::MaterialPtr ktMaterialInEffect(const osg::NodePtr& node) {
-    for (osg::NodePtr above = groupsExist<osg::MaterialGroup>(0) ? node : osg::NodePtr(); above != osg::NullFC;
+    for (osg::NodePtr above = osg::materialGroupsExist() ? node : osg::NodePtr(); above != osg::NullFC;
          above = above->getParent()) {
         const osg::MaterialGroupPtr group = osg::MaterialGroupPtr::dcast(above->getCore());
         if (group != osg::NullFC && group->getMaterial() != osg::NullFC)
