@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests which edits, creations and destructions the change lists record, and how lists merge.
+#include "ChangesFixture.h"
+
 #include <gtest/gtest.h>
 #include <OpenSG/OSGChangeList.h>
 #include <OpenSG/OSGGeometry.h>
@@ -11,39 +13,6 @@
 #include <thread>
 
 using namespace osg;
-
-namespace {
-
-/// Records the test's own changes.
-class Changes : public testing::Test {
-protected:
-    Changes() : list(*Thread::getCurrentChangeList()) {
-        // The first container of a class creates the class's prototype, which would be recorded as well.
-        osgInit();
-        node = Node::create();
-        list.setReadOnly(false);
-        list.clearAll();
-    }
-    ~Changes() override {
-        list.setReadOnly(true);
-        list.clearAll();
-        FieldContainerPtr::_ignore_change = false;
-    }
-
-    /// Mask of all announced fields of the container.
-    BitVector changesOf(const FieldContainerPtr& container) const {
-        BitVector fields = 0;
-        for (auto entry = list.beginChanged(); entry != list.endChanged(); ++entry)
-            if (entry->first == container.getFieldContainerId())
-                fields |= entry->second;
-        return fields;
-    }
-
-    ChangeList& list;
-    NodeRefPtr node;
-};
-
-} // namespace
 
 TEST_F(Changes, GivenEdit_EntersContainerAndFields) {
     beginEditCP(node.get(), Node::TravMaskFieldMask);
@@ -78,20 +47,6 @@ TEST_F(Changes, GivenChangedCP_CallsChangedAndEntersNothingForTheContainer) {
     list.clearAll();
     changedCP(transform, Transform::MatrixFieldMask);
     EXPECT_EQ(0u, changesOf(transform));
-    EXPECT_FALSE(node->getVolume().isValid());
-}
-
-TEST_F(Changes, GivenIgnoreChange_EntersTheEditAndCallsNothing) {
-    const TransformPtr transform = Transform::create();
-    node->setCore(transform);
-    node->updateVolume();
-    list.clearAll();
-    FieldContainerPtr::_ignore_change = true;
-    endEditCP(transform, Transform::MatrixFieldMask);
-    EXPECT_EQ(Transform::MatrixFieldMask, changesOf(transform));
-    EXPECT_TRUE(node->getVolume().isValid());
-    FieldContainerPtr::_ignore_change = false;
-    endEditCP(transform, Transform::MatrixFieldMask);
     EXPECT_FALSE(node->getVolume().isValid());
 }
 
@@ -182,26 +137,6 @@ TEST_F(Changes, GivenReadOnlyList_RecordsNothing) {
     EXPECT_TRUE(list.empty());
 }
 
-TEST_F(Changes, GivenEntriesOfOneContainer_AreJoinedWhenCompacted) {
-    const NodeRefPtr other(Node::create());
-    list.clearAll();
-    list.addChanged(node.get(), Node::CoreFieldMask);
-    list.addChanged(other.get(), Node::CoreFieldMask);
-    list.addChanged(node.get(), Node::TravMaskFieldMask);
-    list.compactChanged();
-    ASSERT_EQ(2u, list.sizeChanged());
-    EXPECT_EQ(ChangeList::ChangeEntry(node.get().getFieldContainerId(), Node::CoreFieldMask | Node::TravMaskFieldMask),
-              *list.beginChanged());
-}
-
-TEST_F(Changes, GivenLimit_CompactsByItself) {
-    ChangeList::setMaxChangedSize(10);
-    for (int i = 0; i < 1000; ++i)
-        list.addChanged(node.get(), Node::CoreFieldMask);
-    EXPECT_GE(12u, list.sizeChanged());
-    ChangeList::setMaxChangedSize(0);
-}
-
 TEST_F(Changes, GivenTwoLists_MergeAndSwap) {
     ChangeList other;
     other.merge(list);
@@ -223,16 +158,6 @@ TEST_F(Changes, GivenEditorObject_AnnouncesAtTheEndOfTheBlock) {
     EXPECT_EQ(Node::TravMaskFieldMask, changesOf(edited) & Node::TravMaskFieldMask);
     { CPEditAll(edited); }
     EXPECT_EQ(FieldBits::AllFields, changesOf(edited));
-}
-
-TEST_F(Changes, GivenThreadThatAsksForNoList_HasNone) {
-    ChangeList* others = &list;
-    std::thread([&] {
-        endEditCP(node.get(), Node::CoreFieldMask);
-        others = Thread::getCurrentChangeList();
-    }).join();
-    EXPECT_EQ(nullptr, others);
-    EXPECT_EQ(0u, changesOf(node.get()));
 }
 
 TEST_F(Changes, GivenExternalThread_HasAListOfItsOwn) {

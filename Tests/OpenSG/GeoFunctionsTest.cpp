@@ -25,7 +25,7 @@ GeometryPtr makeInterleaved() {
 /// Positions and normals of the corners of all triangles.
 std::vector<std::pair<Pnt3f, Vec3f>> cornersOf(const GeometryPtr& geometry) {
     std::vector<std::pair<Pnt3f, Vec3f>> corners;
-    for (TriangleIterator it(geometry); !it.isAtEnd(); ++it)
+    for (TriangleIterator it = geometry->beginTriangles(); !it.isAtEnd(); ++it)
         for (Int32 i = 0; i < 3; ++i)
             corners.emplace_back(it.getPosition(i), it.getNormal(i));
     return corners;
@@ -174,7 +174,7 @@ TEST(CalcPrimitiveCount, GivenAllTypes_CountsTheirParts) {
     EXPECT_EQ(2u + 5u + 4u, lines);
     EXPECT_EQ(2u + 3u + 3u + 4u + 4u + 3u, triangles);
     UInt32 visited = 0;
-    for (TriangleIterator it(geometry.get()); !it.isAtEnd(); ++it)
+    for (TriangleIterator it = geometry->beginTriangles(); !it.isAtEnd(); ++it)
         ++visited;
     EXPECT_EQ(triangles, visited);
     EXPECT_EQ(0u, calcPrimitiveCount(NullFC, triangles, lines, points));

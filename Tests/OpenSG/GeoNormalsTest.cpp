@@ -49,7 +49,7 @@ TEST(CalcVertexNormals, GivenMultiIndex_NormalsGoWithThePositions) {
     EXPECT_EQ(Geometry::MapPosition | Geometry::MapNormal, geometry->getIndexMapping(0));
     EXPECT_EQ(Geometry::MapColor, geometry->getIndexMapping(1));
     EXPECT_EQ(7u, geometry->getNormals()->size());
-    EXPECT_EQ(Vec3f(0, 0, 1), TriangleIterator(geometry.get()).getNormal(1));
+    EXPECT_EQ(Vec3f(0, 0, 1), geometry->beginTriangles().getNormal(1));
 }
 
 TEST(CalcVertexNormals, GivenExistingProperty_WritesIntoItInItsType) {
@@ -83,12 +83,12 @@ TEST(CalcVertexNormals, GivenCreaseAngle_KeepsSharpEdgesSharp) {
     const GeometryRefPtr geometry(makeCorner());
     calcVertexNormals(geometry, Pi / 4);
     UInt32 triangles = 0;
-    for (TriangleIterator it(geometry.get()); !it.isAtEnd(); ++it, ++triangles)
+    for (TriangleIterator it = geometry->beginTriangles(); !it.isAtEnd(); ++it, ++triangles)
         for (Int32 i = 0; i < 3; ++i)
             EXPECT_EQ(triangles < 2 ? Vec3f(0, 0, 1) : Vec3f(1, 0, 0), it.getNormal(i));
     EXPECT_EQ(4u, triangles);
     EXPECT_EQ(7u, geometry->getPositions()->size()) << "positions stay shared";
-    PrimitiveIterator points(geometry.get());
+    PrimitiveIterator points = geometry->beginPrimitives();
     ++points;
     EXPECT_EQ(UInt32(GL_POINTS), points.getType());
     EXPECT_EQ(Pnt3f(9, 9, 9), points.getPosition(0));
@@ -99,7 +99,7 @@ TEST(CalcVertexNormals, GivenLargeCreaseAngle_SmoothsAcross) {
     for (const Real32 angle : {Pi * 0.6f, 4.0f}) {
         const GeometryRefPtr geometry(makeCorner());
         calcVertexNormals(geometry, angle);
-        const TriangleIterator it(geometry.get());
+        const TriangleIterator it = geometry->beginTriangles();
         EXPECT_EQ(unit(Vec3f(1, 0, 1)), unit(it.getNormal(0))) << angle;
         EXPECT_EQ(Vec3f(0, 0, 1), it.getNormal(1)) << angle;
     }
@@ -113,7 +113,7 @@ TEST(CalcFaceNormals, GivenStrip_EachTriangleHasItsOwn) {
         colors->push_back(Color3f(i, 0, 0));
     geometry->setColors(colors);
     calcFaceNormals(geometry);
-    TriangleIterator it(geometry.get());
+    TriangleIterator it = geometry->beginTriangles();
     for (Int32 i = 0; i < 3; ++i)
         EXPECT_EQ(Vec3f(0, 0, 1), it.getNormal(i));
     ++it;

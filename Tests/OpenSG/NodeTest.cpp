@@ -177,7 +177,9 @@ TEST(Node, GivenTransformsAbove_ToWorldIsTheirProductFromTheRoot) {
     EXPECT_EQ(expected, group->getToWorld());
     expected.mult(scale);
     EXPECT_EQ(expected, leaf->getToWorld()) << "the node's own transformation included";
-    EXPECT_TRUE((leaf->getToWorld() * Pnt3f(1, 0, 0)).equals(Pnt3f(10, 2, 0), 1e-5f));
+    Pnt3f point(1, 0, 0);
+    leaf->getToWorld().multMatrixPnt(point);
+    EXPECT_TRUE(point.equals(Pnt3f(10, 2, 0), 1e-5f));
     Matrix result;
     root->getToWorld(result);
     EXPECT_EQ(move, result);

@@ -86,7 +86,7 @@ TEST(FaceIterator, GivenStitchedStrip_LeavesOutTheSeams) {
 
 TEST(FaceIterator, GivenSeek_GoesToTheFace) {
     const GeometryRefPtr geometry(makeRow(GL_QUADS, 12));
-    FaceIterator it(geometry.get());
+    FaceIterator it = geometry->beginFaces();
     it.seek(2);
     EXPECT_EQ(8, it.getPositionIndex(0));
     it.seek(77);

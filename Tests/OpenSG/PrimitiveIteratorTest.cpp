@@ -46,7 +46,7 @@ TEST(PrimitiveIterator, GivenSingleIndex_PicksEveryProperty) {
     const GeometryRefPtr geometry(makeRow(GL_TRIANGLES, 3));
     geometry->setNormals(makeNormals({Vec3f(1, 0, 0), Vec3f(0, 1, 0), Vec3f(0, 0, 1)}));
     geometry->setIndices(makeIndices({2, 0, 1}));
-    PrimitiveIterator it(geometry.get());
+    PrimitiveIterator it = geometry->beginPrimitives();
     EXPECT_EQ(Pnt3f(2, 0, 0), it.getPosition(0));
     EXPECT_EQ(Vec3f(0, 0, 1), it.getNormal(0));
     EXPECT_EQ(1, it.getIndexIndex(1));
@@ -69,7 +69,7 @@ TEST(PrimitiveIterator, GivenInterleavedIndices_EachPropertyTakesItsOwn) {
     // Three indices per vertex: normal, position, texture coordinate.
     geometry->setIndices(makeIndices({1, 5, 2, /**/ 0, 4, 0, /**/ 1, 3, 1, /**/ 0, 2, 2}));
     geometry->getIndexMapping().setValues({Geometry::MapNormal, Geometry::MapPosition, Geometry::MapTexCoords3});
-    PrimitiveIterator it(geometry.get());
+    PrimitiveIterator it = geometry->beginPrimitives();
     EXPECT_EQ(5, it.getPositionIndex(0));
     EXPECT_EQ(1, it.getNormalIndex(0));
     ++it;
@@ -86,7 +86,7 @@ TEST(PrimitiveIterator, GivenBrokenGeometry_StaysInside) {
     geometry->setTypes(makeTypes({GL_TRIANGLES, GL_TRIANGLES, GL_TRIANGLES}));
     geometry->setLengths(makeLengths({3, 1000}));
     geometry->setIndices(makeIndices({0, 1, 77, 3, 2}));
-    PrimitiveIterator it(geometry.get());
+    PrimitiveIterator it = geometry->beginPrimitives();
     EXPECT_EQ(-1, it.getPositionIndex(2)) << "index outside";
     EXPECT_EQ(Pnt3f(0, 0, 0), it.getPosition(2));
     ++it;
@@ -115,7 +115,7 @@ TEST(PrimitiveIterator, GivenSeek_GoesToThePrimitive) {
     const GeometryRefPtr geometry(makeRow(GL_POINTS, 6));
     geometry->setTypes(makeTypes({GL_POINTS, GL_POINTS, GL_POINTS}));
     geometry->setLengths(makeLengths({1, 2, 3}));
-    PrimitiveIterator it(geometry.get());
+    PrimitiveIterator it = geometry->beginPrimitives();
     it.seek(2);
     EXPECT_EQ(3, it.getPositionIndex(0));
     EXPECT_TRUE(geometry->beginPrimitives() < it);

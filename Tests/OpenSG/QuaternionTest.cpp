@@ -10,7 +10,9 @@ namespace {
 Vec3f turned(const Quaternion& rotation, const Vec3f& vec) {
     Matrix matrix;
     rotation.getValue(matrix);
-    return matrix * vec;
+    Vec3f result;
+    matrix.multMatrixVec(vec, result);
+    return result;
 }
 
 } // namespace

@@ -70,7 +70,7 @@ TEST(TriangleIterator, GivenMixedPrimitives_NumbersTrianglesThrough) {
     geometry->setTypes(makeTypes({GL_LINES, GL_QUADS, GL_TRIANGLES, GL_POINTS, GL_TRIANGLE_FAN, GL_TRIANGLES}));
     geometry->setLengths(makeLengths({2, 4, 2, 1, 4, 3}));
     EXPECT_EQ((Triangles{{2, 3, 4}, {2, 4, 5}, {9, 10, 11}, {9, 11, 12}, {13, 14, 15}}), trianglesOf(geometry));
-    TriangleIterator it(geometry.get());
+    TriangleIterator it = geometry->beginTriangles();
     it.seek(3);
     EXPECT_EQ(9, it.getPositionIndex(0));
     EXPECT_EQ(4, it.getPrimitiveIndex());
@@ -85,7 +85,7 @@ TEST(TriangleIterator, GivenInterleavedIndices_PicksTheCornersValues) {
     geometry->setNormals(makeNormals({Vec3f(1, 0, 0), Vec3f(0, 1, 0)}));
     geometry->setIndices(makeIndices({0, 1, 1, 0, 2, 1, 3, 0}));
     geometry->getIndexMapping().setValues({Geometry::MapPosition, Geometry::MapNormal});
-    TriangleIterator it(geometry.get());
+    TriangleIterator it = geometry->beginTriangles();
     ++it;
     EXPECT_EQ(Pnt3f(3, 0, 0), it.getPosition(2));
     EXPECT_EQ(0, it.getNormalIndex(2));

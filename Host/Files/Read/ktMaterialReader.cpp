@@ -76,7 +76,8 @@ osg::UberMaterialPtr ktMaterialReader::materialOf(const ktJson& primitive, const
         return known->second;
     const osg::UberMaterialPtr material = make(index);
     osg::addRefCP(material);
-    return materials[key] = material;
+    materials.emplace(key, material);
+    return material;
 }
 
 osg::UShadowMaterialPtr ktMaterialReader::shadowMaterial() {

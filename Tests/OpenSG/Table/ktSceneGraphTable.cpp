@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Prints what the scene graph does in many cases, one line each, for a comparison of two scene graphs.
-#include <cstdio>
-#include <functional>
-#include <iomanip>
-#include <iostream>
+#include "ktTable.h"
+
 #include <OpenSG/OSGAction.h>
 #include <OpenSG/OSGBaseFunctions.h>
 #include <OpenSG/OSGChangeList.h>
@@ -27,130 +25,13 @@
 #include <OpenSG/OSGThread.h>
 #include <OpenSG/OSGTransform.h>
 #include <OpenSG/OSGTriangleIterator.h>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-using namespace osg;
+using namespace ktTable;
 
 namespace {
-
-template <class... ValuesT>
-void line(const char* name, const ValuesT&... values) {
-    std::ostringstream text;
-    text << std::setprecision(9) << std::boolalpha;
-    ((text << ' ' << values), ...);
-    std::cout << name << ':' << text.str() << '\n';
-}
-
-std::string textOf(const Pnt3f& p) {
-    std::ostringstream text;
-    text << std::setprecision(9) << '(' << p[0] << ' ' << p[1] << ' ' << p[2] << ')';
-    return text.str();
-}
-std::string textOf(const Color3f& c) {
-    return textOf(Pnt3f(c[0], c[1], c[2]));
-}
-std::string textOf(const Matrix& m) {
-    std::ostringstream text;
-    text << std::setprecision(7);
-    for (UInt32 row = 0; row < 4; ++row)
-        for (UInt32 column = 0; column < 4; ++column)
-            text << (row + column == 0 ? "" : " ") << m[column][row] + 0.0f;
-    return text.str();
-}
-template <class VolumeT>
-std::string stateOf(const VolumeT& volume) {
-    std::string text;
-    text += volume.isValid() ? "valid " : "";
-    text += volume.isEmpty() ? "empty " : "";
-    text += volume.isStatic() ? "static " : "";
-    text += volume.isInfinite() ? "infinite " : "";
-    return text;
-}
-
-/// Records what the change list of this thread gets, and names the containers in it.
-class Recorder {
-public:
-    Recorder() : list(*Thread::getCurrentChangeList()) {
-        list.setReadOnly(false);
-        list.clearAll();
-    }
-    ~Recorder() {
-        list.clearAll();
-        list.setReadOnly(true);
-    }
-    void name(const FieldContainerPtr& container, const char* text) {
-        names.emplace_back(container.getFieldContainerId(), text);
-    }
-    std::string take() {
-        std::ostringstream text;
-        for (auto entry = list.beginChanged(); entry != list.endChanged(); ++entry)
-            text << nameOf(entry->first) << '/' << std::hex << (entry->second & 0xffffffff) << std::dec << ' ';
-        text << "+ref";
-        for (auto entry = list.beginAddRefd(); entry != list.endAddRefd(); ++entry)
-            text << ' ' << nameOf(*entry);
-        text << " -ref";
-        for (auto entry = list.beginSubRefd(); entry != list.endSubRefd(); ++entry)
-            text << ' ' << nameOf(*entry);
-        text << " new " << list.sizeCreated() << " gone " << list.sizeDestroyed();
-        list.clearAll();
-        return text.str();
-    }
-
-private:
-    std::string nameOf(UInt32 id) const {
-        for (const auto& each : names)
-            if (each.first == id)
-                return each.second;
-        return "other";
-    }
-
-    ChangeList& list;
-    std::vector<std::pair<UInt32, std::string>> names;
-};
-
-NodePtr makeNode(const NodeCorePtr& core) {
-    const NodePtr node = Node::create();
-    beginEditCP(node, Node::CoreFieldMask);
-    node->setCore(core);
-    endEditCP(node, Node::CoreFieldMask);
-    return node;
-}
-
-GeometryPtr makeRow(const std::vector<std::pair<UInt8, UInt32>>& primitives) {
-    const GeoPTypesUI8Ptr types = GeoPTypesUI8::create();
-    const GeoPLengthsUI32Ptr lengths = GeoPLengthsUI32::create();
-    const GeoPositions3fPtr positions = GeoPositions3f::create();
-    UInt32 count = 0;
-    for (const auto& primitive : primitives) {
-        types->push_back(primitive.first);
-        lengths->push_back(primitive.second);
-        count += primitive.second;
-    }
-    for (UInt32 i = 0; i < count; ++i)
-        positions->push_back(Pnt3f(Real32(i), Real32(i % 3), Real32(i % 2)));
-    const GeometryPtr geometry = Geometry::create();
-    beginEditCP(geometry);
-    geometry->setTypes(types);
-    geometry->setLengths(lengths);
-    geometry->setPositions(positions);
-    endEditCP(geometry);
-    return geometry;
-}
-
-template <class IteratorT>
-std::string partsOf(IteratorT it, const IteratorT& end, UInt32 corners) {
-    std::ostringstream text;
-    for (; it != end; ++it) {
-        text << '[';
-        for (UInt32 i = 0; i < corners; ++i)
-            text << (i == 0 ? "" : " ") << it.getPositionIndex(Int32(i));
-        text << ']';
-    }
-    return text.str();
-}
 
 void printVolumes() {
     const NodePtr node = Node::create();
@@ -425,5 +306,9 @@ int main(int argc, char** argv) {
     printParts();
     printNumbers();
     printTraversal();
+    printTrees();
+    printProperties();
+    printGeometry();
+    printTransforms();
     return 0;
 }
