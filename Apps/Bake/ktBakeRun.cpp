@@ -15,6 +15,7 @@
 #include "ktBakeScene.h"
 #include "ktBakeSettings.h"
 #include "ktBakeSignals.h"
+#include "ktBakeSpace.h"
 #include "ktBakeStats.h"
 #include "ktControllerState.h"
 #include "ktGeometryInstances.h"
@@ -31,9 +32,11 @@
 #include "ktTracingStatistics.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <new>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace {
 
@@ -184,6 +187,8 @@ private:
         stats.settings = describeSettings();
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled() && !scene.loadPictures())
             return ktBakeExit::failed;
+        if (!canHold())
+            return ktBakeExit::notWritten;
         if (const int exitCode = checkpoint.begin(options, stats.settings); exitCode != ktBakeExit::done)
             return exitCode;
         ktBakeProgress progress(countSelectedVertices(), !options.quiet);
@@ -214,6 +219,22 @@ private:
         else
             giveHint();
         return ktBakeExit::done;
+    }
+
+    /// Checks before hours of tracing that the results have space. Refinement may need more than this finds.
+    bool canHold() const {
+        const bool hasIndirect = ktAmbientOcclusion::the()->isIndirectIlluminationEnabled();
+        const std::uint64_t vertices = countSelectedVertices();
+        std::vector<ktBakeSpaceNeed> needs;
+        needs.push_back({options.output, scene.leastDataSize(options) + leastSizeOfResults(vertices, hasIndirect)});
+        if (!options.checkpoint.empty()) {
+            std::error_code error;
+            const std::uintmax_t before = std::filesystem::file_size(options.checkpoint, error);
+            const std::uint64_t size = leastSizeOfCheckpoint(vertices, stats.settings["mode"].toString() != "classic",
+                                                             hasIndirect ? stats.settings["bounces"].toInt() : 0);
+            needs.push_back({options.checkpoint, error ? size : size - std::min<std::uint64_t>(before, size)});
+        }
+        return hasSpace(needs);
     }
 
     /// Logs why the scene cannot be baked like this.

@@ -135,6 +135,10 @@ bool ktBakeScene::loadPictures(const std::function<bool()>& isInterrupted) {
     return !report.isOutOfMemory;
 }
 
+std::uint64_t ktBakeScene::leastDataSize(const ktBakeOptions& options) const {
+    return file->leastDataSize(QString::fromStdString(options.output), options.compression);
+}
+
 int ktBakeScene::save(const ktBakeOptions& options, const std::function<bool()>& isInterrupted) {
     ktSaveOptions saveOptions;
     saveOptions.multiplyColors = options.multiplyColors;

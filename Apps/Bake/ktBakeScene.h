@@ -41,6 +41,8 @@ public:
     /// without the results that the plug-in's current settings request.
     /// @return exit code
     int select(const ktBakeOptions& options);
+    /// Bytes of the file that save() writes, without results; fewer if they are not known.
+    std::uint64_t leastDataSize(const ktBakeOptions& options) const;
     /// Writes the scene with its results.
     /// @return exit code; ktBakeExit::cancelled without a message
     /// @param isInterrupted asked from time to time; true ends the writing, and the old file stays

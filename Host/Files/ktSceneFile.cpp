@@ -36,6 +36,11 @@ struct ktSceneFile::Data {
     osg::NodeRefPtr root;
     double unit_mm = 1000.0;
     ktUpAxis up = ktUpAxis::Y; ///< of the document
+
+    /// Whether it is written without compression.
+    bool isPlain(ktCompressionMode mode) const {
+        return mode == ktCompressionMode::None || (mode == ktCompressionMode::AsInput && compressed.isEmpty());
+    }
 };
 
 /// A document, and what its file says about its space.
@@ -273,9 +278,7 @@ bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFile
         for (const ktNodeLink& link : data->scene.nodes)
             ktWriteNodeExtras(document.json["nodes"][link.node], link.shown, ktPointer("nodes", link.node),
                               report.messages);
-        const bool isPlain = options.compression == ktCompressionMode::None ||
-                             (options.compression == ktCompressionMode::AsInput && data->compressed.isEmpty());
-        if (isPlain) {
+        if (data->isPlain(options.compression)) {
             ktWriteGltf(document, path, report.messages);
             return;
         }
@@ -283,4 +286,22 @@ bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFile
         ktCompress(packed, options.compression, data->compressed, report.messages);
         ktWriteGltf(packed, path, report.messages);
     });
+}
+
+std::uint64_t ktSceneFile::leastDataSize(const QString& path, ktCompressionMode compression) const {
+    const ktGltfDocument& document = data->document;
+    const bool isGltf = QFileInfo(path).suffix().toLower() == "gltf";
+    if (!data->isPlain(compression) || (isGltf && document.form == ktGltfForm::Gltf))
+        return 0;
+    std::vector<std::uint64_t> sizes(document.buffers.size(), 0);
+    for (std::size_t i = 0; i < ktJsonCount(document.json, "bufferViews"); ++i) {
+        const ktJson& view = *ktJsonElement(document.json, "bufferViews", i);
+        const auto buffer = ktJsonWhole(view, "buffer");
+        if (buffer && *buffer < sizes.size() && !ktIsOwn(view))
+            sizes[*buffer] += ktJsonWhole(view, "byteLength").value_or(0);
+    }
+    std::uint64_t sum = 0;
+    for (std::size_t i = 0; i < sizes.size(); ++i)
+        sum += std::min<std::uint64_t>(sizes[i], document.buffers[i].bytes.size()); // views may overlap
+    return sum;
 }

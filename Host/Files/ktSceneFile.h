@@ -8,6 +8,7 @@
 #include "ktSceneCamera.h"
 #include "ktUpAxis.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
@@ -94,6 +95,10 @@ public:
     /// be called repeatedly. May be called on another thread, while nothing changes the scene and nobody uses this
     /// object.
     bool save(const QString& path, const ktSaveOptions& options, ktFileReport& report);
+
+    /// Bytes of the data that save() writes beside the results, at least: buffers without what earlier bakes added. 0
+    /// if they stay in other files, or are compressed.
+    std::uint64_t leastDataSize(const QString& path, ktCompressionMode compression) const;
 
 private:
     struct Data;

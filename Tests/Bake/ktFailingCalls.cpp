@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A library to preload: the call that KT_FAILING_CALL names fails. Calls on files fail for temporary files of outputs,
-// read() for the presets file. Threads fail from number KT_FAILING_FROM on, KT_FAILING_COUNT of them.
+// read() for the presets file. Threads fail from number KT_FAILING_FROM on, KT_FAILING_COUNT of them. With "statvfs",
+// all file systems have KT_FREE_BYTES bytes.
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace {
@@ -77,6 +79,15 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     if (isChosen("pthread_create") && now >= first && now < first + numberIn("KT_FAILING_COUNT"))
         return EAGAIN;
     return next<decltype(pthread_create)>("pthread_create")(thread, attributes, run, argument);
+}
+
+int statvfs(const char* path, struct statvfs* space) noexcept {
+    const int result = next<decltype(statvfs)>("statvfs")(path, space);
+    if (isChosen("statvfs") && result == 0) {
+        space->f_frsize = 1;
+        space->f_bavail = static_cast<fsblkcnt_t>(numberIn("KT_FREE_BYTES"));
+    }
+    return result;
 }
 
 int rename(const char* from, const char* to) noexcept {

@@ -12,11 +12,6 @@ namespace {
 const char* const mark = "ambientOcclusion";
 const std::size_t none = std::numeric_limits<std::size_t>::max();
 
-bool isMarked(const ktJson& entry) {
-    const ktJson* extras = ktJsonMember(entry, "extras");
-    return extras && ktJsonMember(*extras, mark);
-}
-
 std::size_t offsetOf(const ktJson& view) {
     return static_cast<std::size_t>(ktJsonWhole(view, "byteOffset").value_or(0));
 }
@@ -51,6 +46,11 @@ void ktMarkAsOwn(ktJson& entry) {
     entry["extras"] = {{mark, true}};
 }
 
+bool ktIsOwn(const ktJson& entry) {
+    const ktJson* extras = ktJsonMember(entry, "extras");
+    return extras && ktJsonMember(*extras, mark);
+}
+
 ktGltfStore::ktGltfStore(ktGltfDocument& document_) : document(document_), target(none) {
     for (const char* collection : {"accessors", "bufferViews", "buffers"}) {
         if (!ktJsonMember(document.json, collection))
@@ -75,14 +75,14 @@ void ktGltfStore::findOwnRegions() {
         return index && *index < count ? static_cast<std::size_t>(*index) : count;
     };
     for (const ktJson& view : views)
-        if (const std::size_t b = bufferOf(view); b < count && !isMarked(view))
+        if (const std::size_t b = bufferOf(view); b < count && !ktIsOwn(view))
             foreignEnd[b] = std::max(foreignEnd[b], offsetOf(view) + lengthOf(view));
     ownBegin.assign(count, none);
     for (const ktJson& view : views)
-        if (const std::size_t b = bufferOf(view); b < count && isMarked(view) && offsetOf(view) >= foreignEnd[b])
+        if (const std::size_t b = bufferOf(view); b < count && ktIsOwn(view) && offsetOf(view) >= foreignEnd[b])
             ownBegin[b] = std::min(ownBegin[b], offsetOf(view));
     for (std::size_t b = 0; b < count; ++b)
-        if (isMarked(buffers[b]))
+        if (ktIsOwn(buffers[b]))
             ownBegin[b] = foreignEnd[b];
 }
 
@@ -93,7 +93,7 @@ void ktGltfStore::reclaimAccessors() {
         const auto index = ktJsonWhole(accessors[i], "bufferView");
         const ktJson* view =
             index ? ktJsonElement(document.json, "bufferViews", static_cast<std::size_t>(*index)) : nullptr;
-        if (!used[i] && (isMarked(accessors[i]) || (view && isMarked(*view))))
+        if (!used[i] && (ktIsOwn(accessors[i]) || (view && ktIsOwn(*view))))
             freedAccessors.push_back(i);
     }
     for (const std::size_t i : freedAccessors)
@@ -105,7 +105,7 @@ void ktGltfStore::reclaimViews() {
     ktJson& views = list("bufferViews");
     const std::vector<bool> used = ktFindUsedViews(document.json);
     for (std::size_t i = 0; i < views.size(); ++i)
-        if (!used[i] && isMarked(views[i]))
+        if (!used[i] && ktIsOwn(views[i]))
             freedViews.push_back(i);
     for (const std::size_t i : freedViews)
         views[i] = ktJson::object();
@@ -119,11 +119,11 @@ void ktGltfStore::compactBuffer(std::size_t index) {
     ktJson& entry = list("buffers")[index];
     ktBytes& bytes = document.buffers[index].bytes;
     const std::size_t begin = ownBegin[index];
-    if (begin > bytes.size() || (ktJsonMember(entry, "uri") && !isMarked(entry)))
+    if (begin > bytes.size() || (ktJsonMember(entry, "uri") && !ktIsOwn(entry)))
         return;
     std::vector<std::size_t> own;
     for (std::size_t i = 0; i < views.size(); ++i)
-        if (ktJsonWhole(views[i], "buffer") == index && isMarked(views[i]) && offsetOf(views[i]) >= begin)
+        if (ktJsonWhole(views[i], "buffer") == index && ktIsOwn(views[i]) && offsetOf(views[i]) >= begin)
             own.push_back(i);
     std::sort(own.begin(), own.end(),
               [&](std::size_t a, std::size_t b) { return offsetOf(views[a]) < offsetOf(views[b]); });
@@ -134,7 +134,7 @@ void ktGltfStore::compactBuffer(std::size_t index) {
         const std::size_t size = std::min(lengthOf(views[i]), before.size() - offset);
         views[i]["byteOffset"] = appendBytes(index, before.data() + offset, size);
     }
-    if (isMarked(entry)) {
+    if (ktIsOwn(entry)) {
         entry.erase("uri");
         document.buffers[index].problem.clear();
     }
@@ -154,7 +154,7 @@ void ktGltfStore::chooseBuffer() {
     ktJson& buffers = list("buffers");
     for (std::size_t i = 0; i < document.buffers.size() && target == none; ++i) {
         const bool isInside = i == 0 && !ktJsonMember(buffers[i], "uri") && buffers[i].is_object();
-        if (document.buffers[i].problem.empty() && (isInside || isMarked(buffers[i])))
+        if (document.buffers[i].problem.empty() && (isInside || ktIsOwn(buffers[i])))
             target = i;
     }
     if (target != none)
@@ -212,7 +212,7 @@ void ktGltfStore::finish() {
     for (std::size_t i = document.buffers.size(); i-- > 0;) {
         if (i == target || (i < ownBegin.size() && ownBegin[i] != none))
             buffers[i]["byteLength"] = document.buffers[i].bytes.size();
-        if (document.buffers[i].bytes.empty() && isMarked(buffers[i]) && i + 1 == document.buffers.size()) {
+        if (document.buffers[i].bytes.empty() && ktIsOwn(buffers[i]) && i + 1 == document.buffers.size()) {
             buffers.erase(i);
             document.buffers.pop_back();
         }

@@ -20,6 +20,8 @@ struct ktGltfNewAccessor {
 
 /// Marks a buffer view, a buffer or an accessor as added by this program.
 void ktMarkAsOwn(ktJson& entry);
+/// Whether it is marked so.
+bool ktIsOwn(const ktJson& entry);
 
 /// Adds data to a document. Marks its buffer views with "ambientOcclusion": true in their extras, to tell them from the
 /// data of the input. The constructor removes data that an earlier store added and that nothing refers to any more, so
