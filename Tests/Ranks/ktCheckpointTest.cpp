@@ -6,18 +6,34 @@
 #include "ktHemisphereSampler.h"
 #include "ktHemisphereTracer.h"
 #include "ktTestMesh.h"
+#include "ktTestRanks.h"
+#include "ktThreadCount.h"
 #include "ktTriangleScene.h"
 #include "ktWorkers.h"
 
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
 
 using testing::HasSubstr;
+
+/// Counts the vertices that it has traced, in all objects.
+class CountingTracer : public ktHemisphereTracer {
+public:
+    using ktHemisphereTracer::ktHemisphereTracer;
+    void countVisible(const ktRayVertex* vertices, std::uint32_t number, const ktRayLimits& limits,
+                      std::uint32_t* visible, std::uint64_t* const* masks) const override {
+        ktHemisphereTracer::countVisible(vertices, number, limits, visible, masks);
+        traced += number;
+    }
+    static std::atomic<std::size_t> traced;
+};
+std::atomic<std::size_t> CountingTracer::traced{0};
 
 /// Two loops over points above a sphere, as a bake that always does the same.
 class Checkpoint : public testing::Test {
@@ -44,6 +60,8 @@ protected:
         ktWorkers::run(
             [&] {
                 tracer.build({view}, {});
+                if (ktRankPool* const ranks = ktRankPool::current())
+                    ranks->sendScene({view});
                 for (std::size_t loopNumber = 0; loopNumber < 2; ++loopNumber) {
                     ktBatchLoop loop;
                     loop.work.tracer = &tracer;
@@ -63,6 +81,8 @@ protected:
                             visible[loopNumber * count + i] = batch.light[i - batch.begin].visible;
                         if ((traced += batch.count) > stopAfter)
                             ktCancelToken::the().cancel();
+                        if (atBatch)
+                            atBatch();
                     };
                     ktRunLoop(loop, helpers);
                 }
@@ -89,7 +109,8 @@ protected:
     const ktTestLog log; // resets the cancel token
     ktTestMesh mesh;
     ktTracerMesh view;
-    ktHemisphereTracer tracer;
+    CountingTracer tracer;
+    std::function<void()> atBatch; // called by the thread that stores a batch
     const ktDirectionSet set;
     const std::unique_ptr<ktPreparedDirections> directions;
     std::atomic<std::size_t> traced{0};
@@ -144,4 +165,46 @@ TEST_F(Checkpoint, GivenAnotherFile_IsRefusedAndKept) {
     std::string text;
     std::getline(kept, text);
     EXPECT_EQ(text, "my notes");
+}
+
+// A killed process leaves the file as it is at that moment: a copy.
+TEST_F(Checkpoint, GivenRanksThatAreKilled_LosesAtMostWhatIsInWork) {
+    const std::string left = file + ".left";
+    // A rank has at most two blocks of 16 batches per thread; rank 0 has a batch per thread, and as many not yet
+    // flushed as there are ranks and threads.
+    constexpr std::size_t ranks = 3, threadsOfRank = 2, batch = ktVertexBatch::mostItems;
+    const std::size_t threads = ktThreadCount::get();
+    const std::size_t mostLost = (ranks - 1) * 2 * 16 * threadsOfRank * batch + (2 * threads + ranks) * batch;
+    ASSERT_LT(mostLost, count);
+    ktTestRanks shared(ranks, [](ktTransport& transport) {
+        ktRankServerOptions options;
+        options.self = ktTestHello("host");
+        options.makeTracer = [](std::uint32_t lanes) { return std::make_unique<CountingTracer>(lanes); };
+        options.setCanceled = [](bool) {};
+        options.beat = std::chrono::milliseconds(20);
+        ktServeRank(transport, options);
+    });
+    for (const std::size_t killAt : {count / 10, count / 2, count, count + count / 2, 2 * count - batch}) {
+        std::filesystem::remove(file);
+        CountingTracer::traced = 0;
+        std::size_t tracedBefore = 0;
+        std::atomic<bool> isKilled{false};
+        atBatch = [&] {
+            if (traced < killAt || isKilled.exchange(true))
+                return;
+            tracedBefore = CountingTracer::traced;
+            std::filesystem::copy_file(file, left, std::filesystem::copy_options::overwrite_existing);
+        };
+        std::vector<std::uint32_t> undisturbed;
+        {
+            ktCheckpoint checkpoint(file, "identity");
+            undisturbed = bake(&checkpoint);
+        }
+        atBatch = {};
+        ASSERT_TRUE(isKilled);
+        ktCheckpoint checkpoint(left, "identity");
+        EXPECT_EQ(bake(&checkpoint), undisturbed);
+        EXPECT_LE(tracedBefore, checkpoint.restoredVertices() + mostLost) << killAt;
+        std::filesystem::remove(left);
+    }
 }

@@ -7,6 +7,7 @@
 #include "ktRandom.h"
 #include "ktRankMessages.h"
 #include "ktRankPool.h"
+#include "ktThreadCount.h"
 
 #include <algorithm>
 #include <atomic>
@@ -20,7 +21,6 @@
 namespace {
 
 constexpr char magic[] = "ktCheckpoint 1\n";
-constexpr std::chrono::milliseconds flushInterval{200};
 
 std::atomic<ktCheckpoint*> currentCheckpoint{nullptr};
 
@@ -78,7 +78,6 @@ ktCheckpoint::ktCheckpoint(const std::string& fileName, const std::string& ident
         std::fclose(file);
         throw;
     }
-    lastFlush = std::chrono::steady_clock::now();
 }
 
 ktCheckpoint::~ktCheckpoint() {
@@ -200,10 +199,11 @@ void ktCheckpoint::keep(const ktBatchLoop& loop, const ktVertexBatch& batch) {
     const std::lock_guard<std::mutex> lock(mutex);
     append(&head, sizeof head);
     append(results.bytes.data(), results.bytes.size());
-    if (error.empty() && std::chrono::steady_clock::now() - lastFlush > flushInterval) {
+    // A killed process loses what it has not flushed: at most one batch for each rank and thread here.
+    if (error.empty() && ++unflushed >= mostUnflushed) {
         if (std::fflush(file) != 0)
             error = lastReason();
-        lastFlush = std::chrono::steady_clock::now();
+        unflushed = 0;
     }
 }
 
@@ -227,6 +227,8 @@ void ktCheckpoint::runGap(const ktBatchLoop& loop, std::uint64_t begin, std::uin
 }
 
 void ktCheckpoint::run(const ktBatchLoop& loop) {
+    const ktRankPool* const ranks = ktRankPool::current();
+    mostUnflushed = ktThreadCount::get() + (ranks ? ranks->statistics().size() - 1 : 0);
     loopHash = hashOf(loop);
     Kept kept;
     if (auto found = loops.extract(nextLoop++))
@@ -254,4 +256,8 @@ void ktCheckpoint::run(const ktBatchLoop& loop) {
         next = record.end;
     }
     runGap(loop, next, loop.count);
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (error.empty() && std::fflush(file) != 0)
+        error = lastReason();
+    unflushed = 0;
 }

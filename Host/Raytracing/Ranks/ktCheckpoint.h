@@ -5,7 +5,7 @@
 #include "ktTracer.h"
 #include "ktVertexBatch.h"
 
-#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -65,5 +65,5 @@ private:
     std::uint64_t restored = 0;
     mutable std::mutex mutex; // for writing
     std::string error;
-    std::chrono::steady_clock::time_point lastFlush;
+    std::size_t unflushed = 0, mostUnflushed = 1; // records
 };
