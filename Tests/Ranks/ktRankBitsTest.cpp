@@ -6,6 +6,7 @@
 
 #include "ktEmbreeTracer.h"
 #include "ktFitMode.h"
+#include "ktHemisphereSampler.h"
 #include "ktRankFingerprint.h"
 #include "OSGUberMaterial.h"
 
@@ -169,4 +170,20 @@ TEST_F(RankBits, GivenSameTracers_FingerprintIsEqual) {
     EXPECT_EQ(ktCalculateFingerprint(one), fingerprint) << "again";
     ktEmbreeTracer reference;
     EXPECT_NE(ktCalculateFingerprint(reference), fingerprint);
+}
+
+TEST(Batches, GivenMoreRaysPerVertex_HaveFewerItems) {
+    ktHemisphereTracer tracer;
+    const auto itemsOf = [&](int side, ktBatchKind kind) {
+        const ktDirectionSet set = ktMakeHemisphereDirections(side, side, 0.25f, 0.25f, 1);
+        const std::unique_ptr<ktPreparedDirections> directions = tracer.prepareDirections(set);
+        ktBatchWork work;
+        work.kind = kind;
+        work.directions = directions.get();
+        return ktItemsPerBatch(work);
+    };
+    EXPECT_EQ(itemsOf(8, ktBatchKind::Direct), ktVertexBatch::mostItems);
+    EXPECT_EQ(itemsOf(32, ktBatchKind::Direct), 16u);
+    EXPECT_EQ(itemsOf(32, ktBatchKind::Gather), 32u);
+    EXPECT_EQ(itemsOf(256, ktBatchKind::Direct), 1u);
 }

@@ -35,6 +35,12 @@ void ktThreadTransport::send(int to, ktMessageBytes message) {
     hub->changed.notify_all();
 }
 
+void ktThreadTransport::broadcast(ktMessageBytes message) {
+    for (int rank = 0; rank < size(); ++rank)
+        if (rank != ownRank)
+            send(rank, message);
+}
+
 bool ktThreadTransport::receive(int& from, std::vector<char>& message, std::chrono::milliseconds longest) {
     std::unique_lock<std::mutex> lock(hub->mutex);
     auto& queue = hub->queues[static_cast<std::size_t>(ownRank)];

@@ -123,6 +123,13 @@ class MpiFaults(unittest.TestCase):
         code, said, _ = self.wait()
         self.assertNotEqual(code, 0, said)
 
+    def test_killed_launcher(self):
+        self.start()
+        self.is_tracing.wait()
+        self.process.kill()
+        code, said, _ = self.wait()
+        self.assertEqual(code, -signal.SIGKILL, said)
+
 
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1], verbosity=2)

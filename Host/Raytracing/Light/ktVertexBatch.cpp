@@ -113,6 +113,10 @@ ktBatchWork ktBatchWork::of(const ktVertexTask& task, ktBatchKind kind) {
     return work;
 }
 
+std::uint32_t ktItemsPerBatch(const ktBatchWork& work) {
+    return verticesPerCall(work.kind == ktBatchKind::Direct ? skyRaysPerCall : gatherRaysPerCall, work);
+}
+
 void ktTraceBatch(const ktBatchWork& work, ktVertexBatch& batch) {
     if (work.kind != ktBatchKind::Direct) {
         traceHits(work, batch);

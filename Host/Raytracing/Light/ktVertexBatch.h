@@ -84,5 +84,9 @@ public:
 /// @throws ktCanceled, std::exception
 void ktRunLoop(const ktBatchLoop& loop, ktLoopHelpers* helpers);
 
+/// How many items a batch should have, so that threads and ranks share even a short loop evenly: as many as the tracer
+/// traces in one call. 1 to ktVertexBatch::mostItems.
+std::uint32_t ktItemsPerBatch(const ktBatchWork& work);
+
 /// Makes, traces and finishes one batch of a loop. Worker thread. @return its vertices @throws ktCanceled
 std::uint32_t ktRunBatch(const ktBatchLoop& loop, std::size_t begin, std::size_t end);

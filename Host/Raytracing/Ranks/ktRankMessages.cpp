@@ -3,6 +3,8 @@
 #include "ktRankMessages.h"
 
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -52,6 +54,10 @@ std::vector<std::vector<T>> getArrays(ktWireReader& from) {
         arrays.push_back(from.getArray<T>());
     return arrays;
 }
+
+// What is sent of a vertex: its origin and its frame.
+constexpr std::size_t frameSize = offsetof(ktRayVertex, directions);
+static_assert(frameSize == 12 * sizeof(float), "no padding: it is sent as it is");
 
 // A mesh without its arrays.
 struct MeshHead {
@@ -202,34 +208,28 @@ std::unique_ptr<ktRankLoop> ktGetLoop(ktWireReader& from, const ktTracer& tracer
 
 void ktPutBlock(ktWireWriter& to, const ktRankBlock& block, const ktBatchWork& work) {
     to.put(static_cast<std::uint32_t>(block.batches.size()));
+    const std::size_t pointSize = hasLights(work) ? sizeof block.batches[0].points[0] : 0;
     for (const ktVertexBatch& batch : block.batches) {
         to.put(batch.count);
-        for (std::uint32_t i = 0; i < batch.count; ++i) {
-            const ktRayVertex& vertex = batch.vertices[i];
-            to.put(vertex.origin);
-            to.put(vertex.tangent);
-            to.put(vertex.bitangent);
-            to.put(vertex.normal);
-            if (hasLights(work))
-                to.put(batch.points[i]);
+        char* at = to.grow(batch.count * (frameSize + pointSize));
+        for (std::uint32_t i = 0; i < batch.count; ++i, at += frameSize + pointSize) {
+            std::memcpy(at, &batch.vertices[i], frameSize);
+            std::memcpy(at + frameSize, batch.points[i], pointSize);
         }
     }
 }
 
 void ktGetBlock(ktWireReader& from, ktRankBlock& block, const ktBatchWork& work) {
     block.batches.resize(from.get<std::uint32_t>());
+    const std::size_t pointSize = hasLights(work) ? sizeof block.batches[0].points[0] : 0;
     for (ktVertexBatch& batch : block.batches) {
         from.get(batch.count);
         demand(batch.count <= ktVertexBatch::mostItems, "a batch of too many vertices");
-        for (std::uint32_t i = 0; i < batch.count; ++i) {
-            ktRayVertex& vertex = batch.vertices[i];
-            from.get(vertex.origin);
-            from.get(vertex.tangent);
-            from.get(vertex.bitangent);
-            from.get(vertex.normal);
-            vertex.directions = work.directions;
-            if (hasLights(work))
-                from.get(batch.points[i]);
+        const char* at = from.getBytes(batch.count * (frameSize + pointSize));
+        for (std::uint32_t i = 0; i < batch.count; ++i, at += frameSize + pointSize) {
+            std::memcpy(static_cast<void*>(&batch.vertices[i]), at, frameSize);
+            batch.vertices[i].directions = work.directions;
+            std::memcpy(batch.points[i], at + frameSize, pointSize);
         }
     }
     from.end();

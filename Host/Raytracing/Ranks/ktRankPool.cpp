@@ -7,13 +7,13 @@
 #include "ktThreadCount.h"
 
 #include <algorithm>
+#include <deque>
 #include <iterator>
 #include <map>
 
 namespace {
 
-constexpr std::uint32_t blocksAhead = 2;              // of a rank: it traces one while the next is on its way
-constexpr std::uint64_t leastRaysPerThread = 1 << 16; // of a block; about a millisecond
+constexpr std::uint64_t leastRaysPerThread = 1 << 15; // of a block; about half a millisecond
 constexpr std::size_t mostBatchesPerThread = 16;      // of a block; a batch takes 10 kB here
 constexpr std::size_t shareOfRest = 4;                // a block is at most this part of a rank's share of the rest
 
@@ -30,9 +30,9 @@ struct ktRankPool::Peer {
     bool hasMet = false;
     std::uint64_t builtGeneration = 0;           // of the scene whose structure it has
     std::uint64_t begun = 0;                     // generation of the loop that it knows
-    std::uint64_t lightVersion = 0;              // of the reflected light that it has
     std::set<std::uint64_t> directions;          // numbers of those that it has
     std::map<std::uint32_t, ktRankBlock> blocks; // handed out
+    std::size_t storing = 0;                     // blocks whose results are being stored
     Clock::time_point lastHeard, lastProgress;
     std::uint64_t process = 0;
     std::uint64_t fingerprints[3] = {0, 0, 0};
@@ -42,6 +42,7 @@ struct ktRankPool::Peer {
 struct ktRankPool::Loop {
     const ktBatchLoop* work = nullptr;
     std::uint64_t generation = 0;
+    std::size_t batchSize = 1;        // items
     std::atomic<std::size_t> next{0}; // item
     std::uint32_t nextBlock = 0;
     std::size_t inUse = 0;     // threads of the pool that use the loop now
@@ -49,6 +50,7 @@ struct ktRankPool::Loop {
     bool isOver = false;
     std::exception_ptr error; // of the listener
     ktMessageBytes begin;
+    std::deque<std::pair<Peer*, std::vector<char>>> arrived; // results that nobody has stored yet
 };
 
 ktRankPool* ktRankPool::current() noexcept {
@@ -197,16 +199,7 @@ void ktRankPool::listen() {
         if (transport->receive(from, message, std::chrono::milliseconds(20)) && from > 0 &&
             static_cast<std::size_t>(from) <= peers.size()) {
             Peer& peer = *peers[static_cast<std::size_t>(from - 1)];
-            try {
-                handle(peer, message);
-            } catch (const ktBadMessage& error) {
-                lose(peer, std::string("returned nonsense: ") + error.what());
-            } catch (...) {
-                const std::lock_guard<std::mutex> lock(mutex);
-                if (loop && !loop->error)
-                    loop->error = std::current_exception();
-                changed.notify_all();
-            }
+            guarded(peer, [&] { handle(peer, std::move(message)); });
         }
         if (Clock::now() - lastBeat >= limits.beat) {
             lastBeat = Clock::now();
@@ -234,7 +227,7 @@ void ktRankPool::watch() {
     }
 }
 
-void ktRankPool::handle(Peer& peer, const std::vector<char>& message) {
+void ktRankPool::handle(Peer& peer, std::vector<char>&& message) {
     ktWireReader reader(message);
     const auto kind = reader.get<ktRankMessage>();
     {
@@ -264,16 +257,59 @@ void ktRankPool::handle(Peer& peer, const std::vector<char>& message) {
         handOut(peer);
         return;
     }
-    case ktRankMessage::Done:
-        storeResults(peer, reader);
-        handOut(peer);
+    case ktRankMessage::Done: {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            if (!loop || loop->isOver)
+                return; // of a loop that was cancelled
+            loop->arrived.emplace_back(&peer, std::move(message));
+        }
+        while (storeArrived()) {
+        }
         return;
+    }
     case ktRankMessage::Failed:
         lose(peer, "cannot go on: " + reader.getText());
         return;
     default:
         throw ktBadMessage("a message of an unknown kind");
     }
+}
+
+// An error in the action ends the loop; nonsense from the rank ends the bake.
+void ktRankPool::guarded(const Peer& peer, const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const ktBadMessage& error) {
+        lose(peer, std::string("returned nonsense: ") + error.what());
+    } catch (...) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (loop && !loop->error)
+            loop->error = std::current_exception();
+        changed.notify_all();
+    }
+}
+
+// Stores the next results that have arrived, and gives their rank more to do. With many ranks, one thread cannot do
+// this for all, so the threads that trace here help. @return false if there are none
+bool ktRankPool::storeArrived() {
+    Peer* peer = nullptr;
+    std::vector<char> message;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!loop || loop->isOver || loop->arrived.empty())
+            return false;
+        peer = loop->arrived.front().first;
+        message = std::move(loop->arrived.front().second);
+        loop->arrived.pop_front();
+    }
+    guarded(*peer, [&] {
+        ktWireReader reader(message);
+        reader.get<ktRankMessage>();
+        storeResults(*peer, reader);
+        handOut(*peer);
+    });
+    return true;
 }
 
 void ktRankPool::storeResults(Peer& peer, ktWireReader& reader) {
@@ -291,6 +327,7 @@ void ktRankPool::storeResults(Peer& peer, ktWireReader& reader) {
             throw ktBadMessage("results that nobody asked for");
         block = std::move(found->second);
         peer.blocks.erase(found);
+        ++peer.storing;
         peer.lastProgress = Clock::now();
         stored = loop;
         ++stored->inUse;
@@ -307,6 +344,7 @@ void ktRankPool::storeResults(Peer& peer, ktWireReader& reader) {
     {
         const std::lock_guard<std::mutex> lock(mutex);
         peer.statistics.sendingSeconds += secondsSince(begin);
+        --peer.storing;
         --stored->inUse;
         if (!error)
             --stored->handedOut;
@@ -320,20 +358,23 @@ bool ktRankPool::hasScene(const Peer& peer) const {
     return sceneGeneration != 0 && peer.builtGeneration == sceneGeneration;
 }
 
-// Takes the items of the next block for a rank. The mutex is locked.
-bool ktRankPool::take(Peer& peer, ktRankBlock& block) {
-    if (!loop || loop->isOver || isLost || !hasScene(peer) || peer.blocks.size() >= blocksAhead)
+// Takes the items of the next block for a rank, unless it has as many blocks as it may have. The mutex is locked.
+bool ktRankPool::take(Peer& peer, ktRankBlock& block, std::uint32_t most) {
+    if (!loop || loop->isOver || isLost || !hasScene(peer) || peer.blocks.size() + peer.storing >= most)
         return false;
     std::size_t allThreads = ownThreads;
     for (const auto& each : peers)
         allThreads += hasScene(*each) ? each->statistics.threads : 0;
-    constexpr std::size_t batch = ktVertexBatch::mostItems;
+    const std::size_t batch = loop->batchSize;
     const std::size_t threads = peer.statistics.threads, next = loop->next, count = loop->work->count;
     const std::size_t rest = (count - std::min(next, count) + batch - 1) / batch;
     const std::uint64_t raysPerBatch = batch * std::uint64_t(loop->work->work.directions->set.count);
-    const std::size_t least = threads * (1 + leastRaysPerThread / raysPerBatch);
-    const std::size_t batches =
-        std::clamp(rest * threads / (shareOfRest * allThreads), least, std::max(least, threads * mostBatchesPerThread));
+    const std::size_t least = threads * ((leastRaysPerThread + raysPerBatch - 1) / raysPerBatch);
+    if (!peer.blocks.empty() && rest <= ownThreads)
+        return false; // the last batches are for those that have nothing to do
+    const std::size_t share = rest * threads / allThreads;
+    const std::size_t batches = std::clamp<std::size_t>(std::max(share / shareOfRest, std::min(least, share)), 1,
+                                                        threads * mostBatchesPerThread);
     const std::size_t begin = loop->next.fetch_add(batches * batch);
     if (begin >= count)
         return false;
@@ -352,43 +393,51 @@ bool ktRankPool::take(Peer& peer, ktRankBlock& block) {
     return true;
 }
 
+// The mutex is locked for the functions below.
+void ktRankPool::sendToAll(const ktMessageBytes& message) {
+    for (const auto& peer : peers)
+        peer->statistics.bytesSent += message->size();
+    transport->broadcast(message);
+}
+
+void ktRankPool::sendDirections(Peer& peer, const ktPreparedDirections& directions) {
+    if (!peer.directions.insert(directions.number).second)
+        return;
+    ktWireWriter writer = ktBeginMessage(ktRankMessage::Directions);
+    ktPutDirections(writer, directions);
+    send(peer, ktEndMessage(std::move(writer)));
+}
+
+void ktRankPool::sendLight(const ktReflectedLight& light) {
+    if (light.direct.directions)
+        for (const auto& peer : peers)
+            sendDirections(*peer, *light.direct.directions);
+    ktWireWriter writer = ktBeginMessage(ktRankMessage::Light);
+    ktPutLight(writer, light);
+    sendToAll(ktEndMessage(std::move(writer)));
+    lightVersion = light.version();
+}
+
 // Sends what a rank needs to know before it can trace blocks of a loop. The mutex is locked.
 void ktRankPool::join(Peer& peer, const Loop& joined) {
     if (peer.begun == joined.generation)
         return;
     const ktBatchWork& work = joined.work->work;
-    const auto sendDirections = [&](const ktPreparedDirections& directions) {
-        if (!peer.directions.insert(directions.number).second)
-            return;
-        ktWireWriter writer = ktBeginMessage(ktRankMessage::Directions);
-        ktPutDirections(writer, directions);
-        send(peer, ktEndMessage(std::move(writer)));
-    };
-    sendDirections(*work.directions);
-    if (work.light && peer.lightVersion != work.light->version()) {
-        if (work.light->direct.directions)
-            sendDirections(*work.light->direct.directions);
-        if (lightVersion != work.light->version()) {
-            ktWireWriter writer = ktBeginMessage(ktRankMessage::Light);
-            ktPutLight(writer, *work.light);
-            light = ktEndMessage(std::move(writer));
-            lightVersion = work.light->version();
-        }
-        send(peer, light);
-        peer.lightVersion = lightVersion;
-    }
+    sendDirections(peer, *work.directions);
+    if (work.light && lightVersion != work.light->version())
+        sendLight(*work.light);
     send(peer, joined.begin);
     peer.begun = joined.generation;
 }
 
-void ktRankPool::handOut(Peer& peer) {
+void ktRankPool::handOut(Peer& peer, std::uint32_t most) {
     while (true) {
         const Clock::time_point begin = Clock::now();
         ktRankBlock block;
         Loop* of = nullptr;
         {
             const std::lock_guard<std::mutex> lock(mutex);
-            if (!take(peer, block))
+            if (!take(peer, block, most))
                 return;
             of = loop;
         }
@@ -423,19 +472,15 @@ void ktRankPool::sendScene(const std::vector<ktTracerMesh>& meshes) {
         const std::lock_guard<std::mutex> lock(mutex);
         sent = sceneGeneration = ++generation;
         lightVersion = 0;
-        light.reset();
-        for (const auto& peer : peers) {
+        for (const auto& peer : peers)
             peer->directions.clear();
-            peer->lightVersion = 0;
-        }
     }
     ktWireWriter writer = ktBeginMessage(ktRankMessage::Scene);
     writer.put(sent);
     ktPutScene(writer, meshes);
     const ktMessageBytes message = ktEndMessage(std::move(writer));
     const std::lock_guard<std::mutex> lock(mutex);
-    for (const auto& peer : peers)
-        send(*peer, message);
+    sendToAll(message);
 }
 
 void ktRankPool::cancelScene() {
@@ -449,13 +494,15 @@ void ktRankPool::cancelScene() {
 }
 
 void ktRankPool::traceHere(Loop& joined) {
-    constexpr std::size_t batchSize = ktVertexBatch::mostItems;
-    const std::size_t count = joined.work->count;
+    const std::size_t batchSize = joined.batchSize, count = joined.work->count;
     ktParallel::forRange(ktThreadCount::get(), 1, [&](std::size_t, std::size_t) {
         const Clock::time_point begun = Clock::now();
         std::uint64_t vertices = 0;
-        for (std::size_t begin = 0; !isLost && (begin = joined.next.fetch_add(batchSize)) < count;)
+        for (std::size_t begin = 0; !isLost && (begin = joined.next.fetch_add(batchSize)) < count;) {
             vertices += ktRunBatch(*joined.work, begin, std::min(begin + batchSize, count));
+            while (storeArrived()) {
+            }
+        }
         const std::lock_guard<std::mutex> lock(mutex);
         self.vertices += vertices;
         self.tracingSeconds += secondsSince(begun);
@@ -481,12 +528,13 @@ void ktRankPool::endLoop(Loop& ended) {
 
 void ktRankPool::run(const ktBatchLoop& work) {
     const std::uint64_t rays = std::uint64_t(work.count) * work.work.directions->set.count;
-    if (rays < limits.leastRays) {
+    if (rays < limits.leastRays * ktThreadCount::get()) {
         ktRunLoop(work, nullptr);
         return;
     }
     Loop own;
     own.work = &work;
+    own.batchSize = ktItemsPerBatch(work.work);
     {
         const std::lock_guard<std::mutex> lock(mutex);
         ownThreads = ktThreadCount::get();
@@ -499,8 +547,9 @@ void ktRankPool::run(const ktBatchLoop& work) {
     try {
         {
             const ktFlushDenormals fast;
-            for (const auto& peer : peers)
-                handOut(*peer);
+            for (std::uint32_t blocks = 1; blocks <= blocksAhead; ++blocks) // the first of each rank before the second
+                for (const auto& peer : peers)
+                    handOut(*peer, blocks);
         }
         traceHere(own);
         const Clock::time_point waited = Clock::now();

@@ -37,7 +37,7 @@ public:
         std::chrono::milliseconds beat{500};         ///< between two signs of life
         std::chrono::milliseconds silence{20'000};   ///< a rank without a sign of life for so long is lost
         std::chrono::milliseconds progress{600'000}; ///< and one that has work and finishes no batch
-        std::uint64_t leastRays = 1 << 18;           ///< smaller loops are not shared
+        std::uint64_t leastRays = 1 << 16;           ///< for each thread of rank 0; smaller loops are not shared
     };
 
     /// Waits until all ranks have said hello. @param transport_ not null; this is its rank 0
@@ -76,21 +76,27 @@ public:
 private:
     struct Peer;
     struct Loop;
+    static constexpr std::uint32_t blocksAhead = 2; // of a rank: it traces one while the next is on its way
     using Clock = std::chrono::steady_clock;
 
     void meetAll(const ktRankHello& hello);
     void start(const ktRankHello& hello);
     void listen();
-    void handle(Peer& peer, const std::vector<char>& message);
+    void handle(Peer& peer, std::vector<char>&& message);
+    void guarded(const Peer& peer, const std::function<void()>& action);
+    bool storeArrived();
     void storeResults(Peer& peer, ktWireReader& reader);
     void watch();
-    void handOut(Peer& peer);
+    void handOut(Peer& peer, std::uint32_t most = blocksAhead);
     bool hasScene(const Peer& peer) const;
-    bool take(Peer& peer, ktRankBlock& block);
+    bool take(Peer& peer, ktRankBlock& block, std::uint32_t most);
     void join(Peer& peer, const Loop& joined);
     void traceHere(Loop& joined);
     void endLoop(Loop& ended);
     void send(Peer& peer, ktMessageBytes message);
+    void sendToAll(const ktMessageBytes& message);
+    void sendDirections(Peer& peer, const ktPreparedDirections& directions);
+    void sendLight(const ktReflectedLight& light);
     void lose(const Peer& peer, const std::string& reason);
     std::string nameOf(const Peer& peer) const;
 
@@ -103,8 +109,7 @@ private:
     mutable std::mutex mutex; // for all below and the peers
     std::condition_variable changed;
     std::uint64_t generation = 0, sceneGeneration = 0;
-    ktMessageBytes light;            // the last reflected light that was sent
-    std::uint64_t lightVersion = 0;  // its version
+    std::uint64_t lightVersion = 0;  // of the reflected light that all ranks have
     Loop* loop = nullptr;            // the one that runs
     std::string failure;             // why a rank is lost; empty: none is
     std::atomic<bool> isLost{false}; // the same

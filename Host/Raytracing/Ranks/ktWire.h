@@ -28,18 +28,23 @@ public:
     void putArray(const std::vector<T>& values) {
         putArray(values.data(), values.size());
     }
+    /// Adds bytes that the caller writes. @return the first; valid until more is added
+    char* grow(std::size_t size) {
+        const std::size_t before = bytes.size();
+        if (bytes.capacity() - before < size)
+            bytes.reserve(2 * before + size);
+        bytes.resize(before + size);
+        return bytes.data() + before;
+    }
     void putText(const std::string& text) { putArray(text.data(), text.size()); }
 
     std::vector<char> bytes;
 
 private:
     void append(const void* from, std::size_t size) {
-        const std::size_t before = bytes.size();
-        if (bytes.capacity() - before < size)
-            bytes.reserve(2 * before + size);
-        bytes.resize(before + size);
+        char* const to = grow(size);
         if (size > 0)
-            std::memcpy(bytes.data() + before, from, size);
+            std::memcpy(to, from, size);
     }
 };
 
@@ -80,6 +85,8 @@ public:
         const std::vector<char> letters = getArray<char>();
         return std::string(letters.begin(), letters.end());
     }
+    /// The next bytes. They belong to the message.
+    const char* getBytes(std::size_t size) { return take(size); }
     /// @throws ktBadMessage unless everything was read
     void end() const {
         if (left != 0)

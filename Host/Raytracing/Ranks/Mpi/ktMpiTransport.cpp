@@ -2,6 +2,7 @@
 // Carries messages between ranks with MPI. One thread makes all calls of MPI.
 #include "ktMpiTransport.h"
 
+#include "ktMpiSegment.h"
 #include "ktTransport.h"
 
 #include <algorithm>
@@ -23,9 +24,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t pieceSize = 64u << 20;           // of a long message, bytes
+constexpr std::size_t leastBroadcast = 1u << 16;       // bytes; shorter messages go to each rank by itself
 constexpr std::chrono::microseconds pollInterval{100}; // while nothing happens
 constexpr std::chrono::seconds longestEnd{5};          // of MPI's own end; then the process ends without
-enum Tag : int { wholeMessage = 1, announcedSize, piece };
+enum Tag : int { wholeMessage = 1, announcedSize, piece, announcedBroadcast };
+constexpr int toAll = -1;
 
 class MpiTransport : public ktTransport {
 public:
@@ -47,6 +50,8 @@ public:
         outgoing.emplace_back(to, std::move(message));
         changed.notify_all();
     }
+
+    void broadcast(ktMessageBytes message) override { send(toAll, std::move(message)); }
 
     bool receive(int& from, std::vector<char>& message, std::chrono::milliseconds longest) override {
         std::unique_lock<std::mutex> lock(mutex);
@@ -73,6 +78,12 @@ private:
         std::vector<char> bytes;
         std::size_t arrived = 0;
     };
+    // A message to all ranks on its way.
+    struct Broadcast {
+        ktMessageBytes sent;        // on rank 0
+        std::vector<char> received; // on the others
+        std::vector<MPI_Request> requests;
+    };
 
     void end(State how, int code) {
         {
@@ -98,6 +109,8 @@ private:
             MPI_Comm_set_errhandler(MPI_COMM_WORLD, MPI_ERRORS_RETURN);
             MPI_Comm_rank(MPI_COMM_WORLD, &ownRank);
             MPI_Comm_size(MPI_COMM_WORLD, &rankCount);
+            MPI_Comm_dup(MPI_COMM_WORLD, &forBroadcasts);
+            segment.unlink();
             partials.resize(static_cast<std::size_t>(rankCount));
         }
         {
@@ -128,14 +141,18 @@ private:
             _exit(exitCode);
         }
         for (auto& [to, bytes] : toSend)
-            startSending(to, bytes);
+            to == toAll ? startBroadcast(bytes) : startSending(to, bytes);
         const bool hasSent = dropSent(), hasReceived = receiveOne();
-        if (now == State::Finishing && toSend.empty() && sending.empty()) {
+        endBroadcasts();
+        if (now == State::Finishing && toSend.empty() && sending.empty() && broadcasts.empty()) {
             waitForAll();
+            segment.restore();
             MPI_Finalize();
             return false;
         }
-        if (!hasSent && !hasReceived && toSend.empty()) {
+        if (!broadcasts.empty())
+            std::this_thread::yield(); // each step of a broadcast needs a call
+        else if (!hasSent && !hasReceived && toSend.empty()) {
             std::unique_lock<std::mutex> lock(mutex);
             changed.wait_for(lock, pollInterval,
                              [&] { return !outgoing.empty() || (state != now && state != State::Running); });
@@ -164,7 +181,53 @@ private:
             start(bytes->data() + first, std::min(pieceSize, size - first), piece, entry);
         }
     }
+
+    // All ranks call MPI_Ibcast in the same order, because rank 0 announces it and announcements keep their order.
+    void startBroadcast(const ktMessageBytes& bytes) {
+        const bool isLong = bytes->size() >= leastBroadcast;
+        for (int rank = 0; rank < rankCount; ++rank) {
+            if (rank == ownRank)
+                continue;
+            if (!isLong) {
+                startSending(rank, bytes);
+                continue;
+            }
+            Sending& head = sending.emplace_back();
+            head.size = bytes->size();
+            MPI_Isend(&head.size, sizeof head.size, MPI_BYTE, rank, announcedBroadcast, MPI_COMM_WORLD, &head.request);
+        }
+        if (!isLong)
+            return;
+        Broadcast& entry = broadcasts.emplace_back();
+        entry.sent = bytes;
+        // Rank 0 only reads them.
+        startPieces(entry, const_cast<char*>(bytes->data()), bytes->size());
+    }
+
+    void startPieces(Broadcast& entry, char* bytes, std::size_t size) {
+        for (std::size_t first = 0; first < size; first += pieceSize)
+            MPI_Ibcast(bytes + first, static_cast<int>(std::min(pieceSize, size - first)), MPI_BYTE, 0, forBroadcasts,
+                       &entry.requests.emplace_back(MPI_REQUEST_NULL));
+    }
     // NOLINTEND(clang-analyzer-optin.mpi.MPI-Checker)
+
+    // Delivers broadcasts that are complete, and what rank 0 sent after them.
+    void endBroadcasts() {
+        while (!broadcasts.empty()) {
+            Broadcast& first = broadcasts.front();
+            int isDone = 0;
+            if (MPI_Testall(static_cast<int>(first.requests.size()), first.requests.data(), &isDone,
+                            MPI_STATUSES_IGNORE) == MPI_SUCCESS &&
+                !isDone)
+                return;
+            if (!first.sent)
+                deliver(0, std::move(first.received));
+            broadcasts.pop_front();
+            for (; !held.empty() && held.front().first == broadcastsEnded + 1; held.pop_front())
+                deliver(0, std::move(held.front().second));
+            ++broadcastsEnded;
+        }
+    }
 
     bool dropSent() {
         bool any = false;
@@ -192,6 +255,16 @@ private:
         const auto size = static_cast<std::size_t>(count);
         Partial& partial = partials[static_cast<std::size_t>(status.MPI_SOURCE)];
         const auto take = [&](void* to) { return MPI_Mrecv(to, count, MPI_BYTE, &handle, &status) == MPI_SUCCESS; };
+        if (status.MPI_TAG == announcedBroadcast) {
+            std::uint64_t whole = 0;
+            if (size == sizeof whole && take(&whole)) {
+                Broadcast& entry = broadcasts.emplace_back();
+                entry.received.resize(whole);
+                startPieces(entry, entry.received.data(), whole);
+                ++broadcastsBegun;
+            }
+            return true;
+        }
         if (status.MPI_TAG == announcedSize) {
             std::uint64_t whole = 0;
             if (size == sizeof whole && take(&whole)) {
@@ -204,13 +277,21 @@ private:
             if (partial.arrived + size <= partial.bytes.size() && take(partial.bytes.data() + partial.arrived))
                 partial.arrived += size;
             if (partial.arrived == partial.bytes.size())
-                deliver(status.MPI_SOURCE, std::exchange(partial, Partial()).bytes);
+                arrive(status.MPI_SOURCE, std::exchange(partial, Partial()).bytes);
             return true;
         }
         std::vector<char> bytes(size);
         if (take(bytes.data()))
-            deliver(status.MPI_SOURCE, std::move(bytes));
+            arrive(status.MPI_SOURCE, std::move(bytes));
         return true;
+    }
+
+    // What rank 0 sent after a broadcast waits until that is complete.
+    void arrive(int from, std::vector<char> bytes) {
+        if (broadcasts.empty() || ownRank == 0)
+            deliver(from, std::move(bytes));
+        else
+            held.emplace_back(broadcastsBegun, std::move(bytes));
     }
 
     void deliver(int from, std::vector<char> bytes) {
@@ -237,6 +318,11 @@ private:
     // Of the thread.
     std::list<Sending> sending;
     std::vector<Partial> partials; // by rank
+    MPI_Comm forBroadcasts = MPI_COMM_NULL;
+    std::list<Broadcast> broadcasts; // in order
+    std::uint64_t broadcastsBegun = 0, broadcastsEnded = 0;
+    std::deque<std::pair<std::uint64_t, std::vector<char>>> held; // messages and the broadcast before them
+    ktMpiSegment segment;
 
     std::mutex mutex; // for all below
     std::condition_variable changed, arrived;
