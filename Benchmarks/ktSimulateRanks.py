@@ -1,0 +1,226 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""Simulates one bake on many ranks, from the --stats of a bake on two ranks, and prints where the time goes.
+
+    mpirun -n 2 ktbake scene.glb -o out.glb --threads 1 --stats two.json
+    ktSimulateRanks.py two.json --ranks 1 2 8 64 512
+
+Each simulated rank has the threads and the speed of the measured ones. Loops are simulated block by block, with the rules of
+ktRankPool: what rank 0 hands out, what travels, what it stores. The rest is taken as measured: reading, the fit and all else
+between the loops run on rank 0 alone; each rank builds the structure. --latency, --bandwidth and --poll describe the network.
+--compare FILE... prints measured bakes of other numbers of ranks beside the simulation. With more ranks than cores, only
+their processor time can be compared.
+
+What-if options: --relay no sends the scene to one rank after the other; --divide-build shares the build; --one-loop traces
+all geometries of a pass in one loop; --least-rays is the smallest block of a thread."""
+
+import argparse
+import heapq
+import json
+import math
+
+RAYS_PER_BATCH = 1 << 14  # ktItemsPerBatch()
+LEAST_LOOP = 1 << 16      # rays for each thread of rank 0; smaller loops are not shared
+MOST_BATCHES = 16         # of a thread in a block
+SHARE_OF_REST = 4
+BLOCKS_AHEAD = 2
+
+
+class Network:
+    """Seconds, and bytes per second."""
+
+    def __init__(self, latency=2e-6, bandwidth=12.5e9, poll=1e-4):
+        self.latency, self.bandwidth, self.poll = latency, bandwidth, poll
+
+    def broadcast(self, size, ranks, is_relayed=True):
+        """Relayed in pieces, each rank sends while it receives; otherwise rank 0 sends to one after the other."""
+        if ranks < 2:
+            return 0.0
+        if not is_relayed:
+            return (ranks - 1) * size / self.bandwidth + self.latency
+        return size / self.bandwidth + math.ceil(math.log2(ranks)) * (self.latency + self.poll)
+
+
+class Scene:
+    """What was measured. Times of loops are for one thread."""
+
+    def __init__(self, threads, seconds_per_ray, dispatch_per_ray, bytes_per_ray, loops, serial, build, sizes):
+        self.threads = threads                    # of each rank
+        self.seconds_per_ray = seconds_per_ray
+        self.dispatch_per_ray = dispatch_per_ray  # seconds of rank 0 to make and store blocks of others
+        self.bytes_per_ray = bytes_per_ray
+        self.loops = loops                        # rays of each
+        self.serial = serial                      # seconds on rank 0 between loops, with reading and writing
+        self.build = build                        # seconds of the structure on one rank
+        self.sizes = sizes                        # bytes of the messages to all: scene, light of each bounce
+
+    def is_shared(self, rays):
+        """Whether a loop is shared if there are other ranks."""
+        return rays >= LEAST_LOOP * self.threads
+
+    @staticmethod
+    def from_stats(stats, whole=True):
+        """@param whole with reading and writing"""
+        ranks, seconds = stats["ranks"], stats["seconds"]
+        threads = ranks[0]["threads"]
+        direct, indirect = stats["raysTraced"]["direct"], stats["raysTraced"]["indirect"]
+        bounces = stats["settings"]["bounces"] if indirect > 0 else 0
+        passes = [direct] + [indirect / bounces] * bounces
+        rays = sum(passes)
+        vertices = sum(rank["vertices"] for rank in ranks)
+        loops = [part["raysTraced"] / rays * of_pass for of_pass in passes for part in stats["geometries"] if part["traced"]]
+        in_loops = (ranks[0]["seconds"]["tracing"] + ranks[0]["seconds"]["waiting"]) / threads
+        small = sum(loop for loop in loops if loop < LEAST_LOOP * threads)
+        per_ray = sum(rank["seconds"]["tracing"] for rank in ranks) / max(rays - small, 1)
+        build = ranks[1]["seconds"]["structure"]
+        others = ("read", "write") if whole else ()
+        serial = seconds["tracing"] + seconds["storing"] + sum(seconds[name] for name in others) - in_loops
+        serial += max(0.0, seconds["structure"] - build) - small * per_ray / threads
+        remote = max(ranks[1]["vertices"] * rays / vertices, 1)
+        sizes = [12 * (stats["occludingTriangles"] + stats["sceneVertices"])] + [12 * stats["sceneVertices"]] * bounces
+        carried = ranks[1]["bytesSent"] + ranks[1]["bytesReceived"] - sum(sizes)
+        return Scene(threads, per_ray, ranks[1]["seconds"]["sending"] / remote, max(carried, 0) / remote, loops,
+                     max(serial, 0.0), build, sizes)
+
+
+def block_size(rest, threads, all_threads, least):
+    """Batches of the next block of a rank, as ktRankPool::take()."""
+    share = rest * threads // all_threads
+    return min(rest, threads * MOST_BATCHES, max(share // SHARE_OF_REST, min(least, share), 1))
+
+
+def loop_seconds(rays, ranks, scene, network, least_rays=1 << 15):
+    """Seconds of one loop."""
+    threads = scene.threads
+    batches = math.ceil(rays / RAYS_PER_BATCH)
+    per_batch = rays / batches * scene.seconds_per_ray
+    if ranks == 1 or not scene.is_shared(rays):
+        return math.ceil(batches / threads) * per_batch
+    dispatch = rays / batches * scene.dispatch_per_ray  # half to make, half to store
+    size = rays / batches * scene.bytes_per_ray
+    least = threads * math.ceil(least_rays / RAYS_PER_BATCH)
+    rest, now, network_free, events, number, end = batches, 0.0, 0.0, [], 0, 0.0
+    free = [0.0] * ranks  # when a rank has traced all its blocks
+
+    def hand_out(rank, when):
+        """Returns when rank 0 has made the block."""
+        nonlocal rest, network_free, number
+        block = block_size(rest, threads, ranks * threads, least)
+        rest -= block
+        made = when + block * dispatch / 2
+        network_free = max(network_free, made) + block * size / network.bandwidth
+        free[rank] = max(free[rank], network_free + network.latency + network.poll) + math.ceil(block / threads) * per_batch
+        number += 1
+        heapq.heappush(events, (free[rank] + network.latency + network.poll, number, rank, block))
+        return made
+
+    for ahead in range(BLOCKS_AHEAD):
+        for rank in range(1, ranks):
+            if rest > ahead * threads:
+                now = hand_out(rank, now)
+    for thread in range(threads):
+        number += 1
+        heapq.heappush(events, (now, number, 0, 0))
+    dispatchers = [now] * (1 + threads)  # the thread that receives; those that trace help
+    debt = 0.0                           # of the threads that trace on rank 0: all share its cores
+    while events:
+        # In the order of time: batches of rank 0 (rank 0, no block) and results of others.
+        when, _, rank, block = heapq.heappop(events)
+        end = max(end, when)
+        if rank == 0:
+            if rest > 0:
+                rest -= 1
+                number += 1
+                heapq.heappush(events, (when + per_batch + debt, number, 0, 0))
+                debt = 0.0
+            continue
+        at = dispatchers.index(min(dispatchers))
+        stored = max(when, dispatchers[at]) + block * dispatch / 2
+        end = max(end, stored)
+        dispatchers[at] = hand_out(rank, stored) if rest > (threads if free[rank] > stored else 0) else stored
+        debt += dispatchers[at] - max(when, stored - block * dispatch / 2)
+    return end
+
+
+def simulate(scene, ranks, network, least_rays=1 << 15, is_relayed=True, divides_build=False, is_one_loop=False):
+    """Seconds of a bake, by what they are spent on."""
+    loops = scene.loops
+    if is_one_loop:
+        loops = [sum(loops)]
+    known = {}
+    for loop in loops:
+        if loop > 0 and loop not in known:
+            known[loop] = loop_seconds(loop, ranks, scene, network, least_rays)
+    in_loops = sum(known[loop] for loop in loops if loop > 0)
+    thread_seconds = sum(loops) * scene.seconds_per_ray / scene.threads
+    alone = sum(known[loop] for loop in loops if loop > 0 and not scene.is_shared(loop)) if ranks > 1 else 0.0
+    ideal = (thread_seconds - alone) / ranks
+    return {"serial": scene.serial, "build": scene.build / (ranks if divides_build else 1),
+            "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in scene.sizes),
+            "tracing": ideal, "small loops": alone, "loops' ends": max(0.0, in_loops - ideal - alone)}
+
+
+def efficiency(scene, ranks, network, **what_if):
+    alone = sum(simulate(scene, 1, network).values())
+    return alone / (ranks * sum(simulate(scene, ranks, network, **what_if).values()))
+
+
+def processor_seconds(scene, ranks):
+    """Of all ranks together: the calculation without waiting."""
+    rays = sum(scene.loops)
+    remote = sum(loop for loop in scene.loops if scene.is_shared(loop)) * (ranks - 1) / ranks
+    return scene.serial + (ranks * scene.build + rays * scene.seconds_per_ray) + remote * scene.dispatch_per_ray
+
+
+def measured_processor_seconds(stats):
+    """The same of a measured bake: with one process, its threads are taken as busy all the time."""
+    if "ranks" not in stats:
+        return stats["threads"] * sum(stats["seconds"][part] for part in ("structure", "tracing", "storing"))
+    scene = Scene.from_stats(stats, False)
+    ranks = stats["ranks"]
+    build = sum(rank["seconds"].get("structure", ranks[1]["seconds"]["structure"]) for rank in ranks)
+    sending = sum(rank["seconds"].get("sending", 0) for rank in ranks)
+    return scene.serial + build + sum(rank["seconds"]["tracing"] for rank in ranks) + sending
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("stats", help="--stats of a bake on two ranks or more, on an idle machine")
+    parser.add_argument("--ranks", type=int, nargs="+", default=[1, 2, 4, 8, 64, 512])
+    parser.add_argument("--latency", type=float, default=2, help="of a message, microseconds; default 2")
+    parser.add_argument("--bandwidth", type=float, default=100, help="gigabits per second; default 100")
+    parser.add_argument("--poll", type=float, default=100, help="microseconds until a rank sees a message; default 100")
+    parser.add_argument("--whole", action="store_true", help="with reading and writing")
+    parser.add_argument("--relay", choices=("yes", "no"), default="yes")
+    parser.add_argument("--divide-build", action="store_true")
+    parser.add_argument("--one-loop", action="store_true")
+    parser.add_argument("--least-rays", type=int, default=1 << 15)
+    parser.add_argument("--compare", nargs="*", default=[], help="--stats of other bakes of the same scene")
+    arguments = parser.parse_args()
+    network = Network(arguments.latency * 1e-6, arguments.bandwidth / 8 * 1e9, arguments.poll * 1e-6)
+    with open(arguments.stats) as opened:
+        scene = Scene.from_stats(json.load(opened), arguments.whole)
+    what_if = {"least_rays": arguments.least_rays, "is_relayed": arguments.relay == "yes",
+               "divides_build": arguments.divide_build, "is_one_loop": arguments.one_loop}
+    print("%d threads a rank; %d loops, %d of them shared; %.1f ns and %.3f bytes per ray, %.2f ns of rank 0 for a ray elsewhere" % (
+        scene.threads, len(scene.loops), sum(map(scene.is_shared, scene.loops)), scene.seconds_per_ray * 1e9,
+        scene.bytes_per_ray, scene.dispatch_per_ray * 1e9))
+    print("\n| ranks | seconds | efficiency | rank 0 alone | build | broadcast | tracing | small loops | loops' ends |")
+    print("|" + " --- |" * 9)
+    for ranks in arguments.ranks:
+        parts = simulate(scene, ranks, network, **what_if)
+        row = [parts[name] for name in ("serial", "build", "broadcast", "tracing", "small loops", "loops' ends")]
+        print("| %d | %.2f | %.2f | %s |" % (ranks, sum(row), efficiency(scene, ranks, network, **what_if),
+                                           " | ".join("%.2f" % value for value in row)), flush=True)
+    for file in arguments.compare:
+        with open(file) as opened:
+            stats = json.load(opened)
+        ranks = len(stats.get("ranks", [0]))
+        clock = sum(stats["seconds"][part] for part in ("structure", "tracing", "storing"))
+        simulated = sum(simulate(scene, ranks, network).values()) if not arguments.whole else float("nan")
+        print("%s: %d ranks; seconds %.2f measured, %.2f simulated; of the processors %.2f measured, %.2f simulated" % (
+            file, ranks, clock, simulated, measured_processor_seconds(stats), processor_seconds(scene, ranks)))
+
+
+if __name__ == "__main__":
+    main()
