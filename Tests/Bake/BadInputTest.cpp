@@ -4,6 +4,7 @@
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -42,6 +43,17 @@ TEST(BadInput, GivenFolder_SaysSo) {
     const ktTestFolder folder;
     std::filesystem::create_directory(folder.path / "folder.glb");
     expectRefused(folder, "folder.glb", {"is not a regular file"});
+}
+
+TEST(BadInput, GivenNumberThatIsTooLarge_NamesItsPlace) {
+    const ktTestFolder folder;
+    std::string text = makeBoxes({{"box", {0, 0, 0}}}).dump(1);
+    const std::size_t end = text.rfind('}');
+    folder.write("a.gltf", text.substr(0, end) + ",\n\"extras\": 1e309}");
+    const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n') + 2;
+    expectRefused(
+        folder, "a.gltf",
+        {"a.gltf: JSON holds the number 1e309 at line " + std::to_string(line) + ", column 11, which is too large"});
 }
 
 TEST(BadInput, GivenFileThatIsNoScene_SaysSo) {

@@ -42,6 +42,15 @@ TEST(GltfJson, GivenBrokenText_NamesLineAndColumn) {
     EXPECT_NE(problemOf("\"\xff\""), "");
 }
 
+TEST(GltfJson, GivenNumberThatIsTooLarge_NamesItsOwnPlace) {
+    EXPECT_EQ(problemOf("1e309"), "JSON holds the number 1e309 at line 1, column 1, which is too large");
+    EXPECT_EQ(problemOf("{\"name\": \"1e309\",\n \"a\": [11e3090,\n-1e309]}"),
+              "JSON holds the number 11e3090 at line 2, column 8, which is too large");
+    EXPECT_EQ(problemOf("{\"1e309\": \"-1e309\",\n\n  \"b\": -1e309 }"),
+              "JSON holds the number -1e309 at line 3, column 8, which is too large")
+        << "not where a text has the same letters";
+}
+
 TEST(GltfJson, GivenInterrupt_EndsInTheMiddleOfTheText) {
     const std::string text = "[" + std::string(1 << 20, ' ') + "]";
     int asked = 0;

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Pictures that take far more memory than their data warrants, of other formats, and with words of the decoder.
+// Pictures that take far more memory than their data warrants or than there is, of other formats, and with words of the
+// decoder.
+#include "ktMemoryLimit.h"
 #include "ktSavedScene.h"
 
 #include <gmock/gmock.h>
 #include <QBuffer>
 #include <QImage>
+#include <webp/encode.h>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -14,8 +17,8 @@ namespace {
 
 int printedByQt = 0;
 
-/// Opens a square with the textures and decodes them. The warnings.
-std::vector<std::string> decode(const std::vector<QByteArray>& pictures) {
+/// Opens a square with the textures.
+std::unique_ptr<ktSceneFile> open(const std::vector<QByteArray>& pictures) {
     const ktTestFolder folder;
     ktTestGltf gltf = ktSquare();
     const ktJson primitive = gltf.json["meshes"][0]["primitives"][0];
@@ -28,7 +31,12 @@ std::vector<std::string> decode(const std::vector<QByteArray>& pictures) {
         gltf.mesh(textured);
     }
     gltf.saveGlb(folder.path("a.glb"));
-    const auto file = ktOpenTestScene(folder.path("a.glb"));
+    return ktOpenTestScene(folder.path("a.glb"));
+}
+
+/// Opens a square with the textures and decodes them. The warnings.
+std::vector<std::string> decode(const std::vector<QByteArray>& pictures) {
+    const auto file = open(pictures);
     ktFileReport report;
     const QtMessageHandler former =
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) { ++printedByQt; });
@@ -84,3 +92,32 @@ TEST(PictureLimits, GivenBrokenPicture_NamesItAndPrintsNothingElse) {
         EXPECT_EQ(printedByQt, 0);
     }
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // without them, memory can be limited
+TEST(PictureLimits, GivenTooLittleMemory_FailsInsteadOfLeavingThePictureOut) {
+    const int side = 1024;
+    const std::vector<std::uint8_t> pixels(4 * side * side);
+    std::uint8_t* encoded = nullptr;
+    const std::size_t size = WebPEncodeLosslessRGBA(pixels.data(), side, side, 4 * side, &encoded);
+    const QByteArray webP(reinterpret_cast<const char*>(encoded), static_cast<int>(size));
+    WebPFree(encoded);
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    ASSERT_TRUE(blank(4096).save(&buffer, "JPEG"));
+    for (const QByteArray& picture : {png(blank(4096)), jpeg, webP}) {
+        const auto file = open({picture});
+        ktFileReport report;
+        {
+            const ktMemoryLimit limit(1 << 20);
+            file->loadPictures(report);
+        }
+        EXPECT_TRUE(report.isOutOfMemory) << report.error;
+        EXPECT_THAT(report.messages.warnings(), IsEmpty());
+        EXPECT_TRUE(file->hasPicturesToLoad());
+        ktFileReport later;
+        file->loadPictures(later);
+        EXPECT_TRUE(later.isGood());
+        EXPECT_THAT(later.messages.warnings(), IsEmpty());
+    }
+}
+#endif

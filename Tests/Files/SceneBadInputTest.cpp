@@ -5,6 +5,7 @@
 #include <cmath>
 #include <gmock/gmock.h>
 #include <limits>
+#include <OpenSG/OSGFieldContainerFactory.h>
 #include <set>
 
 using testing::Contains;
@@ -63,6 +64,18 @@ TEST_F(SceneBadInput, GivenMissingFile_NamesIt) {
     ktWriteTestFile(folder.path("notes.text"), "hello");
     EXPECT_THAT(ktOpeningSays(folder.path("notes.text")),
                 ElementsAre(HasSubstr("notes.text: is no glTF, and files of the kind '.text'")));
+}
+
+TEST_F(SceneBadInput, GivenLightWithoutAFiniteColour_LeavesItOutAndKeepsNothing) {
+    gltf.json["extensions"]["KHR_lights_punctual"]["lights"] =
+        ktJson::array({{{"type", "spot"}, {"color", {1, 1, 1}}, {"intensity", 1e300}}});
+    gltf.node({{"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
+    gltf.saveGlb(folder.path("a.glb"));
+    const auto containers = [] { return osg::FieldContainerFactory::the()->getNumContainers(); };
+    ktOpeningSays(folder.path("a.glb")); // what is made once
+    const osg::UInt32 before = containers();
+    EXPECT_THAT(ktOpeningSays(folder.path("a.glb")), ElementsAre("/nodes/1: has a light whose colour is not finite"));
+    EXPECT_EQ(containers(), before);
 }
 
 TEST_F(SceneBadInput, GivenAccessorOutOfRange_LeavesThePrimitiveOut) {

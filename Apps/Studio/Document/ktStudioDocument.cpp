@@ -269,18 +269,21 @@ bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {
     return true;
 }
 
-void ktStudioDocument::loadPictures() {
+bool ktStudioDocument::loadPictures() {
     const auto load = [this](ktSceneFile& from, const QString& fromPath) {
         ktFileReport report;
         from.loadPictures(report, [this] { return letEventsIn(); });
         logMessages(fromPath, report);
+        if (report.isOutOfMemory)
+            fail(report);
+        return !report.isOutOfMemory;
     };
     if (!file)
-        return;
+        return true;
     isReadingCancelled = false;
-    load(*file, path);
-    for (const std::shared_ptr<ktAddedScene>& scene : added)
-        load(scene->getFile(), scene->getPath());
+    return load(*file, path) && std::all_of(added.begin(), added.end(), [&load](const auto& scene) {
+               return load(scene->getFile(), scene->getPath());
+           });
 }
 
 // The scene is in view before, without its pictures.
@@ -369,7 +372,8 @@ bool ktStudioDocument::savePreview(const QString& picturePath, const ktPreviewOp
     std::string reason;
     {
         const Work work(*this, tr("Drawing %1").arg(QFileInfo(picturePath).fileName()));
-        loadPictures();
+        if (!loadPictures())
+            return false;
         ktPreviewOptions previewOptions = look;
         previewOptions.exposure = static_cast<float>(options.exposure);
         previewOptions.isInterrupted = [this] { return isReadingCancelled.load(); };

@@ -71,8 +71,9 @@ public:
     /// Reads a copy of a scene (see saveCopy()) as that scene, with unsaved changes.
     bool openCopy(const QString& copyPath, const QString& scenePath, const ktStudioReadOptions& options);
     void cancelReading() { isReadingCancelled = true; }
-    /// Decodes the pictures, which bounced light needs. Handles events meanwhile; cancelReading() ends it.
-    void loadPictures();
+    /// Decodes the pictures, which bounced light needs. Handles events meanwhile; cancelReading() ends it. False, with
+    /// failed(), if memory runs out.
+    bool loadPictures();
 
     /// Writes the opened file's part of the scene, then added files with new results beside it as NAME-baked.glb.
     /// Handles events meanwhile; cancelReading() ends it. On failure or cancel emits failed(), and a file that exists

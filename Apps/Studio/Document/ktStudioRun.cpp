@@ -158,10 +158,12 @@ bool ktStudioRun::calculate(bool missingOnly) {
     ktTriangleBudget budget;
     ktParseTriangleBudget(options.maxTriangles.toStdString(), budget);
     ktSetTriangleBudget(budget);
-    if (plugin.isIndirectIlluminationEnabled())
-        document.loadPictures();
     const auto started = ktRunCounter::Clock::now();
     const auto seconds = [started] { return secondsBetween(started, ktRunCounter::Clock::now()); };
+    if (plugin.isIndirectIlluminationEnabled() && !document.loadPictures()) {
+        emit ended(Ending::Failed, tr("Memory runs out while pictures are read."), seconds());
+        return false;
+    }
     QCoreApplication::processEvents(); // the window says what begins
     ktResultState before(selection.get(), ktRunInBackground);
     if (isCancelled) {

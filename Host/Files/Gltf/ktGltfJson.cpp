@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
-#include <string_view>
 
 namespace {
 
@@ -82,18 +81,6 @@ private:
     const char* next;
 };
 
-// The library only says "... number overflow parsing '1e8380'". The first such text in the document is the place.
-std::string describeOverflow(const char* text, std::size_t size, const std::string& what) {
-    const std::size_t end = what.rfind('\''),
-                      begin = end == std::string::npos || end == 0 ? end : what.rfind('\'', end - 1);
-    if (begin == std::string::npos)
-        return "JSON holds a number that is too large";
-    const std::string number = what.substr(begin + 1, end - begin - 1);
-    const std::size_t found = std::string_view(text, size).find(number);
-    const std::string place = found == std::string_view::npos ? "" : " at " + lineAndColumn(text, size, found + 1);
-    return "JSON holds the number " + number.substr(0, 20) + place + ", which is too large";
-}
-
 } // namespace
 
 ktJson ktParseJson(const char* text, std::size_t size) {
@@ -104,8 +91,9 @@ ktJson ktParseJson(const char* text, std::size_t size) {
         return builder.take();
     } catch (const ktJson::parse_error& error) {
         throw ktFileError("file", "JSON is broken at " + lineAndColumn(text, size, error.byte));
-    } catch (const ktJson::out_of_range& error) {
-        throw ktFileError("file", describeOverflow(text, size, error.what()));
+    } catch (const ktJsonBuilder::TooLarge& error) {
+        throw ktFileError("file", "JSON holds the number " + error.number.substr(0, 20) + " at " +
+                                      lineAndColumn(text, size, error.begin + 1) + ", which is too large");
     } catch (const ktJson::exception&) {
         throw ktFileError("file", "JSON is broken");
     }

@@ -47,6 +47,15 @@ public:
         open.pop_back();
         return put(std::move(array));
     }
+    /// A number that is too large for a double.
+    struct TooLarge {
+        std::size_t begin; ///< place in the text
+        std::string number;
+    };
+    /// @param end what has been read
+    bool parse_error(std::size_t end, const std::string& number, const ktJson::out_of_range&) {
+        throw TooLarge{end - std::min(end, number.size()), number};
+    }
     template <class Exception>
     bool parse_error(std::size_t, const std::string&, const Exception& error) {
         throw error;

@@ -92,7 +92,6 @@ osg::NodePtr ktReadLight(const ktGltfDocument& document, std::size_t nodeIndex, 
         const ktJson* light = lightOf(document, *ktJsonElement(document.json, "nodes", nodeIndex), object);
         if (!light)
             return osg::NullFC;
-        const osg::LightPtr core = makeLight(*light, object);
         double color[3] = {1, 1, 1};
         ktJsonNumbers(*light, "color", 3, color);
         const double intensity = ktJsonNumber(*light, "intensity", 1.0);
@@ -102,6 +101,7 @@ osg::NodePtr ktReadLight(const ktGltfDocument& document, std::size_t nodeIndex, 
             if (!std::isfinite(diffuse[c]))
                 throw ktFileError(object, "has a light whose colour is not finite");
         }
+        const osg::LightPtr core = makeLight(*light, object);
         const osg::NodePtr beacon = osg::makeNodeFor(osg::Group::create());
         const osg::NodePtr node = osg::makeNodeFor(core);
         osg::beginEditCP(core);

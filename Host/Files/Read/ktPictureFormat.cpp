@@ -5,6 +5,7 @@
 #include "ktFileError.h"
 
 #include <cstring>
+#include <new>
 #include <webp/decode.h>
 
 namespace {
@@ -29,10 +30,18 @@ QImage ktDecodeWebP(const ktBytes& image, std::int64_t most, const std::string& 
     if (std::int64_t(features.width) * features.height > most)
         throw ktFileError(object, "has too many pixels");
     QImage out(features.width, features.height, QImage::Format_RGBA8888);
-    if (out.isNull())
-        throw ktFileError(object, "needs more memory than there is");
-    const auto size = static_cast<std::size_t>(out.sizeInBytes());
-    if (!WebPDecodeRGBAInto(image.data(), image.size(), out.bits(), size, out.bytesPerLine()))
+    WebPDecoderConfig config;
+    if (out.isNull() || !WebPInitDecoderConfig(&config))
+        throw std::bad_alloc();
+    config.output.colorspace = MODE_RGBA;
+    config.output.is_external_memory = 1;
+    config.output.u.RGBA.rgba = out.bits();
+    config.output.u.RGBA.stride = out.bytesPerLine();
+    config.output.u.RGBA.size = static_cast<std::size_t>(out.sizeInBytes());
+    const VP8StatusCode status = WebPDecode(image.data(), image.size(), &config);
+    if (status == VP8_STATUS_OUT_OF_MEMORY)
+        throw std::bad_alloc();
+    if (status != VP8_STATUS_OK)
         throw ktFileError(object, "cannot be decoded: the WebP image is damaged");
     return out;
 }

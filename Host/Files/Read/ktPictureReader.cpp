@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <QBuffer>
 #include <QImageReader>
 #include <QtGlobal>
@@ -55,10 +56,6 @@ private:
 
 thread_local DecoderWords* DecoderWords::current = nullptr;
 QtMessageHandler DecoderWords::former = nullptr;
-
-std::string reasonOf(const QImageReader& reader, const DecoderWords& words) {
-    return words.first().empty() ? reader.errorString().toStdString() : words.first();
-}
 
 /// What an image is read from; equal for images with the same pixels. Empty: from nothing.
 std::string sourceOf(const ktJson& image) {
@@ -163,27 +160,58 @@ int stepOf(const QSize& size) {
     return (std::max(size.width(), size.height()) + ktLargestPicture_px - 1) / ktLargestPicture_px;
 }
 
+struct Decoded {
+    QImage image;             // null: it could not be decoded
+    QSize size;               // that the data names; invalid: none
+    std::string words, error; // of the decoder
+};
+
 // Decodes PNG, JPEG and other formats with a Qt plug-in. Large JPEG images are shrunk on the way.
-QImage decodeWithQt(const ktBytes& bytes, const std::string& object, ktFileMessages& messages) {
+Decoded tryToDecode(const ktBytes& bytes, const char* format, const std::string& object) {
     QByteArray raw =
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
     QBuffer buffer(&raw);
     buffer.open(QIODevice::ReadOnly);
     const DecoderWords words;
-    QImageReader reader(&buffer, formatOf(bytes, object));
+    QImageReader reader(&buffer, format);
     reader.setAutoDetectImageFormat(false);
-    const QSize size = reader.size();
-    if (!size.isValid())
-        throw ktFileError(object, "cannot be decoded: " +
-                                      (reader.canRead() ? "it names no size" : reader.errorString().toStdString()));
-    checkSize(size, bytes, object);
-    shrinkJpeg(reader, size, stepOf(size));
-    QImage decoded = reader.read();
-    if (decoded.isNull())
-        throw ktFileError(object, "cannot be decoded: " + reasonOf(reader, words));
-    if (!words.first().empty())
-        messages.warn(object, "is decoded with a warning: " + words.first());
+    Decoded decoded;
+    decoded.size = reader.size();
+    if (!decoded.size.isValid()) {
+        decoded.error = reader.canRead() ? "it names no size" : reader.errorString().toStdString();
+        return decoded;
+    }
+    checkSize(decoded.size, bytes, object);
+    shrinkJpeg(reader, decoded.size, stepOf(decoded.size));
+    decoded.image = reader.read();
+    decoded.words = words.first();
+    decoded.error = decoded.words.empty() ? reader.errorString().toStdString() : decoded.words;
     return decoded;
+}
+
+// Throws std::bad_alloc if there is no memory for an image of that size.
+void checkMemory(const QSize& size) {
+    constexpr std::size_t ofDecoder_bytes = 1 << 20, perPixel_bytes = 4;
+    std::size_t bytes = ofDecoder_bytes;
+    if (size.isValid())
+        bytes += perPixel_bytes * static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height());
+    ::operator delete(::operator new(bytes));
+}
+
+// Qt and the libraries that it uses do not tell a lack of memory from a broken image. A lack is over at the second
+// attempt, or checkMemory() finds it.
+QImage decodeWithQt(const ktBytes& bytes, const std::string& object, ktFileMessages& messages) {
+    const char* const format = formatOf(bytes, object);
+    Decoded decoded = tryToDecode(bytes, format, object);
+    if (decoded.image.isNull() || decoded.words.find("memory") != std::string::npos) {
+        checkMemory(decoded.size);
+        decoded = tryToDecode(bytes, format, object);
+    }
+    if (decoded.image.isNull())
+        throw ktFileError(object, "cannot be decoded: " + decoded.error);
+    if (!decoded.words.empty())
+        messages.warn(object, "is decoded with a warning: " + decoded.words);
+    return decoded.image;
 }
 
 } // namespace

@@ -18,7 +18,7 @@ public:
     /// The document must outlive the reader.
     explicit ktPictureReader(const ktGltfDocument& document);
     /// Decodes an image; images with the same source once. Throws ktFileError that names the image if it cannot be
-    /// found or decoded, or has far more pixels than its data warrants.
+    /// found or decoded, or has far more pixels than its data warrants; std::bad_alloc if there is no memory for it.
     std::shared_ptr<const ktImage> read(std::size_t image, ktFileMessages& messages);
 
 private:

@@ -21,6 +21,7 @@
 #include <chrono>
 #include <cmath>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace python = boost::python;
@@ -283,6 +284,8 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
         openFile().loadPictures(report, isInterrupted);
         if (!isInterrupted()) {
             logMessages(scene().name, report);
+            if (report.isOutOfMemory)
+                throw std::bad_alloc();
             reason = ktWritePreview(ktScenegraph::getRootNode(), name, options);
         }
     }
@@ -297,11 +300,12 @@ void ktHostModuleScene::selectTopNodes() {
     ktSceneState::setSelection(openFile().getNodesToBake());
 }
 
-void ktHostModuleScene::loadPictures() {
+bool ktHostModuleScene::loadPictures() {
     ktSceneFile* const file = currentFile();
     if (!file)
-        return;
+        return true;
     ktFileReport report;
     file->loadPictures(report);
     logMessages(scene().name, report);
+    return !report.isOutOfMemory;
 }

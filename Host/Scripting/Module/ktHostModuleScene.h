@@ -16,7 +16,7 @@ void preview(const boost::python::object& path, int width, int height, double ex
 
 /// Selects the top nodes of the open file. Throws ktHostModuleError if no file is open.
 void selectTopNodes();
-/// Decodes the materials' pictures. Does nothing if no file is open.
-void loadPictures();
+/// Decodes the materials' pictures. Does nothing if no file is open. False if memory runs out.
+bool loadPictures();
 
 } // namespace ktHostModuleScene

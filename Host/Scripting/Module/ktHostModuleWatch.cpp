@@ -88,8 +88,11 @@ private:
         Py_CLEAR(errorValue);
         Py_CLEAR(errorTrace);
         guard = std::make_unique<ktInterruptGuard>([] { ktScriptedPlugin::the().cancel(); });
-        if (ktScriptedPlugin::the().needsPictures())
-            ktHostModuleScene::loadPictures();
+        if (ktScriptedPlugin::the().needsPictures() && !ktHostModuleScene::loadPictures()) {
+            const ktPythonLock lock;
+            PyErr_NoMemory();
+            keepError();
+        }
     }
 
     void end() {
