@@ -3,7 +3,10 @@
 #include "ktBakeProcess.h"
 #include "ktBoxScene.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+using testing::HasSubstr;
 
 TEST(Cancel, GivenInterruptWhileTracing_EndsAndWritesNothing) {
     const ktTestFolder folder;
@@ -20,33 +23,81 @@ TEST(Cancel, GivenInterruptWhileTracing_EndsAndWritesNothing) {
     EXPECT_EQ(files, 2) << "only the old output and the preferences";
 }
 
-TEST(Cancel, GivenInterruptWhileDrawing_KeepsTheBakedFileAndTheOldPicture) {
+#ifdef KT_INTERRUPTING_CALLS
+namespace {
+
+/// Runs ktbake over an old output and an old picture. It gets SIGINT in that call (see ktInterruptingCalls.cpp).
+class InterruptedBake {
+public:
+    InterruptedBake(const std::string& call, const std::string& place, std::vector<std::string> arguments = {},
+                    const std::string& name = "out.glb") {
+        folder.write("scene.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+        folder.write(name, "old");
+        folder.write("out.png", "old");
+        arguments.insert(arguments.begin(), {"scene.gltf", "-o", name, "--shadow-quality", "0", "--no-indirect"});
+        result = runBake(folder.path, arguments,
+                         "export LD_PRELOAD=" KT_INTERRUPTING_CALLS " KT_INTERRUPT_IN=" + call + " KT_INTERRUPT_AT='" +
+                             place + "'");
+        output = readFile(folder.file(name));
+        picture = readFile(folder.file("out.png"));
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path))
+            names.push_back(entry.path().filename().string());
+        EXPECT_THAT(names, testing::UnorderedElementsAre("scene.gltf", name, "out.png", "preferences"));
+    }
+    ktBakeResult result;
+    std::string output, picture;
+
+private:
     const ktTestFolder folder;
-    folder.write("scene.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
-    folder.write("out.png", "old");
-    const ktBakeResult result =
-        interruptBake(folder.path,
-                      {"scene.gltf", "-o", "out.glb", "--preview", "out.png", "--preview-size", "8192x8192",
-                       "--shadow-quality", "0", "--no-indirect", "--stats", "out.json"},
-                      "of the preview drawn");
-    EXPECT_EQ(result.exitCode, 130) << result.error;
-    EXPECT_NE(result.error.find("Cancelled; out.glb is written, the picture is not."), std::string::npos)
-        << result.error;
-    EXPECT_EQ(readFile(folder.file("out.glb")).substr(0, 4), "glTF");
-    EXPECT_EQ(readFile(folder.file("out.png")), "old");
-    const auto files =
-        std::distance(std::filesystem::directory_iterator(folder.path), std::filesystem::directory_iterator());
-    EXPECT_EQ(files, 4) << "the scene, the baked file, the old picture and the preferences";
+    std::vector<std::string> names;
+};
+
+} // namespace
+
+TEST(Cancel, GivenInterruptWhileReading_WritesNothing) {
+    const InterruptedBake bake("read", "scene.gltf");
+    EXPECT_EQ(bake.result.exitCode, 130) << bake.result.error;
+    EXPECT_THAT(bake.result.error, HasSubstr("Cancelled; nothing is written."));
+    EXPECT_EQ(bake.result.out, "") << "traces nothing";
+    EXPECT_EQ(bake.output, "old");
 }
 
-TEST(Cancel, GivenInterruptWhileEncoding_WritesNoPicture) {
-    const ktTestFolder folder;
-    folder.write("scene.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
-    const ktBakeResult result =
-        interruptBake(folder.path,
-                      {"scene.gltf", "-o", "out.glb", "--preview", "out.png", "--preview-size", "4000x4000",
-                       "--preview-view", "front", "--shadow-quality", "0", "--no-indirect"},
-                      " 90 %  of the preview drawn");
-    EXPECT_EQ(result.exitCode, 130) << result.error;
-    EXPECT_FALSE(std::filesystem::exists(folder.file("out.png")));
+TEST(Cancel, GivenInterruptWhileWriting_KeepsTheOldFile) {
+    for (const char* name : {"out.glb", "out.gltf"})
+        for (const std::string& place : {std::string("/out"), name + std::string(".tmp-")}) { // a buffer may come first
+            const InterruptedBake bake("write", place, {}, name);
+            EXPECT_EQ(bake.result.exitCode, 130) << name << place << bake.result.error;
+            EXPECT_THAT(bake.result.error, HasSubstr("Cancelled; nothing is written.")) << name;
+            EXPECT_EQ(bake.output, "old") << name << place;
+        }
 }
+
+TEST(Cancel, GivenInterruptWhenAllIsWritten_KeepsTheNewFile) {
+    for (const char* call : {"fsync", "rename"}) {
+        const InterruptedBake bake(call, "out.glb.tmp-");
+        EXPECT_EQ(bake.result.exitCode, 0) << call << bake.result.error;
+        EXPECT_EQ(bake.output.substr(0, 4), "glTF") << call;
+    }
+}
+
+TEST(Cancel, GivenInterruptBeforeThePicture_KeepsTheOldPicture) {
+    for (const char* call : {"fsync", "rename"}) {
+        const InterruptedBake bake(call, "out.glb.tmp-", {"--preview", "out.png"});
+        EXPECT_EQ(bake.result.exitCode, 130) << call << bake.result.error;
+        EXPECT_THAT(bake.result.error, HasSubstr("Cancelled; out.glb is written, the picture is not."));
+        EXPECT_EQ(bake.output.substr(0, 4), "glTF") << call;
+        EXPECT_EQ(bake.picture, "old") << call;
+    }
+}
+
+TEST(Cancel, GivenInterruptWhileDrawing_KeepsTheBakedFileAndTheOldPicture) {
+    // When it begins, and when it is drawn and is to be encoded.
+    for (const char* moment : {"of the preview drawn", " 90 %  of the preview drawn"}) {
+        const InterruptedBake bake("message", moment, {"--preview", "out.png", "--stats", "out.json"});
+        EXPECT_EQ(bake.result.exitCode, 130) << moment << bake.result.error;
+        EXPECT_THAT(bake.result.error, HasSubstr("Cancelled; out.glb is written, the picture is not.")) << moment;
+        EXPECT_EQ(bake.output.substr(0, 4), "glTF") << moment;
+        EXPECT_EQ(bake.picture, "old") << moment;
+    }
+}
+#endif

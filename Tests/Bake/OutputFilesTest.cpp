@@ -103,6 +103,22 @@ TEST(OutputFiles, GivenPipeOrOpenFileForStatistics_WritesIntoIt) {
     EXPECT_THAT(readFile(folder.file("kept.json")), testing::StartsWith("\"before\"\n{"));
 }
 
+TEST(OutputFiles, GivenPipeForThePicture_WritesIntoIt) {
+    const ktTestFolder folder;
+    writeCar(folder);
+    ASSERT_EQ(mkfifo(folder.file("pipe.png").c_str(), 0600), 0);
+    const int reader = open(folder.file("pipe.png").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    const ktBakeResult result =
+        runBake(folder.path, quick({"car.gltf", "-qo", "a.glb", "--preview", "pipe.png", "--preview-size", "32x32"}));
+    EXPECT_EQ(result.exitCode, 0) << result.error;
+    EXPECT_TRUE(fs::is_fifo(folder.file("pipe.png")));
+    char content[5] = {};
+    EXPECT_EQ(read(reader, content, 4), 4);
+    close(reader);
+    EXPECT_STREQ(content, "\x89PNG");
+}
+
 TEST(OutputFiles, GivenStatisticsInTheFileOfSceneOrOutput_IsRefused) {
     const ktTestFolder folder;
     writeCar(folder);
