@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A library to preload: allocations fail, from number KT_FAILING_FROM on (0 is the first one after the start of
 // main()), KT_FAILING_COUNT of them. KT_ALLOCATION_COUNT names a file that gets the number of allocations at the end.
-// KT_FAILING_TRACE=1 prints the calls that lead to the first one. A program can also call ktFailAllocations().
+// KT_FAILING_TRACE=1 prints the calls that lead to the first one. A program can also call ktFailAllocations(). With
+// KT_FAILING_REQUESTS and KT_FAILING_ANSWERS, the numbers of two pipes, main() runs once for each request.
+#include "ktFailingRun.h"
+
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -11,8 +14,11 @@
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>
+#include <initializer_list>
 #include <malloc.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -57,6 +63,37 @@ void writeCount() {
     close(file);
 }
 
+void letFail(long from, long count) {
+    first = from;
+    last = count > LONG_MAX - from ? LONG_MAX : from + count;
+}
+
+/// Forks for each request. Returns in the child processes; the server ends with its requests.
+void serve(int requests, int answers) {
+    ktFailingRunRequest request;
+    while (read(requests, &request, sizeof request) == sizeof request) {
+        const pid_t process = fork();
+        if (process == 0) {
+            close(requests);
+            close(answers);
+            const int file = open(request.errorFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+            dup2(file, STDERR_FILENO);
+            close(file);
+            letFail(request.first, request.count);
+            return;
+        }
+        ktFailingRunEnd end = {};
+        rusage usage = {};
+        if (write(answers, &process, sizeof process) != sizeof process || wait4(process, &end.status, 0, &usage) < 0)
+            break;
+        for (const timeval& time : {usage.ru_utime, usage.ru_stime})
+            end.processorSeconds += static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+        if (write(answers, &end, sizeof end) != sizeof end)
+            break;
+    }
+    _exit(0);
+}
+
 int (*realMain)(int, char**, char**) = nullptr;
 
 int countedMain(int argc, char** argv, char** environment) {
@@ -66,9 +103,9 @@ int countedMain(int argc, char** argv, char** environment) {
         backtrace(calls, 1); // loads what it needs
     }
     std::atexit(writeCount);
-    first = numberIn("KT_FAILING_FROM", LONG_MAX);
-    const long count = numberIn("KT_FAILING_COUNT", 1);
-    last = count > LONG_MAX - first ? LONG_MAX : first + count;
+    letFail(numberIn("KT_FAILING_FROM", LONG_MAX), numberIn("KT_FAILING_COUNT", 1));
+    if (const long requests = numberIn("KT_FAILING_REQUESTS", 0))
+        serve(static_cast<int>(requests), static_cast<int>(numberIn("KT_FAILING_ANSWERS", 0)));
     isCounting = true;
     return realMain(argc, argv, environment);
 }
@@ -93,8 +130,7 @@ long ktEndFailingAllocations();
 void ktFailAllocations(long after, long count) {
     isCounting = false;
     number = 0;
-    first = after;
-    last = count > LONG_MAX - after ? LONG_MAX : after + count;
+    letFail(after, count);
     isCounting = true;
 }
 

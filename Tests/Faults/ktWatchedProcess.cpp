@@ -14,12 +14,11 @@
 
 namespace {
 
-// A whole run takes a tenth of a second, and a hang has no end. The time between is for busy machines.
-constexpr auto patience = std::chrono::seconds(60);
-
 [[noreturn]] void become(const std::filesystem::path& folder, const std::string& program,
                          const std::vector<std::string>& arguments, const std::vector<std::string>& environment,
-                         const std::string& errorFile) {
+                         const std::string& errorFile, const std::vector<int>& kept) {
+    for (const int file : kept)
+        fcntl(file, F_SETFD, 0);
     const rlimit none = {0, 0};
     setrlimit(RLIMIT_CORE, &none);
     dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
@@ -37,19 +36,37 @@ constexpr auto patience = std::chrono::seconds(60);
 
 } // namespace
 
+void ktWatchedResult::setStatus(int status) {
+    exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+void ktWatchedResult::setError(const std::string& file) {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    error = text.str();
+    unlink(file.c_str());
+}
+
+pid_t startWatched(const std::filesystem::path& folder, const std::string& program,
+                   const std::vector<std::string>& arguments, const std::vector<std::string>& environment,
+                   const std::string& errorFile, const std::vector<int>& kept) {
+    const pid_t process = fork();
+    if (process == 0)
+        become(folder, program, arguments, environment, errorFile, kept);
+    return process;
+}
+
 ktWatchedResult runWatched(const std::filesystem::path& folder, const std::string& program,
                            const std::vector<std::string>& arguments, const std::vector<std::string>& environment) {
     const std::string errorFile = folder.string() + "-error";
     const auto begin = std::chrono::steady_clock::now();
-    const pid_t process = fork();
-    if (process == 0)
-        become(folder, program, arguments, environment, errorFile);
+    const pid_t process = startWatched(folder, program, arguments, environment, errorFile);
 
     ktWatchedResult result;
     int status = 0;
     rusage usage = {};
     while (wait4(process, &status, WNOHANG, &usage) == 0) {
-        if (std::chrono::steady_clock::now() - begin > patience) {
+        if (std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(ktWatchedResult::patience_ms)) {
             kill(process, SIGKILL);
             wait4(process, &status, 0, &usage);
             result.exitCode = ktWatchedResult::hangs;
@@ -61,10 +78,7 @@ ktWatchedResult runWatched(const std::filesystem::path& folder, const std::strin
     for (const timeval& time : {usage.ru_utime, usage.ru_stime})
         result.processorSeconds += static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
     if (result.exitCode != ktWatchedResult::hangs)
-        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    std::ostringstream text;
-    text << std::ifstream(errorFile).rdbuf();
-    result.error = text.str();
-    unlink(errorFile.c_str());
+        result.setStatus(status);
+    result.setError(errorFile);
     return result;
 }

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """The module kthost with failing allocations: calls fail with an exception, and the next call works. Arguments: the folder
-of the libraries, a scene, every how many allocations one is tested. Needs ktFailingAllocations preloaded.
+of the libraries, a scene, every how many allocations one is tested. Needs ktFailingAllocations preloaded. KT_FAULTS_PART=I/N
+tests part I of N of them.
 
 A new thread's first exception needs memory for variables of the C++ library. Without it, the C library ends the process;
 such ends are counted, and the output must be whole all the same. In ktbake, these variables exist from the start.
@@ -20,6 +21,8 @@ sys.path.insert(0, os.path.abspath(sys.argv[1]))
 import kthost
 
 SCENE, STEP = sys.argv[2], int(os.environ.get("KT_FAULTS_STEP", sys.argv[3]))
+PART, PARTS = [int(number) for number in os.environ.get("KT_FAULTS_PART", "0/1").split("/")]
+STRIDE = STEP * PARTS
 FOR_EVER = 10 ** 9
 FROZEN = "a bake is under way"
 MOST_ENDS = {1: 0.02, FOR_EVER: 0.4}  # by the number of failures: share of the tested allocations
@@ -60,7 +63,7 @@ def test_from(first, how_many, output):
     assert read(output) == expected and count > 500, count
     print("count", count)
     sys.stdout.flush()
-    for number in range(first, count, STEP):
+    for number in range(first, count, STRIDE):
         with open(output, "wb") as old:
             old.write(b"old")
         print(number, end=" ")
@@ -91,7 +94,7 @@ def main():
     bake(output)
     expected = read(output)
     for how_many in (1, FOR_EVER):
-        first, baked, failed, ended, frozen, count = 0, 0, 0, 0, 0, None
+        first, baked, failed, ended, frozen, count = PART * STEP, 0, 0, 0, 0, None
         while count is None or first < count:
             for name in os.listdir(folder):  # of a process that ended
                 os.remove(os.path.join(folder, name))
@@ -111,7 +114,7 @@ def main():
                 frozen += 1
             else:
                 ended += 1
-            first = int(lines[-1].split()[0]) + STEP
+            first = int(lines[-1].split()[0]) + STRIDE
         tested = baked + failed + ended
         print("kthost, %s: %d of %d allocations tested, %d baked all the same, %d raised an exception (%d froze the host), "
               "%d ended the process" % ("one allocation fails" if how_many == 1 else "all fail from one on", tested, count,
