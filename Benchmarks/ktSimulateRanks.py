@@ -11,6 +11,9 @@ between the loops run on rank 0 alone; each rank builds the structure. --latency
 --compare FILE... prints measured bakes of other numbers of ranks beside the simulation. With more ranks than cores, only
 their processor time can be compared.
 
+If the statistics come from a busy machine, their times are too long, but numbers of loops, rays and bytes hold: --ray-ns,
+--dispatch-ns, --build-s and --serial-s replace the times.
+
 What-if options: --relay no sends the scene to one rank after the other; --divide-build shares the build; --one-loop traces
 all geometries of a pass in one loop; --least-rays is the smallest block of a thread."""
 
@@ -64,8 +67,8 @@ class Scene:
         ranks, seconds = stats["ranks"], stats["seconds"]
         threads = ranks[0]["threads"]
         direct, indirect = stats["raysTraced"]["direct"], stats["raysTraced"]["indirect"]
-        bounces = stats["settings"]["bounces"] if indirect > 0 else 0
-        passes = [direct] + [indirect / bounces] * bounces
+        bounces = max(1, stats["settings"]["bounces"]) if indirect > 0 else 0
+        passes = [direct] + [indirect / max(bounces, 1)] * bounces
         rays = sum(passes)
         vertices = sum(rank["vertices"] for rank in ranks)
         loops = [part["raysTraced"] / rays * of_pass for of_pass in passes for part in stats["geometries"] if part["traced"]]
@@ -190,6 +193,10 @@ def main():
     parser.add_argument("--latency", type=float, default=2, help="of a message, microseconds; default 2")
     parser.add_argument("--bandwidth", type=float, default=100, help="gigabits per second; default 100")
     parser.add_argument("--poll", type=float, default=100, help="microseconds until a rank sees a message; default 100")
+    parser.add_argument("--ray-ns", type=float, help="nanoseconds of a thread per ray")
+    parser.add_argument("--dispatch-ns", type=float, help="nanoseconds of rank 0 per ray that another rank traces")
+    parser.add_argument("--build-s", type=float, help="seconds of the structure on one rank")
+    parser.add_argument("--serial-s", type=float, help="seconds of rank 0 alone")
     parser.add_argument("--whole", action="store_true", help="with reading and writing")
     parser.add_argument("--relay", choices=("yes", "no"), default="yes")
     parser.add_argument("--divide-build", action="store_true")
@@ -200,6 +207,10 @@ def main():
     network = Network(arguments.latency * 1e-6, arguments.bandwidth / 8 * 1e9, arguments.poll * 1e-6)
     with open(arguments.stats) as opened:
         scene = Scene.from_stats(json.load(opened), arguments.whole)
+    for value, name, unit in ((arguments.ray_ns, "seconds_per_ray", 1e-9), (arguments.dispatch_ns, "dispatch_per_ray", 1e-9),
+                              (arguments.build_s, "build", 1), (arguments.serial_s, "serial", 1)):
+        if value is not None:
+            setattr(scene, name, value * unit)
     what_if = {"least_rays": arguments.least_rays, "is_relayed": arguments.relay == "yes",
                "divides_build": arguments.divide_build, "is_one_loop": arguments.one_loop}
     print("%d threads a rank; %d loops, %d of them shared; %.1f ns and %.3f bytes per ray, %.2f ns of rank 0 for a ray elsewhere" % (

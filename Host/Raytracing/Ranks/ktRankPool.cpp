@@ -551,7 +551,9 @@ void ktRankPool::run(const ktBatchLoop& work) {
                 for (const auto& peer : peers)
                     handOut(*peer, blocks);
         }
+        transport->setWaiting(false);
         traceHere(own);
+        transport->setWaiting(true);
         const Clock::time_point waited = Clock::now();
         std::unique_lock<std::mutex> lock(mutex);
         while (own.handedOut > 0 && !own.error && failure.empty()) {
@@ -564,8 +566,10 @@ void ktRankPool::run(const ktBatchLoop& work) {
         if (!failure.empty())
             throw std::runtime_error(failure);
     } catch (...) {
+        transport->setWaiting(false);
         endLoop(own);
         throw;
     }
+    transport->setWaiting(false);
     endLoop(own);
 }

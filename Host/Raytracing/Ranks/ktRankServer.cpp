@@ -187,6 +187,7 @@ private:
         added->loop = loop.get();
         const std::lock_guard<std::mutex> lock(mutex);
         blocks.push_back(std::move(added));
+        transport.setWaiting(false);
         changed.notify_all();
     }
 
@@ -202,6 +203,7 @@ private:
         if (generation > canceledGeneration)
             options.setCanceled(false);
         const Clock::time_point begin = Clock::now();
+        transport.setWaiting(false);
         ktEventPump pump([this] {
             std::vector<char> message;
             while (receive(message, std::chrono::milliseconds(0)))
@@ -210,6 +212,7 @@ private:
         bool isBuilt = false;
         const auto goesOn = [&](float) { return !hasEnded && !isRankZeroLost && canceledGeneration < generation; };
         ktWorkers::run([&] { isBuilt = tracer->build(scene.meshes, goesOn); }, pump);
+        transport.setWaiting(true);
         {
             const std::lock_guard<std::mutex> lock(mutex);
             done.buildSeconds += secondsSince(begin);
@@ -227,6 +230,8 @@ private:
         std::unique_lock<std::mutex> lock(mutex);
         while (true) {
             const Clock::time_point waited = Clock::now();
+            if (blocks.empty())
+                transport.setWaiting(true);
             changed.wait(lock, [this] { return isEnding || !blocks.empty(); });
             if (isEnding)
                 return;

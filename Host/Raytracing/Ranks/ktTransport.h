@@ -27,6 +27,9 @@ public:
     /// Waits for the next message from any rank. One thread at a time.
     /// @return false if none came in time
     virtual bool receive(int& from, std::vector<char>& message, std::chrono::milliseconds longest) = 0;
+    /// Whether threads of this process wait for a message. Then it looks for messages all the time; otherwise seldom,
+    /// because that takes time from the threads that trace. Any thread.
+    virtual void setWaiting(bool isWaiting) { static_cast<void>(isWaiting); }
     /// Ends the connection in order, when all ranks call this: waits until all messages are sent.
     /// Neither send() nor receive() may follow.
     virtual void finish() = 0;

@@ -6,6 +6,7 @@
 #include "ktTransport.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -23,10 +24,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t pieceSize = 64u << 20;           // of a long message, bytes
-constexpr std::size_t leastBroadcast = 1u << 16;       // bytes; shorter messages go to each rank by itself
-constexpr std::chrono::microseconds pollInterval{100}; // while nothing happens
-constexpr std::chrono::seconds longestEnd{5};          // of MPI's own end; then the process ends without
+constexpr std::size_t pieceSize = 64u << 20;     // of a long message, bytes
+constexpr std::size_t leastBroadcast = 1u << 16; // bytes; shorter messages go to each rank by itself
+// Between two looks for messages, each of which takes some microseconds: if threads wait, or messages are on their way;
+// at least a part of the time for which nothing has happened; and if all threads trace.
+constexpr std::chrono::microseconds shortInterval{50}, longInterval{500};
+constexpr int partOfIdleTime = 16;
+constexpr std::chrono::seconds longestEnd{5}; // of MPI's own end; then the process ends without
 enum Tag : int { wholeMessage = 1, announcedSize, piece, announcedBroadcast };
 constexpr int toAll = -1;
 
@@ -61,6 +65,14 @@ public:
         message = std::move(incoming.front().second);
         incoming.pop_front();
         return true;
+    }
+
+    void setWaiting(bool isWaiting_) override {
+        if (isWaiting.exchange(isWaiting_) || !isWaiting_)
+            return;
+        const std::lock_guard<std::mutex> lock(mutex);
+        isWoken = true;
+        changed.notify_all();
     }
 
     void finish() override { end(State::Finishing, 0); }
@@ -154,10 +166,18 @@ private:
             std::this_thread::yield(); // each step of a broadcast needs a call
         else if (!hasSent && !hasReceived && toSend.empty()) {
             std::unique_lock<std::mutex> lock(mutex);
-            changed.wait_for(lock, pollInterval,
-                             [&] { return !outgoing.empty() || (state != now && state != State::Running); });
-        }
+            isWoken = false;
+            changed.wait_for(lock, pollInterval(),
+                             [&] { return !outgoing.empty() || isWoken || (state != now && state != State::Running); });
+        } else
+            lastActive = Clock::now();
         return true;
+    }
+
+    Clock::duration pollInterval() const {
+        if (!isWaiting && sending.empty())
+            return longInterval;
+        return std::clamp<Clock::duration>((Clock::now() - lastActive) / partOfIdleTime, shortInterval, longInterval);
     }
 
     // dropSent() waits for the requests. NOLINTBEGIN(clang-analyzer-optin.mpi.MPI-Checker)
@@ -309,7 +329,7 @@ private:
         for (const Clock::time_point begin = Clock::now(); !isDone && Clock::now() - begin < longestEnd;) {
             MPI_Test(&request, &isDone, MPI_STATUS_IGNORE);
             if (!isDone)
-                std::this_thread::sleep_for(pollInterval);
+                std::this_thread::sleep_for(shortInterval);
         }
     }
 
@@ -323,11 +343,14 @@ private:
     std::uint64_t broadcastsBegun = 0, broadcastsEnded = 0;
     std::deque<std::pair<std::uint64_t, std::vector<char>>> held; // messages and the broadcast before them
     ktMpiSegment segment;
+    Clock::time_point lastActive = Clock::now();
+    std::atomic<bool> isWaiting{true}; // set by any thread
 
     std::mutex mutex; // for all below
     std::condition_variable changed, arrived;
     State state = State::Starting;
     int exitCode = 0;
+    bool isWoken = false;
     std::deque<std::pair<int, ktMessageBytes>> outgoing;
     std::deque<std::pair<int, std::vector<char>>> incoming;
     std::thread thread; // last: it uses all others
@@ -343,6 +366,7 @@ ktTransport* ktOpenMpi(char* reason, std::size_t reasonSize) {
     // NOLINTBEGIN(concurrency-mt-unsafe)
     setenv("OMPI_MCA_mpi_warn_on_fork", "0", 0);
     setenv("OMPI_MCA_btl_vader_single_copy_mechanism", "none", 0);
+    setenv("OMPI_MCA_btl_vader_eager_limit", "32768", 0); // most blocks: longer messages need several looks
     // NOLINTEND(concurrency-mt-unsafe)
     try {
         auto* const transport = new MpiTransport;
