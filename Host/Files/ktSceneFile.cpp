@@ -16,6 +16,7 @@
 #include "ktNodeExtras.h"
 #include "ktPartOrientation.h"
 #include "ktReadInterrupt.h"
+#include "ktReadProgress.h"
 #include "ktRefinedWriter.h"
 #include "ktResultChannels.h"
 #include "ktResultWriter.h"
@@ -52,6 +53,9 @@ struct ReadFile {
 };
 
 namespace {
+
+// How much of the reading is done, roughly.
+constexpr double bytesRead = 0.2, decompressed = 0.6, built = 0.8;
 
 // Runs `work`, with a decimal point in numbers. An exception becomes the report's error.
 template <class Work>
@@ -154,10 +158,13 @@ ktSceneFile::~ktSceneFile() = default;
 std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpenOptions& options,
                                                ktFileReport& report) {
     const ktReadInterrupt interrupt(options.isInterrupted);
+    const ktReadProgress progress(options.progressed);
     auto data = std::make_unique<Data>();
     const bool good = reportOf(path, report, [&] {
+        ktReadProgress::beginStage(0, bytesRead);
         ReadFile file = readFile(path, options.up, report.messages);
         data->document = std::move(file.document);
+        ktReadProgress::beginStage(bytesRead, decompressed);
         data->compressed = ktDecompress(data->document, report.messages);
         if (!file.isImported)
             data->up = options.up.value_or(ktUpAxis::Y);
@@ -167,9 +174,11 @@ std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpen
         data->tree = ktReadNodeTree(data->document, options.scene, report.messages);
         if (options.uniqueInstances)
             ktMakeMeshesUnique(data->document, data->tree);
+        ktReadProgress::beginStage(data->compressed.isEmpty() ? bytesRead : decompressed, built);
         data->scene =
             ktBuildScene(data->document, data->tree, {options.creaseAngle_deg, options.keepVertices}, report.messages);
 
+        ktReadProgress::beginStage(built, 1);
         ktSideRules rules;
         rules.isGltf = data->document.form != ktGltfForm::Memory;
         rules.normalsFollowWinding = QFileInfo(path).suffix().toLower() == "stl";

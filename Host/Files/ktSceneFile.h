@@ -22,7 +22,7 @@ struct ktOpenOptions {
     ktLengthUnit unit;                ///< of the file's positions
     bool uniqueInstances = false;     ///< each node gets its own mesh and results, also in the written file
     std::optional<std::size_t> scene; ///< index of the scene in the file; empty: the file's default
-    /// Asked from time to time, on the main thread; true ends the reading with an error. May be empty.
+    /// Asked from time to time, on the calling thread; true ends the reading with an error. May be empty.
     std::function<bool()> isInterrupted = {};
     /// The axis of the file that points up. Empty: what the file or its format says, else y. The scene in memory has y
     /// up. Nodes of a glTF file stay as they are; files of other formats are written with y up.
@@ -31,6 +31,9 @@ struct ktOpenOptions {
     /// vertices are split at sharper ones. 0 to 180.
     double creaseAngle_deg = 30;
     bool keepVertices = false; ///< such edges do not split the vertices of the written file
+    /// Told from time to time, on the calling thread: the share of the reading that is done, 0 to 1. Importers of other
+    /// formats than glTF tell nothing until they are done. May be empty.
+    std::function<void(double)> progressed = {};
 };
 
 /// Options for saving a scene file.
@@ -56,11 +59,12 @@ struct ktFileReport {
 };
 
 /// A scene from a file, together with the rest of the file: parts that we do not interpret are written back unchanged.
-/// No member throws. Main thread only. See Docs/using/files.md for what is read and written.
+/// No member throws. One thread at a time. See Docs/using/files.md for what is read and written.
 class KT_HOST_EXPORT ktSceneFile {
 public:
     /// Reads a glTF file, or one of another format that can be imported. Returns null and sets report.error if nothing
-    /// in it can be baked. Parts that cannot be used are left out with warnings.
+    /// in it can be baked. Parts that cannot be used are left out with warnings. May be called on any thread, also
+    /// while another thread uses another scene.
     static std::unique_ptr<ktSceneFile> open(const QString& path, const ktOpenOptions& options, ktFileReport& report);
 
     ~ktSceneFile();

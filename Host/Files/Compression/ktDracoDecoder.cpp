@@ -8,6 +8,7 @@
 #include "ktFileMessages.h"
 #include "ktGltfReferences.h"
 #include "ktGltfStore.h"
+#include "ktReadProgress.h"
 
 #include <algorithm>
 
@@ -216,6 +217,7 @@ void DracoDecoder::run() {
             view = ktJson::object();
         }
     for (std::size_t i = 0; i < uses.size(); ++i) {
+        ktReadProgress::tell(i, uses.size());
         fill(uses[i], rebuild);
         const ktJson& primitive = primitiveOf(uses[i]);
         ktDracoStream& stream = input.draco[i];

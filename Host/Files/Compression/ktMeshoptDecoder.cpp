@@ -5,6 +5,7 @@
 #include "ktExtensionNames.h"
 #include "ktFileError.h"
 #include "ktReadInterrupt.h"
+#include "ktReadProgress.h"
 
 #include <meshoptimizer.h>
 
@@ -103,6 +104,7 @@ void ktDecodeMeshopt(ktGltfDocument& document, ktCompressedInput& input) {
             if (!extension)
                 continue;
             ktReadInterrupt::check();
+            ktReadProgress::tell(i, ktJsonCount(document.json, "bufferViews"));
             const ViewStream stream = openStream(document, i, *extension, name);
             ktBytes data = decodeView(stream);
             const auto length = ktJsonWhole(view, "byteLength");

@@ -11,6 +11,7 @@
 #include "ktNodeMarks.h"
 #include "ktPrimitiveReader.h"
 #include "ktReadInterrupt.h"
+#include "ktReadProgress.h"
 
 #include <cstdio>
 #include <OpenSG/OSGGroup.h>
@@ -106,6 +107,7 @@ void Builder::addNodes(ktGltfScene& target) {
     std::swap(scene, target);
     for (const ktNodeTree::Entry& entry : tree.entries) {
         ktReadInterrupt::check();
+        ktReadProgress::tell(made.size(), tree.entries.size());
         const ktJson& json = *ktJsonElement(document.json, "nodes", entry.node);
         const osg::NodePtr node = makeNode(entry.node, json);
         addChild(entry.parent == ktNodeTree::none ? osg::NodePtr(scene.root) : made[entry.parent], node);

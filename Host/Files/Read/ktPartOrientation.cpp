@@ -7,6 +7,7 @@
 #include "ktGltfAccessor.h"
 #include "ktMeshParts.h"
 #include "ktReadInterrupt.h"
+#include "ktReadProgress.h"
 
 #include <algorithm>
 #include <cmath>
@@ -442,6 +443,7 @@ void Correction::run() {
     listMeshes();
     for (Mesh& mesh : meshes) {
         ktReadInterrupt::check();
+        ktReadProgress::tell(static_cast<std::size_t>(&mesh - meshes.data()), meshes.size());
         correct(mesh);
         if (tested == 0) // else other parts will be compared with it
             mesh.parts.reset();

@@ -4,6 +4,7 @@
 
 #include "ktFileError.h"
 #include "ktReadInterrupt.h"
+#include "ktReadProgress.h"
 #include "ktReadRecord.h"
 
 #include <algorithm>
@@ -59,6 +60,7 @@ ktBytes ktReadWholeFile(const QString& path, const std::string& object) {
         if (got <= 0)
             throw ktFileError(object, name + "cannot be read: " + file.errorString().toStdString());
         done += static_cast<std::size_t>(got);
+        ktReadProgress::tell(done, bytes.size());
     }
     return bytes;
 }
