@@ -9,6 +9,7 @@
 #include "ktSceneView.h"
 #include "ktStudioWindow.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -60,16 +61,43 @@ QJsonObject runBake(const std::string& ktbake, const std::string& scene, int qua
     return QJsonDocument::fromJson(file.readAll()).object();
 }
 
+/// Reads the file again and cancels that at several moments.
+void measureCancels(ktStudioWindow& window, const QString& scene) {
+    ktStudioDocument& document = window.getDocument();
+    const double read_ms = 1000 * document.getReadSeconds();
+    double longest_ms = 0;
+    int count = 0;
+    for (const double share : {0.02, 0.2, 0.4, 0.6, 0.8, 0.95}) {
+        QElapsedTimer timer;
+        QTimer cancel;
+        cancel.setSingleShot(true);
+        cancel.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&cancel, &QTimer::timeout, [&] {
+            timer.start();
+            document.cancelReading();
+        });
+        cancel.start(static_cast<int>(share * read_ms));
+        if (!document.open(scene)) {
+            longest_ms = std::max(longest_ms, milliseconds(timer));
+            ++count;
+        }
+        QApplication::processEvents();
+    }
+    std::printf("cancelled %d times while it was read: idle after at most %.1f ms\n", count, longest_ms);
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
     std::string scene, ktbake;
     const int quality = 0;
     int trace_ms = 0;
+    bool opensOnly = false;
     ktCommandLine line("The window with a large scene");
     line.addRequired("scene", scene, "scene file");
     line.add("--ktbake", ktbake, "ktbake to compare with");
     line.addPositive("--trace", trace_ms, "prints the calls in gaps that are longer, milliseconds");
+    line.addFlag("--open-only", opensOnly, "measures only opening");
     if (const auto code = line.parse(count, arguments))
         return *code;
 
@@ -95,28 +123,41 @@ int main(int count, char** arguments) {
     const auto measureGaps = [&] { return std::make_unique<ktLoopGaps>(phase, static_cast<double>(trace_ms)); };
     QElapsedTimer timer;
     double firstPicture = 0;
+    ktThreadTimes openingBegan, opening;
     bool isOpen = false;
     QObject::connect(&window.getDocument(), &ktStudioDocument::opened, [&isOpen] { isOpen = true; });
     if (auto* const canvas = view->findChild<QOpenGLWidget*>())
         QObject::connect(canvas, &QOpenGLWidget::frameSwapped, [&] {
-            if (isOpen && firstPicture == 0)
+            if (isOpen && firstPicture == 0) {
                 firstPicture = milliseconds(timer);
+                opening = ktThreadTimes::now() - openingBegan;
+            }
         });
     {
         const auto gaps = measureGaps();
+        openingBegan = ktThreadTimes::now();
         timer.start();
         window.openFile(QString::fromStdString(scene));
         if (!window.getDocument().isOpen())
             return 1;
         while (view->usesOpenGL() && firstPicture == 0)
             QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
-        std::printf("opened to the first picture: %.0f ms, of which %.0f ms to read it\n", firstPicture,
-                    1000 * window.getDocument().getReadSeconds());
-        gaps->print("reading");
+        std::printf(
+            "opened to the first picture: %.0f ms, of which %.0f ms to read it; the main thread was %.0f ms on a "
+            "processor and waited %.0f ms for one\n",
+            firstPicture, 1000 * window.getDocument().getReadSeconds(), opening.ran_ms, opening.waited_ms);
+        gaps->print("opening");
+    }
+    {
+        const auto gaps = measureGaps();
         while (!view->isSettled())
             QApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
         QApplication::processEvents(); // the full picture reaches the screen
+        gaps->print("full picture");
     }
+    measureCancels(window, QString::fromStdString(scene));
+    if (opensOnly)
+        return 0;
     ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
     plugin.setShadowQuality(quality);
     plugin.setIndirectIlluminationEnabled(false);

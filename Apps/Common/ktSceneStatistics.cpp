@@ -19,12 +19,12 @@ ktSceneStatistics::ktSceneStatistics() {
 }
 
 std::function<void()> ktSceneStatistics::describeScene(const std::string& name, const osg::NodePtr& root,
-                                                       double seconds) {
+                                                       double seconds, std::optional<double> diagonal) {
     ktRunStatistics opened;
     opened.scene = name;
     opened.settings = describeSettings();
     opened.tracer = nameOfTracer();
-    opened.sceneDiagonal = ktSceneDiagonal(root);
+    opened.sceneDiagonal = diagonal ? *diagonal : ktSceneDiagonal(root);
     opened.addScene(listGeometries(root));
     opened.readSeconds = seconds;
     return [this, opened] { statistics = opened; };

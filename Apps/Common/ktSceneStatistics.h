@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
+#include <optional>
 #include <QObject>
 
 /// The statistics of the open scene and of its last bake. Listens to the host during its lifetime. Main thread only.
@@ -15,7 +16,9 @@ public:
     ktSceneStatistics();
 
     /// Takes the counts of a scene. @return makes it the scene, and forgets the one before
-    std::function<void()> describeScene(const std::string& name, const osg::NodePtr& root, double seconds);
+    /// @param diagonal of the scene, if somebody has measured it
+    std::function<void()> describeScene(const std::string& name, const osg::NodePtr& root, double seconds,
+                                        std::optional<double> diagonal = {});
     void setOutput(const std::string& name, double seconds);
     void setPreview(double seconds) { statistics.previewSeconds = seconds; }
 

@@ -2,6 +2,7 @@
 // Options and view modes by keyboard, shortcuts, and many windows one after the other.
 #include "ktSceneView.h"
 #include "ktStudioFixture.h"
+#include "ktStudioPreferences.h"
 #include "ktUndoStack.h"
 
 #include <OpenSG/OSGFieldContainerFactory.h>
@@ -111,6 +112,43 @@ TEST_F(StudioControls, GivenFocusableWidgets_HaveNamesForScreenReaders) {
                         .toStdString());
         }
     EXPECT_THAT(nameless, testing::IsEmpty());
+}
+
+TEST_F(StudioControls, GivenNextStart_LayoutAndOptionsAreAsBefore) {
+    window->findChild<QDockWidget*>("historyDock")->close();
+    auto* const scene = window->findChild<QDockWidget*>("sceneDock");
+    window->addDockWidget(Qt::RightDockWidgetArea, scene);
+    window->findChild<QDockWidget*>("logDock")->setFloating(true);
+    window->resize(window->minimumSizeHint() + QSize(17, 11));
+    ktStudioOptions changed;
+    changed.fit = ktFitMode::Vertices;
+    changed.tracer = ktTracerKind::Embree;
+    changed.threads = 3;
+    changed.multiplyColors = false;
+    changed.maxTriangles = "4x";
+    changed.strength = 0.25;
+    changed.exposure = 1.5;
+    changed.compression = ktCompressionMode::Meshopt;
+    window->getDocument().setOptions(changed, "all");
+    QApplication::processEvents();
+    const QSize size = window->size();
+    EXPECT_TRUE(window->close());
+    window = std::make_unique<ktStudioWindow>();
+    window->show();
+    EXPECT_TRUE(window->findChild<QDockWidget*>("historyDock")->isHidden());
+    EXPECT_FALSE(window->findChild<QDockWidget*>("runDock")->isHidden());
+    EXPECT_TRUE(window->findChild<QDockWidget*>("logDock")->isFloating());
+    EXPECT_EQ(window->dockWidgetArea(window->findChild<QDockWidget*>("sceneDock")), Qt::RightDockWidgetArea);
+    EXPECT_EQ(window->size(), size);
+    EXPECT_TRUE(options() == changed);
+    EXPECT_FALSE(window->isWindowModified());
+}
+
+TEST_F(StudioControls, GivenDamagedPreferences_OptionsAreTheInitialOnes) {
+    for (const char* name : {"fit", "tracer", "threads", "maxTriangles", "strength", "exposure", "compression"})
+        ktStudioPreferences::the().set(QString("options/") + name, "-nan");
+    window = std::make_unique<ktStudioWindow>();
+    EXPECT_TRUE(options() == ktStudioOptions());
 }
 
 TEST_F(StudioControls, GivenManyWindowsOneAfterTheOther_NothingStays) {

@@ -11,8 +11,11 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QSemaphore>
+#include <QTimer>
 #include <QtTest>
 #include <QUrl>
+#include <thread>
 
 using StudioFiles = ktStudioFixture;
 
@@ -63,6 +66,51 @@ TEST_F(StudioFiles, GivenDroppedBrokenFile_NamesItAndKeepsTheScene) {
     EXPECT_THAT(message().toStdString(), testing::HasSubstr("broken.glb"));
     EXPECT_EQ(window->getDocument().getPath().toStdString(), scene);
     EXPECT_TRUE(action("start").isEnabled());
+}
+
+TEST_F(StudioFiles, GivenFileThatIsRead_TheWindowHandlesEventsMeanwhile) {
+    QSemaphore timerFired;
+    const std::thread::id main = std::this_thread::get_id();
+    window->getDocument().setPreparation([&](const osg::NodePtr& root, const auto&) {
+        EXPECT_NE(std::this_thread::get_id(), main);
+        EXPECT_NE(root, osg::NullFC);
+        timerFired.acquire(); // only an event of the main thread lets it go on
+        return nullptr;
+    });
+    QTimer::singleShot(0, window.get(), [&] {
+        EXPECT_FALSE(action("open").isEnabled());
+        timerFired.release();
+    });
+    open(writeBoxes());
+    EXPECT_TRUE(action("open").isEnabled());
+    trigger("start"); // the view reads the scene itself if nobody has prepared it
+    EXPECT_TRUE(window->isWindowModified());
+}
+
+TEST_F(StudioFiles, GivenReadingThatIsCancelled_EndsAtOnceAndKeepsTheScene) {
+    const std::string scene = writeBoxes();
+    open(scene);
+    QSemaphore isBegun, mayEnd;
+    window->getDocument().setPreparation([&](const osg::NodePtr&, const auto& isInterrupted) {
+        isBegun.release();
+        mayEnd.acquire(); // hears of no cancel
+        EXPECT_TRUE(isInterrupted());
+        return nullptr;
+    });
+    QTimer cancel;
+    QObject::connect(&cancel, &QTimer::timeout, [&] {
+        auto* const button = window->findChild<QAbstractButton*>("cancelReading");
+        if (button->isVisible() && isBegun.tryAcquire())
+            QTest::mouseClick(button, Qt::LeftButton);
+    });
+    cancel.start(1);
+    window->openFile(QString::fromStdString(writeBoxes("other.gltf"))); // returns only after the click
+    cancel.stop();
+    EXPECT_EQ(window->getDocument().getPath().toStdString(), scene);
+    EXPECT_THAT(message().toStdString(), testing::HasSubstr("other.gltf was not opened: cancelled"));
+    EXPECT_TRUE(action("start").isEnabled());
+    mayEnd.release();
+    window.reset(); // waits for the reading that was left alone
 }
 
 TEST_F(StudioFiles, GivenUnsavedBake_AsksBeforeItCloses) {

@@ -13,6 +13,7 @@
 #include "ktSceneCommand.h"
 #include "ktSceneFile.h"
 #include "ktScenegraph.h"
+#include "ktSceneReader.h"
 #include "ktSceneState.h"
 #include "ktUndoPause.h"
 #include "ktUndoStack.h"
@@ -74,7 +75,9 @@ std::string pathOf(osg::NodePtr node) {
 } // namespace
 
 ktStudioDocument::ktStudioDocument(QObject* parent)
-    : QObject(parent), watcher(new QFileSystemWatcher(this)), settle(new QTimer(this)) {
+    : QObject(parent), reader(std::make_unique<ktSceneReader>()), options(ktStudioOptions::load()),
+      watcher(new QFileSystemWatcher(this)), settle(new QTimer(this)) {
+    connect(this, &ktStudioDocument::optionsChanged, this, [this] { options.keep(); });
     connect(&undoStack(), &QUndoStack::indexChanged, this, &ktStudioDocument::noteModified);
     settle->setSingleShot(true);
     settle->setInterval(300);
@@ -139,47 +142,50 @@ bool ktStudioDocument::letEventsIn() {
     return isReadingCancelled;
 }
 
-std::unique_ptr<ktSceneFile> ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& newOptions,
-                                                    bool& isUnitGuess) {
+void ktStudioDocument::cancelReading() {
+    isReadingCancelled = true;
+    reader->cancel();
+}
+
+std::vector<std::shared_ptr<void>> ktStudioDocument::takePrepared() {
+    return std::exchange(prepared, {});
+}
+
+ktStudioDocument::ReadScene ktStudioDocument::read(const QString& newPath, const ktStudioReadOptions& newOptions) {
     const auto unit = ktParseLengthUnit(newOptions.unit.toStdString());
     if (!unit) {
         emit failed(tr("%1 is no unit of length.").arg(newOptions.unit));
-        return nullptr;
+        return {};
     }
     reading = true;
     isReadingCancelled = false;
     const QString what = tr("Reading %1").arg(QFileInfo(newPath).fileName());
     emit readingChanged(true, what);
-    ktOpenOptions openOptions;
-    openOptions.unit = *unit;
-    openOptions.up = ktParseUpAxis(newOptions.up.toStdString());
-    openOptions.uniqueInstances = newOptions.uniqueInstances;
-    openOptions.creaseAngle_deg = newOptions.creaseAngle_deg;
-    openOptions.keepVertices = newOptions.keepVertices;
-    auto last = std::chrono::steady_clock::now();
-    openOptions.isInterrupted = [this, last]() mutable {
-        const auto now = std::chrono::steady_clock::now();
-        if (now - last < std::chrono::milliseconds(20))
-            return isReadingCancelled.load();
-        const bool isCancelled = letEventsIn();
-        last = std::chrono::steady_clock::now();
-        return isCancelled;
-    };
-    ktFileReport report;
-    std::unique_ptr<ktSceneFile> newFile = ktSceneFile::open(newPath, openOptions, report);
-    if (newFile && newOptions.groundPlane)
-        newFile->addGroundPlane(report);
-    logMessages(newPath, report);
+    ktSceneReader::Request request;
+    request.path = newPath;
+    request.options.unit = *unit;
+    request.options.up = ktParseUpAxis(newOptions.up.toStdString());
+    request.options.uniqueInstances = newOptions.uniqueInstances;
+    request.options.creaseAngle_deg = newOptions.creaseAngle_deg;
+    request.options.keepVertices = newOptions.keepVertices;
+    request.hasGroundPlane = newOptions.groundPlane;
+    request.prepare = preparation;
+    ktSceneReader::Result result = reader->read(request, [this](double share) { emit readingProgressed(share); });
+    logMessages(newPath, result.report);
+    ReadScene scene;
+    scene.diagonal = result.diagonal;
     // What has no unit, or a size that is hardly meant, gets this diagonal.
-    isUnitGuess =
-        unit->isAutomatic() && newFile && std::abs(ktSceneDiagonal(newFile->getRoot()) - guessedDiagonal) < 0.5;
+    scene.isUnitGuess = unit->isAutomatic() && result.file && std::abs(result.diagonal - guessedDiagonal) < 0.5;
+    scene.file = std::move(result.file);
+    if (scene.file && result.prepared)
+        prepared.push_back(std::move(result.prepared));
     reading = false;
     emit readingChanged(false, what);
-    if (!newFile && isReadingCancelled)
+    if (!scene.file && isReadingCancelled)
         emit failed(tr("%1 was not opened: cancelled.").arg(QFileInfo(newPath).fileName()));
-    else if (!newFile)
-        fail(report);
-    return newFile;
+    else if (!scene.file)
+        fail(result.report);
+    return scene;
 }
 
 bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& newOptions) {
@@ -187,30 +193,36 @@ bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& n
         return false;
     const QString absolute = QFileInfo(newPath).absoluteFilePath();
     const auto started = Clock::now();
-    bool isGuess = false;
-    std::unique_ptr<ktSceneFile> newFile = read(absolute, newOptions, isGuess);
-    if (!newFile)
+    ReadScene scene = read(absolute, newOptions);
+    if (!scene.file)
         return false;
-    unitIsGuessed = isGuess;
+    unitIsGuessed = scene.isUnitGuess;
     readSeconds = secondsSince(started);
     undoStack().clear();
-    const std::vector<std::shared_ptr<ktAddedScene>> oldAdded = std::move(added);
+    std::vector<std::shared_ptr<ktAddedScene>> oldAdded = std::move(added);
     added.clear();
-    const osg::NodeRefPtr oldGroup = std::exchange(group, osg::NodeRefPtr());
+    osg::NodeRefPtr oldGroup = std::exchange(group, osg::NodeRefPtr());
     savedCommand = 0;
     // The old scene lives until its views have let go of it.
-    std::swap(file, newFile);
+    std::swap(file, scene.file);
     path = absolute;
     outputPath.clear();
     readOptions = newOptions;
-    diagonal = ktSceneDiagonal(file->getRoot());
+    diagonal = scene.diagonal;
     followScene();
+    replacing = true;
     ktSceneState::setRootNode(file->getRoot());
+    replacing = false;
     ktSceneState::setSelection(file->getNodesToBake());
     watch();
     wasModified = false;
     emit opened();
     emit modifiedChanged(false);
+    prepared.clear();
+    oldGroup = osg::NullFC;
+    oldAdded.clear();
+    if (scene.file)
+        reader->destroy(std::move(scene.file));
     showPictures();
     return true;
 }

@@ -5,6 +5,7 @@
 #include "ktStudioOptions.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
 #include <OpenSG/OSGRefPtr.h>
@@ -18,6 +19,7 @@
 
 class ktAddedScene;
 class ktSceneFile;
+class ktSceneReader;
 class ktUndoStack;
 class QFileSystemWatcher;
 class QTimer;
@@ -56,12 +58,21 @@ public:
     const std::vector<ktSceneCamera>& getCameras() const; ///< of the opened file; needs an open file
     ktUndoStack& undoStack() const;
 
-    /// Reads a file and makes it the host's scene, with its top nodes selected and an empty undo stack. Handles events
-    /// meanwhile. On failure or cancel emits failed() and the scene that is open stays.
+    /// What views make of a scene on the thread that reads it; see ktSceneReader::Request.
+    using Preparation =
+        std::function<std::shared_ptr<void>(const osg::NodePtr& root, const std::function<bool()>& isInterrupted)>;
+    void setPreparation(Preparation newPreparation) { preparation = std::move(newPreparation); }
+    /// What the preparation made of the scenes that were read since the last call.
+    std::vector<std::shared_ptr<void>> takePrepared();
+
+    /// Reads a file and makes it the host's scene, with its top nodes selected and an empty undo stack. Reads on
+    /// another thread, and handles events meanwhile. On failure or cancel emits failed() and the scene that is open
+    /// stays.
     bool open(const QString& newPath, const ktStudioReadOptions& options = {});
     /// Reads the file once more. Keeps the selection by the names of the nodes.
     bool reload(const ktStudioReadOptions& options);
     bool isReloading() const { return reloading; } ///< during opened()
+    bool isReplacing() const { return replacing; } ///< while the host gets another scene, and the old one goes
     /// Adds files to the open scene as one undo step: parts beside it, or its surroundings. The selection stays. A file
     /// of the opened file's format is read with its options and its unit. A file that cannot be read is left out, with
     /// failed().
@@ -70,7 +81,7 @@ public:
     QStringList getAddedPaths() const;
     /// Reads a copy of a scene (see saveCopy()) as that scene, with unsaved changes.
     bool openCopy(const QString& copyPath, const QString& scenePath, const ktStudioReadOptions& options);
-    void cancelReading() { isReadingCancelled = true; }
+    void cancelReading();
     /// Decodes the pictures, which bounced light needs. Handles events meanwhile; cancelReading() ends it. False, with
     /// failed(), if memory runs out.
     bool loadPictures();
@@ -113,6 +124,7 @@ public:
 signals:
     /// A file is read: what is done, in words. Meanwhile nothing may change.
     void readingChanged(bool isReading, const QString& what);
+    void readingProgressed(double share); ///< 0 to 1; importers of some formats tell no share
     /// As readingChanged(), but the scene stays in view.
     void workChanged(bool isWorking, const QString& what);
     void workProgressed(double share);
@@ -136,7 +148,12 @@ private:
     bool writeTo(ktSceneFile& written, const QString& newPath, ktFileReport& report);
     bool saveOne(ktSceneFile& written, const QString& newPath);
     bool saveAdded();
-    std::unique_ptr<ktSceneFile> read(const QString& newPath, const ktStudioReadOptions& options, bool& isUnitGuess);
+    struct ReadScene {
+        std::unique_ptr<ktSceneFile> file; ///< null: it cannot be read
+        bool isUnitGuess = false;
+        double diagonal = 0;
+    };
+    ReadScene read(const QString& newPath, const ktStudioReadOptions& options);
     std::shared_ptr<ktAddedScene> readAdded(const QString& newPath);
     void attach(const std::shared_ptr<ktAddedScene>& scene);
     void detach(const std::shared_ptr<ktAddedScene>& scene);
@@ -150,8 +167,11 @@ private:
     void watch();
     void checkFile();
 
+    std::unique_ptr<ktSceneReader> reader; // destroyed after the scenes
     std::unique_ptr<ktSceneFile> file;
     std::vector<std::shared_ptr<ktAddedScene>> added;
+    Preparation preparation;
+    std::vector<std::shared_ptr<void>> prepared;
     osg::NodeRefPtr group; ///< above the roots of all files, if there are several
     QString path, outputPath;
     double readSeconds = 0;
@@ -159,7 +179,7 @@ private:
     ktStudioOptions options;
     double diagonal = 0;
     bool unitIsGuessed = false;
-    bool reading = false, reloading = false;
+    bool reading = false, reloading = false, replacing = false;
     std::atomic<bool> isReadingCancelled{false}; ///< asked on several threads
     unsigned long savedCommand = 0;              ///< ktSceneCommand::findNewest() at the last save
     bool wasModified = false;

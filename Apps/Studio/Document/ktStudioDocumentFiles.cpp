@@ -91,8 +91,7 @@ std::shared_ptr<ktAddedScene> ktStudioDocument::readAdded(const QString& newPath
         newOptions.groundPlane = false;
         newOptions.unit = QString::number(getUnit_mm(), 'g', 17);
     }
-    bool isGuess = false;
-    std::unique_ptr<ktSceneFile> newFile = read(newPath, newOptions, isGuess);
+    std::unique_ptr<ktSceneFile> newFile = read(newPath, newOptions).file;
     return newFile ? std::make_shared<ktAddedScene>(std::move(newFile), newPath) : nullptr;
 }
 

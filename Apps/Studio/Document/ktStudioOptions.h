@@ -19,12 +19,19 @@ struct ktStudioReadOptions {
 
 /// How a bake runs and how it is saved: the options of `ktbake` of the same names.
 struct ktStudioOptions {
+    static constexpr int mostThreads = 1024;
+    static constexpr double mostStrength = 10, leastExposure = 0.01, mostExposure = 100;
+
+    /// As they were at the end of the last start; what is missing or out of range has its initial value.
+    static ktStudioOptions load();
+    void keep() const; ///< for the next start
+
     ktFitMode fit = ktFitMode::Surface;
     ktTracerKind tracer = ktTracerKind::Hemisphere;
     int threads = 0;            ///< 0: one a core
     bool multiplyColors = true; ///< `--shade multiply`
     QString maxTriangles;       ///< as ktParseTriangleBudget() reads it; empty: no limit
-    double strength = 1;        ///< 0 to 10: how strongly the light darkens the saved colours
+    double strength = 1;        ///< from 0: how strongly the light darkens the saved colours
     double exposure = 1;        ///< above 0
     ktCompressionMode compression = ktCompressionMode::AsInput;
 

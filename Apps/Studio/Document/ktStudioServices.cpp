@@ -10,7 +10,8 @@ ktStudioServices::ktStudioServices()
     connect(&scripts, &ktStudioScripts::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::workChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::opened, this, [this] {
-        statistics.describeScene(document.getPath().toStdString(), document.getRoot(), document.getReadSeconds())();
+        statistics.describeScene(document.getPath().toStdString(), document.getRoot(), document.getReadSeconds(),
+                                 document.getDiagonal())();
     });
     connect(&document, &ktStudioDocument::saved, this,
             [this](const QString& path, double seconds) { statistics.setOutput(path.toStdString(), seconds); });

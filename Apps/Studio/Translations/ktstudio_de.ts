@@ -736,6 +736,10 @@
             <source>%1 … %L2 s</source>
             <translation>%1 … %L2 s</translation>
         </message>
+        <message>
+            <source>Progress</source>
+            <translation>Fortschritt</translation>
+        </message>
     </context>
     <context>
         <name>ktRunPanel</name>

@@ -191,6 +191,21 @@ void ktSceneView::setScene(const OSG::NodePtr& root) {
     d->canvas->sceneChanged();
 }
 
+std::shared_ptr<ktViewShapes> ktSceneView::readShapes(const OSG::NodePtr& root,
+                                                      const std::function<bool()>& isInterrupted) {
+    auto copies = std::make_shared<ktViewShapes>();
+    copies->readAll(root, isInterrupted);
+    return copies;
+}
+
+void ktSceneView::takeShapes(ktViewShapes& copies) {
+    d->state.scene.take(std::move(copies));
+}
+
+void ktSceneView::forgetShapes() {
+    d->state.scene.forgetShapes();
+}
+
 void ktSceneView::updateResults() {
     if (!d->state.scene.readResults())
         d->state.scene.readAgain();

@@ -3,6 +3,7 @@
 
 #include "ktViewTypes.h"
 
+#include <functional>
 #include <memory>
 #include <OpenSG/OSGNode.h>
 #include <QColor>
@@ -12,6 +13,7 @@
 
 struct ktSceneCamera;
 class ktViewCamera;
+class ktViewShapes;
 
 /// Shows a scene of the host. Draws with OpenGL 3.3; where there is none, the host's ray tracer draws. Reads the scene
 /// graph on the main thread, and changes nothing in it. Lengths are in world units (millimetres).
@@ -29,6 +31,14 @@ public:
     /// shown: geometry that was shown before is not uploaded again. Call it with null before the scene is destroyed.
     /// The camera stays, except that the first scene after an empty view is framed.
     void setScene(const OSG::NodePtr& root);
+    /// Copies the visible geometry of a scene, which is what takes longest in setScene(). On any thread.
+    /// @param isInterrupted ends it; may be empty
+    static std::shared_ptr<ktViewShapes> readShapes(const OSG::NodePtr& root,
+                                                    const std::function<bool()>& isInterrupted);
+    /// Takes such copies. setScene() must follow at once.
+    void takeShapes(ktViewShapes& copies);
+    /// Forgets the copies of the scene that is shown, because it is about to end. setScene() must follow at once.
+    void forgetShapes();
     /// Reads the result channels again. Other data of a geometry is read again only if the geometry was refined or its
     /// refinement was undone.
     void updateResults();

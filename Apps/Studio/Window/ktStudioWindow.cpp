@@ -112,6 +112,7 @@ void ktStudioWindow::connectServices() {
             pages->setCurrentWidget(document.isOpen() ? static_cast<QWidget*>(view) : emptyPage);
         }
     });
+    connect(&document, &ktStudioDocument::readingProgressed, readingPage, &ktReadingPage::setShare);
     connect(&document, &ktStudioDocument::workChanged, this,
             [this](bool isWorking, const QString& what) { isWorking ? workBar->begin(what) : workBar->end(); });
     connect(&document, &ktStudioDocument::workProgressed, workBar, &ktWorkBar::setShare);

@@ -215,7 +215,16 @@ void ktStudioWindow::connectView() {
     connect(&document, &ktStudioDocument::optionsChanged, view,
             [this] { view->setExposure(document.getOptions().exposure); });
     // The old scene still exists when another one is opened.
-    const auto show = [this] { view->setScene(document.getRoot()); };
+    document.setPreparation([](const OSG::NodePtr& root, const auto& isInterrupted) {
+        return ktSceneView::readShapes(root, isInterrupted);
+    });
+    const auto show = [this] {
+        if (document.isReplacing())
+            view->forgetShapes();
+        for (const std::shared_ptr<void>& copies : document.takePrepared())
+            view->takeShapes(*std::static_pointer_cast<ktViewShapes>(copies));
+        view->setScene(document.getRoot());
+    };
     connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, [this, show] {
         // The end of a run has enough to do. What comes next may be the end of the scene, so nothing else can wait.
         if (run.isRunning())

@@ -32,6 +32,12 @@ void ktStudioPreferences::set(const QString& key, const QVariant& value) {
     QSettings(fileName(), QSettings::IniFormat).setValue(key, value);
 }
 
+void ktStudioPreferences::setAll(const QVariantMap& values) {
+    QSettings settings(fileName(), QSettings::IniFormat);
+    for (auto value = values.begin(); value != values.end(); ++value)
+        settings.setValue(value.key(), value.value());
+}
+
 QStringList ktStudioPreferences::getRecentFiles() const {
     QStringList files = get(recentKey).toStringList();
     files.erase(

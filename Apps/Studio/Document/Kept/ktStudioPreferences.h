@@ -20,6 +20,7 @@ public:
 
     QVariant get(const QString& key, const QVariant& fallback = {}) const;
     void set(const QString& key, const QVariant& value);
+    void setAll(const QVariantMap& values); ///< by key, in one write
 
 signals:
     void recentFilesChanged();

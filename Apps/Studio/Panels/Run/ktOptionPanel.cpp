@@ -37,7 +37,7 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     tracer->setToolTip(tr("What follows the rays; the results are the same, to rounding"));
     form->addRow(tr("Tracer"), tracer);
     threads->setObjectName("threads");
-    threads->setRange(0, 1024);
+    threads->setRange(0, ktStudioOptions::mostThreads);
     threads->setSpecialValueText(tr("One a core"));
     threads->setKeyboardTracking(false);
     form->addRow(tr("Threads"), threads);
@@ -57,7 +57,7 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     shade->setToolTip(tr("Every viewer then shows the light. Without it, the file has the exact results alone."));
     form->addRow(shade);
     strength->setObjectName("strength");
-    strength->setRange(0, 10);
+    strength->setRange(0, ktStudioOptions::mostStrength);
     strength->setDecimals(2);
     strength->setSingleStep(0.1);
     strength->setKeyboardTracking(false);
@@ -67,7 +67,7 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
         change(tr("Strength"), [value](ktStudioOptions& options) { options.strength = value; });
     });
     exposure->setObjectName("exposure");
-    exposure->setRange(0.01, 100);
+    exposure->setRange(ktStudioOptions::leastExposure, ktStudioOptions::mostExposure);
     exposure->setDecimals(2);
     exposure->setSingleStep(0.1);
     exposure->setKeyboardTracking(false);

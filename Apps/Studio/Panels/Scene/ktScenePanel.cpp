@@ -35,6 +35,7 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     for (int column = ktSceneModel::Shown; column < ktSceneModel::ColumnCount; ++column)
         tree->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
     tree->header()->setMinimumSectionSize(24);
+    tree->header()->setResizeContentsPrecision(0); // only rows in view: asking a thousand rows takes long
 
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(4, 4, 4, 4);

@@ -13,8 +13,9 @@
 namespace {
 
 constexpr int rest_ms = 120;                        // without changes, before the full picture is drawn
-constexpr double slice_ms = 30;                     // of the full picture and of uploads
-constexpr double hurriedSlice_ms = 12;              // the same beside other work
+constexpr double slice_ms = 30;                     // of the full picture
+constexpr double uploadSlice_ms = 16;               // of uploads; the last piece of memory may take as long
+constexpr double hurriedSlice_ms = 12;              // of both beside other work
 constexpr int fullSamples = 4;                      // a pixel of the full picture
 constexpr std::size_t mostMovingTriangles = 300000; // with software OpenGL
 constexpr std::size_t hurriedTriangles = 100000;    // the same beside other work
@@ -88,6 +89,7 @@ ktGlCanvas::~ktGlCanvas() {
 
 void ktGlCanvas::releaseDisplay() {
     levelJob.reset();
+    warming.reset();
     if (!display)
         return;
     makeCurrent();
@@ -120,6 +122,7 @@ QSize ktGlCanvas::pixelSize() const {
 }
 
 void ktGlCanvas::sceneChanged() {
+    warming.reset();
     isUploaded = isStillRunning = false;
     viewChanged();
 }
@@ -154,7 +157,7 @@ ktGlRequest ktGlCanvas::makeRequest(const QSize& pixels, double detail_px) const
 }
 
 void ktGlCanvas::paintGL() {
-    if (display && failure.isEmpty()) {
+    if (display && failure.isEmpty() && !warming) {
         try {
             const bool mayDrawAtOnce = isUploaded || !state.isHurried;
             if (!isUploaded)
@@ -182,7 +185,7 @@ void ktGlCanvas::uploadSlice() {
     if (mustKeepResults)
         display->meshes.keepResults();
     mustKeepResults = false;
-    isUploaded = display->meshes.upload(state.scene, sliceLength_ms());
+    isUploaded = display->meshes.upload(state.scene, std::min(uploadSlice_ms, sliceLength_ms()));
     if (isUploaded)
         startLevels();
     else
@@ -227,11 +230,13 @@ void ktGlCanvas::startStill() {
 }
 
 void ktGlCanvas::drawSlice() {
-    if (!display || !failure.isEmpty() || (isUploaded && !isStillRunning))
+    if (!display || !failure.isEmpty() || (!warming && isUploaded && !isStillRunning))
         return sliceTimer.stop();
     makeCurrent();
     try {
-        if (!isUploaded) {
+        if (warming) {
+            advanceWarmUp();
+        } else if (!isUploaded) {
             uploadSlice();
             if (isUploaded)
                 update();
@@ -295,6 +300,7 @@ bool ktGlCanvas::ensureContext() {
 QImage ktGlCanvas::render(const QSize& pixels, const ktViewCamera& camera, const ktViewLook& look) {
     if (!ensureContext())
         return {};
+    endWarmUp();
     QImage image(pixels, QImage::Format_RGB32);
     if (image.isNull())
         return image;
@@ -332,51 +338,29 @@ QImage ktGlCanvas::render(const QSize& pixels, const ktViewCamera& camera, const
     return image;
 }
 
-// Drivers compile programs when something is drawn with them, and again for each number of samples.
 void ktGlCanvas::warmUp() {
     if (!state.scene.uses.empty() || !ensureContext())
         return;
-    const auto positions = osg::GeoPositions3f::create();
-    const auto normals = osg::GeoNormals3f::create();
-    const auto indices = osg::GeoIndicesUI32::create();
-    for (const osg::Pnt3f& corner : {osg::Pnt3f(0, 0, 0), osg::Pnt3f(1, 0, 0), osg::Pnt3f(0, 1, 0)}) {
-        indices->getFieldPtr()->push_back(positions->getSize());
-        positions->getFieldPtr()->push_back(corner);
-        normals->getFieldPtr()->push_back(osg::Vec3f(0, 0, 1));
-    }
-    const auto types = osg::GeoPTypesUI8::create();
-    const auto lengths = osg::GeoPLengthsUI32::create();
-    types->getFieldPtr()->push_back(GL_TRIANGLES);
-    lengths->getFieldPtr()->push_back(indices->getSize());
-    const auto geometry = osg::Geometry::create();
-    osg::beginEditCP(geometry);
-    geometry->setPositions(positions);
-    geometry->setNormals(normals);
-    geometry->setIndices(indices);
-    geometry->setLengths(lengths);
-    geometry->setTypes(types);
-    osg::endEditCP(geometry);
-    ktViewScene scene;
-    scene.read(osg::makeNodeFor(geometry));
-    ktGlRequest request = makeRequest(QSize(64, 64), 0);
-    request.camera.frame(scene.framedBoxes(false), 1);
-    makeCurrent();
-    try {
-        display->meshes.upload(scene, 1e30);
-        for (ktGlPicture* const picture : {&display->moving, &display->still}) {
-            request.samples = picture == &display->still ? fullSamples : 0;
-            if (picture->begin(request, scene))
-                picture->finish();
-            picture->target().copyTo(defaultFramebufferObject(), pixelSize());
-        }
-        display->gl.glFinish();
-        scene.read(osg::NullFC);
-        display->meshes.upload(scene, 1e30); // lets go of the triangle
-    } catch (const std::exception& error) {
-        fail(error.what());
-    }
-    doneCurrent();
-    sceneChanged();
+    const QSize pixels = pixelSize();
+    ktGlRequest moving = makeRequest(pixels / 2, 0), full = makeRequest(pixels, 0);
+    full.samples = fullSamples;
+    warming = std::make_unique<ktGlWarmUp>(
+        display->meshes, std::vector<ktGlWarmUp::Drawn>{{&display->moving, moving}, {&display->still, full}});
+    sliceTimer.start();
+}
+
+void ktGlCanvas::advanceWarmUp() {
+    if (ktGlPicture* const done = warming->advance())
+        done->target().copyTo(defaultFramebufferObject(), pixelSize());
+    display->gl.glFinish();
+    if (warming->isDone())
+        endWarmUp();
+}
+
+void ktGlCanvas::endWarmUp() {
+    if (!warming)
+        return;
+    sceneChanged(); // the next upload lets go of its surfaces
 }
 
 ktGlCanvas::Statistics ktGlCanvas::statistics() const {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "ktGlPicture.h"
+#include "ktGlWarmUp.h"
 #include "ktMovingQuality.h"
 #include "ktViewCanvas.h"
 
@@ -55,6 +55,8 @@ private:
     double sliceLength_ms() const;
     void uploadSlice();
     void drawMoving();
+    void advanceWarmUp();
+    void endWarmUp();
     void startStill();
     void drawSlice();
     void startLevels();
@@ -64,8 +66,9 @@ private:
     const ktViewState& state;
     std::unique_ptr<Display> display; // null without a context
     std::unique_ptr<ktLevelJob> levelJob;
-    std::uint64_t levelStamp = 0; // of the shapes that have levels
-    std::size_t takenLevels = 0;  // results of the job that are uploaded
+    std::unique_ptr<ktGlWarmUp> warming; // while programs are compiled ahead
+    std::uint64_t levelStamp = 0;        // of the shapes that have levels
+    std::size_t takenLevels = 0;         // results of the job that are uploaded
     ktMovingQuality quality;
     Statistics last;
     QTimer restTimer, sliceTimer;

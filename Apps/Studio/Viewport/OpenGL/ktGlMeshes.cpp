@@ -13,50 +13,63 @@
 
 namespace {
 
-/// Half floats of four channels a vertex; larger values are cut to the largest half.
-std::vector<qfloat16> halvesOf(const float* values, std::size_t count) {
+constexpr std::size_t pieceBytes = 1 << 20; // a few milliseconds with software OpenGL
+
+/// Turns floats into half floats; larger values are cut to the largest half.
+void toHalves(const float* values, std::size_t count, qfloat16* halves) {
     constexpr float largestHalf = 65504;
     std::vector<float> clamped(values, values + count);
     for (float& value : clamped)
         value = std::min(value, largestHalf);
-    std::vector<qfloat16> halves(count);
-    qFloatToFloat16(halves.data(), clamped.data(), static_cast<qsizetype>(count));
-    return halves;
+    qFloatToFloat16(halves, clamped.data(), static_cast<qsizetype>(count));
 }
 
-/// Linear colours of the vertices with alpha; empty without.
-std::vector<float> colorsOf(const osg::GeometryPtr& geometry, std::size_t count) {
-    std::vector<float> values;
-    if (const auto four = osg::GeoColors4fPtr::dcast(geometry->getColors());
-        four != osg::NullFC && four->getSize() >= count)
-        for (osg::UInt32 i = 0; i < count; ++i)
-            values.insert(values.end(), four->getField()[i].getValuesRGBA(), four->getField()[i].getValuesRGBA() + 4);
-    else if (const auto three = osg::GeoColors3fPtr::dcast(geometry->getColors());
-             three != osg::NullFC && three->getSize() >= count)
-        for (osg::UInt32 i = 0; i < count; ++i) {
-            values.insert(values.end(), three->getField()[i].getValuesRGB(), three->getField()[i].getValuesRGB() + 3);
-            values.push_back(1);
-        }
-    return values;
-}
+/// Half floats of four channels a vertex.
+struct Halves {
+    qfloat16 channels[4];
+};
 
-/// Normals with ten bits a component; empty unless there is one for each position.
-std::vector<std::uint32_t> normalsOf(const osg::GeometryPtr& geometry, std::size_t count) {
-    const auto normals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
-    std::vector<std::uint32_t> packed;
-    if (normals == osg::NullFC || normals->getSize() < count || geometry->getIndexMapping().size() > 1)
-        return packed;
-    packed.reserve(count);
-    for (osg::UInt32 i = 0; i < count; ++i) {
-        std::uint32_t word = 0;
-        for (osg::UInt32 axis = 0; axis < 3; ++axis) {
-            const float value = normals->getField()[i][axis];
-            const float inside = std::isfinite(value) ? std::clamp(value, -1.0f, 1.0f) : 0;
-            word |= (static_cast<std::uint32_t>(std::lround(inside * 511)) & 1023u) << (10 * axis);
-        }
-        packed.push_back(word);
+/// A normal with ten bits a component.
+std::uint32_t packNormal(const osg::Vec3f& normal) {
+    std::uint32_t word = 0;
+    for (osg::UInt32 axis = 0; axis < 3; ++axis) {
+        const float value = normal[axis];
+        const float inside = std::isfinite(value) ? std::clamp(value, -1.0f, 1.0f) : 0;
+        word |= (static_cast<std::uint32_t>(std::lround(inside * 511)) & 1023u) << (10 * axis);
     }
-    return packed;
+    return word;
+}
+
+/// Null unless there is one normal for each position.
+osg::GeoNormals3fPtr normalsOf(const osg::GeometryPtr& geometry, std::size_t count) {
+    const auto normals = osg::GeoNormals3fPtr::dcast(geometry->getNormals());
+    const bool fits = normals != osg::NullFC && normals->getSize() >= count && geometry->getIndexMapping().size() <= 1;
+    return fits ? normals : osg::GeoNormals3fPtr();
+}
+
+template <class ColorsPtr>
+ColorsPtr colorsOf(const osg::GeometryPtr& geometry, std::size_t count) {
+    const auto colors = ColorsPtr::dcast(geometry->getColors());
+    return colors != osg::NullFC && colors->getSize() >= count ? colors : ColorsPtr();
+}
+
+bool hasColors(const osg::GeometryPtr& geometry, std::size_t count) {
+    return colorsOf<osg::GeoColors4fPtr>(geometry, count) != osg::NullFC ||
+           colorsOf<osg::GeoColors3fPtr>(geometry, count) != osg::NullFC;
+}
+
+/// Linear colours of vertices with alpha, of a geometry that has colours.
+void readColors(const osg::GeometryPtr& geometry, std::size_t first, std::size_t count, Halves* out) {
+    if (const auto four = colorsOf<osg::GeoColors4fPtr>(geometry, first + count); four != osg::NullFC) {
+        toHalves(four->getField()[static_cast<osg::UInt32>(first)].getValuesRGBA(), 4 * count, out->channels);
+        return;
+    }
+    const auto three = colorsOf<osg::GeoColors3fPtr>(geometry, first + count);
+    std::vector<float> values(4 * count, 1);
+    for (std::size_t i = 0; i < count; ++i)
+        std::copy_n(three->getField()[static_cast<osg::UInt32>(first + i)].getValuesRGB(), 3,
+                    values.begin() + static_cast<std::ptrdiff_t>(4 * i));
+    toHalves(values.data(), values.size(), out->channels);
 }
 
 } // namespace
@@ -95,39 +108,80 @@ GLuint ktGlMeshes::makeBuffer(GLenum target, const void* data, std::size_t size,
     return buffer;
 }
 
-void ktGlMeshes::uploadShape(const ktShownGeometry& geometry, Entry& entry) {
-    remove(entry);
-    ktGlMesh& mesh = entry.mesh;
-    const osg::GeometryPtr& source = geometry.geometry;
-    const std::size_t count = geometry.vertexCount();
-    const auto upload = [this](const auto& values, std::size_t size) {
-        return makeBuffer(GL_ARRAY_BUFFER, values.data(), size * sizeof(values[0]), bytes.shapes);
-    };
-    mesh.positions = upload(*geometry.positions, 3 * count);
-    const std::vector<std::uint32_t> normals = normalsOf(source, count);
-    mesh.normals = upload(normals, normals.size());
-    const std::vector<float> colors = colorsOf(source, count);
-    if (!colors.empty())
-        mesh.colors = upload(halvesOf(colors.data(), colors.size()), colors.size());
-    // An index buffer is bound as an array here: the vertex array object would remember it otherwise.
-    mesh.triangles = upload(*geometry.triangles, geometry.triangles->size());
-    mesh.shape = geometry.shape;
+template <class Element, class Write>
+GLuint ktGlMeshes::fillLater(std::size_t count, std::size_t& counter, const Write& write) {
+    const GLuint buffer = makeBuffer(GL_ARRAY_BUFFER, nullptr, count * sizeof(Element), counter);
+    if (!buffer)
+        return 0;
+    const std::size_t atOnce = pieceBytes / sizeof(Element);
+    fillings.push_back([this, buffer, count, atOnce, write, done = std::size_t(0)]() mutable {
+        const std::size_t some = std::min(atOnce, count - done);
+        std::vector<Element> piece(some);
+        write(done, some, piece.data());
+        gl.glBindBuffer(GL_ARRAY_BUFFER, buffer);
+        gl.glBufferSubData(GL_ARRAY_BUFFER, static_cast<GLintptr>(done * sizeof(Element)),
+                           static_cast<GLsizeiptr>(some * sizeof(Element)), piece.data());
+        done += some;
+        return done == count;
+    });
+    return buffer;
 }
 
-void ktGlMeshes::uploadResults(const ktShownGeometry& geometry, ktGlMesh& mesh) {
+void ktGlMeshes::beginShape(const ktShownGeometry& geometry, Entry& entry) {
+    remove(entry);
+    ktGlMesh& mesh = entry.mesh;
+    const osg::GeometryPtr source = geometry.geometry;
+    const std::size_t count = geometry.vertexCount();
+    // An index buffer is bound as an array here: the vertex array object would remember it otherwise.
+    const auto copyLater = [this](const auto& values, std::size_t size) {
+        using Element = typename std::decay_t<decltype(*values)>::value_type;
+        return fillLater<Element>(size, bytes.shapes, [values](std::size_t first, std::size_t some, Element* out) {
+            std::copy_n(values->begin() + static_cast<std::ptrdiff_t>(first), some, out);
+        });
+    };
+    mesh.positions = copyLater(geometry.positions, 3 * count);
+    // Properties may be replaced between two pieces; then all begins again, so what these write does not matter.
+    if (normalsOf(source, count) != osg::NullFC)
+        mesh.normals = fillLater<std::uint32_t>(
+            count, bytes.shapes, [source, count](std::size_t first, std::size_t some, std::uint32_t* out) {
+                const osg::GeoNormals3fPtr normals = normalsOf(source, count);
+                for (std::size_t i = 0; i < some && normals != osg::NullFC; ++i)
+                    out[i] = packNormal(normals->getField()[static_cast<osg::UInt32>(first + i)]);
+            });
+    if (hasColors(source, count))
+        mesh.colors =
+            fillLater<Halves>(count, bytes.shapes, [source, count](std::size_t first, std::size_t some, Halves* out) {
+                if (hasColors(source, count))
+                    readColors(source, first, some, out);
+            });
+    mesh.triangles = copyLater(geometry.triangles, geometry.triangles->size());
+}
+
+void ktGlMeshes::beginResults(const ktShownGeometry& geometry, ktGlMesh& mesh) {
     remove(mesh.results);
     remove(mesh.lamps);
-    const ktBakedChannels channels = ktFindBakedChannels(geometry.geometry);
-    const auto upload = [this, &channels](const osg::Vec4f* values) {
-        const std::vector<qfloat16> halves =
-            halvesOf(values->getValues(), 4 * static_cast<std::size_t>(channels.count));
-        return makeBuffer(GL_ARRAY_BUFFER, halves.data(), halves.size() * sizeof(qfloat16), bytes.results);
+    const osg::GeometryPtr source = geometry.geometry;
+    const auto uploadLater = [&](const osg::Vec4f* ktBakedChannels::*channel) {
+        const ktBakedChannels channels = ktFindBakedChannels(source);
+        const std::size_t count = channels.*channel ? channels.count : 0;
+        return fillLater<Halves>(count, bytes.results,
+                                 [source, channel, count](std::size_t first, std::size_t some, Halves* out) {
+                                     const ktBakedChannels now = ktFindBakedChannels(source);
+                                     if (now.*channel && now.count == count)
+                                         toHalves((now.*channel)[first].getValues(), 4 * some, out->channels);
+                                 });
     };
-    if (channels.results)
-        mesh.results = upload(channels.results);
-    if (channels.lamps)
-        mesh.lamps = upload(channels.lamps);
-    mesh.resultStamp = geometry.results;
+    mesh.results = uploadLater(&ktBakedChannels::results);
+    mesh.lamps = uploadLater(&ktBakedChannels::lamps);
+}
+
+void ktGlMeshes::begin(const ktShownGeometry& geometry, Entry& entry) {
+    fillings.clear();
+    if (entry.mesh.shape != geometry.shape)
+        beginShape(geometry, entry);
+    beginResults(geometry, entry.mesh);
+    entry.isPartial = true;
+    filled = geometry; // its arrays are there until the buffers are full
 }
 
 bool ktGlMeshes::upload(const ktViewScene& scene, double budget_ms) {
@@ -135,20 +189,31 @@ bool ktGlMeshes::upload(const ktViewScene& scene, double budget_ms) {
     timer.start();
     for (auto entry = entries.begin(); entry != entries.end();) {
         const bool isGone = !scene.isKnown(entry->first);
+        if (isGone && entry->second.isPartial)
+            fillings.clear(), filled = {};
         if (isGone)
             remove(entry->second);
         entry = isGone ? entries.erase(entry) : std::next(entry);
     }
     for (const ktShownGeometry& geometry : scene.geometries) {
         Entry& entry = entries[geometry.geometry.get().getFieldContainerId()];
-        const bool isShapeNew = entry.mesh.shape != geometry.shape;
-        if (!isShapeNew && entry.mesh.resultStamp == geometry.results)
+        if (!entry.isPartial && entry.mesh.shape == geometry.shape && entry.mesh.resultStamp == geometry.results)
             continue;
         if (static_cast<double>(timer.elapsed()) > budget_ms)
             return false;
-        if (isShapeNew)
-            uploadShape(geometry, entry);
-        uploadResults(geometry, entry.mesh);
+        const bool goesOn = !fillings.empty() && filled.shape == geometry.shape && filled.results == geometry.results;
+        if (!goesOn)
+            begin(geometry, entry);
+        while (!fillings.empty()) {
+            if (fillings.back()())
+                fillings.pop_back();
+            if (!fillings.empty() && static_cast<double>(timer.elapsed()) > budget_ms)
+                return false;
+        }
+        filled = {};
+        entry.isPartial = false;
+        entry.mesh.shape = geometry.shape;
+        entry.mesh.resultStamp = geometry.results;
     }
     return true;
 }

@@ -5,7 +5,9 @@
 #include "ktGl.h"
 #include "ktViewLevels.h"
 
+#include <functional>
 #include <map>
+#include <vector>
 
 /// Buffers of one geometry on the display; 0 for what it does not have.
 struct ktGlMesh {
@@ -52,15 +54,23 @@ private:
     struct Entry {
         ktGlMesh mesh;
         std::vector<ktLevelSize> levels;
+        bool isPartial = false; ///< its buffers are not full yet
     };
 
     GLuint makeBuffer(GLenum target, const void* data, std::size_t size, std::size_t& counter);
-    void uploadShape(const ktShownGeometry& geometry, Entry& entry);
-    void uploadResults(const ktShownGeometry& geometry, ktGlMesh& mesh);
+    /// Makes a buffer that `fillings` fill piece by piece; 0 for no elements. `write(first, count, out)` gives
+    /// elements.
+    template <class Element, class Write>
+    GLuint fillLater(std::size_t count, std::size_t& counter, const Write& write);
+    void beginShape(const ktShownGeometry& geometry, Entry& entry);
+    void beginResults(const ktShownGeometry& geometry, ktGlMesh& mesh);
+    void begin(const ktShownGeometry& geometry, Entry& entry);
     void remove(GLuint& buffer);
     void remove(Entry& entry);
 
     ktGl& gl;
     std::map<osg::UInt32, Entry> entries; // by container id of the geometry
     Uploaded bytes;
+    ktShownGeometry filled;                      ///< whose buffers `fillings` fill
+    std::vector<std::function<bool()>> fillings; ///< each call fills a piece; true: the buffer is full
 };

@@ -4,60 +4,19 @@
 
 #include "ktBakedLight.h"
 #include "ktGeometryInstances.h"
-#include "ktGeometryView.h"
 #include "ktNodeLocator.h"
 #include "ktPreviewMaterial.h"
 #include "ktSurfaceColors.h"
-#include "ktTexCoordChannel.h"
 #include "OSGUShadowMaterial.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <tuple>
 #include <unordered_set>
 
 namespace {
 
 using Box = ktViewCamera::Box;
-
-/// What must be equal for a geometry to look the same, besides results: containers and sizes of its properties.
-std::vector<osg::UInt32> signatureOf(const osg::GeometryPtr& geometry) {
-    std::vector<osg::UInt32> signature;
-    const auto add = [&signature](const auto& property) {
-        signature.push_back(property == osg::NullFC ? 0 : property.getFieldContainerId());
-        signature.push_back(property == osg::NullFC ? 0 : static_cast<osg::UInt32>(property->size()));
-    };
-    add(geometry->getPositions());
-    add(geometry->getIndices());
-    add(geometry->getLengths());
-    add(geometry->getTypes());
-    add(geometry->getNormals());
-    add(geometry->getColors());
-    for (int channel = 0; channel < 8; ++channel)
-        if (!ktIsResultChannel(channel))
-            add(ktGetTexCoords(geometry, channel));
-    return signature;
-}
-
-ktShownGeometry readGeometry(const osg::GeometryPtr& geometry) {
-    ktShownGeometry result;
-    result.geometry = osg::GeometryRefPtr(geometry);
-    const ktGeometryView view = ktViewGeometry(geometry);
-    auto positions = std::make_shared<std::vector<float>>(3 * static_cast<std::size_t>(view.positionCount) + 1);
-    if (view.positionCount > 0)
-        std::copy_n(view.positions(), 3 * static_cast<std::size_t>(view.positionCount), positions->begin());
-    std::uint64_t badTriangles = 0; // the file's reader has named them
-    auto triangles = std::make_shared<std::vector<std::uint32_t>>(ktReadTriangles(view, badTriangles));
-    triangles->shrink_to_fit();
-    for (const std::uint32_t corner : *triangles) {
-        const float* p = &(*positions)[3 * static_cast<std::size_t>(corner)];
-        result.bounds.extend(ktViewCamera::Vector{p[0], p[1], p[2]});
-    }
-    result.positions = std::move(positions);
-    result.triangles = std::move(triangles);
-    return result;
-}
 
 Box transformed(const Box& box, const osg::Matrix& matrix) {
     Box result;
@@ -84,26 +43,6 @@ std::array<float, 3> perGathered(const osg::NodePtr& node) {
     for (osg::UInt32 i = 0; i < 3; ++i)
         factors[i] = color[i] > 1e-6f ? 1 / color[i] : 0; // light that was multiplied by black is lost
     return factors;
-}
-
-/// FNV-1a over words. Source: G. Fowler, L. Noll and K.-P. Vo, The FNV Non-Cryptographic Hash Algorithm, 1991.
-std::uint64_t hash(const osg::Vec4f* values, std::size_t count, std::uint64_t state) {
-    for (std::size_t i = 0; values && i < count; ++i) {
-        std::uint64_t words[2];
-        std::memcpy(words, values[i].getValues(), sizeof words);
-        for (const std::uint64_t word : words)
-            state = (state ^ word) * 1099511628211u;
-    }
-    return state;
-}
-
-/// A number that differs between different results; 0 for no result.
-std::uint64_t hashResults(const osg::GeometryPtr& geometry) {
-    const ktBakedChannels channels = ktFindBakedChannels(geometry);
-    if (!channels.results)
-        return 0;
-    const std::uint64_t results = hash(channels.results, channels.count, 14695981039346656037u + channels.count);
-    return std::max<std::uint64_t>(1, hash(channels.lamps, channels.count, results));
 }
 
 } // namespace
@@ -133,17 +72,8 @@ void ktViewScene::addUse(const osg::NodePtr& node, const osg::GeometryPtr& geome
         return;
     const auto [entry, isNew] =
         geometryIndices.emplace(geometry.getFieldContainerId(), static_cast<std::uint32_t>(geometries.size()));
-    if (isNew) {
-        std::vector<osg::UInt32> signature = signatureOf(geometry);
-        auto& [knownSignature, record] = known[geometry.getFieldContainerId()];
-        if (knownSignature != signature) {
-            record = readGeometry(geometry);
-            record.shape = ++lastShape;
-            knownSignature = std::move(signature);
-        }
-        record.results = hashResults(geometry);
-        geometries.push_back(record);
-    }
+    if (isNew)
+        geometries.push_back(shapes.read(geometry));
     ktViewUse use;
     use.geometry = entry->second;
     use.bounds = transformed(geometries[use.geometry].bounds, toWorld);
@@ -166,9 +96,7 @@ void ktViewScene::read(const osg::NodePtr& newRoot) {
         addUse(instance.node, instance.geometry, instance.toWorld);
         return true;
     });
-    for (auto entry = known.begin(); entry != known.end();)
-        entry = newRoot == osg::NullFC || entry->second.second.geometry->getParents().empty() ? known.erase(entry)
-                                                                                              : std::next(entry);
+    shapes.forgetUnused(newRoot);
     bounds = allBounds = {};
     for (const ktViewUse& use : uses) {
         allBounds.extend(use.bounds);
@@ -185,11 +113,8 @@ void ktViewScene::read(const osg::NodePtr& newRoot) {
 
 bool ktViewScene::readResults() {
     bool isSame = true;
-    for (ktShownGeometry& geometry : geometries) {
-        auto& [signature, record] = known[geometry.geometry.get().getFieldContainerId()];
-        isSame = isSame && signature == signatureOf(geometry.geometry);
-        record.results = geometry.results = hashResults(geometry.geometry);
-    }
+    for (ktShownGeometry& geometry : geometries)
+        isSame = shapes.readResults(geometry) && isSame;
     for (ktViewUse& use : uses)
         use.perGathered = perGathered(use.node);
     return isSame;

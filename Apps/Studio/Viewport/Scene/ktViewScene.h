@@ -3,6 +3,7 @@
 
 #include "ktPreviewScene.h"
 #include "ktViewCamera.h"
+#include "ktViewShapes.h"
 #include "OSGUberMaterial.h"
 
 #include <cstdint>
@@ -12,20 +13,6 @@
 #include <OpenSG/OSGNode.h>
 #include <unordered_map>
 #include <vector>
-
-/// A geometry as the viewport shows it. The arrays never change, so other threads may read them; a changed geometry
-/// gets new ones.
-struct ktShownGeometry {
-    osg::GeometryRefPtr geometry;
-    std::shared_ptr<const std::vector<float>> positions;         ///< object space; three floats each, and one spare
-    std::shared_ptr<const std::vector<std::uint32_t>> triangles; ///< three positions each
-    ktViewCamera::Box bounds;                                    ///< object space, of the triangles
-    std::uint64_t shape = 0;   ///< another number after the surface, its colours or normals changed
-    std::uint64_t results = 0; ///< another number after a result changed; 0 if it holds no result
-
-    std::uint32_t vertexCount() const { return static_cast<std::uint32_t>(positions->size() / 3); }
-    std::size_t triangleCount() const { return triangles->size() / 3; }
-};
 
 /// How a surface looks, besides its geometry.
 struct ktViewMaterial {
@@ -58,6 +45,10 @@ public:
 
     /// Reads the tree again. Keeps the arrays of geometries that did not change. Null empties the scene.
     void read(const osg::NodePtr& root);
+    /// Takes copies of geometries that another thread has made, for the next read(), which must follow at once.
+    void take(ktViewShapes&& copies) { shapes.take(std::move(copies)); }
+    /// Forgets the copies of geometries. read() must follow at once.
+    void forgetShapes() { shapes.forgetAll(); }
     /// Reads the same tree again.
     void readAgain() { read(osg::NodePtr(root)); }
     /// Reads which results changed, and by which colours stored light is divided.
@@ -67,12 +58,12 @@ public:
     void select(const std::vector<osg::NodePtr>& nodes);
 
     /// Whether a geometry is shown, or was shown before and still has nodes.
-    bool isKnown(osg::UInt32 geometryId) const { return known.count(geometryId) > 0; }
+    bool isKnown(osg::UInt32 geometryId) const { return shapes.isKnown(geometryId); }
     bool hasSelection() const { return selectedCount > 0; }
     /// Boxes that the camera frames: of the marked uses, or of all except ground planes.
     std::vector<ktViewCamera::Box> framedBoxes(bool onlySelected) const;
     /// Another number after a geometry with a new shape was read.
-    std::uint64_t shapeStamp() const { return lastShape; }
+    std::uint64_t shapeStamp() const { return shapes.newestShape(); }
     /// Triangles of all uses.
     std::size_t triangleCount() const;
 
@@ -83,7 +74,6 @@ private:
     osg::NodeRefPtr root;
     std::vector<osg::NodePtr> selected;
     std::size_t selectedCount = 0;
-    std::uint64_t lastShape = 0;
-    std::unordered_map<osg::UInt32, std::uint32_t> geometryIndices, materialIndices;             // by container id
-    std::unordered_map<osg::UInt32, std::pair<std::vector<osg::UInt32>, ktShownGeometry>> known; // with its signature
+    std::unordered_map<osg::UInt32, std::uint32_t> geometryIndices, materialIndices; // by container id
+    ktViewShapes shapes;
 };

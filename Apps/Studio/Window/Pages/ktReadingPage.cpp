@@ -8,12 +8,12 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-ktReadingPage::ktReadingPage(QWidget* parent) : QWidget(parent), text(new QLabel(this)), timer(new QTimer(this)) {
+ktReadingPage::ktReadingPage(QWidget* parent)
+    : QWidget(parent), text(new QLabel(this)), bar(new QProgressBar(this)), timer(new QTimer(this)) {
     auto* rows = new QVBoxLayout(this);
     rows->addStretch();
     rows->addWidget(text, 0, Qt::AlignHCenter);
-    auto* bar = new QProgressBar(this);
-    bar->setRange(0, 0); // the reader does not know its share
+    bar->setAccessibleName(tr("Progress"));
     bar->setMaximumWidth(400);
     bar->setMinimumWidth(300);
     rows->addWidget(bar, 0, Qt::AlignHCenter);
@@ -32,10 +32,16 @@ ktReadingPage::ktReadingPage(QWidget* parent) : QWidget(parent), text(new QLabel
 void ktReadingPage::begin(const QString& newWhat) {
     what = newWhat;
     text->setText(what + " …");
+    bar->setRange(0, 0); // until somebody knows the share
     elapsed.start();
     timer->start();
 }
 
 void ktReadingPage::end() {
     timer->stop();
+}
+
+void ktReadingPage::setShare(double share) {
+    bar->setRange(0, 1000);
+    bar->setValue(static_cast<int>(1000 * share));
 }

@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QLabel;
+class QProgressBar;
 class QTimer;
 
 /// What the window shows while it reads a file or draws a picture: the time so far, and a button to cancel.
@@ -14,6 +15,7 @@ public:
     explicit ktReadingPage(QWidget* parent = nullptr);
     /// @param what is done, in words
     void begin(const QString& what);
+    void setShare(double share); ///< 0 to 1
     void end();
 
 signals:
@@ -21,6 +23,7 @@ signals:
 
 private:
     QLabel* text;
+    QProgressBar* bar;
     QTimer* timer;
     QElapsedTimer elapsed;
     QString what;
