@@ -1104,6 +1104,10 @@
     <context>
         <name>ktStudioRun</name>
         <message>
+            <source>Memory runs out while pictures are read.</source>
+            <translation>Beim Lesen der Bilder reicht der Speicher nicht.</translation>
+        </message>
+        <message>
             <source>Refining: round %1 of %2, %3 new vertices</source>
             <translation>Verfeinern: Runde %1 von %2, %3 neue Ecken</translation>
         </message>
