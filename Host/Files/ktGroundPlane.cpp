@@ -6,6 +6,7 @@
 #include "ktFileMessages.h"
 #include "ktGltfReferences.h"
 #include "ktGltfStore.h"
+#include "ktNodeTransform.h"
 #include "ktWorldBounds.h"
 
 #include <algorithm>
@@ -102,6 +103,14 @@ std::size_t addNode(ktGltfDocument& document, const Grid& grid, const ktNodeTree
     return node;
 }
 
+/// The inverse in double precision, which not every scene graph has; the identity if there is none.
+osg::Matrix inverseOf(const osg::Matrix& matrix) {
+    ktMatrix values = ktIdentity, inverse = ktIdentity;
+    std::copy_n(matrix.getValues(), values.size(), values.begin());
+    ktInvert(values, inverse);
+    return ktToOSG(inverse);
+}
+
 } // namespace
 
 osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, ktGltfScene& scene, ktUpAxis up,
@@ -111,8 +120,7 @@ osg::NodePtr ktAddGroundPlane(ktGltfDocument& document, const ktNodeTree& tree, 
             return link.shown;
     // In the document's space, below the root's transform, but with y up.
     ktWorldBounds bounds;
-    osg::Matrix toDocument = scene.root->getToWorld();
-    toDocument.invert();
+    const osg::Matrix toDocument = inverseOf(scene.root->getToWorld());
     ktForEachGeometryInstance(scene.root, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
         osg::Matrix toRoot = toDocument;
         toRoot.mult(instance.toWorld);

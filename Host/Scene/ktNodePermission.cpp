@@ -42,8 +42,9 @@ Holders findHolders(const osg::NodeCorePtr& core) {
 Holders findHoldersDuringOperation(const osg::NodeCorePtr& core) {
     static std::unordered_map<osg::UInt32, Holders> known;
     static auto knownFor = std::make_tuple(0ul, osg::UInt32(0), osg::UInt32(0));
+    const osg::NodePtr root = ktScenegraph::getRootNode();
     const auto now = std::make_tuple(ktControllerState::getBusyCount(), osg::NodeMarksAttachment::getGeneration(),
-                                     ktScenegraph::getRootNode().getFieldContainerId());
+                                     root == osg::NullFC ? 0u : root.getFieldContainerId());
     if (now != knownFor) {
         known.clear();
         knownFor = now;

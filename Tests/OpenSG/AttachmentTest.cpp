@@ -20,6 +20,15 @@ typedef Note::PtrType NotePtr;
 
 } // namespace
 
+#ifdef KT_INSTALLED_OPENSG
+OSG_BEGIN_NAMESPACE
+// OpenSG 1.8 defines the types of its own descriptions only.
+template <>
+FieldContainerType SimpleAttachment<NoteDesc>::_type("TestNote", "Attachment", "TestNote",
+                                                     (PrototypeCreateF)&SimpleAttachment<NoteDesc>::createEmpty);
+OSG_END_NAMESPACE
+#endif
+
 TEST(Attachment, GivenAdded_IsFoundByTypeAndReferenced) {
     const NodeRefPtr node(Node::create());
     const NotePtr note = Note::create();
@@ -102,7 +111,7 @@ TEST(Attachment, GivenCopiedContainer_IsShared) {
     const NotePtr note = Note::create();
     group->addAttachment(note, 3);
     const FieldContainerRefPtr copy(group->shallowCopy());
-    EXPECT_TRUE(GroupPtr::dcast(copy)->findAttachment(Note::getClassType(), 3) == note);
+    EXPECT_TRUE(GroupPtr::dcast(copy.get())->findAttachment(Note::getClassType(), 3) == note);
     EXPECT_EQ(2, note.getRefCount());
     EXPECT_EQ(2u, note->getParents().size());
 }
@@ -111,7 +120,7 @@ TEST(SimpleAttachment, GivenField_KeepsAndCopiesIt) {
     const RefPtr<NotePtr> note(Note::create());
     note->getField().setValue("hello");
     const FieldContainerRefPtr copy(note->shallowCopy());
-    EXPECT_EQ("hello", NotePtr::dcast(copy)->getFieldPtr()->getValue());
+    EXPECT_EQ("hello", NotePtr::dcast(copy.get())->getFieldPtr()->getValue());
     EXPECT_TRUE(Note::getClassType().isDerivedFrom(Attachment::getClassType()));
 }
 

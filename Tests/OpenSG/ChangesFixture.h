@@ -5,9 +5,10 @@
 #include <OpenSG/OSGBaseFunctions.h>
 #include <OpenSG/OSGChangeList.h>
 #include <OpenSG/OSGNode.h>
+#include <OpenSG/OSGRefPtr.h>
 #include <OpenSG/OSGThread.h>
 
-/// Records the test's own changes.
+/// For tests of change lists: records the test's own changes.
 class Changes : public testing::Test {
 protected:
     Changes() : list(*osg::Thread::getCurrentChangeList()) {
@@ -32,5 +33,5 @@ protected:
     }
 
     osg::ChangeList& list;
-    osg::NodeRefPtr node;
+    osg::RefPtr<osg::NodePtr> node;
 };

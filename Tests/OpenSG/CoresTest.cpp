@@ -21,7 +21,7 @@ TEST(Switch, GivenNewSwitch_ShowsNothing) {
     EXPECT_EQ(-1, Switch::NONE);
     choice->setChoice(Switch::ALL);
     const FieldContainerRefPtr copy(choice->shallowCopy());
-    EXPECT_EQ(Switch::ALL, SwitchPtr::dcast(copy)->getChoice());
+    EXPECT_EQ(Switch::ALL, SwitchPtr::dcast(copy.get())->getChoice());
 }
 
 TEST(Material, GivenTransparencyMode_DecidesTransparency) {
@@ -50,7 +50,7 @@ TEST(Material, GivenCopy_HasTheSameFields) {
     material->setShininess(7);
     material->setSortKey(4);
     const FieldContainerRefPtr container(material->shallowCopy());
-    const SimpleMaterialPtr copy = SimpleMaterialPtr::dcast(container);
+    const SimpleMaterialPtr copy = SimpleMaterialPtr::dcast(container.get());
     EXPECT_EQ(Color3f(1, 2, 3), copy->getDiffuse());
     EXPECT_FLOAT_EQ(7.0f, copy->getShininess());
     EXPECT_EQ(4, copy->getSortKey());
@@ -90,11 +90,11 @@ TEST(Light, GivenNewLights_HaveTheirDefaults) {
     EXPECT_EQ(Pnt3f(0, 0, 0), spot->getPosition());
     spot->setSpotCutOffDeg(90);
     EXPECT_FLOAT_EQ(Pi / 2, spot->getSpotCutOff());
-    EXPECT_TRUE(PointLightPtr::dcast(spot) != NullFC) << "a spot light is a point light";
+    EXPECT_TRUE(PointLightPtr::dcast(spot.get()) != NullFC) << "a spot light is a point light";
     const RefPtr<DirectionalLightPtr> sun(DirectionalLight::create());
     EXPECT_EQ(Vec3f(0, 0, 1), sun->getDirection());
-    EXPECT_TRUE(LightPtr::dcast(sun) != NullFC);
-    EXPECT_TRUE(PointLightPtr::dcast(sun) == NullFC);
+    EXPECT_TRUE(LightPtr::dcast(sun.get()) != NullFC);
+    EXPECT_TRUE(PointLightPtr::dcast(sun.get()) == NullFC);
 }
 
 TEST(SimpleMaterial, GivenFieldIds_LeaveOutThoseOfDrawing) {
@@ -111,7 +111,7 @@ TEST(Light, GivenBeacon_KeepsItWithoutAReference) {
         light->setDiffuse(1, 0.5f, 0.25f, 1);
         light->setPosition(1, 2, 3);
         const FieldContainerRefPtr container(light->shallowCopy());
-        const PointLightPtr copy = PointLightPtr::dcast(container);
+        const PointLightPtr copy = PointLightPtr::dcast(container.get());
         EXPECT_TRUE(copy->getBeacon() == beacon.get());
         EXPECT_EQ(1, beacon.get().getRefCount());
         EXPECT_EQ(Color4f(1, 0.5f, 0.25f, 1), copy->getDiffuse());

@@ -18,7 +18,7 @@ GeometryPtr makeInterleaved() {
     geometry->setTypes(makeTypes({GL_TRIANGLES}));
     geometry->setLengths(makeLengths({6}));
     geometry->setIndices(makeIndices({0, 0, 1, 0, 2, 0, 0, 1, 2, 1, 3, 1}));
-    geometry->getIndexMapping().setValues({Geometry::MapPosition, Geometry::MapNormal});
+    setMapping(geometry, {Geometry::MapPosition, Geometry::MapNormal});
     return geometry;
 }
 
@@ -137,7 +137,7 @@ TEST(CreateSingleIndex, GivenMoreVerticesThanTheIndexTypeCounts_TakesALargerOne)
         }
     geometry->setIndices(small);
     geometry->setLengths(makeLengths({90000}));
-    geometry->getIndexMapping().setValues({Geometry::MapPosition, Geometry::MapNormal});
+    setMapping(geometry, {Geometry::MapPosition, Geometry::MapNormal});
     EXPECT_EQ(90000, createSingleIndex(geometry));
     EXPECT_TRUE(GeoIndicesUI32Ptr::dcast(geometry->getIndices()) != NullFC);
     EXPECT_EQ(89999u, geometry->getIndices()->getValue(89999));

@@ -44,7 +44,7 @@ TEST(CalcVertexNormals, GivenMultiIndex_NormalsGoWithThePositions) {
     const GeometryRefPtr geometry(makeCorner());
     geometry->setIndices(makeIndices({0, 0, 2, 0, 3, 0, 1, 0, 0, 0, 1, 0, 5, 0, 4, 0, 6, 0}));
     geometry->setNormals(makeNormals({Vec3f(7, 7, 7)}));
-    geometry->getIndexMapping().setValues({Geometry::MapPosition, UInt16(Geometry::MapNormal | Geometry::MapColor)});
+    setMapping(geometry, {Geometry::MapPosition, UInt16(Geometry::MapNormal | Geometry::MapColor)});
     calcVertexNormals(geometry);
     EXPECT_EQ(Geometry::MapPosition | Geometry::MapNormal, geometry->getIndexMapping(0));
     EXPECT_EQ(Geometry::MapColor, geometry->getIndexMapping(1));

@@ -43,7 +43,7 @@ TYPED_TEST(GeoPropertyOfType, GivenClone_HasValuesOfItsOwn) {
     const RefPtr<typename TypeParam::PtrType> property(TypeParam::create());
     property->resize(3);
     const FieldContainerRefPtr container(property->clone());
-    const typename TypeParam::PtrType copy = TypeParam::PtrType::dcast(container);
+    const typename TypeParam::PtrType copy = TypeParam::PtrType::dcast(container.get());
     ASSERT_TRUE(copy != NullFC);
     EXPECT_EQ(3u, copy->size());
     EXPECT_NE(property->getData(), copy->getData());
@@ -65,7 +65,7 @@ TEST(GeoProperty, GivenGenericValues_ConvertsPositions) {
     EXPECT_EQ(Pnt3f(1, 2, 0), flat->getValue(0));
     homogeneous->push_back(Pnt3f(1, 2, 3));
     EXPECT_EQ(Pnt3f(1, 2, 3), homogeneous->getValue(0));
-    EXPECT_DOUBLE_EQ(1.0, GeoPositions4dPtr::dcast(homogeneous)->getField()[0][3]);
+    EXPECT_DOUBLE_EQ(1.0, GeoPositions4dPtr::dcast(homogeneous.get())->getField()[0][3]);
 }
 
 TEST(GeoProperty, GivenGenericValues_ConvertsNormalsAsOpenGLDoes) {

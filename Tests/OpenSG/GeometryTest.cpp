@@ -52,7 +52,6 @@ TEST(Geometry, GivenProperty_IsReferencedAndKnowsIt) {
         b->setTexCoords(property);
         EXPECT_EQ(3u, property->getParents().size());
         EXPECT_TRUE(a->getTexCoords5() == a->getTexCoords7());
-        EXPECT_EQ(Geometry::TexCoords5FieldMask | Geometry::TexCoords7FieldMask, a->getFieldMaskOf(property));
         b->setTexCoords(NullFC);
         EXPECT_EQ(2, property.getRefCount());
         EXPECT_EQ(-1, property->findParent(b.get()));
@@ -87,7 +86,6 @@ TEST(Geometry, GivenAllChannels_KeepsThemApart) {
     for (UInt32 i = 0; i < 8; ++i) {
         EXPECT_TRUE(got[i] == p[i]) << i;
         EXPECT_EQ(&*p[i], g->getProperty(Geometry::MapTexCoords << i)) << i;
-        EXPECT_EQ(Geometry::TexCoordsFieldMask << i, g->getFieldMaskOf(p[i])) << i;
     }
     EXPECT_TRUE(g->getProperty(Geometry::MapPosition) == nullptr);
     EXPECT_TRUE(g->getProperty(0) == nullptr);
@@ -125,21 +123,8 @@ TEST(Geometry, GivenClone_HasPropertiesOfItsOwn) {
 TEST(Geometry, GivenShallowCopy_SharesTheProperties) {
     const GeometryRefPtr geometry(makeRow(GL_POINTS, 3));
     const FieldContainerRefPtr container(geometry->shallowCopy());
-    EXPECT_TRUE(GeometryPtr::dcast(container)->getPositions() == geometry->getPositions());
+    EXPECT_TRUE(GeometryPtr::dcast(container.get())->getPositions() == geometry->getPositions());
     EXPECT_EQ(2u, geometry->getPositions()->getParents().size());
-}
-
-TEST(Geometry, GivenReferencedProperties_UnshareCopiesThoseOfVertices) {
-    const GeometryRefPtr geometry(makeRow(GL_POINTS, 3));
-    const RefPtr<GeoPositionsPtr> positions(geometry->getPositions());
-    const RefPtr<GeoPTypesPtr> types(geometry->getTypes());
-    const GeoNormalsPtr normals = makeNormals({Vec3f(0, 0, 1)});
-    geometry->setNormals(normals);
-    geometry->unshareProperties();
-    EXPECT_TRUE(geometry->getPositions() != positions.get());
-    EXPECT_EQ(Pnt3f(1, 0, 0), geometry->getPositions()->getValue(1));
-    EXPECT_TRUE(geometry->getNormals() == normals) << "not shared";
-    EXPECT_TRUE(geometry->getTypes() == types.get()) << "not a vertex property";
 }
 
 TEST(Geometry, GivenPrimitiveCodes_HaveNames) {

@@ -193,7 +193,7 @@ TEST(Node, GivenCopiedNode_HasItsCoreMaskAndAttachmentsButNoRelatives) {
     node->setTravMask(5);
     setName(node, "original");
     const FieldContainerRefPtr container(node->shallowCopy());
-    const NodePtr copy = NodePtr::dcast(container);
+    const NodePtr copy = NodePtr::dcast(container.get());
     EXPECT_EQ(5u, copy->getTravMask());
     EXPECT_STREQ("original", getName(copy));
     EXPECT_TRUE(copy->getParent() == NullFC);

@@ -68,7 +68,7 @@ TEST(PrimitiveIterator, GivenInterleavedIndices_EachPropertyTakesItsOwn) {
     geometry->setTypes(makeTypes({GL_POINTS, GL_TRIANGLES}));
     // Three indices per vertex: normal, position, texture coordinate.
     geometry->setIndices(makeIndices({1, 5, 2, /**/ 0, 4, 0, /**/ 1, 3, 1, /**/ 0, 2, 2}));
-    geometry->getIndexMapping().setValues({Geometry::MapNormal, Geometry::MapPosition, Geometry::MapTexCoords3});
+    setMapping(geometry, {Geometry::MapNormal, Geometry::MapPosition, Geometry::MapTexCoords3});
     PrimitiveIterator it = geometry->beginPrimitives();
     EXPECT_EQ(5, it.getPositionIndex(0));
     EXPECT_EQ(1, it.getNormalIndex(0));

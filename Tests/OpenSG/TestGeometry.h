@@ -37,6 +37,11 @@ inline osg::GeoNormalsPtr makeNormals(const std::vector<osg::Vec3f>& values) {
     return property;
 }
 
+/// Replaces the geometry's index mapping.
+inline void setMapping(const osg::GeometryPtr& geometry, const std::vector<osg::UInt16>& entries) {
+    geometry->getIndexMapping().setValues(entries);
+}
+
 /// One primitive with count positions (i, 0, 0).
 inline osg::GeometryPtr makeRow(osg::UInt8 type, osg::UInt32 count) {
     const osg::GeometryPtr geometry = osg::Geometry::create();

@@ -73,7 +73,6 @@ TEST(TriangleIterator, GivenMixedPrimitives_NumbersTrianglesThrough) {
     TriangleIterator it = geometry->beginTriangles();
     it.seek(3);
     EXPECT_EQ(9, it.getPositionIndex(0));
-    EXPECT_EQ(4, it.getPrimitiveIndex());
     EXPECT_EQ(UInt32(GL_TRIANGLE_FAN), it.getType());
     EXPECT_TRUE(geometry->beginTriangles() < it);
     it.seek(50);
@@ -84,7 +83,7 @@ TEST(TriangleIterator, GivenInterleavedIndices_PicksTheCornersValues) {
     const GeometryRefPtr geometry(makeRow(GL_QUADS, 4));
     geometry->setNormals(makeNormals({Vec3f(1, 0, 0), Vec3f(0, 1, 0)}));
     geometry->setIndices(makeIndices({0, 1, 1, 0, 2, 1, 3, 0}));
-    geometry->getIndexMapping().setValues({Geometry::MapPosition, Geometry::MapNormal});
+    setMapping(geometry, {Geometry::MapPosition, Geometry::MapNormal});
     TriangleIterator it = geometry->beginTriangles();
     ++it;
     EXPECT_EQ(Pnt3f(3, 0, 0), it.getPosition(2));

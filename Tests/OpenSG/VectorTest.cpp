@@ -2,13 +2,11 @@
 // Tests memory layout, operators, tolerance and measures of vectors and points.
 #include <gtest/gtest.h>
 #include <OpenSG/OSGVector.h>
-#include <type_traits>
 
 using namespace osg;
 
 TEST(Vector, GivenArrayOfVectors_LiesWithoutGapsInMemory) {
     static_assert(sizeof(Vec3f) == 3 * sizeof(Real32) && sizeof(Pnt3f[2]) == 6 * sizeof(Real32), "no padding");
-    static_assert(std::is_trivially_copyable<Vec4f>::value, "may be copied as bytes");
     const Vec4f vectors[2] = {Vec4f(1, 2, 3, 4), Vec4f(5, 6, 7, 8)};
     EXPECT_EQ(6.0f, vectors[0].getValues()[5]);
 }

@@ -76,8 +76,10 @@ TEST_F(Scenegraph, GivenChainOfSelectedNodes_AnswersInOnePass) {
     // With one walk to the root per node this would take about 10^11 steps.
     std::vector<osg::NodePtr> nodes;
     osg::NodePtr end = root;
-    for (int i = 0; i < 500000; ++i)
-        nodes.push_back(end = addNode(end, {}));
+    for (int i = 0; i < 500000; ++i) {
+        end = addNode(end, {});
+        nodes.push_back(end);
+    }
     EXPECT_EQ(ktSceneState::setSelection({nodes.rbegin(), nodes.rend()}), nodes.size());
     EXPECT_THAT(ktScenegraph::getSelectedRootNodes(), ElementsAre(nodes.front()));
 }

@@ -119,7 +119,8 @@ void ktBounceLight::setAlbedo(const ktTracedGeometry& traced, Surface& surface) 
             toLuminance(surface.albedo);
         return;
     }
-    auto& colors = colorsOf[{traced.number, material.getFieldContainerId()}];
+    const osg::UInt32 id = material == osg::NullFC ? 0 : material.getFieldContainerId();
+    auto& colors = colorsOf[{traced.number, id}];
     if (!colors)
         colors = std::make_shared<ktSurfaceColors>(ktReadSurfaceColors(traced.geometry, material));
     if (!colors->vertexColors.empty() || !colors->texCoords.empty()) {

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Tests what only our matrices have: products as operators and by other names.
+// Tests what only our numbers have: products as operators and by other names, vectors as bytes, bounds of volumes.
 #include <gtest/gtest.h>
+#include <OpenSG/OSGDynamicVolume.h>
 #include <OpenSG/OSGMatrix.h>
+#include <type_traits>
 
 using namespace osg;
 
@@ -23,4 +25,16 @@ TEST(OwnMatrix, GivenPerspective_MultFullDividesByW) {
     Pnt3f result;
     m.multFull(Pnt3f(1, 2, 4), result);
     EXPECT_EQ(Pnt3f(0.5f, 1, 2), result);
+}
+
+TEST(OwnVector, GivenVector_MayBeCopiedAsBytes) {
+    static_assert(std::is_trivially_copyable<Vec4f>::value, "may be copied as bytes");
+}
+
+TEST(OwnDynamicVolume, GivenBounds_IsNotEmpty) {
+    DynamicVolume volume;
+    volume.setEmpty(true);
+    volume.setBounds(Pnt3f(0, 0, 0), Pnt3f(1, 2, 3));
+    EXPECT_FALSE(volume.isEmpty());
+    EXPECT_TRUE(volume.isValid());
 }
