@@ -25,6 +25,7 @@
 
 static constexpr int shortReading_ms = 150;
 static constexpr int emptyWindow_ms = 100; // until it is on the screen
+static constexpr int afterPicture_ms = 300;
 
 ktStudioWindow::ktStudioWindow() {
     setObjectName("ktstudio");
@@ -155,7 +156,7 @@ void ktStudioWindow::connectServices() {
 
 void ktStudioWindow::showOpened() {
     pages->setCurrentWidget(view);
-    QTimer::singleShot(0, this, [path = document.getPath()] { // the picture comes first
+    QTimer::singleShot(afterPicture_ms, this, [path = document.getPath()] { // a disk takes its time
         ktStudioPreferences::the().addRecentFile(path);
     });
     messages->close("changed");
