@@ -12,6 +12,8 @@ endfunction()
 # The host and the plug-in.
 kt_leave_out("recursive functions overflow the stack in very deep trees"
     SceneOpen.GivenVeryDeepChain_OpensAndSaves
+    Scenegraph.GivenChainOfSelectedNodes_AnswersInOnePass
+    GeometryInstances.GivenVeryDeepTree_KeepsTheCallStackSmall
     GeometryList.GivenDeeplyNestedSwitches_FollowsThem
     VisibleList.GivenDeeplyNestedSwitches_FollowsThem
     NodeSettings.GivenVeryDeepTree_DoesNotOverflowTheStack
