@@ -55,9 +55,10 @@ bool hasSpace(const std::vector<ktBakeSpaceNeed>& needs,
         if (before + need.size_bytes <= space->free_bytes)
             continue;
         const std::string file = ktBakeMessages::shown(need.fileName);
-        const std::string reason = "cannot be written: it needs at least " + formatSize(need.size_bytes) +
-                                   (before > 0 ? ", other files of this bake " + formatSize(before) : "") +
-                                   ", and the file system has " + formatSize(space->free_bytes);
+        std::string reason = "cannot be written: it needs at least " + formatSize(need.size_bytes);
+        if (before > 0)
+            reason.append(", other files of this bake ").append(formatSize(before));
+        reason.append(", and the file system has ").append(formatSize(space->free_bytes));
         ktBakeMessages::log(ktLogLevel::Error, file + ": " + reason, {{"file", file}, {"reason", reason}});
         return false;
     }
