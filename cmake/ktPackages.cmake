@@ -35,9 +35,15 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 set(exactly "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 
 # kt_package(COMPONENT NAME SECTION [ARCHITECTURE all] [DEPENDS text] [RECOMMENDS text] [SUGGESTS text] TEXT line...): the
-# first line is the short description, the others have at most 80 characters. The line "." divides paragraphs.
+# first line is the short description; each line has at most 79 characters. The line "." divides paragraphs.
 function(kt_package component package section)
     cmake_parse_arguments(arg "" "ARCHITECTURE;DEPENDS;RECOMMENDS;SUGGESTS" "TEXT" ${ARGN})
+    foreach(line IN LISTS arg_TEXT)
+        string(LENGTH "${line}" columns)
+        if(columns GREATER 79)
+            message(FATAL_ERROR "The description of ${package} has a line of ${columns} characters, more than 79: ${line}")
+        endif()
+    endforeach()
     string(TOUPPER ${component} upper)
     list(JOIN arg_TEXT "\n" text)
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package} PARENT_SCOPE)
@@ -77,8 +83,8 @@ endif()
 if(TARGET ktRanksMpi)
     kt_package(mpi ${name}-mpi graphics DEPENDS "${name} ${exactly}" RECOMMENDS openmpi-bin
         TEXT "bakes light into vertices - many machines"
-            "With this package, processes of ktbake that mpirun or srun has started on one or"
-            "many machines share one bake. The result has the same bits as without.")
+            "With this package, processes of ktbake that mpirun or srun has started, on one"
+            "machine or many, share one bake. The result has the same bits as without.")
 endif()
 kt_package(blender ${name}-blender graphics ARCHITECTURE all DEPENDS "${name} (>= ${PROJECT_VERSION})" SUGGESTS blender
     TEXT "bakes light into vertices - add-on for Blender"
