@@ -3,6 +3,8 @@
 #include "ktCalculationFixture.h"
 #include "ktGeoSubdivisionList.h"
 
+#include <algorithm>
+#include <ctime>
 #include <OpenSG/OSGFieldContainerFactory.h>
 
 using testing::Contains;
@@ -67,6 +69,24 @@ TEST_F(Start, GivenLockedSelection_SignalsAndLeavesTheHostAlone) {
     EXPECT_THAT(log, ElementsAre("getSelectedRootNodes()", "allows(car, 25)", "allows(floor, 25)",
                                  "signal calculationFailedLockedSelection()"));
     EXPECT_EQ(settingsOf(car), osg::NullFC);
+}
+
+// Copies of the selected nodes are the children of the tree that the run works on, and leave it one by one.
+TEST_F(Start, GivenTwiceTheSelectedNodes_TakesAboutTwiceTheTime) {
+    const auto processorTime_s = [this](int count) {
+        host.selection.clear();
+        for (int i = 0; i < count; ++i)
+            host.selection.push_back(keep(makeGroup("")));
+        double least = 1e9;
+        for (int repeat = 0; repeat < 3; ++repeat) {
+            const std::clock_t before = std::clock();
+            run();
+            least = std::min(least, static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC);
+        }
+        return least;
+    };
+    const double time_s = processorTime_s(50000);
+    EXPECT_LT(processorTime_s(100000), 2.7 * time_s);
 }
 
 TEST_F(Start, GivenSomeLockedNodes_CalculatesTheOthersInOrder) {
