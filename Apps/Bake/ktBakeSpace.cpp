@@ -59,7 +59,9 @@ bool hasSpace(const std::vector<ktBakeSpaceNeed>& needs,
         if (before > 0)
             reason.append(", other files of this bake ").append(formatSize(before));
         reason.append(", and the file system has ").append(formatSize(space->free_bytes));
-        ktBakeMessages::log(ktLogLevel::Error, file + ": " + reason, {{"file", file}, {"reason", reason}});
+        std::string text = file;
+        text.append(": ").append(reason);
+        ktBakeMessages::log(ktLogLevel::Error, text, {{"file", file}, {"reason", reason}});
         return false;
     }
     return true;

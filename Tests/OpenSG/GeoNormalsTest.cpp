@@ -109,8 +109,8 @@ TEST(CalcFaceNormals, GivenStrip_EachTriangleHasItsOwn) {
     const GeometryRefPtr geometry(makeRow(GL_TRIANGLE_STRIP, 4));
     geometry->setPositions(makePositions({Pnt3f(0, 0, 0), Pnt3f(1, 0, 0), Pnt3f(0, 1, 0), Pnt3f(1, 0, 5)}));
     const GeoColors3fPtr colors = GeoColors3f::create();
-    for (Real32 i = 0; i < 4; ++i)
-        colors->push_back(Color3f(i, 0, 0));
+    for (Int32 i = 0; i < 4; ++i)
+        colors->push_back(Color3f(static_cast<Real32>(i), 0, 0));
     geometry->setColors(colors);
     calcFaceNormals(geometry);
     TriangleIterator it = geometry->beginTriangles();
