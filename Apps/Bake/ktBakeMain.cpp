@@ -130,6 +130,9 @@ static int run(int argc, char** argv, const ktBakeLauncher& launcher) {
         std::fflush(nullptr);
         std::_Exit(exitCode);
     }
+    // If memory ran out, exit handlers of Qt may wait for ever for a lock that stayed locked.
+    if (exitCode != ktBakeExit::done && options.script.empty())
+        ktBakeLastWords::endSoon();
     return exitCode;
 }
 
