@@ -88,8 +88,10 @@ TEST(PictureLimits, GivenBrokenPicture_NamesItAndPrintsNothingElse) {
     QByteArray wrong = png(image);
     wrong[wrong.size() - 20] = static_cast<char>(wrong[wrong.size() - 20] ^ 0x55);
     for (const QByteArray& picture : {cut, wrong}) {
+        testing::internal::CaptureStderr();
         EXPECT_THAT(decode({picture}), ElementsAre(HasSubstr("/images/0: ")));
         EXPECT_EQ(printedByQt, 0);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), IsEmpty()) << "not by libpng either";
     }
 }
 

@@ -6,6 +6,7 @@
 #include "ktFileMessages.h"
 #include "ktGltfAccessor.h"
 #include "ktPictureFormat.h"
+#include "ktPngDecoder.h"
 
 #include <algorithm>
 #include <cstring>
@@ -64,19 +65,9 @@ std::string sourceOf(const ktJson& image) {
     return ktJsonText(image, "uri");
 }
 
-/// The name of Qt for the format of the data; glTF allows no others. Throws ktFileError.
-const char* formatOf(const ktBytes& bytes, const std::string& object) {
-    const auto holds = [&](const char* magic, std::size_t at) {
-        const std::size_t size = std::strlen(magic);
-        return bytes.size() >= at + size && std::memcmp(bytes.data() + at, magic, size) == 0;
-    };
-    if (holds("\x89PNG\r\n\x1a\n", 0))
-        return "png";
-    if (holds("\xFF\xD8\xFF", 0))
-        return "jpeg";
-    if (holds("RIFF", 0) && holds("WEBP", 8))
-        return "webp";
-    throw ktFileError(object, "is none of PNG, JPEG and WebP");
+bool holds(const ktBytes& bytes, const char* magic) {
+    const std::size_t size = std::strlen(magic);
+    return bytes.size() >= size && std::memcmp(bytes.data(), magic, size) == 0;
 }
 
 // The most pixels that an image of this size may have.
@@ -152,7 +143,7 @@ void shrinkJpeg(QImageReader& reader, const QSize& size, int step) {
     int divisor = 1;
     while (divisor < 8 && 2 * divisor <= step)
         divisor *= 2;
-    if (divisor > 1 && reader.format() == "jpeg")
+    if (divisor > 1)
         reader.setScaledSize({(size.width() + divisor - 1) / divisor, (size.height() + divisor - 1) / divisor});
 }
 
@@ -166,14 +157,14 @@ struct Decoded {
     std::string words, error; // of the decoder
 };
 
-// Decodes PNG, JPEG and other formats with a Qt plug-in. Large JPEG images are shrunk on the way.
-Decoded tryToDecode(const ktBytes& bytes, const char* format, const std::string& object) {
+// Decodes JPEG. Large images are shrunk on the way.
+Decoded tryToDecode(const ktBytes& bytes, const std::string& object) {
     QByteArray raw =
         QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
     QBuffer buffer(&raw);
     buffer.open(QIODevice::ReadOnly);
     const DecoderWords words;
-    QImageReader reader(&buffer, format);
+    QImageReader reader(&buffer, "jpeg");
     reader.setAutoDetectImageFormat(false);
     Decoded decoded;
     decoded.size = reader.size();
@@ -200,18 +191,34 @@ void checkMemory(const QSize& size) {
 
 // Qt and the libraries that it uses do not tell a lack of memory from a broken image. A lack is over at the second
 // attempt, or checkMemory() finds it.
-QImage decodeWithQt(const ktBytes& bytes, const std::string& object, ktFileMessages& messages) {
-    const char* const format = formatOf(bytes, object);
-    Decoded decoded = tryToDecode(bytes, format, object);
+QImage decodeJpeg(const ktBytes& bytes, const std::string& object, std::string& warning) {
+    Decoded decoded = tryToDecode(bytes, object);
     if (decoded.image.isNull() || decoded.words.find("memory") != std::string::npos) {
         checkMemory(decoded.size);
-        decoded = tryToDecode(bytes, format, object);
+        decoded = tryToDecode(bytes, object);
     }
     if (decoded.image.isNull())
         throw ktFileError(object, "cannot be decoded: " + decoded.error);
-    if (!decoded.words.empty())
-        messages.warn(object, "is decoded with a warning: " + decoded.words);
+    warning = decoded.words;
     return decoded.image;
+}
+
+// The content says which format it is; glTF allows no others.
+QImage decode(const ktBytes& bytes, const std::string& object, ktFileMessages& messages) {
+    std::string warning;
+    QImage image;
+    if (ktIsWebP(bytes))
+        image = ktDecodeWebP(bytes, allowedPixels(bytes), object);
+    else if (holds(bytes, "\x89PNG\r\n\x1a\n"))
+        image = ktDecodePng(
+            bytes, object, [&](const QSize& size) { checkSize(size, bytes, object); }, warning);
+    else if (holds(bytes, "\xFF\xD8\xFF"))
+        image = decodeJpeg(bytes, object, warning);
+    else
+        throw ktFileError(object, "is none of PNG, JPEG and WebP");
+    if (!warning.empty())
+        messages.warn(object, "is decoded with a warning: " + warning);
+    return image;
 }
 
 } // namespace
@@ -234,8 +241,7 @@ std::shared_ptr<const ktImage> ktPictureReader::read(std::size_t index, ktFileMe
     if (const char* format = ktUnreadFormat(bytes))
         throw ktFileError(object, std::string("cannot be decoded: the format ") + format +
                                       " cannot be read; the plain colour of the material stands in");
-    const QImage decoded =
-        ktIsWebP(bytes) ? ktDecodeWebP(bytes, allowedPixels(bytes), object) : decodeWithQt(bytes, object, messages);
+    const QImage decoded = decode(bytes, object, messages);
     checkSize(decoded.size(), bytes, object);
     const int step = std::max(1, stepOf(decoded.size()));
     if (!ktJsonMember(*json, "bufferView"))

@@ -12,7 +12,7 @@
 /// only tint bounced light and the preview.
 const int ktLargestPicture_px = 2048;
 
-/// Decodes the images of a document: PNG, JPEG and, with a Qt plug-in, WebP. The format follows from the content.
+/// Decodes the images of a document: PNG, JPEG and WebP. The format follows from the content.
 class ktPictureReader {
 public:
     /// The document must outlive the reader.
