@@ -157,6 +157,7 @@ const std::vector<Library> libraries = {
     {"minizip", std::regex("minizip/.*"), {"Host/Files/Import/", "Tests/"}},
     {"Draco", std::regex("draco/.*"), {"Host/Files/Compression/", "Tests/"}},
     {"meshoptimizer", std::regex("meshoptimizer.h"), {"Host/Files/Compression/", "Tests/"}},
+    {"libpng", std::regex("png\\.h"), {"Host/Files/Read/"}},
     {"WebP", std::regex("webp/.*"), {"Host/Files/Read/", "Tests/"}},
     {"Python",
      std::regex("(boost/python.*|Python\\.h)"),
