@@ -123,7 +123,7 @@ TEST_F(Start, GivenAllStates_AreReportedInOrder) {
     controller.updateState(C::Idle, 0);
     host.selection = {a};
     const auto record = host.onEntry;
-    host.onEntry = [this](const std::string&) { now_us() += 2000000; };
+    host.onEntry = [](const std::string&) { now_us() += 2000000; };
     now_us() += 2000000;
     run();
     const std::vector<std::string> states = entriesWith(log, "signal stateChanged");

@@ -159,9 +159,9 @@ QImage ktDecodePng(const ktBytes& image, const std::string& object, const std::f
         throw std::bad_alloc();
     if (decoded.format() == QImage::Format_Indexed8)
         decoded.setColorTable(reader.palette());
-    std::vector<png_bytep> rows;
+    std::vector<png_bytep> rows(static_cast<std::size_t>(decoded.height()));
     for (int y = 0; y < decoded.height(); ++y)
-        rows.push_back(decoded.scanLine(y));
+        rows[static_cast<std::size_t>(y)] = decoded.scanLine(y);
     check(reader.readPixels(rows.data()));
     warning = data.warning.data();
     return decoded;
