@@ -136,7 +136,7 @@ private:
         if (exitCode != ktBakeExit::done)
             return exitCode;
         stats.scene = options.scene;
-        stats.tracer = options.tracer == ktTracerKind::Embree ? "embree" : "hemisphere";
+        stats.tracer = ktNameOf(options.tracer);
         stats.sceneDiagonal = scene.getDiagonal();
         stats.addScene(scene.getGeometries());
         if (const int found = scene.findPreviewView(options); found != ktBakeExit::done)
@@ -187,11 +187,12 @@ private:
         stats.settings = describeSettings();
         if (ktAmbientOcclusion::the()->isIndirectIlluminationEnabled() && !scene.loadPictures())
             return ktBakeExit::failed;
-        if (!canHold())
+        const std::uint64_t vertices = countSelectedVertices();
+        if (!canHold(vertices))
             return ktBakeExit::notWritten;
         if (const int exitCode = checkpoint.begin(options, stats.settings); exitCode != ktBakeExit::done)
             return exitCode;
-        ktBakeProgress progress(countSelectedVertices(), !options.quiet);
+        ktBakeProgress progress(vertices, !options.quiet);
         watch.lap();
         const bool hasRun = ktAmbientOcclusion::the()->startCalculation(options.missing);
         std::cout.flush();
@@ -222,16 +223,16 @@ private:
     }
 
     /// Checks before hours of tracing that the results have space. Refinement may need more than this finds.
-    bool canHold() const {
-        const bool hasIndirect = ktAmbientOcclusion::the()->isIndirectIlluminationEnabled();
-        const std::uint64_t vertices = countSelectedVertices();
+    bool canHold(std::uint64_t vertices) const {
+        const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+        const bool hasIndirect = plugin.isIndirectIlluminationEnabled();
         std::vector<ktBakeSpaceNeed> needs;
         needs.push_back({options.output, scene.leastDataSize(options) + leastSizeOfResults(vertices, hasIndirect)});
         if (!options.checkpoint.empty()) {
             std::error_code error;
             const std::uintmax_t before = std::filesystem::file_size(options.checkpoint, error);
-            const std::uint64_t size = leastSizeOfCheckpoint(vertices, stats.settings["mode"].toString() != "classic",
-                                                             hasIndirect ? stats.settings["bounces"].toInt() : 0);
+            const std::uint64_t size = leastSizeOfCheckpoint(vertices, plugin.getMode() != ktAmbientOcclusion::Classic,
+                                                             hasIndirect ? plugin.getNumOfIndirections() : 0);
             needs.push_back({options.checkpoint, error ? size : size - std::min<std::uint64_t>(before, size)});
         }
         return hasSpace(needs);

@@ -10,10 +10,6 @@
 
 #include <algorithm>
 
-static std::string nameOfTracer() {
-    return ktChosenTracer() == ktTracerKind::Embree ? "embree" : "hemisphere";
-}
-
 ktSceneStatistics::ktSceneStatistics() {
     connect(&ktHostSignals::the(), &ktHostSignals::busyChanged, this, [this](bool busy) { busy ? begin() : end(); });
 }
@@ -23,7 +19,7 @@ std::function<void()> ktSceneStatistics::describeScene(const std::string& name, 
     ktRunStatistics opened;
     opened.scene = name;
     opened.settings = describeSettings();
-    opened.tracer = nameOfTracer();
+    opened.tracer = ktNameOf(ktChosenTracer());
     opened.sceneDiagonal = diagonal ? *diagonal : ktSceneDiagonal(root);
     opened.addScene(listGeometries(root));
     opened.readSeconds = seconds;
@@ -39,7 +35,7 @@ void ktSceneStatistics::begin() {
     counter = std::make_unique<ktRunCounter>();
     began = ktRunCounter::Clock::now();
     statistics.settings = describeSettings();
-    statistics.tracer = nameOfTracer();
+    statistics.tracer = ktNameOf(ktChosenTracer());
 }
 
 void ktSceneStatistics::end() {

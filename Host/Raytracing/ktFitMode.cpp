@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Keeps the fit mode of the process.
+// Names of the fit modes, and that of the process.
 #include "ktFitMode.h"
 
+#include <algorithm>
 #include <atomic>
 
 namespace {
@@ -15,6 +16,23 @@ Choice choiceOf(ktFitMode mode) {
 }
 
 } // namespace
+
+const std::vector<std::string>& ktFitNames() {
+    static const std::vector<std::string> names = {"vertices", "surface"};
+    return names;
+}
+
+std::optional<ktFitMode> ktParseFitMode(const std::string& text) {
+    const std::vector<std::string>& names = ktFitNames();
+    const auto found = std::find(names.begin(), names.end(), text);
+    if (found == names.end())
+        return std::nullopt;
+    return static_cast<ktFitMode>(found - names.begin());
+}
+
+const char* ktNameOf(ktFitMode mode) {
+    return ktFitNames()[static_cast<std::size_t>(mode)].c_str();
+}
 
 void ktSetFitMode(ktFitMode mode) noexcept {
     choice = choiceOf(mode);

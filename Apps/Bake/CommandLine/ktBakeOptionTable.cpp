@@ -209,8 +209,7 @@ private:
     void addSelection() {
         group = "What to do";
         choice(
-            "--fit", {"vertices", "surface"},
-            [&options = options](int index) { options.fit = index == 0 ? ktFitMode::Vertices : ktFitMode::Surface; },
+            "--fit", ktFitNames(), [&options = options](int index) { options.fit = static_cast<ktFitMode>(index); },
             "light at the vertices, or the vertex values that show the faces best", "surface");
         value(
             "--max-triangles",
@@ -363,10 +362,8 @@ private:
             "--ranks", {"auto", "off"}, [&options = options](int index) { options.ranks = index == 0; },
             "share one bake among the processes that mpirun or srun started", "auto");
         choice(
-            "--tracer", {"embree", "hemisphere"},
-            [&options = options](int index) {
-                options.tracer = index == 0 ? ktTracerKind::Embree : ktTracerKind::Hemisphere;
-            },
+            "--tracer", ktTracerNames(),
+            [&options = options](int index) { options.tracer = static_cast<ktTracerKind>(index); },
             "what follows the rays; the results are the same, to rounding", "hemisphere");
         flag(
             "-q,--quiet", [&options = options] { options.quiet = true; }, "print errors only");

@@ -16,9 +16,6 @@ const char* const strengthKey = "options/strength";
 const char* const exposureKey = "options/exposure";
 const char* const compressionKey = "options/compression";
 
-const char* const vertices = "vertices";
-const char* const embree = "embree";
-
 /// A number between two limits; else the fallback.
 double number(const char* key, double least, double most, double fallback) {
     bool isNumber = false;
@@ -31,10 +28,8 @@ double number(const char* key, double least, double most, double fallback) {
 ktStudioOptions ktStudioOptions::load() {
     const ktStudioPreferences& kept = ktStudioPreferences::the();
     ktStudioOptions options;
-    if (kept.get(fitKey).toString() == vertices)
-        options.fit = ktFitMode::Vertices;
-    if (kept.get(tracerKey).toString() == embree)
-        options.tracer = ktTracerKind::Embree;
+    options.fit = ktParseFitMode(kept.get(fitKey).toString().toStdString()).value_or(options.fit);
+    options.tracer = ktParseTracerKind(kept.get(tracerKey).toString().toStdString()).value_or(options.tracer);
     options.threads = static_cast<int>(number(threadsKey, 0, mostThreads, options.threads));
     options.multiplyColors = kept.get(shadeKey, options.multiplyColors).toBool();
     ktTriangleBudget budget;
@@ -48,8 +43,8 @@ ktStudioOptions ktStudioOptions::load() {
 }
 
 void ktStudioOptions::keep() const {
-    ktStudioPreferences::the().setAll({{fitKey, fit == ktFitMode::Vertices ? vertices : "surface"},
-                                       {tracerKey, tracer == ktTracerKind::Embree ? embree : "hemisphere"},
+    ktStudioPreferences::the().setAll({{fitKey, ktNameOf(fit)},
+                                       {tracerKey, ktNameOf(tracer)},
                                        {threadsKey, threads},
                                        {shadeKey, multiplyColors},
                                        {trianglesKey, maxTriangles},

@@ -214,10 +214,10 @@ void ktStudioWindow::connectView() {
     connect(&selection, &ktStudioSelection::changed, view, [this] { view->setSelection(selection.get()); });
     connect(&document, &ktStudioDocument::optionsChanged, view,
             [this] { view->setExposure(document.getOptions().exposure); });
-    // The old scene still exists when another one is opened.
     document.setPreparation([](const OSG::NodePtr& root, const auto& isInterrupted) {
         return ktSceneView::readShapes(root, isInterrupted);
     });
+    // The old scene still exists when another one is opened.
     const auto show = [this] {
         if (document.isReplacing())
             view->forgetShapes();

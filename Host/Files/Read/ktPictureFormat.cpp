@@ -17,6 +17,14 @@ bool hasText(const ktBytes& image, std::size_t at, const char* text) {
 
 } // namespace
 
+bool ktIsPng(const ktBytes& image) {
+    return hasText(image, 0, "\x89PNG\r\n\x1a\n");
+}
+
+bool ktIsJpeg(const ktBytes& image) {
+    return hasText(image, 0, "\xFF\xD8\xFF");
+}
+
 bool ktIsWebP(const ktBytes& image) {
     return hasText(image, 0, "RIFF") && hasText(image, 8, "WEBP");
 }

@@ -5,6 +5,10 @@
 
 #include <QImage>
 
+/// Whether an image is in the PNG format.
+bool ktIsPng(const ktBytes& image);
+/// Whether an image is in the JPEG format.
+bool ktIsJpeg(const ktBytes& image);
 /// Whether an image is in the WebP format.
 bool ktIsWebP(const ktBytes& image);
 /// Decodes a WebP image. Throws ktFileError that names `object` if it is damaged or has more than `most` pixels.

@@ -9,7 +9,6 @@
 #include "ktPngDecoder.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <QBuffer>
@@ -21,7 +20,7 @@ namespace {
 
 // Pixels that a picture may have: a short file must not fill the memory. 512 pixels of one colour are about a byte in
 // a PNG file.
-const std::int64_t alwaysAllowed = std::int64_t(1) << 24, neverAllowed = (std::int64_t(1) << 28) + 1;
+const std::int64_t alwaysAllowed = std::int64_t(1) << 24, mostAllowed = std::int64_t(1) << 28;
 const std::int64_t pixelsPerByte = 512;
 // Pixels of all pictures together, after shrinking.
 const std::int64_t allowedTogether = std::int64_t(1) << 27, togetherPerByte = 64;
@@ -65,21 +64,13 @@ std::string sourceOf(const ktJson& image) {
     return ktJsonText(image, "uri");
 }
 
-bool holds(const ktBytes& bytes, const char* magic) {
-    const std::size_t size = std::strlen(magic);
-    return bytes.size() >= size && std::memcmp(bytes.data(), magic, size) == 0;
-}
-
 // The most pixels that an image of this size may have.
 std::int64_t allowedPixels(const ktBytes& bytes) {
-    const std::int64_t allowed = std::max(alwaysAllowed, pixelsPerByte * static_cast<std::int64_t>(bytes.size()));
-    return std::min(neverAllowed, allowed + 1) - 1;
+    return std::clamp(pixelsPerByte * static_cast<std::int64_t>(bytes.size()), alwaysAllowed, mostAllowed);
 }
 
 void checkSize(const QSize& size, const ktBytes& bytes, const std::string& object) {
-    const std::int64_t pixels = std::int64_t(size.width()) * size.height();
-    const std::int64_t allowed = std::max(alwaysAllowed, pixelsPerByte * static_cast<std::int64_t>(bytes.size()));
-    if (pixels >= std::min(neverAllowed, allowed + 1))
+    if (std::int64_t(size.width()) * size.height() > allowedPixels(bytes))
         throw ktFileError(object, "has " + std::to_string(size.width()) + " x " + std::to_string(size.height()) +
                                       " pixels, too many for its " + std::to_string(bytes.size()) + " bytes");
 }
@@ -209,10 +200,10 @@ QImage decode(const ktBytes& bytes, const std::string& object, ktFileMessages& m
     QImage image;
     if (ktIsWebP(bytes))
         image = ktDecodeWebP(bytes, allowedPixels(bytes), object);
-    else if (holds(bytes, "\x89PNG\r\n\x1a\n"))
+    else if (ktIsPng(bytes))
         image = ktDecodePng(
             bytes, object, [&](const QSize& size) { checkSize(size, bytes, object); }, warning);
-    else if (holds(bytes, "\xFF\xD8\xFF"))
+    else if (ktIsJpeg(bytes))
         image = decodeJpeg(bytes, object, warning);
     else
         throw ktFileError(object, "is none of PNG, JPEG and WebP");

@@ -23,6 +23,18 @@ double secondsSince(std::chrono::steady_clock::time_point begin) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
+/// While it exists, the transport looks for messages all the time.
+class Waiting {
+public:
+    explicit Waiting(ktTransport& transport_) : transport(transport_) { transport.setWaiting(true); }
+    ~Waiting() { transport.setWaiting(false); }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
+
+private:
+    ktTransport& transport;
+};
+
 } // namespace
 
 struct ktRankPool::Peer {
@@ -76,6 +88,7 @@ ktRankPool::ktRankPool(std::unique_ptr<ktTransport> transport_, const ktRankHell
         transport->abort(1);
         throw;
     }
+    transport->setWaiting(false);
     listener = std::thread([this] { listen(); });
 }
 
@@ -551,9 +564,8 @@ void ktRankPool::run(const ktBatchLoop& work) {
                 for (const auto& peer : peers)
                     handOut(*peer, blocks);
         }
-        transport->setWaiting(false);
         traceHere(own);
-        transport->setWaiting(true);
+        const Waiting waiting(*transport);
         const Clock::time_point waited = Clock::now();
         std::unique_lock<std::mutex> lock(mutex);
         while (own.handedOut > 0 && !own.error && failure.empty()) {
@@ -566,10 +578,8 @@ void ktRankPool::run(const ktBatchLoop& work) {
         if (!failure.empty())
             throw std::runtime_error(failure);
     } catch (...) {
-        transport->setWaiting(false);
         endLoop(own);
         throw;
     }
-    transport->setWaiting(false);
     endLoop(own);
 }

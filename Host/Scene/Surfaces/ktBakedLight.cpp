@@ -8,6 +8,7 @@
 #include "OSGAmbientOcclusionSettingsAttachment.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -19,7 +20,21 @@ const osg::Vec4f* resultsOf(const osg::GeoTexCoordsPtr& channel, osg::UInt32 cou
     return results != osg::NullFC && results->getSize() >= count ? &results->getField()[0] : nullptr;
 }
 
+std::uint64_t hash(const osg::Vec4f* values, std::size_t count, std::uint64_t state) {
+    for (std::size_t i = 0; values && i < count; ++i) {
+        std::uint64_t words[2];
+        std::memcpy(words, values[i].getValues(), sizeof words);
+        for (const std::uint64_t word : words)
+            state = (state ^ word) * 1099511628211u;
+    }
+    return state;
+}
+
 } // namespace
+
+std::uint64_t ktHashBakedChannels(const ktBakedChannels& channels, std::uint64_t state) noexcept {
+    return hash(channels.lamps, channels.count, hash(channels.results, channels.count, state));
+}
 
 osg::Color3f ktGatheredColor(const osg::NodePtr& node) {
     const osg::UberMaterialPtr material = osg::UberMaterialPtr::dcast(ktMaterialInEffect(node));

@@ -4,6 +4,7 @@
 #include "ktHostExport.h"
 
 #include <array>
+#include <cstdint>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGNode.h>
 #include <vector>
@@ -19,6 +20,14 @@ struct ktBakedChannels {
 /// Finds the result channels. A geometry holds no result if channel 7 is missing or too short, or if none of its w
 /// exceeds 1e-6. Null holds none.
 KT_HOST_EXPORT ktBakedChannels ktFindBakedChannels(const osg::GeometryPtr& geometry);
+
+/// What ktHashBakedChannels() begins with.
+constexpr std::uint64_t ktBakedHashBegin = 14695981039346656037u;
+/// A number that differs between different results. Of several geometries: pass the number of the one before.
+/// Channels without results do not change the number.
+/// Source: G. Fowler, L. Noll and K.-P. Vo, The FNV Non-Cryptographic Hash Algorithm (FNV-1a, over words), 1991.
+KT_HOST_EXPORT std::uint64_t ktHashBakedChannels(const ktBakedChannels& channels,
+                                                 std::uint64_t state = ktBakedHashBegin) noexcept;
 
 /// The colour by which the stored indirect light of a node was multiplied: that of its material, or its luminance if
 /// the bounced light did not take the colour of surfaces. White without a material of the host.

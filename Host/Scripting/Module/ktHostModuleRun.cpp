@@ -109,17 +109,19 @@ void ktHostModuleRun::setThreads(int count) {
 void ktHostModuleRun::setTracer(const python::object& name) {
     refuseWhileBaking();
     const std::string text = ktTextArgument(name, "name");
-    if (text != "embree" && text != "hemisphere")
+    const std::optional<ktTracerKind> kind = ktParseTracerKind(text);
+    if (!kind)
         throw ktHostModuleError("a tracer is \"embree\" or \"hemisphere\", not \"" + text + "\"");
-    ktChooseTracer(text == "embree" ? ktTracerKind::Embree : ktTracerKind::Hemisphere);
+    ktChooseTracer(*kind);
 }
 
 void ktHostModuleRun::setFit(const python::object& name) {
     refuseWhileBaking();
     const std::string text = ktTextArgument(name, "name");
-    if (text != "surface" && text != "vertices")
+    const std::optional<ktFitMode> mode = ktParseFitMode(text);
+    if (!mode)
         throw ktHostModuleError("a fit is \"surface\" or \"vertices\", not \"" + text + "\"");
-    ktSetFitMode(text == "surface" ? ktFitMode::Surface : ktFitMode::Vertices);
+    ktSetFitMode(*mode);
 }
 
 void ktHostModuleRun::setMaxTriangles(const python::object& budget) {

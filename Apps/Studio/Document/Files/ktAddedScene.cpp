@@ -5,7 +5,6 @@
 #include "ktBakedLight.h"
 #include "ktSceneFile.h"
 
-#include <cstring>
 #include <OpenSG/OSGSimpleAttachments.h>
 #include <QDir>
 #include <QFileInfo>
@@ -13,28 +12,14 @@
 
 namespace {
 
-/// FNV-1a over words. Source: G. Fowler, L. Noll and K.-P. Vo, The FNV Non-Cryptographic Hash Algorithm, 1991.
-std::uint64_t hash(const osg::Vec4f* values, std::size_t count, std::uint64_t state) {
-    for (std::size_t i = 0; values && i < count; ++i) {
-        std::uint64_t words[2];
-        std::memcpy(words, values[i].getValues(), sizeof words);
-        for (const std::uint64_t word : words)
-            state = (state ^ word) * 1099511628211u;
-    }
-    return state;
-}
-
 std::uint64_t hashResults(const osg::NodePtr& root) {
-    std::uint64_t state = 14695981039346656037u;
+    std::uint64_t state = ktBakedHashBegin;
     std::vector<osg::NodePtr> pending = {root};
     while (!pending.empty()) {
         const osg::NodePtr node = pending.back();
         pending.pop_back();
-        if (const auto geometry = osg::GeometryPtr::dcast(node->getCore()); geometry != osg::NullFC) {
-            const ktBakedChannels channels = ktFindBakedChannels(geometry);
-            state = hash(channels.results, channels.count, state);
-            state = hash(channels.lamps, channels.count, state);
-        }
+        if (const auto geometry = osg::GeometryPtr::dcast(node->getCore()); geometry != osg::NullFC)
+            state = ktHashBakedChannels(ktFindBakedChannels(geometry), state);
         for (osg::UInt32 i = 0; i < node->getNChildren(); ++i)
             pending.push_back(node->getChild(i));
     }

@@ -189,8 +189,10 @@ bool ktGlMeshes::upload(const ktViewScene& scene, double budget_ms) {
     timer.start();
     for (auto entry = entries.begin(); entry != entries.end();) {
         const bool isGone = !scene.isKnown(entry->first);
-        if (isGone && entry->second.isPartial)
-            fillings.clear(), filled = {};
+        if (isGone && entry->second.isPartial) {
+            fillings.clear();
+            filled = {};
+        }
         if (isGone)
             remove(entry->second);
         entry = isGone ? entries.erase(entry) : std::next(entry);

@@ -53,24 +53,12 @@ ktShownGeometry readGeometry(const osg::GeometryPtr& geometry) {
     return result;
 }
 
-/// FNV-1a over words. Source: G. Fowler, L. Noll and K.-P. Vo, The FNV Non-Cryptographic Hash Algorithm, 1991.
-std::uint64_t hash(const osg::Vec4f* values, std::size_t count, std::uint64_t state) {
-    for (std::size_t i = 0; values && i < count; ++i) {
-        std::uint64_t words[2];
-        std::memcpy(words, values[i].getValues(), sizeof words);
-        for (const std::uint64_t word : words)
-            state = (state ^ word) * 1099511628211u;
-    }
-    return state;
-}
-
 /// A number that differs between different results; 0 for no result.
 std::uint64_t hashResults(const osg::GeometryPtr& geometry) {
     const ktBakedChannels channels = ktFindBakedChannels(geometry);
     if (!channels.results)
         return 0;
-    const std::uint64_t results = hash(channels.results, channels.count, 14695981039346656037u + channels.count);
-    return std::max<std::uint64_t>(1, hash(channels.lamps, channels.count, results));
+    return std::max<std::uint64_t>(1, ktHashBakedChannels(channels, ktBakedHashBegin + channels.count));
 }
 
 } // namespace
