@@ -4,6 +4,9 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktHostSignals.h"
+#include "ktTracingStatistics.h"
+
+#include <algorithm>
 
 ktRunCounter::ktRunCounter() {
     const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
@@ -14,7 +17,9 @@ ktRunCounter::ktRunCounter() {
 }
 
 double ktRunCounter::getTracingSeconds() const {
-    return getVerticesTraced() == 0 ? 0 : secondsBetween(firstVertex, lastVertex);
+    if (getVerticesTraced() == 0)
+        return 0;
+    return std::max(0.0, secondsBetween(firstVertex, lastVertex) - (structureSeconds - firstStructureSeconds));
 }
 
 void ktRunCounter::onStarted(int max) {
@@ -37,13 +42,19 @@ void ktRunCounter::onStopped() {
     lastVertex = Clock::now();
     callsDone += callDone;
     callDone = 0;
+    structureSeconds = std::max(structureSeconds, ktReadTracingStatistics().structureSeconds);
 }
 
+// The first report comes when many vertices are traced, perhaps all of the first geometry. So the host's time of the
+// build tells when tracing began. Another ray tracing has no such time.
 void ktRunCounter::onTraced(std::uint64_t done, std::uint64_t) {
     const Clock::time_point now = Clock::now();
     if (getVerticesTraced() == 0) {
-        firstVertex = now;
-        structureSeconds = secondsBetween(started, now);
+        const double built = ktReadTracingStatistics().structureSeconds;
+        structureSeconds = firstStructureSeconds =
+            built > 0 ? std::min(built, secondsBetween(started, now)) : secondsBetween(started, now);
+        firstVertex =
+            started + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(structureSeconds));
     }
     // A smaller count means that a new call has begun.
     if (done < callDone)

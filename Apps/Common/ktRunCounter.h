@@ -18,10 +18,12 @@ public:
     int getSteps() const { return steps; }                                   ///< begun
     int getNodeCount() const { return nodeCount; }                           ///< geometry that the run worked on
     std::uint64_t getVerticesTraced() const { return callsDone + callDone; } ///< in all passes
-    double getStructureSeconds() const { return structureSeconds; }          ///< from the start to the first vertex
-    double getTracingSeconds() const;                                        ///< from the first vertex to the last
+    double getStructureSeconds() const { return structureSeconds; }          ///< all builds that have ended
+    double getTracingSeconds() const; ///< from the first build's end to the last vertex, without later builds
     Clock::time_point getStart() const { return started; }
-    Clock::time_point getFirstVertex() const { return firstVertex; } ///< the start, if no vertex is traced yet
+    Clock::time_point getFirstVertex() const {
+        return firstVertex;
+    } ///< when its tracing began; the start, if none is traced
 
 private:
     void onStarted(int max);
@@ -33,7 +35,7 @@ private:
     std::uint64_t callsDone = 0; // vertices of the finished calls
     std::uint64_t callDone = 0;  // vertices of the current call
     Clock::time_point started, firstVertex, lastVertex;
-    double structureSeconds = 0;
+    double structureSeconds = 0, firstStructureSeconds = 0;
 };
 
 /// Seconds from one time to another.

@@ -284,9 +284,12 @@ bool ktSceneFile::save(const QString& path, const ktSaveOptions& options, ktFile
             }
         ktWriteResults(document, store, primitives, {options.multiplyColors, options.exposure, options.strength});
         store.finish();
-        for (const ktNodeLink& link : data->scene.nodes)
+        for (const ktNodeLink& link : data->scene.nodes) {
+            if (link.node % 1024 == 0)
+                ktReadInterrupt::check();
             ktWriteNodeExtras(document.json["nodes"][link.node], link.shown, ktPointer("nodes", link.node),
                               report.messages);
+        }
         if (data->isPlain(options.compression)) {
             ktWriteGltf(document, path, report.messages);
             return;

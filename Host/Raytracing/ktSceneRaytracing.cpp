@@ -114,12 +114,14 @@ void ktSceneRaytracing::buildAccelerationStructure(const std::vector<osg::NodePt
         waitForAbandonedBuild();
         clearScene();
         bounces.endBounce(); // the snapshot refers to the scene
+        const auto begun = std::chrono::steady_clock::now();
         try {
             makeStructure(geometry, lights);
         } catch (...) {
             scene.clear();
             throw;
         }
+        statistics.structureSeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
         if (scene.badTriangles > 0) {
             const char* name = osg::getName(scene.geometries[scene.firstBad].node);
             ktLog::warning("%llu triangles, the first of them in \"%s\", have positions that are not finite or indices "

@@ -24,6 +24,7 @@ struct ktTracingStatistics {
     std::uint64_t fitPoints = 0;     ///< points on faces that were traced to fit vertex values to them
     std::uint64_t addedVertices = 0; ///< by refinement
     std::uint64_t occludingTriangles = 0;            ///< at the last build; each instance counts
+    double structureSeconds = 0;                     ///< that all builds took
     std::map<ktGeometryNumber, Geometry> geometries; ///< by number
 };
 

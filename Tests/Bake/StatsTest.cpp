@@ -32,6 +32,17 @@ TEST(Stats, GivenRun_CountsAndTimesIt) {
     EXPECT_GT(stats.at("peakMemoryMiB").get<double>(), 1);
 }
 
+// Of 12 triangles and millions of rays; the tracing of a scene with one geometry must not count as its structure.
+TEST(Stats, GivenOneGeometry_TellsTracingFromItsStructure) {
+    const ktTestFolder folder;
+    folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());
+    ASSERT_EQ(
+        runBake(folder.path, {"box.gltf", "--stats", "stats.json", "--shadow-quality", "3", "--no-indirect"}).exitCode,
+        0);
+    const auto seconds = statsOf(folder).at("seconds");
+    EXPECT_GT(seconds.at("tracing").get<double>(), seconds.at("structure").get<double>());
+}
+
 TEST(Stats, GivenPasses_CountsTheirRays) {
     const ktTestFolder folder;
     folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump());

@@ -3,6 +3,7 @@
 #include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktGltfDocument.h"
+#include "ktReadInterrupt.h"
 #include "ktTestGltf.h"
 
 #include <csignal>
@@ -33,7 +34,7 @@ std::vector<std::string> warningsOf(const QString& path) {
     return texts;
 }
 
-std::vector<std::string> write(const ktGltfDocument& document, const QString& path) {
+std::vector<std::string> write(ktGltfDocument document, const QString& path) {
     ktFileMessages messages;
     ktWriteGltf(document, path, messages);
     std::vector<std::string> texts;
@@ -117,6 +118,23 @@ TEST(GltfDocument, GivenGltf_KeepsTextAndIndentation) {
     write(read(folder.path("in.gltf")), folder.path("out.gltf"));
     EXPECT_EQ(ktReadTestFile(folder.path("out.gltf")), ktReadTestFile(folder.path("in.gltf")) + "\n");
     EXPECT_THAT(folder.names(), ElementsAre("in.bin", "in.gltf", "out.gltf"));
+}
+
+// Writing borrows parts of the document.
+TEST(GltfDocument, GivenWrittenOrInterruptedDocument_IsAsBefore) {
+    const ktTestFolder folder;
+    withImage("a.png").saveGltf(folder.path("in.gltf"), "in.bin");
+    ktWriteTestFile(folder.path("a.png"), pngBytes);
+    ktGltfDocument document = read(folder.path("in.gltf"));
+    const std::string before = document.json.dump();
+    ktFileMessages messages;
+    for (const char* name : {"out.glb", "out.gltf"}) {
+        ktWriteGltf(document, folder.path(name), messages);
+        EXPECT_EQ(document.json.dump(), before) << name;
+        const ktReadInterrupt interruptWhileBorrowed([&] { return document.json.dump() != before; });
+        EXPECT_THROW(ktWriteGltf(document, folder.path(name), messages), ktReadInterrupt::Interrupted);
+        EXPECT_EQ(document.json.dump(), before) << name;
+    }
 }
 
 TEST(GltfDocument, GivenGltfInAnotherFolder_CopiesItsResources) {

@@ -55,5 +55,5 @@ bool ktIsGltf1(const QString& path);
 
 /// Writes a document as .glb or .gltf, by the ending of `path`. Copies resources that a .gltf in another folder needs,
 /// and never replaces a file with different content. Then writes the main file beside its target, flushes it and
-/// renames it. Does not change the document. Throws ktFileError (object "file" or a JSON pointer).
-void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMessages& messages);
+/// renames it. The document is as before at the end. Throws ktFileError (object "file" or a JSON pointer).
+void ktWriteGltf(ktGltfDocument& document, const QString& path, ktFileMessages& messages);

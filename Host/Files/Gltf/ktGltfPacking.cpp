@@ -183,9 +183,11 @@ bool mustEmbed(const ktGltfDocument& document) {
 
 } // namespace
 
-ktPackedGltf ktPackForGlb(const ktGltfDocument& document, const QString& folder, ktFileMessages& messages) {
-    ktPackedGltf packed;
-    packed.json = document.json;
+ktPackedGltf::ktPackedGltf(ktGltfDocument& document)
+    : borrowed(document.json, {"buffers", "bufferViews", "images"}), json(borrowed.json) {}
+
+void ktPackForGlb(ktPackedGltf& packed, const ktGltfDocument& document, const QString& folder,
+                  ktFileMessages& messages) {
     if (mustEmbed(document)) {
         embedBuffers(document, packed);
         embedImages(document, packed, messages);
@@ -194,13 +196,10 @@ ktPackedGltf ktPackForGlb(const ktGltfDocument& document, const QString& folder,
         packed.json["buffers"][0]["byteLength"] = packed.binarySize;
     }
     copyResources(document, folder, packed, messages);
-    return packed;
 }
 
-ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder, const QString& stem,
-                           ktFileMessages& messages) {
-    ktPackedGltf packed;
-    packed.json = document.json;
+void ktPackForGltf(ktPackedGltf& packed, const ktGltfDocument& document, const QString& folder, const QString& stem,
+                   ktFileMessages& messages) {
     copyResources(document, folder, packed, messages);
     bool inside = document.form == ktGltfForm::Gltf;
     for (std::size_t i = 0; i < document.buffers.size(); ++i)
@@ -220,5 +219,4 @@ ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder
         entry["uri"] = ktEncodeAssetUri(name);
         packed.files.push_back({name, bytes.data(), bytes.size()});
     }
-    return packed;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktBorrowedJson.h"
 #include "ktGltfDocument.h"
 
 #include <memory>
@@ -21,23 +22,26 @@ struct ktPackedFile {
     std::size_t size;
 };
 
-/// A document ready to be written. The JSON already has the final place of each byte. Refers to the document's bytes:
-/// the document must outlive it.
-// Moving JSON does not throw, which the check does not see. NOLINTNEXTLINE(bugprone-exception-escape)
+/// A document ready to be written. The JSON already has the final place of each byte. Refers to the document, which
+/// lends its JSON and its bytes: it must outlive this, and must not be used for anything else until this ends.
 struct ktPackedGltf {
-    ktJson json;
+    explicit ktPackedGltf(ktGltfDocument& document);
+
+    ktBorrowedJson borrowed;
+    ktJson& json;
     std::vector<ktPackedPiece> binary; ///< by ascending offset; gaps are written as zeros
     std::size_t binarySize = 0;
     std::vector<ktPackedFile> files;
     std::vector<std::unique_ptr<ktBytes>> owned; ///< bytes that packing had to read
 };
 
-/// Packs for a .glb file in `folder`. Embeds the buffers and images of a document that is not a .glb. A .glb keeps its
-/// external resources; they are copied if the folder is another one.
-ktPackedGltf ktPackForGlb(const ktGltfDocument& document, const QString& folder, ktFileMessages& messages);
+/// Packs a document for a .glb file in `folder`. Embeds the buffers and images of a document that is not a .glb. A .glb
+/// keeps its external resources; they are copied if the folder is another one.
+void ktPackForGlb(ktPackedGltf& packed, const ktGltfDocument& document, const QString& folder,
+                  ktFileMessages& messages);
 
-/// Packs for a .gltf file in `folder`. Buffers without a file become data URIs if all others are data URIs, else a
-/// file <stem>-<hash of its content>.bin, so that a crash between two files never mixes old and new content. Other
-/// resources keep their relative path; they are copied if the folder is another one.
-ktPackedGltf ktPackForGltf(const ktGltfDocument& document, const QString& folder, const QString& stem,
-                           ktFileMessages& messages);
+/// Packs a document for a .gltf file in `folder`. Buffers without a file become data URIs if all others are data URIs,
+/// else a file <stem>-<hash of its content>.bin, so that a crash between two files never mixes old and new content.
+/// Other resources keep their relative path; they are copied if the folder is another one.
+void ktPackForGltf(ktPackedGltf& packed, const ktGltfDocument& document, const QString& folder, const QString& stem,
+                   ktFileMessages& messages);

@@ -7,6 +7,7 @@
 #include "ktGltfOwnBuffers.h"
 #include "ktGltfPacking.h"
 #include "ktOutputFile.h"
+#include "ktReadInterrupt.h"
 
 #include <limits>
 #include <new>
@@ -20,6 +21,7 @@ std::size_t padded(std::size_t size) {
 }
 
 void writeGlb(const ktPackedGltf& packed, const std::vector<ktGlbChunk>& chunks, const QString& path) {
+    ktReadInterrupt::check();
     std::string text = packed.json.dump(-1, ' ', false, ktJson::error_handler_t::replace);
     text.resize(padded(text.size()), ' ');
     std::size_t size = 12 + 8 + text.size();
@@ -100,7 +102,7 @@ private:
 
 } // namespace
 
-void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMessages& messages) {
+void ktWriteGltf(ktGltfDocument& document, const QString& path, ktFileMessages& messages) {
     const QFileInfo target(path);
     const QString ending = target.suffix().toLower();
     if (ending != "glb" && ending != "gltf")
@@ -112,7 +114,8 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
                           "cannot be written: there is no folder '" + target.absolutePath().toStdString() + "'");
 
     if (ending == "glb") {
-        const ktPackedGltf packed = ktPackForGlb(document, target.absolutePath(), messages);
+        ktPackedGltf packed(document);
+        ktPackForGlb(packed, document, target.absolutePath(), messages);
         FilesBeside files(target.absoluteDir());
         files.write(packed);
         writeGlb(packed, document.chunks, path);
@@ -122,9 +125,11 @@ void ktWriteGltf(const ktGltfDocument& document, const QString& path, ktFileMess
     // Otherwise one writer could delete the buffer that another one is about to name.
     const ktFolderLock lock(target.absolutePath());
     const std::vector<QString> replaced = ktFindOwnBuffers(path);
-    const ktPackedGltf packed = ktPackForGltf(document, target.absolutePath(), target.completeBaseName(), messages);
+    ktPackedGltf packed(document);
+    ktPackForGltf(packed, document, target.absolutePath(), target.completeBaseName(), messages);
     FilesBeside files(target.absoluteDir());
     files.write(packed);
+    ktReadInterrupt::check();
     const std::string text =
         packed.json.dump(document.indent, document.indentWith, false, ktJson::error_handler_t::replace) + "\n";
     ktOutputFile file(path);
