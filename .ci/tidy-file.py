@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Runs clang-tidy on one source: tidy-file.py BUILD SOURCE. Shows the findings and ends with exit code 1 if there are any.
+"""Runs clang-tidy on one source, perhaps one that joins several: tidy-file.py BUILD SOURCE. Shows the findings and ends with
+exit code 1 if there are any.
 
 A source without findings is not checked again until it, a header that it includes, its compiler options, the checks or
 clang-tidy's version change. BUILD/tidy/ keeps a file for each such state, with the seconds of processor time that it took.
@@ -29,7 +30,11 @@ def main() -> int:
     if clean.exists():
         print("unchanged:", clean.read_text(), end="")
         return 0
-    found = subprocess.run(["clang-tidy", "-quiet", "-p", str(build), str(source)], stdout=subprocess.PIPE,
+    options = []
+    if "Unity" in source.parts:  # it includes sources, in which findings count as well
+        options = ["-checks=-bugprone-suspicious-include",
+                   "-header-filter=/(OpenSG|Host|AmbientOcclusion|Apps|Tests|Benchmarks)/[A-Za-z0-9/]*[.](h|inl|cpp)$"]
+    found = subprocess.run(["clang-tidy", "-quiet", "-p", str(build), *options, str(source)], stdout=subprocess.PIPE,
                            stderr=subprocess.STDOUT, text=True, errors="replace")
     if found.returncode != 0:
         print(found.stdout, end="")

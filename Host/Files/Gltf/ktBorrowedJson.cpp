@@ -25,8 +25,8 @@ ktBorrowedJson::~ktBorrowedJson() {
 }
 
 void ktBorrowedJson::swapLent() noexcept {
-    auto& owned = owner.get_ref<ktJson::object_t&>();
-    auto& borrowed = json.get_ref<ktJson::object_t&>();
+    auto* const owned = owner.get_ptr<ktJson::object_t*>();
+    auto* const borrowed = json.get_ptr<ktJson::object_t*>();
     for (const std::ptrdiff_t position : lent)
-        owned.begin()[position].second.swap(borrowed.begin()[position].second);
+        owned->begin()[position].second.swap(borrowed->begin()[position].second);
 }
