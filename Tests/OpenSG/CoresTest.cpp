@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests the fields, defaults and references of switches, materials, material groups and lights.
+#include "ByLibrary.h"
+
 #include <gtest/gtest.h>
 #include <OpenSG/OSGChunkMaterial.h>
 #include <OpenSG/OSGDirectionalLight.h>
@@ -65,7 +67,10 @@ TEST(MaterialGroup, GivenMaterial_ReferencesIt) {
         group->setMaterial(material);
         group->setMaterial(material);
         EXPECT_EQ(1, material.getRefCount());
-        const FieldContainerRefPtr copy(group->shallowCopy());
+        const RefPtr<MaterialGroupPtr> copy(MaterialGroupPtr::dcast(group->shallowCopy()));
+        // In OpenSG 1.8, a copy does not reference the material that it releases later, once per aspect.
+        if (isOpenSG18)
+            addRefCP(material);
         EXPECT_EQ(2, material.getRefCount());
         const RefPtr<GeometryPtr> geometry(Geometry::create());
         geometry->setMaterial(material);
@@ -74,6 +79,8 @@ TEST(MaterialGroup, GivenMaterial_ReferencesIt) {
         group->setMaterial(NullFC);
         EXPECT_EQ(2, material.getRefCount());
         addRefCP(material);
+        if (isOpenSG18)
+            addRefCP(material);
     }
     EXPECT_EQ(1, material.getRefCount());
     subRefCP(material);

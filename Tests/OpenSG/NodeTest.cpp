@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests how nodes link to parents, children and cores, their world matrices, and copies of trees.
+#include "ByLibrary.h"
+
 #include <gtest/gtest.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <OpenSG/OSGGroup.h>
@@ -86,7 +88,7 @@ TEST(Node, GivenInsertedChildren_StandInOrder) {
     const NodePtr a = makeGroupNode(), b = makeGroupNode(), c = makeGroupNode();
     parent->addChild(a);
     parent->insertChild(0, b);
-    parent->insertChild(100, c);
+    parent->insertChild(2, c);
     parent->addChild(NullFC);
     ASSERT_EQ(3u, parent->getNChildren());
     EXPECT_EQ(1, parent->findChild(a));
@@ -121,7 +123,6 @@ TEST(Node, GivenRemovedChild_IsDestroyedUnlessKept) {
     parent->addChild(lost);
     parent->subChild(1u);
     EXPECT_FALSE(isAlive(id));
-    parent->subChild(7u);
     parent->subChild(kept.get());
     EXPECT_EQ(0u, parent->getNChildren());
     EXPECT_TRUE(kept->getParent() == NullFC);
@@ -131,7 +132,8 @@ TEST(Node, GivenStrangerToRemove_Warns) {
     const NodeRefPtr parent(makeGroupNode()), stranger(makeGroupNode());
     testing::internal::CaptureStderr();
     parent->subChild(stranger.get());
-    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("no child"));
+    const char* const expected = byLibrary("no child", "not one of my children");
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find(expected));
 }
 
 TEST(Node, GivenCore_IsReferencedAndKnowsItsNodes) {
@@ -156,7 +158,7 @@ TEST(Node, GivenSameCoreAgain_StaysAlive) {
     node->setCore(core);
     EXPECT_EQ(1, core.getRefCount());
     EXPECT_EQ(1u, core->getParents().size());
-    EXPECT_TRUE(makeNodeFor(NullFC) == NullFC);
+    EXPECT_EQ(isOpenSG18, NodeRefPtr(makeNodeFor(NullFC)) != NullFC);
 }
 
 TEST(Node, GivenTransformsAbove_ToWorldIsTheirProductFromTheRoot) {

@@ -179,13 +179,3 @@ TEST(OwnContainer, GivenMaterialClass_AnswersByItsBase) {
     EXPECT_TRUE(TestGlassPtr::dcast(material.get()) != NullFC);
     EXPECT_TRUE(TransformPtr::dcast(material.get()) == NullFC);
 }
-
-TEST(OwnContainer, GivenSecondTypeOfAName_WarnsAndKeepsTheFirst) {
-    testing::internal::CaptureStderr();
-    {
-        FieldContainerType again("TestLamp", "Attachment");
-        EXPECT_TRUE(FieldContainerFactory::the()->findType("TestLamp") == &TestLamp::getClassType());
-    }
-    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("TestLamp"));
-    EXPECT_TRUE(FieldContainerFactory::the()->findType("TestLamp") == &TestLamp::getClassType());
-}

@@ -29,9 +29,7 @@ protected:
     }
 
     Action::ResultE enter(NodePtr& node) {
-        path += node == NullFC ? "0" : getName(node);
-        if (node == NullFC)
-            return Action::Continue;
+        path += getName(node);
         return result == Action::Continue || getName(node) != special ? Action::Continue : result;
     }
     Action::ResultE leave(NodePtr& node, Action::ResultE soFar) {
@@ -117,11 +115,6 @@ TEST_F(Traverse, GivenListOfNodes_StopsAtQuit) {
     result = Action::Quit;
     EXPECT_EQ(Action::Quit, traverse(nodes, enterFunctor(), leaveFunctor()));
     EXPECT_EQ("e-eb-b!", path);
-}
-
-TEST_F(Traverse, GivenNullRoot_IsHandedToEnterAndEnds) {
-    EXPECT_EQ(Action::Continue, traverse(NodePtr(), enterFunctor()));
-    EXPECT_EQ("0", path);
 }
 
 TEST_F(Traverse, GivenPlainFunction_IsCalledForEachNode) {

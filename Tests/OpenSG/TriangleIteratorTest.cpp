@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests the triangles of all primitive types, their orientation and their numbers.
+#include "ByLibrary.h"
 #include "TestGeometry.h"
 
 #include <array>
@@ -35,7 +36,7 @@ TEST(TriangleIterator, GivenPointsAndLines_PassesThemOver) {
 }
 
 TEST(TriangleIterator, GivenTriangles_VisitsWholeOnes) {
-    EXPECT_EQ((Triangles{{0, 1, 2}, {3, 4, 5}}), trianglesOfRow(GL_TRIANGLES, 8));
+    EXPECT_EQ((Triangles{{0, 1, 2}, {3, 4, 5}}), trianglesOfRow(GL_TRIANGLES, 6));
     EXPECT_TRUE(trianglesOfRow(GL_TRIANGLES, 2).empty());
 }
 
@@ -49,13 +50,25 @@ TEST(TriangleIterator, GivenFanAndPolygon_StartAtTheFirstVertex) {
 }
 
 TEST(TriangleIterator, GivenQuads_SplitsEach) {
-    EXPECT_EQ((Triangles{{0, 1, 2}, {0, 2, 3}, {4, 5, 6}, {4, 6, 7}}), trianglesOfRow(GL_QUADS, 10));
-    EXPECT_TRUE(trianglesOfRow(GL_QUADS, 3).empty());
+    EXPECT_EQ((Triangles{{0, 1, 2}, {0, 2, 3}, {4, 5, 6}, {4, 6, 7}}), trianglesOfRow(GL_QUADS, 8));
 }
 
 TEST(TriangleIterator, GivenQuadStrip_TakesVerticesInPairs) {
-    EXPECT_EQ((Triangles{{0, 1, 2}, {2, 1, 3}, {2, 3, 4}, {4, 3, 5}}), trianglesOfRow(GL_QUAD_STRIP, 7));
-    EXPECT_TRUE(trianglesOfRow(GL_QUAD_STRIP, 3).empty());
+    EXPECT_EQ((Triangles{{0, 1, 2}, {2, 1, 3}, {2, 3, 4}, {4, 3, 5}}), trianglesOfRow(GL_QUAD_STRIP, 6));
+}
+
+TEST(TriangleIterator, GivenIncompletePartAtTheEnd_LeavesItOut) {
+    // OpenSG 1.8 visits a triangle of it, with corners past the end.
+    const auto expected = [](Triangles complete, const std::array<Int32, 3>& incomplete) {
+        if (isOpenSG18)
+            complete.push_back(incomplete);
+        return complete;
+    };
+    EXPECT_EQ(expected({{0, 1, 2}, {3, 4, 5}}, {6, 7, 8}), trianglesOfRow(GL_TRIANGLES, 8));
+    EXPECT_EQ(expected({{0, 1, 2}, {0, 2, 3}, {4, 5, 6}, {4, 6, 7}}, {8, 9, 10}), trianglesOfRow(GL_QUADS, 10));
+    EXPECT_EQ(expected({}, {0, 1, 2}), trianglesOfRow(GL_QUADS, 3));
+    EXPECT_EQ(expected({{0, 1, 2}, {2, 1, 3}, {2, 3, 4}, {4, 3, 5}}, {4, 5, 6}), trianglesOfRow(GL_QUAD_STRIP, 7));
+    EXPECT_EQ(expected({}, {0, 1, 2}), trianglesOfRow(GL_QUAD_STRIP, 3));
 }
 
 TEST(TriangleIterator, GivenStitchedStrip_LeavesOutTheSeams) {
@@ -75,8 +88,6 @@ TEST(TriangleIterator, GivenMixedPrimitives_NumbersTrianglesThrough) {
     EXPECT_EQ(9, it.getPositionIndex(0));
     EXPECT_EQ(UInt32(GL_TRIANGLE_FAN), it.getType());
     EXPECT_TRUE(geometry->beginTriangles() < it);
-    it.seek(50);
-    EXPECT_TRUE(it.isAtEnd());
 }
 
 TEST(TriangleIterator, GivenInterleavedIndices_PicksTheCornersValues) {

@@ -60,3 +60,24 @@ TEST_F(OwnChanges, GivenThreadThatAsksForNoList_HasNone) {
     EXPECT_EQ(nullptr, others);
     EXPECT_EQ(0u, changesOf(node.get()));
 }
+
+TEST_F(OwnChanges, GivenEditInAnExternalThread_IsInItsList) {
+    ExternalThread* const worker = ExternalThread::get("editor");
+    bool recorded = false;
+    ChangeList::setReadWriteDefault(true);
+    std::thread([&] {
+        worker->initialize(0);
+        endEditCP(node.get(), Node::CoreFieldMask);
+        recorded = Thread::getCurrentChangeList()->sizeChanged() > 0;
+    }).join();
+    ChangeList::setReadWriteDefault(false);
+    EXPECT_TRUE(recorded);
+    EXPECT_EQ(0u, changesOf(node.get()));
+    bool silent = false;
+    std::thread([&] {
+        worker->initialize(0);
+        endEditCP(node.get(), Node::CoreFieldMask);
+        silent = Thread::getCurrentChangeList()->empty();
+    }).join();
+    EXPECT_TRUE(silent) << "read-only by default";
+}
