@@ -164,7 +164,7 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
             scene.makeMeshes(tracer->takesInstances());
             std::vector<ktWorldTransform> transforms;
             if (ktRankPool* const ranks = ktRankPool::current())
-                ranks->sendScene(scene.tracerMeshes(transforms));
+                ranks->sendScene(scene.tracerMeshes(transforms), *tracer);
             if (ktCheckpoint* const checkpoint = ktCheckpoint::current())
                 checkpoint->beginScene(scene.tracerMeshes(transforms));
             if (ktGetFitMode() == ktFitMode::Surface)
@@ -187,6 +187,8 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
             ranks->cancelScene();
         throw ktCanceled();
     }
+    if (ktRankPool* const ranks = ktRankPool::current())
+        ktWorkers::run([&] { ranks->sendStructure(*tracer); }, pump);
 }
 
 void ktSceneRaytracing::clearRun() {

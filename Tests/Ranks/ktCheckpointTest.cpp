@@ -61,7 +61,7 @@ protected:
             [&] {
                 tracer.build({view}, {});
                 if (ktRankPool* const ranks = ktRankPool::current())
-                    ranks->sendScene({view});
+                    ranks->sendScene({view}, tracer);
                 for (std::size_t loopNumber = 0; loopNumber < 2; ++loopNumber) {
                     ktBatchLoop loop;
                     loop.work.tracer = &tracer;

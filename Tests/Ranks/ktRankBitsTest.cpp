@@ -130,15 +130,20 @@ protected:
         return bits;
     }
 
-    void expectEqualBits(bool hasLights) const {
+    /// @param isOneMachine rank 0 builds the structure for all
+    void expectEqualBits(bool hasLights, bool isOneMachine = false) const {
         const ktTestLog log;
         const std::vector<std::uint32_t> alone = bake(hasLights);
         for (int size = 2; size <= 4; ++size) {
-            const ktTestRanks ranks(size);
+            ktRankPool::Limits limits = ktTestLimits();
+            limits.cores = 8; // more than those of rank 0
+            const ktTestRanks ranks(size, isOneMachine ? ktTestRanks::serveNearby : ktTestRanks::serveRank, limits);
             EXPECT_TRUE(bake(hasLights) == alone) << size << " ranks";
             std::uint64_t elsewhere = 0;
-            for (std::size_t rank = 1; rank < static_cast<std::size_t>(size); ++rank)
+            for (std::size_t rank = 1; rank < static_cast<std::size_t>(size); ++rank) {
                 elsewhere += ranks.pool->statistics()[rank].bytesReceived;
+                EXPECT_EQ(ranks.pool->statistics()[rank].structureBytes > 0, isOneMachine);
+            }
             EXPECT_GT(elsewhere, 1000u) << "bytes of results";
         }
         EXPECT_TRUE(log.lines.empty()) << log.lines.front();
@@ -152,6 +157,23 @@ protected:
 
 TEST_F(RankBits, GivenRanks_GivesBitsOfOneProcess) {
     expectEqualBits(false);
+}
+
+TEST_F(RankBits, GivenRanksOfOneMachine_CopyStructureAndGiveBitsOfOneProcess) {
+    expectEqualBits(false, true);
+}
+
+TEST(RankThreads, GivenRanksOfOneMachine_TheirThreadsCanBeBorrowedUpToItsCores) {
+    const auto borrowed = [](const ktTestRanks::Serve& serve, std::uint32_t cores) {
+        ktRankPool::Limits limits = ktTestLimits();
+        limits.cores = cores;
+        return ktTestRanks(3, serve, limits).pool->threadsToBorrow(); // each rank has two threads
+    };
+    EXPECT_EQ(borrowed(ktTestRanks::serveNearby, 100), 4u);
+    EXPECT_EQ(borrowed(ktTestRanks::serveNearby, 5), 3u);
+    EXPECT_EQ(borrowed(ktTestRanks::serveNearby, 2), 0u);
+    EXPECT_EQ(borrowed(ktTestRanks::serveNearby, 1), 0u);
+    EXPECT_EQ(borrowed(ktTestRanks::serveRank, 100), 0u) << "other machines";
 }
 
 TEST_F(RankBits, GivenRanksAndLights_GivesBitsOfOneProcess) {

@@ -74,7 +74,7 @@ std::string traceUntilFailure(ktRankPool& pool) {
     ktWorkers::run(
         [&] {
             tracer.build({view}, {});
-            pool.sendScene({view});
+            pool.sendScene({view}, tracer);
             while (reason.empty())
                 try {
                     pool.run(loop);
@@ -96,6 +96,50 @@ std::string refusalOf(const ktRankHello& hello) {
 }
 
 } // namespace
+
+TEST(RankFaults, GivenBadPieceOfStructure_RankSaysSo) {
+    for (const bool hasBegun : {false, true}) {
+        std::vector<std::unique_ptr<ktThreadTransport>> transports = ktThreadTransport::makeAll(2);
+        std::thread rank([&] { ktTestRanks::serveRank(*transports[1]); });
+        const auto sendTo = [&](ktWireWriter&& writer) { transports[0]->send(1, ktEndMessage(std::move(writer))); };
+        ktWireWriter start = ktBeginMessage(ktRankMessage::Start);
+        start.put(std::uint32_t(4));
+        sendTo(std::move(start));
+        ktWireWriter scene = ktBeginMessage(ktRankMessage::Scene);
+        scene.put(std::uint64_t(1));
+        scene.put(std::uint32_t(1)); // the structure follows
+        ktPutScene(scene, {});
+        sendTo(std::move(scene));
+        if (hasBegun) {
+            ktHemisphereTracer tracer;
+            ktTestMesh mesh;
+            mesh.addQuad({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+            tracer.build({mesh.view()}, {});
+            ktWireWriter head = ktBeginMessage(ktRankMessage::Structure);
+            head.put(std::uint64_t(1));
+            head.putArray(tracer.structureImage().head);
+            sendTo(std::move(head));
+        }
+        ktWireWriter piece = ktBeginMessage(ktRankMessage::StructurePiece);
+        piece.put(std::uint64_t(1));
+        piece.put(std::uint32_t(1));     // part
+        piece.put(std::uint64_t(~0ull)); // first byte
+        piece.putArray(std::vector<char>(64));
+        sendTo(std::move(piece));
+        std::string reason;
+        int from = 0;
+        for (std::vector<char> message; reason.empty();) {
+            if (!transports[0]->receive(from, message, std::chrono::milliseconds(5)))
+                continue;
+            ktWireReader reader(message);
+            if (reader.get<ktRankMessage>() == ktRankMessage::Failed)
+                reason = reader.getText();
+        }
+        EXPECT_THAT(reason, HasSubstr("a piece that is not of the structure"));
+        sendTo(ktBeginMessage(ktRankMessage::End));
+        rank.join();
+    }
+}
 
 TEST(RankFaults, GivenRankOfAnotherVersion_IsRefusedWithItsHost) {
     ktRankHello other = ktTestHello("elsewhere");
@@ -232,7 +276,7 @@ TEST(RankFaults, GivenCancelledLoop_NextLoopHasRanksAgain) {
             ktCancelToken::the().cancel();
     };
     ktEventPump pump;
-    ranks.pool->sendScene({});
+    ranks.pool->sendScene({}, ktHemisphereTracer());
     EXPECT_THROW(ktWorkers::run([&] { ranks.pool->run(loop); }, pump), ktCanceled);
     EXPECT_LT(finished, loop.count);
 

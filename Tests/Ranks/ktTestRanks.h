@@ -58,6 +58,8 @@ public:
     static void serveRank(ktTransport& transport) {
         serveAs(ktTestHello("host" + std::to_string(transport.rank())))(transport);
     }
+    /// On the machine of rank 0.
+    static void serveNearby(ktTransport& transport) { serveAs(ktTestHello("here"))(transport); }
     static Serve serveAs(const ktRankHello& hello) {
         return [hello](ktTransport& transport) {
             ktRankServerOptions options;

@@ -38,12 +38,15 @@ class MpiBits(unittest.TestCase):
             self.assertEqual({rank["host"] for rank in stats["ranks"]}, {HOST})
             self.assertGreater(sum(rank["vertices"] for rank in stats["ranks"]), 0, "nothing was shared")
             self.assertGreater(sum(rank["bytesSent"] for rank in stats["ranks"][1:]), 0)
+            if "embree" not in options:
+                self.assertGreater(min(rank["structureBytes"] for rank in stats["ranks"][1:]), 0, "built more than once")
 
     def test_engine(self):
-        self.expect_equal(ENGINE, *QUICK, ranks=(1, 2, 3, 4))
+        self.expect_equal(ENGINE, *QUICK, ranks=(1, 2, 3))
+        self.expect_equal(ENGINE, *QUICK, "--threads", "1", ranks=(2, 4))  # rank 0 borrows threads
 
     def test_refined_with_bounces_and_ground_plane(self):
-        self.expect_equal("car.glb", *QUICK, *REFINED, ranks=(3,))
+        self.expect_equal("car.glb", *QUICK, *REFINED, "--threads", "1", ranks=(3,))
 
     def test_values_at_vertices(self):
         self.expect_equal("car.glb", *QUICK, *REFINED, "--fit", "vertices", ranks=(2,))

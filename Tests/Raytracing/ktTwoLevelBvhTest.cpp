@@ -327,3 +327,40 @@ TEST(TwoLevelBvh, GivenStopAtAnyStep_IsEmptyAndCallsNoMore) {
         EXPECT_EQ(tracer.twoLevelBvh().view().root, 0u) << from;
     }
 }
+
+TEST(StructureCopy, GivenStructure_CopyFindsTheSameHits) {
+    Scene all, quad;
+    fillWithAll(all);
+    ktTestMesh mesh;
+    mesh.addQuad({-1, -1, 0}, {2, 0, 0}, {0, 2, 0});
+    quad.addPlain(mesh); // a tree of one leaf
+    const ktDirectionSet set = ktMakeHemisphereDirections(12, 12, 0.25f, 0.25f, 1);
+    for (const auto& meshes : {all.instanced, all.writtenOut, quad.writtenOut, std::vector<ktTracerMesh>()}) {
+        const std::vector<ktRayVertex> vertices = makeVertices(all, 5, 200);
+        auto original = std::make_unique<ktHemisphereTracer>();
+        original->build(meshes, {});
+        const std::vector<std::uint32_t> expected = answers(*original, vertices, set, {0, FLT_MAX, true});
+        ktHemisphereTracer copy;
+        copy.build(all.instanced, {}); // which beginCopy() replaces
+        const ktStructureImage image = original->structureImage();
+        const std::vector<ktStructureImage::Part> parts = copy.beginCopy(meshes, image.head);
+        ASSERT_EQ(parts.size(), image.parts.size());
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            ASSERT_EQ(parts[i].size, image.parts[i].size);
+            std::copy_n(image.parts[i].first, parts[i].size, parts[i].first);
+            std::fill_n(image.parts[i].first, parts[i].size, char(0x55)); // nothing refers to the original
+        }
+        original.reset();
+        copy.endCopy();
+        EXPECT_TRUE(answers(copy, vertices, set, {0, FLT_MAX, true}) == expected);
+    }
+}
+
+TEST(StructureCopy, GivenHeadOfAnotherTracer_ThrowsAndIsEmpty) {
+    Scene scene;
+    scene.addPlain(bumpySphere());
+    ktHemisphereTracer tracer;
+    tracer.build(scene.writtenOut, {});
+    EXPECT_THROW(tracer.beginCopy(scene.writtenOut, std::vector<char>(7)), std::invalid_argument);
+    EXPECT_EQ(tracer.wideBvh().rootRef(), 0u);
+}

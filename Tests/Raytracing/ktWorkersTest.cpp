@@ -5,6 +5,8 @@
 #include "ktParallel.h"
 #include "ktThreadCount.h"
 
+#include <tbb/task_arena.h> // before Qt, because of its macro "emit"
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -168,4 +170,18 @@ TEST(EventPump, GivenShortTime_DoesNotRunTheLoop) {
     std::this_thread::sleep_for(2 * ktEventPump::interval);
     pump.handleEventsIfDue();
     EXPECT_EQ(calls, 1);
+}
+
+TEST(Workers, GivenBorrowedThreads_UsesThemToo) {
+    const ThreadCountGuard guard(1);
+    const auto threads = [] {
+        ktEventPump pump;
+        int count = 0;
+        ktWorkers::run([&] { count = tbb::this_task_arena::max_concurrency(); }, pump);
+        return count;
+    };
+    ktWorkers::borrowThreads(2);
+    EXPECT_EQ(threads(), 3);
+    ktWorkers::borrowThreads(0);
+    EXPECT_EQ(threads(), 1);
 }

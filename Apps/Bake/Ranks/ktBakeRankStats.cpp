@@ -35,6 +35,7 @@ QJsonArray ktBakeRankStats::toJson() const {
             seconds["structure"] = end.buildSeconds - begin.buildSeconds;
             seconds["sending"] = end.sendingSeconds - begin.sendingSeconds;
             entry["seconds"] = seconds;
+            entry["structureBytes"] = static_cast<double>(end.structureBytes - begin.structureBytes);
             entry["bytesSent"] = static_cast<double>(end.bytesSent - begin.bytesSent);
             entry["bytesReceived"] = static_cast<double>(end.bytesReceived - begin.bytesReceived);
             entry["peakMemoryMiB"] = static_cast<double>(end.peakMemory_bytes) / (1 << 20);

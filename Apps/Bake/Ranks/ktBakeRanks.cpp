@@ -98,6 +98,7 @@ ktBakeRanks::~ktBakeRanks() {
 
 void ktBakeRanks::end() {
     ktRankPool::setCurrent(nullptr);
+    ktWorkers::borrowThreads(0);
     pool.reset();
 }
 
@@ -116,6 +117,7 @@ std::optional<int> ktBakeRanks::join(const ktBakeOptions& options) {
         pool = std::make_unique<ktRankPool>(std::move(transport), self);
         ktLimitTracerLanes(pool->lanes());
         ktRankPool::setCurrent(pool.get());
+        ktWorkers::borrowThreads(pool->threadsToBorrow());
         return {};
     } catch (const std::exception& error) {
         if (launcher.rank == 0)

@@ -7,9 +7,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <pthread.h>
+#include <stdexcept>
 
 #ifdef KT_HEMISPHERE_X86
 #include <cpuid.h>
@@ -196,6 +198,35 @@ bool ktHemisphereTracer::build(const std::vector<ktTracerMesh>& meshes, const Pr
     }
     hasInstances = instances;
     return hasInstances ? twoLevel.build(meshes, progress, leafKind) : bvh.build(meshes, progress, leafKind);
+}
+
+ktStructureImage ktHemisphereTracer::structureImage() {
+    const ktBvhHead head = hasInstances ? twoLevel.head() : bvh.head();
+    ktStructureImage image;
+    image.head.resize(sizeof head);
+    std::memcpy(image.head.data(), &head, sizeof head);
+    image.parts = hasInstances ? twoLevel.parts() : bvh.parts();
+    return image;
+}
+
+std::vector<ktStructureImage::Part> ktHemisphereTracer::beginCopy(const std::vector<ktTracerMesh>& meshes,
+                                                                  const std::vector<char>& head) try {
+    if (head.size() != sizeof copied)
+        throw std::invalid_argument("the structure is of another tracer");
+    std::memcpy(&copied, head.data(), sizeof copied);
+    bvh.clear();
+    twoLevel.clear();
+    hasInstances = copied.hasInstances != 0;
+    hasInstances ? twoLevel.beginCopy(meshes, copied) : bvh.beginCopy(meshes, copied);
+    return hasInstances ? twoLevel.parts() : bvh.parts();
+} catch (...) {
+    bvh.clear();
+    twoLevel.clear();
+    throw;
+}
+
+void ktHemisphereTracer::endCopy() {
+    hasInstances ? twoLevel.endCopy(copied) : bvh.endCopy(copied);
 }
 
 const ktKernelFunctions& ktHemisphereTracer::functions() const {

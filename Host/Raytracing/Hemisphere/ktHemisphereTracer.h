@@ -20,6 +20,11 @@ public:
     /// @throws std::length_error for 2^32 triangles or more, besides what ktTracer::build() says
     bool build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) override;
     bool takesInstances() const override { return true; }
+    bool copiesStructures() const override { return true; }
+    ktStructureImage structureImage() override;
+    std::vector<ktStructureImage::Part> beginCopy(const std::vector<ktTracerMesh>& meshes,
+                                                  const std::vector<char>& head) override;
+    void endCopy() override;
     std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const override;
     void countVisible(const ktRayVertex* vertices, std::uint32_t count, const ktRayLimits& limits,
                       std::uint32_t* visible, std::uint64_t* const* masks) const override;
@@ -45,4 +50,5 @@ private:
     ktWideBvh bvh;
     ktTwoLevelBvh twoLevel;
     bool hasInstances = false;
+    ktBvhHead copied; // of the original, between beginCopy() and endCopy()
 };

@@ -14,19 +14,21 @@
 
 /// What a message is: its first four bytes.
 enum class ktRankMessage : std::uint32_t {
-    Hello = 1,  ///< to 0: ktRankHello
-    Built,      ///< to 0: the structure of a scene is built; its generation
-    Done,       ///< to 0: results of a block
-    Beat,       ///< to 0: ktRankBeat; from 0: nothing. "I am alive."
-    Failed,     ///< to 0: the reason
-    Start,      ///< from 0: the lanes that the tracer uses
-    Scene,      ///< from 0: generation, meshes
-    Directions, ///< from 0: a direction set
-    Light,      ///< from 0: a snapshot of reflected light
-    Begin,      ///< from 0: generation, how a loop is traced
-    Block,      ///< from 0: vertices to trace
-    Cancel,     ///< from 0: what belongs to this generation or an earlier one is of no use any more
-    End,        ///< from 0: nothing follows
+    Hello = 1,      ///< to 0: ktRankHello
+    Built,          ///< to 0: the structure of a scene is built; its generation
+    Done,           ///< to 0: results of a block
+    Beat,           ///< to 0: ktRankBeat; from 0: nothing. "I am alive."
+    Failed,         ///< to 0: the reason
+    Start,          ///< from 0: the lanes that the tracer uses
+    Scene,          ///< from 0: generation, whether the structure follows, meshes
+    Structure,      ///< from 0: generation, head of the structure
+    StructurePiece, ///< from 0: generation, part, first byte, bytes
+    Directions,     ///< from 0: a direction set
+    Light,          ///< from 0: a snapshot of reflected light
+    Begin,          ///< from 0: generation, how a loop is traced
+    Block,          ///< from 0: vertices to trace
+    Cancel,         ///< from 0: what belongs to this generation or an earlier one is of no use any more
+    End,            ///< from 0: nothing follows
 };
 
 /// What a rank says of itself when it begins.

@@ -4,12 +4,13 @@
 
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
+#include "ktRankPeer.h"
+#include "ktTBBInit.h"
 #include "ktThreadCount.h"
 
 #include <algorithm>
 #include <deque>
 #include <iterator>
-#include <map>
 
 namespace {
 
@@ -36,20 +37,6 @@ private:
 };
 
 } // namespace
-
-struct ktRankPool::Peer {
-    int rank = 0;
-    bool hasMet = false;
-    std::uint64_t builtGeneration = 0;           // of the scene whose structure it has
-    std::uint64_t begun = 0;                     // generation of the loop that it knows
-    std::set<std::uint64_t> directions;          // numbers of those that it has
-    std::map<std::uint32_t, ktRankBlock> blocks; // handed out
-    std::size_t storing = 0;                     // blocks whose results are being stored
-    Clock::time_point lastHeard, lastProgress;
-    std::uint64_t process = 0;
-    std::uint64_t fingerprints[3] = {0, 0, 0};
-    ktRankStatistics statistics;
-};
 
 struct ktRankPool::Loop {
     const ktBatchLoop* work = nullptr;
@@ -148,7 +135,7 @@ void ktRankPool::meetAll(const ktRankHello& hello) {
     start(hello);
 }
 
-// Chooses the widest vector instructions with which all ranks find the same bits.
+// Chooses the widest vector instructions with which all ranks find the same bits, and counts the threads nearby.
 void ktRankPool::start(const ktRankHello& hello) {
     bool isEqual[3] = {true, true, true};
     for (int width = 0; width < 3; ++width)
@@ -164,6 +151,15 @@ void ktRankPool::start(const ktRankHello& hello) {
                                  ": their processors or mathematical libraries differ too much");
     }
     commonLanes = isEqual[2] ? 16 : isEqual[1] ? 8 : 4;
+    std::uint32_t nearby = 0;
+    isOneMachine = true;
+    for (const auto& peer : peers) {
+        const bool isNearby = peer->statistics.host == hello.host;
+        nearby += isNearby ? peer->statistics.threads : 0;
+        isOneMachine = isOneMachine && isNearby;
+    }
+    const std::uint32_t cores = limits.cores != 0 ? limits.cores : ktTBBInit::the()->getNumLogicalCores();
+    borrowedThreads = std::min(nearby, cores - std::min(cores, hello.threads));
     ktWireWriter writer = ktBeginMessage(ktRankMessage::Start);
     writer.put(commonLanes);
     const ktMessageBytes message = ktEndMessage(std::move(writer));
@@ -407,12 +403,6 @@ bool ktRankPool::take(Peer& peer, ktRankBlock& block, std::uint32_t most) {
 }
 
 // The mutex is locked for the functions below.
-void ktRankPool::sendToAll(const ktMessageBytes& message) {
-    for (const auto& peer : peers)
-        peer->statistics.bytesSent += message->size();
-    transport->broadcast(message);
-}
-
 void ktRankPool::sendDirections(Peer& peer, const ktPreparedDirections& directions) {
     if (!peer.directions.insert(directions.number).second)
         return;
@@ -477,33 +467,6 @@ void ktRankPool::handOut(Peer& peer, std::uint32_t most) {
             of->error = error;
         changed.notify_all();
     }
-}
-
-void ktRankPool::sendScene(const std::vector<ktTracerMesh>& meshes) {
-    std::uint64_t sent = 0;
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        sent = sceneGeneration = ++generation;
-        lightVersion = 0;
-        for (const auto& peer : peers)
-            peer->directions.clear();
-    }
-    ktWireWriter writer = ktBeginMessage(ktRankMessage::Scene);
-    writer.put(sent);
-    ktPutScene(writer, meshes);
-    const ktMessageBytes message = ktEndMessage(std::move(writer));
-    const std::lock_guard<std::mutex> lock(mutex);
-    sendToAll(message);
-}
-
-void ktRankPool::cancelScene() {
-    const std::lock_guard<std::mutex> lock(mutex);
-    sceneGeneration = 0;
-    ktWireWriter writer = ktBeginMessage(ktRankMessage::Cancel);
-    writer.put(++generation);
-    const ktMessageBytes message = ktEndMessage(std::move(writer));
-    for (const auto& peer : peers)
-        send(*peer, message);
 }
 
 void ktRankPool::traceHere(Loop& joined) {

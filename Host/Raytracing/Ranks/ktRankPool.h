@@ -23,7 +23,10 @@ struct ktRankStatistics {
     std::string host;
     std::uint32_t threads = 0;
     std::uint64_t vertices = 0; ///< and points that it traced
-    double buildSeconds = 0, tracingSeconds = 0, waitingSeconds = 0;
+    /// The structure: seconds to build it, or to copy that of rank 0.
+    double buildSeconds = 0;
+    std::uint64_t structureBytes = 0; ///< that it copied; 0: it built the structure
+    double tracingSeconds = 0, waitingSeconds = 0;
     double sendingSeconds = 0;                      ///< that rank 0 took to make and read its messages
     std::uint64_t peakMemory_bytes = 0;             ///< of the process; rank 0: unknown
     std::uint64_t bytesSent = 0, bytesReceived = 0; ///< by rank 0, to and from it
@@ -38,6 +41,7 @@ public:
         std::chrono::milliseconds silence{20'000};   ///< a rank without a sign of life for so long is lost
         std::chrono::milliseconds progress{600'000}; ///< and one that has work and finishes no batch
         std::uint64_t leastRays = 1 << 16;           ///< for each thread of rank 0; smaller loops are not shared
+        std::uint32_t cores = 0;                     ///< that rank 0 may use; 0: as the system says
     };
 
     /// Waits until all ranks have said hello. @param transport_ not null; this is its rank 0
@@ -54,8 +58,17 @@ public:
     /// The lanes that all tracers must use: the most with which all ranks find the same bits. 4, 8 or 16.
     std::uint32_t lanes() const { return commonLanes; }
 
-    /// Sends the scene to all ranks, which build its structure meanwhile. Worker thread, outside of run().
-    void sendScene(const std::vector<ktTracerMesh>& meshes);
+    /// Threads of other ranks on this machine that work of rank 0 may use outside of run(), because those ranks wait
+    /// then. No more than this process has further cores.
+    std::uint32_t threadsToBorrow() const { return borrowedThreads; }
+
+    /// Sends the scene to all ranks. With threads to borrow, or on one machine, rank 0 builds the structure for all and
+    /// sends it with sendStructure(); otherwise all ranks build it. Worker thread, outside of run().
+    /// @param tracer of this process
+    void sendScene(const std::vector<ktTracerMesh>& meshes, const ktTracer& tracer);
+    /// Sends the structure of the scene that was sent last, unless the ranks build it. Returns when nearly all is sent.
+    /// Worker thread, outside of run(). @throws ktCanceled
+    void sendStructure(ktTracer& tracer);
     /// The scene is of no use any more: the ranks stop to build its structure, and later loops run here only. Any
     /// thread, outside of run().
     void cancelScene();
@@ -104,6 +117,9 @@ private:
     const Limits limits;
     std::uint32_t ownThreads = 1;
     std::uint32_t commonLanes = 16;
+    std::uint32_t borrowedThreads = 0;
+    bool isOneMachine = false;
+    bool sendsStructure = false;              // of the scene
     std::vector<std::unique_ptr<Peer>> peers; // by rank - 1
     ktRankStatistics self;
     mutable std::mutex mutex; // for all below and the peers

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstring>
 #include <deque>
 #include <exception>
 #include <mutex>
@@ -150,7 +151,13 @@ private:
             throw ktBadMessage("rank 0 sent work before the start");
         switch (kind) {
         case ktRankMessage::Scene:
-            build(reader);
+            readScene(reader);
+            return;
+        case ktRankMessage::Structure:
+            beginCopy(reader);
+            return;
+        case ktRankMessage::StructurePiece:
+            addPiece(reader);
             return;
         case ktRankMessage::Directions:
             waitUntilIdle();
@@ -191,34 +198,85 @@ private:
         changed.notify_all();
     }
 
-    void build(ktWireReader& reader) {
+    void readScene(ktWireReader& reader) {
         waitUntilIdle();
         const auto generation = reader.get<std::uint64_t>();
+        const bool isCopied = reader.get<std::uint32_t>() != 0;
         loop.reset();
         light.reset();
         directions.clear();
         tracer->build({}, {});
+        copyParts.clear();
         scene = ktRankScene();
         ktGetScene(reader, scene);
         if (generation > canceledGeneration)
             options.setCanceled(false);
+        if (isCopied)
+            return;
         const Clock::time_point begin = Clock::now();
+        bool isBuilt = false;
+        const auto goesOn = [&](float) { return !hasEnded && !isRankZeroLost && canceledGeneration < generation; };
+        work([&] { isBuilt = tracer->build(scene.meshes, goesOn); });
+        if (isBuilt)
+            sayBuilt(generation, secondsSince(begin));
+    }
+
+    // Uses all threads. Receives messages meanwhile.
+    void work(const std::function<void()>& action) {
         transport.setWaiting(false);
         ktEventPump pump([this] {
             std::vector<char> message;
             while (receive(message, std::chrono::milliseconds(0)))
                 deferred.push_back(std::move(message));
         });
-        bool isBuilt = false;
-        const auto goesOn = [&](float) { return !hasEnded && !isRankZeroLost && canceledGeneration < generation; };
-        ktWorkers::run([&] { isBuilt = tracer->build(scene.meshes, goesOn); }, pump);
+        ktWorkers::run(action, pump);
         transport.setWaiting(true);
+    }
+
+    void beginCopy(ktWireReader& reader) {
+        const auto generation = reader.get<std::uint64_t>();
+        const std::vector<char> head = reader.getArray<char>();
+        reader.end();
+        if (generation <= canceledGeneration)
+            return;
+        copyBegun = Clock::now();
+        copyParts = tracer->beginCopy(scene.meshes, head);
+        copyBytesLeft = 0;
+        for (const ktStructureImage::Part& part : copyParts)
+            copyBytesLeft += part.size;
+        if (copyBytesLeft == 0)
+            endCopy(generation);
+    }
+
+    void addPiece(ktWireReader& reader) {
+        const auto generation = reader.get<std::uint64_t>();
+        if (generation <= canceledGeneration)
+            return;
+        const auto part = reader.get<std::uint32_t>();
+        const auto begin = reader.get<std::uint64_t>();
+        const auto size = reader.get<std::uint64_t>();
+        const char* const bytes = reader.getBytes(size);
+        reader.end();
+        if (part >= copyParts.size() || begin > copyParts[part].size || size > copyParts[part].size - begin ||
+            size > copyBytesLeft)
+            throw ktBadMessage("a piece that is not of the structure");
+        std::memcpy(copyParts[part].first + begin, bytes, size);
+        copyBytesLeft -= size;
+        if (copyBytesLeft == 0)
+            endCopy(generation);
+    }
+
+    void endCopy(std::uint64_t generation) {
+        copyParts.clear();
+        work([this] { tracer->endCopy(); });
+        sayBuilt(generation, secondsSince(copyBegun));
+    }
+
+    void sayBuilt(std::uint64_t generation, double seconds) {
         {
             const std::lock_guard<std::mutex> lock(mutex);
-            done.buildSeconds += secondsSince(begin);
+            done.buildSeconds += seconds;
         }
-        if (!isBuilt)
-            return;
         ktWireWriter writer = ktBeginMessage(ktRankMessage::Built);
         writer.put(generation);
         transport.send(0, ktEndMessage(std::move(writer)));
@@ -285,6 +343,9 @@ private:
     std::unique_ptr<ktRankLight> light;
     std::unique_ptr<ktRankLoop> loop;
     // Of the thread that receives.
+    std::vector<ktStructureImage::Part> copyParts; // of the structure that it copies
+    std::uint64_t copyBytesLeft = 0;
+    Clock::time_point copyBegun;
     std::deque<std::vector<char>> deferred; // received while a structure was built
     std::atomic<std::uint64_t> canceledGeneration{0};
     std::atomic<bool> hasEnded{false}, isRankZeroLost{false};

@@ -21,6 +21,8 @@ namespace {
 // A process that was forked from one with worker threads has none, and TBB does not notice.
 std::atomic<bool> hasLostWorkers{false};
 
+std::atomic<unsigned int> borrowedThreads{0};
+
 // Counts running work. Its destructor, at the exit of the process, waits until all work has ended: the libraries that
 // the work uses are still loaded then.
 class RunningWork {
@@ -95,7 +97,7 @@ public:
 private:
     void lead() {
         try {
-            const int threads = static_cast<int>(ktThreadCount::get());
+            const int threads = static_cast<int>(ktThreadCount::get() + borrowedThreads);
             // TBB starts no more workers than cores unless this limit is higher.
             const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                                             static_cast<std::size_t>(threads));
@@ -140,6 +142,10 @@ bool ktWorkers::wait(ktEventPump& pump, const std::function<bool()>& giveUp) {
 void ktWorkers::waitForEnd() noexcept {
     while (!leader->waitForEnd()) {
     }
+}
+
+void ktWorkers::borrowThreads(unsigned int count) noexcept {
+    borrowedThreads = count;
 }
 
 void ktWorkers::run(const std::function<void()>& work, ktEventPump& pump) {

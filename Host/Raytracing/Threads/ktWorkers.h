@@ -27,6 +27,10 @@ public:
     /// Waits for the end of the work without handling events. wait() still throws what the work threw.
     void waitForEnd() noexcept;
 
+    /// Lets work that starts from now on use so many threads besides those of ktThreadCount: those of other processes
+    /// on this machine, which wait for this one meanwhile. 0 is the default. Thread-safe.
+    static void borrowThreads(unsigned int count) noexcept;
+
     /// Starts the work and waits for its end. @throws as wait(); even then the work has ended
     static void run(const std::function<void()>& work, ktEventPump& pump);
 

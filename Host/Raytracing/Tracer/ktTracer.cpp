@@ -3,6 +3,7 @@
 #include "ktTracer.h"
 
 #include <atomic>
+#include <stdexcept>
 
 namespace {
 
@@ -64,4 +65,8 @@ void ktTracer::findNearest(const ktRayVertex* vertices, std::uint32_t count, con
             receiver.hits(v, tile, hits);
         }
     }
+}
+
+std::vector<ktStructureImage::Part> ktTracer::beginCopy(const std::vector<ktTracerMesh>&, const std::vector<char>&) {
+    throw std::logic_error("this tracer does not copy structures");
 }

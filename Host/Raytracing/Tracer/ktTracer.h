@@ -4,6 +4,7 @@
 #include "ktDirectionSet.h"
 #include "ktRayPacket.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -45,6 +46,16 @@ struct ktRayVertex {
     const ktPreparedDirections* directions;    ///< from this tracer's prepareDirections()
 };
 
+/// A structure as plain memory, to copy it to a tracer of the same kind in another process of the same program.
+struct ktStructureImage {
+    struct Part {
+        char* first;
+        std::size_t size; ///< bytes
+    };
+    std::vector<char> head;  ///< what beginCopy() must know; empty if the tracer does not copy structures
+    std::vector<Part> parts; ///< belong to the tracer; valid until the next build()
+};
+
 /// Receives the nearest hits of the rays of a vertex, one tile of directions at a time, in ascending order.
 class ktHitReceiver {
 public:
@@ -73,6 +84,20 @@ public:
 
     /// Whether meshes may be instances (ktTracerMesh::toWorld).
     virtual bool takesInstances() const { return false; }
+
+    /// Whether the three functions below copy structures.
+    virtual bool copiesStructures() const { return false; }
+    /// The structure that was built last. The caller only reads it.
+    virtual ktStructureImage structureImage() { return {}; }
+    /// Replaces the acceleration structure by memory for a copy of another tracer's. The caller fills it and then calls
+    /// endCopy(); no ray may be traced before.
+    /// @param meshes equal to those that the structure was built for; only their sizes are read
+    /// @param head   of the image of the other tracer
+    /// @return the parts of the image, to be filled
+    /// @throws std::exception if memory runs out or `head` is not of this kind of tracer: the tracer is then empty
+    virtual std::vector<ktStructureImage::Part> beginCopy(const std::vector<ktTracerMesh>& meshes,
+                                                          const std::vector<char>& head);
+    virtual void endCopy() {}
 
     /// Prepares a direction set for this tracer. Works before, during and after build(). Stays valid after a build().
     virtual std::unique_ptr<ktPreparedDirections> prepareDirections(const ktDirectionSet& set) const;

@@ -4,6 +4,7 @@
 
 #include "ktBinaryBvh.h"
 #include "ktBvhReinsertion.h"
+#include "ktParallel.h"
 #include "ktPreSplit.h"
 #include "ktTriangleBoxes.h"
 #include "ktTriangleCorners.h"
@@ -107,4 +108,46 @@ bool ktWideBvh::build(const std::vector<ktTracerMesh>& meshes, const ktTracer::P
 } catch (...) {
     clear();
     throw;
+}
+
+ktBvhHead ktWideBvh::head() const {
+    ktBvhHead head;
+    head.root = arrays.root;
+    head.levels = arrays.levels;
+    head.count[0] = arrays.nodes.size();
+    head.count[1] = arrays.cacheLines.size();
+    head.address[0] = reinterpret_cast<std::uintptr_t>(arrays.nodes.data());
+    head.address[1] = reinterpret_cast<std::uintptr_t>(arrays.cacheLines.data());
+    return head;
+}
+
+std::vector<ktStructureImage::Part> ktWideBvh::parts() {
+    return {{reinterpret_cast<char*>(arrays.nodes.data()), arrays.nodes.size() * sizeof(ktWideBvhNode)},
+            {reinterpret_cast<char*>(arrays.cacheLines.data()), arrays.cacheLines.size() * sizeof(ktCacheLine)}};
+}
+
+void ktWideBvh::beginCopy(const std::vector<ktTracerMesh>& meshes, const ktBvhHead& original) {
+    clear();
+    numbers.assign(meshes);
+    arrays.nodes.resize(original.count[0]);
+    arrays.cacheLines.resize(original.count[1]);
+}
+
+// The nodes hold addresses of the original.
+void ktWideBvh::endCopy(const ktBvhHead& original) {
+    const ktBvhHead own = head();
+    const std::uint64_t nodeBytes = original.count[0] * sizeof(ktWideBvhNode);
+    const auto moved = [&](ktWideBvhRef ref) -> ktWideBvhRef {
+        if (!ref)
+            return 0;
+        const std::size_t array = ref - original.address[0] < nodeBytes ? 0 : 1;
+        return ref - original.address[array] + own.address[array];
+    };
+    ktParallel::forRange(arrays.nodes.size(), 1 << 12, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i)
+            for (ktWideBvhRef& child : arrays.nodes[i].child)
+                child = moved(child);
+    });
+    arrays.root = moved(original.root);
+    arrays.levels = static_cast<std::uint32_t>(original.levels);
 }

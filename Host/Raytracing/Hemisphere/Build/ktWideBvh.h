@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktBuildProgress.h"
+#include "ktBvhHead.h"
 #include "ktLeafWriter.h"
 #include "ktTracer.h"
 #include "ktTriangleNumbers.h"
@@ -38,6 +39,15 @@ public:
 
     /// Removes everything and frees the memory.
     void clear();
+
+    /// @name Copying a tree, as ktTracer::beginCopy() says.
+    /// @{
+    ktBvhHead head() const;
+    /// The memory of the two arrays.
+    std::vector<ktStructureImage::Part> parts();
+    void beginCopy(const std::vector<ktTracerMesh>& meshes, const ktBvhHead& original);
+    void endCopy(const ktBvhHead& original);
+    /// @}
 
     /// The root, where all rays start; 0 if there are no triangles. Valid until the next build.
     ktWideBvhRef rootRef() const { return arrays.root; }

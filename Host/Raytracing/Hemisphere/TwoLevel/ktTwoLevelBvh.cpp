@@ -152,7 +152,7 @@ private:
         if (uses.size() > ktTwoLevelLayout::maxInstances)
             throw std::length_error("the scene has " + std::to_string(uses.size()) + " instances; at most " +
                                     std::to_string(ktTwoLevelLayout::maxInstances) + " can be traced");
-        bvh.parts = trees.size() - 1;
+        bvh.countOfParts = trees.size() - 1;
         for (Tree& tree : trees)
             tree.numbers.assign(tree.meshes);
         for (std::size_t m = 0; m < trees[0].idOffsets.size(); ++m)
@@ -300,7 +300,7 @@ void ktTwoLevelBvh::clear() {
     instances = decltype(instances)();
     root = 0;
     levels = 0;
-    parts = 0;
+    countOfParts = 0;
 }
 
 ktBvhView ktTwoLevelBvh::view() const {
@@ -309,4 +309,34 @@ ktBvhView ktTwoLevelBvh::view() const {
 
 std::size_t ktTwoLevelBvh::memory() const {
     return nodeMemory() + instances.capacity() * sizeof(ktBvhInstance) + numbers.memory();
+}
+
+ktBvhHead ktTwoLevelBvh::head() const {
+    ktBvhHead head;
+    head.hasInstances = 1;
+    head.root = root;
+    head.levels = levels;
+    head.parts = countOfParts;
+    head.count[0] = lines.size();
+    head.count[1] = instances.size();
+    return head;
+}
+
+std::vector<ktStructureImage::Part> ktTwoLevelBvh::parts() {
+    return {{reinterpret_cast<char*>(lines.data()), lines.size() * sizeof(ktCacheLine)},
+            {reinterpret_cast<char*>(instances.data()), instances.size() * sizeof(ktBvhInstance)}};
+}
+
+void ktTwoLevelBvh::beginCopy(const std::vector<ktTracerMesh>& meshes, const ktBvhHead& original) {
+    clear();
+    numbers.assign(meshes);
+    lines.resize(original.count[0]);
+    instances.resize(original.count[1]);
+}
+
+// References are places in the memory, so they stay as they are.
+void ktTwoLevelBvh::endCopy(const ktBvhHead& original) {
+    root = original.root;
+    levels = static_cast<std::uint32_t>(original.levels);
+    countOfParts = original.parts;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktBvhHead.h"
 #include "ktLargeArray.h"
 #include "ktLeafWriter.h"
 #include "ktTracer.h"
@@ -25,6 +26,14 @@ public:
     /// Removes everything and frees the memory.
     void clear();
 
+    /// @name Copying a BVH, as ktWideBvh does.
+    /// @{
+    ktBvhHead head() const;
+    std::vector<ktStructureImage::Part> parts();
+    void beginCopy(const std::vector<ktTracerMesh>& meshes, const ktBvhHead& original);
+    void endCopy(const ktBvhHead& original);
+    /// @}
+
     /// For the kernels; valid until the next build().
     ktBvhView view() const;
     const ktTriangleNumbers& triangleNumbers() const { return numbers; }
@@ -35,7 +44,7 @@ public:
     /// Levels of nodes from the root to the deepest leaf.
     std::uint32_t depth() const { return levels; }
     /// Number of parts with instances.
-    std::size_t partCount() const { return parts; }
+    std::size_t partCount() const { return countOfParts; }
 
 private:
     class Builder;
@@ -45,5 +54,5 @@ private:
     std::vector<ktBvhInstance> instances;
     ktWideBvhRef root = 0;
     std::uint32_t levels = 0;
-    std::size_t parts = 0;
+    std::size_t countOfParts = 0;
 };
