@@ -6,15 +6,17 @@
     ktSimulateRanks.py two.json --ranks 1 2 8 64 512
 
 Each simulated rank has the threads and the speed of the measured ones. Loops are simulated block by block, with the rules of
-ktRankPool: what rank 0 hands out, what travels, what it stores. The rest is taken as measured: reading, the fit and all else
-between the loops run on rank 0 alone; each rank builds the structure. --latency, --bandwidth and --poll describe the network.
+ktRankPool: what rank 0 hands out, what travels, what it stores. Reading, the fit and all else between the loops run on rank 0.
+--per-machine ranks share a machine: then rank 0 builds the structure for all and sends it, and borrows their threads for it
+and for the share --parallel of its other work. With one rank per machine, each builds the structure. --latency, --bandwidth and
+--poll describe the network.
 --compare FILE... prints measured bakes of other numbers of ranks beside the simulation. With more ranks than cores, only
 their processor time can be compared.
 
 If the statistics come from a busy machine, their times are too long, but numbers of loops, rays and bytes hold: --ray-ns,
 --dispatch-ns, --build-s and --serial-s replace the times.
 
-What-if options: --relay no sends the scene to one rank after the other; --divide-build shares the build; --one-loop traces
+What-if options: --relay no sends the scene to one rank after the other; --one-loop traces
 all geometries of a pass in one loop; --least-rays is the smallest block of a thread."""
 
 import argparse
@@ -47,15 +49,26 @@ class Network:
 class Scene:
     """What was measured. Times of loops are for one thread."""
 
-    def __init__(self, threads, seconds_per_ray, dispatch_per_ray, bytes_per_ray, loops, serial, build, sizes):
+    def __init__(self, threads, seconds_per_ray, dispatch_per_ray, bytes_per_ray, loops, serial, build, sizes,
+                 structure_size=0, parallel=0.0, lent=1):
         self.threads = threads                    # of each rank
         self.seconds_per_ray = seconds_per_ray
         self.dispatch_per_ray = dispatch_per_ray  # seconds of rank 0 to make and store blocks of others
         self.bytes_per_ray = bytes_per_ray
         self.loops = loops                        # rays of each
-        self.serial = serial                      # seconds on rank 0 between loops, with reading and writing
-        self.build = build                        # seconds of the structure on one rank
+        self.serial = serial                      # seconds of rank 0 between loops, with reading and writing
+        self.parallel = parallel                  # share of them in which borrowed threads help
+        self.lent = lent                          # ranks whose threads made `serial`
+        self.build = build                        # seconds of the structure with the threads of one rank
+        self.structure_size = structure_size      # bytes
         self.sizes = sizes                        # bytes of the messages to all: scene, light of each bounce
+
+    def builds_once(self, ranks, per_machine):
+        return min(ranks, per_machine) > 1 and self.structure_size > 0
+
+    def serial_seconds(self, sharing):
+        """Of rank 0 between the loops, with the threads of so many ranks."""
+        return self.serial * (1 - self.parallel + self.parallel / sharing) / (1 - self.parallel + self.parallel / self.lent)
 
     def is_shared(self, rays):
         """Whether a loop is shared if there are other ranks."""
@@ -75,15 +88,18 @@ class Scene:
         in_loops = (ranks[0]["seconds"]["tracing"] + ranks[0]["seconds"]["waiting"]) / threads
         small = sum(loop for loop in loops if loop < LEAST_LOOP * threads)
         per_ray = sum(rank["seconds"]["tracing"] for rank in ranks) / max(rays - small, 1)
-        build = ranks[1]["seconds"]["structure"]
+        # Copied structures were built with the threads of all these ranks.
+        copied = ranks[1].get("structureBytes", 0)
+        lent = len(ranks) if copied else 1
+        build = seconds["structure"] * lent if copied else ranks[1]["seconds"]["structure"]
         others = ("read", "write") if whole else ()
         serial = seconds["tracing"] + seconds["storing"] + sum(seconds[name] for name in others) - in_loops
-        serial += max(0.0, seconds["structure"] - build) - small * per_ray / threads
+        serial += (0.0 if copied else max(0.0, seconds["structure"] - build)) - small * per_ray / threads / lent
         remote = max(ranks[1]["vertices"] * rays / vertices, 1)
         sizes = [12 * (stats["occludingTriangles"] + stats["sceneVertices"])] + [12 * stats["sceneVertices"]] * bounces
-        carried = ranks[1]["bytesSent"] + ranks[1]["bytesReceived"] - sum(sizes)
+        carried = ranks[1]["bytesSent"] + ranks[1]["bytesReceived"] - sum(sizes) - copied
         return Scene(threads, per_ray, ranks[1]["seconds"]["sending"] / remote, max(carried, 0) / remote, loops,
-                     max(serial, 0.0), build, sizes)
+                     max(serial, 0.0), build, sizes, copied, lent=lent)
 
 
 def block_size(rest, threads, all_threads, least):
@@ -145,8 +161,13 @@ def loop_seconds(rays, ranks, scene, network, least_rays=1 << 15):
     return end
 
 
-def simulate(scene, ranks, network, least_rays=1 << 15, is_relayed=True, divides_build=False, is_one_loop=False):
+def simulate(scene, ranks, network, least_rays=1 << 15, is_relayed=True, per_machine=1, is_one_loop=False):
     """Seconds of a bake, by what they are spent on."""
+    sharing = min(ranks, per_machine)  # ranks on the machine of rank 0
+    sizes, build = list(scene.sizes), scene.build
+    if scene.builds_once(ranks, per_machine):
+        sizes.append(scene.structure_size)
+        build /= sharing
     loops = scene.loops
     if is_one_loop:
         loops = [sum(loops)]
@@ -158,9 +179,9 @@ def simulate(scene, ranks, network, least_rays=1 << 15, is_relayed=True, divides
     thread_seconds = sum(loops) * scene.seconds_per_ray / scene.threads
     alone = sum(known[loop] for loop in loops if loop > 0 and not scene.is_shared(loop)) if ranks > 1 else 0.0
     ideal = (thread_seconds - alone) / ranks
-    return {"serial": scene.serial, "build": scene.build / (ranks if divides_build else 1),
-            "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in scene.sizes),
-            "tracing": ideal, "small loops": alone, "loops' ends": max(0.0, in_loops - ideal - alone)}
+    return {"serial": scene.serial_seconds(sharing), "build": build,
+            "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in sizes),
+            "tracing": ideal, "small loops": alone / sharing, "loops' ends": max(0.0, in_loops - ideal - alone)}
 
 
 def efficiency(scene, ranks, network, **what_if):
@@ -168,11 +189,12 @@ def efficiency(scene, ranks, network, **what_if):
     return alone / (ranks * sum(simulate(scene, ranks, network, **what_if).values()))
 
 
-def processor_seconds(scene, ranks):
+def processor_seconds(scene, ranks, per_machine=1):
     """Of all ranks together: the calculation without waiting."""
     rays = sum(scene.loops)
     remote = sum(loop for loop in scene.loops if scene.is_shared(loop)) * (ranks - 1) / ranks
-    return scene.serial + (ranks * scene.build + rays * scene.seconds_per_ray) + remote * scene.dispatch_per_ray
+    builds = 1 if scene.builds_once(ranks, per_machine) else ranks
+    return scene.serial + (builds * scene.build + rays * scene.seconds_per_ray) + remote * scene.dispatch_per_ray
 
 
 def measured_processor_seconds(stats):
@@ -181,7 +203,7 @@ def measured_processor_seconds(stats):
         return stats["threads"] * sum(stats["seconds"][part] for part in ("structure", "tracing", "storing"))
     scene = Scene.from_stats(stats, False)
     ranks = stats["ranks"]
-    build = sum(rank["seconds"].get("structure", ranks[1]["seconds"]["structure"]) for rank in ranks)
+    build = scene.build if scene.structure_size > 0 else ranks[1]["seconds"]["structure"] * len(ranks)
     sending = sum(rank["seconds"].get("sending", 0) for rank in ranks)
     return scene.serial + build + sum(rank["seconds"]["tracing"] for rank in ranks) + sending
 
@@ -195,11 +217,13 @@ def main():
     parser.add_argument("--poll", type=float, default=100, help="microseconds until a rank sees a message; default 100")
     parser.add_argument("--ray-ns", type=float, help="nanoseconds of a thread per ray")
     parser.add_argument("--dispatch-ns", type=float, help="nanoseconds of rank 0 per ray that another rank traces")
-    parser.add_argument("--build-s", type=float, help="seconds of the structure on one rank")
-    parser.add_argument("--serial-s", type=float, help="seconds of rank 0 alone")
+    parser.add_argument("--build-s", type=float, help="seconds of the structure with the threads of one rank")
+    parser.add_argument("--structure-mb", type=float, help="megabytes of the structure")
+    parser.add_argument("--serial-s", type=float, help="seconds of rank 0 between the loops, with the threads of one rank")
+    parser.add_argument("--parallel", type=float, default=0.0, help="share of them in which borrowed threads help; default 0")
+    parser.add_argument("--per-machine", type=int, default=1, help="ranks on each machine; default 1")
     parser.add_argument("--whole", action="store_true", help="with reading and writing")
     parser.add_argument("--relay", choices=("yes", "no"), default="yes")
-    parser.add_argument("--divide-build", action="store_true")
     parser.add_argument("--one-loop", action="store_true")
     parser.add_argument("--least-rays", type=int, default=1 << 15)
     parser.add_argument("--compare", nargs="*", default=[], help="--stats of other bakes of the same scene")
@@ -208,11 +232,14 @@ def main():
     with open(arguments.stats) as opened:
         scene = Scene.from_stats(json.load(opened), arguments.whole)
     for value, name, unit in ((arguments.ray_ns, "seconds_per_ray", 1e-9), (arguments.dispatch_ns, "dispatch_per_ray", 1e-9),
-                              (arguments.build_s, "build", 1), (arguments.serial_s, "serial", 1)):
+                              (arguments.build_s, "build", 1), (arguments.serial_s, "serial", 1),
+                              (arguments.parallel, "parallel", 1), (arguments.structure_mb, "structure_size", 1e6)):
         if value is not None:
             setattr(scene, name, value * unit)
+    if arguments.serial_s is not None:
+        scene.lent = 1
     what_if = {"least_rays": arguments.least_rays, "is_relayed": arguments.relay == "yes",
-               "divides_build": arguments.divide_build, "is_one_loop": arguments.one_loop}
+               "per_machine": arguments.per_machine, "is_one_loop": arguments.one_loop}
     print("%d threads a rank; %d loops, %d of them shared; %.1f ns and %.3f bytes per ray, %.2f ns of rank 0 for a ray elsewhere" % (
         scene.threads, len(scene.loops), sum(map(scene.is_shared, scene.loops)), scene.seconds_per_ray * 1e9,
         scene.bytes_per_ray, scene.dispatch_per_ray * 1e9))
@@ -228,9 +255,9 @@ def main():
             stats = json.load(opened)
         ranks = len(stats.get("ranks", [0]))
         clock = sum(stats["seconds"][part] for part in ("structure", "tracing", "storing"))
-        simulated = sum(simulate(scene, ranks, network).values()) if not arguments.whole else float("nan")
+        simulated = sum(simulate(scene, ranks, network, per_machine=ranks).values()) if not arguments.whole else float("nan")
         print("%s: %d ranks; seconds %.2f measured, %.2f simulated; of the processors %.2f measured, %.2f simulated" % (
-            file, ranks, clock, simulated, measured_processor_seconds(stats), processor_seconds(scene, ranks)))
+            file, ranks, clock, simulated, measured_processor_seconds(stats), processor_seconds(scene, ranks, ranks)))
 
 
 if __name__ == "__main__":

@@ -37,6 +37,20 @@ class Simulation(unittest.TestCase):
             expected = (5000 + 50000) / (ranks * (5000 + 50000 / ranks))
             self.assertAlmostEqual(efficiency(whole, ranks, FAST), expected, delta=0.005)
 
+    def test_ranks_of_a_machine_build_once_and_lend_threads(self):
+        whole = scene([batches(1000)], serial=30, build=20)
+        whole.structure_size, whole.parallel = 1000, 0.5
+        network = Network(latency=0, bandwidth=100, poll=0)
+        parts = simulate(whole, 8, network, per_machine=4)
+        self.assertAlmostEqual(parts["build"], 5)
+        self.assertAlmostEqual(parts["serial"], 15 + 15 / 4)
+        self.assertAlmostEqual(parts["broadcast"], 10)
+        parts = simulate(whole, 8, network)
+        self.assertAlmostEqual(parts["build"], 20)
+        self.assertAlmostEqual(parts["serial"], 30)
+        self.assertEqual(parts["broadcast"], 0)
+        self.assertAlmostEqual(processor_seconds(whole, 4) - processor_seconds(whole, 4, 4), 60)
+
     def test_small_loops_run_on_rank_0(self):
         small = scene([LEAST_LOOP - RAYS_PER_BATCH] * 10)
         self.assertAlmostEqual(sum(simulate(small, 8, FAST).values()), sum(simulate(small, 1, FAST).values()))
@@ -95,6 +109,12 @@ class Simulation(unittest.TestCase):
         self.assertAlmostEqual(found.dispatch_per_ray, 0.1 / (4.5e6 / 4))
         self.assertEqual(found.sizes, [18000, 6000, 6000])
         self.assertAlmostEqual(found.bytes_per_ray, 70000 / (4.5e6 / 4))
+        stats["ranks"][1]["structureBytes"] = 20000
+        found = Scene.from_stats(stats)
+        self.assertEqual(found.structure_size, 20000)
+        self.assertAlmostEqual(found.build, 3 * 2)
+        self.assertAlmostEqual(found.serial, 1 + 2 + 10 + 0.5 - 7)
+        self.assertAlmostEqual(found.bytes_per_ray, 50000 / (4.5e6 / 4))
 
 
 if __name__ == "__main__":
