@@ -27,7 +27,8 @@ QMatrix4x4 matrixOf(const std::array<double, 16>& columns) {
     QMatrix4x4 matrix;
     for (int column = 0; column < 4; ++column)
         for (int row = 0; row < 4; ++row)
-            matrix(row, column) = static_cast<float>(columns[static_cast<std::size_t>(4 * column + row)]);
+            matrix(row, column) =
+                static_cast<float>(columns[4 * static_cast<std::size_t>(column) + static_cast<std::size_t>(row)]);
     return matrix;
 }
 
