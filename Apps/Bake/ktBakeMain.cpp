@@ -12,6 +12,7 @@
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktMemoryReserve.h"
+#include "ktMemoryShortage.h"
 #include "ktPresetStore.h"
 
 #include <algorithm>
@@ -85,6 +86,7 @@ static int bakeOrRunScript(ktBakeOptions& options, ktBakeRanks& ranks) {
         exitCode = options.outputFolder.empty() ? runBake(options) : runBakeBatch(options);
     else {
 #ifdef KT_SCRIPTING
+        ktBakeLastWords::letRun();
         exitCode = runBakeScript(options);
 #else
         ktLog::error("%s: scripts cannot be run: this ktbake was built without scripting (KT_PYTHON=OFF)",
@@ -131,7 +133,7 @@ static int run(int argc, char** argv, const ktBakeLauncher& launcher) {
         std::_Exit(exitCode);
     }
     // If memory ran out, exit handlers of Qt may wait for ever for a lock that stayed locked.
-    if (exitCode != ktBakeExit::done && options.script.empty())
+    if ((exitCode != ktBakeExit::done || ktMemoryShortage::count() > 0) && options.script.empty())
         ktBakeLastWords::endSoon();
     return exitCode;
 }

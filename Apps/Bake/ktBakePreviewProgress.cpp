@@ -2,10 +2,12 @@
 // Shows the progress of the preview on standard error.
 #include "ktBakePreviewProgress.h"
 
+#include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
 #include "ktBakeProgress.h"
 #include "ktRunProgress.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <unistd.h>
 
@@ -20,6 +22,7 @@ ktBakePreviewProgress::~ktBakePreviewProgress() {
 }
 
 void ktBakePreviewProgress::show(double share) {
+    ktBakeLastWords::noteProgress(static_cast<std::uint64_t>(1e9 * share));
     if (!isShown)
         return;
     const Clock::time_point now = Clock::now();

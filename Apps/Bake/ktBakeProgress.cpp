@@ -3,6 +3,7 @@
 #include "ktBakeProgress.h"
 
 #include "ktAmbientOcclusion.h"
+#include "ktBakeLastWords.h"
 #include "ktBakeMessages.h"
 #include "ktCancelToken.h"
 #include "ktHostSignals.h"
@@ -71,11 +72,13 @@ void ktBakeProgress::onStopped() {
 }
 
 void ktBakeProgress::onTraced() {
+    ktBakeLastWords::noteProgress(counter.getVerticesTraced());
     show(false);
 }
 
 // The amount of refinement is not known in advance, so this shows the new vertices so far.
 void ktBakeProgress::onRefined(int round, int rounds, std::uint64_t newVertices) {
+    ktBakeLastWords::noteProgress(newVertices);
     const Clock::time_point now = Clock::now();
     if (!isShown || !isRunning || round == 0 ||
         (isTerminal ? now - lastShown < ktProgressInterval : round == lastRound))

@@ -6,6 +6,8 @@
 // well. The second half is for the way out, after a std::bad_alloc was thrown.
 #include "ktMemoryReserve.h"
 
+#include "ktMemoryShortage.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -77,6 +79,7 @@ void* allocateOrThrow(std::size_t size, std::size_t alignment) {
     if (void* const memory = allocate(size, alignment))
         return memory;
     isOnTheWayOut = true;
+    ktMemoryShortage::report();
     throw std::bad_alloc();
 }
 

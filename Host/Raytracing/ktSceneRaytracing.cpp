@@ -13,6 +13,7 @@
 #include "ktHemisphereSampler.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
+#include "ktMemoryShortage.h"
 #include "ktOcclusionPass.h"
 #include "ktOSGWidgetState.h"
 #include "ktRankPool.h"
@@ -97,6 +98,7 @@ void ktSceneRaytracing::call(const char* action, const std::function<void()>& bo
     } catch (const ktCanceled&) {
         return;
     } catch (const std::bad_alloc&) {
+        ktMemoryShortage::report();
         reason = "out of memory";
     } catch (const std::exception& error) {
         reason = error.what();

@@ -4,6 +4,7 @@
 
 #include "ktEventPump.h"
 #include "ktLuminance.h"
+#include "ktMemoryShortage.h"
 #include "ktPreviewCollect.h"
 #include "ktPreviewRenderer.h"
 #include "ktSafeFile.h"
@@ -97,6 +98,7 @@ std::string ktWritePreview(const osg::NodePtr& root, const std::string& fileName
             report(1);
         return reason.toStdString();
     } catch (const std::bad_alloc&) {
+        ktMemoryShortage::report();
         return "out of memory";
     } catch (const std::exception& error) {
         return error.what();

@@ -3,6 +3,10 @@
 // main()), KT_FAILING_COUNT of them. KT_ALLOCATION_COUNT names a file that gets the number of allocations at the end.
 // KT_FAILING_TRACE=1 prints the calls that lead to the first one. A program can also call ktFailAllocations(). With
 // KT_FAILING_REQUESTS and KT_FAILING_ANSWERS, the numbers of two pipes, main() runs once for each request.
+// KT_FAILING_BUILD=N instead lets all allocations fail while Embree builds its structure number N, from 1. With
+// KT_HANG=spin or KT_HANG=wait, Embree never says from then on what went wrong. The next build says whether an
+// alarm is set. With KT_FAILING_ARENA=N, N allocations fail from the first one on that TBB makes for
+// an arena.
 #include "ktFailingRun.h"
 
 #include <atomic>
@@ -18,6 +22,7 @@
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -94,6 +99,25 @@ void serve(int requests, int answers) {
     _exit(0);
 }
 
+long buildNumber = 0, failingBuild = 0;
+std::atomic<long> failingInArena{0};
+enum class Hang { None, Spin, Wait } hang = Hang::None;
+std::atomic<bool> isHanging{false};
+
+void readHang() {
+    failingBuild = numberIn("KT_FAILING_BUILD", 0);
+    failingInArena = numberIn("KT_FAILING_ARENA", 0);
+    const char* const text = std::getenv("KT_HANG"); // NOLINT(concurrency-mt-unsafe)
+    if (text)
+        hang = std::strcmp(text, "spin") == 0 ? Hang::Spin : Hang::Wait;
+}
+
+void sayIfAlarmed() {
+    itimerval alarm = {};
+    getitimer(ITIMER_REAL, &alarm);
+    dprintf(STDERR_FILENO, "%s\n", alarm.it_value.tv_sec + alarm.it_value.tv_usec > 0 ? "alarm: on" : "alarm: off");
+}
+
 int (*realMain)(int, char**, char**) = nullptr;
 
 int countedMain(int argc, char** argv, char** environment) {
@@ -106,6 +130,7 @@ int countedMain(int argc, char** argv, char** environment) {
     letFail(numberIn("KT_FAILING_FROM", LONG_MAX), numberIn("KT_FAILING_COUNT", 1));
     if (const long requests = numberIn("KT_FAILING_REQUESTS", 0))
         serve(static_cast<int>(requests), static_cast<int>(numberIn("KT_FAILING_ANSWERS", 0)));
+    readHang();
     isCounting = true;
     return realMain(argc, argv, environment);
 }
@@ -121,6 +146,10 @@ void* __libc_realloc(void*, size_t);
 void* __libc_memalign(size_t, size_t);
 int __libc_start_main(int (*)(int, char**, char**), int, char**, void (*)(), void (*)(), void (*)(), void*);
 // NOLINTEND(clang-diagnostic-reserved-identifier)
+
+void rtcJoinCommitScene(void* scene);
+int rtcGetDeviceError(void* device);
+void ktInitializeArena(void* arena) __asm__("_ZN3tbb6detail2r110initializeERNS0_2d115task_arena_baseE");
 
 // Python calls these.
 void ktFailAllocations(long after, long count);
@@ -172,6 +201,38 @@ void* mmap(void* address, size_t size, int protection, int flags, int file, off_
     static const auto next = reinterpret_cast<decltype(&mmap)>(dlsym(RTLD_NEXT, "mmap"));
     return (flags & MAP_ANONYMOUS) != 0 && mustFail() ? MAP_FAILED
                                                       : next(address, size, protection, flags, file, offset);
+}
+
+/// Embree's. Its handles are pointers.
+void rtcJoinCommitScene(void* scene) {
+    static const auto next = reinterpret_cast<decltype(&rtcJoinCommitScene)>(dlsym(RTLD_NEXT, "rtcJoinCommitScene"));
+    if (++buildNumber != failingBuild) {
+        if (failingBuild > 0 && buildNumber > failingBuild)
+            sayIfAlarmed();
+        next(scene);
+        return;
+    }
+    letFail(number, LONG_MAX);
+    next(scene);
+    letFail(LONG_MAX, 1);
+    isHanging = hang != Hang::None;
+}
+
+int rtcGetDeviceError(void* device) {
+    static const auto next = reinterpret_cast<decltype(&rtcGetDeviceError)>(dlsym(RTLD_NEXT, "rtcGetDeviceError"));
+    while (isHanging)
+        if (hang == Hang::Wait)
+            pause();
+    return next(device);
+}
+
+/// tbb::task_arena::initialize().
+void ktInitializeArena(void* arena) {
+    static const auto next = reinterpret_cast<decltype(&ktInitializeArena)>(
+        dlsym(RTLD_NEXT, "_ZN3tbb6detail2r110initializeERNS0_2d115task_arena_baseE"));
+    if (const long which = failingInArena.exchange(0))
+        letFail(number, which);
+    next(arena);
 }
 
 int __libc_start_main(int (*main)(int, char**, char**), int argc, char** argv, void (*begin)(), void (*end)(),

@@ -38,7 +38,7 @@ const std::vector<Arrow> arrows = {
     {"Host/Raytracing/Threads/", {"Host/Core/"}},
     {"Host/Raytracing/Sampling/", {}},
     {"Host/Raytracing/Tracer/", {"Host/Raytracing/Sampling/"}},
-    {"Host/Raytracing/Embree/", {"Host/Raytracing/Tracer/"}},
+    {"Host/Raytracing/Embree/", {"Host/Raytracing/Tracer/", "Host/Raytracing/Threads/"}},
     {"Host/Raytracing/Hemisphere/Layout/", {"Host/Raytracing/Tracer/"}},
     {"Host/Raytracing/Hemisphere/Build/",
      {"Host/Raytracing/Hemisphere/Layout/", "Host/Raytracing/Tracer/", "Host/Raytracing/Threads/"}},

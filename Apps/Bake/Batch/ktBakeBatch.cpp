@@ -222,6 +222,7 @@ private:
 } // namespace
 
 int runBakeBatch(const ktBakeOptions& options) {
+    ktBakeLastWords::waitLonger();
     beginBakes(options);
     ktBakeMessages::dropCalculationOutput();
     return Batch(options).run();

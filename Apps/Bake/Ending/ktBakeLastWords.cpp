@@ -4,6 +4,7 @@
 
 #include "ktBakeExit.h"
 #include "ktBakeMessages.h"
+#include "ktMemoryShortage.h"
 #include "ktSafeFile.h"
 
 #include <algorithm>
@@ -144,8 +145,34 @@ const char* causeOfEnd() noexcept {
     return "out of memory";
 }
 
+/// The time until the process must have ended. The first alarm of a shortage only looks how far the bake is.
+enum class Deadline { None, Shortage, ShortageWithoutProgress, Failure };
+
+constexpr unsigned patience_s = 5, firstPatience_s = 2;
+std::atomic<Deadline> deadline{Deadline::None};
+std::atomic<unsigned> factor{1};
+std::atomic<std::uint64_t> lastAmount{0}, progress{0}, progressAtFirst{0};
+
 void onAlarm(int) {
+    Deadline now = Deadline::Shortage;
+    if (deadline.compare_exchange_strong(now, Deadline::ShortageWithoutProgress)) {
+        progressAtFirst = progress.load();
+        alarm((patience_s - firstPatience_s) * factor);
+        return;
+    }
+    if (now == Deadline::None)
+        return;
+    if (now == Deadline::ShortageWithoutProgress && progress != progressAtFirst) {
+        deadline.compare_exchange_strong(now, Deadline::None);
+        return;
+    }
     end("out of memory");
+}
+
+void onShortage() {
+    Deadline now = Deadline::None;
+    if (deadline.compare_exchange_strong(now, Deadline::Shortage))
+        alarm(firstPatience_s * factor);
 }
 
 void onTerminate() {
@@ -161,6 +188,8 @@ void prepare(bool asJson) noexcept {
     put("ktbake", "starting"); // short enough for strings without memory
     beginPreparedStep();
     std::set_terminate(onTerminate);
+    std::signal(SIGALRM, onAlarm);
+    ktMemoryShortage::setListener(onShortage);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they have their own handlers
     stack_t stack = {};
     stack.ss_sp = signalStack; // the other one may be full
@@ -178,6 +207,8 @@ void prepare(bool asJson) noexcept {
 void setStep(const std::string& file, const std::string& what) {
     prepareStep(file, what);
     beginPreparedStep();
+    if (deadline == Deadline::Shortage || deadline == Deadline::ShortageWithoutProgress)
+        goOn(); // whoever ran out of memory did without
 }
 
 void prepareStep(const std::string& file, const std::string& what) {
@@ -193,13 +224,27 @@ void setResult(int exitCode) noexcept {
 }
 
 void endSoon() noexcept {
-    constexpr unsigned patience_s = 5;
-    std::signal(SIGALRM, onAlarm);
-    alarm(patience_s);
+    if (deadline.exchange(Deadline::Failure) != Deadline::Failure)
+        alarm(patience_s * factor);
 }
 
 void goOn() noexcept {
+    deadline = Deadline::None;
     alarm(0);
+}
+
+void noteProgress(std::uint64_t amount) noexcept {
+    if (lastAmount.exchange(amount) != amount)
+        ++progress;
+}
+
+void waitLonger() noexcept {
+    factor = 12;
+}
+
+void letRun() noexcept {
+    ktMemoryShortage::setListener(nullptr);
+    goOn();
 }
 
 void deleteAtEnd(const std::string& path) noexcept {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 /// How ktbake ends if memory runs out or the program fails: with a message that was prepared before, and exit code
@@ -22,11 +23,18 @@ void beginPreparedStep() noexcept;
 /// From now on the result is known, and nothing after it changes the exit code.
 void setResult(int exitCode) noexcept;
 
-/// Ends the process after five seconds unless it ends before. For the way out after a failure: a library may wait for
-/// ever for a lock that it left locked when it had no memory.
+/// Ends the process after five seconds unless it ends before. For the way out after a failure: a library may wait or
+/// loop for ever if it had no memory. If memory runs out (ktMemoryShortage), the time begins by itself; a new step or
+/// progress in the last three of the seconds shows that the bake goes on, and ends it.
 void endSoon() noexcept;
 /// Takes endSoon() back, for the next of several bakes.
 void goOn() noexcept;
+/// The bake has got on, if this is another amount than the last one. Any thread.
+void noteProgress(std::uint64_t amount) noexcept;
+/// From now on the time is a minute: the way out of one of several bakes may take longer than five seconds.
+void waitLonger() noexcept;
+/// From now on the process decides itself when it ends, even without memory: it runs a user's script.
+void letRun() noexcept;
 
 /// A file or an empty folder to delete if the process ends without calling destructors. At most 4; the last is deleted
 /// first.

@@ -3,6 +3,7 @@
 #include "ktBakeRanks.h"
 
 #include "ktBakeExit.h"
+#include "ktBakeLastWords.h"
 #include "ktCancelToken.h"
 #include "ktEmbreeTracer.h"
 #include "ktEventPump.h"
@@ -73,6 +74,7 @@ ktRankHello describeSelf(ktTracerKind kind) {
 
 // Does the work of a rank other than 0.
 int serve(ktTransport& transport, const ktRankHello& self) {
+    ktBakeLastWords::letRun(); // without memory it serves on, and rank 0 watches whether it hangs
     ktRankServerOptions options;
     options.self = self;
     options.makeTracer = [](std::uint32_t lanes) {

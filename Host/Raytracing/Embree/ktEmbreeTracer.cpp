@@ -3,6 +3,7 @@
 #include "ktEmbreeTracer.h"
 
 #include "ktEmbreePacket.h"
+#include "ktMemoryShortage.h"
 
 #include <cstring>
 #include <stdexcept>
@@ -219,8 +220,13 @@ void findNearestBy(RTCScene scene, ktRotateTile rotateTile, const ktRayVertex* v
 
 /// Without the cache for subdivision surfaces, which we do not have: if the system has no memory for it, Embree keeps a
 /// lock for ever.
-RTCDevice newDevice(const char* config) {
-    return rtcNewDevice(((config ? std::string(config) + ',' : "") + "tessellation_cache_size=0").c_str());
+RTCDevice newDevice(const std::string& config) {
+    return rtcNewDevice(((config.empty() ? "" : config + ',') + "tessellation_cache_size=0").c_str());
+}
+
+void onError(void*, RTCError code, const char*) {
+    if (code == RTC_ERROR_OUT_OF_MEMORY || code == RTC_ERROR_UNKNOWN) // the latter if a task cannot start, too
+        ktMemoryShortage::report();
 }
 
 bool reportProgress(void* progress, double share) {
@@ -229,20 +235,27 @@ bool reportProgress(void* progress, double share) {
 
 } // namespace
 
-ktEmbreeTracer::ktEmbreeTracer(const char* config, Quality quality_)
-    : device(newDevice(config)), quality(quality_), rotateTile(ktChooseRotateTile()) {
+ktEmbreeTracer::ktEmbreeTracer(const char* config_, Quality quality_)
+    : config(config_ ? config_ : ""), quality(quality_), rotateTile(ktChooseRotateTile()) {
     static_assert(ktHitPacket::noMesh == RTC_INVALID_GEOMETRY_ID, "a miss has the same value in Embree");
-    if (!device)
-        throwDeviceError(nullptr, "start");
+    start();
     if (rtcGetDeviceProperty(device, RTC_DEVICE_PROPERTY_NATIVE_RAY16_SUPPORTED))
         width = 16;
     else if (rtcGetDeviceProperty(device, RTC_DEVICE_PROPERTY_NATIVE_RAY8_SUPPORTED))
         width = 8;
 }
 
+void ktEmbreeTracer::start() {
+    device = newDevice(config);
+    if (!device)
+        throwDeviceError(nullptr, "start");
+    rtcSetDeviceErrorFunction(device, onError, nullptr);
+}
+
 ktEmbreeTracer::~ktEmbreeTracer() {
     clear();
-    rtcReleaseDevice(device);
+    if (device)
+        rtcReleaseDevice(device);
 }
 
 void ktEmbreeTracer::clear() {
@@ -253,6 +266,10 @@ void ktEmbreeTracer::clear() {
 
 bool ktEmbreeTracer::build(const std::vector<ktTracerMesh>& meshes, const Progress& progress) {
     clear();
+    if (meshes.empty())
+        return true;
+    if (!device)
+        start();
     rtcGetDeviceError(device); // clears an error of an earlier build
     scene = rtcNewScene(device);
     if (!scene)
@@ -280,6 +297,12 @@ bool ktEmbreeTracer::build(const std::vector<ktTracerMesh>& meshes, const Progre
     const RTCError error = rtcGetDeviceError(device);
     if (error == RTC_ERROR_NONE)
         return true;
+    if (error != RTC_ERROR_CANCELLED) {
+        // Tasks that could not start leave their group and their arena in TBB unfinished: whoever releases the scene or
+        // uses the device again waits for ever. So both stay as they are.
+        scene = nullptr;
+        device = nullptr;
+    }
     clear();
     if (error == RTC_ERROR_CANCELLED)
         return false;

@@ -4,6 +4,8 @@
 #include "ktTileRotation.h"
 #include "ktTracer.h"
 
+#include <string>
+
 struct RTCDeviceTy;
 struct RTCSceneTy;
 
@@ -34,9 +36,11 @@ public:
     std::uint32_t packetWidth() const { return width; }
 
 private:
+    void start();
     void clear();
 
-    RTCDeviceTy* device = nullptr;
+    const std::string config;
+    RTCDeviceTy* device = nullptr; // null after a build without memory
     RTCSceneTy* scene = nullptr;
     const Quality quality;
     ktRotateTile rotateTile;

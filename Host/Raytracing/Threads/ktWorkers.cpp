@@ -9,6 +9,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <pthread.h>
 #include <stdexcept>
@@ -59,8 +60,12 @@ private:
 // TBB ends its workers when the last arena is destroyed. Without this arena, each call would start new workers, and a
 // short call, such as for a small geometry, would be over before they run: one thread would trace most scenes.
 void keepWorkers() {
-    static tbb::task_arena* const arena = new tbb::task_arena(2, 1); // never destroyed: other users may end later
-    arena->initialize();
+    static tbb::task_arena* const arena = [] {
+        auto made = std::make_unique<tbb::task_arena>(2, 1);
+        made->initialize();    // if it fails, nobody may use this arena again: TBB would wait for ever
+        return made.release(); // never destroyed: other users may end later
+    }();
+    static_cast<void>(arena);
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 // Calls Embree's builder, or splits at the median.
 #include "ktBinaryBvh.h"
 
+#include "ktMemoryShortage.h"
+
 #include <embree3/rtcore.h>
 
 #include <algorithm>
@@ -37,6 +39,7 @@ struct Callbacks {
 void* allocate(RTCThreadLocalAllocator allocator, std::size_t size, void* user) {
     if (void* const memory = rtcThreadLocalAlloc(allocator, size, 16))
         return memory;
+    ktMemoryShortage::report();
     static_cast<Callbacks*>(user)->isOutOfMemory = true; // Embree's builder catches the exception and fails
     throw std::bad_alloc();
 }
@@ -144,8 +147,10 @@ bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& spl
     if (callbacks.stopped)
         return false;
     const RTCError error = rtcGetDeviceError(embree->device);
-    if (callbacks.isOutOfMemory || error == RTC_ERROR_OUT_OF_MEMORY)
+    if (callbacks.isOutOfMemory || error == RTC_ERROR_OUT_OF_MEMORY) {
+        ktMemoryShortage::report();
         throw std::bad_alloc();
+    }
     throw std::runtime_error("the ray tracing embree could not build the structure (error " +
                              std::to_string(static_cast<int>(error)) + ")");
 }
