@@ -112,6 +112,13 @@ void readHang() {
         hang = std::strcmp(text, "spin") == 0 ? Hang::Spin : Hang::Wait;
 }
 
+/// A function of a library that is loaded, perhaps only for a module of Python.
+template <class Function>
+Function* ofLibrary(const char* library, const char* name) {
+    void* const loaded = dlopen(library, RTLD_LAZY | RTLD_NOLOAD);
+    return reinterpret_cast<Function*>(dlsym(loaded ? loaded : RTLD_NEXT, name));
+}
+
 void sayIfAlarmed() {
     itimerval alarm = {};
     getitimer(ITIMER_REAL, &alarm);
@@ -205,7 +212,7 @@ void* mmap(void* address, size_t size, int protection, int flags, int file, off_
 
 /// Embree's. Its handles are pointers.
 void rtcJoinCommitScene(void* scene) {
-    static const auto next = reinterpret_cast<decltype(&rtcJoinCommitScene)>(dlsym(RTLD_NEXT, "rtcJoinCommitScene"));
+    static const auto next = ofLibrary<decltype(rtcJoinCommitScene)>("libembree3.so.3", "rtcJoinCommitScene");
     if (++buildNumber != failingBuild) {
         if (failingBuild > 0 && buildNumber > failingBuild)
             sayIfAlarmed();
@@ -219,7 +226,7 @@ void rtcJoinCommitScene(void* scene) {
 }
 
 int rtcGetDeviceError(void* device) {
-    static const auto next = reinterpret_cast<decltype(&rtcGetDeviceError)>(dlsym(RTLD_NEXT, "rtcGetDeviceError"));
+    static const auto next = ofLibrary<decltype(rtcGetDeviceError)>("libembree3.so.3", "rtcGetDeviceError");
     while (isHanging)
         if (hang == Hang::Wait)
             pause();
@@ -228,8 +235,8 @@ int rtcGetDeviceError(void* device) {
 
 /// tbb::task_arena::initialize().
 void ktInitializeArena(void* arena) {
-    static const auto next = reinterpret_cast<decltype(&ktInitializeArena)>(
-        dlsym(RTLD_NEXT, "_ZN3tbb6detail2r110initializeERNS0_2d115task_arena_baseE"));
+    static const auto next = ofLibrary<decltype(ktInitializeArena)>(
+        "libtbb.so.12", "_ZN3tbb6detail2r110initializeERNS0_2d115task_arena_baseE");
     if (const long which = failingInArena.exchange(0))
         letFail(number, which);
     next(arena);
