@@ -14,6 +14,7 @@
 namespace {
 
 std::atomic<unsigned int> requestedThreads{0}; // 0: as many as cores
+std::atomic<bool> hasLowPriority{false};
 
 // Number of cores in the affinity mask of the main thread, or 0 if unknown. Not of the calling thread, because worker
 // threads may be pinned to one core.
@@ -52,4 +53,12 @@ void ktThreadCount::set(unsigned int count) noexcept {
 unsigned int ktThreadCount::get() noexcept {
     const unsigned int count = requestedThreads;
     return count != 0 ? count : ktTBBInit::the()->getNumLogicalCores();
+}
+
+void ktThreadCount::setLowPriority(bool isLow) noexcept {
+    hasLowPriority = isLow;
+}
+
+bool ktThreadCount::isLowPriority() noexcept {
+    return hasLowPriority;
 }

@@ -3,7 +3,7 @@
 
 #include "ktHostExport.h"
 
-/// Number of threads of the host's parallel loops. Thread-safe. A loop reads it when it begins.
+/// Number and priority of the threads of the host's parallel loops. Thread-safe. A loop reads both when it begins.
 class KT_HOST_EXPORT ktThreadCount {
 public:
     /// Largest number of threads that set() accepts.
@@ -14,4 +14,10 @@ public:
     static void set(unsigned int count) noexcept;
     /// Number of threads in use; at least 1.
     static unsigned int get() noexcept;
+
+    /// Whether worker threads have a lower priority than the main thread, so that a window stays live while they use
+    /// all cores. Initially false. A worker thread that has begun work with it keeps the low priority. Linux only;
+    /// other systems ignore it.
+    static void setLowPriority(bool isLow) noexcept;
+    static bool isLowPriority() noexcept;
 };

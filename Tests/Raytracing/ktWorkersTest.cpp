@@ -19,6 +19,7 @@
 #include <QTimer>
 #include <set>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 #include <xmmintrin.h>
@@ -142,6 +143,36 @@ TEST(Workers, GivenThreadCount_UsesThatMany) {
         EXPECT_EQ(threads.count(std::this_thread::get_id()), 0u);
     }
 }
+
+#ifdef __linux__
+TEST(Workers, GivenLowPriority_LowersThatOfTheWorkersOnly) {
+    constexpr int lowest = 19;
+    const auto niceOfThread = [] { return getpriority(PRIO_PROCESS, 0); };
+    const auto niceOfWorkers = [&] {
+        std::mutex mutex;
+        std::set<int> values;
+        ktEventPump pump;
+        ktWorkers::run(
+            [&] {
+                ktParallel::forEach(50, [&](std::size_t) {
+                    const std::lock_guard<std::mutex> lock(mutex);
+                    values.insert(niceOfThread());
+                });
+            },
+            pump);
+        return values;
+    };
+    const ThreadCountGuard guard(2);
+    const int before = niceOfThread();
+    EXPECT_EQ(niceOfWorkers(), std::set<int>{before});
+    ktThreadCount::setLowPriority(true);
+    // Twice: a thread that stays for the next work is not lowered again.
+    EXPECT_EQ(niceOfWorkers(), std::set<int>{std::min(lowest, before + 10)});
+    EXPECT_EQ(niceOfWorkers(), std::set<int>{std::min(lowest, before + 10)});
+    EXPECT_EQ(niceOfThread(), before);
+    ktThreadCount::setLowPriority(false);
+}
+#endif
 
 TEST(Parallel, GivenRange_VisitsEachElementOnceInPiecesOfGrain) {
     std::vector<std::atomic<int>> visits(1003);

@@ -2,9 +2,12 @@
 // Makes the services of the window.
 #include "ktStudioServices.h"
 
+#include "ktThreadCount.h"
+
 ktStudioServices::ktStudioServices()
     : run(document, selection), scripts(document, run), edit(document), presets(document.undoStack()),
       recovery(document, run) {
+    ktThreadCount::setLowPriority(true); // the window stays live while a bake uses all cores
     connect(&run, &ktStudioRun::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&document, &ktStudioDocument::readingChanged, this, [this] { emit frozenChanged(isFrozen()); });
     connect(&scripts, &ktStudioScripts::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
