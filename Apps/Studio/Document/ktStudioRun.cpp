@@ -25,6 +25,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <new>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <QCoreApplication>
 
@@ -207,7 +208,13 @@ bool ktStudioRun::calculate(bool missingOnly) {
 }
 
 void ktStudioRun::giveHint() {
-    QString hint = QString::fromStdString(ktHintAtResult(selection.get(), document.getDiagonal()));
+    QString hint;
+    ktRunInBackground([&hint, nodes = selection.get(), diagonal = document.getDiagonal()] {
+        try {
+            hint = QString::fromStdString(ktHintAtResult(nodes, diagonal)); // reads all results
+        } catch (const std::bad_alloc&) {                                   // then there is no hint
+        }
+    });
     if (hint.isEmpty())
         return;
     // The sentence names options of ktbake.

@@ -14,9 +14,13 @@
 #include <cstring>
 #include <iterator>
 #include <new>
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <set>
 
 namespace {
+
+constexpr qint64 betweenEvents_ms = 8;
 
 const void* firstPosition(const osg::GeometryPtr& geometry) {
     const auto positions = osg::GeoPositions3fPtr::dcast(geometry->getPositions());
@@ -98,6 +102,8 @@ void ktEarlierResults::copyResults() {
     entries.clear();
     byPositions.clear();
     std::set<osg::UInt32> seen;
+    QElapsedTimer sinceEvents;
+    sinceEvents.start();
     for (const osg::NodePtr& root : selectedNodes()) {
         if (const auto used = osg::AmbientOcclusionSettingsAttachmentPtr::dcast(findSettings(root));
             used != osg::NullFC) {
@@ -117,6 +123,10 @@ void ktEarlierResults::copyResults() {
             if (const void* const first = firstPosition(geometry))
                 byPositions[first] = entries.size();
             entries.push_back(std::move(entry));
+            if (sinceEvents.elapsed() > betweenEvents_ms) { // a window stays live, as while it traces
+                QCoreApplication::processEvents();
+                sinceEvents.start();
+            }
             return true;
         });
     }

@@ -11,14 +11,15 @@
 #include <OpenSG/OSGMaterial.h>
 #include <OpenSG/OSGSimpleAttachments.h>
 #include <QCoreApplication>
-#include <set>
+#include <QElapsedTimer>
 #include <type_traits>
 
 namespace {
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-constexpr float leastResult = 1e-6f; // a channel without larger w holds no result
+constexpr float leastResult = 1e-6f;   // a channel without larger w holds no result
+constexpr osg::UInt32 atOnce = 100000; // values; less than a millisecond
 
 QString translated(const QString& text) {
     return QCoreApplication::translate("ktCalculationSettings", text.toUtf8().constData());
@@ -51,16 +52,43 @@ void addSettings(ktPartFacts& facts, const osg::NodePtr& node) {
     });
 }
 
-void addResults(ktPartFacts& facts, const osg::GeometryPtr& geometry) {
-    const auto channel = osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7());
+bool holdsResults(const osg::GeoTexCoords4fPtr& channel) {
     if (channel == osg::NullFC)
-        return;
+        return false;
     const auto& values = channel->getField();
-    const auto isResult = [](const osg::Vec4f& value) { return value[3] > leastResult; };
-    if (std::none_of(values.begin(), values.end(), isResult))
+    return std::any_of(values.begin(), values.end(), [](const osg::Vec4f& value) { return value[3] > leastResult; });
+}
+
+} // namespace
+
+ktPartCollector::ktPartCollector(const std::vector<osg::NodePtr>& nodes) : pending(nodes.rbegin(), nodes.rend()) {}
+
+void ktPartCollector::visit(const osg::NodePtr& node) {
+    addSettings(facts, node);
+    for (osg::UInt32 i = node->getNChildren(); i-- > 0;)
+        pending.push_back(node->getChild(i));
+    const auto geometry = osg::GeometryPtr::dcast(node->getCore());
+    if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC ||
+        !seen.insert(geometry.getFieldContainerId()).second)
         return;
-    for (const osg::Vec4f& value : values) {
-        const float w = std::clamp(value[3], 0.0f, 1.0f);
+    ++facts.geometries;
+    facts.vertices += geometry->getPositions()->getSize();
+    facts.triangles += ktCountTriangles(geometry);
+    const osg::MaterialPtr material = geometry->getMaterial();
+    if (material != osg::NullFC && seenMaterials.insert(material.getFieldContainerId()).second) {
+        const char* const name = osg::getName(material);
+        facts.materials.push_back({name ? QString::fromUtf8(name) : QString(), material->isTransparent()});
+    }
+    const auto results = osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7());
+    if (holdsResults(results))
+        channel = results, nextValue = 0;
+}
+
+void ktPartCollector::countResults() {
+    const auto& values = channel->getField();
+    const osg::UInt32 count = channel->getSize(), end = count - nextValue > atOnce ? nextValue + atOnce : count;
+    for (; nextValue < end; ++nextValue) {
+        const float w = std::clamp(values[nextValue][3], 0.0f, 1.0f);
         facts.least = facts.withResults == 0 ? static_cast<double>(w) : std::min(facts.least, static_cast<double>(w));
         facts.mean += static_cast<double>(w); // the sum, until the end
         facts.darkShare += w < ktPartFacts::dark ? 1 : 0;
@@ -68,37 +96,28 @@ void addResults(ktPartFacts& facts, const osg::GeometryPtr& geometry) {
               .histogram[std::min<std::size_t>(ktPartFacts::bins - 1, static_cast<std::size_t>(w * ktPartFacts::bins))];
         ++facts.withResults;
     }
+    if (nextValue == count)
+        channel = osg::NullFC;
 }
 
-} // namespace
-
-ktPartFacts ktPartFacts::collect(const std::vector<osg::NodePtr>& nodes) {
-    ktPartFacts facts;
-    std::set<osg::UInt32> seen, seenMaterials;
-    std::vector<osg::NodePtr> pending(nodes.rbegin(), nodes.rend());
-    while (!pending.empty()) {
-        const osg::NodePtr node = pending.back();
-        pending.pop_back();
-        addSettings(facts, node);
-        for (osg::UInt32 i = node->getNChildren(); i-- > 0;)
-            pending.push_back(node->getChild(i));
-        const auto geometry = osg::GeometryPtr::dcast(node->getCore());
-        if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC ||
-            !seen.insert(geometry.getFieldContainerId()).second)
-            continue;
-        ++facts.geometries;
-        facts.vertices += geometry->getPositions()->getSize();
-        facts.triangles += ktCountTriangles(geometry);
-        addResults(facts, geometry);
-        const osg::MaterialPtr material = geometry->getMaterial();
-        if (material != osg::NullFC && seenMaterials.insert(material.getFieldContainerId()).second) {
-            const char* const name = osg::getName(material);
-            facts.materials.push_back({name ? QString::fromUtf8(name) : QString(), material->isTransparent()});
+bool ktPartCollector::advance(double budget_ms) {
+    QElapsedTimer timer;
+    timer.start();
+    while (channel != osg::NullFC || !pending.empty()) {
+        if (channel != osg::NullFC) {
+            countResults();
+        } else {
+            const osg::NodePtr node = pending.back();
+            pending.pop_back();
+            visit(node);
         }
+        if (static_cast<double>(timer.nsecsElapsed()) * 1e-6 >= budget_ms &&
+            (channel != osg::NullFC || !pending.empty()))
+            return false;
     }
     if (facts.withResults > 0) {
         facts.mean /= static_cast<double>(facts.withResults);
         facts.darkShare /= static_cast<double>(facts.withResults);
     }
-    return facts;
+    return true;
 }

@@ -3,9 +3,11 @@
 
 #include <array>
 #include <cstdint>
+#include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGNode.h>
 #include <QString>
 #include <QStringList>
+#include <set>
 #include <vector>
 
 /// What some nodes and all below them hold. Each geometry counts once.
@@ -25,6 +27,25 @@ struct ktPartFacts {
     /// Settings of the last bake, as "name: value", of the first node that holds some.
     QStringList settings;
     osg::NodePtr settingsNode; ///< null: there are none
+};
 
-    static ktPartFacts collect(const std::vector<osg::NodePtr>& nodes);
+/// Collects the facts in pieces, so that other events are handled between them. Nodes and results must not change
+/// before the end; make another collector then. Main thread only.
+class ktPartCollector {
+public:
+    explicit ktPartCollector(const std::vector<osg::NodePtr>& nodes);
+    /// Collects for about that time. @return whether all is collected
+    bool advance(double budget_ms);
+    /// Complete after advance() has returned true.
+    const ktPartFacts& getFacts() const { return facts; }
+
+private:
+    void visit(const osg::NodePtr& node);
+    void countResults();
+
+    ktPartFacts facts;
+    std::vector<osg::NodePtr> pending;
+    std::set<osg::UInt32> seen, seenMaterials;
+    osg::GeoTexCoords4fPtr channel; ///< whose values are counted; null: none
+    osg::UInt32 nextValue = 0;
 };

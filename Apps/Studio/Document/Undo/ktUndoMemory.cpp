@@ -15,21 +15,18 @@ struct ktUndoMemory::Block::Data {
     std::size_t size = 0;
     std::unique_ptr<QTemporaryFile> file; // null: the bytes are in memory
     bool cannotMove = false;              // a temporary file could not be written
+    std::list<Data*>::iterator place;     // in State::inMemory, while the bytes are in memory
 };
 
-namespace {
-
-struct State {
+struct ktUndoMemory::State {
     std::uint64_t limit = std::uint64_t(512) << 20, used = 0;
-    std::list<void*> inMemory; // blocks, the oldest first
+    std::list<Block::Data*> inMemory; // the oldest first
+
+    static State& the() {
+        static auto& instance = *new State; // never destroyed: the undo stack is not, either
+        return instance;
+    }
 };
-
-State& state() {
-    static auto& instance = *new State; // never destroyed: the undo stack is not, either
-    return instance;
-}
-
-} // namespace
 
 ktUndoMemory::Block::Block() = default;
 ktUndoMemory::Block::Block(Block&&) noexcept = default;
@@ -45,16 +42,17 @@ ktUndoMemory::Block::Block(std::vector<std::uint8_t> bytes) {
     data = std::make_unique<Data>();
     data->size = bytes.size();
     data->bytes = std::move(bytes);
-    state().used += data->size;
-    state().inMemory.push_back(data.get());
+    State& all = State::the();
+    all.used += data->size;
+    data->place = all.inMemory.insert(all.inMemory.end(), data.get());
     keepLimit();
 }
 
 ktUndoMemory::Block::~Block() {
     if (!data || data->file)
         return;
-    state().used -= data->size;
-    state().inMemory.remove(data.get());
+    State::the().used -= data->size;
+    State::the().inMemory.erase(data->place);
 }
 
 std::size_t ktUndoMemory::Block::size() const {
@@ -93,9 +91,9 @@ std::vector<std::uint8_t> ktUndoMemory::Block::take() {
 }
 
 void ktUndoMemory::keepLimit() {
-    State& all = state();
+    State& all = State::the();
     for (auto next = all.inMemory.begin(); all.used > all.limit && next != all.inMemory.end();) {
-        auto* const block = static_cast<Block::Data*>(*next);
+        auto* const block = *next;
         auto file = std::make_unique<QTemporaryFile>(QDir::tempPath() + "/ktstudio-undo-");
         const auto size = static_cast<qint64>(block->size);
         if (block->cannotMove || !file->open() ||
@@ -114,14 +112,14 @@ void ktUndoMemory::keepLimit() {
 }
 
 void ktUndoMemory::setLimit(std::uint64_t bytes) {
-    state().limit = bytes;
+    State::the().limit = bytes;
     keepLimit();
 }
 
 std::uint64_t ktUndoMemory::getLimit() {
-    return state().limit;
+    return State::the().limit;
 }
 
 std::uint64_t ktUndoMemory::getUsed() {
-    return state().used;
+    return State::the().used;
 }

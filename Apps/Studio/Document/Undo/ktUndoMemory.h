@@ -42,5 +42,6 @@ public:
     static std::uint64_t getUsed();
 
 private:
+    struct State;
     static void keepLimit();
 };

@@ -20,6 +20,7 @@
 namespace {
 
 constexpr int mostMaterials = 12; // that are named
+constexpr double slice_ms = 8;    // of counting, between other events
 
 QString number(std::uint64_t count) {
     return QLocale().toString(static_cast<qulonglong>(count));
@@ -53,11 +54,11 @@ void ktHistogram::paintEvent(QPaintEvent*) {
 }
 
 ktPartPanel::ktPartPanel(ktStudioServices& services_, QWidget* parent)
-    : QWidget(parent), services(services_), settle(new QTimer(this)), name(new QLabel(this)), counts(new QLabel(this)),
-      results(new QLabel(this)), settings(new QLabel(this)), materials(new QLabel(this)),
-      histogram(new ktHistogram(this)), useSettings(new QPushButton(tr("Use these settings"), this)),
-      addText(new QPushButton(tr("Add"), this)), removeText(new QPushButton(tr("Remove"), this)),
-      texts(new QTableWidget(0, 2, this)) {
+    : QWidget(parent), services(services_), settle(new QTimer(this)), collecting(new QTimer(this)),
+      name(new QLabel(this)), counts(new QLabel(this)), results(new QLabel(this)), settings(new QLabel(this)),
+      materials(new QLabel(this)), histogram(new ktHistogram(this)),
+      useSettings(new QPushButton(tr("Use these settings"), this)), addText(new QPushButton(tr("Add"), this)),
+      removeText(new QPushButton(tr("Remove"), this)), texts(new QTableWidget(0, 2, this)) {
     auto* rows = new QVBoxLayout(this);
     results->setObjectName("partResults");
     for (QLabel* label : {name, counts, results, settings, materials}) {
@@ -95,7 +96,12 @@ ktPartPanel::ktPartPanel(ktStudioServices& services_, QWidget* parent)
     settle->setSingleShot(true);
     settle->setInterval(150);
     connect(settle, &QTimer::timeout, this, &ktPartPanel::show);
-    const auto later = [this] { settle->start(); };
+    connect(collecting, &QTimer::timeout, this, &ktPartPanel::collect);
+    const auto later = [this] {
+        collector.reset(); // its nodes may be gone
+        collecting->stop();
+        settle->start();
+    };
     connect(&services.selection, &ktStudioSelection::changed, this, later);
     connect(&services.document, &ktStudioDocument::opened, this, later);
     connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, later);
@@ -140,8 +146,25 @@ void ktPartPanel::show() {
     isOutdated = !isVisible();
     if (isOutdated)
         return;
+    collector = std::make_unique<ktPartCollector>(services.selection.get());
+    collecting->start(0);
+    collect();
+    showTexts();
+}
+
+void ktPartPanel::collect() {
+    if (!collector)
+        return collecting->stop();
+    if (!collector->advance(slice_ms))
+        return;
+    collecting->stop();
+    const ktPartFacts facts = collector->getFacts();
+    collector.reset();
+    showFacts(facts);
+}
+
+void ktPartPanel::showFacts(const ktPartFacts& facts) {
     const std::vector<osg::NodePtr> nodes = services.selection.get();
-    const ktPartFacts facts = ktPartFacts::collect(nodes);
     name->setText(nodes.empty()       ? tr("Nothing is selected.")
                   : nodes.size() == 1 ? ktStudioEdit::nameOf(nodes.front())
                                       : tr("%n parts", "", static_cast<int>(nodes.size())));
@@ -171,7 +194,6 @@ void ktPartPanel::show() {
         names = names.mid(0, mostMaterials) << tr("and %1 more").arg(more);
     materials->setText(tr("Materials: %1").arg(names.join(", ")));
     materials->setVisible(!names.isEmpty());
-    showTexts();
 }
 
 void ktPartPanel::showTexts() {

@@ -3,6 +3,7 @@
 
 #include "ktPartFacts.h"
 
+#include <memory>
 #include <QWidget>
 
 class ktHistogram;
@@ -21,12 +22,15 @@ public:
 
 private:
     void show();
+    void collect();
+    void showFacts(const ktPartFacts& facts);
     void showTexts();
     void changeText(int row, int column);
     osg::NodePtr textNode() const; ///< null unless one node is selected
 
     ktStudioServices& services;
-    QTimer* settle;
+    QTimer *settle, *collecting;
+    std::unique_ptr<ktPartCollector> collector; ///< null: the facts are complete or out of date
     QLabel *name, *counts, *results, *settings, *materials;
     ktHistogram* histogram;
     QPushButton *useSettings, *addText, *removeText;
