@@ -23,6 +23,8 @@ namespace {
 constexpr double turn_radPerSecond = 0.35; // about 20 degrees
 constexpr int turnInterval_ms = 30;
 constexpr int dividerReach_px = 6;
+constexpr double dueSlice_ms = 8;
+constexpr std::size_t mostTrianglesAtOnce = 250000;
 
 std::array<float, 3> linearOf(const QColor& color) {
     return {ktFromSrgb(static_cast<float>(color.redF())), ktFromSrgb(static_cast<float>(color.greenF())),
@@ -43,6 +45,7 @@ public:
             if (drawing == Drawing::Automatic)
                 overlay.message = ktSceneView::tr("There is no OpenGL 3.3 here. The ray tracer draws instead.");
         }
+        canvas->shown = [this] { emit view.pictureShown(); };
         canvas->paintOverlay = [this](QPainter& painter) {
             overlay.rectangle = control.rectangle();
             overlay.paint(painter, view.size(), state);
@@ -71,6 +74,13 @@ public:
                 }
             });
         };
+        dueTimer.setInterval(0);
+        QObject::connect(&dueTimer, &QTimer::timeout, &view, [this] {
+            if (!state.scene.readDueResults(dueSlice_ms))
+                return;
+            dueTimer.stop();
+            canvas->sceneChanged();
+        });
         turnTimer.setInterval(turnInterval_ms);
         QObject::connect(&turnTimer, &QTimer::timeout, &view, [this] {
             const double seconds = static_cast<double>(turnClock.restart()) / 1000;
@@ -87,6 +97,7 @@ public:
     ktViewControl control;
     ktViewOverlay overlay;
     QTimer turnTimer;
+    QTimer dueTimer; // while the results of the scene are looked at
     QElapsedTimer turnClock;
     bool isMeasuring = false;
     QString info;
@@ -183,6 +194,7 @@ ktSceneView::~ktSceneView() {
 
 void ktSceneView::setScene(const OSG::NodePtr& root) {
     const bool wasEmpty = d->state.scene.uses.empty();
+    d->dueTimer.stop();
     d->overlay.measured.clear();
     d->overlay.ringCentre.reset();
     d->state.scene.read(root);
@@ -191,10 +203,21 @@ void ktSceneView::setScene(const OSG::NodePtr& root) {
     d->canvas->sceneChanged();
 }
 
+void ktSceneView::setSceneBeside(const OSG::NodePtr& root) {
+    if (!d->glCanvas)
+        return setScene(root);
+    d->state.scene.read(root, false);
+    d->canvas->sceneChanged(); // what it draws is out of date
+    d->dueTimer.start();
+}
+
 std::shared_ptr<ktViewShapes> ktSceneView::readShapes(const OSG::NodePtr& root,
                                                       const std::function<bool()>& isInterrupted) {
     auto copies = std::make_shared<ktViewShapes>();
     copies->readAll(root, isInterrupted);
+    // Of many triangles, the first picture shows a part; coarser ones would take longer than it.
+    if (copies->triangleCount() <= mostTrianglesAtOnce)
+        copies->makeLevels(isInterrupted);
     return copies;
 }
 
@@ -267,6 +290,10 @@ void ktSceneView::keepResultsForComparison() {
 
 void ktSceneView::warmUp() {
     d->canvas->warmUp();
+}
+
+bool ktSceneView::isWarmingUp() const {
+    return d->canvas->isWarmingUp();
 }
 
 void ktSceneView::setHurried(bool hurried) {
@@ -366,6 +393,7 @@ void ktSceneView::setMeasuring(bool on) {
 QImage ktSceneView::renderPicture(const QSize& size, double turn_degrees) {
     if (size.width() < 1 || size.height() < 1 || size.width() > 16384 || size.height() > 16384)
         return {};
+    d->state.scene.readDueResults(1e30);
     ktViewCamera camera = d->state.camera;
     if (turn_degrees != 0)
         camera.orbit(turn_degrees * std::acos(-1.0) / 180, 0);

@@ -31,7 +31,10 @@ public:
     /// shown: geometry that was shown before is not uploaded again. Call it with null before the scene is destroyed.
     /// The camera stays, except that the first scene after an empty view is framed.
     void setScene(const OSG::NodePtr& root);
-    /// Copies the visible geometry of a scene, which is what takes longest in setScene(). On any thread.
+    /// The same for the scene that is shown, in pieces beside other work: the view shows what changed some time later.
+    void setSceneBeside(const OSG::NodePtr& root);
+    /// Copies the visible geometry of a scene, which is what takes longest in setScene(), and makes coarser triangles
+    /// for the first picture of a small one. On any thread.
     /// @param isInterrupted ends it; may be empty
     static std::shared_ptr<ktViewShapes> readShapes(const OSG::NodePtr& root,
                                                     const std::function<bool()>& isInterrupted);
@@ -66,6 +69,7 @@ public:
     void keepResultsForComparison();
     /// Does ahead what takes long in the first picture: OpenGL starts and compiles. Takes some tenths of a second.
     void warmUp();
+    bool isWarmingUp() const;
     /// While other work needs the processors, draws less at once, so that the event loop goes on.
     void setHurried(bool hurried);
 
@@ -99,6 +103,8 @@ public:
     bool isSettled() const;
 
 signals:
+    /// A picture of the view is on the screen.
+    void pictureShown();
     /// A click on a node, or on nothing (null).
     void nodePicked(OSG::NodePtr node, Qt::KeyboardModifiers modifiers);
     /// A rectangle was dragged over these nodes: those that are visible in it.

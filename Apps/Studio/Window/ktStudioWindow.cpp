@@ -17,6 +17,7 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QMenuBar>
+#include <QStackedLayout>
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QTimer>
@@ -57,7 +58,24 @@ ktStudioWindow::~ktStudioWindow() {
 
 void ktStudioWindow::begin() {
     offerRecovery();
-    QTimer::singleShot(emptyWindow_ms, view, &ktSceneView::warmUp);
+    QTimer::singleShot(emptyWindow_ms, this, &ktStudioWindow::warmUp);
+}
+
+// The view lies below the empty page meanwhile: Qt puts the picture of the window together with OpenGL then, whose
+// programs are compiled, too, and the view gets its size.
+void ktStudioWindow::warmUp() {
+    if (document.isOpen() || document.isReading())
+        return;
+    static_cast<QStackedLayout*>(pages->layout())->setStackingMode(QStackedLayout::StackAll);
+    view->warmUp();
+    warmUpEnd->start();
+}
+
+void ktStudioWindow::endWarmUp() {
+    warmUpEnd->stop();
+    static_cast<QStackedLayout*>(pages->layout())->setStackingMode(QStackedLayout::StackOne);
+    for (int i = 0; i < pages->count(); ++i) // Qt leaves them visible below the first page
+        pages->widget(i)->setVisible(i == pages->currentIndex());
 }
 
 void ktStudioWindow::makePages() {
@@ -76,7 +94,16 @@ void ktStudioWindow::makePages() {
     readingDelay = new QTimer(this);
     readingDelay->setSingleShot(true);
     readingDelay->setInterval(shortReading_ms);
-    connect(readingDelay, &QTimer::timeout, this, [this] { pages->setCurrentWidget(readingPage); });
+    connect(readingDelay, &QTimer::timeout, this, [this] {
+        pages->setCurrentWidget(readingPage);
+        paintPause.end();
+    });
+    warmUpEnd = new QTimer(this);
+    warmUpEnd->setInterval(emptyWindow_ms);
+    connect(warmUpEnd, &QTimer::timeout, this, [this] {
+        if (!view->isWarmingUp())
+            endWarmUp();
+    });
     view = new ktSceneView(pages);
     for (QWidget* page :
          {static_cast<QWidget*>(emptyPage), static_cast<QWidget*>(readingPage), static_cast<QWidget*>(view)})
@@ -105,6 +132,7 @@ QAction* ktStudioWindow::addAction(QMenu* menu, const char* name, const QString&
 void ktStudioWindow::connectServices() {
     connect(&document, &ktStudioDocument::readingChanged, this, [this](bool isReading, const QString& what) {
         if (isReading) {
+            endWarmUp();
             readingPage->begin(what);
             readingDelay->start();
         } else {
@@ -155,7 +183,6 @@ void ktStudioWindow::connectServices() {
 }
 
 void ktStudioWindow::showOpened() {
-    pages->setCurrentWidget(view);
     QTimer::singleShot(afterPicture_ms, this, [path = document.getPath()] { // a disk takes its time
         ktStudioPreferences::the().addRecentFile(path);
     });
@@ -164,6 +191,8 @@ void ktStudioWindow::showOpened() {
     showTitle();
     updateActions();
     askUnit();
+    pages->setCurrentWidget(view); // now that the messages have their place
+    paintPause.showCentre();
 }
 
 void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktPaintPause.h"
 #include "ktStudioServices.h"
 
 #include <functional>
@@ -79,6 +80,9 @@ private:
     /// Whether to go on although unsaved changes would be lost.
     bool mayLoseChanges();
 
+    /// Starts OpenGL while the empty page is shown.
+    void warmUp();
+    void endWarmUp();
     void showOpened();
     void showRefusal(ktStudioRun::Refusal why);
     void showEnd(ktStudioRun::Ending how, const QString& reason, double seconds);
@@ -98,6 +102,8 @@ private:
     ktEmptyPage* emptyPage = nullptr;
     ktReadingPage* readingPage = nullptr;
     QTimer* readingDelay = nullptr; ///< a short reading shows no page
+    QTimer* warmUpEnd = nullptr;    ///< while OpenGL starts
+    ktPaintPause paintPause{*this};
     ktWorkBar* workBar = nullptr;
     ktSceneView* view = nullptr;
     ktScenePanel* scenePanel = nullptr;

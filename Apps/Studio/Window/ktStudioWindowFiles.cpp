@@ -34,8 +34,12 @@ QString sceneFilter() {
 } // namespace
 
 void ktStudioWindow::openFile(const QString& path, const ktStudioReadOptions& options) {
-    if (!isFrozen() && mayLoseChanges())
-        document.open(path, options);
+    if (isFrozen() || !mayLoseChanges())
+        return;
+    // A short reading and the first picture after it need the time that panels take to become grey and come back.
+    paintPause.begin();
+    if (!document.open(path, options))
+        paintPause.end();
 }
 
 void ktStudioWindow::openFiles(const QStringList& paths, const ktStudioReadOptions& options) {

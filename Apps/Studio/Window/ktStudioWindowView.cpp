@@ -193,6 +193,7 @@ void ktStudioWindow::makeLookMenus(QMenu* menu) {
 void ktStudioWindow::connectView() {
     auto* info = new QLabel(this);
     statusBar()->addWidget(info, 1);
+    connect(view, &ktSceneView::pictureShown, this, [this] { paintPause.noteCentreShown(); });
     connect(view, &ktSceneView::pointerInfoChanged, info, &QLabel::setText);
     connect(view, &ktSceneView::nodePicked, this, [this](const OSG::NodePtr& node, Qt::KeyboardModifiers modifiers) {
         const bool adds = (modifiers & Qt::ControlModifier) != 0;
@@ -228,7 +229,7 @@ void ktStudioWindow::connectView() {
     connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, [this, show] {
         // The end of a run has enough to do. What comes next may be the end of the scene, so nothing else can wait.
         if (run.isRunning())
-            QTimer::singleShot(0, view, show);
+            QTimer::singleShot(0, view, [this] { view->setSceneBeside(document.getRoot()); });
         else
             show();
     });

@@ -19,6 +19,7 @@ constexpr double hurriedSlice_ms = 12;              // of both beside other work
 constexpr int fullSamples = 4;                      // a pixel of the full picture
 constexpr std::size_t mostMovingTriangles = 300000; // with software OpenGL
 constexpr std::size_t hurriedTriangles = 100000;    // the same beside other work
+constexpr double firstDetail_px = 6;                // of the first picture
 constexpr std::size_t manyTriangles = 50000;        // coarser ones are made
 constexpr int tile_px = 2048;                       // of large pictures
 constexpr double stripe_px = 10;                    // period of the hatching, along a row
@@ -52,7 +53,7 @@ bool probe() {
 /// What belongs to the context.
 struct ktGlCanvas::Display {
     explicit Display(ktGl& gl_)
-        : gl(gl_), meshes(gl), textures(gl), moving(gl, shaders, meshes, textures),
+        : gl(gl_), meshes(gl), textures(gl), moving(makePicture()), next(makePicture()),
           still(gl, shaders, meshes, textures) {
         const auto* name = reinterpret_cast<const char*>(gl.glGetString(GL_RENDERER));
         const QString renderer = QString::fromLatin1(name ? name : "").toLower();
@@ -60,11 +61,14 @@ struct ktGlCanvas::Display {
             isSoftware = isSoftware || renderer.contains(QLatin1String(software));
     }
 
+    std::unique_ptr<ktGlPicture> makePicture() { return std::make_unique<ktGlPicture>(gl, shaders, meshes, textures); }
+
     ktGl& gl;
     ktGlShaders shaders;
     ktGlMeshes meshes;
     ktGlTextures textures;
-    ktGlPicture moving, still;
+    std::unique_ptr<ktGlPicture> moving, next; // shown, and drawn in slices; never null
+    ktGlPicture still;
     bool isSoftware = false;
 };
 
@@ -79,6 +83,10 @@ ktGlCanvas::ktGlCanvas(const ktViewState& state_, QWidget* parent) : QOpenGLWidg
     restTimer.setSingleShot(true);
     restTimer.setInterval(rest_ms);
     QObject::connect(&restTimer, &QTimer::timeout, this, [this] { startStill(); });
+    QObject::connect(this, &QOpenGLWidget::frameSwapped, this, [this] {
+        if (hasPicture && shown)
+            shown();
+    });
     sliceTimer.setInterval(0);
     QObject::connect(&sliceTimer, &QTimer::timeout, this, [this] { drawSlice(); });
 }
@@ -109,7 +117,7 @@ void ktGlCanvas::initializeGL() {
 void ktGlCanvas::fail(const char* reason) {
     failure = QString::fromUtf8(reason);
     sliceTimer.stop();
-    isStillRunning = false;
+    isStillRunning = isMovingRunning = false;
     qWarning("the viewport cannot draw: %s", reason);
 }
 
@@ -122,14 +130,16 @@ QSize ktGlCanvas::pixelSize() const {
 }
 
 void ktGlCanvas::sceneChanged() {
+    isStillShown = isStillShown && !warming;
+    hasPicture = hasPicture && !warming && levelStamp == state.scene.shapeStamp();
+    isUploaded = isMovingRunning = false;
     warming.reset();
-    isUploaded = isStillRunning = false;
     viewChanged();
 }
 
 void ktGlCanvas::viewChanged() {
     isDirty = true;
-    isStillShown = isStillRunning = false;
+    isStillRunning = false;
     update();
 }
 
@@ -140,6 +150,13 @@ void ktGlCanvas::keepResults() {
 
 void ktGlCanvas::resizeGL(int, int) {
     viewChanged();
+}
+
+// The layout of a window may change several times before it is on the screen, and Qt wants a picture of each size.
+void ktGlCanvas::resizeEvent(QResizeEvent* event) {
+    isResizing = true;
+    QOpenGLWidget::resizeEvent(event);
+    isResizing = false;
 }
 
 ktGlRequest ktGlCanvas::makeRequest(const QSize& pixels, double detail_px) const {
@@ -157,18 +174,22 @@ ktGlRequest ktGlCanvas::makeRequest(const QSize& pixels, double detail_px) const
 }
 
 void ktGlCanvas::paintGL() {
+    if (isResizing)
+        return; // viewChanged() has asked for another one
     if (display && failure.isEmpty() && !warming) {
         try {
             const bool mayDrawAtOnce = isUploaded || !state.isHurried;
-            if (!isUploaded)
+            if (!isUploaded && !state.scene.hasDueResults())
                 uploadSlice();
-            if (isUploaded && isDirty && mayDrawAtOnce)
+            if (isUploaded && isDirty && hasPicture && state.isHurried)
+                startMovingBeside();
+            else if (isUploaded && isDirty && mayDrawAtOnce)
                 drawMoving();
             else if (isUploaded && isDirty)
                 update(); // other events first
-            ktGlTarget& shown = (isStillShown ? display->still : display->moving).target();
-            if (!shown.size().isEmpty())
-                shown.copyTo(defaultFramebufferObject(), pixelSize());
+            ktGlTarget& newest = (isStillShown ? display->still : *display->moving).target();
+            if (!newest.size().isEmpty())
+                newest.copyTo(defaultFramebufferObject(), pixelSize());
         } catch (const std::exception& error) {
             fail(error.what());
         }
@@ -192,32 +213,64 @@ void ktGlCanvas::uploadSlice() {
         sliceTimer.start();
 }
 
-void ktGlCanvas::drawMoving() {
+ktGlRequest ktGlCanvas::movingRequest() const {
     const ktMovingQuality::Quality used = quality.now();
     const QSize pixels = (QSizeF(pixelSize()) / used.scale).toSize().expandedTo({1, 1});
-    ktGlRequest request = makeRequest(pixels, used.detail_px);
+    // The first picture of a scene shall be there soon; finer ones follow.
+    const bool isFirst = display->isSoftware && last.hasLevels && !hasPicture;
+    ktGlRequest request = makeRequest(pixels, isFirst ? std::max(firstDetail_px, used.detail_px) : used.detail_px);
     request.look.hasWires = request.look.hasWires && used.isFull();
+    request.hasMarks = !isFirst;
     if (display->isSoftware)
         request.mostTriangles = state.isHurried ? hurriedTriangles
                                 : levelJob      ? mostMovingTriangles / 2
                                                 : mostMovingTriangles;
-    QElapsedTimer timer;
-    timer.start();
-    if (!display->moving.begin(request, state.scene))
-        return fail("OpenGL has no picture of this size");
-    display->moving.finish();
-    display->gl.glFinish();
-    last.movingPicture_ms = static_cast<double>(timer.nsecsElapsed()) * 1e-6;
-    last.movingQuality = used;
-    last.movingTriangles = display->moving.triangles();
-    last.movingBatches = display->moving.batches();
-    quality.learn(last.movingPicture_ms);
-    isDirty = false;
+    return request;
+}
+
+void ktGlCanvas::noteMoving(const ktGlPicture& picture) {
+    last.movingQuality = quality.now();
+    last.movingTriangles = picture.triangles();
+    last.movingBatches = picture.batches();
+    isStillShown = isMovingRunning = false;
+    hasPicture = true;
     restTimer.start();
 }
 
+void ktGlCanvas::drawMoving() {
+    QElapsedTimer timer;
+    timer.start();
+    if (!display->moving->begin(movingRequest(), state.scene))
+        return fail("OpenGL has no picture of this size");
+    display->moving->finish();
+    display->gl.glFinish();
+    noteMoving(*display->moving);
+    last.movingPicture_ms = static_cast<double>(timer.nsecsElapsed()) * 1e-6;
+    quality.learn(last.movingPicture_ms);
+    isDirty = false;
+}
+
+// One that has begun is completed first: otherwise a view that moves all the time would show none.
+void ktGlCanvas::startMovingBeside() {
+    if (isMovingRunning)
+        return;
+    if (!display->next->begin(movingRequest(), state.scene))
+        return fail("OpenGL has no picture of this size");
+    isDirty = false;
+    isMovingRunning = true;
+    sliceTimer.start();
+}
+
+void ktGlCanvas::advanceMovingBeside() {
+    if (!display->next->advance(sliceLength_ms()))
+        return;
+    std::swap(display->moving, display->next);
+    noteMoving(*display->moving);
+    update(); // shows it, and starts the next one if the view has changed
+}
+
 void ktGlCanvas::startStill() {
-    if (!display || !isUploaded || isDirty || !failure.isEmpty())
+    if (!display || !isUploaded || isDirty || isMovingRunning || !failure.isEmpty())
         return;
     quality.rest();
     makeCurrent();
@@ -230,7 +283,8 @@ void ktGlCanvas::startStill() {
 }
 
 void ktGlCanvas::drawSlice() {
-    if (!display || !failure.isEmpty() || (!warming && isUploaded && !isStillRunning))
+    const bool isIdle = isUploaded ? !isMovingRunning && !isStillRunning : state.scene.hasDueResults();
+    if (!display || !failure.isEmpty() || (!warming && isIdle))
         return sliceTimer.stop();
     makeCurrent();
     try {
@@ -240,6 +294,8 @@ void ktGlCanvas::drawSlice() {
             uploadSlice();
             if (isUploaded)
                 update();
+        } else if (isMovingRunning) {
+            advanceMovingBeside();
         } else if (display->still.advance(sliceLength_ms())) {
             isStillRunning = false;
             isStillShown = true;
@@ -261,6 +317,9 @@ void ktGlCanvas::startLevels() {
     const std::size_t triangles = state.scene.triangleCount();
     quality.reset(triangles, display->isSoftware);
     if (triangles < manyTriangles)
+        return;
+    last.hasLevels = display->meshes.hasLevels(state.scene);
+    if (last.hasLevels)
         return;
     levelJob = std::make_unique<ktLevelJob>(state.scene, [this] { // the job ends before this is destroyed
         QMetaObject::invokeMethod(
@@ -345,7 +404,7 @@ void ktGlCanvas::warmUp() {
     ktGlRequest moving = makeRequest(pixels / 2, 0), full = makeRequest(pixels, 0);
     full.samples = fullSamples;
     warming = std::make_unique<ktGlWarmUp>(
-        display->meshes, std::vector<ktGlWarmUp::Drawn>{{&display->moving, moving}, {&display->still, full}});
+        display->meshes, std::vector<ktGlWarmUp::Drawn>{{display->moving.get(), moving}, {&display->still, full}});
     sliceTimer.start();
 }
 

@@ -10,8 +10,8 @@
 
 class ktLevelJob;
 
-/// Draws the viewport with OpenGL 3.3. While the view changes, a reduced picture follows at once. When it is at rest,
-/// the full picture is drawn in slices, so that the event loop goes on.
+/// Draws the viewport with OpenGL 3.3. While the view changes, a reduced picture follows at once; beside other work it
+/// is drawn in slices. When the view is at rest, the full picture is drawn in slices, so that the event loop goes on.
 class ktGlCanvas : public QOpenGLWidget, public ktViewCanvas {
 public:
     /// What was drawn, for tests and benchmarks.
@@ -36,7 +36,8 @@ public:
     void keepResults() override;
     QImage render(const QSize& size, const ktViewCamera& camera, const ktViewLook& look) override;
     void warmUp() override;
-    bool isSettled() const override { return isStillShown && !isDirty; }
+    bool isWarmingUp() const override { return warming != nullptr; }
+    bool isSettled() const override { return isStillShown && !isDirty && !isMovingRunning; }
 
     Statistics statistics() const;
 
@@ -44,6 +45,7 @@ protected:
     void initializeGL() override;
     void paintGL() override;
     void resizeGL(int width, int height) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     struct Display;
@@ -54,7 +56,11 @@ private:
     QSize pixelSize() const;
     double sliceLength_ms() const;
     void uploadSlice();
+    ktGlRequest movingRequest() const;
+    void noteMoving(const ktGlPicture& picture);
     void drawMoving();
+    void startMovingBeside();
+    void advanceMovingBeside();
     void advanceWarmUp();
     void endWarmUp();
     void startStill();
@@ -74,4 +80,7 @@ private:
     QTimer restTimer, sliceTimer;
     QString failure; // why nothing is drawn; empty if all is well
     bool isUploaded = false, isDirty = true, isStillRunning = false, isStillShown = false, mustKeepResults = false;
+    bool isMovingRunning = false; // a reduced picture is drawn in slices, and the one before it is shown
+    bool hasPicture = false;      // of these shapes
+    bool isResizing = false;      // Qt asks for a picture that nobody sees
 };

@@ -214,6 +214,8 @@ bool ktGlMeshes::upload(const ktViewScene& scene, double budget_ms) {
         }
         filled = {};
         entry.isPartial = false;
+        if (entry.mesh.shape != geometry.shape && geometry.levels)
+            setLevels(entry, *geometry.levels);
         entry.mesh.shape = geometry.shape;
         entry.mesh.resultStamp = geometry.results;
     }
@@ -235,7 +237,10 @@ void ktGlMeshes::setLevels(osg::UInt32 geometryId, std::uint64_t shape, const st
     const auto found = entries.find(geometryId);
     if (found == entries.end() || found->second.mesh.shape != shape)
         return;
-    Entry& entry = found->second;
+    setLevels(found->second, levels);
+}
+
+void ktGlMeshes::setLevels(Entry& entry, const std::vector<ktViewLevel>& levels) {
     remove(entry.mesh.levelTriangles);
     entry.mesh.levelFirst.clear();
     entry.levels.clear();
@@ -246,6 +251,11 @@ void ktGlMeshes::setLevels(osg::UInt32 geometryId, std::uint64_t shape, const st
         all.insert(all.end(), level.triangles.begin(), level.triangles.end());
     }
     entry.mesh.levelTriangles = makeBuffer(GL_ARRAY_BUFFER, all.data(), all.size() * sizeof all[0], bytes.shapes);
+}
+
+bool ktGlMeshes::hasLevels(const ktViewScene& scene) const {
+    return std::all_of(scene.geometries.begin(), scene.geometries.end(),
+                       [](const ktShownGeometry& geometry) { return geometry.levels != nullptr; });
 }
 
 const ktGlMesh& ktGlMeshes::of(const ktShownGeometry& geometry) const {

@@ -37,6 +37,9 @@ public:
     /// Stores levels of a geometry; ignored if its shape has another stamp by now.
     void setLevels(osg::UInt32 geometryId, std::uint64_t shape, const std::vector<ktViewLevel>& levels);
 
+    /// Whether all geometries of the scene came with levels. After a complete upload() of the scene.
+    bool hasLevels(const ktViewScene& scene) const;
+
     /// After a complete upload() of the scene.
     const ktGlMesh& of(const ktShownGeometry& geometry) const;
     /// The buffer with a channel of texture coordinates, uploaded when it is first needed; 0 if there is none.
@@ -65,6 +68,7 @@ private:
     void beginShape(const ktShownGeometry& geometry, Entry& entry);
     void beginResults(const ktShownGeometry& geometry, ktGlMesh& mesh);
     void begin(const ktShownGeometry& geometry, Entry& entry);
+    void setLevels(Entry& entry, const std::vector<ktViewLevel>& levels);
     void remove(GLuint& buffer);
     void remove(Entry& entry);
 

@@ -33,9 +33,12 @@ public:
     virtual QImage render(const QSize& size, const ktViewCamera& camera, const ktViewLook& look) = 0;
     /// Does ahead what takes long in the first picture. Takes some tenths of a second.
     virtual void warmUp() {}
+    virtual bool isWarmingUp() const { return false; }
     /// Whether the widget shows the state in full quality.
     virtual bool isSettled() const = 0;
 
     /// Paints over the picture, in the widget's coordinates.
     std::function<void(QPainter&)> paintOverlay;
+    /// Called when a picture is on the screen.
+    std::function<void()> shown;
 };

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <QElapsedTimer>
 #include <tuple>
 #include <unordered_set>
 
@@ -66,14 +67,18 @@ std::uint32_t ktViewScene::materialIndex(const osg::MaterialPtr& material) {
     return entry->second;
 }
 
-void ktViewScene::addUse(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld) {
+void ktViewScene::addUse(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld,
+                         bool hasTime) {
     const osg::MaterialPtr material = ktMaterialInEffect(node);
     if (geometry->getPositions() == osg::NullFC || ktIsEnvironment(material))
         return;
     const auto [entry, isNew] =
         geometryIndices.emplace(geometry.getFieldContainerId(), static_cast<std::uint32_t>(geometries.size()));
-    if (isNew)
-        geometries.push_back(shapes.read(geometry));
+    if (isNew) {
+        geometries.push_back(shapes.read(geometry, hasTime));
+        if (!hasTime)
+            due.push_back(entry->second);
+    }
     ktViewUse use;
     use.geometry = entry->second;
     use.bounds = transformed(geometries[use.geometry].bounds, toWorld);
@@ -87,13 +92,14 @@ void ktViewScene::addUse(const osg::NodePtr& node, const osg::GeometryPtr& geome
     uses.push_back(std::move(use));
 }
 
-void ktViewScene::read(const osg::NodePtr& newRoot) {
+void ktViewScene::read(const osg::NodePtr& newRoot, bool hasTime) {
     ++stamp;
+    due.clear();
     geometries.clear(), materials.clear(), uses.clear();
     geometryIndices.clear(), materialIndices.clear();
     root = osg::NodeRefPtr(newRoot);
-    ktForEachGeometryInstance(newRoot, ktInstances::Visible, [this](const ktGeometryInstance& instance) {
-        addUse(instance.node, instance.geometry, instance.toWorld);
+    ktForEachGeometryInstance(newRoot, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+        addUse(instance.node, instance.geometry, instance.toWorld, hasTime);
         return true;
     });
     shapes.forgetUnused(newRoot);
@@ -111,7 +117,18 @@ void ktViewScene::read(const osg::NodePtr& newRoot) {
     select(std::vector<osg::NodePtr>(selected));
 }
 
+bool ktViewScene::readDueResults(double budget_ms) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!due.empty() && static_cast<double>(timer.nsecsElapsed()) * 1e-6 < budget_ms) {
+        shapes.readResults(geometries[due.back()]);
+        due.pop_back();
+    }
+    return due.empty();
+}
+
 bool ktViewScene::readResults() {
+    due.clear();
     bool isSame = true;
     for (ktShownGeometry& geometry : geometries)
         isSame = shapes.readResults(geometry) && isSame;

@@ -44,7 +44,11 @@ public:
     std::uint64_t stamp = 0;     ///< another number after each read()
 
     /// Reads the tree again. Keeps the arrays of geometries that did not change. Null empties the scene.
-    void read(const osg::NodePtr& root);
+    /// @param hasTime to look at the results, too; otherwise readDueResults() does
+    void read(const osg::NodePtr& root, bool hasTime = true);
+    /// Looks at the results that read() had no time for, for about that time. @return whether all are read
+    bool readDueResults(double budget_ms);
+    bool hasDueResults() const { return !due.empty(); }
     /// Takes copies of geometries that another thread has made, for the next read(), which must follow at once.
     void take(ktViewShapes&& copies) { shapes.take(std::move(copies)); }
     /// Forgets the copies of geometries. read() must follow at once.
@@ -69,11 +73,12 @@ public:
 
 private:
     std::uint32_t materialIndex(const osg::MaterialPtr& material);
-    void addUse(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld);
+    void addUse(const osg::NodePtr& node, const osg::GeometryPtr& geometry, const osg::Matrix& toWorld, bool hasTime);
 
     osg::NodeRefPtr root;
     std::vector<osg::NodePtr> selected;
     std::size_t selectedCount = 0;
     std::unordered_map<osg::UInt32, std::uint32_t> geometryIndices, materialIndices; // by container id
     ktViewShapes shapes;
+    std::vector<std::uint32_t> due; // geometries whose results may have changed
 };

@@ -8,12 +8,19 @@
 #include "ktPreviewMaterial.h"
 #include "ktSurfaceColors.h"
 #include "ktTexCoordChannel.h"
+#include "ktViewLevels.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <new>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 namespace {
+
+constexpr unsigned mostThreads = 8;
 
 /// Containers and sizes of the properties of a geometry.
 std::vector<osg::UInt32> signatureOf(const osg::GeometryPtr& geometry) {
@@ -76,7 +83,38 @@ void ktViewShapes::readAll(const osg::NodePtr& root, const std::function<bool()>
     });
 }
 
-const ktShownGeometry& ktViewShapes::read(const osg::GeometryPtr& geometry) {
+void ktViewShapes::makeLevels(const std::function<bool()>& isInterrupted) {
+    std::vector<ktShownGeometry*> copies;
+    for (auto& [id, entry] : known)
+        copies.push_back(&entry.shown);
+    std::atomic<std::size_t> next{0};
+    const auto work = [&] {
+        try {
+            for (std::size_t i = next++; i < copies.size() && !(isInterrupted && isInterrupted()); i = next++)
+                copies[i]->levels = std::make_shared<const std::vector<ktViewLevel>>(
+                    ktMakeViewLevels(*copies[i]->positions, *copies[i]->triangles, copies[i]->bounds));
+        } catch (const std::bad_alloc&) { // the viewport makes them later, and says so
+        }
+    };
+    std::vector<std::thread> helpers;
+    try {
+        while (helpers.size() + 1 < std::min(mostThreads, std::thread::hardware_concurrency()))
+            helpers.emplace_back(work);
+    } catch (const std::system_error&) { // then there are fewer
+    }
+    work();
+    for (std::thread& helper : helpers)
+        helper.join();
+}
+
+std::size_t ktViewShapes::triangleCount() const {
+    std::size_t count = 0;
+    for (const auto& [id, entry] : known)
+        count += entry.shown.triangleCount();
+    return count;
+}
+
+const ktShownGeometry& ktViewShapes::read(const osg::GeometryPtr& geometry, bool withResults) {
     std::vector<osg::UInt32> signature = signatureOf(geometry);
     Entry& entry = known[geometry.getFieldContainerId()];
     const bool isSame = entry.signature == signature;
@@ -85,7 +123,7 @@ const ktShownGeometry& ktViewShapes::read(const osg::GeometryPtr& geometry) {
         entry.shown.shape = ++lastShape;
         entry.signature = std::move(signature);
     }
-    if (!std::exchange(entry.isNew, false) || !isSame)
+    if (withResults && (!std::exchange(entry.isNew, false) || !isSame))
         entry.shown.results = hashResults(geometry);
     return entry.shown;
 }

@@ -11,12 +11,15 @@
 #include <unordered_map>
 #include <vector>
 
+struct ktViewLevel;
+
 /// A geometry as the viewport shows it. The arrays never change, so other threads may read them; a changed geometry
 /// gets new ones.
 struct ktShownGeometry {
     osg::GeometryRefPtr geometry;
     std::shared_ptr<const std::vector<float>> positions;         ///< object space; three floats each, and one spare
     std::shared_ptr<const std::vector<std::uint32_t>> triangles; ///< three positions each
+    std::shared_ptr<const std::vector<ktViewLevel>> levels;      ///< coarser triangles; null: not made yet
     ktViewCamera::Box bounds;                                    ///< object space, of the triangles
     std::uint64_t shape = 0;   ///< another number after the surface, its colours or normals changed
     std::uint64_t results = 0; ///< another number after a result changed; 0 if it holds no result
@@ -31,8 +34,13 @@ public:
     /// Reads the visible geometries below a node. On any thread, while nothing changes the scene.
     /// @param isInterrupted ends it, with a part of the geometries; may be empty
     void readAll(const osg::NodePtr& root, const std::function<bool()>& isInterrupted = {});
-    /// The copy of a geometry, with its results now; reads the geometry if it changed.
-    const ktShownGeometry& read(const osg::GeometryPtr& geometry);
+    /// Makes coarser triangles of all copies, on some threads. @param isInterrupted ends it; may be empty
+    void makeLevels(const std::function<bool()>& isInterrupted = {});
+    /// Triangles of all copies.
+    std::size_t triangleCount() const;
+    /// The copy of a geometry; reads the geometry if it changed.
+    /// @param withResults looks at its results, too; otherwise readResults() must follow
+    const ktShownGeometry& read(const osg::GeometryPtr& geometry, bool withResults = true);
     /// Reads which results a geometry has now. @return false if the rest of it changed
     bool readResults(ktShownGeometry& geometry);
     /// Takes the copies that `others` has and this has not.

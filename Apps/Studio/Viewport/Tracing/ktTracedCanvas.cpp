@@ -137,6 +137,8 @@ void ktTracedCanvas::paintEvent(QPaintEvent*) {
         painter.drawText(rect(), Qt::AlignCenter, failure);
     if (paintOverlay)
         paintOverlay(painter);
+    if (!picture.isNull() && shown)
+        QTimer::singleShot(0, this, [this] { shown(); });
 }
 
 void ktTracedCanvas::resizeEvent(QResizeEvent*) {
