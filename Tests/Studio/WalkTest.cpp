@@ -1,16 +1,23 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Walks through the window with the mouse, on a display with software OpenGL: bake, look, pick, save.
+// Walks through the window with the mouse, on a display with software OpenGL: bake, look, pick, save. ctest runs it a
+// second time with twice the pixels.
 #include "ktSceneView.h"
 #include "ktStudioFixture.h"
 
+#include <algorithm>
+#include <cmath>
 #include <QAction>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QOpenGLWidget>
 #include <QPushButton>
 #include <QToolBar>
 #include <QtTest>
 
-using StudioWalk = ktStudioFixture;
+class StudioWalk : public ktStudioFixture {
+protected:
+    bool hasAnswered = false; // a click
+};
 
 TEST_F(StudioWalk, GivenFewClicks_SavesTheBytesOfKtbake) {
     const std::string scene = writeBoxes();
@@ -73,4 +80,49 @@ TEST_F(StudioWalk, GivenClickOnAPart_SelectsItAndOnNothing_SelectsNothing) {
     ASSERT_TRUE(waitFor([&] { return window->getSelection().get().size() == 1; }));
     click(QPoint(4, view->height() - 4));
     EXPECT_TRUE(waitFor([&] { return window->getSelection().isEmpty(); }));
+}
+
+TEST_F(StudioWalk, GivenPixelsOfTheDisplay_DrawsAllOfThemAndPicksWhatItDraws) {
+    const double scale = std::max(1.0, qEnvironmentVariable("QT_SCALE_FACTOR").toDouble());
+    open(writeBoxes());
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    EXPECT_EQ(window->devicePixelRatioF(), scale);
+    auto* const view = window->findChild<ktSceneView*>();
+    auto* const canvas = view->findChild<QOpenGLWidget*>();
+    ASSERT_TRUE(canvas);
+    trigger("viewColours");
+    trigger("viewFront");
+    trigger("frameAll");
+    trigger("selectNone");
+    ASSERT_TRUE(waitFor([&] { return view->isSettled(); }));
+    const QImage picture = canvas->grabFramebuffer();
+    EXPECT_EQ(picture.size(), (QSizeF(view->size()) * scale).toSize());
+    // Along the middle row: what is drawn is what a click finds. Boxes differ from the background above them.
+    const int y = view->height() / 2;
+    const auto isDrawn = [&](int x) {
+        const QColor color =
+            picture.pixelColor(QPoint(static_cast<int>((x + 0.5) * scale), static_cast<int>(y * scale)));
+        const QColor sky = picture.pixelColor(QPoint(2, static_cast<int>(y * scale)));
+        return std::abs(color.red() - sky.red()) + std::abs(color.green() - sky.green()) > 24;
+    };
+    const auto isPicked = [&](int x) {
+        window->getSelection().clear();
+        QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(x, y));
+        return waitFor([&] { return hasAnswered; }) && !window->getSelection().isEmpty();
+    };
+    QObject::connect(view, &ktSceneView::nodePicked, window.get(), [this] { hasAnswered = true; });
+    int drawn = 0, edges = 0;
+    for (int x = 4; x < view->width() - 4; ++x) {
+        if (isDrawn(x - 2) != isDrawn(x + 2)) {
+            ++edges;
+            continue; // beside an edge
+        }
+        if (x % 32 != 0)
+            continue;
+        hasAnswered = false;
+        drawn += isDrawn(x);
+        EXPECT_EQ(isPicked(x), isDrawn(x)) << "x " << x;
+    }
+    EXPECT_GT(drawn, 3);
+    EXPECT_GT(edges, 3) << "the boxes and the gap between them";
 }

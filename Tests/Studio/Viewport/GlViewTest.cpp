@@ -182,6 +182,55 @@ TEST_F(GlView, GivenFalseColours_ShowsTheLegend) {
     EXPECT_GT(changed, 100); // the bar is half as high as the view
 }
 
+TEST_F(GlView, GivenOtherWork_DrawsInSlicesAndTheNewestPictureIsShown) {
+    const osg::GeometryPtr geometry = ktViewParts::square(2);
+    ktViewParts::setResults(geometry, {0, 0, 0, 0.25f});
+    parts.add(geometry, ktViewParts::moved(-1, -1, 0));
+    show();
+    const QImage before = screen();
+    view.setHurried(true);
+    view.setViewMode(ktViewMode::SurfaceColours);
+    view.repaint(); // starts the next picture; the earlier one is shown until it is complete
+    EXPECT_FALSE(view.isSettled());
+    EXPECT_EQ(view.findChild<QOpenGLWidget*>()->grabFramebuffer().pixelColor(at(0, 0)), before.pixelColor(at(0, 0)));
+    EXPECT_EQ(screen().pixelColor(at(0, 0)), QColor(Qt::white));
+    view.resize(width + 40, height + 20); // and after the view got another size
+    view.setViewMode(ktViewMode::Occlusion);
+    EXPECT_LE(ktColorDistance(screen().pixelColor(at(0, 0)), ktSrgbBytes(0.25f, 0.25f, 0.25f)), 1);
+}
+
+TEST_F(GlView, GivenNewResultsBesideOtherWork_ShowsThem) {
+    const osg::GeometryPtr geometry = ktViewParts::square();
+    ktViewParts::setResults(geometry, {0, 0, 0, 0.25f});
+    parts.add(geometry, ktViewParts::moved(-0.5f, -0.5f, 0));
+    show();
+    const ktGlMeshes::Uploaded before = uploaded();
+    view.setHurried(true);
+    ktViewParts::setResults(geometry, {0, 0, 0, 0.75f});
+    view.setSceneBeside(parts.root);
+    EXPECT_FALSE(view.isSettled());
+    EXPECT_LE(ktColorDistance(screen().pixelColor(at(0, 0)), ktSrgbBytes(0.75f, 0.75f, 0.75f)), 1);
+    EXPECT_EQ(uploaded().shapes, before.shapes);
+    EXPECT_EQ(uploaded().results, 2 * before.results); // once each
+}
+
+TEST_F(GlView, GivenCopiesWithLevels_FirstPictureIsCoarse) {
+    for (int i = 0; i < 12; ++i)
+        parts.add(ktViewParts::sphere(0.15f, 64), ktViewParts::moved(-1.5f + 0.27f * static_cast<float>(i), 0, 0));
+    settle(); // the empty view is on the screen
+    view.takeShapes(*ktSceneView::readShapes(parts.root, {}));
+    show();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return canvas->statistics().movingTriangles > 0; }, 30000));
+    EXPECT_TRUE(canvas->statistics().hasLevels);
+    const std::size_t first = canvas->statistics().movingTriangles;
+    settle();
+    ktViewCamera camera = view.camera();
+    camera.orbit(0.01, 0);
+    view.setCamera(camera);
+    view.repaint();
+    EXPECT_LT(first, canvas->statistics().movingTriangles);
+}
+
 TEST_F(GlView, GivenManyTriangles_MovesWithFewer) {
     for (int i = 0; i < 12; ++i)
         parts.add(ktViewParts::sphere(0.15f, 64), ktViewParts::moved(-1.5f + 0.27f * static_cast<float>(i), 0, 0));
