@@ -36,9 +36,10 @@ void mapChannel(const osg::GeometryPtr& geometry, osg::UInt16 bit) {
 }
 
 // The results in a channel. Creates new ones if it has none or too few.
+// put is a setter of Geometry: in OpenSG 1.8, those of GeometryBase count no references.
 osg::GeoTexCoords4fPtr provideResults(const osg::GeometryPtr& geometry, const osg::GeoTexCoordsPtr& property,
                                       osg::UInt32 count, osg::BitVector field, osg::UInt16 mappingBit,
-                                      void (osg::GeometryBase::*put)(const osg::GeoTexCoordsPtr&)) {
+                                      void (osg::Geometry::*put)(const osg::GeoTexCoordsPtr&)) {
     const osg::GeoTexCoords4fPtr present = asResults(property);
     if (present != osg::NullFC && present->size() >= count)
         return present;
@@ -55,12 +56,12 @@ osg::GeoTexCoords4fPtr provideResults(const osg::GeometryPtr& geometry, const os
 
 osg::GeoTexCoords4fPtr ktAmbientOcclusion::getAOData(const osg::GeometryPtr& geometry, osg::UInt32 count) {
     return provideResults(geometry, geometry->getTexCoords7(), count, osg::GeometryBase::TexCoords7FieldMask,
-                          osg::Geometry::MapTexCoords7, &osg::GeometryBase::setTexCoords7);
+                          osg::Geometry::MapTexCoords7, &osg::Geometry::setTexCoords7);
 }
 
 osg::GeoTexCoords4fPtr ktAmbientOcclusion::getBakingData(const osg::GeometryPtr& geometry, osg::UInt32 count) {
     return provideResults(geometry, geometry->getTexCoords5(), count, osg::GeometryBase::TexCoords5FieldMask,
-                          osg::Geometry::MapTexCoords5, &osg::GeometryBase::setTexCoords5);
+                          osg::Geometry::MapTexCoords5, &osg::Geometry::setTexCoords5);
 }
 
 void ktAmbientOcclusion::storeDirectToBakingData() {

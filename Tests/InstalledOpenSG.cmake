@@ -18,7 +18,5 @@ kt_leave_out("recursive functions overflow the stack in very deep trees"
     VisibleList.GivenDeeplyNestedSwitches_FollowsThem
     NodeSettings.GivenVeryDeepTree_DoesNotOverflowTheStack
     Clearing.GivenVeryDeepTree_DoesNotOverflowTheStack)
-kt_leave_out("the namespace in a signal's signature is osg, because OSG is a macro"
-    MetaObject.GivenController_ListsSignalsAndTwoSlotsInOrder)
 
 message(STATUS "OpenSG 1.8 cannot pass some tests; Tests/InstalledOpenSG.cmake has the reasons.")

@@ -56,6 +56,15 @@ TEST_F(BakingData, GivenNoChannel_AnnouncesChannelAndGeometry) {
                 Contains(osg::Geometry::IndexMappingFieldMask | osg::Geometry::TexCoords5FieldMask));
 }
 
+TEST_F(BakingData, GivenNewChannel_IsReferencedByItsGeometry) {
+    for (const osg::GeoTexCoords4fPtr& made :
+         {controller.getAOData(geometry, 3), controller.getBakingData(geometry, 3)}) {
+        EXPECT_EQ(1, made.getRefCount());
+        ASSERT_EQ(1u, made->getParents().size());
+        EXPECT_TRUE(made->getParents()[0] == geometry);
+    }
+}
+
 TEST_F(BakingData, GivenLargerChannel_IsReusedUnchanged) {
     const osg::NodePtr large = keep(makeGeometryNode("large", 100));
     const osg::GeometryPtr core = geometryOfNode(large);

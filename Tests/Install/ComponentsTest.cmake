@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 # Tests that each component installs its own files, and that all components together are the whole installation. Usage:
-# cmake -DBUILD=... -DWORK=... -DLIBDIR=... -P ComponentsTest.cmake
+# cmake -DBUILD=... -DWORK=... -DLIBDIR=... -DKT_OPENSG=... -P ComponentsTest.cmake
 
 cmake_minimum_required(VERSION 3.22)
 
@@ -26,10 +26,17 @@ foreach(component runtime development studio python mpi)
     install_files(${component} --component ${component})
 endforeach()
 
+# An installed OpenSG stays where it is.
+set(scene_graph ${LIBDIR}/ktambientocclusion/libktOpenSG.so)
+set(scene_graph_header OSGNode.h)
+if(KT_OPENSG)
+    set(scene_graph "")
+    set(scene_graph_header OSGFieldAccessMacros.h)
+endif()
 expect(runtime bin/ktbake
     ${LIBDIR}/ktambientocclusion/ktAmbientOcclusion.so
     ${LIBDIR}/ktambientocclusion/libktHost.so
-    ${LIBDIR}/ktambientocclusion/libktOpenSG.so
+    ${scene_graph}
     share/bash-completion/completions/ktbake
     share/fish/vendor_completions.d/ktbake.fish
     share/man/man1/ktbake.1
@@ -48,7 +55,7 @@ expect(studio
 if(NOT "${mpi}" STREQUAL "" AND NOT "${mpi}" STREQUAL "${LIBDIR}/ktambientocclusion/ktRanksMpi.so")
     message(FATAL_ERROR "The component mpi installs ${mpi}")
 endif()
-foreach(file include/ktAmbientOcclusion/OpenSG/OSGNode.h include/ktAmbientOcclusion/Host/Include/ktLog.h
+foreach(file include/ktAmbientOcclusion/OpenSG/${scene_graph_header} include/ktAmbientOcclusion/Host/Include/ktLog.h
         include/ktAmbientOcclusion/AmbientOcclusion/ktAmbientOcclusion.h ${LIBDIR}/pkgconfig/ktAmbientOcclusion.pc
         ${LIBDIR}/cmake/ktAmbientOcclusion/ktAmbientOcclusionConfig.cmake)
     if(NOT file IN_LIST development)
