@@ -201,6 +201,26 @@ TEST_F(Compression, GivenPlainInput_CompressesItWhenAsked) {
             ASSERT_NEAR(packed[i][c], plain[i][c], (c < 3 ? 40.0 : 1.0) / (1 << 16));
 }
 
+TEST_F(Compression, GivenViewsThatCannotBeRead_CompressesTheOthers) {
+    ktSavePlain(ktWavyGrid(20), path("plain.glb"));
+    ktEditJson(path("plain.glb"), path("in.glb"), [](ktJson& json) {
+        for (const ktJson& length : {ktJson(1000000), ktJson("12"), ktJson(48)}) {
+            json["bufferViews"].push_back({{"buffer", 0}, {"byteLength", length}});
+            json["accessors"].push_back({{"bufferView", json["bufferViews"].size() - 1},
+                                         {"componentType", 5126},
+                                         {"count", 441},
+                                         {"type", length == 48 ? "unknown" : "VEC3"}});
+            json["meshes"][0]["primitives"][0]["attributes"]["_A" + std::to_string(json["accessors"].size())] =
+                json["accessors"].size() - 1;
+        }
+    });
+    bake("in.glb", "out.glb", as(ktCompressionMode::Meshopt));
+    EXPECT_THAT(names(ktJsonOfFile(path("out.glb")), "extensionsRequired"), ElementsAre("EXT_meshopt_compression"));
+    EXPECT_THAT(occlusion("out.glb"), SizeIs(441));
+    bake("in.glb", "out.glb", as(ktCompressionMode::Draco));
+    EXPECT_THAT(occlusion("out.glb"), SizeIs(441));
+}
+
 TEST_F(Compression, GivenSmallModel_RoundsItToItsSize) {
     ktWavyGrid grid(20);
     for (float& value : grid.positions)

@@ -3,6 +3,7 @@
 #include "ktBufferRebuild.h"
 #include "ktCompress.h"
 #include "ktExtensionNames.h"
+#include "ktFileError.h"
 #include "ktGltfAccessor.h"
 
 #include <algorithm>
@@ -95,7 +96,7 @@ void MeshoptEncoder::encodeVertices(std::size_t view, const ktGltfViewRange& ran
     const std::size_t stride = range.stride                                   ? range.stride
                                : use.hasManySizes || use.elementSize % 4 != 0 ? 4
                                                                               : use.elementSize;
-    if (stride % 4 != 0 || stride > largestStride || range.size == 0)
+    if (stride == 0 || stride % 4 != 0 || stride > largestStride || range.size == 0)
         return;
     ktBytes data(range.data, range.data + range.size);
     data.resize((range.size + stride - 1) / stride * stride);
@@ -148,9 +149,14 @@ void MeshoptEncoder::compress(std::size_t view) {
     const ViewUse& use = uses[view];
     if (use.isOther || (!use.isVertices && !use.isIndices) || !(all || isOwn))
         return;
-    const ktGltfViewRange range = ktFindGltfView(document, view);
     if (use.isIndices && use.hasManySizes)
         return;
+    ktGltfViewRange range = {};
+    try {
+        range = ktFindGltfView(document, view);
+    } catch (const ktFileError&) {
+        return; // what it shows was left out when the file was read, with a warning
+    }
     if (use.isIndices)
         encodeIndices(view, range, use);
     else
