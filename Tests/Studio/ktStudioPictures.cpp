@@ -72,11 +72,14 @@ int main(int argc, char** argv) {
     const osg::NodePtr top = window.getDocument().getTopNodes().back();
     osg::NodePtr part = top;
     std::size_t most = 0;
-    for (osg::UInt32 i = 0; i < top->getNChildren(); ++i)
-        if (const std::size_t count = ktPartFacts::collect({top->getChild(i)}).triangles; count > most) {
+    for (osg::UInt32 i = 0; i < top->getNChildren(); ++i) {
+        ktPartCollector collector({top->getChild(i)});
+        collector.advance(1e30);
+        if (const std::size_t count = collector.getFacts().triangles; count > most) {
             most = count;
             part = top->getChild(i);
         }
+    }
     window.getSelection().set({part});
     window.findChild<QAction*>("start")->trigger();
     window.findChild<QAction*>("selectAll")->trigger();
