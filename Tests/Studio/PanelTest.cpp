@@ -15,6 +15,8 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSlider>
 #include <QTableWidget>
 #include <QToolButton>
@@ -127,6 +129,38 @@ TEST_F(StudioPanels, GivenTwoSliderDrags_AreTwoUndoSteps) {
     trigger("undo");
     EXPECT_EQ(plugin().getShadowQuality(), 2);
     EXPECT_EQ(slider.value(), 2);
+}
+
+TEST_F(StudioPanels, GivenWheelOverAPanel_ScrollsItAndChangesOnlyWhatHasTheFocus) {
+    open(writeBoxes());
+    window->resize(window->width(), 400);
+    auto& field = find<QDoubleSpinBox>("shadow-quality");
+    QScrollArea* area = nullptr;
+    for (QWidget* above = &field; above && !area; above = above->parentWidget())
+        area = qobject_cast<QScrollArea*>(above);
+    ASSERT_TRUE(area);
+    ASSERT_TRUE(waitFor([&] { return area->isVisible() && area->verticalScrollBar()->maximum() > 0; }));
+    const auto turn = [](QWidget& widget, int angle) {
+        const QPointF at = widget.rect().center();
+        QWheelEvent wheel(at, widget.mapToGlobal(at.toPoint()), {}, {0, angle}, Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QSpontaneKeyEvent::setSpontaneous(&wheel); // as from the mouse: otherwise Qt does not pass it on
+        qApp->notify(&widget, &wheel);
+    };
+    window->activateWindow();
+    find<QCheckBox>("subdivide").setFocus();
+    const int steps = stack().count();
+    for (QWidget* widget : {static_cast<QWidget*>(&field), static_cast<QWidget*>(&find<QSlider>("max-distanceSlider")),
+                            static_cast<QWidget*>(&find<QComboBox>("mode"))}) {
+        area->verticalScrollBar()->setValue(0);
+        turn(*widget, -120);
+        EXPECT_EQ(stack().count(), steps) << widget->objectName().toStdString();
+        EXPECT_GT(area->verticalScrollBar()->value(), 0) << widget->objectName().toStdString();
+    }
+    field.setFocus();
+    ASSERT_TRUE(waitFor([&] { return field.hasFocus(); }));
+    turn(field, -120);
+    EXPECT_EQ(plugin().getShadowQuality(), 1);
 }
 
 TEST_F(StudioPanels, GivenMinimumAboveMaximum_SaysSoAtOnce) {

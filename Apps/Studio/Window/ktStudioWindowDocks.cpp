@@ -13,6 +13,7 @@
 #include "ktScriptPanel.h"
 #include "ktStudioWindow.h"
 #include "ktVersion.h"
+#include "ktWheelGuard.h"
 
 #include <QAction>
 #include <QDialog>
@@ -35,6 +36,7 @@ QWidget* scrolling(QWidget* panel) {
     area->setFrameShape(QFrame::NoFrame);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setWidget(panel);
+    new ktWheelGuard(panel);
     area->setMinimumWidth(panel->minimumSizeHint().width() + 20);
     return area;
 }
