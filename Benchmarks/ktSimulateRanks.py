@@ -25,7 +25,9 @@ import json
 import math
 
 RAYS_PER_BATCH = 1 << 14  # ktItemsPerBatch()
+UNIT = 1 << 13            # rays of a batch at the end of a loop
 LEAST_LOOP = 1 << 16      # rays for each thread of rank 0; smaller loops are not shared
+LEAST_NEARBY = 1 << 20    # the same if all ranks are on one machine
 MOST_BATCHES = 16         # of a thread in a block
 SHARE_OF_REST = 4
 BLOCKS_AHEAD = 2
@@ -70,9 +72,9 @@ class Scene:
         """Of rank 0 between the loops, with the threads of so many ranks."""
         return self.serial * (1 - self.parallel + self.parallel / sharing) / (1 - self.parallel + self.parallel / self.lent)
 
-    def is_shared(self, rays):
-        """Whether a loop is shared if there are other ranks."""
-        return rays >= LEAST_LOOP * self.threads
+    def is_shared(self, rays, is_nearby=False):
+        """Whether a loop is shared if there are other ranks. @param is_nearby all are on one machine"""
+        return rays >= (LEAST_NEARBY if is_nearby else LEAST_LOOP) * self.threads
 
     @staticmethod
     def from_stats(stats, whole=True):
@@ -86,10 +88,11 @@ class Scene:
         vertices = sum(rank["vertices"] for rank in ranks)
         loops = [part["raysTraced"] / rays * of_pass for of_pass in passes for part in stats["geometries"] if part["traced"]]
         in_loops = (ranks[0]["seconds"]["tracing"] + ranks[0]["seconds"]["waiting"]) / threads
-        small = sum(loop for loop in loops if loop < LEAST_LOOP * threads)
+        copied = ranks[1].get("structureBytes", 0)
+        least = LEAST_NEARBY if copied else LEAST_LOOP
+        small = sum(loop for loop in loops if loop < least * threads)
         per_ray = sum(rank["seconds"]["tracing"] for rank in ranks) / max(rays - small, 1)
         # Copied structures were built with the threads of all these ranks.
-        copied = ranks[1].get("structureBytes", 0)
         lent = len(ranks) if copied else 1
         build = seconds["structure"] * lent if copied else ranks[1]["seconds"]["structure"]
         others = ("read", "write") if whole else ()
@@ -108,27 +111,35 @@ def block_size(rest, threads, all_threads, least):
     return min(rest, threads * MOST_BATCHES, max(share // SHARE_OF_REST, min(least, share), 1))
 
 
-def loop_seconds(rays, ranks, scene, network, least_rays=1 << 15):
+def batch_at(rest, all_threads):
+    """Units of the next batch, as ktRankPool::Loop::batchAt()."""
+    return min(max(rest // (SHARE_OF_REST * all_threads), 1), RAYS_PER_BATCH // UNIT)
+
+
+def loop_seconds(rays, ranks, scene, network, least_rays=1 << 14, is_nearby=False):
     """Seconds of one loop."""
     threads = scene.threads
-    batches = math.ceil(rays / RAYS_PER_BATCH)
-    per_batch = rays / batches * scene.seconds_per_ray
-    if ranks == 1 or not scene.is_shared(rays):
-        return math.ceil(batches / threads) * per_batch
-    dispatch = rays / batches * scene.dispatch_per_ray  # half to make, half to store
-    size = rays / batches * scene.bytes_per_ray
-    least = threads * math.ceil(least_rays / RAYS_PER_BATCH)
-    rest, now, network_free, events, number, end = batches, 0.0, 0.0, [], 0, 0.0
+    if ranks == 1 or not scene.is_shared(rays, is_nearby):
+        batches = math.ceil(rays / RAYS_PER_BATCH)
+        return math.ceil(batches / threads) * rays / batches * scene.seconds_per_ray
+    units = math.ceil(rays / UNIT)
+    per_unit = rays / units * scene.seconds_per_ray
+    dispatch = rays / units * scene.dispatch_per_ray  # half to make, half to store
+    size = rays / units * scene.bytes_per_ray
+    rest, now, network_free, events, number, end = units, 0.0, 0.0, [], 0, 0.0
     free = [0.0] * ranks  # when a rank has traced all its blocks
 
     def hand_out(rank, when):
         """Returns when rank 0 has made the block."""
         nonlocal rest, network_free, number
-        block = block_size(rest, threads, ranks * threads, least)
+        batch = batch_at(rest, ranks * threads)
+        batches = block_size(math.ceil(rest / batch), threads, ranks * threads,
+                             threads * math.ceil(least_rays / (batch * UNIT)))
+        block = min(rest, batches * batch)
         rest -= block
         made = when + block * dispatch / 2
         network_free = max(network_free, made) + block * size / network.bandwidth
-        free[rank] = max(free[rank], network_free + network.latency + network.poll) + math.ceil(block / threads) * per_batch
+        free[rank] = max(free[rank], network_free + network.latency + network.poll) + math.ceil(batches / threads) * batch * per_unit
         number += 1
         heapq.heappush(events, (free[rank] + network.latency + network.poll, number, rank, block))
         return made
@@ -148,9 +159,10 @@ def loop_seconds(rays, ranks, scene, network, least_rays=1 << 15):
         end = max(end, when)
         if rank == 0:
             if rest > 0:
-                rest -= 1
+                batch = min(rest, batch_at(rest, ranks * threads))
+                rest -= batch
                 number += 1
-                heapq.heappush(events, (when + per_batch + debt, number, 0, 0))
+                heapq.heappush(events, (when + batch * per_unit + debt, number, 0, 0))
                 debt = 0.0
             continue
         at = dispatchers.index(min(dispatchers))
@@ -161,9 +173,10 @@ def loop_seconds(rays, ranks, scene, network, least_rays=1 << 15):
     return end
 
 
-def simulate(scene, ranks, network, least_rays=1 << 15, is_relayed=True, per_machine=1, is_one_loop=False):
+def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_machine=1, is_one_loop=False):
     """Seconds of a bake, by what they are spent on."""
     sharing = min(ranks, per_machine)  # ranks on the machine of rank 0
+    is_nearby = 1 < ranks <= per_machine
     sizes, build = list(scene.sizes), scene.build
     if scene.builds_once(ranks, per_machine):
         sizes.append(scene.structure_size)
@@ -174,10 +187,10 @@ def simulate(scene, ranks, network, least_rays=1 << 15, is_relayed=True, per_mac
     known = {}
     for loop in loops:
         if loop > 0 and loop not in known:
-            known[loop] = loop_seconds(loop, ranks, scene, network, least_rays)
+            known[loop] = loop_seconds(loop, ranks, scene, network, least_rays, is_nearby)
     in_loops = sum(known[loop] for loop in loops if loop > 0)
     thread_seconds = sum(loops) * scene.seconds_per_ray / scene.threads
-    alone = sum(known[loop] for loop in loops if loop > 0 and not scene.is_shared(loop)) if ranks > 1 else 0.0
+    alone = sum(known[loop] for loop in loops if loop > 0 and not scene.is_shared(loop, is_nearby)) if ranks > 1 else 0.0
     ideal = (thread_seconds - alone) / ranks
     return {"serial": scene.serial_seconds(sharing), "build": build,
             "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in sizes),
@@ -192,7 +205,8 @@ def efficiency(scene, ranks, network, **what_if):
 def processor_seconds(scene, ranks, per_machine=1):
     """Of all ranks together: the calculation without waiting."""
     rays = sum(scene.loops)
-    remote = sum(loop for loop in scene.loops if scene.is_shared(loop)) * (ranks - 1) / ranks
+    is_nearby = 1 < ranks <= per_machine
+    remote = sum(loop for loop in scene.loops if scene.is_shared(loop, is_nearby)) * (ranks - 1) / ranks
     builds = 1 if scene.builds_once(ranks, per_machine) else ranks
     return scene.serial + (builds * scene.build + rays * scene.seconds_per_ray) + remote * scene.dispatch_per_ray
 
@@ -225,7 +239,7 @@ def main():
     parser.add_argument("--whole", action="store_true", help="with reading and writing")
     parser.add_argument("--relay", choices=("yes", "no"), default="yes")
     parser.add_argument("--one-loop", action="store_true")
-    parser.add_argument("--least-rays", type=int, default=1 << 15)
+    parser.add_argument("--least-rays", type=int, default=1 << 14)
     parser.add_argument("--compare", nargs="*", default=[], help="--stats of other bakes of the same scene")
     arguments = parser.parse_args()
     network = Network(arguments.latency * 1e-6, arguments.bandwidth / 8 * 1e9, arguments.poll * 1e-6)

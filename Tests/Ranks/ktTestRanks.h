@@ -24,7 +24,7 @@ inline ktRankHello ktTestHello(const std::string& host) {
 inline ktRankPool::Limits ktTestLimits() {
     ktRankPool::Limits limits;
     limits.beat = std::chrono::milliseconds(20);
-    limits.leastRays = 0;
+    limits.leastRays = limits.leastRaysNearby = 0;
     return limits;
 }
 

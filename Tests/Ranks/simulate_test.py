@@ -4,7 +4,7 @@ import sys
 import unittest
 
 sys.path.insert(0, sys.argv[1])
-from ktSimulateRanks import (LEAST_LOOP, RAYS_PER_BATCH, Network, Scene, block_size, efficiency, loop_seconds,
+from ktSimulateRanks import (LEAST_LOOP, LEAST_NEARBY, RAYS_PER_BATCH, Network, Scene, block_size, efficiency, loop_seconds,
                              processor_seconds, simulate)
 
 BATCH = 0.5  # seconds
@@ -56,9 +56,17 @@ class Simulation(unittest.TestCase):
         self.assertAlmostEqual(sum(simulate(small, 8, FAST).values()), sum(simulate(small, 1, FAST).values()))
         self.assertEqual(simulate(small, 8, FAST)["tracing"], 0)
 
+    def test_loops_on_one_machine_are_shared_if_long(self):
+        short, long = [scene([rays]) for rays in (LEAST_NEARBY - 1, LEAST_NEARBY)]
+        self.assertGreater(simulate(short, 2, FAST)["tracing"], 0)
+        self.assertEqual(simulate(short, 2, FAST, per_machine=2)["tracing"], 0)
+        self.assertGreater(simulate(short, 3, FAST, per_machine=2)["tracing"], 0)
+        self.assertGreater(simulate(long, 2, FAST, per_machine=2)["tracing"], 0)
+
     def test_last_block_limits_a_short_loop(self):
-        self.assertAlmostEqual(loop_seconds(batches(20), 64, scene([]), FAST), BATCH)
-        self.assertAlmostEqual(loop_seconds(batches(65), 64, scene([]), FAST), 2 * BATCH)
+        # The last batches are half as long.
+        self.assertAlmostEqual(loop_seconds(batches(20), 64, scene([]), FAST), BATCH / 2)
+        self.assertAlmostEqual(loop_seconds(batches(65), 64, scene([]), FAST), 1.5 * BATCH)
 
     def test_latency_adds_to_a_loop(self):
         slow = Network(latency=10, bandwidth=1e30, poll=0)
@@ -110,11 +118,13 @@ class Simulation(unittest.TestCase):
         self.assertEqual(found.sizes, [18000, 6000, 6000])
         self.assertAlmostEqual(found.bytes_per_ray, 70000 / (4.5e6 / 4))
         stats["ranks"][1]["structureBytes"] = 20000
+        stats["raysTraced"] = {"direct": 1.5e7, "indirect": 3e7}
+        stats["geometries"] = [{"raysTraced": 4.5e7, "traced": True}]
         found = Scene.from_stats(stats)
         self.assertEqual(found.structure_size, 20000)
         self.assertAlmostEqual(found.build, 3 * 2)
         self.assertAlmostEqual(found.serial, 1 + 2 + 10 + 0.5 - 7)
-        self.assertAlmostEqual(found.bytes_per_ray, 50000 / (4.5e6 / 4))
+        self.assertAlmostEqual(found.bytes_per_ray, 50000 / (4.5e7 / 4))
 
 
 if __name__ == "__main__":

@@ -14,7 +14,8 @@
 
 namespace {
 
-constexpr std::uint64_t leastRaysPerThread = 1 << 15; // of a block; about half a millisecond
+constexpr std::uint64_t leastRaysPerThread = 1 << 14; // of a block; about half a millisecond
+constexpr std::uint64_t leastRaysPerBatch = 1 << 13;  // at the end of a loop
 constexpr std::size_t mostBatchesPerThread = 16;      // of a block; a batch takes 10 kB here
 constexpr std::size_t shareOfRest = 4;                // a block is at most this part of a rank's share of the rest
 
@@ -41,8 +42,9 @@ private:
 struct ktRankPool::Loop {
     const ktBatchLoop* work = nullptr;
     std::uint64_t generation = 0;
-    std::size_t batchSize = 1;        // items
-    std::atomic<std::size_t> next{0}; // item
+    std::size_t batchSize = 1, leastBatch = 1; // items
+    std::size_t threads = 1;                   // of all ranks
+    std::atomic<std::size_t> next{0};          // item
     std::uint32_t nextBlock = 0;
     std::size_t inUse = 0;     // threads of the pool that use the loop now
     std::size_t handedOut = 0; // blocks without results
@@ -50,6 +52,12 @@ struct ktRankPool::Loop {
     std::exception_ptr error; // of the listener
     ktMessageBytes begin;
     std::deque<std::pair<Peer*, std::vector<char>>> arrived; // results that nobody has stored yet
+
+    // Items of the next batch: fewer near the end, so that nobody waits long for the last one.
+    std::size_t batchAt(std::size_t item) const {
+        const std::size_t rest = work->count - std::min<std::size_t>(item, work->count);
+        return std::clamp(rest / (shareOfRest * threads), leastBatch, batchSize);
+    }
 };
 
 ktRankPool* ktRankPool::current() noexcept {
@@ -160,6 +168,7 @@ void ktRankPool::start(const ktRankHello& hello) {
     }
     const std::uint32_t cores = limits.cores != 0 ? limits.cores : ktTBBInit::the()->getNumLogicalCores();
     borrowedThreads = std::min(nearby, cores - std::min(cores, hello.threads));
+    lendsAll = isOneMachine && borrowedThreads == nearby;
     ktWireWriter writer = ktBeginMessage(ktRankMessage::Start);
     writer.put(commonLanes);
     const ktMessageBytes message = ktEndMessage(std::move(writer));
@@ -374,8 +383,8 @@ bool ktRankPool::take(Peer& peer, ktRankBlock& block, std::uint32_t most) {
     std::size_t allThreads = ownThreads;
     for (const auto& each : peers)
         allThreads += hasScene(*each) ? each->statistics.threads : 0;
-    const std::size_t batch = loop->batchSize;
     const std::size_t threads = peer.statistics.threads, next = loop->next, count = loop->work->count;
+    const std::size_t batch = loop->batchAt(next);
     const std::size_t rest = (count - std::min(next, count) + batch - 1) / batch;
     const std::uint64_t raysPerBatch = batch * std::uint64_t(loop->work->work.directions->set.count);
     const std::size_t least = threads * ((leastRaysPerThread + raysPerBatch - 1) / raysPerBatch);
@@ -470,12 +479,15 @@ void ktRankPool::handOut(Peer& peer, std::uint32_t most) {
 }
 
 void ktRankPool::traceHere(Loop& joined) {
-    const std::size_t batchSize = joined.batchSize, count = joined.work->count;
+    const std::size_t count = joined.work->count;
     ktParallel::forRange(ktThreadCount::get(), 1, [&](std::size_t, std::size_t) {
         const Clock::time_point begun = Clock::now();
         std::uint64_t vertices = 0;
-        for (std::size_t begin = 0; !isLost && (begin = joined.next.fetch_add(batchSize)) < count;) {
-            vertices += ktRunBatch(*joined.work, begin, std::min(begin + batchSize, count));
+        while (!isLost) {
+            const std::size_t size = joined.batchAt(joined.next), begin = joined.next.fetch_add(size);
+            if (begin >= count)
+                break;
+            vertices += ktRunBatch(*joined.work, begin, std::min(begin + size, count));
             while (storeArrived()) {
             }
         }
@@ -504,16 +516,19 @@ void ktRankPool::endLoop(Loop& ended) {
 
 void ktRankPool::run(const ktBatchLoop& work) {
     const std::uint64_t rays = std::uint64_t(work.count) * work.work.directions->set.count;
-    if (rays < limits.leastRays * ktThreadCount::get()) {
+    if (rays < (lendsAll ? limits.leastRaysNearby : limits.leastRays) * ktThreadCount::get()) {
         ktRunLoop(work, nullptr);
         return;
     }
     Loop own;
     own.work = &work;
     own.batchSize = ktItemsPerBatch(work.work);
+    own.leastBatch = std::clamp<std::size_t>(leastRaysPerBatch / work.work.directions->set.count, 1, own.batchSize);
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        ownThreads = ktThreadCount::get();
+        own.threads = ownThreads = ktThreadCount::get();
+        for (const auto& peer : peers)
+            own.threads += peer->statistics.threads;
         own.generation = ++generation;
         ktWireWriter writer = ktBeginMessage(ktRankMessage::Begin);
         ktPutLoop(writer, own.generation, work.work);

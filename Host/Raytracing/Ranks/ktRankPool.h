@@ -41,6 +41,7 @@ public:
         std::chrono::milliseconds silence{20'000};   ///< a rank without a sign of life for so long is lost
         std::chrono::milliseconds progress{600'000}; ///< and one that has work and finishes no batch
         std::uint64_t leastRays = 1 << 16;           ///< for each thread of rank 0; smaller loops are not shared
+        std::uint64_t leastRaysNearby = 1 << 20;     ///< the same if all other ranks lend their threads to rank 0
         std::uint32_t cores = 0;                     ///< that rank 0 may use; 0: as the system says
     };
 
@@ -119,6 +120,7 @@ private:
     std::uint32_t commonLanes = 16;
     std::uint32_t borrowedThreads = 0;
     bool isOneMachine = false;
+    bool lendsAll = false;                    // all threads of the other ranks can be borrowed
     bool sendsStructure = false;              // of the scene
     std::vector<std::unique_ptr<Peer>> peers; // by rank - 1
     ktRankStatistics self;
