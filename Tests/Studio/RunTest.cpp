@@ -38,6 +38,20 @@ TEST_F(StudioRun, GivenScene_BakesTheBytesOfKtbake) {
     EXPECT_TRUE(savedBytes() == bakedByKtbake(scene));
 }
 
+TEST_F(StudioRun, GivenBake_TheLogTellsWhatWasDone) {
+    open(writeBoxes());
+    const auto linesWith = [this](const QString& text) {
+        const QAbstractItemModel& log = window->getServices().log;
+        int count = 0;
+        for (int row = 0; row < log.rowCount(); ++row)
+            count += log.index(row, 0).data().toString().contains(text);
+        return count;
+    };
+    EXPECT_EQ(linesWith("Baked: "), 0);
+    trigger("start");
+    EXPECT_EQ(linesWith("Baked: 2 geometries"), 1);
+}
+
 TEST_F(StudioRun, GivenCancelAndSecondBake_SavesTheBytesOfKtbake) {
     const std::string scene = writeBoxes();
     open(scene);

@@ -198,6 +198,11 @@ bool ktStudioRun::calculate(bool missingOnly) {
                                                       std::move(before)));
     if (isDone && geometries == 0)
         return refuse(missingOnly ? NothingMissing : NoGeometry);
+    // A failure is in the log already.
+    if (isDone)
+        ktLog::info("Baked: %d geometries in %s", geometries, formatDuration(seconds()).c_str());
+    else if (end.kind == ktRunEnd::Cancelled)
+        ktLog::info("The bake was cancelled after %s", formatDuration(seconds()).c_str());
     emit ended(isDone                            ? Ending::Done
                : end.kind == ktRunEnd::Cancelled ? Ending::Cancelled
                                                  : Ending::Failed,
