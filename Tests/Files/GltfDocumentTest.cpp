@@ -262,8 +262,8 @@ TEST(GltfDocument, GivenNoGltf_SaysWhy) {
 
 TEST(GltfDocument, GivenCollectionThatIsNoArray_RefusesItWhenRead) {
     const ktTestFolder folder;
-    for (const std::string key :
-         {"accessors", "buffers", "bufferViews", "extensionsUsed", "materials", "meshes", "nodes"})
+    for (const std::string key : {"accessors", "buffers", "bufferViews", "extensionsRequired", "extensionsUsed",
+                                  "materials", "meshes", "nodes"})
         for (const nlohmann::json& value : {nlohmann::json::object(), nlohmann::json(5), nlohmann::json("x")}) {
             ktTestGltf file = ktSquare();
             file.saveGltf(folder.path("a.gltf"));

@@ -42,7 +42,8 @@ void checkAsset(const ktJson& json) {
 
 // Writing adds to these. A file in which that is not possible is refused before the bake and not after it.
 void checkCollections(const ktJson& json) {
-    for (const char* key : {"accessors", "buffers", "bufferViews", "extensionsUsed", "materials", "meshes", "nodes"})
+    for (const char* key : {"accessors", "buffers", "bufferViews", "extensionsRequired", "extensionsUsed", "materials",
+                            "meshes", "nodes"})
         if (const ktJson* collection = ktJsonMember(json, key); collection && !collection->is_array())
             throw ktFileError(std::string("/") + key, "is not an array");
 }
