@@ -204,22 +204,29 @@ int main(int count, char** arguments) {
         settle(*view);
         gaps->print("full picture");
     }
-    for (int again = 0; again < 4; ++again) {
-        openings.open(QString::fromStdString(scene));
-        settle(*view);
-    }
-    if (!baker.isEmpty()) {
-        const double read = 1000 * baker["seconds"].toObject()["read"].toDouble();
-        std::printf("ktbake reads it in %.0f ms: the first opening takes %.2f times as long, the median of five %.2f "
-                    "times\n",
-                    read, openings.first() / read, openings.middle() / read);
-        std::printf("a process of ktbake that only reads it takes %.0f ms: the first opening takes %.2f times as long, "
-                    "the median of five %.2f times\n",
-                    readingProcess_ms, openings.first() / readingProcess_ms, openings.middle() / readingProcess_ms);
-    }
+    // Later, because two scenes exist for a moment.
+    const auto openAgain = [&] {
+        for (int again = 0; again < 4; ++again) {
+            openings.open(QString::fromStdString(scene));
+            settle(*view);
+        }
+        if (!baker.isEmpty()) {
+            const double read = 1000 * baker["seconds"].toObject()["read"].toDouble();
+            std::printf(
+                "ktbake reads it in %.0f ms: the first opening takes %.2f times as long, the median of five %.2f "
+                "times\n",
+                read, openings.first() / read, openings.middle() / read);
+            std::printf(
+                "a process of ktbake that only reads it takes %.0f ms: the first opening takes %.2f times as long, "
+                "the median of five %.2f times\n",
+                readingProcess_ms, openings.first() / readingProcess_ms, openings.middle() / readingProcess_ms);
+        }
+    };
     measureCancels(window, QString::fromStdString(scene));
-    if (opensOnly)
+    if (opensOnly) {
+        openAgain();
         return 0;
+    }
     ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
     plugin.setShadowQuality(quality);
     plugin.setIndirectIlluminationEnabled(false);
@@ -273,6 +280,7 @@ int main(int count, char** arguments) {
                     memory / bakerMemory);
     } else
         std::printf("memory: %.0f MiB\n", memory);
+    openAgain();
     std::printf("load %.1f\n", load());
     return 0;
 }

@@ -5,6 +5,7 @@
 #include "ktStudioPreferences.h"
 #include "ktUndoStack.h"
 
+#include <malloc.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <QAction>
 #include <QApplication>
@@ -22,14 +23,16 @@
 
 namespace {
 
-constexpr std::size_t mostGrowth = 64 * 1024;
+// Ids of field containers are not used again, so the table of them grows with each scene.
+constexpr std::size_t mostGrowth = 32 * 1024, mostGrowthOfACycle = 1024;
 
-/// Bytes on the heap now, as the address sanitizer counts them; 0 without it.
+/// Bytes on the heap now.
 std::size_t allocatedBytes() {
 #ifdef __SANITIZE_ADDRESS__
     return __sanitizer_get_current_allocated_bytes();
 #else
-    return 0;
+    const auto info = mallinfo2();
+    return info.uordblks + info.hblkhd;
 #endif
 }
 
@@ -172,7 +175,8 @@ TEST_F(StudioControls, GivenManyWindowsOneAfterTheOther_NothingStays) {
     window.reset();
     osg::UInt32 containers = 0;
     std::vector<std::size_t> heap;
-    for (int cycle = 0; cycle < KT_CYCLES; ++cycle) {
+    const int wanted = qEnvironmentVariableIntValue("KT_STUDIO_CYCLES"), cycles = wanted > 0 ? wanted : KT_CYCLES;
+    for (int cycle = 0; cycle < cycles; ++cycle) {
         window = std::make_unique<ktStudioWindow>();
         window->show();
         open(scene);
@@ -188,8 +192,10 @@ TEST_F(StudioControls, GivenManyWindowsOneAfterTheOther_NothingStays) {
         ASSERT_EQ(living, containers) << "cycle " << cycle;
         heap.push_back(allocatedBytes());
     }
-    // Caches of Qt fill in the first cycles. Later ones must leave nothing.
-    const std::size_t first = heap[heap.size() / 2], last = heap.back();
-    EXPECT_LE(last, first + mostGrowth) << "bytes after half of the cycles and after all";
+    // Caches of Qt fill in the first cycles. A window that stays, or a part of it, takes more than this.
+    const std::size_t half = heap.size() / 2, first = heap[half], last = heap.back();
+    RecordProperty("growth", static_cast<int>(static_cast<std::ptrdiff_t>(last) - static_cast<std::ptrdiff_t>(first)));
+    EXPECT_LE(last, first + mostGrowth + mostGrowthOfACycle * (heap.size() - half))
+        << "bytes after half of the cycles and after all";
     EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
 }
