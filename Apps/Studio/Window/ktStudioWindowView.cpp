@@ -17,6 +17,8 @@
 #include <QTimer>
 #include <QToolBar>
 
+static constexpr int afterRun_ms = 5; // after other events: the end of a run takes its time, too
+
 void ktStudioWindow::makeViewMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&View"));
     auto* bar = addToolBar(tr("View"));
@@ -229,7 +231,7 @@ void ktStudioWindow::connectView() {
     connect(&ktHostSignals::the(), &ktHostSignals::sceneChanged, this, [this, show] {
         // The end of a run has enough to do. What comes next may be the end of the scene, so nothing else can wait.
         if (run.isRunning())
-            QTimer::singleShot(0, view, [this] { view->setSceneBeside(document.getRoot()); });
+            QTimer::singleShot(afterRun_ms, view, [this] { view->setSceneBeside(document.getRoot()); });
         else
             show();
     });
