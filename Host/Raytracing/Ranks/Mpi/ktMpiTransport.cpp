@@ -27,9 +27,10 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t pieceSize = 64u << 20;     // of a long message, bytes
 constexpr std::size_t leastBroadcast = 1u << 16; // bytes; shorter messages go to each rank by itself
 // Between two looks for messages, each of which takes some microseconds: if threads wait, or messages are on their way;
-// at least a part of the time for which nothing has happened; and if all threads trace.
-constexpr std::chrono::microseconds shortInterval{50}, longInterval{500};
-constexpr int partOfIdleTime = 16;
+// at least a part of the time for which nothing has happened. If all threads trace, looks are seldom, and even less
+// frequent within long blocks, because each look interrupts a thread.
+constexpr std::chrono::microseconds shortInterval{50}, longInterval{500}, longestInterval{2000};
+constexpr int partOfIdleTime = 16, partOfTracingTime = 4;
 constexpr std::chrono::seconds longestEnd{5}; // of MPI's own end; then the process ends without
 enum Tag : int { wholeMessage = 1, announcedSize, piece, announcedBroadcast };
 constexpr int toAll = -1;
@@ -175,9 +176,10 @@ private:
     }
 
     Clock::duration pollInterval() const {
+        const Clock::duration idle = Clock::now() - lastActive;
         if (!isWaiting && sending.empty())
-            return longInterval;
-        return std::clamp<Clock::duration>((Clock::now() - lastActive) / partOfIdleTime, shortInterval, longInterval);
+            return std::clamp<Clock::duration>(idle / partOfTracingTime, longInterval, longestInterval);
+        return std::clamp<Clock::duration>(idle / partOfIdleTime, shortInterval, longInterval);
     }
 
     // dropSent() waits for the requests. NOLINTBEGIN(clang-analyzer-optin.mpi.MPI-Checker)
