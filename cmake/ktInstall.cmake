@@ -37,7 +37,7 @@ endfunction()
 
 if(KT_OPENSG)
     kt_install_library(ktOpenSG ${kt_include} ${KT_OPENSG}/include ${KT_OPENSG}/include/OpenSG)
-    set(KT_PKGCONFIG_OPENSG "${KT_OSGSystem} ${KT_OSGBase}")
+    set(KT_PKGCONFIG_OPENSG "-Wl,-rpath,${kt_opensg_folder} ${KT_OSGSystem} ${KT_OSGBase}")
     set(KT_PKGCONFIG_OPENSG_FLAGS "${kt_opensg_flags}")
 else()
     kt_install_library(ktOpenSG ${kt_include})

@@ -34,3 +34,9 @@ target_compile_definitions(ktOpenSG INTERFACE OSG_PTHREAD_ELF_TLS KT_INSTALLED_O
 # Its headers include <ext/hash_map>, which warns that it is old, and its templates convert numbers to bool.
 target_compile_options(ktOpenSG INTERFACE -Wno-cpp -Wno-narrowing)
 target_link_libraries(ktOpenSG INTERFACE ${KT_OSGSystem} ${KT_OSGBase})
+
+# Installed files find the library where it is.
+get_filename_component(kt_opensg_folder ${KT_OSGSystem} DIRECTORY)
+foreach(kind LIBRARY PROGRAM MODULE)
+    list(APPEND KT_${kind}_RPATH ${kt_opensg_folder})
+endforeach()
