@@ -8,6 +8,7 @@
 #include "ktPresetStore.h"
 #include "ktSceneView.h"
 #include "ktStudioWindow.h"
+#include "ktThreadCount.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -161,12 +162,13 @@ int main(int count, char** arguments) {
     std::string scene, ktbake;
     const int quality = 0;
     int trace_ms = 0;
-    bool opensOnly = false;
+    bool opensOnly = false, hasSamePriority = false;
     ktCommandLine line("The window with a large scene");
     line.addRequired("scene", scene, "scene file");
     line.add("--ktbake", ktbake, "ktbake to compare with");
     line.addPositive("--trace", trace_ms, "prints the calls in gaps that are longer, milliseconds");
     line.addFlag("--open-only", opensOnly, "measures only opening");
+    line.addFlag("--same-priority", hasSamePriority, "tracing threads have the priority of the main thread");
     if (const auto code = line.parse(count, arguments))
         return *code;
 
@@ -177,6 +179,8 @@ int main(int count, char** arguments) {
     QApplication application(count, arguments);
     ktPresetStore::load();
     ktStudioWindow window;
+    if (hasSamePriority)
+        ktThreadCount::setLowPriority(false);
     window.resize(1280, 800);
     window.show();
     window.begin();
