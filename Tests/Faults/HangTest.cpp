@@ -93,7 +93,7 @@ TEST(FaultHangs, GivenBatch_GoesOnAfterASceneWithoutMemory) {
 
 TEST(FaultHangs, GivenBatchWithoutMemoryForItsWorkers_GoesOn) {
     const ktTestFolder folder;
-    bakeTwo(folder, {}, "KT_FAILING_ARENA=12");
+    bakeTwo(folder, {}, "KT_FAILING_ARENA=14");
 }
 
 TEST(FaultHangs, GivenShortageWithoutProgress_EndsWithAMessage) {

@@ -33,7 +33,7 @@ def bake_and_draw(folder):
 
 def main():
     folder = tempfile.mkdtemp()
-    process = subprocess.Popen([sys.executable] + sys.argv + [folder], env=dict(os.environ, KT_FAILING_ARENA="12"),
+    process = subprocess.Popen([sys.executable] + sys.argv + [folder], env=dict(os.environ, KT_FAILING_ARENA="14"),
                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     out, err = [text.decode("utf-8", "replace") for text in process.communicate()]
     assert process.returncode == 0, (process.returncode, out, err)
