@@ -40,8 +40,13 @@ void ktRankPool::sendScene(const std::vector<ktTracerMesh>& meshes, const ktTrac
 }
 
 void ktRankPool::sendStructure(ktTracer& tracer) {
-    if (!sendsStructure)
-        return;
+    std::uint64_t sent = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        sent = sceneGeneration;
+        if (!sendsStructure || sent == 0) // 0: it was cancelled meanwhile
+            return;
+    }
     const ktStructureImage image = tracer.structureImage();
     std::vector<std::weak_ptr<const std::vector<char>>> onTheWay;
     const auto sendWhenReady = [&](ktWireWriter&& writer) {
@@ -57,7 +62,7 @@ void ktRankPool::sendStructure(ktTracer& tracer) {
         return onTheWay.size() >= mostPieces;
     };
     ktWireWriter head = ktBeginMessage(ktRankMessage::Structure);
-    head.put(sceneGeneration);
+    head.put(sent);
     head.putArray(image.head);
     sendWhenReady(std::move(head));
     for (std::size_t part = 0; part < image.parts.size(); ++part)
@@ -70,7 +75,7 @@ void ktRankPool::sendStructure(ktTracer& tracer) {
                 return; // the next loop says so
             const std::size_t size = std::min(pieceSize, image.parts[part].size - begin);
             ktWireWriter piece = ktBeginMessage(ktRankMessage::StructurePiece);
-            piece.put(sceneGeneration);
+            piece.put(sent);
             piece.put(static_cast<std::uint32_t>(part));
             piece.put(static_cast<std::uint64_t>(begin));
             piece.putArray(image.parts[part].first + begin, size);
