@@ -6,12 +6,9 @@
 #include <cmath>
 #include <gmock/gmock.h>
 
-using testing::Each;
 using testing::ElementsAre;
-using testing::FloatNear;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Pointwise;
 using testing::SizeIs;
 
 namespace {

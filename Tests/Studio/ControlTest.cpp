@@ -5,6 +5,7 @@
 #include "ktStudioPreferences.h"
 #include "ktUndoStack.h"
 
+#include <gmock/gmock.h>
 #include <malloc.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <QAction>

@@ -7,6 +7,7 @@
 #include "ktStudioFixture.h"
 #include "ktUndoStack.h"
 
+#include <gmock/gmock.h>
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>

@@ -35,6 +35,14 @@ constexpr double updateInterval_s = 0.1;
 constexpr double raysInterval_s = 1;
 constexpr double leastMeasured_s = 0.3; ///< shorter runs say little about the speed
 
+/// A failure is in the log already.
+void logEnd(ktRunEnd::Kind kind, int geometries, double seconds) {
+    if (kind == ktRunEnd::Done)
+        ktLog::info("Baked: %d geometries in %s", geometries, formatDuration(seconds).c_str());
+    else if (kind == ktRunEnd::Cancelled)
+        ktLog::info("The bake was cancelled after %s", formatDuration(seconds).c_str());
+}
+
 double tracedRays() {
     const ktTracingStatistics counts = ktReadTracingStatistics();
     return static_cast<double>(counts.requested.direct + counts.requested.indirect + counts.refining.direct +
@@ -198,11 +206,7 @@ bool ktStudioRun::calculate(bool missingOnly) {
                                                       std::move(before)));
     if (isDone && geometries == 0)
         return refuse(missingOnly ? NothingMissing : NoGeometry);
-    // A failure is in the log already.
-    if (isDone)
-        ktLog::info("Baked: %d geometries in %s", geometries, formatDuration(seconds()).c_str());
-    else if (end.kind == ktRunEnd::Cancelled)
-        ktLog::info("The bake was cancelled after %s", formatDuration(seconds()).c_str());
+    logEnd(end.kind, geometries, seconds());
     emit ended(isDone                            ? Ending::Done
                : end.kind == ktRunEnd::Cancelled ? Ending::Cancelled
                                                  : Ending::Failed,

@@ -129,6 +129,7 @@ void ktStudioWindow::askUnit() {
     units.resize(3);
     std::sort(units.begin(), units.end(), [](const Unit& a, const Unit& b) { return a.millimetres < b.millimetres; });
     std::vector<ktMessageBar::Button> buttons;
+    buttons.reserve(units.size());
     for (const Unit& unit : units)
         buttons.push_back({tr("%L1 m (unit: %2)").arg(diagonal * unit.millimetres / 1000, 0, 'g', 3).arg(unit.name),
                            [this, name = unit.name] {

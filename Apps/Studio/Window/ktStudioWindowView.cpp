@@ -151,7 +151,7 @@ void ktStudioWindow::makeLookMenus(QMenu* menu) {
     const auto addKept = [this, &preferences](QMenu* to, const QString& key, const auto& choices,
                                               const std::function<void(const QString&)>& choose) {
         auto* group = new QActionGroup(this);
-        const QString now = preferences.get(key, choices[0].value).toString();
+        QString now = preferences.get(key, choices[0].value).toString();
         for (const auto& choice : choices) {
             const QString value = choice.value;
             QAction* action = addAction(to, choice.name, choice.text, {}, [&preferences, key, value, choose] {
