@@ -122,7 +122,9 @@ private:
         for (const std::string& file : {options.preview, options.stats})
             if (ktReadRecord::has(QString::fromStdString(file))) {
                 const std::string reason = "cannot be written: the scene uses this file";
-                ktBakeMessages::log(ktLogLevel::Error, file + ": " + reason, {{"file", file}, {"reason", reason}});
+                std::string text = file;
+                text.append(": ").append(reason);
+                ktBakeMessages::log(ktLogLevel::Error, text, {{"file", file}, {"reason", reason}});
                 return ktBakeExit::notWritten;
             }
         return ktBakeExit::done;

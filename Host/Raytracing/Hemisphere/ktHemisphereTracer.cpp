@@ -47,7 +47,7 @@ ktTraversalState& stateOfThread() {
     // A key with a destructor instead of a thread_local object: the system would end the process if it had no memory to
     // note the destructor of such an object.
     static const pthread_key_t key = [] {
-        pthread_key_t made;
+        pthread_key_t made = 0;
         if (pthread_key_create(&made, [](void* old) { delete static_cast<ktTraversalState*>(old); }) != 0)
             throw std::bad_alloc();
         return made;
