@@ -18,10 +18,6 @@
 
 namespace {
 
-void say(ktLogLevel level, const std::string& file, const std::string& reason) {
-    ktBakeMessages::log(level, file + ": " + reason, {{"file", file}, {"reason", reason}});
-}
-
 // What results depend on besides the content of the scene.
 std::string identityOf(const ktBakeOptions& options, const QJsonObject& settings) {
     std::string identity = ktProjectVersion();
@@ -50,7 +46,7 @@ int ktBakeCheckpoint::begin(const ktBakeOptions& options, const QJsonObject& set
     try {
         checkpoint = std::make_unique<ktCheckpoint>(fileName, identityOf(options, settings));
     } catch (const std::runtime_error& error) {
-        say(ktLogLevel::Error, fileName, error.what());
+        ktBakeMessages::logReason(ktLogLevel::Error, fileName, error.what());
         return ktBakeExit::badInput;
     }
     ktCheckpoint::setCurrent(checkpoint.get());
@@ -62,15 +58,16 @@ void ktBakeCheckpoint::end() {
     if (!checkpoint)
         return;
     if (checkpoint->restoredVertices() > 0)
-        say(ktLogLevel::Info, fileName,
-            "the light of " + std::to_string(checkpoint->restoredVertices()) +
-                " vertices and points is from the checkpoint");
+        ktBakeMessages::logReason(ktLogLevel::Info, fileName,
+                                  "the light of " + std::to_string(checkpoint->restoredVertices()) +
+                                      " vertices and points is from the checkpoint");
     if (const std::string reason = checkpoint->writeError(); !reason.empty())
-        say(ktLogLevel::Warning, fileName, "the checkpoint could not be written further: " + reason);
+        ktBakeMessages::logReason(ktLogLevel::Warning, fileName,
+                                  "the checkpoint could not be written further: " + reason);
     checkpoint.reset();
 }
 
 void ktBakeCheckpoint::remove() const {
     if (!fileName.empty() && std::remove(fileName.c_str()) != 0)
-        say(ktLogLevel::Warning, fileName, "the checkpoint cannot be removed");
+        ktBakeMessages::logReason(ktLogLevel::Warning, fileName, "the checkpoint cannot be removed");
 }

@@ -35,7 +35,6 @@ bool canBeWritten(const std::string& fileName, ktBakeTarget target) {
     else if (fs::exists(status) && access(file.c_str(), W_OK) != 0)
         reason = "it cannot be replaced: " + std::generic_category().message(errno);
     if (!reason.empty())
-        ktBakeMessages::log(ktLogLevel::Error, fileName + ": cannot be written: " + reason,
-                            {{"file", fileName}, {"reason", "cannot be written: " + reason}});
+        ktBakeMessages::logReason(ktLogLevel::Error, fileName, "cannot be written: " + reason);
     return reason.empty();
 }

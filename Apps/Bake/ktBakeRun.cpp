@@ -43,8 +43,7 @@ namespace {
 /// After a failure, so that nobody takes the output for the old file.
 void sayWritten(const ktBakeOptions& options) {
     if (const std::string output = ktBakeMessages::shown(options.output); output != "-")
-        ktBakeMessages::log(ktLogLevel::Info, output + ": is written and complete",
-                            {{"file", output}, {"reason", "is written and complete"}});
+        ktBakeMessages::logReason(ktLogLevel::Info, output, "is written and complete");
 }
 
 /// Finds out whether a file is replaced. Needs no memory.
@@ -121,10 +120,7 @@ private:
     int checkInputs() const {
         for (const std::string& file : {options.preview, options.stats})
             if (ktReadRecord::has(QString::fromStdString(file))) {
-                const std::string reason = "cannot be written: the scene uses this file";
-                std::string text = file;
-                text.append(": ").append(reason);
-                ktBakeMessages::log(ktLogLevel::Error, text, {{"file", file}, {"reason", reason}});
+                ktBakeMessages::logReason(ktLogLevel::Error, file, "cannot be written: the scene uses this file");
                 return ktBakeExit::notWritten;
             }
         return ktBakeExit::done;
@@ -242,16 +238,14 @@ private:
 
     /// Logs why the scene cannot be baked like this.
     int refuse(const std::string& reason) const {
-        ktBakeMessages::log(ktLogLevel::Error, options.scene + ": " + reason,
-                            {{"file", options.scene}, {"reason", reason}});
+        ktBakeMessages::logReason(ktLogLevel::Error, options.scene, reason);
         return ktBakeExit::badInput;
     }
 
     void giveHint() const {
         const std::string hint = ktHintAtResult(ktScenegraph::getSelectedRootNodes(), scene.getDiagonal());
         if (!hint.empty())
-            ktBakeMessages::log(ktLogLevel::Info, options.scene + ": " + hint,
-                                {{"file", options.scene}, {"reason", hint}});
+            ktBakeMessages::logReason(ktLogLevel::Info, options.scene, hint);
     }
 
     void clear() const {
@@ -341,8 +335,6 @@ int runBake(const ktBakeOptions& options) {
         sayWritten(options);
         return ktBakeExit::notWritten;
     }
-    const std::string reason = "written in " + formatDuration(stats.totalSeconds);
-    ktBakeMessages::log(ktLogLevel::Info, options.output + ": " + reason,
-                        {{"file", options.output}, {"reason", reason}});
+    ktBakeMessages::logReason(ktLogLevel::Info, options.output, "written in " + formatDuration(stats.totalSeconds));
     return ktBakeExit::done;
 }

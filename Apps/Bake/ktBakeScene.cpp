@@ -62,7 +62,7 @@ void ktBakeScene::logMessages(const ktFileReport& report) const {
         ktBakeMessages::log(ktLogLevel::Warning, fileName + ": " + warning.text(),
                             {{"file", fileName}, {"object", warning.object}, {"reason", warning.reason}});
     for (const std::string& note : report.messages.notes())
-        ktBakeMessages::log(ktLogLevel::Info, fileName + ": " + note, {{"file", fileName}, {"reason", note}});
+        ktBakeMessages::logReason(ktLogLevel::Info, fileName, note);
 }
 
 void ktBakeScene::logError(const std::string& inFile, const ktFileReport& report) {
@@ -224,7 +224,6 @@ bool ktBakeScene::drawPreview(const ktBakeOptions& options, const std::function<
     if (reason.empty())
         return true;
     if (!isInterrupted())
-        ktBakeMessages::log(ktLogLevel::Error, options.preview + ": the picture cannot be written: " + reason,
-                            {{"file", options.preview}, {"reason", "the picture cannot be written: " + reason}});
+        ktBakeMessages::logReason(ktLogLevel::Error, options.preview, "the picture cannot be written: " + reason);
     return false;
 }

@@ -69,8 +69,7 @@ bool callHost(const std::string& call) {
 int exitCodeOf(const ktBakeOptions& options, const ktScripting::Result& result) {
     if (result.succeeded)
         return ktBakeExit::done;
-    ktBakeMessages::log(ktLogLevel::Error, options.script + ": the script failed: " + result.error,
-                        {{"file", options.script}, {"reason", "the script failed: " + result.error}});
+    ktBakeMessages::logReason(ktLogLevel::Error, options.script, "the script failed: " + result.error);
     if (!interrupted)
         ktBakeMessages::addToResult("result", "scriptFailed");
     if (interrupted)

@@ -72,8 +72,7 @@ int applySettings(const ktBakeOptions& options, const osg::NodePtr& settingsNode
         if (isLost(options.minDistance, nearest) || isLost(options.maxDistance, farthest)) {
             const std::string reason = "its diagonal of " + ktDescribeLength(sceneDiagonal) +
                                        " is too small or too large for distances in percent";
-            ktBakeMessages::log(ktLogLevel::Error, options.scene + ": " + reason,
-                                {{"file", options.scene}, {"reason", reason}});
+            ktBakeMessages::logReason(ktLogLevel::Error, options.scene, reason);
             return ktBakeExit::badInput;
         }
         ktLog::error("The minimum distance (%s) must be smaller than the maximum distance (%s).",
@@ -98,8 +97,7 @@ void followScene(const ktBakeOptions& options, double sceneDiagonal) {
     const std::string change =
         distances.describeChange(before, sceneDiagonal, ktAmbientOcclusion::the()->isSubdivideEnabled());
     if (!change.empty())
-        ktBakeMessages::log(ktLogLevel::Info, options.scene + ": " + change,
-                            {{"file", options.scene}, {"reason", change}});
+        ktBakeMessages::logReason(ktLogLevel::Info, options.scene, change);
 }
 
 void warnAboutDistances(const ktBakeOptions& options, double sceneDiagonal) {

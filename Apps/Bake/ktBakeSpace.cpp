@@ -59,9 +59,7 @@ bool hasSpace(const std::vector<ktBakeSpaceNeed>& needs,
         if (before > 0)
             reason.append(", other files of this bake ").append(formatSize(before));
         reason.append(", and the file system has ").append(formatSize(space->free_bytes));
-        std::string text = file;
-        text.append(": ").append(reason);
-        ktBakeMessages::log(ktLogLevel::Error, text, {{"file", file}, {"reason", reason}});
+        ktBakeMessages::logReason(ktLogLevel::Error, file, reason);
         return false;
     }
     return true;

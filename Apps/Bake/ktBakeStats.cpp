@@ -17,7 +17,6 @@ bool writeStats(ktRunStatistics stats, const std::string& fileName) {
     if (ktSafeFile::replaceOrSend(QFile::encodeName(QString::fromStdString(fileName)),
                                   QJsonDocument(stats.toJson()).toJson(), reason))
         return true;
-    const std::string why = "the statistics cannot be written: " + reason.toStdString();
-    ktBakeMessages::log(ktLogLevel::Error, fileName + ": " + why, {{"file", fileName}, {"reason", why}});
+    ktBakeMessages::logReason(ktLogLevel::Error, fileName, "the statistics cannot be written: " + reason.toStdString());
     return false;
 }

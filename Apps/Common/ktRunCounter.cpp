@@ -19,7 +19,7 @@ ktRunCounter::ktRunCounter() {
 double ktRunCounter::getTracingSeconds() const {
     if (getVerticesTraced() == 0)
         return 0;
-    return std::max(0.0, secondsBetween(firstVertex, lastVertex) - (structureSeconds - firstStructureSeconds));
+    return std::max(0.0, secondsBetween(tracingBegan, lastVertex) - (structureSeconds - firstStructureSeconds));
 }
 
 void ktRunCounter::onStarted(int max) {
@@ -28,7 +28,7 @@ void ktRunCounter::onStarted(int max) {
     const int bounces = plugin.isIndirectIlluminationEnabled() ? plugin.getNumOfIndirections() : 0;
     nodeCount = max / (bounces + 1);
     steps = 0;
-    started = firstVertex = lastVertex = Clock::now();
+    started = tracingBegan = lastVertex = Clock::now();
 }
 
 void ktRunCounter::onStep(int counter) {
@@ -53,7 +53,7 @@ void ktRunCounter::onTraced(std::uint64_t done, std::uint64_t) {
         const double built = ktReadTracingStatistics().structureSeconds;
         structureSeconds = firstStructureSeconds =
             built > 0 ? std::min(built, secondsBetween(started, now)) : secondsBetween(started, now);
-        firstVertex =
+        tracingBegan =
             started + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(structureSeconds));
     }
     // A smaller count means that a new call has begun.

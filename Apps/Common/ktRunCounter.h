@@ -21,9 +21,8 @@ public:
     double getStructureSeconds() const { return structureSeconds; }          ///< all builds that have ended
     double getTracingSeconds() const; ///< from the first build's end to the last vertex, without later builds
     Clock::time_point getStart() const { return started; }
-    Clock::time_point getFirstVertex() const {
-        return firstVertex;
-    } ///< when its tracing began; the start, if none is traced
+    /// When tracing began; the start, if no vertex is traced yet.
+    Clock::time_point getTracingStart() const { return tracingBegan; }
 
 private:
     void onStarted(int max);
@@ -34,7 +33,7 @@ private:
     int maxSteps = 0, steps = 0, nodeCount = 0;
     std::uint64_t callsDone = 0; // vertices of the finished calls
     std::uint64_t callDone = 0;  // vertices of the current call
-    Clock::time_point started, firstVertex, lastVertex;
+    Clock::time_point started, tracingBegan, lastVertex;
     double structureSeconds = 0, firstStructureSeconds = 0;
 };
 

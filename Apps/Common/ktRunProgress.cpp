@@ -46,11 +46,11 @@ double ktRunProgress::share() const {
 }
 
 double ktRunProgress::verticesPerSecond() const {
-    const double tracing = secondsBetween(counter.getFirstVertex(), ktRunCounter::Clock::now());
+    const double tracing = secondsBetween(counter.getTracingStart(), ktRunCounter::Clock::now());
     return tracing > 0 ? static_cast<double>(counter.getVerticesTraced()) / tracing : 0;
 }
 
 double ktRunProgress::secondsLeft() const {
-    const double done = share(), tracing = secondsBetween(counter.getFirstVertex(), ktRunCounter::Clock::now());
+    const double done = share(), tracing = secondsBetween(counter.getTracingStart(), ktRunCounter::Clock::now());
     return done > 0.01 && tracing > 0.5 ? tracing / done * (1 - done) : -1;
 }

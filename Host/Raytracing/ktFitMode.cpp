@@ -2,7 +2,6 @@
 // Names of the fit modes, and that of the process.
 #include "ktFitMode.h"
 
-#include <algorithm>
 #include <atomic>
 
 namespace {
@@ -17,21 +16,15 @@ Choice choiceOf(ktFitMode mode) {
 
 } // namespace
 
-const std::vector<std::string>& ktFitNames() {
-    static const std::vector<std::string> names = {"vertices", "surface"};
-    return names;
-}
-
 std::optional<ktFitMode> ktParseFitMode(const std::string& text) {
-    const std::vector<std::string>& names = ktFitNames();
-    const auto found = std::find(names.begin(), names.end(), text);
-    if (found == names.end())
-        return std::nullopt;
-    return static_cast<ktFitMode>(found - names.begin());
+    for (const ktFitMode mode : {ktFitMode::Vertices, ktFitMode::Surface})
+        if (text == ktNameOf(mode))
+            return mode;
+    return std::nullopt;
 }
 
 const char* ktNameOf(ktFitMode mode) {
-    return ktFitNames()[static_cast<std::size_t>(mode)].c_str();
+    return mode == ktFitMode::Vertices ? "vertices" : "surface";
 }
 
 void ktSetFitMode(ktFitMode mode) noexcept {

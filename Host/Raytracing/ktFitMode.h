@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 /// What the value of a vertex stands for.
 enum class ktFitMode {
@@ -13,11 +12,9 @@ enum class ktFitMode {
     Surface,  ///< the vertex values whose interpolation over the faces is nearest to the light on them
 };
 
-/// "vertices", "surface": in the order of the modes.
-KT_HOST_EXPORT const std::vector<std::string>& ktFitNames();
-/// Parses one of these names. Empty for anything else.
+/// Parses the name of a mode. Empty for anything else.
 KT_HOST_EXPORT std::optional<ktFitMode> ktParseFitMode(const std::string& text);
-/// The name of a mode.
+/// "vertices" or "surface".
 KT_HOST_EXPORT const char* ktNameOf(ktFitMode mode);
 
 /// Chooses the mode of the runs that start from now on. Thread-safe.

@@ -5,7 +5,6 @@
 #include "ktEmbreeTracer.h"
 #include "ktHemisphereTracer.h"
 
-#include <algorithm>
 #include <atomic>
 
 namespace {
@@ -15,21 +14,15 @@ std::atomic<std::uint32_t> mostLanes{16};
 
 } // namespace
 
-const std::vector<std::string>& ktTracerNames() {
-    static const std::vector<std::string> names = {"embree", "hemisphere"};
-    return names;
-}
-
 std::optional<ktTracerKind> ktParseTracerKind(const std::string& text) {
-    const std::vector<std::string>& names = ktTracerNames();
-    const auto found = std::find(names.begin(), names.end(), text);
-    if (found == names.end())
-        return std::nullopt;
-    return static_cast<ktTracerKind>(found - names.begin());
+    for (const ktTracerKind kind : {ktTracerKind::Embree, ktTracerKind::Hemisphere})
+        if (text == ktNameOf(kind))
+            return kind;
+    return std::nullopt;
 }
 
 const char* ktNameOf(ktTracerKind kind) {
-    return ktTracerNames()[static_cast<std::size_t>(kind)].c_str();
+    return kind == ktTracerKind::Embree ? "embree" : "hemisphere";
 }
 
 void ktChooseTracer(ktTracerKind kind) noexcept {

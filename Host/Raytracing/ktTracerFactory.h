@@ -6,7 +6,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 /// The implementations of ktTracer. Both hit the same surfaces, except for rounding.
 enum class ktTracerKind {
@@ -14,11 +13,9 @@ enum class ktTracerKind {
     Hemisphere, ///< traces all rays of a vertex together: faster
 };
 
-/// "embree", "hemisphere": in the order of the kinds.
-KT_HOST_EXPORT const std::vector<std::string>& ktTracerNames();
-/// Parses one of these names. Empty for anything else.
+/// Parses the name of a kind. Empty for anything else.
 KT_HOST_EXPORT std::optional<ktTracerKind> ktParseTracerKind(const std::string& text);
-/// The name of a kind.
+/// "embree" or "hemisphere".
 KT_HOST_EXPORT const char* ktNameOf(ktTracerKind kind);
 
 /// Chooses what ktMakeTracer() makes from now on. Existing tracers stay. The default is the hemisphere

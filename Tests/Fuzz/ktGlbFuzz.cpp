@@ -3,22 +3,13 @@
 // refused with a reason.
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktFuzzing.h"
 #include "ktGlbContainer.h"
 #include "ktGltfAccessor.h"
 #include "ktGltfReferences.h"
 #include "ktGltfStore.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 namespace {
-
-void require(bool condition, const char* what) {
-    if (condition)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
 
 /// The text must be read, or refused, exactly as by the JSON library.
 ktJson parse(const char* text, std::size_t size) {

@@ -1,22 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Reads any text as a message. It must be refused with a reason, or stay the same when it is written and read again.
+#include "ktFuzzing.h"
 #include "ktMessage.h"
 #include "ktMessageXml.h"
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
-namespace {
-
-void require(bool condition, const char* what) {
-    if (condition)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const QByteArray xml(reinterpret_cast<const char*>(data), static_cast<int>(size));

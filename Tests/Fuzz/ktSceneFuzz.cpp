@@ -3,14 +3,12 @@
 // triangles, saves it, compressed or not, and opens what was saved. What is wrong must be refused with a reason when it
 // is read; what was read can be written, and what was written can be read.
 #include "ktAnimManager.h"
+#include "ktFuzzing.h"
 #include "ktGeometryInstances.h"
 #include "ktLogOutput.h"
 #include "ktSceneFile.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <OpenSG/OSGBaseFunctions.h>
 #include <OpenSG/OSGGeometry.h>
@@ -24,24 +22,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path folder;
-
-void require(bool condition, const std::string& what) {
-    if (condition)
-        return;
-    std::fprintf(stderr, "%s\n", what.c_str());
-    std::abort();
-}
-
 void requireReason(const ktFileReport& report) {
     require(!report.errorReason.empty() && !report.errorObject.empty(), "refused without a reason");
     require(report.error.find("json.exception") == std::string::npos, "refused in words of a library: " + report.error);
     require(!report.isOutOfMemory, "takes all memory");
-}
-
-void deleteFolder() {
-    std::error_code error;
-    fs::remove_all(folder, error);
 }
 
 /// Results that differ from vertex to vertex.
@@ -132,9 +116,8 @@ unsigned choiceOf(const std::uint8_t* data, std::size_t size) {
 /// Not what a file of these bytes may need: they are in the same folder.
 fs::path write(const std::uint8_t* data, std::size_t size) {
     const bool isGlb = size >= 4 && std::equal(data, data + 4, "glTF");
-    const fs::path path = folder / (isGlb ? "in.glb" : "in.gltf");
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    const fs::path path = fuzzFolder() / (isGlb ? "in.glb" : "in.gltf");
+    writeInput(path, data, size);
     return path;
 }
 
@@ -144,16 +127,12 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     static QCoreApplication application(*argc, *argv);
     osg::osgInit(*argc, *argv);
     ktLogOutput::setQuiet(true);
-    std::string name = (fs::temp_directory_path() / "ktSceneFuzz-XXXXXX").string();
-    require(mkdtemp(name.data()) != nullptr, "no temporary folder");
-    folder = name;
-    std::atexit(deleteFolder);
+    fuzzFolder();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    for (const auto& entry : fs::directory_iterator(folder))
-        fs::remove(entry.path());
+    emptyFuzzFolder();
     const fs::path path = write(data, size);
     ktOpenOptions options;
     options.uniqueInstances = size % 2 != 0;
@@ -181,7 +160,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     saving.compression = static_cast<ktCompressionMode>(choice / 3 % 4);
     saving.multiplyColors = choice / 12 % 4 != 0;
     saving.strength = choice / 48 % 4 == 0 ? 0.5f : 1.0f;
-    const fs::path output = folder / (size % 4 < 2 ? "out.glb" : "out.gltf");
+    const fs::path output = fuzzFolder() / (size % 4 < 2 ? "out.glb" : "out.gltf");
     for (int i = 0; i < 2; ++i) {
         ktFileReport ofSaving;
         require(file->save(QString::fromStdString(output.string()), saving, ofSaving),

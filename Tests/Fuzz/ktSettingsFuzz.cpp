@@ -2,6 +2,7 @@
 // Reads any bytes as the plug-in's settings: as its presets file if they begin with '<', else as the named texts of a
 // node, one "key=text" per line. What was read must stay the same when it is written and read again.
 #include "ktAmbientOcclusion.h"
+#include "ktFuzzing.h"
 #include "ktGeoSubdivisionList.h"
 #include "ktLogOutput.h"
 #include "ktNodeAttachments.h"
@@ -12,7 +13,6 @@
 #include "OSGValuePair.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -51,27 +51,17 @@ namespace {
 
 using Controller = std::unique_ptr<ktAmbientOcclusion, void (*)(ktAmbientOcclusion*)>;
 
-fs::path folder;
-
-void require(bool condition, const std::string& what) {
-    if (condition)
-        return;
-    std::fprintf(stderr, "%s\n", what.c_str());
-    std::abort();
-}
-
-void deleteFolder() {
-    std::error_code error;
-    fs::remove_all(folder, error);
-}
-
 Controller start() {
     return {ktAmbientOcclusionAccess::make(), ktAmbientOcclusionAccess::destroy};
 }
 
+fs::path presetsPath() {
+    return fuzzFolder() / "aotemplates.xml";
+}
+
 std::string presetsFile() {
     std::ostringstream text;
-    text << std::ifstream(folder / "aotemplates.xml", std::ios::binary).rdbuf();
+    text << std::ifstream(presetsPath(), std::ios::binary).rdbuf();
     return text.str();
 }
 
@@ -128,8 +118,7 @@ void checkTexts(const std::string& input) {
 }
 
 void checkPresets(const std::uint8_t* data, std::size_t size) {
-    std::ofstream(folder / "aotemplates.xml", std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    writeInput(presetsPath(), data, size);
     const Controller first = start();
     const int count = static_cast<int>(first->getPresetNames().size());
     for (int i = 0; i < std::min(count, 20); ++i)
@@ -148,22 +137,17 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     static QCoreApplication application(*argc, *argv);
     osg::osgInit(*argc, *argv);
     ktLogOutput::setSink([](ktLogLevel, const std::string&) {}); // refusals are not of interest
-    std::string name = (fs::temp_directory_path() / "ktSettingsFuzz-XXXXXX").string();
-    require(mkdtemp(name.data()) != nullptr, "no temporary folder");
-    folder = name;
-    setenv("KT_PREFERENCES_DIR", (name + '/').c_str(), 1); // no other thread runs yet. NOLINT(concurrency-mt-unsafe)
-    std::atexit(deleteFolder);
+    // No other thread runs yet. NOLINTNEXTLINE(concurrency-mt-unsafe)
+    setenv("KT_PREFERENCES_DIR", (fuzzFolder().string() + '/').c_str(), 1);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    for (const auto& entry : fs::directory_iterator(folder))
-        fs::remove(entry.path());
+    emptyFuzzFolder();
     if (size > 0 && data[0] == '<')
         checkPresets(data, size);
     else {
-        std::ofstream(folder / "aotemplates.xml")
-            << "<message version=\"1\"><list name=\"name\" type=\"string\"/></message>";
+        std::ofstream(presetsPath()) << "<message version=\"1\"><list name=\"name\" type=\"string\"/></message>";
         checkTexts(std::string(reinterpret_cast<const char*>(data), size));
     }
     ktUndoStack::get(0)->clear();

@@ -98,7 +98,7 @@ private:
     int worst = ktBakeExit::done;
 
     int fail(int exitCode, const std::string& file, const std::string& reason) {
-        ktBakeMessages::log(ktLogLevel::Error, file + ": " + reason, {{"file", file}, {"reason", reason}});
+        ktBakeMessages::logReason(ktLogLevel::Error, file, reason);
         return exitCode;
     }
 

@@ -209,7 +209,8 @@ private:
     void addSelection() {
         group = "What to do";
         choice(
-            "--fit", ktFitNames(), [&options = options](int index) { options.fit = static_cast<ktFitMode>(index); },
+            "--fit", {ktNameOf(ktFitMode::Vertices), ktNameOf(ktFitMode::Surface)},
+            [&options = options](int index) { options.fit = index == 0 ? ktFitMode::Vertices : ktFitMode::Surface; },
             "light at the vertices, or the vertex values that show the faces best", "surface");
         value(
             "--max-triangles",
@@ -362,8 +363,10 @@ private:
             "--ranks", {"auto", "off"}, [&options = options](int index) { options.ranks = index == 0; },
             "share one bake among the processes that mpirun or srun started", "auto");
         choice(
-            "--tracer", ktTracerNames(),
-            [&options = options](int index) { options.tracer = static_cast<ktTracerKind>(index); },
+            "--tracer", {ktNameOf(ktTracerKind::Embree), ktNameOf(ktTracerKind::Hemisphere)},
+            [&options = options](int index) {
+                options.tracer = index == 0 ? ktTracerKind::Embree : ktTracerKind::Hemisphere;
+            },
             "what follows the rays; the results are the same, to rounding", "hemisphere");
         flag(
             "-q,--quiet", [&options = options] { options.quiet = true; }, "print errors only");

@@ -124,6 +124,10 @@ void log(ktLogLevel level, const std::string& text, const Fields& fields) {
     fieldsOfLine = nullptr;
 }
 
+void logReason(ktLogLevel level, const std::string& file, const std::string& reason) {
+    log(level, file + ": " + reason, {{"file", file}, {"reason", reason}});
+}
+
 void writeProgress(const std::string& text, QJsonObject fields) {
     if (state().isJson)
         writeJson("progress", text, std::move(fields));

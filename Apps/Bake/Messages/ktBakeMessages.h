@@ -31,6 +31,8 @@ std::vector<std::string> release();
 
 /// Logs a line, and its parts with JSON.
 void log(ktLogLevel level, const std::string& text, const Fields& fields);
+/// Logs "file: reason".
+void logReason(ktLogLevel level, const std::string& file, const std::string& reason);
 /// With JSON: writes a line of level "progress".
 void writeProgress(const std::string& text, QJsonObject fields);
 /// Wrong usage of ktbake, which is not logged: the text, and a hint that JSON leaves out.

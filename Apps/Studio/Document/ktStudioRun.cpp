@@ -115,7 +115,7 @@ void ktStudioRun::update() {
     state.verticesPerSecond = progress->verticesPerSecond();
     state.seconds = now;
     state.secondsLeft = progress->secondsLeft();
-    const double tracing = secondsBetween(counter->getFirstVertex(), ktRunCounter::Clock::now());
+    const double tracing = secondsBetween(counter->getTracingStart(), ktRunCounter::Clock::now());
     if (tracing > 0.5 && (now < lastRays_s || now - lastRays_s > raysInterval_s)) {
         lastRays_s = now;
         state.raysPerSecond = tracedRays() / tracing;

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QTimer>
@@ -393,7 +394,7 @@ void ktSceneView::setMeasuring(bool on) {
 QImage ktSceneView::renderPicture(const QSize& size, double turn_degrees) {
     if (size.width() < 1 || size.height() < 1 || size.width() > 16384 || size.height() > 16384)
         return {};
-    d->state.scene.readDueResults(1e30);
+    d->state.scene.readDueResults(std::numeric_limits<double>::infinity());
     ktViewCamera camera = d->state.camera;
     if (turn_degrees != 0)
         camera.orbit(turn_degrees * std::acos(-1.0) / 180, 0);

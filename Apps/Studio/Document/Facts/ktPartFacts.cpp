@@ -18,7 +18,6 @@ namespace {
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-constexpr float leastResult = 1e-6f;   // a channel without larger w holds no result
 constexpr osg::UInt32 atOnce = 100000; // values; less than a millisecond
 
 QString translated(const QString& text) {
@@ -52,13 +51,6 @@ void addSettings(ktPartFacts& facts, const osg::NodePtr& node) {
     });
 }
 
-bool holdsResults(const osg::GeoTexCoords4fPtr& channel) {
-    if (channel == osg::NullFC)
-        return false;
-    const auto& values = channel->getField();
-    return std::any_of(values.begin(), values.end(), [](const osg::Vec4f& value) { return value[3] > leastResult; });
-}
-
 } // namespace
 
 ktPartCollector::ktPartCollector(const std::vector<osg::NodePtr>& nodes) : pending(nodes.rbegin(), nodes.rend()) {}
@@ -79,16 +71,14 @@ void ktPartCollector::visit(const osg::NodePtr& node) {
         const char* const name = osg::getName(material);
         facts.materials.push_back({name ? QString::fromUtf8(name) : QString(), material->isTransparent()});
     }
-    const auto results = osg::GeoTexCoords4fPtr::dcast(geometry->getTexCoords7());
-    if (holdsResults(results))
-        channel = results, nextValue = 0;
+    channels = ktFindBakedChannels(geometry);
+    nextValue = 0;
 }
 
 void ktPartCollector::countResults() {
-    const auto& values = channel->getField();
-    const osg::UInt32 count = channel->getSize(), end = count - nextValue > atOnce ? nextValue + atOnce : count;
+    const osg::UInt32 end = nextValue + std::min(channels.count - nextValue, atOnce);
     for (; nextValue < end; ++nextValue) {
-        const float w = std::clamp(values[nextValue][3], 0.0f, 1.0f);
+        const float w = std::clamp(channels.results[nextValue][3], 0.0f, 1.0f);
         facts.least = facts.withResults == 0 ? static_cast<double>(w) : std::min(facts.least, static_cast<double>(w));
         facts.mean += static_cast<double>(w); // the sum, until the end
         facts.darkShare += w < ktPartFacts::dark ? 1 : 0;
@@ -96,15 +86,13 @@ void ktPartCollector::countResults() {
               .histogram[std::min<std::size_t>(ktPartFacts::bins - 1, static_cast<std::size_t>(w * ktPartFacts::bins))];
         ++facts.withResults;
     }
-    if (nextValue == count)
-        channel = osg::NullFC;
 }
 
 bool ktPartCollector::advance(double budget_ms) {
     QElapsedTimer timer;
     timer.start();
-    while (channel != osg::NullFC || !pending.empty()) {
-        if (channel != osg::NullFC) {
+    while (nextValue < channels.count || !pending.empty()) {
+        if (nextValue < channels.count) {
             countResults();
         } else {
             const osg::NodePtr node = pending.back();
@@ -112,7 +100,7 @@ bool ktPartCollector::advance(double budget_ms) {
             visit(node);
         }
         if (static_cast<double>(timer.nsecsElapsed()) * 1e-6 >= budget_ms &&
-            (channel != osg::NullFC || !pending.empty()))
+            (nextValue < channels.count || !pending.empty()))
             return false;
     }
     if (facts.withResults > 0) {

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktBakedLight.h"
+
 #include <array>
 #include <cstdint>
-#include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGNode.h>
 #include <QString>
 #include <QStringList>
@@ -46,6 +47,6 @@ private:
     ktPartFacts facts;
     std::vector<osg::NodePtr> pending;
     std::set<osg::UInt32> seen, seenMaterials;
-    osg::GeoTexCoords4fPtr channel; ///< whose values are counted; null: none
+    ktBakedChannels channels; ///< whose values are counted
     osg::UInt32 nextValue = 0;
 };

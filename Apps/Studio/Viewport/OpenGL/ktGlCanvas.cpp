@@ -318,7 +318,7 @@ void ktGlCanvas::startLevels() {
     quality.reset(triangles, display->isSoftware);
     if (triangles < manyTriangles)
         return;
-    last.hasLevels = display->meshes.hasLevels(state.scene);
+    last.hasLevels = state.scene.hasLevels();
     if (last.hasLevels)
         return;
     levelJob = std::make_unique<ktLevelJob>(state.scene, [this] { // the job ends before this is destroyed

@@ -253,11 +253,6 @@ void ktGlMeshes::setLevels(Entry& entry, const std::vector<ktViewLevel>& levels)
     entry.mesh.levelTriangles = makeBuffer(GL_ARRAY_BUFFER, all.data(), all.size() * sizeof all[0], bytes.shapes);
 }
 
-bool ktGlMeshes::hasLevels(const ktViewScene& scene) const {
-    return std::all_of(scene.geometries.begin(), scene.geometries.end(),
-                       [](const ktShownGeometry& geometry) { return geometry.levels != nullptr; });
-}
-
 const ktGlMesh& ktGlMeshes::of(const ktShownGeometry& geometry) const {
     return entries.at(geometry.geometry.get().getFieldContainerId()).mesh;
 }

@@ -37,9 +37,6 @@ public:
     /// Stores levels of a geometry; ignored if its shape has another stamp by now.
     void setLevels(osg::UInt32 geometryId, std::uint64_t shape, const std::vector<ktViewLevel>& levels);
 
-    /// Whether all geometries of the scene came with levels. After a complete upload() of the scene.
-    bool hasLevels(const ktViewScene& scene) const;
-
     /// After a complete upload() of the scene.
     const ktGlMesh& of(const ktShownGeometry& geometry) const;
     /// The buffer with a channel of texture coordinates, uploaded when it is first needed; 0 if there is none.

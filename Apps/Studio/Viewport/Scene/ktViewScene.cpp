@@ -127,6 +127,11 @@ bool ktViewScene::readDueResults(double budget_ms) {
     return due.empty();
 }
 
+bool ktViewScene::hasLevels() const {
+    return std::all_of(geometries.begin(), geometries.end(),
+                       [](const ktShownGeometry& geometry) { return geometry.levels != nullptr; });
+}
+
 bool ktViewScene::readResults() {
     due.clear();
     bool isSame = true;

@@ -49,6 +49,8 @@ public:
     /// Looks at the results that read() had no time for, for about that time. @return whether all are read
     bool readDueResults(double budget_ms);
     bool hasDueResults() const { return !due.empty(); }
+    /// Whether coarser triangles of all geometries are there.
+    bool hasLevels() const;
     /// Takes copies of geometries that another thread has made, for the next read(), which must follow at once.
     void take(ktViewShapes&& copies) { shapes.take(std::move(copies)); }
     /// Forgets the copies of geometries. read() must follow at once.
