@@ -159,3 +159,17 @@ TEST(GltfStore, GivenForeignDataBehindOurs_LeavesItAlone) {
     for (std::size_t i = 0; i < document.json["accessors"].size(); ++i)
         EXPECT_NO_THROW(ktGltfAccessor(document, i)) << document.json["accessors"][i];
 }
+
+TEST(GltfStore, GivenOurViewOfABufferThatIsNoObject_LeavesTheEntry) {
+    const ktTestFolder folder;
+    ktSquare().saveGlb(folder.path("a.glb"));
+    ktGltfDocument document = squareFrom(folder, "a.glb");
+    document.json["buffers"].push_back("text");
+    document.buffers.emplace_back().problem = "is not an object";
+    ktJson view = {{"buffer", 1}, {"byteLength", 4}};
+    ktMarkAsOwn(view);
+    document.json["bufferViews"].push_back(view);
+    addScalars(document, 4);
+    EXPECT_EQ(document.json["buffers"][1], "text");
+    EXPECT_THAT(read(document, attributes(document)["_AO"]), testing::ElementsAre(0.5f, 0.5f, 0.5f, 0.5f));
+}

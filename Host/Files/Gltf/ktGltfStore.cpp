@@ -77,9 +77,10 @@ void ktGltfStore::findOwnRegions() {
     for (const ktJson& view : views)
         if (const std::size_t b = bufferOf(view); b < count && !ktIsOwn(view))
             foreignEnd[b] = std::max(foreignEnd[b], offsetOf(view) + lengthOf(view));
-    ownBegin.assign(count, none);
+    ownBegin.assign(count, none); // and stays so for an entry that is no object: it has no data
     for (const ktJson& view : views)
-        if (const std::size_t b = bufferOf(view); b < count && ktIsOwn(view) && offsetOf(view) >= foreignEnd[b])
+        if (const std::size_t b = bufferOf(view);
+            b < count && buffers[b].is_object() && ktIsOwn(view) && offsetOf(view) >= foreignEnd[b])
             ownBegin[b] = std::min(ownBegin[b], offsetOf(view));
     for (std::size_t b = 0; b < count; ++b)
         if (ktIsOwn(buffers[b]))
