@@ -23,6 +23,10 @@ struct Setting {
     std::string signal;
 };
 
+void PrintTo(const Setting& setting, std::ostream* out) {
+    *out << setting.name;
+}
+
 std::string text(double value) {
     std::ostringstream stream;
     stream << value;

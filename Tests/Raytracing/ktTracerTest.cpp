@@ -17,6 +17,10 @@ struct Kind {
     std::function<std::unique_ptr<ktTracer>()> make;
 };
 
+void PrintTo(const Kind& kind, std::ostream* out) {
+    *out << kind.name;
+}
+
 std::unique_ptr<ktTracer> makeEmbree(const char* config) {
     return std::make_unique<ktEmbreeTracer>(config);
 }
