@@ -3,6 +3,7 @@
 #include "ktBakeSignals.h"
 
 #include "ktAmbientOcclusion.h"
+#include "ktBakeLastWords.h"
 #include "ktCancelToken.h"
 
 #include <cerrno>
@@ -21,13 +22,13 @@ constexpr int handledSignals[] = {SIGINT, SIGTERM};
 volatile std::sig_atomic_t interrupted = 0;
 volatile std::sig_atomic_t isHeldBack = 0;
 int wakeUp[2] = {-1, -1}; // a pipe: the handler writes, the event loop reads
-struct sigaction formerActions[2];
 std::unique_ptr<QSocketNotifier> notifier;
 
 /// Signal handler: stops the tracing threads at once. The event loop cancels the plug-in, which is not safe here.
 void onSignal(int signal) {
     const int error = errno;
     if (interrupted && !isHeldBack) {
+        ktBakeLastWords::deleteFiles();
         std::signal(signal, SIG_DFL);
         std::raise(signal);
         return;
@@ -46,7 +47,7 @@ ktBakeSignals::ktBakeSignals() {
     QObject::connect(ktAmbientOcclusion::the(), &ktAmbientOcclusion::calculationCanceled, QCoreApplication::instance(),
                      [] { ktCancelToken::the().cancel(); });
     if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
-        return; // without a handler, a signal ends the process
+        return; // ktBakeLastWords still handles signals
     notifier = std::make_unique<QSocketNotifier>(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, QCoreApplication::instance(), [] {
         char bytes[16];
@@ -58,17 +59,14 @@ ktBakeSignals::ktBakeSignals() {
     action.sa_handler = onSignal;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    for (int i = 0; i < 2; ++i)
-        sigaction(handledSignals[i], &action, &formerActions[i]);
+    for (const int signal : handledSignals)
+        sigaction(signal, &action, nullptr);
 }
 
 ktBakeSignals::~ktBakeSignals() {
-    if (!notifier)
-        return;
-    for (int i = 0; i < 2; ++i)
-        sigaction(handledSignals[i], &formerActions[i], nullptr);
+    letThrough();
     notifier.reset();
-    // A later handler may still call ours. It must not write to a file that reuses the descriptor's number.
+    // The handler stays. It must not write to a file that reuses the descriptor's number.
     for (int& end : wakeUp)
         close(std::exchange(end, -1));
 }

@@ -52,7 +52,73 @@ private:
     std::vector<std::string> names;
 };
 
+/// A bake that gets SIGINT while none of its scenes is under way. Temporary files go into its folder.
+class OtherwiseInterruptedBake {
+public:
+    OtherwiseInterruptedBake(const std::string& call, const std::string& place,
+                             const std::vector<std::string>& arguments) {
+        folder.write("scene.glb", readFile(model("glTF2/BoxTextured-glTF-Binary/BoxTextured.glb")));
+        folder.write("out.glb", "old");
+        std::vector<std::string> all = {"--shadow-quality", "0", "--no-indirect"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        result = runBake(folder.path, all,
+                         "exec < scene.glb; export TMPDIR='" + folder.path.string() +
+                             "' LD_PRELOAD=" KT_INTERRUPTING_CALLS " KT_INTERRUPT_IN=" + call + " KT_INTERRUPT_AT='" +
+                             place + "'");
+        output = readFile(folder.file("out.glb"));
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path))
+            if (const std::string name = entry.path().filename().string();
+                name != "preferences" && name != "aotemplates.xml" && name != "aotemplates.xml.lock")
+                names.push_back(name);
+        EXPECT_THAT(names, testing::UnorderedElementsAre("scene.glb", "out.glb")) << result.error;
+    }
+    ktBakeResult result;
+    std::string output;
+
+private:
+    const ktTestFolder folder;
+    std::vector<std::string> names;
+};
+
 } // namespace
+
+TEST(Cancel, GivenInterruptBeforeMain_EndsByTheSignalAndLeavesNothing) {
+    const OtherwiseInterruptedBake bake("start", "", {"scene.glb", "-o", "out.glb"});
+    EXPECT_EQ(bake.result.exitCode, -1) << "not by an exit";
+    EXPECT_EQ(bake.result.error, "");
+    EXPECT_EQ(bake.output, "old");
+}
+
+TEST(Cancel, GivenInterruptWhileStarting_LeavesNothing) {
+    for (const char* call : {"fsync", "rename"}) {
+        const OtherwiseInterruptedBake bake(call, "aotemplates.xml.tmp-", {"scene.glb", "-o", "out.glb"});
+        EXPECT_EQ(bake.result.exitCode, 130) << call;
+        EXPECT_EQ(bake.result.error, "error: Cancelled.\n") << call;
+        EXPECT_EQ(bake.output, "old") << call;
+    }
+}
+
+TEST(Cancel, GivenInterruptWhileReadingStandardInput_SaysSoInJson) {
+    const OtherwiseInterruptedBake bake("read", "scene.glb", {"-", "-o", "out.glb", "--json"});
+    EXPECT_EQ(bake.result.exitCode, 130);
+    EXPECT_EQ(bake.result.error, "{\"level\":\"error\",\"text\":\"Cancelled.\"}\n"
+                                 "{\"exitCode\":130,\"level\":\"result\",\"result\":\"cancelled\","
+                                 "\"text\":\"cancelled\"}\n");
+    EXPECT_EQ(bake.output, "old");
+}
+
+TEST(Cancel, GivenInterruptWhileWritingStandardOutput_LeavesNothing) {
+    const OtherwiseInterruptedBake bake("read", "baked.glb", {"scene.glb", "-o", "-"});
+    EXPECT_EQ(bake.result.exitCode, 130) << bake.result.error;
+    EXPECT_THAT(bake.result.error, testing::EndsWith("error: Cancelled.\n"));
+    EXPECT_EQ(bake.result.out, "");
+}
+
+TEST(Cancel, GivenInterruptWhenTheResultIsSaid_ComesTooLate) {
+    const OtherwiseInterruptedBake bake("message", "\"level\":\"result\"", {"scene.glb", "-o", "out.glb", "--json"});
+    EXPECT_EQ(bake.result.exitCode, 0) << bake.result.error;
+    EXPECT_EQ(bake.output.substr(0, 4), "glTF");
+}
 
 TEST(Cancel, GivenInterruptWhileReading_WritesNothing) {
     const InterruptedBake bake("read", "scene.gltf");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A library to preload: the process gets SIGINT, once, in the call that KT_INTERRUPT_IN names: read, write, fsync or
-// rename of a file whose name contains KT_INTERRUPT_AT; or message: when standard error gets a text that contains it.
-// The signal is handled before the call goes on, so nothing depends on time.
+// rename of a file whose name contains KT_INTERRUPT_AT; or message: when standard error gets a text that contains it;
+// or start: before main(). The signal is handled before the call goes on, so nothing depends on time.
 #include <atomic>
 #include <climits>
 #include <csignal>
@@ -64,6 +64,13 @@ ssize_t writeMessage(void*, const char* text, size_t size) {
         return;
     std::setvbuf(stream, nullptr, _IONBF, 0);
     stderr = stream;
+}
+
+/// Some shells let background jobs ignore SIGINT.
+[[gnu::constructor]] void interruptStart() {
+    std::signal(SIGINT, SIG_DFL);
+    if (isChosen("start"))
+        raise(SIGINT);
 }
 
 } // namespace

@@ -25,6 +25,7 @@ namespace {
 constexpr int unknown = -1;
 constexpr std::size_t mostPaths = 4;
 constexpr int failureSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+constexpr int cancelSignals[] = {SIGINT, SIGTERM};
 
 /// Text of a fixed size, which needs no memory. What is too long is cut.
 class Text {
@@ -109,9 +110,7 @@ void say(const char* cause) {
     if (isEnding.exchange(true))
         for (;;)
             pause();
-    ktSafeFile::deleteTemporaryFiles();
-    for (std::size_t i = pathCount; i > 0; --i)
-        std::remove(paths[i - 1]);
+    ktBakeLastWords::deleteFiles();
     if (result != unknown)
         _exit(result);
     say(cause);
@@ -121,7 +120,7 @@ void say(const char* cause) {
 [[maybe_unused]] void onFailureSignal(int signal) {
     rlimit cores = {};
     if (getrlimit(RLIMIT_CORE, &cores) == 0 && cores.rlim_cur > 0) { // somebody wants to look into it
-        ktSafeFile::deleteTemporaryFiles();
+        ktBakeLastWords::deleteFiles();
         std::signal(signal, SIG_DFL);
         std::raise(signal);
         return;
@@ -129,6 +128,38 @@ void say(const char* cause) {
     end(signal == SIGSEGV   ? "internal error (signal SIGSEGV), perhaps out of memory,"
         : signal == SIGABRT ? "internal error (signal SIGABRT), perhaps out of memory,"
                             : "internal error (signal SIGBUS, SIGFPE or SIGILL)");
+}
+
+/// A request to end while no bake listens to it.
+void onCancelSignal(int signal) {
+    if (result != unknown) { // the process is about to end
+        std::signal(signal, SIG_DFL);
+        return;
+    }
+    ktBakeLastWords::deleteFiles();
+    if (!isSaid.exchange(true)) {
+        static_assert(ktBakeExit::cancelled == 130, "the text names the code");
+        line.clear();
+        line.add(isJson ? "{\"level\":\"error\",\"text\":\"Cancelled.\"}\n"
+                          "{\"exitCode\":130,\"level\":\"result\",\"result\":\"cancelled\",\"text\":\"cancelled\"}\n"
+                        : "error: Cancelled.\n");
+        line.write();
+    }
+    _exit(ktBakeExit::cancelled);
+}
+
+/// Replaces a handler of SIGINT and SIGTERM by another one.
+void exchangeCancelHandler(void (*from)(int), void (*to)(int)) {
+    for (const int signal : cancelSignals) {
+        struct sigaction now = {};
+        if (sigaction(signal, nullptr, &now) != 0 || now.sa_handler != from)
+            continue;
+        struct sigaction action = {};
+        action.sa_handler = to;
+        action.sa_flags = SA_RESTART;
+        sigemptyset(&action.sa_mask);
+        sigaction(signal, &action, nullptr);
+    }
 }
 
 /// The exception that is being handled; "out of memory" if there is none: it was thrown where none may be thrown.
@@ -189,6 +220,7 @@ void prepare(bool asJson) noexcept {
     beginPreparedStep();
     std::set_terminate(onTerminate);
     std::signal(SIGALRM, onAlarm);
+    listen();
     ktMemoryShortage::setListener(onShortage);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they have their own handlers
     stack_t stack = {};
@@ -202,6 +234,16 @@ void prepare(bool asJson) noexcept {
     for (const int signal : failureSignals)
         sigaction(signal, &action, nullptr);
 #endif
+}
+
+void listen() noexcept {
+    exchangeCancelHandler(SIG_DFL, onCancelSignal);
+}
+
+void deleteFiles() noexcept {
+    ktSafeFile::deleteTemporaryFiles();
+    for (std::size_t i = pathCount; i > 0; --i)
+        std::remove(paths[i - 1]);
 }
 
 void setStep(const std::string& file, const std::string& what) {
@@ -243,6 +285,7 @@ void waitLonger() noexcept {
 }
 
 void letRun() noexcept {
+    exchangeCancelHandler(onCancelSignal, SIG_DFL);
     ktMemoryShortage::setListener(nullptr);
     goOn();
 }

@@ -9,8 +9,14 @@
 /// files are deleted first. If core dumps are on (`ulimit -c`), such a signal ends the process as usual.
 namespace ktBakeLastWords {
 
-/// Installs the handlers. Needs no memory. @param isJson messages are JSON objects
+/// Installs the handlers, also those of listen(). Needs no memory. @param isJson messages are JSON objects
 void prepare(bool isJson) noexcept;
+
+/// From now on SIGINT and SIGTERM end the process with a message and exit code ktBakeExit::cancelled; temporary files
+/// are deleted first. For the time in which ktBakeSignals does not handle them. Signals that are ignored stay ignored.
+void listen() noexcept;
+/// Deletes temporary files and those of deleteAtEnd(). May be called by a signal handler.
+void deleteFiles() noexcept;
 
 /// Prepares the message "FILE: out of memory while WHAT".
 /// @param what a verb, such as "reading". May end with what is already written.
@@ -33,7 +39,8 @@ void goOn() noexcept;
 void noteProgress(std::uint64_t amount) noexcept;
 /// From now on the time is a minute: the way out of one of several bakes may take longer than five seconds.
 void waitLonger() noexcept;
-/// From now on the process decides itself when it ends, even without memory: it runs a user's script.
+/// From now on the process decides itself when it ends, even without memory: it runs a user's script. Takes listen()
+/// back.
 void letRun() noexcept;
 
 /// A file or an empty folder to delete if the process ends without calling destructors. At most 4; the last is deleted

@@ -114,6 +114,9 @@ int ktBakeStandardStreams::end() {
     const int file = ::open(outputFile.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0)
         return fail(ktBakeExit::notWritten, "standard output", "cannot be written: " + lastError());
+    for (const int signal : {SIGINT, SIGTERM}) // the reader may be slow
+        std::signal(signal, SIG_DFL);
+    ktBakeLastWords::listen();
     // A reader that has ended is an error of writing, with a message.
     std::signal(SIGPIPE, SIG_IGN);
     const std::string reason = copyAll(file, output);
