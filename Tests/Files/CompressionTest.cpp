@@ -218,6 +218,25 @@ TEST_F(Compression, GivenViewsThatCannotBeRead_CompressesTheOthers) {
     EXPECT_THAT(occlusion("out.glb"), SizeIs(441));
 }
 
+TEST_F(Compression, GivenMembersOfWrongTypes_WritesThemPlain) {
+    const std::vector<std::function<void(ktJson&)>> edits = {
+        [](ktJson& json) { json["meshes"][0]["primitives"][0]["extensions"] = "x"; },
+        [](ktJson& json) { json["meshes"][0]["primitives"][0]["extensions"] = ktJson::array({1}); },
+        [](ktJson& json) { json["bufferViews"][0]["extensions"] = ktJson::array({1}); },
+        [](ktJson& json) {
+            ktJson copy = json["meshes"][0]["primitives"][0];
+            copy["indices"] = "VEC4";
+            json["meshes"][0]["primitives"].push_back(copy);
+        }};
+    ktSavePlain(ktWavyGrid(8), path("plain.glb"));
+    for (std::size_t i = 0; i < edits.size(); ++i)
+        for (const ktCompressionMode mode : {ktCompressionMode::Draco, ktCompressionMode::Meshopt}) {
+            ktEditJson(path("plain.glb"), path("in.glb"), edits[i]);
+            bake("in.glb", "out.glb", as(mode));
+            EXPECT_EQ(positions("out.glb").size(), 81u) << i;
+        }
+}
+
 TEST_F(Compression, GivenSmallModel_RoundsItToItsSize) {
     ktWavyGrid grid(20);
     for (float& value : grid.positions)

@@ -255,6 +255,8 @@ std::vector<std::uint32_t> DracoEncoder::indicesOf(const ktJson& primitive, std:
     std::vector<std::uint32_t> indices;
     if (const auto index = ktJsonWhole(primitive, "indices")) {
         indices = ktGltfAccessor(document, static_cast<std::size_t>(*index)).readIndices();
+    } else if (ktJsonMember(primitive, "indices")) {
+        throw ktFileError("indices", "are no accessor");
     } else {
         indices.resize(vertices);
         std::iota(indices.begin(), indices.end(), 0u);
@@ -273,13 +275,15 @@ ktDracoNewStream DracoEncoder::compress(const Target& target, std::vector<std::s
     try {
         std::size_t vertices = 0;
         const ktJson& primitive = primitiveOf(target);
+        if (!ktCanHaveExtensions(primitive))
+            throw ktFileError("extensions", "are no object");
         const std::vector<ktDracoNewAttribute> attributes = attributesOf(target, vertices);
         const std::vector<std::uint32_t> indices = indicesOf(primitive, vertices);
         for (const ktDracoNewAttribute& attribute : attributes)
             names.push_back(attribute.name);
         return ktWriteDracoStream(attributes, vertices, indices, ktJsonCount(primitive, "targets") > 0);
     } catch (const ktFileError&) {
-        return {}; // it was left out when the file was read, with a warning
+        return {}; // most were left out when the file was read, with a warning
     }
 }
 

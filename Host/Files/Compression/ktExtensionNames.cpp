@@ -9,6 +9,11 @@ const ktJson* ktFindExtension(const ktJson& object, const char* name) {
     return extensions ? ktJsonMember(*extensions, name) : nullptr;
 }
 
+bool ktCanHaveExtensions(const ktJson& object) {
+    const ktJson* extensions = ktJsonMember(object, "extensions");
+    return !extensions || extensions->is_object() || extensions->is_null();
+}
+
 void ktRemoveExtension(ktJson& object, const char* name) {
     ktJson* extensions = ktJsonMember(object, "extensions");
     if (!extensions || !extensions->is_object())

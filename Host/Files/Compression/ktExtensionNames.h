@@ -5,6 +5,8 @@
 
 /// Member `name` of the extensions of an object; null if there is none.
 const ktJson* ktFindExtension(const ktJson& object, const char* name);
+/// Whether an extension can be added to an object: it has no member of that name with another type.
+bool ktCanHaveExtensions(const ktJson& object);
 /// Removes an extension of an object.
 void ktRemoveExtension(ktJson& object, const char* name);
 /// Adds a name to extensionsUsed and extensionsRequired.

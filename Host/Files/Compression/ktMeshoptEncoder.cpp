@@ -149,7 +149,7 @@ void MeshoptEncoder::compress(std::size_t view) {
     const ViewUse& use = uses[view];
     if (use.isOther || (!use.isVertices && !use.isIndices) || !(all || isOwn))
         return;
-    if (use.isIndices && use.hasManySizes)
+    if ((use.isIndices && use.hasManySizes) || !ktCanHaveExtensions(json))
         return;
     ktGltfViewRange range = {};
     try {
