@@ -125,6 +125,24 @@ TEST(PlyStrips, GivenBrokenOnes_SaysSo) {
     expectRefused(nameless, "have no list of indices");
 }
 
+TEST(PlyHeader, GivenNoEnd_IsRefusedAtOnce) {
+    const ktTestFolder folder;
+    const std::string begin = "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+                              "property float z\nelement face 1\nproperty list uchar uint vertex_indices";
+    const std::string values = "0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n";
+    for (const char* end :
+         {"\n", "\nEND_HEADER\n", " end_header\n", "\nend_header\xFF 0\n"}) { // the importer would look for it for ever
+        ktWriteTestFile(folder.path("a.ply"), begin + end + values);
+        EXPECT_THAT(ktOpeningSays(folder.path("a.ply")),
+                    ElementsAre(HasSubstr("cannot be imported: its header has no line \"end_header\"")))
+            << end;
+    }
+    for (const char* end : {"\nend_header\n", "\r\nend_header\r\n", "\rend_header\r", "\n end_header \n"}) {
+        ktWriteTestFile(folder.path("a.ply"), begin + end + values);
+        EXPECT_EQ(cornersOf(folder.path("a.ply")).size(), 3u) << end;
+    }
+}
+
 TEST(NamesInAnotherCase, GivenObj_FindsMaterialsAndTextures) {
     const ktTestFolder folder;
     QDir(folder.root()).mkdir("Textures");

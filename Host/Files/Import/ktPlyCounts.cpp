@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Compares the numbers in the header of a PLY file with the size of the file.
+// Checks the header of a PLY file: that it ends, and that its numbers fit the size of the file.
 #include "ktPlyCounts.h"
 
 #include <algorithm>
@@ -7,19 +7,34 @@
 #include <fstream>
 #include <sstream>
 
+namespace {
+
+/// Lines may end as on any system. False at the end of the file.
+bool readLine(std::streambuf& bytes, std::string& line) {
+    constexpr int end = std::char_traits<char>::eof();
+    line.clear();
+    int byte = bytes.sbumpc();
+    for (; byte != end && byte != '\n' && byte != '\r'; byte = bytes.sbumpc())
+        line += static_cast<char>(byte);
+    return byte != end || !line.empty();
+}
+
+} // namespace
+
 std::string ktCheckPlyCounts(const std::string& path) {
-    constexpr std::size_t mostLines = 10000;
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     const auto size = static_cast<std::uint64_t>(std::max<std::streamoff>(0, file.tellg()));
     file.seekg(0);
-    std::string line;
-    for (std::size_t i = 0; i < mostLines && std::getline(file, line) && line.compare(0, 10, "end_header") != 0; ++i) {
+    for (std::string line; readLine(*file.rdbuf(), line);) {
         std::istringstream words(line);
         std::string word, name;
+        words >> word;
+        if (word == "end_header" && !(words >> name))
+            return {};
         double count = 0; // also takes numbers beyond all integers
-        if (words >> word >> name >> count && word == "element" && count > static_cast<double>(size))
+        if (word == "element" && words >> name >> count && count > static_cast<double>(size))
             return "its header says \"" + line.substr(0, line.find_last_not_of(" \t\r") + 1) + "\", more than its " +
                    std::to_string(size) + " bytes can hold";
     }
-    return {};
+    return "its header has no line \"end_header\"";
 }

@@ -3,6 +3,8 @@
 
 #include <string>
 
-/// Checks the numbers of elements in the header of a PLY file. The importer takes time and memory by these numbers.
-/// @return why the file cannot be read: an element has more entries than the file has bytes; empty: it can
+/// Checks the header of a PLY file. The importer takes time and memory by its numbers of elements, and for ever if the
+/// header does not end.
+/// @return why the file cannot be read: an element has more entries than the file has bytes, or the end is missing;
+/// empty: it can
 std::string ktCheckPlyCounts(const std::string& path);
