@@ -38,7 +38,7 @@ inline const std::filesystem::path& fuzzFolder() {
 
 inline void emptyFuzzFolder() {
     for (const auto& entry : std::filesystem::directory_iterator(fuzzFolder()))
-        std::filesystem::remove(entry.path());
+        std::filesystem::remove_all(entry.path());
 }
 
 /// Writes the input as a file.
