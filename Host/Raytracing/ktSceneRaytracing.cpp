@@ -19,6 +19,7 @@
 #include "ktRankPool.h"
 #include "ktSampler.h"
 #include "ktScenegraph.h"
+#include "ktSharedVertices.h"
 #include "ktTracerFactory.h"
 #include "ktTriangleBudget.h"
 #include "ktVertexFrames.h"
@@ -34,7 +35,9 @@
 #include <limits>
 #include <OpenSG/OSGSimpleAttachments.h>
 #include <optional>
+#include <set>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 namespace {
@@ -96,6 +99,7 @@ void ktSceneRaytracing::call(const char* action, const std::function<void()>& bo
         body();
         return;
     } catch (const ktCanceled&) {
+        ahead.end();
         return;
     } catch (const std::bad_alloc&) {
         ktMemoryShortage::report();
@@ -105,6 +109,7 @@ void ktSceneRaytracing::call(const char* action, const std::function<void()>& bo
     } catch (...) {
         reason = "unknown error";
     }
+    ahead.end();
     ktControllerState::failRun("Ray tracing cannot " + std::string(action) + ": " + reason +
                                "; the calculation is cancelled");
 }
@@ -204,6 +209,7 @@ void ktSceneRaytracing::clearRun() {
 
 // The tracer refers to the meshes of the scene, so it is cleared first. An abandoned build keeps its meshes alive.
 void ktSceneRaytracing::clearScene() {
+    ahead.end();
     if (tracer && !abandonedBuild)
         tracer->build({}, {});
     if (ktRankPool* const ranks = ktRankPool::current())
@@ -214,6 +220,7 @@ void ktSceneRaytracing::clearScene() {
 }
 
 void ktSceneRaytracing::finishPass() {
+    ahead.end();
     bounces.endBounce();
     passSamples.reset();
     reportUnusableVertices();
@@ -299,6 +306,7 @@ ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern,
 }
 
 void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
+    ahead.end();
     bounces.setDirect({}, false); // it may refer to this sampler
     lastGather = {};
     delete sampler;
@@ -307,6 +315,7 @@ void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
 void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float newMaxDistance) {
     if (!std::exchange(hasStarted, true))
         emit ktHostSignals::the().tracingStarted();
+    ahead.end();
     bounces.endBounce();
     // NaN and negative values count as 0.
     minDistance = newMinDistance > 0.0f ? newMinDistance : 0.0f;
@@ -372,16 +381,22 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         passSamples.reset();
         const ktFitTask* fit = fitOf(positions, task);
         ktPassCounts counts;
-        runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            std::vector<osg::Vec4f> traced(count);
-            const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-            ktOcclusionTask withRings = task;
-            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-            counts = fit ? ktTraceFittedOcclusion(withRings, *fit, traced.data(), done)
-                         : ktPassCounts::ofVertices(task, ktTraceOcclusion(withRings, traced.data(), done));
-            ktThrowIfCanceled();
-            std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
-        });
+        if (std::optional<ktGeometryResult> known = traceAhead(geometry, task, fit)) {
+            std::memcpy(static_cast<void*>(results), known->values.data(), count * sizeof(osg::Vec4f));
+            counts = known->counts;
+            emit ktHostSignals::the().tracingProgress(count, count);
+        } else {
+            runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
+                std::vector<osg::Vec4f> traced(count);
+                const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
+                ktOcclusionTask withRings = task;
+                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+                counts = fit ? ktTraceFittedOcclusion(withRings, *fit, traced.data(), done)
+                             : ktPassCounts::ofVertices(task, ktTraceOcclusion(withRings, traced.data(), done));
+                ktThrowIfCanceled();
+                std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
+            });
+        }
         unusableVertices += counts.unusable;
         if (fit)
             keepSamples(geometry, task, false);
@@ -412,17 +427,27 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         const ktFitTask* fit = fitOf(positions, task);
         ktPassCounts counts;
         std::vector<float> received(3 * std::size_t(count));
-        runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-            const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-            ktGatherTask withRings = task;
-            withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-            counts = fit ? ktGatherFittedLight(withRings, *fit, received.data(), done)
-                         : ktPassCounts::ofVertices(task, ktGatherLight(withRings, received.data(), done));
-            ktThrowIfCanceled();
+        const auto store = [&] {
             for (std::size_t i = 0; i < count; ++i)
                 for (osg::UInt32 c = 0; c < 3; ++c)
                     results[i][c] = std::max(received[3 * i + c] * (*surfaceColor)[c], ktDarkestResult);
-        });
+        };
+        if (std::optional<ktGeometryResult> known = traceAhead(geometry, task, fit)) {
+            received = std::move(known->values);
+            counts = known->counts;
+            store();
+            emit ktHostSignals::the().tracingProgress(count, count);
+        } else {
+            runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
+                const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
+                ktGatherTask withRings = task;
+                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+                counts = fit ? ktGatherFittedLight(withRings, *fit, received.data(), done)
+                             : ktPassCounts::ofVertices(task, ktGatherLight(withRings, received.data(), done));
+                ktThrowIfCanceled();
+                store();
+            });
+        }
         lastGather = task;
         if (fit)
             keepSamples(geometry, task, true);
@@ -435,6 +460,88 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
     });
 }
 
+// Lists the geometries for which the plug-in will ask: those below the selected nodes, each once.
+void ktSceneRaytracing::planPass(ktRankPool& ranks) {
+    plan.clear();
+    std::set<ktGeometryNumber> planned;
+    std::vector<ktPassAhead::Planned> sizes;
+    ktEventPump pump;
+    for (const ktNodePtr& node : ktScenegraph::getSelectedRootNodes())
+        ktForEachGeometryInstance(node, ktInstances::Visible, [&](const ktGeometryInstance& instance) {
+            const ktGeometryNumber number = ktGetGeometryNumber(instance.geometry);
+            pump.handleEventsIfDue();
+            if (!scene.find(number) || !planned.insert(number).second)
+                return true;
+            plan.push_back({number, ktWorldTransform(instance.toWorld)});
+            const osg::GeoPositionsPtr positions = instance.geometry->getPositions();
+            sizes.push_back({number, positions == osg::NullFC ? 0u : positions->getSize()});
+            return true;
+        });
+    ahead.begin(ranks, std::move(sizes), [this](std::size_t index) { return makeJob(index); });
+}
+
+// Copies a geometry of the plan, so that it may change before its pass asks for it. Null if it has none of the arrays
+// that the plug-in passes on.
+std::shared_ptr<ktRankJob> ktSceneRaytracing::makeJob(std::size_t index) const {
+    const ktTracedGeometry* const traced = scene.find(plan[index].geometry);
+    if (!traced)
+        return nullptr;
+    const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(traced->geometry->getPositions());
+    const osg::GeoNormals3fPtr normals = osg::GeoNormals3fPtr::dcast(traced->geometry->getNormals());
+    if (positions == osg::NullFC || normals == osg::NullFC || positions->getSize() == 0 ||
+        normals->getSize() < positions->getSize())
+        return nullptr;
+    const std::size_t size = 3 * std::size_t(positions->getSize());
+    auto job = std::make_shared<ktRankJob>();
+    const float* const first = positions->getField()[0].getValues();
+    const float* const firstNormal = normals->getField()[0].getValues();
+    job->geometry.positions.assign(first, first + size);
+    job->geometry.normals.assign(firstNormal, firstNormal + size);
+    job->geometry.toWorld = plan[index].toWorld;
+    job->geometry.triangles = traced->triangles;
+    job->geometry.hasOneRings = traced->positionCount() == positions->getSize();
+    if (const osg::UInt32* const shared = sceneFit.isOn() ? ktFindSharedVertices(traced->geometry.get()) : nullptr)
+        job->geometry.sharedValues.assign(shared, shared + positions->getSize());
+    return job;
+}
+
+// The light of a geometry, if ranks trace it ahead of the pass. Nothing: the caller must trace it.
+template <class Task>
+std::optional<ktGeometryResult> ktSceneRaytracing::traceAhead(ktGeometryNumber geometry, const Task& task,
+                                                              const ktFitTask* fit) {
+    ktRankPool* const ranks = ktRankPool::current();
+    const ktTracedGeometry* const traced = scene.find(geometry);
+    if (!ranks || ktCheckpoint::current() || !traced)
+        return {};
+    if (!ahead.hasBegun())
+        planPass(*ranks);
+    ktGeometryPass pass;
+    pass.tracer = task.tracer;
+    pass.directions = task.directions;
+    pass.limits = task.limits;
+    pass.sceneSize = task.sceneSize;
+    if constexpr (std::is_same_v<Task, ktGatherTask>) {
+        pass.kind = ktBatchKind::Gather;
+        pass.light = task.light;
+    } else {
+        pass.lights = task.lights;
+    }
+    if (sceneFit.isOn()) {
+        const ktFitTask settings = sceneFit.settings(task);
+        pass.pointDirections = settings.directions;
+        pass.insideDirections = settings.insideDirections;
+        pass.density = settings.density;
+        pass.mostPoints = settings.mostPoints;
+    }
+    if (fit && fit->triangles != traced->triangles.get())
+        return {};
+    ktEventPump pump;
+    std::optional<ktGeometryResult> known = ahead.take(geometry, pass, task, fit ? fit->sharedValues : nullptr, pump);
+    if (known && fit)
+        *fit->samples = std::move(known->samples);
+    return known;
+}
+
 // Runs `work` for `count` vertices on the workers. Meanwhile the main thread handles events and reports progress.
 void ktSceneRaytracing::runOnWorkers(std::uint32_t count,
                                      const std::function<void(std::atomic<std::uint32_t>&)>& work) {
@@ -445,6 +552,9 @@ void ktSceneRaytracing::runOnWorkers(std::uint32_t count,
         if (now != reported)
             emit ktHostSignals::the().tracingProgress(reported = now, count);
     });
+    std::optional<ktWorkers::OwnThreadsOnly> ownThreads;
+    if (const ktRankPool* const ranks = ktRankPool::current(); ranks && ranks->hasJobs())
+        ownThreads.emplace();
     ktWorkers::run([&] { work(done); }, pump);
     emit ktHostSignals::the().tracingProgress(count, count);
 }

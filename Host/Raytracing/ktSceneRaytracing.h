@@ -3,6 +3,7 @@
 
 #include "ktBounceLight.h"
 #include "ktHostExport.h"
+#include "ktPassAhead.h"
 #include "ktRaytracingUtils.h"
 #include "ktRefinement.h"
 #include "ktSceneFit.h"
@@ -69,6 +70,10 @@ private:
     void waitForAbandonedBuild();
     void clearScene();
     void clearRun();
+    template <class Task>
+    std::optional<ktGeometryResult> traceAhead(ktGeometryNumber geometry, const Task& task, const ktFitTask* fit);
+    void planPass(ktRankPool& ranks);
+    std::shared_ptr<ktRankJob> makeJob(std::size_t index) const;
     void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);
     void reportUnusableVertices();
 
@@ -90,4 +95,10 @@ private:
     ktGatherTask lastGather;                          // of the last gathered geometry; tracer is null before the first
     std::map<ktGeometryNumber, std::array<float, 3>> tints; // factors of gathered light
     ktTracingStatistics statistics;
+    struct PlannedUse {
+        ktGeometryNumber geometry;
+        ktWorldTransform toWorld;
+    };
+    std::vector<PlannedUse> plan; // of the pass
+    ktPassAhead ahead;
 };

@@ -8,6 +8,7 @@
 #include "ktFitMode.h"
 #include "ktHemisphereSampler.h"
 #include "ktRankFingerprint.h"
+#include "ktSceneState.h"
 #include "OSGUberMaterial.h"
 
 #include <cfloat>
@@ -56,7 +57,10 @@ protected:
         endEditCP(light);
         lights.push_back(scene.addCore(light));
     }
-    ~RankBits() override { ktSetFitMode(ktFitMode::Vertices); }
+    ~RankBits() override {
+        ktSetFitMode(ktFitMode::Vertices);
+        ktSceneState::setRootNode(osg::NullFC);
+    }
 
     static void addNormals(const osg::NodePtr& node) {
         const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(coreOf(node)->getPositions());
@@ -93,6 +97,14 @@ protected:
         coreOf(node)->setColors(colors);
     }
 
+    /// Selects the three geometries, so that a pass is expected to ask for them in this order.
+    void plan() {
+        isPlanned = true;
+        ktSceneState::setRootNode(scene.geometryNodes[0]->getParent()->getParent());
+        ASSERT_EQ(ktSceneState::setSelection({scene.geometryNodes[0], scene.geometryNodes[1], scene.geometryNodes[3]}),
+                  3u);
+    }
+
     /// All light of the first two geometries: direct, and one bounce of it.
     std::vector<std::uint32_t> bake(bool hasLights) const {
         ktTestTracing tracing(16);
@@ -115,7 +127,7 @@ protected:
                                                    true, tracing.sampler, 1, hasLights);
                 else
                     utils.computeVertexOcclusion(count, &matrix, &positions[0], &normals[0], results.data(), true,
-                                                 tracing.sampler, i == 0, hasLights);
+                                                 tracing.sampler, isPlanned || i == 0, hasLights);
                 for (const std::uint32_t word : ktBitsOf(results))
                     bits.push_back(word);
                 if (!isBounce && i == 0) {
@@ -137,20 +149,26 @@ protected:
         for (int size = 2; size <= 4; ++size) {
             ktRankPool::Limits limits = ktTestLimits();
             limits.cores = 8; // more than those of rank 0
+            limits.jobsPerRank = 0;
             const ktTestRanks ranks(size, isOneMachine ? ktTestRanks::serveNearby : ktTestRanks::serveRank, limits);
             EXPECT_TRUE(bake(hasLights) == alone) << size << " ranks";
-            std::uint64_t elsewhere = 0;
+            std::uint64_t elsewhere = 0, geometries = ranks.pool->statistics()[0].geometries;
             for (std::size_t rank = 1; rank < static_cast<std::size_t>(size); ++rank) {
                 elsewhere += ranks.pool->statistics()[rank].bytesReceived;
+                geometries += ranks.pool->statistics()[rank].geometries;
                 EXPECT_EQ(ranks.pool->statistics()[rank].structureBytes > 0, isOneMachine);
             }
-            EXPECT_GT(elsewhere, 1000u) << "bytes of results";
+            if (isPlanned)
+                EXPECT_EQ(geometries, 4u) << "each pass asks for two";
+            else
+                EXPECT_GT(elsewhere, 1000u) << "bytes of results";
         }
         EXPECT_TRUE(log.lines.empty()) << log.lines.front();
     }
 
     ktTriangleScene scene;
     std::vector<osg::NodePtr> lights;
+    bool isPlanned = false;
 };
 
 } // namespace
@@ -183,6 +201,22 @@ TEST_F(RankBits, GivenRanksAndLights_GivesBitsOfOneProcess) {
 TEST_F(RankBits, GivenRanksAndFit_GivesBitsOfOneProcess) {
     ktSetFitMode(ktFitMode::Surface);
     expectEqualBits(false);
+}
+
+TEST_F(RankBits, GivenPlannedGeometries_GivesBitsOfOneProcess) {
+    plan();
+    expectEqualBits(false);
+}
+
+TEST_F(RankBits, GivenPlannedGeometriesAndLights_GivesBitsOfOneProcess) {
+    plan();
+    expectEqualBits(true);
+}
+
+TEST_F(RankBits, GivenPlannedGeometriesAndFit_GivesBitsOfOneProcess) {
+    plan();
+    ktSetFitMode(ktFitMode::Surface);
+    expectEqualBits(false, true);
 }
 
 TEST_F(RankBits, GivenSameTracers_FingerprintIsEqual) {

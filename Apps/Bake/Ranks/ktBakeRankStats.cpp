@@ -27,6 +27,7 @@ QJsonArray ktBakeRankStats::toJson() const {
             {"host", QString::fromStdString(end.host)},
             {"threads", static_cast<int>(end.threads)},
             {"vertices", static_cast<double>(end.vertices - begin.vertices)},
+            {"geometries", static_cast<double>(end.geometries - begin.geometries)},
             {"seconds", QJsonObject{{"tracing", end.tracingSeconds - begin.tracingSeconds},
                                     {"waiting", end.waitingSeconds - begin.waitingSeconds}}},
         };

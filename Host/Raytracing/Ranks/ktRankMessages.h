@@ -27,6 +27,9 @@ enum class ktRankMessage : std::uint32_t {
     Light,          ///< from 0: a snapshot of reflected light
     Begin,          ///< from 0: generation, how a loop is traced
     Block,          ///< from 0: vertices to trace
+    Pass,           ///< from 0: generation, how the geometries of a pass are traced
+    Geometry,       ///< from 0: a whole geometry to trace
+    GeometryDone,   ///< to 0: its light
     Cancel,         ///< from 0: what belongs to this generation or an earlier one is of no use any more
     End,            ///< from 0: nothing follows
 };

@@ -4,6 +4,7 @@
 
 #include "ktCancelPoint.h"
 #include "ktParallel.h"
+#include "ktRankPass.h"
 #include "ktRankPeer.h"
 #include "ktTBBInit.h"
 #include "ktThreadCount.h"
@@ -234,7 +235,8 @@ void ktRankPool::watch() {
         {
             const std::lock_guard<std::mutex> lock(mutex);
             isSilent = Clock::now() - peer->lastHeard > limits.silence;
-            isStuck = !peer->blocks.empty() && Clock::now() - peer->lastProgress > limits.progress;
+            isStuck =
+                !(peer->blocks.empty() && peer->jobs.empty()) && Clock::now() - peer->lastProgress > limits.progress;
         }
         if (isSilent)
             lose(*peer, "has ended or hangs: it gave no sign of life for " +
@@ -272,7 +274,7 @@ void ktRankPool::handle(Peer& peer, std::vector<char>&& message) {
             const std::lock_guard<std::mutex> lock(mutex);
             peer.builtGeneration = built;
         }
-        handOut(peer);
+        giveWork(peer);
         return;
     }
     case ktRankMessage::Done: {
@@ -286,6 +288,10 @@ void ktRankPool::handle(Peer& peer, std::vector<char>&& message) {
         }
         return;
     }
+    case ktRankMessage::GeometryDone:
+        storeJob(peer, reader);
+        giveWork(peer);
+        return;
     case ktRankMessage::Failed:
         lose(peer, "cannot go on: " + reader.getText());
         return;
@@ -304,6 +310,8 @@ void ktRankPool::guarded(const Peer& peer, const std::function<void()>& action) 
         const std::lock_guard<std::mutex> lock(mutex);
         if (loop && !loop->error)
             loop->error = std::current_exception();
+        if (pass && !pass->error)
+            pass->error = std::current_exception();
         changed.notify_all();
     }
 }
@@ -325,7 +333,7 @@ bool ktRankPool::storeArrived() {
         ktWireReader reader(message);
         reader.get<ktRankMessage>();
         storeResults(*peer, reader);
-        handOut(*peer);
+        giveWork(*peer);
     });
     return true;
 }
@@ -380,6 +388,8 @@ bool ktRankPool::hasScene(const Peer& peer) const {
 bool ktRankPool::take(Peer& peer, ktRankBlock& block, std::uint32_t most) {
     if (!loop || loop->isOver || isLost || !hasScene(peer) || peer.blocks.size() + peer.storing >= most)
         return false;
+    if (!peer.jobs.empty())
+        return false; // a block would wait for them
     std::size_t allThreads = ownThreads;
     for (const auto& each : peers)
         allThreads += hasScene(*each) ? each->statistics.threads : 0;
@@ -440,6 +450,11 @@ void ktRankPool::join(Peer& peer, const Loop& joined) {
         sendLight(*work.light);
     send(peer, joined.begin);
     peer.begun = joined.generation;
+}
+
+void ktRankPool::giveWork(Peer& peer) {
+    handOut(peer);
+    handOutJobs(peer);
 }
 
 void ktRankPool::handOut(Peer& peer, std::uint32_t most) {
@@ -560,4 +575,6 @@ void ktRankPool::run(const ktBatchLoop& work) {
         throw;
     }
     endLoop(own);
+    for (const auto& peer : peers)
+        handOutJobs(*peer);
 }

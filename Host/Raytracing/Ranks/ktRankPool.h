@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "ktGeometryJob.h"
 #include "ktHostExport.h"
 #include "ktRankMessages.h"
 #include "ktTransport.h"
@@ -22,7 +23,8 @@
 struct ktRankStatistics {
     std::string host;
     std::uint32_t threads = 0;
-    std::uint64_t vertices = 0; ///< and points that it traced
+    std::uint64_t vertices = 0;   ///< and points that it traced
+    std::uint64_t geometries = 0; ///< that it traced as a whole, and that a pass used
     /// The structure: seconds to build it, or to copy that of rank 0.
     double buildSeconds = 0;
     std::uint64_t structureBytes = 0; ///< that it copied; 0: it built the structure
@@ -30,6 +32,18 @@ struct ktRankStatistics {
     double sendingSeconds = 0;                      ///< that rank 0 took to make and read its messages
     std::uint64_t peakMemory_bytes = 0;             ///< of the process; rank 0: unknown
     std::uint64_t bytesSent = 0, bytesReceived = 0; ///< by rank 0, to and from it
+};
+
+/// A geometry that a rank traces before the pass asks for it.
+struct ktRankJob {
+    enum class State { Waiting, Elsewhere, Here, Done };
+
+    ktGeometryJob geometry;
+    std::uint64_t rays = 0;                              ///< roughly
+    std::uint32_t valueChannels = 0, sampleChannels = 0; ///< of the result
+    State state = State::Waiting;                        ///< of the pool, under its mutex
+    ktGeometryResult result;                             ///< when it is done
+    std::size_t rank = 0;                                ///< that has traced it
 };
 
 /// The other ranks of a bake, as rank 0 sees them. Shares loops with them: hands out blocks of vertices as ranks become
@@ -43,6 +57,10 @@ public:
         std::uint64_t leastRays = 1 << 16;           ///< for each thread of rank 0; smaller loops are not shared
         std::uint64_t leastRaysNearby = 1 << 20;     ///< the same if all other ranks lend their threads to rank 0
         std::uint32_t cores = 0;                     ///< that rank 0 may use; 0: as the system says
+        /// A geometry is traced by one rank if it has at most this part of a rank's share of a pass, and not too many
+        /// rays for the limits above. 0: any geometry.
+        std::uint32_t jobsPerRank = 16;
+        std::uint64_t mostRaysPerJob = 1 << 27;
     };
 
     /// Waits until all ranks have said hello. @param transport_ not null; this is its rank 0
@@ -77,6 +95,34 @@ public:
     /// Worker thread. @throws ktCanceled, std::runtime_error with the rank and its host if one is lost
     void run(const ktBatchLoop& loop) override;
 
+    /// @name Passes
+    /// Ranks that no loop needs trace whole geometries of a pass. Main thread, outside of run().
+    /// @{
+    /// Begins a pass. What it refers to must live until endPass().
+    void beginPass(const ktGeometryPass& pass);
+    /// Drops what nobody has asked for. Cheap if there is no pass.
+    void endPass();
+    /// Adds a geometry of the pass. @param job not null, waiting; the pool sets its result
+    void addJob(const std::shared_ptr<ktRankJob>& job);
+    /// Takes the job back, so that the caller traces it. @return false if a rank has it, or had it
+    bool takeBack(ktRankJob& job);
+    /// Takes back the job that was added first. @return null if ranks have all
+    std::shared_ptr<ktRankJob> takeBackAny();
+    /// Says that the caller has traced a job that it had taken back. @param seconds of its threads
+    void finishHere(ktRankJob& job, ktGeometryResult&& result, double seconds);
+    /// Counts a result that the pass uses.
+    void countUse(const ktRankJob& job);
+    /// Waits until the job is done. @return whether it is @throws std::runtime_error if a rank is lost
+    bool waitFor(const ktRankJob& job, std::chrono::milliseconds longest);
+    /// Whether ranks trace geometries now, or will soon.
+    bool hasJobs() const;
+    /// The largest geometry that one rank traces, in rays. @param raysOfPass all
+    std::uint64_t largestJob(std::uint64_t raysOfPass) const;
+    /// Threads of all ranks.
+    std::uint32_t allThreads() const;
+    int rankCount() const { return transport->size(); }
+    /// @}
+
     /// Entry 0 is this process: what the shared loops traced here.
     std::vector<ktRankStatistics> statistics() const;
     /// Whether a rank is lost: no loop can run any more.
@@ -90,6 +136,7 @@ public:
 private:
     struct Peer;
     struct Loop;
+    struct Pass;
     static constexpr std::uint32_t blocksAhead = 2; // of a rank: it traces one while the next is on its way
     using Clock = std::chrono::steady_clock;
 
@@ -101,7 +148,12 @@ private:
     bool storeArrived();
     void storeResults(Peer& peer, ktWireReader& reader);
     void watch();
+    void giveWork(Peer& peer);
     void handOut(Peer& peer, std::uint32_t most = blocksAhead);
+    void handOutJobs(Peer& peer);
+    std::shared_ptr<ktRankJob> takeJob(Peer& peer);
+    void sendJob(Peer& peer, std::uint32_t number, ktMessageBytes message);
+    void storeJob(Peer& peer, ktWireReader& reader);
     bool hasScene(const Peer& peer) const;
     bool take(Peer& peer, ktRankBlock& block, std::uint32_t most);
     void join(Peer& peer, const Loop& joined);
@@ -129,6 +181,8 @@ private:
     std::uint64_t generation = 0, sceneGeneration = 0;
     std::uint64_t lightVersion = 0;  // of the reflected light that all ranks have
     Loop* loop = nullptr;            // the one that runs
+    std::unique_ptr<Pass> pass;      // null: none
+    std::uint32_t nextJob = 0;       // number
     std::string failure;             // why a rank is lost; empty: none is
     std::atomic<bool> isLost{false}; // the same
     bool isEnding = false;

@@ -5,6 +5,7 @@
 #include "ktCancelPoint.h"
 #include "ktEventPump.h"
 #include "ktFlushDenormals.h"
+#include "ktGeometryJob.h"
 #include "ktWorkers.h"
 
 #include <atomic>
@@ -33,6 +34,18 @@ struct Block {
     std::atomic<bool> isDropped{false};
 
     explicit Block(ktRankBlock&& block_) : block(std::move(block_)), batchesLeft(block.batches.size()) {}
+};
+
+/// While it exists, the threads of this process have work.
+class NotWaiting {
+public:
+    explicit NotWaiting(ktTransport& transport_) : transport(transport_) { transport.setWaiting(false); }
+    ~NotWaiting() { transport.setWaiting(true); }
+    NotWaiting(const NotWaiting&) = delete;
+    NotWaiting& operator=(const NotWaiting&) = delete;
+
+private:
+    ktTransport& transport;
 };
 
 class Server {
@@ -166,6 +179,7 @@ private:
         case ktRankMessage::Light:
             waitUntilIdle();
             loop.reset();
+            pass.reset();
             light = ktGetLight(reader, scene, *tracer, directions);
             return;
         case ktRankMessage::Begin:
@@ -176,6 +190,15 @@ private:
             return;
         case ktRankMessage::Block:
             addBlock(reader);
+            return;
+        case ktRankMessage::Pass:
+            waitUntilIdle();
+            pass = ktGetPass(reader, *tracer, directions, light ? &light->light : nullptr);
+            if (pass->generation > canceledGeneration)
+                options.setCanceled(false);
+            return;
+        case ktRankMessage::Geometry:
+            traceGeometry(reader);
             return;
         default:
             throw ktBadMessage("rank 0 sent a message of an unknown kind");
@@ -198,11 +221,36 @@ private:
         changed.notify_all();
     }
 
+    void traceGeometry(ktWireReader& reader) {
+        const auto generation = reader.get<std::uint64_t>();
+        const auto number = reader.get<std::uint32_t>();
+        if (generation <= canceledGeneration)
+            return;
+        if (!pass || pass->generation != generation)
+            throw ktBadMessage("rank 0 sent a geometry of an unknown pass");
+        const ktGeometryJob job = ktGetJob(reader);
+        const Clock::time_point begun = Clock::now();
+        ktGeometryResult result;
+        work([&] { result = ktTraceGeometry(pass->how, job); });
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::GeometryDone);
+        writer.put(generation);
+        writer.put(number);
+        ktPutResult(writer, result);
+        transport.send(0, ktEndMessage(std::move(writer)));
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            done.tracingSeconds += options.self.threads * secondsSince(begun);
+            done.vertices += result.verticesTraced(pass->how);
+        }
+        sendBeat();
+    }
+
     void readScene(ktWireReader& reader) {
         waitUntilIdle();
         const auto generation = reader.get<std::uint64_t>();
         const bool isCopied = reader.get<std::uint32_t>() != 0;
         loop.reset();
+        pass.reset();
         light.reset();
         directions.clear();
         tracer->build({}, {});
@@ -223,14 +271,13 @@ private:
 
     // Uses all threads. Receives messages meanwhile.
     void work(const std::function<void()>& action) {
-        transport.setWaiting(false);
+        const NotWaiting working(transport);
         ktEventPump pump([this] {
             std::vector<char> message;
             while (receive(message, std::chrono::milliseconds(0)))
                 deferred.push_back(std::move(message));
         });
         ktWorkers::run(action, pump);
-        transport.setWaiting(true);
     }
 
     void beginCopy(ktWireReader& reader) {
@@ -342,6 +389,7 @@ private:
     ktRankDirectionTable directions;
     std::unique_ptr<ktRankLight> light;
     std::unique_ptr<ktRankLoop> loop;
+    std::unique_ptr<ktRankGeometryPass> pass;
     // Of the thread that receives.
     std::vector<ktStructureImage::Part> copyParts; // of the structure that it copies
     std::uint64_t copyBytesLeft = 0;

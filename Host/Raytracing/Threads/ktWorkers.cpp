@@ -26,6 +26,7 @@ namespace {
 std::atomic<bool> hasLostWorkers{false};
 
 std::atomic<unsigned int> borrowedThreads{0};
+std::atomic<unsigned int> ownThreadsOnly{0}; // how many objects say so
 
 // Counts running work. Its destructor, at the exit of the process, waits until all work has ended: the libraries that
 // the work uses are still loaded then.
@@ -121,7 +122,8 @@ public:
 private:
     void lead() {
         try {
-            const int threads = static_cast<int>(ktThreadCount::get() + borrowedThreads);
+            const int threads =
+                static_cast<int>(ktThreadCount::get() + (ownThreadsOnly > 0 ? 0 : borrowedThreads.load()));
             // TBB starts no more workers than cores unless this limit is higher.
             const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                                             static_cast<std::size_t>(threads));
@@ -173,6 +175,14 @@ void ktWorkers::waitForEnd() noexcept {
 
 void ktWorkers::borrowThreads(unsigned int count) noexcept {
     borrowedThreads = count;
+}
+
+ktWorkers::OwnThreadsOnly::OwnThreadsOnly() noexcept {
+    ++ownThreadsOnly;
+}
+
+ktWorkers::OwnThreadsOnly::~OwnThreadsOnly() {
+    --ownThreadsOnly;
 }
 
 void ktWorkers::run(const std::function<void()>& work, ktEventPump& pump) {

@@ -31,6 +31,15 @@ public:
     /// on this machine, which wait for this one meanwhile. 0 is the default. Thread-safe.
     static void borrowThreads(unsigned int count) noexcept;
 
+    /// While such an object exists, work that starts borrows no threads: those of other processes have work.
+    class OwnThreadsOnly {
+    public:
+        OwnThreadsOnly() noexcept;
+        ~OwnThreadsOnly();
+        OwnThreadsOnly(const OwnThreadsOnly&) = delete;
+        OwnThreadsOnly& operator=(const OwnThreadsOnly&) = delete;
+    };
+
     /// Starts the work and waits for its end. @throws as wait(); even then the work has ended
     static void run(const std::function<void()>& work, ktEventPump& pump);
 
