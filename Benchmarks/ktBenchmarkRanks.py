@@ -42,6 +42,7 @@ def parse():
     parser.add_argument("--kinds", nargs="+", default=list(KINDS), choices=KINDS)
     parser.add_argument("--ranks", type=int, default=2, help="of one thread; compared with one process of as many threads")
     parser.add_argument("--repeats", type=int, default=5, help="runs of each bake; 3 at most for the assembly")
+    parser.add_argument("--options", default="", help="further options of ktbake, in one argument: --options=\"--shadow-quality 0\"")
     parser.add_argument("--keep", help="folder for the statistics of the last runs")
     return parser.parse_args()
 
@@ -58,6 +59,7 @@ def calculation_seconds(stats):
 class Bakes:
     def __init__(self, arguments, folder):
         self.folder = folder
+        self.options = arguments.options.split()
         self.environment = dict(os.environ, KT_PREFERENCES_DIR=os.path.join(folder, "preferences", ""),
                                 OMPI_ALLOW_RUN_AS_ROOT="1", OMPI_ALLOW_RUN_AS_ROOT_CONFIRM="1",
                                 OMPI_MCA_rmaps_base_oversubscribe="1")
@@ -68,7 +70,7 @@ class Bakes:
     def run(self, command, scene, options, stats_file):
         """Returns the seconds of the calculation, of the whole run, and of the processors."""
         stats_file = os.path.join(self.folder, stats_file)
-        command = command + [scene, "-qo", os.path.join(self.folder, "out.glb"), "--stats", stats_file] + options
+        command = command + [scene, "-qo", os.path.join(self.folder, "out.glb"), "--stats", stats_file] + options + self.options
         before, begin = processor_seconds(), time.perf_counter()
         done = subprocess.run(command, env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
                               check=False)

@@ -5,8 +5,10 @@
     mpirun -n 2 ktbake scene.glb -o out.glb --threads 1 --stats two.json
     ktSimulateRanks.py two.json --ranks 1 2 8 64 512
 
-Each simulated rank has the threads and the speed of the measured ones. Loops are simulated block by block, with the rules of
-ktRankPool: what rank 0 hands out, what travels, what it stores. Reading, the fit and all else between the loops run on rank 0.
+Each simulated rank has the threads and the speed of the measured ones. Passes are simulated geometry by geometry, with the rules
+of ktPassAhead: a rank traces whole geometries, rank 0 uses them in their order, and large ones are loops that all share. Loops
+are simulated block by block, with the rules of ktRankPool: what rank 0 hands out, what travels, what it stores. Reading and all
+else between runs on rank 0.
 --per-machine ranks share a machine: then rank 0 builds the structure for all and sends it, and borrows their threads for it
 and for the share --parallel of its other work. With one rank per machine, each builds the structure. --latency, --bandwidth and
 --poll describe the network.
@@ -14,10 +16,11 @@ and for the share --parallel of its other work. With one rank per machine, each 
 their processor time can be compared.
 
 If the statistics come from a busy machine, their times are too long, but numbers of loops, rays and bytes hold: --ray-ns,
---dispatch-ns, --build-s and --serial-s replace the times.
+--dispatch-ns, --build-s and --serial-s replace the times. --rays-times 16 simulates 16 times the rays, with the same vertices:
+for a scene that was measured with few rays.
 
-What-if options: --relay no sends the scene to one rank after the other; --one-loop traces
-all geometries of a pass in one loop; --least-rays is the smallest block of a thread."""
+What-if options: --relay no sends the scene to one rank after the other; --in-turn traces one
+geometry after the other, each in loops that all share; --least-rays is the smallest block of a thread."""
 
 import argparse
 import heapq
@@ -31,6 +34,12 @@ LEAST_NEARBY = 1 << 20    # the same if all ranks are on one machine
 MOST_BATCHES = 16         # of a thread in a block
 SHARE_OF_REST = 4
 BLOCKS_AHEAD = 2
+JOBS_PER_RANK = 16        # a geometry that is traced as a whole has at most this part of a rank's share of a pass,
+MOST_JOB = 1 << 27        # and at most so many rays; or
+EARLY_FACTOR = 4          # times as many,
+LEAST_REST = 2            # if every rank has so many times its work left after it
+RAYS_AHEAD = 1 << 23      # of a thread; a pass is traced so far ahead
+JOBS_AHEAD = 4            # of a rank, at least
 
 
 class Network:
@@ -52,7 +61,7 @@ class Scene:
     """What was measured. Times of loops are for one thread."""
 
     def __init__(self, threads, seconds_per_ray, dispatch_per_ray, bytes_per_ray, loops, serial, build, sizes,
-                 structure_size=0, parallel=0.0, lent=1):
+                 structure_size=0, parallel=0.0, lent=1, passes=(), calls=0.0):
         self.threads = threads                    # of each rank
         self.seconds_per_ray = seconds_per_ray
         self.dispatch_per_ray = dispatch_per_ray  # seconds of rank 0 to make and store blocks of others
@@ -64,6 +73,8 @@ class Scene:
         self.build = build                        # seconds of the structure with the threads of one rank
         self.structure_size = structure_size      # bytes
         self.sizes = sizes                        # bytes of the messages to all: scene, light of each bounce
+        self.passes = list(passes)                # rays of each geometry, by pass; empty: geometries are traced in turn
+        self.calls = calls                        # share of `serial` that comes between two geometries
 
     def builds_once(self, ranks, per_machine):
         return min(ranks, per_machine) > 1 and self.structure_size > 0
@@ -90,7 +101,8 @@ class Scene:
         in_loops = (ranks[0]["seconds"]["tracing"] + ranks[0]["seconds"]["waiting"]) / threads
         copied = ranks[1].get("structureBytes", 0)
         least = LEAST_NEARBY if copied else LEAST_LOOP
-        small = sum(loop for loop in loops if loop < least * threads)
+        is_ahead = any(rank.get("geometries", 0) > 0 for rank in ranks)
+        small = 0 if is_ahead else sum(loop for loop in loops if loop < least * threads)
         per_ray = sum(rank["seconds"]["tracing"] for rank in ranks) / max(rays - small, 1)
         # Copied structures were built with the threads of all these ranks.
         lent = len(ranks) if copied else 1
@@ -101,8 +113,18 @@ class Scene:
         remote = max(ranks[1]["vertices"] * rays / vertices, 1)
         sizes = [12 * (stats["occludingTriangles"] + stats["sceneVertices"])] + [12 * stats["sceneVertices"]] * bounces
         carried = ranks[1]["bytesSent"] + ranks[1]["bytesReceived"] - sum(sizes) - copied
+        parts = sum(1 for part in stats["geometries"] if part["traced"])
+        by_pass = [loops[i:i + parts] for i in range(0, len(loops), parts)] if is_ahead else []
+        calls = min(1.0, max(0.0, seconds["tracing"] - in_loops) / serial) if serial > 0 else 0.0
         return Scene(threads, per_ray, ranks[1]["seconds"]["sending"] / remote, max(carried, 0) / remote, loops,
-                     max(serial, 0.0), build, sizes, copied, lent=lent)
+                     max(serial, 0.0), build, sizes, copied, lent=lent, passes=by_pass, calls=calls)
+
+    def multiply_rays(self, factor):
+        """More rays for the same vertices."""
+        self.loops = [factor * loop for loop in self.loops]
+        self.passes = [[factor * loop for loop in of_pass] for of_pass in self.passes]
+        self.dispatch_per_ray /= factor
+        self.bytes_per_ray /= factor
 
 
 def block_size(rest, threads, all_threads, least):
@@ -173,7 +195,61 @@ def loop_seconds(rays, ranks, scene, network, least_rays=1 << 14, is_nearby=Fals
     return end
 
 
-def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_machine=1, is_one_loop=False):
+def pass_seconds(parts, ranks, scene, network, per_call, least_rays=1 << 14, is_nearby=False):
+    """Seconds of a pass whose geometries are traced ahead. @param parts rays of each @param per_call seconds of rank 0 for each"""
+    most = min(sum(parts) / (JOBS_PER_RANK * ranks), MOST_JOB)
+    is_large, rest = [], sum(parts)
+    for rays in parts:
+        rest -= rays
+        is_large.append(rays > most and (rays > EARLY_FACTOR * most or LEAST_REST * rays * ranks > rest))
+    free = [0.0] * (ranks - 1)  # when a rank has traced its geometries; a heap
+    done, now, following, limit, ahead, messages_free = {}, 0.0, 0, 0, 0.0, 0.0
+
+    def seconds(part):
+        return parts[part] * scene.seconds_per_ray / scene.threads
+
+    def skip_large():
+        nonlocal following
+        while following < len(parts) and is_large[following]:
+            following += 1
+
+    def hand_out():
+        nonlocal following, messages_free
+        skip_large()
+        while free and free[0] <= now and following < limit:
+            messages_free = max(messages_free, free[0]) + parts[following] * (
+                scene.bytes_per_ray / network.bandwidth + scene.dispatch_per_ray)
+            # The next geometry of a rank is on its way while it traces one.
+            done[following] = max(free[0], messages_free) + seconds(following)
+            heapq.heapreplace(free, done[following])
+            following += 1
+            skip_large()
+
+    for part, rays in enumerate(parts):
+        while limit < len(parts) and (ahead < RAYS_AHEAD * ranks * scene.threads or limit - part < JOBS_AHEAD * ranks):
+            ahead += parts[limit]
+            limit += 1
+        hand_out()
+        if is_large[part]:
+            now = max(now, sum(free) / len(free)) + loop_seconds(rays, ranks, scene, network, least_rays, is_nearby)
+            free = [max(now, each) for each in free]
+            heapq.heapify(free)
+        elif part not in done:
+            following = part + 1
+            now += seconds(part)
+        while done.get(part, now) > now + network.latency + network.poll:
+            hand_out()
+            if following < limit:
+                done[following] = now = now + seconds(following)
+                following += 1
+            else:
+                now = done[part] + network.latency + network.poll
+        now += per_call
+        ahead -= rays
+    return now
+
+
+def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_machine=1):
     """Seconds of a bake, by what they are spent on."""
     sharing = min(ranks, per_machine)  # ranks on the machine of rank 0
     is_nearby = 1 < ranks <= per_machine
@@ -182,8 +258,15 @@ def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_mac
         sizes.append(scene.structure_size)
         build /= sharing
     loops = scene.loops
-    if is_one_loop:
-        loops = [sum(loops)]
+    serial = scene.serial_seconds(sharing)
+    if scene.passes and ranks > 1:
+        calls = serial * scene.calls
+        per_call = calls / sum(map(len, scene.passes))
+        in_passes = sum(pass_seconds(parts, ranks, scene, network, per_call, least_rays, is_nearby) for parts in scene.passes)
+        ideal = sum(loops) * scene.seconds_per_ray / scene.threads / ranks
+        return {"serial": serial, "build": build,
+                "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in sizes),
+                "tracing": ideal, "small loops": 0.0, "loops' ends": max(0.0, in_passes - calls - ideal)}
     known = {}
     for loop in loops:
         if loop > 0 and loop not in known:
@@ -192,7 +275,7 @@ def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_mac
     thread_seconds = sum(loops) * scene.seconds_per_ray / scene.threads
     alone = sum(known[loop] for loop in loops if loop > 0 and not scene.is_shared(loop, is_nearby)) if ranks > 1 else 0.0
     ideal = (thread_seconds - alone) / ranks
-    return {"serial": scene.serial_seconds(sharing), "build": build,
+    return {"serial": serial, "build": build,
             "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in sizes),
             "tracing": ideal, "small loops": alone / sharing, "loops' ends": max(0.0, in_loops - ideal - alone)}
 
@@ -206,7 +289,7 @@ def processor_seconds(scene, ranks, per_machine=1):
     """Of all ranks together: the calculation without waiting."""
     rays = sum(scene.loops)
     is_nearby = 1 < ranks <= per_machine
-    remote = sum(loop for loop in scene.loops if scene.is_shared(loop, is_nearby)) * (ranks - 1) / ranks
+    remote = sum(loop for loop in scene.loops if scene.passes or scene.is_shared(loop, is_nearby)) * (ranks - 1) / ranks
     builds = 1 if scene.builds_once(ranks, per_machine) else ranks
     return scene.serial + (builds * scene.build + rays * scene.seconds_per_ray) + remote * scene.dispatch_per_ray
 
@@ -238,7 +321,8 @@ def main():
     parser.add_argument("--per-machine", type=int, default=1, help="ranks on each machine; default 1")
     parser.add_argument("--whole", action="store_true", help="with reading and writing")
     parser.add_argument("--relay", choices=("yes", "no"), default="yes")
-    parser.add_argument("--one-loop", action="store_true")
+    parser.add_argument("--in-turn", action="store_true")
+    parser.add_argument("--rays-times", type=float, default=1.0)
     parser.add_argument("--least-rays", type=int, default=1 << 14)
     parser.add_argument("--compare", nargs="*", default=[], help="--stats of other bakes of the same scene")
     arguments = parser.parse_args()
@@ -252,12 +336,15 @@ def main():
             setattr(scene, name, value * unit)
     if arguments.serial_s is not None:
         scene.lent = 1
+    scene.multiply_rays(arguments.rays_times)
+    if arguments.in_turn:
+        scene.passes = []
     what_if = {"least_rays": arguments.least_rays, "is_relayed": arguments.relay == "yes",
-               "per_machine": arguments.per_machine, "is_one_loop": arguments.one_loop}
+               "per_machine": arguments.per_machine}
     print("%d threads a rank; %d loops, %d of them shared; %.1f ns and %.3f bytes per ray, %.2f ns of rank 0 for a ray elsewhere" % (
         scene.threads, len(scene.loops), sum(map(scene.is_shared, scene.loops)), scene.seconds_per_ray * 1e9,
         scene.bytes_per_ray, scene.dispatch_per_ray * 1e9))
-    print("\n| ranks | seconds | efficiency | rank 0 alone | build | broadcast | tracing | small loops | loops' ends |")
+    print("\n| ranks | seconds | efficiency | rank 0 alone | build | broadcast | tracing | small loops | ends |")
     print("|" + " --- |" * 9)
     for ranks in arguments.ranks:
         parts = simulate(scene, ranks, network, **what_if)

@@ -5,7 +5,7 @@ import unittest
 
 sys.path.insert(0, sys.argv[1])
 from ktSimulateRanks import (LEAST_LOOP, LEAST_NEARBY, RAYS_PER_BATCH, Network, Scene, block_size, efficiency, loop_seconds,
-                             processor_seconds, simulate)
+                             pass_seconds, processor_seconds, simulate)
 
 BATCH = 0.5  # seconds
 FAST = Network(latency=0, bandwidth=1e30, poll=0)
@@ -99,6 +99,42 @@ class Simulation(unittest.TestCase):
         with_dispatch = scene([batches(100)], dispatch=0.01)
         self.assertAlmostEqual(processor_seconds(with_dispatch, 4), 50 + 0.75)
 
+    def test_many_geometries_ahead_keep_all_ranks_busy(self):
+        parts = [batches(1)] * 20000
+        for ranks in (2, 8, 64):
+            seconds = pass_seconds(parts, ranks, scene(parts), FAST, 0.0)
+            self.assertGreaterEqual(seconds, 20000 * BATCH / ranks)
+            self.assertLess(seconds, 20000 * BATCH / ranks * 1.02)
+
+    def test_last_geometry_limits_a_short_pass(self):
+        # Rank 0 and three others trace two, two, two and one: each is small enough to be traced as a whole.
+        parts = [batches(1)] * 64 + [batches(1)] * 3
+        self.assertAlmostEqual(pass_seconds(parts, 4, scene(parts), FAST, 0.0), 17 * BATCH)
+
+    def test_calls_of_rank_0_limit_many_ranks(self):
+        parts = [batches(1)] * 20000
+        self.assertGreater(pass_seconds(parts, 512, scene(parts), FAST, BATCH / 10), 2000 * BATCH)
+        self.assertLess(pass_seconds(parts, 4, scene(parts), FAST, BATCH / 10), (20000 + 2000) * BATCH / 4 * 1.02)
+
+    def test_large_geometry_is_a_loop_of_all(self):
+        parts = [batches(6400)]
+        self.assertAlmostEqual(pass_seconds(parts, 8, scene(parts), FAST, 0.0),
+                               loop_seconds(batches(6400), 8, scene(parts), FAST))
+
+    def test_messages_limit_a_slow_network(self):
+        parts = [batches(1)] * 1000
+        slow = Network(latency=0, bandwidth=RAYS_PER_BATCH / BATCH, poll=0)  # a geometry takes as long to send as to trace
+        self.assertGreater(pass_seconds(parts, 8, scene(parts), slow, 0.0), 1000 * BATCH / 2 * 0.95)
+
+    def test_more_rays_need_no_more_messages(self):
+        whole = scene([batches(10)], dispatch=0.1)
+        whole.passes = [[batches(10)]]
+        before = whole.dispatch_per_ray * sum(whole.loops), whole.bytes_per_ray * sum(whole.loops)
+        whole.multiply_rays(16)
+        self.assertEqual(whole.passes, [[batches(160)]])
+        self.assertAlmostEqual(whole.dispatch_per_ray * sum(whole.loops), before[0])
+        self.assertAlmostEqual(whole.bytes_per_ray * sum(whole.loops), before[1])
+
     def test_stats_are_read(self):
         stats = {
             "threads": 1, "raysTraced": {"direct": 1.5e6, "indirect": 3e6}, "settings": {"bounces": 2},
@@ -125,6 +161,12 @@ class Simulation(unittest.TestCase):
         self.assertAlmostEqual(found.build, 3 * 2)
         self.assertAlmostEqual(found.serial, 1 + 2 + 10 + 0.5 - 7)
         self.assertAlmostEqual(found.bytes_per_ray, 50000 / (4.5e7 / 4))
+        self.assertEqual(found.passes, [])
+        stats["ranks"][0]["geometries"] = 3
+        found = Scene.from_stats(stats, False)
+        self.assertEqual([[round(part) for part in parts] for parts in found.passes], [[15000000]] * 3)
+        self.assertAlmostEqual(found.serial, 10 + 0.5 - 7)
+        self.assertAlmostEqual(found.calls, 3 / 3.5)
 
 
 if __name__ == "__main__":

@@ -15,6 +15,8 @@ namespace {
 constexpr std::uint64_t raysPerThread = 1 << 23; // that are traced ahead; a quarter of a second
 constexpr std::size_t jobsPerRank = 4;           // likewise, at least
 constexpr int mostSurprises = 2;                 // of a pass
+constexpr std::uint64_t earlyFactor = 4;         // geometries may be so much larger if enough follows
+constexpr std::uint64_t leastRest = 2;           // times a geometry's time that every rank has left then
 constexpr std::size_t none = ~std::size_t(0);
 
 } // namespace
@@ -44,7 +46,9 @@ std::size_t ktPassAhead::indexOf(std::uint32_t geometry) const {
 }
 
 bool ktPassAhead::isJob(std::size_t index) const {
-    return plan[index].vertices > 0 && plan[index].vertices * how.directions->set.count <= mostRays;
+    const std::uint64_t vertices = plan[index].vertices, most = mostRays / how.directions->set.count;
+    return vertices > 0 && (vertices <= most ||
+                            (vertices / earlyFactor <= most && vertices * leastRest <= verticesAfter[index] / shares));
 }
 
 // Adds geometries to the window, from the first on, until it is full.
@@ -104,8 +108,10 @@ std::optional<ktGeometryResult> ktPassAhead::take(std::uint32_t geometry, const 
         return {};
     if (!hasPass) {
         std::uint64_t vertices = 0;
-        for (const Planned& each : plan)
-            vertices += each.vertices;
+        verticesAfter.resize(plan.size());
+        for (std::size_t i = plan.size(); i-- > 0; vertices += plan[i].vertices)
+            verticesAfter[i] = vertices;
+        shares = std::max<std::uint64_t>(pool->allThreads() / ktThreadCount::get(), 1);
         how = pass;
         mostRays = pool->largestJob(vertices * how.directions->set.count);
         pool->beginPass(how);

@@ -55,6 +55,8 @@ private:
     ktGeometryPass how;
     MakeJob makeJob;
     std::vector<Planned> plan;
+    std::vector<std::uint64_t> verticesAfter;                 // by index: of all that follow
+    std::uint64_t shares = 1;                                 // as many as the threads of this process make one
     std::map<std::uint32_t, std::size_t> indices;             // in the plan, by geometry
     std::map<std::size_t, std::shared_ptr<ktRankJob>> window; // that are traced or will soon be, by index
     std::uint64_t windowRays = 0, mostRays = 0, mostWindowRays = 0;
