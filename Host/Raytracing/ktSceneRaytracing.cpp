@@ -57,7 +57,9 @@ ktSceneRaytracing::ktSceneRaytracing() = default;
 
 ktSceneRaytracing::ktSceneRaytracing(std::unique_ptr<ktTracer> tracer_) : tracer(std::move(tracer_)) {}
 
-ktSceneRaytracing::~ktSceneRaytracing() = default;
+ktSceneRaytracing::~ktSceneRaytracing() {
+    ahead.end();
+}
 
 // A build does not always stop at once. A cancelled call abandons it, and the next call waits for it.
 void ktSceneRaytracing::waitForAbandonedBuild() {
@@ -199,6 +201,7 @@ void ktSceneRaytracing::makeStructure(const std::vector<osg::NodePtr>& geometry,
 }
 
 void ktSceneRaytracing::clearRun() {
+    endAhead();
     bounces.clear();
     refinement.clear();
     lastGather = {};
@@ -220,7 +223,7 @@ void ktSceneRaytracing::clearScene() {
 }
 
 void ktSceneRaytracing::finishPass() {
-    ahead.end();
+    endAhead();
     bounces.endBounce();
     passSamples.reset();
     reportUnusableVertices();
@@ -239,6 +242,7 @@ void ktSceneRaytracing::invalidateGeometry() {
         return;
     call("refine geometry", [&] {
         ktThrowIfCanceled();
+        ahead.end();
         if (!bounces.directTask())
             return;
         ktEventPump pump;
@@ -306,7 +310,7 @@ ktSampler* ktSceneRaytracing::createSampler(int countU, int countV, int pattern,
 }
 
 void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
-    ahead.end();
+    endAhead();
     bounces.setDirect({}, false); // it may refer to this sampler
     lastGather = {};
     delete sampler;
@@ -315,7 +319,7 @@ void ktSceneRaytracing::releaseSampler(ktSampler* sampler) {
 void ktSceneRaytracing::configureTracing(int, int, float newMinDistance, float newMaxDistance) {
     if (!std::exchange(hasStarted, true))
         emit ktHostSignals::the().tracingStarted();
-    ahead.end();
+    endAhead();
     bounces.endBounce();
     // NaN and negative values count as 0.
     minDistance = newMinDistance > 0.0f ? newMinDistance : 0.0f;
@@ -458,6 +462,12 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
         }
         emit ktHostSignals::the().geometryTraced(positions, true);
     });
+}
+
+// Not while a call waits for what is traced ahead: an event handler may call this.
+void ktSceneRaytracing::endAhead() {
+    if (!calling)
+        ahead.end();
 }
 
 // Lists the geometries for which the plug-in will ask: those below the selected nodes, each once.

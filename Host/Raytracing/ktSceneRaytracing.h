@@ -72,6 +72,7 @@ private:
     void clearRun();
     template <class Task>
     std::optional<ktGeometryResult> traceAhead(ktGeometryNumber geometry, const Task& task, const ktFitTask* fit);
+    void endAhead();
     void planPass(ktRankPool& ranks);
     std::shared_ptr<ktRankJob> makeJob(std::size_t index) const;
     void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);

@@ -19,6 +19,12 @@ bool areFinite(const std::vector<float>& values) {
     return std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
 }
 
+// Unlike ==, tells 0 from -0.
+bool haveEqualBits(const double* left, const double* right, std::size_t count) {
+    return std::equal(left, left + count, right,
+                      [](double a, double b) { return a == b && std::signbit(a) == std::signbit(b); });
+}
+
 std::uint64_t numberOf(const ktPreparedDirections* directions) {
     return directions ? directions->number : 0;
 }
@@ -51,7 +57,7 @@ std::uint32_t ktGeometryPass::sampleChannels() const {
 
 bool ktGeometryJob::isOf(const ktVertexTask& task, const std::uint32_t* shared) const {
     const std::size_t size = positions.size() * sizeof(float);
-    return task.count == vertexCount() && std::memcmp(task.toWorld.rows(), toWorld.rows(), 12 * sizeof(double)) == 0 &&
+    return task.count == vertexCount() && haveEqualBits(&task.toWorld.rows()[0][0], &toWorld.rows()[0][0], 12) &&
            std::memcmp(task.positions, positions.data(), size) == 0 &&
            std::memcmp(task.normals, normals.data(), size) == 0 && (shared != nullptr) == !sharedValues.empty() &&
            (!shared || std::equal(sharedValues.begin(), sharedValues.end(), shared));

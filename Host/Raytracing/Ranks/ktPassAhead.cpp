@@ -35,7 +35,7 @@ void ktPassAhead::begin(ktRankPool& pool_, std::vector<Planned> plan_, MakeJob m
 }
 
 void ktPassAhead::end() {
-    if (hasPass)
+    if (hasPass && pool == ktRankPool::current()) // otherwise there is no pool any more
         pool->endPass();
     *this = ktPassAhead();
 }

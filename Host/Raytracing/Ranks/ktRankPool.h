@@ -100,7 +100,7 @@ public:
     /// @{
     /// Begins a pass. What it refers to must live until endPass().
     void beginPass(const ktGeometryPass& pass);
-    /// Drops what nobody has asked for. Cheap if there is no pass.
+    /// Drops what nobody has asked for. Does not throw. Cheap if there is no pass.
     void endPass();
     /// Adds a geometry of the pass. @param job not null, waiting; the pool sets its result
     void addJob(const std::shared_ptr<ktRankJob>& job);

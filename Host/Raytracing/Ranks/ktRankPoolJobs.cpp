@@ -34,15 +34,18 @@ void ktRankPool::endPass() {
     if (!pass)
         return;
     pass.reset();
-    ktWireWriter writer = ktBeginMessage(ktRankMessage::Cancel);
-    writer.put(++generation);
-    const ktMessageBytes message = ktEndMessage(std::move(writer));
-    for (const auto& peer : peers) {
-        if (peer->jobs.empty())
-            continue;
-        peer->jobs.clear();
-        send(*peer, message);
+    try {
+        ktWireWriter writer = ktBeginMessage(ktRankMessage::Cancel);
+        writer.put(++generation);
+        const ktMessageBytes message = ktEndMessage(std::move(writer));
+        for (const auto& peer : peers)
+            if (!peer->jobs.empty())
+                send(*peer, message);
+    } catch (const std::bad_alloc&) {
+        // Ranks then finish what nobody uses.
     }
+    for (const auto& peer : peers)
+        peer->jobs.clear();
 }
 
 std::uint32_t ktRankPool::allThreads() const {
