@@ -30,7 +30,6 @@ namespace fs = std::filesystem;
 
 extern "C" {
 // Names that the sanitizers look for. NOLINTBEGIN(clang-diagnostic-reserved-identifier)
-const char* __asan_default_options();
 void __ubsan_on_report();
 void __ubsan_get_current_report_data(const char** kind, const char** message, const char** file, unsigned* line,
                                      unsigned* column, char** memory);

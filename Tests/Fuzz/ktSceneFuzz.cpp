@@ -62,6 +62,7 @@ bool addMiddle(const AnyPtr& any) {
     auto middle = property->getField()[0];
     auto* const values = reinterpret_cast<float*>(&middle);
     const auto* const others = reinterpret_cast<const float*>(&property->getField()[1]);
+    // Texture coordinates may be one number. NOLINTNEXTLINE(bugprone-sizeof-expression)
     for (std::size_t i = 0; i < sizeof middle / sizeof(float); ++i)
         values[i] = (values[i] + others[i]) / 2;
     property->getField().push_back(middle);

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <string>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
 
 // The begin and the end of sections of the program that the linker names. Null without that instrumentation.
 // NOLINTBEGIN(clang-diagnostic-reserved-identifier)
@@ -21,10 +21,10 @@ inline void shareWithForkedProcesses(char* begin, const char* end) {
     if (!begin || first >= last)
         return;
     char* const place = begin + (first - reinterpret_cast<std::uintptr_t>(begin));
-    const std::string content(place, last - first);
+    const std::vector<char> content(place, place + (last - first));
     // On failure the old memory stays.
     if (mmap(place, last - first, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == place)
-        std::memcpy(place, content.data(), content.size());
+        std::copy(content.begin(), content.end(), place);
 }
 
 /// Lets the fuzzer and the report of the coverage see what forked processes run: those that import and decode.
