@@ -134,9 +134,11 @@ TEST(PlyHeader, GivenNoEnd_IsRefusedAtOnce) {
          {"\n", "\nEND_HEADER\n", " end_header\n", "\nend_header\xFF 0\n"}) { // the importer would look for it for ever
         ktWriteTestFile(folder.path("a.ply"), begin + end + values);
         EXPECT_THAT(ktOpeningSays(folder.path("a.ply")),
-                    ElementsAre(HasSubstr("cannot be imported: its header has no line \"end_header\"")))
+                    ElementsAre(HasSubstr("cannot be imported: its header does not end with a line \"end_header\"")))
             << end;
     }
+    ktWriteTestFile(folder.path("a.ply"), begin.substr(0, begin.rfind("property")) + "propertyhar int x\nend_header");
+    EXPECT_THAT(ktOpeningSays(folder.path("a.ply")), ElementsAre(HasSubstr("does not end with a line")));
     for (const char* end : {"\nend_header\n", "\r\nend_header\r\n", "\rend_header\r", "\n end_header \n"}) {
         ktWriteTestFile(folder.path("a.ply"), begin + end + values);
         EXPECT_EQ(cornersOf(folder.path("a.ply")).size(), 3u) << end;

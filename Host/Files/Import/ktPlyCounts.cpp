@@ -9,14 +9,14 @@
 
 namespace {
 
-/// Lines may end as on any system. False at the end of the file.
+/// Lines may end as on any system. False if the file ends before the line.
 bool readLine(std::streambuf& bytes, std::string& line) {
     constexpr int end = std::char_traits<char>::eof();
     line.clear();
     int byte = bytes.sbumpc();
     for (; byte != end && byte != '\n' && byte != '\r'; byte = bytes.sbumpc())
         line += static_cast<char>(byte);
-    return byte != end || !line.empty();
+    return byte != end;
 }
 
 } // namespace
@@ -36,5 +36,5 @@ std::string ktCheckPlyCounts(const std::string& path) {
             return "its header says \"" + line.substr(0, line.find_last_not_of(" \t\r") + 1) + "\", more than its " +
                    std::to_string(size) + " bytes can hold";
     }
-    return "its header has no line \"end_header\"";
+    return "its header does not end with a line \"end_header\"";
 }
