@@ -25,6 +25,7 @@
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <OpenSG/OSGGroup.h>
 #include <QCoreApplication>
 
@@ -255,6 +256,7 @@ void measure(const Options& options, const ktBenchmarkScene& scene) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    osg::osgInit(argumentCount, arguments);
     Options options;
     ktCommandLine app(
         "Compares a bounce of indirect light with a bare Embree loop of nearest hits: million rays per second");

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <OpenSG/OSGGeometry.h>
 #include <QCoreApplication>
 #include <QTimer>
@@ -103,6 +104,7 @@ private:
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    osg::osgInit(argumentCount, arguments);
     ktCommandLine options(
         "Longest wait of the event loop, and time from a cancel to the return, with one large geometry");
     std::string tracer = "embree";

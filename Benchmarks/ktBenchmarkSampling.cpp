@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdio>
 #include <exception>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <tbb/parallel_for.h>
 
 namespace {
@@ -64,6 +65,7 @@ private:
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    osg::osgInit(argumentCount, arguments);
     ktCommandLine options("Error of occlusion compared with 65,536 rays per vertex: root mean square, mean, largest");
     std::string file;
     std::vector<std::uint32_t> counts{8, 16, 32, 64};

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -159,6 +160,7 @@ void measureCancels(ktStudioWindow& window, const QString& scene) {
 } // namespace
 
 int main(int count, char** arguments) {
+    osg::osgInit(count, arguments);
     std::string scene, ktbake;
     const int quality = 0;
     int trace_ms = 0;

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <OpenSG/OSGGeometry.h>
 #include <OpenSG/OSGGroup.h>
 #include <QCoreApplication>
@@ -90,6 +91,7 @@ std::unique_ptr<ktTracer> makeTracer(const std::string& name) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    osg::osgInit(argumentCount, arguments);
     ktCommandLine options(
         "Compares the direct pass of a whole run with bare Embree calls: million rays per second, ratio");
     std::string file;

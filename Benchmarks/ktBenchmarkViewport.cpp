@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <ctime>
 #include <map>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QScreen>
@@ -49,6 +50,7 @@ double share(std::vector<double> times, double part) {
 } // namespace
 
 int main(int count, char** arguments) {
+    osg::osgInit(count, arguments);
     std::string scene, mode = "baked", picture, moving;
     int width = 1280, height = 800, frames = 100;
     bool wires = false, headlight = false, parallel = false, marks = false, traced = false;

@@ -152,6 +152,21 @@ TEST(HouseText, GivenBannedText_IsReported) {
         EXPECT_THAT(textViolations("Host/Core/ktBad.cpp", line), testing::SizeIs(1)) << line;
 }
 
+TEST(HouseText, GivenWhatOnlyOurSceneGraphHas_IsReportedOutsideIt) {
+    // Split into pieces, so that the rules do not match this file.
+    for (const std::string& line :
+         {std::string("points->") + "editFieldPtr();", std::string("geometry->") + "editMFPositions();",
+          std::string("osg::osg") + "Init();", std::string("matrix.") + "mult3x3(vector);",
+          std::string("osg::tra") + "verse(root, [](osg::NodePtr&) {});"}) {
+        EXPECT_THAT(textViolations("Host/Core/ktBad.cpp", line), ElementsAre(HasSubstr("OpenSG 1.8"))) << line;
+        EXPECT_THAT(textViolations("Tests/OpenSG/BadTest.cpp", line), testing::SizeIs(1)) << line;
+        EXPECT_THAT(textViolations("OpenSG/OSGGood.cpp", line), IsEmpty()) << line;
+        EXPECT_THAT(textViolations("Tests/OpenSG/Own/GoodTest.cpp", line), IsEmpty()) << line;
+    }
+    for (const char* line : {"osg::osgInit(argc, argv);", "matrix.multFullMatrixPnt(point);", "settings->editMode();"})
+        EXPECT_THAT(textViolations("Host/Core/ktGood.cpp", line), IsEmpty()) << line;
+}
+
 TEST(HouseText, GivenOrdinaryWords_IsAccepted) {
     for (const char* line : {"build/work/file", "// DISABLED by the user", "https://example.com/page"})
         EXPECT_THAT(textViolations("Host/Core/ktGood.cpp", line), IsEmpty()) << line;

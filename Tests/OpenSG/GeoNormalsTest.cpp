@@ -85,7 +85,9 @@ TEST(CalcVertexNormals, GivenCreaseAngle_KeepsSharpEdgesSharp) {
     ++points;
     EXPECT_EQ(UInt32(GL_POINTS), points.getType());
     EXPECT_EQ(Pnt3f(9, 9, 9), points.getPosition(0));
-    EXPECT_EQ(Vec3f(0, 0, 0), points.getNormal(0));
+    if (!isOpenSG18) { // which leaves a point an index after the last normal
+        EXPECT_EQ(Vec3f(0, 0, 0), points.getNormal(0));
+    }
 }
 
 TEST(CalcVertexNormals, GivenLargeCreaseAngle_SmoothsAcross) {

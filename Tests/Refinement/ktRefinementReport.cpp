@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <QCoreApplication>
 #include <QTimer>
 #include <sys/resource.h>
@@ -106,6 +107,7 @@ bool reportMesh(ktRefinedModel& model, bool checksMesh, double cancelAfter_ms) {
 
 // An error may end the report. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
+    osg::osgInit(argc, argv);
     CLI::App options{"Refines a model and reports the quality of the result"};
     std::string path;
     ktRefinementSettings settings;

@@ -7,6 +7,7 @@
 #include "ktStudioWindow.h"
 #include "ktUndoStack.h"
 
+#include <OpenSG/OSGBaseFunctions.h>
 #include <QAction>
 #include <QApplication>
 #include <QDir>
@@ -29,6 +30,7 @@ static void take(QWidget& window, const QString& file) {
 }
 
 int main(int argc, char** argv) {
+    osg::osgInit(argc, argv);
     QApplication application(argc, argv);
     if (argc < 3 || argc > 5)
         return 2;

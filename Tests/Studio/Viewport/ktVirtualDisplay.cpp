@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <OpenSG/OSGBaseFunctions.h>
 #include <QApplication>
 #include <string>
 #include <sys/prctl.h>
@@ -66,5 +67,6 @@ int main(int count, char** arguments) {
     if (!display.start())
         return 1;
     const QApplication application(count, arguments);
+    osg::osgInit(count, arguments);
     return RUN_ALL_TESTS();
 }

@@ -2,6 +2,7 @@
 // Reads scene files on another thread, and leaves that thread alone after a cancel.
 #include "ktSceneReader.h"
 
+#include "ktBackgroundWork.h"
 #include "ktLengthUnit.h"
 
 #include <algorithm>
@@ -55,10 +56,8 @@ void ktSceneReader::forgetEnded() {
 ktSceneReader::Result ktSceneReader::read(const Request& request, const std::function<void(double)>& progressed) {
     forgetEnded();
     job = std::make_shared<Job>(request);
-    std::unique_ptr<QThread> thread(QThread::create([mine = job]() mutable {
-        mine->run();
-        mine.reset(); // the scene of a cancelled reading ends here and not with the thread's object
-    }));
+    // The scene of a cancelled reading ends in the thread.
+    std::unique_ptr<QThread> thread = ktMakeSceneThread([mine = job] { mine->run(); });
     QEventLoop waiting;
     QTimer timer;
     double told = 0;
@@ -96,6 +95,6 @@ void ktSceneReader::cancel() {
 void ktSceneReader::destroy(std::unique_ptr<ktSceneFile> file) {
     forgetEnded();
     const auto doomed = std::make_shared<std::unique_ptr<ktSceneFile>>(std::move(file));
-    threads.emplace_back(QThread::create([doomed] { doomed->reset(); }));
+    threads.push_back(ktMakeSceneThread([doomed] { doomed->reset(); }));
     threads.back()->start(); // if none starts, the scene ends with the thread's object
 }
