@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
-#include <OpenSG/OSGBaseFunctions.h>
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <stdexcept>
@@ -316,7 +315,6 @@ private:
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    osg::osgInit(argumentCount, arguments);
     const QCoreApplication application(argumentCount, arguments);
     Options options;
     ktCommandLine line("Measures how far baked light is from brute force, at random points of the surface");
