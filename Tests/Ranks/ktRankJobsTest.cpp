@@ -13,8 +13,6 @@
 
 namespace {
 
-using testing::HasSubstr;
-
 constexpr std::chrono::milliseconds soon{5};
 
 /// A floor below spheres, which are the geometries of a pass.
