@@ -257,6 +257,10 @@ def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_mac
     if scene.builds_once(ranks, per_machine):
         sizes.append(scene.structure_size)
         build /= sharing
+    broadcast = sum(network.broadcast(size, ranks, is_relayed) for size in sizes)
+    if scene.sizes and scene.builds_once(ranks, per_machine):
+        # The scene travels while rank 0 builds.
+        broadcast -= min(build, network.broadcast(scene.sizes[0], ranks, is_relayed))
     loops = scene.loops
     serial = scene.serial_seconds(sharing)
     if scene.passes and ranks > 1:
@@ -265,7 +269,7 @@ def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_mac
         in_passes = sum(pass_seconds(parts, ranks, scene, network, per_call, least_rays, is_nearby) for parts in scene.passes)
         ideal = sum(loops) * scene.seconds_per_ray / scene.threads / ranks
         return {"serial": serial, "build": build,
-                "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in sizes),
+                "broadcast": broadcast,
                 "tracing": ideal, "small loops": 0.0, "loops' ends": max(0.0, in_passes - calls - ideal)}
     known = {}
     for loop in loops:
@@ -276,7 +280,7 @@ def simulate(scene, ranks, network, least_rays=1 << 14, is_relayed=True, per_mac
     alone = sum(known[loop] for loop in loops if loop > 0 and not scene.is_shared(loop, is_nearby)) if ranks > 1 else 0.0
     ideal = (thread_seconds - alone) / ranks
     return {"serial": serial, "build": build,
-            "broadcast": sum(network.broadcast(size, ranks, is_relayed) for size in sizes),
+            "broadcast": broadcast,
             "tracing": ideal, "small loops": alone / sharing, "loops' ends": max(0.0, in_loops - ideal - alone)}
 
 

@@ -11,6 +11,7 @@
 #include "ktSceneState.h"
 #include "OSGUberMaterial.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <gtest/gtest.h>
 #include <OpenSG/OSGPointLight.h>
@@ -128,6 +129,8 @@ protected:
                 else
                     utils.computeVertexOcclusion(count, &matrix, &positions[0], &normals[0], results.data(), true,
                                                  tracing.sampler, isPlanned || i == 0, hasLights);
+                if (isCanceledAfterFirst)
+                    ktCancelToken::the().cancel();
                 for (const std::uint32_t word : ktBitsOf(results))
                     bits.push_back(word);
                 if (!isBounce && i == 0) {
@@ -168,7 +171,7 @@ protected:
 
     ktTriangleScene scene;
     std::vector<osg::NodePtr> lights;
-    bool isPlanned = false;
+    bool isPlanned = false, isCanceledAfterFirst = false;
 };
 
 } // namespace
@@ -217,6 +220,27 @@ TEST_F(RankBits, GivenPlannedGeometriesAndFit_GivesBitsOfOneProcess) {
     plan();
     ktSetFitMode(ktFitMode::Surface);
     expectEqualBits(false, true);
+}
+
+TEST_F(RankBits, GivenCancelWhileRanksTraceAhead_LaterGeometriesAreUntouchedAndTheNextBakeHasItsBits) {
+    plan();
+    const ktTestLog log; // resets the cancel token
+    const std::vector<std::uint32_t> alone = bake(false);
+    ktRankPool::Limits limits = ktTestLimits();
+    limits.jobsPerRank = 0;
+    const ktTestRanks ranks(3, ktTestRanks::serveRank, limits);
+    isCanceledAfterFirst = true;
+    const std::vector<std::uint32_t> canceled = bake(false);
+    const std::size_t first =
+        4 * osg::GeoPositions3fPtr::dcast(coreOf(scene.geometryNodes[0])->getPositions())->getSize();
+    EXPECT_TRUE(std::equal(canceled.begin(), canceled.begin() + static_cast<std::ptrdiff_t>(first), alone.begin()));
+    EXPECT_EQ(std::count(canceled.begin() + static_cast<std::ptrdiff_t>(first), canceled.end(), 0u),
+              static_cast<std::ptrdiff_t>(canceled.size() - first));
+    EXPECT_FALSE(ranks.pool->hasJobs());
+    ktCancelToken::the().reset();
+    isCanceledAfterFirst = false;
+    EXPECT_TRUE(bake(false) == alone);
+    EXPECT_TRUE(log.lines.empty()) << log.lines.front();
 }
 
 TEST_F(RankBits, GivenSameTracers_FingerprintIsEqual) {

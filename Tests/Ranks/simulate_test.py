@@ -45,6 +45,9 @@ class Simulation(unittest.TestCase):
         self.assertAlmostEqual(parts["build"], 5)
         self.assertAlmostEqual(parts["serial"], 15 + 15 / 4)
         self.assertAlmostEqual(parts["broadcast"], 10)
+        whole.sizes = [700]  # travels while rank 0 builds for 5 seconds
+        self.assertAlmostEqual(simulate(whole, 8, network, per_machine=4)["broadcast"], 10 + 2)
+        whole.sizes = []
         parts = simulate(whole, 8, network)
         self.assertAlmostEqual(parts["build"], 20)
         self.assertAlmostEqual(parts["serial"], 30)
