@@ -166,6 +166,7 @@ TEST_F(StudioFiles, GivenFileWithoutUnit_OffersPlausibleSizes) {
         points += std::string("v ") + point + "\n";
     open(folder.write("part.obj", points + "f 1 2 3\nf 1 3 4\nf 1 4 2\n"));
     EXPECT_NEAR(window->getDocument().getDiagonal(), 3000, 1);
+    ASSERT_TRUE(waitFor([this] { return !message().isEmpty(); })) << "it comes after the first picture";
     pressInMessage("0.86 m (unit: mm)");
     EXPECT_NEAR(window->getDocument().getDiagonal(), 860.2, 0.1);
     EXPECT_EQ(window->getDocument().getReadOptions().unit, "mm");

@@ -15,6 +15,7 @@
 #include <cmath>
 #include <limits>
 #include <QElapsedTimer>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -179,6 +180,12 @@ public:
 
 ktSceneView::ktSceneView(QWidget* parent, Drawing drawing)
     : QWidget(parent), d(std::make_unique<Private>(*this, drawing)) {
+    // Qt puts a picture by OpenGL together with all widgets of the same window of the system. One of its own makes that
+    // quick with software OpenGL. Windows inside windows are usual in X.
+    if (d->glCanvas && QGuiApplication::platformName() == "xcb") {
+        setAttribute(Qt::WA_DontCreateNativeAncestors);
+        setAttribute(Qt::WA_NativeWindow);
+    }
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(d->canvas->widget());
@@ -218,7 +225,7 @@ std::shared_ptr<ktViewShapes> ktSceneView::readShapes(const OSG::NodePtr& root,
     copies->readAll(root, isInterrupted);
     // Of many triangles, the first picture shows a part; coarser ones would take longer than it.
     if (copies->triangleCount() <= mostTrianglesAtOnce)
-        copies->makeLevels(isInterrupted);
+        copies->makeFirstLevels(isInterrupted);
     return copies;
 }
 

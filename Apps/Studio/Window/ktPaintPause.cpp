@@ -2,6 +2,8 @@
 // Paints the centre of a main window before its panels and bars.
 #include "ktPaintPause.h"
 
+#include <utility>
+
 static constexpr int longestPause_ms = 100;
 
 ktPaintPause::ktPaintPause(QMainWindow& window_) : window(window_) {
@@ -19,9 +21,13 @@ void ktPaintPause::begin() {
         }
 }
 
-void ktPaintPause::showCentre() {
-    if (paused.removeAll(window.centralWidget()) == 0)
+void ktPaintPause::showCentre(const std::function<void()>& afterwards) {
+    if (paused.removeAll(window.centralWidget()) == 0) {
+        if (afterwards)
+            afterwards();
         return;
+    }
+    whenEnded = afterwards;
     window.centralWidget()->setUpdatesEnabled(true);
     limit.start();
 }
@@ -37,4 +43,6 @@ void ktPaintPause::end() {
         if (part)
             part->setUpdatesEnabled(true);
     paused.clear();
+    if (const auto act = std::exchange(whenEnded, nullptr))
+        act();
 }

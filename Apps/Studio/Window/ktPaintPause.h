@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <functional>
 #include <QList>
 #include <QMainWindow>
 #include <QPointer>
@@ -15,8 +16,9 @@ public:
 
     /// Nothing in the window is painted from now on.
     void begin();
-    /// Paints the centre again, and the rest after noteCentreShown() or a tenth of a second later.
-    void showCentre();
+    /// Paints the centre again, and the rest after noteCentreShown() or a tenth of a second later; calls `afterwards`
+    /// then. Without begin(), calls it at once.
+    void showCentre(const std::function<void()>& afterwards = {});
     void noteCentreShown();
     /// Paints everything again.
     void end();
@@ -24,5 +26,6 @@ public:
 private:
     QMainWindow& window;
     QList<QPointer<QWidget>> paused;
+    std::function<void()> whenEnded;
     QTimer limit;
 };

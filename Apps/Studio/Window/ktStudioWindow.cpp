@@ -66,7 +66,9 @@ void ktStudioWindow::begin() {
 void ktStudioWindow::warmUp() {
     if (document.isOpen() || document.isReading())
         return;
+    view->setMask(QRegion(0, 0, 1, 1)); // a window of the system lies over the page, not below it
     static_cast<QStackedLayout*>(pages->layout())->setStackingMode(QStackedLayout::StackAll);
+    readingPage->hide();
     view->warmUp();
     warmUpEnd->start();
 }
@@ -76,6 +78,7 @@ void ktStudioWindow::endWarmUp() {
     static_cast<QStackedLayout*>(pages->layout())->setStackingMode(QStackedLayout::StackOne);
     for (int i = 0; i < pages->count(); ++i) // Qt leaves them visible below the first page
         pages->widget(i)->setVisible(i == pages->currentIndex());
+    view->clearMask();
 }
 
 void ktStudioWindow::makePages() {
@@ -190,9 +193,8 @@ void ktStudioWindow::showOpened() {
     messages->close("unit");
     showTitle();
     updateActions();
-    askUnit();
-    pages->setCurrentWidget(view); // now that the messages have their place
-    paintPause.showCentre();
+    pages->setCurrentWidget(view);
+    paintPause.showCentre([this] { askUnit(); }); // the message takes a part of the view's place
 }
 
 void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {

@@ -5,10 +5,13 @@
 #include "ktViewLevels.h"
 #include "ktViewParts.h"
 
+#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <map>
 #include <OSGUShadowMaterial.h>
 #include <random>
+#include <set>
 
 namespace {
 
@@ -192,6 +195,51 @@ TEST(ViewLevels, GivenSphere_ApproximatesItCoarserAndCoarser) {
             EXPECT_GT(std::hypot(middle[0], middle[1], middle[2]), 1 - level.cellSize);
         }
     }
+}
+
+TEST(ViewLevels, GivenCellSize_QuickLevelHasOneVertexOfEachCell) {
+    ktViewParts parts;
+    parts.add(ktViewParts::sphere(1, 64));
+    ktViewScene scene;
+    scene.read(parts.root);
+    const ktShownGeometry& full = scene.geometries[0];
+    constexpr double cellSize = 0.2;
+    const ktViewLevel level = ktMakeQuickLevel(*full.positions, *full.triangles, full.bounds, cellSize);
+    EXPECT_EQ(level.cellSize, cellSize);
+    ASSERT_FALSE(level.triangles.empty());
+    std::map<std::array<int, 3>, std::set<std::uint32_t>> cells;
+    for (const std::uint32_t vertex : level.triangles) {
+        ASSERT_LT(vertex, full.vertexCount());
+        std::array<int, 3> cell{};
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            cell[axis] = static_cast<int>(
+                (double((*full.positions)[3 * std::size_t(vertex) + axis]) - full.bounds.low[axis]) * (1 / cellSize));
+        cells[cell].insert(vertex);
+    }
+    EXPECT_GT(cells.size(), 200u); // of about 4 pi / cellSize^2
+    for (const auto& [cell, vertices] : cells)
+        EXPECT_EQ(vertices.size(), 1u);
+    const ktViewLevel fine = ktMakeQuickLevel(*full.positions, *full.triangles, full.bounds, 1e-3);
+    EXPECT_TRUE(fine.triangles.empty()) << "hardly coarser";
+}
+
+TEST(ViewLevels, GivenCopiesOfAScene_FirstLevelsFollowItsSize) {
+    ktViewParts parts;
+    const osg::GeometryPtr sphere = ktViewParts::sphere(1, 64);
+    parts.add(sphere, ktViewParts::moved(-9, 0, 0));
+    parts.add(sphere, ktViewParts::moved(9, 0, 0));
+    ktViewShapes shapes;
+    shapes.readAll(parts.root);
+    ktViewScene scene;
+    scene.read(parts.root);
+    EXPECT_EQ(shapes.triangleCount(), scene.geometries[0].triangleCount());
+    shapes.makeFirstLevels();
+    const ktShownGeometry& shown = shapes.read(sphere);
+    EXPECT_EQ(*shown.positions, *scene.geometries[0].positions);
+    ASSERT_TRUE(shown.levels);
+    ASSERT_EQ(shown.levels->size(), 1u);
+    EXPECT_GT(shown.levels->front().cellSize, scene.bounds.diagonal() / 200);
+    EXPECT_LT(shown.levels->front().cellSize, scene.bounds.diagonal() / 50);
 }
 
 TEST(ViewLevels, GivenFewTriangles_MakesNone) {

@@ -16,7 +16,10 @@
 #include <QRegularExpression>
 #include <QSortFilterProxyModel>
 #include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
+
+static constexpr int scrollDelay_ms = 50;
 
 /// Lines up to a level that contain a text, with an icon for the level.
 class ktLogPanel::Filter : public QSortFilterProxyModel {
@@ -67,14 +70,17 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     level->addItems({tr("Errors"), tr("Warnings"), tr("Everything")});
     level->setCurrentIndex(2);
     level->setAccessibleName(tr("Least severe level to show"));
+    level->setToolTip(level->accessibleName());
     auto* text = new QLineEdit(this);
     text->setObjectName("logFilter");
     text->setPlaceholderText(tr("Filter"));
     text->setAccessibleName(tr("Filter"));
+    text->setToolTip(tr("Show only lines that contain this text"));
     text->setClearButtonEnabled(true);
     auto* copying = new QPushButton(tr("Copy"), this);
     copying->setToolTip(tr("Copy the selected lines, or all"));
     auto* clearing = new QPushButton(tr("Clear"), this);
+    clearing->setToolTip(tr("Remove all lines"));
 
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(4, 4, 4, 4);
@@ -93,7 +99,11 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     connect(clearing, &QPushButton::clicked, &services.log, &ktStudioLog::clear);
     connect(list, &QListView::clicked, this,
             [this](const QModelIndex& index) { selectNamed(index.data().toString()); });
-    connect(filter, &QAbstractItemModel::rowsInserted, list, &QListView::scrollToBottom);
+    auto* scrolling = new QTimer(this); // to the last of several lines, when nothing else is to do
+    scrolling->setSingleShot(true);
+    scrolling->setInterval(scrollDelay_ms);
+    connect(scrolling, &QTimer::timeout, list, &QListView::scrollToBottom);
+    connect(filter, &QAbstractItemModel::rowsInserted, scrolling, QOverload<>::of(&QTimer::start));
 }
 
 void ktLogPanel::selectNamed(const QString& line) {

@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
+#include <utility>
 
 namespace {
 
@@ -19,7 +20,7 @@ constexpr double hurriedSlice_ms = 12;              // of both beside other work
 constexpr int fullSamples = 4;                      // a pixel of the full picture
 constexpr std::size_t mostMovingTriangles = 300000; // with software OpenGL
 constexpr std::size_t hurriedTriangles = 100000;    // the same beside other work
-constexpr double firstDetail_px = 6;                // of the first picture
+constexpr double firstDetail_px = 10;               // of the first picture
 constexpr std::size_t manyTriangles = 50000;        // coarser ones are made
 constexpr int tile_px = 2048;                       // of large pictures
 constexpr double stripe_px = 10;                    // period of the hatching, along a row
@@ -86,6 +87,8 @@ ktGlCanvas::ktGlCanvas(const ktViewState& state_, QWidget* parent) : QOpenGLWidg
     QObject::connect(this, &QOpenGLWidget::frameSwapped, this, [this] {
         if (hasPicture && shown)
             shown();
+        if (hasPicture && std::exchange(areLevelsDue, false))
+            startLevelJob();
     });
     sliceTimer.setInterval(0);
     QObject::connect(&sliceTimer, &QTimer::timeout, this, [this] { drawSlice(); });
@@ -313,14 +316,17 @@ void ktGlCanvas::startLevels() {
     levelStamp = state.scene.shapeStamp();
     levelJob.reset();
     takenLevels = 0;
-    last.hasLevels = false;
+    last.hasLevels = areLevelsDue = false;
     const std::size_t triangles = state.scene.triangleCount();
     quality.reset(triangles, display->isSoftware);
     if (triangles < manyTriangles)
         return;
-    last.hasLevels = state.scene.hasLevels();
-    if (last.hasLevels)
-        return;
+    last.hasLevels = areLevelsDue = state.scene.hasLevels();
+    if (!areLevelsDue)
+        startLevelJob();
+}
+
+void ktGlCanvas::startLevelJob() {
     levelJob = std::make_unique<ktLevelJob>(state.scene, [this] { // the job ends before this is destroyed
         QMetaObject::invokeMethod(
             this, [this] { takeLevels(); }, Qt::QueuedConnection);

@@ -66,6 +66,7 @@ private:
     void startStill();
     void drawSlice();
     void startLevels();
+    void startLevelJob();
     void takeLevels();
     void fail(const char* reason);
 
@@ -74,6 +75,7 @@ private:
     std::unique_ptr<ktLevelJob> levelJob;
     std::unique_ptr<ktGlWarmUp> warming; // while programs are compiled ahead
     std::uint64_t levelStamp = 0;        // of the shapes that have levels
+    bool areLevelsDue = false;           // after the first picture, which has one level of its own
     std::size_t takenLevels = 0;         // results of the job that are uploaded
     ktMovingQuality quality;
     Statistics last;

@@ -33,9 +33,10 @@ struct Halves {
 std::uint32_t packNormal(const osg::Vec3f& normal) {
     std::uint32_t word = 0;
     for (osg::UInt32 axis = 0; axis < 3; ++axis) {
-        const float value = normal[axis];
-        const float inside = std::isfinite(value) ? std::clamp(value, -1.0f, 1.0f) : 0;
-        word |= (static_cast<std::uint32_t>(std::lround(inside * 511)) & 1023u) << (10 * axis);
+        const float value = 511 * normal[axis];
+        const float inside = std::abs(value) <= 511 ? value : value > 0 ? 511.0f : value < 0 ? -511.0f : 0.0f;
+        const int rounded = static_cast<int>(inside + (inside < 0 ? -0.5f : 0.5f)); // std::lround() takes much longer
+        word |= (static_cast<std::uint32_t>(rounded) & 1023u) << (10 * axis);
     }
     return word;
 }

@@ -86,7 +86,78 @@ private:
     }
 };
 
+/// The vertex of each cell of a grid that came first.
+class FirstVertices {
+public:
+    std::uint32_t of(std::uint64_t cell, std::uint32_t vertex) {
+        if (2 * count >= slots.size())
+            grow();
+        Slot& slot = find(cell);
+        if (slot.vertex == unused) {
+            slot = {cell, vertex};
+            ++count;
+        }
+        return slot.vertex;
+    }
+
+private:
+    struct Slot {
+        std::uint64_t cell = 0;
+        std::uint32_t vertex = unused;
+    };
+    std::vector<Slot> slots = std::vector<Slot>(256);
+    std::size_t count = 0;
+
+    Slot& find(std::uint64_t cell) {
+        std::size_t place = static_cast<std::size_t>((cell * 0x9E3779B97F4A7C15u) >> 32) & (slots.size() - 1);
+        while (slots[place].vertex != unused && slots[place].cell != cell)
+            place = (place + 1) & (slots.size() - 1);
+        return slots[place];
+    }
+
+    void grow() {
+        std::vector<Slot> old(4 * slots.size());
+        old.swap(slots);
+        for (const Slot& slot : old)
+            if (slot.vertex != unused)
+                find(slot.cell) = slot;
+    }
+};
+
 } // namespace
+
+ktViewLevel ktMakeQuickLevel(const std::vector<float>& positions, const std::vector<std::uint32_t>& triangles,
+                             const ktViewCamera::Box& bounds, double cellSize) {
+    ktViewLevel level;
+    level.cellSize = cellSize;
+    if (triangles.size() / 3 < fewTriangles || !(cellSize > 0))
+        return level;
+    const double perCell = 1 / cellSize;
+    FirstVertices vertices;
+    std::vector<std::uint32_t> representatives(positions.size() / 3, unused);
+    const auto represent = [&](std::uint32_t vertex) {
+        std::uint32_t& representative = representatives[vertex];
+        if (representative != unused)
+            return representative;
+        std::uint64_t cell = 0;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double place =
+                (static_cast<double>(positions[3 * static_cast<std::size_t>(vertex) + axis]) - bounds.low[axis]) *
+                perCell;
+            cell = cell << 20 | static_cast<std::uint64_t>(std::clamp(place, 0.0, 1048575.0));
+        }
+        return representative = vertices.of(cell, vertex);
+    };
+    for (std::size_t i = 0; i + 2 < triangles.size(); i += 3) {
+        const std::uint32_t a = represent(triangles[i]), b = represent(triangles[i + 1]),
+                            c = represent(triangles[i + 2]);
+        if (a != b && b != c && c != a)
+            level.triangles.insert(level.triangles.end(), {a, b, c});
+    }
+    if (static_cast<double>(level.triangles.size()) > leastReduction * static_cast<double>(triangles.size()))
+        level.triangles.clear();
+    return level;
+}
 
 std::vector<ktViewLevel> ktMakeViewLevels(const std::vector<float>& positions,
                                           const std::vector<std::uint32_t>& triangles,

@@ -19,20 +19,6 @@ namespace {
 
 using Box = ktViewCamera::Box;
 
-Box transformed(const Box& box, const osg::Matrix& matrix) {
-    Box result;
-    for (unsigned corner = 0; corner < 8 && !box.isEmpty(); ++corner) {
-        ktViewCamera::Vector point;
-        for (osg::UInt32 axis = 0; axis < 3; ++axis) {
-            point[axis] = matrix[3][axis];
-            for (osg::UInt32 i = 0; i < 3; ++i)
-                point[axis] += double(matrix[i][axis]) * (corner >> i & 1 ? box.high : box.low)[i];
-        }
-        result.extend(point);
-    }
-    return result;
-}
-
 bool isFinite(const Box& box) {
     return std::all_of(box.low.begin(), box.low.end(), [](double value) { return std::abs(value) < 1e18; }) &&
            std::all_of(box.high.begin(), box.high.end(), [](double value) { return std::abs(value) < 1e18; });
@@ -81,7 +67,7 @@ void ktViewScene::addUse(const osg::NodePtr& node, const osg::GeometryPtr& geome
     }
     ktViewUse use;
     use.geometry = entry->second;
-    use.bounds = transformed(geometries[use.geometry].bounds, toWorld);
+    use.bounds = ktTransformedBox(geometries[use.geometry].bounds, toWorld);
     if (use.bounds.isEmpty() || !isFinite(use.bounds))
         return;
     use.node = osg::NodeRefPtr(node);
