@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Options and view modes by keyboard, shortcuts, and many windows one after the other.
+// Options and view modes by keyboard, and many windows one after the other.
 #include "ktSceneView.h"
 #include "ktStudioFixture.h"
 #include "ktStudioPreferences.h"
@@ -8,12 +8,9 @@
 #include <gmock/gmock.h>
 #include <malloc.h>
 #include <OpenSG/OSGFieldContainerFactory.h>
-#include <QAction>
 #include <QApplication>
 #include <QComboBox>
-#include <QDialog>
 #include <QDockWidget>
-#include <QTableWidget>
 #include <QtTest>
 #include <set>
 #include <vector>
@@ -108,23 +105,6 @@ TEST_F(StudioControls, GivenKeysOfTheView_ChangeItsModeAndProjection) {
     EXPECT_TRUE(view->isParallelProjection());
     QTest::keyClick(view, Qt::Key_P);
     EXPECT_FALSE(view->isParallelProjection());
-}
-
-TEST_F(StudioControls, GivenAllCommands_ShortcutsAreDifferentAndListed) {
-    std::set<QString> keys;
-    for (const QAction* action : window->actions()) {
-        const QString key = action->shortcut().toString();
-        EXPECT_TRUE(key.isEmpty() || keys.insert(key).second) << key.toStdString();
-    }
-    EXPECT_GT(keys.size(), 40u);
-    int rows = 0;
-    whenDialogShows([&rows](QWidget& dialog) {
-        rows = dialog.findChild<QTableWidget*>()->rowCount();
-        static_cast<QDialog&>(dialog).reject();
-    });
-    trigger("shortcuts");
-    EXPECT_TRUE(waitFor([&rows] { return rows > 0; }));
-    EXPECT_EQ(static_cast<std::size_t>(rows), keys.size());
 }
 
 TEST_F(StudioControls, GivenFocusableWidgets_HaveNamesForScreenReaders) {

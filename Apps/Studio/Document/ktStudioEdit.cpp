@@ -39,7 +39,7 @@ void ktStudioEdit::setHidden(const std::vector<osg::NodePtr>& nodes, bool hide) 
         document.undoStack().add(new ktHideCommand(hide ? tr("Hide") : tr("Show"), nodes, hide));
 }
 
-void ktStudioEdit::showAll() {
+bool ktStudioEdit::showAll() {
     std::vector<osg::NodePtr> hidden, pending = document.getTopNodes();
     while (!pending.empty()) {
         const osg::NodePtr node = pending.back();
@@ -51,6 +51,7 @@ void ktStudioEdit::showAll() {
     }
     if (!hidden.empty())
         document.undoStack().add(new ktHideCommand(tr("Show everything"), hidden, false));
+    return !hidden.empty();
 }
 
 void ktStudioEdit::setLocked(const std::vector<osg::NodePtr>& nodes, bool lock) {

@@ -18,7 +18,8 @@ public:
 
     /// Hidden nodes and all below them occlude nothing and get no results.
     void setHidden(const std::vector<osg::NodePtr>& nodes, bool isHidden);
-    void showAll();
+    /// @return whether something was hidden
+    bool showAll();
     /// Results and settings of locked nodes and of all below them do not change.
     void setLocked(const std::vector<osg::NodePtr>& nodes, bool isLocked);
     /// Sets a named text of a node; without a value, removes it.

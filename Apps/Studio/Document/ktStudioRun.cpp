@@ -4,8 +4,10 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktBackgroundWork.h"
+#include "ktBakedLight.h"
 #include "ktCancelToken.h"
 #include "ktControllerState.h"
+#include "ktGeometryInstances.h"
 #include "ktGeometryList.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
@@ -56,6 +58,16 @@ QString nameOf(unsigned int nodeId) {
         return {};
     const char* name = ktNodeUtils::getName(node);
     return name ? QString::fromUtf8(name) : QString();
+}
+
+bool haveResults(const std::vector<osg::NodePtr>& nodes) {
+    bool isFound = false;
+    for (const osg::NodePtr& node : nodes)
+        ktForEachGeometryInstance(node, ktInstances::All, [&isFound](const ktGeometryInstance& instance) {
+            isFound = isFound || ktFindBakedChannels(instance.geometry).results;
+            return !isFound;
+        });
+    return isFound;
 }
 
 } // namespace
@@ -251,6 +263,10 @@ void ktStudioRun::clear(Clear what, bool activeOnly) {
         refuse(document.isOpen() ? NothingSelected : NothingOpen);
         return;
     }
+    if (!haveResults(selected)) { // the plug-in would mark the geometry all the same
+        refuse(NothingToClear);
+        return;
+    }
     ktResultState before(selected);
     ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
     if (what == Clear::Shadows)
@@ -258,11 +274,26 @@ void ktStudioRun::clear(Clear what, bool activeOnly) {
     else
         activeOnly ? plugin->clearActiveIndirect() : plugin->clearAllIndirect();
     before.keepChanges();
-    if (before.isEmpty())
+    if (before.isEmpty()) {
+        refuse(NothingToClear);
         return;
+    }
     document.undoStack().add(new ktResultsCommand(
         what == Clear::Shadows ? tr("Clear shadows") : tr("Clear indirect light"), std::move(before)));
     ktScenegraph::update(true);
+}
+
+void ktStudioRun::useSettings() {
+    if (running)
+        return;
+    if (selection.isEmpty()) {
+        refuse(document.isOpen() ? NothingSelected : NothingOpen);
+        return;
+    }
+    const int step = document.undoStack().index();
+    ktAmbientOcclusion::the()->loadSettings();
+    if (document.undoStack().index() == step)
+        refuse(NoSettings);
 }
 
 double ktStudioRun::estimateRays() const {

@@ -30,8 +30,18 @@ struct ktStudioRunState {
 class ktStudioRun : public QObject {
     Q_OBJECT
 public:
-    /// Why nothing was calculated.
-    enum Refusal { NothingOpen, NothingSelected, AllLocked, WrongDistances, NoLight, NothingMissing, NoGeometry };
+    /// Why nothing was calculated, cleared or loaded.
+    enum Refusal {
+        NothingOpen,
+        NothingSelected,
+        AllLocked,
+        WrongDistances,
+        NoLight,
+        NothingMissing,
+        NoGeometry,
+        NothingToClear,
+        NoSettings
+    };
     Q_ENUM(Refusal)
     enum class Ending { Done, Cancelled, Failed };
     Q_ENUM(Ending)
@@ -52,6 +62,8 @@ public:
     void cancel();
     /// Removes results of the selection, or only of its visible parts.
     void clear(Clear what, bool activeOnly);
+    /// Loads the settings that the first selected node was baked with.
+    void useSettings();
 
     /// Rays that start() would trace, without refinement.
     double estimateRays() const;

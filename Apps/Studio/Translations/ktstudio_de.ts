@@ -71,10 +71,6 @@
             <translation>Licht und Schatten</translation>
         </message>
         <message>
-            <source>the sky alone; the scene's lights as well; their colours too</source>
-            <translation>nur der Himmel; auch die Lampen der Szene; auch ihre Farben</translation>
-        </message>
-        <message>
             <source>more rays a vertex: 64, 256, 1024, 2304, 4096, 16384</source>
             <translation>mehr Strahlen je Ecke: 64, 256, 1024, 2304, 4096, 16384</translation>
         </message>
@@ -101,10 +97,6 @@
         <message>
             <source>how often light bounces</source>
             <translation>wie oft Licht zurückgeworfen wird</translation>
-        </message>
-        <message>
-            <source>bounced light takes the surfaces' colours</source>
-            <translation>zurückgeworfenes Licht nimmt die Farben der Flächen an</translation>
         </message>
         <message>
             <source>one colour for all surfaces that light bounces off</source>
@@ -186,6 +178,14 @@
             <source>Refinement by indirect light alone changes no geometry: it needs a shadow quality of 2 or more as well.</source>
             <translation>Verfeinerung nur durch indirektes Licht ändert keine Geometrie: sie braucht auch eine Schattengüte von 2 oder mehr.</translation>
         </message>
+        <message>
+            <source>the sky alone; the scene&apos;s lights as well; their colours too</source>
+            <translation>nur der Himmel; auch die Lampen der Szene; auch ihre Farben</translation>
+        </message>
+        <message>
+            <source>bounced light takes the surfaces&apos; colours</source>
+            <translation>zurückgeworfenes Licht nimmt die Farben der Flächen an</translation>
+        </message>
     </context>
     <context>
         <name>ktCommandPalette</name>
@@ -194,8 +194,12 @@
             <translation>Befehle</translation>
         </message>
         <message>
-            <source>Part of a command's name</source>
+            <source>Part of a command&apos;s name</source>
             <translation>Teil eines Befehlsnamens</translation>
+        </message>
+        <message>
+            <source>No command that can be used now is called so.</source>
+            <translation>Kein Befehl, der jetzt möglich ist, heißt so.</translation>
         </message>
     </context>
     <context>
@@ -316,6 +320,14 @@
         <message>
             <source>Clear</source>
             <translation>Leeren</translation>
+        </message>
+        <message>
+            <source>Show only lines that contain this text</source>
+            <translation>Nur Zeilen mit diesem Text zeigen</translation>
+        </message>
+        <message>
+            <source>Remove all lines</source>
+            <translation>Alle Zeilen entfernen</translation>
         </message>
     </context>
     <context>
@@ -455,6 +467,10 @@
             <source>Compression: %1</source>
             <translation>Kompression: %1</translation>
         </message>
+        <message>
+            <source>Threads of a bake; the results do not depend on their number</source>
+            <translation>Threads einer Berechnung; die Ergebnisse hängen nicht von ihrer Zahl ab</translation>
+        </message>
     </context>
     <context>
         <name>ktPartPanel</name>
@@ -532,6 +548,18 @@
         <message>
             <source>Materials: %1</source>
             <translation>Materialien: %1</translation>
+        </message>
+        <message>
+            <source>Add a text to the node</source>
+            <translation>Dem Knoten einen Text hinzufügen</translation>
+        </message>
+        <message>
+            <source>Remove the current text</source>
+            <translation>Den aktuellen Text entfernen</translation>
+        </message>
+        <message>
+            <source>Texts that the file keeps with the node; a double click changes one</source>
+            <translation>Texte, die die Datei beim Knoten bewahrt; ein Doppelklick ändert einen</translation>
         </message>
     </context>
     <context>
@@ -670,6 +698,10 @@
             <source>Name</source>
             <translation>Name</translation>
         </message>
+        <message>
+            <source>Settings that are kept under a name</source>
+            <translation>Einstellungen, die unter einem Namen bewahrt werden</translation>
+        </message>
     </context>
     <context>
         <name>ktReadingOptions</name>
@@ -803,6 +835,10 @@
             <source>About %1 rays, roughly %2</source>
             <translation>Etwa %1 Strahlen, ungefähr %2</translation>
         </message>
+        <message>
+            <source>Stop the bake; parts that are finished keep their new results</source>
+            <translation>Die Berechnung anhalten; fertige Teile behalten ihre neuen Ergebnisse</translation>
+        </message>
     </context>
     <context>
         <name>ktSceneModel</name>
@@ -920,6 +956,10 @@
             <source>Expand to the selection</source>
             <translation>Bis zur Auswahl aufklappen</translation>
         </message>
+        <message>
+            <source>What is selected here is baked</source>
+            <translation>Was hier ausgewählt ist, wird berechnet</translation>
+        </message>
     </context>
     <context>
         <name>ktSceneView</name>
@@ -980,6 +1020,22 @@
         <message>
             <source>Python (*.py);;All files (*)</source>
             <translation>Python (*.py);;Alle Dateien (*)</translation>
+        </message>
+        <message>
+            <source>Run a Python script with the scene of this window</source>
+            <translation>Ein Python-Skript mit der Szene dieses Fensters ausführen</translation>
+        </message>
+        <message>
+            <source>Stop the statements that run</source>
+            <translation>Die laufenden Anweisungen anhalten</translation>
+        </message>
+        <message>
+            <source>Remove what was printed</source>
+            <translation>Die Ausgabe entfernen</translation>
+        </message>
+        <message>
+            <source>Python: Enter runs a statement, Tab completes a name, up and down bring earlier ones</source>
+            <translation>Python: Eingabe führt eine Anweisung aus, Tab ergänzt einen Namen, Auf und Ab bringen frühere</translation>
         </message>
     </context>
     <context>
@@ -1314,18 +1370,6 @@
             <translation>&amp;Tastenkürzel</translation>
         </message>
         <message>
-            <source>Keyboard shortcuts</source>
-            <translation>Tastenkürzel</translation>
-        </message>
-        <message>
-            <source>What it does</source>
-            <translation>Was geschieht</translation>
-        </message>
-        <message>
-            <source>Keys</source>
-            <translation>Tasten</translation>
-        </message>
-        <message>
             <source>&amp;About ktstudio</source>
             <translation>Ü&amp;ber ktstudio</translation>
         </message>
@@ -1336,10 +1380,6 @@
         <message>
             <source>&lt;b&gt;ktstudio %1&lt;/b&gt;&lt;p&gt;Bakes ambient occlusion and bounced light into the vertices of a scene.&lt;p&gt;Licence: LGPL 2.1 or later</source>
             <translation>&lt;b&gt;ktstudio %1&lt;/b&gt;&lt;p&gt;Backt Umgebungsverdeckung und zurückgeworfenes Licht in die Ecken einer Szene.&lt;p&gt;Lizenz: LGPL 2.1 oder neuer</translation>
-        </message>
-        <message>
-            <source>Scenes (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.ac *.3ds *.off *.x);;All files (*)</source>
-            <translation>Szenen (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.ac *.3ds *.off *.x);;Alle Dateien (*)</translation>
         </message>
         <message>
             <source>Added. Only what is selected is baked; everything casts shadows. Select the new parts, too, to bake them.</source>
@@ -1538,16 +1578,8 @@
             <translation>&amp;Schatten löschen</translation>
         </message>
         <message>
-            <source>Clear shadows of visible parts</source>
-            <translation>Schatten sichtbarer Teile löschen</translation>
-        </message>
-        <message>
             <source>Clear &amp;indirect light</source>
             <translation>&amp;Indirektes Licht löschen</translation>
-        </message>
-        <message>
-            <source>Clear indirect light of visible parts</source>
-            <translation>Indirektes Licht sichtbarer Teile löschen</translation>
         </message>
         <message>
             <source>there is not enough memory</source>
@@ -1768,6 +1800,50 @@
             <source>The language changes at the next start.</source>
             <translation>Die Sprache wechselt beim nächsten Start.</translation>
         </message>
+        <message>
+            <source>Nothing was cleared: the selected parts have no such results, are hidden or are locked.</source>
+            <translation>Nichts wurde gelöscht: Die ausgewählten Teile haben keine solchen Ergebnisse, sind ausgeblendet oder gesperrt.</translation>
+        </message>
+        <message>
+            <source>The selected part keeps no settings: it was not baked by itself.</source>
+            <translation>Das ausgewählte Teil hat keine Einstellungen: Es wurde nicht für sich berechnet.</translation>
+        </message>
+        <message>
+            <source>Nothing is selected. Select parts in the scene or in the picture first.</source>
+            <translation>Nichts ist ausgewählt. Wählen Sie zuerst Teile in der Szene oder im Bild aus.</translation>
+        </message>
+        <message>
+            <source>Scenes (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.zae *.3mf *.ifc *.x3d *.ac *.3ds *.lwo *.ase *.dxf *.off *.x);;All files (*)</source>
+            <translation>Szenen (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.zae *.3mf *.ifc *.x3d *.ac *.3ds *.lwo *.ase *.dxf *.off *.x);;Alle Dateien (*)</translation>
+        </message>
+        <message>
+            <source>E&amp;xpand to the selection</source>
+            <translation>Bis zur Auswahl aufklap&amp;pen</translation>
+        </message>
+        <message>
+            <source>Nothing is hidden.</source>
+            <translation>Nichts ist ausgeblendet.</translation>
+        </message>
+        <message>
+            <source>Clear shadows of &amp;visible parts</source>
+            <translation>Schatten &amp;sichtbarer Teile löschen</translation>
+        </message>
+        <message>
+            <source>Clear indirect light of visible &amp;parts</source>
+            <translation>Indirektes Licht sichtbarer &amp;Teile löschen</translation>
+        </message>
+        <message>
+            <source>&amp;Go to</source>
+            <translation>&amp;Gehe zu</translation>
+        </message>
+        <message>
+            <source>Go to: picture</source>
+            <translation>Gehe zu: Bild</translation>
+        </message>
+        <message>
+            <source>Go to: %1</source>
+            <translation>Gehe zu: %1</translation>
+        </message>
     </context>
     <context>
         <name>ktViewOverlay</name>
@@ -1783,6 +1859,30 @@
             <source>w</source>
             <comment>share of open directions</comment>
             <translation>w</translation>
+        </message>
+        <message>
+            <source>Before the bake</source>
+            <translation>Vor der Berechnung</translation>
+        </message>
+        <message>
+            <source>Without light</source>
+            <translation>Ohne Licht</translation>
+        </message>
+        <message>
+            <source>Now</source>
+            <translation>Jetzt</translation>
+        </message>
+        <message>
+            <source>With light</source>
+            <translation>Mit Licht</translation>
+        </message>
+        <message>
+            <source>Click the other end of the distance</source>
+            <translation>Klicken Sie das andere Ende der Strecke an</translation>
+        </message>
+        <message>
+            <source>Click one end of the distance</source>
+            <translation>Klicken Sie ein Ende der Strecke an</translation>
         </message>
     </context>
     <context>
@@ -1829,6 +1929,116 @@
         <message>
             <source>--up %1: must be x, y or z</source>
             <translation>--up %1: muss x, y oder z sein</translation>
+        </message>
+    </context>
+    <context>
+        <name>ktShortcutDialog</name>
+        <message>
+            <source>Keyboard shortcuts</source>
+            <translation>Tastenkürzel</translation>
+        </message>
+        <message>
+            <source>What it does</source>
+            <translation>Was geschieht</translation>
+        </message>
+        <message>
+            <source>Keys</source>
+            <translation>Tasten</translation>
+        </message>
+        <message>
+            <source>Commands</source>
+            <translation>Befehle</translation>
+        </message>
+        <message>
+            <source>In the picture</source>
+            <translation>Im Bild</translation>
+        </message>
+    </context>
+    <context>
+        <name>ktViewControl</name>
+        <message>
+            <source>Orbit</source>
+            <translation>Umkreisen</translation>
+        </message>
+        <message>
+            <source>Middle button, or Alt + left button</source>
+            <translation>Mittlere Taste, oder Alt + linke Taste</translation>
+        </message>
+        <message>
+            <source>Left button</source>
+            <translation>Linke Taste</translation>
+        </message>
+        <message>
+            <source>Pan</source>
+            <translation>Verschieben</translation>
+        </message>
+        <message>
+            <source>Shift + middle button</source>
+            <translation>Umschalt + mittlere Taste</translation>
+        </message>
+        <message>
+            <source>Middle button, or Ctrl + left button</source>
+            <translation>Mittlere Taste, oder Strg + linke Taste</translation>
+        </message>
+        <message>
+            <source>Zoom to the pointer</source>
+            <translation>Zum Mauszeiger zoomen</translation>
+        </message>
+        <message>
+            <source>Wheel, or Ctrl + middle button</source>
+            <translation>Rad, oder Strg + mittlere Taste</translation>
+        </message>
+        <message>
+            <source>Wheel</source>
+            <translation>Rad</translation>
+        </message>
+        <message>
+            <source>Select a part</source>
+            <translation>Ein Teil auswählen</translation>
+        </message>
+        <message>
+            <source>Click</source>
+            <translation>Klick</translation>
+        </message>
+        <message>
+            <source>Add a part to the selection, or remove it</source>
+            <translation>Ein Teil zur Auswahl hinzufügen oder entfernen</translation>
+        </message>
+        <message>
+            <source>Ctrl + click</source>
+            <translation>Strg + Klick</translation>
+        </message>
+        <message>
+            <source>Select what a rectangle shows</source>
+            <translation>Auswählen, was ein Rechteck zeigt</translation>
+        </message>
+        <message>
+            <source>Shift + left button</source>
+            <translation>Umschalt + linke Taste</translation>
+        </message>
+        <message>
+            <source>Orbit around a point</source>
+            <translation>Einen Punkt umkreisen</translation>
+        </message>
+        <message>
+            <source>Double click on it</source>
+            <translation>Doppelklick darauf</translation>
+        </message>
+        <message>
+            <source>Arrow keys</source>
+            <translation>Pfeiltasten</translation>
+        </message>
+        <message>
+            <source>Shift + arrow keys</source>
+            <translation>Umschalt + Pfeiltasten</translation>
+        </message>
+        <message>
+            <source>Zoom</source>
+            <translation>Zoomen</translation>
+        </message>
+        <message>
+            <source>+ and -</source>
+            <translation>+ und -</translation>
         </message>
     </context>
 </TS>

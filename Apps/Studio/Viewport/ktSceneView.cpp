@@ -336,6 +336,10 @@ void ktSceneView::setMouseStyle(ktMouseStyle style) {
     d->control.setMouseStyle(style);
 }
 
+std::vector<std::pair<QString, QString>> ktSceneView::describeControls() const {
+    return d->control.describe();
+}
+
 void ktSceneView::setTurntable(bool on) {
     d->turnClock.start();
     on ? d->turnTimer.start() : d->turnTimer.stop();
@@ -393,7 +397,7 @@ void ktSceneView::showRadiusRing(double radiusMillimetres) {
 }
 
 void ktSceneView::setMeasuring(bool on) {
-    d->isMeasuring = on;
+    d->isMeasuring = d->overlay.isMeasuring = on;
     d->overlay.measured.clear();
     d->canvas->widget()->update();
 }

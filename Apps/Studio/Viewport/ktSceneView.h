@@ -9,6 +9,7 @@
 #include <QColor>
 #include <QImage>
 #include <QWidget>
+#include <utility>
 #include <vector>
 
 struct ktSceneCamera;
@@ -80,6 +81,8 @@ public:
     void setParallelProjection(bool parallel);
     bool isParallelProjection() const;
     void setMouseStyle(ktMouseStyle style);
+    /// What mouse and keys do in the view: pairs of what happens and what to press.
+    std::vector<std::pair<QString, QString>> describeControls() const;
     /// Turns the camera around the scene, about 20 degrees a second, until switched off or moved by hand.
     void setTurntable(bool on);
     /// Takes the view of a camera of the file.

@@ -148,3 +148,19 @@ bool ktViewControl::key(const QKeyEvent& event) {
     cameraMoved();
     return true;
 }
+
+std::vector<std::pair<QString, QString>> ktViewControl::describe() const {
+    const bool isBlender = style == ktMouseStyle::Blender;
+    return {
+        {tr("Orbit"), isBlender ? tr("Middle button, or Alt + left button") : tr("Left button")},
+        {tr("Pan"), isBlender ? tr("Shift + middle button") : tr("Middle button, or Ctrl + left button")},
+        {tr("Zoom to the pointer"), isBlender ? tr("Wheel, or Ctrl + middle button") : tr("Wheel")},
+        {tr("Select a part"), tr("Click")},
+        {tr("Add a part to the selection, or remove it"), tr("Ctrl + click")},
+        {tr("Select what a rectangle shows"), isBlender ? tr("Left button") : tr("Shift + left button")},
+        {tr("Orbit around a point"), tr("Double click on it")},
+        {tr("Orbit"), tr("Arrow keys")},
+        {tr("Pan"), tr("Shift + arrow keys")},
+        {tr("Zoom"), tr("+ and -")},
+    };
+}

@@ -4,19 +4,27 @@
 #include "ktViewCamera.h"
 
 #include <functional>
+#include <QCoreApplication>
 #include <QMouseEvent>
 #include <QRect>
+#include <QString>
+#include <utility>
+#include <vector>
 
 class QKeyEvent;
 class QWidget;
 
 /// Turns events of the mouse and of the keyboard into movements of the camera, clicks and rectangles.
 class ktViewControl {
+    Q_DECLARE_TR_FUNCTIONS(ktViewControl)
+
 public:
     /// @param widget gets the events; its size is that of the view
     ktViewControl(QWidget& widget, ktViewCamera& camera);
 
     void setMouseStyle(ktMouseStyle newStyle) { style = newStyle; }
+    /// What mouse and keys do in the view: pairs of what happens and what to press.
+    std::vector<std::pair<QString, QString>> describe() const;
 
     void press(const QMouseEvent& event);
     void move(const QMouseEvent& event);

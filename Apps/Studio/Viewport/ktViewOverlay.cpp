@@ -104,6 +104,35 @@ void ktViewOverlay::paintMeasured(QPainter& painter, const QSize& size, const kt
     paintText(painter, (places[0] + places[1]) / 2 + QPointF(8, -8), lengthText(length));
 }
 
+void ktViewOverlay::paintDivider(QPainter& painter, const QSize& size, const ktViewLook& look) {
+    const double x = look.divider * size.width();
+    paintLine(
+        painter, [&] { painter.drawLine(QPointF(x, 0), QPointF(x, size.height())); }, Qt::white);
+    painter.setBrush(Qt::white);
+    painter.drawEllipse(QPointF(x, size.height() / 2.0), 7, 7);
+    const bool isEarlier = look.comparison == ktComparison::EarlierResults;
+    const QString left = isEarlier ? tr("Before the bake") : tr("Without light");
+    const QString right = isEarlier ? tr("Now") : tr("With light");
+    constexpr int gap = 12;
+    const int top = gap + painter.fontMetrics().ascent(), width = painter.fontMetrics().horizontalAdvance(left);
+    paintText(painter, QPointF(x - gap - width, top), left);
+    paintText(painter, QPointF(x + gap, top), right);
+}
+
+void ktViewOverlay::paintMessages(QPainter& painter, const QSize& size) const {
+    const QString hint = !isMeasuring           ? QString()
+                         : measured.size() == 1 ? tr("Click the other end of the distance")
+                         : measured.empty()     ? tr("Click one end of the distance")
+                                                : QString();
+    QPointF place(12, size.height() - 12);
+    for (const QString& text : {message, hint}) {
+        if (text.isEmpty())
+            continue;
+        paintText(painter, place, text);
+        place.ry() -= painter.fontMetrics().height() + 8;
+    }
+}
+
 void ktViewOverlay::paintBoxes(QPainter& painter, const QSize& size, const ktViewState& state) const {
     int count = 0;
     for (const ktViewUse& use : state.scene.uses) {
@@ -127,13 +156,8 @@ void ktViewOverlay::paintBoxes(QPainter& painter, const QSize& size, const ktVie
 void ktViewOverlay::paint(QPainter& painter, const QSize& size, const ktViewState& state) const {
     if (hasBoxes)
         paintBoxes(painter, size, state);
-    if (state.look.comparison != ktComparison::None) {
-        const double x = state.look.divider * size.width();
-        paintLine(
-            painter, [&] { painter.drawLine(QPointF(x, 0), QPointF(x, size.height())); }, Qt::white);
-        painter.setBrush(Qt::white);
-        painter.drawEllipse(QPointF(x, size.height() / 2.0), 7, 7);
-    }
+    if (state.look.comparison != ktComparison::None)
+        paintDivider(painter, size, state.look);
     if (state.look.mode == ktViewMode::FalseColours && !state.scene.uses.empty())
         paintLegend(painter, size);
     if (ringRadius > 0 && ringCentre)
@@ -144,6 +168,5 @@ void ktViewOverlay::paint(QPainter& painter, const QSize& size, const ktViewStat
         painter.setPen(QPen(markColor, 1));
         painter.drawRect(rectangle);
     }
-    if (!message.isEmpty())
-        paintText(painter, QPointF(12, size.height() - 12), message);
+    paintMessages(painter, size);
 }

@@ -6,7 +6,7 @@
 #include <optional>
 #include <QCoreApplication>
 
-/// What is painted over the picture: legend, divider, rectangle, ring, measured distance, a message.
+/// What is painted over the picture: legend, divider with its sides, rectangle, ring, measured distance, a message.
 class ktViewOverlay {
     Q_DECLARE_TR_FUNCTIONS(ktViewOverlay)
 
@@ -17,6 +17,7 @@ public:
     QString message;       ///< at the lower edge; empty for none
     double ringRadius = 0; ///< millimetres; 0 for none
     std::optional<Vector> ringCentre;
+    bool isMeasuring = false;     ///< says which point to click
     std::vector<Vector> measured; ///< no, one or two ends of a distance
     bool hasBoxes = false;        ///< boxes around marked uses
 
@@ -27,6 +28,8 @@ public:
     static QString lengthText(double millimetres);
 
 private:
+    static void paintDivider(QPainter& painter, const QSize& size, const ktViewLook& look);
+    void paintMessages(QPainter& painter, const QSize& size) const;
     void paintRing(QPainter& painter, const QSize& size, const ktViewCamera& camera) const;
     void paintMeasured(QPainter& painter, const QSize& size, const ktViewCamera& camera) const;
     void paintBoxes(QPainter& painter, const QSize& size, const ktViewState& state) const;

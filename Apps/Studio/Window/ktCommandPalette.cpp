@@ -36,12 +36,14 @@ void ktCommandPalette::filter(const QString& wanted) {
         auto* item = new QListWidgetItem(keys.isEmpty() ? name : name + "  (" + keys + ")", list);
         item->setData(Qt::UserRole, i);
     }
+    if (list->count() == 0)
+        new QListWidgetItem(tr("No command that can be used now is called so."), list);
     list->setCurrentRow(0);
 }
 
 void ktCommandPalette::start() {
     const QListWidgetItem* const item = list->currentItem();
-    if (!item)
+    if (!item || item->data(Qt::UserRole).isNull())
         return;
     QAction* const action = actions[item->data(Qt::UserRole).toInt()];
     accept();

@@ -39,6 +39,10 @@ ktStudioWindow::ktStudioWindow() {
     makeViewMenu();
     makeDocks();
     makeHelpMenu();
+    for (QAction* const command : actions())
+        if (!command->shortcut().isEmpty())
+            command->setToolTip(
+                QString("%1 (%2)").arg(command->toolTip(), command->shortcut().toString(QKeySequence::NativeText)));
     connectServices();
     connectView();
     firstState = saveState();
@@ -240,7 +244,24 @@ void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {
         messages->show(Level::Warning, tr("The selection holds no geometry to calculate. Select a part with surfaces."),
                        {selectAll}, topic);
         break;
+    case ktStudioRun::NothingToClear:
+        messages->show(Level::Info,
+                       tr("Nothing was cleared: the selected parts have no such results, are hidden or are locked."),
+                       {}, topic);
+        break;
+    case ktStudioRun::NoSettings:
+        messages->show(Level::Info, tr("The selected part keeps no settings: it was not baked by itself."), {}, topic);
+        break;
     }
+}
+
+bool ktStudioWindow::hasSelection() {
+    if (!selection.isEmpty())
+        return true;
+    messages->show(ktMessageBar::Level::Warning,
+                   tr("Nothing is selected. Select parts in the scene or in the picture first."),
+                   {{tr("Select everything"), [this] { selection.set(document.getTopNodes()); }}}, "run");
+    return false;
 }
 
 void ktStudioWindow::showEnd(ktStudioRun::Ending how, const QString& reason, double seconds) {

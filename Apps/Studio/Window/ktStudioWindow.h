@@ -15,6 +15,7 @@ class ktScenePanel;
 class ktSceneView;
 class ktWorkBar;
 class QActionGroup;
+class QDockWidget;
 class QSize;
 class QStackedWidget;
 class QTimer;
@@ -56,6 +57,7 @@ private:
     void makeCameraMenu(QMenu* menu);
     void makeLookMenus(QMenu* menu);
     void makeDocks();
+    void addGoingTo(const QList<QDockWidget*>& docks);
     void makeHelpMenu();
     void connectView();
     void connectServices();
@@ -85,6 +87,8 @@ private:
     void endWarmUp();
     void showOpened();
     void showRefusal(ktStudioRun::Refusal why);
+    /// Says that nothing is selected, if so. @return whether something is
+    bool hasSelection();
     void showEnd(ktStudioRun::Ending how, const QString& reason, double seconds);
     void showTitle();
     /// Enables what may be used now.

@@ -11,21 +11,17 @@
 #include "ktScenePanel.h"
 #include "ktSceneView.h"
 #include "ktScriptPanel.h"
+#include "ktShortcutDialog.h"
 #include "ktStudioWindow.h"
 #include "ktVersion.h"
 #include "ktWheelGuard.h"
 
 #include <QAction>
-#include <QDialog>
-#include <QDialogButtonBox>
 #include <QDockWidget>
-#include <QHeaderView>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScrollArea>
-#include <QTableWidget>
-#include <QVBoxLayout>
 
 namespace {
 
@@ -72,13 +68,35 @@ void ktStudioWindow::makeDocks() {
     QDockWidget* history =
         addDock("historyDock", tr("History"), Qt::BottomDockWidgetArea, new ktHistoryPanel(services));
     tabifyDockWidget(log, history);
-    tabifyDockWidget(history,
-                     addDock("scriptDock", tr("Script"), Qt::BottomDockWidgetArea, new ktScriptPanel(services)));
+    QDockWidget* script = addDock("scriptDock", tr("Script"), Qt::BottomDockWidgetArea, new ktScriptPanel(services));
+    tabifyDockWidget(history, script);
     log->raise();
     resizeDocks({scene, bake}, {330, 360}, Qt::Horizontal);
     resizeDocks({log}, {120}, Qt::Vertical);
+    addGoingTo({scene, part, bake, settings, options, log, history, script});
     dockMenu->addSeparator();
     addAction(dockMenu, "resetLayout", tr("&Restore the layout"), {}, [this] { restoreState(firstState); });
+}
+
+// For the keyboard: shows a panel that is closed or behind another one, and goes into it.
+void ktStudioWindow::addGoingTo(const QList<QDockWidget*>& docks) {
+    QMenu* menu = dockMenu->addMenu(tr("&Go to"));
+    addAction(menu, "goToView", tr("Go to: picture"), QKeySequence("Alt+0"), [this] { view->setFocus(); });
+    for (int i = 0; i < docks.size(); ++i) {
+        QDockWidget* const dock = docks[i];
+        addAction(menu, qUtf8Printable("goTo-" + dock->objectName()), tr("Go to: %1").arg(dock->windowTitle()),
+                  QKeySequence(QString("Alt+%1").arg(i + 1)), [dock] {
+                      dock->show();
+                      dock->raise();
+                      const QList<QWidget*> parts =
+                          QList<QWidget*>{dock->widget()} + dock->widget()->findChildren<QWidget*>();
+                      for (QWidget* const part : parts)
+                          if (part->isEnabled() && part->isVisible() && part->focusPolicy() & Qt::TabFocus) {
+                              part->setFocus(Qt::ShortcutFocusReason);
+                              return;
+                          }
+                  });
+    }
 }
 
 void ktStudioWindow::makeHelpMenu() {
@@ -89,29 +107,8 @@ void ktStudioWindow::makeHelpMenu() {
         palette->open();
     });
     addAction(menu, "shortcuts", tr("&Keyboard shortcuts"), QKeySequence::HelpContents, [this] {
-        auto* dialog = new QDialog(this);
+        auto* dialog = new ktShortcutDialog(actions(), view->describeControls(), this);
         dialog->setAttribute(Qt::WA_DeleteOnClose);
-        dialog->setWindowTitle(tr("Keyboard shortcuts"));
-        auto* table = new QTableWidget(0, 2, dialog);
-        table->setHorizontalHeaderLabels({tr("What it does"), tr("Keys")});
-        table->horizontalHeader()->setStretchLastSection(true);
-        table->verticalHeader()->hide();
-        table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-        for (const QAction* action : actions()) {
-            if (action->shortcut().isEmpty())
-                continue;
-            const int row = table->rowCount();
-            table->insertRow(row);
-            table->setItem(row, 0, new QTableWidgetItem(action->text().remove('&')));
-            table->setItem(row, 1, new QTableWidgetItem(action->shortcut().toString(QKeySequence::NativeText)));
-        }
-        table->resizeColumnsToContents();
-        auto* rows = new QVBoxLayout(dialog);
-        rows->addWidget(table);
-        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, dialog);
-        connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
-        rows->addWidget(buttons);
-        dialog->resize(520, 520);
         dialog->open();
     });
     addAction(menu, "about", tr("&About ktstudio"), {}, [this] {

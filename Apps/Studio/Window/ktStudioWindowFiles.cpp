@@ -27,7 +27,8 @@ QStringList draggedFiles(const QMimeData* data) {
 }
 
 QString sceneFilter() {
-    return ktStudioWindow::tr("Scenes (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.ac *.3ds *.off *.x);;"
+    return ktStudioWindow::tr("Scenes (*.glb *.gltf *.obj *.ply *.stl *.fbx *.dae *.zae *.3mf *.ifc *.x3d *.ac *.3ds "
+                              "*.lwo *.ase *.dxf *.off *.x);;"
                               "All files (*)");
 }
 
@@ -91,6 +92,8 @@ void ktStudioWindow::chooseOutput() {
     dialog->setDefaultSuffix("glb");
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->selectFile(document.proposeOutputPath());
+    connect(dialog, &QFileDialog::filterSelected, dialog,
+            [dialog](const QString& filter) { dialog->setDefaultSuffix(filter.contains("*.gltf") ? "gltf" : "glb"); });
     connect(
         dialog, &QFileDialog::fileSelected, this, [this](const QString& path) { document.saveAs(path); },
         Qt::QueuedConnection);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The menus of the main window.
-#include "ktAmbientOcclusion.h"
+#include "ktMessageBar.h"
 #include "ktScenePanel.h"
 #include "ktStudioPreferences.h"
 #include "ktStudioWindow.h"
@@ -34,8 +34,8 @@ void ktStudioWindow::makeFileMenu() {
         if (mayLoseChanges())
             document.reload(document.getReadOptions());
     });
-    QAction* reading =
-        addAction(menu, "readingOptions", tr("Reading op&tions…"), {}, [this] { chooseReadingOptions(); });
+    QAction* reading = addAction(menu, "readingOptions", tr("Reading op&tions…"), QKeySequence("Shift+F5"),
+                                 [this] { chooseReadingOptions(); });
     menu->addSeparator();
     QAction* saving = addAction(menu, "save", tr("&Save"), QKeySequence::Save, [this] { save(); });
     saving->setToolTip(tr("Save the scene with its baked light"));
@@ -43,11 +43,12 @@ void ktStudioWindow::makeFileMenu() {
     menu->addSeparator();
     needScene << addAction(menu, "savePicture", tr("Save the &view as a picture…"), QKeySequence("Ctrl+P"),
                            [this] { choosePicture(PictureKind::View); });
-    needScene << addAction(menu, "saveTurntable", tr("Save a &turntable…"), {},
+    needScene << addAction(menu, "saveTurntable", tr("Save a &turntable…"), QKeySequence("Ctrl+T"),
                            [this] { choosePicture(PictureKind::Turntable); });
-    needScene << addAction(menu, "savePreview", tr("Save a &preview picture…"), {},
+    needScene << addAction(menu, "savePreview", tr("Save a &preview picture…"), QKeySequence("Ctrl+Alt+P"),
                            [this] { choosePicture(PictureKind::Preview); });
-    needScene << addAction(menu, "saveStatistics", tr("Save stat&istics…"), {}, [this] { chooseStatistics(); });
+    needScene << addAction(menu, "saveStatistics", tr("Save stat&istics…"), QKeySequence("Ctrl+Alt+S"),
+                           [this] { chooseStatistics(); });
     menu->addSeparator();
     addAction(menu, "quit", tr("&Quit"), QKeySequence::Quit, [this] { close(); });
     bar->addAction(open);
@@ -91,16 +92,28 @@ void ktStudioWindow::makeEditMenu() {
             showRefusal(ktStudioRun::NothingMissing);
     });
     menu->addSeparator();
-    ktStudioEdit& edit = services.edit;
-    needScene << addAction(menu, "hide", tr("&Hide"), QKeySequence("Ctrl+H"),
-                           [this, &edit] { edit.setHidden(selection.get(), true); });
-    needScene << addAction(menu, "show", tr("Sho&w"), {}, [this, &edit] { edit.setHidden(selection.get(), false); });
-    needScene << addAction(menu, "showAll", tr("Show everything"), QKeySequence("Ctrl+Shift+H"),
-                           [&edit] { edit.showAll(); });
-    needScene << addAction(menu, "lock", tr("&Lock"), QKeySequence("Ctrl+L"),
-                           [this, &edit] { edit.setLocked(selection.get(), true); });
-    needScene << addAction(menu, "unlock", tr("Unloc&k"), QKeySequence("Ctrl+Shift+L"),
-                           [this, &edit] { edit.setLocked(selection.get(), false); });
+    needScene << addAction(menu, "expandSelection", tr("E&xpand to the selection"), QKeySequence("Ctrl+E"), [this] {
+        if (!hasSelection())
+            return;
+        findChild<QDockWidget*>("sceneDock")->show();
+        scenePanel->expandToSelection();
+    });
+    menu->addSeparator();
+    const auto addEdit = [this, menu](const char* name, const QString& text, const char* keys, const auto& change,
+                                      bool isOn) {
+        needScene << addAction(menu, name, text, QKeySequence(keys), [this, change, isOn] {
+            if (hasSelection())
+                (services.edit.*change)(selection.get(), isOn);
+        });
+    };
+    addEdit("hide", tr("&Hide"), "Ctrl+H", &ktStudioEdit::setHidden, true);
+    addEdit("show", tr("Sho&w"), "Ctrl+Alt+H", &ktStudioEdit::setHidden, false);
+    needScene << addAction(menu, "showAll", tr("Show everything"), QKeySequence("Ctrl+Shift+H"), [this] {
+        if (!services.edit.showAll())
+            messages->show(ktMessageBar::Level::Info, tr("Nothing is hidden."), {}, "run");
+    });
+    addEdit("lock", tr("&Lock"), "Ctrl+L", &ktStudioEdit::setLocked, true);
+    addEdit("unlock", tr("Unloc&k"), "Ctrl+Shift+L", &ktStudioEdit::setLocked, false);
 }
 
 void ktStudioWindow::makeBakeMenu() {
@@ -114,15 +127,25 @@ void ktStudioWindow::makeBakeMenu() {
         run.cancel();
     });
     menu->addSeparator();
-    needScene << addAction(menu, "useSettings", tr("&Use the settings of the selected part"), {},
-                           [] { ktAmbientOcclusion::the()->loadSettings(); });
-    const auto addClear = [this, menu](const char* name, const QString& text, ktStudioRun::Clear what, bool isActive) {
-        needScene << addAction(menu, name, text, {}, [this, what, isActive] { run.clear(what, isActive); });
+    needScene << addAction(menu, "useSettings", tr("&Use the settings of the selected part"), QKeySequence("Ctrl+U"),
+                           [this] {
+                               if (hasSelection())
+                                   run.useSettings();
+                           });
+    menu->addSeparator();
+    const auto addClear = [this, menu](const char* name, const QString& text, const char* keys, ktStudioRun::Clear what,
+                                       bool isActive) {
+        needScene << addAction(menu, name, text, QKeySequence(keys), [this, what, isActive] {
+            if (hasSelection())
+                run.clear(what, isActive);
+        });
     };
-    addClear("clearShadows", tr("Clear &shadows"), ktStudioRun::Clear::Shadows, false);
-    addClear("clearActiveShadows", tr("Clear shadows of visible parts"), ktStudioRun::Clear::Shadows, true);
-    addClear("clearIndirect", tr("Clear &indirect light"), ktStudioRun::Clear::Indirect, false);
-    addClear("clearActiveIndirect", tr("Clear indirect light of visible parts"), ktStudioRun::Clear::Indirect, true);
+    using Clear = ktStudioRun::Clear;
+    addClear("clearShadows", tr("Clear &shadows"), "Ctrl+Del", Clear::Shadows, false);
+    addClear("clearActiveShadows", tr("Clear shadows of &visible parts"), "Ctrl+Shift+Del", Clear::Shadows, true);
+    addClear("clearIndirect", tr("Clear &indirect light"), "Alt+Del", Clear::Indirect, false);
+    addClear("clearActiveIndirect", tr("Clear indirect light of visible &parts"), "Alt+Shift+Del", Clear::Indirect,
+             true);
     auto* bar = findChild<QToolBar*>("mainToolBar");
     bar->addSeparator();
     bar->addAction(start);

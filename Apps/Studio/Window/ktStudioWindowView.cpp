@@ -81,6 +81,8 @@ void ktStudioWindow::makeViewMenu() {
     addChoices(menu->addMenu(tr("Co&mpare")), comparisons, ktComparison::None,
                [this](ktComparison comparison) { view->setComparison(comparison); });
     addSwitch(menu, "measure", tr("&Measure a distance"), "M", false, [this](bool on) { view->setMeasuring(on); });
+    for (const char* const name : {"wire", "compareLight", "compareEarlier"})
+        findChild<QAction*>(name)->setEnabled(view->usesOpenGL()); // the ray tracer draws without
     menu->addSeparator();
     QAction* all =
         addAction(menu, "frameAll", tr("Frame &everything"), QKeySequence("A"), [this] { view->frameAll(); });

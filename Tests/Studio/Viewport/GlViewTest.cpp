@@ -123,7 +123,14 @@ TEST_F(GlView, GivenComparison_ShowsEarlierResultsLeftOfTheDivider) {
     settle();
     ktViewParts::setResults(geometry, {0, 0, 0, 0.75f});
     view.updateResults();
+    const QImage alone = screen();
     view.setComparison(ktComparison::EarlierResults);
+    const auto hasText = [&](const QImage& picture, int from) { // beside the upper end of the divider
+        const QRect place(from, 12, 20, 10);
+        return picture.copy(place) != alone.copy(place);
+    };
+    EXPECT_TRUE(hasText(screen(), view.width() / 2 - 40));
+    EXPECT_TRUE(hasText(screen(), view.width() / 2 + 16));
     const QColor earlier = ktSrgbBytes(0.25f, 0.25f, 0.25f), now = ktSrgbBytes(0.75f, 0.75f, 0.75f);
     QImage image = screen();
     EXPECT_LE(ktColorDistance(image.pixelColor(at(-0.5, 0.3)), earlier), 1);

@@ -209,8 +209,14 @@ TEST_F(SceneView, GivenPointer_TellsWhatIsUnderIt) {
 
 TEST_F(SceneView, GivenTwoClicksWhileMeasuring_TellsTheDistance) {
     waitForPicker();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return view->isSettled(); }, 20000));
+    const auto lowerLeft = [this] { return view->grab(QRect(8, height - 60, 60, 60)).toImage(); };
+    const QImage without = lowerLeft();
     view->setMeasuring(true);
+    const QImage first = lowerLeft();
+    EXPECT_NE(first, without) << "says to click one end";
     QTest::mouseClick(view.get(), Qt::LeftButton, {}, at(-1.5, 0.5));
+    EXPECT_NE(lowerLeft(), first) << "says to click the other end";
     hover(at(1.4, 0.5));
     QTest::mouseClick(view.get(), Qt::LeftButton, {}, at(1.5, 0.5));
     EXPECT_EQ(info.toStdString(), "Distance 3 mm");

@@ -16,6 +16,7 @@ ktPresetBar::ktPresetBar(ktStudioServices& services_, QWidget* parent)
     : QWidget(parent), services(services_), list(new QComboBox(this)) {
     list->setObjectName("presets");
     list->setAccessibleName(tr("Presets"));
+    list->setToolTip(tr("Settings that are kept under a name"));
     list->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     list->setMinimumContentsLength(12);
     auto* apply = new QPushButton(tr("Apply"), this);

@@ -77,8 +77,11 @@ ktPartPanel::ktPartPanel(ktStudioServices& services_, QWidget* parent)
     texts->verticalHeader()->hide();
     texts->setMinimumHeight(90);
     texts->setAccessibleName(tr("Texts of the node"));
+    texts->setToolTip(tr("Texts that the file keeps with the node; a double click changes one"));
     addText->setObjectName("addText");
+    addText->setToolTip(tr("Add a text to the node"));
     removeText->setObjectName("removeText");
+    removeText->setToolTip(tr("Remove the current text"));
     rows->addWidget(name);
     rows->addWidget(counts);
     rows->addWidget(results);

@@ -40,6 +40,7 @@ ktOptionPanel::ktOptionPanel(ktStudioServices& services_, QWidget* parent)
     threads->setRange(0, ktStudioOptions::mostThreads);
     threads->setSpecialValueText(tr("One a core"));
     threads->setKeyboardTracking(false);
+    threads->setToolTip(tr("Threads of a bake; the results do not depend on their number"));
     form->addRow(tr("Threads"), threads);
     triangles->setObjectName("maxTriangles");
     triangles->setPlaceholderText(tr("No limit"));

@@ -31,6 +31,7 @@ ktRunPanel::ktRunPanel(ktStudioServices& services_, QWidget* parent)
     startMissing->setObjectName("bakeMissingButton");
     startMissing->setToolTip(tr("Calculate only selected parts without results; the others keep theirs"));
     cancel->setObjectName("cancelButton");
+    cancel->setToolTip(tr("Stop the bake; parts that are finished keep their new results"));
     QFont strong = start->font();
     strong.setBold(true);
     start->setFont(strong);

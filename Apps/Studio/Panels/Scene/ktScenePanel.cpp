@@ -2,7 +2,6 @@
 // Search field, tree and context menu of the scene.
 #include "ktScenePanel.h"
 
-#include "ktAmbientOcclusion.h"
 #include "ktSceneModel.h"
 #include "ktStudioServices.h"
 
@@ -26,6 +25,7 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     found->setVisible(false);
     tree->setObjectName("sceneTree");
     tree->setAccessibleName(tr("Scene"));
+    tree->setToolTip(tr("What is selected here is baked"));
     tree->setModel(model);
     tree->setUniformRowHeights(true);
     tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -133,6 +133,18 @@ void ktScenePanel::takeSelection() {
     isShowing = false;
 }
 
+void ktScenePanel::expandToSelection() {
+    QModelIndex first;
+    for (const osg::NodePtr& node : services.selection.get()) {
+        const QModelIndex selected = model->indexOf(node);
+        if (!first.isValid())
+            first = selected;
+        for (QModelIndex index = selected.parent(); index.isValid(); index = index.parent())
+            tree->expand(index);
+    }
+    tree->scrollTo(first);
+}
+
 void ktScenePanel::showMenu(const QPoint& at) {
     const std::vector<osg::NodePtr> nodes = services.selection.get();
     if (nodes.empty() || services.isFrozen())
@@ -147,12 +159,8 @@ void ktScenePanel::showMenu(const QPoint& at) {
     menu.addAction(tr("Show"), this, [this, nodes] { services.edit.setHidden(nodes, false); });
     menu.addAction(tr("Lock"), this, [this, nodes] { services.edit.setLocked(nodes, true); });
     menu.addAction(tr("Unlock"), this, [this, nodes] { services.edit.setLocked(nodes, false); });
-    menu.addAction(tr("Use the settings of its last bake"), [] { ktAmbientOcclusion::the()->loadSettings(); });
+    menu.addAction(tr("Use the settings of its last bake"), this, [this] { services.run.useSettings(); });
     menu.addSeparator();
-    menu.addAction(tr("Expand to the selection"), this, [this, nodes] {
-        for (const osg::NodePtr& node : nodes)
-            for (QModelIndex index = model->indexOf(node).parent(); index.isValid(); index = index.parent())
-                tree->expand(index);
-    });
+    menu.addAction(tr("Expand to the selection"), this, &ktScenePanel::expandToSelection);
     menu.exec(tree->viewport()->mapToGlobal(at));
 }

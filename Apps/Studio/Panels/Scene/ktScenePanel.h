@@ -20,6 +20,8 @@ public:
 
     /// Puts the keyboard into the search field.
     void startSearch();
+    /// Opens what is above the selected nodes, and scrolls to the first of them.
+    void expandToSelection();
 
 private:
     void expandFirst();

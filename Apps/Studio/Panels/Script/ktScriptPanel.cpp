@@ -25,13 +25,18 @@ ktScriptPanel::ktScriptPanel(ktStudioServices& services_, QWidget* parent)
     output->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     output->setMinimumHeight(3 * output->fontMetrics().lineSpacing()); // the dock may be low
     output->setAccessibleName(tr("Output of the statements"));
+    output->setToolTip(output->accessibleName());
     input->setObjectName("scriptInput");
+    input->setToolTip(tr("Python: Enter runs a statement, Tab completes a name, up and down bring earlier ones"));
     input->setHistory(ktStudioPreferences::the().get(historyKey).toStringList());
     auto* file = new QPushButton(tr("Run a file…"), this);
     auto* cancel = new QPushButton(tr("Cancel"), this);
     cancel->setObjectName("cancelScript");
     cancel->setEnabled(false);
     auto* clear = new QPushButton(tr("Clear"), this);
+    file->setToolTip(tr("Run a Python script with the scene of this window"));
+    cancel->setToolTip(tr("Stop the statements that run"));
+    clear->setToolTip(tr("Remove what was printed"));
 
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(4, 4, 4, 4);
