@@ -469,7 +469,7 @@
         </message>
         <message>
             <source>Threads of a bake; the results do not depend on their number</source>
-            <translation>Threads einer Berechnung; die Ergebnisse hängen nicht von ihrer Zahl ab</translation>
+            <translation>Threads beim Backen; die Ergebnisse hängen nicht von ihrer Zahl ab</translation>
         </message>
     </context>
     <context>
@@ -837,7 +837,7 @@
         </message>
         <message>
             <source>Stop the bake; parts that are finished keep their new results</source>
-            <translation>Die Berechnung anhalten; fertige Teile behalten ihre neuen Ergebnisse</translation>
+            <translation>Das Backen anhalten; fertige Teile behalten ihre neuen Ergebnisse</translation>
         </message>
     </context>
     <context>
@@ -958,7 +958,7 @@
         </message>
         <message>
             <source>What is selected here is baked</source>
-            <translation>Was hier ausgewählt ist, wird berechnet</translation>
+            <translation>Was hier ausgewählt ist, wird gebacken</translation>
         </message>
     </context>
     <context>
@@ -1806,7 +1806,7 @@
         </message>
         <message>
             <source>The selected part keeps no settings: it was not baked by itself.</source>
-            <translation>Das ausgewählte Teil hat keine Einstellungen: Es wurde nicht für sich berechnet.</translation>
+            <translation>Das ausgewählte Teil hat keine Einstellungen: Es wurde nicht für sich gebacken.</translation>
         </message>
         <message>
             <source>Nothing is selected. Select parts in the scene or in the picture first.</source>
@@ -1862,7 +1862,7 @@
         </message>
         <message>
             <source>Before the bake</source>
-            <translation>Vor der Berechnung</translation>
+            <translation>Vor dem Backen</translation>
         </message>
         <message>
             <source>Without light</source>

@@ -71,7 +71,7 @@ void ktStudioWindow::makeDocks() {
     QDockWidget* script = addDock("scriptDock", tr("Script"), Qt::BottomDockWidgetArea, new ktScriptPanel(services));
     tabifyDockWidget(history, script);
     log->raise();
-    resizeDocks({scene, bake}, {330, 360}, Qt::Horizontal);
+    resizeDocks({scene, bake}, {370, 360}, Qt::Horizontal);
     resizeDocks({log}, {120}, Qt::Vertical);
     addGoingTo({scene, part, bake, settings, options, log, history, script});
     dockMenu->addSeparator();

@@ -8,13 +8,14 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLocale>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
 static QString countText(double count) {
-    return QString::fromStdString(formatCount(count));
+    return QString::fromStdString(formatCount(count)).replace('.', QLocale().decimalPoint());
 }
 
 static QString durationText(double seconds) {

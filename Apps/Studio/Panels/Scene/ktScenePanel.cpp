@@ -28,6 +28,7 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     tree->setToolTip(tr("What is selected here is baked"));
     tree->setModel(model);
     tree->setUniformRowHeights(true);
+    tree->setIndentation(12); // room for names
     tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     tree->setContextMenuPolicy(Qt::CustomContextMenu);
     tree->header()->setStretchLastSection(false);
