@@ -399,6 +399,7 @@ void ktSceneView::showRadiusRing(double radiusMillimetres) {
 void ktSceneView::setMeasuring(bool on) {
     d->isMeasuring = d->overlay.isMeasuring = on;
     d->overlay.measured.clear();
+    d->tell({});
     d->canvas->widget()->update();
 }
 

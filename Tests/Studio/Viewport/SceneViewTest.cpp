@@ -220,6 +220,8 @@ TEST_F(SceneView, GivenTwoClicksWhileMeasuring_TellsTheDistance) {
     hover(at(1.4, 0.5));
     QTest::mouseClick(view.get(), Qt::LeftButton, {}, at(1.5, 0.5));
     EXPECT_EQ(info.toStdString(), "Distance 3 mm");
+    view->setMeasuring(false);
+    EXPECT_TRUE(info.isEmpty());
     EXPECT_TRUE(picked.empty());
 }
 
