@@ -36,7 +36,7 @@ SHARE_OF_REST = 4
 BLOCKS_AHEAD = 2
 JOBS_PER_RANK = 16        # a geometry that is traced as a whole has at most this part of a rank's share of a pass,
 MOST_JOB = 1 << 27        # and at most so many rays; or
-EARLY_FACTOR = 4          # times as many,
+EARLY_FACTOR = 4          # times that part,
 LEAST_REST = 2            # if every rank has so many times its work left after it
 RAYS_AHEAD = 1 << 23      # of a thread; a pass is traced so far ahead
 JOBS_AHEAD = 4            # of a rank, at least
@@ -197,11 +197,11 @@ def loop_seconds(rays, ranks, scene, network, least_rays=1 << 14, is_nearby=Fals
 
 def pass_seconds(parts, ranks, scene, network, per_call, least_rays=1 << 14, is_nearby=False):
     """Seconds of a pass whose geometries are traced ahead. @param parts rays of each @param per_call seconds of rank 0 for each"""
-    most = min(sum(parts) / (JOBS_PER_RANK * ranks), MOST_JOB)
+    most, early = (min(factor * sum(parts) / (JOBS_PER_RANK * ranks), MOST_JOB) for factor in (1, EARLY_FACTOR))
     is_large, rest = [], sum(parts)
     for rays in parts:
         rest -= rays
-        is_large.append(rays > most and (rays > EARLY_FACTOR * most or LEAST_REST * rays * ranks > rest))
+        is_large.append(rays > (early if LEAST_REST * rays * ranks <= rest else most))
     free = [0.0] * (ranks - 1)  # when a rank has traced its geometries; a heap
     done, now, following, limit, ahead, messages_free = {}, 0.0, 0, 0, 0.0, 0.0
 

@@ -46,9 +46,9 @@ std::size_t ktPassAhead::indexOf(std::uint32_t geometry) const {
 }
 
 bool ktPassAhead::isJob(std::size_t index) const {
-    const std::uint64_t vertices = plan[index].vertices, most = mostRays / how.directions->set.count;
-    return vertices > 0 && (vertices <= most ||
-                            (vertices / earlyFactor <= most && vertices * leastRest <= verticesAfter[index] / shares));
+    const std::uint64_t vertices = plan[index].vertices, rays = vertices * how.directions->set.count;
+    const bool isEarly = vertices * leastRest <= verticesAfter[index] / shares;
+    return vertices > 0 && rays <= (isEarly ? mostEarlyRays : mostRays);
 }
 
 // Adds geometries to the window, from the first on, until it is full.
@@ -114,6 +114,7 @@ std::optional<ktGeometryResult> ktPassAhead::take(std::uint32_t geometry, const 
         shares = std::max<std::uint64_t>(pool->allThreads() / ktThreadCount::get(), 1);
         how = pass;
         mostRays = pool->largestJob(vertices * how.directions->set.count);
+        mostEarlyRays = pool->largestJob(earlyFactor * vertices * how.directions->set.count);
         pool->beginPass(how);
         hasPass = true;
     }

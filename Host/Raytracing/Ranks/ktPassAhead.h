@@ -59,8 +59,9 @@ private:
     std::uint64_t shares = 1;                                 // as many as the threads of this process make one
     std::map<std::uint32_t, std::size_t> indices;             // in the plan, by geometry
     std::map<std::size_t, std::shared_ptr<ktRankJob>> window; // that are traced or will soon be, by index
-    std::uint64_t windowRays = 0, mostRays = 0, mostWindowRays = 0;
-    std::size_t next = 0;     // index of the next to add to the window
-    std::size_t expected = 0; // index for which the pass should ask
+    std::uint64_t windowRays = 0, mostWindowRays = 0;
+    std::uint64_t mostRays = 0, mostEarlyRays = 0; // of a geometry; the latter while enough follows
+    std::size_t next = 0;                          // index of the next to add to the window
+    std::size_t expected = 0;                      // index for which the pass should ask
     int surprises = 0;
 };
