@@ -14,6 +14,20 @@
 #include <QToolBar>
 #include <QtTest>
 
+/// Counts events of a type that a widget gets.
+class EventCounter : public QObject {
+public:
+    EventCounter(QWidget& widget, QEvent::Type type_) : type(type_) { widget.installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* event) override {
+        count += event->type() == type;
+        return false;
+    }
+    int count = 0;
+
+private:
+    const QEvent::Type type;
+};
+
 class StudioWalk : public ktStudioFixture {
 protected:
     /// Waits until the window gets the keys, also after a dialog: no window manager gives them back to it.
@@ -24,6 +38,17 @@ protected:
 
     bool hasAnswered = false; // a click
 };
+
+TEST_F(StudioWalk, GivenStart_TheEmptyPageAloneIsPainted) {
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    EventCounter view(*window->findChild<ktSceneView*>(), QEvent::Hide);
+    EventCounter reading(*window->findChild<QPushButton*>("cancelReading"), QEvent::Paint);
+    EventCounter empty(*window->findChild<QWidget*>("openScene"), QEvent::Paint);
+    window->begin(); // OpenGL starts beside the empty page
+    EXPECT_TRUE(waitFor([&view, &empty] { return view.count > 0 && empty.count > 0; }));
+    EXPECT_EQ(reading.count, 0);
+    EXPECT_TRUE(window->findChild<QWidget*>("openScene")->isVisible());
+}
 
 TEST_F(StudioWalk, GivenFewClicks_SavesTheBytesOfKtbake) {
     const std::string scene = writeBoxes();
