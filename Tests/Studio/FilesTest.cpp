@@ -5,6 +5,7 @@
 #include "ktStudioPreferences.h"
 #include "ktUndoStack.h"
 
+#include <gmock/gmock.h>
 #include <QAction>
 #include <QDragEnterEvent>
 #include <QDropEvent>
