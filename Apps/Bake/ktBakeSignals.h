@@ -2,8 +2,8 @@
 #pragma once
 
 /// Cancels the calculation on Ctrl-C or a request to terminate. Create one object at a time, on the main thread, after
-/// the QCoreApplication. A second signal ends the process at once, unless holdBack() holds. After the destructor a first
-/// signal comes too late; a second one still ends the process.
+/// the QCoreApplication. A second signal ends the process at once, unless holdBack() holds. After the destructor a
+/// first signal comes too late; a second one still ends the process.
 class ktBakeSignals {
 public:
     ktBakeSignals();
