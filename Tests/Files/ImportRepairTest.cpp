@@ -127,21 +127,22 @@ TEST(PlyStrips, GivenBrokenOnes_SaysSo) {
 
 TEST(PlyHeader, GivenNoEnd_IsRefusedAtOnce) {
     const ktTestFolder folder;
+    const QString path = folder.path("a.ply");
     const std::string begin = "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
                               "property float z\nelement face 1\nproperty list uchar uint vertex_indices";
     const std::string values = "0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n";
     for (const char* end :
          {"\n", "\nEND_HEADER\n", " end_header\n", "\nend_header\xFF 0\n"}) { // the importer would look for it for ever
-        ktWriteTestFile(folder.path("a.ply"), begin + end + values);
-        EXPECT_THAT(ktOpeningSays(folder.path("a.ply")),
+        ktWriteTestFile(path, std::string(begin).append(end).append(values));
+        EXPECT_THAT(ktOpeningSays(path),
                     ElementsAre(HasSubstr("cannot be imported: its header does not end with a line \"end_header\"")))
             << end;
     }
     ktWriteTestFile(folder.path("a.ply"), begin.substr(0, begin.rfind("property")) + "propertyhar int x\nend_header");
-    EXPECT_THAT(ktOpeningSays(folder.path("a.ply")), ElementsAre(HasSubstr("does not end with a line")));
+    EXPECT_THAT(ktOpeningSays(path), ElementsAre(HasSubstr("does not end with a line")));
     for (const char* end : {"\nend_header\n", "\r\nend_header\r\n", "\rend_header\r", "\n end_header \n"}) {
-        ktWriteTestFile(folder.path("a.ply"), begin + end + values);
-        EXPECT_EQ(cornersOf(folder.path("a.ply")).size(), 3u) << end;
+        ktWriteTestFile(path, std::string(begin).append(end).append(values));
+        EXPECT_EQ(cornersOf(path).size(), 3u) << end;
     }
 }
 
