@@ -368,6 +368,15 @@ void ktSceneRaytracing::keepSamples(ktGeometryNumber geometry, const ktVertexTas
     passSamples = sceneFit.takeSamples(task, indirect);
 }
 
+// Traces here, on the workers and with other ranks.
+template <class Task, class Result>
+ktPassCounts ktSceneRaytracing::tracePass(ktGeometryNumber geometry, Task task, const ktFitTask* fit, Result* results,
+                                          std::atomic<std::uint32_t>& done) const {
+    const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, task.count);
+    task.oneRings = oneRings.empty() ? nullptr : oneRings.data();
+    return ktTracePass(task, fit, results, done);
+}
+
 void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Matrix* toWorld,
                                                const osg::Pnt3f* positions, const osg::Vec3f* normals,
                                                osg::Vec4f* results, bool transform, ktSampler* sampler, bool option,
@@ -392,11 +401,7 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
         } else {
             runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
                 std::vector<osg::Vec4f> traced(count);
-                const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-                ktOcclusionTask withRings = task;
-                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-                counts = fit ? ktTraceFittedOcclusion(withRings, *fit, traced.data(), done)
-                             : ktPassCounts::ofVertices(task, ktTraceOcclusion(withRings, traced.data(), done));
+                counts = tracePass(geometry, task, fit, traced.data(), done);
                 ktThrowIfCanceled();
                 std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
             });
@@ -443,11 +448,7 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
             emit ktHostSignals::the().tracingProgress(count, count);
         } else {
             runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-                const std::vector<ktOneRing> oneRings = scene.oneRings(geometry, task.positions, count);
-                ktGatherTask withRings = task;
-                withRings.oneRings = oneRings.empty() ? nullptr : oneRings.data();
-                counts = fit ? ktGatherFittedLight(withRings, *fit, received.data(), done)
-                             : ktPassCounts::ofVertices(task, ktGatherLight(withRings, received.data(), done));
+                counts = tracePass(geometry, task, fit, received.data(), done);
                 ktThrowIfCanceled();
                 store();
             });
@@ -472,7 +473,7 @@ void ktSceneRaytracing::endAhead() {
 
 // Lists the geometries for which the plug-in will ask: those below the selected nodes, each once.
 void ktSceneRaytracing::planPass(ktRankPool& ranks) {
-    plan.clear();
+    std::vector<PlannedUse> plan;
     std::set<ktGeometryNumber> planned;
     std::vector<ktPassAhead::Planned> sizes;
     ktEventPump pump;
@@ -487,13 +488,14 @@ void ktSceneRaytracing::planPass(ktRankPool& ranks) {
             sizes.push_back({number, positions == osg::NullFC ? 0u : positions->getSize()});
             return true;
         });
-    ahead.begin(ranks, std::move(sizes), [this](std::size_t index) { return makeJob(index); });
+    ahead.begin(ranks, std::move(sizes),
+                [this, plan = std::move(plan)](std::size_t index) { return makeJob(plan[index]); });
 }
 
-// Copies a geometry of the plan, so that it may change before its pass asks for it. Null if it has none of the arrays
+// Copies a planned geometry, so that it may change before its pass asks for it. Null if it has none of the arrays
 // that the plug-in passes on.
-std::shared_ptr<ktRankJob> ktSceneRaytracing::makeJob(std::size_t index) const {
-    const ktTracedGeometry* const traced = scene.find(plan[index].geometry);
+std::shared_ptr<ktRankJob> ktSceneRaytracing::makeJob(const PlannedUse& use) const {
+    const ktTracedGeometry* const traced = scene.find(use.geometry);
     if (!traced)
         return nullptr;
     const osg::GeoPositions3fPtr positions = osg::GeoPositions3fPtr::dcast(traced->geometry->getPositions());
@@ -507,7 +509,7 @@ std::shared_ptr<ktRankJob> ktSceneRaytracing::makeJob(std::size_t index) const {
     const float* const firstNormal = normals->getField()[0].getValues();
     job->geometry.positions.assign(first, first + size);
     job->geometry.normals.assign(firstNormal, firstNormal + size);
-    job->geometry.toWorld = plan[index].toWorld;
+    job->geometry.toWorld = use.toWorld;
     job->geometry.triangles = traced->triangles;
     job->geometry.hasOneRings = traced->positionCount() == positions->getSize();
     if (const osg::UInt32* const shared = sceneFit.isOn() ? ktFindSharedVertices(traced->geometry.get()) : nullptr)

@@ -58,6 +58,12 @@ public:
     const ktTracingStatistics& getStatistics() const { return statistics; }
 
 private:
+    /// A geometry for which the plug-in will ask, where it asks first.
+    struct PlannedUse {
+        ktGeometryNumber geometry;
+        ktWorldTransform toWorld;
+    };
+
     const ktFitTask* fitOf(const osg::Pnt3f* positions, const ktVertexTask& task);
     void keepSamples(ktGeometryNumber geometry, const ktVertexTask& task, bool indirect);
     void countRays(ktGeometryNumber geometry, std::uint32_t vertices, const ktPassCounts& counts,
@@ -70,11 +76,14 @@ private:
     void waitForAbandonedBuild();
     void clearScene();
     void clearRun();
+    template <class Task, class Result>
+    ktPassCounts tracePass(ktGeometryNumber geometry, Task task, const ktFitTask* fit, Result* results,
+                           std::atomic<std::uint32_t>& done) const;
     template <class Task>
     std::optional<ktGeometryResult> traceAhead(ktGeometryNumber geometry, const Task& task, const ktFitTask* fit);
     void endAhead();
     void planPass(ktRankPool& ranks);
-    std::shared_ptr<ktRankJob> makeJob(std::size_t index) const;
+    std::shared_ptr<ktRankJob> makeJob(const PlannedUse& use) const;
     void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);
     void reportUnusableVertices();
 
@@ -96,10 +105,5 @@ private:
     ktGatherTask lastGather;                          // of the last gathered geometry; tracer is null before the first
     std::map<ktGeometryNumber, std::array<float, 3>> tints; // factors of gathered light
     ktTracingStatistics statistics;
-    struct PlannedUse {
-        ktGeometryNumber geometry;
-        ktWorldTransform toWorld;
-    };
-    std::vector<PlannedUse> plan; // of the pass
     ktPassAhead ahead;
 };

@@ -128,3 +128,15 @@ ktPassCounts ktGatherFittedLight(const ktGatherTask& vertexTask, const ktFitTask
         *fit.samples = std::move(samples);
     return counts;
 }
+
+ktPassCounts ktTracePass(const ktOcclusionTask& task, const ktFitTask* fit, osg::Vec4f* results,
+                         std::atomic<std::uint32_t>& done) {
+    return fit ? ktTraceFittedOcclusion(task, *fit, results, done)
+               : ktPassCounts::ofVertices(task, ktTraceOcclusion(task, results, done));
+}
+
+ktPassCounts ktTracePass(const ktGatherTask& task, const ktFitTask* fit, float* received,
+                         std::atomic<std::uint32_t>& done) {
+    return fit ? ktGatherFittedLight(task, *fit, received, done)
+               : ktPassCounts::ofVertices(task, ktGatherLight(task, received, done));
+}

@@ -32,3 +32,12 @@ ktPassCounts ktTraceFittedOcclusion(const ktOcclusionTask& vertexTask, const ktF
 /// As ktGatherLight(), but fitted likewise.
 ktPassCounts ktGatherFittedLight(const ktGatherTask& vertexTask, const ktFitTask& fit, float* received,
                                  std::atomic<std::uint32_t>& done);
+
+/// The light of the vertices: fitted if there is a fit, otherwise what is traced at the vertices.
+/// @param fit null: at the vertices
+/// @param results one per vertex @return what was traced
+ktPassCounts ktTracePass(const ktOcclusionTask& task, const ktFitTask* fit, osg::Vec4f* results,
+                         std::atomic<std::uint32_t>& done);
+/// Likewise for gathered light. @param received three floats per vertex
+ktPassCounts ktTracePass(const ktGatherTask& task, const ktFitTask* fit, float* received,
+                         std::atomic<std::uint32_t>& done);

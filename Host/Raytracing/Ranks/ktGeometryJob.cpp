@@ -85,23 +85,21 @@ ktGeometryResult ktTraceGeometry(const ktGeometryPass& pass, const ktGeometryJob
     fit.mostPoints = pass.mostPoints;
     fit.samples = &result.samples;
     fit.sharedValues = job.sharedValues.empty() ? nullptr : job.sharedValues.data();
-    const bool isFitted = pass.pointDirections && !job.triangles->empty();
+    const ktFitTask* const usedFit = pass.pointDirections && !job.triangles->empty() ? &fit : nullptr;
     std::atomic<std::uint32_t> done{0};
     if (pass.kind == ktBatchKind::Gather) {
         ktGatherTask task;
         setTask(task);
         task.light = pass.light;
         result.values.resize(3 * std::size_t(count));
-        result.counts = isFitted ? ktGatherFittedLight(task, fit, result.values.data(), done)
-                                 : ktPassCounts::ofVertices(task, ktGatherLight(task, result.values.data(), done));
+        result.counts = ktTracePass(task, usedFit, result.values.data(), done);
         return result;
     }
     ktOcclusionTask task;
     setTask(task);
     task.lights = pass.lights;
     std::vector<osg::Vec4f> traced(count);
-    result.counts = isFitted ? ktTraceFittedOcclusion(task, fit, traced.data(), done)
-                             : ktPassCounts::ofVertices(task, ktTraceOcclusion(task, traced.data(), done));
+    result.counts = ktTracePass(task, usedFit, traced.data(), done);
     result.values.reserve(4 * std::size_t(count));
     for (const osg::Vec4f& value : traced)
         result.values.insert(result.values.end(), value.getValues(), value.getValues() + 4);
