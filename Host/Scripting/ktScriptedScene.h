@@ -34,6 +34,10 @@ public:
     virtual std::string save(const std::string& path, const SaveOptions& options) = 0;
     /// Bakes the selection. @param reason set if it is refused
     virtual Bake bake(bool missingOnly, std::string& reason) = 0;
+    /// Of the open file and its last bake: JSON in the form of `ktbake --stats`. Needs an open file.
+    virtual std::string getStatistics() = 0;
+    /// Tells the statistics that a script has drawn a picture of the scene.
+    virtual void previewDrawn(double seconds) = 0;
 
     /// The scene of the application; null if scripts share none.
     static ktScriptedScene* get();

@@ -4,6 +4,8 @@
 #include "ktStudioFixture.h"
 #include "ktUndoStack.h"
 
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 #include <QAction>
 #include <QDockWidget>
 #include <QPlainTextEdit>
@@ -83,6 +85,34 @@ TEST_F(StudioScripts, GivenScriptThatOpensAndSaves_UsesTheWindow) {
     EXPECT_TRUE(window->getDocument().getOptions().multiplyColors) << "the window's options stay";
     EXPECT_THAT(type({"kthost.open('missing.glb')"}), testing::HasSubstr("missing.glb"));
     EXPECT_THAT(type({"kthost.close()"}), testing::HasSubstr("belongs to the window"));
+}
+
+TEST_F(StudioScripts, GivenFileOfTheWindow_StatisticsAreThoseOfKtbake) {
+    using nlohmann::json;
+    const auto stats = [this] { return json::parse(type({"import json; print(json.dumps(kthost.stats()))"})); };
+    EXPECT_THAT(type({"kthost.stats()"}), testing::HasSubstr("no scene is open"));
+    const std::string scene = writeBoxes(), saved = folder.file("ours.glb"), picture = folder.file("ours.png");
+    open(scene);
+    EXPECT_EQ(stats()["scene"], scene);
+    EXPECT_EQ(stats()["verticesTraced"], 0);
+    ktAmbientOcclusion::the()->setShadowQuality(0);
+    ktAmbientOcclusion::the()->setIndirectIlluminationEnabled(false);
+    trigger("start");
+    EXPECT_TRUE(window->getDocument().saveAs(QString::fromStdString(saved)));
+    EXPECT_EQ(type({("kthost.preview('" + picture + "', 64, 48)").c_str()}), "");
+    json ours = stats();
+    for (const char* name : {"read", "tracing", "write", "preview", "total"})
+        EXPECT_GT(ours["seconds"][name], 0) << name;
+    EXPECT_EQ(ours["output"], saved);
+    bakedByKtbake(scene, {"--shadow-quality", "0", "--no-indirect", "--stats", "ktbake.json"});
+    json theirs = json::parse(readFile(folder.file("ktbake.json")));
+    for (json* one : {&ours, &theirs})
+        for (const char* name : {"scene", "output", "seconds", "warnings", "peakMemoryMiB"})
+            EXPECT_EQ(one->erase(name), 1u) << name;
+    EXPECT_EQ(ours, theirs);
+    open(writeBoxes("other.gltf"));
+    EXPECT_EQ(stats()["scene"], folder.file("other.gltf"));
+    EXPECT_EQ(stats()["verticesTraced"], 0);
 }
 
 TEST_F(StudioScripts, GivenEndlessLoop_TheWindowLivesAndCancelEndsIt) {

@@ -382,6 +382,7 @@ bool ktStudioDocument::savePreview(const QString& picturePath, const ktPreviewOp
     if (!file || reading)
         return false;
     std::string reason;
+    const auto started = Clock::now();
     {
         const Work work(*this, tr("Drawing %1").arg(QFileInfo(picturePath).fileName()));
         if (!loadPictures())
@@ -396,8 +397,10 @@ bool ktStudioDocument::savePreview(const QString& picturePath, const ktPreviewOp
         const QString text = tr("%1: the picture cannot be written: %2").arg(picturePath, reason.c_str());
         ktLog::error("%s", qUtf8Printable(text));
         emit failed(text);
+        return false;
     }
-    return reason.empty();
+    emit previewDrawn(secondsSince(started));
+    return true;
 }
 
 void ktStudioDocument::setOptions(const ktStudioOptions& newOptions, const QString& text) {

@@ -137,6 +137,7 @@ signals:
     void modifiedChanged(bool isModified);
     void optionsChanged();
     void saved(const QString& path, double seconds);
+    void previewDrawn(double seconds);
     void failed(const QString& reason);
     /// Another program has changed the file that was read.
     void changedOnDisk();

@@ -2,10 +2,12 @@
 // Runs Python in the window, and lets the module kthost use the window's scene.
 #include "ktStudioScripts.h"
 
+#include "ktSceneStatistics.h"
 #include "ktStudioDocument.h"
 #include "ktStudioRun.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
 #include <QMetaEnum>
 
 #ifdef KT_HAS_PYTHON
@@ -61,6 +63,11 @@ public:
         reason = refusal ? QMetaEnum::fromType<ktStudioRun::Refusal>().valueToKey(*refusal) : "it was cancelled";
         return Bake::Refused;
     }
+
+    std::string getStatistics() override {
+        return QJsonDocument(scripts.statistics.describe(scripts.document.getRoot())).toJson().toStdString();
+    }
+    void previewDrawn(double seconds) override { scripts.statistics.setPreview(seconds); }
 
     ktStudioScripts& scripts;
     ktScriptConsole console;
@@ -143,7 +150,8 @@ QStringList ktStudioScripts::complete(const QString&) {
 
 #endif
 
-ktStudioScripts::ktStudioScripts(ktStudioDocument& document_, ktStudioRun& run_) : document(document_), run(run_) {}
+ktStudioScripts::ktStudioScripts(ktStudioDocument& document_, ktStudioRun& run_, ktSceneStatistics& statistics_)
+    : document(document_), run(run_), statistics(statistics_) {}
 
 ktStudioScripts::~ktStudioScripts() = default;
 

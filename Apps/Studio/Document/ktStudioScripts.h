@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+class ktSceneStatistics;
 class ktStudioDocument;
 class ktStudioRun;
 
@@ -14,7 +15,8 @@ class ktStudioRun;
 class ktStudioScripts : public QObject {
     Q_OBJECT
 public:
-    ktStudioScripts(ktStudioDocument& document, ktStudioRun& run);
+    /// @param statistics of the document's file and its last bake
+    ktStudioScripts(ktStudioDocument& document, ktStudioRun& run, ktSceneStatistics& statistics);
     ~ktStudioScripts() override;
 
     /// Whether this program was built with an interpreter.
@@ -41,6 +43,7 @@ private:
 
     ktStudioDocument& document;
     ktStudioRun& run;
+    ktSceneStatistics& statistics;
     std::unique_ptr<Interpreter> interpreter;
     bool running = false;
 };

@@ -5,7 +5,7 @@
 #include "ktThreadCount.h"
 
 ktStudioServices::ktStudioServices()
-    : run(document, selection), scripts(document, run), edit(document), presets(document.undoStack()),
+    : run(document, selection), scripts(document, run, statistics), edit(document), presets(document.undoStack()),
       recovery(document, run) {
     ktThreadCount::setLowPriority(true); // the window stays live while a bake uses all cores
     connect(&run, &ktStudioRun::runningChanged, this, [this] { emit frozenChanged(isFrozen()); });
@@ -18,4 +18,6 @@ ktStudioServices::ktStudioServices()
     });
     connect(&document, &ktStudioDocument::saved, this,
             [this](const QString& path, double seconds) { statistics.setOutput(path.toStdString(), seconds); });
+    connect(&document, &ktStudioDocument::previewDrawn, this,
+            [this](double seconds) { statistics.setPreview(seconds); });
 }

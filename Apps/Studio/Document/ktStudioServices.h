@@ -28,12 +28,12 @@ public:
     ktStudioDocument document;
     ktStudioSelection selection;
     ktStudioRun run;
+    ktSceneStatistics statistics; ///< of the open file and its last bake
     ktStudioScripts scripts;
     ktStudioEdit edit;
     ktStudioPresets presets;
     ktStudioRecovery recovery;
     ktNodeSummaries summaries;
-    ktSceneStatistics statistics; ///< of the open file and its last bake
 
 signals:
     void frozenChanged(bool isFrozen);

@@ -67,7 +67,9 @@ bool ktHostModuleRun::bake(bool missing, const python::object& keep) {
 python::object ktHostModuleRun::stats() {
     if (ktScenegraph::getRootNode() == osg::NullFC)
         refuse("no scene is open");
-    return python::import("json").attr("loads")(ktScriptedPlugin::the().getStatistics());
+    ktScriptedScene* const shared = ktScriptedScene::get();
+    return python::import("json").attr("loads")(shared ? shared->getStatistics()
+                                                       : ktScriptedPlugin::the().getStatistics());
 }
 
 python::list ktHostModuleRun::presets() {

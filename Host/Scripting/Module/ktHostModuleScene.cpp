@@ -293,7 +293,10 @@ void ktHostModuleScene::preview(const python::object& path, int width, int heigh
     interrupt.raise();
     if (!reason.empty())
         throw ktHostModuleError(name + ": the picture cannot be written: " + reason);
-    ktScriptedPlugin::the().previewDrawn(secondsSince(begin));
+    if (ktScriptedScene* const shared = ktScriptedScene::get())
+        shared->previewDrawn(secondsSince(begin));
+    else
+        ktScriptedPlugin::the().previewDrawn(secondsSince(begin));
 }
 
 void ktHostModuleScene::selectTopNodes() {
