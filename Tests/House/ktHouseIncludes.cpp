@@ -116,13 +116,14 @@ const std::vector<Arrow> arrows = {
     {"Apps/Studio/Panels/Script/", {"Apps/Studio/Document/", "Apps/Studio/Document/Kept/"}},
     {"Apps/Studio/Panels/Scene/", {"Apps/Studio/Document/", "Apps/Studio/Document/Facts/", "AmbientOcclusion/"}},
     {"Apps/Studio/Translations/", {}},
+    {"Apps/Studio/Window/Guards/", {}},
     {"Apps/Studio/Window/Pages/", {"Apps/Studio/Document/Kept/"}},
     {"Apps/Studio/Window/",
-     {"Apps/Studio/Window/Pages/", "Apps/Studio/Document/", "Apps/Studio/Document/Kept/", "Apps/Studio/Viewport/",
-      "Apps/Studio/Panels/Calculation/", "Apps/Studio/Panels/History/", "Apps/Studio/Panels/Log/",
-      "Apps/Studio/Panels/Part/", "Apps/Studio/Panels/Run/", "Apps/Studio/Panels/Scene/", "Apps/Studio/Panels/Script/",
-      "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Files/", "Host/Files/Storage/", "Host/Scene/Types/",
-      "Host/Viewing/"}},
+     {"Apps/Studio/Window/Guards/", "Apps/Studio/Window/Pages/", "Apps/Studio/Document/", "Apps/Studio/Document/Kept/",
+      "Apps/Studio/Viewport/", "Apps/Studio/Panels/Calculation/", "Apps/Studio/Panels/History/",
+      "Apps/Studio/Panels/Log/", "Apps/Studio/Panels/Part/", "Apps/Studio/Panels/Run/", "Apps/Studio/Panels/Scene/",
+      "Apps/Studio/Panels/Script/", "Apps/Common/", "AmbientOcclusion/", "Host/Core/", "Host/Files/",
+      "Host/Files/Storage/", "Host/Scene/Types/", "Host/Viewing/"}},
 };
 
 /// The folder of a file, with a trailing '/'.

@@ -20,13 +20,10 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QTableWidget>
-#include <QToolButton>
 #include <QTreeView>
 #include <QtTest>
 
 namespace {
-
-namespace Settings = ktAmbientOcclusionSettings;
 
 class StudioPanels : public ktStudioFixture {
 protected:
@@ -47,38 +44,6 @@ protected:
         QTest::keyClick(&widget, Qt::Key_Return);
     }
 
-    // Changes the setting of a row by the keyboard or the mouse; the second argument picks the kind of the setting.
-    template <class Row>
-    void change(Row row, Settings::Switch) {
-        QTest::keyClick(&find<QCheckBox>(row.names.option), Qt::Key_Space);
-    }
-    template <class Row>
-    void change(Row row, Settings::Choice) {
-        find<QComboBox>(row.names.option).setFocus();
-        QTest::keyClick(&find<QComboBox>(row.names.option), Qt::Key_Down);
-    }
-    template <class Row>
-    void change(Row row, Settings::Integer) {
-        QTest::keyClick(&find<QDoubleSpinBox>(row.names.option), Qt::Key_Up);
-    }
-    template <class Row, class Value>
-    void change(Row row, Settings::Length<Value>) {
-        type(find<QDoubleSpinBox>(row.names.option), "12.5");
-    }
-    template <class Row>
-    void change(Row row, Settings::Real) {
-        type(find<QDoubleSpinBox>(row.names.option), "0.25");
-    }
-    template <class Row>
-    void change(Row row, Settings::Color) {
-        whenDialogShows([](QWidget& dialog) {
-            auto* const name = dialog.findChild<QLineEdit*>();
-            type(*name, "#00ff00");
-        });
-        QTest::mouseClick(&find<QAbstractButton>(row.names.option), Qt::LeftButton);
-        EXPECT_TRUE(waitFor([&] { return stack().count() > 0; }));
-    }
-
     std::vector<std::string> selectedNames() {
         std::vector<std::string> names;
         for (const osg::NodePtr& node : window->getSelection().get())
@@ -88,27 +53,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(StudioPanels, GivenEachSettingChanged_UndoAndRedoAreOneStep) {
-    int rows = 0;
-    Settings::forEachSetting([&](auto row) {
-        SCOPED_TRACE(row.names.option);
-        stack().clear();
-        const auto before = row.get(plugin());
-        change(row, row);
-        const auto after = row.get(plugin());
-        EXPECT_FALSE(after == before);
-        EXPECT_EQ(stack().count(), 1);
-        trigger("undo");
-        EXPECT_TRUE(row.get(plugin()) == before);
-        trigger("redo");
-        EXPECT_TRUE(row.get(plugin()) == after);
-        QTest::mouseClick(&find<QToolButton>(QString(row.names.option) + "Restore"), Qt::LeftButton);
-        EXPECT_TRUE(row.get(plugin()) == typename decltype(row)::Value(row.initial));
-        ++rows;
-    });
-    EXPECT_EQ(rows, 14);
-}
 
 TEST_F(StudioPanels, GivenTwoSliderDrags_AreTwoUndoSteps) {
     auto& slider = find<QSlider>("shadow-qualitySlider");

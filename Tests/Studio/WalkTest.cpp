@@ -30,12 +30,6 @@ private:
 
 class StudioWalk : public ktStudioFixture {
 protected:
-    /// Waits until the window gets the keys, also after a dialog: no window manager gives them back to it.
-    bool hasKeys() {
-        window->activateWindow();
-        return QTest::qWaitForWindowActive(window.get());
-    }
-
     bool hasAnswered = false; // a click
 };
 

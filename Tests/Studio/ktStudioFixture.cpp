@@ -64,6 +64,11 @@ void ktStudioFixture::open(const std::string& path) {
     ASSERT_TRUE(window->getDocument().isOpen()) << message().toStdString();
 }
 
+bool ktStudioFixture::hasKeys() {
+    window->activateWindow();
+    return QTest::qWaitForWindowActive(window.get());
+}
+
 QAction& ktStudioFixture::action(const char* name) {
     auto* const found = window->findChild<QAction*>(name);
     if (!found)

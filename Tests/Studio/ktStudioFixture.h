@@ -20,6 +20,8 @@ protected:
     std::string writeBoxes(const std::string& name = "boxes.gltf");
     /// Opens a file as the user does and waits until it is read.
     void open(const std::string& path);
+    /// Waits until the window gets the keys, also after a dialog or a menu: no window manager gives them back to it.
+    bool hasKeys();
     /// Triggers the action of this name; fails if it is disabled.
     void trigger(const char* action);
     QAction& action(const char* name);

@@ -286,8 +286,8 @@
             <translation>Protokoll</translation>
         </message>
         <message>
-            <source>A click selects the part that a line names in quotes.</source>
-            <translation>Ein Klick wählt das Teil aus, das eine Zeile in Anführungszeichen nennt.</translation>
+            <source>A click or Enter selects the part that a line names in quotes.</source>
+            <translation>Ein Klick oder die Eingabetaste wählt das Teil aus, das eine Zeile in Anführungszeichen nennt.</translation>
         </message>
         <message>
             <source>Errors</source>
@@ -897,6 +897,10 @@
     </context>
     <context>
         <name>ktScenePanel</name>
+        <message>
+            <source>Find parts</source>
+            <translation>Teile finden</translation>
+        </message>
         <message>
             <source>Select by name or path: wheel, body/door*</source>
             <translation>Nach Name oder Pfad auswählen: wheel, body/door*</translation>

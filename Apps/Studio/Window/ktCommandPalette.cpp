@@ -15,7 +15,9 @@ ktCommandPalette::ktCommandPalette(const QList<QAction*>& actions_, QWidget* par
     setWindowTitle(tr("Commands"));
     text->setObjectName("commandText");
     text->setPlaceholderText(tr("Part of a command's name"));
+    text->setAccessibleName(tr("Part of a command's name"));
     text->installEventFilter(this);
+    list->setAccessibleName(windowTitle());
     auto* rows = new QVBoxLayout(this);
     rows->addWidget(text);
     rows->addWidget(list);

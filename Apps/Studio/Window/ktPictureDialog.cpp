@@ -42,6 +42,7 @@ ktPictureDialog::ktPictureDialog(Kind kind, const QStringList& views, QWidget* p
     headlight->setChecked(preferences.get("picture/headlight", false).toBool());
     count->setObjectName("count");
     count->setRange(2, 9999);
+    count->setAccessibleName(tr("Pictures of a full turn"));
     count->setValue(preferences.get("picture/count", 36).toInt());
     count->setToolTip(tr("The files get the numbers 0001, 0002 and so on"));
     if (kind == Kind::Preview) {

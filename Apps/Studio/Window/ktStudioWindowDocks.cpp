@@ -13,6 +13,7 @@
 #include "ktScriptPanel.h"
 #include "ktShortcutDialog.h"
 #include "ktStudioWindow.h"
+#include "ktUndoKeys.h"
 #include "ktVersion.h"
 #include "ktWheelGuard.h"
 
@@ -30,6 +31,7 @@ QWidget* scrolling(QWidget* panel) {
     auto* area = new QScrollArea;
     area->setWidgetResizable(true);
     area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus); // it follows the widget that has the keyboard
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setWidget(panel);
     new ktWheelGuard(panel);
@@ -44,6 +46,7 @@ void ktStudioWindow::makeDocks() {
         auto* dock = new QDockWidget(title, this);
         dock->setObjectName(name);
         dock->setWidget(content);
+        new ktUndoKeys(content);
         addDockWidget(area, dock);
         dockMenu->addAction(dock->toggleViewAction());
         return dock;

@@ -39,6 +39,8 @@ void ktStudioPresets::apply(const QString& name) {
 }
 
 void ktStudioPresets::change(const QString& text, const std::function<ktPresetStore::Result()>& act) {
+    if (ktPresetStore::readFile().isEmpty()) // somebody has removed it: undo needs what is in memory
+        ktAmbientOcclusion::the()->writePreset();
     const QByteArray before = ktPresetStore::readFile();
     const ktPresetStore::Result result = act();
     const QByteArray after = ktPresetStore::readFile();

@@ -23,6 +23,7 @@ ktPresetBar::ktPresetBar(ktStudioServices& services_, QWidget* parent)
     apply->setObjectName("applyPreset");
     apply->setToolTip(tr("Set all settings but the mode from the preset"));
     auto* more = new QToolButton(this);
+    more->setObjectName("changePresets");
     more->setText(tr("Change"));
     more->setToolTip(tr("Save, rename, delete and order presets"));
     more->setPopupMode(QToolButton::InstantPopup);

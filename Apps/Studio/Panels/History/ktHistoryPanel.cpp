@@ -9,6 +9,7 @@
 
 ktHistoryPanel::ktHistoryPanel(ktStudioServices& services, QWidget* parent)
     : QUndoView(&services.document.undoStack(), parent) {
+    setObjectName("history");
     setEmptyLabel(tr("As opened"));
     setCleanIcon(style()->standardIcon(QStyle::SP_DialogSaveButton));
     setAccessibleName(tr("History"));

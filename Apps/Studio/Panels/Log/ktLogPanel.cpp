@@ -63,7 +63,7 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     const int size = style()->pixelMetric(QStyle::PM_SmallIconSize);
     list->setIconSize({size, size});
     list->setAccessibleName(tr("Log"));
-    list->setToolTip(tr("A click selects the part that a line names in quotes."));
+    list->setToolTip(tr("A click or Enter selects the part that a line names in quotes."));
 
     auto* level = new QComboBox(this);
     level->setObjectName("logLevel");
@@ -78,8 +78,10 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     text->setToolTip(tr("Show only lines that contain this text"));
     text->setClearButtonEnabled(true);
     auto* copying = new QPushButton(tr("Copy"), this);
+    copying->setObjectName("logCopy");
     copying->setToolTip(tr("Copy the selected lines, or all"));
     auto* clearing = new QPushButton(tr("Clear"), this);
+    clearing->setObjectName("logClear");
     clearing->setToolTip(tr("Remove all lines"));
 
     auto* rows = new QVBoxLayout(this);
@@ -97,9 +99,10 @@ ktLogPanel::ktLogPanel(ktStudioServices& services_, QWidget* parent)
     connect(text, &QLineEdit::textChanged, filter, &QSortFilterProxyModel::setFilterFixedString);
     connect(copying, &QPushButton::clicked, this, &ktLogPanel::copy);
     connect(clearing, &QPushButton::clicked, &services.log, &ktStudioLog::clear);
-    connect(list, &QListView::clicked, this,
-            [this](const QModelIndex& index) { selectNamed(index.data().toString()); });
-    auto* scrolling = new QTimer(this); // to the last of several lines, when nothing else is to do
+    const auto selectPart = [this](const QModelIndex& index) { selectNamed(index.data().toString()); };
+    connect(list, &QListView::clicked, this, selectPart);
+    connect(list, &QListView::activated, this, selectPart); // by the keyboard
+    auto* scrolling = new QTimer(this);                     // to the last of several lines, when nothing else is to do
     scrolling->setSingleShot(true);
     scrolling->setInterval(scrollDelay_ms);
     connect(scrolling, &QTimer::timeout, list, &QListView::scrollToBottom);

@@ -22,6 +22,7 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     text->setToolTip(
         tr("Enter selects all nodes of this name, else those of a path with the wildcards *, ? and [...]"));
     text->setClearButtonEnabled(true);
+    text->setAccessibleName(tr("Find parts"));
     found->setVisible(false);
     tree->setObjectName("sceneTree");
     tree->setAccessibleName(tr("Scene"));

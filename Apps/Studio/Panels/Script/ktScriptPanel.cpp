@@ -30,10 +30,12 @@ ktScriptPanel::ktScriptPanel(ktStudioServices& services_, QWidget* parent)
     input->setToolTip(tr("Python: Enter runs a statement, Tab completes a name, up and down bring earlier ones"));
     input->setHistory(ktStudioPreferences::the().get(historyKey).toStringList());
     auto* file = new QPushButton(tr("Run a file…"), this);
+    file->setObjectName("runScriptFile");
     auto* cancel = new QPushButton(tr("Cancel"), this);
     cancel->setObjectName("cancelScript");
     cancel->setEnabled(false);
     auto* clear = new QPushButton(tr("Clear"), this);
+    clear->setObjectName("clearScript");
     file->setToolTip(tr("Run a Python script with the scene of this window"));
     cancel->setToolTip(tr("Stop the statements that run"));
     clear->setToolTip(tr("Remove what was printed"));
