@@ -10,7 +10,10 @@
 #include <QApplication>
 #include <QDialog>
 #include <QDockWidget>
+#include <QListWidget>
+#include <QMenuBar>
 #include <QTableWidget>
+#include <QToolButton>
 #include <QTreeView>
 #include <QtTest>
 #include <set>
@@ -129,4 +132,37 @@ TEST_F(StudioCommands, GivenWidgetsAndToolBars_EachHasATooltip) {
     EXPECT_EQ(action("save").toolTip().toStdString(), "Save the scene with its baked light (Ctrl+S)");
     for (const QAction* command : window->actions())
         EXPECT_FALSE(command->toolTip().isEmpty()) << command->objectName().toStdString();
+}
+
+TEST_F(StudioCommands, GivenPalette_ListsAllThatMenusOfferNow) {
+    open(KT_MODELS "/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb");
+    std::vector<std::string> offered;
+    const std::function<void(QMenu&)> visit = [&](QMenu& menu) {
+        emit menu.aboutToShow();
+        for (const QAction* action : menu.actions())
+            if (action->menu())
+                visit(*action->menu());
+            else if (!action->isSeparator() && action->isEnabled())
+                offered.push_back(action->text().remove('&').toStdString());
+    };
+    for (const QAction* action : window->menuBar()->actions())
+        visit(*action->menu());
+    for (const QAction* action : window->findChild<QToolButton*>("changePresets")->menu()->actions())
+        if (!action->isSeparator())
+            offered.push_back(action->text().toStdString());
+    EXPECT_GT(offered.size(), 80u);
+    std::vector<std::string> listed;
+    whenDialogShows([&](QWidget& dialog) {
+        const auto& list = *dialog.findChild<QListWidget*>();
+        for (int row = 0; row < list.count(); ++row)
+            listed.push_back(list.item(row)->text().toStdString());
+        auto* const text = dialog.findChild<QWidget*>("commandText");
+        QTest::keyClicks(text, "panels: history");
+        QTest::keyClick(text, Qt::Key_Return);
+    });
+    trigger("commands");
+    auto* const history = window->findChild<QDockWidget*>("historyDock");
+    EXPECT_TRUE(waitFor([&] { return history->isHidden(); })) << "the palette switches a panel off";
+    for (const std::string& text : offered)
+        EXPECT_THAT(listed, testing::Contains(testing::HasSubstr(text)));
 }

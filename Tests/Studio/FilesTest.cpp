@@ -1,36 +1,25 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Opens and saves files in the window: unsaved changes, broken and changed files, dropped files.
 #include "ktAmbientOcclusion.h"
+#include "ktBoxScene.h"
+#include "ktSceneView.h"
 #include "ktStudioFixture.h"
 #include "ktStudioPreferences.h"
 #include "ktUndoStack.h"
+#include "ktViewCamera.h"
 
 #include <gmock/gmock.h>
 #include <QAction>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QMessageBox>
-#include <QMimeData>
 #include <QPushButton>
 #include <QSemaphore>
 #include <QTimer>
 #include <QtTest>
-#include <QUrl>
 #include <thread>
 
 using StudioFiles = ktStudioFixture;
 
 namespace {
-
-void drop(QWidget& window, const std::string& path) {
-    QMimeData data;
-    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(path))});
-    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(&window, &enter);
-    ASSERT_TRUE(enter.isAccepted());
-    QDropEvent event(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(&window, &event);
-}
 
 void press(QWidget& dialog, QMessageBox::StandardButton button) {
     auto* const box = qobject_cast<QMessageBox*>(&dialog);
@@ -51,7 +40,7 @@ TEST_F(StudioFiles, GivenNoScene_OffersOnlyWhatCanBeDone) {
 
 TEST_F(StudioFiles, GivenDroppedFile_OpensIt) {
     const std::string scene = writeBoxes();
-    drop(*window, scene);
+    drop({scene});
     EXPECT_TRUE(waitFor([&] { return window->getDocument().isOpen(); }));
     EXPECT_EQ(window->getDocument().getPath().toStdString(), scene);
     EXPECT_THAT(window->windowTitle().toStdString(), testing::HasSubstr("boxes.gltf"));
@@ -62,7 +51,7 @@ TEST_F(StudioFiles, GivenDroppedFile_OpensIt) {
 TEST_F(StudioFiles, GivenDroppedBrokenFile_NamesItAndKeepsTheScene) {
     const std::string scene = writeBoxes();
     open(scene);
-    drop(*window, folder.write("broken.glb", "glTF but no more"));
+    drop({folder.write("broken.glb", "glTF but no more")});
     EXPECT_TRUE(waitFor([&] { return !message().isEmpty(); }));
     EXPECT_THAT(message().toStdString(), testing::HasSubstr("broken.glb"));
     EXPECT_EQ(window->getDocument().getPath().toStdString(), scene);
@@ -149,28 +138,30 @@ TEST_F(StudioFiles, GivenFolderInPlaceOfTheOutput_SaysWhyItIsNotSaved) {
     EXPECT_TRUE(window->isWindowModified());
 }
 
-TEST_F(StudioFiles, GivenFileThatChangesOnDisk_OffersToReadItAgainAndKeepsTheSelection) {
+TEST_F(StudioFiles, GivenFileThatChangesOnDisk_OffersToReadItAgainAndKeepsSelectionAndCamera) {
     const std::string scene = writeBoxes();
     open(scene);
     window->getSelection().selectByText("right");
+    auto* const view = window->findChild<ktSceneView*>();
+    QTest::keyClick(view, Qt::Key_Right);
+    QTest::keyClick(view, Qt::Key_Plus);
+    const ktViewCamera camera = view->camera();
+    const auto readAgain = [&] {
+        EXPECT_TRUE(waitFor([&] { return message().contains("changed on disk"); }));
+        pressInMessage("Read again");
+        ASSERT_EQ(window->getSelection().get().size(), 1u);
+        EXPECT_EQ(ktStudioEdit::nameOf(window->getSelection().get().front()), "right");
+        EXPECT_EQ(view->camera().eye(), camera.eye());
+        EXPECT_EQ(view->camera().target(), camera.target());
+    };
     QTest::qWait(50);
     folder.write("boxes.gltf", readFile(scene) + "\n");
-    EXPECT_TRUE(waitFor([&] { return message().contains("changed on disk"); }));
-    pressInMessage("Read again");
-    ASSERT_EQ(window->getSelection().get().size(), 1u);
-    EXPECT_EQ(ktStudioEdit::nameOf(window->getSelection().get().front()), "right");
-}
-
-TEST_F(StudioFiles, GivenFileWithoutUnit_OffersPlausibleSizes) {
-    std::string points;
-    for (const char* point : {"0 0 0", "800 0 0", "0 300 0", "0 0 100"})
-        points += std::string("v ") + point + "\n";
-    open(folder.write("part.obj", points + "f 1 2 3\nf 1 3 4\nf 1 4 2\n"));
-    EXPECT_NEAR(window->getDocument().getDiagonal(), 3000, 1);
-    ASSERT_TRUE(waitFor([this] { return !message().isEmpty(); })) << "it comes after the first picture";
-    pressInMessage("0.86 m (unit: mm)");
-    EXPECT_NEAR(window->getDocument().getDiagonal(), 860.2, 0.1);
-    EXPECT_EQ(window->getDocument().getReadOptions().unit, "mm");
+    readAgain();
+    // As programs do that keep the old file until the new one is whole. The boxes are farther apart.
+    const std::string other = folder.write("new.gltf", makeBoxes({{"left", {0, 0, 0}}, {"right", {4, 0, 0}}}).dump());
+    std::filesystem::rename(other, scene);
+    readAgain();
+    EXPECT_GT(window->getDocument().getDiagonal(), 5000);
 }
 
 TEST_F(StudioFiles, GivenGroundPlaneInTheReadingOptions_BakesTheBytesOfKtbake) {

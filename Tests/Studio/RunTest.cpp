@@ -11,6 +11,9 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <QAction>
+#include <QJsonObject>
+#include <QLabel>
+#include <QtTest>
 
 using StudioRun = ktStudioFixture;
 
@@ -201,4 +204,55 @@ TEST_F(StudioRun, GivenCloseWhileBaking_CancelsAndCloses) {
     trigger("start");
     EXPECT_TRUE(waitFor([&] { return !window->isVisible(); }));
     EXPECT_FALSE(window->getDocument().isModified());
+}
+
+TEST_F(StudioRun, GivenKeysThatBake_TheKeyboardIsWhereItWas) {
+    open(writeBoxes());
+    ktAmbientOcclusion::the()->setShadowQuality(0);
+    for (const char* name : {"max-distance", "sceneSearch"}) {
+        ASSERT_TRUE(hasKeys());
+        auto* const field = window->findChild<QWidget*>(name);
+        field->setFocus();
+        ASSERT_TRUE(field->hasFocus());
+        QTest::keyClick(field, Qt::Key_B, Qt::ControlModifier);
+        EXPECT_TRUE(window->isWindowModified());
+        EXPECT_TRUE(field->hasFocus()) << name;
+        trigger("undo");
+    }
+    auto* const bake = window->findChild<QWidget*>("bakeButton");
+    bake->setFocus();
+    QTest::keyClick(bake, Qt::Key_Space);
+    EXPECT_TRUE(window->isWindowModified());
+    EXPECT_TRUE(bake->hasFocus());
+}
+
+TEST_F(StudioRun, GivenFittedBake_TheNextEstimateKnowsItsRays) {
+    open(writeBoxes());
+    ktAmbientOcclusion::the()->setShadowQuality(0);
+    EXPECT_TRUE(window->getRun().isEstimateLow());
+    const double vertexRays = window->getRun().estimateRays();
+    trigger("start");
+    const QJsonObject rays =
+        window->getServices().statistics.describe(window->getDocument().getRoot())["raysTraced"].toObject();
+    const double traced = rays["direct"].toDouble() + rays["indirect"].toDouble();
+    EXPECT_GT(traced, 2 * vertexRays);
+    EXPECT_FALSE(window->getRun().isEstimateLow());
+    EXPECT_NEAR(window->getRun().estimateRays(), traced, 1e-9 * traced);
+    ktStudioOptions options;
+    options.fit = ktFitMode::Vertices;
+    window->getDocument().setOptions(options, "fit");
+    EXPECT_EQ(window->getRun().estimateRays(), vertexRays);
+    EXPECT_FALSE(window->getRun().isEstimateLow());
+}
+
+TEST_F(StudioRun, GivenOtherSelectionDuringWork_TheEstimateFollowsAfterIt) {
+    open(writeBoxes());
+    const auto* const estimate = window->findChild<QLabel*>("estimate");
+    EXPECT_TRUE(waitFor([estimate] { return estimate->text().contains("rays"); }));
+    {
+        const ktStudioDocument::Work work(window->getDocument(), "work");
+        window->getSelection().clear();
+        QTest::qWait(300); // the estimate is due meanwhile
+    }
+    EXPECT_TRUE(waitFor([estimate] { return estimate->text() == "Nothing is selected."; }));
 }

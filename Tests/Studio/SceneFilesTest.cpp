@@ -13,15 +13,11 @@
 #include <QAction>
 #include <QComboBox>
 #include <QDoubleSpinBox>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QImage>
 #include <QLineEdit>
-#include <QMimeData>
 #include <QtTest>
-#include <QUrl>
 #include <set>
 
 namespace {
@@ -152,12 +148,7 @@ TEST_F(StudioSceneFiles, GivenBakedAddedFile_SavesItBesideTheFirst) {
 
 TEST_F(StudioSceneFiles, GivenDropWithShift_AddsTheFile) {
     open(writeBox("left.gltf", 0));
-    QMimeData data;
-    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(writeBox("right.gltf", 1.2f)))});
-    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::ShiftModifier);
-    QCoreApplication::sendEvent(window.get(), &enter);
-    QDropEvent event(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::ShiftModifier);
-    QCoreApplication::sendEvent(window.get(), &event);
+    drop({writeBox("right.gltf", 1.2f)}, Qt::ShiftModifier);
     EXPECT_TRUE(waitFor([&] { return window->getDocument().getAddedPaths().size() == 1; }));
     EXPECT_THAT(window->getDocument().getPath().toStdString(), testing::EndsWith("left.gltf"));
 }

@@ -12,8 +12,12 @@
 #include <QAction>
 #include <QApplication>
 #include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
 #include <QPushButton>
 #include <QtTest>
+#include <QUrl>
 
 namespace Settings = ktAmbientOcclusionSettings;
 
@@ -79,6 +83,19 @@ QAction& ktStudioFixture::action(const char* name) {
 void ktStudioFixture::trigger(const char* name) {
     ASSERT_TRUE(action(name).isEnabled()) << name;
     action(name).trigger();
+}
+
+void ktStudioFixture::drop(const std::vector<std::string>& paths, Qt::KeyboardModifiers modifiers) {
+    QMimeData data;
+    QList<QUrl> urls;
+    for (const std::string& path : paths)
+        urls << QUrl::fromLocalFile(QString::fromStdString(path));
+    data.setUrls(urls);
+    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, modifiers);
+    QCoreApplication::sendEvent(window.get(), &enter);
+    ASSERT_TRUE(enter.isAccepted());
+    QDropEvent event(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, modifiers);
+    QCoreApplication::sendEvent(window.get(), &event);
 }
 
 void ktStudioFixture::pressInMessage(const QString& text) {

@@ -25,6 +25,8 @@ protected:
     /// Triggers the action of this name; fails if it is disabled.
     void trigger(const char* action);
     QAction& action(const char* name);
+    /// Drops files on the window.
+    void drop(const std::vector<std::string>& paths, Qt::KeyboardModifiers modifiers = {});
     /// Presses the button with this text in the newest message.
     void pressInMessage(const QString& text);
     /// Saves to a new file and returns its content.

@@ -82,6 +82,8 @@ public:
     /// Reads a copy of a scene (see saveCopy()) as that scene, with unsaved changes.
     bool openCopy(const QString& copyPath, const QString& scenePath, const ktStudioReadOptions& options);
     void cancelReading();
+    /// Whether the last reading, or other Work, was cancelled.
+    bool isCancelled() const { return isReadingCancelled; }
     /// Decodes the pictures, which bounced light needs. Handles events meanwhile; cancelReading() ends it. False, with
     /// failed(), if memory runs out.
     bool loadPictures();

@@ -195,6 +195,7 @@ bool ktStudioRun::calculate(bool missingOnly) {
     progress = std::make_unique<ktRunProgress>(*counter, countSelectedVertices());
     lastUpdate_s = lastRays_s = 0;
     refining.clear();
+    const double vertexRays = countVertexRays();
     const bool hasRun = plugin.startCalculation(missingOnly);
     std::cout.flush();
     const ktRunEnd end = ktControllerState::getLastRunEnd();
@@ -208,6 +209,9 @@ bool ktStudioRun::calculate(bool missingOnly) {
     }
     if (tracing > leastMeasured_s)
         measuredRaysPerSecond = tracedRays() / tracing;
+    if (end.kind == ktRunEnd::Done && vertexRays > 0 && options.fit == ktFitMode::Surface &&
+        !plugin.isSubdivideEnabled())
+        surfaceRayFactor = tracedRays() / vertexRays;
     QCoreApplication::processEvents(); // what follows takes its time, too
     before.keepChanges();
     const bool isDone = end.kind == ktRunEnd::Done;
@@ -297,6 +301,15 @@ void ktStudioRun::useSettings() {
 }
 
 double ktStudioRun::estimateRays() const {
+    const bool isFitted = document.getOptions().fit == ktFitMode::Surface;
+    return countVertexRays() * (isFitted && surfaceRayFactor > 0 ? surfaceRayFactor : 1);
+}
+
+bool ktStudioRun::isEstimateLow() const {
+    return document.getOptions().fit == ktFitMode::Surface && surfaceRayFactor == 0;
+}
+
+double ktStudioRun::countVertexRays() const {
     constexpr double shadowRays[] = {64, 256, 1024, 2304, 4096, 16384}, gatherRays[] = {64, 256, 576, 1024, 2304};
     const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
     const int shadow = plugin.getShadowQuality(), gather = plugin.getGatherQuality();

@@ -65,8 +65,11 @@ public:
     /// Loads the settings that the first selected node was baked with.
     void useSettings();
 
-    /// Rays that start() would trace, without refinement.
+    /// Rays that start() would trace, without refinement. Fitting light to surfaces takes more rays than the vertices
+    /// alone; how many more is known from the last bake.
     double estimateRays() const;
+    /// Whether estimateRays() knows no bake with the same fit, and is a lower limit.
+    bool isEstimateLow() const;
     /// Their time by the rate of the runs so far; negative: not known.
     double estimateSeconds() const;
 
@@ -81,6 +84,7 @@ signals:
 private:
     bool refuse(Refusal why);
     bool calculate(bool missingOnly);
+    double countVertexRays() const;
     void update();
     void giveHint();
 
@@ -94,4 +98,5 @@ private:
     double lastUpdate_s = 0, lastRays_s = 0;
     QString refining;                 ///< round of refinement; empty outside
     double measuredRaysPerSecond = 0; ///< of the last run that was long enough to measure
+    double surfaceRayFactor = 0;      ///< rays of the last fitted bake to those of its vertices alone; 0: none yet
 };

@@ -639,6 +639,10 @@
     <context>
         <name>ktPresetBar</name>
         <message>
+            <source>Change presets</source>
+            <translation>Vorlagen ändern</translation>
+        </message>
+        <message>
             <source>Presets</source>
             <translation>Vorlagen</translation>
         </message>
@@ -822,6 +826,10 @@
         <message>
             <source>Nothing is selected.</source>
             <translation>Nichts ist ausgewählt.</translation>
+        </message>
+        <message>
+            <source>At least %1 rays</source>
+            <translation>Mindestens %1 Strahlen</translation>
         </message>
         <message>
             <source>About %1 rays</source>

@@ -10,8 +10,8 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-ktCommandPalette::ktCommandPalette(const QList<QAction*>& actions_, QWidget* parent)
-    : QDialog(parent), actions(actions_), text(new QLineEdit(this)), list(new QListWidget(this)) {
+ktCommandPalette::ktCommandPalette(Commands commands_, QWidget* parent)
+    : QDialog(parent), commands(std::move(commands_)), text(new QLineEdit(this)), list(new QListWidget(this)) {
     setWindowTitle(tr("Commands"));
     text->setObjectName("commandText");
     text->setPlaceholderText(tr("Part of a command's name"));
@@ -30,13 +30,13 @@ ktCommandPalette::ktCommandPalette(const QList<QAction*>& actions_, QWidget* par
 
 void ktCommandPalette::filter(const QString& wanted) {
     list->clear();
-    for (int i = 0; i < actions.size(); ++i) {
-        const QString name = actions[i]->text().remove('&');
-        if (!actions[i]->isEnabled() || !name.contains(wanted, Qt::CaseInsensitive))
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        const auto& [name, action] = commands[i];
+        if (!action->isEnabled() || !name.contains(wanted, Qt::CaseInsensitive))
             continue;
-        const QString keys = actions[i]->shortcut().toString(QKeySequence::NativeText);
+        const QString keys = action->shortcut().toString(QKeySequence::NativeText);
         auto* item = new QListWidgetItem(keys.isEmpty() ? name : name + "  (" + keys + ")", list);
-        item->setData(Qt::UserRole, i);
+        item->setData(Qt::UserRole, static_cast<int>(i));
     }
     if (list->count() == 0)
         new QListWidgetItem(tr("No command that can be used now is called so."), list);
@@ -47,7 +47,7 @@ void ktCommandPalette::start() {
     const QListWidgetItem* const item = list->currentItem();
     if (!item || item->data(Qt::UserRole).isNull())
         return;
-    QAction* const action = actions[item->data(Qt::UserRole).toInt()];
+    QAction* const action = commands[static_cast<std::size_t>(item->data(Qt::UserRole).toInt())].second;
     accept();
     // When this dialog is gone: the command may open another one, or bake.
     QTimer::singleShot(0, action, &QAction::trigger);

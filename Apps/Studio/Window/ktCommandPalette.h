@@ -2,6 +2,9 @@
 #pragma once
 
 #include <QDialog>
+#include <QString>
+#include <utility>
+#include <vector>
 
 class QAction;
 class QLineEdit;
@@ -11,7 +14,10 @@ class QListWidget;
 class ktCommandPalette : public QDialog {
     Q_OBJECT
 public:
-    ktCommandPalette(const QList<QAction*>& actions, QWidget* parent);
+    /// Names without marks of keys, and what they start.
+    using Commands = std::vector<std::pair<QString, QAction*>>;
+
+    ktCommandPalette(Commands commands, QWidget* parent);
 
 protected:
     bool eventFilter(QObject* object, QEvent* event) override;
@@ -20,7 +26,7 @@ private:
     void filter(const QString& text);
     void start();
 
-    const QList<QAction*> actions;
+    const Commands commands;
     QLineEdit* text;
     QListWidget* list;
 };

@@ -3,6 +3,7 @@
 #include "ktStudioWindow.h"
 
 #include "ktEmptyPage.h"
+#include "ktFocusReturn.h"
 #include "ktHostSignals.h"
 #include "ktMessageBar.h"
 #include "ktReadingPage.h"
@@ -43,6 +44,7 @@ ktStudioWindow::ktStudioWindow() {
         if (!command->shortcut().isEmpty())
             command->setToolTip(
                 QString("%1 (%2)").arg(command->toolTip(), command->shortcut().toString(QKeySequence::NativeText)));
+    focusReturn = new ktFocusReturn(this);
     connectServices();
     connectView();
     firstState = saveState();
@@ -164,8 +166,9 @@ void ktStudioWindow::connectServices() {
                        tr("%1 has changed on disk.").arg(QFileInfo(document.getPath()).fileName()),
                        {{tr("Read again"), [this] { findChild<QAction*>("readAgain")->trigger(); }}}, "changed");
     });
-    connect(&document, &ktStudioDocument::failed, this,
-            [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason, {}, "file"); });
+    connect(&document, &ktStudioDocument::failed, this, [this](const QString& reason) {
+        messages->show(ktMessageBar::Level::Error, reason, {}, "file: " + reason);
+    });
     connect(&services.presets, &ktStudioPresets::failed, this,
             [this](const QString& reason) { messages->show(ktMessageBar::Level::Error, reason, {}, "presets"); });
     connect(&run, &ktStudioRun::runningChanged, this, [this](bool isRunning) {
@@ -181,6 +184,8 @@ void ktStudioWindow::connectServices() {
     connect(&services, &ktStudioServices::frozenChanged, this, [this] {
         view->setHurried(isFrozen());
         updateActions();
+        if (!isFrozen())
+            focusReturn->giveBack();
         closeWhenIdle();
     });
     connect(&run, &ktStudioRun::refused, this, &ktStudioWindow::showRefusal);

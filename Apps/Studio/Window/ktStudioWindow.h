@@ -9,6 +9,7 @@
 #include <QMainWindow>
 
 class ktEmptyPage;
+class ktFocusReturn;
 class ktMessageBar;
 class ktReadingPage;
 class ktScenePanel;
@@ -29,7 +30,7 @@ public:
 
     /// Opens a file; asks first what to do with unsaved changes.
     void openFile(const QString& path, const ktStudioReadOptions& options = {});
-    /// Opens the first file as above and adds the others.
+    /// Opens the first file that can be read, as above, and adds those after it.
     void openFiles(const QStringList& paths, const ktStudioReadOptions& options = {});
 
     /// For the start of the program: offers what an earlier process has left unsaved, and starts OpenGL.
@@ -62,6 +63,9 @@ private:
     void connectView();
     void connectServices();
 
+    bool readFile(const QString& path, const ktStudioReadOptions& options);
+    /// What the menus and the buttons with menus offer, with names for a list.
+    std::vector<std::pair<QString, QAction*>> findCommands();
     void chooseFile();
     void chooseOutput();
     void save();
@@ -108,6 +112,7 @@ private:
     QTimer* readingDelay = nullptr; ///< a short reading shows no page
     QTimer* warmUpEnd = nullptr;    ///< while OpenGL starts
     ktPaintPause paintPause{*this};
+    ktFocusReturn* focusReturn = nullptr;
     ktWorkBar* workBar = nullptr;
     ktSceneView* view = nullptr;
     ktScenePanel* scenePanel = nullptr;

@@ -23,6 +23,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScrollArea>
+#include <QToolButton>
 
 namespace {
 
@@ -102,10 +103,34 @@ void ktStudioWindow::addGoingTo(const QList<QDockWidget*>& docks) {
     }
 }
 
+std::vector<std::pair<QString, QAction*>> ktStudioWindow::findCommands() {
+    std::vector<std::pair<QString, QAction*>> commands;
+    const auto withoutMark = [](QString text) {
+        text.replace("&&", QChar(0)).remove('&').replace(QChar(0), '&');
+        return text;
+    };
+    const std::function<void(QMenu*, const QString&)> addMenu = [&](QMenu* menu, const QString& title) {
+        emit menu->aboutToShow(); // fills it
+        for (QAction* const action : menu->actions()) {
+            const QString text = withoutMark(action->text());
+            if (action->menu())
+                addMenu(action->menu(), text);
+            else if (!action->isSeparator())
+                commands.emplace_back(actions().contains(action) ? text : title + ": " + text, action);
+        }
+    };
+    for (const QAction* menu : menuBar()->actions())
+        addMenu(menu->menu(), withoutMark(menu->text()));
+    for (const QToolButton* button : findChildren<QToolButton*>())
+        if (button->menu() && !button->objectName().startsWith("qt_"))
+            addMenu(button->menu(), button->accessibleName());
+    return commands;
+}
+
 void ktStudioWindow::makeHelpMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&Help"));
     addAction(menu, "commands", tr("&Commands…"), QKeySequence("Ctrl+Shift+P"), [this] {
-        auto* palette = new ktCommandPalette(actions(), this);
+        auto* palette = new ktCommandPalette(findCommands(), this);
         palette->setAttribute(Qt::WA_DeleteOnClose);
         palette->open();
     });

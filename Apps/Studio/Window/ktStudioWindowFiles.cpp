@@ -35,19 +35,31 @@ QString sceneFilter() {
 } // namespace
 
 void ktStudioWindow::openFile(const QString& path, const ktStudioReadOptions& options) {
-    if (isFrozen() || !mayLoseChanges())
-        return;
+    if (!isFrozen() && mayLoseChanges())
+        readFile(path, options);
+}
+
+bool ktStudioWindow::readFile(const QString& path, const ktStudioReadOptions& options) {
     // A short reading and the first picture after it need the time that panels take to become grey and come back.
     paintPause.begin();
-    if (!document.open(path, options))
+    const bool isOpened = document.open(path, options);
+    if (!isOpened)
         paintPause.end();
+    return isOpened;
 }
 
 void ktStudioWindow::openFiles(const QStringList& paths, const ktStudioReadOptions& options) {
-    openFile(paths.first(), options);
-    const QStringList others = paths.mid(1);
-    if (!others.isEmpty() && document.getPath() == QFileInfo(paths.first()).absoluteFilePath())
-        addFiles(others);
+    if (isFrozen() || !mayLoseChanges())
+        return;
+    for (int i = 0; i < paths.size(); ++i) {
+        if (readFile(paths[i], options)) {
+            if (i + 1 < paths.size())
+                addFiles(paths.mid(i + 1));
+            return;
+        }
+        if (document.isCancelled())
+            return;
+    }
 }
 
 void ktStudioWindow::addFiles(const QStringList& paths) {

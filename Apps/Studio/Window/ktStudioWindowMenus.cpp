@@ -23,10 +23,11 @@ void ktStudioWindow::makeFileMenu() {
         addAction(menu, "addFiles", tr("A&dd files…"), QKeySequence("Ctrl+Shift+O"), [this] { chooseFilesToAdd(); });
     adding->setToolTip(tr("Add parts or surroundings to the open scene"));
     QMenu* recent = menu->addMenu(tr("Open &recent"));
+    recent->setObjectName("recentFiles");
     connect(recent, &QMenu::aboutToShow, this, [this, recent] {
         recent->clear();
         for (const QString& file : ktStudioPreferences::the().getRecentFiles())
-            recent->addAction(file, this, [this, file] { openFile(file); });
+            recent->addAction(QString(file).replace("&", "&&"), this, [this, file] { openFile(file); });
         recent->addSeparator();
         recent->addAction(tr("Clear this list"), &ktStudioPreferences::the(), &ktStudioPreferences::clearRecentFiles);
     });

@@ -19,6 +19,14 @@ namespace {
 constexpr int width = 200, height = 100;
 constexpr int steps = 1; // of 255, for halves and rounding
 
+// Against the preview, in steps of 255 and shares of the pixels. Edges differ: four samples a pixel here, sixteen
+// there.
+constexpr int previewSteps = 3, edgeSteps = 90;
+constexpr double mostEdgePixels = 0.08, mostSpherePixels = 0.04, mostWrongPixels = 0.002;
+constexpr int headlightSteps = 6; // the perspective turns the ray a little
+constexpr int scaledSteps = 12;   // of a large picture that was scaled down
+constexpr double mostScaledPixels = 0.02;
+
 /// The view is 4 wide and 2 high at z = 0, and (0, 0.5) is in the middle.
 class GlPicture : public testing::Test {
 protected:
@@ -173,8 +181,8 @@ TEST_F(GlPicture, GivenHeadlight_TiltedSurfacesAreDarker) {
     view.setViewMode(ktViewMode::SurfaceColours);
     expectPixel(1, 0.6, ktSrgbBytes(1, 1, 1), "off at first");
     view.setHeadlight(true);
-    // 0.3 + 0.7 * cos 60 degrees; the perspective turns the ray a little.
-    EXPECT_LE(ktColorDistance(pixel(1, 0.6), ktSrgbBytes(0.65f, 0.65f, 0.65f)), 6);
+    // 0.3 + 0.7 * cos 60 degrees
+    EXPECT_LE(ktColorDistance(pixel(1, 0.6), ktSrgbBytes(0.65f, 0.65f, 0.65f)), headlightSteps);
     expectPixel(0, 0.5, ktSrgbBytes(1, 1, 1), "facing");
 }
 
@@ -192,7 +200,7 @@ TEST_F(GlPicture, GivenHeadlightOnSmoothNormals_EqualsThePreview) {
     parts.add(geometry, stretched);
     show();
     view.setHeadlight(true);
-    EXPECT_LT(differing(view.renderPicture({width, height}), traced(true), 3), 0.04);
+    EXPECT_LT(differing(view.renderPicture({width, height}), traced(true), previewSteps), mostSpherePixels);
 }
 
 TEST_F(GlPicture, GivenTexture_ShowsItsBytes) {
@@ -287,9 +295,8 @@ TEST_F(GlPicture, GivenVertexColorsAndGradients_EqualsThePreview) {
         view.setParallelProjection(parallel);
         show();
         const QImage drawn = view.renderPicture({width, height}), reference = traced();
-        // Edges differ: four samples a pixel here, sixteen there.
-        EXPECT_LT(differing(drawn, reference, 3), 0.08) << parallel;
-        EXPECT_LT(differing(drawn, reference, 90), 0.002) << parallel;
+        EXPECT_LT(differing(drawn, reference, previewSteps), mostEdgePixels) << parallel;
+        EXPECT_LT(differing(drawn, reference, edgeSteps), mostWrongPixels) << parallel;
     }
 }
 
@@ -301,7 +308,9 @@ TEST_F(GlPicture, GivenLargePicture_TheTilesFitTogether) {
     const QImage large = view.renderPicture({4400, 2200}); // six tiles
     ASSERT_FALSE(large.isNull());
     const QImage small = view.renderPicture({width, height});
-    EXPECT_LT(differing(large.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), small, 12), 0.02);
+    EXPECT_LT(
+        differing(large.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation), small, scaledSteps),
+        mostScaledPixels);
 }
 
 TEST_F(GlPicture, GivenPlaceFarFromTheOrigin_StaysStill) {

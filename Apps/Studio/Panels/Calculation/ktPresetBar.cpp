@@ -25,6 +25,7 @@ ktPresetBar::ktPresetBar(ktStudioServices& services_, QWidget* parent)
     auto* more = new QToolButton(this);
     more->setObjectName("changePresets");
     more->setText(tr("Change"));
+    more->setAccessibleName(tr("Change presets"));
     more->setToolTip(tr("Save, rename, delete and order presets"));
     more->setPopupMode(QToolButton::InstantPopup);
     auto* menu = new QMenu(more);

@@ -67,10 +67,10 @@ ktRunPanel::ktRunPanel(ktStudioServices& services_, QWidget* parent)
     settle->setInterval(200);
     connect(settle, &QTimer::timeout, this, &ktRunPanel::showEstimate);
     const auto later = [this] { settle->start(); };
+    connect(&services, &ktStudioServices::frozenChanged, this, later); // work may be on when it is due
     connect(&services.selection, &ktStudioSelection::changed, this, later);
     connect(&services.document.undoStack(), &QUndoStack::indexChanged, this, later);
     connect(&services.document, &ktStudioDocument::opened, this, later);
-    connect(&services.run, &ktStudioRun::ended, this, later);
     showState();
     showEstimate();
 }
@@ -108,7 +108,8 @@ void ktRunPanel::showEstimate() {
         return;
     }
     const double rays = services.run.estimateRays(), seconds = services.run.estimateSeconds();
-    estimate->setText(seconds < 0   ? tr("About %1 rays").arg(countText(rays))
-                      : seconds < 1 ? tr("About %1 rays, less than a second").arg(countText(rays))
+    estimate->setText(services.run.isEstimateLow() ? tr("At least %1 rays").arg(countText(rays))
+                      : seconds < 0                ? tr("About %1 rays").arg(countText(rays))
+                      : seconds < 1                ? tr("About %1 rays, less than a second").arg(countText(rays))
                                     : tr("About %1 rays, roughly %2").arg(countText(rays), durationText(seconds)));
 }

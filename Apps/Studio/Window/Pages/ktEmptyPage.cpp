@@ -88,7 +88,8 @@ void ktEmptyPage::listRecentFiles() {
         return;
     recent->addWidget(new QLabel("<b>" + tr("Recent files") + "</b>", this));
     for (const QString& file : files.mid(0, 5)) {
-        auto* link = new QPushButton(QFileInfo(file).fileName(), this);
+        auto* link = new QPushButton(QFileInfo(file).fileName().replace("&", "&&"), this);
+        link->setObjectName("recent");
         link->setFlat(true);
         link->setStyleSheet("text-align: left");
         link->setToolTip(file);
