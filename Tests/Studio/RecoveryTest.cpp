@@ -3,6 +3,7 @@
 #include "ktPreferences.h"
 #include "ktStudioFixture.h"
 
+#include <gmock/gmock.h>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>

@@ -9,6 +9,7 @@
 #include "ktStudioFixture.h"
 #include "ktUndoStack.h"
 
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <QAction>
 #include <QComboBox>

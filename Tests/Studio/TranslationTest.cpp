@@ -4,6 +4,7 @@
 #include "ktAppearance.h"
 #include "ktStudioFixture.h"
 
+#include <gmock/gmock.h>
 #include <QAction>
 #include <QDirIterator>
 #include <QFile>
