@@ -10,6 +10,7 @@
 #include "ktLogOutput.h"
 #include "ktNodeUtils.h"
 #include "ktPreview.h"
+#include "ktReservedMemory.h"
 #include "ktSceneCommand.h"
 #include "ktSceneFile.h"
 #include "ktScenegraph.h"
@@ -145,6 +146,11 @@ bool ktStudioDocument::letEventsIn() {
 void ktStudioDocument::cancelReading() {
     isReadingCancelled = true;
     reader->cancel();
+}
+
+void ktStudioDocument::warmUpReading() {
+    ktReserveMemory();
+    reader->warmUp();
 }
 
 std::vector<std::shared_ptr<void>> ktStudioDocument::takePrepared() {

@@ -62,6 +62,8 @@ public:
     using Preparation =
         std::function<std::shared_ptr<void>(const osg::NodePtr& root, const std::function<bool()>& isInterrupted)>;
     void setPreparation(Preparation newPreparation) { preparation = std::move(newPreparation); }
+    /// Makes memory ready for the next opening; takes some milliseconds. For an idle moment without a scene.
+    void warmUpReading();
     /// What the preparation made of the scenes that were read since the last call.
     std::vector<std::shared_ptr<void>> takePrepared();
 

@@ -24,6 +24,7 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <QWindow>
 
 static constexpr int shortReading_ms = 150;
 static constexpr int emptyWindow_ms = 100; // until it is on the screen
@@ -76,6 +77,12 @@ void ktStudioWindow::warmUp() {
     static_cast<QStackedLayout*>(pages->layout())->setStackingMode(QStackedLayout::StackAll);
     readingPage->hide();
     view->warmUp();
+    // Opening disables text fields for a moment, and each sets the pointer of the mouse again. Its first use reads
+    // files.
+    if (QWindow* const handle = windowHandle()) {
+        handle->setCursor(Qt::IBeamCursor);
+        handle->unsetCursor();
+    }
     warmUpEnd->start();
 }
 
@@ -110,8 +117,10 @@ void ktStudioWindow::makePages() {
     warmUpEnd = new QTimer(this);
     warmUpEnd->setInterval(emptyWindow_ms);
     connect(warmUpEnd, &QTimer::timeout, this, [this] {
-        if (!view->isWarmingUp())
-            endWarmUp();
+        if (view->isWarmingUp())
+            return;
+        endWarmUp();
+        document.warmUpReading();
     });
     view = new ktSceneView(pages);
     for (QWidget* page :

@@ -4,6 +4,7 @@
 
 #include "ktBackgroundWork.h"
 #include "ktLengthUnit.h"
+#include "ktReservedMemory.h"
 
 #include <algorithm>
 #include <atomic>
@@ -90,6 +91,12 @@ void ktSceneReader::cancel() {
     job->isCancelled = true;
     if (loop)
         loop->quit();
+}
+
+void ktSceneReader::warmUp() {
+    forgetEnded();
+    threads.push_back(ktMakeSceneThread(ktReserveMemory));
+    threads.back()->start();
 }
 
 void ktSceneReader::destroy(std::unique_ptr<ktSceneFile> file) {

@@ -42,6 +42,9 @@ public:
     /// Ends read() at once; it returns no file. What the other thread has begun ends later and leaves nothing.
     void cancel();
 
+    /// Makes memory ready for the next reading. Returns before it is.
+    void warmUp();
+
     /// Destroys a scene on another thread: that takes long if it has millions of triangles.
     void destroy(std::unique_ptr<ktSceneFile> file);
 

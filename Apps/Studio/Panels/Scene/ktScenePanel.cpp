@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -119,8 +120,8 @@ void ktScenePanel::showSelection() {
     }
     endRange();
     tree->selectionModel()->select(items, QItemSelectionModel::ClearAndSelect);
-    if (shown.isValid())
-        tree->scrollTo(shown);
+    if (shown.isValid()) // later, because scrolling lays out the tree
+        QTimer::singleShot(0, tree, [this, shown = QPersistentModelIndex(shown)] { tree->scrollTo(shown); });
     isShowing = false;
 }
 

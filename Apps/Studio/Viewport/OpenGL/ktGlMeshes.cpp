@@ -109,23 +109,32 @@ GLuint ktGlMeshes::makeBuffer(GLenum target, const void* data, std::size_t size,
     return buffer;
 }
 
-template <class Element, class Write>
-GLuint ktGlMeshes::fillLater(std::size_t count, std::size_t& counter, const Write& write) {
+template <class Element, class Give>
+GLuint ktGlMeshes::copyLater(std::size_t count, std::size_t& counter, const Give& give) {
     const GLuint buffer = makeBuffer(GL_ARRAY_BUFFER, nullptr, count * sizeof(Element), counter);
     if (!buffer)
         return 0;
     const std::size_t atOnce = pieceBytes / sizeof(Element);
-    fillings.push_back([this, buffer, count, atOnce, write, done = std::size_t(0)]() mutable {
+    fillings.push_back([this, buffer, count, atOnce, give = Give(give), done = std::size_t(0)]() mutable {
         const std::size_t some = std::min(atOnce, count - done);
-        std::vector<Element> piece(some);
-        write(done, some, piece.data());
+        const Element* const piece = give(done, some);
         gl.glBindBuffer(GL_ARRAY_BUFFER, buffer);
         gl.glBufferSubData(GL_ARRAY_BUFFER, static_cast<GLintptr>(done * sizeof(Element)),
-                           static_cast<GLsizeiptr>(some * sizeof(Element)), piece.data());
+                           static_cast<GLsizeiptr>(some * sizeof(Element)), piece);
         done += some;
         return done == count;
     });
     return buffer;
+}
+
+template <class Element, class Write>
+GLuint ktGlMeshes::fillLater(std::size_t count, std::size_t& counter, const Write& write) {
+    return copyLater<Element>(count, counter,
+                              [write, piece = std::vector<Element>()](std::size_t first, std::size_t some) mutable {
+                                  piece.resize(some);
+                                  write(first, some, piece.data());
+                                  return piece.data();
+                              });
 }
 
 void ktGlMeshes::beginShape(const ktShownGeometry& geometry, Entry& entry) {
@@ -134,13 +143,12 @@ void ktGlMeshes::beginShape(const ktShownGeometry& geometry, Entry& entry) {
     const osg::GeometryPtr source = geometry.geometry;
     const std::size_t count = geometry.vertexCount();
     // An index buffer is bound as an array here: the vertex array object would remember it otherwise.
-    const auto copyLater = [this](const auto& values, std::size_t size) {
+    const auto copyValues = [this](const auto& values, std::size_t size) {
         using Element = typename std::decay_t<decltype(*values)>::value_type;
-        return fillLater<Element>(size, bytes.shapes, [values](std::size_t first, std::size_t some, Element* out) {
-            std::copy_n(values->begin() + static_cast<std::ptrdiff_t>(first), some, out);
-        });
+        return copyLater<Element>(size, bytes.shapes,
+                                  [values](std::size_t first, std::size_t) { return values->data() + first; });
     };
-    mesh.positions = copyLater(geometry.positions, 3 * count);
+    mesh.positions = copyValues(geometry.positions, 3 * count);
     // Properties may be replaced between two pieces; then all begins again, so what these write does not matter.
     if (normalsOf(source, count) != osg::NullFC)
         mesh.normals = fillLater<std::uint32_t>(
@@ -155,7 +163,7 @@ void ktGlMeshes::beginShape(const ktShownGeometry& geometry, Entry& entry) {
                 if (hasColors(source, count))
                     readColors(source, first, some, out);
             });
-    mesh.triangles = copyLater(geometry.triangles, geometry.triangles->size());
+    mesh.triangles = copyValues(geometry.triangles, geometry.triangles->size());
 }
 
 void ktGlMeshes::beginResults(const ktShownGeometry& geometry, ktGlMesh& mesh) {

@@ -58,8 +58,11 @@ private:
     };
 
     GLuint makeBuffer(GLenum target, const void* data, std::size_t size, std::size_t& counter);
-    /// Makes a buffer that `fillings` fill piece by piece; 0 for no elements. `write(first, count, out)` gives
-    /// elements.
+    /// Makes a buffer that `fillings` fill piece by piece; 0 for no elements. `give(first, count)` returns elements
+    /// that stay until its next call.
+    template <class Element, class Give>
+    GLuint copyLater(std::size_t count, std::size_t& counter, const Give& give);
+    /// The same; `write(first, count, out)` makes elements.
     template <class Element, class Write>
     GLuint fillLater(std::size_t count, std::size_t& counter, const Write& write);
     void beginShape(const ktShownGeometry& geometry, Entry& entry);

@@ -6,6 +6,8 @@
 
 namespace {
 
+// Mesa has other programs for vertex arrays that have changed often.
+constexpr std::size_t manyCalls = 40;
 constexpr double step_ms = 1; // ends after each surface that is new to the driver
 
 struct Surface {
@@ -68,7 +70,9 @@ ktViewScene makeScene(const std::vector<Surface>& surfaces) {
 ktGlWarmUp::ktGlWarmUp(ktGlMeshes& meshes_, std::vector<Drawn> pictures_)
     : meshes(meshes_), pictures(std::move(pictures_)) {
     using Material = osg::UberMaterial;
-    scenes.push_back(makeScene({{Material::Opaque, false}, {Material::Opaque, true}}));
+    std::vector<Surface> first = {{Material::Opaque, false}, {Material::Opaque, true}};
+    first.resize(manyCalls, first.front());
+    scenes.push_back(makeScene(first));
     std::vector<Surface> others;
     for (const bool hasResults : {false, true})
         for (const bool hasVertexColors : {false, true})
