@@ -19,6 +19,7 @@ struct ktSceneModel::Item {
     Item* above = nullptr;
     int row = 0;
     std::vector<std::unique_ptr<Item>> below; // the first children of the node
+    osg::Int32 lastFound = -1;                // row of the child that was looked for last
 };
 
 ktSceneModel::ktSceneModel(ktStudioServices& services_, QObject* parent)
@@ -63,6 +64,16 @@ osg::NodePtr ktSceneModel::nodeOf(const QModelIndex& index) const {
     return index.isValid() ? itemOf(index)->node : osg::NodePtr();
 }
 
+// Nodes are mostly asked for in their order, so the last row and the one after it are tried first: a search of each
+// among a million siblings would not end.
+osg::Int32 ktSceneModel::rowOf(Item* item, const osg::NodePtr& child) {
+    const auto count = static_cast<osg::Int32>(item->node->getNChildren());
+    for (osg::Int32 row = std::max(0, item->lastFound); row < std::min(count, item->lastFound + 2); ++row)
+        if (item->node->getChild(static_cast<osg::UInt32>(row)) == child)
+            return item->lastFound = row;
+    return item->lastFound = item->node->findChild(child);
+}
+
 QModelIndex ktSceneModel::indexOf(const osg::NodePtr& node) {
     std::vector<osg::NodePtr> path; // from the node up
     for (osg::NodePtr above = node; top && above != top->node; above = above->getParent()) {
@@ -72,10 +83,11 @@ QModelIndex ktSceneModel::indexOf(const osg::NodePtr& node) {
     }
     Item* item = top.get();
     for (; item && !path.empty(); path.pop_back()) {
-        const osg::Int32 row = item->node->findChild(path.back());
+        const osg::Int32 row = rowOf(item, path.back());
         if (row < 0)
             return {};
-        fetch(item, static_cast<std::size_t>(row) + 1);
+        if (static_cast<std::size_t>(row) >= item->below.size()) // views take long for each step
+            fetch(item, std::max(static_cast<std::size_t>(row) + 1, 2 * item->below.size()));
         item = item->below[static_cast<std::size_t>(row)].get();
     }
     return indexOf(item);

@@ -38,6 +38,7 @@ private:
     struct Item;
     Item* itemOf(const QModelIndex& index) const;
     QModelIndex indexOf(Item* item) const;
+    static osg::Int32 rowOf(Item* item, const osg::NodePtr& child);
     void fetch(Item* item, std::size_t count);
     void reset();
 
