@@ -4,11 +4,13 @@
 #include "ktBakedLight.h"
 #include "ktBoxScene.h"
 #include "ktNodeUtils.h"
+#include "ktPreferences.h"
 #include "ktSceneState.h"
 #include "ktSceneView.h"
 #include "ktStudioFixture.h"
 #include "ktUndoStack.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <QAction>
@@ -145,6 +147,36 @@ TEST_F(StudioSceneFiles, GivenBakedAddedFile_SavesItBesideTheFirst) {
     window->getDocument().reload(window->getDocument().getReadOptions());
     EXPECT_EQ(window->getDocument().getAddedPaths().size(), 1);
     EXPECT_EQ(ktUndoStack::get(0)->count(), 0);
+}
+
+TEST_F(StudioSceneFiles, GivenEndWithUnsavedAddedFiles_TheirResultsAreInTheCopyForARecovery) {
+    useFastSettings();
+    open(writeBox("left.gltf", 0));
+    const std::string right = writeBox("right.gltf", 1.2f), bare = writeBox("bare.gltf", 3);
+    window->getDocument().addFiles({QString::fromStdString(right), QString::fromStdString(bare)});
+    window->getSelection().set({ktSceneState::findNodes("left").front(), ktSceneState::findNodes("right").front()});
+    trigger("start");
+    const std::vector<float> leftLight = lightOf("left"), rightLight = lightOf("right");
+    ASSERT_FALSE(rightLight.empty());
+    // As a process leaves it that was killed: a folder without a lock.
+    const std::filesystem::path all = (ktPreferences::getPreferencesDir() + "recovery").toStdString();
+    const std::filesystem::path mine = std::filesystem::directory_iterator(all)->path();
+    std::filesystem::copy(mine, all / "other");
+    std::filesystem::remove(all / "other" / "lock");
+    window = std::make_unique<ktStudioWindow>();
+    window->show();
+    window->begin();
+    pressInMessage("Open the copy");
+    EXPECT_THAT(window->windowTitle().toStdString(), testing::HasSubstr("left.gltf + right.gltf + bare.gltf"));
+    EXPECT_EQ(lightOf("left"), leftLight);
+    EXPECT_EQ(lightOf("right"), rightLight);
+    EXPECT_TRUE(lightOf("bare").empty());
+    EXPECT_EQ(ktUndoStack::get(0)->count(), 0);
+    EXPECT_TRUE(window->isWindowModified());
+    EXPECT_TRUE(window->getDocument().saveAs(QString::fromStdString(folder.file("left-baked.glb"))));
+    EXPECT_TRUE(QFileInfo::exists(QString::fromStdString(folder.file("right-baked.glb"))));
+    EXPECT_FALSE(QFileInfo::exists(QString::fromStdString(folder.file("bare-baked.glb")))) << "nothing of it was baked";
+    EXPECT_FALSE(window->isWindowModified());
 }
 
 TEST_F(StudioSceneFiles, GivenDropWithShift_AddsTheFile) {

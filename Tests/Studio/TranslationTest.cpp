@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The German texts are complete, and the window speaks them.
+#include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionSettings.h"
 #include "ktAppearance.h"
+#include "ktBoxScene.h"
+#include "ktHostSentences.h"
+#include "ktSceneDistances.h"
 #include "ktStudioFixture.h"
 
 #include <gmock/gmock.h>
@@ -104,6 +108,38 @@ TEST_F(StudioTranslation, GivenGerman_WindowAndSettingsSpeakIt) {
     trigger("selectNone");
     trigger("start");
     EXPECT_THAT(message().toStdString(), testing::HasSubstr("Nichts ist ausgewählt."));
+}
+
+TEST_F(StudioTranslation, GivenGerman_WhatDoesNotSuitTheSceneIsSaidInIt) {
+    const auto mistakes = [](float least, float most, double edge) {
+        QStringList texts;
+        for (const std::string& text :
+             ktSceneDistances{least, most, edge}.findMistakes({true, true, true}, 1234.5, true))
+            texts << QString::fromStdString(text);
+        return texts;
+    };
+    const QStringList english = mistakes(2000, 0.05f, 2000) + mistakes(100, 3000, 1);
+    ASSERT_EQ(english.size(), 4);
+    for (const QString& text : english)
+        EXPECT_EQ(ktTranslateSentences(text), text);
+    show("de");
+    for (const QString& text : english) {
+        const QString german = ktTranslateSentences(text);
+        EXPECT_TRUE(german.contains("Diagonale der Szene von 1234 mm") || german.contains("von 1235 mm"))
+            << german.toStdString();
+        EXPECT_FALSE(german.contains('%')) << german.toStdString();
+    }
+    EXPECT_TRUE(ktTranslateSentences(english[1]).contains("0,05 mm")) << "as numbers are written in German";
+    open(folder.write("box.gltf", makeBoxes({{"box", {0, 0, 0}}}).dump()));
+    ktAmbientOcclusion::the()->setShadowQuality(0);
+    QString hint;
+    QObject::connect(&window->getRun(), &ktStudioRun::hinted, window.get(),
+                     [&hint](const QString& text) { hint = text; });
+    trigger("start");
+    EXPECT_EQ(hint.toStdString(),
+              "Das Ergebnis ist fast ganz weiß. Keine Fläche verdeckt einer anderen den Himmel, wie "
+              "bei einem einzelnen konvexen Teil. Eine Bodenebene (Datei, Lese-Optionen) zeigt "
+              "darunter den Schatten.");
 }
 
 TEST_F(StudioTranslation, GivenLanguageWithoutTexts_SpeaksEnglish) {

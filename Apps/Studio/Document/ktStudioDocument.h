@@ -100,6 +100,16 @@ public:
                   ktCompressionMode compression);
     /// Writes the scene to another file without a change of what is unsaved. A failure is logged only.
     bool saveCopy(const QString& copyPath);
+    /// An added file as it is now.
+    struct AddedCopy {
+        QString scene;               ///< the file that was added
+        QString copy;                ///< that file with its new results; empty: it has none
+        ktStudioReadOptions options; ///< to read the copy, else the file
+    };
+    /// The added files. Writes those with new results into a folder; a failure is logged only.
+    std::vector<AddedCopy> saveAddedCopies(const QString& folder);
+    /// Adds files of such a list to a scene that openCopy() has opened, with their results unsaved. No undo step.
+    void addCopies(const std::vector<AddedCopy>& copies);
     /// Draws the picture of `ktbake --preview`; on failure emits failed(). Size, view and headlight of the options
     /// hold.
     bool savePreview(const QString& picturePath, const ktPreviewOptions& look);
@@ -159,6 +169,8 @@ private:
         double diagonal = 0;
     };
     ReadScene read(const QString& newPath, const ktStudioReadOptions& options);
+    /// How a file that is added is read.
+    ktStudioReadOptions optionsOfAdded(const QString& newPath) const;
     std::shared_ptr<ktAddedScene> readAdded(const QString& newPath);
     void attach(const std::shared_ptr<ktAddedScene>& scene);
     void detach(const std::shared_ptr<ktAddedScene>& scene);

@@ -2,6 +2,7 @@
 // Several files in one scene: adds them, saves them, and makes one tree of them.
 #include "ktAddedScene.h"
 #include "ktLengthUnit.h"
+#include "ktLog.h"
 #include "ktSceneCommand.h"
 #include "ktSceneFile.h"
 #include "ktScenegraph.h"
@@ -83,7 +84,7 @@ QStringList ktStudioDocument::getAddedPaths() const {
     return paths;
 }
 
-std::shared_ptr<ktAddedScene> ktStudioDocument::readAdded(const QString& newPath) {
+ktStudioReadOptions ktStudioDocument::optionsOfAdded(const QString& newPath) const {
     ktStudioReadOptions newOptions;
     // The files of one program have one unit and one up axis.
     if (QFileInfo(newPath).suffix().compare(QFileInfo(path).suffix(), Qt::CaseInsensitive) == 0) {
@@ -91,7 +92,11 @@ std::shared_ptr<ktAddedScene> ktStudioDocument::readAdded(const QString& newPath
         newOptions.groundPlane = false;
         newOptions.unit = QString::number(getUnit_mm(), 'g', 17);
     }
-    std::unique_ptr<ktSceneFile> newFile = read(newPath, newOptions).file;
+    return newOptions;
+}
+
+std::shared_ptr<ktAddedScene> ktStudioDocument::readAdded(const QString& newPath) {
+    std::unique_ptr<ktSceneFile> newFile = read(newPath, optionsOfAdded(newPath)).file;
     return newFile ? std::make_shared<ktAddedScene>(std::move(newFile), newPath) : nullptr;
 }
 
@@ -173,4 +178,40 @@ bool ktStudioDocument::saveAdded() {
         scene->noteSaved(output);
     }
     return true;
+}
+
+std::vector<ktStudioDocument::AddedCopy> ktStudioDocument::saveAddedCopies(const QString& folder) {
+    std::vector<AddedCopy> copies;
+    for (const std::shared_ptr<ktAddedScene>& scene : added) {
+        AddedCopy copy;
+        copy.scene = scene->getPath();
+        copy.options = optionsOfAdded(copy.scene);
+        copy.options.unit = QString::number(scene->getFile().getUnit_mm(), 'g', 17);
+        if (scene->isChanged()) {
+            const QString copyPath = folder + "/added-" + QString::number(copies.size() + 1) + ".glb";
+            ktFileReport report;
+            if (writeTo(scene->getFile(), copyPath, report)) {
+                copy.copy = copyPath;
+                copy.options = {}; // the copy is as it was read
+                copy.options.unit = QString::number(scene->getFile().getUnit_mm(), 'g', 17);
+            } else if (!isReadingCancelled)
+                ktLog::warning("No copy for a recovery was written: %s", report.error.c_str());
+        }
+        copies.push_back(copy);
+    }
+    return copies;
+}
+
+void ktStudioDocument::addCopies(const std::vector<AddedCopy>& copies) {
+    const ktUndoPause pause; // they belong to what was read
+    for (const AddedCopy& copy : copies) {
+        std::unique_ptr<ktSceneFile> copyFile = read(copy.copy.isEmpty() ? copy.scene : copy.copy, copy.options).file;
+        if (!copyFile)
+            continue;
+        const auto scene = std::make_shared<ktAddedScene>(std::move(copyFile), copy.scene);
+        if (!copy.copy.isEmpty())
+            scene->noteUnsaved();
+        undoStack().add(new AddCommand(*this, scene));
+    }
+    showPictures();
 }

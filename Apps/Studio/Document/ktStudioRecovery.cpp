@@ -20,9 +20,30 @@ constexpr int laterThan_ms = 3000;
 const char* const sceneFile = "/scene.glb";
 const char* const infoFile = "/copy.ini";
 const char* const lockFile = "/lock";
+const char* const addedKey = "added";
 
 QString allFolders() {
     return ktPreferences::getPreferencesDir() + "recovery";
+}
+
+std::vector<ktStudioDocument::AddedCopy> readAdded(const QString& folder) {
+    std::vector<ktStudioDocument::AddedCopy> added;
+    QSettings info(folder + infoFile, QSettings::IniFormat);
+    const int count = info.beginReadArray(addedKey);
+    for (int i = 0; i < count; ++i) {
+        info.setArrayIndex(i);
+        ktStudioDocument::AddedCopy copy;
+        copy.scene = info.value("scene").toString();
+        if (const QString name = info.value("copy").toString(); !name.isEmpty())
+            copy.copy = folder + "/" + name;
+        copy.options.unit = info.value("unit").toString();
+        copy.options.up = info.value("up").toString();
+        copy.options.uniqueInstances = info.value("uniqueInstances").toBool();
+        copy.options.creaseAngle_deg = info.value("creaseAngle").toDouble();
+        copy.options.keepVertices = info.value("keepVertices").toBool();
+        added.push_back(copy);
+    }
+    return added;
 }
 
 } // namespace
@@ -78,6 +99,7 @@ void ktStudioRecovery::keep() {
     }
     if (!document.saveCopy(folder + sceneFile))
         return;
+    const std::vector<ktStudioDocument::AddedCopy> added = document.saveAddedCopies(folder);
     const QString path = document.getPath(), infoPath = folder + infoFile;
     const double unit_mm = document.getUnit_mm();
     ktRunInBackground([&] {
@@ -85,6 +107,20 @@ void ktStudioRecovery::keep() {
         info.setValue("scene", path);
         info.setValue("unit", unit_mm);
         info.setValue("time", QDateTime::currentDateTime());
+        info.remove(addedKey);
+        info.beginWriteArray(addedKey);
+        for (int i = 0; i < static_cast<int>(added.size()); ++i) {
+            const ktStudioDocument::AddedCopy& copy = added[static_cast<std::size_t>(i)];
+            info.setArrayIndex(i);
+            info.setValue("scene", copy.scene);
+            info.setValue("copy", QFileInfo(copy.copy).fileName());
+            info.setValue("unit", copy.options.unit);
+            info.setValue("up", copy.options.up);
+            info.setValue("uniqueInstances", copy.options.uniqueInstances);
+            info.setValue("creaseAngle", copy.options.creaseAngle_deg);
+            info.setValue("keepVertices", copy.options.keepVertices);
+        }
+        info.endArray();
     });
 }
 
@@ -124,6 +160,7 @@ bool ktStudioRecovery::open(const Copy& copy) {
         QString::number(QSettings(copy.folder + infoFile, QSettings::IniFormat).value("unit").toDouble(), 'g', 17);
     if (!document.openCopy(copy.folder + sceneFile, copy.scene, options))
         return false;
+    document.addCopies(readAdded(copy.folder));
     keep(); // of this process now
     discard(copy);
     return true;

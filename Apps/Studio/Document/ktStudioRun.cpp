@@ -9,6 +9,7 @@
 #include "ktControllerState.h"
 #include "ktGeometryInstances.h"
 #include "ktGeometryList.h"
+#include "ktHostSentences.h"
 #include "ktHostSignals.h"
 #include "ktLog.h"
 #include "ktNodePermission.h"
@@ -243,11 +244,11 @@ void ktStudioRun::giveHint() {
     if (hint.isEmpty())
         return;
     // The sentence names options of ktbake.
-    hint.replace("--max-distance", tr("maximum distance"));
-    hint.replace("--exposure", tr("exposure"));
-    hint.replace("--ground-plane", tr("A ground plane (File, Reading options)"));
+    hint.replace("--max-distance", "maximum distance");
+    hint.replace("--exposure", "exposure");
+    hint.replace("--ground-plane", "A ground plane (File, Reading options)");
     ktLog::info("%s", qUtf8Printable(hint));
-    emit hinted(hint);
+    emit hinted(ktTranslateSentences(hint));
 }
 
 void ktStudioRun::cancel() {

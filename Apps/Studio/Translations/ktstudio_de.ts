@@ -1208,18 +1208,6 @@
             <translation>Backen, nicht zu Ende</translation>
         </message>
         <message>
-            <source>maximum distance</source>
-            <translation>größter Abstand</translation>
-        </message>
-        <message>
-            <source>exposure</source>
-            <translation>Belichtung</translation>
-        </message>
-        <message>
-            <source>A ground plane (File, Reading options)</source>
-            <translation>Eine Bodenebene (Datei, Lese-Optionen)</translation>
-        </message>
-        <message>
             <source>Clear shadows</source>
             <translation>Schatten löschen</translation>
         </message>
@@ -2051,6 +2039,73 @@
         <message>
             <source>+ and -</source>
             <translation>+ und -</translation>
+        </message>
+    </context>
+    <context>
+        <name>ktHostSentences</name>
+        <message>
+            <source>The result is nearly all black.</source>
+            <translation>Das Ergebnis ist fast ganz schwarz.</translation>
+        </message>
+        <message>
+            <source>The result is nearly all white.</source>
+            <translation>Das Ergebnis ist fast ganz weiß.</translation>
+        </message>
+        <message>
+            <source>The lights are hidden, far away or weak; exposure scales their light.</source>
+            <translation>Die Lichter sind verdeckt, weit weg oder schwach; die Belichtung skaliert ihr Licht.</translation>
+        </message>
+        <message>
+            <source>Something hides the lights and the sky from nearly all surfaces.</source>
+            <translation>Etwas verdeckt die Lichter und den Himmel vor fast allen Flächen.</translation>
+        </message>
+        <message>
+            <source>Rays meet a surface within the maximum distance of %1 nearly everywhere.</source>
+            <translation>Strahlen treffen fast überall innerhalb des größten Abstands von %1 auf eine Fläche.</translation>
+        </message>
+        <message>
+            <source>Inside a closed room a smaller maximum distance helps, such as 10%.</source>
+            <translation>In einem geschlossenen Raum hilft ein kleinerer größter Abstand, etwa 10 %.</translation>
+        </message>
+        <message>
+            <source>Or the parts are inside out.</source>
+            <translation>Oder die Teile sind von innen nach außen gekehrt.</translation>
+        </message>
+        <message>
+            <source>The lights are bright; an exposure below 1 scales their light.</source>
+            <translation>Die Lichter sind hell; eine Belichtung unter 1 skaliert ihr Licht.</translation>
+        </message>
+        <message>
+            <source>Only surfaces within the maximum distance of %1 occlude, which is short for the scene&apos;s diagonal of %2.</source>
+            <translation>Nur Flächen innerhalb des größten Abstands von %1 verdecken; das ist wenig für die Diagonale der Szene von %2.</translation>
+        </message>
+        <message>
+            <source>Surfaces nearer than the minimum distance of %1 do not occlude, which is long for the scene&apos;s diagonal of %2.</source>
+            <translation>Flächen, die näher sind als der kleinste Abstand von %1, verdecken nicht; das ist viel für die Diagonale der Szene von %2.</translation>
+        </message>
+        <message>
+            <source>No surface hides the sky from another one, as on a single convex part.</source>
+            <translation>Keine Fläche verdeckt einer anderen den Himmel, wie bei einem einzelnen konvexen Teil.</translation>
+        </message>
+        <message>
+            <source>A ground plane (File, Reading options) adds a plane below that shows the shadow.</source>
+            <translation>Eine Bodenebene (Datei, Lese-Optionen) zeigt darunter den Schatten.</translation>
+        </message>
+        <message>
+            <source>The minimum distance of %1 is above the scene&apos;s diagonal of %2, so nothing occludes.</source>
+            <translation>Der kleinste Abstand von %1 ist größer als die Diagonale der Szene von %2; darum verdeckt nichts.</translation>
+        </message>
+        <message>
+            <source>The minimum distance of %1 is large for the scene&apos;s diagonal of %2: surfaces that are nearer do not occlude.</source>
+            <translation>Der kleinste Abstand von %1 ist groß für die Diagonale der Szene von %2: Flächen, die näher sind, verdecken nicht.</translation>
+        </message>
+        <message>
+            <source>The maximum distance of %1 is below a ten-thousandth of the scene&apos;s diagonal of %2, so hardly anything occludes.</source>
+            <translation>Der größte Abstand von %1 ist kleiner als ein Zehntausendstel der Diagonale der Szene von %2; darum verdeckt kaum etwas.</translation>
+        </message>
+        <message>
+            <source>Edges below %1 are not split, and the scene&apos;s diagonal of %2 is shorter, so nothing is refined.</source>
+            <translation>Kanten unter %1 werden nicht geteilt, und die Diagonale der Szene von %2 ist kürzer; darum wird nichts verfeinert.</translation>
         </message>
     </context>
 </TS>

@@ -5,6 +5,7 @@
 #include "ktHostSignals.h"
 #include "ktUndoMemory.h"
 
+#include <gmock/gmock.h>
 #include <QtTest>
 
 using StudioRunControls = ktDrivenControls;

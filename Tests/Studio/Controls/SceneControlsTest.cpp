@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <QAction>
+#include <QApplication>
 #include <QLabel>
 #include <QTableWidget>
 #include <QTreeView>

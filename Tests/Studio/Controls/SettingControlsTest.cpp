@@ -3,8 +3,10 @@
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionSettings.h"
 #include "ktDrivenControls.h"
+#include "ktPresetStore.h"
 #include "ktUndoStack.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QPushButton>

@@ -7,6 +7,7 @@
 #include <map>
 #include <QString>
 #include <QWidget>
+#include <stdexcept>
 
 class ktAmbientOcclusion;
 class ktUndoStack;

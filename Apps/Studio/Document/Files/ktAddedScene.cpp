@@ -53,3 +53,7 @@ void ktAddedScene::noteSaved(const QString& newOutput) {
     output = newOutput;
     savedResults = hashResults(file->getRoot());
 }
+
+void ktAddedScene::noteUnsaved() {
+    savedResults = ~hashResults(file->getRoot());
+}

@@ -23,6 +23,8 @@ public:
     /// Where it is saved: NAME-baked.glb in a folder. Does not choose a file that exists, unless it was saved there.
     QString chooseOutput(const QString& folder) const;
     void noteSaved(const QString& newOutput);
+    /// For baked light that was read from a copy: isChanged() until it is saved.
+    void noteUnsaved();
 
 private:
     const std::unique_ptr<ktSceneFile> file;

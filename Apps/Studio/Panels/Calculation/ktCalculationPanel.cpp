@@ -4,6 +4,7 @@
 
 #include "ktAmbientOcclusion.h"
 #include "ktAmbientOcclusionSettings.h"
+#include "ktHostSentences.h"
 #include "ktPresetBar.h"
 #include "ktSceneDistances.h"
 #include "ktSettingEditors.h"
@@ -237,7 +238,7 @@ void ktCalculationPanel::check() {
         text += (text.isEmpty() ? "" : "\n") + tr("Without indirect light, the shadows of lights are black.");
     for (const std::string& mistake : ktSceneDistances::read().findMistakes(
              {true, true, true}, services.document.getDiagonal(), plugin().isSubdivideEnabled()))
-        text += (text.isEmpty() ? "" : "\n") + QString::fromStdString(mistake);
+        text += (text.isEmpty() ? "" : "\n") + ktTranslateSentences(QString::fromStdString(mistake));
     warning->setText(text);
     warning->setVisible(!text.isEmpty());
 }
