@@ -30,11 +30,16 @@ int ktDrivenControls::stepCount() {
 }
 
 void ktDrivenControls::pressShortcut(const char* command) {
-    ASSERT_TRUE(hasKeys());
-    const int key = action(command).shortcut()[0]; // with its modifiers
-    QWidget* const focus = window->focusWidget();  // where the keyboard is
-    QTest::keyClick(focus && focus->isVisible() ? focus : window.get(), Qt::Key(key & ~Qt::KeyboardModifierMask),
-                    Qt::KeyboardModifiers(key & Qt::KeyboardModifierMask));
+    const int key = action(command).shortcut()[0], steps = stepCount(); // the key with its modifiers
+    // The window may lose the keys once more, when the end of a menu is told late.
+    EXPECT_TRUE(waitFor([&] {
+        if (!hasKeys())
+            return false;
+        QWidget* const focus = window->focusWidget(); // where the keyboard is
+        QTest::keyClick(focus && focus->isVisible() ? focus : window.get(), Qt::Key(key & ~Qt::KeyboardModifierMask),
+                        Qt::KeyboardModifiers(key & Qt::KeyboardModifierMask));
+        return stepCount() != steps;
+    })) << command;
 }
 
 void ktDrivenControls::driveAll(const char* dock, const Drives& drives) {

@@ -46,7 +46,7 @@ protected:
     static ktUndoStack& stack();
     /// Number of the steps that are done.
     static int stepCount();
-    /// Presses the keys of a command where the keyboard is now.
+    /// Presses the keys of undo or redo where the keyboard is now, until they have an effect.
     void pressShortcut(const char* command);
     void pressUndo() { pressShortcut("undo"); }
 
