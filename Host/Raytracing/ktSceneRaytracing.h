@@ -81,6 +81,8 @@ private:
                            std::atomic<std::uint32_t>& done) const;
     template <class Task>
     std::optional<ktGeometryResult> traceAhead(ktGeometryNumber geometry, const Task& task, const ktFitTask* fit);
+    std::optional<ktGeometryResult> restore(const ktGeometryPass& pass, const ktTracedGeometry& traced,
+                                            const ktVertexTask& task, const ktFitTask* fit) const;
     void endAhead();
     void planPass(ktRankPool& ranks);
     std::shared_ptr<ktRankJob> makeJob(const PlannedUse& use) const;

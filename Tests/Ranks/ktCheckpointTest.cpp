@@ -11,6 +11,7 @@
 #include "ktTriangleScene.h"
 #include "ktWorkers.h"
 
+#include <array>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -35,7 +36,7 @@ public:
 };
 std::atomic<std::size_t> CountingTracer::traced{0};
 
-/// Two loops over points above a sphere, as a bake that always does the same.
+/// Two loops over points above a sphere, as a bake.
 class Checkpoint : public testing::Test {
 protected:
     static constexpr std::size_t count = 20'000;
@@ -52,8 +53,9 @@ protected:
     ~Checkpoint() override { std::filesystem::remove(file); }
 
     /// @param stopAfter vertices; then the bake is cancelled
-    /// @param height    of the points; another one is another bake
-    std::vector<std::uint32_t> bake(ktLoopHelpers* helpers, std::size_t stopAfter = ~std::size_t(0), float height = 2) {
+    /// @param heights   of the points of both loops
+    std::vector<std::uint32_t> bake(ktLoopHelpers* helpers, std::size_t stopAfter = ~std::size_t(0),
+                                    std::array<float, 2> heights = {2, 2}) {
         std::vector<std::uint32_t> visible(2 * count);
         traced = 0;
         ktEventPump pump;
@@ -73,7 +75,7 @@ protected:
                             batch.slot[i - batch.begin] = static_cast<int>(batch.count);
                             const float x = static_cast<float>(i) / count - 0.5f;
                             batch.vertices[batch.count++] = {
-                                {x, 0, height}, {1, 0, 0}, {0, -1, 0}, {0, 0, -1}, directions.get()};
+                                {x, 0, heights[loopNumber]}, {1, 0, 0}, {0, -1, 0}, {0, 0, -1}, directions.get()};
                         }
                     };
                     loop.finish = [&](const ktVertexBatch& batch) {
@@ -147,12 +149,38 @@ TEST_F(Checkpoint, GivenOtherIdentity_IsRefused) {
     EXPECT_EQ(refusal("identity"), "nothing is refused");
 }
 
-TEST_F(Checkpoint, GivenOtherVertices_IsRefused) {
+TEST_F(Checkpoint, GivenOtherVertices_TracesThem) {
     interrupt();
     ktCheckpoint checkpoint(file, "identity");
+    EXPECT_EQ(bake(&checkpoint, ~std::size_t(0), {2.5f, 2.5f}), bake(nullptr, ~std::size_t(0), {2.5f, 2.5f}));
+    EXPECT_EQ(checkpoint.restoredVertices(), 0u);
+}
+
+TEST_F(Checkpoint, GivenLoopsInAnotherOrder_RestoresThem) {
+    const auto all = ~std::size_t(0);
+    {
+        ktCheckpoint checkpoint(file, "identity");
+        bake(&checkpoint, all, {2, 3});
+    }
+    ktCheckpoint checkpoint(file, "identity");
+    const std::vector<std::uint32_t> restored = bake(&checkpoint, all, {3, 2});
+    EXPECT_EQ(checkpoint.restoredVertices(), 2 * count);
+    EXPECT_EQ(restored, bake(nullptr, all, {3, 2}));
+}
+
+TEST_F(Checkpoint, GivenAnotherSceneAtTheBeginning_IsRefused) {
+    ktTracerMesh smaller = view;
+    --smaller.triangleCount;
+    {
+        ktCheckpoint checkpoint(file, "identity");
+        checkpoint.beginScene({view});
+        checkpoint.beginScene({smaller}); // after a refinement
+    }
+    ktCheckpoint(file, "identity").beginScene({view});
+    ktCheckpoint checkpoint(file, "identity");
     try {
-        bake(&checkpoint, ~std::size_t(0), 2.5f);
-        FAIL() << "light of other vertices was restored";
+        checkpoint.beginScene({smaller});
+        FAIL() << "another scene is accepted";
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(), HasSubstr("the checkpoint is of another scene"));
     }

@@ -41,7 +41,11 @@ class Bakes:
 
     def run(self, ranks, *arguments):
         """Returns the exit code and standard error."""
-        done = subprocess.run(self.command(ranks, list(arguments) + ["--quiet"]), cwd=self.folder, env=self.environment,
+        return self.run_aloud(ranks, *arguments, "--quiet")
+
+    def run_aloud(self, ranks, *arguments):
+        """Likewise, with all messages."""
+        done = subprocess.run(self.command(ranks, list(arguments)), cwd=self.folder, env=self.environment,
                               stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
         return done.returncode, done.stderr.decode(errors="replace")
 

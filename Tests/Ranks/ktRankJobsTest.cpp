@@ -4,10 +4,12 @@
 
 #include "ktTriangleScene.h"
 
+#include "ktCheckpoint.h"
 #include "ktHemisphereSampler.h"
 #include "ktPassAhead.h"
 #include "ktWorkers.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -94,6 +96,26 @@ void serveNothing(ktTransport& transport) {
            ktWireReader(message).get<ktRankMessage>() != ktRankMessage::End) {
     }
 }
+
+/// A checkpoint that calculations use while the object exists.
+class UsedCheckpoint {
+public:
+    explicit UsedCheckpoint(const std::string& file) : checkpoint(file, "identity") {
+        ktCheckpoint::setCurrent(&checkpoint);
+    }
+    ~UsedCheckpoint() { ktCheckpoint::setCurrent(nullptr); }
+    UsedCheckpoint(const UsedCheckpoint&) = delete;
+    UsedCheckpoint& operator=(const UsedCheckpoint&) = delete;
+
+    ktCheckpoint checkpoint;
+};
+
+/// The name of a file that does not exist; removes what was made there.
+struct TemporaryFile {
+    TemporaryFile() { std::filesystem::remove(name); }
+    ~TemporaryFile() { std::filesystem::remove(name); }
+    const std::string name = testing::TempDir() + "ktRankJobsTest." + std::to_string(getpid());
+};
 
 ktTestRanks::Serve serveFourLanes() {
     ktRankHello hello = ktTestHello("elsewhere");
@@ -281,6 +303,83 @@ TEST_F(PassAhead, GivenAnotherOrder_NothingIsTracedAhead) {
     for (const std::uint32_t i : {6u, 4u, 2u, 0u, 1u, 3u})
         EXPECT_FALSE(ask(i)) << i;
     EXPECT_TRUE(made.empty());
+}
+
+// A bake that ends after three geometries, and one that goes on.
+TEST_F(PassAhead, GivenCheckpoint_TracesEachGeometryInOneProcessOnly) {
+    for (const bool isFitted : {false, true}) {
+        const TemporaryFile file;
+        if (isFitted)
+            fit();
+        const auto askAll = [&](std::uint32_t first, std::uint32_t last) {
+            ktPassAhead again;
+            again.begin(*ranks.pool, planned, [this](std::size_t i) { return newJob(0.02f * static_cast<float>(i)); });
+            for (std::uint32_t i = first; i < last; ++i) {
+                const std::shared_ptr<ktRankJob> asked = newJob(0.02f * static_cast<float>(i));
+                const std::optional<ktGeometryResult> result =
+                    again.take(100 + i, pass, taskOf(asked->geometry), nullptr, pump);
+                ASSERT_TRUE(result) << i;
+                const ktGeometryResult here = traceHere(asked->geometry);
+                EXPECT_EQ(result->values, here.values);
+                EXPECT_EQ(result->counts.rays(), here.counts.rays());
+                EXPECT_EQ(result->samples.values, here.samples.values);
+            }
+            again.end();
+        };
+        const std::uint64_t before = ranks.pool->statistics()[0].geometries;
+        {
+            const UsedCheckpoint used(file.name);
+            askAll(0, 3);
+            EXPECT_EQ(used.checkpoint.restoredVertices(), 0u);
+        }
+        const UsedCheckpoint used(file.name);
+        EXPECT_TRUE(used.checkpoint.hasGeometries());
+        askAll(0, 8);
+        EXPECT_EQ(used.checkpoint.restoredVertices(), 3 * traceHere(newJob()->geometry).verticesTraced(pass));
+        EXPECT_EQ(ranks.pool->statistics()[0].geometries, before + 8);
+    }
+}
+
+TEST_F(RankJobs, GivenCheckpoint_KeepsWhatRanksHaveTraced) {
+    const TemporaryFile file;
+    std::vector<std::shared_ptr<ktRankJob>> jobs;
+    {
+        UsedCheckpoint used(file.name);
+        const ktTestRanks ranks(3, serveFourLanes());
+        sendScene(*ranks.pool);
+        ranks.pool->beginPass(pass);
+        for (int i = 0; i < 5; ++i) {
+            jobs.push_back(newJob(0.02f * static_cast<float>(i)));
+            jobs.back()->keep = [&used, hash = used.checkpoint.hashOf(pass, jobs.back()->geometry)](
+                                    const ktGeometryResult& result) { used.checkpoint.keep(hash, result); };
+            ranks.pool->addJob(jobs.back());
+        }
+        waitForRanks(*ranks.pool, jobs);
+        ranks.pool->endPass();
+    }
+    ktCheckpoint checkpoint(file.name, "identity");
+    for (const auto& each : jobs) {
+        const std::optional<ktGeometryResult> kept =
+            checkpoint.restore(checkpoint.hashOf(pass, each->geometry), pass, each->geometry);
+        ASSERT_TRUE(kept);
+        EXPECT_EQ(kept->values, each->result.values);
+    }
+    pass.limits.maxDistance = 3;
+    EXPECT_FALSE(checkpoint.restore(checkpoint.hashOf(pass, job), pass, job));
+}
+
+TEST_F(RankJobs, GivenShortenedGeometryInCheckpoint_SaysThatItIsDamaged) {
+    const TemporaryFile file;
+    ktGeometryResult cut = traceHere(job);
+    cut.values.resize(4);
+    ktCheckpoint(file.name, "identity").keep(7, cut);
+    ktCheckpoint checkpoint(file.name, "identity");
+    try {
+        checkpoint.restore(7, pass, job);
+        FAIL() << "light of another geometry is accepted";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "the checkpoint is damaged; delete it");
+    }
 }
 
 TEST_F(PassAhead, GivenLargeGeometry_IsLeftToTheLoops) {

@@ -3,6 +3,7 @@
 #include "ktPassAhead.h"
 
 #include "ktCancelPoint.h"
+#include "ktCheckpoint.h"
 #include "ktThreadCount.h"
 #include "ktWaitHooks.h"
 #include "ktWorkers.h"
@@ -62,9 +63,26 @@ void ktPassAhead::fill(std::size_t first) {
             job->rays = plan[next].vertices * how.directions->set.count;
             windowRays += job->rays;
             window.emplace(next, job);
-            pool->addJob(job);
+            if (!restore(*job))
+                pool->addJob(job);
         }
     }
+}
+
+// Takes the light of a job from the checkpoint. If it has none, the checkpoint will keep it when it is traced.
+bool ktPassAhead::restore(ktRankJob& job) const {
+    ktCheckpoint* const checkpoint = ktCheckpoint::current();
+    if (!checkpoint)
+        return false;
+    const std::uint64_t hash = checkpoint->hashOf(how, job.geometry);
+    if (std::optional<ktGeometryResult> known = checkpoint->restore(hash, how, job.geometry)) {
+        job.result = std::move(*known);
+        job.state = ktRankJob::State::Done;
+        job.isRestored = true;
+        return true;
+    }
+    job.keep = [checkpoint, hash](const ktGeometryResult& result) { checkpoint->keep(hash, result); };
+    return false;
 }
 
 void ktPassAhead::traceHere(ktRankJob& job, ktEventPump& pump) {
@@ -137,6 +155,7 @@ std::optional<ktGeometryResult> ktPassAhead::take(std::uint32_t geometry, const 
     if (!job->geometry.isOf(task, shared))
         return {};
     finish(*job, pump);
-    pool->countUse(*job);
+    if (!job->isRestored)
+        pool->countUse(*job);
     return std::move(job->result);
 }

@@ -47,6 +47,7 @@ private:
     std::size_t indexOf(std::uint32_t geometry) const;
     bool isJob(std::size_t index) const;
     void fill(std::size_t first);
+    bool restore(ktRankJob& job) const;
     void traceHere(ktRankJob& job, ktEventPump& pump);
     void finish(ktRankJob& job, ktEventPump& pump);
 

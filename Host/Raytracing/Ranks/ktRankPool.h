@@ -44,6 +44,9 @@ struct ktRankJob {
     State state = State::Waiting;                        ///< of the pool, under its mutex
     ktGeometryResult result;                             ///< when it is done
     std::size_t rank = 0;                                ///< that has traced it
+    bool isRestored = false;                             ///< nobody has traced it: a checkpoint had it
+    /// Keeps the result for a later process; may be null. Called by any thread, while the pass lasts.
+    std::function<void(const ktGeometryResult&)> keep;
 };
 
 /// The other ranks of a bake, as rank 0 sees them. Shares loops with them: hands out blocks of vertices as ranks become

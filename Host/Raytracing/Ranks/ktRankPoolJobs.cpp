@@ -103,6 +103,8 @@ void ktRankPool::finishHere(ktRankJob& job, ktGeometryResult&& result, double se
     if (pass)
         self.vertices += result.verticesTraced(pass->how);
     self.tracingSeconds += seconds;
+    if (job.keep)
+        job.keep(result);
     job.result = std::move(result);
     job.state = ktRankJob::State::Done;
 }
@@ -221,6 +223,8 @@ void ktRankPool::storeJob(Peer& peer, ktWireReader& reader) {
     peer.lastProgress = Clock::now();
     if (peer.jobs.erase(number) == 0)
         return; // the pass has ended meanwhile
+    if (job->keep)
+        job->keep(result);
     job->result = std::move(result);
     job->rank = static_cast<std::size_t>(peer.rank);
     job->state = ktRankJob::State::Done;
