@@ -139,6 +139,7 @@ ktContactCut ktChooseContactCut(const Point* corners, const std::vector<ktContac
             break;
     }
     std::vector<Line> lines;
+    lines.reserve(inside.size());
     for (const Segment2& segment : inside)
         lines.push_back(through(segment.from, segment.to));
     for (std::size_t i = 0; i < ends.size(); ++i)
