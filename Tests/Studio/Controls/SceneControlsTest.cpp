@@ -141,7 +141,7 @@ TEST_F(StudioSceneControls, GivenEvents_EachOfThePartChangesIt) {
 
 TEST_F(StudioSceneControls, GivenKeys_TheHistoryGoesBackAndForward) {
     Drives drives;
-    drives["history"] = [this](QWidget& view) {
+    drives["history"] = [](QWidget& view) {
         plugin().setShadowQuality(4);
         plugin().setMinDistance(7);
         EXPECT_TRUE(waitFor([&view] { return static_cast<QUndoView&>(view).model()->rowCount() == 3; }));

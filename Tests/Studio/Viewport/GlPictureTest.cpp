@@ -157,7 +157,8 @@ TEST_F(GlPicture, GivenNoResult_ShowsStripesInAllModesButSurfaceColours) {
         const QColor bright = isColored ? ktSrgbBytes(0.2f, 0.4f, 0.8f) : ktSrgbBytes(0.42f, 0.38f, 0.52f);
         const QColor dark = isColored ? ktSrgbBytes(0.11f, 0.22f, 0.44f) : ktSrgbBytes(0.231f, 0.209f, 0.286f);
         int brightPixels = 0, darkPixels = 0;
-        for (double x = -0.45; x < 0.45; x += 0.02) {
+        for (int column = 0; column < 45; ++column) {
+            const double x = -0.45 + 0.02 * column;
             brightPixels += ktColorDistance(image.pixelColor(at(x, 0.5)), bright) <= 2;
             darkPixels += ktColorDistance(image.pixelColor(at(x, 0.5)), dark) <= 2;
         }

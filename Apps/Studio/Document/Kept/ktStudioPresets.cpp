@@ -44,10 +44,11 @@ void ktStudioPresets::change(const QString& text, const std::function<ktPresetSt
     const QByteArray before = ktPresetStore::readFile();
     const ktPresetStore::Result result = act();
     const QByteArray after = ktPresetStore::readFile();
-    if (result.kind != ktPresetStore::Result::Done)
+    if (result.kind != ktPresetStore::Result::Done) {
         emit failed(QString::fromStdString(result.reason));
-    else if (after != before)
+    } else if (after != before) {
         stack.add(new Command(text, *this, before, after));
+    }
     emit changed();
 }
 
