@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QLocale>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -218,6 +219,16 @@ TEST_F(StudioPanels, GivenBakedPart_SaysWhatItHoldsAndLoadsItsSettings) {
     trigger("undo");
     trigger("undo");
     EXPECT_TRUE(waitFor([&] { return find<QLabel>("partResults").text() == "No results."; }));
+}
+
+// The tree counts each use, too.
+TEST_F(StudioPanels, GivenGeometryThatIsUsedTwice_SaysHowManyTrianglesAllUsesHave) {
+    open(KT_MODELS "/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb");
+    window->getSelection().set(window->getDocument().getTopNodes());
+    EXPECT_TRUE(waitFor([&] {
+        QString text = find<QLabel>("partCounts").text();
+        return text.remove(QLocale().groupSeparator()).endsWith("triangles: 75730 (121496 with all uses)");
+    })) << find<QLabel>("partCounts").text().toStdString();
 }
 
 TEST_F(StudioPanels, GivenTextOfANode_ChangesItWithUndo) {

@@ -522,6 +522,10 @@
             <translation>Geometrien: %1, Ecken: %2, Dreiecke: %3</translation>
         </message>
         <message>
+            <source>(%1 with all uses)</source>
+            <translation>(%1 mit allen Verwendungen)</translation>
+        </message>
+        <message>
             <source>No results.</source>
             <translation>Keine Ergebnisse.</translation>
         </message>

@@ -60,12 +60,17 @@ void ktPartCollector::visit(const osg::NodePtr& node) {
     for (osg::UInt32 i = node->getNChildren(); i-- > 0;)
         pending.push_back(node->getChild(i));
     const auto geometry = osg::GeometryPtr::dcast(node->getCore());
-    if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC ||
-        !seen.insert(geometry.getFieldContainerId()).second)
+    if (geometry == osg::NullFC || geometry->getPositions() == osg::NullFC)
+        return;
+    const auto [triangles, isNew] = trianglesOf.try_emplace(geometry.getFieldContainerId(), 0);
+    if (isNew)
+        triangles->second = ktCountTriangles(geometry);
+    facts.trianglesOfUses += triangles->second;
+    if (!isNew)
         return;
     ++facts.geometries;
     facts.vertices += geometry->getPositions()->getSize();
-    facts.triangles += ktCountTriangles(geometry);
+    facts.triangles += triangles->second;
     const osg::MaterialPtr material = geometry->getMaterial();
     if (material != osg::NullFC && seenMaterials.insert(material.getFieldContainerId()).second) {
         const char* const name = osg::getName(material);

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <OpenSG/OSGNode.h>
 #include <QString>
 #include <QStringList>
@@ -17,6 +18,7 @@ struct ktPartFacts {
     static constexpr float dark = 0.1f; ///< bound of darkShare
 
     std::uint64_t geometries = 0, vertices = 0, triangles = 0;
+    std::uint64_t trianglesOfUses = 0;              ///< each use of a geometry counts
     std::uint64_t withResults = 0;                  ///< vertices of geometry that holds results
     std::array<std::uint64_t, bins> histogram = {}; ///< of w from 0 to 1
     double least = 0, mean = 0, darkShare = 0;      ///< of w; valid if withResults > 0
@@ -46,7 +48,8 @@ private:
 
     ktPartFacts facts;
     std::vector<osg::NodePtr> pending;
-    std::set<osg::UInt32> seen, seenMaterials;
+    std::map<osg::UInt32, std::uint64_t> trianglesOf; ///< by geometry that was seen
+    std::set<osg::UInt32> seenMaterials;
     ktBakedChannels channels; ///< whose values are counted
     osg::UInt32 nextValue = 0;
 };

@@ -60,6 +60,7 @@ ktPartPanel::ktPartPanel(ktStudioServices& services_, QWidget* parent)
       useSettings(new QPushButton(tr("Use these settings"), this)), addText(new QPushButton(tr("Add"), this)),
       removeText(new QPushButton(tr("Remove"), this)), texts(new QTableWidget(0, 2, this)) {
     auto* rows = new QVBoxLayout(this);
+    counts->setObjectName("partCounts");
     results->setObjectName("partResults");
     for (QLabel* label : {name, counts, results, settings, materials}) {
         label->setWordWrap(true);
@@ -171,8 +172,11 @@ void ktPartPanel::showFacts(const ktPartFacts& facts) {
     name->setText(nodes.empty()       ? tr("Nothing is selected.")
                   : nodes.size() == 1 ? ktStudioEdit::nameOf(nodes.front())
                                       : tr("%n parts", "", static_cast<int>(nodes.size())));
-    counts->setText(tr("Geometries: %1, vertices: %2, triangles: %3")
-                        .arg(number(facts.geometries), number(facts.vertices), number(facts.triangles)));
+    QString counted = tr("Geometries: %1, vertices: %2, triangles: %3")
+                          .arg(number(facts.geometries), number(facts.vertices), number(facts.triangles));
+    if (facts.trianglesOfUses != facts.triangles)
+        counted += " " + tr("(%1 with all uses)").arg(number(facts.trianglesOfUses));
+    counts->setText(counted);
     counts->setVisible(!nodes.empty());
     results->setText(facts.withResults == 0 ? tr("No results.")
                                             : tr("w: least %L1, mean %L2; %L3 % of the vertices are below %L4")
