@@ -235,12 +235,12 @@ bool ktSceneModel::setData(const QModelIndex& index, const QVariant& value, int 
         return false;
     const bool isChecked = value.toInt() == Qt::Checked;
     const osg::NodePtr node = itemOf(index)->node;
+    if (index.column() != Shown && index.column() != Locked)
+        return false;
     if (index.column() == Shown)
         services.edit.setHidden({node}, !isChecked);
-    else if (index.column() == Locked)
+    if (index.column() == Locked)
         services.edit.setLocked({node}, isChecked);
-    else
-        return false;
     emit dataChanged(index, index);
     return true;
 }
