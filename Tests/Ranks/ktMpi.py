@@ -16,6 +16,14 @@ for name in list(ENVIRONMENT):
 HOST = socket.gethostname()
 
 
+def children(pid):
+    try:
+        with open("/proc/%d/task/%d/children" % (pid, pid)) as file:
+            return [int(word) for word in file.read().split()]
+    except OSError:
+        return []
+
+
 class Bakes:
     """Bakes in a temporary folder."""
 

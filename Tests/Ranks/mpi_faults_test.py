@@ -12,20 +12,12 @@ import threading
 import time
 import unittest
 
-from ktMpi import HOST, Bakes
+from ktMpi import HOST, Bakes, children
 
 ENGINE = "/usr/share/assimp/models/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"
 RANKS = 3
 KILLS = int(sys.argv[3]) if len(sys.argv) > 3 else 3
 SEED = int(sys.argv[4]) if len(sys.argv) > 4 else 1
-
-
-def children(pid):
-    try:
-        with open("/proc/%d/task/%d/children" % (pid, pid)) as file:
-            return [int(word) for word in file.read().split()]
-    except OSError:
-        return []
 
 
 def is_alive(pid):
