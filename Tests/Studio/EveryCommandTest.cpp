@@ -27,7 +27,6 @@ protected:
     Drives made; ///< so far
 
     ktSceneView& view() { return *window->findChild<ktSceneView*>(); }
-    static ktAmbientOcclusion& plugin() { return *ktAmbientOcclusion::the(); }
     std::vector<osg::NodePtr> parts() { return window->getDocument().getTopNodes(); }
     osg::NodePtr left() { return parts()[0]; }
 

@@ -12,7 +12,6 @@ namespace {
 
 class StudioHistory : public ktStudioFixture {
 protected:
-    static ktAmbientOcclusion& plugin() { return *ktAmbientOcclusion::the(); }
     ktHistoryPanel& panel() { return *window->findChild<ktHistoryPanel*>(); }
 
     /// Clicks the row with this number; 0 is the state as opened.

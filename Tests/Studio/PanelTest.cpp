@@ -3,7 +3,6 @@
 #include "ktAmbientOcclusion.h"
 #include "ktLog.h"
 #include "ktNodeMarks.h"
-#include "ktNodeUtils.h"
 #include "ktStudioFixture.h"
 #include "ktUndoStack.h"
 
@@ -28,28 +27,11 @@ namespace {
 
 class StudioPanels : public ktStudioFixture {
 protected:
-    template <class Widget>
-    Widget& find(const QString& name) {
-        auto* const widget = window->findChild<Widget*>(name);
-        if (!widget)
-            throw std::runtime_error("no widget " + name.toStdString());
-        return *widget;
-    }
-    static ktAmbientOcclusion& plugin() { return *ktAmbientOcclusion::the(); }
-    static ktUndoStack& stack() { return *ktUndoStack::get(0); }
-
     static void type(QWidget& widget, const QString& text) {
         widget.setFocus();
         QTest::keyClick(&widget, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClicks(&widget, text);
         QTest::keyClick(&widget, Qt::Key_Return);
-    }
-
-    std::vector<std::string> selectedNames() {
-        std::vector<std::string> names;
-        for (const osg::NodePtr& node : window->getSelection().get())
-            names.push_back(ktNodeUtils::getName(node));
-        return names;
     }
 };
 

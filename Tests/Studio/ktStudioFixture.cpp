@@ -7,6 +7,7 @@
 #include "ktFitMode.h"
 #include "ktMessageBar.h"
 #include "ktPresetStore.h"
+#include "ktStudioEdit.h"
 #include "ktUndoStack.h"
 
 #include <QAction>
@@ -37,6 +38,21 @@ static void makeApplication() {
     static char* arguments[] = {name, nullptr};
     if (!QCoreApplication::instance())
         new QApplication(count, arguments); // never destroyed
+}
+
+ktAmbientOcclusion& ktStudioFixture::plugin() {
+    return *ktAmbientOcclusion::the();
+}
+
+ktUndoStack& ktStudioFixture::stack() {
+    return *ktUndoStack::get(0);
+}
+
+std::vector<std::string> ktStudioFixture::selectedNames() const {
+    std::vector<std::string> names;
+    for (const osg::NodePtr& node : window->getSelection().get())
+        names.push_back(ktStudioEdit::nameOf(node).toStdString());
+    return names;
 }
 
 bool waitFor(const std::function<bool()>& condition) {

@@ -7,7 +7,12 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <QAbstractButton>
+#include <stdexcept>
 #include <string>
+#include <vector>
+
+class ktAmbientOcclusion;
+class ktUndoStack;
 
 /// A window of ktstudio, and a folder with scenes. The plug-in's settings, the options and the preferences are as at a
 /// first start.
@@ -36,6 +41,18 @@ protected:
     /// Runs `act` when the next dialog is shown.
     static void whenDialogShows(const std::function<void(QWidget&)>& act);
     QString message() const;
+    /// The widget of this name. @throws std::runtime_error if there is none
+    template <class Widget>
+    Widget& find(const QString& name) {
+        auto* const widget = window->findChild<Widget*>(name);
+        if (!widget)
+            throw std::runtime_error("no widget " + name.toStdString());
+        return *widget;
+    }
+    static ktAmbientOcclusion& plugin();
+    static ktUndoStack& stack();
+    /// Of the selected nodes, as the window shows them.
+    std::vector<std::string> selectedNames() const;
 
     ktTestFolder folder;
     std::unique_ptr<ktStudioWindow> window;

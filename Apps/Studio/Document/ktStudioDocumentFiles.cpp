@@ -185,18 +185,17 @@ std::vector<ktStudioDocument::AddedCopy> ktStudioDocument::saveAddedCopies(const
     for (const std::shared_ptr<ktAddedScene>& scene : added) {
         AddedCopy copy;
         copy.scene = scene->getPath();
-        copy.options = optionsOfAdded(copy.scene);
-        copy.options.unit = QString::number(scene->getFile().getUnit_mm(), 'g', 17);
         if (scene->isChanged()) {
             const QString copyPath = folder + "/added-" + QString::number(copies.size() + 1) + ".glb";
             ktFileReport report;
             if (writeTo(scene->getFile(), copyPath, report)) {
                 copy.copy = copyPath;
-                copy.options = {}; // the copy is as it was read
-                copy.options.unit = QString::number(scene->getFile().getUnit_mm(), 'g', 17);
             } else if (!isReadingCancelled)
                 ktLog::warning("No copy for a recovery was written: %s", report.error.c_str());
         }
+        if (copy.copy.isEmpty()) // a copy is as the file was read
+            copy.options = optionsOfAdded(copy.scene);
+        copy.options.unit = QString::number(scene->getFile().getUnit_mm(), 'g', 17);
         copies.push_back(copy);
     }
     return copies;

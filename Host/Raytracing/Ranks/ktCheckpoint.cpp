@@ -9,6 +9,7 @@
 #include "ktThreadCount.h"
 
 #include <algorithm>
+#include <atomic>
 #include <stdexcept>
 
 namespace {
@@ -17,12 +18,13 @@ constexpr char damaged[] = "the checkpoint is damaged; delete it";
 
 std::atomic<ktCheckpoint*> currentCheckpoint{nullptr};
 
-void putTiles(ktWireWriter& to, const ktPreparedDirections* directions) {
-    to.putArray(directions ? directions->set.tiles : decltype(directions->set.tiles)());
+template <class T>
+void putArrayIfAny(ktWireWriter& to, const std::vector<T>* values) {
+    to.putArray(values ? values->data() : nullptr, values ? values->size() : 0);
 }
 
-void putLights(ktWireWriter& to, const std::vector<ktSceneLight>* lights) {
-    to.putArray(lights ? *lights : std::vector<ktSceneLight>());
+void putTiles(ktWireWriter& to, const ktPreparedDirections* directions) {
+    putArrayIfAny(to, directions ? &directions->set.tiles : nullptr);
 }
 
 } // namespace
@@ -78,7 +80,7 @@ std::uint64_t ktCheckpoint::hashOf(const ktBatchLoop& loop) {
     writer.put(loop.work.kind);
     ktPutLimits(writer, loop.work.limits);
     writer.put(static_cast<std::uint32_t>(loop.work.countsSides));
-    putLights(writer, loop.work.lights);
+    putArrayIfAny(writer, loop.work.lights);
     putTiles(writer, loop.work.directions);
     writer.put(hashOf(loop.work.light));
     std::atomic<std::uint64_t> vertices{0};
@@ -118,7 +120,7 @@ std::uint64_t ktCheckpoint::hashOf(const ktGeometryPass& pass, const ktGeometryJ
     writer.put(pass.kind);
     ktPutLimits(writer, pass.limits);
     writer.put(pass.sceneSize);
-    putLights(writer, pass.lights);
+    putArrayIfAny(writer, pass.lights);
     putTiles(writer, pass.directions);
     putTiles(writer, pass.pointDirections);
     putTiles(writer, pass.insideDirections);

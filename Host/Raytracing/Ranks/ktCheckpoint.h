@@ -7,7 +7,6 @@
 #include "ktTracer.h"
 #include "ktVertexBatch.h"
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -76,7 +75,7 @@ private:
     std::map<std::uint64_t, std::uint32_t> repetitions;          // of loops so far, by hash
     LoopName loopName;                                           // of the loop that runs
     std::uint64_t sceneHash = 0, lightHash = 0, lightVersion = 0;
-    std::atomic<std::uint64_t> restored{0};
+    std::uint64_t restored = 0;
     std::size_t mostUnflushed = 1; // batches
     bool hasScene = false;
     ktCheckpointFile file; // last: it fills those above

@@ -17,14 +17,6 @@
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-ktAmbientOcclusion& ktDrivenControls::plugin() {
-    return *ktAmbientOcclusion::the();
-}
-
-ktUndoStack& ktDrivenControls::stack() {
-    return *ktUndoStack::get(0);
-}
-
 int ktDrivenControls::stepCount() {
     return stack().index();
 }
@@ -126,11 +118,4 @@ void ktDrivenControls::answerWithFile(const std::string& path) {
         line->setText(QString::fromStdString(path)); // typed letters open a list of proposals
         QTest::keyClick(line, Qt::Key_Return);
     });
-}
-
-std::vector<std::string> ktDrivenControls::selectedNames() {
-    std::vector<std::string> names;
-    for (const osg::NodePtr& node : window->getSelection().get())
-        names.push_back(ktStudioEdit::nameOf(node).toStdString());
-    return names;
 }

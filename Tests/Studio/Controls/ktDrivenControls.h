@@ -7,10 +7,7 @@
 #include <map>
 #include <QString>
 #include <QWidget>
-#include <stdexcept>
 
-class ktAmbientOcclusion;
-class ktUndoStack;
 class QMenu;
 
 /// The docks whose controls the tests in this folder drive.
@@ -42,21 +39,11 @@ protected:
         EXPECT_TRUE(read() == after) << "redo";
     }
 
-    static ktAmbientOcclusion& plugin();
-    static ktUndoStack& stack();
     /// Number of the steps that are done.
     static int stepCount();
     /// Presses the keys of undo or redo where the keyboard is now, until they have an effect.
     void pressShortcut(const char* command);
     void pressUndo() { pressShortcut("undo"); }
-
-    template <class Widget>
-    Widget& find(const QString& name) {
-        auto* const widget = window->findChild<Widget*>(name);
-        if (!widget)
-            throw std::runtime_error("no widget " + name.toStdString());
-        return *widget;
-    }
 
     static void click(QWidget& widget);
     static void press(QWidget& widget, Qt::Key key, Qt::KeyboardModifiers modifiers = {});
@@ -68,5 +55,4 @@ protected:
     static void answerWithText(const QString& text);
     /// Answers the next dialog for a file.
     static void answerWithFile(const std::string& path);
-    std::vector<std::string> selectedNames();
 };
