@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr std::size_t pieceSize = 4 << 20; // of a structure, bytes
-constexpr std::size_t mostPieces = 4;      // on their way; rank 0 has a copy of each
+constexpr std::size_t pieceSize = 1 << 20; // of a structure, bytes; small enough that its memory is used again
+constexpr std::size_t mostPieces = 16;     // on their way; rank 0 has a copy of each
 
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "ktMpiTransport.h"
 
 #include "ktMpiSegment.h"
+#include "ktMpiSharedRing.h"
 #include "ktTransport.h"
 
 #include <algorithm>
@@ -96,6 +97,7 @@ private:
         ktMessageBytes sent;        // on rank 0
         std::vector<char> received; // on the others
         std::vector<MPI_Request> requests;
+        std::size_t done = 0; // bytes that went through the ring
     };
 
     void end(State how, int code) {
@@ -124,6 +126,7 @@ private:
             MPI_Comm_size(MPI_COMM_WORLD, &rankCount);
             MPI_Comm_dup(MPI_COMM_WORLD, &forBroadcasts);
             segment.unlink();
+            ring.open();
             partials.resize(static_cast<std::size_t>(rankCount));
         }
         {
@@ -159,6 +162,7 @@ private:
         endBroadcasts();
         if (now == State::Finishing && toSend.empty() && sending.empty() && broadcasts.empty()) {
             waitForAll();
+            ring.close();
             segment.restore();
             MPI_Finalize();
             return false;
@@ -226,21 +230,34 @@ private:
         startPieces(entry, const_cast<char*>(bytes->data()), bytes->size());
     }
 
+    // The ring sends the bytes later, in isComplete().
     void startPieces(Broadcast& entry, char* bytes, std::size_t size) {
+        if (ring.isOpen())
+            return;
         for (std::size_t first = 0; first < size; first += pieceSize)
             MPI_Ibcast(bytes + first, static_cast<int>(std::min(pieceSize, size - first)), MPI_BYTE, 0, forBroadcasts,
                        &entry.requests.emplace_back(MPI_REQUEST_NULL));
     }
     // NOLINTEND(clang-analyzer-optin.mpi.MPI-Checker)
 
+    bool isComplete(Broadcast& first) {
+        if (ring.isOpen()) {
+            const std::size_t size = first.sent ? first.sent->size() : first.received.size();
+            first.done += first.sent ? ring.write(first.sent->data() + first.done, size - first.done)
+                                     : ring.read(first.received.data() + first.done, size - first.done);
+            return first.done == size;
+        }
+        int isDone = 0;
+        return MPI_Testall(static_cast<int>(first.requests.size()), first.requests.data(), &isDone,
+                           MPI_STATUSES_IGNORE) != MPI_SUCCESS ||
+               isDone;
+    }
+
     // Delivers broadcasts that are complete, and what rank 0 sent after them.
     void endBroadcasts() {
         while (!broadcasts.empty()) {
             Broadcast& first = broadcasts.front();
-            int isDone = 0;
-            if (MPI_Testall(static_cast<int>(first.requests.size()), first.requests.data(), &isDone,
-                            MPI_STATUSES_IGNORE) == MPI_SUCCESS &&
-                !isDone)
+            if (!isComplete(first))
                 return;
             if (!first.sent)
                 deliver(0, std::move(first.received));
@@ -345,6 +362,7 @@ private:
     std::uint64_t broadcastsBegun = 0, broadcastsEnded = 0;
     std::deque<std::pair<std::uint64_t, std::vector<char>>> held; // messages and the broadcast before them
     ktMpiSegment segment;
+    ktMpiSharedRing ring;
     Clock::time_point lastActive = Clock::now();
     std::atomic<bool> isWaiting{true}; // set by any thread
 
