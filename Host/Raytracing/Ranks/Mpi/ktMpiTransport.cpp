@@ -27,10 +27,10 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t pieceSize = 64u << 20;     // of a long message, bytes
 constexpr std::size_t leastBroadcast = 1u << 16; // bytes; shorter messages go to each rank by itself
-// Between two looks for messages, each of which takes some microseconds: if threads wait, or messages are on their way;
-// at least a part of the time for which nothing has happened. If all threads trace, looks are seldom, and even less
-// frequent within long blocks, because each look interrupts a thread.
-constexpr std::chrono::microseconds shortInterval{50}, longInterval{500}, longestInterval{2000};
+// Between two looks for messages. Each look takes about 30 microseconds of a thread that traces, with the change to
+// another thread and back. If threads wait, or messages are on their way, the interval is a part of the time for which
+// nothing has happened. If all threads trace, it is a part of that time or of the usual time between two messages.
+constexpr std::chrono::microseconds shortInterval{50}, tracingInterval{250}, longInterval{2000};
 constexpr int partOfIdleTime = 16, partOfTracingTime = 4;
 constexpr std::chrono::seconds longestEnd{5}; // of MPI's own end; then the process ends without
 enum Tag : int { wholeMessage = 1, announcedSize, piece, announcedBroadcast };
@@ -158,8 +158,7 @@ private:
         }
         for (auto& [to, bytes] : toSend)
             to == toAll ? startBroadcast(bytes) : startSending(to, bytes);
-        const bool hasSent = dropSent(), hasReceived = receiveOne();
-        endBroadcasts();
+        const bool hasSent = dropSent(), hasReceived = receiveOne(), hasCopied = endBroadcasts();
         if (now == State::Finishing && toSend.empty() && sending.empty() && broadcasts.empty()) {
             waitForAll();
             ring.close();
@@ -167,9 +166,11 @@ private:
             MPI_Finalize();
             return false;
         }
-        if (!broadcasts.empty())
+        if (hasReceived)
+            countGap();
+        if (!broadcasts.empty() && !ring.isOpen())
             std::this_thread::yield(); // each step of a broadcast needs a call
-        else if (!hasSent && !hasReceived && toSend.empty()) {
+        else if (!hasSent && !hasReceived && !hasCopied && toSend.empty()) {
             std::unique_lock<std::mutex> lock(mutex);
             isWoken = false;
             changed.wait_for(lock, pollInterval(),
@@ -179,10 +180,19 @@ private:
         return true;
     }
 
+    void countGap() {
+        const Clock::time_point now = Clock::now();
+        usualGap = (3 * usualGap + (now - lastReceived)) / 4;
+        lastReceived = now;
+    }
+
     Clock::duration pollInterval() const {
+        if (!broadcasts.empty())
+            return shortInterval;
         const Clock::duration idle = Clock::now() - lastActive;
         if (!isWaiting && sending.empty())
-            return std::clamp<Clock::duration>(idle / partOfTracingTime, longInterval, longestInterval);
+            return std::clamp<Clock::duration>(std::max(idle, usualGap) / partOfTracingTime, tracingInterval,
+                                               longInterval);
         return std::clamp<Clock::duration>(idle / partOfIdleTime, shortInterval, longInterval);
     }
 
@@ -240,11 +250,14 @@ private:
     }
     // NOLINTEND(clang-analyzer-optin.mpi.MPI-Checker)
 
-    bool isComplete(Broadcast& first) {
+    // Goes on with the first broadcast. @param hasCopied set if bytes went through the ring
+    bool isComplete(Broadcast& first, bool& hasCopied) {
         if (ring.isOpen()) {
             const std::size_t size = first.sent ? first.sent->size() : first.received.size();
-            first.done += first.sent ? ring.write(first.sent->data() + first.done, size - first.done)
-                                     : ring.read(first.received.data() + first.done, size - first.done);
+            const std::size_t count = first.sent ? ring.write(first.sent->data() + first.done, size - first.done)
+                                                 : ring.read(first.received.data() + first.done, size - first.done);
+            first.done += count;
+            hasCopied = hasCopied || count > 0;
             return first.done == size;
         }
         int isDone = 0;
@@ -253,12 +266,13 @@ private:
                isDone;
     }
 
-    // Delivers broadcasts that are complete, and what rank 0 sent after them.
-    void endBroadcasts() {
+    // Delivers broadcasts that are complete, and what rank 0 sent after them. @return whether the ring has moved bytes
+    bool endBroadcasts() {
+        bool hasCopied = false;
         while (!broadcasts.empty()) {
             Broadcast& first = broadcasts.front();
-            if (!isComplete(first))
-                return;
+            if (!isComplete(first, hasCopied))
+                break;
             if (!first.sent)
                 deliver(0, std::move(first.received));
             broadcasts.pop_front();
@@ -266,6 +280,7 @@ private:
                 deliver(0, std::move(held.front().second));
             ++broadcastsEnded;
         }
+        return hasCopied;
     }
 
     bool dropSent() {
@@ -363,7 +378,8 @@ private:
     std::deque<std::pair<std::uint64_t, std::vector<char>>> held; // messages and the broadcast before them
     ktMpiSegment segment;
     ktMpiSharedRing ring;
-    Clock::time_point lastActive = Clock::now();
+    Clock::time_point lastActive = Clock::now(), lastReceived = lastActive;
+    Clock::duration usualGap{0};       // between two messages
     std::atomic<bool> isWaiting{true}; // set by any thread
 
     std::mutex mutex; // for all below
