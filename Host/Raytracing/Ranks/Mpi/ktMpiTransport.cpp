@@ -27,6 +27,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t pieceSize = 64u << 20;     // of a long message, bytes
 constexpr std::size_t leastBroadcast = 1u << 16; // bytes; shorter messages go to each rank by itself
+constexpr std::size_t mostEager = 30u << 10;     // bytes; longer messages need looks of both sides
 // Between two looks for messages. Each look takes about 30 microseconds of a thread that traces, with the change to
 // another thread and back. If threads wait, or messages are on their way, the interval is a part of the time for which
 // nothing has happened. If all threads trace, it is a part of that time or of the usual time between two messages.
@@ -180,6 +181,12 @@ private:
         return true;
     }
 
+    // A short message is on its way as soon as it is sent, although its request is complete only later.
+    bool isSendingLong() const {
+        return std::any_of(sending.begin(), sending.end(),
+                           [](const Sending& each) { return each.bytes && each.bytes->size() > mostEager; });
+    }
+
     void countGap() {
         const Clock::time_point now = Clock::now();
         usualGap = (3 * usualGap + (now - lastReceived)) / 4;
@@ -190,7 +197,7 @@ private:
         if (!broadcasts.empty())
             return shortInterval;
         const Clock::duration idle = Clock::now() - lastActive;
-        if (!isWaiting && sending.empty())
+        if (!isWaiting && !isSendingLong())
             return std::clamp<Clock::duration>(std::max(idle, usualGap) / partOfTracingTime, tracingInterval,
                                                longInterval);
         return std::clamp<Clock::duration>(idle / partOfIdleTime, shortInterval, longInterval);
