@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint64_t leastRaysPerThread = 1 << 14; // of a block; a fraction of a millisecond
 constexpr std::uint64_t leastRaysPerBatch = 1 << 13;  // at the end of a loop
-constexpr std::size_t mostBatchesPerThread = 16;      // of a block; a batch takes 10 kB here
+constexpr std::size_t mostBatchesPerThread = 32;      // of a block; a batch takes 10 kB here
 constexpr std::size_t shareOfRest = 4;                // a block is at most this part of a rank's share of the rest
 
 std::atomic<ktRankPool*> currentPool{nullptr};

@@ -354,7 +354,7 @@ private:
             done.vertices += block->block.batches[index].count;
             --busyThreads;
             changed.notify_all();
-            if (isComplete) {
+            if (isComplete && blocks.empty()) {
                 lock.unlock();
                 sendBeat(); // so that rank 0 knows what was done at the end of a bake
                 lock.lock();
