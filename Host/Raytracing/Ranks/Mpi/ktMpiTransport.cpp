@@ -31,8 +31,8 @@ constexpr std::size_t mostEager = 30u << 10;     // bytes; longer messages need 
 // Between two looks for messages. Each look takes about 30 microseconds of a thread that traces, with the change to
 // another thread and back. If threads wait, or messages are on their way, the interval is a part of the time for which
 // nothing has happened. If all threads trace, it is a part of that time or of the usual time between two messages.
-constexpr std::chrono::microseconds shortInterval{50}, tracingInterval{250}, longInterval{2000};
-constexpr int partOfIdleTime = 16, partOfTracingTime = 4;
+constexpr std::chrono::microseconds shortInterval{50}, tracingInterval{250}, longInterval{4000};
+constexpr int partOfIdleTime = 16, partOfTracingTime = 2;
 constexpr std::chrono::seconds longestEnd{5}; // of MPI's own end; then the process ends without
 enum Tag : int { wholeMessage = 1, announcedSize, piece, announcedBroadcast };
 constexpr int toAll = -1;
