@@ -96,11 +96,14 @@ void ktPassAhead::traceHere(ktRankJob& job, ktEventPump& pump) {
     pool->finishHere(job, std::move(result), took.count() * ktThreadCount::get());
 }
 
-// Returns when the job is done.
-void ktPassAhead::finish(ktRankJob& job, ktEventPump& pump) {
+// Returns when the job is done. @return false if all ranks should rather share its loops: the others would have nothing
+// to do while it is traced here
+bool ktPassAhead::finish(ktRankJob& job, ktEventPump& pump) {
+    const bool isWorthIt = pool->hasEnoughBeside(job);
     if (pool->takeBack(job)) {
-        traceHere(job, pump);
-        return;
+        if (isWorthIt)
+            traceHere(job, pump);
+        return isWorthIt;
     }
     while (!pool->waitFor(job, std::chrono::milliseconds(0))) {
         ktThrowIfCanceled();
@@ -116,6 +119,7 @@ void ktPassAhead::finish(ktRankJob& job, ktEventPump& pump) {
         pump.handleEvents();
     }
     pump.handleEventsIfDue();
+    return true;
 }
 
 std::optional<ktGeometryResult> ktPassAhead::take(std::uint32_t geometry, const ktGeometryPass& pass,
@@ -154,7 +158,8 @@ std::optional<ktGeometryResult> ktPassAhead::take(std::uint32_t geometry, const 
     windowRays -= job->rays;
     if (!job->geometry.isOf(task, shared))
         return {};
-    finish(*job, pump);
+    if (!finish(*job, pump))
+        return {};
     if (!job->isRestored)
         pool->countUse(*job);
     return std::move(job->result);
