@@ -503,6 +503,7 @@ void ktRankPool::traceHere(Loop& joined) {
             if (begin >= count)
                 break;
             vertices += ktRunBatch(*joined.work, begin, std::min(begin + size, count));
+            transport->look();
             while (storeArrived()) {
             }
         }

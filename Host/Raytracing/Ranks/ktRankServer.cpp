@@ -349,6 +349,7 @@ private:
             lock.unlock();
             const Clock::time_point begun = Clock::now();
             const bool isComplete = traceBatch(*block, index);
+            transport.look();
             lock.lock();
             done.tracingSeconds += secondsSince(begun);
             done.vertices += block->block.batches[index].count;

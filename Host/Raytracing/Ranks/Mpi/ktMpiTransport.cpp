@@ -28,11 +28,12 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t pieceSize = 64u << 20;     // of a long message, bytes
 constexpr std::size_t leastBroadcast = 1u << 16; // bytes; shorter messages go to each rank by itself
 constexpr std::size_t mostEager = 30u << 10;     // bytes; longer messages need looks of both sides
-// Between two looks for messages. Each look takes about 30 microseconds of a thread that traces, with the change to
-// another thread and back. If threads wait, or messages are on their way, the interval is a part of the time for which
-// nothing has happened. If all threads trace, it is a part of that time or of the usual time between two messages.
-constexpr std::chrono::microseconds shortInterval{50}, tracingInterval{250}, longInterval{4000};
-constexpr int partOfIdleTime = 16, partOfTracingTime = 2;
+// Between two looks for messages. A look of the own thread takes about 30 microseconds from a thread that traces, with
+// the change to another thread and back; one of the thread itself takes few. If threads wait, or messages are on their
+// way, the interval is a part of the time for which nothing has happened. If all threads trace, it is a part of that
+// time or of the usual time between two messages.
+constexpr std::chrono::microseconds shortInterval{50}, lookInterval{250}, tracingInterval{500}, longInterval{2000};
+constexpr int partOfIdleTime = 16, partOfTracingTime = 4;
 constexpr std::chrono::seconds longestEnd{5}; // of MPI's own end; then the process ends without
 enum Tag : int { wholeMessage = 1, announcedSize, piece, announcedBroadcast };
 constexpr int toAll = -1;
@@ -53,9 +54,21 @@ public:
     int size() const override { return rankCount; }
 
     void send(int to, ktMessageBytes message) override {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            outgoing.emplace_back(to, std::move(message));
+        }
+        // Another thread would take the processor from a thread that traces.
+        if (exchangeIfFree())
+            return;
         const std::lock_guard<std::mutex> lock(mutex);
-        outgoing.emplace_back(to, std::move(message));
+        isWoken = true;
         changed.notify_all();
+    }
+
+    void look() override {
+        if (Clock::now().time_since_epoch() - lastLook.load() >= lookInterval)
+            exchangeIfFree();
     }
 
     void broadcast(ktMessageBytes message) override { send(toAll, std::move(message)); }
@@ -119,8 +132,8 @@ private:
 
     void run() {
         int provided = 0;
-        isUsable = MPI_Init_thread(nullptr, nullptr, MPI_THREAD_FUNNELED, &provided) == MPI_SUCCESS &&
-                   provided >= MPI_THREAD_FUNNELED;
+        isUsable = MPI_Init_thread(nullptr, nullptr, MPI_THREAD_SERIALIZED, &provided) == MPI_SUCCESS &&
+                   provided >= MPI_THREAD_SERIALIZED;
         if (isUsable) {
             MPI_Comm_set_errhandler(MPI_COMM_WORLD, MPI_ERRORS_RETURN);
             MPI_Comm_rank(MPI_COMM_WORLD, &ownRank);
@@ -146,51 +159,73 @@ private:
 
     // Sends, receives, or waits for a moment. @return false when MPI has ended
     bool step() {
-        std::deque<std::pair<int, ktMessageBytes>> toSend;
         State now = State::Running;
         {
             const std::lock_guard<std::mutex> lock(mutex);
-            toSend.swap(outgoing);
             now = state;
         }
+        std::unique_lock<std::mutex> calling(mpiMutex);
         if (now == State::Aborting) {
             MPI_Abort(MPI_COMM_WORLD, exitCode);
             _exit(exitCode);
         }
-        for (auto& [to, bytes] : toSend)
-            to == toAll ? startBroadcast(bytes) : startSending(to, bytes);
-        const bool hasSent = dropSent(), hasReceived = receiveOne(), hasCopied = endBroadcasts();
-        if (now == State::Finishing && toSend.empty() && sending.empty() && broadcasts.empty()) {
+        const bool hasMoved = exchange();
+        if (now == State::Finishing && !hasMoved && sending.empty() && broadcasts.empty()) {
+            hasEnded = true;
             waitForAll();
             ring.close();
             segment.restore();
             MPI_Finalize();
             return false;
         }
-        if (hasReceived)
-            countGap();
-        if (!broadcasts.empty() && !ring.isOpen())
+        if (!broadcasts.empty() && !ring.isOpen()) {
+            calling.unlock();
             std::this_thread::yield(); // each step of a broadcast needs a call
-        else if (!hasSent && !hasReceived && !hasCopied && toSend.empty()) {
+        } else if (!hasMoved) {
+            const Clock::duration interval = pollInterval();
+            calling.unlock();
             std::unique_lock<std::mutex> lock(mutex);
+            changed.wait_for(lock, interval, [&] { return isWoken || (state != now && state != State::Running); });
             isWoken = false;
-            changed.wait_for(lock, pollInterval(),
-                             [&] { return !outgoing.empty() || isWoken || (state != now && state != State::Running); });
-        } else
-            lastActive = Clock::now();
+        }
         return true;
+    }
+
+    // For other threads than the own. @return false if the own thread has to do it
+    bool exchangeIfFree() {
+        const std::unique_lock<std::mutex> calling(mpiMutex, std::try_to_lock);
+        if (!calling || hasEnded)
+            return false;
+        exchange();
+        return !isSendingLong() && broadcasts.empty();
+    }
+
+    // Sends and receives what can be sent and received now. The mutex of MPI is locked. @return whether there was any
+    bool exchange() {
+        std::deque<std::pair<int, ktMessageBytes>> toSend;
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            toSend.swap(outgoing);
+        }
+        for (auto& [to, bytes] : toSend)
+            to == toAll ? startBroadcast(bytes) : startSending(to, bytes);
+        const bool hasSent = dropSent(), hasReceived = receiveOne(), hasCopied = endBroadcasts();
+        const Clock::time_point now = Clock::now();
+        lastLook = now.time_since_epoch();
+        if (hasReceived) {
+            usualGap = (3 * usualGap + (now - lastReceived)) / 4;
+            lastReceived = now;
+        }
+        const bool hasMoved = hasSent || hasReceived || hasCopied || !toSend.empty();
+        if (hasMoved)
+            lastActive = now;
+        return hasMoved;
     }
 
     // A short message is on its way as soon as it is sent, although its request is complete only later.
     bool isSendingLong() const {
         return std::any_of(sending.begin(), sending.end(),
                            [](const Sending& each) { return each.bytes && each.bytes->size() > mostEager; });
-    }
-
-    void countGap() {
-        const Clock::time_point now = Clock::now();
-        usualGap = (3 * usualGap + (now - lastReceived)) / 4;
-        lastReceived = now;
     }
 
     Clock::duration pollInterval() const {
@@ -376,7 +411,7 @@ private:
 
     bool isUsable = false;
     int ownRank = 0, rankCount = 1;
-    // Of the thread.
+    std::mutex mpiMutex; // for all calls of MPI after the start, and for what follows
     std::list<Sending> sending;
     std::vector<Partial> partials; // by rank
     MPI_Comm forBroadcasts = MPI_COMM_NULL;
@@ -385,9 +420,11 @@ private:
     std::deque<std::pair<std::uint64_t, std::vector<char>>> held; // messages and the broadcast before them
     ktMpiSegment segment;
     ktMpiSharedRing ring;
+    bool hasEnded = false;
     Clock::time_point lastActive = Clock::now(), lastReceived = lastActive;
-    Clock::duration usualGap{0};       // between two messages
-    std::atomic<bool> isWaiting{true}; // set by any thread
+    Clock::duration usualGap{0};                               // between two messages
+    std::atomic<bool> isWaiting{true};                         // set by any thread
+    std::atomic<Clock::duration> lastLook{Clock::duration(0)}; // when, since the clock's epoch
 
     std::mutex mutex; // for all below
     std::condition_variable changed, arrived;
