@@ -96,14 +96,11 @@ void ktPassAhead::traceHere(ktRankJob& job, ktEventPump& pump) {
     pool->finishHere(job, std::move(result), took.count() * ktThreadCount::get());
 }
 
-// Returns when the job is done. @return false if all ranks should rather share its loops: the others would have nothing
-// to do while it is traced here
-bool ktPassAhead::finish(ktRankJob& job, ktEventPump& pump) {
-    const bool isWorthIt = pool->hasEnoughBeside(job);
+// Returns when the job is done.
+void ktPassAhead::finish(ktRankJob& job, ktEventPump& pump) {
     if (pool->takeBack(job)) {
-        if (isWorthIt)
-            traceHere(job, pump);
-        return isWorthIt;
+        traceHere(job, pump);
+        return;
     }
     while (!pool->waitFor(job, std::chrono::milliseconds(0))) {
         ktThrowIfCanceled();
@@ -119,7 +116,6 @@ bool ktPassAhead::finish(ktRankJob& job, ktEventPump& pump) {
         pump.handleEvents();
     }
     pump.handleEventsIfDue();
-    return true;
 }
 
 std::optional<ktGeometryResult> ktPassAhead::take(std::uint32_t geometry, const ktGeometryPass& pass,
@@ -158,8 +154,7 @@ std::optional<ktGeometryResult> ktPassAhead::take(std::uint32_t geometry, const 
     windowRays -= job->rays;
     if (!job->geometry.isOf(task, shared))
         return {};
-    if (!finish(*job, pump))
-        return {};
+    finish(*job, pump);
     if (!job->isRestored)
         pool->countUse(*job);
     return std::move(job->result);

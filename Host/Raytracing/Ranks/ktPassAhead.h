@@ -49,7 +49,7 @@ private:
     void fill(std::size_t first);
     bool restore(ktRankJob& job) const;
     void traceHere(ktRankJob& job, ktEventPump& pump);
-    bool finish(ktRankJob& job, ktEventPump& pump);
+    void finish(ktRankJob& job, ktEventPump& pump);
 
     ktRankPool* pool = nullptr; // null: nothing is traced ahead
     bool begun = false, hasPass = false;

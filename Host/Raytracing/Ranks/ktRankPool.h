@@ -119,9 +119,6 @@ public:
     bool waitFor(const ktRankJob& job, std::chrono::milliseconds longest);
     /// Whether ranks trace geometries now, or will soon.
     bool hasJobs() const;
-    /// Whether the other ranks have so many jobs besides this one that they will trace for as long as the caller needs
-    /// for it alone.
-    bool hasEnoughBeside(const ktRankJob& job) const;
     /// The largest geometry that one rank traces, in rays. @param raysOfPass all
     std::uint64_t largestJob(std::uint64_t raysOfPass) const;
     /// Threads of all ranks.

@@ -139,21 +139,6 @@ bool ktRankPool::hasJobs() const {
                     std::any_of(peers.begin(), peers.end(), [](const auto& peer) { return !peer->jobs.empty(); }));
 }
 
-bool ktRankPool::hasEnoughBeside(const ktRankJob& job) const {
-    const std::lock_guard<std::mutex> lock(mutex);
-    if (!pass)
-        return false;
-    std::uint64_t rays = 0, threads = 0;
-    for (const auto& waiting : pass->waiting)
-        rays += waiting.get() == &job ? 0 : waiting->rays;
-    for (const auto& peer : peers) {
-        threads += peer->statistics.threads;
-        for (const auto& given : peer->jobs)
-            rays += given.second->rays;
-    }
-    return rays * ktThreadCount::get() >= job.rays * threads;
-}
-
 // Takes the next job for a rank that has neither a block nor enough jobs. The mutex is locked.
 std::shared_ptr<ktRankJob> ktRankPool::takeJob(Peer& peer) {
     if (!pass || pass->waiting.empty() || isLost || loop || !hasScene(peer) || !peer.blocks.empty() || peer.storing > 0)
