@@ -39,6 +39,9 @@ signals:
     void tracingProgress(quint64 done, quint64 total);
     /// A calculation begins to trace. Its geometry has its final form and still holds the earlier results.
     void tracingStarted();
+    /// A pass begins a geometry, of which it has at least one vertex to trace.
+    /// @param geometry id of its field container; 0 if no calculation has announced it
+    void geometryStarted(quint32 geometry, bool indirect);
     /// A pass has traced a geometry to the end and written its results: the occlusion pass, or one bounce.
     /// @param positions address of its first position
     void geometryTraced(const void* positions, bool indirect);

@@ -388,6 +388,7 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
             vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, option),
             lightMode ? &scene.lights : nullptr};
         const ktGeometryNumber geometry = numbers.find(positions);
+        emit ktHostSignals::the().geometryStarted(geometry, false);
         passSamples.reset();
         const ktFitTask* fit = fitOf(positions, task);
         ktPassCounts counts;
@@ -426,9 +427,10 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
             throw std::invalid_argument(handedNothing);
         const ktGatherTask task = {vertexTask(count, transform ? toWorld : nullptr, positions, normals, sampler, true),
                                    &bounces.light()};
+        const ktGeometryNumber geometry = numbers.find(positions);
+        emit ktHostSignals::the().geometryStarted(geometry, true);
         ktEventPump pump;
         bounces.takeSnapshot(scene, pump);
-        const ktGeometryNumber geometry = numbers.find(positions);
         passSamples.reset();
         const ktFitTask* fit = fitOf(positions, task);
         ktPassCounts counts;

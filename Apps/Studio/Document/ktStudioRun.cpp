@@ -16,6 +16,7 @@
 #include "ktNodeUtils.h"
 #include "ktResultHint.h"
 #include "ktRunProgress.h"
+#include "ktRunRate.h"
 #include "ktSceneCommands.h"
 #include "ktScenegraph.h"
 #include "ktSceneLights.h"
@@ -31,10 +32,10 @@
 #include <new>
 #include <OpenSG/OSGFieldContainerFactory.h>
 #include <QCoreApplication>
+#include <QLocale>
 
 namespace {
 
-constexpr double updateInterval_s = 0.1;
 constexpr double raysInterval_s = 1;
 constexpr double leastMeasured_s = 0.3; ///< shorter runs say little about the speed
 
@@ -53,12 +54,24 @@ double tracedRays() {
            static_cast<double>(counts.shared.direct + counts.shared.indirect);
 }
 
-QString nameOf(unsigned int nodeId) {
-    const auto node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(nodeId));
-    if (node == osg::NullFC)
+/// The name of the first node that uses a geometry, or the nearest name above it.
+QString partName(quint32 geometryId) {
+    const auto geometry = osg::GeometryPtr::dcast(osg::FieldContainerFactory::the()->getContainer(geometryId));
+    if (geometry == osg::NullFC || geometry->getParents().empty())
         return {};
-    const char* name = ktNodeUtils::getName(node);
-    return name ? QString::fromUtf8(name) : QString();
+    for (osg::NodePtr node = geometry->getParents()[0]; node != osg::NullFC; node = node->getParent())
+        if (const char* const name = ktNodeUtils::getName(node); name && *name)
+            return QString::fromUtf8(name);
+    return {};
+}
+
+/// Rays of a vertex by the present settings.
+ktRunRate::PerVertex raysPerVertex() {
+    constexpr double shadowRays[] = {64, 256, 1024, 2304, 4096, 16384}, gatherRays[] = {64, 256, 576, 1024, 2304};
+    const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
+    const int shadow = plugin.getShadowQuality(), gather = plugin.getGatherQuality();
+    return {shadow >= 0 && shadow <= 5 ? shadowRays[shadow] : shadowRays[2],
+            gather >= 0 && gather <= 4 ? gatherRays[gather] : gatherRays[4]};
 }
 
 bool haveResults(const std::vector<osg::NodePtr>& nodes) {
@@ -74,28 +87,7 @@ bool haveResults(const std::vector<osg::NodePtr>& nodes) {
 } // namespace
 
 ktStudioRun::ktStudioRun(ktStudioDocument& document_, ktStudioSelection& selection_, QObject* parent)
-    : QObject(parent), document(document_), selection(selection_) {
-    const ktHostSignals& host = ktHostSignals::the();
-    const ktAmbientOcclusion* plugin = ktAmbientOcclusion::the();
-    connect(&host, &ktHostSignals::tracingProgress, this, [this] {
-        refining.clear();
-        update();
-    });
-    connect(&host, &ktHostSignals::refinementProgress, this, [this](int round, int rounds, quint64 newVertices) {
-        if (round > 0)
-            refining = tr("Refining: round %1 of %2, %3 new vertices")
-                           .arg(round)
-                           .arg(rounds)
-                           .arg(QString::fromStdString(formatCount(static_cast<double>(newVertices))));
-        update();
-    });
-    connect(plugin, &ktAmbientOcclusion::progressStep, this, &ktStudioRun::update);
-    connect(plugin, &ktAmbientOcclusion::stateChanged, this,
-            [this](ktAmbientOcclusion::CalculationState, unsigned int node) {
-                if (const QString name = node ? nameOf(node) : QString(); !name.isEmpty())
-                    state.part = name;
-            });
-}
+    : QObject(parent), document(document_), selection(selection_) {}
 
 ktStudioRun::~ktStudioRun() = default;
 
@@ -104,26 +96,35 @@ bool ktStudioRun::refuse(Refusal why) {
     return false;
 }
 
+// For the run that begins. After the counter's own connections, so that it has counted before.
+void ktStudioRun::watch() {
+    const ktHostSignals& host = ktHostSignals::the();
+    connect(&host, &ktHostSignals::geometryStarted, counter.get(), [this](quint32 geometry, bool isBounce) {
+        rate->begin(isBounce);
+        state.phase = isBounce ? tr("Bounces") : tr("Shadows");
+        state.part = partName(geometry);
+        update();
+    });
+    connect(&host, &ktHostSignals::tracingProgress, counter.get(), [this] { update(); });
+    connect(&host, &ktHostSignals::geometryTraced, counter.get(),
+            [this] { rate->finish(counter->getVerticesTraced()); });
+    connect(&host, &ktHostSignals::refinementProgress, counter.get(),
+            [this](int round, int rounds, quint64 newVertices) {
+                if (round > 0)
+                    state.phase = tr("Refining: round %1 of %2, %3 new vertices")
+                                      .arg(round)
+                                      .arg(rounds)
+                                      .arg(QString::fromStdString(formatCount(static_cast<double>(newVertices)))
+                                               .replace('.', QLocale().decimalPoint()));
+                update();
+            });
+}
+
 void ktStudioRun::update() {
-    if (!counter)
-        return;
     const double now = secondsBetween(counter->getStart(), ktRunCounter::Clock::now());
     if (now >= lastUpdate_s && now - lastUpdate_s < updateInterval_s)
         return;
     lastUpdate_s = now;
-    switch (progress->phase()) {
-    case ktRunPhase::Preparing:
-        state.phase = tr("Preparing");
-        break;
-    case ktRunPhase::Shadows:
-        state.phase = tr("Shadows");
-        break;
-    case ktRunPhase::Bounces:
-        state.phase = tr("Bounces");
-        break;
-    }
-    if (!refining.isEmpty())
-        state.phase = refining;
     state.share = progress->share();
     state.verticesPerSecond = progress->verticesPerSecond();
     state.seconds = now;
@@ -131,7 +132,7 @@ void ktStudioRun::update() {
     const double tracing = secondsBetween(counter->getTracingStart(), ktRunCounter::Clock::now());
     if (tracing > 0.5 && (now < lastRays_s || now - lastRays_s > raysInterval_s)) {
         lastRays_s = now;
-        state.raysPerSecond = tracedRays() / tracing;
+        state.raysPerSecond = rate->measure(counter->getVerticesTraced(), tracedRays(), tracing);
     }
     emit stateChanged();
 }
@@ -194,8 +195,10 @@ bool ktStudioRun::calculate(bool missingOnly) {
     }
     counter = std::make_unique<ktRunCounter>();
     progress = std::make_unique<ktRunProgress>(*counter, countSelectedVertices());
+    const bool isFitted = options.fit == ktFitMode::Surface;
+    rate = std::make_unique<ktRunRate>(raysPerVertex(), isFitted ? surfaceRayFactor : 1);
+    watch();
     lastUpdate_s = lastRays_s = 0;
-    refining.clear();
     const double vertexRays = countVertexRays();
     const bool hasRun = plugin.startCalculation(missingOnly);
     std::cout.flush();
@@ -210,8 +213,7 @@ bool ktStudioRun::calculate(bool missingOnly) {
     }
     if (tracing > leastMeasured_s)
         measuredRaysPerSecond = tracedRays() / tracing;
-    if (end.kind == ktRunEnd::Done && vertexRays > 0 && options.fit == ktFitMode::Surface &&
-        !plugin.isSubdivideEnabled())
+    if (end.kind == ktRunEnd::Done && vertexRays > 0 && isFitted && !plugin.isSubdivideEnabled())
         surfaceRayFactor = tracedRays() / vertexRays;
     QCoreApplication::processEvents(); // what follows takes its time, too
     before.keepChanges();
@@ -311,12 +313,11 @@ bool ktStudioRun::isEstimateLow() const {
 }
 
 double ktStudioRun::countVertexRays() const {
-    constexpr double shadowRays[] = {64, 256, 1024, 2304, 4096, 16384}, gatherRays[] = {64, 256, 576, 1024, 2304};
     const ktAmbientOcclusion& plugin = *ktAmbientOcclusion::the();
-    const int shadow = plugin.getShadowQuality(), gather = plugin.getGatherQuality();
-    double rays = shadow >= 0 && shadow <= 5 ? shadowRays[shadow] : shadowRays[2];
+    const ktRunRate::PerVertex perVertex = raysPerVertex();
+    double rays = perVertex.shadows;
     if (plugin.isIndirectIlluminationEnabled())
-        rays += plugin.getNumOfIndirections() * (gather >= 0 && gather <= 4 ? gatherRays[gather] : gatherRays[4]);
+        rays += plugin.getNumOfIndirections() * perVertex.bounce;
     return rays * static_cast<double>(countSelectedVertices());
 }
 

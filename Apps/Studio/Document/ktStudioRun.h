@@ -12,13 +12,14 @@
 
 class ktRunCounter;
 class ktRunProgress;
+class ktRunRate;
 class ktStudioDocument;
 class ktStudioSelection;
 
 /// What a run is doing now.
 struct ktStudioRunState {
     QString phase; ///< in words
-    QString part;  ///< name of the node under way; may be empty
+    QString part;  ///< name of the geometry under way, or the nearest name above it; may be empty
     double share = 0;
     double verticesPerSecond = 0; ///< 0: not known yet
     double raysPerSecond = 0;     ///< 0: not known yet
@@ -54,6 +55,8 @@ public:
     /// change.
     bool isRunning() const { return running; }
     const ktStudioRunState& getState() const { return state; }
+    /// Least time between two stateChanged(); 0.1 s in a new object.
+    void setUpdateInterval(double seconds) { updateInterval_s = seconds; }
 
     /// Bakes the selection, or only what has no results below it. Handles events meanwhile. A cancelled or failed run
     /// keeps the new results of geometry that it has finished; the rest is as before.
@@ -85,6 +88,7 @@ private:
     bool refuse(Refusal why);
     bool calculate(bool missingOnly);
     double countVertexRays() const;
+    void watch();
     void update();
     void giveHint();
 
@@ -95,8 +99,8 @@ private:
     ktStudioRunState state;
     std::unique_ptr<ktRunCounter> counter;
     std::unique_ptr<ktRunProgress> progress;
-    double lastUpdate_s = 0, lastRays_s = 0;
-    QString refining;                 ///< round of refinement; empty outside
+    std::unique_ptr<ktRunRate> rate;
+    double updateInterval_s = 0.1, lastUpdate_s = 0, lastRays_s = 0;
     double measuredRaysPerSecond = 0; ///< of the last run that was long enough to measure
     double surfaceRayFactor = 0;      ///< rays of the last fitted bake to those of its vertices alone; 0: none yet
 };

@@ -41,6 +41,9 @@ ktRunPanel::ktRunPanel(ktStudioServices& services_, QWidget* parent)
     for (QLabel* label : {phase, figures, estimate})
         label->setWordWrap(true);
     estimate->setObjectName("estimate");
+    phase->setObjectName("runPhase");
+    figures->setObjectName("runFigures");
+    bar->setObjectName("runProgress");
 
     auto* rows = new QVBoxLayout(this);
     auto* buttons = new QHBoxLayout;
