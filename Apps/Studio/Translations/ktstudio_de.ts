@@ -280,6 +280,73 @@
         </message>
     </context>
     <context>
+        <name>ktHostSentences</name>
+        <message>
+            <source>The result is nearly all black.</source>
+            <translation>Das Ergebnis ist fast ganz schwarz.</translation>
+        </message>
+        <message>
+            <source>The result is nearly all white.</source>
+            <translation>Das Ergebnis ist fast ganz weiß.</translation>
+        </message>
+        <message>
+            <source>The lights are hidden, far away or weak; exposure scales their light.</source>
+            <translation>Die Lichter sind verdeckt, weit weg oder schwach; die Belichtung skaliert ihr Licht.</translation>
+        </message>
+        <message>
+            <source>Something hides the lights and the sky from nearly all surfaces.</source>
+            <translation>Etwas verdeckt die Lichter und den Himmel vor fast allen Flächen.</translation>
+        </message>
+        <message>
+            <source>Rays meet a surface within the maximum distance of %1 nearly everywhere.</source>
+            <translation>Strahlen treffen fast überall innerhalb des größten Abstands von %1 auf eine Fläche.</translation>
+        </message>
+        <message>
+            <source>Inside a closed room a smaller maximum distance helps, such as 10%.</source>
+            <translation>In einem geschlossenen Raum hilft ein kleinerer größter Abstand, etwa 10 %.</translation>
+        </message>
+        <message>
+            <source>Or the parts are inside out.</source>
+            <translation>Oder die Teile sind von innen nach außen gekehrt.</translation>
+        </message>
+        <message>
+            <source>The lights are bright; an exposure below 1 scales their light.</source>
+            <translation>Die Lichter sind hell; eine Belichtung unter 1 skaliert ihr Licht.</translation>
+        </message>
+        <message>
+            <source>Only surfaces within the maximum distance of %1 occlude, which is short for the scene&apos;s diagonal of %2.</source>
+            <translation>Nur Flächen innerhalb des größten Abstands von %1 verdecken; das ist wenig für die Diagonale der Szene von %2.</translation>
+        </message>
+        <message>
+            <source>Surfaces nearer than the minimum distance of %1 do not occlude, which is long for the scene&apos;s diagonal of %2.</source>
+            <translation>Flächen, die näher sind als der kleinste Abstand von %1, verdecken nicht; das ist viel für die Diagonale der Szene von %2.</translation>
+        </message>
+        <message>
+            <source>No surface hides the sky from another one, as on a single convex part.</source>
+            <translation>Keine Fläche verdeckt einer anderen den Himmel, wie bei einem einzelnen konvexen Teil.</translation>
+        </message>
+        <message>
+            <source>A ground plane (File, Reading options) adds a plane below that shows the shadow.</source>
+            <translation>Eine Bodenebene (Datei, Lese-Optionen) zeigt darunter den Schatten.</translation>
+        </message>
+        <message>
+            <source>The minimum distance of %1 is above the scene&apos;s diagonal of %2, so nothing occludes.</source>
+            <translation>Der kleinste Abstand von %1 ist größer als die Diagonale der Szene von %2; darum verdeckt nichts.</translation>
+        </message>
+        <message>
+            <source>The minimum distance of %1 is large for the scene&apos;s diagonal of %2: surfaces that are nearer do not occlude.</source>
+            <translation>Der kleinste Abstand von %1 ist groß für die Diagonale der Szene von %2: Flächen, die näher sind, verdecken nicht.</translation>
+        </message>
+        <message>
+            <source>The maximum distance of %1 is below a ten-thousandth of the scene&apos;s diagonal of %2, so hardly anything occludes.</source>
+            <translation>Der größte Abstand von %1 ist kleiner als ein Zehntausendstel der Diagonale der Szene von %2; darum verdeckt kaum etwas.</translation>
+        </message>
+        <message>
+            <source>Edges below %1 are not split, and the scene&apos;s diagonal of %2 is shorter, so nothing is refined.</source>
+            <translation>Kanten unter %1 werden nicht geteilt, und die Diagonale der Szene von %2 ist kürzer; darum wird nichts verfeinert.</translation>
+        </message>
+    </context>
+    <context>
         <name>ktLogPanel</name>
         <message>
             <source>Log</source>
@@ -992,8 +1059,8 @@
             <translation>Ansichtsfenster</translation>
         </message>
         <message>
-            <source>Shows the scene. Arrow keys orbit, Shift and arrow keys pan, plus and minus zoom.</source>
-            <translation>Zeigt die Szene. Pfeiltasten drehen, Umschalt und Pfeiltasten verschieben, Plus und Minus vergrößern.</translation>
+            <source>Shows the scene. Arrow keys orbit, Shift and arrow keys pan, plus and minus zoom. Alt and arrow keys move a crosshair, and Enter clicks at it.</source>
+            <translation>Zeigt die Szene. Pfeiltasten drehen, Umschalt und Pfeiltasten verschieben, Plus und Minus vergrößern. Alt und Pfeiltasten bewegen ein Fadenkreuz, und die Eingabetaste klickt dort.</translation>
         </message>
     </context>
     <context>
@@ -1052,6 +1119,29 @@
         <message>
             <source>Python: Enter runs a statement, Tab completes a name, up and down bring earlier ones</source>
             <translation>Python: Eingabe führt eine Anweisung aus, Tab ergänzt einen Namen, Auf und Ab bringen frühere</translation>
+        </message>
+    </context>
+    <context>
+        <name>ktShortcutDialog</name>
+        <message>
+            <source>Keyboard shortcuts</source>
+            <translation>Tastenkürzel</translation>
+        </message>
+        <message>
+            <source>What it does</source>
+            <translation>Was geschieht</translation>
+        </message>
+        <message>
+            <source>Keys</source>
+            <translation>Tasten</translation>
+        </message>
+        <message>
+            <source>Commands</source>
+            <translation>Befehle</translation>
+        </message>
+        <message>
+            <source>In the picture</source>
+            <translation>Im Bild</translation>
         </message>
     </context>
     <context>
@@ -1850,115 +1940,6 @@
         </message>
     </context>
     <context>
-        <name>ktViewOverlay</name>
-        <message>
-            <source>%L1 m</source>
-            <translation>%L1 m</translation>
-        </message>
-        <message>
-            <source>%L1 mm</source>
-            <translation>%L1 mm</translation>
-        </message>
-        <message>
-            <source>w</source>
-            <comment>share of open directions</comment>
-            <translation>w</translation>
-        </message>
-        <message>
-            <source>Before the bake</source>
-            <translation>Vor dem Backen</translation>
-        </message>
-        <message>
-            <source>Without light</source>
-            <translation>Ohne Licht</translation>
-        </message>
-        <message>
-            <source>Now</source>
-            <translation>Jetzt</translation>
-        </message>
-        <message>
-            <source>With light</source>
-            <translation>Mit Licht</translation>
-        </message>
-        <message>
-            <source>Click the other end of the distance</source>
-            <translation>Klicken Sie das andere Ende der Strecke an</translation>
-        </message>
-        <message>
-            <source>Click one end of the distance</source>
-            <translation>Klicken Sie ein Ende der Strecke an</translation>
-        </message>
-    </context>
-    <context>
-        <name>ktWorkBar</name>
-        <message>
-            <source>Progress</source>
-            <translation>Fortschritt</translation>
-        </message>
-        <message>
-            <source>Cancel</source>
-            <translation>Abbrechen</translation>
-        </message>
-    </context>
-    <context>
-        <name>main</name>
-        <message>
-            <source>Opens a scene, bakes light into its vertices, shows and saves it.</source>
-            <translation>Öffnet eine Szene, backt Licht in ihre Ecken, zeigt und speichert sie.</translation>
-        </message>
-        <message>
-            <source>Print this.</source>
-            <translation>Dies ausgeben.</translation>
-        </message>
-        <message>
-            <source>Print the version.</source>
-            <translation>Die Version ausgeben.</translation>
-        </message>
-        <message>
-            <source>Length of one unit of the file: auto, mm, cm, m, inch, foot or a number of millimetres.</source>
-            <translation>Länge einer Einheit der Datei: auto, mm, cm, m, inch, foot oder eine Zahl von Millimetern.</translation>
-        </message>
-        <message>
-            <source>Axis of the file that points up: x, y or z; without it, as the file says.</source>
-            <translation>Achse der Datei, die nach oben zeigt: x, y oder z; ohne sie, wie die Datei sagt.</translation>
-        </message>
-        <message>
-            <source>Scene to open: glTF, OBJ, PLY, STL, ... More files are added to it.</source>
-            <translation>Szene, die geöffnet wird: glTF, OBJ, PLY, STL, ... Weitere Dateien kommen hinzu.</translation>
-        </message>
-        <message>
-            <source>--unit %1: must be auto, mm, cm, m, inch, foot or a length in millimetres</source>
-            <translation>--unit %1: muss auto, mm, cm, m, inch, foot oder eine Länge in Millimetern sein</translation>
-        </message>
-        <message>
-            <source>--up %1: must be x, y or z</source>
-            <translation>--up %1: muss x, y oder z sein</translation>
-        </message>
-    </context>
-    <context>
-        <name>ktShortcutDialog</name>
-        <message>
-            <source>Keyboard shortcuts</source>
-            <translation>Tastenkürzel</translation>
-        </message>
-        <message>
-            <source>What it does</source>
-            <translation>Was geschieht</translation>
-        </message>
-        <message>
-            <source>Keys</source>
-            <translation>Tasten</translation>
-        </message>
-        <message>
-            <source>Commands</source>
-            <translation>Befehle</translation>
-        </message>
-        <message>
-            <source>In the picture</source>
-            <translation>Im Bild</translation>
-        </message>
-    </context>
-    <context>
         <name>ktViewControl</name>
         <message>
             <source>Orbit</source>
@@ -2044,72 +2025,123 @@
             <source>+ and -</source>
             <translation>+ und -</translation>
         </message>
+        <message>
+            <source>Move the divider of a comparison</source>
+            <translation>Die Trennlinie eines Vergleichs bewegen</translation>
+        </message>
+        <message>
+            <source>Drag it, or Ctrl + left and right arrow</source>
+            <translation>Ziehen, oder Strg + Pfeil links und rechts</translation>
+        </message>
+        <message>
+            <source>Move a crosshair</source>
+            <translation>Ein Fadenkreuz bewegen</translation>
+        </message>
+        <message>
+            <source>Alt + arrow keys; with Shift by one pixel</source>
+            <translation>Alt + Pfeiltasten; mit Umschalt um einen Bildpunkt</translation>
+        </message>
+        <message>
+            <source>Click at the crosshair: select, or set one end of a distance</source>
+            <translation>Am Fadenkreuz klicken: auswählen, oder ein Ende einer Strecke setzen</translation>
+        </message>
+        <message>
+            <source>Enter</source>
+            <translation>Eingabetaste</translation>
+        </message>
+        <message>
+            <source>Add the part at the crosshair to the selection, or remove it</source>
+            <translation>Das Teil am Fadenkreuz zur Auswahl hinzufügen oder daraus entfernen</translation>
+        </message>
+        <message>
+            <source>Ctrl + Enter</source>
+            <translation>Strg + Eingabetaste</translation>
+        </message>
     </context>
     <context>
-        <name>ktHostSentences</name>
+        <name>ktViewOverlay</name>
         <message>
-            <source>The result is nearly all black.</source>
-            <translation>Das Ergebnis ist fast ganz schwarz.</translation>
+            <source>%L1 m</source>
+            <translation>%L1 m</translation>
         </message>
         <message>
-            <source>The result is nearly all white.</source>
-            <translation>Das Ergebnis ist fast ganz weiß.</translation>
+            <source>%L1 mm</source>
+            <translation>%L1 mm</translation>
         </message>
         <message>
-            <source>The lights are hidden, far away or weak; exposure scales their light.</source>
-            <translation>Die Lichter sind verdeckt, weit weg oder schwach; die Belichtung skaliert ihr Licht.</translation>
+            <source>w</source>
+            <comment>share of open directions</comment>
+            <translation>w</translation>
         </message>
         <message>
-            <source>Something hides the lights and the sky from nearly all surfaces.</source>
-            <translation>Etwas verdeckt die Lichter und den Himmel vor fast allen Flächen.</translation>
+            <source>Before the bake</source>
+            <translation>Vor dem Backen</translation>
         </message>
         <message>
-            <source>Rays meet a surface within the maximum distance of %1 nearly everywhere.</source>
-            <translation>Strahlen treffen fast überall innerhalb des größten Abstands von %1 auf eine Fläche.</translation>
+            <source>Without light</source>
+            <translation>Ohne Licht</translation>
         </message>
         <message>
-            <source>Inside a closed room a smaller maximum distance helps, such as 10%.</source>
-            <translation>In einem geschlossenen Raum hilft ein kleinerer größter Abstand, etwa 10 %.</translation>
+            <source>Now</source>
+            <translation>Jetzt</translation>
         </message>
         <message>
-            <source>Or the parts are inside out.</source>
-            <translation>Oder die Teile sind von innen nach außen gekehrt.</translation>
+            <source>With light</source>
+            <translation>Mit Licht</translation>
         </message>
         <message>
-            <source>The lights are bright; an exposure below 1 scales their light.</source>
-            <translation>Die Lichter sind hell; eine Belichtung unter 1 skaliert ihr Licht.</translation>
+            <source>Click the other end of the distance, or press Enter at the crosshair</source>
+            <translation>Klicken Sie das andere Ende der Strecke an, oder drücken Sie die Eingabetaste am Fadenkreuz</translation>
         </message>
         <message>
-            <source>Only surfaces within the maximum distance of %1 occlude, which is short for the scene&apos;s diagonal of %2.</source>
-            <translation>Nur Flächen innerhalb des größten Abstands von %1 verdecken; das ist wenig für die Diagonale der Szene von %2.</translation>
+            <source>Click one end of the distance, or press Enter at the crosshair</source>
+            <translation>Klicken Sie ein Ende der Strecke an, oder drücken Sie die Eingabetaste am Fadenkreuz</translation>
+        </message>
+    </context>
+    <context>
+        <name>ktWorkBar</name>
+        <message>
+            <source>Progress</source>
+            <translation>Fortschritt</translation>
         </message>
         <message>
-            <source>Surfaces nearer than the minimum distance of %1 do not occlude, which is long for the scene&apos;s diagonal of %2.</source>
-            <translation>Flächen, die näher sind als der kleinste Abstand von %1, verdecken nicht; das ist viel für die Diagonale der Szene von %2.</translation>
+            <source>Cancel</source>
+            <translation>Abbrechen</translation>
+        </message>
+    </context>
+    <context>
+        <name>main</name>
+        <message>
+            <source>Opens a scene, bakes light into its vertices, shows and saves it.</source>
+            <translation>Öffnet eine Szene, backt Licht in ihre Ecken, zeigt und speichert sie.</translation>
         </message>
         <message>
-            <source>No surface hides the sky from another one, as on a single convex part.</source>
-            <translation>Keine Fläche verdeckt einer anderen den Himmel, wie bei einem einzelnen konvexen Teil.</translation>
+            <source>Print this.</source>
+            <translation>Dies ausgeben.</translation>
         </message>
         <message>
-            <source>A ground plane (File, Reading options) adds a plane below that shows the shadow.</source>
-            <translation>Eine Bodenebene (Datei, Lese-Optionen) zeigt darunter den Schatten.</translation>
+            <source>Print the version.</source>
+            <translation>Die Version ausgeben.</translation>
         </message>
         <message>
-            <source>The minimum distance of %1 is above the scene&apos;s diagonal of %2, so nothing occludes.</source>
-            <translation>Der kleinste Abstand von %1 ist größer als die Diagonale der Szene von %2; darum verdeckt nichts.</translation>
+            <source>Length of one unit of the file: auto, mm, cm, m, inch, foot or a number of millimetres.</source>
+            <translation>Länge einer Einheit der Datei: auto, mm, cm, m, inch, foot oder eine Zahl von Millimetern.</translation>
         </message>
         <message>
-            <source>The minimum distance of %1 is large for the scene&apos;s diagonal of %2: surfaces that are nearer do not occlude.</source>
-            <translation>Der kleinste Abstand von %1 ist groß für die Diagonale der Szene von %2: Flächen, die näher sind, verdecken nicht.</translation>
+            <source>Axis of the file that points up: x, y or z; without it, as the file says.</source>
+            <translation>Achse der Datei, die nach oben zeigt: x, y oder z; ohne sie, wie die Datei sagt.</translation>
         </message>
         <message>
-            <source>The maximum distance of %1 is below a ten-thousandth of the scene&apos;s diagonal of %2, so hardly anything occludes.</source>
-            <translation>Der größte Abstand von %1 ist kleiner als ein Zehntausendstel der Diagonale der Szene von %2; darum verdeckt kaum etwas.</translation>
+            <source>Scene to open: glTF, OBJ, PLY, STL, ... More files are added to it.</source>
+            <translation>Szene, die geöffnet wird: glTF, OBJ, PLY, STL, ... Weitere Dateien kommen hinzu.</translation>
         </message>
         <message>
-            <source>Edges below %1 are not split, and the scene&apos;s diagonal of %2 is shorter, so nothing is refined.</source>
-            <translation>Kanten unter %1 werden nicht geteilt, und die Diagonale der Szene von %2 ist kürzer; darum wird nichts verfeinert.</translation>
+            <source>--unit %1: must be auto, mm, cm, m, inch, foot or a length in millimetres</source>
+            <translation>--unit %1: muss auto, mm, cm, m, inch, foot oder eine Länge in Millimetern sein</translation>
+        </message>
+        <message>
+            <source>--up %1: must be x, y or z</source>
+            <translation>--up %1: muss x, y oder z sein</translation>
         </message>
     </context>
 </TS>

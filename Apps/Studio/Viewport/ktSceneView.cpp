@@ -25,6 +25,7 @@ namespace {
 constexpr double turn_radPerSecond = 0.35; // about 20 degrees
 constexpr int turnInterval_ms = 30;
 constexpr int dividerReach_px = 6;
+const QPointF middle(0.5, 0.5);
 constexpr double dueSlice_ms = 8;
 constexpr std::size_t mostTrianglesAtOnce = 250000;
 
@@ -62,6 +63,19 @@ public:
                    std::abs(place.x() - state.look.divider * view.width()) <= dividerReach_px;
         };
         control.dividerMoved = [this](double place) { view.setDivider(place); };
+        control.dividerStepped = [this](double step) {
+            if (state.look.comparison == ktComparison::None)
+                return false;
+            view.setDivider(state.look.divider + step);
+            return true;
+        };
+        control.crosshairStepped = [this](QPoint step) { stepCrosshair(step); };
+        control.crosshairClicked = [this](Qt::KeyboardModifiers keys) {
+            if (!overlay.crosshair)
+                return false;
+            control.clicked(overlay.crosshairPlace(view.size()), keys);
+            return true;
+        };
         control.clicked = [this](QPoint place, Qt::KeyboardModifiers keys) {
             whenPickable([this, place, keys] { click(place, keys); });
         };
@@ -162,6 +176,21 @@ public:
             tell(hit ? ktPointerInfo::text(state.scene, *hit) : QString());
     }
 
+    void stepCrosshair(const QPoint& step) {
+        const QPointF before = overlay.crosshair.value_or(middle);
+        overlay.crosshair = QPointF(std::clamp(before.x() + step.x() / std::max(1.0, view.width() - 1.0), 0.0, 1.0),
+                                    std::clamp(before.y() + step.y() / std::max(1.0, view.height() - 1.0), 0.0, 1.0));
+        canvas->widget()->update();
+        hover(overlay.crosshairPlace(view.size()));
+    }
+
+    void hideCrosshair() {
+        if (!overlay.crosshair)
+            return;
+        overlay.crosshair.reset();
+        canvas->widget()->update();
+    }
+
     void tell(const QString& text) {
         if (info == text)
             return;
@@ -193,7 +222,9 @@ ktSceneView::ktSceneView(QWidget* parent, Drawing drawing)
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(64, 48);
     setAccessibleName(tr("Viewport"));
-    setAccessibleDescription(tr("Shows the scene. Arrow keys orbit, Shift and arrow keys pan, plus and minus zoom."));
+    setAccessibleDescription(
+        tr("Shows the scene. Arrow keys orbit, Shift and arrow keys pan, plus and minus zoom. Alt and arrow "
+           "keys move a crosshair, and Enter clicks at it."));
 }
 
 ktSceneView::~ktSceneView() {
@@ -399,6 +430,9 @@ void ktSceneView::showRadiusRing(double radiusMillimetres) {
 void ktSceneView::setMeasuring(bool on) {
     d->isMeasuring = d->overlay.isMeasuring = on;
     d->overlay.measured.clear();
+    d->overlay.crosshair.reset();
+    if (on)
+        d->overlay.crosshair = middle;
     d->tell({});
     d->canvas->widget()->update();
 }
@@ -440,6 +474,7 @@ bool ktSceneView::event(QEvent* event) {
 }
 
 void ktSceneView::mousePressEvent(QMouseEvent* event) {
+    d->hideCrosshair();
     d->control.press(*event);
 }
 

@@ -92,7 +92,8 @@ public:
 
     /// A ring of that radius around the point under the pointer; 0 hides it.
     void showRadiusRing(double radiusMillimetres);
-    /// While on, clicks set the two ends of a distance, shown in the view, and do not pick.
+    /// While on, clicks set the two ends of a distance, shown in the view, and do not pick. Shows a crosshair in the
+    /// middle, at which Enter clicks.
     void setMeasuring(bool on);
 
     /// Draws the scene without marks and overlays, except the legend of false colours. Null if there is no memory.

@@ -14,6 +14,8 @@ constexpr int clickDistance_px = 4; // a shorter drag is a click
 constexpr double pi = 3.14159265358979;
 constexpr double zoomPerStep = 0.88; // of the wheel
 constexpr double keyAngle_rad = pi / 36;
+constexpr double dividerStep = 0.02;
+constexpr int crosshairStep_px = 10;
 
 } // namespace
 
@@ -118,7 +120,6 @@ void ktViewControl::wheel(const QWheelEvent& event) {
 }
 
 bool ktViewControl::key(const QKeyEvent& event) {
-    const bool hasShift = event.modifiers() & Qt::ShiftModifier;
     int right = 0, up = 0;
     switch (event.key()) {
     case Qt::Key_Left:
@@ -138,15 +139,27 @@ bool ktViewControl::key(const QKeyEvent& event) {
         camera.zoom(event.key() == Qt::Key_Plus ? zoomPerStep : 1 / zoomPerStep, 0, 0, aspect());
         cameraMoved();
         return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        return crosshairClicked(event.modifiers() & ~Qt::KeypadModifier);
     default:
         return false;
     }
+    keyStep(right, up, event.modifiers());
+    return true;
+}
+
+void ktViewControl::keyStep(int right, int up, Qt::KeyboardModifiers modifiers) {
+    const bool hasShift = modifiers & Qt::ShiftModifier;
+    if (modifiers & Qt::AltModifier)
+        return crosshairStepped(QPoint(right, -up) * (hasShift ? 1 : crosshairStep_px));
+    if (modifiers & Qt::ControlModifier && right != 0 && dividerStepped(dividerStep * right))
+        return;
     if (hasShift)
         camera.pan(-0.1 * right, -0.1 * up, aspect());
     else
         camera.orbit(keyAngle_rad * right, keyAngle_rad * up);
     cameraMoved();
-    return true;
 }
 
 std::vector<std::pair<QString, QString>> ktViewControl::describe() const {
@@ -162,5 +175,9 @@ std::vector<std::pair<QString, QString>> ktViewControl::describe() const {
         {tr("Orbit"), tr("Arrow keys")},
         {tr("Pan"), tr("Shift + arrow keys")},
         {tr("Zoom"), tr("+ and -")},
+        {tr("Move the divider of a comparison"), tr("Drag it, or Ctrl + left and right arrow")},
+        {tr("Move a crosshair"), tr("Alt + arrow keys; with Shift by one pixel")},
+        {tr("Click at the crosshair: select, or set one end of a distance"), tr("Enter")},
+        {tr("Add the part at the crosshair to the selection, or remove it"), tr("Ctrl + Enter")},
     };
 }

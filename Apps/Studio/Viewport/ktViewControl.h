@@ -31,7 +31,8 @@ public:
     void release(const QMouseEvent& event);
     void doubleClick(const QMouseEvent& event);
     void wheel(const QWheelEvent& event);
-    /// Arrows orbit, Shift + arrows pan, + and - zoom. Returns false for another key.
+    /// Arrows orbit, Shift + arrows pan, + and - zoom, Ctrl + arrows move the divider, Alt + arrows the crosshair,
+    /// Enter clicks at it. Returns false for a key without a use.
     bool key(const QKeyEvent& event);
 
     /// -1 (left, bottom) to 1 (right, top).
@@ -49,12 +50,19 @@ public:
     /// Whether a place is on the divider, and its new place, 0 to 1.
     std::function<bool(QPoint)> isDivider = [](QPoint) { return false; };
     std::function<void(double)> dividerMoved = [](double) {};
+    /// Moves the divider by a share of the width; false if none is shown.
+    std::function<bool(double)> dividerStepped = [](double) { return false; };
+    /// Moves the crosshair of the keyboard by pixels, and shows it.
+    std::function<void(QPoint)> crosshairStepped = [](QPoint) {};
+    /// Clicks at the crosshair; false if none is shown.
+    std::function<bool(Qt::KeyboardModifiers)> crosshairClicked = [](Qt::KeyboardModifiers) { return false; };
 
 private:
     enum class Action { None, Click, Orbit, Pan, Zoom, Band, Divider };
 
     Action actionOf(const QMouseEvent& event) const;
     void drag(const QPoint& from, const QPoint& to);
+    void keyStep(int right, int up, Qt::KeyboardModifiers modifiers);
 
     QWidget& widget;
     ktViewCamera& camera;

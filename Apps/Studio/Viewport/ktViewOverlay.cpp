@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Paints legend, divider, rectangle, ring and measured distance over the picture.
+// Paints legend, divider, rectangle, ring, measured distance and crosshair over the picture.
 #include "ktViewOverlay.h"
 
 #include "ktFalseColours.h"
@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int mostBoxes = 200;
+constexpr int crosshairGap_px = 3, crosshairArm_px = 12;
 const QColor markColor(255, 149, 0);
 
 std::optional<QPointF> placeOf(const ktViewCamera& camera, const ktViewCamera::Vector& point, const QSize& size) {
@@ -104,6 +105,21 @@ void ktViewOverlay::paintMeasured(QPainter& painter, const QSize& size, const kt
     paintText(painter, (places[0] + places[1]) / 2 + QPointF(8, -8), lengthText(length));
 }
 
+QPoint ktViewOverlay::crosshairPlace(const QSize& size) const {
+    return QPointF(crosshair->x() * (size.width() - 1), crosshair->y() * (size.height() - 1)).toPoint();
+}
+
+void ktViewOverlay::paintCrosshair(QPainter& painter, const QSize& size) const {
+    const QPointF middle = crosshairPlace(size) + QPointF(0.5, 0.5);
+    paintLine(
+        painter,
+        [&] {
+            for (const QPointF& arm : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)})
+                painter.drawLine(middle + crosshairGap_px * arm, middle + crosshairArm_px * arm);
+        },
+        Qt::white);
+}
+
 void ktViewOverlay::paintDivider(QPainter& painter, const QSize& size, const ktViewLook& look) {
     const double x = look.divider * size.width();
     paintLine(
@@ -120,10 +136,11 @@ void ktViewOverlay::paintDivider(QPainter& painter, const QSize& size, const ktV
 }
 
 void ktViewOverlay::paintMessages(QPainter& painter, const QSize& size) const {
-    const QString hint = !isMeasuring           ? QString()
-                         : measured.size() == 1 ? tr("Click the other end of the distance")
-                         : measured.empty()     ? tr("Click one end of the distance")
-                                                : QString();
+    const QString hint = !isMeasuring ? QString()
+                         : measured.size() == 1
+                             ? tr("Click the other end of the distance, or press Enter at the crosshair")
+                         : measured.empty() ? tr("Click one end of the distance, or press Enter at the crosshair")
+                                            : QString();
     QPointF place(12, size.height() - 12);
     for (const QString& text : {message, hint}) {
         if (text.isEmpty())
@@ -163,6 +180,8 @@ void ktViewOverlay::paint(QPainter& painter, const QSize& size, const ktViewStat
     if (ringRadius > 0 && ringCentre)
         paintRing(painter, size, state.camera);
     paintMeasured(painter, size, state.camera);
+    if (crosshair)
+        paintCrosshair(painter, size);
     if (!rectangle.isNull()) {
         painter.setBrush(QColor(markColor.red(), markColor.green(), markColor.blue(), 40));
         painter.setPen(QPen(markColor, 1));

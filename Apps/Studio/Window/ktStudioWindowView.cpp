@@ -80,7 +80,11 @@ void ktStudioWindow::makeViewMenu() {
     };
     addChoices(menu->addMenu(tr("Co&mpare")), comparisons, ktComparison::None,
                [this](ktComparison comparison) { view->setComparison(comparison); });
-    addSwitch(menu, "measure", tr("&Measure a distance"), "M", false, [this](bool on) { view->setMeasuring(on); });
+    addSwitch(menu, "measure", tr("&Measure a distance"), "M", false, [this](bool on) {
+        view->setMeasuring(on);
+        if (on)
+            view->setFocus(); // for its keys
+    });
     for (const char* const name : {"wire", "compareLight", "compareEarlier"})
         findChild<QAction*>(name)->setEnabled(view->usesOpenGL()); // the ray tracer draws without
     menu->addSeparator();

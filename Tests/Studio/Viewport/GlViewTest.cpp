@@ -148,6 +148,35 @@ TEST_F(GlView, GivenComparison_ShowsEarlierResultsLeftOfTheDivider) {
     EXPECT_LE(ktColorDistance(screen().pixelColor(at(-0.9, 0.3)), ktSrgbBytes(1, 1, 1)), 1);
 }
 
+TEST_F(GlView, GivenKeys_MoveTheDividerAndNotTheCamera) {
+    const osg::GeometryPtr geometry = ktViewParts::square(2);
+    ktViewParts::setResults(geometry, {0, 0, 0, 0.25f});
+    parts.add(geometry, ktViewParts::moved(-1, -1, 0));
+    show();
+    view.setComparison(ktComparison::WithoutLight);
+    const QColor without = ktSrgbBytes(1, 1, 1), with = ktSrgbBytes(0.25f, 0.25f, 0.25f);
+    const auto divider = [&] { // the share of the width left of it
+        const QImage image = screen();
+        int pixels = 0;
+        for (int x = 0; x < image.width(); ++x)
+            pixels += ktColorDistance(image.pixelColor(x, at(0, 0.3).y()), without) <= 1;
+        return static_cast<double>(pixels) / image.width();
+    };
+    const double before = divider();
+    const ktViewCamera::Vector eye = view.camera().eye();
+    for (int i = 0; i < 5; ++i)
+        QTest::keyClick(&view, Qt::Key_Right, Qt::ControlModifier);
+    EXPECT_NEAR(divider() - before, 0.1, 0.02);
+    for (int i = 0; i < 10; ++i)
+        QTest::keyClick(&view, Qt::Key_Left, Qt::ControlModifier);
+    EXPECT_NEAR(divider() - before, -0.1, 0.02);
+    EXPECT_EQ(view.camera().eye(), eye);
+    for (int i = 0; i < 100; ++i)
+        QTest::keyClick(&view, Qt::Key_Left, Qt::ControlModifier);
+    QTest::keyClick(&view, Qt::Key_Right, Qt::ControlModifier);
+    EXPECT_LE(ktColorDistance(screen().pixelColor(at(-0.9, 0.3)), with), 1) << "it stays in the view";
+}
+
 TEST_F(GlView, GivenMarkedPart_OutlinesIt) {
     const osg::NodePtr node = parts.add(ktViewParts::square(), ktViewParts::moved(-0.5f, -0.5f, 0));
     show();

@@ -225,6 +225,62 @@ TEST_F(SceneView, GivenTwoClicksWhileMeasuring_TellsTheDistance) {
     EXPECT_TRUE(picked.empty());
 }
 
+TEST_F(SceneView, GivenKeysAlone_MeasuresTheDistanceBetweenTwoPlacesOfTheCrosshair) {
+    waitForPicker();
+    view->setMeasuring(true); // the crosshair is in the middle, where nothing is
+    const QPoint middle((width - 1) / 2, (height - 1) / 2);
+    const auto press = [this](Qt::Key key, int count, Qt::KeyboardModifiers keys) {
+        for (int i = 0; i < count; ++i)
+            QTest::keyClick(view.get(), key, keys);
+    };
+    press(Qt::Key_Return, 1, {});
+    press(Qt::Key_Left, 7, Qt::AltModifier);
+    press(Qt::Key_Down, 2, Qt::AltModifier);
+    press(Qt::Key_Down, 5, Qt::AltModifier | Qt::ShiftModifier); // 70 left and 25 down of the middle
+    press(Qt::Key_Return, 1, {});
+    EXPECT_TRUE(info.isEmpty()) << "one end";
+    press(Qt::Key_Right, 14, Qt::AltModifier);
+    press(Qt::Key_Enter, 1, Qt::KeypadModifier);
+    constexpr double perPixel = 4.0 / width; // millimetres
+    EXPECT_EQ(info, QString("Distance %1 mm").arg(140 * perPixel, 0, 'g', 4));
+    EXPECT_TRUE(picked.empty());
+    EXPECT_EQ(view->camera().eye(), (ktViewCamera::Vector{0, 0.5, 10})) << "these keys do not move the camera";
+    const auto crosshairAt = [this](const QPoint& place) { // its arms begin 3 pixels from its middle
+        const QRect arm(place + QPoint(4, -1), QSize(8, 3));
+        return view->grab(arm).toImage();
+    };
+    const QPoint end = middle + QPoint(70, 25);
+    const QImage with = crosshairAt(end);
+    view->setMeasuring(false);
+    EXPECT_NE(crosshairAt(end), with);
+    picked.clear();
+    press(Qt::Key_Return, 1, {});
+    EXPECT_TRUE(picked.empty()) << "there is no crosshair any more";
+}
+
+TEST_F(SceneView, GivenKeysAlone_SelectsAtTheCrosshairAndTellsWhatIsThere) {
+    waitForPicker();
+    hover(at(0, 0.5));
+    ASSERT_TRUE(info.isEmpty());
+    Qt::KeyboardModifiers modifiers;
+    QObject::connect(view.get(), &ktSceneView::nodePicked, view.get(),
+                     [&](const osg::NodePtr&, Qt::KeyboardModifiers keys) { modifiers = keys; });
+    for (int i = 0; i < 6; ++i)
+        QTest::keyClick(view.get(), Qt::Key_Right, Qt::AltModifier);
+    EXPECT_EQ(info.left(5).toStdString(), "right");
+    QTest::keyClick(view.get(), Qt::Key_Return, Qt::ControlModifier);
+    EXPECT_EQ(picked, (std::vector<osg::NodePtr>{right}));
+    EXPECT_EQ(modifiers, Qt::ControlModifier);
+    for (int i = 0; i < 100; ++i) // it stays in the view
+        QTest::keyClick(view.get(), Qt::Key_Left, Qt::AltModifier);
+    QTest::keyClick(view.get(), Qt::Key_Right, Qt::AltModifier);
+    EXPECT_EQ(info.left(4).toStdString(), "left");
+    QTest::mouseClick(view.get(), Qt::LeftButton, {}, at(0, 0.5));
+    picked.clear();
+    QTest::keyClick(view.get(), Qt::Key_Return);
+    EXPECT_TRUE(picked.empty()) << "the mouse hides it";
+}
+
 TEST_F(SceneView, GivenRing_DrawsItAroundThePoint) {
     waitForPicker();
     ASSERT_TRUE(QTest::qWaitFor([this] { return view->isSettled(); }, 20000));
