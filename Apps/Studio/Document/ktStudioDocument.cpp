@@ -5,11 +5,13 @@
 #include "ktAddedScene.h"
 #include "ktAmbientOcclusionSettings.h"
 #include "ktBackgroundWork.h"
+#include "ktFileWatch.h"
 #include "ktLengthUnit.h"
 #include "ktLog.h"
 #include "ktLogOutput.h"
 #include "ktNodeUtils.h"
 #include "ktPreview.h"
+#include "ktReadRecord.h"
 #include "ktReservedMemory.h"
 #include "ktSceneCommand.h"
 #include "ktSceneFile.h"
@@ -27,8 +29,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QFileSystemWatcher>
-#include <QTimer>
 #include <utility>
 
 /// Options are part of what is undone.
@@ -77,15 +77,14 @@ std::string pathOf(osg::NodePtr node) {
 
 ktStudioDocument::ktStudioDocument(QObject* parent)
     : QObject(parent), reader(std::make_unique<ktSceneReader>()), options(ktStudioOptions::load()),
-      watcher(new QFileSystemWatcher(this)), settle(new QTimer(this)) {
+      fileWatch(new ktFileWatch(this)) {
     connect(this, &ktStudioDocument::optionsChanged, this, [this] { options.keep(); });
     connect(&undoStack(), &QUndoStack::indexChanged, this, &ktStudioDocument::noteModified);
-    settle->setSingleShot(true);
-    settle->setInterval(300);
-    const auto wait = [this] { settle->start(); };
-    connect(watcher, &QFileSystemWatcher::fileChanged, settle, wait);
-    connect(watcher, &QFileSystemWatcher::directoryChanged, settle, wait);
-    connect(settle, &QTimer::timeout, this, &ktStudioDocument::checkFile);
+    connect(fileWatch, &ktFileWatch::changed, this, [this](const QString& changed) {
+        if (file)
+            emit changedOnDisk(changed);
+    });
+    connect(this, &ktStudioDocument::filesChanged, this, &ktStudioDocument::watchFiles);
 }
 
 ktStudioDocument::~ktStudioDocument() {
@@ -176,10 +175,14 @@ ktStudioDocument::ReadScene ktStudioDocument::read(const QString& newPath, const
     request.options.keepVertices = newOptions.keepVertices;
     request.hasGroundPlane = newOptions.groundPlane;
     request.prepare = preparation;
+    record.reset();
+    record = std::make_unique<ktReadRecord>();
     ktSceneReader::Result result = reader->read(request, [this](double share) { emit readingProgressed(share); });
     logMessages(newPath, result.report);
     ReadScene scene;
     scene.diagonal = result.diagonal;
+    scene.sources = record->files();
+    scene.sources.insert(newPath);
     // What has no unit, or a size that is hardly meant, gets this diagonal.
     scene.isUnitGuess = unit->isAutomatic() && result.file && std::abs(result.diagonal - guessedDiagonal) < 0.5;
     scene.file = std::move(result.file);
@@ -220,7 +223,9 @@ bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& n
     ktSceneState::setRootNode(file->getRoot());
     replacing = false;
     ktSceneState::setSelection(file->getNodesToBake());
-    watch();
+    sources = std::move(scene.sources);
+    fileWatch->clear();
+    watchFiles();
     wasModified = false;
     emit opened();
     emit modifiedChanged(false);
@@ -288,9 +293,13 @@ bool ktStudioDocument::reload(const ktStudioReadOptions& newOptions) {
 }
 
 bool ktStudioDocument::loadPictures() {
-    const auto load = [this](ktSceneFile& from, const QString& fromPath) {
+    const auto load = [this](ktSceneFile& from, const QString& fromPath, std::set<QString>& itsSources) {
         ktFileReport report;
+        const std::set<QString> before = record->files();
         from.loadPictures(report, [this] { return letEventsIn(); });
+        for (const QString& picture : record->files())
+            if (!before.count(picture))
+                itsSources.insert(picture);
         logMessages(fromPath, report);
         if (report.isOutOfMemory)
             fail(report);
@@ -299,9 +308,12 @@ bool ktStudioDocument::loadPictures() {
     if (!file)
         return true;
     isReadingCancelled = false;
-    return load(*file, path) && std::all_of(added.begin(), added.end(), [&load](const auto& scene) {
-               return load(scene->getFile(), scene->getPath());
-           });
+    const bool isGood =
+        load(*file, path, sources) && std::all_of(added.begin(), added.end(), [&load](const auto& scene) {
+            return load(scene->getFile(), scene->getPath(), scene->getSources());
+        });
+    watchFiles();
+    return isGood;
 }
 
 // The scene is in view before, without its pictures.
@@ -345,8 +357,9 @@ bool ktStudioDocument::openCopy(const QString& copyPath, const QString& scenePat
     if (!open(copyPath, newOptions))
         return false;
     path = scenePath;
+    sources = {path};
     savedCommand = std::numeric_limits<unsigned long>::max(); // no command: something is unsaved whatever is undone
-    watch();
+    watchFiles();
     noteModified();
     emit opened(); // under its own name
     return true;
@@ -368,7 +381,7 @@ bool ktStudioDocument::saveOne(ktSceneFile& written, const QString& newPath) {
 bool ktStudioDocument::saveAs(const QString& newPath) {
     if (!file || reading || newPath.isEmpty())
         return false;
-    const bool isSourceReplaced = QFileInfo(newPath).absoluteFilePath() == path;
+    const ktFileWatch::OwnWriting writing(*fileWatch); // it may write over a file that was read
     const auto started = Clock::now();
     if (!saveOne(*file, newPath))
         return false;
@@ -377,8 +390,6 @@ bool ktStudioDocument::saveAs(const QString& newPath) {
         return false;
     savedCommand = ktSceneCommand::findNewest(undoStack());
     undoStack().setClean();
-    if (isSourceReplaced)
-        watch();
     noteModified();
     emit saved(outputPath, secondsSince(started));
     return true;
@@ -427,22 +438,9 @@ void ktStudioDocument::fail(const ktFileReport& report) {
     emit failed(QString::fromStdString(report.error));
 }
 
-void ktStudioDocument::watch() {
-    if (!watcher->files().isEmpty())
-        watcher->removePaths(watcher->files());
-    if (!watcher->directories().isEmpty())
-        watcher->removePaths(watcher->directories());
-    watcher->addPath(path);
-    watcher->addPath(QFileInfo(path).path()); // a program may replace the file by another one
-    const QFileInfo info(path);
-    fileTime = info.lastModified();
-    fileSize = info.size();
-}
-
-void ktStudioDocument::checkFile() {
-    const QFileInfo info(path);
-    if (!file || !info.exists() || (info.lastModified() == fileTime && info.size() == fileSize))
-        return;
-    watch();
-    emit changedOnDisk();
+void ktStudioDocument::watchFiles() {
+    std::set<QString> all = sources;
+    for (const std::shared_ptr<ktAddedScene>& scene : added)
+        all.insert(scene->getSources().begin(), scene->getSources().end());
+    fileWatch->watch(all);
 }

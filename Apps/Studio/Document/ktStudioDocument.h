@@ -10,19 +10,19 @@
 #include <OpenSG/OSGNode.h>
 #include <OpenSG/OSGRefPtr.h>
 #include <optional>
-#include <QDateTime>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <set>
 #include <string>
 #include <vector>
 
 class ktAddedScene;
+class ktFileWatch;
+class ktReadRecord;
 class ktSceneFile;
 class ktSceneReader;
 class ktUndoStack;
-class QFileSystemWatcher;
-class QTimer;
 struct ktFileReport;
 struct ktPreviewOptions;
 struct ktSceneCamera;
@@ -153,8 +153,8 @@ signals:
     void saved(const QString& path, double seconds);
     void previewDrawn(double seconds);
     void failed(const QString& reason);
-    /// Another program has changed the file that was read.
-    void changedOnDisk();
+    /// Another program has changed a file of the scene: one that was opened or added, or one that it refers to.
+    void changedOnDisk(const QString& path);
 
 private:
     class AddCommand;
@@ -167,6 +167,7 @@ private:
         std::unique_ptr<ktSceneFile> file; ///< null: it cannot be read
         bool isUnitGuess = false;
         double diagonal = 0;
+        std::set<QString> sources; ///< files that were read for it
     };
     ReadScene read(const QString& newPath, const ktStudioReadOptions& options);
     /// How a file that is added is read.
@@ -181,8 +182,7 @@ private:
     bool letEventsIn(); ///< whether to end reading
     void noteModified();
     void followScene();
-    void watch();
-    void checkFile();
+    void watchFiles();
 
     std::unique_ptr<ktSceneReader> reader; // destroyed after the scenes
     std::unique_ptr<ktSceneFile> file;
@@ -201,8 +201,7 @@ private:
     unsigned long savedCommand = 0;              ///< ktSceneCommand::findNewest() at the last save
     bool wasModified = false;
     std::optional<ktSceneDistances> followed; ///< distances that followScene() chose
-    QFileSystemWatcher* watcher;
-    QTimer* settle; ///< a program that writes the file changes it many times
-    QDateTime fileTime;
-    qint64 fileSize = -1;
+    std::unique_ptr<ktReadRecord> record;     ///< of the last reading
+    std::set<QString> sources;                ///< files that were read for the opened one
+    ktFileWatch* fileWatch;
 };

@@ -96,8 +96,9 @@ ktStudioReadOptions ktStudioDocument::optionsOfAdded(const QString& newPath) con
 }
 
 std::shared_ptr<ktAddedScene> ktStudioDocument::readAdded(const QString& newPath) {
-    std::unique_ptr<ktSceneFile> newFile = read(newPath, optionsOfAdded(newPath)).file;
-    return newFile ? std::make_shared<ktAddedScene>(std::move(newFile), newPath) : nullptr;
+    ReadScene scene = read(newPath, optionsOfAdded(newPath));
+    return scene.file ? std::make_shared<ktAddedScene>(std::move(scene.file), newPath, std::move(scene.sources))
+                      : nullptr;
 }
 
 int ktStudioDocument::addFiles(const QStringList& paths) {
@@ -204,11 +205,13 @@ std::vector<ktStudioDocument::AddedCopy> ktStudioDocument::saveAddedCopies(const
 void ktStudioDocument::addCopies(const std::vector<AddedCopy>& copies) {
     const ktUndoPause pause; // they belong to what was read
     for (const AddedCopy& copy : copies) {
-        std::unique_ptr<ktSceneFile> copyFile = read(copy.copy.isEmpty() ? copy.scene : copy.copy, copy.options).file;
-        if (!copyFile)
+        const bool isCopy = !copy.copy.isEmpty();
+        ReadScene copied = read(isCopy ? copy.copy : copy.scene, copy.options);
+        if (!copied.file)
             continue;
-        const auto scene = std::make_shared<ktAddedScene>(std::move(copyFile), copy.scene);
-        if (!copy.copy.isEmpty())
+        const auto scene = std::make_shared<ktAddedScene>(
+            std::move(copied.file), copy.scene, isCopy ? std::set<QString>{copy.scene} : std::move(copied.sources));
+        if (isCopy)
             scene->noteUnsaved();
         undoStack().add(new AddCommand(*this, scene));
     }

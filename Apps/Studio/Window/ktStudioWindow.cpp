@@ -170,9 +170,8 @@ void ktStudioWindow::connectServices() {
         messages->show(ktMessageBar::Level::Info, tr("Saved as %1").arg(path), {}, "saved");
         showTitle();
     });
-    connect(&document, &ktStudioDocument::changedOnDisk, this, [this] {
-        messages->show(ktMessageBar::Level::Warning,
-                       tr("%1 has changed on disk.").arg(QFileInfo(document.getPath()).fileName()),
+    connect(&document, &ktStudioDocument::changedOnDisk, this, [this](const QString& path) {
+        messages->show(ktMessageBar::Level::Warning, tr("%1 has changed on disk.").arg(QFileInfo(path).fileName()),
                        {{tr("Read again"), [this] { findChild<QAction*>("readAgain")->trigger(); }}}, "changed");
     });
     connect(&document, &ktStudioDocument::failed, this, [this](const QString& reason) {

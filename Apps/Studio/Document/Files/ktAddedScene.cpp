@@ -28,8 +28,8 @@ std::uint64_t hashResults(const osg::NodePtr& root) {
 
 } // namespace
 
-ktAddedScene::ktAddedScene(std::unique_ptr<ktSceneFile> file_, const QString& path_)
-    : file(std::move(file_)), path(path_), savedResults(hashResults(file->getRoot())) {
+ktAddedScene::ktAddedScene(std::unique_ptr<ktSceneFile> file_, const QString& path_, std::set<QString> sources_)
+    : file(std::move(file_)), path(path_), sources(std::move(sources_)), savedResults(hashResults(file->getRoot())) {
     osg::setName(file->getRoot(), QFileInfo(path).fileName().toStdString());
 }
 
