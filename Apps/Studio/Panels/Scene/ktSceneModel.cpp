@@ -26,10 +26,11 @@ ktSceneModel::ktSceneModel(ktStudioServices& services_, QObject* parent)
     : QAbstractItemModel(parent), services(services_) {
     connect(&services.document, &ktStudioDocument::opened, this, &ktSceneModel::reset);
     connect(&services.document, &ktStudioDocument::filesChanged, this, &ktSceneModel::reset);
+    // Counting tells of news many times, and a view goes through all rows that are named. So one row is, which is
+    // enough for the widths of the columns, and the view draws again what it shows.
     connect(&services.summaries, &ktNodeSummaries::changed, this, [this] {
-        // A view asks again for what it shows; it does not matter which items are named.
         if (top && !top->below.empty())
-            emit dataChanged(index(0, 0), index(static_cast<int>(top->below.size()) - 1, ColumnCount - 1));
+            emit dataChanged(index(0, 0), index(0, ColumnCount - 1));
     });
     reset();
 }

@@ -39,6 +39,8 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
         tree->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
     tree->header()->setMinimumSectionSize(24);
     tree->header()->setResizeContentsPrecision(0); // only rows in view: asking a thousand rows takes long
+    // Each time a header is drawn, it asks all rows whether its columns are selected. Here rows are, and columns never.
+    tree->header()->setSelectionModel(new QItemSelectionModel(model, tree->header()));
 
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(4, 4, 4, 4);
@@ -51,6 +53,7 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     connect(tree->selectionModel(), &QItemSelectionModel::selectionChanged, this, &ktScenePanel::takeSelection);
     connect(tree, &QTreeView::customContextMenuRequested, this, &ktScenePanel::showMenu);
     connect(&services.selection, &ktStudioSelection::changed, this, &ktScenePanel::showSelection);
+    connect(&services.summaries, &ktNodeSummaries::changed, tree->viewport(), qOverload<>(&QWidget::update));
     connect(model, &QAbstractItemModel::modelReset, this, [this] {
         expandFirst();
         showSelection();
