@@ -22,6 +22,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPropertyAnimation>
 #include <QScrollArea>
 #include <QToolButton>
 
@@ -79,7 +80,12 @@ void ktStudioWindow::makeDocks() {
     resizeDocks({log}, {120}, Qt::Vertical);
     addGoingTo({scene, part, bake, settings, options, log, history, script});
     dockMenu->addSeparator();
-    addAction(dockMenu, "resetLayout", tr("&Restore the layout"), {}, [this] { restoreState(firstState); });
+    addAction(dockMenu, "resetLayout", tr("&Restore the layout"), {}, [this] {
+        // Qt 5.15 crashes if docks move aside meanwhile, as after a drag.
+        for (QPropertyAnimation* const motion : findChildren<QPropertyAnimation*>())
+            motion->setCurrentTime(motion->totalDuration());
+        restoreState(firstState);
+    });
 }
 
 // For the keyboard: shows a panel that is closed or behind another one, and goes into it.
