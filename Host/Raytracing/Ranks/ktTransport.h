@@ -30,8 +30,8 @@ public:
     /// Whether threads of this process wait for a message. Then it looks for messages all the time; otherwise seldom,
     /// because that takes time from the threads that trace. Any thread.
     virtual void setWaiting(bool isWaiting) { static_cast<void>(isWaiting); }
-    /// Sends and receives what is there, if it was not done a moment ago. For threads that trace, between two batches: it
-    /// costs less than a change to another thread. Any thread.
+    /// Sends and receives what is there, if it was not done a moment ago. For threads that trace, between two batches:
+    /// it costs less than a change to another thread. Any thread.
     virtual void look() {}
     /// Ends the connection in order, when all ranks call this: waits until all messages are sent.
     /// Neither send() nor receive() may follow.

@@ -19,7 +19,7 @@ public:
     ktAddedScene& operator=(const ktAddedScene&) = delete;
 
     ktSceneFile& getFile() const { return *file; }
-    const QString& getPath() const { return path; }                 ///< of the file that was read
+    const QString& getPath() const { return path; }     ///< of the file that was read
     std::set<QString>& getSources() { return sources; } ///< files that were read for it
     /// Whether its baked light differs from the file's, or from what was saved last.
     bool isChanged() const;
