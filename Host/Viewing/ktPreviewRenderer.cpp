@@ -132,7 +132,7 @@ private:
             static constexpr float bayer[2][2] = {{-0.375f, 0.125f}, {0.375f, -0.125f}};
             const float dither = isEven && middle.mesh == ktHitPacket::noMesh ? bayer[row % 2][column % 2] : 0.0f;
             const auto byte = [dither](float value) {
-                return static_cast<int>(std::clamp(255 * ktToSrgb(value) + dither, 0.0f, 255.0f) + 0.5f);
+                return static_cast<int>(std::lround(std::clamp(255 * ktToSrgb(value) + dither, 0.0f, 255.0f)));
             };
             // Grey is frequent, and the power in toSrgb() takes long.
             const int red = byte(color[0]);

@@ -10,7 +10,6 @@
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 

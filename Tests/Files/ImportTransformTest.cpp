@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 #include <random>
 
-using testing::Each;
 using testing::SizeIs;
 
 namespace {

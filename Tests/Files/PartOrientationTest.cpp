@@ -4,11 +4,9 @@
 
 #include <gmock/gmock.h>
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::SizeIs;
 
 namespace {

@@ -35,8 +35,9 @@ bool isSame(const ktDirectionSet& a, const ktDirectionSet& b) {
 } // namespace
 
 TEST(HemisphereMap, GivenSquarePoint_IsRecoveredFromItsDirection) {
-    for (double u = 0.005; u < 1; u += 0.01) {
-        for (double v = 0.005; v < 1; v += 0.01) {
+    for (int row = 0; row < 100; ++row) {
+        for (int column = 0; column < 100; ++column) {
+            const double u = 0.005 + 0.01 * row, v = 0.005 + 0.01 * column;
             float direction[3];
             ktHemisphereMap::toDirection(u, v, direction);
             const double length =

@@ -18,7 +18,7 @@
 #include <vector>
 
 #ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/allocator_interface.h>
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // gcc has the function, but not its header
 #endif
 
 namespace {

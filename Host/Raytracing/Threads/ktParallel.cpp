@@ -5,7 +5,7 @@
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 
-#ifdef __SANITIZE_THREAD__
+#ifdef KT_THREAD_SANITIZER
 #include <sanitizer/tsan_interface.h>
 #endif
 
@@ -13,8 +13,8 @@ namespace {
 
 // Tells the thread sanitizer, which does not see into TBB, what parallel_for() promises: the caller's work before the
 // loop comes before all parts, and all parts come before its work after the loop. The parts have no order among
-// themselves.
-#ifdef __SANITIZE_THREAD__
+// themselves. This file itself is compiled without it.
+#ifdef KT_THREAD_SANITIZER
 class LoopOrder {
 public:
     LoopOrder() { __tsan_release(&begun); }
