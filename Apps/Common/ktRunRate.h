@@ -32,6 +32,6 @@ private:
     const double rayFactor;
     double now = 0;
     std::uint64_t known = 0; // vertices in vertexRays
-    double vertexRays = 0,
-           finished = 0; // rays of the vertices alone: of all, and of geometry that is traced to the end
+    // Rays of the vertices alone: of all, and of geometry that is traced to the end.
+    double vertexRays = 0, finished = 0;
 };

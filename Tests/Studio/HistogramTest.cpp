@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The pixels of the histogram in the panel Part, and the words beside it.
 #include "ktAmbientOcclusion.h"
+#include "ktGeometryInstances.h"
 #include "ktPartPanel.h"
 #include "ktSceneState.h"
 #include "ktStudioFixture.h"
@@ -22,16 +23,13 @@ protected:
     std::string words() { return find<QLabel>("partResults").text().toStdString(); }
 
     static osg::GeometryPtr geometryOf(const char* name) {
-        std::vector<osg::NodePtr> pending = ktSceneState::findNodes(name);
-        while (!pending.empty()) {
-            const osg::NodePtr node = pending.back();
-            pending.pop_back();
-            if (const auto geometry = osg::GeometryPtr::dcast(node->getCore()); geometry != osg::NullFC)
-                return geometry;
-            for (osg::UInt32 i = 0; i < node->getNChildren(); ++i)
-                pending.push_back(node->getChild(i));
-        }
-        return osg::NullFC;
+        osg::GeometryPtr first = osg::NullFC;
+        ktForEachGeometryInstance(ktSceneState::findNodes(name).front(), ktInstances::All,
+                                  [&first](const ktGeometryInstance& instance) {
+                                      first = instance.geometry;
+                                      return false;
+                                  });
+        return first;
     }
 
     /// Gives the vertices of a baked box these values of w, a number of times each.

@@ -96,6 +96,10 @@ bool ktStudioRun::refuse(Refusal why) {
     return false;
 }
 
+QString ktStudioRun::countText(double count) {
+    return QString::fromStdString(formatCount(count)).replace('.', QLocale().decimalPoint());
+}
+
 // For the run that begins. After the counter's own connections, so that it has counted before.
 void ktStudioRun::watch() {
     const ktHostSignals& host = ktHostSignals::the();
@@ -114,8 +118,7 @@ void ktStudioRun::watch() {
                     state.phase = tr("Refining: round %1 of %2, %3 new vertices")
                                       .arg(round)
                                       .arg(rounds)
-                                      .arg(QString::fromStdString(formatCount(static_cast<double>(newVertices)))
-                                               .replace('.', QLocale().decimalPoint()));
+                                      .arg(countText(static_cast<double>(newVertices)));
                 update();
             });
 }

@@ -55,6 +55,8 @@ public:
     /// change.
     bool isRunning() const { return running; }
     const ktStudioRunState& getState() const { return state; }
+    /// formatCount() with the decimal point of the language.
+    static QString countText(double count);
     /// Least time between two stateChanged(); 0.1 s in a new object.
     void setUpdateInterval(double seconds) { updateInterval_s = seconds; }
 

@@ -430,9 +430,7 @@ void ktSceneView::showRadiusRing(double radiusMillimetres) {
 void ktSceneView::setMeasuring(bool on) {
     d->isMeasuring = d->overlay.isMeasuring = on;
     d->overlay.measured.clear();
-    d->overlay.crosshair.reset();
-    if (on)
-        d->overlay.crosshair = middle;
+    d->overlay.crosshair = on ? std::optional(middle) : std::nullopt;
     d->tell({});
     d->canvas->widget()->update();
 }

@@ -21,8 +21,8 @@ public:
     virtual int size() const = 0;
     /// Sends a message soon; does not wait. Any thread. A message to a rank that has ended is lost.
     virtual void send(int to, ktMessageBytes message) = 0;
-    /// Sends a message to all other ranks, which pass it on to each other if it is long. In order with those of send().
-    /// Only rank 0. Any thread.
+    /// Sends a message to all other ranks. A long one goes through memory that they share, or they pass it on to each
+    /// other. In order with those of send(). Only rank 0. Any thread.
     virtual void broadcast(ktMessageBytes message) = 0;
     /// Waits for the next message from any rank. One thread at a time.
     /// @return false if none came in time

@@ -8,15 +8,10 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
-
-static QString countText(double count) {
-    return QString::fromStdString(formatCount(count)).replace('.', QLocale().decimalPoint());
-}
 
 static QString durationText(double seconds) {
     return QString::fromStdString(formatDuration(seconds));
@@ -94,9 +89,9 @@ void ktRunPanel::showState() {
     phase->setText(state.part.isEmpty() ? state.phase : tr("%1: %2").arg(state.phase, state.part));
     QStringList parts;
     if (state.raysPerSecond > 0)
-        parts << tr("%1 rays/s").arg(countText(state.raysPerSecond));
+        parts << tr("%1 rays/s").arg(ktStudioRun::countText(state.raysPerSecond));
     else if (state.verticesPerSecond > 0)
-        parts << tr("%1 vertices/s").arg(countText(state.verticesPerSecond));
+        parts << tr("%1 vertices/s").arg(ktStudioRun::countText(state.verticesPerSecond));
     parts << tr("%1 so far").arg(durationText(state.seconds));
     if (state.secondsLeft >= 0)
         parts << tr("%1 left").arg(durationText(state.secondsLeft));
@@ -111,8 +106,9 @@ void ktRunPanel::showEstimate() {
         return;
     }
     const double rays = services.run.estimateRays(), seconds = services.run.estimateSeconds();
-    estimate->setText(services.run.isEstimateLow() ? tr("At least %1 rays").arg(countText(rays))
-                      : seconds < 0                ? tr("About %1 rays").arg(countText(rays))
-                      : seconds < 1                ? tr("About %1 rays, less than a second").arg(countText(rays))
-                                    : tr("About %1 rays, roughly %2").arg(countText(rays), durationText(seconds)));
+    estimate->setText(services.run.isEstimateLow() ? tr("At least %1 rays").arg(ktStudioRun::countText(rays))
+                      : seconds < 0                ? tr("About %1 rays").arg(ktStudioRun::countText(rays))
+                      : seconds < 1
+                          ? tr("About %1 rays, less than a second").arg(ktStudioRun::countText(rays))
+                          : tr("About %1 rays, roughly %2").arg(ktStudioRun::countText(rays), durationText(seconds)));
 }

@@ -5,29 +5,17 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <fstream>
-#include <mpi.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr char segmentName[] = "/vader_segment.";
 
-// Of this process among those on its machine.
-int localRank() {
-    MPI_Comm machine = MPI_COMM_NULL;
-    int rank = 0;
-    if (MPI_Comm_split_type(MPI_COMM_WORLD, MPI_COMM_TYPE_SHARED, 0, MPI_INFO_NULL, &machine) != MPI_SUCCESS)
-        return -1;
-    MPI_Comm_rank(machine, &rank);
-    MPI_Comm_free(&machine);
-    return rank;
-}
-
 } // namespace
 
-void ktMpiSegment::unlink() {
-    const int rank = localRank();
-    if (rank < 0)
+void ktMpiSegment::unlink(MPI_Comm machine) {
+    int rank = 0;
+    if (machine == MPI_COMM_NULL || MPI_Comm_rank(machine, &rank) != MPI_SUCCESS)
         return;
     // The names of all segments end in the number of their rank.
     const std::string ending = "." + std::to_string(rank);

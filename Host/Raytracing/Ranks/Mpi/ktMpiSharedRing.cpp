@@ -20,16 +20,13 @@ struct alignas(cacheLine) ktMpiSharedRing::Counter {
     static_assert(std::atomic<std::uint64_t>::is_always_lock_free, "processes share it");
 };
 
-bool ktMpiSharedRing::open() {
+bool ktMpiSharedRing::open(MPI_Comm machine) {
     int allRanks = 0;
     MPI_Comm_size(MPI_COMM_WORLD, &allRanks);
     MPI_Comm_rank(MPI_COMM_WORLD, &rank);
-    int isUsable =
-        MPI_Comm_split_type(MPI_COMM_WORLD, MPI_COMM_TYPE_SHARED, rank, MPI_INFO_NULL, &machine) == MPI_SUCCESS;
-    if (isUsable) {
+    if (machine != MPI_COMM_NULL)
         MPI_Comm_size(machine, &rankCount);
-        isUsable = rankCount == allRanks && rankCount > 1;
-    }
+    int isUsable = rankCount == allRanks && rankCount > 1;
     // All ranks must give the same answer, or some would wait for others in the next collective call.
     const auto isUsableForAll = [&isUsable] {
         MPI_Allreduce(MPI_IN_PLACE, &isUsable, 1, MPI_INT, MPI_MIN, MPI_COMM_WORLD);
@@ -61,7 +58,6 @@ void ktMpiSharedRing::close() {
     counters = nullptr;
     MPI_Win_unlock_all(window);
     MPI_Win_free(&window);
-    MPI_Comm_free(&machine);
 }
 
 std::size_t ktMpiSharedRing::write(const char* bytes, std::size_t size) {

@@ -139,8 +139,11 @@ private:
             MPI_Comm_rank(MPI_COMM_WORLD, &ownRank);
             MPI_Comm_size(MPI_COMM_WORLD, &rankCount);
             MPI_Comm_dup(MPI_COMM_WORLD, &forBroadcasts);
-            segment.unlink();
-            ring.open();
+            if (MPI_Comm_split_type(MPI_COMM_WORLD, MPI_COMM_TYPE_SHARED, ownRank, MPI_INFO_NULL, &machine) !=
+                MPI_SUCCESS)
+                machine = MPI_COMM_NULL;
+            segment.unlink(machine);
+            ring.open(machine);
             partials.resize(static_cast<std::size_t>(rankCount));
         }
         {
@@ -413,9 +416,9 @@ private:
     int ownRank = 0, rankCount = 1;
     std::mutex mpiMutex; // for all calls of MPI after the start, and for what follows
     std::list<Sending> sending;
-    std::vector<Partial> partials; // by rank
-    MPI_Comm forBroadcasts = MPI_COMM_NULL;
-    std::list<Broadcast> broadcasts; // in order
+    std::vector<Partial> partials;                                   // by rank
+    MPI_Comm forBroadcasts = MPI_COMM_NULL, machine = MPI_COMM_NULL; // the latter: the ranks on this machine
+    std::list<Broadcast> broadcasts;                                 // in order
     std::uint64_t broadcastsBegun = 0, broadcastsEnded = 0;
     std::deque<std::pair<std::uint64_t, std::vector<char>>> held; // messages and the broadcast before them
     ktMpiSegment segment;
