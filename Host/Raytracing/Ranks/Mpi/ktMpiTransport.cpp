@@ -31,8 +31,9 @@ constexpr std::size_t mostEager = 30u << 10;     // bytes; longer messages need 
 // Between two looks for messages. A look of the own thread takes about 30 microseconds from a thread that traces, with
 // the change to another thread and back; one of the thread itself takes few. If threads wait, or messages are on their
 // way, the interval is a part of the time for which nothing has happened. If all threads trace, it is a part of that
-// time or of the usual time between two messages.
-constexpr std::chrono::microseconds shortInterval{50}, lookInterval{250}, tracingInterval{500}, longInterval{2000};
+// time or of the usual time between two messages; it is the longest while they look themselves.
+constexpr std::chrono::microseconds shortInterval{50}, lookInterval{250}, tracingInterval{500}, longInterval{2000},
+    relievedInterval{20000};
 constexpr int partOfIdleTime = 16, partOfTracingTime = 4;
 constexpr std::chrono::seconds longestEnd{5}; // of MPI's own end; then the process ends without
 enum Tag : int { wholeMessage = 1, announcedSize, piece, announcedBroadcast };
@@ -59,16 +60,17 @@ public:
             outgoing.emplace_back(to, std::move(message));
         }
         // Another thread would take the processor from a thread that traces.
-        if (exchangeIfFree())
-            return;
-        const std::lock_guard<std::mutex> lock(mutex);
-        isWoken = true;
-        changed.notify_all();
+        if (!exchangeIfFree())
+            wake();
     }
 
     void look() override {
-        if (Clock::now().time_since_epoch() - lastLook.load() >= lookInterval)
-            exchangeIfFree();
+        if (Clock::now().time_since_epoch() - lastLook.load() < lookInterval)
+            return;
+        if (exchangeIfFree())
+            isRelieved = true;
+        else
+            wake();
     }
 
     void broadcast(ktMessageBytes message) override { send(toAll, std::move(message)); }
@@ -84,11 +86,8 @@ public:
     }
 
     void setWaiting(bool isWaiting_) override {
-        if (isWaiting.exchange(isWaiting_) || !isWaiting_)
-            return;
-        const std::lock_guard<std::mutex> lock(mutex);
-        isWoken = true;
-        changed.notify_all();
+        if (!isWaiting.exchange(isWaiting_) && isWaiting_)
+            wake();
     }
 
     void finish() override { end(State::Finishing, 0); }
@@ -113,6 +112,12 @@ private:
         std::vector<MPI_Request> requests;
         std::size_t done = 0; // bytes that went through the ring
     };
+
+    void wake() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        isWoken = true;
+        changed.notify_all();
+    }
 
     void end(State how, int code) {
         {
@@ -231,13 +236,15 @@ private:
                            [](const Sending& each) { return each.bytes && each.bytes->size() > mostEager; });
     }
 
-    Clock::duration pollInterval() const {
+    Clock::duration pollInterval() {
+        const bool wasRelieved = isRelieved.exchange(false);
         if (!broadcasts.empty())
             return shortInterval;
         const Clock::duration idle = Clock::now() - lastActive;
         if (!isWaiting && !isSendingLong())
-            return std::clamp<Clock::duration>(std::max(idle, usualGap) / partOfTracingTime, tracingInterval,
-                                               longInterval);
+            return wasRelieved ? relievedInterval
+                               : std::clamp<Clock::duration>(std::max(idle, usualGap) / partOfTracingTime,
+                                                             tracingInterval, longInterval);
         return std::clamp<Clock::duration>(idle / partOfIdleTime, shortInterval, longInterval);
     }
 
@@ -427,6 +434,7 @@ private:
     Clock::time_point lastActive = Clock::now(), lastReceived = lastActive;
     Clock::duration usualGap{0};                               // between two messages
     std::atomic<bool> isWaiting{true};                         // set by any thread
+    std::atomic<bool> isRelieved{false};                       // whether other threads looked since its last look
     std::atomic<Clock::duration> lastLook{Clock::duration(0)}; // when, since the clock's epoch
 
     std::mutex mutex; // for all below
