@@ -3,6 +3,7 @@
 #include "ktRankPool.h"
 
 #include "ktCancelPoint.h"
+#include "ktCheckpoint.h"
 #include "ktParallel.h"
 #include "ktRankPass.h"
 #include "ktRankPeer.h"
@@ -385,8 +386,8 @@ bool ktRankPool::hasScene(const Peer& peer) const {
 }
 
 // Takes the items of the next block for a rank, unless it has as many blocks as it may have. The mutex is locked.
-bool ktRankPool::take(Peer& peer, ktRankBlock& block, std::uint32_t most) {
-    if (!loop || loop->isOver || isLost || !hasScene(peer) || peer.blocks.size() + peer.storing >= most)
+bool ktRankPool::take(Peer& peer, ktRankBlock& block, std::uint32_t mostBlocks) {
+    if (!loop || loop->isOver || isLost || !hasScene(peer) || peer.blocks.size() + peer.storing >= mostBlocks)
         return false;
     if (!peer.jobs.empty())
         return false; // a block would wait for them
@@ -401,8 +402,9 @@ bool ktRankPool::take(Peer& peer, ktRankBlock& block, std::uint32_t most) {
     if (!peer.blocks.empty() && rest <= ownThreads)
         return false; // the last batches are for those that have nothing to do
     const std::size_t share = rest * threads / allThreads;
-    const std::size_t batches = std::clamp<std::size_t>(std::max(share / shareOfRest, std::min(least, share)), 1,
-                                                        threads * mostBatchesPerThread);
+    // A killed rank may lose two blocks: one in work, and one whose results are on their way to the checkpoint.
+    const std::size_t most = threads * mostBatchesPerThread / (ktCheckpoint::current() ? 2 : 1);
+    const std::size_t batches = std::clamp<std::size_t>(std::max(share / shareOfRest, std::min(least, share)), 1, most);
     const std::size_t begin = loop->next.fetch_add(batches * batch);
     if (begin >= count)
         return false;

@@ -158,7 +158,7 @@ private:
     void sendJob(Peer& peer, std::uint32_t number, ktMessageBytes message);
     void storeJob(Peer& peer, ktWireReader& reader);
     bool hasScene(const Peer& peer) const;
-    bool take(Peer& peer, ktRankBlock& block, std::uint32_t most);
+    bool take(Peer& peer, ktRankBlock& block, std::uint32_t mostBlocks);
     void join(Peer& peer, const Loop& joined);
     void traceHere(Loop& joined);
     void endLoop(Loop& ended);
