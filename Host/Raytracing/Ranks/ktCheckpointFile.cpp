@@ -41,7 +41,8 @@ std::uint64_t ktHashBytes(const void* bytes, std::size_t size, std::uint64_t sta
         hash = ktRandom::combine(hash, word);
     }
     word = 0;
-    std::memcpy(&word, at, size);
+    if (size > 0) // nothing may be at a null pointer
+        std::memcpy(&word, at, size);
     return ktRandom::combine(hash, word);
 }
 
