@@ -69,6 +69,9 @@ TEST_F(StudioFileWatch, GivenFilesThatTheSceneRefersTo_OffersToReadTheSceneAgain
     folder.write("new.bin", data);
     std::filesystem::rename(folder.file("new.bin"), folder.file("box.bin"));
     expectOffer("box.bin");
+    // Nobody reads it again, and the new file changes: the watch of the old file tells nothing of it.
+    folder.write("box.bin", data + "and more");
+    expectOffer("box.bin");
 }
 
 TEST_F(StudioFileWatch, GivenMissingPicture_OffersToReadTheSceneWhenItIsThere) {

@@ -3,10 +3,12 @@
 #include "ktBoxScene.h"
 #include "ktStudioFixture.h"
 
+#include <algorithm>
 #include <QHeaderView>
 #include <QPaintEvent>
 #include <QRegion>
 #include <QTreeView>
+#include <set>
 
 namespace {
 
@@ -53,6 +55,24 @@ TEST_F(StudioTree, GivenManySiblings_ShowsTheirSelectionInFewSteps) {
     EXPECT_TRUE(tree().selectionModel()->isRowSelected(7, {}));
 }
 
+TEST_F(StudioTree, GivenSelectionWithGaps_ShowsItInAnyOrder) {
+    open(writeSiblings());
+    const std::vector<osg::NodePtr> all = window->getDocument().getTopNodes();
+    std::set<int> rows;
+    std::vector<osg::NodePtr> nodes;
+    for (int row = 4; row < count; row += 10) {
+        rows.insert(row);
+        nodes.push_back(all[static_cast<std::size_t>(row)]);
+    }
+    std::rotate(nodes.begin(), nodes.begin() + count / 20, nodes.end()); // from the middle to the end, then the rest
+    std::iter_swap(nodes.begin() + 7, nodes.begin() + 60);
+    window->getSelection().set(nodes);
+    std::set<int> shown;
+    for (const QModelIndex& index : tree().selectionModel()->selectedRows())
+        shown.insert(index.row());
+    EXPECT_EQ(shown, rows);
+}
+
 TEST_F(StudioTree, GivenManySiblings_TheirCountsAndTheirSelectionMakeTheViewAskFewRows) {
     int told = 0, rows = 0;
     QObject::connect(&window->getServices().summaries, &ktNodeSummaries::changed, window.get(), [&told] { ++told; });
@@ -69,6 +89,11 @@ TEST_F(StudioTree, GivenManySiblings_TheirCountsAndTheirSelectionMakeTheViewAskF
     // The news are seen all the same, also in other rows than the first.
     EXPECT_EQ(tree().model()->index(3, tree().header()->count() - 1).data().toString(), "12") << "triangles";
     PaintedRegion painted(*tree().viewport());
+    EXPECT_TRUE(waitFor([&] { // until nothing else draws it
+        painted.region = {};
+        QCoreApplication::processEvents();
+        return painted.region.isEmpty();
+    }));
     emit window->getServices().summaries.changed();
     const QRect third = tree().visualRect(tree().model()->index(3, 0));
     EXPECT_TRUE(waitFor([&] { return painted.region.contains(third); }));

@@ -19,7 +19,7 @@ struct ktSceneModel::Item {
     Item* above = nullptr;
     int row = 0;
     std::vector<std::unique_ptr<Item>> below; // the first children of the node
-    osg::Int32 lastFound = -1;                // row of the child that was looked for last
+    osg::UInt32 lastFound = 0;                // row of the child that was looked for last
 };
 
 ktSceneModel::ktSceneModel(ktStudioServices& services_, QObject* parent)
@@ -65,14 +65,17 @@ osg::NodePtr ktSceneModel::nodeOf(const QModelIndex& index) const {
     return index.isValid() ? itemOf(index)->node : osg::NodePtr();
 }
 
-// Nodes are mostly asked for in their order, so the last row and the one after it are tried first: a search of each
-// among a million siblings would not end.
+// Nodes are mostly asked for in their order, maybe with gaps, so the search begins at the last row that was found: from
+// the first row on, finding each of a million siblings would not end.
 osg::Int32 ktSceneModel::rowOf(Item* item, const osg::NodePtr& child) {
-    const auto count = static_cast<osg::Int32>(item->node->getNChildren());
-    for (osg::Int32 row = std::max(0, item->lastFound); row < std::min(count, item->lastFound + 2); ++row)
-        if (item->node->getChild(static_cast<osg::UInt32>(row)) == child)
-            return item->lastFound = row;
-    return item->lastFound = item->node->findChild(child);
+    const osg::UInt32 count = item->node->getNChildren();
+    const osg::UInt32 start = item->lastFound < count ? item->lastFound : 0;
+    for (osg::UInt32 i = 0; i < count; ++i) {
+        const osg::UInt32 row = start + i < count ? start + i : start + i - count;
+        if (item->node->getChild(row) == child)
+            return static_cast<osg::Int32>(item->lastFound = row);
+    }
+    return -1;
 }
 
 QModelIndex ktSceneModel::indexOf(const osg::NodePtr& node) {
