@@ -91,9 +91,13 @@ ReadFile readFile(const QString& path, std::optional<ktUpAxis> up, ktFileMessage
     ktCheckReadable(path, "file");
     const QString ending = QFileInfo(path).suffix().toLower();
     const bool isNamedGltf = ending == "glb" || ending == "gltf";
-    if ((isNamedGltf && !ktIsGltf1(path)) || (!isNamedGltf && ktBeginsLikeGlb(path)) ||
-        (ending.isEmpty() && beginsLikeJson(path)))
-        return {ktReadGltf(path, messages)};
+    if (isNamedGltf || ktBeginsLikeGlb(path) || (ending.isEmpty() && beginsLikeJson(path)))
+        try {
+            return {ktReadGltf(path, messages)};
+        } catch (const ktGltf1Error&) { // others read it, by its name
+            if (!isNamedGltf)
+                throw;
+        }
     ktImportedFile imported = ktImportWithAssimp(path, up, messages);
     const ktFileUnit unit = imported.isUnitSure ? ktFileUnit::Named
                             : imported.hasUnit  ? ktFileUnit::Assumed

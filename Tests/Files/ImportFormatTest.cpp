@@ -7,8 +7,10 @@
 #include <QFile>
 
 using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::SizeIs;
 
 namespace {
@@ -135,4 +137,24 @@ TEST(ImportFormat, GivenX3d_NamesNoFolder) {
     ktPretendToBake(*file);
     ktSaveTestScene(*file, folder.path("out.gltf"));
     EXPECT_EQ(ktReadTestFile(folder.path("out.gltf")).find(folder.root().toStdString()), std::string::npos);
+}
+
+TEST(ImportFormat, GivenGltfOfVersion1_IsImportedIfItsNameSaysSo) {
+    const ktTestFolder folder;
+    const QString model = KT_MODELS "/glTF/BoxTextured-glTF-Embedded/BoxTextured.gltf";
+    for (const char* name : {"box.gltf", "box.GLTF"}) {
+        ASSERT_TRUE(QFile::copy(model, folder.path(name)));
+        EXPECT_THAT(ktGeometriesOf(*ktOpenTestScene(folder.path(name))), SizeIs(1)) << name;
+    }
+    ASSERT_TRUE(QFile::copy(model, folder.path("box")));
+    EXPECT_THAT(ktOpeningSays(folder.path("box")), ElementsAre(HasSubstr("/asset/version: is '1.0'; only glTF 2")));
+    // Its number may be missing.
+    QByteArray text = QByteArray::fromStdString(ktReadTestFile(model));
+    ASSERT_TRUE(text.contains("\"version\": \"1.0\""));
+    text.replace("\"version\": \"1.0\"", "\"generator\": \"none\"");
+    ktWriteTestFile(folder.path("box.gltf"), text.toStdString());
+    EXPECT_THAT(ktOpeningSays(folder.path("box.gltf")), Not(Contains(HasSubstr("only glTF 2"))));
+    // As binary files begin; nobody here reads them.
+    ktWriteTestFile(folder.path("binary.glb"), std::string("glTF\1\0\0\0", 8) + std::string(12, '\0'));
+    EXPECT_THAT(ktOpeningSays(folder.path("binary.glb")), ElementsAre(HasSubstr("cannot be imported")));
 }

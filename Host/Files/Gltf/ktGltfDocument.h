@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ktAssetResource.h"
+#include "ktFileError.h"
 #include "ktGltfJson.h"
 
 #include <QString>
@@ -44,14 +45,19 @@ struct ktGltfDocument {
     std::size_t dataSize() const;
 };
 
+/// A file is glTF of version 1.
+class ktGltf1Error : public ktFileError {
+public:
+    using ktFileError::ktFileError;
+};
+
 /// Reads a .gltf or .glb file. A buffer with an error stores the reason. Throws ktFileError if the whole file is
-/// unusable: not readable, not glTF, truncated, a version other than 2, a required extension that we lack.
+/// unusable: not readable, not glTF, truncated, a version other than 2 (ktGltf1Error for version 1), a required
+/// extension that we lack.
 ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages);
 
 /// Whether the file begins like a .glb file; its name does not matter.
 bool ktBeginsLikeGlb(const QString& path);
-/// Whether the file's content is glTF of version 1, which ktReadGltf() refuses.
-bool ktIsGltf1(const QString& path);
 
 /// Writes a document as .glb or .gltf, by the ending of `path`. Copies resources that a .gltf in another folder needs,
 /// and never replaces a file with different content. Then writes the main file beside its target, flushes it and

@@ -26,6 +26,15 @@ void findIndentation(const char* text, std::size_t size, ktGltfDocument& documen
     document.indentWith = begin < at ? *begin : ' ';
 }
 
+void refuseGltf1(const ktJson& json) {
+    const ktJson* asset = ktJsonMember(json, "asset");
+    const std::string version = asset ? ktJsonText(*asset, "version") : std::string();
+    // In version 1 the version number may be missing, but collections are objects, not arrays.
+    const ktJson* meshes = ktJsonMember(json, "meshes");
+    if (version.compare(0, 2, "1.") == 0 || (version.empty() && meshes && meshes->is_object()))
+        throw ktGltf1Error("/asset/version", "is '" + version.substr(0, 20) + "'; only glTF 2 can be read");
+}
+
 void checkAsset(const ktJson& json) {
     if (!json.is_object())
         throw ktFileError("file", "is no glTF: the JSON is not an object");
@@ -115,6 +124,8 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
     bool hasBinary = false;
     if (ktIsGlb(file)) {
         document.form = ktGltfForm::Glb;
+        if (file.size() > 4 && file[4] == 1)
+            throw ktGltf1Error("file", "is binary glTF version 1; only version 2 can be read");
         ktGlbParts parts = ktSplitGlb(file, messages);
         document.json = ktParseJson(reinterpret_cast<const char*>(file.data()) + parts.jsonBegin, parts.jsonSize);
         document.chunks = std::move(parts.others);
@@ -128,6 +139,7 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
         document.form = ktGltfForm::Gltf;
         const char* text = reinterpret_cast<const char*>(file.data());
         document.json = ktParseJson(text, file.size());
+        refuseGltf1(document.json);
         findIndentation(text, file.size(), document);
         ktBytes().swap(file);
     }
@@ -142,23 +154,4 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
 bool ktBeginsLikeGlb(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) && file.read(4) == "glTF";
-}
-
-bool ktIsGltf1(const QString& path) {
-    try {
-        ktCheckReadable(path, "file");
-        if (ktBeginsLikeGlb(path)) { // may be large
-            QFile file(path);
-            return file.open(QIODevice::ReadOnly) && file.read(5).endsWith('\1');
-        }
-        const ktBytes file = ktReadWholeFile(path, "file");
-        const ktJson json = ktParseJson(reinterpret_cast<const char*>(file.data()), file.size());
-        const ktJson* asset = ktJsonMember(json, "asset");
-        const std::string version = asset ? ktJsonText(*asset, "version") : std::string();
-        // In version 1 the version number may be missing, but collections are objects, not arrays.
-        const ktJson* meshes = ktJsonMember(json, "meshes");
-        return version.compare(0, 2, "1.") == 0 || (version.empty() && meshes && meshes->is_object());
-    } catch (const ktFileError&) {
-        return false;
-    }
 }

@@ -53,12 +53,16 @@ void ktSceneModel::reset() {
     endResetModel();
 }
 
+// An index points to the item above its own. The selection asks each of its ranges for its parent whenever a cell is
+// drawn, and this one is in the cache.
 ktSceneModel::Item* ktSceneModel::itemOf(const QModelIndex& index) const {
-    return index.isValid() ? static_cast<Item*>(index.internalPointer()) : top.get();
+    return index.isValid()
+               ? static_cast<Item*>(index.internalPointer())->below[static_cast<std::size_t>(index.row())].get()
+               : top.get();
 }
 
 QModelIndex ktSceneModel::indexOf(Item* item) const {
-    return item && item != top.get() ? createIndex(item->row, 0, item) : QModelIndex();
+    return item && item != top.get() ? createIndex(item->row, 0, item->above) : QModelIndex();
 }
 
 osg::NodePtr ktSceneModel::nodeOf(const QModelIndex& index) const {
@@ -111,14 +115,14 @@ void ktSceneModel::fetch(Item* item, std::size_t count) {
 }
 
 QModelIndex ktSceneModel::index(int row, int column, const QModelIndex& parent) const {
-    const Item* const item = itemOf(parent);
+    Item* const item = itemOf(parent);
     if (!item || row < 0 || static_cast<std::size_t>(row) >= item->below.size() || column < 0 || column >= ColumnCount)
         return {};
-    return createIndex(row, column, item->below[static_cast<std::size_t>(row)].get());
+    return createIndex(row, column, item);
 }
 
 QModelIndex ktSceneModel::parent(const QModelIndex& index) const {
-    return index.isValid() ? indexOf(itemOf(index)->above) : QModelIndex();
+    return index.isValid() ? indexOf(static_cast<Item*>(index.internalPointer())) : QModelIndex();
 }
 
 int ktSceneModel::rowCount(const QModelIndex& parent) const {
