@@ -4,6 +4,7 @@
 #include "ktStudioFixture.h"
 
 #include <algorithm>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QPaintEvent>
 #include <QRegion>
