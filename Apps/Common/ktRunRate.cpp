@@ -15,6 +15,6 @@ void ktRunRate::finish(std::uint64_t vertices) {
 
 double ktRunRate::measure(std::uint64_t vertices, double rays, double seconds) {
     add(vertices);
-    const double factor = finished > 0 ? rays / finished : rayFactor;
+    const double factor = finished > 0 ? rays / finished : isLow() ? 1 : rayFactor;
     return seconds > 0 ? (rays + (vertexRays - finished) * factor) / seconds : 0;
 }

@@ -11,7 +11,8 @@ public:
     struct PerVertex {
         double shadows = 0, bounce = 0;
     };
-    /// @param rayFactor rays of the run to those of its vertices alone; 0: not known yet
+    /// @param rayFactor rays of the run to those of its vertices alone; 0: at least as many, and how many more is not
+    ///                  known yet
     ktRunRate(const PerVertex& perVertex_, double rayFactor_) : perVertex(perVertex_), rayFactor(rayFactor_) {}
 
     /// A pass begins a geometry.
@@ -24,6 +25,8 @@ public:
     /// @param seconds since tracing began
     /// @return 0: not known yet
     double measure(std::uint64_t vertices, double rays, double seconds);
+    /// Whether measure() gives a lower limit.
+    bool isLow() const { return finished == 0 && rayFactor == 0; }
 
 private:
     void add(std::uint64_t vertices);

@@ -132,11 +132,39 @@ TEST_F(StudioRunState, GivenLongRun_SaysRaysASecondAndTheTimeLeft) {
     EXPECT_NEAR(state.secondsLeft, state.seconds / state.share * (1 - state.share), 0.5 * state.secondsLeft);
 }
 
+TEST_F(StudioRunState, GivenFirstGeometryOfTheFirstFit_SaysTheLeastRaysASecond) {
+    std::string grid; // large enough to be under way for long
+    constexpr int side = 150;
+    for (int i = 0; i < side * side; ++i)
+        grid += "v " + std::to_string(i % side) + " " + std::to_string(i / side) + " " + std::to_string(i % 7) + "\n";
+    for (int i = 1; i < side * (side - 1); ++i)
+        if (i % side != 0)
+            grid += "f " + std::to_string(i) + " " + std::to_string(i + 1) + " " + std::to_string(i + side) + "\n";
+    open(folder.write("grid.obj", grid));
+    ASSERT_EQ(window->getDocument().getOptions().fit, ktFitMode::Surface);
+    plugin().setShadowQuality(5);
+    const QRegularExpression all("^(At least ([\\d.]+( [kMG])?) rays/s, )?[\\d:]+ so far(, [\\d:]+ left)?$");
+    QString seen;
+    ktStudioRunState state;
+    bake([&] {
+        EXPECT_TRUE(all.match(figures()).hasMatch() || !seen.isEmpty()) << figures().toStdString();
+        if (!seen.isEmpty() || !figures().startsWith("At least"))
+            return;
+        seen = figures();
+        state = run().getState();
+        trigger("cancel");
+    });
+    ASSERT_FALSE(seen.isEmpty()) << "last: " << figures().toStdString();
+    EXPECT_EQ(all.match(seen).captured(2).toStdString(), formatCount(state.raysPerSecond));
+}
+
 TEST(StudioRunRate, GivenGeometryUnderWay_EstimatesItsRaysFromItsVertices) {
     ktRunRate rate({100, 10}, 0);
     rate.begin(false);
-    EXPECT_EQ(rate.measure(50, 0, 1), 0) << "a fit takes more rays, and how many more is not known yet";
+    EXPECT_EQ(rate.measure(50, 0, 1), 5000) << "a fit takes more rays, and how many more is not known yet";
+    EXPECT_TRUE(rate.isLow());
     rate.finish(100);
+    EXPECT_FALSE(rate.isLow());
     EXPECT_EQ(rate.measure(100, 30000, 2), 15000);
     rate.begin(false);
     EXPECT_EQ(rate.measure(150, 30000, 3), 15000) << "three times the rays of the vertices";
@@ -149,5 +177,6 @@ TEST(StudioRunRate, GivenRayFactorOfAnEarlierRun_KnowsTheRateInTheFirstGeometry)
     ktRunRate rate({100, 10}, 3);
     rate.begin(false);
     EXPECT_EQ(rate.measure(50, 0, 1), 15000);
+    EXPECT_FALSE(rate.isLow());
     EXPECT_EQ(rate.measure(50, 0, 0), 0);
 }

@@ -129,13 +129,13 @@ void ktStudioRun::update() {
         return;
     lastUpdate_s = now;
     state.share = progress->share();
-    state.verticesPerSecond = progress->verticesPerSecond();
     state.seconds = now;
     state.secondsLeft = progress->secondsLeft();
     const double tracing = secondsBetween(counter->getTracingStart(), ktRunCounter::Clock::now());
     if (tracing > 0.5 && (now < lastRays_s || now - lastRays_s > raysInterval_s)) {
         lastRays_s = now;
         state.raysPerSecond = rate->measure(counter->getVerticesTraced(), tracedRays(), tracing);
+        state.isRateLow = rate->isLow();
     }
     emit stateChanged();
 }

@@ -21,8 +21,8 @@ struct ktStudioRunState {
     QString phase; ///< in words
     QString part;  ///< name of the geometry under way, or the nearest name above it; may be empty
     double share = 0;
-    double verticesPerSecond = 0; ///< 0: not known yet
-    double raysPerSecond = 0;     ///< 0: not known yet
+    double raysPerSecond = 0; ///< 0: not known yet
+    bool isRateLow = false;   ///< there are more rays a second, and how many more is not known yet
     double seconds = 0;
     double secondsLeft = -1; ///< negative: not known yet
 };

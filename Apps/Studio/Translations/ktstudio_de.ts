@@ -883,8 +883,8 @@
             <translation>%1 Strahlen/s</translation>
         </message>
         <message>
-            <source>%1 vertices/s</source>
-            <translation>%1 Ecken/s</translation>
+            <source>At least %1 rays/s</source>
+            <translation>Mindestens %1 Strahlen/s</translation>
         </message>
         <message>
             <source>%1 so far</source>

@@ -89,9 +89,8 @@ void ktRunPanel::showState() {
     phase->setText(state.part.isEmpty() ? state.phase : tr("%1: %2").arg(state.phase, state.part));
     QStringList parts;
     if (state.raysPerSecond > 0)
-        parts << tr("%1 rays/s").arg(ktStudioRun::countText(state.raysPerSecond));
-    else if (state.verticesPerSecond > 0)
-        parts << tr("%1 vertices/s").arg(ktStudioRun::countText(state.verticesPerSecond));
+        parts << (state.isRateLow ? tr("At least %1 rays/s") : tr("%1 rays/s"))
+                     .arg(ktStudioRun::countText(state.raysPerSecond));
     parts << tr("%1 so far").arg(durationText(state.seconds));
     if (state.secondsLeft >= 0)
         parts << tr("%1 left").arg(durationText(state.secondsLeft));
