@@ -105,12 +105,13 @@ bool ktCheckpointFile::readRecord(std::uint64_t size, Head& head, std::vector<ch
     if (std::fread(&head, sizeof head, 1, file) != 1 || head.size > size)
         return false;
     bytes.assign(head.size, '\0');
-    return std::fread(bytes.data(), 1, bytes.size(), file) == bytes.size() && checkOf(head, bytes) == head.check;
+    return (bytes.empty() || std::fread(bytes.data(), bytes.size(), 1, file) == 1) &&
+           checkOf(head, bytes) == head.check;
 }
 
 // The mutex is locked, or there is only one thread.
 void ktCheckpointFile::write(const void* bytes, std::size_t size) {
-    if (error.empty() && std::fwrite(bytes, 1, size, file) != size)
+    if (error.empty() && size > 0 && std::fwrite(bytes, 1, size, file) != size)
         error = lastReason();
 }
 

@@ -36,13 +36,20 @@ bool ktMpiSharedRing::open(MPI_Comm machine) {
         return false;
     MPI_Comm_set_errhandler(machine, MPI_ERRORS_RETURN);
     const std::size_t countersSize = static_cast<std::size_t>(rankCount) * sizeof(Counter);
-    const auto ownSize = static_cast<MPI_Aint>(rank == 0 ? countersSize + capacity : 0);
+    const auto ownSize = static_cast<MPI_Aint>(rank == 0 ? cacheLine + countersSize + capacity : 0);
     void* memory = nullptr;
     MPI_Aint size = 0;
     int unit = 1;
     isUsable = MPI_Win_allocate_shared(ownSize, 1, MPI_INFO_NULL, machine, &memory, &window) == MPI_SUCCESS &&
                MPI_Win_shared_query(window, 0, &size, &unit, &memory) == MPI_SUCCESS && memory &&
                MPI_Win_lock_all(MPI_MODE_NOCHECK, window) == MPI_SUCCESS;
+    if (!isUsableForAll())
+        return false;
+    // MPI promises no alignment. The ranks have the memory at other addresses, and all must skip the same bytes.
+    std::uint64_t skipped = (cacheLine - reinterpret_cast<std::uintptr_t>(memory) % cacheLine) % cacheLine;
+    MPI_Bcast(&skipped, 1, MPI_UINT64_T, 0, machine);
+    memory = static_cast<char*>(memory) + skipped;
+    isUsable = reinterpret_cast<std::uintptr_t>(memory) % cacheLine == 0;
     if (isUsable && rank == 0)
         std::uninitialized_default_construct_n(static_cast<Counter*>(memory), rankCount);
     if (!isUsableForAll()) // the counters are there when all ranks have come so far
