@@ -259,8 +259,10 @@ TEST(BinaryBvh, GivenStop_EndsSoonAndIsEmpty) {
     tbb::task_arena arena(4);
     arena.execute([&] { EXPECT_FALSE(tree.build(ktBinaryBvh::Kind::Sah, boxes, {}, stop)); });
     EXPECT_TRUE(stopped);
-    EXPECT_LT(later, 4) << "only calls that other threads had already started";
     EXPECT_EQ(tree.root(), 0u);
-    EXPECT_TRUE(tree.build(ktBinaryBvh::Kind::Sah, boxes, {}, {}));
+    std::atomic<int> all{0};
+    EXPECT_TRUE(tree.build(ktBinaryBvh::Kind::Sah, boxes, {}, [&all](float) { return ++all > 0; }));
     EXPECT_NE(tree.root(), 0u);
+    // Other threads may have started calls, or tasks that make one.
+    EXPECT_LT(10 * later, all) << later << " of " << all << " calls after the stop";
 }
