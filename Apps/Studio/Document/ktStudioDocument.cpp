@@ -29,6 +29,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QSignalBlocker>
 #include <utility>
 
 /// Options are part of what is undone.
@@ -89,7 +90,8 @@ ktStudioDocument::ktStudioDocument(QObject* parent)
 
 ktStudioDocument::~ktStudioDocument() {
     undoStack().disconnect(this);
-    undoStack().clear(); // commands refer to this object and to the scene
+    const QSignalBlocker quiet(undoStack()); // the window's listeners would ask services that are already destroyed
+    undoStack().clear();                     // commands refer to this object and to the scene
     ktSceneState::setRootNode(osg::NullFC);
 }
 
