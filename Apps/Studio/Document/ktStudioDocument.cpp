@@ -177,7 +177,7 @@ ktStudioDocument::ReadScene ktStudioDocument::read(const QString& newPath, const
     request.options.keepVertices = newOptions.keepVertices;
     request.hasGroundPlane = newOptions.groundPlane;
     request.prepare = preparation;
-    record.reset();
+    record.reset(); // one record of messages at a time
     record = std::make_unique<ktReadRecord>();
     ktSceneReader::Result result = reader->read(request, [this](double share) { emit readingProgressed(share); });
     logMessages(newPath, result.report);

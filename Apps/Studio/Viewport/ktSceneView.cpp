@@ -25,7 +25,7 @@ namespace {
 constexpr double turn_radPerSecond = 0.35; // about 20 degrees
 constexpr int turnInterval_ms = 30;
 constexpr int dividerReach_px = 6;
-const QPointF middle(0.5, 0.5);
+constexpr QPointF middle(0.5, 0.5);
 constexpr double dueSlice_ms = 8;
 constexpr std::size_t mostTrianglesAtOnce = 250000;
 

@@ -22,8 +22,11 @@ ktGlbParts ktSplitGlb(const ktBytes& file, ktFileMessages& messages) {
     if (file.size() < headerSize)
         throw ktFileError("file", "is truncated: a .glb file has a header of 12 bytes");
     const std::uint32_t version = wordAt(file, 4);
+    const std::string refusal = "is binary glTF version " + std::to_string(version) + "; only version 2 can be read";
+    if (version == 1)
+        throw ktGltf1Error("file", refusal);
     if (version != 2)
-        throw ktFileError("file", "is binary glTF version " + std::to_string(version) + "; only version 2 can be read");
+        throw ktFileError("file", refusal);
     const std::size_t size = wordAt(file, 8);
     if (size > file.size())
         throw ktFileError("file", "is truncated: " + std::to_string(file.size()) + " of " + std::to_string(size) +

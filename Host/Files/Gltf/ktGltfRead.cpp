@@ -26,24 +26,32 @@ void findIndentation(const char* text, std::size_t size, ktGltfDocument& documen
     document.indentWith = begin < at ? *begin : ' ';
 }
 
-void refuseGltf1(const ktJson& json) {
-    const ktJson* asset = ktJsonMember(json, "asset");
-    const std::string version = asset ? ktJsonText(*asset, "version") : std::string();
-    // In version 1 the version number may be missing, but collections are objects, not arrays.
-    const ktJson* meshes = ktJsonMember(json, "meshes");
-    if (version.compare(0, 2, "1.") == 0 || (version.empty() && meshes && meshes->is_object()))
-        throw ktGltf1Error("/asset/version", "is '" + version.substr(0, 20) + "'; only glTF 2 can be read");
+// In version 1 the version number may be missing, but collections are objects, not arrays. Only text: no importer reads
+// version 1 inside a container of version 2.
+bool isGltf1(const ktGltfDocument& document, const std::string& version) {
+    const ktJson* meshes = ktJsonMember(document.json, "meshes");
+    return document.form == ktGltfForm::Gltf &&
+           (version.compare(0, 2, "1.") == 0 || (version.empty() && meshes && meshes->is_object()));
 }
 
-void checkAsset(const ktJson& json) {
+// `isVersion1`: others may read the file.
+[[noreturn]] void refuse(bool isVersion1, const std::string& object, const std::string& reason) {
+    if (isVersion1)
+        throw ktGltf1Error(object, reason);
+    throw ktFileError(object, reason);
+}
+
+void checkAsset(const ktGltfDocument& document) {
+    const ktJson& json = document.json;
     if (!json.is_object())
         throw ktFileError("file", "is no glTF: the JSON is not an object");
     const ktJson* asset = ktJsonMember(json, "asset");
+    const std::string version = asset ? ktJsonText(*asset, "version") : std::string();
     if (!asset)
-        throw ktFileError("/asset", "is missing, so this is no glTF");
-    const std::string version = ktJsonText(*asset, "version");
+        refuse(isGltf1(document, version), "/asset", "is missing, so this is no glTF");
     if (version != "2" && version.compare(0, 2, "2.") != 0)
-        throw ktFileError("/asset/version", "is '" + version.substr(0, 20) + "'; only glTF 2 can be read");
+        refuse(isGltf1(document, version), "/asset/version",
+               "is '" + version.substr(0, 20) + "'; only glTF 2 can be read");
     const std::string least = ktJsonText(*asset, "minVersion");
     if (!least.empty() && least != "2.0")
         throw ktFileError("/asset/minVersion", "asks for glTF " + least.substr(0, 20) + "; only glTF 2.0 can be read");
@@ -124,8 +132,6 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
     bool hasBinary = false;
     if (ktIsGlb(file)) {
         document.form = ktGltfForm::Glb;
-        if (file.size() > 4 && file[4] == 1)
-            throw ktGltf1Error("file", "is binary glTF version 1; only version 2 can be read");
         ktGlbParts parts = ktSplitGlb(file, messages);
         document.json = ktParseJson(reinterpret_cast<const char*>(file.data()) + parts.jsonBegin, parts.jsonSize);
         document.chunks = std::move(parts.others);
@@ -139,11 +145,10 @@ ktGltfDocument ktReadGltf(const QString& path, ktFileMessages& messages) {
         document.form = ktGltfForm::Gltf;
         const char* text = reinterpret_cast<const char*>(file.data());
         document.json = ktParseJson(text, file.size());
-        refuseGltf1(document.json);
         findIndentation(text, file.size(), document);
         ktBytes().swap(file);
     }
-    checkAsset(document.json);
+    checkAsset(document);
     checkCollections(document.json);
     ktCheckRequiredExtensions(document.json);
     for (std::size_t i = 0; i < ktJsonCount(document.json, "buffers"); ++i)

@@ -104,10 +104,10 @@ void ktRunPanel::showEstimate() {
         estimate->setText(services.document.isOpen() ? tr("Nothing is selected.") : QString());
         return;
     }
-    const double rays = services.run.estimateRays(), seconds = services.run.estimateSeconds();
-    estimate->setText(services.run.isEstimateLow() ? tr("At least %1 rays").arg(ktStudioRun::countText(rays))
-                      : seconds < 0                ? tr("About %1 rays").arg(ktStudioRun::countText(rays))
-                      : seconds < 1
-                          ? tr("About %1 rays, less than a second").arg(ktStudioRun::countText(rays))
-                          : tr("About %1 rays, roughly %2").arg(ktStudioRun::countText(rays), durationText(seconds)));
+    const QString rays = ktStudioRun::countText(services.run.estimateRays());
+    const double seconds = services.run.estimateSeconds();
+    estimate->setText(services.run.isEstimateLow() ? tr("At least %1 rays").arg(rays)
+                      : seconds < 0                ? tr("About %1 rays").arg(rays)
+                      : seconds < 1                ? tr("About %1 rays, less than a second").arg(rays)
+                                                   : tr("About %1 rays, roughly %2").arg(rays, durationText(seconds)));
 }

@@ -53,7 +53,6 @@ ktScenePanel::ktScenePanel(ktStudioServices& services_, QWidget* parent)
     connect(tree->selectionModel(), &QItemSelectionModel::selectionChanged, this, &ktScenePanel::takeSelection);
     connect(tree, &QTreeView::customContextMenuRequested, this, &ktScenePanel::showMenu);
     connect(&services.selection, &ktStudioSelection::changed, this, &ktScenePanel::showSelection);
-    connect(&services.summaries, &ktNodeSummaries::changed, tree->viewport(), qOverload<>(&QWidget::update));
     connect(model, &QAbstractItemModel::modelReset, this, [this] {
         expandFirst();
         showSelection();

@@ -31,7 +31,7 @@ constexpr std::size_t mostEager = 30u << 10;     // bytes; longer messages need 
 // Between two looks for messages. A look of the own thread takes about 30 microseconds from a thread that traces, with
 // the change to another thread and back; one of the thread itself takes few. If threads wait, or messages are on their
 // way, the interval is a part of the time for which nothing has happened. If all threads trace, it is a part of that
-// time or of the usual time between two messages; it is the longest while they look themselves.
+// time or of the usual time between two messages. While they look themselves, it is the `relievedInterval`.
 constexpr std::chrono::microseconds shortInterval{50}, lookInterval{250}, tracingInterval{500}, longInterval{2000},
     relievedInterval{20000};
 constexpr int partOfIdleTime = 16, partOfTracingTime = 4;
