@@ -125,6 +125,24 @@ TEST_F(StudioLayout, GivenDockThatStillMoves_RestoringBringsItBack) {
     }
 }
 
+TEST_F(StudioLayout, GivenDockDraggedToAnotherSide_StaysThereAlsoAfterTheNextStart) {
+    const std::map<QString, DockPlace> first = places();
+    ASSERT_EQ(first.at("sceneDock").area, int(Qt::LeftDockWidgetArea));
+    drag(dock("sceneDock"), QPoint(window->width() - 10, window->height() / 2));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !dock("sceneDock").isFloating(); })) << "it moves to its place";
+    EXPECT_EQ(window->dockWidgetArea(&dock("sceneDock")), Qt::RightDockWidgetArea);
+    const QRect picture = window->centralWidget()->geometry();
+    EXPECT_GT(dock("sceneDock").geometry().left(), picture.right());
+    EXPECT_FALSE(dock("sceneDock").visibleRegion().isEmpty());
+    window->close();
+    window = std::make_unique<ktStudioWindow>();
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    EXPECT_EQ(window->dockWidgetArea(&dock("sceneDock")), Qt::RightDockWidgetArea) << "the layout is kept";
+    trigger("resetLayout");
+    expectPlaces(first);
+}
+
 TEST_F(StudioLayout, GivenLayoutOfTheLastStart_RestoringBringsTheFirstOne) {
     const std::map<QString, DockPlace> first = places();
     const QSize size = window->size();
