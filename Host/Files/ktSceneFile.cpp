@@ -36,6 +36,7 @@ struct ktSceneFile::Data {
     ktGltfScene scene;
     osg::NodeRefPtr root;
     double unit_mm = 1000.0;
+    bool isUnitGuessed = false, isUpAxisGuessed = false;
     ktUpAxis up = ktUpAxis::Y; ///< of the document
 
     /// Whether it is written without compression.
@@ -189,9 +190,12 @@ std::unique_ptr<ktSceneFile> ktSceneFile::open(const QString& path, const ktOpen
         ktCorrectOrientation(data->document, data->scene, rules, report.messages);
 
         std::string note;
-        data->unit_mm = ktDecideUnit(options.unit, ktSceneDiagonal(data->scene.root), file.unit, note);
+        const double diagonal = ktSceneDiagonal(data->scene.root);
+        data->unit_mm = ktDecideUnit(options.unit, diagonal, file.unit, note);
         if (!note.empty())
             report.messages.note(note);
+        data->isUnitGuessed = !note.empty() && diagonal > 0.0;
+        data->isUpAxisGuessed = !file.hasUpAxis;
         if (!file.hasUpAxis)
             if (const std::optional<ktUpAxis> lying = ktFindLyingAxis(data->scene.root))
                 report.messages.note(std::string("The model seems to lie on its side: it has a flat side along ") +
@@ -240,6 +244,14 @@ const std::vector<ktSceneCamera>& ktSceneFile::getCameras() const {
 
 double ktSceneFile::getUnit_mm() const {
     return data->unit_mm;
+}
+
+bool ktSceneFile::isUnitGuessed() const {
+    return data->isUnitGuessed;
+}
+
+bool ktSceneFile::isUpAxisGuessed() const {
+    return data->isUpAxisGuessed;
 }
 
 void ktSceneFile::loadPictures(ktFileReport& report, const std::function<bool()>& isInterrupted) {

@@ -83,6 +83,10 @@ public:
     const std::vector<ktSceneCamera>& getCameras() const;
     /// Millimetres per unit of the file.
     double getUnit_mm() const;
+    /// Whether neither file nor options say how large the scene is; it was scaled to a size that people bake.
+    bool isUnitGuessed() const;
+    /// Whether neither file nor options say which axis points up; y does.
+    bool isUpAxisGuessed() const;
 
     /// Decodes the pictures of the materials, which only bounced light and previews need. Leaves out, with a warning,
     /// pictures that cannot be decoded. Later calls do nothing.

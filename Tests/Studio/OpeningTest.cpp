@@ -6,6 +6,7 @@
 #include "ktStudioPreferences.h"
 
 #include <algorithm>
+#include <cmath>
 #include <gmock/gmock.h>
 #include <QAction>
 #include <QLabel>
@@ -97,7 +98,7 @@ TEST_F(StudioOpening, GivenFileWithoutUnit_EachOfThreeSizesIsTheSceneThen) {
     std::vector<double> sizes;
     for (std::size_t answer = 0; answer < 3; ++answer) {
         open(scene);
-        ASSERT_TRUE(waitFor([this] { return answers().size() == 3; }));
+        ASSERT_TRUE(waitFor([this] { return answers().size() == 4; })); // the last is about the up axis
         QPushButton* const button = answers()[answer];
         const double metres = button->text().section(' ', 0, 0).toDouble();
         click(*button);
@@ -105,6 +106,35 @@ TEST_F(StudioOpening, GivenFileWithoutUnit_EachOfThreeSizesIsTheSceneThen) {
         sizes.push_back(metres);
     }
     EXPECT_THAT(sizes, ElementsAre(0.86, 8.6, 21.8));
+}
+
+TEST_F(StudioOpening, GivenFileWithoutUpAxis_OffersThatZPointsUp) {
+    const std::string scene =
+        folder.write("part.obj", "v 0 0 0\nv 800 0 0\nv 0 300 0\nv 0 0 100\nf 1 2 3\nf 1 3 4\nf 1 4 2\n");
+    open(scene);
+    ASSERT_TRUE(waitFor([this] { return answers().size() == 4; }));
+    click(*answers()[0]); // a size
+    ASSERT_TRUE(waitFor([this] { return answers().size() == 1; })) << "the up axis is not known yet";
+    EXPECT_EQ(document().getReadOptions().up, "");
+    click(*answers()[0]);
+    EXPECT_EQ(document().getReadOptions().up, "z");
+    EXPECT_FALSE(document().isUpAxisGuessed());
+    EXPECT_TRUE(waitFor([this] { return answers().empty(); }));
+    open(scene);
+    ASSERT_TRUE(waitFor([this] { return answers().size() == 4; }));
+    click(*answers()[3]);
+    EXPECT_EQ(document().getReadOptions().up, "z");
+    EXPECT_TRUE(waitFor([this] { return answers().size() == 3; })) << "the size is not known yet";
+}
+
+TEST_F(StudioOpening, GivenSceneInMetresOfTheGuessedSize_AsksNothing) {
+    auto scene = makeBoxes({{"box", {0, 0, 0}}});
+    const double scale = std::sqrt(3.0); // the diagonal of the box is as long, in metres
+    scene["nodes"][0]["scale"] = {scale, scale, scale};
+    open(folder.write("box.gltf", scene.dump()));
+    EXPECT_TRUE(waitFor([this] { return document().isOpen(); }));
+    EXPECT_NEAR(document().getDiagonal(), 3000, 0.4);
+    EXPECT_FALSE(document().isUnitGuessed());
 }
 
 TEST_F(StudioOpening, GivenCommandLine_OpensTheFirstFileInItsUnitAndAddsTheOthers) {

@@ -56,8 +56,6 @@ double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-constexpr double guessedDiagonal = 3000; // millimetres; see ktDecideUnit()
-
 /// The path of a node by names, as ktSceneState::findNodes() reads it.
 std::string pathOf(osg::NodePtr node) {
     std::string path;
@@ -120,6 +118,14 @@ double ktStudioDocument::getUnit_mm() const {
     return file ? file->getUnit_mm() : 0;
 }
 
+bool ktStudioDocument::isUnitGuessed() const {
+    return file && file->isUnitGuessed();
+}
+
+bool ktStudioDocument::isUpAxisGuessed() const {
+    return file && file->isUpAxisGuessed();
+}
+
 QString ktStudioDocument::proposeOutputPath() const {
     if (!outputPath.isEmpty())
         return outputPath;
@@ -177,7 +183,7 @@ ktStudioDocument::ReadScene ktStudioDocument::read(const QString& newPath, const
     request.options.keepVertices = newOptions.keepVertices;
     request.hasGroundPlane = newOptions.groundPlane;
     request.prepare = preparation;
-    record.reset(); // one record of messages at a time
+    record.reset(); // only one can exist at a time
     record = std::make_unique<ktReadRecord>();
     ktSceneReader::Result result = reader->read(request, [this](double share) { emit readingProgressed(share); });
     logMessages(newPath, result.report);
@@ -185,8 +191,6 @@ ktStudioDocument::ReadScene ktStudioDocument::read(const QString& newPath, const
     scene.diagonal = result.diagonal;
     scene.sources = record->files();
     scene.sources.insert(newPath);
-    // What has no unit, or a size that is hardly meant, gets this diagonal.
-    scene.isUnitGuess = unit->isAutomatic() && result.file && std::abs(result.diagonal - guessedDiagonal) < 0.5;
     scene.file = std::move(result.file);
     if (scene.file && result.prepared)
         prepared.push_back(std::move(result.prepared));
@@ -207,7 +211,6 @@ bool ktStudioDocument::open(const QString& newPath, const ktStudioReadOptions& n
     ReadScene scene = read(absolute, newOptions);
     if (!scene.file)
         return false;
-    unitIsGuessed = scene.isUnitGuess;
     readSeconds = secondsSince(started);
     undoStack().clear();
     std::vector<std::shared_ptr<ktAddedScene>> oldAdded = std::move(added);

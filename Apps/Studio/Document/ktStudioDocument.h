@@ -44,9 +44,10 @@ public:
     QString proposeOutputPath() const;
     bool isModified() const; ///< something that is not saved would be lost
     const ktStudioReadOptions& getReadOptions() const { return readOptions; }
-    double getDiagonal() const { return diagonal; }      ///< world units
-    double getUnit_mm() const;                           ///< of the file
-    bool isUnitGuessed() const { return unitIsGuessed; } ///< the scene was scaled to a size that people bake
+    double getDiagonal() const { return diagonal; } ///< world units
+    double getUnit_mm() const;                      ///< of the file
+    bool isUnitGuessed() const;                     ///< the scene was scaled to a size that people bake
+    bool isUpAxisGuessed() const;                   ///< the file does not say which axis points up; y does
 
     double getReadSeconds() const { return readSeconds; }
 
@@ -165,7 +166,6 @@ private:
     bool saveAdded();
     struct ReadScene {
         std::unique_ptr<ktSceneFile> file; ///< null: it cannot be read
-        bool isUnitGuess = false;
         double diagonal = 0;
         std::set<QString> sources; ///< files that were read for it
     };
@@ -195,7 +195,6 @@ private:
     ktStudioReadOptions readOptions;
     ktStudioOptions options;
     double diagonal = 0;
-    bool unitIsGuessed = false;
     bool reading = false, reloading = false, replacing = false;
     std::atomic<bool> isReadingCancelled{false}; ///< asked on several threads
     unsigned long savedCommand = 0;              ///< ktSceneCommand::findNewest() at the last save

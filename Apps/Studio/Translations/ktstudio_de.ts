@@ -1504,6 +1504,18 @@
             <translation>Die Datei sagt nicht, wie groß die Szene ist. Ihre Diagonale gilt als 3 m. Ist sie anders groß?</translation>
         </message>
         <message>
+            <source>z points up</source>
+            <translation>z zeigt nach oben</translation>
+        </message>
+        <message>
+            <source>The file does not say which axis points up. y is taken for it.</source>
+            <translation>Die Datei sagt nicht, welche Achse nach oben zeigt. Als solche gilt y.</translation>
+        </message>
+        <message>
+            <source>The file does not say how large the scene is, and which axis points up. Its diagonal is taken for 3 m, and y for up. Is it different?</source>
+            <translation>Die Datei sagt nicht, wie groß die Szene ist und welche Achse nach oben zeigt. Ihre Diagonale gilt als 3 m, und y als oben. Ist es anders?</translation>
+        </message>
+        <message>
             <source>%1 was baked at %2 and not saved before ktstudio ended.</source>
             <translation>%1 wurde am %2 gebacken und nicht gespeichert, bevor ktstudio endete.</translation>
         </message>

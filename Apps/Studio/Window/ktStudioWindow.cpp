@@ -211,7 +211,7 @@ void ktStudioWindow::showOpened() {
     showTitle();
     updateActions();
     pages->setCurrentWidget(view);
-    paintPause.showCentre([this] { askUnit(); }); // the message takes a part of the view's place
+    paintPause.showCentre([this] { askUnitAndUpAxis(); }); // the message takes a part of the view's place
 }
 
 void ktStudioWindow::showRefusal(ktStudioRun::Refusal why) {

@@ -81,7 +81,7 @@ private:
     void showWritten(const QString& path, const QString& reason = {});
     void chooseReadingOptions();
     /// Offers sizes if the file does not say its unit.
-    void askUnit();
+    void askUnitAndUpAxis();
     void offerRecovery();
     /// Whether to go on although unsaved changes would be lost.
     bool mayLoseChanges();

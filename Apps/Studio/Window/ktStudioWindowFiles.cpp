@@ -32,6 +32,25 @@ QString sceneFilter() {
                               "All files (*)");
 }
 
+struct LengthUnit {
+    const char* name;
+    double millimetres;
+};
+
+/// The three units that bring a diagonal, in units of the file, nearest to what people bake; the smallest first.
+std::vector<LengthUnit> likelyUnits(double diagonal) {
+    std::vector<LengthUnit> units = {{"mm", 1}, {"cm", 10}, {"inch", 25.4}, {"m", 1000}};
+    const auto distance = [diagonal](const LengthUnit& unit) {
+        return std::abs(std::log(diagonal * unit.millimetres / 1500));
+    };
+    const auto isNearer = [&](const LengthUnit& a, const LengthUnit& b) { return distance(a) < distance(b); };
+    const auto isSmaller = [](const LengthUnit& a, const LengthUnit& b) { return a.millimetres < b.millimetres; };
+    std::sort(units.begin(), units.end(), isNearer);
+    units.resize(3);
+    std::sort(units.begin(), units.end(), isSmaller);
+    return units;
+}
+
 } // namespace
 
 void ktStudioWindow::openFile(const QString& path, const ktStudioReadOptions& options) {
@@ -127,36 +146,35 @@ void ktStudioWindow::chooseReadingOptions() {
     dialog->open();
 }
 
-void ktStudioWindow::askUnit() {
-    if (!document.isUnitGuessed())
-        return;
-    const double diagonal = document.getDiagonal() / document.getUnit_mm(); // units of the file
-    struct Unit {
-        const char* name;
-        double millimetres;
+void ktStudioWindow::askUnitAndUpAxis() {
+    const auto rereadWith = [this](QString ktStudioReadOptions::*option, const QString& value) {
+        return [this, option, value] {
+            ktStudioReadOptions options = document.getReadOptions();
+            options.*option = value;
+            if (!isFrozen() && mayLoseChanges())
+                document.reload(options);
+        };
     };
-    std::vector<Unit> units = {{"mm", 1}, {"cm", 10}, {"inch", 25.4}, {"m", 1000}};
-    // The three sizes that are nearest to what people bake.
-    const auto distance = [diagonal](const Unit& unit) {
-        return std::abs(std::log(diagonal * unit.millimetres / 1500));
-    };
-    std::sort(units.begin(), units.end(), [&](const Unit& a, const Unit& b) { return distance(a) < distance(b); });
-    units.resize(3);
-    std::sort(units.begin(), units.end(), [](const Unit& a, const Unit& b) { return a.millimetres < b.millimetres; });
     std::vector<ktMessageBar::Button> buttons;
-    buttons.reserve(units.size());
-    for (const Unit& unit : units)
-        buttons.push_back({tr("%L1 m (unit: %2)").arg(diagonal * unit.millimetres / 1000, 0, 'g', 3).arg(unit.name),
-                           [this, name = unit.name] {
-                               ktStudioReadOptions options = document.getReadOptions();
-                               options.unit = name;
-                               if (!isFrozen() && mayLoseChanges())
-                                   document.reload(options);
-                           }});
+    if (document.isUnitGuessed()) {
+        const double diagonal = document.getDiagonal() / document.getUnit_mm(); // units of the file
+        for (const LengthUnit& unit : likelyUnits(diagonal))
+            buttons.push_back({tr("%L1 m (unit: %2)").arg(diagonal * unit.millimetres / 1000, 0, 'g', 3).arg(unit.name),
+                               rereadWith(&ktStudioReadOptions::unit, unit.name)});
+    }
+    if (document.isUpAxisGuessed())
+        buttons.push_back({tr("z points up"), rereadWith(&ktStudioReadOptions::up, "z")});
+    if (buttons.empty())
+        return;
     messages->show(
         ktMessageBar::Level::Info,
-        tr("The file does not say how large the scene is. Its diagonal is taken for 3 m. Is it another size?"), buttons,
-        "unit");
+        !document.isUnitGuessed() ? tr("The file does not say which axis points up. y is taken for it.")
+        : document.isUpAxisGuessed()
+            ? tr("The file does not say how large the scene is, and which axis points up. Its diagonal is taken for 3 "
+                 "m, and "
+                 "y for up. Is it different?")
+            : tr("The file does not say how large the scene is. Its diagonal is taken for 3 m. Is it another size?"),
+        buttons, "unit");
 }
 
 void ktStudioWindow::offerRecovery() {
