@@ -12,8 +12,8 @@
 #include <QDockWidget>
 #include <QListWidget>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QTableWidget>
-#include <QToolButton>
 #include <QTreeView>
 #include <QtTest>
 #include <set>
@@ -147,7 +147,7 @@ TEST_F(StudioCommands, GivenPalette_ListsAllThatMenusOfferNow) {
     };
     for (const QAction* action : window->menuBar()->actions())
         visit(*action->menu());
-    for (const QAction* action : window->findChild<QToolButton*>("changePresets")->menu()->actions())
+    for (const QAction* action : window->findChild<QPushButton*>("changePresets")->menu()->actions())
         if (!action->isSeparator())
             offered.push_back(action->text().toStdString());
     EXPECT_GT(offered.size(), 80u);

@@ -23,8 +23,8 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPropertyAnimation>
+#include <QPushButton>
 #include <QScrollArea>
-#include <QToolButton>
 
 namespace {
 
@@ -127,8 +127,8 @@ std::vector<std::pair<QString, QAction*>> ktStudioWindow::findCommands() {
     };
     for (const QAction* menu : menuBar()->actions())
         addMenu(menu->menu(), withoutMark(menu->text()));
-    for (const QToolButton* button : findChildren<QToolButton*>())
-        if (button->menu() && !button->objectName().startsWith("qt_"))
+    for (const QPushButton* button : findChildren<QPushButton*>())
+        if (button->menu())
             addMenu(button->menu(), button->accessibleName());
     return commands;
 }

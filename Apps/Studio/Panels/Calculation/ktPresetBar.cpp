@@ -10,7 +10,6 @@
 #include <QInputDialog>
 #include <QMenu>
 #include <QPushButton>
-#include <QToolButton>
 
 ktPresetBar::ktPresetBar(ktStudioServices& services_, QWidget* parent)
     : QWidget(parent), services(services_), list(new QComboBox(this)) {
@@ -22,12 +21,10 @@ ktPresetBar::ktPresetBar(ktStudioServices& services_, QWidget* parent)
     auto* apply = new QPushButton(tr("Apply"), this);
     apply->setObjectName("applyPreset");
     apply->setToolTip(tr("Set all settings but the mode from the preset"));
-    auto* more = new QToolButton(this);
+    auto* more = new QPushButton(tr("Change"), this);
     more->setObjectName("changePresets");
-    more->setText(tr("Change"));
     more->setAccessibleName(tr("Change presets"));
     more->setToolTip(tr("Save, rename, delete and order presets"));
-    more->setPopupMode(QToolButton::InstantPopup);
     auto* menu = new QMenu(more);
     more->setMenu(menu);
     auto* line = new QHBoxLayout(this);
