@@ -2,6 +2,7 @@
 // Reading and writing .glb and .gltf files with their buffers and images.
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktGltfAccessor.h"
 #include "ktGltfDocument.h"
 #include "ktReadInterrupt.h"
 #include "ktTestGltf.h"
@@ -194,6 +195,27 @@ TEST(GltfDocument, GivenSeveralBuffersWrittenAsGlb_MovesTheirViews) {
     const ktJson& view = out.json["bufferViews"].back();
     EXPECT_EQ(view["buffer"], 0);
     EXPECT_EQ(out.buffers[0].bytes.at(view["byteOffset"].get<std::size_t>()), 2);
+}
+
+TEST(GltfDocument, GivenViewsBeyondTheirBufferWrittenAsGlb_DoNotReadTheNextOne) {
+    const ktTestFolder folder;
+    ktTestGltf file = ktSquare();
+    const std::size_t first = file.json["bufferViews"].size(), end = file.bytes.size();
+    file.json["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", end - 2}, {"byteLength", 4}});
+    file.json["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", "2"}, {"byteLength", 1}});
+    file.saveGltf(folder.path("in.gltf"), "in.bin");
+    ktJson json = ktJson::parse(ktReadTestFile(folder.path("in.gltf")));
+    json["buffers"].push_back({{"byteLength", 3}, {"uri", "data:;base64,AQID"}});
+    json["bufferViews"].push_back({{"buffer", 1}, {"byteOffset", "1"}, {"byteLength", 1}});
+    ktWriteTestFile(folder.path("in.gltf"), json.dump());
+    write(read(folder.path("in.gltf")), folder.path("out.glb"));
+    const ktGltfDocument out = read(folder.path("out.glb"));
+    EXPECT_NO_THROW(ktFindGltfView(out, 0));
+    for (std::size_t view = first; view < first + 3; ++view)
+        EXPECT_THROW(ktFindGltfView(out, view), ktFileError) << view;
+    const ktJson same = ktJson::parse(ktReadTestFile(folder.path("in.gltf")))["bufferViews"];
+    write(read(folder.path("in.gltf")), folder.path("out.gltf"));
+    EXPECT_EQ(read(folder.path("out.gltf")).json["bufferViews"], same) << "nothing is moved";
 }
 
 TEST(GltfDocument, GivenGlbWrittenAsGltf_NamesItsBufferByContent) {

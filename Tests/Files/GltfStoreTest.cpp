@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Adding data to glTF documents and replacing data that an earlier run added.
+#include "ktFileError.h"
 #include "ktFileMessages.h"
 #include "ktGltfStore.h"
 #include "ktTestGltf.h"
@@ -75,6 +76,30 @@ TEST(GltfStore, GivenReferencesToNothing_DoNotFindTheNewData) {
     EXPECT_GE(document.json["images"][0]["bufferView"], document.json["bufferViews"].size());
     EXPECT_GE(document.json["bufferViews"][0]["buffer"], document.json["buffers"].size());
     EXPECT_EQ(attributes(document)["_AO"], accessors) << "a reference to the new data is as usual";
+}
+
+TEST(GltfStore, GivenViewsBeyondTheEnd_DoNotReadTheNewData) {
+    const ktTestFolder folder;
+    ktTestGltf gltf = ktSquare();
+    const std::size_t first = gltf.json["bufferViews"].size(), end = gltf.bytes.size();
+    const ktJson beyond = {{"buffer", 0}, {"byteOffset", end - 4}, {"byteLength", 8}};
+    gltf.json["bufferViews"].push_back(beyond);
+    gltf.json["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", end}, {"byteLength", 4}});
+    gltf.json["bufferViews"].push_back(
+        {{"buffer", 0}, {"byteLength", 4}, {"extensions", {{"EXT_compressed", beyond}}}});
+    gltf.json["bufferViews"].push_back({{"buffer", 0}, {"byteOffset", end - 4}, {"byteLength", 4}});
+    gltf.saveGlb(folder.path("a.glb"));
+    ktGltfDocument document = squareFrom(folder, "a.glb");
+    for (int times = 0; times < 2; ++times) {
+        addScalars(document, 4);
+        EXPECT_THROW(ktFindGltfView(document, first), ktFileError);
+        EXPECT_THROW(ktFindGltfView(document, first + 1), ktFileError);
+        const ktJson& views = document.json["bufferViews"];
+        EXPECT_GE(views[first + 2]["extensions"]["EXT_compressed"]["buffer"], document.buffers.size());
+        EXPECT_NO_THROW(ktFindGltfView(document, first + 2));
+        EXPECT_NO_THROW(ktFindGltfView(document, first + 3));
+        EXPECT_EQ(document.buffers[0].bytes.size(), end + 16) << "the data of the first time are replaced";
+    }
 }
 
 TEST(GltfStore, GivenRepeatedUse_DoesNotGrow) {

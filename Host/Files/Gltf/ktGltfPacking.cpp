@@ -4,9 +4,11 @@
 
 #include "ktFileError.h"
 #include "ktFileMessages.h"
+#include "ktGltfReferences.h"
 #include "ktGltfStore.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <QDir>
 #include <QFile>
@@ -43,6 +45,10 @@ void moveReference(ktJson& holder, const std::vector<std::size_t>& newIndex, con
 // Puts every buffer that has bytes into the binary chunk. The others stay separate entries after it.
 void embedBuffers(const ktGltfDocument& document, ktPackedGltf& packed) {
     const std::size_t count = document.buffers.size();
+    std::vector<std::size_t> sizes;
+    for (std::size_t i = 0; i < count; ++i)
+        sizes.push_back(isAvailable(document, i) ? document.buffers[i].bytes.size() : SIZE_MAX);
+    ktParkViewsBeyond(packed.json, sizes);
     std::vector<std::size_t> newIndex(count, 0);
     std::vector<std::size_t> offset(count, 0);
     ktJson buffers = ktJson::array();

@@ -2,10 +2,13 @@
 // Visits the references of a glTF document between accessors, buffer views, buffers, materials, meshes and nodes.
 #include "ktGltfReferences.h"
 
+#include <cstdint>
 #include <cstring>
 #include <functional>
 
 namespace {
+
+constexpr std::uint64_t nowhere = 4294967295; // no collection gets so long
 
 // The visitors below call visit(reference) for each reference to an element of one collection. Json is const or not.
 
@@ -96,7 +99,6 @@ std::vector<bool> ktFindUsedViews(const ktJson& document) {
 }
 
 void ktParkDanglingReferences(ktJson& document, const char* collection) {
-    constexpr std::uint64_t nowhere = 4294967295; // no collection gets so long
     const std::size_t count = ktJsonCount(document, collection);
     const auto park = [&](ktJson& reference) {
         const auto index = ktJsonAsWhole(reference);
@@ -116,4 +118,23 @@ void ktParkDanglingReferences(ktJson& document, const char* collection) {
         visitElements(document, "nodes", [&](ktJson& node) { visitMember(node, "mesh", park); });
     else if (is("nodes"))
         visitNodes(document, park);
+}
+
+void ktParkViewsBeyond(ktJson& document, const std::vector<std::size_t>& sizes) {
+    const auto park = [&sizes](ktJson& holder) {
+        const auto buffer = ktJsonWhole(holder, "buffer");
+        if (!buffer || *buffer >= sizes.size() || sizes[static_cast<std::size_t>(*buffer)] == SIZE_MAX)
+            return;
+        const std::size_t size = sizes[static_cast<std::size_t>(*buffer)];
+        const auto offset = ktJsonMember(holder, "byteOffset") ? ktJsonWhole(holder, "byteOffset") : std::uint64_t(0);
+        const auto length = ktJsonWhole(holder, "byteLength");
+        if (!offset || !length || *offset > size || *length > size - *offset)
+            holder["buffer"] = nowhere;
+    };
+    visitElements(document, "bufferViews", [&park](ktJson& view) {
+        park(view);
+        if (ktJson* const extensions = ktJsonMember(view, "extensions"); extensions && extensions->is_object())
+            for (ktJson& extension : *extensions)
+                park(extension);
+    });
 }

@@ -58,11 +58,20 @@ ktGltfStore::ktGltfStore(ktGltfDocument& document_) : document(document_), targe
         ktParkDanglingReferences(document.json, collection);
         ktJsonArray(document.json, collection);
     }
+    std::vector<std::size_t> sizes; // of the buffers that may change
+    for (std::size_t i = 0; i < document.buffers.size(); ++i)
+        sizes.push_back(mayChange(i) ? document.buffers[i].bytes.size() : none);
+    ktParkViewsBeyond(document.json, sizes);
     findOwnRegions();
     reclaimAccessors();
     reclaimViews();
     for (std::size_t i = 0; i < document.buffers.size(); ++i)
         compactBuffer(i);
+}
+
+bool ktGltfStore::mayChange(std::size_t buffer) const {
+    const ktJson& entry = document.json["buffers"][buffer];
+    return document.buffers[buffer].problem.empty() && (!ktJsonMember(entry, "uri") || ktIsOwn(entry));
 }
 
 void ktGltfStore::findOwnRegions() {

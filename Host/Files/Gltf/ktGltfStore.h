@@ -45,6 +45,7 @@ public:
     void finish();
 
 private:
+    bool mayChange(std::size_t buffer) const; ///< whether data may be added to the buffer or removed from it
     void findOwnRegions();
     void reclaimAccessors();
     void reclaimViews();
