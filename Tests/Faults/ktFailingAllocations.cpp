@@ -115,8 +115,11 @@ void readHang() {
 /// A function of a library that is loaded, perhaps only for a module of Python.
 template <class Function>
 Function* ofLibrary(const char* library, const char* name) {
+    const bool wasCounting = isCounting.exchange(false); // this allocates
     void* const loaded = dlopen(library, RTLD_LAZY | RTLD_NOLOAD);
-    return reinterpret_cast<Function*>(dlsym(loaded ? loaded : RTLD_NEXT, name));
+    auto* const function = reinterpret_cast<Function*>(dlsym(loaded ? loaded : RTLD_NEXT, name));
+    isCounting = wasCounting;
+    return function;
 }
 
 void sayIfAlarmed() {

@@ -121,6 +121,36 @@ TEST(Workers, GivenWorkLeftAtTheEndOfTheProcess_EndsItFirst) {
         testing::ExitedWithCode(0), "work ended");
 }
 
+TEST(Workers, GivenOneWorkAfterTheOther_LeadsThemOnOneThread) {
+    ktEventPump pump;
+    const auto leader = [&pump](const std::function<void()>& also) {
+        std::thread::id thread;
+        try {
+            ktWorkers::run(
+                [&] {
+                    thread = std::this_thread::get_id();
+                    also();
+                },
+                pump);
+        } catch (const std::runtime_error&) {
+        }
+        return thread;
+    };
+    const std::thread::id first = leader([] {});
+    EXPECT_EQ(leader([] { throw std::runtime_error("ended"); }), first);
+    std::thread::id inner;
+    EXPECT_EQ(leader([&] {
+                  ktEventPump innerPump;
+                  ktWorkers::run([&inner] { inner = std::this_thread::get_id(); }, innerPump);
+              }),
+              first);
+    EXPECT_NE(inner, first) << "it has work";
+    for (int i = 0; i < 200; ++i) {
+        const std::thread::id next = leader([] {});
+        EXPECT_TRUE(next == first || next == inner);
+    }
+}
+
 TEST(Workers, GivenThreadCount_UsesThatMany) {
     for (const unsigned wanted : {1u, 2u, 3u}) {
         const ThreadCountGuard guard(wanted);

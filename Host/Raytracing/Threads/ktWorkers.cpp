@@ -3,6 +3,7 @@
 #include "ktWorkers.h"
 
 #include "ktEventPump.h"
+#include "ktKeptThread.h"
 #include "ktThreadCount.h"
 #include "ktWaitHooks.h"
 
@@ -18,7 +19,6 @@
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 #include <tbb/task_scheduler_observer.h>
-#include <thread>
 
 namespace {
 
@@ -91,7 +91,7 @@ public:
 } // namespace
 
 // The thread that runs the work, and the exception that ended it.
-class ktWorkers::Leader {
+class ktWorkers::Leader : private ktKeptThread::Task {
 public:
     explicit Leader(std::function<void()> newWork) : work(std::move(newWork)) {
         if (hasLostWorkers)
@@ -99,13 +99,16 @@ public:
                                      "threads; start a new process instead");
         RunningWork::the().begin();
         try {
-            thread = std::thread([this] { lead(); });
+            ktKeptThread::start(*this);
         } catch (...) {
             RunningWork::the().end();
             throw;
         }
     }
-    ~Leader() { thread.join(); }
+    ~Leader() override {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [this] { return ended; });
+    }
 
     // Waits for one interval; true if the work has ended.
     bool waitForEnd() {
@@ -120,7 +123,7 @@ public:
     }
 
 private:
-    void lead() {
+    void execute() noexcept override {
         try {
             const int threads =
                 static_cast<int>(ktThreadCount::get() + (ownThreadsOnly > 0 ? 0 : borrowedThreads.load()));
@@ -137,12 +140,11 @@ private:
         } catch (...) {
             error = std::current_exception();
         }
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            ended = true;
-            changed.notify_one();
-        }
+        ktKeptThread::giveBack();
         RunningWork::the().end();
+        const std::lock_guard<std::mutex> lock(mutex); // the last use of this object
+        ended = true;
+        changed.notify_all();
     }
 
     std::function<void()> work;
@@ -150,7 +152,6 @@ private:
     std::condition_variable changed;
     bool ended = false;
     std::exception_ptr error;
-    std::thread thread;
 };
 
 ktWorkers::ktWorkers(std::function<void()> work) : leader(std::make_unique<Leader>(std::move(work))) {}
