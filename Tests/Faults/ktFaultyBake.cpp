@@ -23,16 +23,18 @@ std::vector<std::string> namesIn(const fs::path& folder) {
     return names;
 }
 
+bool has(const std::vector<std::string>& options, const char* name) {
+    return std::find(options.begin(), options.end(), name) != options.end();
+}
+
 } // namespace
 
 ktFaultyBake::ktFaultyBake(std::string library_, const std::string& scene, const std::vector<std::string>& options)
-    : library(std::move(library_)), arguments{scene,     "-o",
-                                              "out.glb", "--shadow-quality",
-                                              "0",       "--gather-quality",
-                                              "0",       "--threads",
-                                              "2"},
-      isJson(std::find(options.begin(), options.end(), "--json") != options.end()) {
+    : library(std::move(library_)), arguments{scene, "-o", "out.glb", "--gather-quality", "0", "--threads", "2"},
+      isJson(has(options, "--json")) {
     arguments.insert(arguments.end(), options.begin(), options.end());
+    if (!has(options, "--shadow-quality"))
+        arguments.insert(arguments.end(), {"--shadow-quality", "0"});
 }
 
 long ktFaultyBake::prepare(const std::string& countVariable, const std::vector<std::string>& environment) {
@@ -53,6 +55,7 @@ void ktFaultyBake::clean() const {
     fs::remove_all(folder.path / "preferences");
     fs::remove(folder.path / "p.png");
     fs::remove(folder.path / "s.json");
+    fs::remove(folder.path / "kept");
     folder.write("out.glb", old);
 }
 
@@ -78,7 +81,8 @@ ktWatchedResult ktFaultyBake::runForked(long first, long count) {
 void ktFaultyBake::expectRightEnd(const ktWatchedResult& result, const std::string& which) const {
     EXPECT_THAT(result.exitCode, testing::AnyOf(0, 1, 3, 4)) << which;
     EXPECT_LT(result.processorSeconds, mostProcessorTime_s) << which;
-    EXPECT_THAT(namesIn(folder.path), testing::IsSubsetOf({"out.glb", "p.png", "preferences", "s.json"})) << which;
+    EXPECT_THAT(namesIn(folder.path), testing::IsSubsetOf({"kept", "out.glb", "p.png", "preferences", "s.json"}))
+        << which;
     const std::string found = readFile(folder.file("out.glb")), drawn = readFile(folder.file("p.png")),
                       statistics = readFile(folder.file("s.json"));
     EXPECT_TRUE(found == old || found == output) << which;

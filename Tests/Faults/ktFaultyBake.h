@@ -24,7 +24,7 @@ public:
     ktWatchedResult runForked(long first, long count);
 
     /// Expects that the last run did not hang, its exit code is right and it said why it failed; that the output is the
-    /// old or the new one as a whole, as the run said; and that no other files are left.
+    /// old or the new one as a whole, as the run said; and that no other files are left but a checkpoint "kept".
     /// @param which names the run in messages
     void expectRightEnd(const ktWatchedResult& result, const std::string& which) const;
 

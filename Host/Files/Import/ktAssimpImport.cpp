@@ -17,6 +17,7 @@
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
+#include <cerrno>
 #include <cstring>
 #include <new>
 #include <QFileInfo>
@@ -31,6 +32,13 @@ struct Header {
     std::uint64_t dataSize = 0;
 };
 
+// Importers catch exceptions, but not what the process does if it has no memory.
+[[noreturn]] void throwOutOfMemory() {
+    if (const std::new_handler handler = std::get_new_handler())
+        handler();
+    throw std::bad_alloc();
+}
+
 // Opens regular files only: with a pipe or a device, the importer could wait forever. Finds names that differ in upper
 // and lower case.
 class RegularFiles : public Assimp::DefaultIOSystem {
@@ -43,8 +51,13 @@ public:
     Assimp::IOStream* Open(const char* name, const char* mode) override {
         const std::optional<std::string> found = find(name);
         files.push_back(found ? *found : name);
-        Assimp::IOStream* const stream = found ? DefaultIOSystem::Open(found->c_str(), mode) : nullptr;
-        if (found && !stream && access(found->c_str(), R_OK) == 0)
+        if (!found)
+            return nullptr;
+        errno = 0;
+        Assimp::IOStream* const stream = DefaultIOSystem::Open(found->c_str(), mode);
+        if (!stream && errno == ENOMEM)
+            throwOutOfMemory();
+        if (!stream && errno == EACCES && access(found->c_str(), R_OK) == 0)
             outside.push_back(*found);
         return stream;
     }

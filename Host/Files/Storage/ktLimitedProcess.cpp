@@ -66,6 +66,8 @@ void limit(int resource, std::size_t value) {
     ktProcessSandbox::forbidNetwork();
     if (!limits.readableFolders.empty())
         ktProcessSandbox::restrictFiles(limits.readableFolders);
+    // Importers catch exceptions, and would go on with a part of the scene.
+    std::set_new_handler([] { _exit(outOfMemory); });
     int code = done;
     try {
         ktByteSink sink(descriptor);
