@@ -313,13 +313,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                    twice = folder / ("twice" + std::string(endings[choices.below(2)]));
     bake(*file, once, choices);
     ktFileReport ofOnce, ofTwice;
+    ktOpenOptions sameScene;
+    sameScene.scene = options.scene; // others may have nothing to bake
     const bool isSecondOverFirst = choices.oneIn(4);
-    const std::unique_ptr<ktSceneFile> again = open(once, {}, ofOnce);
+    const std::unique_ptr<ktSceneFile> again = open(once, sameScene, ofOnce);
     require(again != nullptr, "was written and cannot be read: " + ofOnce.error);
     if (choices.oneIn(2))
         return 0;
     bake(*again, isSecondOverFirst ? once : twice, choices);
-    require(open(isSecondOverFirst ? once : twice, {}, ofTwice) != nullptr,
+    require(open(isSecondOverFirst ? once : twice, sameScene, ofTwice) != nullptr,
             "was written a second time and cannot be read: " + ofTwice.error);
     return 0;
 }
