@@ -72,7 +72,9 @@ void check(const std::string& scene, const std::vector<std::string>& options,
                   << baked + failed << " of " << allocations << " allocations tested, " << baked
                   << " baked all the same, " << failed << " ended with a message, the longest took " << longest_s
                   << " s, all " << processor_s << " s of processor time\n";
-        EXPECT_GT(failed, 0);
+        if (count == forEver || baked > 20) { // a few single ones may all be harmless
+            EXPECT_GT(failed, 0);
+        }
     }
 }
 
