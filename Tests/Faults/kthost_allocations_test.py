@@ -4,8 +4,9 @@ of the libraries, a scene, every how many allocations one is tested. Needs ktFai
 tests part I of N of them.
 
 A thread's first exception needs memory for variables of the C++ library, and its first part of a structure some for those
-of Embree. Without it, the C library ends the process. Threads of earlier bakes have it. A worker that had no part in them, as on a busy machine, may
-not. Such ends are counted, and the output must be whole all the same. In ktbake, these variables exist from the start.
+of Embree. Without it, the C library ends the process. Threads of earlier bakes have it. A worker that had no part in them,
+as on a busy machine, may not. Such ends are counted, and the output must be whole all the same. In ktbake, these variables
+exist from the start.
 
 An exception inside the plug-in's run leaves the host frozen, as the plug-in promises its hosts. The module then refuses
 further bakes, and the test goes on in a new process."""
