@@ -77,16 +77,18 @@ TEST_F(Start, GivenTwiceTheSelectedNodes_TakesAboutTwiceTheTime) {
         host.selection.clear();
         for (int i = 0; i < count; ++i)
             host.selection.push_back(keep(makeGroup("")));
-        double least = 1e9;
-        for (int repeat = 0; repeat < 3; ++repeat) {
-            const std::clock_t before = std::clock();
-            run();
-            least = std::min(least, static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC);
-        }
-        return least;
+        const std::clock_t before = std::clock();
+        run();
+        return static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
     };
-    const double time_s = processorTime_s(50000);
-    EXPECT_LT(processorTime_s(100000), 2.7 * time_s);
+    // The least times count, in turns: others may slow the processor down for a while. In proportion to the square it
+    // would be four times.
+    double time_s = 1e9, timeOfTwice_s = 1e9;
+    for (int repeat = 0; repeat < 3 || (repeat < 10 && timeOfTwice_s >= 2.7 * time_s); ++repeat) {
+        time_s = std::min(time_s, processorTime_s(50000));
+        timeOfTwice_s = std::min(timeOfTwice_s, processorTime_s(100000));
+    }
+    EXPECT_LT(timeOfTwice_s, 2.7 * time_s);
 }
 
 TEST_F(Start, GivenSomeLockedNodes_CalculatesTheOthersInOrder) {
