@@ -80,7 +80,7 @@ private:
     /// Says that a file was written, or why not.
     void showWritten(const QString& path, const QString& reason = {});
     void chooseReadingOptions();
-    /// Offers sizes if the file does not say its unit.
+    /// Offers sizes if the file does not say its unit, and z if it does not say which axis points up.
     void askUnitAndUpAxis();
     void offerRecovery();
     /// Whether to go on although unsaved changes would be lost.

@@ -171,8 +171,7 @@ void ktStudioWindow::askUnitAndUpAxis() {
         !document.isUnitGuessed() ? tr("The file does not say which axis points up. y is taken for it.")
         : document.isUpAxisGuessed()
             ? tr("The file does not say how large the scene is, and which axis points up. Its diagonal is taken for 3 "
-                 "m, and "
-                 "y for up. Is it different?")
+                 "m, and y for up. Is it different?")
             : tr("The file does not say how large the scene is. Its diagonal is taken for 3 m. Is it another size?"),
         buttons, "unit");
 }

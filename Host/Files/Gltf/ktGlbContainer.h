@@ -18,5 +18,5 @@ struct ktGlbParts {
 /// Whether the bytes begin like a .glb file.
 bool ktIsGlb(const ktBytes& file);
 /// Finds the chunks of a .glb file. Throws ktFileError (object "file") if the file is truncated, has a version other
-/// than 2 or does not begin with a JSON chunk.
+/// than 2 (ktGltf1Error for version 1) or does not begin with a JSON chunk.
 ktGlbParts ktSplitGlb(const ktBytes& file, ktFileMessages& messages);

@@ -38,8 +38,8 @@ public:
     }
     void run() {
         current = this;
-        static_cast<void>(
-            std::current_exception()); // gets that memory now; the first exception may be that there is no more
+        // Gets the memory for exceptions now: the first one may be that there is no more.
+        static_cast<void>(std::current_exception());
         for (;;)
             waitForTask().execute();
     }

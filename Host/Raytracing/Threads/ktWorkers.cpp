@@ -90,7 +90,7 @@ public:
 
 } // namespace
 
-// The thread that runs the work, and the exception that ended it.
+// The work as the task of a thread, and the exception that ended it.
 class ktWorkers::Leader : private ktKeptThread::Task {
 public:
     explicit Leader(std::function<void()> newWork) : work(std::move(newWork)) {
