@@ -298,6 +298,23 @@ TEST_F(Compression, GivenGltfWithFiles_WritesOneBufferWithoutOldData) {
     EXPECT_TRUE(primitive("again.gltf").contains("extensions"));
 }
 
+TEST_F(Compression, GivenSceneSavedOverItsFile_CanBeSavedAgainWithoutCompression) {
+    ktWavyGrid grid(20);
+    ktPlainGltf(grid).saveGlb(path("in.glb"));
+    bake("in.glb", "out.gltf");
+    const auto expected = occlusion("out.gltf");
+    ktFileReport report;
+    const auto file = ktSceneFile::open(path("out.gltf"), {}, report);
+    ASSERT_TRUE(file) << report.error;
+    for (const ktCompressionMode mode : {ktCompressionMode::Draco, ktCompressionMode::None}) {
+        ktFileReport saving;
+        ASSERT_TRUE(file->save(path("out.gltf"), as(mode), saving)) << saving.error;
+        ktFileReport opening;
+        EXPECT_TRUE(ktSceneFile::open(path("out.gltf"), {}, opening)) << opening.error;
+    }
+    EXPECT_EQ(occlusion("out.gltf"), expected);
+}
+
 TEST_F(Compression, GivenDamagedStreams_RefusesOrReadsButNeverFails) {
     ktWavyGrid grid(12);
     ktSaveMeshopt(grid, path("m.glb"));

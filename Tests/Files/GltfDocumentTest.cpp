@@ -237,6 +237,27 @@ TEST(GltfDocument, GivenGlbWrittenAsGltf_NamesItsBufferByContent) {
     EXPECT_THAT(folder.names(), UnorderedElementsAre("in.glb", "out.gltf", second, "out-0123456789ab.bin"));
 }
 
+TEST(GltfDocument, GivenOwnBufferThatAnEarlierWriteDeleted_WritesItAgain) {
+    const ktTestFolder folder;
+    ktSquare().saveGlb(folder.path("in.glb"));
+    write(read(folder.path("in.glb")), folder.path("out.gltf"));
+    const ktGltfDocument document = read(folder.path("out.gltf"));
+    ktGltfDocument changed = document;
+    changed.json["buffers"][0].erase("uri");
+    changed.buffers[0].bytes[0] ^= 1;
+    write(changed, folder.path("out.gltf"));
+    ASSERT_FALSE(
+        std::filesystem::exists(folder.path(ktJsonText(document.json["buffers"][0], "uri").c_str()).toStdString()));
+
+    std::filesystem::create_directory(folder.path("other").toStdString());
+    for (const char* name : {"other/out.gltf", "out.gltf"}) { // the second one would bring the buffer back
+        EXPECT_THAT(write(document, folder.path(name)), testing::IsEmpty()) << name;
+        const ktGltfDocument written = read(folder.path(name));
+        EXPECT_EQ(written.buffers[0].problem, "") << name;
+        EXPECT_EQ(written.buffers[0].bytes, document.buffers[0].bytes) << name;
+    }
+}
+
 TEST(GltfDocument, GivenBrokenContainer_SaysWhat) {
     const ktTestFolder folder;
     ktSquare().saveGlb(folder.path("good.glb"));

@@ -144,17 +144,32 @@ bool holds(const QString& path, const ktBytes& bytes) {
            ktReadWholeFile(path, "file") == bytes;
 }
 
+// The bytes of a buffer that was read, or null: images are not read.
+const ktBytes* bytesInMemory(const ktGltfDocument& document, const char* collection, std::size_t index) {
+    return std::strcmp(collection, "buffers") == 0 && isAvailable(document, index) ? &document.buffers[index].bytes
+                                                                                   : nullptr;
+}
+
+// Whether a resource of the source has disappeared since it was read.
+bool isGone(const ktGltfDocument& document, const QString& relative) {
+    const QString path = QDir(document.folder()).filePath(relative);
+    return !ktFindIgnoringCase(path.toStdString()) && !QFileInfo(path).isSymLink();
+}
+
 // Copies the resource of an entry to another folder: to the same relative path, or, if a file of different content has
-// that name, to a name with the hash of its content.
+// that name, to a name with the hash of its content. A file that is gone is written again from `read`, if not null.
 void copyResource(const ktGltfDocument& document, ktJson& entry, const std::string& object, const QString& folder,
-                  ktPackedGltf& packed, ktFileMessages& messages) {
+                  const ktBytes* read, ktPackedGltf& packed, ktFileMessages& messages) {
     const std::string uri = ktJsonText(entry, "uri");
     if (!ktJsonMember(entry, "uri") || ktIsDataUri(uri))
         return;
     try {
         const QString relative = ktDecodeAssetUri(uri, object);
-        auto bytes =
-            std::make_unique<ktBytes>(ktReadWholeFile(ktResolveAssetUri(document.folder(), uri, object), object));
+        auto bytes = std::make_unique<ktBytes>();
+        if (read && isGone(document, relative))
+            *bytes = *read;
+        else
+            *bytes = ktReadWholeFile(ktResolveAssetUri(document.folder(), uri, object), object);
         QString target = relative;
         if (QFileInfo::exists(QDir(folder).filePath(target)) && !holds(QDir(folder).filePath(target), *bytes)) {
             target = withSuffix(relative, ktHashContent(bytes->data(), bytes->size()));
@@ -168,13 +183,31 @@ void copyResource(const ktGltfDocument& document, ktJson& entry, const std::stri
     }
 }
 
+// Writes buffers again that have disappeared since they were read. Saving over the source may have deleted them.
+void restoreBuffers(const ktGltfDocument& document, ktPackedGltf& packed) {
+    for (std::size_t i = 0; i < document.buffers.size(); ++i) {
+        const ktBytes* const bytes = bytesInMemory(document, "buffers", i);
+        if (!bytes || !hasUri(packed.json, "buffers", i))
+            continue;
+        const std::string uri = ktJsonText(packed.json["buffers"][i], "uri");
+        if (ktIsDataUri(uri))
+            continue;
+        const QString relative = ktDecodeAssetUri(uri, ktPointer("buffers", i));
+        if (isGone(document, relative))
+            packed.files.push_back({relative, bytes->data(), bytes->size()});
+    }
+}
+
 void copyResources(const ktGltfDocument& document, const QString& folder, ktPackedGltf& packed,
                    ktFileMessages& messages) {
-    if (QFileInfo(folder).canonicalFilePath() == QFileInfo(document.folder()).canonicalFilePath())
+    if (QFileInfo(folder).canonicalFilePath() == QFileInfo(document.folder()).canonicalFilePath()) {
+        restoreBuffers(document, packed);
         return;
+    }
     for (const char* collection : {"buffers", "images"})
         for (std::size_t i = 0; i < ktJsonCount(packed.json, collection); ++i)
-            copyResource(document, packed.json[collection][i], ktPointer(collection, i), folder, packed, messages);
+            copyResource(document, packed.json[collection][i], ktPointer(collection, i), folder,
+                         bytesInMemory(document, collection, i), packed, messages);
 }
 
 // The binary chunk must be the first buffer.
