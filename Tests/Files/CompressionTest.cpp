@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Compressed geometry: what is read and written, against streams that the libraries' encoders made here.
 #include "ktCompressedGltf.h"
+#include "ktFileMessages.h"
+#include "ktGltfAccessor.h"
 #include "ktSavedScene.h"
 
 #include <cmath>
@@ -313,6 +315,37 @@ TEST_F(Compression, GivenSceneSavedOverItsFile_CanBeSavedAgainWithoutCompression
         EXPECT_TRUE(ktSceneFile::open(path("out.gltf"), {}, opening)) << opening.error;
     }
     EXPECT_EQ(occlusion("out.gltf"), expected);
+}
+
+TEST_F(Compression, GivenViewThatCannotBeRead_LeavesItUnreadable) {
+    ktWavyGrid grid(20);
+    ktTestGltf file = ktPlainGltf(grid);
+    const std::vector<ktJson> bad = {{{"buffer", 0}, {"byteOffset", -1}, {"byteLength", 4}},
+                                     {{"buffer", 0}, {"byteOffset", 0}, {"byteLength", 1e9}},
+                                     {{"buffer", 0}, {"byteOffset", 1e9}, {"byteLength", 0}}};
+    const std::size_t first = file.json["bufferViews"].size();
+    for (const ktJson& view : bad)
+        file.json["bufferViews"].push_back(view);
+    file.saveGltf(path("in.gltf"));
+    ktFileMessages messages;
+    const auto isReadable = [&](const std::string& name, std::size_t view) {
+        const ktGltfDocument document = ktReadGltf(path(name), messages);
+        try {
+            ktFindGltfView(document, view);
+            return true;
+        } catch (const ktFileError&) {
+            return false;
+        }
+    };
+    for (const ktCompressionMode mode : {ktCompressionMode::Draco, ktCompressionMode::Meshopt}) {
+        bake("in.gltf", "out.glb", as(mode));
+        const ktJson views = ktJsonOfFile(path("out.glb"))["bufferViews"];
+        std::size_t found = 0;
+        for (std::size_t i = 0; i < views.size(); ++i)
+            found += !views[i].contains("extensions") && !isReadable("out.glb", i);
+        EXPECT_EQ(found, bad.size()) << views;
+    }
+    EXPECT_FALSE(isReadable("in.gltf", first));
 }
 
 TEST_F(Compression, GivenDamagedStreams_RefusesOrReadsButNeverFails) {

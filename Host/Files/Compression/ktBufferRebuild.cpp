@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <tuple>
 
 namespace {
@@ -30,6 +31,11 @@ void renumber(ktJson& value, const std::vector<std::size_t>& newIndex) {
         for (ktJson& element : value)
             renumber(element, newIndex);
     }
+}
+
+// First byte of a view in its buffer; none if the value is unusable.
+std::optional<std::uint64_t> offsetOf(const ktJson& view) {
+    return ktJsonMember(view, "byteOffset") ? ktJsonWhole(view, "byteOffset") : std::uint64_t(0);
 }
 
 // Whether an extension refers to views by a name that renumber() does not know.
@@ -88,14 +94,14 @@ std::vector<ktBufferRebuild::Piece> ktBufferRebuild::findPieces(bool own) const 
     std::vector<Piece> pieces;
     for (std::size_t i = 0; i < changes.size(); ++i) {
         const auto buffer = ktJsonWhole(views[i], "buffer"), length = ktJsonWhole(views[i], "byteLength");
-        const std::uint64_t offset = ktJsonWhole(views[i], "byteOffset").value_or(0);
-        if (changes[i].how != How::Kept || ktIsOwnData(views[i]) != own || !buffer || !length ||
+        const auto offset = offsetOf(views[i]);
+        if (changes[i].how != How::Kept || ktIsOwnData(views[i]) != own || !buffer || !offset || !length ||
             *buffer >= document.buffers.size())
             continue;
         const std::size_t size = document.buffers[static_cast<std::size_t>(*buffer)].bytes.size();
-        if (offset <= size && *length <= size - offset)
-            pieces.push_back({static_cast<std::size_t>(*buffer), static_cast<std::size_t>(offset),
-                              static_cast<std::size_t>(offset + *length), i});
+        if (*offset <= size && *length <= size - *offset)
+            pieces.push_back({static_cast<std::size_t>(*buffer), static_cast<std::size_t>(*offset),
+                              static_cast<std::size_t>(*offset + *length), i});
     }
     std::sort(pieces.begin(), pieces.end(), [](const Piece& a, const Piece& b) {
         return std::tie(a.buffer, a.begin, a.view) < std::tie(b.buffer, b.begin, b.view);
@@ -164,7 +170,8 @@ void ktBufferRebuild::moveViewsWithoutData() {
             continue;
         }
         views[i]["buffer"] = 0;
-        views[i]["byteOffset"] = bytes.size(); // beyond the end, as before
+        if (offsetOf(views[i]))
+            views[i]["byteOffset"] = bytes.size() + 1; // beyond the end, as before
     }
     for (const auto& [old, shown] : viewsOfBuffer) {
         withoutData.push_back(old);

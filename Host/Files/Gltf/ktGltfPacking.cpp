@@ -144,12 +144,6 @@ bool holds(const QString& path, const ktBytes& bytes) {
            ktReadWholeFile(path, "file") == bytes;
 }
 
-// The bytes of a buffer that was read, or null: images are not read.
-const ktBytes* bytesInMemory(const ktGltfDocument& document, const char* collection, std::size_t index) {
-    return std::strcmp(collection, "buffers") == 0 && isAvailable(document, index) ? &document.buffers[index].bytes
-                                                                                   : nullptr;
-}
-
 // Whether a resource of the source has disappeared since it was read.
 bool isGone(const ktGltfDocument& document, const QString& relative) {
     const QString path = QDir(document.folder()).filePath(relative);
@@ -186,28 +180,32 @@ void copyResource(const ktGltfDocument& document, ktJson& entry, const std::stri
 // Writes buffers again that have disappeared since they were read. Saving over the source may have deleted them.
 void restoreBuffers(const ktGltfDocument& document, ktPackedGltf& packed) {
     for (std::size_t i = 0; i < document.buffers.size(); ++i) {
-        const ktBytes* const bytes = bytesInMemory(document, "buffers", i);
-        if (!bytes || !hasUri(packed.json, "buffers", i))
+        if (!isAvailable(document, i) || !hasUri(packed.json, "buffers", i))
             continue;
         const std::string uri = ktJsonText(packed.json["buffers"][i], "uri");
         if (ktIsDataUri(uri))
             continue;
         const QString relative = ktDecodeAssetUri(uri, ktPointer("buffers", i));
         if (isGone(document, relative))
-            packed.files.push_back({relative, bytes->data(), bytes->size()});
+            packed.files.push_back({relative, document.buffers[i].bytes.data(), document.buffers[i].bytes.size()});
     }
 }
 
-void copyResources(const ktGltfDocument& document, const QString& folder, ktPackedGltf& packed,
+// @param hasAllBuffers whether packed.json has the same buffers as the document; otherwise those with bytes are
+// embedded
+void copyResources(const ktGltfDocument& document, const QString& folder, bool hasAllBuffers, ktPackedGltf& packed,
                    ktFileMessages& messages) {
     if (QFileInfo(folder).canonicalFilePath() == QFileInfo(document.folder()).canonicalFilePath()) {
-        restoreBuffers(document, packed);
+        if (hasAllBuffers)
+            restoreBuffers(document, packed);
         return;
     }
-    for (const char* collection : {"buffers", "images"})
-        for (std::size_t i = 0; i < ktJsonCount(packed.json, collection); ++i)
-            copyResource(document, packed.json[collection][i], ktPointer(collection, i), folder,
-                         bytesInMemory(document, collection, i), packed, messages);
+    for (std::size_t i = 0; i < ktJsonCount(packed.json, "buffers"); ++i)
+        copyResource(document, packed.json["buffers"][i], ktPointer("buffers", i), folder,
+                     hasAllBuffers && isAvailable(document, i) ? &document.buffers[i].bytes : nullptr, packed,
+                     messages);
+    for (std::size_t i = 0; i < ktJsonCount(packed.json, "images"); ++i)
+        copyResource(document, packed.json["images"][i], ktPointer("images", i), folder, nullptr, packed, messages);
 }
 
 // The binary chunk must be the first buffer.
@@ -227,19 +225,20 @@ ktPackedGltf::ktPackedGltf(ktGltfDocument& document)
 
 void ktPackForGlb(ktPackedGltf& packed, const ktGltfDocument& document, const QString& folder,
                   ktFileMessages& messages) {
-    if (mustEmbed(document)) {
+    const bool embeds = mustEmbed(document);
+    if (embeds) {
         embedBuffers(document, packed);
         embedImages(document, packed, messages);
     } else if (!document.buffers.empty() && isAvailable(document, 0) && !hasUri(document.json, "buffers", 0)) {
         append(packed, document.buffers[0].bytes.data(), document.buffers[0].bytes.size());
         packed.json["buffers"][0]["byteLength"] = packed.binarySize;
     }
-    copyResources(document, folder, packed, messages);
+    copyResources(document, folder, !embeds, packed, messages);
 }
 
 void ktPackForGltf(ktPackedGltf& packed, const ktGltfDocument& document, const QString& folder, const QString& stem,
                    ktFileMessages& messages) {
-    copyResources(document, folder, packed, messages);
+    copyResources(document, folder, true, packed, messages);
     bool inside = document.form == ktGltfForm::Gltf;
     for (std::size_t i = 0; i < document.buffers.size(); ++i)
         inside = inside &&
