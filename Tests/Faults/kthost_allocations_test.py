@@ -3,10 +3,9 @@
 of the libraries, a scene, every how many allocations one is tested. Needs ktFailingAllocations preloaded. KT_FAULTS_PART=I/N
 tests part I of N of them.
 
-A thread's first exception needs memory for variables of the C++ library, and its first part of a structure some for those
-of Embree. Without it, the C library ends the process. Threads of earlier bakes have it. A worker that had no part in them,
-as on a busy machine, may not. Such ends are counted, and the output must be whole all the same. In ktbake, these variables
-exist from the start.
+A thread's first exception needs memory for variables of the C++ library. Without it, the C library ends the process. Threads
+take that memory when they start, in the first bake. A worker that could not start then, as on a very busy machine, may not have
+it. Such ends are counted, and the output must be whole all the same. In ktbake, these variables exist from the start.
 
 An exception inside the plug-in's run leaves the host frozen, as the plug-in promises its hosts. The module then refuses
 further bakes, and the test goes on in a new process."""
@@ -27,7 +26,7 @@ PART, PARTS = [int(number) for number in os.environ.get("KT_FAULTS_PART", "0/1")
 STRIDE = STEP * PARTS
 FOR_EVER = 10 ** 9
 FROZEN = "a bake is under way"
-MOST_ENDS = {1: 0.02, FOR_EVER: 0.4}  # by the number of failures: share of the tested allocations
+MOST_ENDS = 1  # of a process, by memory that a thread lacks
 shim = ctypes.PyDLL(None)
 fail_allocations, end_failures = shim.ktFailAllocations, shim.ktEndFailingAllocations
 fail_allocations.argtypes, end_failures.restype = (ctypes.c_long, ctypes.c_long), ctypes.c_long
@@ -121,7 +120,7 @@ def main():
         print("kthost, %s: %d of %d allocations tested, %d baked all the same, %d raised an exception (%d froze the host), "
               "%d ended the process" % ("one allocation fails" if how_many == 1 else "all fail from one on", tested, count,
                                         baked, failed, frozen, ended))
-        assert failed > 0 and ended <= MOST_ENDS[how_many] * tested
+        assert failed > 0 and ended <= MOST_ENDS
     shutil.rmtree(folder)
 
 

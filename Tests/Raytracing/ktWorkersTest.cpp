@@ -13,7 +13,9 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <mutex>
 #include <QCoreApplication>
 #include <QTimer>
@@ -64,6 +66,14 @@ TEST(Workers, GivenNoApplication_JustWorks) {
         pump);
     EXPECT_TRUE(worked);
     EXPECT_GT(calls, 0);
+}
+
+TEST(Workers, GivenShortFirstWork_HasStartedAllThreads) {
+    const ThreadCountGuard threads(4);
+    ktEventPump pump;
+    ktWorkers::run([] {}, pump);
+    const std::filesystem::directory_iterator tasks("/proc/self/task"), end;
+    EXPECT_GE(std::distance(tasks, end), 5) << "this thread, one that leads, and three more";
 }
 
 TEST(Workers, GivenException_RethrowsItToTheCaller) {

@@ -2,8 +2,9 @@
 // Keeps threads that have no task in a list.
 #include "ktKeptThread.h"
 
+#include "ktThreadMemory.h"
+
 #include <condition_variable>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -24,11 +25,11 @@ public:
             firstIdle = thread->next;
         return thread;
     }
-    /// Puts the calling thread into the list.
-    static void giveBack() noexcept {
+    /// Puts it into the list.
+    void giveBack() noexcept {
         const std::lock_guard<std::mutex> lock(listMutex);
-        current->next = firstIdle;
-        firstIdle = current;
+        next = firstIdle;
+        firstIdle = this;
     }
 
     void give(ktKeptThread::Task& newTask) {
@@ -37,9 +38,7 @@ public:
         changed.notify_one();
     }
     void run() {
-        current = this;
-        // Gets the memory for exceptions now: the first one may be that there is no more.
-        static_cast<void>(std::current_exception());
+        ktThreadMemory::take(); // the first exception may be that there is no memory
         for (;;)
             waitForTask().execute();
     }
@@ -53,19 +52,16 @@ private:
         return *given;
     }
 
-    static thread_local Thread* current;
     std::mutex mutex;
     std::condition_variable changed;
     ktKeptThread::Task* task = nullptr;
     Thread* next = nullptr; // in the list
 };
 
-thread_local Thread* Thread::current = nullptr;
-
 } // namespace
 
-void ktKeptThread::giveBack() noexcept {
-    Thread::giveBack();
+void ktKeptThread::Task::giveBack() noexcept {
+    static_cast<Thread*>(thread)->giveBack();
 }
 
 void ktKeptThread::start(Task& task) {
@@ -75,5 +71,6 @@ void ktKeptThread::start(Task& task) {
         std::thread([made = made.get()] { made->run(); }).detach();
         thread = made.release(); // never destroyed, as it never ends
     }
+    task.thread = thread;
     thread->give(task);
 }

@@ -4,21 +4,25 @@
 
 #include "ktEventPump.h"
 #include "ktKeptThread.h"
+#include "ktParallel.h"
 #include "ktThreadCount.h"
+#include "ktThreadMemory.h"
 #include "ktWaitHooks.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <memory>
 #include <mutex>
-#include <optional>
+#include <new>
 #include <pthread.h>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 #include <tbb/task_scheduler_observer.h>
+#include <thread>
 
 namespace {
 
@@ -72,12 +76,28 @@ void keepWorkers() {
     arena->initialize(); // it is; without a use, compilers drop the pointer, and then the arena counts as leaked
 }
 
-// Raises the nice value of threads that enter the arena, once each. On Linux each thread has one.
-class PriorityObserver : public tbb::task_scheduler_observer {
+// Prepares threads that enter the arena: they take the memory that they need to throw, and perhaps a low priority.
+class WorkerObserver : public tbb::task_scheduler_observer {
 public:
-    explicit PriorityObserver(tbb::task_arena& arena) : task_scheduler_observer(arena) { observe(true); }
-    ~PriorityObserver() override { observe(false); }
+    WorkerObserver(tbb::task_arena& arena, bool isLowPriority)
+        : task_scheduler_observer(arena), lowersPriority(isLowPriority) {
+        observe(true);
+    }
+    ~WorkerObserver() override {
+        workHasEnded = true; // observe() waits for threads that wait for memory
+        observe(false);
+    }
     void on_scheduler_entry(bool) override {
+        // A thread without memory takes no part in the work, which goes on without it.
+        while (!ktThreadMemory::take() && !workHasEnded)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (lowersPriority && !workHasEnded)
+            lowerPriority();
+    }
+
+private:
+    // Raises the nice value of the calling thread, once. On Linux each thread has one.
+    static void lowerPriority() {
 #ifdef __linux__
         static thread_local bool isLow = false;
         constexpr int lower = 10; // about a tenth of the processor's time beside a thread of the usual priority
@@ -86,7 +106,27 @@ public:
         isLow = true;
 #endif
     }
+
+    const bool lowersPriority;
+    std::atomic<bool> workHasEnded{false};
 };
+
+// Waits until so many threads have entered the arena, once in the process: TBB ends it if one starts without memory. On
+// a busy machine some would otherwise start much later, as one thread alone could do all work of a small bake.
+void waitForWorkers(std::size_t threads) {
+    static std::atomic<std::size_t> known{1};
+    if (threads <= known)
+        return;
+    constexpr std::chrono::milliseconds longest(50); // other work of the process may keep the workers
+    const auto end = std::chrono::steady_clock::now() + longest;
+    std::atomic<std::size_t> arrived{0};
+    ktParallel::forEach(threads, [&](std::size_t) {
+        ++arrived;
+        while (arrived < threads && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+    });
+    known = threads;
+}
 
 } // namespace
 
@@ -124,6 +164,18 @@ public:
 
 private:
     void execute() noexcept override {
+        if (ktThreadMemory::take())
+            run();
+        else
+            error = outOfMemory;
+        giveBack();
+        RunningWork::the().end();
+        const std::lock_guard<std::mutex> lock(mutex); // the last use of this object
+        ended = true;
+        changed.notify_all();
+    }
+
+    void run() noexcept {
         try {
             const int threads =
                 static_cast<int>(ktThreadCount::get() + (ownThreadsOnly > 0 ? 0 : borrowedThreads.load()));
@@ -133,18 +185,12 @@ private:
             if (threads > 1) // TBB warns on standard error about an arena with more threads than its limit
                 keepWorkers();
             tbb::task_arena arena(threads, 1); // one slot is for this thread
-            std::optional<PriorityObserver> observer;
-            if (ktThreadCount::isLowPriority())
-                observer.emplace(arena);
+            const WorkerObserver observer(arena, ktThreadCount::isLowPriority());
+            arena.execute([threads] { waitForWorkers(static_cast<std::size_t>(threads)); });
             arena.execute(work);
         } catch (...) {
             error = std::current_exception();
         }
-        ktKeptThread::giveBack();
-        RunningWork::the().end();
-        const std::lock_guard<std::mutex> lock(mutex); // the last use of this object
-        ended = true;
-        changed.notify_all();
     }
 
     std::function<void()> work;
@@ -152,6 +198,7 @@ private:
     std::condition_variable changed;
     bool ended = false;
     std::exception_ptr error;
+    const std::exception_ptr outOfMemory = std::make_exception_ptr(std::bad_alloc());
 };
 
 ktWorkers::ktWorkers(std::function<void()> work) : leader(std::make_unique<Leader>(std::move(work))) {}
