@@ -2,8 +2,13 @@
 // Runs the parts of a parallel loop as tasks of TBB.
 #include "ktParallel.h"
 
+#include "ktThreadMemory.h"
+
+#include <atomic>
+#include <new>
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
+#include <tbb/task_group.h>
 
 #ifdef KT_THREAD_SANITIZER
 #include <sanitizer/tsan_interface.h>
@@ -37,9 +42,16 @@ struct LoopOrder {
 void ktParallel::runParts(std::size_t count, std::size_t grain, const void* body,
                           void (*part)(const void* body, std::size_t begin, std::size_t end)) {
     const LoopOrder order;
+    std::atomic<bool> isMemoryShort{false};
+    tbb::task_group_context context;
     tbb::parallel_for(
         tbb::blocked_range<std::size_t>(0, count, grain),
-        [body, part, &order](const tbb::blocked_range<std::size_t>& range) {
+        [&, body, part](const tbb::blocked_range<std::size_t>& range) {
+            if (!ktThreadMemory::take()) { // this thread must not throw
+                isMemoryShort = true;
+                context.cancel_group_execution();
+                return;
+            }
             order.beginPart();
             try {
                 part(body, range.begin(), range.end());
@@ -49,5 +61,7 @@ void ktParallel::runParts(std::size_t count, std::size_t grain, const void* body
             }
             order.endPart();
         },
-        tbb::simple_partitioner());
+        tbb::simple_partitioner(), context);
+    if (isMemoryShort)
+        throw std::bad_alloc();
 }

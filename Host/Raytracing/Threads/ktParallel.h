@@ -10,7 +10,8 @@
 namespace ktParallel {
 
 /// Calls part(body, begin, end) for parts of [0, count), each at most `grain` (at least 1) long, in any order, on any
-/// thread. An exception in a part stops the loop and is thrown here. For the loops below.
+/// thread. An exception in a part stops the loop and is thrown here; std::bad_alloc if a thread lacks the memory to
+/// throw. For the loops below.
 void runParts(std::size_t count, std::size_t grain, const void* body,
               void (*part)(const void* body, std::size_t begin, std::size_t end));
 

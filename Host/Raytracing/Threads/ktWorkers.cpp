@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <pthread.h>
 #include <stdexcept>
 #include <sys/resource.h>
@@ -76,29 +77,15 @@ void keepWorkers() {
     arena->initialize(); // it is; without a use, compilers drop the pointer, and then the arena counts as leaked
 }
 
-// Prepares threads that enter the arena: they take the memory that they need to throw, and perhaps a low priority.
-class WorkerObserver : public tbb::task_scheduler_observer {
+// Raises the nice value of threads that enter the arena, once each. On Linux each thread has one.
+class PriorityObserver : public tbb::task_scheduler_observer {
 public:
-    WorkerObserver(tbb::task_arena& arena, bool isLowPriority)
-        : task_scheduler_observer(arena), lowersPriority(isLowPriority) {
-        observe(true);
-    }
-    ~WorkerObserver() override {
-        workHasEnded = true; // observe() waits for threads that wait for memory
-        observe(false);
-    }
+    explicit PriorityObserver(tbb::task_arena& arena) : task_scheduler_observer(arena) { observe(true); }
+    ~PriorityObserver() override { observe(false); }
     void on_scheduler_entry(bool) override {
-        // A thread without memory takes no part in the work, which goes on without it.
-        while (!ktThreadMemory::take() && !workHasEnded)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        if (lowersPriority && !workHasEnded)
-            lowerPriority();
-    }
-
-private:
-    // Raises the nice value of the calling thread, once. On Linux each thread has one.
-    static void lowerPriority() {
 #ifdef __linux__
+        if (!ktThreadMemory::take()) // it takes no part in the work either
+            return;
         static thread_local bool isLow = false;
         constexpr int lower = 10; // about a tenth of the processor's time beside a thread of the usual priority
         if (!isLow)
@@ -106,9 +93,6 @@ private:
         isLow = true;
 #endif
     }
-
-    const bool lowersPriority;
-    std::atomic<bool> workHasEnded{false};
 };
 
 // Waits until so many threads have entered the arena, once in the process: TBB ends it if one starts without memory. On
@@ -185,7 +169,9 @@ private:
             if (threads > 1) // TBB warns on standard error about an arena with more threads than its limit
                 keepWorkers();
             tbb::task_arena arena(threads, 1); // one slot is for this thread
-            const WorkerObserver observer(arena, ktThreadCount::isLowPriority());
+            std::optional<PriorityObserver> observer;
+            if (ktThreadCount::isLowPriority())
+                observer.emplace(arena);
             arena.execute([threads] { waitForWorkers(static_cast<std::size_t>(threads)); });
             arena.execute(work);
         } catch (...) {
