@@ -3,8 +3,8 @@
 // read. Built with sanitizers, it finds errors also in the processes that import, and tells ours from those of the
 // libraries. For each format it prints how many files were read or refused, and why. Started by a person:
 //     ktMutatedFiles --count 10000 [--first N] [--formats obj,ply] FOLDER...
-// A number and a format always give the same file. Files that show an error, or that a limit ended, remain in the
-// current folder.
+// A number and a format always give the same file and options. Files that show an error, or that a limit ended, remain
+// in the current folder.
 #include "ktFileMutator.h"
 #include "ktFuzzing.h"
 #include "ktLogOutput.h"
@@ -120,10 +120,26 @@ std::string generalized(const std::string& reason) {
     return text.substr(0, 80);
 }
 
+/// The ending under which a file is read. Every eighth says nothing about the format.
+std::string endingOf(const Format& format, long number) {
+    return number % 8 == 7 ? "dat" : format.ending;
+}
+
+/// Some files are read with an up axis and a unit that are not those of the file.
+ktOpenOptions optionsOf(long number) {
+    ktOpenOptions options;
+    const char* const axes[] = {"x", "-y", "z"};
+    if (number % 4 == 2)
+        options.up = ktParseUpAxis(axes[number / 4 % 3]);
+    if (number % 16 == 1)
+        options.unit = ktParseLengthUnit("inch").value_or(ktLengthUnit());
+    return options;
+}
+
 /// Reads a file as ktbake does. What happened: "read", "! WHAT" for an error of ours, or why it was refused.
-std::string readAndWrite(const fs::path& path) {
+std::string readAndWrite(const fs::path& path, const ktOpenOptions& options) {
     ktFileReport opened;
-    const auto file = ktSceneFile::open(QString::fromStdString(path.string()), {}, opened);
+    const auto file = ktSceneFile::open(QString::fromStdString(path.string()), options, opened);
     if (static_cast<bool>(file) != opened.isGood())
         return "! no scene and no error, or both";
     if (!file)
@@ -152,7 +168,8 @@ bool isLimit(const std::string& what) {
 
 /// Keeps a file that shows an error of ours, or that a limit ended.
 void keep(const Format& format, long number, const std::string& what) {
-    const std::string name = (isLimit(what) ? "limit-" : "found-") + std::to_string(number) + "." + format.ending,
+    const std::string name = (isLimit(what) ? "limit-" : "found-") + std::to_string(number) + "." +
+                             endingOf(format, number),
                       file = makeFile(format, number);
     writeInput(name, reinterpret_cast<const std::uint8_t*>(file.data()), file.size());
     std::printf("%s: %s\n%s\n", name.c_str(), what.c_str(), report->isThere ? report->text : "");
@@ -169,10 +186,10 @@ void keep(const Format& format, long number, const std::string& what) {
     ktLogOutput::setQuiet(true);
     for (long number = first; number < end; ++number) {
         emptyFuzzFolder();
-        const fs::path path = fuzzFolder() / ("in." + format.ending);
+        const fs::path path = fuzzFolder() / ("in." + endingOf(format, number));
         const std::string file = makeFile(format, number);
         writeInput(path, reinterpret_cast<const std::uint8_t*>(file.data()), file.size());
-        std::string what = readAndWrite(path);
+        std::string what = readAndWrite(path, optionsOf(number));
         const bool isOurs = what[0] == '!' || (report->isThere && !isForeign(report->text));
         if (isOurs || isLimit(what))
             keep(format, number, what);
