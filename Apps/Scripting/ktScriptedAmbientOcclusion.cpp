@@ -14,6 +14,7 @@
 #include "ktScriptedPlugin.h"
 #include "ktUndoPause.h"
 #include "ktVersion.h"
+#include "ktWorkers.h"
 
 #include <iterator>
 #include <QJsonDocument>
@@ -39,6 +40,7 @@ public:
         const double diagonal = ktSceneDiagonal(ktScenegraph::getRootNode());
         const ktSceneDistances before = ktSceneDistances::read();
         adaptTo(diagonal);
+        ktWorkers::startAll(); // later there may be no memory
         isStarting = true;
         const bool hasRun = plugin.startCalculation(missingOnly);
         isStarting = false;

@@ -4,7 +4,7 @@ of the libraries, a scene, every how many allocations one is tested. Needs ktFai
 tests part I of N of them.
 
 A thread's first exception needs memory for variables of the C++ library. Without it, the C library ends the process. Threads
-take that memory when they start, in the first bake. A worker that could not start then, as on a very busy machine, may not have
+take that memory when they start, before the first bake. A worker that could not start then, as on a very busy machine, may not have
 it. Such ends are counted, and the output must be whole all the same. In ktbake, these variables exist from the start.
 
 An exception inside the plug-in's run leaves the host frozen, as the plug-in promises its hosts. The module then refuses

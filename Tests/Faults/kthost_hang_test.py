@@ -27,7 +27,7 @@ def bake_and_draw(folder):
             kthost.preview(os.path.join(folder, name), 32, 32)
             errors.append(None)
         except (kthost.Error, MemoryError) as error:
-            errors.append(str(error))
+            errors.append("out of memory" if isinstance(error, MemoryError) else str(error))
     return errors
 
 

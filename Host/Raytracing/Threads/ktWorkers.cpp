@@ -95,23 +95,6 @@ public:
     }
 };
 
-// Waits until so many threads have entered the arena, once in the process: TBB ends it if one starts without memory. On
-// a busy machine some would otherwise start much later, as one thread alone could do all work of a small bake.
-void waitForWorkers(std::size_t threads) {
-    static std::atomic<std::size_t> known{1};
-    if (threads <= known)
-        return;
-    constexpr std::chrono::milliseconds longest(50); // other work of the process may keep the workers
-    const auto end = std::chrono::steady_clock::now() + longest;
-    std::atomic<std::size_t> arrived{0};
-    ktParallel::forEach(threads, [&](std::size_t) {
-        ++arrived;
-        while (arrived < threads && std::chrono::steady_clock::now() < end)
-            std::this_thread::yield();
-    });
-    known = threads;
-}
-
 } // namespace
 
 // The work as the task of a thread, and the exception that ended it.
@@ -172,7 +155,6 @@ private:
             std::optional<PriorityObserver> observer;
             if (ktThreadCount::isLowPriority())
                 observer.emplace(arena);
-            arena.execute([threads] { waitForWorkers(static_cast<std::size_t>(threads)); });
             arena.execute(work);
         } catch (...) {
             error = std::current_exception();
@@ -217,6 +199,27 @@ ktWorkers::OwnThreadsOnly::OwnThreadsOnly() noexcept {
 
 ktWorkers::OwnThreadsOnly::~OwnThreadsOnly() {
     --ownThreadsOnly;
+}
+
+void ktWorkers::startAll() {
+    static unsigned int known = 1;
+    if (ktThreadCount::get() <= known)
+        return;
+    constexpr std::chrono::milliseconds longest(50); // other work of the process may keep the workers
+    const auto end = std::chrono::steady_clock::now() + longest;
+    std::atomic<int> arrived{0};
+    const ktWorkers workers([&] {
+        const int threads = tbb::this_task_arena::max_concurrency();
+        ktParallel::forEach(static_cast<std::size_t>(threads), [&](std::size_t) {
+            ++arrived;
+            while (arrived < threads && std::chrono::steady_clock::now() < end)
+                std::this_thread::yield();
+        });
+    });
+    while (!workers.leader->waitForEnd()) {
+    }
+    workers.leader->rethrow();
+    known = ktThreadCount::get();
 }
 
 void ktWorkers::run(const std::function<void()>& work, ktEventPump& pump) {

@@ -40,6 +40,11 @@ public:
         OwnThreadsOnly& operator=(const OwnThreadsOnly&) = delete;
     };
 
+    /// Starts all worker threads, unless they run already, and waits until they do, for 50 ms at most. They then have
+    /// the memory to report that there is none; TBB ends the process if a thread starts without memory. Otherwise they
+    /// start when there is work for them. For the main thread. @throws as the constructor
+    static void startAll();
+
     /// Starts the work and waits for its end. @throws as wait(); even then the work has ended
     static void run(const std::function<void()>& work, ktEventPump& pump);
 

@@ -60,7 +60,13 @@ void becomeApplication() {
         static int argc = 1;
         static char name[] = "kthost";
         static char* argv[] = {name, nullptr};
+        // Without GLib, which ends the process if memory runs out while it handles events.
+        const bool isChosen = qEnvironmentVariableIsSet("QT_NO_GLIB");
+        if (!isChosen)
+            qputenv("QT_NO_GLIB", "1");
         [[maybe_unused]] static const auto* const kept = new QCoreApplication(argc, argv); // until the process ends
+        if (!isChosen)
+            qunsetenv("QT_NO_GLIB");
         // Undo Qt's change: messages and files need a decimal point. NOLINTNEXTLINE(concurrency-mt-unsafe)
         std::setlocale(LC_NUMERIC, "C");
     }
