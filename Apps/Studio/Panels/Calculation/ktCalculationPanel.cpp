@@ -228,6 +228,10 @@ ktCalculationPanel::ktCalculationPanel(ktStudioServices& services_, QWidget* par
     connect(&services, &ktStudioServices::frozenChanged, this, [this](bool isFrozen) { setDisabled(isFrozen); });
 }
 
+ktCalculationPanel::~ktCalculationPanel() {
+    disconnect(qApp, nullptr, this, nullptr); // editors lose the keyboard when their widgets are destroyed, after this
+}
+
 void ktCalculationPanel::check() {
     QString text;
     if (!(plugin().getMinDistance() < plugin().getMaxDistance()))

@@ -15,6 +15,7 @@ class ktCalculationPanel : public QWidget {
     Q_OBJECT
 public:
     explicit ktCalculationPanel(ktStudioServices& services, QWidget* parent = nullptr);
+    ~ktCalculationPanel() override;
 
 signals:
     /// A distance is being edited: its length in millimetres; 0: none.

@@ -96,6 +96,8 @@ ktGlCanvas::ktGlCanvas(const ktViewState& state_, QWidget* parent) : QOpenGLWidg
 
 ktGlCanvas::~ktGlCanvas() {
     releaseDisplay();
+    if (context()) // it ends after this
+        QObject::disconnect(context(), nullptr, this, nullptr);
 }
 
 void ktGlCanvas::releaseDisplay() {
