@@ -22,15 +22,6 @@
 
 namespace Settings = ktAmbientOcclusionSettings;
 
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-
-// The library of fonts keeps some bytes until the end of the process.
-const char* __lsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
-    return "leak:libfontconfig";
-}
-#endif
-
 /// Makes the application object, unless the main function has made one.
 static void makeApplication() {
     static int count = 1;

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <map>
-#include <optional>
 #include <tuple>
 
 namespace {
@@ -31,11 +30,6 @@ void renumber(ktJson& value, const std::vector<std::size_t>& newIndex) {
         for (ktJson& element : value)
             renumber(element, newIndex);
     }
-}
-
-// First byte of a view in its buffer; none if the value is unusable.
-std::optional<std::uint64_t> offsetOf(const ktJson& view) {
-    return ktJsonMember(view, "byteOffset") ? ktJsonWhole(view, "byteOffset") : std::uint64_t(0);
 }
 
 // Whether an extension refers to views by a name that renumber() does not know.
@@ -94,7 +88,7 @@ std::vector<ktBufferRebuild::Piece> ktBufferRebuild::findPieces(bool own) const 
     std::vector<Piece> pieces;
     for (std::size_t i = 0; i < changes.size(); ++i) {
         const auto buffer = ktJsonWhole(views[i], "buffer"), length = ktJsonWhole(views[i], "byteLength");
-        const auto offset = offsetOf(views[i]);
+        const auto offset = ktJsonByteOffset(views[i]);
         if (changes[i].how != How::Kept || ktIsOwnData(views[i]) != own || !buffer || !offset || !length ||
             *buffer >= document.buffers.size())
             continue;
@@ -170,7 +164,7 @@ void ktBufferRebuild::moveViewsWithoutData() {
             continue;
         }
         views[i]["buffer"] = 0;
-        if (offsetOf(views[i]))
+        if (ktJsonByteOffset(views[i]))
             views[i]["byteOffset"] = bytes.size() + 1; // beyond the end, as before
     }
     for (const auto& [old, shown] : viewsOfBuffer) {

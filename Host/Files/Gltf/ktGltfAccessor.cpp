@@ -41,13 +41,10 @@ const std::uint8_t* rangeInView(const ktGltfDocument& document, const ktJson& ob
     if (!view)
         throw ktFileError(pointer, "has no valid bufferView");
     const ktGltfViewRange range = ktFindGltfView(document, static_cast<std::size_t>(*view));
-    std::uint64_t offset = 0;
-    if (ktJsonMember(object, "byteOffset")) {
-        const auto given = ktJsonWhole(object, "byteOffset");
-        if (!given)
-            throw ktFileError(pointer, "has no valid byteOffset");
-        offset = *given;
-    }
+    const auto given = ktJsonByteOffset(object);
+    if (!given)
+        throw ktFileError(pointer, "has no valid byteOffset");
+    const std::uint64_t offset = *given;
     stride = strided && range.stride ? range.stride : elementSize;
     if (stride < elementSize)
         throw ktFileError(pointer, "has elements larger than the byteStride of its bufferView");
@@ -134,7 +131,7 @@ ktGltfViewRange ktFindGltfView(const ktGltfDocument& document, std::size_t index
     if (!source.problem.empty())
         throw ktFileError(ktPointer("buffers", static_cast<std::size_t>(*buffer)), source.problem);
     const auto length = ktJsonWhole(*view, "byteLength");
-    const auto offset = ktJsonMember(*view, "byteOffset") ? ktJsonWhole(*view, "byteOffset") : std::uint64_t(0);
+    const auto offset = ktJsonByteOffset(*view);
     if (!length || !offset)
         throw ktFileError(pointer, "has no valid byteLength or byteOffset");
     if (*offset > source.bytes.size() || *length > source.bytes.size() - *offset)

@@ -148,6 +148,10 @@ std::optional<std::uint64_t> ktJsonWhole(const ktJson& value, const char* key) {
     return member ? ktJsonAsWhole(*member) : std::nullopt;
 }
 
+std::optional<std::uint64_t> ktJsonByteOffset(const ktJson& value) {
+    return ktJsonMember(value, "byteOffset") ? ktJsonWhole(value, "byteOffset") : std::uint64_t(0);
+}
+
 double ktJsonNumber(const ktJson& value, const char* key, double otherwise) {
     const ktJson* member = ktJsonMember(value, key);
     return member && member->is_number() ? member->get<double>() : otherwise;

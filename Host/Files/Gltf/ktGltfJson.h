@@ -26,6 +26,8 @@ ktJson* ktJsonElement(ktJson& value, const char* key, std::size_t index);
 std::size_t ktJsonCount(const ktJson& value, const char* key);
 /// Member `key` as a whole number from 0 to 2^53; empty if absent or anything else.
 std::optional<std::uint64_t> ktJsonWhole(const ktJson& value, const char* key);
+/// The byteOffset of an accessor, a buffer view or an extension: 0 if absent, empty if it is no such whole number.
+std::optional<std::uint64_t> ktJsonByteOffset(const ktJson& value);
 /// Member `key` as a number, or `otherwise`.
 double ktJsonNumber(const ktJson& value, const char* key, double otherwise);
 /// Member `key` as a bool, or `otherwise`.

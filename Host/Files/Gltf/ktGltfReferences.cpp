@@ -126,7 +126,7 @@ void ktParkViewsBeyond(ktJson& document, const std::vector<std::size_t>& sizes) 
         if (!buffer || *buffer >= sizes.size() || sizes[static_cast<std::size_t>(*buffer)] == SIZE_MAX)
             return;
         const std::size_t size = sizes[static_cast<std::size_t>(*buffer)];
-        const auto offset = ktJsonMember(holder, "byteOffset") ? ktJsonWhole(holder, "byteOffset") : std::uint64_t(0);
+        const auto offset = ktJsonByteOffset(holder);
         const auto length = ktJsonWhole(holder, "byteLength");
         if (!offset || !length || *offset > size || *length > size - *offset)
             holder["buffer"] = nowhere;

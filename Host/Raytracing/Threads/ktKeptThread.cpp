@@ -2,8 +2,6 @@
 // Keeps threads that have no task in a list.
 #include "ktKeptThread.h"
 
-#include "ktThreadMemory.h"
-
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -38,7 +36,6 @@ public:
         changed.notify_one();
     }
     void run() {
-        ktThreadMemory::take(); // the first exception may be that there is no memory
         for (;;)
             waitForTask().execute();
     }

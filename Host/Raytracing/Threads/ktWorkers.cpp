@@ -208,7 +208,7 @@ void ktWorkers::startAll() {
     constexpr std::chrono::milliseconds longest(50); // other work of the process may keep the workers
     const auto end = std::chrono::steady_clock::now() + longest;
     std::atomic<int> arrived{0};
-    const ktWorkers workers([&] {
+    ktWorkers workers([&] {
         const int threads = tbb::this_task_arena::max_concurrency();
         ktParallel::forEach(static_cast<std::size_t>(threads), [&](std::size_t) {
             ++arrived;
@@ -216,8 +216,7 @@ void ktWorkers::startAll() {
                 std::this_thread::yield();
         });
     });
-    while (!workers.leader->waitForEnd()) {
-    }
+    workers.waitForEnd();
     workers.leader->rethrow();
     known = ktThreadCount::get();
 }
