@@ -82,12 +82,39 @@ TEST_F(Instances, GivenUniqueInstances_MakesThemNodes) {
     EXPECT_FALSE(json.contains("extensionsRequired"));
 }
 
+TEST_F(Instances, GivenManyUsesOfOneMesh_MakesEachUniqueAndTheOutputCanBeRead) {
+    // Together far more indices than the file has data for.
+    const auto useIndices = [this](std::vector<std::uint16_t> indices) {
+        gltf.json["meshes"][0]["primitives"][0]["indices"] = gltf.indices(indices);
+        gltf.saveGlb(folder.path("in.glb"));
+    };
+    for (int i = 1; i < 600; ++i)
+        gltf.node({{"mesh", 0}});
+    std::vector<std::uint16_t> thousandTriangles;
+    for (int i = 0; i < 1000; ++i)
+        thousandTriangles.insert(thousandTriangles.end(), {0, 1, 2});
+    useIndices(thousandTriangles);
+    ktOpenOptions options;
+    options.uniqueInstances = true;
+    const auto file = ktOpenTestScene(folder.path("in.glb"), options);
+    ASSERT_THAT(ktGeometriesOf(*file), SizeIs(600));
+    ktPretendToBake(*file);
+    ktSaveTestScene(*file, folder.path("out.glb"));
+    EXPECT_THAT(ktGeometriesOf(*ktOpenTestScene(folder.path("out.glb"), options)), SizeIs(600));
+
+    // Too many; none is an index of a vertex, so that they take no memory.
+    useIndices(std::vector<std::uint16_t>(60000, 9999));
+    ktFileReport report;
+    EXPECT_FALSE(ktSceneFile::open(folder.path("in.glb"), options, report));
+    EXPECT_THAT(report.error, HasSubstr("/meshes: describe far more vertices than the file has data for"));
+}
+
 TEST_F(Instances, GivenBrokenInstances_ShowsTheMeshOnceAndSaysSo) {
     save({{"TRANSLATION", 99}});
     EXPECT_THAT(ktOpeningSays(folder.path("in.glb")), ElementsAre(HasSubstr("its instances cannot be read")));
     save({{"TRANSLATION", gltf.floats({0, 0, 0, 5, 0, 0}, 3)}, {"SCALE", gltf.floats({1, 1, 1}, 3)}});
     EXPECT_THAT(ktOpeningSays(folder.path("in.glb")), ElementsAre(HasSubstr("another count than the others")));
     save({{"TRANSLATION", gltf.accessor({{"componentType", 5126}, {"count", 10000000}, {"type", "VEC3"}})}});
-    EXPECT_THAT(ktOpeningSays(folder.path("in.glb")), ElementsAre(HasSubstr("too many for this file")));
+    EXPECT_THAT(ktOpeningSays(folder.path("in.glb")), ElementsAre(HasSubstr("has far more elements than data")));
     EXPECT_THAT(ktGeometriesOf(*ktOpenTestScene(folder.path("in.glb"))), SizeIs(1));
 }

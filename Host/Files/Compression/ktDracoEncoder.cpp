@@ -133,6 +133,8 @@ std::optional<DracoEncoder::Box> DracoEncoder::boxOf(std::size_t mesh) {
         if (!index)
             continue;
         const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
+        if (!accessor.hasData())
+            continue; // not compressed either
         std::vector<float> values(3 * accessor.count());
         accessor.readFloats(nullptr, accessor.count(), 3, 0, values.data());
         for (std::size_t i = 0; i < values.size(); ++i) {
@@ -234,6 +236,8 @@ std::vector<ktDracoNewAttribute> DracoEncoder::attributesOf(const Target& target
             throw ktFileError(name, "is no accessor");
         const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
         if (name == "POSITION") {
+            if (!accessor.hasData())
+                throw ktFileError(name, "has no data");
             vertices = accessor.count();
             all_.resize(vertices);
             std::iota(all_.begin(), all_.end(), 0u);
@@ -254,7 +258,10 @@ std::vector<ktDracoNewAttribute> DracoEncoder::attributesOf(const Target& target
 std::vector<std::uint32_t> DracoEncoder::indicesOf(const ktJson& primitive, std::size_t vertices) const {
     std::vector<std::uint32_t> indices;
     if (const auto index = ktJsonWhole(primitive, "indices")) {
-        indices = ktGltfAccessor(document, static_cast<std::size_t>(*index)).readIndices();
+        const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
+        if (!accessor.hasData())
+            throw ktFileError("indices", "have no data");
+        indices = accessor.readIndices();
     } else if (ktJsonMember(primitive, "indices")) {
         throw ktFileError("indices", "are no accessor");
     } else {

@@ -13,11 +13,9 @@ namespace {
 
 const std::uint8_t zeros[16 * sizeof(float)] = {};
 
-// Elements that an accessor may have without data: more for a document with much data, because a short file must not
-// describe an endless scene.
-std::size_t withoutDataLimit(const ktGltfDocument& document) {
-    return (std::size_t(1) << 16) + 64 * document.dataSize();
-}
+// Elements that an accessor may have without data. Does not depend on the size of the document: what is left out when a file
+// is read must be left out of its larger output, too.
+constexpr std::size_t withoutDataLimit = std::size_t(1) << 24;
 
 ktComponent componentOf(const ktJson& object, const std::string& pointer) {
     const auto value = ktJsonWhole(object, "componentType");
@@ -162,8 +160,8 @@ ktGltfAccessor::ktGltfAccessor(const ktGltfDocument& document, std::size_t index
     normalized = ktJsonBool(*accessor, "normalized", false);
     if (ktJsonMember(*accessor, "bufferView"))
         data = rangeInView(document, *accessor, object, elements, ktComponentSize(type) * width, true, stride);
-    else if (elements > withoutDataLimit(document))
-        throw ktFileError(object, "has " + std::to_string(elements) + " elements without data, too many for this file");
+    else if (elements > withoutDataLimit)
+        throw ktFileError(object, "has " + std::to_string(elements) + " elements without data, too many");
     if (const ktJson* sparse = ktJsonMember(*accessor, "sparse"))
         openSparse(document, *sparse);
 }

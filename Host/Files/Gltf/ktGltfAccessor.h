@@ -30,6 +30,8 @@ public:
     ktComponent componentType() const { return type; }
     /// False if all elements are zero because the accessor has no data.
     bool hasData() const { return data || !sparseIndices.empty(); }
+    /// True if each element has data of its own.
+    bool hasAllData() const { return data != nullptr; }
     bool isNormalized() const { return normalized; }
 
     /// Reads elements as floats. Normalised integers become 0 to 1 or -1 to 1.

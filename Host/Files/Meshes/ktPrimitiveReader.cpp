@@ -30,10 +30,19 @@ PropertyPtr fill(const std::vector<Value>& values) {
     return property;
 }
 
-// Limits the vertices and indices by the size of the document's data: a short file must not describe an endless scene.
-std::size_t budgetOf(const ktGltfDocument& document) {
+// Limits the vertices and indices without data: a short file must not describe an endless scene.
+std::size_t zerosBudgetOf(const ktGltfDocument& document) {
     return (std::size_t(1) << 20) + 16 * document.dataSize();
 }
+
+// The same for those with data, which many meshes may share: thousands of copies of a part are usual.
+std::size_t budgetOf(const ktGltfDocument& document) {
+    return (std::size_t(1) << 25) + 16 * document.dataSize();
+}
+
+// Positions or indices of one primitive that may be zero because they have no data. Does not depend on the size of the
+// document, see ktGltfAccessor.cpp.
+constexpr std::size_t zerosLimit = std::size_t(1) << 16;
 
 bool isUnit(const float* v) {
     const float square = v[0] * v[0] + v[1] * v[1] + v[2] * v[2];
@@ -63,12 +72,17 @@ struct ktPrimitiveReader::Open {
 ktPrimitiveReader::ktPrimitiveReader(const ktGltfDocument& document_, const ktSurfaceOptions& options_,
                                      ktFileMessages& messages_)
     : document(document_), options(options_), messages(messages_), lightMark(ktReadLightMark(document_)),
-      hasResultAttributes(ktHasResultAttributes(document_)), budget(budgetOf(document_)) {}
+      hasResultAttributes(ktHasResultAttributes(document_)), budget(budgetOf(document_)),
+      zerosBudget(zerosBudgetOf(document_)) {}
 
-void ktPrimitiveReader::spend(std::size_t elements) {
-    if (elements > budget)
+void ktPrimitiveReader::spend(const ktGltfAccessor& accessor, const std::string& object) {
+    const std::size_t elements = accessor.count();
+    if (!accessor.hasData() && elements > zerosLimit)
+        throw ktFileError(object, "has " + std::to_string(elements) + " vertices or indices without data");
+    std::size_t& left = accessor.hasAllData() ? budget : zerosBudget;
+    if (elements > left)
         throw ktFileError("/meshes", "describe far more vertices than the file has data for");
-    budget -= elements;
+    left -= elements;
 }
 
 std::optional<ktPrimitiveLink> ktPrimitiveReader::read(std::size_t mesh, std::size_t primitive,
@@ -150,14 +164,14 @@ ktPrimitiveShape ktPrimitiveReader::readShape(Open& open) {
         throw ktFileError(open.object + "/attributes/POSITION", "its positions are no VEC3");
     open.link.sourceCount = positions.count();
     if (!ktJsonMember(open.json, "indices")) {
-        spend(positions.count());
+        spend(positions, open.object);
         return packer.pack(static_cast<int>(mode), nullptr, positions);
     }
     const auto index = ktJsonWhole(open.json, "indices");
     if (!index)
         throw ktFileError(open.object + "/indices", "its indices are no accessor");
     const ktGltfAccessor accessor(document, static_cast<std::size_t>(*index));
-    spend(accessor.count());
+    spend(accessor, open.object);
     std::vector<std::uint32_t> indices = accessor.readIndices();
     return packer.pack(static_cast<int>(mode), &indices, positions);
 }

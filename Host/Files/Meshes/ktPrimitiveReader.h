@@ -27,7 +27,7 @@ public:
 
 private:
     struct Open;
-    void spend(std::size_t elements);
+    void spend(const ktGltfAccessor& accessor, const std::string& object);
     ktPrimitiveShape readShape(Open& open);
     void readNormals(Open& open, std::vector<float>& normals);
     void mendNormals(Open& open, std::vector<float>& normals);
@@ -46,5 +46,6 @@ private:
     const ktLightMark lightMark;
     const bool hasResultAttributes;
     ktVertexPacker packer;
-    std::size_t budget; ///< vertices and indices that may still be read
+    std::size_t budget;      ///< vertices and indices with data that may still be read
+    std::size_t zerosBudget; ///< the same for those without
 };
