@@ -84,7 +84,7 @@ TEST_F(Instances, GivenUniqueInstances_MakesThemNodes) {
 
 TEST_F(Instances, GivenManyUsesOfOneMesh_MakesEachUniqueAndTheOutputCanBeRead) {
     // Together far more indices than the file has data for.
-    const auto useIndices = [this](std::vector<std::uint16_t> indices) {
+    const auto useIndices = [this](const std::vector<std::uint16_t>& indices) {
         gltf.json["meshes"][0]["primitives"][0]["indices"] = gltf.indices(indices);
         gltf.saveGlb(folder.path("in.glb"));
     };
