@@ -13,8 +13,8 @@ namespace {
 
 const std::uint8_t zeros[16 * sizeof(float)] = {};
 
-// Elements that an accessor may have without data. Does not depend on the size of the document: what is left out when a file
-// is read must be left out of its larger output, too.
+// Elements that an accessor may have without data. Does not depend on the size of the document: what is left out when a
+// file is read must be left out of its larger output, too.
 constexpr std::size_t withoutDataLimit = std::size_t(1) << 24;
 
 ktComponent componentOf(const ktJson& object, const std::string& pointer) {
