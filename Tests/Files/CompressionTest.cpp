@@ -317,6 +317,22 @@ TEST_F(Compression, GivenSceneSavedOverItsFile_CanBeSavedAgainWithoutCompression
     EXPECT_EQ(occlusion("out.gltf"), expected);
 }
 
+TEST_F(Compression, GivenElementBeyondItsView_StaysUnusable) {
+    ktTestGltf gltf = ktSquare();
+    const std::size_t colors = gltf.floats(std::vector<float>(16, 0.5f), 4);
+    gltf.json["meshes"][0]["primitives"][0]["attributes"]["COLOR_0"] = colors;
+    ktJson& view = gltf.json["bufferViews"][static_cast<std::size_t>(gltf.json["accessors"][colors]["bufferView"])];
+    view["byteLength"] = 60; // four elements need 64; meshopt's elements are whole
+    gltf.saveGlb(path("in.glb"));
+    const auto expected = ElementsAre(HasSubstr("attribute left out: reaches beyond the end of its bufferView"));
+    EXPECT_THAT(ktOpeningSays(path("in.glb")), expected);
+    for (const ktCompressionMode mode :
+         {ktCompressionMode::None, ktCompressionMode::Meshopt, ktCompressionMode::Draco}) {
+        ktSaveTestScene(*ktOpenTestScene(path("in.glb")), path("out.glb"), as(mode));
+        EXPECT_THAT(ktOpeningSays(path("out.glb")), expected);
+    }
+}
+
 TEST_F(Compression, GivenViewThatCannotBeRead_LeavesItUnreadable) {
     ktWavyGrid grid(20);
     ktTestGltf file = ktPlainGltf(grid);

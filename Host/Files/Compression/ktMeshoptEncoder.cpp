@@ -22,7 +22,16 @@ struct ViewUse {
     bool isTriangles = true;     ///< all its indices form triangle lists
     std::size_t elementSize = 0; ///< of its accessors, if all have the same
     bool hasManySizes = false;
+    bool isBroken = false; ///< an accessor of it cannot be read
 };
+
+bool canBeRead(const ktGltfDocument& document, std::size_t accessor) {
+    try {
+        return ktGltfAccessor(document, accessor).count() > 0;
+    } catch (const ktFileError&) {
+        return false;
+    }
+}
 
 class MeshoptEncoder {
 public:
@@ -75,6 +84,7 @@ void MeshoptEncoder::findUses() {
             use->hasManySizes = use->hasManySizes || (use->elementSize != 0 && use->elementSize != size);
             use->elementSize = size;
             use->isVertices = true;
+            use->isBroken = use->isBroken || !canBeRead(document, i);
         }
         if (const ktJson* sparse = ktJsonMember(accessor, "sparse"))
             for (const char* part : {"indices", "values"})
@@ -98,6 +108,8 @@ void MeshoptEncoder::encodeVertices(std::size_t view, const ktGltfViewRange& ran
                                                                               : use.elementSize;
     if (stride == 0 || stride % 4 != 0 || stride > largestStride || range.size == 0)
         return;
+    if (range.size % stride != 0 && use.isBroken)
+        return; // bytes that complete the last element could make it readable
     ktBytes data(range.data, range.data + range.size);
     data.resize((range.size + stride - 1) / stride * stride);
     const std::size_t count = data.size() / stride;
