@@ -53,17 +53,20 @@ void keepReport(const char* text) {
         std::snprintf(report->text, sizeof report->text, "%s", text);
 }
 
-/// Whether an error is in a library that imports: one of its innermost functions is there.
+/// Whether an error is in a library that imports: one of its innermost functions is there, or called abort() there.
 bool isForeign(const std::string& text) {
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        if (const std::size_t at = line.find_first_not_of(' '); at != std::string::npos && line[at] == '#') {
-            if (line.compare(at, 2, "#4") == 0)
-                return false;
-            for (const char* library : {"libassimp", "libdraco", "libminizip", "libpugixml", "libirrxml", "libz."})
-                if (line.find(library) != std::string::npos)
-                    return true;
-        }
+    int functions = 0;
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t at = line.find_first_not_of(' ');
+        if (at == std::string::npos || line[at] != '#' || line.find("/libc.so") != std::string::npos)
+            continue;
+        if (++functions > 4)
+            return false;
+        for (const char* library : {"libassimp", "libdraco", "libminizip", "libpugixml", "libirrxml", "libz."})
+            if (line.find(library) != std::string::npos)
+                return true;
+    }
     return false;
 }
 
