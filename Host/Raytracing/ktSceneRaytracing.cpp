@@ -397,12 +397,14 @@ void ktSceneRaytracing::computeVertexOcclusion(osg::UInt32 count, const osg::Mat
             counts = known->counts;
             emit ktHostSignals::the().tracingProgress(count, count);
         } else {
-            runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-                std::vector<osg::Vec4f> traced(count);
-                counts = tracePass(geometry, task, fit, traced.data(), done);
-                ktThrowIfCanceled();
-                std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f));
-            });
+            std::vector<osg::Vec4f> traced;
+            runOnWorkers(
+                count,
+                [&](std::atomic<std::uint32_t>& done) {
+                    traced.resize(count);
+                    counts = tracePass(geometry, task, fit, traced.data(), done);
+                },
+                [&] { std::memcpy(static_cast<void*>(results), traced.data(), count * sizeof(osg::Vec4f)); });
         }
         unusableVertices += counts.unusable;
         if (fit)
@@ -446,11 +448,12 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
             store();
             emit ktHostSignals::the().tracingProgress(count, count);
         } else {
-            runOnWorkers(count, [&](std::atomic<std::uint32_t>& done) {
-                counts = tracePass(geometry, task, fit, received.data(), done);
-                ktThrowIfCanceled();
-                store();
-            });
+            runOnWorkers(
+                count,
+                [&](std::atomic<std::uint32_t>& done) {
+                    counts = tracePass(geometry, task, fit, received.data(), done);
+                },
+                store);
         }
         lastGather = task;
         if (fit)
@@ -464,9 +467,10 @@ void ktSceneRaytracing::gatherVertexIllumination(osg::UInt32 count, const osg::M
     });
 }
 
-// Runs `work` for `count` vertices on the workers. Meanwhile the main thread handles events and reports progress.
-void ktSceneRaytracing::runOnWorkers(std::uint32_t count,
-                                     const std::function<void(std::atomic<std::uint32_t>&)>& work) {
+// Runs `work` for `count` vertices on the workers. Meanwhile the main thread handles events and reports progress. These
+// events may read the results. So only the main thread changes them: with `store`, after the work, if nobody cancelled.
+void ktSceneRaytracing::runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work,
+                                     const std::function<void()>& store) {
     std::atomic<std::uint32_t> done{0};
     std::uint32_t reported = 0;
     ktEventPump pump([&] {
@@ -478,6 +482,8 @@ void ktSceneRaytracing::runOnWorkers(std::uint32_t count,
     if (const ktRankPool* const ranks = ktRankPool::current(); ranks && ranks->hasJobs())
         ownThreads.emplace();
     ktWorkers::run([&] { work(done); }, pump);
+    ktThrowIfCanceled();
+    store();
     emit ktHostSignals::the().tracingProgress(count, count);
 }
 

@@ -86,7 +86,8 @@ private:
     void endAhead();
     void planPass(ktRankPool& ranks);
     std::shared_ptr<ktRankJob> makeJob(const PlannedUse& use) const;
-    void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work);
+    void runOnWorkers(std::uint32_t count, const std::function<void(std::atomic<std::uint32_t>&)>& work,
+                      const std::function<void()>& store);
     void reportUnusableVertices();
 
     std::unique_ptr<ktTracer> tracer;

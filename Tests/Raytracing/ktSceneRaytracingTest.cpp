@@ -201,6 +201,34 @@ TEST_F(SceneRaytracing, GivenLongCall_ReportsProgressUpToTheEnd) {
     EXPECT_EQ(reports.back(), (std::pair<quint64, quint64>(1280, 1280)));
 }
 
+TEST_F(SceneRaytracing, GivenEventHandlerThatReadsResults_TheyDoNotChangeMeanwhile) {
+    const Application application;
+    const auto waitFor = [](const auto& condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition() && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return condition();
+    };
+    constexpr int count = 64;
+    const std::vector<osg::Pnt3f> positions(count, origin);
+    std::vector<osg::Vec3f> normals;
+    for (int i = 0; i < count; ++i)
+        normals.push_back(osg::Vec3f(osg::Real32(i), 1, 0)); // no two vertices are equal
+    std::vector<osg::Vec4f> results(count, ktTestTracing::untouched), seen;
+    std::atomic<bool> isHandling{false};
+    orders.atTrace = [&] { EXPECT_TRUE(waitFor([&] { return isHandling.load(); })); };
+    QTimer::singleShot(0, [&] {
+        isHandling = true;
+        EXPECT_TRUE(waitFor([&] { return orders.traced == count; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the worker ends
+        seen = results;
+    });
+    tracing.utils->computeVertexOcclusion(count, nullptr, positions.data(), normals.data(), results.data(), false,
+                                          tracing.sampler, true, false);
+    EXPECT_THAT(seen, testing::AllOf(testing::SizeIs(count), testing::Each(ktTestTracing::untouched)));
+    EXPECT_THAT(results, testing::Each(testing::Ne(ktTestTracing::untouched)));
+}
+
 TEST_F(SceneRaytracing, GivenCallFromAnEventHandler_RefusesIt) {
     const Application application;
     orders.atTrace = [] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
