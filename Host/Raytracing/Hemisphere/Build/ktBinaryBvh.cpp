@@ -2,6 +2,7 @@
 // Calls Embree's builder, or splits at the median.
 #include "ktBinaryBvh.h"
 
+#include "ktLoopOrder.h"
 #include "ktMemoryShortage.h"
 
 #include <embree3/rtcore.h>
@@ -29,12 +30,18 @@ struct ktBinaryBvh::Embree {
 
 namespace {
 
+// What Embree's builder calls on its threads, and what it needs for that.
 struct Callbacks {
+    ktLoopOrder order;
     const ktBinaryBvh::Split* split;
     const ktBinaryBvh::Progress* progress;
     std::atomic<bool> stopped{false};
     std::atomic<bool> isOutOfMemory{false};
 };
+
+ktLoopOrder::Part beginPart(void* user) {
+    return ktLoopOrder::Part(static_cast<Callbacks*>(user)->order);
+}
 
 void* allocate(RTCThreadLocalAllocator allocator, std::size_t size, void* user) {
     if (void* const memory = rtcThreadLocalAlloc(allocator, size, 16))
@@ -45,16 +52,19 @@ void* allocate(RTCThreadLocalAllocator allocator, std::size_t size, void* user) 
 }
 
 void* createNode(RTCThreadLocalAllocator allocator, unsigned, void* user) {
+    const ktLoopOrder::Part part = beginPart(user);
     return new (allocate(allocator, sizeof(ktBinaryBvhNode), user)) ktBinaryBvhNode{};
 }
 
-void setChildren(void* node, void** children, unsigned count, void*) {
+void setChildren(void* node, void** children, unsigned count, void* user) {
+    const ktLoopOrder::Part part = beginPart(user);
     for (unsigned i = 0; i < count; ++i)
         static_cast<ktBinaryBvhNode*>(node)->child[i] = reinterpret_cast<std::uintptr_t>(children[i]);
 }
 
 // Called before the node's children exist. So the boxes are in the parent.
-void setBounds(void* node, const RTCBounds** bounds, unsigned count, void*) {
+void setBounds(void* node, const RTCBounds** bounds, unsigned count, void* user) {
+    const ktLoopOrder::Part part = beginPart(user);
     for (unsigned i = 0; i < count; ++i)
         static_cast<ktBinaryBvhNode*>(node)->box[i] = {{bounds[i]->lower_x, bounds[i]->lower_y, bounds[i]->lower_z},
                                                        {bounds[i]->upper_x, bounds[i]->upper_y, bounds[i]->upper_z}};
@@ -62,6 +72,7 @@ void setBounds(void* node, const RTCBounds** bounds, unsigned count, void*) {
 
 void* createLeaf(RTCThreadLocalAllocator allocator, const RTCBuildPrimitive* primitives, std::size_t count,
                  void* user) {
+    const ktLoopOrder::Part part = beginPart(user);
     ktBinaryBvhLeaf* leaf = new (allocate(allocator, sizeof(ktBinaryBvhLeaf), user)) ktBinaryBvhLeaf;
     leaf->count = static_cast<std::uint32_t>(count);
     for (std::size_t i = 0; i < count; ++i)
@@ -71,6 +82,7 @@ void* createLeaf(RTCThreadLocalAllocator allocator, const RTCBuildPrimitive* pri
 
 void splitPrimitive(const RTCBuildPrimitive* p, unsigned axis, float position, RTCBounds* left, RTCBounds* right,
                     void* user) {
+    const ktLoopOrder::Part part = beginPart(user);
     const ktBvhBox box{{p->lower_x, p->lower_y, p->lower_z}, {p->upper_x, p->upper_y, p->upper_z}};
     ktBvhBox l, r;
     (*static_cast<Callbacks*>(user)->split)(p->primID, static_cast<int>(axis), position, box, l, r);
@@ -79,6 +91,7 @@ void splitPrimitive(const RTCBuildPrimitive* p, unsigned axis, float position, R
 }
 
 bool reportProgress(void* user, double share) {
+    const ktLoopOrder::Part part = beginPart(user);
     Callbacks& callbacks = *static_cast<Callbacks*>(user);
     if (*callbacks.progress && !(*callbacks.progress)(static_cast<float>(share)))
         callbacks.stopped = true;
@@ -141,6 +154,7 @@ bool ktBinaryBvh::build(Kind kind, ktBvhPrimitives& primitives, const Split& spl
     arguments.buildProgress = reportProgress;
     arguments.userPtr = &callbacks;
     rootNode = reinterpret_cast<std::uintptr_t>(rtcBuildBVH(&arguments));
+    callbacks.order.end();
     if (rootNode)
         return true;
     embree->bvh = (rtcReleaseBVH(embree->bvh), nullptr);
